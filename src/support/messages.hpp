@@ -1,0 +1,45 @@
+// The port through which the engine speaks to a person. The engine never knows who answers: a
+// dialog, a terminal, answers given in advance, or the script of a test.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vellmark {
+
+/// The answer to a question whose answer may be kept for the rest of the command.
+enum class Answer { No, Yes, NoToAll, YesToAll };
+
+/// Which name a truncation question is about.
+enum class TruncatedName { Iso, Hfs, HfsPlus };
+
+/// What the person made of a name that is too long.
+struct TruncationAnswer {
+    bool accepted = true;    ///< false: the item is left out of that view
+    bool automatic = false;  ///< true: the proposal is taken for every later name as well
+    std::string name;        ///< the name to use when accepted
+};
+
+class Messages {
+  public:
+    virtual ~Messages() = default;
+
+    /// A message that waits until it was read.
+    virtual void showMessage(std::string_view text) = 0;
+    /// A message that goes away by itself.
+    virtual void showTimedMessage(std::string_view text) { showMessage(text); }
+    /// A message that also goes to the journal.
+    virtual void logMessage(std::string_view text) { showMessage(text); }
+    /// A message about one item that was left out while the rest of the command goes on.
+    virtual void itemSkipped(std::string_view item, std::string_view reason) = 0;
+    /// True for yes.
+    [[nodiscard]] virtual bool askYesNo(std::string_view question) = 0;
+    /// Four answers; the two "to all" ones are kept by the caller.
+    [[nodiscard]] virtual Answer askYesNoRemember(std::string_view question) = 0;
+    /// A name that is too long, and the proposal to shorten it.
+    [[nodiscard]] virtual TruncationAnswer askTruncation(TruncatedName kind,
+                                                         std::string_view fullName,
+                                                         std::string_view proposal) = 0;
+};
+
+}  // namespace vellmark

@@ -1,0 +1,243 @@
+#include "support/pc_file.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint64_t kCopyPiece = 2u << 20;
+constexpr long kFatFileSystem = 0x4D44;
+
+int OpenFlags(PcFile::Mode mode) {
+    switch (mode) {
+        case PcFile::Mode::Read:
+            return O_RDONLY;
+        case PcFile::Mode::ReadWrite:
+            return O_RDWR;
+        case PcFile::Mode::CreateTruncate:
+            return O_RDWR | O_CREAT | O_TRUNC;
+        case PcFile::Mode::CreateNew:
+            return O_RDWR | O_CREAT | O_EXCL;
+    }
+    return O_RDONLY;
+}
+
+}  // namespace
+
+PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
+    // O_NONBLOCK: opening a pipe must not wait for its other end. It does nothing to plain files.
+    descriptor_ = ::open(path_.c_str(), OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor_ < 0) {
+        error_ = errno;
+        return;
+    }
+    struct stat facts {};
+    if (::fstat(descriptor_, &facts) != 0 || S_ISDIR(facts.st_mode)) {
+        close();
+        error_ = EISDIR;
+    }
+}
+
+PcFile::~PcFile() {
+    close();
+}
+
+PcFile::PcFile(PcFile&& other) noexcept
+    : path_(std::move(other.path_)),
+      descriptor_(std::exchange(other.descriptor_, -1)),
+      error_(other.error_) {}
+
+PcFile& PcFile::operator=(PcFile&& other) noexcept {
+    if (this != &other) {
+        close();
+        path_ = std::move(other.path_);
+        descriptor_ = std::exchange(other.descriptor_, -1);
+        error_ = other.error_;
+    }
+    return *this;
+}
+
+void PcFile::close() {
+    if (descriptor_ >= 0 && ::close(descriptor_) != 0 && error_ == 0)
+        error_ = errno;
+    descriptor_ = -1;
+}
+
+std::uint64_t PcFile::size() const {
+    struct stat facts {};
+    return descriptor_ >= 0 && ::fstat(descriptor_, &facts) == 0
+               ? static_cast<std::uint64_t>(facts.st_size)
+               : 0;
+}
+
+std::size_t PcFile::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
+    std::size_t done = 0;
+    while (done < out.size()) {
+        const ssize_t got = ::pread(descriptor_, out.data() + done, out.size() - done,
+                                    static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0 && error_ == 0)
+            error_ = errno;
+        if (got <= 0)
+            break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+bool PcFile::writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t put = ::pwrite(descriptor_, bytes.data() + done, bytes.size() - done,
+                                     static_cast<off_t>(offset + done));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            if (error_ == 0)
+                error_ = put < 0 ? errno : EIO;
+            return false;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+bool PcFile::setSize(std::uint64_t sizeBytes) {
+    if (::ftruncate(descriptor_, static_cast<off_t>(sizeBytes)) == 0)
+        return true;
+    if (error_ == 0)
+        error_ = errno;
+    return false;
+}
+
+bool PcFile::flush() {
+    // A target such as a pipe has nothing to hand over.
+    if (::fsync(descriptor_) == 0 || errno == EINVAL || errno == EROFS)
+        return true;
+    if (error_ == 0)
+        error_ = errno;
+    return false;
+}
+
+std::uint64_t PcFile::copyFrom(PcFile& from, std::uint64_t fromOffset, std::uint64_t offset,
+                               std::uint64_t count) {
+    std::uint64_t done = 0;
+    std::vector<std::uint8_t> buffer;
+    while (done < count) {
+        if (buffer.empty()) {
+            off_t source = static_cast<off_t>(fromOffset + done);
+            off_t target = static_cast<off_t>(offset + done);
+            const ssize_t moved = ::copy_file_range(from.descriptor_, &source, descriptor_, &target,
+                                                    static_cast<std::size_t>(count - done), 0);
+            if (moved > 0) {
+                done += static_cast<std::uint64_t>(moved);
+                continue;
+            }
+            // 0 is the end, or a file system that only claims to do it; the plain way tells which.
+            buffer.resize(static_cast<std::size_t>(std::min(count - done, kCopyPiece)));
+        }
+        const std::size_t want =
+            static_cast<std::size_t>(std::min<std::uint64_t>(count - done, buffer.size()));
+        const std::size_t got = from.readAt(fromOffset + done, {buffer.data(), want});
+        if (got == 0 || !writeAt(offset + done, {buffer.data(), got}))
+            break;
+        done += got;
+    }
+    return done;
+}
+
+std::string PcFile::errorText() const {
+    return error_ ? SystemErrorText(error_) : std::string{};
+}
+
+TargetFile::TargetFile(std::string path) : path_(std::move(path)) {
+    // The name is short whatever the target's is, so that a long name does not make it too long.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        temporaryPath_ = FolderOf(path_) + "/.vellmark-" + std::to_string(::getpid()) + "-" +
+                         std::to_string(attempt) + ".tmp";
+        file_ = PcFile(temporaryPath_, PcFile::Mode::CreateNew);
+        if (file_.isOpen() || file_.error() != EEXIST)
+            break;
+    }
+    if (!file_.isOpen())
+        temporaryPath_.clear();
+}
+
+TargetFile::~TargetFile() {
+    if (!published_ && !temporaryPath_.empty()) {
+        file_.close();
+        ::unlink(temporaryPath_.c_str());
+    }
+}
+
+int TargetFile::publish(bool replace) {
+    if (!file_.flush())
+        return file_.error();
+    const int result = replace ? ::rename(temporaryPath_.c_str(), path_.c_str())
+                               : ::link(temporaryPath_.c_str(), path_.c_str());
+    // File systems without hard links refuse the exclusive way; then the name is looked at first.
+    if (result != 0 && !replace && (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS)) {
+        if (::access(path_.c_str(), F_OK) == 0)
+            return EEXIST;
+        return publish(true);
+    }
+    if (result != 0)
+        return errno;
+    if (!replace)
+        ::unlink(temporaryPath_.c_str());
+    published_ = true;
+    return 0;
+}
+
+TemporaryFolder::TemporaryFolder() {
+    std::error_code error;
+    std::string pattern = std::filesystem::temp_directory_path(error).string() + "/vellmark-XXXXXX";
+    if (!error && ::mkdtemp(pattern.data()))
+        path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    if (!path_.empty())
+        std::filesystem::remove_all(path_, ignored);
+}
+
+std::string SystemErrorText(int error) {
+    return std::generic_category().message(error);
+}
+
+std::uint64_t FreeBytes(const std::string& folder) {
+    struct statvfs facts {};
+    if (::statvfs(folder.c_str(), &facts) != 0)
+        return 0;
+    return static_cast<std::uint64_t>(facts.f_bavail) * facts.f_frsize;
+}
+
+bool HoldsLargeFiles(const std::string& folder) {
+    struct statfs facts {};
+    return ::statfs(folder.c_str(), &facts) != 0 || facts.f_type != kFatFileSystem;
+}
+
+std::string FolderOf(const std::string& path) {
+    const std::size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace vellmark

@@ -1,0 +1,110 @@
+// Files of the PC: a handle that closes itself, targets that appear only when they are whole, and
+// folders for temporary files that go away.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "support/byte_source.hpp"
+
+namespace vellmark {
+
+/// One open file. The first failure of a transfer is kept in `error`, so that a command can ask at
+/// its end whether anything was lost. Paths are the system's bytes (UTF-8 as a rule).
+class PcFile final : public ByteSource, public ByteSink {
+  public:
+    enum class Mode {
+        Read,
+        ReadWrite,       ///< the file must exist
+        CreateTruncate,  ///< read and write; an existing file is emptied
+        CreateNew        ///< read and write; an existing file is a failure
+    };
+
+    PcFile() = default;
+    PcFile(std::string_view path, Mode mode);
+    ~PcFile() override;
+    PcFile(PcFile&& other) noexcept;
+    PcFile& operator=(PcFile&& other) noexcept;
+    PcFile(const PcFile&) = delete;
+    PcFile& operator=(const PcFile&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+    void close();
+
+    [[nodiscard]] std::uint64_t size() const override;
+    [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
+    [[nodiscard]] bool writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override;
+    /// Cuts or lengthens the file (with zeros).
+    [[nodiscard]] bool setSize(std::uint64_t sizeBytes);
+    /// Hands everything to the device.
+    [[nodiscard]] bool flush();
+    /// Copies `count` bytes of `from` to `offset`, by the system where it can do so without our
+    /// memory. Returns the bytes copied; fewer means that one side ended or failed (see `error` of
+    /// both files).
+    [[nodiscard]] std::uint64_t copyFrom(PcFile& from, std::uint64_t fromOffset,
+                                         std::uint64_t offset, std::uint64_t count);
+
+    /// The system's number of the first failure, of opening or of a transfer; 0 when all went well.
+    [[nodiscard]] int error() const { return error_; }
+    /// That failure in words, "" when there was none.
+    [[nodiscard]] std::string errorText() const;
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+  private:
+    std::string path_;
+    int descriptor_ = -1;
+    int error_ = 0;
+};
+
+/// A target that is written under a temporary name beside its own and takes its place only when it
+/// is whole: whatever fails before, an older file of that name stays as it was.
+class TargetFile {
+  public:
+    /// Opens the temporary file in the folder of `path`; see `file().isOpen()`.
+    explicit TargetFile(std::string path);
+    /// Removes what was not published.
+    ~TargetFile();
+    TargetFile(const TargetFile&) = delete;
+    TargetFile& operator=(const TargetFile&) = delete;
+
+    [[nodiscard]] PcFile& file() { return file_; }
+    /// Gives the file its name. With `replace` false an existing file of that name is a failure
+    /// (EEXIST). Returns 0 or the system's error number.
+    [[nodiscard]] int publish(bool replace);
+
+  private:
+    std::string path_;
+    std::string temporaryPath_;
+    PcFile file_;
+    bool published_ = false;
+};
+
+/// A private folder under the system's temporary folder, removed with everything in it.
+class TemporaryFolder {
+  public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    /// Empty when the folder could not be made.
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
+/// The system's words for an error number.
+[[nodiscard]] std::string SystemErrorText(int error);
+
+/// Bytes that the file system of `folder` still has room for, for this user; 0 when unknown.
+[[nodiscard]] std::uint64_t FreeBytes(const std::string& folder);
+
+/// Whether the file system of `folder` can hold a file of 4 GiB or more.
+[[nodiscard]] bool HoldsLargeFiles(const std::string& folder);
+
+/// The folder part of a path, "." when it names none, without a slash at its end.
+[[nodiscard]] std::string FolderOf(const std::string& path);
+
+}  // namespace vellmark

@@ -1,0 +1,190 @@
+#include "support/pc_folder.hpp"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <set>
+
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kShortNameSigns = "!#$%&'()-@^_`{}~";
+constexpr std::size_t kShortBaseLength = 8;
+constexpr std::size_t kShortExtensionLength = 3;
+constexpr std::size_t kKeptLetters = 2;
+constexpr std::size_t kFoldersRemembered = 64;
+
+PcFacts FactsAt(int folder, const char* name) {
+    PcFacts result;
+    struct stat facts {};
+    if (::fstatat(folder, name, &facts, AT_SYMLINK_NOFOLLOW) != 0)
+        return result;
+    if (S_ISLNK(facts.st_mode)) {
+        result.isLink = true;
+        if (::fstatat(folder, name, &facts, 0) != 0)
+            return result;
+    }
+    result.kind = S_ISREG(facts.st_mode)   ? PcKind::File
+                  : S_ISDIR(facts.st_mode) ? PcKind::Folder
+                                           : PcKind::Special;
+    result.readable = ::faccessat(folder, name, R_OK, AT_EACCESS) == 0;
+    result.sizeBytes = static_cast<std::uint64_t>(facts.st_size);
+    result.modified = facts.st_mtim.tv_sec;
+    result.device = facts.st_dev;
+    result.inode = facts.st_ino;
+    return result;
+}
+
+bool IsShortNamePart(std::string_view part, std::size_t longest) {
+    return !part.empty() && part.size() <= longest &&
+           std::all_of(part.begin(), part.end(), [](char c) {
+               return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+                      kShortNameSigns.find(c) != std::string_view::npos;
+           });
+}
+
+// The letters and digits of `text` in capitals, at most `longest`.
+std::string PlainLetters(std::string_view text, std::size_t longest) {
+    std::string letters;
+    for (char c : AsciiUpper(text))
+        if (letters.size() < longest && ((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')))
+            letters += c;
+    return letters;
+}
+
+// FNV-1a over 64 bits: the tail must be the same in every run and on every machine.
+std::uint64_t HashOf(std::string_view name, unsigned round) {
+    std::uint64_t hash = 0xCBF29CE484222325u + round;
+    for (char c : name)
+        hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3u;
+    return hash ^ (hash >> 29);
+}
+
+// First letters, then a tail of letters and digits that depends on the whole name.
+std::string MakeShortName(std::string_view name, unsigned round) {
+    static constexpr std::string_view kDigits = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    const std::size_t dot = name.find_last_of('.');
+    const bool hasExtension = dot != std::string_view::npos && dot > 0;
+    std::string result =
+        PlainLetters(name.substr(0, hasExtension ? dot : name.size()), kKeptLetters);
+    result.resize(kKeptLetters, '_');
+    std::uint64_t hash = HashOf(name, round);
+    while (result.size() < kShortBaseLength) {
+        result += kDigits[hash % kDigits.size()];
+        hash /= kDigits.size();
+    }
+    const std::string extension =
+        hasExtension ? PlainLetters(name.substr(dot + 1), kShortExtensionLength) : std::string{};
+    return extension.empty() ? result : result + "." + extension;
+}
+
+// Names come in byte order, so that which of two with the same tail keeps it never changes.
+void GiveShortNames(std::vector<PcItem>& items) {
+    std::set<std::string> taken;
+    for (const PcItem& item : items)
+        if (IsShortName(item.name))
+            taken.insert(AsciiUpper(item.name));
+    for (PcItem& item : items) {
+        if (IsShortName(item.name))
+            continue;
+        for (unsigned round = 0; item.shortName.empty(); ++round)
+            if (std::string candidate = MakeShortName(item.name, round);
+                taken.insert(candidate).second)
+                item.shortName = std::move(candidate);
+    }
+}
+
+}  // namespace
+
+PcFacts PcFactsOf(const std::string& path) {
+    return FactsAt(AT_FDCWD, path.c_str());
+}
+
+bool IsShortName(std::string_view name) {
+    const std::size_t dot = name.find('.');
+    if (dot == std::string_view::npos)
+        return IsShortNamePart(name, kShortBaseLength);
+    return IsShortNamePart(name.substr(0, dot), kShortBaseLength) &&
+           IsShortNamePart(name.substr(dot + 1), kShortExtensionLength);
+}
+
+std::vector<PcItem> ListPcFolder(const std::string& path, int& error) {
+    std::vector<PcItem> items;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(path.c_str()), ::closedir);
+    if (!folder) {
+        error = errno;
+        return items;
+    }
+    errno = 0;
+    while (const dirent* entry = ::readdir(folder.get())) {
+        const std::string_view name = entry->d_name;
+        if (name == "." || name == "..")
+            continue;
+        PcItem item;
+        item.name = name;
+        item.narrow = Utf8ToNarrow(name);
+        item.hidden = name[0] == '.';
+        item.facts = FactsAt(::dirfd(folder.get()), entry->d_name);
+        items.push_back(std::move(item));
+        errno = 0;
+    }
+    error = errno;
+    std::sort(items.begin(), items.end(),
+              [](const PcItem& a, const PcItem& b) { return a.name < b.name; });
+    GiveShortNames(items);
+    return items;
+}
+
+std::string PcPathResolver::resolve(std::string_view folder, std::string_view name) {
+    const std::string path = resolveFolder(folder);
+    if (path.empty())
+        return {};
+    std::string direct = path + NarrowToUtf8(name);
+    return ::access(direct.c_str(), F_OK) == 0 ? direct : findIn(path, name);
+}
+
+std::string PcPathResolver::resolveFolder(std::string_view folder) {
+    if (const auto known = folders_.find(folder); known != folders_.end())
+        return known->second;
+    std::string path = NarrowToUtf8(folder);
+    if (::access(path.c_str(), F_OK) != 0) {
+        // Some component is known by its 8.3 name: find the folder above, then this one in it.
+        const std::string_view bare =
+            folder.substr(0, folder.size() - (folder.ends_with('/') ? 1 : 0));
+        const std::size_t slash = bare.find_last_of('/');
+        path = slash == std::string_view::npos
+                   ? std::string{}
+                   : resolve(bare.substr(0, slash + 1), bare.substr(slash + 1));
+        if (!path.empty())
+            path += '/';
+    }
+    if (folders_.size() >= kFoldersRemembered)
+        folders_.clear();
+    folders_.emplace(folder, path);
+    return path;
+}
+
+std::string PcPathResolver::findIn(const std::string& folder, std::string_view name) {
+    if (listedFolder_ != folder) {
+        int error = 0;
+        listedNames_.clear();
+        listedFolder_ = folder;
+        for (const PcItem& item : ListPcFolder(folder, error)) {
+            listedNames_.emplace(item.shortName.empty() ? AsciiUpper(item.name) : item.shortName,
+                                 item.name);
+        }
+    }
+    const auto found = listedNames_.find(AsciiUpper(name));
+    return found == listedNames_.end() ? std::string{} : folder + found->second;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,30 @@
+// The port through which long work tells how far it is and asks whether it may go on.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace vellmark {
+
+/// Five calls, the same for a window, a terminal and a run without any display. `chunk` and
+/// `fileEnd` return false when the work is to stop.
+class Progress {
+  public:
+    virtual ~Progress() = default;
+
+    /// The work as a whole: so many bytes are to be copied.
+    virtual void begin(std::uint64_t /*totalBytes*/) {}
+    /// A file begins; `chunks` is 0 for a small file, an empty name means temporary tables.
+    virtual void fileStart(std::string_view /*name*/, std::uint64_t /*sizeBytes*/, int /*chunks*/) {
+    }
+    /// A part of a large file was copied.
+    [[nodiscard]] virtual bool chunk(std::uint64_t /*bytes*/) { return true; }
+    /// A file ended; `bytes` is what its chunks had not told yet.
+    [[nodiscard]] virtual bool fileEnd(std::uint64_t /*bytes*/) { return true; }
+    /// One line for the journal; `level` 1 is a step, 2 a file.
+    virtual void journal(int /*level*/, std::string_view /*line*/) {}
+    /// What is going on, for the status line.
+    virtual void text(std::string_view /*status*/) {}
+};
+
+}  // namespace vellmark
