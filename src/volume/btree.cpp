@@ -1,0 +1,272 @@
+#include "volume/btree.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace vellmark {
+
+namespace {
+
+// No tree of these formats is higher than this: even with three records a node, 16 levels hold more
+// than node numbers can tell.
+constexpr unsigned kMaxDepth = 16;
+
+constexpr std::uint32_t kMinNodeSize = 512;
+constexpr std::uint32_t kMaxNodeSize = 32768;
+
+// Map nodes that a tree needs behind the map of its header node.
+std::uint32_t MapNodesFor(std::uint32_t totalNodes, std::uint32_t nodeSize) {
+    const auto inHeader = static_cast<std::uint32_t>((nodeSize - kHeaderMapOverhead) * 8);
+    const auto inMapNode = static_cast<std::uint32_t>((nodeSize - kMapNodeOverhead) * 8);
+    return totalNodes <= inHeader ? 0 : (totalNodes - inHeader + inMapNode - 1) / inMapNode;
+}
+
+void SetHeaderOffsets(std::vector<std::uint8_t>& node) {
+    const std::uint16_t offsets[] = {kNodeDescriptorSize, 120, kHeaderMapOffset,
+                                     static_cast<std::uint16_t>(node.size() - 8)};
+    for (std::size_t i = 0; i < 4; ++i) {
+        const be16 word = offsets[i];
+        std::memcpy(node.data() + node.size() - 2 * (i + 1), &word, sizeof word);
+    }
+}
+
+std::vector<std::uint8_t> MakeMapNode(std::uint32_t nodeSize, std::uint32_t forwardLink) {
+    std::vector<std::uint8_t> node(nodeSize);
+    auto& descriptor = *reinterpret_cast<NodeDescriptor*>(node.data());
+    descriptor.forwardLink = forwardLink;
+    descriptor.kind = static_cast<std::uint8_t>(NodeKind::Map);
+    descriptor.recordCount = 1;
+    const be16 start = kNodeDescriptorSize;
+    const be16 end = static_cast<std::uint16_t>(nodeSize - 6);
+    std::memcpy(node.data() + nodeSize - 2, &start, sizeof start);
+    std::memcpy(node.data() + nodeSize - 4, &end, sizeof end);
+    return node;
+}
+
+// Every map node of the tree in turn: `visit(bytes of its map, node, number)`.
+template <typename Visit>
+TreeResult ForEachMapNode(TreeCursor& tree, Visit visit) {
+    std::vector<std::uint8_t> node(tree.nodeSize);
+    std::uint32_t number = reinterpret_cast<NodeDescriptor*>(tree.headerNode.data())->forwardLink;
+    for (std::uint32_t steps = 0; number != 0; ++steps) {
+        if (number >= tree.header().totalNodes || steps > tree.header().totalNodes)
+            return TreeResult::Damaged;
+        if (!tree.store->read(number, node))
+            return TreeResult::Failed;
+        const auto& descriptor = *reinterpret_cast<NodeDescriptor*>(node.data());
+        if (descriptor.kind != static_cast<std::uint8_t>(NodeKind::Map))
+            return TreeResult::Damaged;
+        const ByteSpan map =
+            ByteSpan(node).subspan(kNodeDescriptorSize, tree.nodeSize - kMapNodeOverhead);
+        if (!visit(map, node, number))
+            return TreeResult::Failed;
+        number = descriptor.forwardLink;
+    }
+    return TreeResult::Done;
+}
+
+// First record of the node whose key is not less than `key`.
+std::size_t LowerBound(const NodeView& node, const TreeFormat& format, ConstByteSpan key,
+                       bool& equal) {
+    std::size_t low = 0;
+    std::size_t high = node.count();
+    equal = false;
+    while (low < high) {
+        const std::size_t middle = (low + high) / 2;
+        const int order = format.compare(node.key(middle), key);
+        if (order < 0) {
+            low = middle + 1;
+        } else {
+            equal = equal || order == 0;
+            high = middle;
+        }
+    }
+    return low;
+}
+
+}  // namespace
+
+bool MemoryNodes::read(std::uint32_t number, ByteSpan node) {
+    const std::size_t at = number * nodeSize_;
+    const std::size_t piece = at / kPieceBytes;
+    if (piece < pieces_.size() && !pieces_[piece].empty())
+        std::memcpy(node.data(), pieces_[piece].data() + at % kPieceBytes, nodeSize_);
+    else
+        std::fill(node.begin(), node.end(), std::uint8_t{0});
+    return true;
+}
+
+bool MemoryNodes::write(std::uint32_t number, ConstByteSpan node) {
+    const std::size_t at = number * nodeSize_;
+    const std::size_t piece = at / kPieceBytes;
+    if (piece >= pieces_.size())
+        pieces_.resize(piece + 1);
+    if (pieces_[piece].empty())
+        pieces_[piece].resize(kPieceBytes);
+    std::memcpy(pieces_[piece].data() + at % kPieceBytes, node.data(), nodeSize_);
+    return true;
+}
+
+bool CreateTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
+                const NewTree& shape) {
+    const std::uint32_t mapNodes = MapNodesFor(shape.totalNodes, shape.nodeSize);
+    if (shape.totalNodes < mapNodes + 1)
+        return false;
+    tree = TreeCursor{};
+    tree.format = format;
+    tree.store = &store;
+    tree.nodeSize = shape.nodeSize;
+    tree.headerNode.assign(shape.nodeSize, 0);
+    tree.nodeBuffer.assign(shape.nodeSize, 0);
+    auto& descriptor = *reinterpret_cast<NodeDescriptor*>(tree.headerNode.data());
+    descriptor.kind = static_cast<std::uint8_t>(NodeKind::Header);
+    descriptor.recordCount = 3;
+    SetHeaderOffsets(tree.headerNode);
+    TreeHeaderRecord& header = tree.header();
+    header.nodeSize = static_cast<std::uint16_t>(shape.nodeSize);
+    header.maxKeyLength = format.maxKeyLength;
+    header.totalNodes = shape.totalNodes;
+    header.freeNodes = shape.totalNodes;
+    header.clumpSize = shape.clumpSize;
+    header.keyCompareType = shape.keyCompareType;
+    header.attributes = shape.attributes;
+    tree.nodeBitmap.assign(
+        shape.nodeSize - kHeaderMapOverhead + mapNodes * (shape.nodeSize - kMapNodeOverhead), 0);
+    // Node 0, then the map nodes right behind it.
+    for (std::uint32_t i = 0; i <= mapNodes; ++i) {
+        (void)AllocateNode(tree);
+        if (i > 0 && !store.write(i, MakeMapNode(shape.nodeSize, i < mapNodes ? i + 1 : 0)))
+            return false;
+    }
+    descriptor.forwardLink = mapNodes > 0 ? 1 : 0;
+    return true;
+}
+
+bool OpenTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
+              std::uint32_t nodeSize) {
+    if (nodeSize < kMinNodeSize || nodeSize > kMaxNodeSize || !std::has_single_bit(nodeSize))
+        return false;
+    tree = TreeCursor{};
+    tree.format = format;
+    tree.store = &store;
+    tree.nodeSize = nodeSize;
+    tree.headerNode.assign(nodeSize, 0);
+    tree.nodeBuffer.assign(nodeSize, 0);
+    if (!store.read(0, tree.headerNode))
+        return false;
+    const TreeHeaderRecord& header = tree.header();
+    const auto kind = reinterpret_cast<NodeDescriptor*>(tree.headerNode.data())->kind;
+    return kind == static_cast<std::uint8_t>(NodeKind::Header) && header.totalNodes > 0 &&
+           header.depth <= kMaxDepth && header.root < header.totalNodes &&
+           header.firstLeaf < header.totalNodes && header.lastLeaf < header.totalNodes;
+}
+
+TreeResult LoadNodeBitmap(TreeCursor& tree) {
+    const auto first = tree.headerNode.begin() + kHeaderMapOffset;
+    tree.nodeBitmap.assign(first, first + (tree.nodeSize - kHeaderMapOverhead));
+    tree.allocationHint = 0;
+    return ForEachMapNode(tree, [&](ByteSpan map, const std::vector<std::uint8_t>&, std::uint32_t) {
+        tree.nodeBitmap.insert(tree.nodeBitmap.end(), map.begin(), map.end());
+        return true;
+    });
+}
+
+TreeResult FlushTree(TreeCursor& tree) {
+    std::size_t done = tree.nodeSize - kHeaderMapOverhead;
+    std::copy_n(tree.nodeBitmap.begin(), done, tree.headerNode.begin() + kHeaderMapOffset);
+    if (!tree.store->write(0, tree.headerNode))
+        return TreeResult::Failed;
+    return ForEachMapNode(
+        tree, [&](ByteSpan map, const std::vector<std::uint8_t>& node, std::uint32_t number) {
+            if (done + map.size() > tree.nodeBitmap.size())
+                return false;
+            std::copy_n(tree.nodeBitmap.begin() + static_cast<std::ptrdiff_t>(done), map.size(),
+                        map.begin());
+            done += map.size();
+            return tree.store->write(number, node);
+        });
+}
+
+TreeResult ReadNode(TreeCursor& tree, std::uint32_t number) {
+    if (number == 0 || number >= tree.header().totalNodes)
+        return TreeResult::Damaged;
+    if (!tree.store->read(number, tree.nodeBuffer))
+        return TreeResult::Failed;
+    tree.node = number;
+    tree.index = 0;
+    return tree.view().isSound() ? TreeResult::Done : TreeResult::Damaged;
+}
+
+TreeResult FindKey(TreeCursor& tree, ConstByteSpan key, bool& found) {
+    found = false;
+    std::uint32_t number = tree.header().root;
+    tree.index = 0;
+    if (tree.header().depth == 0)
+        return TreeResult::Done;
+    for (unsigned height = tree.header().depth; height > 0; --height) {
+        if (const TreeResult result = ReadNode(tree, number); result != TreeResult::Done)
+            return result;
+        const NodeView node = tree.view();
+        const NodeKind expected = height == 1 ? NodeKind::Leaf : NodeKind::Index;
+        if (node.kind() != expected || node.descriptor().height != height ||
+            (height > 1 && node.count() == 0))
+            return TreeResult::Damaged;
+        tree.index = LowerBound(node, tree.format, key, found);
+        if (height > 1) {
+            // The child whose first key is the last one not greater; the first child for less.
+            if (!found && tree.index > 0)
+                --tree.index;
+            number = node.child(tree.index);
+        }
+    }
+    return TreeResult::Done;
+}
+
+TreeResult SettleOnRecord(TreeCursor& tree, bool& found) {
+    found = false;
+    if (tree.header().depth == 0)
+        return TreeResult::Done;
+    // Empty leaves do not occur in sound trees; a chain of them must still come to an end.
+    for (std::uint32_t steps = 0; tree.index >= tree.view().count(); ++steps) {
+        const std::uint32_t next = tree.view().descriptor().forwardLink;
+        if (next == 0)
+            return TreeResult::Done;
+        if (steps > tree.header().totalNodes)
+            return TreeResult::Damaged;
+        if (const TreeResult result = ReadNode(tree, next); result != TreeResult::Done)
+            return result;
+        if (tree.view().kind() != NodeKind::Leaf)
+            return TreeResult::Damaged;
+    }
+    found = true;
+    return TreeResult::Done;
+}
+
+TreeResult NextRecord(TreeCursor& tree, bool& found) {
+    ++tree.index;
+    return SettleOnRecord(tree, found);
+}
+
+std::optional<std::uint32_t> AllocateNode(TreeCursor& tree) {
+    const std::uint32_t total = tree.header().totalNodes;
+    for (std::uint32_t number = tree.allocationHint;
+         number < total && number / 8 < tree.nodeBitmap.size();) {
+        std::uint8_t& byte = tree.nodeBitmap[number / 8];
+        if (byte == 0xFF) {
+            number = (number / 8 + 1) * 8;
+            continue;
+        }
+        const auto bit = static_cast<std::uint8_t>(0x80u >> (number % 8));
+        if (!(byte & bit)) {
+            byte = static_cast<std::uint8_t>(byte | bit);
+            tree.header().freeNodes = tree.header().freeNodes - 1;
+            tree.allocationHint = number + 1;
+            return number;
+        }
+        ++number;
+    }
+    return std::nullopt;
+}
+
+}  // namespace vellmark
