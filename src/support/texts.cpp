@@ -1,0 +1,52 @@
+#include "support/texts.hpp"
+
+#include <algorithm>
+#include <functional>
+
+namespace vellmark {
+
+namespace {
+
+struct Row {
+    int number;
+    std::string_view text;
+};
+
+constexpr Row kEnglish[] = {
+#include "support/texts_en.inc"
+};
+
+constexpr Row kFrench[] = {
+#include "support/texts_fr.inc"
+};
+
+// The search by halves wants rising numbers without a repetition.
+template <std::size_t count>
+constexpr bool Rises(const Row (&rows)[count]) {
+    return std::ranges::adjacent_find(rows, std::greater_equal{}, &Row::number) ==
+           std::ranges::end(rows);
+}
+static_assert(Rises(kEnglish) && Rises(kFrench));
+
+template <std::size_t count>
+std::string_view Find(const Row (&rows)[count], int number) {
+    const auto* row = std::ranges::lower_bound(rows, number, {}, &Row::number);
+    return row != std::ranges::end(rows) && row->number == number ? row->text : std::string_view{};
+}
+
+}  // namespace
+
+std::string_view Text(int number, Language language) {
+    constexpr int kFrenchOffset = static_cast<int>(Language::French);
+    // A number of either kind may come in, also one that is French already.
+    const int english = number >= kFrenchOffset ? number - kFrenchOffset : number;
+    const bool french = language == Language::French || number != english;
+    // Beyond both tables, and near the ends of an int.
+    if (english < 0 || english >= kFrenchOffset)
+        return {};
+    const std::string_view text =
+        french ? Find(kFrench, english + kFrenchOffset) : std::string_view{};
+    return text.empty() ? Find(kEnglish, english) : text;
+}
+
+}  // namespace vellmark
