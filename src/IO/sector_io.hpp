@@ -1,0 +1,126 @@
+// Sectors of an image: the record of the open medium, the slot through which every sector of a
+// volume is read and written, the way from allocation blocks to sectors, and long runs of sectors
+// to and from PC files. A sector is 512 bytes here.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "IO/file_wrapper.hpp"
+#include "support/byte_source.hpp"
+#include "support/pc_file.hpp"
+#include "support/progress.hpp"
+
+namespace vellmark {
+
+inline constexpr std::uint32_t kSectorBytes = 512;
+/// Most sectors of one round of a stream.
+inline constexpr std::uint32_t kStreamSectors = 64;
+
+/// The operation codes of READ(16) and WRITE(16) (SCSI Block Commands).
+inline constexpr std::int32_t kCommandRead = 136;
+inline constexpr std::int32_t kCommandWrite = 138;
+
+/// One transfer of whole sectors.
+struct SectorRequest {
+    std::int32_t command = 0;        ///< `kCommandRead` or `kCommandWrite`; another does nothing
+    std::uint32_t count = 0;         ///< sectors
+    std::uint64_t startSector = 0;   ///< from the start of the image
+    std::span<std::uint8_t> buffer;  ///< at least `count` sectors, the caller's
+};
+
+/// What carries a request out: 0 for a full transfer, 1 for a short one, -1 without a medium.
+using TransferSlot = std::function<int(const SectorRequest&)>;
+
+enum class MediumKind : std::int32_t { FileImage = 3 };
+
+/// The record of the open medium. The slots refer to the record, so it stays where it was made.
+struct MediumContext {
+    MediumContext();
+    ~MediumContext() = default;
+    MediumContext(const MediumContext&) = delete;
+    MediumContext& operator=(const MediumContext&) = delete;
+
+    std::string imagePath;          ///< empty while no image is open
+    std::shared_ptr<PcFile> image;  ///< null while no image is open
+    MediumKind mediumKind = MediumKind::FileImage;
+    TransferSlot transferSlot;   ///< nodes, headers and file contents
+    TransferSlot transferSlot2;  ///< header and bitmap of a volume
+    std::uint16_t sectorSize = kSectorBytes;
+    std::uint16_t maxTransferSectors = kStreamSectors;
+    std::uint64_t totalSectors = 0;     ///< 0 while nothing has told the size of the medium
+    std::uint16_t driverBlockSize = 0;  ///< bytes, of the driver descriptor; 0 without one
+    std::int32_t partitionCount = 0;    ///< result of the last scan of the medium
+    /// Sectors, added to every block: of HFS the first sector of the allocation area, of HFS+ the
+    /// first sector of the volume.
+    std::uint64_t volumeOffset = 0;
+    std::uint64_t partitionStart = 0;   ///< first sector of an HFS volume (its boot blocks)
+    std::uint32_t blockSize = 0;        ///< bytes of an allocation block
+    std::uint32_t sectorsPerBlock = 0;  ///< `blockSize` / 512
+    bool readOnly = false;              ///< nothing may be changed
+    /// A transfer since the opening was short or failed; stays set until the next opening.
+    bool transferFailed = false;
+};
+
+enum class OpenResult { Opened, OpenedReadOnly, Failed };
+
+struct ImageOpening {
+    OpenResult result = OpenResult::Failed;
+    int systemError = 0;  ///< why it failed; 0 when it did not
+};
+
+/// Opens an image for reading and writing, or else for reading only with `readOnly` set. What the
+/// record knew of an earlier medium is forgotten first, and both slots lead to `TransferSectors`.
+[[nodiscard]] ImageOpening OpenImage(MediumContext& context, const std::string& path);
+/// Makes a new image, emptying a file of that name.
+[[nodiscard]] ImageOpening CreateImage(MediumContext& context, const std::string& path);
+/// Closes the image and empties the path.
+void CloseImage(MediumContext& context);
+
+/// Moves whole sectors between memory and the image in one call. Returns 0 for a full transfer, 1
+/// for a short one and -1 without an image. What a read did not reach, as behind the end of the
+/// image, is zero in the buffer. A result other than 0 also sets `transferFailed`.
+int TransferSectors(MediumContext& context, const SectorRequest& request);
+/// Fills `buffer` (whole sectors) through a slot; the result is the slot's.
+int ReadSectors(const TransferSlot& slot, std::uint64_t startSector,
+                std::span<std::uint8_t> buffer);
+/// Writes `bytes` (whole sectors) through a slot; the result is the slot's.
+int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
+                 std::span<const std::uint8_t> bytes);
+
+/// First sector of an allocation block.
+[[nodiscard]] std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block);
+/// Sectors that so many allocation blocks fill.
+[[nodiscard]] std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks);
+
+/// Copies `bytes` bytes from `firstSector` on to `out` at `outOffset`; the tail of the last sector
+/// stays behind. More than 64 sectors are told to `progress` in chunks. After a short read the
+/// round is written as far as it goes, with zeros for the rest, and the copy ends.
+[[nodiscard]] StreamResult StreamSectorsToFile(MediumContext& context, ByteSink& out,
+                                               std::uint64_t outOffset, std::uint64_t firstSector,
+                                               std::uint64_t bytes, Progress& progress);
+/// Fills `sectors` sectors from `firstSector` on with what `in` holds at `inOffset`, and with zeros
+/// behind its end. A source that gives less than its size promises is a `ShortRead`.
+[[nodiscard]] StreamResult StreamFileToSectors(MediumContext& context, ByteSource& in,
+                                               std::uint64_t inOffset, std::uint64_t firstSector,
+                                               std::uint64_t sectors, Progress& progress);
+
+enum class TargetRoom { Fits, TooLargeForFileSystem, NoRoom };
+
+/// An image of this size or more needs a file system that holds files of 4 GiB.
+inline constexpr std::uint64_t kLargeImageBytes = 0xFFFF0001;
+
+/// Whether a file of `bytes` can be made where so much is free.
+[[nodiscard]] constexpr TargetRoom JudgeTargetRoom(std::uint64_t bytes, std::uint64_t freeBytes,
+                                                   bool holdsLargeFiles) {
+    if (!holdsLargeFiles && bytes >= kLargeImageBytes)
+        return TargetRoom::TooLargeForFileSystem;
+    return bytes > freeBytes ? TargetRoom::NoRoom : TargetRoom::Fits;
+}
+/// The same for a folder of the PC. A folder that is not there fits: making the file tells why not.
+[[nodiscard]] TargetRoom CheckTargetRoom(const std::string& folder, std::uint64_t bytes);
+
+}  // namespace vellmark

@@ -1,0 +1,251 @@
+#include "IO/sector_io.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <limits>
+
+#include "IO/io_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+using testing::Bytes;
+using testing::MakeFile;
+using testing::Pattern;
+using testing::ReadFile;
+using testing::RecordedProgress;
+
+Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t count) {
+    const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(from);
+    return {start, start + static_cast<std::ptrdiff_t>(count)};
+}
+
+class SectorIo : public ::testing::Test {
+  protected:
+    void open(const Bytes& bytes) {
+        path_ = MakeFile(folder_, "image", bytes);
+        ASSERT_EQ(OpenImage(context_, path_).result, OpenResult::Opened);
+    }
+    TemporaryFolder folder_;
+    std::string path_;
+    MediumContext context_;
+    RecordedProgress progress_;
+};
+
+TEST_F(SectorIo, WithoutAnImageNothingIsTouched) {
+    Bytes buffer = Pattern(512);
+    EXPECT_EQ(TransferSectors(context_, {kCommandRead, 1, 0, buffer}), -1);
+    EXPECT_EQ(buffer, Pattern(512));
+    EXPECT_TRUE(context_.transferFailed);
+}
+
+TEST_F(SectorIo, MovesWholeRunsOfSectors) {
+    open(Pattern(8 * 512));
+    Bytes buffer(3 * 512, 0xEE);
+    EXPECT_EQ(TransferSectors(context_, {kCommandRead, 2, 3, buffer}), 0);
+    EXPECT_EQ(Slice(buffer, 0, 1024), Slice(Pattern(8 * 512), 3 * 512, 1024));
+    EXPECT_EQ(buffer[1024], 0xEE) << "only `count` sectors are read";
+    EXPECT_EQ(WriteSectors(context_.transferSlot, 6, Bytes(512, 0x55)), 0);
+    Bytes expected = Pattern(8 * 512);
+    std::fill_n(expected.begin() + 6 * 512, 512, std::uint8_t{0x55});
+    EXPECT_EQ(ReadFile(path_), expected);
+    EXPECT_FALSE(context_.transferFailed);
+}
+
+TEST_F(SectorIo, TheUnitIs512BytesWhateverTheSectorSizeSays) {
+    open(Pattern(4 * 512));
+    context_.sectorSize = 2048;
+    Bytes buffer(512);
+    EXPECT_EQ(ReadSectors(context_.transferSlot2, 1, buffer), 0);
+    EXPECT_EQ(buffer, Slice(Pattern(4 * 512), 512, 512));
+}
+
+TEST_F(SectorIo, AnUnknownCommandDoesNothing) {
+    open(Pattern(512));
+    Bytes buffer(512, 9);
+    EXPECT_EQ(TransferSectors(context_, {137, 1, 0, buffer}), 0);
+    EXPECT_EQ(buffer, Bytes(512, 9));
+    EXPECT_EQ(ReadFile(path_), Pattern(512));
+    EXPECT_FALSE(context_.transferFailed);
+}
+
+TEST_F(SectorIo, BehindTheEndTheBufferIsZeroAndTheShortReadIsRemembered) {
+    open(Pattern(700));
+    Bytes buffer(1024, 0xEE);
+    EXPECT_EQ(ReadSectors(context_.transferSlot, 0, buffer), 1);
+    Bytes expected = Pattern(700);
+    expected.resize(1024);
+    EXPECT_EQ(buffer, expected);
+    EXPECT_TRUE(context_.transferFailed);
+    EXPECT_EQ(ReadSectors(context_.transferSlot, 0, std::span(buffer).first(512)), 0);
+    EXPECT_TRUE(context_.transferFailed) << "a later success does not hide it";
+    ASSERT_EQ(OpenImage(context_, path_).result, OpenResult::Opened);
+    EXPECT_FALSE(context_.transferFailed) << "a new opening does";
+}
+
+TEST_F(SectorIo, ARequestBeyondItsBufferOrTheFileSystemIsRefused) {
+    open(Pattern(4096));
+    Bytes buffer(512, 7);
+    EXPECT_EQ(TransferSectors(context_, {kCommandRead, 2, 0, buffer}), 1);
+    EXPECT_EQ(TransferSectors(context_, {kCommandWrite, 0xFFFFFFFF, 0, buffer}), 1);
+    for (const std::uint64_t sector : {std::numeric_limits<std::uint64_t>::max(),
+                                       std::uint64_t{1} << 55, (std::uint64_t{1} << 54) - 1}) {
+        EXPECT_EQ(WriteSectors(context_.transferSlot, sector, buffer), 1) << sector;
+        EXPECT_EQ(ReadSectors(context_.transferSlot, sector, buffer), 1) << sector;
+    }
+    EXPECT_EQ(ReadFile(path_), Pattern(4096));
+}
+
+TEST_F(SectorIo, ASectorBehind4GiBLandsWhereItBelongs) {
+    open({});
+    const std::uint64_t sector = (std::uint64_t{1} << 23) + 5;
+    ASSERT_EQ(WriteSectors(context_.transferSlot, sector, Pattern(512)), 0);
+    EXPECT_EQ(context_.image->size(), (sector + 1) * 512);
+    Bytes buffer(512);
+    EXPECT_EQ(ReadSectors(context_.transferSlot, sector, buffer), 0);
+    EXPECT_EQ(buffer, Pattern(512));
+    EXPECT_EQ(ReadSectors(context_.transferSlot, 5, buffer), 0);
+    EXPECT_EQ(buffer, Bytes(512)) << "not cut to 32 bits";
+}
+
+TEST_F(SectorIo, BlocksBecomeSectorsIn64Bits) {
+    context_.blockSize = 4096;
+    context_.sectorsPerBlock = 8;
+    context_.volumeOffset = 100;
+    EXPECT_EQ(BlockToSector(context_, 0), 100u);
+    EXPECT_EQ(BlockToSector(context_, 0xFFFFFFFF), 0xFFFFFFFFull * 8 + 100);
+    EXPECT_EQ(BlockCountToSectors(context_, 0xFFFFFFFF), 0xFFFFFFFFull * 8);
+    context_.mediumKind = static_cast<MediumKind>(0);
+    EXPECT_EQ(BlockToSector(context_, 7), 7u) << "another kind of medium stays unmapped";
+}
+
+TEST_F(SectorIo, OpeningTellsWhatCameOfIt) {
+    EXPECT_EQ(OpenImage(context_, folder_.path() + "/none").systemError, ENOENT);
+    EXPECT_EQ(OpenImage(context_, folder_.path()).systemError, EISDIR);
+    EXPECT_TRUE(context_.imagePath.empty());
+    open(Pattern(512));
+    EXPECT_EQ(context_.imagePath, path_);
+    context_.driverBlockSize = 2048;
+    context_.volumeOffset = 64;
+    // A running program may be read and not written, whoever asks.
+    EXPECT_EQ(OpenImage(context_, "/proc/self/exe").result, OpenResult::OpenedReadOnly);
+    EXPECT_TRUE(context_.readOnly);
+    EXPECT_EQ(WriteSectors(context_.transferSlot, 0, Bytes(512)), 1);
+    EXPECT_EQ(CreateImage(context_, folder_.path() + "/new").result, OpenResult::Opened);
+    EXPECT_FALSE(context_.readOnly) << "nothing of the earlier medium is left";
+    EXPECT_EQ(context_.driverBlockSize, 0);
+    EXPECT_EQ(context_.volumeOffset, 0u);
+    CloseImage(context_);
+    EXPECT_TRUE(context_.imagePath.empty());
+    Bytes buffer(512);
+    EXPECT_EQ(ReadSectors(context_.transferSlot, 0, buffer), -1);
+}
+
+TEST_F(SectorIo, StreamsOutToTheByteAndShowsABarAbove64Sectors) {
+    struct Case {
+        std::uint64_t bytes;
+        int steps, chunks;
+    };
+    const Bytes image = Pattern(300 * 512);
+    open(image);
+    for (const Case c :
+         {Case{0, 0, 0}, Case{1, 0, 0}, Case{64 * 512, 0, 0}, Case{64 * 512 + 1, 2, 2},
+          Case{65 * 512, 2, 2}, Case{128 * 512, 3, 2}, Case{200 * 512 - 5, 4, 4}}) {
+        MemoryBytes out;
+        RecordedProgress progress;
+        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 10, c.bytes, progress), StreamResult::Done);
+        EXPECT_TRUE(out.bytes() == Slice(image, 10 * 512, c.bytes)) << c.bytes;
+        EXPECT_EQ(progress.steps, c.steps) << c.bytes;
+        EXPECT_EQ(progress.chunks, c.chunks) << c.bytes;
+        EXPECT_EQ(progress.counted, c.bytes);
+    }
+}
+
+TEST_F(SectorIo, StreamsInAndFillsUpWithZerosNeverWithStaleBytes) {
+    open(Pattern(300 * 512));
+    MemoryBytes in(Bytes(70 * 512 + 100, 0xAB));
+    EXPECT_EQ(StreamFileToSectors(context_, in, 100, 20, 140, progress_), StreamResult::Done);
+    Bytes expected = Pattern(300 * 512);
+    std::fill_n(expected.begin() + 20 * 512, 140 * 512, std::uint8_t{0});
+    std::fill_n(expected.begin() + 20 * 512, 70 * 512, std::uint8_t{0xAB});
+    EXPECT_TRUE(ReadFile(path_) == expected);
+    EXPECT_EQ(progress_.steps, 140 / 64 + 1);
+    EXPECT_EQ(progress_.chunks, 3);
+}
+
+// Fails the transfer number `failAt` (from 1) of the slot.
+TransferSlot FailingSlot(MediumContext& context, int failAt) {
+    return [&context, failAt, count = 0](const SectorRequest& request) mutable {
+        return ++count == failAt ? 1 : TransferSectors(context, request);
+    };
+}
+
+TEST_F(SectorIo, AFailureInAnyRoundIsTold) {
+    open(Pattern(200 * 512));
+    for (int round = 1; round <= 4; ++round) {
+        MemoryBytes out;
+        context_.transferSlot = FailingSlot(context_, round);
+        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 200 * 512, progress_),
+                  StreamResult::ShortRead);
+        EXPECT_LE(out.size(), static_cast<std::uint64_t>(round) * 64 * 512);
+        MemoryBytes in(Pattern(200 * 512));
+        context_.transferSlot = FailingSlot(context_, round);
+        EXPECT_EQ(StreamFileToSectors(context_, in, 0, 0, 200, progress_),
+                  StreamResult::ShortWrite);
+        RecordedProgress stopping(round);
+        context_.transferSlot = FailingSlot(context_, 0);
+        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 200 * 512, stopping),
+                  StreamResult::Stopped);
+        EXPECT_EQ(stopping.chunks, round);
+    }
+    MemoryBytes out;
+    EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 150, 1ull << 60, progress_),
+              StreamResult::ShortRead)
+        << "a length that no image holds ends where the image ends";
+    EXPECT_LE(out.size(), 64u * 512);
+}
+
+// Promises more bytes than it gives.
+class BrokenSource final : public ByteSource {
+  public:
+    [[nodiscard]] std::uint64_t size() const override { return 10'000; }
+    [[nodiscard]] std::size_t readAt(std::uint64_t, std::span<std::uint8_t> out) override {
+        return out.size() / 2;
+    }
+};
+
+class FullSink final : public ByteSink {
+  public:
+    [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t>) override {
+        return false;
+    }
+};
+
+TEST_F(SectorIo, AFailureOfTheOtherSideIsTold) {
+    open(Pattern(64 * 512));
+    BrokenSource source;
+    EXPECT_EQ(StreamFileToSectors(context_, source, 0, 0, 8, progress_), StreamResult::ShortRead);
+    EXPECT_EQ(ReadFile(path_), Pattern(64 * 512)) << "half a round is not written";
+    FullSink sink;
+    EXPECT_EQ(StreamSectorsToFile(context_, sink, 0, 0, 512, progress_), StreamResult::ShortWrite);
+    CloseImage(context_);
+    MemoryBytes out;
+    EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 512, progress_), StreamResult::ShortRead);
+    EXPECT_EQ(out.size(), 0u);
+}
+
+TEST_F(SectorIo, RoomIsJudgedByFileSystemAndFreeSpace) {
+    constexpr std::uint64_t kPlenty = 1ull << 40;
+    EXPECT_EQ(JudgeTargetRoom(kLargeImageBytes - 1, kPlenty, false), TargetRoom::Fits);
+    EXPECT_EQ(JudgeTargetRoom(kLargeImageBytes, kPlenty, false), TargetRoom::TooLargeForFileSystem);
+    EXPECT_EQ(JudgeTargetRoom(kLargeImageBytes, kPlenty, true), TargetRoom::Fits);
+    EXPECT_EQ(JudgeTargetRoom(kPlenty, kPlenty, true), TargetRoom::Fits);
+    EXPECT_EQ(JudgeTargetRoom(kPlenty + 1, kPlenty, true), TargetRoom::NoRoom);
+    EXPECT_EQ(CheckTargetRoom(folder_.path(), 1), TargetRoom::Fits);
+    EXPECT_EQ(CheckTargetRoom(folder_.path(), 1ull << 62), TargetRoom::NoRoom);
+    EXPECT_EQ(CheckTargetRoom(folder_.path() + "/none", 1ull << 62), TargetRoom::Fits);
+}
+
+}  // namespace
+}  // namespace vellmark
