@@ -141,8 +141,8 @@ int CompareName(std::string_view search, std::string_view candidate) {
     const std::string folded = FoldMacRomanLower(candidate);
     if (HoldsPart(search, std::string_view(folded), star))
         return 0;
-    // As many bytes as the search is long.
-    return CompareByRank(search, folded.substr(0, search.size()), kHfsSearchRanks);
+    // The `*` itself, which the candidate lacks, decides at the latest.
+    return CompareByRank(search, folded, kHfsSearchRanks);
 }
 
 int CompareHfsPlusSearch(std::u16string_view search, std::u16string_view candidate) {

@@ -41,9 +41,6 @@ std::string_view Text(int number, Language language) {
     // A number of either kind may come in, also one that is French already.
     const int english = number >= kFrenchOffset ? number - kFrenchOffset : number;
     const bool french = language == Language::French || number != english;
-    // Beyond both tables, and near the ends of an int.
-    if (english < 0 || english >= kFrenchOffset)
-        return {};
     const std::string_view text =
         french ? Find(kFrench, english + kFrenchOffset) : std::string_view{};
     return text.empty() ? Find(kEnglish, english) : text;

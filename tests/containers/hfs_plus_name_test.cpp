@@ -142,6 +142,7 @@ TEST(HfsPlusNames, ShownNamesAreComposed) {
         {u"a\u0323\u0302", u"\u1EAD"},
         {u"e\u0301\u0301", u"é\u0301"},
         {u"a\u0315\u0301", u"a\u0315\u0301"},  // the mark between ranks higher
+        {u"e\u0313\u0301", u"e\u0313\u0301"},  // or as high
         {u"\u0301e", u"\u0301e"},
         {u"=\u0338", u"=\u0338"},  // would not decompose again
         {u"\u212B\uF900", u"\u212B\uF900"},
