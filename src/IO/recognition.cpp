@@ -1,0 +1,308 @@
+#include "IO/recognition.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint64_t kVolumeHeaderByte = 1024;
+constexpr std::size_t kNameBytes = 64;
+constexpr std::size_t kVolumeNameOffset = 36;
+constexpr std::uint32_t kMostGptEntries = 512;
+constexpr std::uint32_t kMostGptEntryBytes = 4096;
+constexpr std::string_view kHfsType = "Apple_HFS";
+constexpr std::string_view kGptSignature = "EFI PART";
+constexpr std::string_view kTrailerSignature = "koly";
+constexpr int kUnnamedText = 1287;
+
+// 48465300-0000-11AA-AA11-00306543ECAC
+constexpr Guid kHfsGuid = {
+    0x48465300, 0x0000, 0x11AA, {0xAA, 0x11, 0x00, 0x30, 0x65, 0x43, 0xEC, 0xAC}};
+
+using Bytes = std::span<const std::uint8_t>;
+
+// A record that lies wholly in the bytes.
+template <typename Record>
+std::optional<Record> RecordAt(Bytes bytes, std::uint64_t offset) {
+    if (bytes.size() < sizeof(Record) || offset > bytes.size() - sizeof(Record))
+        return std::nullopt;
+    Record record;
+    std::memcpy(&record, bytes.data() + offset, sizeof(Record));
+    return record;
+}
+
+bool HasSignature(Bytes bytes, std::uint64_t offset, std::uint16_t signature) {
+    const auto word = RecordAt<be16>(bytes, offset);
+    return word && *word == signature;
+}
+
+std::string_view FixedText(const std::array<char, 32>& field) {
+    const auto end = std::find(field.begin(), field.end(), '\0');
+    return {field.data(), static_cast<std::size_t>(end - field.begin())};
+}
+
+// A sector behind the end of a short image is no loss of data: nothing is taken from it that its
+// signature does not vouch for. The image file itself still remembers a failure of the system.
+void ProbeSectors(MediumContext& context, std::uint64_t startSector,
+                  std::span<std::uint8_t> buffer) {
+    const bool failedBefore = context.transferFailed;
+    ReadSectors(context.transferSlot, startSector, buffer);
+    context.transferFailed = failedBefore;
+}
+
+void PutRecord(std::vector<PartitionEntry>& list, std::size_t position, PartitionEntry entry) {
+    if (position >= list.size())
+        list.push_back(std::move(entry));
+    else
+        list[position] = std::move(entry);
+}
+
+// The bytes that a block of the map is away from the next one.
+std::uint32_t MapStep(const MediumContext& context) {
+    return context.driverBlockSize == 0 ? kSectorBytes : context.driverBlockSize;
+}
+
+// Names an HFS partition and returns the number that the walk over the map goes on with.
+std::uint64_t NamePartition(MediumContext& context, const PartitionMapEntry& entry,
+                            std::uint64_t firstSector, PartitionEntry& record) {
+    std::array<std::uint8_t, kSectorBytes> header{};
+    ProbeSectors(context, firstSector + kVolumeHeaderByte / kSectorBytes, header);
+    if (!HasSignature(header, 0, kHfsSignature)) {
+        record.name = FixedText(entry.name);
+        return 0;
+    }
+    const std::size_t length = header[kVolumeNameOffset];
+    record.name.assign(reinterpret_cast<const char*>(header.data()) + kVolumeNameOffset + 1,
+                       std::min(length, kNameBytes));
+    return length;
+}
+
+// How many of the four fields equal those of the HFS type.
+int EqualFields(const Guid& type) {
+    return (type.a == kHfsGuid.a) + (type.b == kHfsGuid.b) + (type.c == kHfsGuid.c) +
+           (type.d == kHfsGuid.d);
+}
+
+bool IsZero(const Guid& type) {
+    return type.a == 0 && type.b == 0 && type.c == 0 &&
+           std::all_of(type.d.begin(), type.d.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
+// The name of an entry as bytes; units that are no ASCII become `_`.
+std::string GptName(Bytes entry) {
+    std::string name;
+    for (std::size_t at = offsetof(GptEntry, name);
+         at + sizeof(le16) <= entry.size() && name.size() < kNameBytes; at += sizeof(le16)) {
+        const std::uint16_t unit = *RecordAt<le16>(entry, at);
+        if (unit == 0)
+            break;
+        name += unit < 0x80 ? static_cast<char>(unit) : '_';
+    }
+    return name;
+}
+
+PartitionEntry GptRecord(Bytes bytes, const GptEntry& entry) {
+    const std::uint64_t first = entry.firstSector;
+    const std::uint64_t last = entry.lastSector;
+    // The count is the distance of the two, without adding one.
+    return {false, GptName(bytes), first, last > first ? last - first : 0};
+}
+
+std::vector<std::uint8_t> ReadGptArray(MediumContext& context, const GptHeader& header) {
+    const std::uint64_t bytes =
+        std::uint64_t{std::min<std::uint32_t>(header.entryCount, kMostGptEntries)} *
+        header.entrySize;
+    std::vector<std::uint8_t> array(
+        static_cast<std::size_t>((bytes + kSectorBytes - 1) / kSectorBytes * kSectorBytes));
+    constexpr std::size_t kRound = std::size_t{kStreamSectors} * kSectorBytes;
+    std::uint64_t sector = static_cast<std::uint32_t>(header.entrySector);
+    for (std::size_t done = 0; done < array.size(); done += kRound, sector += kStreamSectors)
+        ProbeSectors(context, sector,
+                     std::span(array).subspan(done, std::min(kRound, array.size() - done)));
+    array.resize(static_cast<std::size_t>(bytes));
+    return array;
+}
+
+int ScanMap(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list) {
+    const auto first = RecordAt<PartitionMapEntry>(buffer, context.driverBlockSize);
+    const int count = first ? ParsePartitionMap(context, buffer, first->mapEntries, list) : 0;
+    if (!list.empty())
+        context.volumeOffset = list.front().startSector;
+    return count;
+}
+
+int ScanDriverDescriptor(MediumContext& context, Bytes buffer, const DriverDescriptor& descriptor,
+                         std::vector<PartitionEntry>& list) {
+    context.totalSectors = descriptor.blockCount;
+    const std::uint16_t blockSize = descriptor.blockSize;
+    // A block size that no map can follow in the buffer is taken for the usual one.
+    const bool usable = blockSize != 0 && blockSize % kSectorBytes == 0 &&
+                        blockSize + sizeof(PartitionMapEntry) <= buffer.size();
+    context.driverBlockSize = usable ? blockSize : static_cast<std::uint16_t>(kSectorBytes);
+    const std::uint64_t next = context.driverBlockSize;
+    if (HasSignature(buffer, next, kOldPartitionMapSignature)) {
+        context.volumeOffset = *RecordAt<be32>(buffer, next + 2);
+        return 1;
+    }
+    if (HasSignature(buffer, next, kPartitionMapSignature))
+        return ScanMap(context, buffer, list);
+    return HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ? 1 : kNoMapAfterDescriptor;
+}
+
+int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord& record,
+                   std::vector<PartitionEntry>& list) {
+    int result = 0;
+    std::size_t position = 0;
+    for (const MbrEntry& entry : record.entries) {
+        if (entry.type == 0)
+            break;
+        if (entry.type == kMbrTypeMacintosh) {
+            ++result;
+            PutRecord(
+                list, position++,
+                {false, std::string(Text(kUnnamedText)), entry.firstSector, entry.sectorCount});
+        } else if (entry.type == kMbrTypeProtective) {
+            // The number is set, not added, and the position stays: the table behind the entry
+            // stands for the whole disk, and a later Macintosh entry takes its first record.
+            result = ParseGptEntries(context, buffer, entry, position, list);
+        }
+    }
+    if (result == 0)
+        return kNoMacintoshPartition;
+    context.volumeOffset = list.front().startSector;
+    return result;
+}
+
+int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list) {
+    if (HasSignature(buffer, 0, kDriverDescriptorSignature))
+        return ScanDriverDescriptor(context, buffer, *RecordAt<DriverDescriptor>(buffer, 0), list);
+    const auto record = *RecordAt<MasterBootRecord>(buffer, 0);
+    if (record.signature == kBootRecordSignature)
+        return ScanBootRecord(context, buffer, record, list);
+    if (HasSignature(buffer, context.driverBlockSize, kPartitionMapSignature))
+        return ScanMap(context, buffer, list);
+    if (HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ||
+        HasSignature(buffer, kVolumeHeaderByte, kHfsPlusSignature)) {
+        context.readOnly = true;
+        return 1;
+    }
+    return kNothingRecognised;
+}
+
+}  // namespace
+
+ImageClass ClassifyImage(ByteSource& file) {
+    MasterBootRecord first{};
+    (void)file.readAt(0, {reinterpret_cast<std::uint8_t*>(&first), sizeof(first)});
+    std::array<char, kTrailerSignature.size()> tail{};
+    const std::uint64_t size = file.size();
+    const bool hasTrailer = size >= kSectorBytes && file.readRecord(size - kSectorBytes, tail) &&
+                            std::string_view(tail.data(), tail.size()) == kTrailerSignature;
+
+    ImageClass result = ImageClass::Plain;
+    if (first.signature == kBootRecordSignature) {
+        if (first.entries[0].type == kMbrTypeProtective)
+            result = ImageClass::ProtectiveBootRecord;
+        else if (first.entries[0].type == kMbrTypeMacintosh)
+            result = ImageClass::MacintoshBootRecord;
+    }
+    const std::string_view start(reinterpret_cast<const char*>(first.code.data()), 2);
+    if (start[0] == 'x')
+        return ImageClass::ZlibDiskImage;
+    if (start == "PM")
+        return hasTrailer ? ImageClass::PartitionDiskImage : ImageClass::Plain;
+    if (start == "BZ")
+        return ImageClass::Bzip2DiskImage;
+    if (start == "sp")
+        return ImageClass::SparseImage;
+    if (start == "ER")
+        result = ImageClass::Plain;
+    return result == ImageClass::Plain && hasTrailer ? ImageClass::TrailerDiskImage : result;
+}
+
+int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list) {
+    list.clear();
+    context.volumeOffset = 0;
+    std::vector<std::uint8_t> buffer(std::size_t{kScanSectors} * kSectorBytes);
+    ProbeSectors(context, 0, buffer);
+    context.sectorSize = kSectorBytes;
+    context.partitionCount = ScanBuffer(context, buffer, list);
+    return context.partitionCount;
+}
+
+int ParsePartitionMap(MediumContext& context, Bytes buffer, std::uint32_t entryCount,
+                      std::vector<PartitionEntry>& list) {
+    const std::uint32_t step = MapStep(context);
+    const std::uint64_t scale = step / kSectorBytes;
+    int found = 0;
+    // The number is assigned and never advanced, and the map of a volume whose name is as long as
+    // the map ends there. What bounds the walk is the signature and the buffer.
+    std::uint64_t i = 0;
+    for (std::uint64_t offset = context.driverBlockSize;; offset += step) {
+        const auto entry = RecordAt<PartitionMapEntry>(buffer, offset);
+        if (!entry)
+            break;
+        // A type that is the beginning of "Apple_HFS" matches, the empty one as well.
+        if (kHfsType.starts_with(FixedText(entry->type)) && entry->blockCount != 0 &&
+            list.size() < kMostPartitions) {
+            PartitionEntry record{false, {}, entry->startBlock * scale, entry->blockCount * scale};
+            i = NamePartition(context, *entry, record.startSector, record);
+            list.push_back(std::move(record));
+            ++found;
+        }
+        if (!HasSignature(buffer, offset + step, kPartitionMapSignature) || i + 1 >= entryCount)
+            break;
+    }
+    return found;
+}
+
+int ParseGptEntries(MediumContext& context, Bytes buffer, const MbrEntry& bootEntry,
+                    std::size_t position, std::vector<PartitionEntry>& list) {
+    const auto header =
+        RecordAt<GptHeader>(buffer, std::uint64_t{bootEntry.firstSector} * kSectorBytes);
+    if (!header)
+        return 0;
+    // One of the two marks is enough.
+    const std::string_view signature(header->signature.data(), header->signature.size());
+    if (signature != kGptSignature && header->reserved != 0)
+        return 0;
+    const std::uint32_t entrySize = header->entrySize;
+    if (entrySize < sizeof(GptEntry) || entrySize > kMostGptEntryBytes)
+        return 0;
+    const std::vector<std::uint8_t> array = ReadGptArray(context, *header);
+    int found = 0;
+    for (std::size_t at = 0; at < array.size() && position < kMostPartitions; at += entrySize) {
+        const Bytes bytes = Bytes(array).subspan(at, entrySize);
+        const GptEntry entry = *RecordAt<GptEntry>(bytes, 0);
+        if (IsZero(entry.type))
+            break;
+        // Any field that equals is enough.
+        if (EqualFields(entry.type) == 0)
+            continue;
+        PutRecord(list, position++, GptRecord(bytes, entry));
+        ++found;
+    }
+    return found;
+}
+
+std::optional<std::uint64_t> FirstGptSector(ByteSource& image) {
+    MasterBootRecord record;
+    GptHeader header;
+    GptEntry entry;
+    if (!image.readRecord(0, record) || record.signature != kBootRecordSignature ||
+        record.entries[0].type != kMbrTypeProtective)
+        return std::nullopt;
+    if (!image.readRecord(std::uint64_t{record.entries[0].firstSector} * kSectorBytes, header) ||
+        header.entrySector > image.size() / kSectorBytes ||
+        !image.readRecord(header.entrySector * kSectorBytes, entry))
+        return std::nullopt;
+    return static_cast<std::uint32_t>(entry.firstSector);
+}
+
+}  // namespace vellmark

@@ -1,0 +1,472 @@
+#include "IO/recognition.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+
+#include "IO/io_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+using testing::Bytes;
+using testing::MakeFile;
+using testing::Put;
+using testing::PutText;
+
+// Bytes of a disk, made field by field from the published layouts.
+
+void PutDescriptor(Bytes& disk, std::uint16_t blockSize, std::uint32_t blocks) {
+    PutText(disk, 0, "ER");
+    Put(disk, 2, be16(blockSize));
+    Put(disk, 4, be32(blocks));
+}
+
+void PutMapEntry(Bytes& disk, std::size_t offset, std::string_view name, std::string_view type,
+                 std::uint32_t start, std::uint32_t count, std::uint32_t entries) {
+    disk.resize(std::max(disk.size(), offset + 512));
+    PutText(disk, offset, "PM");
+    Put(disk, offset + 4, be32(entries));
+    Put(disk, offset + 8, be32(start));
+    Put(disk, offset + 12, be32(count));
+    PutText(disk, offset + 16, name);
+    PutText(disk, offset + 48, type);
+}
+
+void PutHfsHeader(Bytes& disk, std::size_t volumeSector, std::string_view name) {
+    const std::size_t at = (volumeSector + 2) * 512;
+    disk.resize(std::max(disk.size(), at + 512));
+    PutText(disk, at, "BD");
+    disk[at + 36] = static_cast<std::uint8_t>(name.size());
+    PutText(disk, at + 37, name);
+}
+
+void PutBootEntry(Bytes& disk, std::size_t index, std::uint8_t type, std::uint32_t first,
+                  std::uint32_t count) {
+    disk.resize(std::max<std::size_t>(disk.size(), 512));
+    disk[510] = 0x55;
+    disk[511] = 0xAA;
+    disk[446 + 16 * index + 4] = type;
+    Put(disk, 446 + 16 * index + 8, le32(first));
+    Put(disk, 446 + 16 * index + 12, le32(count));
+}
+
+void PutGptHeader(Bytes& disk, std::uint64_t entrySector, std::uint32_t count,
+                  std::uint32_t size = 128) {
+    PutText(disk, 512, "EFI PART");
+    Put(disk, 512 + 72, le64(entrySector));
+    Put(disk, 512 + 80, le32(count));
+    Put(disk, 512 + 84, le32(size));
+}
+
+const Bytes kHfsGuidBytes = {0x00, 0x53, 0x46, 0x48, 0x00, 0x00, 0xAA, 0x11,
+                             0xAA, 0x11, 0x00, 0x30, 0x65, 0x43, 0xEC, 0xAC};
+const Bytes kForeignGuidBytes = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+
+void PutGptEntry(Bytes& disk, std::size_t offset, const Bytes& type, std::uint64_t first,
+                 std::uint64_t last, std::u16string_view name) {
+    disk.resize(std::max(disk.size(), offset + 128));
+    std::copy(type.begin(), type.end(), disk.begin() + static_cast<std::ptrdiff_t>(offset));
+    Put(disk, offset + 32, le64(first));
+    Put(disk, offset + 40, le64(last));
+    for (std::size_t i = 0; i < name.size(); ++i)
+        Put(disk, offset + 56 + 2 * i, le16(name[i]));
+}
+
+class Recognition : public ::testing::Test {
+  protected:
+    int scan(const Bytes& disk) {
+        EXPECT_EQ(OpenImage(context_, MakeFile(folder_, "disk", disk)).result, OpenResult::Opened);
+        return ScanMedium(context_, list_);
+    }
+    void expectRecord(std::size_t index, std::string_view name, std::uint64_t start,
+                      std::uint64_t count) {
+        ASSERT_LT(index, list_.size());
+        EXPECT_EQ(list_[index].name, name);
+        EXPECT_EQ(list_[index].startSector, start);
+        EXPECT_EQ(list_[index].sectorCount, count);
+        EXPECT_FALSE(list_[index].isWindows);
+    }
+    TemporaryFolder folder_;
+    MediumContext context_;
+    std::vector<PartitionEntry> list_;
+};
+
+ImageClass Classify(Bytes bytes) {
+    MemoryBytes file(std::move(bytes));
+    return ClassifyImage(file);
+}
+
+TEST(ClassifyImage, LooksAtTheStartAndAtTheTrailer) {
+    struct Case {
+        std::string_view start;
+        std::uint8_t bootType;  // 0: no boot record
+        bool trailer;
+        ImageClass expected;
+    };
+    const Case cases[] = {
+        {"", 0, false, ImageClass::Plain},
+        {"", 0, true, ImageClass::TrailerDiskImage},
+        {"", 0xEE, false, ImageClass::ProtectiveBootRecord},
+        {"", 0xEE, true, ImageClass::ProtectiveBootRecord},
+        {"", 0xAF, false, ImageClass::MacintoshBootRecord},
+        {"", 0x0B, false, ImageClass::Plain},
+        {"x", 0, false, ImageClass::ZlibDiskImage},
+        {"x\xDA", 0xEE, true, ImageClass::ZlibDiskImage},
+        {"PM", 0, true, ImageClass::PartitionDiskImage},
+        {"PM", 0, false, ImageClass::Plain},
+        {"PM", 0xAF, false, ImageClass::Plain},
+        {"BZh9", 0xAF, false, ImageClass::Bzip2DiskImage},
+        {"sprs", 0, true, ImageClass::SparseImage},
+        {"ER", 0xEE, false, ImageClass::Plain},
+        {"ER", 0xAF, true, ImageClass::TrailerDiskImage},
+    };
+    for (const Case& c : cases) {
+        Bytes bytes(2048);
+        if (c.bootType != 0)
+            PutBootEntry(bytes, 0, c.bootType, 1, 1);
+        PutText(bytes, 0, c.start);
+        if (c.trailer)
+            PutText(bytes, bytes.size() - 512, "koly");
+        EXPECT_EQ(Classify(bytes), c.expected) << c.start << " " << int{c.bootType};
+    }
+}
+
+TEST(ClassifyImage, ShortFilesAreNoneOrWhatTheirFirstByteSays) {
+    EXPECT_EQ(Classify({}), ImageClass::Plain);
+    EXPECT_EQ(Classify({'x'}), ImageClass::ZlibDiskImage);
+    EXPECT_EQ(Classify({'B', 'Z'}), ImageClass::Bzip2DiskImage);
+    EXPECT_EQ(Classify(Bytes(511, 0x55)), ImageClass::Plain);
+}
+
+TEST_F(Recognition, TheMapHoldsItselfAndOneVolume) {
+    Bytes disk(40 * 512);
+    PutDescriptor(disk, 512, 4000);
+    PutMapEntry(disk, 512, "Apple", "Apple_partition_map", 1, 2, 2);
+    PutMapEntry(disk, 1024, "entry name", "Apple_HFS", 20, 1000, 2);
+    EXPECT_EQ(scan(disk), 1);
+    ASSERT_EQ(list_.size(), 1u);
+    expectRecord(0, "entry name", 20, 1000);
+    EXPECT_EQ(context_.volumeOffset, 20u);
+    EXPECT_EQ(context_.totalSectors, 4000u);
+    EXPECT_EQ(context_.driverBlockSize, 512);
+    EXPECT_EQ(context_.partitionCount, 1);
+    EXPECT_FALSE(context_.readOnly);
+    EXPECT_FALSE(context_.transferFailed);
+    PutHfsHeader(disk, 20, "Volume \x8E");
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "Volume \x8E", 20, 1000);
+}
+
+TEST_F(Recognition, BlocksOf2048BytesAreScaledToSectors) {
+    Bytes disk(400 * 512);
+    PutDescriptor(disk, 2048, 1000);
+    PutMapEntry(disk, 2048, "Apple", "Apple_partition_map", 1, 2, 2);
+    PutMapEntry(disk, 4096, "disc", "Apple_HFS", 50, 900, 2);
+    PutHfsHeader(disk, 200, "A");
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "A", 200, 3600);
+    EXPECT_EQ(context_.volumeOffset, 200u);
+    EXPECT_EQ(context_.totalSectors, 1000u) << "in blocks of the descriptor";
+}
+
+TEST_F(Recognition, ANameAsLongAsTheMapEndsTheWalk) {
+    Bytes disk(100 * 512);
+    PutDescriptor(disk, 512, 4000);
+    for (std::size_t i = 0; i < 3; ++i)
+        PutMapEntry(disk, 512 * (i + 1), "entry", "Apple_HFS",
+                    static_cast<std::uint32_t>(20 + 10 * i), 10, 3);
+    EXPECT_EQ(scan(disk), 3) << "no volume header names them";
+    PutHfsHeader(disk, 20, "EightLet");
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "EightLet", 20, 10);
+    PutHfsHeader(disk, 20, "A");
+    EXPECT_EQ(scan(disk), 3) << "1 + 1 is below 3";
+    PutHfsHeader(disk, 30, "AB");
+    EXPECT_EQ(scan(disk), 2) << "2 + 1 is not";
+}
+
+TEST_F(Recognition, TypesMatchAsTheBeginningOfAppleHfs) {
+    struct Case {
+        std::string_view type;
+        int found;
+    };
+    for (const Case c : {Case{"Apple_HFS", 1}, Case{"Apple_", 1}, Case{"", 1},
+                         Case{"Apple_HFSX", 0}, Case{"Apple_Free", 0}, Case{"apple_hfs", 0},
+                         Case{"Apple_HFS_and_32_letters_no_zero", 0}}) {
+        Bytes disk(40 * 512);
+        PutDescriptor(disk, 512, 4000);
+        PutMapEntry(disk, 512, "n", c.type, 20, 10, 1);
+        EXPECT_EQ(scan(disk), c.found) << c.type;
+        PutMapEntry(disk, 512, "n", c.type, 20, 0, 1);
+        EXPECT_EQ(scan(disk), 0) << "a count of 0 is skipped";
+        EXPECT_EQ(context_.volumeOffset, 0u);
+    }
+}
+
+TEST_F(Recognition, AtMostNineRecordsAndOnlyWhatThe32SectorsHold) {
+    Bytes disk(100 * 512);
+    PutDescriptor(disk, 512, 4000);
+    for (std::size_t i = 0; i < 60; ++i)
+        PutMapEntry(disk, 512 * (i + 1), "e", "Apple_HFS", 99, 1, 60);
+    EXPECT_EQ(scan(disk), 9);
+    for (std::size_t i = 0; i < 31; ++i)
+        PutMapEntry(disk, 512 * (i + 1), "e", "Apple_Free", 99, 1, 60);
+    EXPECT_EQ(scan(disk), 0) << "the entries behind sector 31 are not seen";
+}
+
+TEST_F(Recognition, OtherBlocksBehindTheDescriptor) {
+    Bytes disk(32 * 512);
+    PutDescriptor(disk, 512, 77);
+    EXPECT_EQ(scan(disk), kNoMapAfterDescriptor);
+    EXPECT_EQ(context_.totalSectors, 77u);
+    PutText(disk, 1024, "BD");
+    EXPECT_EQ(scan(disk), 1);
+    EXPECT_EQ(context_.volumeOffset, 0u);
+    PutText(disk, 512, "TS");
+    Put(disk, 514, be32(0x00123456));
+    EXPECT_EQ(scan(disk), 1);
+    EXPECT_EQ(context_.volumeOffset, 0x123456u);
+    EXPECT_TRUE(list_.empty());
+}
+
+TEST_F(Recognition, ANonsenseBlockSizeIsTakenFor512) {
+    for (const int size : {0, 1, 511, 513, 16384, 16896, 65535}) {
+        Bytes disk(40 * 512);
+        PutDescriptor(disk, static_cast<std::uint16_t>(size), 100);
+        PutMapEntry(disk, 512, "n", "Apple_HFS", 20, 10, 1);
+        EXPECT_EQ(scan(disk), 1) << size;
+        EXPECT_EQ(context_.driverBlockSize, 512) << size;
+        expectRecord(0, "n", 20, 10);
+    }
+    Bytes disk(32 * 512);
+    PutDescriptor(disk, 15872, 100);
+    PutMapEntry(disk, 15872, "last block that fits", "Apple_HFS", 2, 10, 1);
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "last block that fits", 62, 310);
+}
+
+TEST_F(Recognition, AMapWithoutADescriptorBeginsInTheFirstSector) {
+    Bytes disk(40 * 512);
+    PutMapEntry(disk, 0, "Apple", "Apple_partition_map", 0, 2, 2);
+    PutMapEntry(disk, 512, "n", "Apple_HFS", 20, 10, 2);
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "n", 20, 10);
+    EXPECT_EQ(context_.volumeOffset, 20u);
+}
+
+TEST_F(Recognition, ADescriptorGoesBeforeABootRecord) {
+    Bytes disk(40 * 512);
+    PutDescriptor(disk, 512, 100);
+    PutBootEntry(disk, 0, 0xAF, 5, 5);
+    PutMapEntry(disk, 512, "n", "Apple_HFS", 20, 10, 1);
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "n", 20, 10);
+}
+
+TEST_F(Recognition, BareVolumesAreReadOnly) {
+    for (const std::string_view signature : {"BD", "H+"}) {
+        Bytes disk(3 * 512);
+        PutText(disk, 1024, signature);
+        EXPECT_EQ(scan(disk), 1) << signature;
+        EXPECT_TRUE(context_.readOnly);
+        EXPECT_EQ(context_.volumeOffset, 0u);
+        EXPECT_FALSE(context_.transferFailed) << "a short image is no failure";
+    }
+    EXPECT_EQ(scan(Bytes(32 * 512)), kNothingRecognised);
+    EXPECT_EQ(scan({}), kNothingRecognised);
+    EXPECT_FALSE(context_.readOnly);
+    CloseImage(context_);
+    EXPECT_EQ(ScanMedium(context_, list_), kNothingRecognised);
+}
+
+TEST_F(Recognition, BootRecordsOfferTheirMacintoshPartitions) {
+    Bytes disk(512);
+    PutBootEntry(disk, 0, 0x0B, 1, 1);
+    EXPECT_EQ(scan(disk), kNoMacintoshPartition);
+    PutBootEntry(disk, 1, 0xAF, 0xFFFFFFF0, 7);
+    PutBootEntry(disk, 3, 0xAF, 3, 4);
+    EXPECT_EQ(scan(disk), 1) << "the third entry has type 0 and ends the walk";
+    expectRecord(0, "Untitled", 0xFFFFFFF0, 7);
+    EXPECT_EQ(context_.volumeOffset, 0xFFFFFFF0u);
+    PutBootEntry(disk, 2, 0xAF, 5, 6);
+    EXPECT_EQ(scan(disk), 3);
+    expectRecord(2, "Untitled", 3, 4);
+    PutBootEntry(disk, 0, 0, 0, 0);
+    EXPECT_EQ(scan(disk), kNoMacintoshPartition);
+}
+
+Bytes GptDisk() {
+    Bytes disk(80 * 512);
+    PutBootEntry(disk, 0, 0xEE, 1, 79);
+    PutGptHeader(disk, 2, 128);
+    return disk;
+}
+
+TEST_F(Recognition, GuidTablesOfferEntriesOfWhichAnyFieldMatches) {
+    Bytes disk = GptDisk();
+    PutGptEntry(disk, 1024, kForeignGuidBytes, 34, 40, u"EFI");
+    PutGptEntry(disk, 1152, kHfsGuidBytes, 0x1'0000'0040, 0x1'0000'0100, u"Mac \u00E9");
+    Bytes lastFieldOnly = kForeignGuidBytes;
+    std::copy(kHfsGuidBytes.begin() + 8, kHfsGuidBytes.end(), lastFieldOnly.begin() + 8);
+    PutGptEntry(disk, 1280, lastFieldOnly, 60, 50, u"");
+    // The entry number 4 is all zero: what follows is not seen.
+    PutGptEntry(disk, 1536, kHfsGuidBytes, 70, 71, u"hidden");
+    EXPECT_EQ(scan(disk), 2);
+    ASSERT_EQ(list_.size(), 2u);
+    expectRecord(0, "Mac _", 0x1'0000'0040, 0xC0);
+    expectRecord(1, "", 60, 0);
+    EXPECT_EQ(context_.volumeOffset, 0x1'0000'0040u);
+}
+
+TEST_F(Recognition, GuidHeadersPassOnEitherMark) {
+    Bytes disk = GptDisk();
+    PutGptEntry(disk, 1024, kHfsGuidBytes, 40, 50, u"");
+    Put(disk, 512 + 20, le32(9));
+    EXPECT_EQ(scan(disk), 1) << "the signature alone";
+    PutText(disk, 512, "NOT");
+    EXPECT_EQ(scan(disk), kNoMacintoshPartition) << "neither";
+    Put(disk, 512 + 20, le32(0));
+    EXPECT_EQ(scan(disk), 1) << "the zero word alone";
+}
+
+TEST_F(Recognition, GuidArraysAreReadAsFarAsTheyReach) {
+    Bytes disk = GptDisk();
+    for (std::size_t i = 0; i < 128; ++i)
+        PutGptEntry(disk, 1024 + 128 * i, i == 127 ? kHfsGuidBytes : kForeignGuidBytes, 90 + i,
+                    90 + i, u"");
+    EXPECT_EQ(scan(disk), 1) << "the last entry lies behind the first 32 sectors";
+    expectRecord(0, "", 217, 0);
+    for (std::size_t i = 0; i < 128; ++i)
+        PutGptEntry(disk, 1024 + 128 * i, kHfsGuidBytes, 90 + i, 90 + i, u"");
+    EXPECT_EQ(scan(disk), 9);
+    const std::u16string longName(70, u'n');
+    disk.resize(1024);
+    PutGptHeader(disk, 2, 2, 256);
+    PutGptEntry(disk, 1024, kHfsGuidBytes, 1, 2, longName);
+    PutGptEntry(disk, 1024 + 256, kHfsGuidBytes, 3, 4, u"second");
+    EXPECT_EQ(scan(disk), 2);
+    expectRecord(0, std::string(64, 'n'), 1, 1);
+    expectRecord(1, "second", 3, 1);
+}
+
+TEST_F(Recognition, GuidTablesThatCannotBeAreRefused) {
+    struct Case {
+        std::uint32_t headerSector, count, size;
+        std::uint64_t entrySector;
+    };
+    for (const Case c : {Case{1, 128, 127, 2}, Case{1, 128, 0, 2}, Case{1, 0, 128, 2},
+                         Case{1, 128, 4097, 2}, Case{1, 128, 0xFFFFFFFF, 2}, Case{32, 128, 128, 2},
+                         Case{0xFFFFFFFF, 128, 128, 2}, Case{1, 0xFFFFFFFF, 4096, 0xFFFFFFFF}}) {
+        Bytes disk = GptDisk();
+        PutBootEntry(disk, 0, 0xEE, c.headerSector, 79);
+        PutGptHeader(disk, c.entrySector, c.count, c.size);
+        PutGptEntry(disk, 1024, kHfsGuidBytes, 40, 50, u"");
+        EXPECT_EQ(scan(disk), kNoMacintoshPartition) << c.headerSector << " " << c.size;
+    }
+}
+
+// The result of the table replaces the count so far, and the record position stays where it was.
+TEST_F(Recognition, AMixedBootRecordSetsTheCountFromTheGuidTable) {
+    Bytes disk = GptDisk();
+    PutGptEntry(disk, 1024, kHfsGuidBytes, 40, 50, u"table");
+    PutBootEntry(disk, 1, 0xAF, 60, 10);
+    EXPECT_EQ(scan(disk), 2);
+    ASSERT_EQ(list_.size(), 1u);
+    expectRecord(0, "Untitled", 60, 10);
+    PutBootEntry(disk, 0, 0xAF, 60, 10);
+    PutBootEntry(disk, 1, 0xEE, 1, 79);
+    EXPECT_EQ(scan(disk), 1);
+    expectRecord(0, "Untitled", 60, 10);
+    expectRecord(1, "table", 40, 10);
+}
+
+TEST(FirstGptSector, FollowsTheFirstEntryWhateverItsType) {
+    Bytes disk = GptDisk();
+    PutGptEntry(disk, 1024, kForeignGuidBytes, 0x5'0000'0022, 99, u"");
+    const auto first = [](const Bytes& bytes) {
+        MemoryBytes image(bytes);
+        return FirstGptSector(image);
+    };
+    EXPECT_EQ(first(disk), 0x22u) << "the low 32 bits";
+    Put(disk, 512 + 72, le64(~std::uint64_t{0}));
+    EXPECT_FALSE(first(disk));
+    PutBootEntry(disk, 0, 0xEE, 0xFFFFFFFF, 1);
+    EXPECT_FALSE(first(disk));
+    PutBootEntry(disk, 0, 0xAF, 1, 1);
+    EXPECT_FALSE(first(disk));
+    EXPECT_FALSE(first({}));
+}
+
+// Nothing that a disk says may crash, hang or reach outside a buffer (seen by the sanitizers).
+TEST_F(Recognition, RandomDisksEndInAResult) {
+    const unsigned seed = 20'240'607;
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    Bytes disk = GptDisk();
+    PutMapEntry(disk, 1024, "n", "Apple_HFS", 20, 10, 5);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes changed = disk;
+        const int kind = round % 3;
+        if (kind == 0)
+            PutDescriptor(changed, static_cast<std::uint16_t>(random() % 64 * 256), 9);
+        else if (kind == 1)
+            PutMapEntry(changed, 0, "m", "", 1, 1, 5);
+        for (int i = 0; i < 40; ++i)
+            changed[446 + random() % 2000] = static_cast<std::uint8_t>(random());
+        changed.resize(random() % changed.size());
+        const int result = scan(changed);
+        ASSERT_LE(list_.size(), kMostPartitions);
+        ASSERT_TRUE(result >= -2 || result == kNoMacintoshPartition);
+    }
+}
+
+TEST_F(Recognition, DisksOfOtherPrograms) {
+    const char* samples = std::getenv("VELLMARK_SAMPLES");
+    if (samples == nullptr)
+        GTEST_SKIP() << "VELLMARK_SAMPLES does not name a folder of samples";
+    struct Case {
+        std::string_view file;
+        ImageClass imageClass;
+        int result;
+        std::uint64_t volumeOffset;
+    };
+    for (const Case c :
+         {Case{"disk/gpt_hfsplus.img", ImageClass::ProtectiveBootRecord, 1, 64},
+          Case{"vol/hfs_basic.img", ImageClass::Plain, 1, 0},
+          Case{"vol/hfsplus_newfs.img", ImageClass::Plain, 1, 0},
+          Case{"dmg/libdmg_zlib.dmg", ImageClass::ZlibDiskImage, kNothingRecognised, 0}}) {
+        const std::string path = std::string(samples) + "/" + std::string(c.file);
+        if (!std::filesystem::exists(path))
+            GTEST_SKIP() << path << " is not there";
+        PcFile file(path, PcFile::Mode::Read);
+        EXPECT_EQ(ClassifyImage(file), c.imageClass) << c.file;
+        ASSERT_NE(OpenImage(context_, path).result, OpenResult::Failed);
+        EXPECT_EQ(ScanMedium(context_, list_), c.result) << c.file;
+        EXPECT_EQ(context_.volumeOffset, c.volumeOffset) << c.file;
+    }
+}
+
+TEST_F(Recognition, AHybridDiscOfAnotherProgram) {
+    if (std::system("command -v genisoimage >/dev/null") != 0)
+        GTEST_SKIP() << "genisoimage is not installed";
+    const std::string tree = folder_.path() + "/tree";
+    std::filesystem::create_directory(tree);
+    PcFile(tree + "/file.txt", PcFile::Mode::CreateNew).close();
+    const std::string image = folder_.path() + "/hybrid.iso";
+    const std::string command =
+        "genisoimage -quiet -hfs -part -V 'Disc Name' -o " + image + " " + tree + " 2>/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    PcFile file(image, PcFile::Mode::Read);
+    EXPECT_EQ(ClassifyImage(file), ImageClass::Plain);
+    ASSERT_NE(OpenImage(context_, image).result, OpenResult::Failed);
+    EXPECT_EQ(ScanMedium(context_, list_), 1);
+    ASSERT_EQ(list_.size(), 1u);
+    EXPECT_EQ(list_[0].name, "Disc Name");
+    EXPECT_EQ(list_[0].startSector + list_[0].sectorCount, context_.totalSectors);
+}
+
+}  // namespace
+}  // namespace vellmark
