@@ -1,0 +1,181 @@
+// A project: the header, and all items as one sequence of records sorted by the number of their
+// folder and, inside a folder, by ISO name in plain byte order. The file is mirrored in memory, one
+// run of records a folder, and written whole by `save`: what `save` writes is the format's byte
+// sequence, with no other state beside it.
+//
+// A project file may come from anywhere. Nothing but its signature, version and length is checked
+// when it is opened, so every operation here stands folders that contain each other, items without
+// a folder, numbers that stand twice and texts without an end.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "project/project_record.hpp"
+#include "support/messages.hpp"
+
+namespace vellmark {
+
+/// What a project is built into: the file itself does not tell.
+enum class ProjectMode {
+    Hybrid,  ///< ISO 9660 with HFS or HFS+, three views
+    IsoPlus  ///< ISO 9660 with the Apple extensions, the ISO view alone
+};
+
+/// What a new project starts with.
+struct ProjectDefaults {
+    bool openRoot = false;
+    bool rebuild = false;
+    bool isHfsPlus = false;
+    std::string label = "Untitled";  ///< both labels, Windows-1252
+};
+
+enum class ProjectOpened {
+    Opened,
+    CannotOpen,    ///< the system refuses
+    NotAProject,   ///< another kind of file
+    OlderProject,  ///< a project of another version
+    Cut,           ///< its length is no whole number of records
+    TooLarge       ///< more records than a project may have
+};
+
+struct ProjectTotals {
+    std::uint64_t sectors = 0;     ///< of 2048 bytes: an estimate, see `ProjectFile::totals`
+    std::uint32_t isoRecords = 0;  ///< files and folders in the ISO view
+    std::uint32_t hfsRecords = 0;  ///< files and folders in the HFS view
+};
+
+/// Most items of a project: what keeps a file of any length from taking all memory.
+inline constexpr std::size_t kMostProjectRecords = 4'000'000;
+/// Most files and folders of an HFS volume made from a project.
+inline constexpr std::uint32_t kMostHfsRecords = 65'535;
+
+class ProjectFile {
+  public:
+    using Run = std::vector<ProjectRecord>;
+
+    /// A new project in memory; `save` makes its file.
+    [[nodiscard]] static ProjectFile Create(std::string path, ProjectMode mode,
+                                            const ProjectDefaults& defaults);
+    /// Reads a project. What went wrong has been shown; `project` is set when it was opened.
+    [[nodiscard]] static ProjectOpened Open(const std::string& path, ProjectMode mode,
+                                            Messages& messages,
+                                            std::optional<ProjectFile>& project);
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] ProjectMode mode() const { return mode_; }
+    [[nodiscard]] const ProjectHeader& header() const { return header_; }
+    [[nodiscard]] ProjectHeader& header() { return header_; }
+
+    /// The items whose parent number is `folder`, in file order; empty when there are none.
+    [[nodiscard]] const Run& childrenOf(std::int32_t folder) const;
+    [[nodiscard]] std::size_t countChildren(std::int32_t folder) const;
+    [[nodiscard]] std::size_t countRecords() const;
+
+    /// The item of that number, nullptr when there is none; root is no item. Its number, its
+    /// parent and its ISO name must not be changed.
+    [[nodiscard]] const ProjectRecord* findByNumber(std::int32_t number) const;
+    [[nodiscard]] ProjectRecord* findByNumber(std::int32_t number);
+    /// The item of that number if it lies in that folder.
+    [[nodiscard]] const ProjectRecord* findChild(std::int32_t folder, std::int32_t number) const;
+    /// The first item of the view with that name: the ISO name, the source name (Hybrid) or the HFS
+    /// name, case by case.
+    [[nodiscard]] const ProjectRecord* findByName(std::int32_t folder, std::string_view name,
+                                                  ProjectView view) const;
+    /// The first item with that HFS name, in whatever view.
+    [[nodiscard]] const ProjectRecord* findByHfsName(std::int32_t folder,
+                                                     std::string_view name) const;
+    /// Number of the folder that holds the item; 0 when the item is not there.
+    [[nodiscard]] std::int32_t parentOf(std::int32_t number) const;
+    [[nodiscard]] bool isFolder(std::int32_t number) const;
+
+    /// The view in which a new item of the folder goes: Hybrid for root and for a folder of both.
+    [[nodiscard]] ProjectView folderView(std::int32_t folder) const;
+
+    /// Puts one record in its place, before a sibling of the same ISO name.
+    void insert(const ProjectRecord& record);
+    /// Puts many records of one folder in their places. Their parent numbers must be `parent`.
+    void mergeChildren(std::int32_t parent, Run&& records);
+    /// Takes the item out, and all that lies below it; the counters of its folder are the
+    /// caller's. False when the folder has no such item.
+    bool deleteItem(std::int32_t parent, std::int32_t number);
+
+    /// The next number for a folder of that name; 0 when all are used up.
+    [[nodiscard]] std::int32_t giveFolderNumber(std::string_view name);
+    /// The next number for a file, negative; 0 when all are used up.
+    [[nodiscard]] std::int32_t giveFileNumber();
+
+    /// Adds to the counters of a folder; they stop at 0.
+    void addCounters(std::int32_t folder, std::int64_t folders, std::int64_t files);
+    /// Gives everything below the folder these inclusions (0, 1, -1).
+    void setViewFlagsDown(std::int32_t folder, int iso, int hfs);
+    /// Gives the folder and those above it each inclusion that is not 0 and that they lack, unless
+    /// its name in that view was refused.
+    void setViewFlagsUp(std::int32_t folder, int iso, int hfs);
+
+    /// Computed afresh from all records. A record counts its data and resource fields, each in
+    /// whole sectors, and its source size as well when it is a MacBinary or BinHex file of the ISO
+    /// view. The counters of folders lie in the same fields and are counted too: the value is an
+    /// estimate and keeps that excess.
+    [[nodiscard]] ProjectTotals totals() const;
+
+    /// Brings totals and counts of the header up to date and replaces the file. A project with more
+    /// files and folders than HFS holds becomes an HFS+ one before that, and the user is told.
+    /// False when the file could not be written: that has been shown, and the old file is as it
+    /// was.
+    [[nodiscard]] bool save(Messages& messages);
+    /// Saves, then makes `newPath` the project's file, asking before it takes the place of another.
+    /// A project that still bears its default name leaves no file behind under it.
+    [[nodiscard]] bool saveAs(const std::string& newPath, Messages& messages);
+
+    /// Calls `use(record)` for every item, in file order.
+    template <typename Use>
+    void forEachRecord(Use use) const {
+        for (const auto& [parent, run] : children_)
+            for (const ProjectRecord& record : run)
+                use(record);
+    }
+    /// Calls `change(span of records)` for the items of each folder; as for `findByNumber`,
+    /// numbers, parents and ISO names stay.
+    template <typename Change>
+    void changeRuns(Change change) {
+        for (auto& [parent, run] : children_)
+            change(std::span<ProjectRecord>(run));
+    }
+
+  private:
+    struct Place {
+        std::int32_t parent;
+        std::size_t position;
+    };
+
+    ProjectFile(std::string path, ProjectMode mode) : path_(std::move(path)), mode_(mode) {}
+
+    /// Sorts what was read and numbers it.
+    void takeOver(std::map<std::int32_t, Run>&& children);
+    [[nodiscard]] bool isFree(std::int32_t number) const;
+    /// Renews the places of a run's records from `position` on.
+    void reindex(std::int32_t parent, std::size_t position);
+    void eraseRun(std::int32_t parent);
+    /// The folder and all folders below it, each once.
+    [[nodiscard]] std::vector<std::int32_t> foldersFrom(std::int32_t folder) const;
+    [[nodiscard]] bool writeTo(const std::string& path, Messages& messages);
+
+    std::string path_;
+    ProjectMode mode_;
+    ProjectHeader header_;
+    std::map<std::int32_t, Run> children_;            // no run is empty
+    std::unordered_map<std::int32_t, Place> places_;  // of a number that stands twice, one
+};
+
+/// Copies a project's file to the same path with the extension `BAK`. False when that cannot be
+/// done, which is no reason not to open the project.
+[[nodiscard]] bool BackUpProject(const std::string& path);
+
+}  // namespace vellmark

@@ -1,0 +1,208 @@
+// How a project comes from its file and goes back into it.
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "containers/names.hpp"
+#include "project/project_file.hpp"
+#include "project/view_names.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kMagic = "VLK";
+constexpr char kVersion = 'Z';
+constexpr std::size_t kRecordsPerRead = 512;
+constexpr std::string_view kDefaultNames[] = {"vlpr.vlpr", "vlso.vlso"};
+
+constexpr int kTextOverwrite = 1061;
+constexpr int kTextNotAProject = 1062;
+constexpr int kTextOlderProject = 1063;
+
+std::string FileNameOf(const std::string& path) {
+    return path.substr(path.find_last_of('/') + 1);
+}
+
+ProjectOpened CheckHeader(const ProjectHeader& header, std::uint64_t bytesRead,
+                          std::uint64_t sizeBytes) {
+    if (bytesRead < kMagic.size() + 1 || std::string_view(header.magic, kMagic.size()) != kMagic)
+        return ProjectOpened::NotAProject;
+    if (header.version != kVersion)
+        return ProjectOpened::OlderProject;
+    if (sizeBytes % kProjectRecordBytes != 0)
+        return ProjectOpened::Cut;
+    return sizeBytes / kProjectRecordBytes > kMostProjectRecords + 1 ? ProjectOpened::TooLarge
+                                                                     : ProjectOpened::Opened;
+}
+
+void ShowRefusal(ProjectOpened result, const PcFile& file, Messages& messages) {
+    const std::string path = Printable(file.path());
+    switch (result) {
+        case ProjectOpened::Opened:
+            break;
+        case ProjectOpened::CannotOpen:
+            messages.showMessage(
+                fmt::format("The file\n{}\ncannot be read: {}.", path, file.errorText()));
+            break;
+        case ProjectOpened::NotAProject:
+            messages.showMessage(FormatText(kTextNotAProject, path));
+            break;
+        case ProjectOpened::OlderProject:
+            messages.showMessage(FormatText(kTextOlderProject, path));
+            break;
+        case ProjectOpened::Cut:
+            messages.showMessage(
+                fmt::format("The project file\n{}\nis cut short or damaged: its length of {} bytes "
+                            "is no multiple of {}.",
+                            path, file.size(), kProjectRecordBytes));
+            break;
+        case ProjectOpened::TooLarge:
+            messages.showMessage(fmt::format("The project file\n{}\nholds more than {} items.",
+                                             path, kMostProjectRecords));
+            break;
+    }
+}
+
+bool ReadRecords(PcFile& file, std::map<std::int32_t, ProjectFile::Run>& children) {
+    const std::uint64_t sizeBytes = file.size();
+    std::vector<ProjectRecord> piece(kRecordsPerRead);
+    for (std::uint64_t offset = kProjectRecordBytes; offset < sizeBytes;) {
+        const auto want = static_cast<std::size_t>(
+            std::min<std::uint64_t>(sizeBytes - offset, kRecordsPerRead * kProjectRecordBytes));
+        if (!file.readExactly(offset, {reinterpret_cast<std::uint8_t*>(piece.data()), want}))
+            return false;
+        for (std::size_t i = 0; i < want / kProjectRecordBytes; ++i)
+            children[piece[i].parent].push_back(piece[i]);
+        offset += want;
+    }
+    return true;
+}
+
+std::span<const std::uint8_t> BytesOf(const ProjectFile::Run& run) {
+    return {reinterpret_cast<const std::uint8_t*>(run.data()), run.size() * kProjectRecordBytes};
+}
+
+}  // namespace
+
+ProjectFile ProjectFile::Create(std::string path, ProjectMode mode,
+                                const ProjectDefaults& defaults) {
+    ProjectFile project(std::move(path), mode);
+    ProjectHeader& header = project.header_;
+    std::memcpy(header.magic, kMagic.data(), kMagic.size());
+    header.version = kVersion;
+    header.rootNumber = kRootFolder;
+    header.lastFolder = kBackgroundFolder;
+    header.setOpenRoot(defaults.openRoot);
+    header.setRebuildBeforeCompile(defaults.rebuild);
+    header.setHfsPlus(defaults.isHfsPlus);
+    header.setIsoLabel(defaults.label);
+    header.setHfsLabel(defaults.isHfsPlus ? defaults.label : AnsiToMacName(defaults.label));
+    return project;
+}
+
+ProjectOpened ProjectFile::Open(const std::string& path, ProjectMode mode, Messages& messages,
+                                std::optional<ProjectFile>& project) {
+    project.reset();
+    PcFile file(path, PcFile::Mode::Read);
+    ProjectFile opened(path, mode);
+    ProjectOpened result = ProjectOpened::CannotOpen;
+    if (file.isOpen()) {
+        const std::size_t got = file.readAt(
+            0, {reinterpret_cast<std::uint8_t*>(&opened.header_), sizeof(opened.header_)});
+        if (file.error() == 0)
+            result = CheckHeader(opened.header_, got, file.size());
+    }
+    std::map<std::int32_t, Run> children;
+    if (result == ProjectOpened::Opened && !ReadRecords(file, children))
+        result = file.error() ? ProjectOpened::CannotOpen : ProjectOpened::Cut;
+    if (result != ProjectOpened::Opened) {
+        ShowRefusal(result, file, messages);
+        return result;
+    }
+    opened.header_.lastFolder =
+        std::max<std::int32_t>(opened.header_.lastFolder, kBackgroundFolder);
+    opened.takeOver(std::move(children));
+    project.emplace(std::move(opened));
+    return result;
+}
+
+bool ProjectFile::save(Messages& messages) {
+    ProjectTotals sums = totals();
+    TurnToHfsPlusIfTooMany(*this, sums, messages);
+    const bool counted = mode_ == ProjectMode::Hybrid;
+    header_.hfsRecords = counted ? sums.hfsRecords : 0;
+    header_.isoRecords = counted ? sums.isoRecords : 0;
+    header_.totalSectors = static_cast<std::uint32_t>(sums.sectors);
+    header_.zero620 = 0;
+    return writeTo(path_, messages);
+}
+
+bool ProjectFile::saveAs(const std::string& newPath, Messages& messages) {
+    const std::string oldPath = path_;
+    if (!save(messages))
+        return false;
+    const PcFacts target = PcFactsOf(newPath);
+    const PcFacts source = PcFactsOf(oldPath);
+    if (target.kind != PcKind::Missing && target.device == source.device &&
+        target.inode == source.inode)
+        return true;
+    if (target.kind != PcKind::Missing &&
+        !messages.askYesNo(FormatText(kTextOverwrite, Printable(newPath))))
+        return false;
+    if (!writeTo(newPath, messages))
+        return false;
+    path_ = newPath;
+    const std::string oldName = FileNameOf(oldPath);
+    if (std::find(std::begin(kDefaultNames), std::end(kDefaultNames), oldName) !=
+        std::end(kDefaultNames))
+        ::unlink(oldPath.c_str());
+    return true;
+}
+
+bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
+    const auto show = [&](std::string_view reason) {
+        messages.showMessage(
+            fmt::format("The project file\n{}\ncannot be written: {}.", Printable(path), reason));
+        return false;
+    };
+    if (countRecords() > kMostProjectRecords)
+        return show(fmt::format("it would hold more than {} items", kMostProjectRecords));
+    TargetFile target(path);
+    PcFile& file = target.file();
+    if (!file.isOpen())
+        return show(file.errorText());
+    bool written = file.writeRecord(0, header_);
+    std::uint64_t offset = kProjectRecordBytes;
+    for (const auto& [parent, run] : children_) {
+        written = written && file.writeAt(offset, BytesOf(run));
+        offset += run.size() * kProjectRecordBytes;
+    }
+    if (!written)
+        return show(file.errorText());
+    const int error = target.publish(true, true);
+    return error == 0 || show(SystemErrorText(error));
+}
+
+bool BackUpProject(const std::string& path) {
+    const std::size_t nameStart = path.find_last_of('/') + 1;
+    const std::size_t dot = path.find_last_of('.');
+    const bool hasExtension = dot != std::string::npos && dot > nameStart;
+    const std::string backupPath = path.substr(0, hasExtension ? dot : path.size()) + ".BAK";
+    PcFile source(path, PcFile::Mode::Read);
+    if (!source.isOpen() || backupPath == path)
+        return false;
+    TargetFile backup(backupPath);
+    const std::uint64_t sizeBytes = source.size();
+    return backup.file().isOpen() && backup.file().copyFrom(source, 0, 0, sizeBytes) == sizeBytes &&
+           backup.publish(true, true) == 0;
+}
+
+}  // namespace vellmark

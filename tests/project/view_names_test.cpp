@@ -1,0 +1,230 @@
+// View names: limits, questions, character sets, and names that would meet in one folder.
+#include "project/view_names.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "project/project_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+using test::EmptyProject;
+using test::Item;
+using test::ScriptedMessages;
+
+std::string X(std::size_t count) {
+    return std::string(count, 'x');
+}
+
+TEST(Truncate, KeepsAnExtensionOfAtMostFiveBytes) {
+    const struct {
+        std::string name;
+        std::size_t limit;
+        std::string expected;
+    } cases[] = {
+        {X(31), 31, X(31)},
+        {X(32), 31, X(31)},
+        {X(62), 62, X(62)},
+        {X(63), 62, X(62)},
+        {X(40) + ".txt", 31, X(27) + ".txt"},
+        {X(40) + ".jpeg", 31, X(26) + ".jpeg"},
+        {X(40) + ".xhtml", 31, X(31)},
+        {X(40) + ".", 31, X(30) + "."},
+        {X(40) + ".a.b", 31, X(29) + ".b"},
+        {X(10) + "." + X(40), 31, X(10) + "." + X(20)},
+        {X(60) + ".gz", 62, X(59) + ".gz"},
+        {"a.txt", 31, "a.txt"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Truncate(c.name, c.limit), c.expected) << c.name;
+}
+
+// The digits are those of CRC-16 with polynomial 1021 over the whole name, low digit first.
+TEST(FallbackName, IsTwentySixCharactersAndTheDigitsOfTheWholeName) {
+    const std::string alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
+    const struct {
+        std::string name;
+        std::size_t limit;
+        unsigned round;
+        std::string expected;
+    } cases[] = {
+        {alphabet, 31, 0, "abcdefghijklmnopqrstuvwxyz-EDBC"},
+        {alphabet, 62, 0, "abcdefghijklmnopqrstuvwxyz-EDBC"},
+        {alphabet + ".txt", 31, 0, "abcdefghijklmnopqrstuv-11DF.txt"},
+        {alphabet + ".txt", 62, 0, "abcdefghijklmnopqrstuvwxyz-11DF.txt"},
+        {"short.txt", 31, 0, "short-D685.txt"},
+        {"readme", 31, 0, "readme-FEDD"},
+        {alphabet + ".txt", 31, 0x2A, "abcdefghijklmnopqrst-11DF2A.txt"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(FallbackName(c.name, c.limit, c.round), c.expected);
+}
+
+class ViewNamesTest : public testing::Test {
+  protected:
+    // The record of one item in an empty folder.
+    ProjectRecord named(std::string_view name, bool isHfsPlus, int iso = 1, int hfs = 1,
+                        ProjectMode mode = ProjectMode::Hybrid) {
+        const ProjectFile project = EmptyProject(isHfsPlus, mode);
+        SiblingNames siblings({}, isHfsPlus);
+        ProjectRecord record = Item(1, -1, name, iso, hfs);
+        record.setHfsName("before");
+        ViewNames(record, name, project, siblings, answers_, messages_);
+        return record;
+    }
+
+    TruncationAnswers answers_;
+    ScriptedMessages messages_;
+};
+
+TEST_F(ViewNamesTest, NamesWithinTheLimitsAreAskedAboutNowhere) {
+    EXPECT_EQ(named(X(62), true).isoName(), X(62));
+    EXPECT_EQ(named(X(62), true).hfsName(), X(62));
+    EXPECT_EQ(named(X(31), false).hfsName(), X(31));
+    EXPECT_EQ(named("a:\xE9\xDE", false).hfsName(), "a_\x8E_");
+    EXPECT_EQ(named("a:\xE9\xDE", false).isoName(), "a:\xE9\xDE");
+    EXPECT_EQ(named("a:\xE9\xDE", true).hfsName(), "a_\xE9\xDE");
+    EXPECT_EQ(named("plain", false, 1, 1, ProjectMode::IsoPlus).hfsName(), "before");
+}
+
+TEST_F(ViewNamesTest, ANameThatIsTooLongIsAskedAboutUntilTheAnswerIsAutomatic) {
+    messages_.truncations = {{true, false, "mine"}, {true, true, ""}, {true, false, "m\xC3\xA9:"}};
+    const std::string longName = X(62) + ".txt";
+    ProjectRecord record = named(longName, false);
+    EXPECT_EQ(record.isoName(), "mine");
+    EXPECT_EQ(record.hfsName(), X(27) + ".txt") << "an empty answer is the proposal";
+    EXPECT_TRUE(answers_.hfs);
+    EXPECT_FALSE(answers_.iso);
+    answers_.iso = true;
+    record = named(longName, true);
+    EXPECT_EQ(record.isoName(), X(58) + ".txt");
+    EXPECT_EQ(record.hfsName(), "m\xE9_");
+    ASSERT_EQ(messages_.truncationQuestions.size(), 3u);
+    EXPECT_EQ(messages_.truncationQuestions[0].first, longName);
+    EXPECT_EQ(messages_.truncationQuestions[0].second, X(58) + ".txt");
+    EXPECT_EQ(messages_.truncationQuestions[1].second, X(27) + ".txt");
+}
+
+TEST_F(ViewNamesTest, AnAnswerLongerThanTheFieldIsCut) {
+    messages_.truncations = {{true, false, X(200)}};
+    answers_.iso = true;
+    EXPECT_EQ(named(X(70), true).hfsName(), X(62));
+}
+
+TEST_F(ViewNamesTest, ARefusalTakesTheItemOutOfThatViewAlone) {
+    messages_.truncations = {{false, false, ""}, {true, false, ""}, {false, false, ""}};
+    ProjectRecord record = named(X(70), false);
+    EXPECT_EQ(record.isoName(), "~");
+    EXPECT_EQ(record.isoInclusion(), 0);
+    EXPECT_EQ(record.hfsName(), X(31));
+    EXPECT_EQ(record.hfsInclusion(), 1);
+    record = named(X(40), false);
+    EXPECT_EQ(record.isoName(), X(40));
+    EXPECT_EQ(record.hfsName(), "~");
+    EXPECT_EQ(record.isoInclusion(), 1);
+    EXPECT_EQ(record.hfsInclusion(), 0);
+}
+
+TEST_F(ViewNamesTest, InAViewThatTheItemIsNotInNothingIsAsked) {
+    EXPECT_EQ(named(X(70), true, 0, 0).isoName(), X(62));
+    EXPECT_EQ(named(X(40) + "\xE9", false, 1, 0).hfsName(), X(31));
+}
+
+TEST_F(ViewNamesTest, AFileWithAContainerKeepsItsHfsName) {
+    const ProjectFile project = EmptyProject();
+    SiblingNames siblings({}, false);
+    for (int kind = 0; kind < 3; ++kind) {
+        ProjectRecord record = Item(1, -1, "f.bin");
+        record.setHfsName("Inner");
+        record.setMacBinary(kind == 0);
+        record.setBinHex(kind == 1);
+        record.setCoding(kind == 2 ? ForkCoding::NamedStreams : ForkCoding::None);
+        ViewNames(record, "f.bin", project, siblings, answers_, messages_);
+        EXPECT_EQ(record.hfsName(), "Inner");
+        EXPECT_EQ(record.isoName(), "f.bin");
+    }
+}
+
+TEST(SiblingNames, ANameThatIsTakenGivesWayInItsViewOnly) {
+    const ProjectRecord there[] = {Item(1, -1, "iso", 1, 0), Item(1, -2, "hfs", 0, 1)};
+    SiblingNames names(there, false);
+    EXPECT_EQ(names.takeIso("hfs", "other"), "hfs");
+    EXPECT_EQ(names.takeHfs("iso", "other"), "iso");
+    EXPECT_EQ(names.takeIso("iso", "readme"), "readme-FEDD");
+    EXPECT_EQ(names.takeHfs("HFS", "readme"), "readme-FEDD") << "case does not count in HFS";
+    EXPECT_EQ(names.takeIso("ISO", "third"), "ISO") << "but it does in ISO names";
+}
+
+TEST(SiblingNames, CaseIsFoldedInTheCharacterSetOfTheProject) {
+    SiblingNames mac({}, false);
+    EXPECT_EQ(mac.takeHfs("\x8E", "1"), "\x8E");  // e acute in MacRoman
+    EXPECT_NE(mac.takeHfs("\x83", "2"), "\x83");  // E acute
+    SiblingNames ansi({}, true);
+    EXPECT_EQ(ansi.takeHfs("\xE9\x9A", "1"), "\xE9\x9A");
+    EXPECT_NE(ansi.takeHfs("\xC9\x8A", "2"), "\xC9\x8A");
+    EXPECT_EQ(ansi.takeHfs("\xD7", "3"), "\xD7");
+    EXPECT_EQ(ansi.takeHfs("\xF7", "4"), "\xF7") << "times and divided by are no pair of cases";
+}
+
+TEST(SiblingNames, ANaturalNameIsKeptForItsOwner) {
+    SiblingNames names({}, false);
+    names.reserve("a_b");
+    names.reserve("a:b");
+    EXPECT_EQ(names.takeHfs("a_b", "a:b"), "a_b-1EA0");
+    EXPECT_EQ(names.takeHfs("a_b", "a_b"), "a_b");
+    EXPECT_EQ(names.takeIso("a:b", "a:b"), "a:b");
+}
+
+TEST(SiblingNames, ManyNamesWithOneHeadStayApartAndInTheirLimit) {
+    SiblingNames names({}, false);
+    std::set<std::string> seen;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string source = X(40) + std::to_string(i) + ".jpeg";
+        const std::string name = names.takeHfs(Truncate(source, 31), source);
+        EXPECT_LE(name.size(), 31u);
+        EXPECT_TRUE(name.ends_with(".jpeg"));
+        EXPECT_TRUE(seen.insert(name).second) << name;
+    }
+}
+
+TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {
+    ProjectFile project = EmptyProject();
+    project.header().setHfsLabel("\x8E");
+    project.insert(Item(1, -1, X(40) + "\xE9"));
+    ProjectRecord locked = Item(1, -2, "Icon.bin");
+    locked.setHfsName("Ic\x8En");
+    locked.setHfsNameLocked(true);
+    project.insert(locked);
+    ProjectRecord inner = Item(1, -3, "file.hqx");
+    inner.setHfsName("In\x8Er");
+    inner.setBinHex(true);
+    project.insert(inner);
+    SetFieldText(project.header().dataPreparer, std::string(120, 'p'));
+    RedoNamesForHfsPlus(project);
+    EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(40) + "\xE9");
+    EXPECT_EQ(project.findByNumber(-2)->hfsName(), "Ic\xE9n");
+    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "In\xE9r");
+    EXPECT_EQ(project.header().hfsLabel(), "\xE9");
+    EXPECT_EQ(FieldText(project.header().dataPreparer), std::string(120, 'p'))
+        << "the header is no record with a source name";
+}
+
+TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
+    ProjectFile project = EmptyProject(true);
+    project.header().setHfsLabel(X(40));
+    project.insert(Item(1, -1, X(31)));
+    project.insert(Item(1, -2, X(31) + "a"));
+    project.insert(Item(1, -3, "\xE9"));
+    project.insert(Item(18, -4, X(31) + "a"));
+    RedoNamesForHfs(project);
+    EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(31));
+    EXPECT_EQ(project.findByNumber(-2)->hfsName().substr(0, 27), X(26) + "-");
+    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "\x8E");
+    EXPECT_EQ(project.findByNumber(-4)->hfsName(), X(31)) << "another folder";
+    EXPECT_EQ(project.header().hfsLabel(), X(27));
+}
+
+}  // namespace
+}  // namespace vellmark
