@@ -1,0 +1,36 @@
+// In which views a file lands: by what it is, by the view it is added to, and by what the person
+// says about files of the other system.
+#pragma once
+
+#include <string_view>
+
+#include "project/project_record.hpp"
+#include "support/messages.hpp"
+
+namespace vellmark {
+
+/// What the rules tell apart.
+enum class FileClass {
+    MacContainer,    ///< MacBinary or BinHex
+    AppleContainer,  ///< AppleDouble or AppleSingle
+    Executable,      ///< `.exe` anywhere in the source name, in lower case
+    Plain
+};
+
+/// An answer to all questions of one kind.
+enum class Remembered { Ask, YesToAll, NoToAll };
+
+struct InclusionAnswers {
+    Remembered macContainer = Remembered::Ask;
+    Remembered appleContainer = Remembered::Ask;
+    Remembered executable = Remembered::Ask;
+};
+
+[[nodiscard]] FileClass ClassOf(const ProjectRecord& record);
+
+/// Sets the inclusions of a file that is added to `view`. `shownPath` names it in the question. An
+/// answer to all is kept in `answers`.
+void DecideViews(ProjectRecord& record, ProjectView view, std::string_view shownPath,
+                 InclusionAnswers& answers, Messages& messages);
+
+}  // namespace vellmark
