@@ -20,7 +20,7 @@ inline constexpr std::int64_t kMacEpochOffset = 2'082'844'800;
 [[nodiscard]] MacSeconds ToMacLocal(UnixSeconds at, const Clock& clock);
 /// The instant of a GMT value.
 [[nodiscard]] UnixSeconds FromMacGmt(MacSeconds seconds);
-/// The instant of a local value; at the hour that a zone repeats, the first of the two.
+/// The instant of a local value; of the hour that a zone repeats, one of the two.
 [[nodiscard]] UnixSeconds FromMacLocal(MacSeconds seconds, const Clock& clock);
 /// Now, in the form of the volume.
 [[nodiscard]] MacSeconds MacDateNow(const Clock& clock, bool isHfsPlus);

@@ -185,8 +185,8 @@ TargetFile::~TargetFile() {
     }
 }
 
-int TargetFile::publish(bool replace) {
-    if (!file_.flush())
+int TargetFile::publish(bool replace, bool durable) {
+    if (durable && !file_.flush())
         return file_.error();
     const int result = replace ? ::rename(temporaryPath_.c_str(), path_.c_str())
                                : ::link(temporaryPath_.c_str(), path_.c_str());
@@ -194,7 +194,7 @@ int TargetFile::publish(bool replace) {
     if (result != 0 && !replace && (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS)) {
         if (::access(path_.c_str(), F_OK) == 0)
             return EEXIST;
-        return publish(true);
+        return publish(true, durable);
     }
     if (result != 0)
         return errno;

@@ -66,6 +66,18 @@ TreeResult ForEachMapNode(TreeCursor& tree, Visit visit) {
     return TreeResult::Done;
 }
 
+// An empty leaf in node 1.
+bool CreateRootLeaf(TreeCursor& tree) {
+    const std::uint32_t leaf = AllocateNode(tree).value_or(0);
+    TreeHeaderRecord& header = tree.header();
+    header.depth = 1;
+    header.root = leaf;
+    header.firstLeaf = leaf;
+    header.lastLeaf = leaf;
+    tree.view().clear(NodeKind::Leaf, 1);
+    return tree.store->write(leaf, tree.nodeBuffer);
+}
+
 // First record of the node whose key is not less than `key`.
 std::size_t LowerBound(const NodeView& node, const TreeFormat& format, ConstByteSpan key,
                        bool& equal) {
@@ -111,7 +123,7 @@ bool MemoryNodes::write(std::uint32_t number, ConstByteSpan node) {
 bool CreateTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
                 const NewTree& shape) {
     const std::uint32_t mapNodes = MapNodesFor(shape.totalNodes, shape.nodeSize);
-    if (shape.totalNodes < mapNodes + 1)
+    if (shape.totalNodes < mapNodes + (shape.rootLeaf ? 2u : 1u))
         return false;
     tree = TreeCursor{};
     tree.format = format;
@@ -133,13 +145,18 @@ bool CreateTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
     header.attributes = shape.attributes;
     tree.nodeBitmap.assign(
         shape.nodeSize - kHeaderMapOverhead + mapNodes * (shape.nodeSize - kMapNodeOverhead), 0);
-    // Node 0, then the map nodes right behind it.
-    for (std::uint32_t i = 0; i <= mapNodes; ++i) {
+    (void)AllocateNode(tree);
+    if (shape.rootLeaf && !CreateRootLeaf(tree))
+        return false;
+    // The map nodes follow one another.
+    const std::uint32_t firstMapNode = shape.rootLeaf ? 2 : 1;
+    for (std::uint32_t i = 0; i < mapNodes; ++i) {
+        const std::uint32_t next = i + 1 < mapNodes ? firstMapNode + i + 1 : 0;
         (void)AllocateNode(tree);
-        if (i > 0 && !store.write(i, MakeMapNode(shape.nodeSize, i < mapNodes ? i + 1 : 0)))
+        if (!store.write(firstMapNode + i, MakeMapNode(shape.nodeSize, next)))
             return false;
     }
-    descriptor.forwardLink = mapNodes > 0 ? 1 : 0;
+    descriptor.forwardLink = mapNodes > 0 ? firstMapNode : 0;
     return true;
 }
 

@@ -74,10 +74,11 @@ struct NewTree {
     std::uint32_t clumpSize = 0;  ///< bytes; 0 where the format keeps none
     std::uint8_t keyCompareType = 0;
     std::uint32_t attributes = 0;
+    bool rootLeaf = false;  ///< begin with an empty leaf in node 1, as catalogs do
 };
 
-/// Makes an empty tree in `store`: header node and the map nodes that `totalNodes` needs. False
-/// when there are too few nodes for them or a write failed.
+/// Makes an empty tree in `store`: header node, root leaf and the map nodes that `totalNodes`
+/// needs. False when there are too few nodes for them or a write failed.
 [[nodiscard]] bool CreateTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
                               const NewTree& shape);
 

@@ -103,7 +103,7 @@ TreeKey HfsCatalogKey(std::uint32_t parentId, std::string_view name) {
 }
 
 TreeKey HfsPlusCatalogKey(std::uint32_t parentId, std::u16string_view name) {
-    name = name.substr(0, kHfsPlusNameLimit);
+    name = name.substr(0, kHfsPlusNameMax);
     TreeKey key;
     Append(key, be16(static_cast<std::uint16_t>(kHfsPlusKeyNameOffset + 2 * name.size())));
     Append(key, be32(parentId));

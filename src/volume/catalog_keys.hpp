@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "containers/hfs_plus_name.hpp"
 #include "volume/tree_node.hpp"
 
 namespace vellmark {
@@ -14,8 +15,6 @@ namespace vellmark {
 /// Longest name of an HFS item and of an HFS volume, in MacRoman bytes.
 inline constexpr std::size_t kHfsNameLimit = 31;
 inline constexpr std::size_t kHfsVolumeNameLimit = 27;
-/// Longest name of HFS+, in UTF-16 units.
-inline constexpr std::size_t kHfsPlusNameLimit = 255;
 
 inline constexpr std::uint8_t kDataFork = 0;
 inline constexpr std::uint8_t kResourceFork = 0xFF;

@@ -16,13 +16,15 @@ RecordData BytesOf(const Record& record) {
 }
 
 // The window that the Finder opens a new folder in.
-FolderFinderInfo DefaultView(std::uint16_t flags) {
+FolderFinderInfo DefaultView(const FolderFacts& facts) {
     FolderFinderInfo info{};
     info.windowTop = 80;
     info.windowLeft = 48;
     info.windowBottom = 272;
     info.windowRight = 480;
-    info.flags = flags;
+    info.flags = facts.finderFlags;
+    info.locationV = facts.locationV;
+    info.locationH = facts.locationH;
     info.view = 256;
     return info;
 }
@@ -61,7 +63,7 @@ RecordData HfsFolderData(const FolderFacts& facts) {
     record.creationDate = facts.created;
     record.modificationDate = facts.modified;
     record.backupDate = facts.backedUp;
-    record.finderInfo = DefaultView(facts.finderFlags);
+    record.finderInfo = DefaultView(facts);
     return BytesOf(record);
 }
 
@@ -76,7 +78,7 @@ RecordData HfsPlusFolderData(const FolderFacts& facts) {
     record.accessDate = facts.modified;
     record.backupDate = facts.backedUp;
     record.permissions.mode = kFolderMode;
-    record.finderInfo = DefaultView(facts.finderFlags);
+    record.finderInfo = DefaultView(facts);
     return BytesOf(record);
 }
 
@@ -128,7 +130,7 @@ RecordData HfsPlusThreadData(CatalogRecordType type, std::uint32_t parentId,
     head.type = static_cast<std::uint16_t>(type);
     head.parentId = parentId;
     RecordData data = BytesOf(head);
-    AppendHfsPlusName(data, name.substr(0, kHfsPlusNameLimit));
+    AppendHfsPlusName(data, name.substr(0, kHfsPlusNameMax));
     return data;
 }
 

@@ -24,6 +24,8 @@ struct FolderFacts {
     MacSeconds modified = 0;
     MacSeconds backedUp = 0;
     std::uint16_t finderFlags = 0;
+    std::uint16_t locationV = 0;  ///< of the icon in its window
+    std::uint16_t locationH = 0;
 };
 
 /// One fork, in one run of allocation blocks.

@@ -6,13 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "IO/partition_structures.hpp"
 #include "support/endian.hpp"
 
 namespace vellmark {
 
-inline constexpr std::uint16_t kHfsSignature = 0x4244;      // "BD"
-inline constexpr std::uint16_t kHfsPlusSignature = 0x482B;  // "H+"
-inline constexpr std::uint16_t kHfsxSignature = 0x4858;     // "HX"
+inline constexpr std::uint16_t kHfsxSignature = 0x4858;  // "HX"
 
 inline constexpr std::uint32_t kRootParentId = 1;
 inline constexpr std::uint32_t kRootFolderId = 2;

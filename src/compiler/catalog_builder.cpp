@@ -1,0 +1,178 @@
+#include "compiler/catalog_builder.hpp"
+
+#include <algorithm>
+
+#include "containers/names.hpp"
+#include "volume/catalog_keys.hpp"
+#include "volume/catalog_records.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint32_t kFirstHfsId = 17;
+constexpr std::uint32_t kFirstHfsPlusId = 18;
+constexpr std::size_t kHfsPlusLabelLimit = 61;
+constexpr std::uint16_t kRootLocationV = 112;
+constexpr std::uint16_t kRootLocationH = 584;
+constexpr std::string_view kUntitled = "Untitled";
+
+class Builder {
+  public:
+    Builder(const CompileContext& context, const DiscPlan& plan, const HfsLayout& layout,
+            BuiltCatalog& catalog)
+        : context_(context),
+          plan_(plan),
+          layout_(layout),
+          catalog_(catalog),
+          now_(MacDateNow(context.clock, layout.isHfsPlus)),
+          ids_(plan.folders.size()) {}
+
+    TreeResult run() {
+        catalog_.nextCatalogId = layout_.isHfsPlus ? kFirstHfsPlusId : kFirstHfsId;
+        if (const TreeResult result = addRoot(); result != TreeResult::Done)
+            return result;
+        for (std::size_t i = 0; i < plan_.folders.size(); ++i) {
+            if (!plan_.folders[i].inHfs)
+                continue;
+            if (i > 0)
+                if (const TreeResult result = addFolder(i); result != TreeResult::Done)
+                    return result;
+            for (const DiscItem& item : plan_.folders[i].items)
+                if (item.inHfs && !item.isFolder())
+                    if (const TreeResult result = addFile(item, ids_[i]);
+                        result != TreeResult::Done)
+                        return result;
+        }
+        return FlushTree(catalog_.tree);
+    }
+
+  private:
+    TreeResult addRoot() {
+        const ProjectHeader& header = context_.project.header();
+        ids_[0] = kRootFolderId;
+        FolderFacts facts;
+        facts.id = kRootFolderId;
+        facts.valence = plan_.folders[0].hfsChildren;
+        facts.created = facts.modified = now_;
+        facts.backedUp = now_;
+        facts.finderFlags = FolderFlags(header.customIcon(), false);
+        facts.locationV = kRootLocationV;
+        facts.locationH = kRootLocationH;
+        return layout_.isHfsPlus ? addWithThread(kRootParentId, HfsPlusLabel(header), facts)
+                                 : addWithThread(kRootParentId, HfsLabel(header), facts);
+    }
+
+    TreeResult addFolder(std::size_t index) {
+        const DiscFolder& folder = plan_.folders[index];
+        const DiscItem& item = *plan_.itemOf(folder);
+        ids_[index] = folderId(folder);
+        FolderFacts facts;
+        facts.id = ids_[index];
+        facts.valence = folder.hfsChildren;
+        facts.created = facts.modified = now_;
+        facts.finderFlags = FolderFlags(item.record->customIcon(), item.record->hiddenInHfs());
+        ++catalog_.folderCount;
+        catalog_.rootFolderCount += folder.parent == 0 ? 1 : 0;
+        const std::uint32_t parentId = ids_[static_cast<std::size_t>(folder.parent)];
+        return layout_.isHfsPlus ? addWithThread(parentId, item.hfsPlusName, facts)
+                                 : addWithThread(parentId, item.hfsName, facts);
+    }
+
+    // The background folder of a layout keeps its number in HFS+.
+    std::uint32_t folderId(const DiscFolder& folder) {
+        if (layout_.isHfsPlus && folder.number == kBackgroundFolder)
+            return static_cast<std::uint32_t>(kBackgroundFolder);
+        return catalog_.nextCatalogId++;
+    }
+
+    TreeResult addWithThread(std::uint32_t parentId, const std::string& name,
+                             const FolderFacts& facts) {
+        const TreeResult result = insert(HfsCatalogKey(parentId, name), HfsFolderData(facts));
+        return result != TreeResult::Done
+                   ? result
+                   : insert(HfsCatalogKey(facts.id, {}),
+                            HfsThreadData(CatalogRecordType::FolderThread, parentId, name));
+    }
+
+    TreeResult addWithThread(std::uint32_t parentId, const std::u16string& name,
+                             const FolderFacts& facts) {
+        const TreeResult result =
+            insert(HfsPlusCatalogKey(parentId, name), HfsPlusFolderData(facts));
+        return result != TreeResult::Done
+                   ? result
+                   : insert(HfsPlusCatalogKey(facts.id, {}),
+                            HfsPlusThreadData(CatalogRecordType::FolderThread, parentId, name));
+    }
+
+    TreeResult addFile(const DiscItem& item, std::uint32_t parentId) {
+        const ProjectRecord& record = *item.record;
+        FileFacts facts;
+        facts.id = catalog_.nextCatalogId++;
+        std::copy_n(record.signature().begin(), std::min<std::size_t>(record.signature().size(), 8),
+                    facts.signature.begin());
+        facts.finderFlags = record.hiddenInHfs() ? kFinderInvisible : std::uint16_t{0};
+        facts.created = dateOf(record.created, item);
+        facts.modified = dateOf(record.modified, item);
+        facts.data.sizeBytes = item.sizeBytes;
+        facts.data.blockCount =
+            static_cast<std::uint32_t>(BlocksFor(item.sizeBytes, layout_.blockSize()));
+        facts.data.startBlock = facts.data.blockCount ? layout_.systemBlocks + item.startBlock : 0;
+        ++catalog_.fileCount;
+        catalog_.rootFileCount += parentId == kRootFolderId ? 1 : 0;
+        if (!layout_.isHfsPlus)
+            return insert(HfsCatalogKey(parentId, item.hfsName),
+                          HfsFileData(facts, layout_.blockSize()));
+        const TreeResult result =
+            insert(HfsPlusCatalogKey(parentId, item.hfsPlusName), HfsPlusFileData(facts));
+        return result != TreeResult::Done ? result
+                                          : insert(HfsPlusCatalogKey(facts.id, {}),
+                                                   HfsPlusThreadData(CatalogRecordType::FileThread,
+                                                                     parentId, item.hfsPlusName));
+    }
+
+    // Records hold local time. Where it still is the file's own date, the date itself is taken: it
+    // has no doubtful hour.
+    MacSeconds dateOf(MacSeconds local, const DiscItem& item) const {
+        if (!layout_.isHfsPlus)
+            return local;
+        const bool same = local == ToMacLocal(item.modified, context_.clock);
+        return ToMacGmt(same ? item.modified : FromMacLocal(local, context_.clock));
+    }
+
+    TreeResult insert(const TreeKey& key, const RecordData& data) {
+        return InsertTreeRecord(catalog_.tree, key, data);
+    }
+
+    const CompileContext& context_;
+    const DiscPlan& plan_;
+    const HfsLayout& layout_;
+    BuiltCatalog& catalog_;
+    MacSeconds now_;
+    std::vector<std::uint32_t> ids_;  // catalog id of each folder of the plan
+};
+
+}  // namespace
+
+TreeResult BuildCatalog(const CompileContext& context, const DiscPlan& plan,
+                        const HfsLayout& layout, NodeStore& nodes, BuiltCatalog& catalog) {
+    const std::uint64_t bytes = std::uint64_t{layout.catalogFile.blockCount} * layout.blockSize();
+    const auto totalNodes = static_cast<std::uint32_t>(bytes / NewNodeSize(layout.isHfsPlus));
+    catalog = BuiltCatalog{};
+    if (!BuildCatalogTree(catalog.tree, nodes, layout.isHfsPlus, totalNodes))
+        return TreeResult::Full;
+    return Builder(context, plan, layout, catalog).run();
+}
+
+std::string HfsLabel(const ProjectHeader& header) {
+    std::string label(header.hfsLabel().empty() ? kUntitled : header.hfsLabel());
+    std::replace(label.begin(), label.end(), ':', '_');
+    return label.substr(0, kHfsVolumeNameLimit);
+}
+
+std::u16string HfsPlusLabel(const ProjectHeader& header) {
+    const std::string_view label = header.hfsLabel().empty() ? kUntitled : header.hfsLabel();
+    return AnsiToHfsPlusName(ReplaceChars(label.substr(0, kHfsPlusLabelLimit), kMacForbiddenChars));
+}
+
+}  // namespace vellmark

@@ -1,0 +1,306 @@
+#include "compiler/compile.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "IO/sector_io.hpp"
+#include "compiler/catalog_builder.hpp"
+#include "compiler/disc_plan.hpp"
+#include "compiler/hfs_layout.hpp"
+#include "compiler/image_writer.hpp"
+#include "compiler/iso_descriptors.hpp"
+#include "compiler/iso_layout.hpp"
+#include "compiler/iso_tables.hpp"
+#include "compiler/volume_writer.hpp"
+#include "containers/names.hpp"
+#include "project/view_names.hpp"
+#include "support/encoding.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextPreliminary = 1344;
+constexpr int kTextAborted = 1395;
+constexpr int kTextTooLargeForDisk = 1474;
+constexpr int kTextTablesFailed = 1500;
+constexpr int kTextEmpty = 1550;
+constexpr int kTextNoIso = 1551;
+constexpr int kTextNoHfs = 1552;
+
+constexpr std::string_view kUntitled = "Untitled";
+constexpr std::size_t kIsoLabelLimit = 16;
+/// Records of path tables tell the directory above in 16 bits.
+constexpr std::size_t kMostIsoFolders = 65535;
+/// Where the volume of an image without ISO tables begins, in sectors of 2048 bytes.
+constexpr std::uint32_t kPureHfsStart = 16;
+/// Times that a catalog which came out too small is laid out anew.
+constexpr int kLayoutRounds = 8;
+
+// One compile: first everything is settled, then everything is written.
+class Compiler {
+  public:
+    explicit Compiler(CompileContext& context) : context_(context) {}
+
+    CompileResult run() {
+        if (!settleMode())
+            return CompileResult::Empty;
+        if (!settleLabels())
+            return CompileResult::TargetFailed;
+        context_.progress.text(Text(kTextPreliminary));
+        if (!plan() || !layOut())
+            return CompileResult::CopyFailed;
+        return hasRoom() ? write() : CompileResult::NoRoom;
+    }
+
+  private:
+    bool settleMode();
+    bool settleLabels();
+    bool plan();
+    bool layOut();
+    bool buildCatalog();
+    bool turnToHfsPlus();
+    bool hasRoom();
+    CompileResult write();
+    CompileResult copyFiles(PcFile& image);
+    bool writeDescriptors(PcFile& image);
+    CompileResult fail(CompileResult result, const std::string& message) {
+        context_.messages.showMessage(message);
+        return result;
+    }
+    CompileResult targetFailed(int error) {
+        return fail(CompileResult::TargetFailed,
+                    fmt::format("{} cannot be written: {}.", Printable(context_.targetPath),
+                                SystemErrorText(error)));
+    }
+
+    [[nodiscard]] std::uint32_t blockSize() const {
+        return HasMacintosh(context_.mode) ? hfs_.blockSize() : kDiscSectorBytes;
+    }
+    [[nodiscard]] std::uint64_t fileAreaByte() const {
+        return HasMacintosh(context_.mode) ? hfs_.fileAreaStart * 512
+                                           : std::uint64_t{iso_.fileArea} * kDiscSectorBytes;
+    }
+    /// Sectors of 2048 bytes, without a postgap.
+    [[nodiscard]] std::uint64_t imageSectors() const {
+        return HasMacintosh(context_.mode) ? hfs_.imageSectors / kBlocksPerSector
+                                           : iso_.fileArea + fileBlocks_;
+    }
+    [[nodiscard]] std::uint64_t imageBytes() const {
+        return (imageSectors() + (context_.postgap ? kPostgapSectors : 0)) * kDiscSectorBytes;
+    }
+
+    CompileContext& context_;
+    DiscPlan plan_;
+    IsoLayout iso_;
+    HfsLayout hfs_;
+    BuiltCatalog catalog_;
+    std::optional<MemoryNodes> catalogNodes_;
+    std::uint64_t fileBlocks_ = 0;  // allocation blocks of all files
+};
+
+// What is built: where one of the two sides would be empty, the other alone.
+bool Compiler::settleMode() {
+    const ProjectTotals totals = context_.project.totals();
+    TurnToHfsPlusIfTooMany(context_.project, totals, context_.messages);
+    ImageKind kind = context_.kind;
+    if (totals.isoRecords == 0 && totals.hfsRecords == 0) {
+        context_.messages.showMessage(Text(kTextEmpty));
+        return false;
+    }
+    if (kind != ImageKind::Hfs && totals.isoRecords == 0) {
+        context_.messages.showTimedMessage(Text(kTextNoIso));
+        kind = ImageKind::Hfs;
+    } else if (kind != ImageKind::Iso && totals.hfsRecords == 0) {
+        context_.messages.showTimedMessage(Text(kTextNoHfs));
+        kind = ImageKind::Iso;
+    }
+    const bool plus = context_.project.header().isHfsPlus();
+    context_.mode = kind == ImageKind::Iso ? CompileMode::PureIso
+                    : kind == ImageKind::Hfs
+                        ? (plus ? CompileMode::PureHfsPlus : CompileMode::PureHfs)
+                        : (plus ? CompileMode::HybridHfsPlus : CompileMode::HybridHfs);
+    return true;
+}
+
+// A project that was never named takes the name of its image.
+bool Compiler::settleLabels() {
+    ProjectHeader& header = context_.project.header();
+    if (header.isoLabel() != kUntitled)
+        return true;
+    std::string name = context_.targetPath.substr(context_.targetPath.find_last_of('/') + 1);
+    const std::size_t dot = name.find_last_of('.');
+    if (dot != std::string::npos && dot > 0)
+        name.resize(dot);
+    const std::string label = Utf8ToNarrow(name);
+    header.setIsoLabel(label);
+    header.setHfsLabel(header.isHfsPlus() ? label : AnsiToMacName(label));
+    return context_.project.save(context_.messages);
+}
+
+bool Compiler::turnToHfsPlus() {
+    TurnToHfsPlus(context_.project, context_.messages,
+                  "HFS cannot hold this project with any allocation block size.");
+    context_.mode = HasIso(context_.mode) ? CompileMode::HybridHfsPlus : CompileMode::PureHfsPlus;
+    return context_.project.save(context_.messages) && plan();
+}
+
+bool Compiler::plan() {
+    plan_ = DiscPlan{};
+    if (!MakeDiscPlan(context_, plan_))
+        return false;
+    const auto isoFolders = std::count_if(plan_.folders.begin(), plan_.folders.end(),
+                                          [](const DiscFolder& folder) { return folder.inIso; });
+    if (HasIso(context_.mode) && static_cast<std::size_t>(isoFolders) > kMostIsoFolders) {
+        context_.messages.showMessage(
+            fmt::format("The ISO view has {} folders, and ISO 9660 holds at most {}.", isoFolders,
+                        kMostIsoFolders));
+        return false;
+    }
+    return true;
+}
+
+bool Compiler::layOut() {
+    context_.progress.journal(1, "==>Computing the ISO catalog./Calcul du catalogue ISO");
+    std::uint32_t size = kDiscSectorBytes;
+    if (HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode)) {
+        const auto chosen =
+            ChooseHfsBlockSize(plan_, CountCatalogLeaves(plan_, false), HasIso(context_.mode));
+        if (!chosen && !turnToHfsPlus())
+            return false;
+        size = chosen.value_or(kDiscSectorBytes);
+    }
+    fileBlocks_ = PlaceFiles(plan_, size);
+    if (HasIso(context_.mode))
+        iso_ = ComputeLayout(plan_, size);
+    hfs_.sectorsPerBlock = size / 512;
+    return !HasMacintosh(context_.mode) || buildCatalog();
+}
+
+// The catalog is sized by an estimate; one that does not fit is laid out with more room.
+bool Compiler::buildCatalog() {
+    const bool plus = IsHfsPlusMode(context_.mode);
+    context_.progress.journal(1, plus ? "==>Computing the HFS+ catalog./Calcul du catalogue HFS+"
+                                      : "==>Computing the HFS catalog./Calcul du catalogue HFS");
+    const std::uint32_t size = hfs_.blockSize();
+    const std::uint32_t step = size / kDiscSectorBytes;
+    const std::uint32_t first =
+        HasIso(context_.mode) ? iso_.fileArea : (kPureHfsStart + step - 1) / step * step;
+    std::uint32_t leaves = CountCatalogLeaves(plan_, plus);
+    for (int round = 0; round < kLayoutRounds; ++round) {
+        const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
+        hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_)
+                    : ComputeHfsLayout(start, leaves, fileBlocks_, size);
+        catalogNodes_.emplace(NewNodeSize(plus));
+        const TreeResult result = BuildCatalog(context_, plan_, hfs_, *catalogNodes_, catalog_);
+        if (result != TreeResult::Full)
+            return result == TreeResult::Done;
+        leaves += leaves / 4 + 4;
+    }
+    return false;
+}
+
+bool Compiler::hasRoom() {
+    switch (CheckTargetRoom(FolderOf(context_.targetPath), imageBytes())) {
+        case TargetRoom::Fits:
+            return true;
+        case TargetRoom::TooLargeForFileSystem:
+            context_.messages.showMessage(Text(kTextTooLargeForDisk));
+            return false;
+        case TargetRoom::NoRoom:
+            context_.messages.showMessage(Text(kTextNoRoom));
+            return false;
+    }
+    return false;
+}
+
+CompileResult Compiler::write() {
+    TargetFile target(context_.targetPath);
+    if (!target.file().isOpen())
+        return targetFailed(target.file().error());
+    PcFile& image = target.file();
+    context_.progress.journal(1, "==>Creating the temp files./Création des fichiers temp.");
+    std::optional<TempTableSet> tables;
+    if (HasIso(context_.mode)) {
+        const FileArea area{static_cast<std::uint32_t>(fileAreaByte() / kDiscSectorBytes),
+                            blockSize() / kDiscSectorBytes};
+        tables.emplace(context_.tableFolder);
+        if (!tables->isOpen() || !WriteTables(plan_, iso_, area, context_.clock, *tables))
+            return fail(CompileResult::TablesFailed, std::string(Text(kTextTablesFailed)));
+    }
+    context_.progress.journal(1, HasMacintosh(context_.mode)
+                                     ? "==>Creating the hybrid image./Création de l'image hybride."
+                                     : "==>Creating the ISO image./Création de l'image ISO.");
+    const bool front = (!HasMacintosh(context_.mode) ||
+                        (WritePartitionMap(context_, hfs_, image) &&
+                         WriteVolume(context_, hfs_, *catalogNodes_, catalog_, image))) &&
+                       (!HasIso(context_.mode) || writeDescriptors(image));
+    if (!front)
+        return targetFailed(image.error());
+    if (const CompileResult result = copyFiles(image); result != CompileResult::Done)
+        return result;
+    context_.progress.journal(1, "==>Copying the temp. ISO files./Copie des fichiers temp. ISO.");
+    context_.progress.fileStart({}, 0, 0);
+    if ((tables && !CopyTables(iso_, *tables, image)) || !image.setSize(imageBytes()))
+        return targetFailed(image.error());
+    const int error = target.publish(context_.replace, false);
+    return error == 0 ? CompileResult::Done : targetFailed(error);
+}
+
+bool Compiler::writeDescriptors(PcFile& image) {
+    const ProjectHeader& header = context_.project.header();
+    const IsoVolumeDescriptor primary = MakePrimaryDescriptor(
+        header, iso_, static_cast<std::uint32_t>(imageSectors()), context_.clock);
+    const auto at = [](std::uint32_t sector) { return std::uint64_t{sector} * kDiscSectorBytes; };
+    return image.writeRecord(at(kIsoFirstDescriptor), primary) &&
+           image.writeRecord(at(kJolietDescriptorSector),
+                             MakeJolietDescriptor(primary, header, iso_)) &&
+           image.writeRecord(at(kTerminatorSector), MakeTerminator());
+}
+
+CompileResult Compiler::copyFiles(PcFile& image) {
+    context_.progress.begin(plan_.sourceBytes);
+    ImageWriter writer(image, fileAreaByte(), context_.progress);
+    PcPathResolver resolver;
+    CopyResult result = CopyResult::Done;
+    std::string path;
+    for (const DiscFolder& folder : plan_.folders) {
+        context_.progress.journal(
+            1, "==>Entry point of creation_volume./Point d'entrée de creation_volume.");
+        for (const DiscItem& item : folder.items) {
+            if (item.isFolder() || item.sizeBytes == 0 || result != CopyResult::Done)
+                continue;
+            path = resolver.resolve(item.record->accessPath(), item.record->sourceName());
+            context_.progress.journal(2, path);
+            result = writer.copyFile(path, path, item.sizeBytes, blockSize());
+        }
+    }
+    if (result == CopyResult::Done)
+        result = writer.finish();
+    switch (result) {
+        case CopyResult::Done:
+            return CompileResult::Done;
+        case CopyResult::Stopped:
+            return fail(CompileResult::Aborted, std::string(Text(kTextAborted)));
+        case CopyResult::TargetFailed:
+            return targetFailed(image.error());
+        case CopyResult::SourceFailed:
+            break;
+    }
+    const std::string reason = writer.sourceError()
+                                   ? "cannot be read: " + SystemErrorText(writer.sourceError())
+                                   : std::string("became shorter while it was copied");
+    return fail(CompileResult::CopyFailed, fmt::format("{} {}.", Printable(path), reason));
+}
+
+}  // namespace
+
+CompileResult CompileProject(CompileContext& context) {
+    return Compiler(context).run();
+}
+
+}  // namespace vellmark

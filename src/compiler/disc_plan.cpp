@@ -1,0 +1,153 @@
+#include "compiler/disc_plan.hpp"
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+#include "compiler/disc_names.hpp"
+#include "support/encoding.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint64_t kLargestFile = 0xFFFFFFFF;
+
+std::string SourceText(const ProjectRecord& record) {
+    const bool made = record.accessPath() == kProjectOnlyPath;
+    return NarrowToUtf8((made ? std::string{} : std::string(record.accessPath())) +
+                        std::string(record.sourceName()));
+}
+
+class PlanMaker {
+  public:
+    PlanMaker(CompileContext& context, DiscPlan& plan) : context_(context), plan_(plan) {}
+
+    bool run() {
+        plan_.folders.emplace_back().number = kRootFolder;
+        entered_.insert(kRootFolder);
+        std::vector<std::pair<std::int32_t, std::size_t>>
+            waiting;  // folder and item, last one next
+        for (std::int32_t index = 0;;) {
+            if (!fill(index, waiting))
+                return false;
+            if (waiting.empty())
+                return true;
+            const auto [parent, item] = waiting.back();
+            waiting.pop_back();
+            index = static_cast<std::int32_t>(plan_.folders.size());
+            open(parent, item, index);
+        }
+    }
+
+  private:
+    // Turns an item into the folder that it is.
+    void open(std::int32_t parent, std::size_t item, std::int32_t index) {
+        DiscFolder folder;
+        DiscItem& entry = plan_.folders[parent].items[item];
+        entry.folder = index;
+        folder.number = entry.record->number;
+        folder.parent = parent;
+        folder.parentItem = item;
+        folder.inIso = entry.inIso;
+        folder.inHfs = entry.inHfs;
+        plan_.folders.push_back(std::move(folder));
+    }
+
+    bool fill(std::int32_t index, std::vector<std::pair<std::int32_t, std::size_t>>& waiting) {
+        const std::size_t firstWaiting = waiting.size();
+        // Items are gathered aside: the folder's own place moves when folders are added.
+        std::vector<DiscItem> items;
+        const DiscFolder& folder = plan_.folders[index];
+        std::vector<std::u16string> diskNames;
+        for (const ProjectRecord& record : context_.project.childrenOf(folder.number)) {
+            DiscItem item;
+            item.record = &record;
+            item.inIso = HasIso(context_.mode) && folder.inIso && record.isoInclusion() != 0;
+            item.inHfs = HasMacintosh(context_.mode) && folder.inHfs && record.hfsInclusion() != 0;
+            if (!item.inIso && !item.inHfs)
+                continue;
+            // A record that names a folder twice, or a circle, is followed once.
+            if (record.isFolder() && !entered_.insert(record.number).second)
+                continue;
+            std::u16string diskName;
+            if (!lookUp(item, diskName))
+                return false;
+            if (record.isFolder())
+                waiting.emplace_back(index, items.size());
+            items.push_back(std::move(item));
+            diskNames.push_back(std::move(diskName));
+        }
+        AssignNames(items, diskNames, context_.mode);
+        std::reverse(waiting.begin() + static_cast<std::ptrdiff_t>(firstWaiting), waiting.end());
+        DiscFolder& target = plan_.folders[index];
+        target.hfsChildren = static_cast<std::uint32_t>(std::count_if(
+            items.begin(), items.end(), [](const DiscItem& item) { return item.inHfs; }));
+        target.items = std::move(items);
+        return true;
+    }
+
+    // Finds the item on the PC: its size, its date and its true name.
+    bool lookUp(DiscItem& item, std::u16string& diskName) {
+        const ProjectRecord& record = *item.record;
+        diskName = NarrowToWide(record.sourceName());
+        if (record.isFolder() && record.accessPath() == kProjectOnlyPath) {
+            item.modified = FromMacLocal(record.modified, context_.clock);
+            return true;
+        }
+        const std::string path = resolver_.resolve(record.accessPath(), record.sourceName());
+        const PcFacts facts = path.empty() ? PcFacts{} : PcFactsOf(path);
+        if (facts.kind == PcKind::Missing)
+            return refuse(record, "is not there any more");
+        if (facts.kind != (record.isFolder() ? PcKind::Folder : PcKind::File))
+            return refuse(record,
+                          record.isFolder() ? "is no folder any more" : "is no file any more");
+        if (record.shortNameFlag())
+            diskName = Utf8ToWide(path.substr(path.find_last_of('/') + 1));
+        item.modified = facts.modified;
+        if (record.isFolder())
+            return true;
+        if (record.coding() != ForkCoding::None)
+            return refuse(record, "is a Macintosh container, which cannot be compiled yet");
+        if (!facts.readable)
+            return refuse(record, "cannot be read");
+        if (facts.sizeBytes > kLargestFile)
+            return refuse(record, "has 4 GiB or more, which no file of an image can have");
+        item.sizeBytes = static_cast<std::uint32_t>(facts.sizeBytes);
+        plan_.sourceBytes += facts.sizeBytes;
+        if (item.inHfs)
+            plan_.largestFork = std::max(plan_.largestFork, item.sizeBytes);
+        return true;
+    }
+
+    bool refuse(const ProjectRecord& record, std::string_view reason) {
+        context_.messages.showMessage(SourceText(record) + " " + std::string(reason) + ".");
+        return false;
+    }
+
+    CompileContext& context_;
+    DiscPlan& plan_;
+    PcPathResolver resolver_;
+    std::unordered_set<std::int32_t> entered_;
+};
+
+}  // namespace
+
+bool MakeDiscPlan(CompileContext& context, DiscPlan& plan) {
+    return PlanMaker(context, plan).run();
+}
+
+std::uint64_t PlaceFiles(DiscPlan& plan, std::uint32_t blockSize) {
+    std::uint64_t next = 0;
+    for (DiscFolder& folder : plan.folders)
+        for (DiscItem& item : folder.items) {
+            if (item.isFolder())
+                continue;
+            item.startBlock = static_cast<std::uint32_t>(next);
+            next += BlocksFor(item.sizeBytes, blockSize);
+        }
+    return next;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,158 @@
+#include "compiler/hfs_layout.hpp"
+
+#include <algorithm>
+
+#include "volume/catalog_records.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint32_t kBootAndHeaderSectors = 3;
+constexpr std::uint32_t kBitsPerSector = 4096;
+constexpr std::uint32_t kHfsPlusBlockSectors = 4;
+constexpr std::uint32_t kHfsPlusBitsPerBlock = 16384;
+constexpr std::uint32_t kHfsPlusExtentsSectors = 64;
+constexpr std::uint32_t kManyNodes = 15000;
+constexpr std::uint32_t kNodeSectors = 8;
+/// Other programs refuse an HFS partition below 800 KiB.
+constexpr std::uint64_t kSmallestHfsSectors = 1600;
+constexpr std::uint32_t kLargestBlockSize = 65535;
+constexpr std::uint64_t kMostBlocksOfFork = 32767;
+
+// Keys, as far as packing sees them.
+constexpr std::size_t kHfsKeyHead = 7;
+constexpr std::size_t kHfsPlusKeyHead = 8;
+constexpr std::size_t kHfsThreadPacked = 54;
+constexpr std::size_t kHfsPlusThreadHead = 10;
+
+std::uint64_t RoundUp(std::uint64_t value, std::uint64_t step) {
+    return (value + step - 1) / step * step;
+}
+
+// Packs records into nodes one after the other.
+class NodePacker {
+  public:
+    explicit NodePacker(std::size_t nodeSize) : nodeSize_(nodeSize) {}
+    void add(std::size_t bytes) {
+        if (nodeSize_ >= 2 * records_ + fill_ + bytes) {
+            ++records_;
+            fill_ += bytes;
+            return;
+        }
+        fill_ = bytes + kNodeDescriptorSize;
+        records_ = 2;
+        ++nodes_;
+    }
+    [[nodiscard]] std::uint32_t nodes() const { return nodes_; }
+
+  private:
+    std::size_t nodeSize_;
+    std::size_t fill_ = 0;
+    std::size_t records_ = 0;
+    std::uint32_t nodes_ = 0;
+};
+
+void PackHfs(NodePacker& packer, const DiscItem& item) {
+    const std::size_t data = item.isFolder() ? sizeof(HfsFolderRecord) : sizeof(HfsFileRecord);
+    packer.add(data + RoundUp(item.hfsName.size() + kHfsKeyHead, 2));
+    if (item.isFolder())
+        packer.add(kHfsThreadPacked);
+}
+
+void PackHfsPlus(NodePacker& packer, const DiscItem& item) {
+    const std::size_t name = 2 * item.hfsPlusName.size();
+    packer.add((item.isFolder() ? sizeof(HfsPlusFolderRecord) : sizeof(HfsPlusFileRecord)) + name +
+               kHfsPlusKeyHead);
+    packer.add(name + kHfsPlusThreadHead);
+}
+
+}  // namespace
+
+std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus) {
+    NodePacker packer(NewNodeSize(isHfsPlus));
+    for (const DiscFolder& folder : plan.folders)
+        for (const DiscItem& item : folder.items)
+            if (item.inHfs)
+                isHfsPlus ? PackHfsPlus(packer, item) : PackHfs(packer, item);
+    return std::max<std::uint32_t>(packer.nodes(), 1);
+}
+
+HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
+                           std::uint64_t fileBlocks, std::uint32_t blockSize) {
+    HfsLayout layout;
+    const std::uint32_t b = blockSize / 512;
+    layout.sectorsPerBlock = b;
+    layout.partitionStart = partitionStart;
+    const std::uint32_t extents = std::max<std::uint32_t>(2 * b, 8);
+    const auto catalog = static_cast<std::uint32_t>(
+        std::max<std::uint64_t>(RoundUp(2 * (leaves + 2) + leaves / 2, b), extents));
+    layout.extentsFile = {0, extents / b};
+    layout.catalogFile = {extents / b, catalog / b};
+    layout.systemBlocks = (extents + catalog) / b;
+    const std::uint64_t blocks = layout.systemBlocks + fileBlocks;
+    // One bit for each sector of 2048 bytes: enough for every size of block.
+    const std::uint64_t bits = RoundUp(blocks * b, kBlocksPerSector) / kBlocksPerSector;
+    const std::uint64_t told = (bits + kBitsPerSector - 1) / kBitsPerSector;
+    // Behind the bitmap the allocation blocks begin, at a multiple of their size.
+    layout.allocationStart = static_cast<std::uint32_t>((told + kBootAndHeaderSectors) / b * b + b);
+    layout.bitmapSectors = layout.allocationStart - kBootAndHeaderSectors;
+    layout.totalBlocks = static_cast<std::uint32_t>(blocks);
+    layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
+    const std::uint64_t smallest = RoundUp(partitionStart + kSmallestHfsSectors + 2, b);
+    layout.imageSectors = std::max(layout.sectorOf(layout.totalBlocks) + b, smallest);
+    // The last two sectors of the image are not the partition's, so that the second header, which
+    // stands in the partition's last but one, lies 2048 bytes before the end.
+    layout.partitionSectors = layout.imageSectors - 2 - partitionStart;
+    return layout;
+}
+
+HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
+                               std::uint64_t fileBlocks) {
+    HfsLayout layout;
+    layout.isHfsPlus = true;
+    const std::uint32_t b = kHfsPlusBlockSectors;
+    layout.sectorsPerBlock = b;
+    layout.partitionStart = partitionStart;
+    const std::uint64_t nodes = std::uint64_t{4} * leaves;
+    const std::uint64_t catalogSectors = std::max<std::uint64_t>(
+        RoundUp(kNodeSectors * (nodes > kManyNodes ? nodes / 4 * 5 : nodes), b),
+        kHfsPlusExtentsSectors);
+    const auto extents = kHfsPlusExtentsSectors / b;
+    const auto catalog = static_cast<std::uint32_t>(catalogSectors / b);
+    // The header block, the bitmap's own blocks and the last block have bits too.
+    std::uint64_t bitmap = 1;
+    while (bitmap * kHfsPlusBitsPerBlock < fileBlocks + extents + catalog + bitmap + 2)
+        ++bitmap;
+    layout.allocationFile = {1, static_cast<std::uint32_t>(bitmap)};
+    layout.bitmapSectors = static_cast<std::uint32_t>(bitmap) * b;
+    layout.extentsFile = {layout.allocationFile.startBlock + layout.allocationFile.blockCount,
+                          extents};
+    layout.catalogFile = {layout.extentsFile.startBlock + extents, catalog};
+    layout.systemBlocks = layout.catalogFile.startBlock + catalog;
+    layout.totalBlocks = static_cast<std::uint32_t>(layout.systemBlocks + fileBlocks + 1);
+    layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
+    layout.imageSectors = layout.sectorOf(layout.totalBlocks);
+    layout.partitionSectors = layout.imageSectors - partitionStart;
+    return layout;
+}
+
+std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint32_t leaves,
+                                                bool isHybrid) {
+    for (std::uint32_t size = kDiscSectorBytes; size <= kLargestBlockSize;
+         size += kDiscSectorBytes) {
+        if (isHybrid && BlocksFor(plan.largestFork, size) >= kMostBlocksOfFork)
+            continue;
+        std::uint64_t blocks = 0;
+        for (const DiscFolder& folder : plan.folders)
+            for (const DiscItem& item : folder.items)
+                blocks += BlocksFor(item.sizeBytes, size);
+        // The padding behind the last file counts as a block.
+        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size);
+        if (layout.systemBlocks + blocks + 1 <= kHfsLimit)
+            return size;
+    }
+    return std::nullopt;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,60 @@
+// Where the Macintosh structures of an image lie, and the size of an allocation block.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "compiler/disc_plan.hpp"
+#include "volume/volume_headers.hpp"
+
+namespace vellmark {
+
+/// Sizes and places in blocks of 512 bytes, unless an allocation block is meant.
+///
+/// HFS: boot blocks, master directory block, bitmap, then the allocation blocks: extents file,
+/// catalog, files. HFS+: allocation block 0 holds boot blocks and header, then come the allocation
+/// file, the extents file, the catalog and the files; one more allocation block at the end holds
+/// the second header.
+struct HfsLayout {
+    bool isHfsPlus = false;
+    std::uint32_t sectorsPerBlock = 4;  ///< 512-byte sectors of an allocation block
+    std::uint64_t partitionStart = 0;   ///< first sector of the volume
+    std::uint32_t bitmapSectors = 0;
+    std::uint32_t allocationStart = 0;   ///< from the start of the volume; 0 in HFS+
+    SystemFile allocationFile;           ///< allocation blocks; HFS+
+    SystemFile extentsFile;              ///< allocation blocks
+    SystemFile catalogFile;              ///< allocation blocks
+    std::uint32_t systemBlocks = 0;      ///< allocation blocks before the files
+    std::uint32_t totalBlocks = 0;       ///< allocation blocks of the volume
+    std::uint64_t fileAreaStart = 0;     ///< first sector of the files
+    std::uint64_t imageSectors = 0;      ///< of the whole image without a postgap
+    std::uint64_t partitionSectors = 0;  ///< what the partition map tells
+
+    [[nodiscard]] std::uint32_t blockSize() const { return sectorsPerBlock * 512; }
+    [[nodiscard]] std::uint64_t sectorOf(std::uint32_t block) const {
+        return partitionStart + allocationStart + std::uint64_t{block} * sectorsPerBlock;
+    }
+    /// Where the second header stands.
+    [[nodiscard]] std::uint64_t alternateHeader() const {
+        return partitionStart + partitionSectors - 2;
+    }
+};
+
+/// Nodes that the leaves of the catalog fill when they are packed, of 512 bytes in HFS and 4096 in
+/// HFS+.
+[[nodiscard]] std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus);
+
+/// Lays a volume out behind sector `partitionStart` (of 512 bytes). `leaves` sizes the catalog,
+/// `fileBlocks` are the allocation blocks of all files.
+[[nodiscard]] HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
+                                         std::uint64_t fileBlocks, std::uint32_t blockSize);
+[[nodiscard]] HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
+                                             std::uint64_t fileBlocks);
+
+/// The smallest allocation block with which an HFS volume can hold the plan: a multiple of 2048
+/// bytes with at most 65,535 blocks for system files, forks and padding, and in a hybrid image with
+/// fewer than 32,767 for the largest fork. Nothing when there is none: then it must be HFS+.
+[[nodiscard]] std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan,
+                                                              std::uint32_t leaves, bool isHybrid);
+
+}  // namespace vellmark

@@ -1,0 +1,99 @@
+#include "compiler/image_writer.hpp"
+
+#include <algorithm>
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint32_t kMegabyte = 1u << 20;
+constexpr std::size_t kBufferBytes = 2 * kMegabyte;
+/// A file of fewer chunks than this is a small one, told when it is done.
+constexpr std::uint32_t kChunksOfLarge = 4;
+
+std::uint32_t ChunkFor(std::uint32_t sizeBytes) {
+    if (sizeBytes < 0x280000)
+        return kMegabyte / 2;
+    return sizeBytes < 2 * 0x280000 ? kMegabyte : 2 * kMegabyte;
+}
+
+std::uint64_t PaddingBehind(std::uint64_t sizeBytes, std::uint32_t blockSize) {
+    return (blockSize - sizeBytes % blockSize) % blockSize;
+}
+
+}  // namespace
+
+ImageWriter::ImageWriter(PcFile& image, std::uint64_t offset, Progress& progress)
+    : image_(image), progress_(progress), offset_(offset), buffer_(kBufferBytes) {}
+
+CopyResult ImageWriter::copyFile(const std::string& path, std::string_view name,
+                                 std::uint32_t sizeBytes, std::uint32_t blockSize) {
+    PcFile source(path, PcFile::Mode::Read);
+    if (!source.isOpen()) {
+        sourceError_ = source.error();
+        return CopyResult::SourceFailed;
+    }
+    const std::uint32_t chunk = ChunkFor(sizeBytes);
+    const bool isLarge = sizeBytes >= kChunksOfLarge * chunk;
+    progress_.fileStart(name, sizeBytes,
+                        isLarge ? static_cast<int>((sizeBytes + chunk - 1) / chunk) : 0);
+    const CopyResult result =
+        isLarge ? copyLarge(source, sizeBytes, blockSize) : copySmall(source, sizeBytes, blockSize);
+    if (result == CopyResult::SourceFailed)
+        sourceError_ = source.error();
+    if (result != CopyResult::Done)
+        return result;
+    return progress_.fileEnd(isLarge ? 0 : sizeBytes) ? CopyResult::Done : CopyResult::Stopped;
+}
+
+CopyResult ImageWriter::copySmall(PcFile& source, std::uint32_t sizeBytes,
+                                  std::uint32_t blockSize) {
+    std::uint32_t done = 0;
+    while (done < sizeBytes) {
+        if (filled_ == buffer_.size())
+            if (const CopyResult result = finish(); result != CopyResult::Done)
+                return result;
+        const std::size_t piece = std::min<std::size_t>(sizeBytes - done, buffer_.size() - filled_);
+        if (!source.readExactly(done, {buffer_.data() + filled_, piece}))
+            return CopyResult::SourceFailed;
+        filled_ += piece;
+        done += static_cast<std::uint32_t>(piece);
+    }
+    const std::uint64_t padding = PaddingBehind(sizeBytes, blockSize);
+    if (padding > buffer_.size() - filled_) {
+        if (const CopyResult result = finish(); result != CopyResult::Done)
+            return result;
+        offset_ += padding;
+        return CopyResult::Done;
+    }
+    std::fill_n(buffer_.begin() + static_cast<std::ptrdiff_t>(filled_), padding, std::uint8_t{0});
+    filled_ += padding;
+    return CopyResult::Done;
+}
+
+CopyResult ImageWriter::copyLarge(PcFile& source, std::uint32_t sizeBytes,
+                                  std::uint32_t blockSize) {
+    if (const CopyResult result = finish(); result != CopyResult::Done)
+        return result;
+    const std::uint32_t chunk = ChunkFor(sizeBytes);
+    for (std::uint32_t done = 0; done < sizeBytes;) {
+        const std::uint32_t piece = std::min(chunk, sizeBytes - done);
+        if (image_.copyFrom(source, done, offset_ + done, piece) != piece)
+            return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
+        done += piece;
+        if (!progress_.chunk(piece))
+            return CopyResult::Stopped;
+    }
+    offset_ += sizeBytes + PaddingBehind(sizeBytes, blockSize);
+    return CopyResult::Done;
+}
+
+CopyResult ImageWriter::finish() {
+    if (filled_ > 0 && !image_.writeAt(offset_, {buffer_.data(), filled_}))
+        return CopyResult::TargetFailed;
+    offset_ += filled_;
+    filled_ = 0;
+    return CopyResult::Done;
+}
+
+}  // namespace vellmark

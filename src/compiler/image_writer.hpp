@@ -1,0 +1,48 @@
+// Writes the files of an image one after the other, small ones gathered into large pieces.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/pc_file.hpp"
+#include "support/progress.hpp"
+
+namespace vellmark {
+
+enum class CopyResult {
+    Done,
+    Stopped,       ///< the user stopped the work
+    SourceFailed,  ///< the source could not be opened, or gave fewer bytes than it had
+    TargetFailed   ///< the image could not be written
+};
+
+class ImageWriter {
+  public:
+    /// Writes to `image` from byte `offset` on.
+    ImageWriter(PcFile& image, std::uint64_t offset, Progress& progress);
+
+    /// Copies `sizeBytes` bytes of the file at `path`, told to the progress under `name`, and moves
+    /// on to the next multiple of `blockSize`. Bytes that are skipped stay zero.
+    [[nodiscard]] CopyResult copyFile(const std::string& path, std::string_view name,
+                                      std::uint32_t sizeBytes, std::uint32_t blockSize);
+    /// Writes what is still gathered.
+    [[nodiscard]] CopyResult finish();
+    /// Why the last source failed; 0 when it gave too little.
+    [[nodiscard]] int sourceError() const { return sourceError_; }
+
+  private:
+    [[nodiscard]] CopyResult copySmall(PcFile& source, std::uint32_t sizeBytes,
+                                       std::uint32_t blockSize);
+    [[nodiscard]] CopyResult copyLarge(PcFile& source, std::uint32_t sizeBytes,
+                                       std::uint32_t blockSize);
+
+    PcFile& image_;
+    Progress& progress_;
+    std::uint64_t offset_;  // where the gathered bytes go
+    std::vector<std::uint8_t> buffer_;
+    std::size_t filled_ = 0;
+    int sourceError_ = 0;
+};
+
+}  // namespace vellmark

@@ -1,0 +1,54 @@
+// Where the ISO and Joliet tables of an image lie.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "IO/iso_structures.hpp"
+#include "compiler/disc_plan.hpp"
+
+namespace vellmark {
+
+/// The two trees that a PC reads.
+enum class IsoTree { Iso, Joliet };
+
+/// Place and size of every directory of one tree, in the order of the plan's folders.
+struct IsoTreeLayout {
+    std::uint32_t pathTableBytes = 0;
+    std::uint32_t pathTableL = 0;  ///< first sector
+    std::uint32_t pathTableM = 0;
+    std::uint32_t rootDirectory = 0;      ///< first sector of the directories
+    std::uint32_t directorySectors = 0;   ///< what they fill, without the reserve
+    std::vector<std::uint32_t> sectorOf;  ///< of each folder, 0 where it is not in the tree
+    std::vector<std::uint32_t> sectorsOf;
+};
+
+/// Fixed places of the descriptors, and where the tables begin.
+inline constexpr std::uint32_t kJolietDescriptorSector = kIsoFirstDescriptor + 1;
+inline constexpr std::uint32_t kTerminatorSector = kIsoFirstDescriptor + 2;
+inline constexpr std::uint32_t kFirstTableSector = kIsoFirstDescriptor + 3;
+
+/// Length of the records of a directory itself and of the one above it.
+inline constexpr std::uint32_t kDotRecordLength = 34;
+
+struct IsoLayout {
+    IsoTreeLayout iso;
+    IsoTreeLayout joliet;
+    std::uint32_t fileArea = 0;  ///< first sector behind the tables
+};
+
+/// Identifier of an item as a directory record holds it: with its version, most significant byte
+/// first in Joliet.
+[[nodiscard]] std::string IsoIdentifier(const DiscItem& item, IsoTree tree);
+
+/// Bytes of a directory record for an identifier of that length.
+[[nodiscard]] constexpr std::uint32_t IsoRecordLength(std::size_t nameLength) {
+    return static_cast<std::uint32_t>((33 + nameLength + 1) & ~std::size_t{1});
+}
+
+/// Measures both trees and lays them out from sector 19 on: two path tables and the directories of
+/// ISO, the same of Joliet, each directory area with a reserve (a tenth, at least 2 and 4 sectors).
+/// The file area begins behind them, at a multiple of the allocation block size.
+[[nodiscard]] IsoLayout ComputeLayout(const DiscPlan& plan, std::uint32_t blockSize);
+
+}  // namespace vellmark

@@ -1,0 +1,110 @@
+#include "compiler/volume_writer.hpp"
+
+#include <algorithm>
+
+#include "compiler/iso_descriptors.hpp"
+#include "containers/names.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint64_t kSectorBytes512 = 512;
+constexpr std::uint32_t kHeaderSector = 2;
+constexpr std::uint32_t kHfsBitmapSector = 3;
+
+VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
+                      const BuiltCatalog& catalog) {
+    const ProjectHeader& header = context.project.header();
+    VolumeParams params;
+    params.label = HfsLabel(header);
+    params.now = MacDateNow(context.clock, layout.isHfsPlus);
+    params.blockSize = layout.blockSize();
+    params.totalBlocks = layout.totalBlocks;
+    params.freeBlocks = 0;
+    params.nextAllocation = 1;
+    params.clumpSize = layout.blockSize();
+    params.nextCatalogId = catalog.nextCatalogId;
+    params.bitmapStart = kHfsBitmapSector;
+    params.allocationStart = static_cast<std::uint16_t>(layout.allocationStart);
+    params.allocationFile = layout.allocationFile;
+    params.extentsFile = layout.extentsFile;
+    params.catalogFile = layout.catalogFile;
+    params.fileCount = catalog.fileCount;
+    params.folderCount = catalog.folderCount;
+    params.rootFileCount = catalog.rootFileCount;
+    params.rootFolderCount = catalog.rootFolderCount;
+    // Any value will do, as long as two builds of the same project agree.
+    params.volumeId = params.now * 2654435761u + NameCrc16(params.label);
+    params.openRoot = header.openRoot();
+    return params;
+}
+
+std::vector<std::uint8_t> FullBitmap(std::uint32_t blocks, std::uint32_t sectors) {
+    std::vector<std::uint8_t> bitmap(sectors * kSectorBytes512);
+    std::fill_n(bitmap.begin(), blocks / 8, std::uint8_t{0xFF});
+    if (blocks % 8 != 0)
+        bitmap[blocks / 8] = static_cast<std::uint8_t>(0xFF00u >> (blocks % 8));
+    return bitmap;
+}
+
+bool WriteTree(PcFile& image, std::uint64_t sector, const MemoryNodes& nodes) {
+    std::uint64_t offset = sector * kSectorBytes512;
+    for (const std::vector<std::uint8_t>& piece : nodes.pieces()) {
+        // The last piece may reach behind the tree: what is not in use there is left out.
+        std::size_t used = piece.size();
+        while (used > 0 && piece[used - 1] == 0)
+            --used;
+        if (!image.writeAt(offset, {piece.data(), used}))
+            return false;
+        offset += MemoryNodes::kPieceBytes;
+    }
+    return true;
+}
+
+bool WriteExtentsTree(const HfsLayout& layout, PcFile& image) {
+    const std::uint32_t nodeSize = NewNodeSize(layout.isHfsPlus);
+    MemoryNodes nodes(nodeSize);
+    TreeCursor tree;
+    const std::uint64_t bytes = std::uint64_t{layout.extentsFile.blockCount} * layout.blockSize();
+    return BuildExtentsTree(tree, nodes, layout.isHfsPlus,
+                            static_cast<std::uint32_t>(bytes / nodeSize)) &&
+           FlushTree(tree) == TreeResult::Done &&
+           WriteTree(image, layout.sectorOf(layout.extentsFile.startBlock), nodes);
+}
+
+}  // namespace
+
+bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, PcFile& image) {
+    const ProjectHeader& header = context.project.header();
+    const auto start = static_cast<std::uint32_t>(layout.partitionStart);
+    const auto count = static_cast<std::uint32_t>(layout.partitionSectors);
+    const std::string label =
+        header.isHfsPlus() ? AnsiToMacName(header.hfsLabel()) : HfsLabel(header);
+    return image.writeRecord(0, BuildDriverDescriptor(start + count)) &&
+           image.writeRecord(kSectorBytes512,
+                             BuildMapEntry(1, 2, ProductName(), kMapPartitionType, kMapStatus)) &&
+           image.writeRecord(2 * kSectorBytes512,
+                             BuildMapEntry(start, count, label, kHfsPartitionType, kMapStatus));
+}
+
+bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
+                 const MemoryNodes& catalogNodes, const BuiltCatalog& catalog, PcFile& image) {
+    const VolumeParams params = ParamsOf(context, layout, catalog);
+    const auto byteOf = [&](std::uint64_t sector) { return sector * kSectorBytes512; };
+    const std::uint64_t header = byteOf(layout.partitionStart + kHeaderSector);
+    const std::uint64_t alternate = byteOf(layout.alternateHeader());
+    const std::uint64_t bitmap =
+        byteOf(layout.isHfsPlus ? layout.sectorOf(layout.allocationFile.startBlock)
+                                : layout.partitionStart + kHfsBitmapSector);
+    const bool headers = layout.isHfsPlus
+                             ? image.writeRecord(header, BuildVolumeHeader(params)) &&
+                                   image.writeRecord(alternate, BuildVolumeHeader(params))
+                             : image.writeRecord(header, BuildMasterDirectoryBlock(params)) &&
+                                   image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
+    return headers && image.writeAt(bitmap, FullBitmap(layout.totalBlocks, layout.bitmapSectors)) &&
+           WriteExtentsTree(layout, image) &&
+           WriteTree(image, layout.sectorOf(layout.catalogFile.startBlock), catalogNodes);
+}
+
+}  // namespace vellmark

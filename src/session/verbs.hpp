@@ -1,0 +1,45 @@
+// The command line: one verb a job, each in a file of its own with its options, help, example and
+// run function.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vellmark {
+
+/// Exit status of the program.
+enum ExitStatus : int {
+    kExitDone = 0,
+    kExitFailed = 1,  ///< the reason is on standard error
+    kExitUsage = 2,   ///< wrong usage, with a hint
+    kExitSkipped = 3  ///< done, but some items were left out, each named on standard error
+};
+
+/// What a verb does once its options are read; an exit status.
+using RunVerb = std::function<int()>;
+
+struct Verb {
+    std::string_view name;
+    std::string_view alias;    ///< a shorter or more familiar name, "" for none
+    std::string_view summary;  ///< one line of help
+    std::string_view example;  ///< a command line and what it does
+    /// Declares the options and hands over what to run.
+    void (*setUp)(CLI::App& app, RunVerb& run);
+};
+
+extern const Verb kVerbAdd;
+extern const Verb kVerbBuild;
+extern const Verb kVerbMake;
+extern const Verb kVerbNew;
+
+/// Runs a whole command line; `arguments` without the program's name.
+[[nodiscard]] int RunCommandLine(std::span<const std::string> arguments);
+
+/// Standard error: the sentence, and where help is found.
+int UsageError(std::string_view verb, std::string_view sentence);
+
+}  // namespace vellmark

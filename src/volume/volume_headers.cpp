@@ -1,0 +1,143 @@
+#include "volume/volume_headers.hpp"
+
+#include <algorithm>
+
+#include "volume/catalog_keys.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::uint32_t kHfsPlusClump = 65536;
+constexpr std::uint32_t kMountedBy = 0x51524D66;  // "QRMf"
+constexpr std::uint8_t kCompareFoldingCase = 0xCF;
+constexpr std::uint32_t kBigKeys = 2;
+constexpr std::uint32_t kVariableIndexKeys = 4;
+
+void SetExtent(HfsExtentRecord& extents, const SystemFile& file) {
+    extents[0].startBlock = static_cast<std::uint16_t>(file.startBlock);
+    extents[0].blockCount = static_cast<std::uint16_t>(file.blockCount);
+}
+
+ForkRecord SystemFork(const SystemFile& file, std::uint32_t blockSize) {
+    ForkRecord fork{};
+    fork.logicalSize = std::uint64_t{file.blockCount} * blockSize;
+    fork.clumpSize = file.blockCount * blockSize;
+    fork.totalBlocks = file.blockCount;
+    fork.extents[0].startBlock = file.startBlock;
+    fork.extents[0].blockCount = file.blockCount;
+    return fork;
+}
+
+}  // namespace
+
+MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params) {
+    MasterDirectoryBlock mdb{};
+    mdb.signature = kHfsSignature;
+    mdb.creationDate = params.now;
+    mdb.modificationDate = params.now;
+    // Without it a system that mounts the volume takes it for one that was not put away properly.
+    mdb.attributes = static_cast<std::uint16_t>(kVolumeUnmounted);
+    mdb.rootFileCount = static_cast<std::uint16_t>(params.rootFileCount);
+    mdb.bitmapStartSector = params.bitmapStart;
+    mdb.nextAllocation = static_cast<std::uint16_t>(params.nextAllocation);
+    mdb.totalBlocks = static_cast<std::uint16_t>(params.totalBlocks);
+    mdb.blockSize = params.blockSize;
+    mdb.clumpSize = params.clumpSize;
+    mdb.allocationStartSector = params.allocationStart;
+    mdb.nextCatalogId = params.nextCatalogId;
+    mdb.freeBlocks = static_cast<std::uint16_t>(params.freeBlocks);
+    const std::size_t length = std::min(params.label.size(), kHfsVolumeNameLimit);
+    mdb.volumeName[0] = static_cast<std::uint8_t>(length);
+    std::copy_n(params.label.begin(), length, mdb.volumeName.begin() + 1);
+    mdb.backupDate = params.now + 2;
+    mdb.rootFolderCount = static_cast<std::uint16_t>(params.rootFolderCount);
+    mdb.fileCount = params.fileCount;
+    mdb.folderCount = params.folderCount;
+    mdb.finderInfo[2] = params.openRoot ? kRootFolderId : 0;
+    mdb.finderInfo[6] = params.volumeId;
+    mdb.finderInfo[7] = Swap32(params.volumeId);
+    mdb.extentsFileSize = params.extentsFile.blockCount * params.blockSize;
+    mdb.extentsClumpSize = mdb.extentsFileSize;
+    SetExtent(mdb.extentsFileExtents, params.extentsFile);
+    mdb.catalogFileSize = params.catalogFile.blockCount * params.blockSize;
+    mdb.catalogClumpSize = mdb.catalogFileSize;
+    SetExtent(mdb.catalogFileExtents, params.catalogFile);
+    return mdb;
+}
+
+VolumeHeader BuildVolumeHeader(const VolumeParams& params) {
+    VolumeHeader header{};
+    header.signature = kHfsPlusSignature;
+    header.version = kHfsPlusVersion;
+    header.attributes = kVolumeUnmounted;
+    header.lastMountedVersion = kMountedBy;
+    header.creationDate = params.now;
+    header.modificationDate = params.now;
+    header.checkedDate = params.now;
+    header.fileCount = params.fileCount;
+    header.folderCount = params.folderCount;
+    header.blockSize = params.blockSize;
+    header.totalBlocks = params.totalBlocks;
+    header.freeBlocks = params.freeBlocks;
+    header.nextAllocation = params.nextAllocation;
+    header.resourceClumpSize = kHfsPlusClump;
+    header.dataClumpSize = kHfsPlusClump;
+    header.nextCatalogId = params.nextCatalogId;
+    header.writeCount = 1;
+    header.encodingsBitmap = 1;
+    header.finderInfo[2] = params.openRoot ? kRootFolderId : 0;
+    header.finderInfo[6] = params.volumeId;
+    header.finderInfo[7] = Swap32(params.volumeId);
+    header.allocationFile = SystemFork(params.allocationFile, params.blockSize);
+    header.extentsFile = SystemFork(params.extentsFile, params.blockSize);
+    header.catalogFile = SystemFork(params.catalogFile, params.blockSize);
+    return header;
+}
+
+bool BuildExtentsTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
+                      std::uint32_t totalNodes) {
+    NewTree shape;
+    shape.nodeSize = NewNodeSize(isHfsPlus);
+    shape.totalNodes = totalNodes;
+    shape.clumpSize = isHfsPlus ? totalNodes : 0;
+    shape.attributes = isHfsPlus ? kBigKeys : 0;
+    return CreateTree(tree, isHfsPlus ? kHfsPlusExtentsFormat : kHfsExtentsFormat, store, shape);
+}
+
+bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
+                      std::uint32_t totalNodes) {
+    NewTree shape;
+    shape.nodeSize = NewNodeSize(isHfsPlus);
+    shape.totalNodes = totalNodes;
+    shape.clumpSize = isHfsPlus ? totalNodes : 0;
+    shape.keyCompareType = isHfsPlus ? kCompareFoldingCase : 0;
+    shape.attributes = isHfsPlus ? kBigKeys | kVariableIndexKeys : 0;
+    shape.rootLeaf = true;
+    return CreateTree(tree, isHfsPlus ? kHfsPlusCatalogFormat : kHfsCatalogFormat, store, shape);
+}
+
+DriverDescriptor BuildDriverDescriptor(std::uint32_t blockCount) {
+    DriverDescriptor descriptor{};
+    descriptor.signature = kDriverDescriptorSignature;
+    descriptor.blockSize = 512;
+    descriptor.blockCount = blockCount;
+    return descriptor;
+}
+
+PartitionMapEntry BuildMapEntry(std::uint32_t startBlock, std::uint32_t blockCount,
+                                std::string_view name, std::string_view type,
+                                std::uint32_t status) {
+    PartitionMapEntry entry{};
+    entry.signature = kPartitionMapSignature;
+    entry.mapEntries = 2;
+    entry.startBlock = startBlock;
+    entry.blockCount = blockCount;
+    std::copy_n(name.begin(), std::min(name.size(), entry.name.size() - 1), entry.name.begin());
+    std::copy_n(type.begin(), std::min(type.size(), entry.type.size() - 1), entry.type.begin());
+    entry.dataCount = blockCount;
+    entry.status = status;
+    return entry;
+}
+
+}  // namespace vellmark

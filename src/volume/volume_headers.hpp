@@ -1,0 +1,72 @@
+// The headers of a new volume, made in one place for the formatter and the compiler, and the two
+// entries of the partition map that leads to it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "IO/partition_structures.hpp"
+#include "support/mac_dates.hpp"
+#include "volume/btree.hpp"
+#include "volume/hfs_plus_structures.hpp"
+#include "volume/hfs_structures.hpp"
+
+namespace vellmark {
+
+/// A system file: where it lies, in allocation blocks.
+struct SystemFile {
+    std::uint32_t startBlock = 0;
+    std::uint32_t blockCount = 0;
+};
+
+/// What the header of a new volume tells.
+struct VolumeParams {
+    std::string label;            ///< HFS: MacRoman, at most 27 bytes are used
+    MacSeconds now = 0;           ///< in the time of the format
+    std::uint32_t blockSize = 0;  ///< bytes
+    std::uint32_t totalBlocks = 0;
+    std::uint32_t freeBlocks = 0;
+    std::uint32_t nextAllocation = 0;
+    std::uint32_t clumpSize = 0;  ///< bytes; HFS
+    std::uint32_t nextCatalogId = 0;
+    std::uint16_t bitmapStart = 3;      ///< sectors from the start of the volume; HFS
+    std::uint16_t allocationStart = 0;  ///< sectors from the start of the volume; HFS
+    SystemFile allocationFile;          ///< HFS+
+    SystemFile extentsFile;
+    SystemFile catalogFile;
+    std::uint32_t fileCount = 0;
+    std::uint32_t folderCount = 0;      ///< without the root
+    std::uint32_t rootFileCount = 0;    ///< HFS
+    std::uint32_t rootFolderCount = 0;  ///< HFS
+    std::uint32_t volumeId = 0;         ///< any value
+    bool openRoot = false;              ///< the Finder opens the root's window at the mount
+};
+
+[[nodiscard]] MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params);
+[[nodiscard]] VolumeHeader BuildVolumeHeader(const VolumeParams& params);
+
+/// An empty extents tree that fills its file.
+[[nodiscard]] bool BuildExtentsTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
+                                    std::uint32_t totalNodes);
+/// A catalog with an empty root leaf that fills its file.
+[[nodiscard]] bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
+                                    std::uint32_t totalNodes);
+
+/// Bytes of a node in volumes that this program makes.
+[[nodiscard]] constexpr std::uint32_t NewNodeSize(bool isHfsPlus) {
+    return isHfsPlus ? 4096 : 512;
+}
+
+/// Blocks of 512 bytes of the medium.
+[[nodiscard]] DriverDescriptor BuildDriverDescriptor(std::uint32_t blockCount);
+/// One of two entries; `name` and `type` are cut at 31 bytes.
+[[nodiscard]] PartitionMapEntry BuildMapEntry(std::uint32_t startBlock, std::uint32_t blockCount,
+                                              std::string_view name, std::string_view type,
+                                              std::uint32_t status);
+
+inline constexpr std::string_view kMapPartitionType = "Apple_partition_map";
+inline constexpr std::string_view kHfsPartitionType = "Apple_HFS";
+/// Status word of both entries: valid, allocated, writable.
+inline constexpr std::uint32_t kMapStatus = 19;
+
+}  // namespace vellmark
