@@ -186,7 +186,8 @@ TargetFile::~TargetFile() {
 }
 
 int TargetFile::publish(bool replace, bool durable) {
-    if (durable && !file_.flush())
+    // A transfer that failed before leaves a file that is not whole.
+    if (file_.error() != 0 || (durable && !file_.flush()))
         return file_.error();
     const int result = replace ? ::rename(temporaryPath_.c_str(), path_.c_str())
                                : ::link(temporaryPath_.c_str(), path_.c_str());

@@ -72,7 +72,8 @@ class TargetFile {
     [[nodiscard]] PcFile& file() { return file_; }
     /// Gives the file its name. With `replace` false an existing file of that name is a failure
     /// (EEXIST). With `durable` the bytes are on the device before the name is given, so that a
-    /// power cut leaves the old file or the new one. Returns 0 or the system's error number.
+    /// power cut leaves the old file or the new one. A file with a failed transfer is not given
+    /// its name. Returns 0 or the system's error number.
     [[nodiscard]] int publish(bool replace, bool durable);
 
   private:

@@ -60,7 +60,7 @@ class PcPathResolver {
     [[nodiscard]] std::string resolveFolder(std::string_view folder);
 
   private:
-    /// Path of the entry of `folder` (a path of the system) that has this 8.3 or narrow name.
+    /// Path of the entry of `folder` (a path of the system) that has this 8.3 name.
     [[nodiscard]] std::string findIn(const std::string& folder, std::string_view name);
 
     std::map<std::string, std::string, std::less<>> folders_;

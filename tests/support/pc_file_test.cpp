@@ -1,0 +1,236 @@
+#include "support/pc_file.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace vellmark {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes Ramp(std::size_t size) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<std::uint8_t>(i * 31 + i / 256);
+    return bytes;
+}
+
+Bytes Contents(const std::string& path) {
+    PcFile file(path, PcFile::Mode::Read);
+    Bytes bytes(file.size() + 1);
+    bytes.resize(file.readAt(0, bytes));
+    return bytes;
+}
+
+class PcFiles : public ::testing::Test {
+  protected:
+    std::string at(const std::string& name) { return folder_.path() + "/" + name; }
+    std::string make(const std::string& name, const Bytes& bytes) {
+        EXPECT_TRUE(PcFile(at(name), PcFile::Mode::CreateTruncate).writeAt(0, bytes));
+        return at(name);
+    }
+    // Names in the folder, hidden ones included.
+    std::size_t count() {
+        const std::filesystem::directory_iterator all(folder_.path());
+        return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    }
+    TemporaryFolder folder_;
+};
+
+TEST_F(PcFiles, EachModeMakesOrNeedsTheFile) {
+    EXPECT_EQ(PcFile(at("a"), PcFile::Mode::Read).error(), ENOENT);
+    EXPECT_EQ(PcFile(at("a"), PcFile::Mode::ReadWrite).error(), ENOENT);
+    EXPECT_EQ(PcFile(at("no/a"), PcFile::Mode::CreateNew).error(), ENOENT);
+    EXPECT_EQ(count(), 0u);
+    EXPECT_TRUE(PcFile(at("a"), PcFile::Mode::CreateNew).writeAt(0, Ramp(9)));
+    EXPECT_EQ(PcFile(at("a"), PcFile::Mode::CreateNew).error(), EEXIST);
+    EXPECT_EQ(PcFile(at("a"), PcFile::Mode::ReadWrite).size(), 9u);
+    EXPECT_EQ(PcFile(at("a"), PcFile::Mode::CreateTruncate).size(), 0u);
+    EXPECT_FALSE(PcFile().isOpen());
+}
+
+TEST_F(PcFiles, AFolderIsNoFile) {
+    for (const auto mode : {PcFile::Mode::Read, PcFile::Mode::ReadWrite}) {
+        PcFile file(folder_.path(), mode);
+        EXPECT_FALSE(file.isOpen());
+        EXPECT_EQ(file.error(), EISDIR);
+        EXPECT_FALSE(file.errorText().empty());
+    }
+}
+
+TEST_F(PcFiles, OpeningAPipeDoesNotWaitForItsOtherEnd) {
+    ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
+    PcFile file(at("pipe"), PcFile::Mode::Read);
+    EXPECT_EQ(file.size(), 0u);
+}
+
+TEST_F(PcFiles, ReadsAndWritesAtAnyOffset) {
+    PcFile file(make("a", Ramp(100)), PcFile::Mode::ReadWrite);
+    Bytes ten(10);
+    EXPECT_EQ(file.readAt(95, ten), 5u) << "the end is no failure";
+    EXPECT_EQ(file.readAt(100, ten), 0u);
+    EXPECT_EQ(file.readAt(1ull << 40, ten), 0u);
+    EXPECT_EQ(file.error(), 0);
+    EXPECT_FALSE(file.readExactly(95, ten));
+    EXPECT_TRUE(file.writeAt(5'000'000'000, Bytes{7}));
+    EXPECT_EQ(file.size(), 5'000'000'001u);
+    EXPECT_TRUE(file.readExactly(4'999'999'991, ten));
+    EXPECT_EQ(ten, (Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0, 7}));
+    EXPECT_TRUE(file.setSize(3));
+    EXPECT_TRUE(file.setSize(5));
+    EXPECT_TRUE(file.flush());
+    Bytes expected = Ramp(3);
+    expected.resize(5);
+    EXPECT_EQ(Contents(at("a")), expected);
+}
+
+TEST_F(PcFiles, TheFirstFailureIsKept) {
+    PcFile file(make("a", Ramp(10)), PcFile::Mode::Read);
+    EXPECT_FALSE(file.writeAt(0, Bytes{1}));
+    EXPECT_EQ(file.error(), EBADF);
+    EXPECT_FALSE(file.setSize(1));
+    Bytes byte(1);
+    EXPECT_EQ(file.readAt(9, byte), 1u);
+    EXPECT_EQ(file.error(), EBADF) << "a later success or failure does not replace it";
+    EXPECT_EQ(Contents(at("a")), Ramp(10));
+    PcFile closed;
+    EXPECT_EQ(closed.readAt(0, byte), 0u);
+    EXPECT_FALSE(closed.writeAt(0, byte));
+    EXPECT_EQ(closed.size(), 0u);
+    EXPECT_NE(closed.error(), 0);
+}
+
+TEST(PcDevices, AFullDeviceIsAFailureWithItsReason) {
+    PcFile full("/dev/full", PcFile::Mode::ReadWrite);
+    if (!full.isOpen())
+        GTEST_SKIP() << "/dev/full is not there";
+    EXPECT_FALSE(full.writeAt(0, Bytes(10)));
+    EXPECT_EQ(full.error(), ENOSPC);
+}
+
+TEST_F(PcFiles, MovingHandsTheOpenFileOver) {
+    PcFile first(make("a", Ramp(3)), PcFile::Mode::Read);
+    PcFile second(std::move(first));
+    EXPECT_EQ(second.size(), 3u);
+    EXPECT_EQ(second.path(), at("a"));
+    PcFile third(make("b", Ramp(7)), PcFile::Mode::Read);
+    third = std::move(second);
+    EXPECT_EQ(third.size(), 3u);
+    EXPECT_EQ(third.path(), at("a"));
+    third.close();
+    EXPECT_FALSE(third.isOpen());
+}
+
+TEST_F(PcFiles, CopiesRangesAndSaysHowFarItCame) {
+    constexpr std::size_t kSize = 5'000'000;
+    PcFile from(make("from", Ramp(kSize)), PcFile::Mode::Read);
+    PcFile to(make("to", Ramp(4)), PcFile::Mode::ReadWrite);
+    EXPECT_EQ(to.copyFrom(from, 1000, 4, kSize), kSize - 1000) << "the source ends first";
+    Bytes expected = Ramp(4);
+    const Bytes all = Ramp(kSize);
+    expected.insert(expected.end(), all.begin() + 1000, all.end());
+    EXPECT_TRUE(Contents(at("to")) == expected);
+    EXPECT_EQ(to.copyFrom(from, 0, 0, 0), 0u);
+    PcFile locked(at("to"), PcFile::Mode::Read);
+    EXPECT_EQ(locked.copyFrom(from, 0, 0, 10), 0u);
+    EXPECT_NE(locked.error(), 0);
+    EXPECT_EQ(from.error(), 0);
+}
+
+TEST_F(PcFiles, CopiesFromWhatTheSystemCannotCopyByItself) {
+    PcFile zeros("/dev/zero", PcFile::Mode::Read);
+    if (!zeros.isOpen())
+        GTEST_SKIP() << "/dev/zero is not there";
+    PcFile to(make("to", Ramp(10)), PcFile::Mode::ReadWrite);
+    EXPECT_EQ(to.copyFrom(zeros, 0, 8, 3'000'000), 3'000'000u);
+    Bytes expected = Ramp(8);
+    expected.resize(3'000'008);
+    EXPECT_TRUE(Contents(at("to")) == expected);
+}
+
+TEST_F(PcFiles, ATargetAppearsOnlyWhenItIsPublished) {
+    make("old", Ramp(5));
+    {
+        TargetFile target(at("old"));
+        ASSERT_TRUE(target.file().isOpen());
+        EXPECT_TRUE(target.file().writeAt(0, Ramp(9)));
+        EXPECT_EQ(Contents(at("old")), Ramp(5));
+        EXPECT_EQ(target.publish(false, false), EEXIST);
+        EXPECT_EQ(Contents(at("old")), Ramp(5));
+    }
+    EXPECT_EQ(count(), 1u) << "what was not published is removed";
+    {
+        TargetFile target(at("old"));
+        EXPECT_TRUE(target.file().writeAt(0, Ramp(9)));
+        EXPECT_EQ(target.publish(true, false), 0);
+    }
+    EXPECT_EQ(Contents(at("old")), Ramp(9));
+    {
+        TargetFile target(at("new"));
+        TargetFile other(at("new"));
+        EXPECT_TRUE(target.file().writeAt(0, Ramp(2)));
+        EXPECT_EQ(target.publish(false, true), 0);
+        EXPECT_EQ(other.publish(false, false), EEXIST) << "the second of two writers";
+    }
+    EXPECT_EQ(Contents(at("new")), Ramp(2));
+    EXPECT_EQ(count(), 2u);
+}
+
+TEST_F(PcFiles, ATargetInAFolderThatIsNotThereFails) {
+    TargetFile target(at("no/new"));
+    EXPECT_FALSE(target.file().isOpen());
+    EXPECT_EQ(target.publish(true, false), ENOENT);
+    EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(PcFiles, ATargetWithAFailedTransferIsNotPublished) {
+    make("old", Ramp(5));
+    TargetFile target(at("old"));
+    ASSERT_FALSE(target.file().setSize(~std::uint64_t{0}));
+    EXPECT_TRUE(target.file().writeAt(0, Ramp(9)));
+    EXPECT_EQ(target.publish(true, false), target.file().error());
+    EXPECT_EQ(Contents(at("old")), Ramp(5));
+}
+
+TEST_F(PcFiles, ATargetOfTheLongestNameWorks) {
+    const std::string path = at(std::string(255, 'n'));
+    TargetFile target(path);
+    ASSERT_TRUE(target.file().isOpen());
+    EXPECT_EQ(target.publish(false, true), 0);
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST(TemporaryFolders, GoAwayWithWhatIsInThem) {
+    std::string path;
+    {
+        TemporaryFolder folder;
+        TemporaryFolder other;
+        path = folder.path();
+        ASSERT_FALSE(path.empty());
+        EXPECT_NE(path, other.path());
+        std::filesystem::create_directories(path + "/a/b");
+        PcFile(path + "/a/b/c", PcFile::Mode::CreateNew).close();
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(PcPaths, FolderOfTakesOffTheLastPart) {
+    EXPECT_EQ(FolderOf("a"), ".");
+    EXPECT_EQ(FolderOf("/a"), "/");
+    EXPECT_EQ(FolderOf("/a/b"), "/a");
+    EXPECT_EQ(FolderOf("a/b/"), "a/b");
+    EXPECT_EQ(FolderOf(""), ".");
+}
+
+TEST(PcPaths, RoomIsKnownOfFoldersThatAreThere) {
+    TemporaryFolder folder;
+    EXPECT_GT(FreeBytes(folder.path()), 0u);
+    EXPECT_EQ(FreeBytes(folder.path() + "/none"), 0u);
+    EXPECT_TRUE(HoldsLargeFiles(folder.path() + "/none")) << "unknown is no reason to refuse";
+}
+
+}  // namespace
+}  // namespace vellmark
