@@ -74,7 +74,7 @@ class OtherProgram : public ::testing::Test {
                 EXPECT_TRUE(file.writeAt(0, contents)) << target;
             }
         }
-        const std::string image = folder_.path() + "/disc.iso";
+        std::string image = folder_.path() + "/disc.iso";
         const std::string command =
             "genisoimage -quiet " + options + " -o " + image + " " + tree + " 2>/dev/null";
         EXPECT_EQ(std::system(command.c_str()), 0);

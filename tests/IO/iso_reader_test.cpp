@@ -16,6 +16,7 @@ constexpr IsoTree kTrees[] = {IsoTree::Iso, IsoTree::Joliet};
 
 std::vector<std::string> NamesOf(const std::vector<IsoEntry>& entries) {
     std::vector<std::string> names;
+    names.reserve(entries.size());
     for (const IsoEntry& entry : entries)
         names.push_back(entry.name);
     return names;

@@ -93,6 +93,7 @@ TEST_F(PcFolders, EntriesComeInByteOrderWithEveryForm) {
     std::filesystem::create_directory(at("a folder"));
     const auto items = list();
     std::vector<std::string> names;
+    names.reserve(items.size());
     for (const PcItem& item : items)
         names.push_back(item.name);
     EXPECT_EQ(names, (std::vector<std::string>{".hidden", "B.txt", "a folder", "b.txt", "bad\xFF",
