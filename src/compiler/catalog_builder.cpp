@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "containers/names.hpp"
+#include "volume/catalog_insert.hpp"
 #include "volume/catalog_keys.hpp"
-#include "volume/catalog_records.hpp"
 
 namespace vellmark {
 
@@ -59,8 +59,9 @@ class Builder {
         facts.finderFlags = FolderFlags(header.customIcon(), false);
         facts.locationV = kRootLocationV;
         facts.locationH = kRootLocationH;
-        return layout_.isHfsPlus ? addWithThread(kRootParentId, HfsPlusLabel(header), facts)
-                                 : addWithThread(kRootParentId, HfsLabel(header), facts);
+        return layout_.isHfsPlus
+                   ? InsertFolder(catalog_.tree, kRootParentId, HfsPlusLabel(header), facts)
+                   : InsertFolder(catalog_.tree, kRootParentId, HfsLabel(header), facts);
     }
 
     TreeResult addFolder(std::size_t index) {
@@ -75,8 +76,8 @@ class Builder {
         ++catalog_.folderCount;
         catalog_.rootFolderCount += folder.parent == 0 ? 1 : 0;
         const std::uint32_t parentId = ids_[static_cast<std::size_t>(folder.parent)];
-        return layout_.isHfsPlus ? addWithThread(parentId, item.hfsPlusName, facts)
-                                 : addWithThread(parentId, item.hfsName, facts);
+        return layout_.isHfsPlus ? InsertFolder(catalog_.tree, parentId, item.hfsPlusName, facts)
+                                 : InsertFolder(catalog_.tree, parentId, item.hfsName, facts);
     }
 
     // The background folder of a layout keeps its number in HFS+.
@@ -84,25 +85,6 @@ class Builder {
         if (layout_.isHfsPlus && folder.number == kBackgroundFolder)
             return static_cast<std::uint32_t>(kBackgroundFolder);
         return catalog_.nextCatalogId++;
-    }
-
-    TreeResult addWithThread(std::uint32_t parentId, const std::string& name,
-                             const FolderFacts& facts) {
-        const TreeResult result = insert(HfsCatalogKey(parentId, name), HfsFolderData(facts));
-        return result != TreeResult::Done
-                   ? result
-                   : insert(HfsCatalogKey(facts.id, {}),
-                            HfsThreadData(CatalogRecordType::FolderThread, parentId, name));
-    }
-
-    TreeResult addWithThread(std::uint32_t parentId, const std::u16string& name,
-                             const FolderFacts& facts) {
-        const TreeResult result =
-            insert(HfsPlusCatalogKey(parentId, name), HfsPlusFolderData(facts));
-        return result != TreeResult::Done
-                   ? result
-                   : insert(HfsPlusCatalogKey(facts.id, {}),
-                            HfsPlusThreadData(CatalogRecordType::FolderThread, parentId, name));
     }
 
     TreeResult addFile(const DiscItem& item, std::uint32_t parentId) {
@@ -120,15 +102,9 @@ class Builder {
         facts.data.startBlock = facts.data.blockCount ? layout_.systemBlocks + item.startBlock : 0;
         ++catalog_.fileCount;
         catalog_.rootFileCount += parentId == kRootFolderId ? 1 : 0;
-        if (!layout_.isHfsPlus)
-            return insert(HfsCatalogKey(parentId, item.hfsName),
-                          HfsFileData(facts, layout_.blockSize()));
-        const TreeResult result =
-            insert(HfsPlusCatalogKey(parentId, item.hfsPlusName), HfsPlusFileData(facts));
-        return result != TreeResult::Done ? result
-                                          : insert(HfsPlusCatalogKey(facts.id, {}),
-                                                   HfsPlusThreadData(CatalogRecordType::FileThread,
-                                                                     parentId, item.hfsPlusName));
+        return layout_.isHfsPlus
+                   ? InsertFile(catalog_.tree, parentId, item.hfsPlusName, facts)
+                   : InsertFile(catalog_.tree, parentId, item.hfsName, facts, layout_.blockSize());
     }
 
     // Records hold local time. Where it still is the file's own date, the date itself is taken: it
@@ -138,10 +114,6 @@ class Builder {
             return local;
         const bool same = local == ToMacLocal(item.modified, context_.clock);
         return ToMacGmt(same ? item.modified : FromMacLocal(local, context_.clock));
-    }
-
-    TreeResult insert(const TreeKey& key, const RecordData& data) {
-        return InsertTreeRecord(catalog_.tree, key, data);
     }
 
     const CompileContext& context_;

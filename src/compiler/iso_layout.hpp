@@ -5,12 +5,10 @@
 #include <vector>
 
 #include "IO/iso_structures.hpp"
+#include "IO/iso_text.hpp"
 #include "compiler/disc_plan.hpp"
 
 namespace vellmark {
-
-/// The two trees that a PC reads.
-enum class IsoTree { Iso, Joliet };
 
 /// Place and size of every directory of one tree, in the order of the plan's folders.
 struct IsoTreeLayout {

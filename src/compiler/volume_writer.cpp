@@ -40,39 +40,6 @@ VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
     return params;
 }
 
-std::vector<std::uint8_t> FullBitmap(std::uint32_t blocks, std::uint32_t sectors) {
-    std::vector<std::uint8_t> bitmap(sectors * kSectorBytes512);
-    std::fill_n(bitmap.begin(), blocks / 8, std::uint8_t{0xFF});
-    if (blocks % 8 != 0)
-        bitmap[blocks / 8] = static_cast<std::uint8_t>(0xFF00u >> (blocks % 8));
-    return bitmap;
-}
-
-bool WriteTree(PcFile& image, std::uint64_t sector, const MemoryNodes& nodes) {
-    std::uint64_t offset = sector * kSectorBytes512;
-    for (const std::vector<std::uint8_t>& piece : nodes.pieces()) {
-        // The last piece may reach behind the tree: what is not in use there is left out.
-        std::size_t used = piece.size();
-        while (used > 0 && piece[used - 1] == 0)
-            --used;
-        if (!image.writeAt(offset, {piece.data(), used}))
-            return false;
-        offset += MemoryNodes::kPieceBytes;
-    }
-    return true;
-}
-
-bool WriteExtentsTree(const HfsLayout& layout, PcFile& image) {
-    const std::uint32_t nodeSize = NewNodeSize(layout.isHfsPlus);
-    MemoryNodes nodes(nodeSize);
-    TreeCursor tree;
-    const std::uint64_t bytes = std::uint64_t{layout.extentsFile.blockCount} * layout.blockSize();
-    return BuildExtentsTree(tree, nodes, layout.isHfsPlus,
-                            static_cast<std::uint32_t>(bytes / nodeSize)) &&
-           FlushTree(tree) == TreeResult::Done &&
-           WriteTree(image, layout.sectorOf(layout.extentsFile.startBlock), nodes);
-}
-
 }  // namespace
 
 bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, PcFile& image) {
@@ -102,9 +69,10 @@ bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
                                    image.writeRecord(alternate, BuildVolumeHeader(params))
                              : image.writeRecord(header, BuildMasterDirectoryBlock(params)) &&
                                    image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
-    return headers && image.writeAt(bitmap, FullBitmap(layout.totalBlocks, layout.bitmapSectors)) &&
-           WriteExtentsTree(layout, image) &&
-           WriteTree(image, layout.sectorOf(layout.catalogFile.startBlock), catalogNodes);
+    return headers && image.writeAt(bitmap, UsedBlocks(layout.totalBlocks, layout.bitmapSectors)) &&
+           WriteExtentsTree(image, byteOf(layout.sectorOf(layout.extentsFile.startBlock)),
+                            layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize()) &&
+           catalogNodes.writeTo(image, byteOf(layout.sectorOf(layout.catalogFile.startBlock)));
 }
 
 }  // namespace vellmark

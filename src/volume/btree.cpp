@@ -120,6 +120,19 @@ bool MemoryNodes::write(std::uint32_t number, ConstByteSpan node) {
     return true;
 }
 
+bool MemoryNodes::writeTo(ByteSink& sink, std::uint64_t offset) const {
+    for (const std::vector<std::uint8_t>& piece : pieces_) {
+        // The last piece reaches behind the tree: what is zero there does not belong to it.
+        std::size_t used = piece.size();
+        while (used > 0 && piece[used - 1] == 0)
+            --used;
+        if (!sink.writeAt(offset, {piece.data(), used}))
+            return false;
+        offset += kPieceBytes;
+    }
+    return true;
+}
+
 bool CreateTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
                 const NewTree& shape) {
     const std::uint32_t mapNodes = MapNodesFor(shape.totalNodes, shape.nodeSize);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "support/byte_source.hpp"
 #include "volume/tree_node.hpp"
 
 namespace vellmark {
@@ -27,12 +28,13 @@ class MemoryNodes final : public NodeStore {
     explicit MemoryNodes(std::size_t nodeSize) : nodeSize_(nodeSize) {}
     [[nodiscard]] bool read(std::uint32_t number, ByteSpan node) override;
     [[nodiscard]] bool write(std::uint32_t number, ConstByteSpan node) override;
-    /// The pieces in order, each `kPieceBytes` long; empty where nothing was written.
-    [[nodiscard]] const std::vector<std::vector<std::uint8_t>>& pieces() const { return pieces_; }
-
-    static constexpr std::size_t kPieceBytes = 256 * 1024;
+    /// Writes all nodes to `sink`, node 0 at byte `offset`. What was never written is left out, for
+    /// a target that is zero there.
+    [[nodiscard]] bool writeTo(ByteSink& sink, std::uint64_t offset) const;
 
   private:
+    static constexpr std::size_t kPieceBytes = 256 * 1024;
+
     std::size_t nodeSize_;
     std::vector<std::vector<std::uint8_t>> pieces_;
 };

@@ -95,14 +95,25 @@ VolumeHeader BuildVolumeHeader(const VolumeParams& params) {
     return header;
 }
 
-bool BuildExtentsTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
-                      std::uint32_t totalNodes) {
+bool WriteExtentsTree(ByteSink& image, std::uint64_t offset, bool isHfsPlus,
+                      std::uint32_t fileBytes) {
     NewTree shape;
     shape.nodeSize = NewNodeSize(isHfsPlus);
-    shape.totalNodes = totalNodes;
-    shape.clumpSize = isHfsPlus ? totalNodes : 0;
+    shape.totalNodes = fileBytes / shape.nodeSize;
+    shape.clumpSize = isHfsPlus ? shape.totalNodes : 0;
     shape.attributes = isHfsPlus ? kBigKeys : 0;
-    return CreateTree(tree, isHfsPlus ? kHfsPlusExtentsFormat : kHfsExtentsFormat, store, shape);
+    MemoryNodes nodes(shape.nodeSize);
+    TreeCursor tree;
+    return CreateTree(tree, isHfsPlus ? kHfsPlusExtentsFormat : kHfsExtentsFormat, nodes, shape) &&
+           FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
+}
+
+std::vector<std::uint8_t> UsedBlocks(std::uint32_t blocks, std::uint32_t sectors) {
+    std::vector<std::uint8_t> bitmap(std::size_t{sectors} * 512);
+    std::fill_n(bitmap.begin(), blocks / 8, std::uint8_t{0xFF});
+    if (blocks % 8 != 0)
+        bitmap[blocks / 8] = static_cast<std::uint8_t>(0xFF00u >> (blocks % 8));
+    return bitmap;
 }
 
 bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,

@@ -45,9 +45,9 @@ struct VolumeParams {
 [[nodiscard]] MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params);
 [[nodiscard]] VolumeHeader BuildVolumeHeader(const VolumeParams& params);
 
-/// An empty extents tree that fills its file.
-[[nodiscard]] bool BuildExtentsTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
-                                    std::uint32_t totalNodes);
+/// Writes an empty extents tree that fills its file of `fileBytes` bytes, at byte `offset`.
+[[nodiscard]] bool WriteExtentsTree(ByteSink& image, std::uint64_t offset, bool isHfsPlus,
+                                    std::uint32_t fileBytes);
 /// A catalog with an empty root leaf that fills its file.
 [[nodiscard]] bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
                                     std::uint32_t totalNodes);
@@ -56,6 +56,9 @@ struct VolumeParams {
 [[nodiscard]] constexpr std::uint32_t NewNodeSize(bool isHfsPlus) {
     return isHfsPlus ? 4096 : 512;
 }
+
+/// A bitmap of whole sectors whose first `blocks` bits are set.
+[[nodiscard]] std::vector<std::uint8_t> UsedBlocks(std::uint32_t blocks, std::uint32_t sectors);
 
 /// Blocks of 512 bytes of the medium.
 [[nodiscard]] DriverDescriptor BuildDriverDescriptor(std::uint32_t blockCount);

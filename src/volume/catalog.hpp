@@ -1,0 +1,79 @@
+// What a mounted volume holds: folders listed, items found by path, name and id, and new folders
+// made. Changes stand between `LoadAllocationState` and `FlushVolume` (volume/allocation.hpp).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/mac_dates.hpp"
+#include "volume/fork_reader.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+/// One file or folder of a volume.
+struct CatalogItem {
+    std::uint32_t parentId = 0;
+    std::uint32_t id = 0;
+    bool isFolder = false;
+    std::string name;                 ///< to be shown: UTF-8, a slash of the name as `:`
+    std::string hfsName;              ///< HFS: MacRoman, as the key has it
+    std::u16string hfsPlusName;       ///< HFS+: as the key has it
+    std::uint32_t valence = 0;        ///< folders: items directly inside, as the record tells
+    std::array<char, 8> signature{};  ///< files: type, then creator
+    std::uint16_t finderFlags = 0;
+    UnixSeconds created = 0;
+    UnixSeconds modified = 0;
+    ForkInfo data;      ///< files
+    ForkInfo resource;  ///< files
+};
+
+/// Name of an HFS item as it is shown and typed.
+[[nodiscard]] std::string ShownHfsName(std::string_view macName);
+/// Name of an HFS+ item as it is shown and typed.
+[[nodiscard]] std::string ShownHfsPlusName(std::u16string_view name);
+
+/// The items of a folder, in the order of the catalog. Items before a damaged place are kept.
+[[nodiscard]] TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId,
+                                    const Clock& clock, std::vector<CatalogItem>& items);
+
+/// The item of that shown name in a folder, by the catalog's own comparison; nothing when there is
+/// none.
+[[nodiscard]] TreeResult FindItem(VolumeContext& volume, std::uint32_t folderId,
+                                  std::string_view name, const Clock& clock,
+                                  std::optional<CatalogItem>& item);
+
+/// The item of a path with `/` between the names; the root folder for an empty path.
+[[nodiscard]] TreeResult FindPath(VolumeContext& volume, std::string_view path, const Clock& clock,
+                                  std::optional<CatalogItem>& item);
+
+/// All runs of a file's fork, those of the overflow tree included.
+[[nodiscard]] TreeResult ForkRuns(VolumeContext& volume, const CatalogItem& item, bool resource,
+                                  std::vector<BlockRun>& runs);
+
+/// Parent of a folder, by its thread; 0 when there is none.
+[[nodiscard]] std::uint32_t ParentOf(VolumeContext& volume, std::uint32_t folderId);
+/// Id of a folder's subfolder of that shown name; 0 when there is none.
+[[nodiscard]] std::uint32_t FolderIdByName(VolumeContext& volume, std::string_view name,
+                                           std::uint32_t parentId);
+/// The next free id, which is then used up.
+[[nodiscard]] std::uint32_t NextCatalogId(VolumeContext& volume);
+/// Items of a folder as its record tells; nothing when there is no such folder.
+[[nodiscard]] std::optional<std::uint32_t> ReadValence(VolumeContext& volume,
+                                                       std::uint32_t folderId);
+/// Adds to the number of items that a folder's record tells.
+[[nodiscard]] TreeResult AddToValence(VolumeContext& volume, std::int32_t delta,
+                                      std::uint32_t folderId);
+
+/// Makes a folder and gives its id in `id`. The name is a shown one. `Exists` when the parent has
+/// an item of that name, `Damaged` when the parent is not there or the name cannot be a name;
+/// nothing is changed then.
+[[nodiscard]] TreeResult CreateFolder(VolumeContext& volume, std::string_view name,
+                                      std::uint32_t parentId, const Clock& clock,
+                                      std::uint32_t& id);
+
+}  // namespace vellmark
