@@ -9,20 +9,57 @@ namespace vellmark {
 
 namespace {
 
-constexpr std::size_t kHfsKeyNameOffset = 7;
-constexpr std::size_t kHfsPlusKeyNameOffset = 6;
-constexpr std::uint8_t kHfsExtentsKeyLength = 7;
-constexpr std::uint16_t kHfsPlusExtentsKeyLength = 10;
+// Keys up to their name, length fields included.
+struct HfsCatalogKeyHead {
+    std::uint8_t length;
+    std::uint8_t reserved;
+    be32 parentId;
+    std::uint8_t nameLength;
+};
+struct HfsPlusCatalogKeyHead {
+    be16 length;
+    be32 parentId;
+};
+struct HfsExtentsKeyBytes {
+    std::uint8_t length;
+    std::uint8_t fork;
+    be32 fileId;
+    be16 startBlock;
+};
+struct HfsPlusExtentsKeyBytes {
+    be16 length;
+    std::uint8_t fork;
+    std::uint8_t pad;
+    be32 fileId;
+    be32 startBlock;
+};
+static_assert(sizeof(HfsCatalogKeyHead) == 7 && sizeof(HfsPlusCatalogKeyHead) == 6);
+static_assert(sizeof(HfsExtentsKeyBytes) == 8 && sizeof(HfsPlusExtentsKeyBytes) == 12);
 
-template <typename Field>
-void Append(std::vector<std::uint8_t>& out, Field field) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(&field);
-    out.insert(out.end(), bytes, bytes + sizeof field);
+constexpr std::size_t kHfsKeyNameOffset = sizeof(HfsCatalogKeyHead);
+constexpr std::size_t kHfsPlusKeyNameOffset = sizeof(HfsPlusCatalogKeyHead);
+
+template <typename Head>
+TreeKey KeyOf(const Head& head, std::size_t tailBytes = 0) {
+    TreeKey key(sizeof head + tailBytes);
+    std::memcpy(key.data(), &head, sizeof head);
+    return key;
+}
+
+// Count and units; `out` has room for them.
+void PutHfsPlusName(std::uint8_t* out, std::u16string_view name) {
+    const be16 count = static_cast<std::uint16_t>(name.size());
+    std::memcpy(out, &count, sizeof count);
+    for (const char16_t unit : name) {
+        const be16 word = unit;
+        out += sizeof word;
+        std::memcpy(out, &word, sizeof word);
+    }
 }
 
 template <typename Field>
 Field At(ConstByteSpan bytes, std::size_t offset) {
-    Field field;
+    Field field{};
     if (offset + sizeof field <= bytes.size())
         std::memcpy(&field, bytes.data() + offset, sizeof field);
     return field;
@@ -93,39 +130,30 @@ const TreeFormat kHfsPlusExtentsFormat{2, 0, 10, false, CompareHfsPlusExtents};
 
 TreeKey HfsCatalogKey(std::uint32_t parentId, std::string_view name) {
     name = name.substr(0, kHfsNameLimit);
-    TreeKey key;
-    key.push_back(static_cast<std::uint8_t>(name.size() + kHfsKeyNameOffset - 1));
-    key.push_back(0);
-    Append(key, be32(parentId));
-    key.push_back(static_cast<std::uint8_t>(name.size()));
-    key.insert(key.end(), name.begin(), name.end());
+    const auto length = static_cast<std::uint8_t>(name.size());
+    TreeKey key = KeyOf(HfsCatalogKeyHead{static_cast<std::uint8_t>(kHfsKeyNameOffset - 1 + length),
+                                          0, parentId, length},
+                        name.size());
+    std::copy(name.begin(), name.end(), key.begin() + kHfsKeyNameOffset);
     return key;
 }
 
 TreeKey HfsPlusCatalogKey(std::uint32_t parentId, std::u16string_view name) {
     name = name.substr(0, kHfsPlusNameMax);
-    TreeKey key;
-    Append(key, be16(static_cast<std::uint16_t>(kHfsPlusKeyNameOffset + 2 * name.size())));
-    Append(key, be32(parentId));
-    AppendHfsPlusName(key, name);
+    const auto length = static_cast<std::uint16_t>(kHfsPlusKeyNameOffset + 2 * name.size());
+    TreeKey key = KeyOf(HfsPlusCatalogKeyHead{length, parentId}, sizeof(be16) + 2 * name.size());
+    PutHfsPlusName(key.data() + kHfsPlusKeyNameOffset, name);
     return key;
 }
 
 TreeKey HfsExtentsKey(std::uint32_t fileId, std::uint8_t fork, std::uint32_t startBlock) {
-    TreeKey key{kHfsExtentsKeyLength, fork};
-    Append(key, be32(fileId));
-    Append(key, be16(static_cast<std::uint16_t>(startBlock)));
-    return key;
+    return KeyOf(HfsExtentsKeyBytes{sizeof(HfsExtentsKeyBytes) - 1, fork, fileId,
+                                    static_cast<std::uint16_t>(startBlock)});
 }
 
 TreeKey HfsPlusExtentsKey(std::uint32_t fileId, std::uint8_t fork, std::uint32_t startBlock) {
-    TreeKey key;
-    Append(key, be16(kHfsPlusExtentsKeyLength));
-    key.push_back(fork);
-    key.push_back(0);
-    Append(key, be32(fileId));
-    Append(key, be32(startBlock));
-    return key;
+    return KeyOf(HfsPlusExtentsKeyBytes{std::uint16_t{sizeof(HfsPlusExtentsKeyBytes) - 2}, fork, 0,
+                                        fileId, startBlock});
 }
 
 std::uint32_t KeyParent(ConstByteSpan key) {
@@ -145,9 +173,9 @@ std::u16string HfsPlusKeyName(ConstByteSpan key) {
 }
 
 void AppendHfsPlusName(std::vector<std::uint8_t>& out, std::u16string_view name) {
-    Append(out, be16(static_cast<std::uint16_t>(name.size())));
-    for (const char16_t unit : name)
-        Append(out, be16(unit));
+    const std::size_t at = out.size();
+    out.resize(at + sizeof(be16) + 2 * name.size());
+    PutHfsPlusName(out.data() + at, name);
 }
 
 std::u16string ReadHfsPlusName(ConstByteSpan bytes) {
