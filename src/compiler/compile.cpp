@@ -60,9 +60,10 @@ class Compiler {
   private:
     bool settleMode();
     bool settleLabels();
+    bool saveProject();
     bool plan();
     bool layOut();
-    bool buildCatalog();
+    TreeResult buildCatalog(std::uint32_t blockSize, std::uint32_t leaves);
     bool turnToHfsPlus();
     bool hasRoom();
     CompileResult write();
@@ -139,14 +140,20 @@ bool Compiler::settleLabels() {
     const std::string label = Utf8ToNarrow(name);
     header.setIsoLabel(label);
     header.setHfsLabel(header.isHfsPlus() ? label : AnsiToMacName(label));
-    return context_.project.save(context_.messages);
+    return saveProject();
+}
+
+// A project that has no file yet, as one that is made for this image alone, gets none.
+bool Compiler::saveProject() {
+    return PcFactsOf(context_.project.path()).kind == PcKind::Missing ||
+           context_.project.save(context_.messages);
 }
 
 bool Compiler::turnToHfsPlus() {
     TurnToHfsPlus(context_.project, context_.messages,
                   "HFS cannot hold this project with any allocation block size.");
     context_.mode = HasIso(context_.mode) ? CompileMode::HybridHfsPlus : CompileMode::PureHfsPlus;
-    return context_.project.save(context_.messages) && plan();
+    return saveProject() && plan();
 }
 
 bool Compiler::plan() {
@@ -164,44 +171,47 @@ bool Compiler::plan() {
     return true;
 }
 
+// The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.
 bool Compiler::layOut() {
     context_.progress.journal(1, "==>Computing the ISO catalog./Calcul du catalogue ISO");
-    std::uint32_t size = kDiscSectorBytes;
-    if (HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode)) {
-        const auto chosen =
-            ChooseHfsBlockSize(plan_, CountCatalogLeaves(plan_, false), HasIso(context_.mode));
-        if (!chosen && !turnToHfsPlus())
-            return false;
-        size = chosen.value_or(kDiscSectorBytes);
+    std::uint32_t leaves = 0;
+    for (int round = 0; round < kLayoutRounds; ++round) {
+        leaves = round == 0 ? CountCatalogLeaves(plan_, IsHfsPlusMode(context_.mode))
+                            : leaves + leaves / 4 + 4;
+        std::uint32_t size = kDiscSectorBytes;
+        if (HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode)) {
+            const auto chosen = ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode));
+            if (!chosen)
+                return turnToHfsPlus() && layOut();
+            size = *chosen;
+        }
+        fileBlocks_ = PlaceFiles(plan_, size);
+        if (HasIso(context_.mode))
+            iso_ = ComputeLayout(plan_, size);
+        if (!HasMacintosh(context_.mode))
+            return true;
+        const TreeResult result = buildCatalog(size, leaves);
+        if (result == TreeResult::Done)
+            return true;
+        if (result != TreeResult::Full)
+            break;
     }
-    fileBlocks_ = PlaceFiles(plan_, size);
-    if (HasIso(context_.mode))
-        iso_ = ComputeLayout(plan_, size);
-    hfs_.sectorsPerBlock = size / 512;
-    return !HasMacintosh(context_.mode) || buildCatalog();
+    context_.messages.showMessage("The catalog of the Macintosh volume cannot be built.");
+    return false;
 }
 
-// The catalog is sized by an estimate; one that does not fit is laid out with more room.
-bool Compiler::buildCatalog() {
+TreeResult Compiler::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves) {
     const bool plus = IsHfsPlusMode(context_.mode);
     context_.progress.journal(1, plus ? "==>Computing the HFS+ catalog./Calcul du catalogue HFS+"
                                       : "==>Computing the HFS catalog./Calcul du catalogue HFS");
-    const std::uint32_t size = hfs_.blockSize();
-    const std::uint32_t step = size / kDiscSectorBytes;
+    const std::uint32_t step = blockSize / kDiscSectorBytes;
     const std::uint32_t first =
         HasIso(context_.mode) ? iso_.fileArea : (kPureHfsStart + step - 1) / step * step;
-    std::uint32_t leaves = CountCatalogLeaves(plan_, plus);
-    for (int round = 0; round < kLayoutRounds; ++round) {
-        const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
-        hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_)
-                    : ComputeHfsLayout(start, leaves, fileBlocks_, size);
-        catalogNodes_.emplace(NewNodeSize(plus));
-        const TreeResult result = BuildCatalog(context_, plan_, hfs_, *catalogNodes_, catalog_);
-        if (result != TreeResult::Full)
-            return result == TreeResult::Done;
-        leaves += leaves / 4 + 4;
-    }
-    return false;
+    const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
+    hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_)
+                : ComputeHfsLayout(start, leaves, fileBlocks_, blockSize);
+    catalogNodes_.emplace(NewNodeSize(plus));
+    return BuildCatalog(context_, plan_, hfs_, *catalogNodes_, catalog_);
 }
 
 bool Compiler::hasRoom() {
@@ -274,7 +284,11 @@ CompileResult Compiler::copyFiles(PcFile& image) {
         for (const DiscItem& item : folder.items) {
             if (item.isFolder() || item.sizeBytes == 0 || result != CopyResult::Done)
                 continue;
-            path = resolver.resolve(item.record->accessPath(), item.record->sourceName());
+            const ProjectRecord& record = *item.record;
+            path = record.shortNameFlag()
+                       ? resolver.resolve(record.accessPath(), record.sourceName())
+                       : resolver.resolveFolder(record.accessPath()) +
+                             NarrowToUtf8(record.sourceName());
             context_.progress.journal(2, path);
             result = writer.copyFile(path, path, item.sizeBytes, blockSize());
         }

@@ -22,7 +22,8 @@ std::string SourceText(const ProjectRecord& record) {
 
 class PlanMaker {
   public:
-    PlanMaker(CompileContext& context, DiscPlan& plan) : context_(context), plan_(plan) {}
+    PlanMaker(CompileContext& context, DiscPlan& plan)
+        : context_(context), plan_(plan), target_(PcFactsOf(context.targetPath)) {}
 
     bool run() {
         plan_.folders.emplace_back().number = kRootFolder;
@@ -72,8 +73,11 @@ class PlanMaker {
             if (record.isFolder() && !entered_.insert(record.number).second)
                 continue;
             std::u16string diskName;
-            if (!lookUp(item, diskName))
+            const Found found = lookUp(item, diskName);
+            if (found == Found::Refused)
                 return false;
+            if (found == Found::LeftOut)
+                continue;
             if (record.isFolder())
                 waiting.emplace_back(index, items.size());
             items.push_back(std::move(item));
@@ -88,16 +92,18 @@ class PlanMaker {
         return true;
     }
 
+    enum class Found { Here, LeftOut, Refused };
+
     // Finds the item on the PC: its size, its date and its true name.
-    bool lookUp(DiscItem& item, std::u16string& diskName) {
+    Found lookUp(DiscItem& item, std::u16string& diskName) {
         const ProjectRecord& record = *item.record;
         diskName = NarrowToWide(record.sourceName());
         if (record.isFolder() && record.accessPath() == kProjectOnlyPath) {
             item.modified = FromMacLocal(record.modified, context_.clock);
-            return true;
+            return Found::Here;
         }
-        const std::string path = resolver_.resolve(record.accessPath(), record.sourceName());
-        const PcFacts facts = path.empty() ? PcFacts{} : PcFactsOf(path);
+        PcFacts facts;
+        const std::string path = resolver_.resolve(record.accessPath(), record.sourceName(), facts);
         if (facts.kind == PcKind::Missing)
             return refuse(record, "is not there any more");
         if (facts.kind != (record.isFolder() ? PcKind::Folder : PcKind::File))
@@ -107,27 +113,30 @@ class PlanMaker {
             diskName = Utf8ToWide(path.substr(path.find_last_of('/') + 1));
         item.modified = facts.modified;
         if (record.isFolder())
-            return true;
+            return Found::Here;
+        // The image that is being replaced is not part of itself.
+        if (target_.kind == PcKind::File && target_.inode == facts.inode &&
+            target_.device == facts.device)
+            return Found::LeftOut;
         if (record.coding() != ForkCoding::None)
             return refuse(record, "is a Macintosh container, which cannot be compiled yet");
-        if (!facts.readable)
-            return refuse(record, "cannot be read");
         if (facts.sizeBytes > kLargestFile)
             return refuse(record, "has 4 GiB or more, which no file of an image can have");
         item.sizeBytes = static_cast<std::uint32_t>(facts.sizeBytes);
         plan_.sourceBytes += facts.sizeBytes;
         if (item.inHfs)
             plan_.largestFork = std::max(plan_.largestFork, item.sizeBytes);
-        return true;
+        return Found::Here;
     }
 
-    bool refuse(const ProjectRecord& record, std::string_view reason) {
+    Found refuse(const ProjectRecord& record, std::string_view reason) {
         context_.messages.showMessage(SourceText(record) + " " + std::string(reason) + ".");
-        return false;
+        return Found::Refused;
     }
 
     CompileContext& context_;
     DiscPlan& plan_;
+    PcFacts target_;
     PcPathResolver resolver_;
     std::unordered_set<std::int32_t> entered_;
 };

@@ -290,9 +290,8 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
 void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                         const Location& where) {
     const std::string path = where.folder + item.name;
-    const PcFile file(path, PcFile::Mode::Read);
-    if (!file.isOpen()) {
-        skip(path, file.errorText());
+    if (const int error = ReadRefusal(path); error != 0) {
+        skip(path, SystemErrorText(error));
         return;
     }
     record.number = project_.giveFileNumber();
@@ -332,8 +331,9 @@ std::string Inclusion::refusal(const PcItem& item, const Location& where) const 
         return facts.isLink ? "it is a symbolic link that leads nowhere" : "it cannot be found";
     if (facts.kind == PcKind::Special)
         return "it is a pipe, a socket or a device";
-    if (facts.kind == PcKind::Folder && !facts.readable)
-        return SystemErrorText(EACCES);
+    if (facts.kind == PcKind::Folder)
+        if (const int error = ReadRefusal(where.folder + item.name); error != 0)
+            return SystemErrorText(error);
     if (facts.sizeBytes > std::numeric_limits<std::uint32_t>::max() && facts.kind == PcKind::File)
         return fmt::format("its size of {} bytes is 4 GiB or more, which a project cannot hold",
                            facts.sizeBytes);

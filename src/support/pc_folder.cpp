@@ -36,7 +36,6 @@ PcFacts FactsAt(int folder, const char* name) {
     result.kind = S_ISREG(facts.st_mode)   ? PcKind::File
                   : S_ISDIR(facts.st_mode) ? PcKind::Folder
                                            : PcKind::Special;
-    result.readable = ::faccessat(folder, name, R_OK, AT_EACCESS) == 0;
     result.sizeBytes = static_cast<std::uint64_t>(facts.st_size);
     result.modified = facts.st_mtim.tv_sec;
     result.device = facts.st_dev;
@@ -109,6 +108,10 @@ PcFacts PcFactsOf(const std::string& path) {
     return FactsAt(AT_FDCWD, path.c_str());
 }
 
+int ReadRefusal(const std::string& path) {
+    return ::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0 ? 0 : errno;
+}
+
 bool IsShortName(std::string_view name) {
     const std::size_t dot = name.find('.');
     if (dot == std::string_view::npos)
@@ -145,11 +148,24 @@ std::vector<PcItem> ListPcFolder(const std::string& path, int& error) {
 }
 
 std::string PcPathResolver::resolve(std::string_view folder, std::string_view name) {
+    PcFacts facts;
+    return resolve(folder, name, facts);
+}
+
+std::string PcPathResolver::resolve(std::string_view folder, std::string_view name,
+                                    PcFacts& facts) {
+    facts = PcFacts{};
     const std::string path = resolveFolder(folder);
     if (path.empty())
         return {};
-    std::string direct = path + NarrowToUtf8(name);
-    return ::access(direct.c_str(), F_OK) == 0 ? direct : findIn(path, name);
+    std::string found = path + NarrowToUtf8(name);
+    facts = PcFactsOf(found);
+    if (facts.kind == PcKind::Missing && !facts.isLink) {
+        found = findIn(path, name);
+        if (!found.empty())
+            facts = PcFactsOf(found);
+    }
+    return found;
 }
 
 std::string PcPathResolver::resolveFolder(std::string_view folder) {

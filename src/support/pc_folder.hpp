@@ -22,7 +22,6 @@ enum class PcKind {
 struct PcFacts {
     PcKind kind = PcKind::Missing;
     bool isLink = false;
-    bool readable = false;  ///< this user may read it
     std::uint64_t sizeBytes = 0;
     UnixSeconds modified = 0;
     std::uint64_t device = 0;  ///< with `inode`: which object it really is
@@ -41,6 +40,9 @@ struct PcItem {
 /// The facts of one path.
 [[nodiscard]] PcFacts PcFactsOf(const std::string& path);
 
+/// Why this user may not read what stands at a path: the system's error number, 0 when they may.
+[[nodiscard]] int ReadRefusal(const std::string& path);
+
 /// Entries of a folder in byte order of their names, with their facts. `error` becomes the
 /// system's error number when the folder cannot be read, else 0.
 [[nodiscard]] std::vector<PcItem> ListPcFolder(const std::string& path, int& error);
@@ -56,6 +58,9 @@ class PcPathResolver {
     /// The path of `name` (Windows-1252, whole or 8.3) in `folder` (Windows-1252, `/` at its end).
     /// Empty when nothing of that name is there.
     [[nodiscard]] std::string resolve(std::string_view folder, std::string_view name);
+    /// The same with the facts of what is there.
+    [[nodiscard]] std::string resolve(std::string_view folder, std::string_view name,
+                                      PcFacts& facts);
     /// The same for a folder alone, with `/` at its end; empty when it is not there.
     [[nodiscard]] std::string resolveFolder(std::string_view folder);
 
