@@ -1,0 +1,138 @@
+#include "compiler/disc_names.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "containers/name_order.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+namespace {
+
+// A file or folder of the PC as a record holds it.
+struct Source {
+    std::string name;  // UTF-8
+    bool isFolder = false;
+};
+
+class NamedFolder {
+  public:
+    NamedFolder(const std::vector<Source>& sources, CompileMode mode) {
+        records_.resize(sources.size());
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            const std::string narrow = Utf8ToNarrow(sources[i].name);
+            ProjectRecord& record = records_[i];
+            record.number = sources[i].isFolder ? static_cast<std::int32_t>(i + 18)
+                                                : -static_cast<std::int32_t>(i + 1);
+            record.setAccessPath("/pc/");
+            const bool odd = narrow.find('?') != std::string::npos;
+            record.setShortNameFlag(odd);
+            record.setShortName(IsShortName(narrow) ? narrow : "SH" + std::to_string(1000 + i));
+            record.setSourceName(odd ? record.shortName() : std::string_view(narrow));
+            record.setIsoName(std::string(record.sourceName()).substr(0, 62));
+            record.setHfsName(std::string(record.sourceName()).substr(0, 31));
+            DiscItem item;
+            item.record = &record;
+            item.inIso = true;
+            item.inHfs = true;
+            item.folder = sources[i].isFolder ? 1 : kNoFolder;
+            items.push_back(item);
+            diskNames_.push_back(Utf8ToWide(sources[i].name));
+        }
+        AssignNames(items, diskNames_, mode);
+    }
+    std::vector<DiscItem> items;
+
+  private:
+    std::vector<ProjectRecord> records_;
+    std::vector<std::u16string> diskNames_;
+};
+
+DiscItem NameOne(const Source& source, CompileMode mode = CompileMode::HybridHfsPlus) {
+    return NamedFolder({source}, mode).items.front();
+}
+
+TEST(DiscNames, IsoNamesAreTheShortNamesInCapitals) {
+    struct Row {
+        Source source;
+        std::string iso;
+    };
+    const std::vector<Row> rows = {
+        {{"readme.txt"}, "README.TXT"},        {{"README"}, "README"}, {{"a-b.t~t"}, "A_B.T_T"},
+        {{"longer than eight.txt"}, "SH1000"}, {{"sub", true}, "SUB"}, {{"a.b", true}, "AB"},
+        {{"abcdefgh.ijk", true}, "ABCDEFGH"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(NameOne(row.source).isoName, row.iso) << row.source.name;
+}
+
+TEST(DiscNames, IsoNamesAreUniqueAcrossFilesAndFolders) {
+    const NamedFolder folder({{"a.b", true}, {"ab", true}, {"AB"}, {"x.txt"}, {"X.TXT"}},
+                             CompileMode::HybridHfs);
+    std::set<std::string> names;
+    for (const DiscItem& item : folder.items) {
+        EXPECT_TRUE(names.insert(item.isoName).second) << item.isoName;
+        EXPECT_LE(item.isoName.size(), 12u);
+        EXPECT_EQ(item.isoName.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_."),
+                  std::string::npos);
+    }
+}
+
+TEST(DiscNames, JolietKeepsWhatUcs2CanSayAndReplacesWhatItForbids) {
+    EXPECT_EQ(NameOne({"café.txt"}).jolietName, u"café.txt");
+    EXPECT_EQ(NameOne({"日本語.txt"}).jolietName, u"日本語.txt");
+    EXPECT_EQ(NameOne({"a:b*c?.txt"}).jolietName, u"a_b_c_.txt");
+    EXPECT_EQ(NameOne({"bad\xE9.txt"}).jolietName, u"bad_.txt");
+    const std::string letters62 = std::string(58, 'n') + ".txt";
+    EXPECT_EQ(NameOne({letters62}).jolietName, Utf8ToWide(letters62));
+    const std::u16string cut = NameOne({"日" + std::string(70, 'n') + ".txt"}).jolietName;
+    EXPECT_EQ(cut.size(), 62u);
+    EXPECT_TRUE(cut.ends_with(u".txt"));
+}
+
+TEST(DiscNames, NamesThatOnlyDifferInCaseCollideOnTheMacintoshOnly) {
+    for (const CompileMode mode : {CompileMode::HybridHfs, CompileMode::HybridHfsPlus}) {
+        const NamedFolder folder({{"readme.txt"}, {"README.txt"}}, mode);
+        const DiscItem& a = folder.items[0];
+        const DiscItem& b = folder.items[1];
+        EXPECT_EQ(a.jolietName, u"readme.txt");
+        EXPECT_EQ(b.jolietName, u"README.txt");
+        if (mode == CompileMode::HybridHfs) {
+            EXPECT_NE(CompareHfsKeyNames(a.hfsName, b.hfsName), 0);
+            EXPECT_EQ(b.hfsName.size(), std::string("README-0000.txt").size()) << b.hfsName;
+        } else {
+            EXPECT_NE(CompareHfsPlusNames(std::u16string_view(a.hfsPlusName),
+                                          std::u16string_view(b.hfsPlusName)),
+                      0);
+        }
+    }
+}
+
+TEST(DiscNames, HfsPlusTakesTheTrueNameDecomposed) {
+    EXPECT_EQ(NameOne({"část.txt"}).hfsPlusName, u"c\u030Ca\u0301st.txt");
+    EXPECT_EQ(NameOne({"a:b?.txt"}).hfsPlusName, u"a_b?.txt");
+    EXPECT_EQ(NameOne({"bad\xE9.txt"}).hfsPlusName, u"bad_.txt");
+    EXPECT_EQ(NameOne({"😀.txt"}).hfsPlusName, u"😀.txt");
+}
+
+TEST(DiscNames, ThousandsOfNamesThatShareTheirBeginningAllStayApart) {
+    // The names agree in all that HFS and Joliet can hold of them.
+    std::vector<Source> sources;
+    for (int i = 0; i < 3000; ++i)
+        sources.push_back({std::string(70, 'x') + std::to_string(i) + ".txt"});
+    const NamedFolder folder(sources, CompileMode::HybridHfs);
+    std::set<std::string> hfs;
+    std::set<std::u16string> joliet;
+    for (const DiscItem& item : folder.items) {
+        EXPECT_TRUE(hfs.insert(item.hfsName).second) << item.hfsName;
+        EXPECT_LE(item.hfsName.size(), 31u);
+        EXPECT_TRUE(joliet.insert(item.jolietName).second);
+        EXPECT_LE(item.jolietName.size(), 62u);
+    }
+}
+
+}  // namespace
+}  // namespace vellmark
