@@ -1,12 +1,6 @@
 #include "session/build_options.hpp"
 
-#include <fmt/format.h>
-
-#include <iostream>
-
 #include "compiler/compile.hpp"
-#include "containers/names.hpp"
-#include "project/view_names.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -15,8 +9,6 @@
 namespace vellmark {
 
 namespace {
-
-constexpr std::size_t kHfsPlusLabelLimit = 61;
 
 ImageKind KindOf(const std::string& name) {
     return name == "iso" ? ImageKind::Iso : name == "hfs" ? ImageKind::Hfs : ImageKind::Hybrid;
@@ -48,47 +40,33 @@ void AddBuildOptions(CLI::App& app, BuildOptions& options) {
         ->capture_default_str();
     app.add_flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
     app.add_flag("-f,--force", options.force, "Replace an existing image");
-    app.add_flag("-q,--quiet", options.quiet, "No progress and no remarks");
+    app.add_flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
 }
 
-int RunBuild(ProjectFile& project, const BuildOptions& options, Messages& messages,
-             Progress& progress, const Clock& clock) {
-    if (!options.force && PcFactsOf(options.output).kind != PcKind::Missing) {
-        messages.showMessage(
-            fmt::format("{} exists already; --force replaces it.", Printable(options.output)));
-        return kExitFailed;
-    }
+int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& context,
+             Terminal& terminal) {
     const TemporaryFolder tables;
-    CompileContext context{project, messages,       progress,
-                           clock,   options.output, KindOf(options.kind)};
-    context.postgap = options.postgap;
-    context.replace = options.force;
-    context.tableFolder = tables.path();
-    if (CompileProject(context) != CompileResult::Done)
+    if (!HasTemporaryFolder(tables.path(), terminal.messages))
         return kExitFailed;
+    CompileContext compile{project,       terminal.messages, terminal.progress,
+                           context.clock, options.output,    KindOf(options.kind)};
+    compile.postgap = options.postgap;
+    compile.replace = options.force;
+    compile.tableFolder = tables.path();
+    if (CompileProject(compile) != CompileResult::Done)
+        return kExitFailed;
+    terminal.progress.clear();
     if (!options.quiet)
-        std::cout << Printable(options.output) << ": " << ModeName(context.mode) << ", "
-                  << PcFactsOf(options.output).sizeBytes << " bytes\n";
-    return kExitDone;
+        context.output << Printable(options.output) << ": " << ModeName(compile.mode) << ", "
+                       << PcFactsOf(options.output).sizeBytes << " bytes\n";
+    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 
-bool SetLabels(ProjectFile& project, const std::string& label, Messages& messages) {
-    const std::string narrow = Utf8ToNarrow(label);
-    const bool plus = project.header().isHfsPlus();
-    const std::size_t limit = plus ? kHfsPlusLabelLimit : kHfsLabelLimit;
-    if (NarrowToUtf8(narrow) != label) {
-        messages.showMessage(fmt::format(
-            "The label {} has a character outside Western European letters.", Printable(label)));
-        return false;
-    }
-    if (narrow.empty() || narrow.size() > limit) {
-        messages.showMessage(fmt::format("The label {} has {} letters; {} takes 1 to {}.", label,
-                                         narrow.size(), plus ? "HFS+" : "HFS", limit));
-        return false;
-    }
-    project.header().setIsoLabel(narrow);
-    project.header().setHfsLabel(plus ? narrow : AnsiToMacName(narrow));
-    return true;
+bool HasTemporaryFolder(const std::string& path, Messages& messages) {
+    if (path.empty())
+        messages.showMessage(
+            "No temporary folder can be made; the variable TMPDIR names where such folders lie.");
+    return !path.empty();
 }
 
 }  // namespace vellmark

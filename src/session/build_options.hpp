@@ -6,6 +6,8 @@
 #include <string>
 
 #include "compiler/compile_context.hpp"
+#include "session/command_context.hpp"
+#include "session/terminal.hpp"
 
 namespace vellmark {
 
@@ -17,16 +19,15 @@ struct BuildOptions {
     bool quiet = false;
 };
 
-/// Declares the options on a verb.
+/// Declares the options on a verb, apart from the output.
 void AddBuildOptions(CLI::App& app, BuildOptions& options);
 
 /// Compiles the project to `options.output`, its tables in a private folder, and tells what came
-/// out. `skipped` are items that were left out before. Returns an exit status.
-[[nodiscard]] int RunBuild(ProjectFile& project, const BuildOptions& options, Messages& messages,
-                           Progress& progress, const Clock& clock);
+/// out. Returns an exit status.
+[[nodiscard]] int RunBuild(ProjectFile& project, const BuildOptions& options,
+                           CommandContext& context, Terminal& terminal);
 
-/// A label as records hold it. False, after a message, when it has a character that no label of the
-/// project can hold, or is too long for the format.
-[[nodiscard]] bool SetLabels(ProjectFile& project, const std::string& label, Messages& messages);
+/// Whether a folder for temporary files was made; what speaks against it has been shown.
+[[nodiscard]] bool HasTemporaryFolder(const std::string& path, Messages& messages);
 
 }  // namespace vellmark

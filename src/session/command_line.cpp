@@ -1,23 +1,38 @@
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
-#include <iostream>
+#include <vector>
 
 #include "session/verbs.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
 namespace {
 
-const std::array kVerbs = {&kVerbMake};
+// In the order in which the help lists them.
+const std::array kVerbs = {&kVerbMake, &kVerbNew, &kVerbAdd, &kVerbBuild};
+
+// Usual in other programs, and quickly typed.
+constexpr std::string_view kHelpVerb = "help";
 
 }  // namespace
 
-int UsageError(std::string_view verb, std::string_view sentence) {
-    std::cerr << "vellmark: " << sentence << "\nTry: vellmark " << verb << (verb.empty() ? "" : " ")
-              << "--help\n";
+int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence) {
+    context.errors << "vellmark: " << sentence << "\nTry: vellmark " << verb
+                   << (verb.empty() ? "" : " ") << "--help\n";
     return kExitUsage;
 }
 
-int RunCommandLine(std::span<const std::string> arguments) {
+bool IsVerbOrOption(std::string_view argument) {
+    return argument.starts_with("--") || argument == "-h" || argument == kHelpVerb ||
+           std::any_of(kVerbs.begin(), kVerbs.end(), [&](const Verb* verb) {
+               return argument == verb->name || (!verb->alias.empty() && argument == verb->alias);
+           });
+}
+
+int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
     CLI::App app("Builds and edits Macintosh and hybrid CD-ROM images.", "vellmark");
     app.set_version_flag("--version", "vellmark " VELLMARK_VERSION);
     app.require_subcommand(1);
@@ -31,19 +46,28 @@ int RunCommandLine(std::span<const std::string> arguments) {
         apps[i]->footer("Example:\n  " + std::string(verb.example));
         verb.setUp(*apps[i], runs[i]);
     }
+    // The parser wants the last argument first.
+    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+    if (!reversed.empty() && reversed.back() == kHelpVerb) {
+        reversed.pop_back();
+        reversed.insert(reversed.begin(), "--help");
+    }
     try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        app.parse(reversed);
     } catch (const CLI::Success& wanted) {
-        return app.exit(wanted);
+        return app.exit(wanted, context.output, context.errors);
     } catch (const CLI::ParseError& error) {
         std::string_view name;
         for (std::size_t i = 0; i < kVerbs.size(); ++i)
             name = apps[i]->parsed() ? kVerbs[i]->name : name;
-        return UsageError(name, error.what());
+        return UsageError(
+            context, name,
+            name.empty() ? fmt::format("{} is no verb and no option.", Printable(arguments.front()))
+                         : std::string(error.what()));
     }
     for (std::size_t i = 0; i < kVerbs.size(); ++i)
         if (apps[i]->parsed())
-            return runs[i]();
+            return runs[i](context);
     return kExitUsage;
 }
 

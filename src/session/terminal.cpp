@@ -1,13 +1,8 @@
 #include "session/terminal.hpp"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <csignal>
-#include <cstdio>
-#include <iostream>
+#include <string>
 
 namespace vellmark {
 
@@ -17,7 +12,14 @@ namespace {
 std::atomic<bool> stopRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-constexpr std::array<int, 3> kStopSignals = {SIGINT, SIGTERM, SIGHUP};
+// The last one is a reader of the output that went away: the failed write tells that too, and does
+// not leave temporary files behind.
+constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
+constexpr int kTextCompiling = 1390;
+
+constexpr auto kRedrawAfter = std::chrono::milliseconds(50);
+constexpr std::string_view kEraseLine = "\r\x1b[K";
 
 void NoteSignal(int) {
     stopRequested = true;
@@ -30,86 +32,32 @@ std::string OneLine(std::string_view text) {
     return line;
 }
 
-std::string ReadAnswer(std::string_view question, std::string_view choices) {
-    std::string line;
-    std::cerr << OneLine(question) << " [" << choices << "] " << std::flush;
-    std::getline(std::cin, line);
-    return line;
-}
-
 }  // namespace
 
 StopSignals::StopSignals() {
     stopRequested = false;
-    // Without SA_RESTART a question that waits for its answer is ended too.
-    struct sigaction action {};
-    action.sa_handler = NoteSignal;
-    for (const int signal : kStopSignals)
-        ::sigaction(signal, &action, nullptr);
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+        // Without SA_RESTART a question that waits for its answer is ended too.
+        struct sigaction action {};
+        action.sa_handler = kSignals[i] == SIGPIPE ? SIG_IGN : NoteSignal;
+        ::sigaction(kSignals[i], nullptr, &before_[i]);
+        if (before_[i].sa_handler != SIG_IGN)
+            ::sigaction(kSignals[i], &action, nullptr);
+    }
 }
 
 StopSignals::~StopSignals() {
-    for (const int signal : kStopSignals)
-        std::signal(signal, SIG_DFL);
+    for (std::size_t i = 0; i < kSignals.size(); ++i)
+        ::sigaction(kSignals[i], &before_[i], nullptr);
 }
 
 bool StopSignals::requested() {
     return stopRequested;
 }
 
-TerminalOptions TerminalOptionsNow(bool quiet) {
-    return {quiet, ::isatty(STDIN_FILENO) != 0};
+TerminalOptions TerminalOptionsOf(const CommandContext& context, bool quiet) {
+    return {quiet, context.asks, context.showsProgress && !quiet};
 }
-
-void TerminalMessages::showMessage(std::string_view text) {
-    std::cerr << "vellmark: " << OneLine(text) << '\n';
-}
-
-void TerminalMessages::showTimedMessage(std::string_view text) {
-    if (!options_.quiet)
-        showMessage(text);
-}
-
-void TerminalMessages::itemSkipped(std::string_view item, std::string_view reason) {
-    ++skipped_;
-    std::cerr << "vellmark: skipped " << item << ": " << OneLine(reason) << '\n';
-}
-
-bool TerminalMessages::askYesNo(std::string_view question) {
-    if (!options_.interactive) {
-        showMessage(question);
-        return false;
-    }
-    const std::string answer = ReadAnswer(question, "y/n");
-    return answer == "y" || answer == "Y";
-}
-
-Answer TerminalMessages::askYesNoRemember(std::string_view question) {
-    if (!options_.interactive)
-        return Answer::No;
-    const std::string answer = ReadAnswer(question, "y/n/Y yes to all/N no to all");
-    return answer == "y"   ? Answer::Yes
-           : answer == "Y" ? Answer::YesToAll
-           : answer == "N" ? Answer::NoToAll
-                           : Answer::No;
-}
-
-TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view fullName,
-                                                 std::string_view proposal) {
-    TruncationAnswer answer{true, !options_.interactive, std::string(proposal)};
-    if (options_.interactive) {
-        const std::string line =
-            ReadAnswer("The name " + std::string(fullName) + " is too long. Shorten it to " +
-                           std::string(proposal) + "?",
-                       "y/n/Y yes to all");
-        answer.accepted = line != "n" && line != "N";
-        answer.automatic = line == "Y";
-    }
-    return answer;
-}
-
-TerminalProgress::TerminalProgress(TerminalOptions options)
-    : visible_(!options.quiet && ::isatty(STDERR_FILENO) != 0) {}
 
 TerminalProgress::~TerminalProgress() {
     clear();
@@ -118,6 +66,7 @@ TerminalProgress::~TerminalProgress() {
 void TerminalProgress::begin(std::uint64_t totalBytes) {
     total_ = totalBytes;
     done_ = 0;
+    status_ = Text(kTextCompiling);
 }
 
 bool TerminalProgress::chunk(std::uint64_t bytes) {
@@ -139,20 +88,79 @@ void TerminalProgress::text(std::string_view status) {
     draw();
 }
 
+// A terminal takes longer to draw a line than a small file takes to be read.
 void TerminalProgress::draw() {
-    if (!visible_)
+    const auto now = std::chrono::steady_clock::now();
+    if (!visible_ || now < nextDraw_)
         return;
-    std::cerr << "\r\x1b[K" << status_;
+    nextDraw_ = now + kRedrawAfter;
+    out_ << kEraseLine << status_;
     if (total_ > 0)
-        std::cerr << ' ' << shownPercent_ << " %";
-    std::cerr << std::flush;
+        out_ << ' ' << std::max(shownPercent_, 0) << " %";
+    out_ << std::flush;
     drawn_ = true;
 }
 
 void TerminalProgress::clear() {
     if (drawn_)
-        std::cerr << "\r\x1b[K" << std::flush;
+        out_ << kEraseLine << std::flush;
     drawn_ = false;
+}
+
+void TerminalMessages::showMessage(std::string_view text) {
+    progress_.clear();
+    context_.errors << "vellmark: " << OneLine(text) << '\n';
+}
+
+void TerminalMessages::showTimedMessage(std::string_view text) {
+    if (!options_.quiet)
+        showMessage(text);
+}
+
+void TerminalMessages::itemSkipped(std::string_view item, std::string_view reason) {
+    ++skipped_;
+    showMessage("skipped " + std::string(item) + ": " + std::string(reason));
+}
+
+bool TerminalMessages::askYesNo(std::string_view question) {
+    if (!options_.asks) {
+        showMessage(question);
+        return false;
+    }
+    const std::string answer = readAnswer(question, "y/n");
+    return answer == "y" || answer == "Y";
+}
+
+Answer TerminalMessages::askYesNoRemember(std::string_view question) {
+    if (!options_.asks)
+        return Answer::YesToAll;
+    const std::string answer = readAnswer(question, "y/n, Y yes to all, N no to all");
+    return answer == "y"   ? Answer::Yes
+           : answer == "Y" ? Answer::YesToAll
+           : answer == "N" ? Answer::NoToAll
+                           : Answer::No;
+}
+
+TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view fullName,
+                                                 std::string_view proposal) {
+    TruncationAnswer answer{true, !options_.asks, std::string(proposal)};
+    if (options_.asks) {
+        const std::string line =
+            readAnswer("The name " + std::string(fullName) + " is too long. Shorten it to " +
+                           std::string(proposal) + "?",
+                       "y/n, Y yes to all");
+        answer.accepted = line != "n" && line != "N";
+        answer.automatic = line == "Y";
+    }
+    return answer;
+}
+
+std::string TerminalMessages::readAnswer(std::string_view question, std::string_view choices) {
+    std::string line;
+    progress_.clear();
+    context_.errors << OneLine(question) << " [" << choices << "] " << std::flush;
+    std::getline(context_.input, line);
+    return line;
 }
 
 }  // namespace vellmark

@@ -1,16 +1,21 @@
 // The terminal as the engine's partner: messages and questions, progress, and the wish to stop.
 #pragma once
 
+#include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <string>
 
+#include "session/command_context.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
 
 namespace vellmark {
 
 /// While it lives, Ctrl-C and a request to end are noted instead of ending the process, so that
-/// what was begun can be taken back.
+/// what was begun can be taken back. A signal that the process was started to ignore (`nohup`)
+/// stays ignored. One at a time.
 class StopSignals {
   public:
     StopSignals();
@@ -18,22 +23,58 @@ class StopSignals {
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
     [[nodiscard]] static bool requested();
+
+  private:
+    std::array<struct sigaction, 4> before_{};
 };
 
-/// How a run without a window answers.
+/// How a run without a window behaves.
 struct TerminalOptions {
-    bool quiet = false;        ///< no progress and no remarks
-    bool interactive = false;  ///< questions may be asked: standard input is a terminal
+    bool quiet = false;          ///< no remarks
+    bool asks = false;           ///< questions may be asked
+    bool showsProgress = false;  ///< a line may be drawn
 };
 
-/// Options as this process finds its standard input.
-[[nodiscard]] TerminalOptions TerminalOptionsNow(bool quiet);
+/// Options as the command finds its terminal.
+[[nodiscard]] TerminalOptions TerminalOptionsOf(const CommandContext& context, bool quiet);
 
-/// Messages go to standard error. Where nobody can be asked, a question is answered as its caller
-/// would have it in a batch: names are shortened as proposed, everything else is a no.
+/// One line that is drawn over again and again. `chunk` and `fileEnd` say no once a signal came.
+class TerminalProgress final : public Progress {
+  public:
+    TerminalProgress(std::ostream& out, TerminalOptions options)
+        : out_(out), visible_(options.showsProgress) {}
+    ~TerminalProgress() override;
+    TerminalProgress(const TerminalProgress&) = delete;
+    TerminalProgress& operator=(const TerminalProgress&) = delete;
+
+    void begin(std::uint64_t totalBytes) override;
+    [[nodiscard]] bool chunk(std::uint64_t bytes) override;
+    [[nodiscard]] bool fileEnd(std::uint64_t bytes) override;
+    void text(std::string_view status) override;
+
+    /// Takes the line away, before something else is written.
+    void clear();
+
+  private:
+    void draw();
+
+    std::ostream& out_;
+    bool visible_;
+    bool drawn_ = false;
+    std::uint64_t total_ = 0;
+    std::uint64_t done_ = 0;
+    int shownPercent_ = -1;
+    std::string status_;
+    std::chrono::steady_clock::time_point nextDraw_;
+};
+
+/// Messages go to the errors, questions too. Where nobody can be asked, names are shortened as
+/// proposed, a question about one item is answered with yes, and one about losing something with
+/// no.
 class TerminalMessages final : public Messages {
   public:
-    explicit TerminalMessages(TerminalOptions options) : options_(options) {}
+    TerminalMessages(CommandContext& context, TerminalOptions options, TerminalProgress& progress)
+        : context_(context), options_(options), progress_(progress) {}
 
     void showMessage(std::string_view text) override;
     void showTimedMessage(std::string_view text) override;
@@ -47,33 +88,21 @@ class TerminalMessages final : public Messages {
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
 
   private:
+    [[nodiscard]] std::string readAnswer(std::string_view question, std::string_view choices);
+
+    CommandContext& context_;
     TerminalOptions options_;
+    TerminalProgress& progress_;
     std::uint64_t skipped_ = 0;
 };
 
-/// One line on standard error, only when that is a terminal.
-class TerminalProgress final : public Progress {
-  public:
-    explicit TerminalProgress(TerminalOptions options);
-    ~TerminalProgress() override;
-    TerminalProgress(const TerminalProgress&) = delete;
-    TerminalProgress& operator=(const TerminalProgress&) = delete;
+/// Both ports over one terminal.
+struct Terminal {
+    Terminal(CommandContext& context, TerminalOptions options)
+        : progress(context.errors, options), messages(context, options, progress) {}
 
-    void begin(std::uint64_t totalBytes) override;
-    [[nodiscard]] bool chunk(std::uint64_t bytes) override;
-    [[nodiscard]] bool fileEnd(std::uint64_t bytes) override;
-    void text(std::string_view status) override;
-
-  private:
-    void draw();
-    void clear();
-
-    bool visible_;
-    bool drawn_ = false;
-    std::uint64_t total_ = 0;
-    std::uint64_t done_ = 0;
-    int shownPercent_ = -1;
-    std::string status_;
+    TerminalProgress progress;
+    TerminalMessages messages;
 };
 
 }  // namespace vellmark

@@ -1,9 +1,17 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <memory>
 
 #include "project/inclusion.hpp"
 #include "session/build_options.hpp"
+#include "session/labels.hpp"
+#include "session/open_project.hpp"
+#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
+#include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
 
@@ -18,33 +26,58 @@ struct MakeOptions {
     BuildOptions build;
 };
 
-int Make(const MakeOptions& options) {
+bool IsReadableFolder(const std::string& path, Messages& messages) {
+    const PcKind kind = PcFactsOf(path).kind;
+    if (kind == PcKind::Missing)
+        messages.showMessage(fmt::format("There is no folder {}.", Printable(path)));
+    else if (kind != PcKind::Folder)
+        messages.showMessage(fmt::format("{} is no folder.", Printable(path)));
+    else if (::access(path.c_str(), R_OK | X_OK) != 0)
+        messages.showMessage(fmt::format("The folder {} cannot be read: {}.", Printable(path),
+                                         SystemErrorText(errno)));
+    else
+        return true;
+    return false;
+}
+
+// A pattern for all that is in the folder. A path that exists wins over a pattern, so that it must
+// not be the name of a file by chance.
+std::string ContentsOf(const std::string& folder) {
+    std::string pattern = folder + "/*";
+    for (PcFacts facts = PcFactsOf(pattern); facts.kind != PcKind::Missing || facts.isLink;
+         facts = PcFactsOf(pattern))
+        pattern += '*';
+    return pattern;
+}
+
+int Make(MakeOptions& options, CommandContext& context) {
     const StopSignals signals;
-    const TerminalOptions terminal = TerminalOptionsNow(options.build.quiet);
-    TerminalMessages messages(terminal);
-    TerminalProgress progress(terminal);
-    const SystemClock clock;
-    if (PcFactsOf(options.folder).kind != PcKind::Folder) {
-        messages.showMessage(options.folder + " is no folder.");
+    Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
+    options.build.output = FollowLink(options.build.output);
+    if (!IsReadableFolder(options.folder, terminal.messages) ||
+        !MayMakeFile(options.build.output, options.build.force, terminal.messages))
         return kExitFailed;
-    }
     const TemporaryFolder folder;
+    if (!HasTemporaryFolder(folder.path(), terminal.messages))
+        return kExitFailed;
     ProjectDefaults defaults;
     defaults.isHfsPlus = options.hfsPlus;
     ProjectFile project =
         ProjectFile::Create(folder.path() + "/vlpr.vlpr", ProjectMode::Hybrid, defaults);
-    if (!options.label.empty() && !SetLabels(project, options.label, messages))
+    if (!options.label.empty() &&
+        !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
         return kExitFailed;
-    InclusionOptions inclusion{clock};
+    // The folder is to look the same on both sides, so nothing is asked.
+    InclusionOptions inclusion{context.clock};
+    inclusion.answers = {Remembered::YesToAll, Remembered::YesToAll, Remembered::YesToAll};
     inclusion.truncation = {true, true, true};
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});
-    const InclusionResult included =
-        Include(project, options.folder + "/*", kRootFolder, inclusion, messages, progress);
-    if (included.status == InclusionStatus::Stopped)
-        return kExitFailed;
-    const int status = RunBuild(project, options.build, messages, progress, clock);
-    return status == kExitDone && messages.skipped() > 0 ? static_cast<int>(kExitSkipped) : status;
+    const InclusionResult included = Include(project, ContentsOf(options.folder), kRootFolder,
+                                             inclusion, terminal.messages, terminal.progress);
+    return IsWorthSaving(included, terminal.messages)
+               ? RunBuild(project, options.build, context, terminal)
+               : static_cast<int>(kExitFailed);
 }
 
 void SetUp(CLI::App& app, RunVerb& run) {
@@ -56,7 +89,7 @@ void SetUp(CLI::App& app, RunVerb& run) {
     app.add_option("-l,--label", options->label,
                    "Name of the volume; without it, the name of the image");
     AddBuildOptions(app, options->build);
-    run = [options] { return Make(*options); };
+    run = [options](CommandContext& context) { return Make(*options, context); };
 }
 
 }  // namespace

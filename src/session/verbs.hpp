@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "session/command_context.hpp"
+
 namespace vellmark {
 
 /// Exit status of the program.
@@ -20,13 +22,13 @@ enum ExitStatus : int {
 };
 
 /// What a verb does once its options are read; an exit status.
-using RunVerb = std::function<int()>;
+using RunVerb = std::function<int(CommandContext& context)>;
 
 struct Verb {
     std::string_view name;
     std::string_view alias;    ///< a shorter or more familiar name, "" for none
     std::string_view summary;  ///< one line of help
-    std::string_view example;  ///< a command line and what it does
+    std::string_view example;  ///< a command line
     /// Declares the options and hands over what to run.
     void (*setUp)(CLI::App& app, RunVerb& run);
 };
@@ -36,10 +38,14 @@ extern const Verb kVerbBuild;
 extern const Verb kVerbMake;
 extern const Verb kVerbNew;
 
-/// Runs a whole command line; `arguments` without the program's name.
-[[nodiscard]] int RunCommandLine(std::span<const std::string> arguments);
+/// Whether the first argument is for `RunVerbs`: a verb, or an option that none of them owns.
+[[nodiscard]] bool IsVerbOrOption(std::string_view argument);
 
-/// Standard error: the sentence, and where help is found.
-int UsageError(std::string_view verb, std::string_view sentence);
+/// Runs a command line of verbs and options; `arguments` without the program's name.
+[[nodiscard]] int RunVerbs(std::span<const std::string> arguments, CommandContext& context);
+
+/// Tells on standard error what is wrong with the usage of a verb ("" for all), and where help is
+/// found. Returns the exit status for it.
+int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence);
 
 }  // namespace vellmark

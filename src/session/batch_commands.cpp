@@ -1,0 +1,134 @@
+#include "session/batch_commands.hpp"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "compiler/compile.hpp"
+#include "project/inclusion.hpp"
+#include "project/project_folders.hpp"
+#include "session/file_modes.hpp"
+#include "session/labels.hpp"
+#include "session/open_project.hpp"
+#include "session/targets.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr TruncationAnswers kShortenAll = {true, true, true};
+constexpr InclusionAnswers kYesToAll = {Remembered::YesToAll, Remembered::YesToAll,
+                                        Remembered::YesToAll};
+/// Begins the path of a file that lists what is to be included.
+constexpr char kListSign = '$';
+
+ProjectView ViewOf(BatchSide side) {
+    return side == BatchSide::Hfs   ? ProjectView::Hfs
+           : side == BatchSide::Iso ? ProjectView::Iso
+                                    : ProjectView::Hybrid;
+}
+
+// A new project comes into being in memory alone: its file is written when the command succeeds.
+bool OpenOrCreate(const BatchJob& job, std::optional<ProjectFile>& project) {
+    Messages& messages = job.terminal.messages;
+    const PcFacts facts = PcFactsOf(job.project);
+    if (facts.kind != PcKind::Missing || facts.isLink)
+        return OpenForChange(job.project, messages, project);
+    const FileMode mode = FileModeOf(job.project);
+    if (mode != FileMode::Project && mode != FileMode::IsoPlus) {
+        messages.showMessage(
+            fmt::format("{} is not there, and no project is made under that name: projects end in "
+                        ".vlpr, .cat or .vlso.",
+                        Printable(job.project)));
+        return false;
+    }
+    if (!MayMakeFile(job.project, false, messages))
+        return false;
+    project = ProjectFile::Create(job.project, ProjectModeOf(job.project), ProjectDefaults{});
+    return true;
+}
+
+BatchResult Save(ProjectFile& project, Messages& messages) {
+    return project.save(messages) ? BatchResult::Done : BatchResult::NotOpened;
+}
+
+BatchResult ResultOf(CompileResult result) {
+    switch (result) {
+        case CompileResult::Done:
+            return BatchResult::Done;
+        case CompileResult::NoRoom:
+            return BatchResult::NoRoom;
+        default:
+            return BatchResult::NotCreated;
+    }
+}
+
+}  // namespace
+
+BatchResult BatchCompile(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    if (FileModeOf(job.project) == FileMode::IsoPlus)
+        return BatchResult::NotUnderstood;
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(job.project), ProjectMode::Hybrid, messages, project) !=
+        ProjectOpened::Opened)
+        return BatchResult::NotOpened;
+    const std::string image = FollowLink(WithExtension(job.project, "ISO"));
+    if (AreSameFile(image, job.project)) {
+        messages.showMessage(
+            fmt::format("The image {} would replace its own project.", Printable(image)));
+        return BatchResult::NotCreated;
+    }
+    if (!MayMakeFile(image, true, messages))
+        return BatchResult::NotCreated;
+    const ImageKind kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
+                           : job.side == BatchSide::Iso ? ImageKind::Iso
+                                                        : ImageKind::Hybrid;
+    CompileContext compile{*project,          messages, job.terminal.progress,
+                           job.context.clock, image,    kind};
+    compile.replace = true;
+    return ResultOf(CompileProject(compile));
+}
+
+BatchResult BatchMakeFolders(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    std::optional<ProjectFile> project;
+    if (!OpenOrCreate(job, project))
+        return BatchResult::NotOpened;
+    NewFolderOptions options{job.context.clock, ViewOf(job.side), kShortenAll};
+    if (NewPathFolder(*project, job.argument, options, messages) == 0)
+        return BatchResult::NotCreated;
+    return Save(*project, messages);
+}
+
+BatchResult BatchInclude(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    if (job.argument.starts_with(kListSign))
+        return BatchResult::NotUnderstood;
+    std::optional<ProjectFile> project;
+    if (!OpenOrCreate(job, project))
+        return BatchResult::NotOpened;
+    InclusionOptions options{job.context.clock, ViewOf(job.side), kYesToAll, kShortenAll};
+    const InclusionResult included =
+        Include(*project, job.argument, kRootFolder, options, messages, job.terminal.progress);
+    if (!IsWorthSaving(included, messages))
+        return BatchResult::NotFound;
+    return Save(*project, messages);
+}
+
+BatchResult BatchSetLabel(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    std::optional<ProjectFile> project;
+    if (!OpenOrCreate(job, project))
+        return BatchResult::NotOpened;
+    const LabelSide side = job.side == BatchSide::Hfs   ? LabelSide::Hfs
+                           : job.side == BatchSide::Iso ? LabelSide::Iso
+                                                        : LabelSide::Both;
+    if (!SetLabels(*project, job.argument, side, messages))
+        return BatchResult::NotCreated;
+    return Save(*project, messages);
+}
+
+}  // namespace vellmark

@@ -1,0 +1,45 @@
+// What the batch commands do, each one function.
+#pragma once
+
+#include <string>
+
+#include "session/command_context.hpp"
+#include "session/terminal.hpp"
+
+namespace vellmark {
+
+enum class BatchResult : int {
+    Done = 0,
+    NotUnderstood = 1,
+    NotOpened = -1,   ///< the project cannot be opened, made or saved
+    NotCreated = -2,  ///< the target cannot be created
+    NotFound = -3,    ///< what is to be included does not exist, or cannot be included
+    NoRoom = -4       ///< the target's disk is too small
+};
+
+/// What the second letter of a command says.
+enum class BatchSide { Both, Iso, Hfs };
+
+struct BatchJob {
+    BatchSide side;
+    std::string project;
+    std::string argument;
+    CommandContext& context;
+    Terminal& terminal;
+};
+
+/// The image of a project: the project's path with the extension `ISO`, whatever the kind. An image
+/// of that name is replaced.
+[[nodiscard]] BatchResult BatchCompile(const BatchJob& job);
+
+// The following change a project, which is made when it is not there. What does not end in Done
+// leaves it as it was.
+
+/// The folders of a path in the project, `/` or `\` between them.
+[[nodiscard]] BatchResult BatchMakeFolders(const BatchJob& job);
+/// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one).
+[[nodiscard]] BatchResult BatchInclude(const BatchJob& job);
+/// One label or both.
+[[nodiscard]] BatchResult BatchSetLabel(const BatchJob& job);
+
+}  // namespace vellmark

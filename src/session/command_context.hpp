@@ -1,0 +1,25 @@
+// What a command finds around it: its streams, the time, its place for the lock. Commands take all
+// of it from here and nothing from the process, so that a test can hand in its own.
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string>
+
+#include "support/clock.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+struct CommandContext {
+    std::istream& input;
+    std::ostream& output;  ///< results
+    std::ostream& errors;  ///< everything else
+    const Clock& clock;
+    bool asks = false;            ///< the input is a terminal: somebody can answer a question
+    bool showsProgress = false;   ///< the errors go to a terminal: a line may be drawn over
+    std::string lockFolder = {};  ///< where the lock of batch commands lies
+    Language language = Language::English;
+};
+
+}  // namespace vellmark

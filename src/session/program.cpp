@@ -1,0 +1,50 @@
+#include "session/program.hpp"
+
+#include <fmt/format.h>
+
+#include "session/batch.hpp"
+#include "session/file_modes.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNotManaged = 1386;
+
+// Where the window would open.
+int TellNoWindow(const std::string& path, CommandContext& context) {
+    Terminal terminal(context, {});
+    terminal.messages.showMessage(
+        path.empty() ? "This build has no window to open."
+        : FileModeOf(path) == FileMode::Unknown
+            ? FormatText(kTextNotManaged, context.language, Printable(path))
+            : fmt::format("This build has no window to open {} in.", Printable(path)));
+    context.errors << "Try: vellmark --help\n";
+    return kExitFailed;
+}
+
+int Run(std::span<const std::string> arguments, CommandContext& context) {
+    if (arguments.empty())
+        return TellNoWindow({}, context);
+    const std::string& first = arguments.front();
+    if (IsVerbOrOption(first))
+        return RunVerbs(arguments, context);
+    if (const auto option = ParseBatchOption(first))
+        return RunBatch(*option, arguments, context);
+    return first.starts_with('-') ? RunVerbs(arguments, context) : TellNoWindow(first, context);
+}
+
+}  // namespace
+
+int RunProgram(std::span<const std::string> arguments, CommandContext& context) {
+    const int status = Run(arguments, context);
+    if (context.output.flush())
+        return status;
+    context.errors << "vellmark: The result cannot be written to standard output.\n";
+    return kExitFailed;
+}
+
+}  // namespace vellmark

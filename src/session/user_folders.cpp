@@ -1,0 +1,20 @@
+#include "session/user_folders.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vellmark {
+
+bool IsPrivateFolder(const std::string& path) {
+    struct stat facts {};
+    return ::lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) &&
+           facts.st_uid == ::geteuid() && (facts.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+std::string RuntimeFolder(const std::string& given, const std::string& temporary) {
+    if (given.starts_with('/') && IsPrivateFolder(given) && ::access(given.c_str(), W_OK) == 0)
+        return given;
+    return temporary + "/vellmark-" + std::to_string(::geteuid());
+}
+
+}  // namespace vellmark

@@ -1,0 +1,102 @@
+#include <fmt/format.h>
+
+#include <memory>
+#include <vector>
+
+#include "project/project_folders.hpp"
+#include "session/file_modes.hpp"
+#include "session/open_project.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "add";
+
+struct AddOptions {
+    std::string project;
+    std::vector<std::string> paths;
+    std::string to;
+    std::string view = "hybrid";
+    bool quiet = false;
+};
+
+ProjectView ViewOf(const std::string& name) {
+    return name == "iso"   ? ProjectView::Iso
+           : name == "hfs" ? ProjectView::Hfs
+                           : ProjectView::Hybrid;
+}
+
+// Items of a folder are in the views of the folder: say so when that is not what was asked for.
+void TellView(const ProjectFile& project, std::int32_t folder, const AddOptions& options,
+              Messages& messages) {
+    if (folder == kRootFolder || project.mode() == ProjectMode::IsoPlus ||
+        project.folderView(folder) == ViewOf(options.view))
+        return;
+    messages.showTimedMessage(
+        fmt::format("The folder {} is not in the {} view alone: what is added to it is in the same "
+                    "views as the folder.",
+                    Printable(options.to), options.view));
+}
+
+InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandContext& context,
+                       Terminal& terminal) {
+    const ProjectView view = ViewOf(options.view);
+    NewFolderOptions folders{context.clock, view};
+    const std::int32_t folder = NewPathFolder(project, options.to, folders, terminal.messages);
+    if (folder == 0)
+        return {0, 0, 0, InclusionStatus::NoSuchFolder};
+    TellView(project, folder, options, terminal.messages);
+    InclusionOptions inclusion{context.clock, view};
+    inclusion.truncation = folders.truncation;
+    return Include(project, options.paths, folder, inclusion, terminal.messages, terminal.progress);
+}
+
+int Add(const AddOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    if (ProjectModeOf(options.project) == ProjectMode::IsoPlus &&
+        ViewOf(options.view) == ProjectView::Hfs)
+        return UsageError(context, kName, "An ISO+ project has no HFS view.");
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(options.project, terminal.messages, project))
+        return kExitFailed;
+    const InclusionResult included = AddAll(*project, options, context, terminal);
+    if (!IsWorthSaving(included, terminal.messages))
+        return kExitFailed;
+    if (!BackUpProject(project->path()))
+        terminal.messages.showTimedMessage(fmt::format(
+            "No backup copy of {} could be made beside it.", Printable(options.project)));
+    if (!project->save(terminal.messages))
+        return kExitFailed;
+    terminal.progress.clear();
+    if (!options.quiet)
+        context.output << fmt::format("{}: {} folders and {} files added\n",
+                                      Printable(options.project), included.folders, included.files);
+    return included.skipped > 0 ? kExitSkipped : kExitDone;
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<AddOptions>();
+    app.add_option("PROJECT", options->project, "Project file, which must be there")->required();
+    app.add_option("PATH", options->paths,
+                   "Files and folders to add; FOLDER/* (in quotes) adds what is in a folder")
+        ->required();
+    app.add_option("-t,--to", options->to,
+                   "Folder of the project to add to, made when it is not there: A/B");
+    app.add_option("--view", options->view, "View to add to: iso, hybrid or hfs")
+        ->check(CLI::IsMember({"iso", "hybrid", "hfs"}))
+        ->capture_default_str();
+    app.add_flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    run = [options](CommandContext& context) { return Add(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbAdd = {kName, "", "Add files and folders to a project",
+                       "vellmark add disc.vlpr Photos readme.txt --to \"For everyone\"", SetUp};
+
+}  // namespace vellmark

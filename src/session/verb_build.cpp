@@ -1,0 +1,63 @@
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+
+#include "session/build_options.hpp"
+#include "session/file_modes.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct BuildVerbOptions {
+    std::string project;
+    BuildOptions build;
+};
+
+int Build(BuildVerbOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
+    BuildOptions& build = options.build;
+    if (build.output.empty())
+        build.output = WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso");
+    build.output = FollowLink(build.output);
+    if (ProjectModeOf(options.project) == ProjectMode::IsoPlus) {
+        terminal.messages.showMessage(
+            fmt::format("{} is an ISO+ project; this version builds hybrid projects only.",
+                        Printable(options.project)));
+        return kExitFailed;
+    }
+    if (AreSameFile(options.project, build.output)) {
+        terminal.messages.showMessage(
+            fmt::format("The image {} would replace its own project.", Printable(build.output)));
+        return kExitFailed;
+    }
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(options.project), ProjectMode::Hybrid, terminal.messages,
+                          project) != ProjectOpened::Opened ||
+        !MayMakeFile(build.output, build.force, terminal.messages))
+        return kExitFailed;
+    return RunBuild(*project, build, context, terminal);
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<BuildVerbOptions>();
+    app.add_option("PROJECT", options->project, "Project file")->required();
+    app.add_option("-o,--output", options->build.output,
+                   "Image to make; without it, the project's path with the extension iso, or dmg "
+                   "for --kind hfs");
+    AddBuildOptions(app, options->build);
+    run = [options](CommandContext& context) { return Build(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbBuild = {"build", "", "Build the image of a project",
+                         "vellmark build disc.vlpr -o disc.iso", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,68 @@
+#include <memory>
+
+#include "session/file_modes.hpp"
+#include "session/labels.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "new";
+
+struct NewOptions {
+    std::string path;
+    std::string label;
+    bool hfsPlus = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+int New(const NewOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    const ProjectMode mode = ProjectModeOf(options.path);
+    if (mode == ProjectMode::IsoPlus && options.hfsPlus)
+        return UsageError(context, kName, "An ISO+ project has no HFS+ side.");
+    const std::string path = FollowLink(options.path);
+    if (!MayMakeFile(path, options.force, terminal.messages))
+        return kExitFailed;
+    ProjectDefaults defaults;
+    defaults.isHfsPlus = options.hfsPlus;
+    ProjectFile project = ProjectFile::Create(path, mode, defaults);
+    if (!options.label.empty() &&
+        !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
+        return kExitFailed;
+    if (!project.save(terminal.messages))
+        return kExitFailed;
+    if (!options.quiet)
+        context.output << Printable(options.path) << ": new "
+                       << (mode == ProjectMode::IsoPlus ? "ISO+"
+                           : options.hfsPlus            ? "hybrid HFS+"
+                                                        : "hybrid HFS")
+                       << " project\n";
+    return kExitDone;
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<NewOptions>();
+    app.add_option("PROJECT", options->path,
+                   "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
+        ->required();
+    app.add_flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
+    app.add_option("-l,--label", options->label,
+                   "Name of the volume; without it, the name of the image when it is built");
+    app.add_flag("-f,--force", options->force, "Replace an existing file");
+    app.add_flag("-q,--quiet", options->quiet, "No result line");
+    run = [options](CommandContext& context) { return New(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbNew = {kName, "", "Make an empty project",
+                       "vellmark new disc.vlpr --label \"My disc\"", SetUp};
+
+}  // namespace vellmark

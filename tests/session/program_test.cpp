@@ -1,0 +1,116 @@
+// What the first argument decides, and the exit status of each kind of command line.
+#include "session/program.hpp"
+
+#include "session/file_modes.hpp"
+#include "session/session_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+using test::SessionTest;
+using test::Write;
+
+TEST(FileModes, TheExtensionSettlesTheMode) {
+    const struct {
+        const char* path;
+        FileMode mode;
+    } cases[] = {{"a.vlpr", FileMode::Project},
+                 {"a.CaT", FileMode::Project},
+                 {"a.hfs", FileMode::Partition},
+                 {"a.iso", FileMode::Partition},
+                 {"a.DMG", FileMode::Partition},
+                 {"a.vlso", FileMode::IsoPlus},
+                 // Compared over the length of the table's text only.
+                 {"a.isofoo", FileMode::Partition},
+                 {"a.vlpr2", FileMode::Project},
+                 {"a.vlp", FileMode::Unknown},
+                 {"a.is", FileMode::Unknown},
+                 {"a.iso.txt", FileMode::Unknown},
+                 {"a", FileMode::Unknown},
+                 {"", FileMode::Unknown},
+                 {"vlpr", FileMode::Unknown},
+                 // A point in the name of a folder is no extension of the file.
+                 {"x.iso/a", FileMode::Unknown},
+                 {"x.iso\\a", FileMode::Unknown},
+                 {"x.txt\\a.vlso", FileMode::IsoPlus}};
+    for (const auto& c : cases)
+        EXPECT_EQ(FileModeOf(c.path), c.mode) << c.path;
+}
+
+TEST(FileModes, TheExtensionIsReplacedInTheNameAlone) {
+    const struct {
+        const char* path;
+        const char* result;
+    } cases[] = {{"a.vlpr", "a.iso"},
+                 {"a", "a.iso"},
+                 {"d.x/a", "d.x/a.iso"},
+                 {"d.x/a.b.c", "d.x/a.b.iso"},
+                 {"d/.hidden", "d/.hidden.iso"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(WithExtension(c.path, "iso"), c.result) << c.path;
+}
+
+TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
+    Write("full/a.txt", "a");
+    Write("there.iso", "old");
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* inOutput;
+        const char* inErrors;
+    } cases[] = {
+        {{}, 1, "", "no window"},
+        {{"--help"}, 0, "make", ""},
+        {{"-h"}, 0, "make", ""},
+        {{"--version"}, 0, "vellmark ", ""},
+        {{"help"}, 0, "make", ""},
+        {{"help", "add"}, 0, "Example:", ""},
+        {{"make", "--help"}, 0, "Example:", ""},
+        {{"new", "--help"}, 0, "Example:", ""},
+        {{"add", "--help"}, 0, "Example:", ""},
+        {{"build", "--help"}, 0, "Example:", ""},
+        // Wrong usage says where help is found.
+        {{"--nonsense"}, 2, "", "--nonsense is no verb"},
+        {{"-nonsense"}, 2, "", "Try: vellmark --help"},
+        {{"make"}, 2, "", "Try: vellmark make --help"},
+        {{"make", "full"}, 2, "", "--output is required"},
+        {{"make", "full", "-o", "x.iso", "--kind", "tape"}, 2, "", "tape not in"},
+        {{"make", "full", "there.iso", "-o", "x.iso"}, 2, "", "there.iso"},
+        {{"add", "p.vlpr"}, 2, "", "PATH is required"},
+        {{"add", "p.vlso", "full", "--view", "hfs"}, 2, "", "no HFS view"},
+        {{"new", "p.vlso", "--hfsplus"}, 2, "", "no HFS+ side"},
+        // A batch command that is not known: the message names the option itself.
+        {{"/Z", "p.vlpr"}, 1, "", "The file /Z is not managed by Vellmark."},
+        {{"-X"}, 1, "", "The file -X is not managed"},
+        // Paths: what a window would show, and what it would not.
+        {{"there.iso"}, 1, "", "no window to open there.iso"},
+        {{"new.vlpr"}, 1, "", "no window to open new.vlpr"},
+        {{"mkae", "full"}, 1, "", "The file mkae is not managed"},
+        {{"/tmp"}, 1, "", "The file /tmp is not managed"},
+    };
+    const Disk before = disk();
+    for (const auto& c : cases) {
+        const int status = run(c.arguments);
+        const std::string line = testing::PrintToString(c.arguments);
+        EXPECT_EQ(status, c.status) << line;
+        EXPECT_NE(out_.find(c.inOutput), std::string::npos) << line << out_;
+        EXPECT_NE(err_.find(c.inErrors), std::string::npos) << line << err_;
+        EXPECT_EQ(out_.empty(), status != 0) << line << out_;
+        EXPECT_EQ(err_.empty(), status == 0) << line << err_;
+        EXPECT_EQ(disk(), before) << line;
+    }
+}
+
+TEST_F(SessionTest, AnOutputThatCannotBeWrittenIsAFailure) {
+    std::istringstream input;
+    std::ostringstream output;
+    std::ostringstream errors;
+    output.setstate(std::ios::badbit);
+    CommandContext context{input, output, errors, clock_};
+    const std::vector<std::string> arguments = {"--version"};
+    EXPECT_EQ(RunProgram(arguments, context), 1);
+    EXPECT_NE(errors.str().find("standard output"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vellmark
