@@ -39,11 +39,10 @@ std::string_view Find(const Row (&rows)[count], int number) {
 std::string_view Text(int number, Language language) {
     constexpr int kFrenchOffset = static_cast<int>(Language::French);
     // A number of either kind may come in, also one that is French already.
-    const int english = number >= kFrenchOffset ? number - kFrenchOffset : number;
-    const bool french = language == Language::French || number != english;
-    const std::string_view text =
-        french ? Find(kFrench, english + kFrenchOffset) : std::string_view{};
-    return text.empty() ? Find(kEnglish, english) : text;
+    if (number >= kFrenchOffset)
+        return Find(kFrench, number);
+    return language == Language::French ? Find(kFrench, number + kFrenchOffset)
+                                        : Find(kEnglish, number);
 }
 
 }  // namespace vellmark
