@@ -1,0 +1,254 @@
+#include "containers/signatures.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vellmark {
+namespace {
+
+constexpr std::string_view kTwoSections =
+    "# English\r\n"
+    "TXT,TEXTttxt,Text file\r\n"
+    "GIF,GIFfogle,GIF picture\r\n"
+    "#[1]\r\n"
+    "# en fran\xE7"
+    "ais\r\n"
+    "TXT,TEXTMSWD,Fichier texte\r\n"
+    "JPEG,JPEGogle,Image\r\n";
+
+// "extension,signature,comment" of each entry, the generic row aside.
+std::vector<std::string> Entries(std::string_view file, bool french = false) {
+    const SignatureTable table = SignatureTable::Parse(file, french);
+    std::vector<std::string> entries;
+    for (const SignatureRow& row : table.rows().subspan(1))
+        entries.push_back(row.extension + "|" + row.signature + "|" + row.comment);
+    return entries;
+}
+
+std::string ExtensionOf(const SignatureTable& table, std::string_view signature) {
+    const SignatureRow* row = table.RowOfSignature(signature);
+    return row == nullptr ? "null" : row->extension;
+}
+
+using Strings = std::vector<std::string>;
+
+TEST(SignatureTable, WithoutAFileEveryNameIsGeneric) {
+    for (const SignatureTable& table :
+         {SignatureTable(), SignatureTable::Parse("", false), SignatureTable::Parse("", true)}) {
+        ASSERT_EQ(table.rows().size(), 1U);
+        EXPECT_EQ(table.rows()[0].extension, "___");
+        EXPECT_EQ(table.rows()[0].signature, "TEXT????");
+        EXPECT_EQ(table.rows()[0].comment, "---");
+        EXPECT_EQ(table.SignatureOf("a.txt"), "TEXT????");
+        EXPECT_EQ(table.RowOfSignature("JPEGogle"), nullptr);
+        EXPECT_EQ(table.RowOfSignature("JPEGogle", true), table.rows().data());
+    }
+}
+
+// English runs on through the marker; French starts behind it.
+TEST(SignatureTable, Sections) {
+    EXPECT_EQ(Entries(kTwoSections),
+              (Strings{"TXT|TEXTttxt|Text file", "GIF|GIFfogle|GIF picture",
+                       "TXT|TEXTMSWD|Fichier texte", "JPEG|JPEGogle|Image"}));
+    EXPECT_EQ(Entries(kTwoSections, true),
+              (Strings{"TXT|TEXTMSWD|Fichier texte", "JPEG|JPEGogle|Image"}));
+    EXPECT_EQ(Entries("A,TEXTttxt,x\r\n", true), Strings{"A|TEXTttxt|x"}) << "no marker";
+    EXPECT_EQ(Entries("A,TEXTttxt,x\r\n# [1]\r\nB,TEXTttxt,x", true).size(), 2U) << "no marker";
+    EXPECT_EQ(Entries("A,TEXTttxt,x\r\n#[1]", true), Strings{}) << "an empty section";
+    EXPECT_EQ(Entries("#[1] Français\nB,TEXTttxt,x\n#[1]\nC,TEXTttxt,x\n", true).size(), 2U)
+        << "the first marker counts";
+}
+
+struct LineCase {
+    std::string_view line, entry;
+};
+
+TEST(SignatureTable, Lines) {
+    const std::string sixtyFour(64, 'c');
+    const std::string longComment = "TXT,TEXTttxt," + sixtyFour + "dd";
+    const std::string cutComment = "TXT|TEXTttxt|" + sixtyFour;
+    const LineCase cases[] = {
+        {"TXT,TEXTttxt,Text file", "TXT|TEXTttxt|Text file"},
+        {" \t TXT,TEXTttxt,x", "TXT|TEXTttxt|x"},
+        {"JPEGS,JPEGogle,five letters", "JPEG|JPEGogle|five letters"},
+        {"PDF,PDF CARO,a blank, and a comma", "PDF|PDF CARO|a blank, and a comma"},
+        {"A,a,b,c,d,,comment", "A|a,b,c,d,|comment"},
+        {",ABCDEFGH,comment", " |ABCDEFGH|comment"},
+        {"ABCDEFGH", " |ABCDEFGH|"},
+        {"ABCDEFGHIJ", " |ABCDEFGH|"},
+        {"TXT,TEXT,Text file", "TXT|TEXT,Tex|"},
+        {"TXT,TEXTttxt more,comment", "TXT|TEXTttxt|"},
+        {"TXT,TEXTttxt", "TXT|TEXTttxt|"},
+        {"TXT,TEXTttxt,", "TXT|TEXTttxt|"},
+        {"TXT,", "TXT||"},
+        {"   ", " ||"},
+        {" #x", " |#x|"},
+        {"TXT,TE\xCAT\xA5\xA5\xA5\xA5,\xE9t\xE9", "TXT|TE\xCAT\xA5\xA5\xA5\xA5|\xE9t\xE9"},
+        {longComment, cutComment},
+    };
+    for (const LineCase& each : cases) {
+        for (const std::string_view lineEnd : {"\r\n", "\n", ""}) {
+            const std::string file = std::string(each.line) + std::string(lineEnd);
+            EXPECT_EQ(Entries(file), Strings{std::string(each.entry)}) << file;
+        }
+    }
+    for (const std::string_view none : {"", "\r\n", "\n\n", "\r\r\n", "#", "#TXT,TEXTttxt,x\r\n"})
+        EXPECT_EQ(Entries(none), Strings{}) << none;
+}
+
+// Lines around the limit of 100 bytes: the line end never makes a line of its own.
+TEST(SignatureTable, LongLinesGoOnAsTheNextLine) {
+    const std::string next = "GIF,GIFfogle,x";
+    for (std::size_t length = 90; length <= 110; ++length) {
+        std::string line = "TXT,TEXTttxt,";
+        line.resize(length, 'c');
+        const Strings entries = Entries(line + "\r\n" + next + "\r\n");
+        ASSERT_EQ(entries.size(), length <= 100 ? 2U : 3U) << length;
+        EXPECT_EQ(entries.back(), "GIF|GIFfogle|x");
+        if (length > 100) {
+            EXPECT_EQ(entries[1],
+                      " |" + std::string(std::min<std::size_t>(length - 100, 8), 'c') + "|")
+                << length;
+        }
+    }
+    const std::string hundred(100, '#');
+    EXPECT_EQ(Entries(hundred + "TXT,TEXTttxt,x"), Strings{"TXT|TEXTttxt|x"})
+        << "the rest of a comment is none";
+    EXPECT_EQ(Entries("A,TEXTttxt\n" + hundred + "#[1]\nTXT,TEXTttxt,x", true),
+              Strings{"TXT|TEXTttxt|x"});
+}
+
+TEST(SignatureTable, EntriesBehindTheLastAreIgnored) {
+    std::string file;
+    for (int entry = 0; entry < 200; ++entry)
+        file += "E" + std::to_string(entry) + ",TEXTttxt,x\r\n# comment\r\n\r\n";
+    const Strings entries = Entries(file);
+    ASSERT_EQ(entries.size(), 127U);
+    EXPECT_EQ(entries.back(), "E126|TEXTttxt|x");
+    EXPECT_EQ(SignatureTable::Parse(file, false).SignatureOf("a.E126"), "TEXTttxt");
+    EXPECT_EQ(SignatureTable::Parse(file, false).SignatureOf("a.E127"), "TEXT????");
+}
+
+TEST(SignatureTable, SignatureOfAName) {
+    const SignatureTable table = SignatureTable::Parse(
+        "TXT,TEXTttxt,x\r\nJPEG,JPEGogle,x\r\nhqx,TEXTSITx,x\r\nTXT,LATElate,x\r\n"
+        ",ABCDEFGH,x\r\nCLAS,CLASClas,x\r\nEMP,\r\nSHO,snd \r\n",
+        false);
+    const std::vector<std::pair<std::string_view, std::string>> cases = {
+        {"A.TXT", "TEXTttxt"},
+        {"a.txt", "TEXTttxt"},
+        {"a.b.Txt", "TEXTttxt"},
+        {".txt", "TEXTttxt"},
+        {"photo.jpeg", "JPEGogle"},
+        {"x.HQX", "TEXTSITx"},
+        {"x.class", "TEXT????"},
+        {"x.clas", "CLASClas"},
+        {"txt", "TEXT????"},
+        {"", "TEXT????"},
+        {".", "TEXT????"},
+        {"a.", "TEXT????"},
+        {"a.txt.", "TEXT????"},
+        {"a.tx", "TEXT????"},
+        {"a.txtx", "TEXT????"},
+        {"a. ", "TEXT????"},
+        {"a.___", "TEXT????"},
+        {"a.emp", std::string(8, '\0')},
+        {"a.sho", std::string("snd \0\0\0\0", 8)},
+    };
+    for (const auto& [name, signature] : cases)
+        EXPECT_EQ(table.SignatureOf(name), signature) << name;
+}
+
+TEST(SignatureTable, RowOfASignature) {
+    const SignatureTable table = SignatureTable::Parse(
+        "TST,TESTaaaa,x\r\nTXT,TEXTttxt,x\r\nTEX,TEXTOTEX,x\r\nGIF,GIFfogle,x\r\nJ2,JPEGaaaa,x\r\n"
+        "JPG,JPEGogle,x\r\n",
+        false);
+    const std::vector<std::pair<std::string_view, std::string>> cases = {
+        {"TEXTOTEX", "TEX"},  // all eight before an earlier row of the same type
+        {"JPEGogle", "JPG"},  {"JPEGzzzz", "J2"},
+        {"TEXT????", "___"},  {"TEXTzzzz", "___"},  // the generic row is the first of that type
+        {"TESTzzzz", "TST"},  {"GIzzzzzz", "GIF"},
+        {"TEzzzzzz", "___"},  {"textttxt", "null"},
+        {"Gzzzzzzz", "null"}, {"zzzzogle", "null"},
+        {"", "null"},         {"G", "null"},
+        {"GIF", "GIF"},  // two bytes are enough for the loose pass
+    };
+    for (const auto& [signature, extension] : cases)
+        EXPECT_EQ(ExtensionOf(table, signature), extension) << signature;
+    EXPECT_EQ(table.RowOfSignature("zzzzogle", true), table.rows().data());
+    EXPECT_EQ(table.RowOfSignature("JPEGogle", true)->extension, "JPG");
+}
+
+// An empty signature ends the way back, and only that.
+TEST(SignatureTable, EmptySignatureHidesWhatFollows) {
+    const SignatureTable table =
+        SignatureTable::Parse("GIF,GIFfogle\r\nBAD,\r\nJPG,JPEGogle\r\n", false);
+    EXPECT_EQ(ExtensionOf(table, "GIFfogle"), "GIF");
+    EXPECT_EQ(ExtensionOf(table, "JPEGogle"), "null");
+    EXPECT_EQ(table.SignatureOf("a.jpg"), "JPEGogle");
+}
+
+std::string ShippedFile() {
+    const auto path = std::filesystem::path(__FILE__).parent_path() / "../../data/default.sig";
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(ShippedSignatures, BothLanguagesKnowTheSameExtensions) {
+    const std::string file = ShippedFile();
+    const SignatureTable english = SignatureTable::Parse(file, false);
+    const SignatureTable french = SignatureTable::Parse(file, true);
+    ASSERT_GE(english.rows().size(), 115U);
+    ASSERT_EQ(english.rows().size(), french.rows().size());
+    std::set<std::string> extensions;
+    for (std::size_t row = 1; row < english.rows().size(); ++row) {
+        const SignatureRow& entry = english.rows()[row];
+        const SignatureRow& twin = french.rows()[row];
+        EXPECT_EQ(entry.extension, twin.extension);
+        EXPECT_EQ(entry.signature, twin.signature);
+        EXPECT_TRUE(extensions.insert(entry.extension).second) << entry.extension;
+        EXPECT_EQ(entry.extension.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"),
+                  std::string::npos)
+            << entry.extension;
+        for (const SignatureRow* each : {&entry, &twin}) {
+            EXPECT_EQ(each->signature.size(), 8U) << each->extension;
+            EXPECT_FALSE(each->comment.empty()) << each->extension;
+        }
+        EXPECT_EQ(english.SignatureOf("name." + entry.extension), entry.signature);
+    }
+    EXPECT_EQ(english.SignatureOf("photo.jpeg"), "JPEGogle");
+    EXPECT_EQ(ExtensionOf(english, "PDF CARO"), "PDF");
+    EXPECT_EQ(ExtensionOf(english, "TEXTttxt"), "TXT");
+}
+
+// A line of 100 bytes would be cut, one of UTF-8 or with a lone line feed would show on a PC.
+TEST(ShippedSignatures, LinesAreThoseOfAPc) {
+    const std::string file = ShippedFile();
+    ASSERT_TRUE(file.ends_with("\r\n"));
+    std::size_t lines = 0, markers = 0, accents = 0;
+    for (std::size_t at = 0; at < file.size(); ++lines) {
+        const std::size_t end = file.find('\n', at);
+        const std::string line = file.substr(at, end - at);
+        EXPECT_TRUE(line.ends_with('\r')) << line;
+        EXPECT_LT(line.size(), 100U) << line;
+        EXPECT_EQ(line.find('\xC3'), std::string::npos) << line;
+        markers += line == "#[1]\r" ? 1U : 0U;
+        accents += line.find('\xE9') != std::string::npos ? 1U : 0U;
+        at = end + 1;
+    }
+    EXPECT_EQ(markers, 1U);
+    EXPECT_GT(accents, 10U);
+    EXPECT_GT(lines, 240U);
+}
+
+}  // namespace
+}  // namespace vellmark
