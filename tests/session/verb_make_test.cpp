@@ -178,6 +178,15 @@ TEST_F(BuildTest, APostgapIsOneHundredAndFiftyEmptySectorsBehindTheSameImage) {
     EXPECT_EQ(test::Bytes("b.iso"), test::Bytes("a.iso") + std::string(150 * 2048, '\0'));
 }
 
+TEST_F(BuildTest, TheImageThatIsReplacedIsNotTakenAsASource) {
+    Write("disc/p.iso", "an older image that lies in the folder");
+    Write("disc/b.txt", "its neighbour");
+    EXPECT_EQ(run({"add", "p.vlpr", "disc"}), 0) << err_;
+    EXPECT_EQ(run({"build", "p.vlpr", "-o", "disc/p.iso", "--force"}), 0) << err_;
+    EXPECT_EQ(CountIn("disc/p.iso", "an older image"), 0);
+    EXPECT_EQ(CountIn("disc/p.iso", "its neighbour"), 1);
+}
+
 TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
     Write("old.iso", "an image of last year");
     Write("no.vlpr", "no project at all");
