@@ -1,0 +1,353 @@
+#include "containers/mac_binary.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "containers/bundle_bit.hpp"
+#include "containers/codec_bench.hpp"
+#include "support/pc_file.hpp"
+
+namespace vellmark {
+namespace {
+
+using testing::Append;
+using testing::Be;
+using testing::Bytes;
+using testing::BytesOf;
+using testing::Pattern;
+
+/// A header by hand: "Text File", TEXT, R*ch, flags 0140, place 1/2, forks of 21 and 1454 bytes.
+Bytes HeaderBytes() {
+    Bytes bytes(128, 0);
+    const auto put = [&](std::size_t at, const Bytes& part) {
+        std::copy(part.begin(), part.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    };
+    put(1, BytesOf("\x09Text File"));
+    put(65, BytesOf("TEXTR*ch"));
+    put(73, {0x01, 0x40, 0, 1, 0, 2});
+    put(83, Be(21, 4));
+    put(87, Be(1454, 4));
+    put(91, Be(0xE040D4E8, 4));
+    put(95, Be(0xE040DF09, 4));
+    return bytes;
+}
+
+MacBinaryHeader HeaderOf(const Bytes& bytes) {
+    MacBinaryHeader header;
+    std::copy_n(bytes.begin(), sizeof(header), reinterpret_cast<std::uint8_t*>(&header));
+    return header;
+}
+
+struct RecogniserCase {
+    const char* fault;  ///< what a wrong recogniser would have missed
+    std::size_t at;
+    Bytes change;
+    std::int64_t fileSize;
+    bool expected;
+};
+
+TEST(MacBinary, RecogniserJudgesEachField) {
+    const Bytes longName(63, 'n');
+    const RecogniserCase cases[] = {
+        {"nothing wrong", 0, {0}, 2000, true},
+        {"first byte", 0, {1}, 2000, false},
+        {"no name", 1, {0, 0}, 2000, false},
+        {"name of 64", 1, {64}, 2000, false},
+        {"name shorter than told", 1, {10}, 2000, false},
+        {"name longer than told", 1, {8}, 2000, false},
+        {"a zero within the name", 4, {0}, 2000, false},
+        {"one zero in the type", 68, {0}, 2000, false},
+        {"no type but a creator", 65, {0, 0, 0, 0}, 2000, false},
+        {"a signature of zeros is none", 65, Bytes(8, 0), 2000, true},
+        {"byte 81 is free", 81, {1}, 2000, true},
+        {"byte 82", 82, {1}, 2000, false},
+        {"no forks", 83, Bytes(8, 0), 2000, false},
+        {"a data fork alone", 87, Be(0, 4), 2000, true},
+        {"sum is the file", 83, {0, 0, 0, 21}, 1475, true},
+        {"sum is beyond the file", 83, {0, 0, 0, 21}, 1474, false},
+        {"no size, no test", 83, Be(0x7FFFFFFF, 4), 0, true},
+        {"a negative sum", 83, Be(0x80000000, 4), INT64_MAX, false},
+        {"a sum that wraps round", 83, Bytes{0x80, 0, 0, 0, 0x80, 0, 0, 8}, 2000, false},
+        {"later versions' fields are free", 99, Bytes(29, 0xFF), 2000, true},
+    };
+    for (const RecogniserCase& c : cases) {
+        Bytes bytes = HeaderBytes();
+        std::copy(c.change.begin(), c.change.end(),
+                  bytes.begin() + static_cast<std::ptrdiff_t>(c.at));
+        EXPECT_EQ(IsMacBinary(HeaderOf(bytes), c.fileSize), c.expected) << c.fault;
+    }
+    // The type stands straight behind a name of 63 bytes.
+    Bytes bytes = HeaderBytes();
+    bytes[1] = 63;
+    std::copy(longName.begin(), longName.end(), bytes.begin() + 2);
+    EXPECT_TRUE(IsMacBinary(HeaderOf(bytes), 2000));
+}
+
+TEST(MacBinary, WrittenHeaderIsTheFirstForm) {
+    MacFileInfo info;
+    info.name = "  Text File";
+    std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
+    info.finder.flags = 0x0140;
+    info.finder.locationV = 1;
+    info.finder.locationH = 2;
+    info.finder.windowFolder = 3;  // not part of the format
+    info.created = 0xE040D4E8;
+    info.modified = 0xE040DF09;
+    MemoryBytes data(Pattern(21));
+    MemoryBytes resource(Pattern(1454));
+    MemoryBytes target;
+    ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
+    Bytes expected = HeaderBytes();
+    Append(expected, Pattern(21));
+    expected.resize(256, 0);
+    Append(expected, Pattern(1454));
+    EXPECT_EQ(target.bytes(), expected);
+}
+
+TEST(MacBinary, NamesThatDoNotFit) {
+    struct Case {
+        std::string name;
+        std::string written;
+    };
+    const Case cases[] = {{std::string(64, 'x'), std::string(63, 'x')},
+                          {" " + std::string(63, 'y'), std::string(63, 'y')},
+                          {"   ", "   "},
+                          {std::string("ab\0c", 4), "ab"}};
+    for (const Case& c : cases) {
+        MacFileInfo info;
+        info.name = c.name;
+        std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
+        MemoryBytes data(Pattern(1));
+        MemoryBytes resource;
+        MemoryBytes target;
+        ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
+        EXPECT_EQ(ReadMacBinary(target).info.name, c.written);
+        EXPECT_TRUE(IsMacBinaryFile(target)) << c.name;
+    }
+    MemoryBytes empty;
+    MemoryBytes target;
+    EXPECT_EQ(WriteMacBinary(target, {}, empty, empty), ContainerFault::HeaderInvalid);
+}
+
+TEST(MacBinary, ForksLieAtMultiplesOf128) {
+    struct Case {
+        std::size_t data;
+        std::size_t resource;
+        std::size_t resourceOffset;
+        std::size_t fileSize;
+    };
+    for (const Case c : {Case{0, 5, 128, 133},
+                         {1, 5, 256, 261},
+                         {127, 5, 256, 261},
+                         {128, 5, 256, 261},
+                         {129, 5, 384, 389},
+                         {128, 0, 256, 256},
+                         {21, 0, 256, 149},
+                         {0, 0, 128, 128}}) {
+        EXPECT_EQ(MacBinaryResourceOffset(c.data), c.resourceOffset);
+        MacFileInfo info;
+        info.name = "n";
+        MemoryBytes data(Pattern(c.data));
+        MemoryBytes resource(Pattern(c.resource, 3));
+        MemoryBytes target;
+        ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
+        ASSERT_EQ(target.size(), c.fileSize);
+        const Bytes tail(target.bytes().end() - static_cast<std::ptrdiff_t>(c.resource),
+                         target.bytes().end());
+        EXPECT_EQ(tail, Pattern(c.resource, 3)) << c.data;
+    }
+}
+
+// A header whose checksum is right may have another header behind it, and keeps the low byte of
+// the flags elsewhere; without the checksum both bytes may be anything.
+TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
+    Bytes bytes = HeaderBytes();
+    bytes[74] = 0;
+    bytes[101] = 0x40;
+    bytes[121] = 5;
+    bytes[122] = bytes[123] = 129;
+    const std::uint16_t crc = testing::RegisterCrc(Bytes(bytes.begin(), bytes.begin() + 124));
+    bytes[124] = static_cast<std::uint8_t>(crc >> 8);
+    bytes[125] = static_cast<std::uint8_t>(crc);
+    bytes.resize(256, 's');
+    Append(bytes, Pattern(21));
+    bytes.resize(384, 0);
+    Append(bytes, Pattern(1454));
+    MemoryBytes file(bytes);
+    MacContainer container = ReadMacBinary(file);
+    EXPECT_EQ(container.fault, ContainerFault::None);
+    EXPECT_EQ(container.info.finder.flags, 0x0140);
+    EXPECT_EQ(testing::Contents(container.data), Pattern(21));
+    EXPECT_EQ(testing::Contents(container.resource), Pattern(1454));
+
+    bytes[125] ^= 1;
+    MemoryBytes other(bytes);
+    container = ReadMacBinary(other);
+    EXPECT_EQ(container.info.finder.flags, 0x0100);
+    EXPECT_EQ(testing::Contents(container.data), Bytes(21, 's'));
+}
+
+TEST(MacBinary, LengthsThatLieAreNamed) {
+    struct Case {
+        std::size_t at;
+        Bytes change;
+        ContainerFault fault;
+        bool usable;
+        std::size_t data;
+        std::size_t resource;
+    };
+    const Case cases[] = {
+        {0, {0}, ContainerFault::None, true, 21, 1454},
+        {0, {1}, ContainerFault::NotThisFormat, false, 0, 0},
+        {82, {1}, ContainerFault::NotThisFormat, false, 0, 0},
+        {1, {0}, ContainerFault::HeaderInvalid, false, 0, 0},
+        {1, {64}, ContainerFault::HeaderInvalid, false, 0, 0},
+        {83, Be(0xFFFFFFFF, 4), ContainerFault::DataForkCut, true, 1582, 0},
+        {87, Be(1455, 4), ContainerFault::ResourceForkCut, true, 21, 1454},
+        {87, Be(0xFFFFFFFF, 4), ContainerFault::ResourceForkCut, true, 21, 1454},
+    };
+    for (const Case& c : cases) {
+        Bytes bytes = HeaderBytes();
+        std::copy(c.change.begin(), c.change.end(),
+                  bytes.begin() + static_cast<std::ptrdiff_t>(c.at));
+        bytes.resize(256 + 1454, 'b');
+        MemoryBytes file(bytes);
+        MacContainer container = ReadMacBinary(file);
+        EXPECT_EQ(container.fault, c.fault) << c.at;
+        EXPECT_EQ(container.usable, c.usable) << c.at;
+        EXPECT_EQ(testing::Contents(container.data).size(), c.data) << c.at;
+        EXPECT_EQ(testing::Contents(container.resource).size(), c.resource) << c.at;
+    }
+}
+
+TEST(MacBinary, CustomIconsAreKnownByThreeThings) {
+    struct Case {
+        const char* signature;
+        const char* name;
+        std::uint32_t dataLength;
+        bool expected;
+    };
+    for (const Case c : {Case{"ICNSMACS", "Icon\r", 1, true},
+                         {"ICNSMACS", "Icon\r.icns", 9, true},
+                         {"ICNSMACS", "Icon\r", 0, false},
+                         {"ICNSMACS", "Icon", 1, false},
+                         {"icnsMACS", "Icon\r", 1, false}}) {
+        MacFileInfo info;
+        info.name = c.name;
+        info.dataLength = c.dataLength;
+        std::copy_n(c.signature, 8, info.finder.signature.begin());
+        EXPECT_EQ(IsCustomIconFile(info), c.expected) << c.signature << c.name;
+    }
+}
+
+/// A resource fork of types only, at the places that the system uses.
+Bytes ResourceFork(std::uint32_t dataOffset, const std::vector<std::string>& types) {
+    Bytes map(28, 0);
+    Append(map, Be(types.size() - 1, 2));
+    for (const std::string& type : types) {
+        Append(map, BytesOf(type));
+        Append(map, Be(0, 4));
+    }
+    Bytes fork = Be(dataOffset, 4);
+    Append(fork, Be(300, 4));
+    Append(fork, Be(44, 4));
+    Append(fork, Be(map.size(), 4));
+    fork.resize(300, 0);
+    Append(fork, map);
+    return fork;
+}
+
+TEST(BundleBit, IsFoundInTheTypeList) {
+    const std::vector<std::string> with = {"CODE", "BNDL", "FREF"};
+    MemoryBytes bundle(ResourceFork(256, with));
+    EXPECT_TRUE(HasBundleResource(bundle));
+    MemoryBytes last(ResourceFork(256, {"CODE", "BNDL"}));
+    EXPECT_TRUE(HasBundleResource(last));
+    MemoryBytes elsewhere(ResourceFork(260, with));
+    EXPECT_FALSE(HasBundleResource(elsewhere));
+    MemoryBytes without(ResourceFork(256, {"CODE", "DLBN"}));
+    EXPECT_FALSE(HasBundleResource(without));
+    MemoryBytes none(ResourceFork(256, {}));  // FFFF
+    EXPECT_FALSE(HasBundleResource(none));
+
+    Bytes lying = ResourceFork(256, {"CODE"});
+    lying[329] = 9;  // more types than the map is long, and a BNDL behind the map
+    Append(lying, BytesOf("BNDL0000"));
+    MemoryBytes beyond(lying);
+    EXPECT_FALSE(HasBundleResource(beyond));
+    const Bytes whole = ResourceFork(256, with);
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        MemoryBytes cut(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+        EXPECT_EQ(HasBundleResource(cut), size >= 300 + 30 + 16) << size;
+    }
+}
+
+TEST(MacBinary, SamplesOfRealMacintoshes) {
+    struct Case {
+        const char* file;
+        const char* name;
+        const char* signature;
+        std::uint16_t flags;
+        const char* data;
+        const char* resource;
+    };
+    const TemporaryFolder folder;
+    for (const Case c : {Case{"enc/mb1_textfile.bin", "Text File", "TEXTR*ch", 0x0100,
+                              "80c281669b1ac052d4c8bdaa199220d32f608dd8e4a1521182a6a0976be68835",
+                              "0a957747f3227ab3c5aef181aa6d5b82a24c3350f4a6322c1e01a238e1993ac4"},
+                         {"enc/mb3_textfile.bin", "Text File", "TEXTR*ch", 0x0100,
+                          "80c281669b1ac052d4c8bdaa199220d32f608dd8e4a1521182a6a0976be68835",
+                          "2398cc4eab44b5dfcc2c29a22cdd32516584b5eabf156b9955f10a52c24b6371"},
+                         {"enc/mb_app_fbapp.bin", "Exercise 4.6 App", "APPL????", 0x0100,
+                          "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855",
+                          "c28b8f8967f12a6d4ac454ee0dee9bddd85ceefee6170c729635d373cfe53d9b"}}) {
+        const Bytes bytes = testing::Sample(c.file);
+        if (bytes.empty())
+            GTEST_SKIP() << "VELLMARK_SAMPLES does not name a folder with " << c.file;
+        MemoryBytes file(bytes);
+        EXPECT_TRUE(IsMacBinaryFile(file)) << c.file;
+        MacContainer container = ReadMacBinary(file);
+        EXPECT_EQ(container.fault, ContainerFault::None) << c.file;
+        EXPECT_EQ(container.info.name, c.name);
+        EXPECT_EQ(std::string(container.info.finder.signature.data(), 8), c.signature);
+        EXPECT_EQ(container.info.finder.flags, c.flags);
+        EXPECT_EQ(testing::Sha256(folder.path(), testing::Contents(container.data)), c.data);
+        EXPECT_EQ(testing::Sha256(folder.path(), testing::Contents(container.resource)),
+                  c.resource);
+    }
+}
+
+// hfsutils take our file apart onto a volume, and make one of theirs of it again. They know the
+// second version only, so the test adds what sets that apart.
+TEST(MacBinary, AgreesWithHfsutilsBothWays) {
+    if (!testing::HasProgram("hformat") || !testing::HasProgram("hcopy"))
+        GTEST_SKIP() << "hfsutils are not installed";
+    const TemporaryFolder folder;
+    MacFileInfo info;
+    info.name = "Caf\x8E 1";
+    std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
+    info.finder.flags = 0x2008;
+    info.created = 0xC0000000;
+    info.modified = 0xC0000100;
+    MemoryBytes data(Pattern(1000));
+    MemoryBytes resource(Pattern(300, 9));
+    MemoryBytes ours;
+    ASSERT_EQ(WriteMacBinary(ours, info, data, resource), ContainerFault::None);
+    ASSERT_TRUE(testing::RunHfsutils(folder.path(), ours.bytes(),
+                                     "hcopy -r :X data && hcopy -m :X theirs.bin"));
+    EXPECT_EQ(testing::ReadFile(folder.path() + "/data"), Pattern(1000));
+    PcFile file(folder.path() + "/theirs.bin", PcFile::Mode::Read);
+    EXPECT_TRUE(IsMacBinaryFile(file));
+    MacContainer theirs = ReadMacBinary(file);
+    EXPECT_EQ(theirs.fault, ContainerFault::None);
+    EXPECT_EQ(theirs.info.name, "X");
+    EXPECT_EQ(theirs.info.finder.signature, info.finder.signature);
+    EXPECT_EQ(theirs.info.modified, info.modified);
+    EXPECT_EQ(testing::Contents(theirs.data), Pattern(1000));
+    EXPECT_EQ(testing::Contents(theirs.resource), Pattern(300, 9));
+    EXPECT_EQ(theirs.info.finder.flags & 0x2008, 0x2008);
+}
+
+}  // namespace
+}  // namespace vellmark
