@@ -1,0 +1,36 @@
+// BinHex 4.0 (RFC 1741): a Macintosh file as text. It is only read, and always by way of MacBinary:
+// decoding gives a MacBinary file, whose forks are then read from there.
+//
+// The file is made of a header, the data fork and the resource fork, each with a checksum behind
+// it. The checksums choose between the two readings of a run that follows a run (see
+// BinHexRunRule): the first is tried, and the second where it turns a wrong checksum into a right
+// one.
+#pragma once
+
+#include "containers/fork_pair.hpp"
+
+namespace vellmark {
+
+/// What decoding found.
+struct BinHexOutcome {
+    ContainerFault fault = ContainerFault::None;
+    bool usable = false;  ///< the header was read, so that `info` tells what is there
+    MacFileInfo info;     ///< name, signature, Finder flags and lengths; no dates
+};
+
+/// The text "This file must be converted with BinHex 4.0" stands within the first 128 bytes, with
+/// no zero byte before it.
+[[nodiscard]] bool IsBinHexFile(ByteSource& text);
+
+/// Reads the header without the forks, however long it is. Faults: `NotThisFormat`, `HeaderCut`,
+/// `HeaderInvalid` (length of the name), `HeaderChecksum`, which leaves it usable.
+[[nodiscard]] BinHexOutcome PeekBinHexHeader(ByteSource& text);
+
+/// Writes the file in MacBinary form to `target`, from its byte 0. A file with wrong checksums and
+/// one that ends too soon are damaged but usable: what there is of them is written, and the lengths
+/// in the header are those that were told. Faults: those of the header, `DataForkCut`,
+/// `ResourceForkCut`, `DataChecksum`, `ResourceChecksum`, `TargetFailed`. The checksum of an empty
+/// resource fork may be missing. Memory stays the same whatever the lengths are.
+[[nodiscard]] BinHexOutcome DecodeBinHex(ByteSource& text, ByteSink& target);
+
+}  // namespace vellmark
