@@ -1,0 +1,85 @@
+// AppleSingle and AppleDouble (RFC 1740; big-endian): a Macintosh file as one PC file, or as the PC
+// file of its data fork with a sidecar `._NAME` beside it for all the rest.
+//
+// One peculiarity is kept on purpose: the dates are written as the volume has them, in seconds
+// since 1904, where the published format counts from 2000. Nothing here reads them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "containers/fork_pair.hpp"
+
+namespace vellmark {
+
+inline constexpr std::uint32_t kAppleSingleMagic = 0x00051600;
+inline constexpr std::uint32_t kAppleDoubleMagic = 0x00051607;
+inline constexpr std::uint32_t kAppleFileVersion = 0x00020000;
+
+/// What an entry holds, as far as it matters here.
+enum class AppleEntryId : std::uint32_t {
+    DataFork = 1,
+    ResourceFork = 2,
+    FileDates = 8,
+    FinderInfo = 9,
+};
+
+struct AppleFileHeader {
+    be32 magic;
+    be32 version;
+    std::uint8_t filler[16]{};  ///< zeros, or the name of the system that wrote it
+    be16 entryCount;
+};
+static_assert(sizeof(AppleFileHeader) == 26);
+
+struct AppleFileEntry {
+    be32 id;      ///< AppleEntryId
+    be32 offset;  ///< bytes from the start of the file
+    be32 length;  ///< bytes
+};
+static_assert(sizeof(AppleFileEntry) == 12);
+
+/// Seconds since 1904 in the time of the volume.
+struct AppleFileDates {
+    be32 created;
+    be32 modified;
+    be32 accessed;  ///< 80000000: not known, as on HFS
+    be32 backedUp;
+};
+static_assert(sizeof(AppleFileDates) == 16);
+
+/// The file begins with the magic of AppleSingle.
+[[nodiscard]] bool IsAppleSingleFile(ByteSource& file);
+/// The file begins with the magic of AppleDouble: it is a sidecar, if it has a sidecar's name.
+[[nodiscard]] bool IsAppleDoubleFile(ByteSource& file);
+
+/// The path of the sidecar: `._` before the last name of the path.
+[[nodiscard]] std::string SidecarPath(std::string_view path);
+/// The path has a sidecar that begins with the magic of AppleDouble.
+[[nodiscard]] bool IsAppleDoublePair(std::string_view path);
+
+/// The forks and the Finder information of an AppleSingle file. A fork without an entry is empty;
+/// of two entries for one thing the first counts. Faults: `NotThisFormat`, `HeaderCut`,
+/// `EntryOverlapsHeader`, `DataForkCut`, `ResourceForkCut`; all but the first two leave it usable.
+[[nodiscard]] MacContainer ReadSingleForks(ByteSource& file);
+/// The same of a sidecar; its data fork is the other file, and an entry for it is not looked at.
+[[nodiscard]] MacContainer ReadDoubleResource(ByteSource& sidecar);
+/// File type and creator from a file of either format; nothing when it is neither or has none. They
+/// may be eight zeros: then the file has no signature of its own.
+[[nodiscard]] std::optional<std::array<char, 8>> ReadFinderSignature(ByteSource& file);
+
+/// Writes an AppleSingle file whole: 74 bytes of header, dates, Finder information, resource fork,
+/// data fork. Name and lengths of `info` are not looked at. Faults: `ForkTooLong`, `SourceFailed`,
+/// `TargetFailed`.
+[[nodiscard]] ContainerFault WriteAppleSingle(ByteSink& target, const MacFileInfo& info,
+                                              ByteSource& data, ByteSource& resource);
+/// Writes the sidecar (62 bytes of header, dates, Finder information, resource fork), then the data
+/// fork to `target`. The same faults.
+[[nodiscard]] ContainerFault WriteAppleDouble(ByteSink& target, ByteSink& sidecar,
+                                              const MacFileInfo& info, ByteSource& data,
+                                              ByteSource& resource);
+
+}  // namespace vellmark
