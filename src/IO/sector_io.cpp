@@ -105,10 +105,13 @@ MediumContext::MediumContext() {
 
 ImageOpening OpenImage(MediumContext& context, const std::string& path) {
     ForgetMedium(context);
-    ImageOpening opening = OpenAs(context, path, PcFile::Mode::ReadWrite);
-    if (opening.result == OpenResult::Opened)
-        return opening;
-    opening = OpenAs(context, path, PcFile::Mode::Read);
+    const ImageOpening opening = OpenAs(context, path, PcFile::Mode::ReadWrite);
+    return opening.result == OpenResult::Opened ? opening : OpenImageForReading(context, path);
+}
+
+ImageOpening OpenImageForReading(MediumContext& context, const std::string& path) {
+    ForgetMedium(context);
+    ImageOpening opening = OpenAs(context, path, PcFile::Mode::Read);
     if (opening.result == OpenResult::Opened) {
         opening.result = OpenResult::OpenedReadOnly;
         context.readOnly = true;

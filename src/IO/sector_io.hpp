@@ -75,6 +75,8 @@ struct ImageOpening {
 /// Opens an image for reading and writing, or else for reading only with `readOnly` set. What the
 /// record knew of an earlier medium is forgotten first, and both slots lead to `TransferSectors`.
 [[nodiscard]] ImageOpening OpenImage(MediumContext& context, const std::string& path);
+/// The same for work that changes nothing: the file is never opened for writing.
+[[nodiscard]] ImageOpening OpenImageForReading(MediumContext& context, const std::string& path);
 /// Makes a new image, emptying a file of that name.
 [[nodiscard]] ImageOpening CreateImage(MediumContext& context, const std::string& path);
 /// Closes the image and empties the path.

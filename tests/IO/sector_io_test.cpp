@@ -120,6 +120,14 @@ TEST_F(SectorIo, BlocksBecomeSectorsIn64Bits) {
     EXPECT_EQ(BlockToSector(context_, 7), 7u) << "another kind of medium stays unmapped";
 }
 
+TEST_F(SectorIo, AnImageOpenForReadingIsNeverWritten) {
+    open(Pattern(512));
+    EXPECT_EQ(OpenImageForReading(context_, path_).result, OpenResult::OpenedReadOnly);
+    EXPECT_TRUE(context_.readOnly);
+    EXPECT_EQ(WriteSectors(context_.transferSlot, 0, Bytes(512)), 1);
+    EXPECT_EQ(OpenImageForReading(context_, folder_.path() + "/none").systemError, ENOENT);
+}
+
 TEST_F(SectorIo, OpeningTellsWhatCameOfIt) {
     EXPECT_EQ(OpenImage(context_, folder_.path() + "/none").systemError, ENOENT);
     EXPECT_EQ(OpenImage(context_, folder_.path()).systemError, EISDIR);
