@@ -42,6 +42,8 @@ IsoVolumeInfo InfoOf(const IsoVolumeDescriptor& descriptor, IsoTree tree) {
     info.bibliographicFile = IsoFieldText(View(descriptor.bibliographicFile), tree);
     info.created = IsoDateText(descriptor.created);
     info.modified = IsoDateText(descriptor.modified);
+    info.createdAt = IsoLongDateToUnix(descriptor.created);
+    info.modifiedAt = IsoLongDateToUnix(descriptor.modified);
     info.spaceSize = descriptor.spaceSize;
     info.blockSize = descriptor.blockSize;
     return info;

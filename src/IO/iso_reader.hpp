@@ -29,6 +29,8 @@ struct IsoVolumeInfo {
     std::string bibliographicFile;
     std::string created;          ///< see `IsoDateText`
     std::string modified;         ///< see `IsoDateText`
+    UnixSeconds createdAt = 0;    ///< the same instant; 0 when it is not given
+    UnixSeconds modifiedAt = 0;   ///< the same
     std::uint32_t spaceSize = 0;  ///< logical blocks
     std::uint32_t blockSize = 0;  ///< bytes of a logical block: 512, 1024 or 2048
 };

@@ -23,6 +23,33 @@ std::string_view View(const std::array<char, Size>& digits) {
     return {digits.data(), Size};
 }
 
+// The number of a field of digits; -1 when it has something else.
+template <std::size_t Size>
+int NumberOf(const std::array<char, Size>& digits) {
+    int number = 0;
+    for (const char digit : digits) {
+        if (!IsDigit(digit))
+            return -1;
+        number = number * 10 + (digit - '0');
+    }
+    return number;
+}
+
+// 0 when the parts are no date.
+UnixSeconds InstantOf(int year, int month, int day, int hour, int minute, int second, int zone) {
+    namespace chrono = std::chrono;
+    if (month < 0 || day < 0 || hour < 0 || minute < 0 || second < 0)
+        return 0;
+    const chrono::year_month_day date(chrono::year(year),
+                                      chrono::month(static_cast<unsigned>(month)),
+                                      chrono::day(static_cast<unsigned>(day)));
+    if (!date.ok() || hour > 23 || minute > 59 || second > 59)
+        return 0;
+    const UnixSeconds midnight =
+        UnixSeconds{chrono::sys_days(date).time_since_epoch().count()} * 86400;
+    return midnight + hour * 3600 + minute * 60 + second - zone * kZoneSeconds;
+}
+
 }  // namespace
 
 std::string IsoTextToUtf8(std::string_view bytes, IsoTree tree) {
@@ -62,12 +89,16 @@ std::string SafeIsoName(std::string name) {
 }
 
 UnixSeconds IsoDateToUnix(const IsoShortDate& date) {
-    using namespace std::chrono;
-    const year_month_day day(year(1900 + date.year), month(date.month), std::chrono::day(date.day));
-    if (!day.ok() || date.hour > 23 || date.minute > 59 || date.second > 59)
-        return 0;
-    const UnixSeconds midnight = UnixSeconds{sys_days(day).time_since_epoch().count()} * 86400;
-    return midnight + date.hour * 3600 + date.minute * 60 + date.second - date.zone * kZoneSeconds;
+    return InstantOf(1900 + date.year, date.month, date.day, date.hour, date.minute, date.second,
+                     date.zone);
+}
+
+UnixSeconds IsoLongDateToUnix(const IsoLongDate& date) {
+    const int year = NumberOf(date.year);
+    return year <= 0
+               ? 0
+               : InstantOf(year, NumberOf(date.month), NumberOf(date.day), NumberOf(date.hour),
+                           NumberOf(date.minute), NumberOf(date.second), date.zone);
 }
 
 std::string IsoDateText(const IsoLongDate& date) {

@@ -28,6 +28,8 @@ enum class IsoTree { Iso, Joliet };
 
 /// The instant of a directory record's date, 0 when the date cannot be one.
 [[nodiscard]] UnixSeconds IsoDateToUnix(const IsoShortDate& date);
+/// The instant of a descriptor's date, 0 when it is not given or cannot be one.
+[[nodiscard]] UnixSeconds IsoLongDateToUnix(const IsoLongDate& date);
 /// A descriptor's date as `2024-03-01 12:30:00.00 +01:00`, "" when it is not given.
 [[nodiscard]] std::string IsoDateText(const IsoLongDate& date);
 

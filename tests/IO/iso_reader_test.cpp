@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <string_view>
 #include <tuple>
 
 #include "IO/iso_image.hpp"
@@ -267,6 +269,22 @@ TEST(IsoText, DatesOutsideTheCalendarAreNone) {
           IsoShortDate{101, 13, 1, 0, 0, 0, 0}, IsoShortDate{101, 1, 1, 24, 0, 0, 0},
           IsoShortDate{101, 1, 1, 0, 60, 0, 0}})
         EXPECT_EQ(IsoDateToUnix(date), 0);
+}
+
+TEST(IsoText, DatesOfDescriptorsAreInstants) {
+    const auto date = [](std::string_view digits, std::int8_t zone) {
+        IsoLongDate made{};
+        std::memcpy(&made, digits.data(), 16);
+        made.zone = zone;
+        return IsoLongDateToUnix(made);
+    };
+    // date -u -d '2026-11-21 10:46:05 +01:00' +%s
+    EXPECT_EQ(date("2026112110460599", 4), 1'795'254'365);
+    EXPECT_EQ(date("1970010100000000", -4), 3600);
+    for (const char* none :
+         {"0000000000000000", "2026132110460500", "2026022900000000", "2026112124000000",
+          "2026112110600000", "20261121104 0500", "                ", "2026112110469900"})
+        EXPECT_EQ(date(none, 0), 0) << none;
 }
 
 TEST(IsoWalkGuard, EntersEachFolderOnceAndNotTooDeep) {
