@@ -85,6 +85,9 @@ bool FillHfsPlus(ConstByteSpan data, CatalogItem& item) {
     item.finderFlags = record.finderInfo.flags;
     item.created = FromMacGmt(record.creationDate);
     item.modified = FromMacGmt(record.contentModificationDate);
+    constexpr std::string_view kHardLink = "hlnkhfs+";
+    if (std::equal(kHardLink.begin(), kHardLink.end(), item.signature.begin()))
+        item.linkReference = record.permissions.special;
     item.data = HfsPlusFork(record.dataFork);
     item.resource = HfsPlusFork(record.resourceFork);
     return true;

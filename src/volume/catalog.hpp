@@ -25,6 +25,8 @@ struct CatalogItem {
     std::u16string hfsPlusName;       ///< HFS+: as the key has it
     std::uint32_t valence = 0;        ///< folders: items directly inside, as the record tells
     std::array<char, 8> signature{};  ///< files: type, then creator
+    /// HFS+: number of the file that holds the contents of this hard link; 0 for other files.
+    std::uint32_t linkReference = 0;
     std::uint16_t finderFlags = 0;
     UnixSeconds created = 0;
     UnixSeconds modified = 0;
