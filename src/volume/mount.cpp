@@ -187,7 +187,12 @@ bool MountRequest(VolumeContext& volume) {
     // A GUID table whose entries have other types: its first partition may hold a volume all the
     // same.
     const auto first = FirstGptSector(*volume.image);
-    return first && TryMount(volume, *first, 0, totalSectors);
+    if (first && TryMount(volume, *first, 0, totalSectors))
+        return true;
+    // Some makers of hybrid discs put an empty boot record in front of a volume that begins at the
+    // start of the disc. Such a bare volume is for reading only.
+    volume.readOnly = true;
+    return TryMount(volume, 0, 0, totalSectors);
 }
 
 bool OpenVolume(VolumeContext& volume, const std::string& path, Messages& messages) {
