@@ -20,6 +20,7 @@ struct CommandContext {
     bool showsProgress = false;   ///< the errors go to a terminal: a line may be drawn over
     std::string lockFolder = {};  ///< where the lock of batch commands lies
     Language language = Language::English;
+    int outputError = 0;  ///< the system's number of a failure to write results, once one is known
 };
 
 }  // namespace vellmark

@@ -12,7 +12,8 @@ namespace vellmark {
 namespace {
 
 // In the order in which the help lists them.
-const std::array kVerbs = {&kVerbMake, &kVerbNew, &kVerbAdd, &kVerbBuild};
+const std::array kVerbs = {&kVerbMake, &kVerbNew,  &kVerbAdd, &kVerbBuild, &kVerbInfo,
+                           &kVerbLs,   &kVerbTree, &kVerbGet, &kVerbFormat};
 
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";

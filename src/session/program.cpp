@@ -2,11 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
+
 #include "session/batch.hpp"
 #include "session/file_modes.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/pc_file.hpp"
 
 namespace vellmark {
 
@@ -41,9 +44,14 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
 
 int RunProgram(std::span<const std::string> arguments, CommandContext& context) {
     const int status = Run(arguments, context);
+    errno = 0;
     if (context.output.flush())
         return status;
-    context.errors << "vellmark: The result cannot be written to standard output.\n";
+    const int error = context.outputError != 0 ? context.outputError : errno;
+    // A reader that has seen enough, such as a pager, is no failure that wants a word.
+    if (error != EPIPE)
+        context.errors << "vellmark: The result cannot be written to standard output"
+                       << (error != 0 ? ": " + SystemErrorText(error) : "") << ".\n";
     return kExitFailed;
 }
 

@@ -35,8 +35,13 @@ struct Verb {
 
 extern const Verb kVerbAdd;
 extern const Verb kVerbBuild;
+extern const Verb kVerbFormat;
+extern const Verb kVerbGet;
+extern const Verb kVerbInfo;
+extern const Verb kVerbLs;
 extern const Verb kVerbMake;
 extern const Verb kVerbNew;
+extern const Verb kVerbTree;
 
 /// Whether the first argument is for `RunVerbs`: a verb, or an option that none of them owns.
 [[nodiscard]] bool IsVerbOrOption(std::string_view argument);

@@ -1,0 +1,69 @@
+// What the verbs that look into images share: the choice of a tree, results that a reader may stop
+// reading, and the way from what went wrong to an exit status.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "session/command_context.hpp"
+#include "session/image_view.hpp"
+#include "session/terminal.hpp"
+
+namespace vellmark {
+
+struct ViewOptions {
+    std::string image;
+    std::string as;  ///< keyword of a tree; empty for all
+};
+
+/// Declares IMAGE and `--as`, whose meaning without it is `otherwise`.
+void AddViewOptions(CLI::App& app, ViewOptions& options, std::string_view otherwise);
+
+/// One run of such a verb.
+struct ViewRun {
+    ViewRun(CommandContext& commandContext, bool quiet)
+        : context(commandContext), terminal(commandContext, TerminalOptionsOf(context, quiet)) {}
+
+    /// Opens the image and settles the trees that are asked for. False after a message.
+    [[nodiscard]] bool open(const ViewOptions& options);
+    /// A sentence about something damaged: the run goes on and fails at its end.
+    void problem(std::string_view sentence);
+    /// Writes a part of the result. False when nobody reads it any more or it cannot be written.
+    [[nodiscard]] bool put(std::string_view text);
+    /// Writes a value as JSON; bytes that are no UTF-8 become U+FFFD.
+    void putJson(const nlohmann::ordered_json& value);
+    [[nodiscard]] int exitStatus() const;
+
+    CommandContext& context;
+    Terminal terminal;
+    std::unique_ptr<ImageView> view;
+    std::vector<TreeView*> trees;
+    bool failed = false;
+};
+
+/// An entry that a path names in one of the trees.
+struct FoundEntry {
+    TreeView* tree = nullptr;
+    ViewEntry entry;
+};
+
+/// What the path names in each of the trees that has it. When none has it, or one is damaged on
+/// the way, that is told and makes the run fail.
+[[nodiscard]] std::vector<FoundEntry> FindInTrees(ViewRun& run, const std::string& path);
+
+/// `iso: LABEL (ISO 9660)`.
+[[nodiscard]] std::string TreeHeading(const TreeFacts& facts);
+/// `2026-11-21 10:46`, in UTC; `-` for none.
+[[nodiscard]] std::string DateText(const std::optional<UnixSeconds>& date);
+/// `2026-11-21T10:46:05Z`, or null.
+[[nodiscard]] nlohmann::ordered_json DateJson(const std::optional<UnixSeconds>& date);
+/// The keys that say which tree it is: `tree`, `format`, `label`.
+[[nodiscard]] nlohmann::ordered_json TreeJson(const TreeFacts& facts);
+
+}  // namespace vellmark

@@ -1,0 +1,133 @@
+// One view over everything that an image holds: its ISO 9660, Joliet and Macintosh trees, each read
+// in the same way. An image is opened for reading only. Nothing that it says is believed unseen:
+// what is damaged gives a sentence, and what can be read goes on.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "IO/iso_reader.hpp"
+#include "IO/recognition.hpp"
+#include "support/messages.hpp"
+#include "volume/catalog.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+enum class TreeKind {
+    Iso,
+    Joliet,
+    Hfs  ///< HFS or HFS+
+};
+
+/// `iso`, `joliet` or `hfs`.
+[[nodiscard]] std::string_view TreeKeyword(TreeKind kind);
+
+/// One file or folder of any tree.
+struct ViewEntry {
+    std::string name;  ///< UTF-8, a slash in it as `:`; empty for the root
+    std::string path;  ///< from the root, `/` between the names; empty for the root
+    bool isFolder = false;
+    bool isHidden = false;
+    std::uint64_t sizeBytes = 0;          ///< of the contents, or the data fork
+    std::uint64_t resourceBytes = 0;      ///< of the resource fork
+    std::optional<UnixSeconds> created;   ///< nothing where the tree has no such date
+    std::optional<UnixSeconds> modified;  ///< nothing when it is not given
+    std::string type;                     ///< UTF-8 of four letters; empty when there is none
+    std::string creator;                  ///< the same
+    std::uint64_t id = 0;                 ///< Macintosh: number in the catalog; else first block
+    std::variant<IsoEntry, CatalogItem> record;  ///< as the tree has it
+};
+
+/// What a tree tells about itself.
+struct TreeFacts {
+    TreeKind kind = TreeKind::Iso;
+    std::string format;  ///< "ISO 9660", "Joliet", "HFS", "HFS+" or "HFSX"
+    std::string label;   ///< UTF-8
+    std::uint32_t blockSize = 0;
+    std::uint64_t blockCount = 0;
+    std::optional<std::uint64_t> freeBlocks;   ///< nothing where a tree knows no free blocks
+    std::optional<std::uint64_t> fileCount;    ///< as the volume tells; nothing where it does not
+    std::optional<std::uint64_t> folderCount;  ///< without the root
+    std::optional<UnixSeconds> created;
+    std::optional<UnixSeconds> modified;
+    std::uint64_t endByte = 0;  ///< where the volume ends in the image
+    /// Further texts by their keys, those that are not empty.
+    std::vector<std::pair<std::string_view, std::string>> texts;
+
+    [[nodiscard]] std::uint64_t sizeBytes() const { return blockCount * blockSize; }
+};
+
+/// One tree. Failures come as a sentence in `problem`, which is "" when all went well.
+class TreeView {
+  public:
+    explicit TreeView(TreeFacts facts) : facts_(std::move(facts)) {}
+    virtual ~TreeView() = default;
+    TreeView(const TreeView&) = delete;
+    TreeView& operator=(const TreeView&) = delete;
+
+    [[nodiscard]] const TreeFacts& facts() const { return facts_; }
+
+    /// The entry of a path with `/` between the names, compared as the tree compares names; the
+    /// root for an empty path. Nothing with an empty `problem` when there is no such entry.
+    [[nodiscard]] std::optional<ViewEntry> find(std::string_view path, std::string& problem);
+    /// The entries of a folder in the order of the tree, those before a damaged place too.
+    [[nodiscard]] std::vector<ViewEntry> list(const ViewEntry& folder, std::string& problem);
+    /// The contents of a file, or its data fork. Nothing, with a sentence, when they cannot be
+    /// read. The image must outlive it.
+    [[nodiscard]] virtual std::unique_ptr<ByteSource> open(const ViewEntry& file,
+                                                           std::string& problem) = 0;
+
+  protected:
+    /// The same without the paths of entries. `path` has no empty parts.
+    [[nodiscard]] virtual std::optional<ViewEntry> findEntry(std::string_view path,
+                                                             std::string& problem) = 0;
+    [[nodiscard]] virtual std::vector<ViewEntry> listEntries(const ViewEntry& folder,
+                                                             std::string& problem) = 0;
+
+  private:
+    TreeFacts facts_;
+};
+
+class ImageView {
+  public:
+    /// Opens an image. Nothing, after a message that names the file and the reason, when it cannot
+    /// be read or holds no tree. The clock gives the zone of HFS dates and must outlive the view.
+    [[nodiscard]] static std::unique_ptr<ImageView> Open(const std::string& path,
+                                                         const Clock& clock, Messages& messages);
+
+    /// The trees that are there, in the order of `TreeKind`.
+    [[nodiscard]] const std::vector<std::unique_ptr<TreeView>>& trees() const { return trees_; }
+    /// The tree of a kind; null when it is not there.
+    [[nodiscard]] TreeView* tree(TreeKind kind) const;
+    /// The Macintosh partitions that the image's maps tell.
+    [[nodiscard]] const std::vector<PartitionEntry>& partitions() const { return partitions_; }
+    [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
+    /// A Macintosh volume is there and cannot be used.
+    [[nodiscard]] bool hasDamagedVolume() const { return damagedVolume_; }
+
+  private:
+    ImageView() = default;
+    void findTrees(const Clock& clock);
+    [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
+    [[nodiscard]] std::string whyEmpty();
+
+    VolumeContext volume_;
+    std::optional<IsoReader> iso_;
+    std::vector<PartitionEntry> partitions_;
+    std::vector<std::unique_ptr<TreeView>> trees_;
+    bool damagedVolume_ = false;
+};
+
+/// The trees of an image that can be mounted, for `ImageView`.
+[[nodiscard]] std::unique_ptr<TreeView> MakeIsoTreeView(IsoReader& reader, IsoTree tree,
+                                                        ByteSource& image);
+[[nodiscard]] std::unique_ptr<TreeView> MakeHfsTreeView(VolumeContext& volume, const Clock& clock);
+
+}  // namespace vellmark

@@ -1,0 +1,148 @@
+#include <fmt/format.h>
+
+#include <charconv>
+#include <memory>
+#include <optional>
+
+#include "IO/sector_io.hpp"
+#include "session/labels.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "support/texts.hpp"
+#include "volume/formatter.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "format";
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextTooLargeForDisk = 1474;
+
+struct FormatOptions {
+    std::string path;
+    std::string size;
+    std::string label;
+    bool hfsPlus = false;
+    bool zero = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+struct SizeUnit {
+    char letter;
+    std::uint64_t kilobytes;
+};
+
+constexpr SizeUnit kSizeUnits[] = {{'K', 1}, {'M', 1u << 10}, {'G', 1u << 20}, {'T', 1u << 30}};
+
+// Whole megabytes of `100`, `100M`, `1G` or `2048K`; nothing for any other text.
+std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc{})
+        return std::nullopt;
+    if (rest == end)
+        return number;
+    const std::string unit = AsciiUpper({rest, end});
+    for (const auto& [letter, kilobytes] : kSizeUnits) {
+        if (unit != std::string(1, letter) && unit != std::string{letter, 'B'})
+            continue;
+        if (number > UINT64_MAX / kilobytes || number * kilobytes % 1024 != 0)
+            return std::nullopt;
+        return number * kilobytes / 1024;
+    }
+    return std::nullopt;
+}
+
+// Why no volume can be so large; "" when one can.
+std::string SizeRefusal(const FormatOptions& options, std::optional<std::uint64_t> megabytes) {
+    if (!megabytes)
+        return fmt::format("{} is no size in whole megabytes, such as 100M or 2G.",
+                           Printable(options.size));
+    const std::uint32_t most = options.hfsPlus ? kLargestHfsPlusVolumeMb : kLargestHfsVolumeMb;
+    if (*megabytes >= kSmallestVolumeMb && *megabytes <= most)
+        return {};
+    return fmt::format("An {} volume can have {} to {} MB, not {}.",
+                       options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb, most, *megabytes);
+}
+
+bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
+    switch (CheckTargetRoom(FolderOf(path), bytes)) {
+        case TargetRoom::Fits:
+            return true;
+        case TargetRoom::TooLargeForFileSystem:
+            messages.showMessage(Text(kTextTooLargeForDisk));
+            return false;
+        case TargetRoom::NoRoom:
+            break;
+    }
+    messages.showMessage(Text(kTextNoRoom));
+    return false;
+}
+
+bool WriteVolume(const FormatInput& input, const std::string& path, bool replace,
+                 const Clock& clock, Terminal& terminal) {
+    TargetFile target(path);
+    int error = target.file().error();
+    if (target.file().isOpen()) {
+        const FormatResult result = FormatVolume(input, target.file(), clock, terminal.progress);
+        if (result == FormatResult::Stopped || StopSignals::requested()) {
+            terminal.messages.showMessage("Stopped as you wished; nothing was made.");
+            return false;
+        }
+        error =
+            result == FormatResult::Done ? target.publish(replace, true) : target.file().error();
+    }
+    if (error != 0)
+        terminal.messages.showMessage(
+            fmt::format("{} cannot be made: {}.", Printable(path), SystemErrorText(error)));
+    return error == 0;
+}
+
+int Format(const FormatOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    const std::optional<std::uint64_t> megabytes = MegabytesOf(options.size);
+    if (const std::string refusal = SizeRefusal(options, megabytes); !refusal.empty())
+        return UsageError(context, kName, refusal);
+    const std::string path = FollowLink(options.path);
+    const auto label = CheckedLabel(options.label, options.hfsPlus, terminal.messages);
+    if (!label || !MayMakeFile(path, options.force, terminal.messages))
+        return kExitFailed;
+    const FormatInput input{*label, static_cast<std::uint32_t>(*megabytes), options.zero,
+                            options.hfsPlus};
+    const std::uint64_t bytes = FormattedBytes(input);
+    if (!HasRoom(path, bytes, terminal.messages) ||
+        !WriteVolume(input, path, options.force, context.clock, terminal))
+        return kExitFailed;
+    terminal.progress.clear();
+    if (!options.quiet)
+        context.output << Printable(options.path) << ": empty "
+                       << (options.hfsPlus ? "HFS+" : "HFS") << " volume, " << bytes << " bytes\n";
+    return kExitDone;
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<FormatOptions>();
+    app.add_option("IMAGE", options->path, "Image to make")->required();
+    app.add_option("-s,--size", options->size,
+                   "Size of the volume in whole megabytes: 100, 100M, 2G, 2048K")
+        ->required();
+    app.add_option("-l,--label", options->label, "Name of the volume")->required();
+    app.add_flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
+    app.add_flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
+    app.add_flag("-f,--force", options->force, "Replace an existing image");
+    app.add_flag("-q,--quiet", options->quiet, "No progress, no result line");
+    run = [options](CommandContext& context) { return Format(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbFormat = {kName, "mkfs", "Make an image with an empty volume",
+                          "vellmark format work.img --size 100M --label Work", SetUp};
+
+}  // namespace vellmark
