@@ -1,0 +1,90 @@
+// Whatever an image says, reading it ends: with the whole result, with a sentence, and never in a
+// crash, for ever, or outside the folder that was named.
+#include <random>
+
+#include "session/reading_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Bytes;
+using test::ReadingTest;
+using test::Write;
+
+constexpr int kRounds = 60;
+
+class DamagedImageTest : public ReadingTest {
+  protected:
+    // Every verb once; what it leaves on the PC stays below `out`.
+    void readAll(const std::string& what) {
+        const std::vector<std::vector<std::string>> lines = {
+            {"info", "bad.iso"},
+            {"ls", "bad.iso", "-lR"},
+            {"ls", "bad.iso", "-R", "--json"},
+            {"tree", "bad.iso"},
+            {"get", "bad.iso", "/", "-o", "out/joliet", "--as", "joliet"},
+            {"get", "bad.iso", "/", "Sub Folder/Deep", "-o", "out"}};
+        fs::remove_all("out");
+        fs::create_directories("out");
+        for (const auto& line : lines) {
+            const int status = run(line);
+            EXPECT_TRUE(status == 0 || status == 1 || status == 3) << what << status << line[0];
+            EXPECT_EQ(status == 0, err_.empty()) << what << ": " << err_;
+            if (line.back() == "--json" && !out_.empty()) {
+                EXPECT_TRUE(nlohmann::json::accept(out_)) << what;
+            }
+        }
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator("."))
+            names.insert(entry.path().filename().string());
+        EXPECT_EQ(names, (std::set<std::string>{"bad.iso", "disc.iso", "in", "out"})) << what;
+        std::set<std::string> above;
+        for (const auto& entry : fs::directory_iterator(root()))
+            above.insert(entry.path().filename().string());
+        EXPECT_EQ(above, (std::set<std::string>{"lock", "work"})) << what;
+    }
+};
+
+TEST_F(DamagedImageTest, FlippedBytesOfAHybrid) {
+    const char* given = std::getenv("VELLMARK_SEED");
+    const unsigned seed =
+        given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : 19'840'124u;
+    std::mt19937 random(seed);
+    Write("in/Sub Folder/large.bin", "few bytes, as damage is to meet the tables");
+    for (const char* format : {"--postgap", "--hfsplus"}) {
+        make("disc.iso", {"--force", format});
+        const std::string whole = Bytes("disc.iso");
+        // Bytes that are 0 mostly fill up.
+        std::vector<std::size_t> places;
+        for (std::size_t at = 0; at < whole.size(); ++at)
+            if (whole[at] != 0)
+                places.push_back(at);
+        for (int round = 0; round < kRounds; ++round) {
+            std::string bad = whole;
+            std::string what = "seed " + std::to_string(seed) + " " + format + " round " +
+                               std::to_string(round) + " bytes";
+            for (auto flips = 1 + random() % 6; flips > 0; --flips) {
+                const std::size_t at = places[random() % places.size()] + random() % 3;
+                const auto value = static_cast<char>(random() % 3 == 0 ? 0xFF : random() % 256);
+                if (at < bad.size())
+                    bad[at] = value;
+                what += " " + std::to_string(at);
+            }
+            Write("bad.iso", bad);
+            readAll(what);
+        }
+    }
+}
+
+TEST_F(DamagedImageTest, AnImageCutAnywhere) {
+    make("disc.iso", {"--hfsplus"});
+    const std::string whole = Bytes("disc.iso");
+    for (std::size_t cut = 1; cut < whole.size(); cut += 1 + whole.size() / 40) {
+        Write("bad.iso", whole.substr(0, cut));
+        readAll("cut at " + std::to_string(cut));
+    }
+}
+
+}  // namespace
+}  // namespace vellmark
