@@ -53,11 +53,14 @@ bool BinHexReader::fillText() {
 }
 
 bool BinHexReader::fillBytes() {
-    bytes_.clear();
     bytesAt_ = 0;
-    while (bytes_.empty()) {
-        if (pieceAt_ == piece_.size() && !fillText())
+    std::size_t count = 0;
+    while (count == 0) {
+        if (pieceAt_ == piece_.size() && !fillText()) {
+            bytes_.clear();
             return false;
+        }
+        bytes_.resize(piece_.size());
         for (; pieceAt_ < piece_.size(); ++pieceAt_) {
             const std::uint8_t value = kValues[piece_[pieceAt_]];
             if (value == kPassedOver)
@@ -67,9 +70,10 @@ bool BinHexReader::fillBytes() {
             if (bitCount_ < 8)
                 continue;
             bitCount_ -= 8;
-            bytes_.push_back(static_cast<std::uint8_t>(bits_ >> bitCount_));
+            bytes_[count++] = static_cast<std::uint8_t>(bits_ >> bitCount_);
         }
     }
+    bytes_.resize(count);
     return true;
 }
 
@@ -109,16 +113,22 @@ std::size_t BinHexReader::read(std::span<std::uint8_t> out) {
             done += count;
             continue;
         }
-        const int byte = nextByte();
-        if (byte < 0)
+        if (bytesAt_ == bytes_.size() && !fillBytes())
             break;
-        if (byte == kMarker) {
-            if (!startRun())
-                break;
+        const auto from = bytes_.begin() + static_cast<std::ptrdiff_t>(bytesAt_);
+        const auto limit = std::min(out.size() - done, bytes_.size() - bytesAt_);
+        const auto end = std::find(from, from + static_cast<std::ptrdiff_t>(limit), kMarker);
+        std::copy(from, end, out.begin() + static_cast<std::ptrdiff_t>(done));
+        const auto count = static_cast<std::size_t>(end - from);
+        done += count;
+        bytesAt_ += count;
+        if (count > 0)
+            lastRead_ = lastWritten_ = out[done - 1];
+        if (count == limit)
             continue;
-        }
-        lastRead_ = lastWritten_ = static_cast<std::uint8_t>(byte);
-        out[done++] = static_cast<std::uint8_t>(byte);
+        ++bytesAt_;
+        if (!startRun())
+            break;
     }
     return done;
 }
