@@ -268,7 +268,9 @@ TEST(BundleBit, IsFoundInTheTypeList) {
     EXPECT_FALSE(HasBundleResource(elsewhere));
     MemoryBytes without(ResourceFork(256, {"CODE", "DLBN"}));
     EXPECT_FALSE(HasBundleResource(without));
-    MemoryBytes none(ResourceFork(256, {}));  // FFFF
+    Bytes countOfNone = ResourceFork(256, {"BNDL"});
+    countOfNone[328] = countOfNone[329] = 0xFF;  // what follows the count is no type
+    MemoryBytes none(countOfNone);
     EXPECT_FALSE(HasBundleResource(none));
 
     Bytes lying = ResourceFork(256, {"CODE"});
