@@ -49,17 +49,20 @@ class Compiler {
     CompileResult run() {
         if (!settleMode())
             return CompileResult::Empty;
-        if (!settleLabels())
-            return CompileResult::TargetFailed;
+        settleLabels();
         context_.progress.text(Text(kTextPreliminary));
         if (!plan() || !layOut())
             return CompileResult::CopyFailed;
-        return hasRoom() ? write() : CompileResult::NoRoom;
+        const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
+        // What was settled about the project is kept when the image is there, and not before.
+        if (result == CompileResult::Done && projectChanged_ && !saveProject())
+            return CompileResult::ProjectNotSaved;
+        return result;
     }
 
   private:
     bool settleMode();
-    bool settleLabels();
+    void settleLabels();
     bool saveProject();
     bool plan();
     bool layOut();
@@ -102,12 +105,15 @@ class Compiler {
     BuiltCatalog catalog_;
     std::optional<MemoryNodes> catalogNodes_;
     std::uint64_t fileBlocks_ = 0;  // allocation blocks of all files
+    bool projectChanged_ = false;   // labels or format were settled here
 };
 
 // What is built: where one of the two sides would be empty, the other alone.
 bool Compiler::settleMode() {
     const ProjectTotals totals = context_.project.totals();
+    const bool wasHfsPlus = context_.project.header().isHfsPlus();
     TurnToHfsPlusIfTooMany(context_.project, totals, context_.messages);
+    projectChanged_ = context_.project.header().isHfsPlus() != wasHfsPlus;
     ImageKind kind = context_.kind;
     if (totals.isoRecords == 0 && totals.hfsRecords == 0) {
         context_.messages.showMessage(Text(kTextEmpty));
@@ -129,10 +135,10 @@ bool Compiler::settleMode() {
 }
 
 // A project that was never named takes the name of its image.
-bool Compiler::settleLabels() {
+void Compiler::settleLabels() {
     ProjectHeader& header = context_.project.header();
     if (header.isoLabel() != kUntitled)
-        return true;
+        return;
     std::string name = context_.targetPath.substr(context_.targetPath.find_last_of('/') + 1);
     const std::size_t dot = name.find_last_of('.');
     if (dot != std::string::npos && dot > 0)
@@ -140,7 +146,7 @@ bool Compiler::settleLabels() {
     const std::string label = Utf8ToNarrow(name);
     header.setIsoLabel(label);
     header.setHfsLabel(header.isHfsPlus() ? label : AnsiToMacName(label));
-    return saveProject();
+    projectChanged_ = true;
 }
 
 // A project that has no file yet, as one that is made for this image alone, gets none.
@@ -153,7 +159,8 @@ bool Compiler::turnToHfsPlus() {
     TurnToHfsPlus(context_.project, context_.messages,
                   "HFS cannot hold this project with any allocation block size.");
     context_.mode = HasIso(context_.mode) ? CompileMode::HybridHfsPlus : CompileMode::PureHfsPlus;
-    return saveProject() && plan();
+    projectChanged_ = true;
+    return plan();
 }
 
 bool Compiler::plan() {

@@ -39,12 +39,13 @@ enum class CompileMode : int {
 
 enum class CompileResult : int {
     Done = 0,
-    Aborted = -1,       ///< stopped by the user
-    CopyFailed = -2,    ///< a source could not be read, or the target not written
-    TablesFailed = -3,  ///< the temporary tables could not be made
-    NoRoom = -4,        ///< the target's disk is too small
-    Empty = -5,         ///< nothing to put into the image
-    TargetFailed = -6   ///< the target cannot be created
+    Aborted = -1,         ///< stopped by the user
+    CopyFailed = -2,      ///< a source could not be read, or the target not written
+    TablesFailed = -3,    ///< the temporary tables could not be made
+    NoRoom = -4,          ///< the target's disk is too small
+    Empty = -5,           ///< nothing to put into the image
+    TargetFailed = -6,    ///< the target cannot be created
+    ProjectNotSaved = -7  ///< the image is there, but what it settled about the project is lost
 };
 
 /// What the person asked for.
