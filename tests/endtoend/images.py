@@ -1,0 +1,83 @@
+"""The five kinds of image, and what the strict readers say of one."""
+
+import re
+from collections import Counter
+from dataclasses import dataclass
+
+from readers.examine import Examination
+from readers.hfs import HfsVolume
+from readers.iso9660 import IsoImage
+from readers.window import load_image
+
+BLOCK = 2048
+
+# Kept on purpose: the identifier of a file without an extension has no point.
+KEPT = re.compile(r"ISO 9660: iso .*'[A-Z0-9_]{1,8};1': identifier that ECMA-119 does not allow")
+
+
+@dataclass(frozen=True)
+class Kind:
+    """A kind of image: its options, and the trees that it holds."""
+
+    name: str
+    options: tuple
+    views: tuple
+
+
+KINDS = (Kind("hybrid-hfs", (), ("iso", "joliet", "hfs")),
+         Kind("hybrid-hfsplus", ("--hfsplus",), ("iso", "joliet", "plus")),
+         Kind("iso", ("--kind", "iso"), ("iso", "joliet")),
+         Kind("hfs", ("--kind", "hfs"), ("hfs",)),
+         Kind("hfsplus", ("--kind", "hfs", "--hfsplus"), ("plus",)))
+
+
+class Image:
+    """An image through the strict readers."""
+
+    def __init__(self, path):
+        self.path = path
+        self.bytes = load_image(path)
+        self.examination = Examination(self.bytes)
+        self.iso = self._one(lambda reader: isinstance(reader, IsoImage))
+        self.volume = self._one(lambda reader: not isinstance(reader, IsoImage))
+
+    def _one(self, wanted):
+        found = [reader for reader in self.examination.readers.values() if wanted(reader)]
+        return found[0] if found else None
+
+    @property
+    def problems(self):
+        """What is wrong with the image."""
+        return [text for text in self.examination.problems if not KEPT.match(text)]
+
+    @property
+    def volume_sector(self):
+        """The 512-byte sector at which the Macintosh volume begins."""
+        return self.volume.window.start // 512
+
+    def iso_files(self, tree):
+        """{path without version: entry} of the files of 'iso' or 'joliet'."""
+        return {entry.path[:-1] + (entry.path[-1].removesuffix(";1"),): entry
+                for entry in self.iso.walk(tree) if not entry.is_folder}
+
+    def iso_folders(self, tree):
+        """The paths of the folders."""
+        return {entry.path for entry in self.iso.walk(tree) if entry.is_folder}
+
+    def mac_files(self):
+        """{path: entry} of the files of the volume."""
+        return {entry.path: entry for entry in self.volume.walk() if not entry.is_folder}
+
+    def mac_folders(self):
+        """The paths of its folders."""
+        return {entry.path for entry in self.volume.walk() if entry.is_folder}
+
+    def mac_place(self, entry):
+        """The byte of the image at which the data of a file begins."""
+        start, _ = entry.data.extents[0]
+        base = self.volume.mdb.drAlBlSt * 512 if isinstance(self.volume, HfsVolume) else 0
+        return self.volume.window.start + base + start * self.volume.block_size
+
+    def block_counts(self):
+        """How often each block of bytes occurs in the image."""
+        return Counter(self.bytes[at:at + BLOCK] for at in range(0, len(self.bytes), BLOCK))

@@ -1,0 +1,188 @@
+"""Other programs that read the images: each function gives what one of them sees.
+
+Files come as {path: bytes} with paths as tuples of names. isoinfo, xorriso and 7zz read ISO 9660
+and Joliet; 7zz and the tools of the Sleuth Kit read HFS Plus; hfsutils reads HFS; grub-fstest
+reads all of them, and finds names by key, so that it sees a tree that is in the wrong order.
+"""
+
+import os
+import re
+import struct
+import subprocess
+from dataclasses import dataclass
+
+from program import environment
+
+
+class JudgeError(AssertionError):
+    """A judge could not read the image."""
+
+
+def _run(*arguments, home=None, allowed=(0,)):
+    result = subprocess.run([os.fsencode(part) for part in arguments], capture_output=True,
+                            stdin=subprocess.DEVNULL, timeout=300, check=False,
+                            env=environment(TZ="UTC", HOME=home))
+    if result.returncode not in allowed:
+        raise JudgeError(f"{arguments}: status {result.returncode}, "
+                         f"{(result.stderr or result.stdout)[-600:].decode(errors='replace')}")
+    return result.stdout
+
+
+def _folder_contents(root):
+    """The files below a folder of the PC, their dates, and the folders."""
+    files, dates, folders = {}, {}, set()
+    for place, below, names in os.walk(root):
+        path = tuple(os.path.relpath(place, root).split(os.sep)) if str(place) != str(root) else ()
+        folders.update(path + (name,) for name in below)
+        for name in names:
+            full = os.path.join(place, name)
+            with open(full, "rb") as file:
+                files[path + (name,)] = file.read()
+            dates[path + (name,)] = int(os.stat(full).st_mtime)
+    return files, dates, folders
+
+
+def xorriso(image, out, tree):
+    """(files, dates, folders) that xorriso extracts from the 'iso' or 'joliet' tree."""
+    mode = {"iso": "nojoliet", "joliet": "norock"}[tree]
+    _run("xorriso", "-abort_on", "FAILURE", "-report_about", "FAILURE", "-osirrox", "on",
+         "-read_fs", mode, "-indev", image, "-extract", "/", out)
+    return _folder_contents(out)
+
+
+def seven_zip(image, out, kind):
+    """(files, dates, folders) that 7zz extracts as 'iso' or 'hfs' (Plus only)."""
+    # Status 1 is its remark that the volume does not begin with the file.
+    _run("7zz", "x", "-bd", "-y", f"-t{kind}", f"-o{out}", image,
+         allowed=(0, 1) if kind == "hfs" else (0,))
+    if kind == "hfs":
+        # Everything lies in a folder with the name of the volume.
+        (volume,) = os.listdir(out)
+        return _folder_contents(os.path.join(out, volume))
+    return _folder_contents(out)
+
+
+def isoinfo_list(image, *options):
+    """The paths that isoinfo finds, as it writes them."""
+    text = _run("isoinfo", *options, "-f", "-i", image).decode("iso8859-1")
+    return [line for line in text.splitlines() if line]
+
+
+def isoinfo_file(image, path, *options):
+    """The bytes of one file."""
+    return _run("isoinfo", *options, "-i", image, "-x", path.encode("iso8859-1"))
+
+
+@dataclass
+class MacFile:
+    """A file as hfsutils copies it out, in MacBinary form (its published layout)."""
+
+    type: bytes
+    creator: bytes
+    created: int
+    modified: int
+    finder_flags: int
+    data: bytes
+    rsrc_size: int
+
+
+def _mac_binary(raw):
+    data_size, rsrc_size, created, modified = struct.unpack_from(">4I", raw, 83)
+    return MacFile(raw[65:69], raw[69:73], created, modified, raw[73] << 8 | raw[101],
+                   raw[128:128 + data_size], rsrc_size)
+
+
+def hfs_utils(image, out):
+    """(what hmount says, folders, {path: MacFile}) of the HFS volume, copied to the new `out`."""
+    os.mkdir(out)
+    about = _run("hmount", image, home=out).decode("mac_roman")
+    try:
+        listing = _run("hls", "-1aFRN", home=out).decode("mac_roman")
+        files, folders = _parse_listing(listing.splitlines())
+        found = {}
+        for number, (folder, names) in enumerate(files.items()):
+            found |= _copy_folder(folder, names, os.path.join(out, str(number)), out)
+    finally:
+        _run("humount", image, home=out)
+    return about, folders, found
+
+
+def hfs_utils_list(image, home):
+    """(folders, paths of files) of the HFS volume."""
+    _run("hmount", image, home=home)
+    try:
+        listing = _run("hls", "-1aFRN", home=home).decode("mac_roman")
+    finally:
+        _run("humount", image, home=home)
+    files, folders = _parse_listing(listing.splitlines())
+    return folders, [(*folder, name) for folder, names in files.items() for name in names]
+
+
+def _parse_listing(lines):
+    files, folders, here = {}, set(), ()
+    for line in lines:
+        if line.startswith(":") and line.endswith(":"):
+            here = tuple(line[1:-1].split(":"))
+        elif line.endswith(":"):
+            folders.add(here + (line[:-1],))
+        elif line:
+            files.setdefault(here, []).append(line)
+    return files, folders
+
+
+def _copy_folder(folder, names, target, home):
+    os.mkdir(target)
+    # hcopy takes patterns.
+    wanted = [b":" + re.sub(rb"([*?\[\]{}\\])", rb"\\\1",
+                            ":".join((*folder, name)).encode("mac_roman")) for name in names]
+    for at in range(0, len(wanted), 500):
+        _run("hcopy", "-m", *wanted[at:at + 500], target, home=home)
+    found = {}
+    for name in names:
+        # A blank becomes an underscore on the PC.
+        copy = name.encode("mac_roman").replace(b" ", b"_") + b".bin"
+        with open(os.path.join(os.fsencode(target), copy), "rb") as file:
+            found[(*folder, name)] = _mac_binary(file.read())
+    return found
+
+
+@dataclass
+class SleuthFile:
+    """One line of fls."""
+
+    number: str
+    size: int
+    modified: int
+
+
+def sleuth_list(image, sector):
+    """({path: SleuthFile}, folders) of the HFS Plus volume at a 512-byte sector."""
+    files, folders = {}, set()
+    text = _run("fls", "-r", "-p", "-m", "", "-o", str(sector), image).decode()
+    for line in text.splitlines():
+        _, name, number, mode, _, _, size, _, modified, *_ = line.split("|")
+        path = tuple(name.removeprefix("/").split("/"))
+        if path[0].startswith("$"):
+            continue
+        if mode.startswith("d"):
+            folders.add(path)
+        else:
+            files[path] = SleuthFile(number, int(size), int(modified))
+    return files, folders
+
+
+def sleuth_read(image, sector, number):
+    """The bytes of a file."""
+    return _run("icat", "-o", str(sector), image, number)
+
+
+def sleuth_type(image, sector, number):
+    """(type, creator) of a file."""
+    text = _run("istat", "-o", str(sector), image, number).decode()
+    return tuple(bytes.fromhex(re.search(rf"File {what}:\s+([0-9a-f]{{8}})", text).group(1))
+                 for what in ("type", "creator"))
+
+
+def grub_read(image, device, path):
+    """The bytes of a file that GRUB finds by its name."""
+    return _run("grub-fstest", image, "cat", f"({device})/" + "/".join(path))

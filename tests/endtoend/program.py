@@ -1,0 +1,80 @@
+"""Runs the program that is tested, away from the settings and the time zone of whoever tests."""
+
+import os
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+VELLMARK = os.environ.get("VELLMARK", "vellmark")
+
+# Central Europe with its summer time, told in full: it needs no time zone files.
+ZONE = "CET-1CEST,M3.5.0,M10.5.0/3"
+BUILD_TIME = 1_100_000_000
+
+DONE, FAILED, USAGE, SKIPPED = 0, 1, 2, 3
+
+
+def environment(**changes):
+    """A fixed environment for the program and its judges; a change to None leaves one out."""
+    values = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "TZ": ZONE,
+              "SOURCE_DATE_EPOCH": str(BUILD_TIME)}
+    values.update({name: os.environ[name] for name in
+                   ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH") if name in os.environ})
+    values.update(changes)
+    return {name: value for name, value in values.items() if value is not None}
+
+
+def local_offset(moment):
+    """Seconds that ZONE is ahead of UTC at `moment`."""
+    before = os.environ.get("TZ")
+    os.environ["TZ"] = ZONE
+    time.tzset()
+    try:
+        return time.localtime(moment).tm_gmtoff
+    finally:
+        if before is None:
+            del os.environ["TZ"]
+        else:
+            os.environ["TZ"] = before
+        time.tzset()
+
+
+class Case(unittest.TestCase):
+    """A test with a folder of its own and ways to run the program in it."""
+
+    longMessage = True
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        held = tempfile.TemporaryDirectory(prefix="vellmark-test-")
+        cls.addClassCleanup(held.cleanup)
+        cls.work = Path(held.name)
+        (cls.work / "home").mkdir()
+
+    @classmethod
+    def vellmark(cls, *arguments, **changes):
+        """Runs the program; gives what it wrote and its exit status."""
+        changes.setdefault("HOME", str(cls.work / "home"))
+        return subprocess.run([VELLMARK, *map(os.fspath, arguments)], env=environment(**changes),
+                              capture_output=True, cwd=cls.work, stdin=subprocess.DEVNULL,
+                              timeout=300, check=False)
+
+    @classmethod
+    def make(cls, source, image, *options, **changes):
+        """Makes an image that must come out without a word on standard error."""
+        result = cls.vellmark("make", source, "-o", image, *options, **changes)
+        if result.returncode != DONE or result.stderr:
+            raise AssertionError(f"make {options}: status {result.returncode}, "
+                                 f"{result.stderr.decode(errors='replace')}")
+        return Path(image)
+
+    def assert_same_tree(self, expected, got):
+        """Two dictionaries of path and bytes; the message names paths, never contents."""
+        self.assertEqual(([], []), (sorted(expected.keys() - got.keys()),
+                                    sorted(got.keys() - expected.keys())),
+                         "files that are missing, and files that should not be there")
+        different = [path for path in expected if expected[path] != got[path]]
+        self.assertEqual([], different, "files whose bytes differ")

@@ -1,0 +1,211 @@
+"""The folder of PC files that goes into the images, and what each view must call its files.
+
+The names that the views must show are written out by hand where they differ from those on the PC;
+the four digits of a fallback name are the CRC-16 of the narrow name (polynomial 1021, initial
+value 0), low nibble first.
+"""
+
+import binascii
+import os
+import random
+import unicodedata
+from dataclasses import dataclass
+
+from program import local_offset
+
+MAC_EPOCH = 2_082_844_800       # seconds from 1904 to 1970
+MAC_LAST = 0xFFFFFFFF
+MANY = 2000
+SUMMER_2001, WINTER_2001 = 1_004_229_000, 1_004_232_600     # 02:30 twice, the clock is set back
+DATES = {"new": None, "old": 915_148_800, "ancient": -2_147_483_648, "far": 2_840_140_800,
+         "summer": SUMMER_2001, "winter": WINTER_2001}
+
+
+def crc_digits(name):
+    """The four digits of a fallback name."""
+    return f"{binascii.crc_hqx(name.encode('cp1252'), 0):04X}"[::-1]
+
+
+def decomposed(name):
+    """The form of names on HFS Plus, for the letters that occur here."""
+    return unicodedata.normalize("NFD", name)
+
+
+@dataclass
+class Name:
+    """How a name of the PC appears in each view; None where the view does not show the file."""
+
+    source: str
+    joliet: str
+    hfs: str
+    plus: str
+
+    def __init__(self, source, joliet="", hfs="", plus=""):
+        self.source = source
+        self.joliet = source if joliet == "" else joliet
+        self.hfs = source if hfs == "" else hfs
+        self.plus = plus if plus != "" else decomposed(source)
+
+
+def _long_names():
+    """Names that views must cut, and those that are the same once they are cut."""
+    stem = "Quarterly report on the state of the harbour "      # 45 letters
+    wide = stem + "with maps and tables, "                       # 67 letters
+    one, two = stem + "one.txt", stem + "two.txt"
+    yes, no = wide + "final.text", wide + "draft.text"
+    fits = "thirty-one letters fit in HFS!!"
+    over = "thirty-one letters fit in HFS!!!"
+    return [
+        Name(one, hfs=stem[:27] + ".txt"),
+        Name(two, hfs=stem[:22] + "-" + crc_digits(two) + ".txt"),
+        Name(no, joliet=wide[:57] + ".text", hfs=stem[:26] + ".text", plus=wide[:57] + ".text"),
+        Name(yes, joliet=wide[:26] + "-" + crc_digits(yes) + ".text",
+             hfs=stem[:21] + "-" + crc_digits(yes) + ".text",
+             plus=wide[:26] + "-" + crc_digits(yes) + ".text"),
+        Name(fits),
+        Name(over, hfs=over[:26] + "-" + crc_digits(over)),
+        Name("x" * 62, hfs="x" * 31),
+        Name("y" * 63, joliet="y" * 62, hfs="y" * 31, plus="y" * 62),
+    ]
+
+
+ODD_NAMES = [
+    Name("Grüße aus Köln.txt"), Name("façade à gauche.txt"), Name("Ångström.txt"), Name("ÿ.txt"),
+    Name("œuvre.txt"), Name("two words"), Name("trailing dot."), Name("many.dots.in.it.txt"),
+    Name("README"), Name("readme", hfs="readme-" + crc_digits("readme"),
+                         plus="readme-" + crc_digits("readme")),
+    Name("Éclair"), Name("éclair", hfs="éclair-" + crc_digits("éclair"),
+                         plus=decomposed("éclair-" + crc_digits("éclair"))),
+    Name("a*b", joliet="a_b"), Name("semi;colon", joliet="semi_colon"),
+    Name("co:lon", joliet="co_lon", hfs="co_lon", plus="co_lon"),
+    Name(".hidden"), Name("percent %s %n"), Name("quote's \"name\""), Name("-dash"),
+    # Outside Windows-1252: HFS shows the 8.3 name, of which only the form is known. A question
+    # mark stands in the narrow form for what it lacks, and counts as that where it is meant too.
+    Name("what?", joliet="what_", hfs=None),
+    Name("日本語.txt", hfs=None), Name("Ωmega", hfs=None), Name("emoji 😀.txt", hfs=None),
+    Name("чертёж.txt", hfs=None),
+    Name("setup.exe"),
+]
+
+
+@dataclass
+class SourceFile:
+    """One file on the PC."""
+
+    path: tuple
+    content: bytes
+    modified: int
+
+    @property
+    def hidden(self):
+        """Whether the PC hides it."""
+        return self.path[-1].startswith(".")
+
+    @property
+    def mac_gmt(self):
+        """Its date on HFS Plus: the nearest that the format can hold."""
+        return min(max(self.modified + MAC_EPOCH, 0), MAC_LAST)
+
+    @property
+    def mac_local(self):
+        """Its date on HFS."""
+        return min(max(self.modified + local_offset(self.modified) + MAC_EPOCH, 0), MAC_LAST)
+
+
+class SourceTree:
+    """Makes the tree under `root`; the contents come from a fixed seed."""
+
+    def __init__(self, root):
+        self.root = root
+        self.random = random.Random(1904)
+        self.files = []
+        self.folders = []
+        self.names = {}             # path on the PC: Name
+        root.mkdir()
+        self._odd()
+        self._sizes()
+        self._dates()
+        self._deep()
+        self._many()
+        self._settle()
+
+    def _settle(self):
+        """What the disk made of the dates is what counts; some cannot hold them all."""
+        for file in self.files:
+            file.modified = int(os.stat(self.root.joinpath(*file.path)).st_mtime)
+
+    def _folder(self, *path):
+        self.root.joinpath(*path).mkdir()
+        self.folders.append(path)
+
+    def _file(self, *path, size=100, modified=1_000_000_000, name=None):
+        content = self.random.randbytes(size)
+        place = self.root.joinpath(*path)
+        place.write_bytes(content)
+        if modified is not None:
+            os.utime(place, (modified, modified))
+        self.files.append(SourceFile(path, content, 0))
+        if name:
+            self.names[path] = name
+
+    def _odd(self):
+        for folder, table in (("odd names", ODD_NAMES), ("long", _long_names())):
+            self._folder(folder)
+            for name in table:
+                self._file(folder, name.source, size=self.random.randrange(50, 5000), name=name)
+        self._folder("Ordner für Bücher")
+        self._file("Ordner für Bücher", "Müßiggang.txt")
+        self._folder("empty folder")
+        self._folder("v1.2")
+        self._file("v1.2", "INSIDE.TXT")
+
+    def _sizes(self):
+        self._folder("sizes")
+        for size in (0, 1, 511, 512, 513, 2047, 2048, 2049, 4096, 65535, 65536, 1_000_001,
+                     2_200_000, 5_300_000):
+            self._file("sizes", f"s{size}.bin", size=size)
+
+    def _dates(self):
+        self._folder("dates")
+        for name, modified in DATES.items():
+            self._file("dates", name, modified=modified)
+
+    def _deep(self):
+        path = ()
+        for level in range(1, 11):
+            path += (f"level{level}",)
+            self._folder(*path)
+            self._file(*path, f"at {level}.txt")
+
+    def _many(self):
+        self._folder("many")
+        for index in range(MANY):
+            self._file("many", f"{index:04d} picture.jpeg", size=32 + index % 90)
+
+    def view_path(self, file, view):
+        """The path of a file in 'joliet', 'hfs' or 'plus'; None when only its form is known."""
+        convert = decomposed if view == "plus" else str
+        path = tuple(convert(part) for part in file.path)
+        if file.path in self.names:
+            last = getattr(self.names[file.path], view)
+            return last and path[:-1] + (last,)
+        return path
+
+    def expected(self, view):
+        """{path in the view: SourceFile} of the files whose name in the view is known."""
+        found = {}
+        for file in self.files:
+            path = self.view_path(file, view)
+            if path is not None:
+                assert path not in found
+                found[path] = file
+        return found
+
+    def unnamed(self, view):
+        """Files that the view shows under a name of which only the form is known."""
+        return [file for file in self.files if self.view_path(file, view) is None]
+
+    def expected_folders(self, view):
+        """The paths of the folders in the view."""
+        convert = decomposed if view == "plus" else str
+        return {tuple(convert(part) for part in path) for path in self.folders}

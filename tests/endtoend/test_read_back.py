@@ -1,0 +1,277 @@
+"""Every file of a made image, read back through each of its trees, equals its source."""
+
+import datetime
+import functools
+import hashlib
+import random
+import re
+import unittest
+from unicodedata import normalize
+
+import judges
+from images import BLOCK, KINDS, Image
+from program import BUILD_TIME, Case
+from source_tree import MAC_EPOCH, SourceTree
+
+ISO_NAME = re.compile(r"[A-Z0-9_]{1,8}(\.[A-Z0-9_]{1,3})?")
+INVISIBLE, HIDDEN = 0x4000, 0x01
+TEXT = (b"TEXT", b"????")
+
+
+def on_images(*views):
+    """Runs a test on each image that holds a view, with a folder for what comes out of it."""
+    def decorate(method):
+        @functools.wraps(method)
+        def run(self):
+            for view in views:
+                for kind, image in self.images.items():
+                    if view in kind.views:
+                        with self.subTest(image=kind.name):
+                            method(self, view, image, self.work / f"{kind.name} {self.id()}")
+        return run
+    return decorate
+
+
+def iso_moment(raw):
+    """Seconds from 1970 of the seven bytes of a directory record."""
+    year, month, day, hour, minute, second, quarters = raw
+    assert quarters == 0
+    moment = datetime.datetime(1900 + year, month, day, hour, minute, second,
+                               tzinfo=datetime.timezone.utc)
+    return int(moment.timestamp())
+
+
+def digests(contents):
+    """Contents that can be compared, whatever their order, and shown."""
+    return sorted(hashlib.sha256(content).hexdigest() for content in contents)
+
+
+class ReadBack(Case):
+    """The five kinds of image of one tree."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.tree = SourceTree(cls.work / "source")
+        cls.images = {}
+        for kind in KINDS:
+            path = cls.make(cls.work / "source", cls.work / (kind.name + ".img"), "--label",
+                            "Harbour", *kind.options)
+            cls.images[kind] = Image(path)
+
+    def contents(self, view):
+        """{path: bytes} that a view must show."""
+        return {path: file.content for path, file in self.tree.expected(view).items()}
+
+
+class StrictReaders(ReadBack):
+    """What readers find that were written from the published formats alone."""
+
+    def test_no_problem(self):
+        """Catches any count, bit, order, padding or date that a format forbids."""
+        for kind, image in self.images.items():
+            with self.subTest(image=kind.name):
+                self.assertEqual([], image.problems)
+                self.assertEqual("iso" in kind.views, image.iso is not None)
+                self.assertEqual(kind.name != "iso", image.volume is not None)
+
+    @on_images("joliet")
+    def test_joliet(self, view, image, _):
+        """Catches a wrong name, date, flag or byte in the tree that a PC shows."""
+        files = image.iso_files(view)
+        self.assert_same_tree(self.contents(view),
+                              {path: entry.read() for path, entry in files.items()})
+        self.assertEqual(self.tree.expected_folders(view), image.iso_folders(view))
+        for path, source in self.tree.expected(view).items():
+            self.assertEqual(source.modified, iso_moment(files[path].date), path)
+            self.assertEqual(HIDDEN if source.hidden else 0, files[path].flags, path)
+
+    @on_images("iso")
+    def test_iso_names(self, view, image, _):
+        """Catches an identifier that is no 8.3 name, and one that needlessly differs."""
+        paths = image.iso_files(view).keys() | image.iso_folders(view)
+        for path in paths:
+            self.assertTrue(ISO_NAME.fullmatch(path[-1]), path)
+        self.assertLessEqual({("V12", "INSIDE.TXT"), ("SIZES", "S512.BIN"), ("DATES", "ANCIENT"),
+                              ("LEVEL1", "LEVEL2")}, paths)
+
+    @on_images("iso")
+    def test_iso_and_joliet_point_at_the_same(self, _, image, __):
+        """Catches a file that one tree shows and the other does not, or at another place."""
+        def places(tree):
+            return sorted((len(path), entry.extent, entry.size, entry.date, entry.flags)
+                          for path, entry in image.iso_files(tree).items())
+        self.assertEqual(places("joliet"), places("iso"))
+
+    @on_images("hfs", "plus")
+    def test_macintosh(self, view, image, _):
+        """Catches a wrong name, date, type, flag or byte of a catalog record."""
+        files, sources = image.mac_files(), self.tree.expected(view)
+        self.assert_same_tree(self.contents(view), {path: entry.data.read() for path, entry
+                                                    in files.items() if path in sources})
+        self.assertEqual(self.tree.expected_folders(view), image.mac_folders())
+        short_named = [entry for path, entry in files.items() if path not in sources]
+        self.assertEqual(digests(file.content for file in self.tree.unnamed(view)),
+                         digests(entry.data.read() for entry in short_named))
+        for entry in short_named:
+            self.assertTrue(ISO_NAME.fullmatch(entry.name), entry.name)
+        for path, source in sources.items():
+            entry = files[path]
+            modified = source.mac_local if view == "hfs" else source.mac_gmt
+            self.assertEqual((*TEXT, 0, modified, INVISIBLE if source.hidden else 0),
+                             (entry.type, entry.creator, entry.rsrc.logical, entry.modified,
+                              entry.finder_flags), path)
+
+    def test_bytes_lie_in_the_image_once(self):
+        """Catches a file that is stored for each view, and one that is stored in pieces."""
+        for kind, image in self.images.items():
+            counts, view = image.block_counts(), kind.views[-1]
+            for file in [*self.tree.expected(view).values(), *self.tree.unnamed(view)]:
+                for at in range(0, len(file.content), BLOCK):
+                    block = file.content[at:at + BLOCK].ljust(BLOCK, b"\0")
+                    self.assertEqual(1, counts[block], (kind.name, file.path, at))
+                # Nor a second time off the bounds of blocks.
+                head = file.content[:64]
+                if len(head) == 64 and "many" not in file.path:
+                    self.assertEqual(image.bytes.find(head), image.bytes.rfind(head), file.path)
+
+    @on_images("hfs", "plus")
+    def test_both_sides_point_at_the_same_bytes(self, view, image, _):
+        """Catches two trees that agree in contents by copies of their own."""
+        if not image.iso:
+            return
+        pc_files, mac_files = image.iso_files("joliet"), image.mac_files()
+        mac_paths = {file.path: path for path, file in self.tree.expected(view).items()}
+        shared = 0
+        for path, source in self.tree.expected("joliet").items():
+            if source.content and source.path in mac_paths:
+                mac_file = mac_files[mac_paths[source.path]]
+                self.assertEqual(pc_files[path].extent * BLOCK, image.mac_place(mac_file), path)
+                shared += 1
+        self.assertGreater(shared, 2000)
+
+    @on_images("hfs", "plus")
+    def test_time_of_the_build(self, view, image, _):
+        """Catches a clock that is read past the one that the environment fixes."""
+        if view == "hfs":
+            self.assertEqual(BUILD_TIME + 3600 + MAC_EPOCH, image.volume.mdb.drCrDate)
+        else:
+            self.assertEqual(BUILD_TIME + MAC_EPOCH, image.volume.header.modifyDate)
+
+
+class PcJudges(ReadBack):
+    """What programs of the PC find in ISO 9660 and Joliet."""
+
+    def joliet_contents(self):
+        """The readers of a PC take a point at the end away."""
+        return {path[:-1] + (path[-1].removesuffix("."),): content
+                for path, content in self.contents("joliet").items()}
+
+    @on_images("joliet")
+    def test_joliet_by_xorriso(self, view, image, out):
+        """Catches a tree that another program reads otherwise: names, dates, bytes, folders."""
+        files, dates, folders = judges.xorriso(image.path, out, view)
+        self.assert_same_tree(self.joliet_contents(), files)
+        self.assertEqual(self.tree.expected_folders(view), folders)
+        for path, source in self.tree.expected(view).items():
+            if not path[-1].endswith("."):
+                self.assertEqual(source.modified, dates[path], path)
+
+    @on_images("joliet")
+    def test_joliet_by_7zz(self, view, image, out):
+        """As above, with a second program."""
+        files, _, folders = judges.seven_zip(image.path, out, "iso")
+        self.assert_same_tree(self.joliet_contents(), files)
+        self.assertEqual(self.tree.expected_folders(view), folders)
+
+    @on_images("iso")
+    def test_iso_by_xorriso(self, view, image, out):
+        """Catches an ISO tree without a file, or with one in another folder than Joliet's."""
+        files, _, folders = judges.xorriso(image.path, out, view)
+        self.assertEqual(digests(file.content for file in self.tree.files),
+                         digests(files.values()))
+        self.assertEqual(sorted(len(file.path) for file in self.tree.files),
+                         sorted(map(len, files)))
+        self.assertEqual(len(self.tree.folders), len(folders))
+
+    @on_images("iso", "joliet")
+    def test_isoinfo(self, view, image, _):
+        """Catches a name that is listed but not found by its path."""
+        options = ("-J", "-j", "iso8859-1") if view == "joliet" else ()
+        entries = image.iso_files(view)
+        listed = judges.isoinfo_list(image.path, *options)
+        self.assertEqual(len(entries) + len(image.iso_folders(view)), len(listed))
+        paths = sorted(path for path in entries if "".join(path).isascii())
+        for path in random.Random(9660).sample(paths, 60):
+            name = "/" + "/".join(path) + ";1"
+            self.assertIn(name, listed)
+            self.assertEqual(entries[path].read(),
+                             judges.isoinfo_file(image.path, name, *options), path)
+
+
+class MacJudges(ReadBack):
+    """What programs that know the Macintosh's formats find."""
+
+    @on_images("hfs")
+    def test_hfs_by_hfsutils(self, view, image, out):
+        """Catches a catalog, type, date or fork that hfsutils reads otherwise."""
+        about, folders, found = judges.hfs_utils(image.path, out)
+        self.assertIn('"Harbour"', about)
+        self.assertEqual(self.tree.expected_folders(view), folders)
+        sources = self.tree.expected(view)
+        self.assertEqual(len(sources) + len(self.tree.unnamed(view)), len(found))
+        self.assert_same_tree(self.contents(view),
+                              {path: found[path].data for path in sources if path in found})
+        for path, source in sources.items():
+            got = found[path]
+            self.assertEqual((*TEXT, 0, source.mac_local, INVISIBLE if source.hidden else 0),
+                             (got.type, got.creator, got.rsrc_size, got.modified,
+                              got.finder_flags), path)
+
+    @on_images("plus")
+    def test_hfs_plus_by_7zz(self, view, image, out):
+        """Catches a catalog or a fork that 7zz reads otherwise."""
+        files, _, folders = judges.seven_zip(image.path, out, "hfs")
+        # Its versions differ in whether they give the composed form of letters with marks.
+        def composed(contents):
+            return {tuple(normalize("NFC", part) for part in path): content
+                    for path, content in contents.items()}
+        self.assert_same_tree(composed(self.contents(view)), composed(files))
+        self.assertEqual(len(self.tree.folders), len(folders))
+
+    @on_images("plus")
+    def test_hfs_plus_by_sleuthkit(self, view, image, _):
+        """Catches a record that the Sleuth Kit reads otherwise: name, size, date, type, bytes."""
+        sector, sources = image.volume_sector, self.tree.expected(view)
+        files, folders = judges.sleuth_list(image.path, sector)
+        self.assertEqual(sorted(sources), sorted(files))
+        self.assertEqual(self.tree.expected_folders(view), folders)
+        for path, source in sources.items():
+            self.assertEqual(len(source.content), files[path].size, path)
+            if source.mac_gmt > 0:
+                self.assertEqual(source.mac_gmt - MAC_EPOCH, files[path].modified, path)
+        for path in self.some_paths(view, 40):
+            self.assertEqual(sources[path].content,
+                             judges.sleuth_read(image.path, sector, files[path].number), path)
+        for path in random.Random(1150).sample(sorted(sources), 20):
+            self.assertEqual(TEXT, judges.sleuth_type(image.path, sector, files[path].number))
+
+    @on_images("hfs", "plus")
+    def test_names_by_key(self, view, image, _):
+        """Catches a record that stands in the wrong place of a tree: GRUB searches by key."""
+        sources = self.tree.expected(view)
+        for path in self.some_paths(view, 150):
+            self.assertEqual(sources[path].content,
+                             judges.grub_read(image.path, "loop0,apple2", path), path)
+
+    def some_paths(self, view, count):
+        """All paths but those of the large folder, and some of its, in no order."""
+        sources, chosen = self.tree.expected(view), random.Random(1904)
+        many = sorted(path for path in sources if path[0] == "many")
+        paths = sorted(path for path in sources if path[0] != "many") + chosen.sample(many, count)
+        chosen.shuffle(paths)
+        return paths
+
+
+if __name__ == "__main__":
+    unittest.main()
