@@ -1,0 +1,188 @@
+"""Layouts at their edges: empty, full, large, deep in a tree, and with labels of every length."""
+
+import os
+import unittest
+
+import judges
+from images import KINDS, Image
+from program import FAILED, Case
+
+FLOPPY = 800 * 1024
+MEGABYTE = 1 << 20
+
+
+class LayoutEdges(Case):
+    """Each test makes a tree of its own."""
+
+    def setUp(self):
+        self.here = self.work / self.id().rsplit(".")[-1]
+        self.source = self.here / "source"
+        self.source.mkdir(parents=True)
+
+    def build(self, *options, name="disc.img"):
+        """Makes an image of the source folder that no reader finds fault with."""
+        image = Image(self.make(self.source, self.here / name, *options))
+        self.assertEqual([], image.problems)
+        return image
+
+    def files(self, count, folder="", size=16):
+        """Makes files that hold their own number."""
+        place = self.source / folder
+        place.mkdir(exist_ok=True)
+        for index in range(count):
+            (place / f"f{index:05d}").write_bytes(f"{index:05d}".encode().ljust(size, b"."))
+
+    def test_one_empty_folder(self):
+        """Catches a tree file, path table or file area of no blocks at all."""
+        (self.source / "alone").mkdir()
+        for kind in KINDS:
+            with self.subTest(kind=kind.name):
+                image = self.build(*kind.options, name=kind.name)
+                if image.iso:
+                    self.assertEqual({("ALONE",)}, image.iso_folders("iso"))
+                    # "A project of one empty folder has a root of one sector."
+                    self.assertEqual(2048, image.iso.root_record("iso").size)
+                if image.volume:
+                    self.assertEqual({("alone",)}, image.mac_folders())
+
+    def test_one_empty_file(self):
+        """Catches a file without bytes that points at the bytes of another."""
+        (self.source / "nothing").touch()
+        image = self.build()
+        self.assertEqual((0, 0), (image.iso_files("iso")[("NOTHING",)].extent,
+                                  image.iso_files("iso")[("NOTHING",)].size))
+        self.assertEqual([], image.mac_files()[("nothing",)].data.extents)
+
+    def test_nothing_at_all(self):
+        """Catches an image of an empty folder: there is nothing to make."""
+        result = self.vellmark("make", self.source, "-o", self.here / "disc.iso")
+        self.assertEqual(FAILED, result.returncode)
+        self.assertNotEqual(b"", result.stderr)
+        self.assertFalse((self.here / "disc.iso").exists())
+
+    def test_labels(self):
+        """Catches a label that is cut too early or that runs into the field behind it."""
+        self.files(1)
+        label = "Twenty letters label"
+        for options, view in (((), "hfs"), (("--hfsplus",), "plus")):
+            image = self.build("--label", label, *options, name=view)
+            self.assertEqual("TWENTY_LETTE", image.iso.descriptors["iso"].volume_id)
+            self.assertEqual(label[:16], image.iso.descriptors["joliet"].volume_id)
+            self.assertEqual(label, image.volume.name)
+
+    def test_longest_labels(self):
+        """Catches limits that are off by one: 27 letters in HFS, 61 in HFS Plus."""
+        self.files(1)
+        for options, limit in (((), 27), (("--hfsplus",), 61)):
+            label = ("Größe " + "m" * 61)[:limit]
+            image = self.build("--label", label, *options, name=str(limit))
+            self.assertEqual(label, image.volume.name.replace("o\u0308", "ö"))
+            result = self.vellmark("make", self.source, "-o", self.here / "no.iso", "--label",
+                                   label + "m", *options)
+            self.assertEqual(FAILED, result.returncode)
+            self.assertIn(str(limit), result.stderr.decode())
+            self.assertFalse((self.here / "no.iso").exists())
+
+    def test_label_from_the_name_of_the_image(self):
+        """Catches an image without --label that is called Untitled."""
+        self.files(1)
+        image = self.build(name="My Disc.iso")
+        self.assertEqual("MY_DISC", image.iso.descriptors["iso"].volume_id)
+        self.assertEqual("My Disc", image.volume.name)
+
+    def test_small_volume_is_padded(self):
+        """Catches a volume that is smaller than a floppy: hfsutils mounts none such."""
+        self.files(1)
+        for name, options in (("hybrid", ()), ("hfs", ("--kind", "hfs"))):
+            image = self.build(*options, name=name)
+            self.assertGreaterEqual(image.volume.window.length, FLOPPY)
+            about, _, found = judges.hfs_utils(image.path, self.here / (name + " out"))
+            self.assertIn("0 bytes free", about)
+            self.assertEqual(b"00000", found[("f00000",)].data[:5])
+
+    def test_postgap(self):
+        """Catches a gap that is counted as part of the disc, or that is of another length."""
+        self.files(3)
+        for kind in KINDS:
+            plain = self.build("--label", "Gap", *kind.options, name=kind.name)
+            longer = self.build("--label", "Gap", *kind.options, "--postgap",
+                                name=kind.name + " longer")
+            self.assertEqual(len(plain.bytes) + 150 * 2048, len(longer.bytes))
+            self.assertEqual(plain.bytes[:], longer.bytes[:len(plain.bytes)])
+            self.assertFalse(any(longer.bytes[len(plain.bytes):]))
+
+    def test_more_than_65535_blocks(self):
+        """Catches a block number that wraps: HFS counts its blocks in 16 bits."""
+        with open(self.source / "large", "wb") as file:
+            file.truncate(150 * MEGABYTE)
+            file.seek(140 * MEGABYTE)
+            file.write(b"near the end")
+        self.files(20)
+        image = self.build("--label", "Large")
+        self.assertGreater(image.volume.block_size, 2048)
+        self.assertLessEqual(image.volume.mdb.drNmAlBlks, 65535)
+        for name, offset, text in (("large", 140 * MEGABYTE, b"near the end"),
+                                   ("f00019", 0, b"00019")):
+            place = image.mac_place(image.mac_files()[(name,)])
+            self.assertEqual(text, image.bytes[place + offset:place + offset + len(text)])
+            self.assertEqual(place, image.iso_files("joliet")[(name,)].extent * 2048)
+        self.assertEqual(b"00019" + b"." * 11,
+                         judges.grub_read(image.path, "loop0,apple2", ("f00019",)))
+
+    def test_hfs_plus_keeps_its_block_size(self):
+        """Catches blocks that grow where 32 bits count them."""
+        with open(self.source / "large", "wb") as file:
+            file.truncate(150 * MEGABYTE)
+        self.files(2)
+        image = self.build("--hfsplus")
+        self.assertEqual(2048, image.volume.block_size)
+        self.assertEqual(b"00001" + b"." * 11,
+                         judges.grub_read(image.path, "loop0,apple2", ("f00001",)))
+
+    def test_map_nodes(self):
+        """Catches a catalog beyond the 2,048 nodes that the map of its header node covers."""
+        for folder in range(4):
+            self.files(1100, f"folder {folder}", size=1)
+        image = self.build("--kind", "hfs")
+        self.assertGreater(image.volume.catalog_tree.total_nodes, 2048)
+        self.assertEqual(4400, len(image.mac_files()))
+        _, folders, found = judges.hfs_utils(image.path, self.here / "out")
+        self.assertEqual((4, 4400), (len(folders), len(found)))
+
+    def test_files_of_whole_blocks(self):
+        """Catches a block too many or too few where a file ends at the end of a block."""
+        for size in (2047, 2048, 2049, 4096):
+            (self.source / f"s{size}").write_bytes(os.urandom(size))
+        image = self.build()
+        blocks = {path[0]: entry.data.blocks for path, entry in image.mac_files().items()}
+        self.assertEqual({"s2047": 1, "s2048": 1, "s2049": 2, "s4096": 2}, blocks)
+
+    def test_names_of_2000_files_that_the_short_form_makes_alike(self):
+        """Catches ISO identifiers that are the same after the cut to 8 and 3 letters."""
+        place = self.source / "alike"
+        place.mkdir()
+        for index in range(2000):
+            (place / f"The same beginning of the name {index:04d}.jpeg").touch()
+        image = self.build()
+        self.assertEqual(2000, len(image.iso_files("iso")))
+        self.assertEqual(2000, len(image.mac_files()))
+        self.assertEqual(2000, len(image.iso_files("joliet")))
+
+    @unittest.skipIf(os.environ.get("VELLMARK_SLOW_BUILD"), "takes long without optimisation")
+    def test_60000_files(self):
+        """Catches a count that wraps near the limit of HFS, 65,535 files."""
+        for folder in range(60):
+            self.files(1000, f"folder {folder:02d}", size=6)
+        image = self.build("--kind", "hfs")
+        self.assertEqual((60, 60000), (image.volume.mdb.drDirCnt, image.volume.mdb.drFilCnt))
+        folders, names = judges.hfs_utils_list(image.path, self.here)
+        self.assertEqual(60, len(folders))
+        self.assertEqual(sorted(image.mac_files()), sorted(names))
+        for index in range(0, 60000, 7919):
+            path = (f"folder {index // 1000:02d}", f"f{index % 1000:05d}")
+            self.assertEqual(f"f{index % 1000:05d}"[1:].encode() + b".",
+                             judges.grub_read(image.path, "loop0,apple2", path))
+
+
+if __name__ == "__main__":
+    unittest.main()
