@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 
+#include "containers/crc16.hpp"
 #include "containers/names.hpp"
 #include "support/encoding.hpp"
 
@@ -42,19 +43,6 @@ static_assert(kIsoHigh.size() == 64);
 
 constexpr std::array<std::string_view, 11> kDevices = {
     "CON", "PRN", "AUX", "NUL", "COM1", "COM2", "COM3", "COM4", "LPT1", "LPT2", "LPT3"};
-
-constexpr std::array<std::uint16_t, 256> MakeCrcTable() {
-    std::array<std::uint16_t, 256> table{};
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        auto crc = static_cast<std::uint32_t>(i << 8);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc << 1) ^ ((crc & 0x8000) != 0 ? 0x1021 : 0);
-        table[i] = static_cast<std::uint16_t>(crc);
-    }
-    return table;
-}
-
-constexpr std::array<std::uint16_t, 256> kCrcTable = MakeCrcTable();
 
 }  // namespace
 
@@ -105,12 +93,7 @@ std::string GuardDeviceName(std::string_view name) {
 }
 
 std::uint16_t NameCrc16(std::string_view bytes) {
-    std::uint16_t crc = 0;
-    for (char c : bytes) {
-        const std::uint16_t entry = kCrcTable[(crc >> 8) ^ static_cast<std::uint8_t>(c)];
-        crc = static_cast<std::uint16_t>(entry ^ (crc << 8));
-    }
-    return crc;
+    return Crc16({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
 std::string NameCrcDigits(std::string_view name) {
