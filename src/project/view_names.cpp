@@ -111,7 +111,8 @@ void RedoNamesForHfs(ProjectFile& project) {
 void TurnToHfsPlus(ProjectFile& project, Messages& messages, std::string_view reason) {
     project.header().setHfsPlus(true);
     RedoNamesForHfsPlus(project);
-    messages.showTimedMessage(fmt::format("{}\nIt is now an HFS+ project, and its names were made anew.", reason));
+    messages.showTimedMessage(
+        fmt::format("{}\nIt is now an HFS+ project, and its names were made anew.", reason));
 }
 
 void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, Messages& messages) {
@@ -119,8 +120,8 @@ void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, M
         totals.hfsRecords <= kMostHfsRecords)
         return;
     TurnToHfsPlus(project, messages,
-                  fmt::format("HFS holds at most {} files and folders, and this project has {}.", kMostHfsRecords,
-                              totals.hfsRecords));
+                  fmt::format("HFS holds at most {} files and folders, and this project has {}.",
+                              kMostHfsRecords, totals.hfsRecords));
 }
 
 }  // namespace vellmark
