@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <set>
 
 namespace vellmark {
 
@@ -11,6 +12,8 @@ namespace {
 // No tree of these formats is higher than this: even with three records a node, 16 levels hold more
 // than node numbers can tell.
 constexpr unsigned kMaxDepth = 16;
+
+constexpr std::uint32_t kMostEmptyLeaves = 1000;
 
 constexpr std::uint32_t kMinNodeSize = 512;
 constexpr std::uint32_t kMaxNodeSize = 32768;
@@ -44,13 +47,16 @@ std::vector<std::uint8_t> MakeMapNode(std::uint32_t nodeSize, std::uint32_t forw
     return node;
 }
 
-// Every map node of the tree in turn: `visit(bytes of its map, node, number)`.
+// Every map node that the tree needs, in turn: `visit(bytes of its map, node, number)`. What may
+// follow behind them has no node to tell of.
 template <typename Visit>
 TreeResult ForEachMapNode(TreeCursor& tree, Visit visit) {
     std::vector<std::uint8_t> node(tree.nodeSize);
     std::uint32_t number = reinterpret_cast<NodeDescriptor*>(tree.headerNode.data())->forwardLink;
-    for (std::uint32_t steps = 0; number != 0; ++steps) {
-        if (number >= tree.header().totalNodes || steps > tree.header().totalNodes)
+    std::set<std::uint32_t> seen;
+    const std::uint32_t needed = MapNodesFor(tree.header().totalNodes, tree.nodeSize);
+    for (std::uint32_t steps = 0; number != 0 && steps < needed; ++steps) {
+        if (number >= tree.header().totalNodes || !seen.insert(number).second)
             return TreeResult::Damaged;
         if (!tree.store->read(number, node))
             return TreeResult::Failed;
@@ -64,6 +70,17 @@ TreeResult ForEachMapNode(TreeCursor& tree, Visit visit) {
         number = descriptor.forwardLink;
     }
     return TreeResult::Done;
+}
+
+std::uint32_t CountFreeNodes(const TreeCursor& tree) {
+    const std::uint64_t nodes = std::min<std::uint64_t>(tree.header().totalNodes,
+                                                        8 * std::uint64_t{tree.nodeBitmap.size()});
+    std::uint32_t used = 0;
+    for (std::size_t i = 0; i < nodes / 8; ++i)
+        used += static_cast<std::uint32_t>(std::popcount(tree.nodeBitmap[i]));
+    for (std::uint64_t number = nodes / 8 * 8; number < nodes; ++number)
+        used += tree.nodeBitmap[number / 8] >> (7 - number % 8) & 1;
+    return static_cast<std::uint32_t>(nodes) - used;
 }
 
 // An empty leaf in node 1.
@@ -196,10 +213,15 @@ TreeResult LoadNodeBitmap(TreeCursor& tree) {
     const auto first = tree.headerNode.begin() + kHeaderMapOffset;
     tree.nodeBitmap.assign(first, first + (tree.nodeSize - kHeaderMapOverhead));
     tree.allocationHint = 0;
-    return ForEachMapNode(tree, [&](ByteSpan map, const std::vector<std::uint8_t>&, std::uint32_t) {
-        tree.nodeBitmap.insert(tree.nodeBitmap.end(), map.begin(), map.end());
-        return true;
-    });
+    const TreeResult result =
+        ForEachMapNode(tree, [&](ByteSpan map, const std::vector<std::uint8_t>&, std::uint32_t) {
+            tree.nodeBitmap.insert(tree.nodeBitmap.end(), map.begin(), map.end());
+            return true;
+        });
+    if (result != TreeResult::Done)
+        return result;
+    tree.header().freeNodes = CountFreeNodes(tree);
+    return tree.nodeBitmap[0] & 0x80 ? TreeResult::Done : TreeResult::Damaged;
 }
 
 TreeResult FlushTree(TreeCursor& tree) {
@@ -257,12 +279,13 @@ TreeResult SettleOnRecord(TreeCursor& tree, bool& found) {
     found = false;
     if (tree.header().depth == 0)
         return TreeResult::Done;
-    // Empty leaves do not occur in sound trees; a chain of them must still come to an end.
+    // Empty leaves do not occur in sound trees; a chain of them must still come to an end, whatever
+    // number of nodes the header claims.
     for (std::uint32_t steps = 0; tree.index >= tree.view().count(); ++steps) {
         const std::uint32_t next = tree.view().descriptor().forwardLink;
         if (next == 0)
             return TreeResult::Done;
-        if (steps > tree.header().totalNodes)
+        if (steps > kMostEmptyLeaves)
             return TreeResult::Damaged;
         if (const TreeResult result = ReadNode(tree, next); result != TreeResult::Done)
             return result;

@@ -89,7 +89,9 @@ struct NewTree {
 [[nodiscard]] bool OpenTree(TreeCursor& tree, const TreeFormat& format, NodeStore& store,
                             std::uint32_t nodeSize);
 
-/// Reads the map of used nodes from node 0 and the map nodes behind it.
+/// Reads the map of used nodes from node 0 and the map nodes behind it, and counts the free ones
+/// anew: a wrong count in the header would let an insertion stop half-way. `Damaged` when the map
+/// takes node 0 for free.
 [[nodiscard]] TreeResult LoadNodeBitmap(TreeCursor& tree);
 
 /// Writes node 0 and the map nodes.
@@ -111,6 +113,10 @@ struct NewTree {
 /// Adds a record to the leaves, splitting nodes and growing the tree as needed, and counts it.
 /// `key` has its length field and no padding.
 [[nodiscard]] TreeResult InsertTreeRecord(TreeCursor& tree, ConstByteSpan key, ConstByteSpan data);
+
+/// Free nodes with which that many insertions into a tree of that depth never find it full: each
+/// may split one node a level and add a root.
+[[nodiscard]] std::uint32_t NodesForInsertions(unsigned depth, unsigned count);
 
 /// Takes a free node; nothing when all are in use.
 [[nodiscard]] std::optional<std::uint32_t> AllocateNode(TreeCursor& tree);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "volume/btree.hpp"
@@ -40,11 +41,15 @@ std::vector<std::uint8_t> IndexRecord(const TreeFormat& format, ConstByteSpan ke
     return PaddedRecord(record, {bytes, sizeof number});
 }
 
-// How many records of a full index node stay on the left: three quarters, unless their sizes are so
-// uneven that the new record would not fit on its side.
-std::size_t SplitPoint(const NodeView& node, std::size_t at, std::size_t recordBytes) {
+// How many records of a full node stay on the left: as many as `told`, unless their sizes are so
+// uneven that the new record, to be put before record `at`, would not fit on its side. Nothing when
+// it fits nowhere, which only records larger than this program's own can bring about.
+std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t told, std::size_t at,
+                                      std::size_t recordBytes) {
     const std::size_t n = node.count();
     const std::size_t room = node.bytes().size() - kNodeDescriptorSize;
+    if (n < 2)
+        return std::nullopt;
     const auto fits = [&](std::size_t kept) {
         const bool onLeft = at <= kept;
         const std::size_t bytes =
@@ -52,12 +57,12 @@ std::size_t SplitPoint(const NodeView& node, std::size_t at, std::size_t recordB
         const std::size_t records = (onLeft ? kept : n - kept) + 1;
         return bytes + recordBytes + 2 * (records + 1) <= room;
     };
-    std::size_t kept = n * 3 / 4;
+    std::size_t kept = std::clamp<std::size_t>(told, 1, n - 1);
     while (kept > 1 && at <= kept && !fits(kept))
         --kept;
     while (kept + 1 < n && !fits(kept))
         ++kept;
-    return kept;
+    return fits(kept) ? std::optional(kept) : std::nullopt;
 }
 
 // Three records must always fit a node: with fewer a full node could not be split in two.
@@ -78,9 +83,11 @@ class Inserter {
     TreeResult descend(ConstByteSpan key, Path& path);
     TreeResult openFirstLeaf(ConstByteSpan record);
     bool enoughNodes() const;
+    std::optional<std::uint32_t> allocate(const Path& path);
+    TreeResult loadIndex(const Path& path, std::size_t level);
     TreeResult splitLeaf(const Path& path, ConstByteSpan record, std::size_t index);
     TreeResult insertIndex(const Path& path, std::size_t level, ConstByteSpan record);
-    TreeResult makeRoot(std::uint32_t left, std::uint32_t right);
+    TreeResult makeRoot(const Path& path, std::uint32_t right);
     TreeResult refreshFirstKeys(const Path& path);
     TreeResult relinkBehind(std::uint32_t number, std::uint32_t back);
     TreeResult attach(const Path& path, std::size_t level, std::uint32_t rightNumber);
@@ -102,7 +109,27 @@ class Inserter {
 // Every level may split once and the root grow: with fewer free nodes nothing is begun, so that a
 // full tree stays as it was.
 bool Inserter::enoughNodes() const {
-    return tree_.header().freeNodes >= depth_ + 2u;
+    return tree_.header().freeNodes >= NodesForInsertions(depth_, 1);
+}
+
+// A free node; nothing when a damaged map offers one that the insertion itself passes through.
+std::optional<std::uint32_t> Inserter::allocate(const Path& path) {
+    const auto number = AllocateNode(tree_);
+    const bool inUse = number && std::any_of(path.begin(), path.end(), [&](const Step& step) {
+                           return step.node == *number;
+                       });
+    return inUse ? std::nullopt : number;
+}
+
+// Loads the index node of the path's level into `left_`. What the way down has found there may have
+// been overwritten since, where a damaged map offers nodes that are in use.
+TreeResult Inserter::loadIndex(const Path& path, std::size_t level) {
+    if (!load(path[level].node, left_))
+        return TreeResult::Failed;
+    const NodeView node = view(left_);
+    const bool usable =
+        node.kind() == NodeKind::Index && node.isSound() && path[level].index < node.count();
+    return usable ? TreeResult::Done : TreeResult::Damaged;
 }
 
 TreeResult Inserter::descend(ConstByteSpan key, Path& path) {
@@ -187,10 +214,6 @@ TreeResult Inserter::run(ConstByteSpan key, ConstByteSpan data) {
 // holds it alone: building a catalog in order leaves full leaves behind.
 TreeResult Inserter::splitLeaf(const Path& path, ConstByteSpan record, std::size_t index) {
     const std::uint32_t leftNumber = path.back().node;
-    const auto allocated = AllocateNode(tree_);
-    if (!allocated)
-        return TreeResult::Full;
-    const std::uint32_t rightNumber = *allocated;
     left_ = tree_.nodeBuffer;
     NodeView left = view(left_);
     NodeView right = view(right_);
@@ -199,9 +222,16 @@ TreeResult Inserter::splitLeaf(const Path& path, ConstByteSpan record, std::size
     if (tree_.format.appendSplits && index == n) {
         right.insert(0, record);
     } else {
-        const std::size_t kept = tree_.format.appendSplits ? n - n / 2 : n / 3 * 2;
-        left.moveTail(kept, right);
+        const std::size_t told = tree_.format.appendSplits ? n - n / 2 : n / 3 * 2;
+        const auto kept = SplitPoint(left, told, index, record.size());
+        if (!kept)
+            return TreeResult::Damaged;
+        left.moveTail(*kept, right);
     }
+    const auto allocated = allocate(path);
+    if (!allocated)
+        return TreeResult::Damaged;
+    const std::uint32_t rightNumber = *allocated;
     const std::uint32_t behind = left.descriptor().forwardLink;
     right.descriptor().backwardLink = leftNumber;
     right.descriptor().forwardLink = behind;
@@ -230,20 +260,20 @@ TreeResult Inserter::relinkBehind(std::uint32_t number, std::uint32_t back) {
 // holds that neighbour.
 TreeResult Inserter::attach(const Path& path, std::size_t level, std::uint32_t rightNumber) {
     if (level == 0)
-        return makeRoot(path[0].node, rightNumber);
+        return makeRoot(path, rightNumber);
     const std::vector<std::uint8_t> record =
         IndexRecord(tree_.format, view(right_).key(0), rightNumber);
     return insertIndex(path, level - 1, record);
 }
 
-TreeResult Inserter::makeRoot(std::uint32_t left, std::uint32_t right) {
-    const auto number = AllocateNode(tree_);
+TreeResult Inserter::makeRoot(const Path& path, std::uint32_t right) {
+    const auto number = allocate(path);
     if (!number)
-        return TreeResult::Full;
+        return TreeResult::Damaged;
     std::vector<std::uint8_t> root(tree_.nodeSize);
     NodeView node = view(root);
     node.clear(NodeKind::Index, static_cast<std::uint8_t>(depth_ + 1));
-    node.insert(0, IndexRecord(tree_.format, view(left_).key(0), left));
+    node.insert(0, IndexRecord(tree_.format, view(left_).key(0), path[0].node));
     node.insert(1, IndexRecord(tree_.format, view(right_).key(0), right));
     if (!store(*number, root))
         return TreeResult::Failed;
@@ -257,30 +287,30 @@ TreeResult Inserter::makeRoot(std::uint32_t left, std::uint32_t right) {
 // quarters staying on the left.
 TreeResult Inserter::insertIndex(const Path& path, std::size_t level, ConstByteSpan record) {
     const Step step = path[level];
-    if (!load(step.node, left_))
-        return TreeResult::Failed;
+    if (const TreeResult result = loadIndex(path, level); result != TreeResult::Done)
+        return result;
     NodeView left = view(left_);
     const std::size_t at = step.index + 1;
     if (left.fits(record.size())) {
         left.insert(at, record);
         return store(step.node, left_) ? TreeResult::Done : TreeResult::Failed;
     }
-    const auto allocated = AllocateNode(tree_);
+    const auto kept = SplitPoint(left, left.count() * 3 / 4, at, record.size());
+    const auto allocated = kept ? allocate(path) : std::nullopt;
     if (!allocated)
-        return TreeResult::Full;
+        return TreeResult::Damaged;
     NodeView right = view(right_);
     right.clear(NodeKind::Index, left.descriptor().height);
-    const std::size_t kept = SplitPoint(left, at, record.size());
-    left.moveTail(kept, right);
+    left.moveTail(*kept, right);
     const std::uint32_t behind = left.descriptor().forwardLink;
     right.descriptor().backwardLink = step.node;
     right.descriptor().forwardLink = behind;
     left.descriptor().forwardLink = *allocated;
     // An entry that goes right behind the last one kept belongs to its side.
-    if (at <= kept)
+    if (at <= *kept)
         left.insert(at, record);
     else
-        right.insert(at - kept, record);
+        right.insert(at - *kept, record);
     if (!store(step.node, left_) || !store(*allocated, right_))
         return TreeResult::Failed;
     if (behind != 0)
@@ -297,8 +327,8 @@ TreeResult Inserter::refreshFirstKeys(const Path& path) {
     std::vector<std::uint8_t> child = tree_.nodeBuffer;
     for (std::size_t level = path.size() - 1; level-- > 0;) {
         const Step step = path[level];
-        if (!load(step.node, left_))
-            return TreeResult::Failed;
+        if (const TreeResult result = loadIndex(path, level); result != TreeResult::Done)
+            return result;
         NodeView node = view(left_);
         const std::vector<std::uint8_t> record =
             IndexRecord(tree_.format, view(child).key(0), node.child(step.index));
@@ -316,6 +346,13 @@ TreeResult Inserter::refreshFirstKeys(const Path& path) {
 }
 
 }  // namespace
+
+std::uint32_t NodesForInsertions(unsigned depth, unsigned count) {
+    std::uint32_t nodes = 0;
+    for (unsigned i = 0; i < count; ++i)
+        nodes += depth + i + 1;
+    return nodes;
+}
 
 TreeResult InsertTreeRecord(TreeCursor& tree, ConstByteSpan key, ConstByteSpan data) {
     return Inserter(tree).run(key, data);
