@@ -27,18 +27,37 @@ bool WriteHeaders(VolumeContext& volume, Header& header, std::uint64_t alternate
            Transfer(volume, kCommandWrite, alternate, bytes);
 }
 
+// First sector behind the last allocation block.
+std::uint64_t BlocksEnd(const VolumeContext& volume) {
+    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock;
+}
+
+// Where the second header stands: in the last but one sector of the partition. In HFS that is
+// behind the last block. In HFS+ it is in the last blocks, or behind them where the partition is no
+// multiple of the block size; a partition that goes on for more than that is not the volume's own.
+std::uint64_t AlternateSector(const VolumeContext& volume) {
+    const std::uint64_t blocksEnd = BlocksEnd(volume);
+    const std::uint64_t partitionEnd = volume.partitionStart + volume.partitionSectors;
+    if (!volume.isHfsPlus)
+        return std::max(blocksEnd + 2, partitionEnd) - 2;
+    const bool isRemainder =
+        partitionEnd > blocksEnd && partitionEnd - blocksEnd < volume.sectorsPerBlock;
+    return (isRemainder ? partitionEnd : blocksEnd) - 2;
+}
+
+// Whether all that a flush writes lies within the image, which may be cut short or tell nonsense.
+bool FitsImage(const VolumeContext& volume) {
+    const std::uint64_t sectors = volume.image->size() / kSectorBytes;
+    return BlocksEnd(volume) <= sectors && AlternateSector(volume) < sectors;
+}
+
 bool FlushHfs(VolumeContext& volume, const Clock& clock) {
     MasterDirectoryBlock& mdb = volume.mdb;
     mdb.writeCount = mdb.writeCount + 1;
     mdb.modificationDate = MacDateNow(clock, false);
-    // The second header stands in the partition's last but one sector, behind the last block.
-    const std::uint64_t behind =
-        volume.volumeOffset + std::uint64_t{mdb.totalBlocks} * volume.sectorsPerBlock;
-    const std::uint64_t alternate =
-        std::max(behind, volume.partitionStart + volume.partitionSectors - 2);
     return Transfer(volume, kCommandWrite, volume.partitionStart + mdb.bitmapStartSector,
                     volume.allocation.bitmap) &&
-           WriteHeaders(volume, mdb, alternate);
+           WriteHeaders(volume, mdb, AlternateSector(volume));
 }
 
 bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
@@ -46,11 +65,9 @@ bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
     header.writeCount = header.writeCount + 1;
     header.modificationDate = MacDateNow(clock, true);
     header.lastMountedVersion = kMountedBy;
-    const std::uint64_t alternate =
-        volume.partitionStart + std::uint64_t{header.totalBlocks} * volume.sectorsPerBlock - 2;
     return TransferFork(volume, volume.allocation.file, kCommandWrite, 0,
                         volume.allocation.bitmap) &&
-           WriteHeaders(volume, header, alternate);
+           WriteHeaders(volume, header, AlternateSector(volume));
 }
 
 }  // namespace
@@ -58,6 +75,8 @@ bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
 TreeResult LoadAllocationState(VolumeContext& volume) {
     if (volume.readOnly)
         return TreeResult::Failed;
+    if (!FitsImage(volume))
+        return TreeResult::Damaged;
     AllocationState& state = volume.allocation;
     const std::uint64_t bytes = WholeSectors(volume.bitmapBytes);
     if (volume.isHfsPlus) {

@@ -8,7 +8,7 @@
 namespace vellmark {
 
 /// Loads the bitmap and the catalog's node map. `Failed` when the volume may only be read,
-/// `Damaged` when the allocation file does not cover the volume.
+/// `Damaged` when the allocation file does not cover the volume, or the image ends before it.
 [[nodiscard]] TreeResult LoadAllocationState(VolumeContext& volume);
 
 /// Writes node map, bitmap, header and its copy, counting the write, and forgets the bitmap.

@@ -9,6 +9,7 @@
 
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
+#include "volume/allocation.hpp"
 #include "volume/catalog.hpp"
 #include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
@@ -75,8 +76,11 @@ bool EnterWrapper(VolumeContext& volume) {
                               std::uint64_t{mdb.embeddedExtent.startBlock} * unit / kSectorBytes;
         const ByteSpan bytes{reinterpret_cast<std::uint8_t*>(&volume.vhb), sizeof volume.vhb};
         if (ReadHeaderSector(volume, volume.volumeOffset + kHeaderSector, bytes) &&
-            IsHfsPlusSignature(volume.vhb.signature))
+            IsHfsPlusSignature(volume.vhb.signature)) {
+            volume.partitionSectors =
+                std::uint64_t{mdb.embeddedExtent.blockCount} * unit / kSectorBytes;
             return SetHfsPlus(volume);
+        }
     }
     return false;
 }
@@ -131,10 +135,13 @@ bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork)
 // Mounts at a place of the medium.
 bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t sectorCount,
               std::uint64_t totalSectors) {
+    // A map may tell more sectors than the image has: nothing is ever written behind its end.
     const std::uint64_t imageSectors = volume.image->size() / kSectorBytes;
+    const std::uint64_t behindStart = imageSectors - std::min(imageSectors, startSector);
     volume.volumeOffset = startSector;
-    volume.partitionSectors =
-        sectorCount != 0 ? sectorCount : imageSectors - std::min(imageSectors, startSector);
+    volume.partitionSectors = sectorCount != 0 ? std::min(sectorCount, behindStart) : behindStart;
+    // What an earlier volume had loaded must never be written into this one.
+    ReleaseAllocationState(volume);
     volume.totalSectors = totalSectors;
     volume.isMounted = ReadVolumeHeader(volume) && OpenTrees(volume);
     return volume.isMounted;
