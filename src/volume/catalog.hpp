@@ -72,8 +72,9 @@ struct CatalogItem {
                                       std::uint32_t folderId);
 
 /// Makes a folder and gives its id in `id`. The name is a shown one. `Exists` when the parent has
-/// an item of that name, `Damaged` when the parent is not there or the name cannot be a name;
-/// nothing is changed then.
+/// an item of that name, `Damaged` when the parent is not there, the name cannot be a name or the
+/// next id is in use, `Full` when the catalog or the parent has no room for it, `Failed` when no
+/// bitmap is loaded; nothing is changed then.
 [[nodiscard]] TreeResult CreateFolder(VolumeContext& volume, std::string_view name,
                                       std::uint32_t parentId, const Clock& clock,
                                       std::uint32_t& id);

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <limits>
 
+#include "containers/hfs_plus_name_form.hpp"
 #include "containers/names.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog.hpp"
@@ -12,11 +13,13 @@ namespace vellmark {
 
 namespace {
 
+TreeKey ThreadKey(const VolumeContext& volume, std::uint32_t id) {
+    return volume.isHfsPlus ? HfsPlusCatalogKey(id, {}) : HfsCatalogKey(id, {});
+}
+
 // Places the catalog on a folder's record, by its thread.
 TreeResult FindFolderRecord(VolumeContext& volume, std::uint32_t folderId, bool& found) {
-    const TreeKey threadKey =
-        volume.isHfsPlus ? HfsPlusCatalogKey(folderId, {}) : HfsCatalogKey(folderId, {});
-    if (const TreeResult result = FindKey(volume.catalog, threadKey, found);
+    if (const TreeResult result = FindKey(volume.catalog, ThreadKey(volume, folderId), found);
         result != TreeResult::Done || !found)
         return result;
     const ConstByteSpan data = volume.catalog.view().data(volume.catalog.index);
@@ -37,12 +40,16 @@ TreeResult FindFolderRecord(VolumeContext& volume, std::uint32_t folderId, bool&
                             {reinterpret_cast<const char*>(thread.name.data()) + 1, length});
     }
     const TreeResult result = FindKey(volume.catalog, key, found);
+    if (result != TreeResult::Done || !found)
+        return result;
+    // The thread of an HFS+ file leads to a record of another kind.
+    const ConstByteSpan record = volume.catalog.view().data(volume.catalog.index);
     const std::size_t smallest =
         volume.isHfsPlus ? sizeof(HfsPlusFolderRecord) : sizeof(HfsFolderRecord);
-    if (result == TreeResult::Done && found &&
-        volume.catalog.view().data(volume.catalog.index).size() < smallest)
+    if (record.size() < smallest)
         return TreeResult::Damaged;
-    return result;
+    found = record[volume.isHfsPlus ? 1 : 0] == static_cast<unsigned>(CatalogRecordType::Folder);
+    return TreeResult::Done;
 }
 
 // The valence field of the folder record that the catalog stands on.
@@ -67,10 +74,40 @@ void CountNewFolder(VolumeContext& volume, std::uint32_t parentId) {
 
 bool IsPossibleName(const VolumeContext& volume, const std::u16string& wide) {
     if (volume.isHfsPlus)
-        return !wide.empty() && wide.find(u'\0') == std::u16string::npos &&
-               WideToHfsPlusName(wide).size() <= kHfsPlusNameMax;
+        return wide.find(u'\0') == std::u16string::npos && !WideToHfsPlusName(wide).empty() &&
+               Decompose(wide, CanonicalForm::HfsPlus).size() <= kHfsPlusNameMax;
     const std::optional<std::string> mac = WideToMacRomanExact(wide);
     return mac && !mac->empty() && mac->size() <= kHfsNameLimit;
+}
+
+// Whether the next id of the header can really be given to a new item.
+TreeResult CheckNextId(VolumeContext& volume) {
+    const std::uint32_t id = volume.isHfsPlus ? volume.vhb.nextCatalogId : volume.mdb.nextCatalogId;
+    if (id < kFirstUserId || id == std::numeric_limits<std::uint32_t>::max())
+        return TreeResult::Damaged;
+    bool found = false;
+    const TreeResult result = FindKey(volume.catalog, ThreadKey(volume, id), found);
+    return found ? TreeResult::Damaged : result;
+}
+
+// Whether nothing stands against a new folder in that parent; nothing is changed before that.
+TreeResult CheckNewFolder(VolumeContext& volume, std::string_view name, const std::u16string& wide,
+                          std::uint32_t parentId, const Clock& clock) {
+    if (volume.allocation.bitmap.empty())
+        return TreeResult::Failed;
+    const std::optional<std::uint32_t> valence = ReadValence(volume, parentId);
+    if (!IsPossibleName(volume, wide) || !valence)
+        return TreeResult::Damaged;
+    std::optional<CatalogItem> there;
+    if (const TreeResult result = FindItem(volume, parentId, name, clock, there);
+        result != TreeResult::Done || there)
+        return there ? TreeResult::Exists : result;
+    // A folder without its thread must not stay behind when the catalog is full.
+    const TreeHeaderRecord& tree = volume.catalog.header();
+    if ((!volume.isHfsPlus && *valence >= kHfsLimit) ||
+        tree.freeNodes < NodesForInsertions(tree.depth, 2))
+        return TreeResult::Full;
+    return CheckNextId(volume);
 }
 
 }  // namespace
@@ -114,12 +151,9 @@ TreeResult CreateFolder(VolumeContext& volume, std::string_view name, std::uint3
                         const Clock& clock, std::uint32_t& id) {
     std::u16string wide = Utf8ToWide(name);
     std::replace(wide.begin(), wide.end(), u':', u'/');
-    if (!IsPossibleName(volume, wide) || !ReadValence(volume, parentId))
-        return TreeResult::Damaged;
-    std::optional<CatalogItem> there;
-    if (const TreeResult result = FindItem(volume, parentId, name, clock, there);
-        result != TreeResult::Done || there)
-        return there ? TreeResult::Exists : result;
+    if (const TreeResult result = CheckNewFolder(volume, name, wide, parentId, clock);
+        result != TreeResult::Done)
+        return result;
     FolderFacts facts;
     facts.id = id = NextCatalogId(volume);
     facts.created = facts.modified = MacDateNow(clock, volume.isHfsPlus);
