@@ -82,6 +82,9 @@ TreeResult FollowExtents(VolumeContext& volume, std::uint32_t fileId, std::uint8
     if (!AddRuns(volume, info.runs, runs, blocks))
         return TreeResult::Damaged;
     while (blocks < info.totalBlocks) {
+        // A fork has no more blocks than its volume; the keys of HFS could not even count them.
+        if (blocks >= volume.totalBlocks())
+            return TreeResult::Damaged;
         const auto start = static_cast<std::uint32_t>(blocks);
         const TreeKey key = volume.isHfsPlus ? HfsPlusExtentsKey(fileId, fork, start)
                                              : HfsExtentsKey(fileId, fork, start);
