@@ -21,11 +21,13 @@ bool VolumeNodes::read(std::uint32_t number, ByteSpan node) {
 }
 
 bool VolumeNodes::write(std::uint32_t number, ConstByteSpan node) {
-    if (cache_ && number != 0)
-        cache_->update(number, node);
     // A request has one buffer for both directions; a write does not change it.
     const ByteSpan bytes{const_cast<std::uint8_t*>(node.data()), node.size()};
-    return TransferFork(volume_, runs_, kCommandWrite, std::uint64_t{number} * nodeSize_, bytes);
+    if (!TransferFork(volume_, runs_, kCommandWrite, std::uint64_t{number} * nodeSize_, bytes))
+        return false;
+    if (cache_ && number != 0)
+        cache_->update(number, node);
+    return true;
 }
 
 }  // namespace vellmark
