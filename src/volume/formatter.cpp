@@ -8,6 +8,7 @@
 #include "containers/names.hpp"
 #include "support/texts.hpp"
 #include "volume/catalog_insert.hpp"
+#include "volume/catalog_keys.hpp"
 #include "volume/volume_headers.hpp"
 
 namespace vellmark {
@@ -111,7 +112,8 @@ bool WriteCatalog(PcFile& image, std::uint64_t offset, bool isHfsPlus, std::uint
 bool FormatHfs(const FormatInput& input, const Geometry& geometry, PcFile& image, MacSeconds now) {
     VolumeParams params = CommonParams(input, geometry, now);
     const std::uint32_t used = 2 * kSystemFileBlocks;
-    params.label = AnsiToMacName(input.label);
+    params.label =
+        AnsiToMacName(ReplaceChars(input.label, kMacForbiddenChars)).substr(0, kHfsVolumeNameLimit);
     params.freeBlocks = params.totalBlocks - used;
     params.nextAllocation = used;
     params.clumpSize = 4 * params.blockSize;
