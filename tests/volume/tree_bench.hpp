@@ -1,0 +1,88 @@
+// What the tests of B-trees share: the four kinds of trees, records made byte by byte with an order
+// of their own, and a checker that reads the nodes without the code under test.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <ostream>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "volume/btree.hpp"
+#include "volume/catalog_keys.hpp"
+
+namespace vellmark::testing {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct TreeKind {
+    const char* name;
+    const TreeFormat* format;
+    std::uint32_t nodeSize;
+    bool isCatalog;
+    bool isHfsPlus;
+};
+inline std::ostream& operator<<(std::ostream& out, const TreeKind& kind) {
+    return out << kind.name;
+}
+
+inline const TreeKind kTreeKinds[] = {
+    {"HfsCatalog", &kHfsCatalogFormat, 512, true, false},
+    {"HfsPlusCatalog", &kHfsPlusCatalogFormat, 4096, true, true},
+    {"HfsExtents", &kHfsExtentsFormat, 512, false, false},
+    {"HfsPlusExtents", &kHfsPlusExtentsFormat, 1024, false, true},
+};
+
+/// What a key is ordered by, number by number: parent and weights of the letters, or file, fork and
+/// first block. Keys that compare as equal have the same numbers.
+using KeyOrder = std::vector<std::uint32_t>;
+
+struct TestRecord {
+    Bytes key;
+    Bytes data;
+};
+using TreeModel = std::map<KeyOrder, TestRecord>;
+using TreeEntry = std::pair<KeyOrder, TestRecord>;
+
+/// A number from 0 up to, not including, `limit`.
+[[nodiscard]] inline std::uint32_t Below(std::mt19937& random, std::uint32_t limit) {
+    return static_cast<std::uint32_t>(random() % limit);
+}
+
+/// The record of the root folder, with which every catalog begins; of extents trees the record of
+/// the lowest file.
+[[nodiscard]] TreeEntry FirstRecord(const TreeKind& kind);
+/// Any record behind it. Short names are frequent, so that some collide, also by case alone.
+[[nodiscard]] TreeEntry RandomRecord(const TreeKind& kind, std::mt19937& random);
+/// `count` different records, with the first one.
+[[nodiscard]] TreeModel RandomModel(const TreeKind& kind, std::mt19937& random, std::size_t count);
+
+[[nodiscard]] NewTree ShapeOf(const TreeKind& kind, std::uint32_t totalNodes);
+
+/// The bytes of nodes 1 and up and of node 0 in memory.
+[[nodiscard]] std::vector<Bytes> AllNodes(TreeCursor& tree);
+
+/// Walks the tree level by level and holds it against the model: kinds, heights, links, index keys,
+/// zeros in free space, the records themselves, the header's counts and the map of used nodes.
+void ExpectSoundTree(TreeCursor& tree, const TreeKind& kind, const TreeModel& model);
+
+/// A store that fails its `failAt`-th write (from 1) and all later ones.
+class FailingNodes final : public NodeStore {
+  public:
+    FailingNodes(std::size_t nodeSize, int failAt) : nodes_(nodeSize), left_(failAt) {}
+    [[nodiscard]] bool read(std::uint32_t number, ByteSpan node) override {
+        return nodes_.read(number, node);
+    }
+    [[nodiscard]] bool write(std::uint32_t number, ConstByteSpan node) override {
+        failed = failed || --left_ <= 0;
+        return !failed && nodes_.write(number, node);
+    }
+    bool failed = false;
+
+  private:
+    MemoryNodes nodes_;
+    int left_;
+};
+
+}  // namespace vellmark::testing
