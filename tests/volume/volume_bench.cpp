@@ -1,0 +1,132 @@
+#include "volume/volume_bench.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+
+#include "volume/fork_reader.hpp"
+
+namespace vellmark::testing {
+
+std::string FormatImage(const TemporaryFolder& folder, const FormatInput& input) {
+    const std::string path = folder.path() + "/volume";
+    PcFile image(path, PcFile::Mode::CreateTruncate);
+    Progress progress;
+    return FormatVolume(input, image, kClock, progress) == FormatResult::Done ? path : "";
+}
+
+std::string FormatSmall(const TemporaryFolder& folder, bool isHfsPlus) {
+    FormatInput input;
+    input.label = "Small";
+    input.sizeMegabytes = 2;
+    input.isHfsPlus = isHfsPlus;
+    return FormatImage(folder, input);
+}
+
+bool Open(VolumeContext& volume, const std::string& path) {
+    KeptMessages messages;
+    const bool opened = OpenVolume(volume, path, messages);
+    for (const std::string& text : messages.texts)
+        std::printf("%s\n", text.c_str());
+    return opened;
+}
+
+Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count) {
+    PcFile file(path, PcFile::Mode::Read);
+    Bytes bytes(count);
+    EXPECT_TRUE(file.readExactly(offset, bytes)) << path << " at " << offset;
+    return bytes;
+}
+
+std::uint64_t Big(const std::string& path, std::uint64_t offset, int width) {
+    std::uint64_t value = 0;
+    for (const std::uint8_t byte : BytesAt(path, offset, static_cast<std::size_t>(width)))
+        value = value << 8 | byte;
+    return value;
+}
+
+void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes) {
+    PcFile file(path, PcFile::Mode::ReadWrite);
+    ASSERT_TRUE(file.writeAt(offset, bytes));
+}
+
+std::uint32_t Crc32(const Bytes& bytes) {
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (const std::uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc & 1 ? crc >> 1 ^ 0xEDB88320 : crc >> 1;
+    }
+    return ~crc;
+}
+
+TreeResult WalkVolume(VolumeContext& volume, std::size_t most,
+                      const std::function<void(const std::string&, const CatalogItem&)>& visit) {
+    std::vector<std::pair<std::string, std::uint32_t>> folders = {{"", kRootFolderId}};
+    TreeResult result = TreeResult::Done;
+    // A damaged volume may hold a folder within itself: the number of items ends the walk.
+    for (std::size_t i = 0, seen = 0; i < folders.size() && seen < most; ++i) {
+        const auto [path, id] = folders[i];
+        std::vector<CatalogItem> items;
+        const TreeResult listed = ListFolder(volume, id, kClock, items);
+        if (result == TreeResult::Done)
+            result = listed;
+        for (const CatalogItem& item : items) {
+            ++seen;
+            visit(path + item.name, item);
+            if (item.isFolder)
+                folders.emplace_back(path + item.name + "/", item.id);
+        }
+    }
+    return result;
+}
+
+Bytes ReadFork(VolumeContext& volume, const CatalogItem& item, bool resource) {
+    std::vector<BlockRun> runs;
+    if (ForkRuns(volume, item, resource, runs) != TreeResult::Done)
+        return {};
+    const std::uint64_t size = resource ? item.resource.sizeBytes : item.data.sizeBytes;
+    Bytes bytes(size);
+    bytes.resize(ForkSource(volume, std::move(runs), size).readAt(0, bytes));
+    return bytes;
+}
+
+CommandResult RunCommand(const std::string& home, const std::string& command) {
+    CommandResult result;
+    FILE* pipe =
+        popen(("HOME='" + home + "'; export HOME; { " + command + "; } 2>&1").c_str(), "r");
+    if (pipe == nullptr)
+        return result;
+    std::array<char, 4096> buffer;
+    while (const std::size_t got = std::fread(buffer.data(), 1, buffer.size(), pipe))
+        result.output.append(buffer.data(), got);
+    const int status = pclose(pipe);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+bool IsInstalled(const std::string& program) {
+    return RunCommand("/", "command -v " + program).status == 0;
+}
+
+void ExpectReadersFindNoFault(const std::string& path) {
+    if (!IsInstalled("python3"))
+        return;
+    const std::string readers =
+        (std::filesystem::path(__FILE__).parent_path().parent_path() / "endtoend").string();
+    const CommandResult judged =
+        RunCommand("/", "PYTHONDONTWRITEBYTECODE=1 PYTHONPATH='" + readers +
+                            "' python3 -m readers '" + path + "'");
+    // The mark of a first descriptor that a formatted HFS image carries stands for no ISO 9660
+    // tree.
+    const bool markOnly =
+        judged.output.find("\nPROBLEM: ISO 9660: descriptor at sector 17: no 'CD001'\n") !=
+            std::string::npos &&
+        judged.output.find("\n1 problems") != std::string::npos;
+    EXPECT_TRUE(judged.status == 0 || (judged.status == 1 && markOnly)) << judged.output;
+}
+
+}  // namespace vellmark::testing
