@@ -129,7 +129,7 @@ std::string LetterTail(unsigned number) {
 class IsoNames {
   public:
     std::string take(IsoParts parts) {
-        const std::string wanted = parts.joined();
+        std::string wanted = parts.joined();
         if (used_.insert(wanted).second)
             return wanted;
         const std::string base = parts.base;

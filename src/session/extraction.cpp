@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <functional>
 
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
@@ -81,16 +80,15 @@ Extraction Extractor::take(TreeView& tree, const ViewEntry& entry, const std::st
     return whole ? Extraction::Done : Extraction::Stopped;
 }
 
-Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, std::ostream& out) {
+Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file,
+                             const std::function<bool(std::string_view piece)>& put) {
     std::string sentence;
     const std::unique_ptr<ByteSource> source = tree.open(file, sentence);
     if (!source)
         return skip(file, sentence);
     const CopyResult result = CopyContents(
         *source, buffer_, progress_, [&](std::uint64_t, std::span<const std::uint8_t> piece) {
-            out.write(reinterpret_cast<const char*>(piece.data()),
-                      static_cast<std::streamsize>(piece.size()));
-            return out.good();
+            return put({reinterpret_cast<const char*>(piece.data()), piece.size()});
         });
     if (result == CopyResult::ShortRead)
         return skip(file, kCutShort);

@@ -1,7 +1,8 @@
 // Takes files and folders of an image out to the PC: data forks with their names and dates.
 #pragma once
 
-#include <ostream>
+#include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -37,8 +38,9 @@ class Extractor final : public TreeWalker {
     /// what is missing there. Items inside a folder that cannot be written are named and left out.
     [[nodiscard]] Extraction take(TreeView& tree, const ViewEntry& entry,
                                   const std::string& target);
-    /// Writes the contents of a file to a stream.
-    [[nodiscard]] Extraction takeTo(TreeView& tree, const ViewEntry& file, std::ostream& out);
+    /// Hands the contents of a file on, piece by piece, until `put` says no.
+    [[nodiscard]] Extraction takeTo(TreeView& tree, const ViewEntry& file,
+                                    const std::function<bool(std::string_view piece)>& put);
     /// Parts of the tree that could not be read, each told.
     [[nodiscard]] bool foundDamage() const { return foundDamage_; }
 

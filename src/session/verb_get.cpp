@@ -69,7 +69,8 @@ bool GetOne(ViewRun& run, Extractor& extractor, const GetOptions& options, const
         run.problem(fmt::format("{} is a folder, which cannot go to the standard output.",
                                 Printable(path)));
     } else {
-        result = extractor.takeTo(*found->tree, found->entry, run.context.output);
+        result = extractor.takeTo(*found->tree, found->entry,
+                                  [&](std::string_view piece) { return run.put(piece); });
     }
     // What was asked for by its name and is not there now makes the whole run fail.
     run.failed = run.failed || result != Extraction::Done;
@@ -100,6 +101,8 @@ int Get(const GetOptions& options, CommandContext& context) {
         if (!GetOne(run, extractor, options, path, *intoFolder))
             break;
     run.failed = run.failed || extractor.foundDamage();
+    if (StopSignals::requested())
+        run.problem("Stopped as you wished; what was written before stays.");
     return run.exitStatus();
 }
 
