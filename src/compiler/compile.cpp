@@ -33,7 +33,6 @@ constexpr int kTextNoIso = 1551;
 constexpr int kTextNoHfs = 1552;
 
 constexpr std::string_view kUntitled = "Untitled";
-constexpr std::size_t kIsoLabelLimit = 16;
 /// Records of path tables tell the directory above in 16 bits.
 constexpr std::size_t kMostIsoFolders = 65535;
 /// Where the volume of an image without ISO tables begins, in sectors of 2048 bytes.

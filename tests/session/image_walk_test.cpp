@@ -127,7 +127,7 @@ TEST(TreeWalker, NoWalkVisitsMoreThanItsLimit) {
     });
     Recorder recorder(1000);
     EXPECT_FALSE(recorder.walk(tree, ViewEntry{}));
-    EXPECT_EQ(recorder.problems.size() > 0, true);
+    ASSERT_FALSE(recorder.problems.empty());
     EXPECT_NE(recorder.problems.back().find("more than 1000"), std::string::npos);
 }
 

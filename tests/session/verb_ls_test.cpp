@@ -6,7 +6,6 @@ namespace {
 
 using test::Names;
 using test::ReadingTest;
-using test::Write;
 
 class ListingTest : public ReadingTest {};
 
