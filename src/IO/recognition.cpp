@@ -189,7 +189,7 @@ int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>
         return ScanMap(context, buffer, list);
     if (HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ||
         HasSignature(buffer, kVolumeHeaderByte, kHfsPlusSignature)) {
-        context.readOnly = true;
+        context.readOnlyReasons.add(ReadOnlyReason::BareVolume);
         return 1;
     }
     return kNothingRecognised;

@@ -51,7 +51,7 @@ inline constexpr int kNoMacintoshPartition = -85;
 /// failures above, and keeps that result in `partitionCount`. A bare volume and a map of the old
 /// style count as one and leave the list empty. `volumeOffset` becomes the first sector of the
 /// first of them; `totalSectors` and `driverBlockSize` come from a driver descriptor; a bare volume
-/// sets `readOnly`. The list holds every partition found, in the order of the disk.
+/// is a reason to be read only. The list holds every partition found, in the order of the disk.
 [[nodiscard]] int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list);
 
 /// Adds the HFS partitions of an Apple partition map to the list. `buffer` is the start of the

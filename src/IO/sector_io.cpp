@@ -35,7 +35,7 @@ void ForgetMedium(MediumContext& context) {
     context.partitionStart = 0;
     context.blockSize = 0;
     context.sectorsPerBlock = 0;
-    context.readOnly = false;
+    context.readOnlyReasons = {};
     context.transferFailed = false;
 }
 
@@ -114,7 +114,7 @@ ImageOpening OpenImageForReading(MediumContext& context, const std::string& path
     ImageOpening opening = OpenAs(context, path, PcFile::Mode::Read);
     if (opening.result == OpenResult::Opened) {
         opening.result = OpenResult::OpenedReadOnly;
-        context.readOnly = true;
+        context.readOnlyReasons.add(ReadOnlyReason::File);
     }
     return opening;
 }

@@ -37,6 +37,34 @@ using TransferSlot = std::function<int(const SectorRequest&)>;
 
 enum class MediumKind : std::int32_t { FileImage = 3 };
 
+/// Why nothing may be changed on a medium. Several reasons can hold at once.
+enum class ReadOnlyReason : std::uint8_t {
+    File = 1,           ///< the image could only be opened for reading
+    BareVolume = 2,     ///< a volume without a partition map in front of it
+    OverflowRead = 4,   ///< HFS+: a fork was read that goes on in the extents overflow tree
+    Journal = 8,        ///< HFS+: a journal holds changes that were not carried out
+    NotUnmounted = 16,  ///< HFS+: the volume was not left cleanly
+    BinaryNames = 32,   ///< HFSX: the catalog compares names by binary value
+    Locked = 64,        ///< the volume's own lock
+};
+
+class ReadOnlyReasons {
+  public:
+    void add(ReadOnlyReason reason) {
+        bits_ = static_cast<std::uint8_t>(bits_ | static_cast<std::uint8_t>(reason));
+    }
+    void remove(ReadOnlyReason reason) {
+        bits_ = static_cast<std::uint8_t>(bits_ & ~static_cast<unsigned>(reason));
+    }
+    [[nodiscard]] bool has(ReadOnlyReason reason) const {
+        return (bits_ & static_cast<std::uint8_t>(reason)) != 0;
+    }
+    [[nodiscard]] bool any() const { return bits_ != 0; }
+
+  private:
+    std::uint8_t bits_ = 0;
+};
+
 /// The record of the open medium. The slots refer to the record, so it stays where it was made.
 struct MediumContext {
     MediumContext();
@@ -60,7 +88,7 @@ struct MediumContext {
     std::uint64_t partitionStart = 0;   ///< first sector of an HFS volume (its boot blocks)
     std::uint32_t blockSize = 0;        ///< bytes of an allocation block
     std::uint32_t sectorsPerBlock = 0;  ///< `blockSize` / 512
-    bool readOnly = false;              ///< nothing may be changed
+    ReadOnlyReasons readOnlyReasons;    ///< nothing may be changed while there is one
     /// A transfer since the opening was short or failed; stays set until the next opening.
     bool transferFailed = false;
 };
@@ -72,7 +100,8 @@ struct ImageOpening {
     int systemError = 0;  ///< why it failed; 0 when it did not
 };
 
-/// Opens an image for reading and writing, or else for reading only with `readOnly` set. What the
+/// Opens an image for reading and writing, or else for reading only, which is then a
+/// reason of the record. What the
 /// record knew of an earlier medium is forgotten first, and both slots lead to `TransferSectors`.
 [[nodiscard]] ImageOpening OpenImage(MediumContext& context, const std::string& path);
 /// The same for work that changes nothing: the file is never opened for writing.

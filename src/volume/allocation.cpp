@@ -73,7 +73,7 @@ bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
 }  // namespace
 
 TreeResult LoadAllocationState(VolumeContext& volume) {
-    if (volume.readOnly)
+    if (volume.readOnlyReasons.any())
         return TreeResult::Failed;
     if (!FitsImage(volume))
         return TreeResult::Damaged;

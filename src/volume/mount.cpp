@@ -198,7 +198,7 @@ bool MountRequest(VolumeContext& volume) {
         return true;
     // Some makers of hybrid discs put an empty boot record in front of a volume that begins at the
     // start of the disc. Such a bare volume is for reading only.
-    volume.readOnly = true;
+    volume.readOnlyReasons.add(ReadOnlyReason::BareVolume);
     return TryMount(volume, 0, 0, totalSectors);
 }
 

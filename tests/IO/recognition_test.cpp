@@ -44,7 +44,7 @@ TEST_F(Recognition, TheMapHoldsItselfAndOneVolume) {
     EXPECT_EQ(context_.totalSectors, 4000u);
     EXPECT_EQ(context_.driverBlockSize, 512);
     EXPECT_EQ(context_.partitionCount, 1);
-    EXPECT_FALSE(context_.readOnly);
+    EXPECT_FALSE(context_.readOnlyReasons.any());
     EXPECT_FALSE(context_.transferFailed);
     PutHfsHeader(disk, 20, "Volume \x8E");
     EXPECT_EQ(scan(disk), 1);
@@ -162,13 +162,13 @@ TEST_F(Recognition, BareVolumesAreReadOnly) {
         Bytes disk(3 * 512);
         PutText(disk, 1024, signature);
         EXPECT_EQ(scan(disk), 1) << signature;
-        EXPECT_TRUE(context_.readOnly);
+        EXPECT_TRUE(context_.readOnlyReasons.any());
         EXPECT_EQ(context_.volumeOffset, 0u);
         EXPECT_FALSE(context_.transferFailed) << "a short image is no failure";
     }
     EXPECT_EQ(scan(Bytes(32 * 512)), kNothingRecognised);
     EXPECT_EQ(scan({}), kNothingRecognised);
-    EXPECT_FALSE(context_.readOnly);
+    EXPECT_FALSE(context_.readOnlyReasons.any());
     CloseImage(context_);
     EXPECT_EQ(ScanMedium(context_, list_), kNothingRecognised);
 }

@@ -123,7 +123,7 @@ TEST_F(SectorIo, BlocksBecomeSectorsIn64Bits) {
 TEST_F(SectorIo, AnImageOpenForReadingIsNeverWritten) {
     open(Pattern(512));
     EXPECT_EQ(OpenImageForReading(context_, path_).result, OpenResult::OpenedReadOnly);
-    EXPECT_TRUE(context_.readOnly);
+    EXPECT_TRUE(context_.readOnlyReasons.any());
     EXPECT_EQ(WriteSectors(context_.transferSlot, 0, Bytes(512)), 1);
     EXPECT_EQ(OpenImageForReading(context_, folder_.path() + "/none").systemError, ENOENT);
 }
@@ -138,10 +138,10 @@ TEST_F(SectorIo, OpeningTellsWhatCameOfIt) {
     context_.volumeOffset = 64;
     // A running program may be read and not written, whoever asks.
     EXPECT_EQ(OpenImage(context_, "/proc/self/exe").result, OpenResult::OpenedReadOnly);
-    EXPECT_TRUE(context_.readOnly);
+    EXPECT_TRUE(context_.readOnlyReasons.any());
     EXPECT_EQ(WriteSectors(context_.transferSlot, 0, Bytes(512)), 1);
     EXPECT_EQ(CreateImage(context_, folder_.path() + "/new").result, OpenResult::Opened);
-    EXPECT_FALSE(context_.readOnly) << "nothing of the earlier medium is left";
+    EXPECT_FALSE(context_.readOnlyReasons.any()) << "nothing of the earlier medium is left";
     EXPECT_EQ(context_.driverBlockSize, 0);
     EXPECT_EQ(context_.volumeOffset, 0u);
     CloseImage(context_);

@@ -87,7 +87,7 @@ TEST(ForeignVolume, SamplesOfOtherProgramsAreReadWhole) {
         VolumeContext volume;
         ASSERT_TRUE(testing::Open(volume, std::string(folder) + "/" + sample.file));
         EXPECT_EQ(volume.isHfsPlus, sample.isHfsPlus);
-        EXPECT_TRUE(volume.readOnly || !sample.isBare);
+        EXPECT_TRUE(volume.readOnlyReasons.any() || !sample.isBare);
         EXPECT_EQ(VolumeName(volume), sample.name);
         std::set<std::string> left;
         for (const SampleFile& file : *sample.files)
@@ -139,7 +139,7 @@ TEST(ForeignVolume, VolumesOfHfsutilsAreReadWhole) {
     VolumeContext volume;
     ASSERT_TRUE(testing::Open(volume, image));
     EXPECT_EQ(VolumeName(volume), "Of Others");
-    EXPECT_TRUE(volume.readOnly);
+    EXPECT_TRUE(volume.readOnlyReasons.any());
     EXPECT_GE(volume.catalog.header().depth, 3);
     int files = 0;
     const auto visit = [&](const std::string& path, const CatalogItem& item) {

@@ -106,7 +106,7 @@ TEST_F(Mount, HfsBehindAMap) {
     PutHfs(disk, 96, {}, "Caf\x8E/b");
     ASSERT_TRUE(mount(disk));
     EXPECT_FALSE(volume_.isHfsPlus);
-    EXPECT_FALSE(volume_.readOnly);
+    EXPECT_FALSE(volume_.readOnlyReasons.any());
     EXPECT_EQ(volume_.partitionStart, 96u);
     EXPECT_EQ(volume_.volumeOffset, 96u + 5);
     EXPECT_EQ(volume_.partitionSectors, 60u);
@@ -131,13 +131,13 @@ TEST_F(Mount, BareVolumesAreForReading) {
     Bytes disk;
     PutHfs(disk, 0, {}, "Bare");
     ASSERT_TRUE(mount(disk));
-    EXPECT_TRUE(volume_.readOnly);
+    EXPECT_TRUE(volume_.readOnlyReasons.any());
     EXPECT_EQ(volume_.volumeOffset, 5u);
     EXPECT_EQ(LoadAllocationState(volume_), TreeResult::Failed);
     disk.clear();
     PutHfsPlus(disk, 0, {});
     ASSERT_TRUE(mount(disk));
-    EXPECT_TRUE(volume_.readOnly && volume_.isHfsPlus);
+    EXPECT_TRUE(volume_.readOnlyReasons.any() && volume_.isHfsPlus);
     EXPECT_EQ(volume_.volumeOffset, 0u);
     EXPECT_EQ(volume_.totalSectors, 60u);
 }
