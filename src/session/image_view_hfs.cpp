@@ -123,7 +123,7 @@ const std::map<std::string, CatalogItem>& HfsTreeView::linkTargets() {
     std::vector<CatalogItem> items;
     (void)ListFolder(volume_, kRootFolderId, clock_, items);
     const auto folder = std::find_if(items.begin(), items.end(), [](const CatalogItem& item) {
-        return item.isFolder && item.hfsPlusName == kLinkFolder;
+        return item.isFolder && item.catalogName.hfsPlus == kLinkFolder;
     });
     if (folder == items.end())
         return *linkTargets_;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "containers/names.hpp"
-#include "support/encoding.hpp"
 #include "volume/catalog_keys.hpp"
 
 namespace vellmark {
@@ -103,33 +101,11 @@ std::optional<CatalogItem> CurrentItem(VolumeContext& volume, const Clock& clock
     item.isFolder = IsType(volume, data, CatalogRecordType::Folder);
     if (!item.isFolder && !IsType(volume, data, CatalogRecordType::File))
         return std::nullopt;
-    if (volume.isHfsPlus) {
-        item.hfsPlusName = HfsPlusKeyName(key);
-        item.name = ShownHfsPlusName(item.hfsPlusName);
-    } else {
-        item.hfsName = HfsKeyName(key);
-        item.name = ShownHfsName(item.hfsName);
-    }
+    item.catalogName = NameOfKey(volume, key);
+    item.name = ShownName(volume, item.catalogName);
     if (!(volume.isHfsPlus ? FillHfsPlus(data, item) : FillHfs(volume, clock, data, item)))
         return std::nullopt;
     return item;
-}
-
-TreeKey ThreadKey(const VolumeContext& volume, std::uint32_t id) {
-    return volume.isHfsPlus ? HfsPlusCatalogKey(id, {}) : HfsCatalogKey(id, {});
-}
-
-// The key of a shown name; nothing when the volume cannot have such a name.
-std::optional<TreeKey> KeyOfShownName(const VolumeContext& volume, std::uint32_t parentId,
-                                      std::string_view name) {
-    std::u16string wide = Utf8ToWide(name);
-    std::replace(wide.begin(), wide.end(), u':', u'/');
-    if (volume.isHfsPlus)
-        return HfsPlusCatalogKey(parentId, WideToHfsPlusName(wide));
-    const std::optional<std::string> mac = WideToMacRomanExact(wide);
-    if (!mac || mac->empty() || mac->size() > kHfsNameLimit)
-        return std::nullopt;
-    return HfsCatalogKey(parentId, *mac);
 }
 
 // The root's record, which no folder lists.
@@ -145,18 +121,6 @@ TreeResult FindRoot(VolumeContext& volume, const Clock& clock, std::optional<Cat
 }
 
 }  // namespace
-
-std::string ShownHfsName(std::string_view macName) {
-    std::u16string wide = MacNameToWide(macName);
-    std::replace(wide.begin(), wide.end(), u'/', u':');
-    return WideToUtf8(wide);
-}
-
-std::string ShownHfsPlusName(std::u16string_view name) {
-    std::u16string wide = HfsPlusNameToWide(HfsPlusName(name));
-    std::replace(wide.begin(), wide.end(), u'/', u':');
-    return WideToUtf8(wide);
-}
 
 TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId, const Clock& clock,
                       std::vector<CatalogItem>& items) {
@@ -185,11 +149,15 @@ TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId, const Clock
 TreeResult FindItem(VolumeContext& volume, std::uint32_t folderId, std::string_view name,
                     const Clock& clock, std::optional<CatalogItem>& item) {
     item.reset();
-    const std::optional<TreeKey> key = KeyOfShownName(volume, folderId, name);
-    if (!key)
-        return TreeResult::Done;
+    const std::optional<CatalogName> wanted = NameFromShown(volume, name);
+    return wanted ? FindNamed(volume, folderId, *wanted, clock, item) : TreeResult::Done;
+}
+
+TreeResult FindNamed(VolumeContext& volume, std::uint32_t folderId, const CatalogName& name,
+                     const Clock& clock, std::optional<CatalogItem>& item) {
+    item.reset();
     bool found = false;
-    const TreeResult result = FindKey(volume.catalog, *key, found);
+    const TreeResult result = FindKey(volume.catalog, ItemKey(volume, folderId, name), found);
     if (result == TreeResult::Done && found)
         item = CurrentItem(volume, clock);
     return result;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/mac_dates.hpp"
+#include "volume/catalog_name.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/volume_context.hpp"
 
@@ -21,8 +22,7 @@ struct CatalogItem {
     std::uint32_t id = 0;
     bool isFolder = false;
     std::string name;                 ///< to be shown: UTF-8, a slash of the name as `:`
-    std::string hfsName;              ///< HFS: MacRoman, as the key has it
-    std::u16string hfsPlusName;       ///< HFS+: as the key has it
+    CatalogName catalogName;          ///< as the key has it
     std::uint32_t valence = 0;        ///< folders: items directly inside, as the record tells
     std::array<char, 8> signature{};  ///< files: type, then creator
     /// HFS+: number of the file that holds the contents of this hard link; 0 for other files.
@@ -34,11 +34,6 @@ struct CatalogItem {
     ForkInfo resource;  ///< files
 };
 
-/// Name of an HFS item as it is shown and typed.
-[[nodiscard]] std::string ShownHfsName(std::string_view macName);
-/// Name of an HFS+ item as it is shown and typed.
-[[nodiscard]] std::string ShownHfsPlusName(std::u16string_view name);
-
 /// The items of a folder, in the order of the catalog. Items before a damaged place are kept.
 [[nodiscard]] TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId,
                                     const Clock& clock, std::vector<CatalogItem>& items);
@@ -48,6 +43,11 @@ struct CatalogItem {
 [[nodiscard]] TreeResult FindItem(VolumeContext& volume, std::uint32_t folderId,
                                   std::string_view name, const Clock& clock,
                                   std::optional<CatalogItem>& item);
+
+/// The same for a name in the volume's own form.
+[[nodiscard]] TreeResult FindNamed(VolumeContext& volume, std::uint32_t folderId,
+                                   const CatalogName& name, const Clock& clock,
+                                   std::optional<CatalogItem>& item);
 
 /// The item of a path with `/` between the names; the root folder for an empty path.
 [[nodiscard]] TreeResult FindPath(VolumeContext& volume, std::string_view path, const Clock& clock,

@@ -13,10 +13,6 @@ namespace vellmark {
 
 namespace {
 
-TreeKey ThreadKey(const VolumeContext& volume, std::uint32_t id) {
-    return volume.isHfsPlus ? HfsPlusCatalogKey(id, {}) : HfsCatalogKey(id, {});
-}
-
 // Places the catalog on a folder's record, by its thread.
 TreeResult FindFolderRecord(VolumeContext& volume, std::uint32_t folderId, bool& found) {
     if (const TreeResult result = FindKey(volume.catalog, ThreadKey(volume, folderId), found);
