@@ -55,7 +55,7 @@ const Rule& RuleFor(FileClass fileClass, ProjectView view) {
 }
 
 // Where the answers to a class's question are kept; a plain file has none.
-Remembered* KeptAnswer(FileClass fileClass, InclusionAnswers& answers) {
+RememberedAnswer* KeptAnswer(FileClass fileClass, InclusionAnswers& answers) {
     switch (fileClass) {
         case FileClass::MacContainer:
             return &answers.macContainer;
@@ -67,21 +67,6 @@ Remembered* KeptAnswer(FileClass fileClass, InclusionAnswers& answers) {
             break;
     }
     return nullptr;
-}
-
-Answer AnswerFor(const Rule& rule, std::string_view shownPath, Remembered& kept,
-                 Messages& messages) {
-    if (kept == Remembered::YesToAll)
-        return Answer::YesToAll;
-    if (kept == Remembered::NoToAll)
-        return Answer::NoToAll;
-    const Answer answer =
-        messages.askYesNoRemember(FormatText(rule.question, std::string(shownPath)));
-    if (answer == Answer::YesToAll)
-        kept = Remembered::YesToAll;
-    if (answer == Answer::NoToAll)
-        kept = Remembered::NoToAll;
-    return answer;
 }
 
 Views Outcome(const Rule& rule, Answer answer) {
@@ -112,10 +97,12 @@ void DecideViews(ProjectRecord& record, ProjectView view, std::string_view shown
                  InclusionAnswers& answers, Messages& messages) {
     const FileClass fileClass = ClassOf(record);
     const Rule& rule = RuleFor(fileClass, view);
-    Remembered* kept = KeptAnswer(fileClass, answers);
-    const Views views = rule.question == kNoQuestion || !kept
-                            ? rule.yes
-                            : Outcome(rule, AnswerFor(rule, shownPath, *kept, messages));
+    RememberedAnswer* kept = KeptAnswer(fileClass, answers);
+    const Views views =
+        rule.question == kNoQuestion || !kept
+            ? rule.yes
+            : Outcome(rule, kept->answer(messages, FormatText(rule.question, messages.language(),
+                                                              shownPath)));
     record.setIsoInclusion(views.iso);
     record.setHfsInclusion(views.hfs);
 }

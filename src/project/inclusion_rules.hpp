@@ -17,13 +17,10 @@ enum class FileClass {
     Plain
 };
 
-/// An answer to all questions of one kind.
-enum class Remembered { Ask, YesToAll, NoToAll };
-
 struct InclusionAnswers {
-    Remembered macContainer = Remembered::Ask;
-    Remembered appleContainer = Remembered::Ask;
-    Remembered executable = Remembered::Ask;
+    RememberedAnswer macContainer;
+    RememberedAnswer appleContainer;
+    RememberedAnswer executable;
 };
 
 [[nodiscard]] FileClass ClassOf(const ProjectRecord& record);

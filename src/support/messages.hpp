@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/texts.hpp"
+
 namespace vellmark {
 
 /// The answer to a question whose answer may be kept for the rest of the command.
@@ -28,8 +30,14 @@ class Messages {
     virtual void showMessage(std::string_view text) = 0;
     /// A message that goes away by itself.
     virtual void showTimedMessage(std::string_view text) { showMessage(text); }
-    /// A message that also goes to the journal.
+    /// A message that also goes to the journal and goes away by itself.
     virtual void logMessage(std::string_view text) { showMessage(text); }
+    /// A message that need not be seen again. True when the person wants it to stay away; the
+    /// caller keeps that.
+    [[nodiscard]] virtual bool showRememberable(std::string_view text) {
+        showMessage(text);
+        return false;
+    }
     /// A message about one item that was left out while the rest of the command goes on.
     virtual void itemSkipped(std::string_view item, std::string_view reason) = 0;
     /// True for yes.
@@ -40,6 +48,30 @@ class Messages {
     [[nodiscard]] virtual TruncationAnswer askTruncation(TruncatedName kind,
                                                          std::string_view fullName,
                                                          std::string_view proposal) = 0;
+
+    /// One line for the journal, kept where one is open; `level` 1 is a step, 2 a file.
+    virtual void log(int /*level*/, std::string_view /*line*/) {}
+
+    /// The language of the person.
+    [[nodiscard]] virtual Language language() const { return Language::English; }
+    /// The text of that number in the person's language, "" when there is none.
+    [[nodiscard]] std::string_view text(int number) const { return Text(number, language()); }
+};
+
+/// What is kept of the answers to one question that a batch asks for many items.
+enum class Remembered : int { NoToAll = -1, Ask = 0, YesToAll = 2 };
+
+/// One such question. The kept answer lives as long as its record, never longer than the program.
+struct RememberedAnswer {
+    Remembered kept = Remembered::Ask;
+
+    /// The answer for this item: the kept one, else the person's, which is kept when it is for all.
+    [[nodiscard]] Answer answer(Messages& messages, std::string_view question);
+    /// True for yes to this item or to all.
+    [[nodiscard]] bool ask(Messages& messages, std::string_view question) {
+        const Answer given = answer(messages, question);
+        return given == Answer::Yes || given == Answer::YesToAll;
+    }
 };
 
 }  // namespace vellmark

@@ -322,7 +322,7 @@ TEST_F(InclusionTest, ItemsGoInTheViewOfTheirFolder) {
     Write(tree_ + "a");
     Write(tree_ + "sub/setup.exe");
     options_.view = ProjectView::Hfs;
-    options_.answers.executable = Remembered::YesToAll;
+    options_.answers.executable.kept = Remembered::YesToAll;
     EXPECT_EQ(include(base_ + "tree").files, 2);
     auto items = ByName(project_, 18);
     EXPECT_EQ(items["a"].isoInclusion(), 0);
