@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
 #include "support/texts.hpp"
@@ -107,11 +108,18 @@ std::string GptName(Bytes entry) {
     return name;
 }
 
+// Sum of a start and a count that a disk tells.
+std::uint64_t SectorBehind(std::uint64_t start, std::uint64_t count) {
+    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    return count > most - start ? most : start + count;
+}
+
 PartitionEntry GptRecord(Bytes bytes, const GptEntry& entry) {
     const std::uint64_t first = entry.firstSector;
     const std::uint64_t last = entry.lastSector;
     // The count is the distance of the two, without adding one.
-    return {false, GptName(bytes), first, last > first ? last - first : 0};
+    return {false, GptName(bytes), first, last > first ? last - first : 0,
+            last >= first ? SectorBehind(last, 1) : first};
 }
 
 std::vector<std::uint8_t> ReadGptArray(MediumContext& context, const GptHeader& header) {
@@ -164,9 +172,9 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
             break;
         if (entry.type == kMbrTypeMacintosh) {
             ++result;
-            PutRecord(
-                list, position++,
-                {false, std::string(Text(kUnnamedText)), entry.firstSector, entry.sectorCount});
+            PutRecord(list, position++,
+                      {false, std::string(Text(kUnnamedText)), entry.firstSector, entry.sectorCount,
+                       SectorBehind(entry.firstSector, entry.sectorCount)});
         } else if (entry.type == kMbrTypeProtective) {
             // The number is set, not added, and the position stays: the table behind the entry
             // stands for the whole disk, and a later Macintosh entry takes its first record.
@@ -226,9 +234,27 @@ ImageClass ClassifyImage(ByteSource& file) {
     return result == ImageClass::Plain && hasTrailer ? ImageClass::TrailerDiskImage : result;
 }
 
+std::string_view ClassRefusal(ImageClass imageClass) {
+    switch (imageClass) {
+        case ImageClass::PartitionDiskImage:
+        case ImageClass::Bzip2DiskImage:
+        case ImageClass::ZlibDiskImage:
+        case ImageClass::TrailerDiskImage:
+            return "It is a compressed disk image, which this version cannot open yet.";
+        case ImageClass::SparseImage:
+            return "It is a sparse disk image, which cannot be opened.";
+        case ImageClass::Plain:
+        case ImageClass::ProtectiveBootRecord:
+        case ImageClass::MacintoshBootRecord:
+            break;
+    }
+    return {};
+}
+
 int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list) {
     list.clear();
     context.volumeOffset = 0;
+    context.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     std::vector<std::uint8_t> buffer(std::size_t{kScanSectors} * kSectorBytes);
     ProbeSectors(context, 0, buffer);
     context.sectorSize = kSectorBytes;
@@ -251,7 +277,9 @@ int ParsePartitionMap(MediumContext& context, Bytes buffer, std::uint32_t entryC
         // A type that is the beginning of "Apple_HFS" matches, the empty one as well.
         if (kHfsType.starts_with(FixedText(entry->type)) && entry->blockCount != 0 &&
             list.size() < kMostPartitions) {
-            PartitionEntry record{false, {}, entry->startBlock * scale, entry->blockCount * scale};
+            const std::uint64_t start = entry->startBlock * scale;
+            const std::uint64_t count = entry->blockCount * scale;
+            PartitionEntry record{false, {}, start, count, SectorBehind(start, count)};
             i = NamePartition(context, *entry, record.startSector, record);
             list.push_back(std::move(record));
             ++found;
@@ -291,7 +319,7 @@ int ParseGptEntries(MediumContext& context, Bytes buffer, const MbrEntry& bootEn
     return found;
 }
 
-std::optional<std::uint64_t> FirstGptSector(ByteSource& image) {
+std::optional<PartitionEntry> FirstGptPartition(ByteSource& image) {
     MasterBootRecord record;
     GptHeader header;
     GptEntry entry;
@@ -302,7 +330,10 @@ std::optional<std::uint64_t> FirstGptSector(ByteSource& image) {
         header.entrySector > image.size() / kSectorBytes ||
         !image.readRecord(header.entrySector * kSectorBytes, entry))
         return std::nullopt;
-    return static_cast<std::uint32_t>(entry.firstSector);
+    const Bytes bytes(reinterpret_cast<const std::uint8_t*>(&entry), sizeof entry);
+    PartitionEntry first = GptRecord(bytes, entry);
+    first.startSector = static_cast<std::uint32_t>(first.startSector);
+    return first;
 }
 
 }  // namespace vellmark

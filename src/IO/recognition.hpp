@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "IO/partition_structures.hpp"
@@ -30,12 +31,16 @@ enum class ImageClass {
 /// `koly` trailer: a plain disk may begin with its partition map as well.
 [[nodiscard]] ImageClass ClassifyImage(ByteSource& file);
 
+/// Why an image of a class cannot be opened, as a sentence; "" when it can.
+[[nodiscard]] std::string_view ClassRefusal(ImageClass imageClass);
+
 /// One partition that the scan offers.
 struct PartitionEntry {
     bool isWindows = false;  ///< how the partition is called in a list of choices
     std::string name;        ///< MacRoman, at most 64 bytes
     std::uint64_t startSector = 0;
-    std::uint64_t sectorCount = 0;
+    std::uint64_t sectorCount = 0;  ///< as it is shown: of a GUID table without the last sector
+    std::uint64_t endSector = 0;    ///< first sector behind the partition
 };
 
 inline constexpr std::size_t kMostPartitions = 9;
@@ -67,8 +72,8 @@ int ParseGptEntries(MediumContext& context, std::span<const std::uint8_t> buffer
                     const MbrEntry& bootEntry, std::size_t position,
                     std::vector<PartitionEntry>& list);
 
-/// First sector of the first entry of the GUID table behind a protective boot record, whatever the
-/// entry's type, in 32 bits. Nothing without such a boot record, header or entry.
-[[nodiscard]] std::optional<std::uint64_t> FirstGptSector(ByteSource& image);
+/// The first entry of the GUID table behind a protective boot record, whatever its type; its first
+/// sector in 32 bits. Nothing without such a boot record, header or entry.
+[[nodiscard]] std::optional<PartitionEntry> FirstGptPartition(ByteSource& image);
 
 }  // namespace vellmark

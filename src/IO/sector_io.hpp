@@ -46,6 +46,7 @@ enum class ReadOnlyReason : std::uint8_t {
     NotUnmounted = 16,  ///< HFS+: the volume was not left cleanly
     BinaryNames = 32,   ///< HFSX: the catalog compares names by binary value
     Locked = 64,        ///< the volume's own lock
+    UnknownTree = 128,  ///< HFS+: a tree orders or shapes its keys in an unknown way
 };
 
 class ReadOnlyReasons {

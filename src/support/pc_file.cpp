@@ -1,6 +1,7 @@
 #include "support/pc_file.hpp"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
@@ -132,6 +133,10 @@ bool PcFile::flush() {
     if (error_ == 0)
         error_ = errno;
     return false;
+}
+
+bool PcFile::lock() {
+    return ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 std::uint64_t PcFile::copyFrom(PcFile& from, std::uint64_t fromOffset, std::uint64_t offset,

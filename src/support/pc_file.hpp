@@ -40,6 +40,9 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] bool setSize(std::uint64_t sizeBytes);
     /// Hands everything to the device.
     [[nodiscard]] bool flush();
+    /// Keeps every other `lock` of the file out until this one is closed, in other processes too.
+    /// False when there is such a lock already. A file system that knows no locks refuses nobody.
+    [[nodiscard]] bool lock();
     /// Copies `count` bytes of `from` to `offset`, by the system where it can do so without our
     /// memory. Returns the bytes copied; fewer means that one side ended or failed (see `error` of
     /// both files).

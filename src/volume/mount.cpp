@@ -5,14 +5,18 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cerrno>
 #include <cstring>
 
 #include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
 #include "support/texts.hpp"
 #include "volume/allocation.hpp"
 #include "volume/catalog.hpp"
 #include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
+#include "volume/partition_choice.hpp"
+#include "volume/read_only.hpp"
 
 namespace vellmark {
 
@@ -66,6 +70,19 @@ bool IsHfsPlusSignature(std::uint16_t signature) {
     return signature == kHfsPlusSignature || signature == kHfsxSignature;
 }
 
+// The sectors that a wrapper keeps for the volume inside, counted in allocation blocks of the
+// wrapper. A wrapper that tells fewer than the volume has is not believed, and none reaches behind
+// its own partition.
+bool SetWrappedSize(VolumeContext& volume, std::uint64_t wrapper) {
+    const MasterDirectoryBlock& mdb = volume.mdb;
+    const std::uint64_t told =
+        std::uint64_t{mdb.embeddedExtent.blockCount} * mdb.blockSize / kSectorBytes;
+    const std::uint64_t before = std::min(volume.volumeOffset - wrapper, volume.partitionSectors);
+    volume.partitionSectors =
+        std::min(std::max(told, volume.totalSectors), volume.partitionSectors - before);
+    return true;
+}
+
 // The volume inside a wrapper. Its place counts in blocks of the clump size field where a volume
 // stands there, else in blocks of the allocation block size.
 bool EnterWrapper(VolumeContext& volume) {
@@ -77,9 +94,7 @@ bool EnterWrapper(VolumeContext& volume) {
         const ByteSpan bytes{reinterpret_cast<std::uint8_t*>(&volume.vhb), sizeof volume.vhb};
         if (ReadHeaderSector(volume, volume.volumeOffset + kHeaderSector, bytes) &&
             IsHfsPlusSignature(volume.vhb.signature)) {
-            volume.partitionSectors =
-                std::uint64_t{mdb.embeddedExtent.blockCount} * unit / kSectorBytes;
-            return SetHfsPlus(volume);
+            return SetHfsPlus(volume) && SetWrappedSize(volume, wrapper);
         }
     }
     return false;
@@ -132,19 +147,89 @@ bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork)
     return OpenTree(isCatalog ? volume.catalog : volume.extents, format, *nodes, nodeSize);
 }
 
-// Mounts at a place of the medium.
-bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t sectorCount,
+// What was known of the volume that was mounted before: its bitmap must never be written into the
+// next one.
+void ForgetVolume(VolumeContext& volume) {
+    ReleaseAllocationState(volume);
+    volume.isMounted = false;
+    for (const ReadOnlyReason reason :
+         {ReadOnlyReason::OverflowRead, ReadOnlyReason::Journal, ReadOnlyReason::NotUnmounted,
+          ReadOnlyReason::BinaryNames, ReadOnlyReason::Locked, ReadOnlyReason::UnknownTree})
+        volume.readOnlyReasons.remove(reason);
+}
+
+// An HFS volume that nothing tells the size of, in an image that may hold more: it ends with the
+// image only when its second header stands there.
+void FindEndOfHfs(VolumeContext& volume) {
+    std::array<std::uint8_t, kSectorBytes> sector{};
+    const std::uint64_t blocksEnd =
+        volume.volumeOffset + std::uint64_t{volume.mdb.totalBlocks} * volume.sectorsPerBlock;
+    const std::uint64_t least = blocksEnd + kHeaderSector - volume.partitionStart;
+    if (volume.partitionSectors <= least)
+        return;
+    const std::uint64_t last = volume.partitionStart + volume.partitionSectors - kHeaderSector;
+    const bool read = ReadHeaderSector(volume, last, sector);
+    be16 signature;
+    std::memcpy(&signature, sector.data(), sizeof signature);
+    if (!read || signature != kHfsSignature)
+        volume.partitionSectors = least;
+}
+
+// Mounts at a place of the medium; an `endSector` of 0 is not known.
+bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t endSector,
               std::uint64_t totalSectors) {
+    ForgetVolume(volume);
     // A map may tell more sectors than the image has: nothing is ever written behind its end.
     const std::uint64_t imageSectors = volume.image->size() / kSectorBytes;
-    const std::uint64_t behindStart = imageSectors - std::min(imageSectors, startSector);
+    const std::uint64_t end = endSector != 0 ? std::min(endSector, imageSectors) : imageSectors;
     volume.volumeOffset = startSector;
-    volume.partitionSectors = sectorCount != 0 ? std::min(sectorCount, behindStart) : behindStart;
-    // What an earlier volume had loaded must never be written into this one.
-    ReleaseAllocationState(volume);
+    volume.partitionSectors = end - std::min(end, startSector);
     volume.totalSectors = totalSectors;
     volume.isMounted = ReadVolumeHeader(volume) && OpenTrees(volume);
-    return volume.isMounted;
+    if (!volume.isMounted)
+        return false;
+    if (endSector == 0 && !volume.isHfsPlus)
+        FindEndOfHfs(volume);
+    JudgeVolume(volume);
+    // What was tried in vain before is no loss of this volume's data.
+    volume.transferFailed = false;
+    return true;
+}
+
+bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint64_t totalSectors) {
+    return TryMount(volume, partition.startSector, partition.endSector, totalSectors);
+}
+
+// Why no volume of the open image can be mounted; "" when one was.
+std::string MountProblem(VolumeContext& volume, const OpenRequest& request) {
+    if (volume.image->size() == 0)
+        return std::string(Text(kTextEmptyFile));
+    if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume.image));
+        !refusal.empty())
+        return std::string(refusal);
+    if (!request.partition)
+        return MountRequest(volume) ? std::string{} : std::string(Text(kTextNoVolume));
+    std::vector<PartitionEntry> partitions;
+    (void)ScanMedium(volume, partitions);
+    return ChoosePartition(volume, partitions, *request.partition);
+}
+
+// Why an image file cannot be opened; "" when it was.
+std::string OpenProblem(VolumeContext& volume, const std::string& path, Access access) {
+    const std::string name = Printable(path);
+    if (PcFactsOf(path).kind == PcKind::Special)
+        return fmt::format("{} is a pipe, a socket or a device, not an image file.", name);
+    const ImageOpening opening =
+        access == Access::Read ? OpenImageForReading(volume, path) : OpenImage(volume, path);
+    if (opening.systemError == EISDIR)
+        return fmt::format("{} is a folder, not an image.", name);
+    if (opening.result == OpenResult::Failed)
+        return fmt::format("{} {}.", FormatText(kTextOpenError, name),
+                           SystemErrorText(opening.systemError));
+    // One that may only be read cannot be changed by this process anyway.
+    if (opening.result == OpenResult::Opened && !volume.image->lock())
+        return fmt::format("{} is being changed by another process.", name);
+    return {};
 }
 
 }  // namespace
@@ -186,15 +271,14 @@ bool MountRequest(VolumeContext& volume) {
     const int count = ScanMedium(volume, partitions);
     const std::uint64_t firstOffset = volume.volumeOffset;
     const std::uint64_t totalSectors = volume.totalSectors;
+    // Behind a protective boot record it is the first partition that counts, whatever its type.
+    const auto first = FirstGptPartition(*volume.image);
+    if (first && TryMount(volume, *first, totalSectors))
+        return true;
     for (const PartitionEntry& partition : partitions)
-        if (TryMount(volume, partition.startSector, partition.sectorCount, totalSectors))
+        if (TryMount(volume, partition, totalSectors))
             return true;
     if (count >= 0 && TryMount(volume, firstOffset, 0, totalSectors))
-        return true;
-    // A GUID table whose entries have other types: its first partition may hold a volume all the
-    // same.
-    const auto first = FirstGptSector(*volume.image);
-    if (first && TryMount(volume, *first, 0, totalSectors))
         return true;
     // Some makers of hybrid discs put an empty boot record in front of a volume that begins at the
     // start of the disc. Such a bare volume is for reading only.
@@ -202,19 +286,35 @@ bool MountRequest(VolumeContext& volume) {
     return TryMount(volume, 0, 0, totalSectors);
 }
 
-bool OpenVolume(VolumeContext& volume, const std::string& path, Messages& messages) {
-    const ImageOpening opening = OpenImage(volume, path);
-    if (opening.result == OpenResult::Failed) {
-        messages.showMessage(FormatText(kTextOpenError, Printable(path)) + " " +
-                             SystemErrorText(opening.systemError) + ".");
-        return false;
-    }
-    if (volume.image->size() == 0)
-        messages.showTimedMessage(Text(kTextEmptyFile));
-    else if (MountRequest(volume))
+std::string ChoosePartition(VolumeContext& volume, const std::vector<PartitionEntry>& partitions,
+                            unsigned number) {
+    std::string problem = ChoiceProblem(partitions, number);
+    if (problem.empty() && !TryMount(volume, partitions[number - 1], volume.totalSectors))
+        problem = fmt::format("Partition {} holds no volume that can be opened.", number);
+    return problem;
+}
+
+bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
+                   Messages& messages) {
+    ForgetVolume(volume);
+    const std::string problem = OpenProblem(volume, path, access);
+    if (problem.empty())
         return true;
-    else
-        messages.showMessage(fmt::format("{}: {}", Printable(path), Text(kTextNoVolume)));
+    messages.showMessage(problem);
+    CloseImage(volume);
+    return false;
+}
+
+bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
+    if (!OpenImageFile(volume, request.path, request.access, messages))
+        return false;
+    const std::string problem = MountProblem(volume, request);
+    if (problem.empty()) {
+        if (request.writable)
+            volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
+        return true;
+    }
+    messages.showMessage(fmt::format("{}: {}", Printable(request.path), problem));
     CloseImage(volume);
     return false;
 }

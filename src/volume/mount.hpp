@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "IO/recognition.hpp"
@@ -20,12 +22,38 @@ namespace vellmark {
 /// Opens the extents tree and the catalog. False when one of them cannot be used.
 [[nodiscard]] bool OpenTrees(VolumeContext& volume);
 
-/// Opens the image file and mounts its volume. False after a message that names the file and the
-/// reason; nothing is open then.
-[[nodiscard]] bool OpenVolume(VolumeContext& volume, const std::string& path, Messages& messages);
+/// What an image is opened for.
+enum class Access {
+    Read,   ///< the file is never opened for writing
+    Change  ///< nobody else may open it for changes meanwhile
+};
+
+/// Which volume is to be opened, and how.
+struct OpenRequest {
+    std::string path;
+    bool writable = false;                   ///< a bare volume may be changed as well
+    std::optional<unsigned> partition = {};  ///< from 1; nothing for the first that has a volume
+    Access access = Access::Change;  ///< a file that may only be read is opened all the same
+};
+
+/// Opens an image file. False after a message that names it and the reason; nothing is open then.
+[[nodiscard]] bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
+                                 Messages& messages);
+
+/// Opens the image file and mounts its volume; whether it may be changed is in `readOnlyReasons`.
+/// False after a message that names the file and the reason; nothing is open then. A compressed
+/// disk image is refused.
+[[nodiscard]] bool OpenVolume(VolumeContext& volume, const OpenRequest& request,
+                              Messages& messages);
 
 /// Mounts the first partition of the open medium that really holds a volume. False when none does.
 [[nodiscard]] bool MountRequest(VolumeContext& volume);
+
+/// Mounts one of the partitions that `ScanMedium` found, `number` from 1. "", or a sentence why
+/// not.
+[[nodiscard]] std::string ChoosePartition(VolumeContext& volume,
+                                          const std::vector<PartitionEntry>& partitions,
+                                          unsigned number);
 
 /// Name of the mounted volume, UTF-8, a slash in it shown as `:`.
 [[nodiscard]] std::string VolumeName(VolumeContext& volume);

@@ -274,14 +274,15 @@ TEST_F(Recognition, AMixedBootRecordSetsTheCountFromTheGuidTable) {
     expectRecord(1, "table", 40, 10);
 }
 
-TEST(FirstGptSector, FollowsTheFirstEntryWhateverItsType) {
+TEST(FirstGptPartition, FollowsTheFirstEntryWhateverItsType) {
     Bytes disk = GptDisk();
     PutGptEntry(disk, 1024, kForeignGuidBytes, 0x5'0000'0022, 99, u"");
     const auto first = [](const Bytes& bytes) {
         MemoryBytes image(bytes);
-        return FirstGptSector(image);
+        return FirstGptPartition(image);
     };
-    EXPECT_EQ(first(disk), 0x22u) << "the low 32 bits";
+    ASSERT_TRUE(first(disk));
+    EXPECT_EQ(first(disk)->startSector, 0x22u) << "the low 32 bits";
     Put(disk, 512 + 72, le64(~std::uint64_t{0}));
     EXPECT_FALSE(first(disk));
     PutBootEntry(disk, 0, 0xEE, 0xFFFFFFFF, 1);

@@ -118,7 +118,7 @@ TEST_P(CorruptVolume, ListingEnds) {
         SCOPED_TRACE(::testing::Message() << "seed " << seed);
         std::mt19937 random(seed);
         testing::WriteAt(path_, 0, damage(random));
-        if (!OpenVolume(volume, path_, messages))
+        if (!OpenVolume(volume, {path_}, messages))
             continue;
         ++mounted;
         expectUseEnds(volume);
@@ -134,7 +134,8 @@ TEST_P(CorruptVolume, ChangesEndWithinTheImage) {
         SCOPED_TRACE(::testing::Message() << "seed " << seed);
         std::mt19937 random(seed);
         testing::WriteAt(path_, 0, damage(random));
-        if (!OpenVolume(volume, path_, messages) || LoadAllocationState(volume) != TreeResult::Done)
+        if (!OpenVolume(volume, {path_}, messages) ||
+            LoadAllocationState(volume) != TreeResult::Done)
             continue;
         for (int i = 0; i < 12; ++i) {
             const auto parent = static_cast<std::uint32_t>(random() % 8 ? 17 + random() % 60 : 2);
@@ -171,7 +172,7 @@ TEST_P(CorruptVolume, CountsAtTheirExtremesDoNotMakeItHang) {
                     bytes[tree + 36] = 0xFF;
                 }
                 testing::WriteAt(path_, 0, bytes);
-                if (!OpenVolume(volume, path_, messages))
+                if (!OpenVolume(volume, {path_}, messages))
                     continue;
                 expectUseEnds(volume);
                 if (LoadAllocationState(volume) != TreeResult::Done)

@@ -86,7 +86,7 @@ class Mount : public ::testing::Test {
   protected:
     bool mount(const Bytes& disk) {
         messages_.texts.clear();
-        return OpenVolume(volume_, MakeFile(folder_, "disk", disk), messages_);
+        return OpenVolume(volume_, {MakeFile(folder_, "disk", disk)}, messages_);
     }
     TemporaryFolder folder_;
     KeptMessages messages_;
@@ -309,7 +309,7 @@ TEST_F(Mount, WhatIsNoVolumeGetsASentence) {
         EXPECT_EQ(messages_.texts.size(), 1u) << c.what;
         EXPECT_FALSE(volume_.isMounted) << c.what;
     }
-    EXPECT_FALSE(OpenVolume(volume_, folder_.path() + "/missing", messages_));
+    EXPECT_FALSE(OpenVolume(volume_, {folder_.path() + "/missing"}, messages_));
     EXPECT_NE(messages_.texts.back().find("missing"), std::string::npos);
 }
 

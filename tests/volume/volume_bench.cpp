@@ -28,7 +28,7 @@ std::string FormatSmall(const TemporaryFolder& folder, bool isHfsPlus) {
 
 bool Open(VolumeContext& volume, const std::string& path) {
     KeptMessages messages;
-    const bool opened = OpenVolume(volume, path, messages);
+    const bool opened = OpenVolume(volume, {path}, messages);
     for (const std::string& text : messages.texts)
         std::printf("%s\n", text.c_str());
     return opened;

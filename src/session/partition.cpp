@@ -1,0 +1,80 @@
+#include "session/partition.hpp"
+
+#include <fmt/format.h>
+
+#include "support/encoding.hpp"
+#include "volume/allocation.hpp"
+#include "volume/read_only.hpp"
+
+namespace vellmark {
+
+void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition) {
+    app.add_option("-p,--partition", partition,
+                   "Macintosh partition, as info numbers them; without it, the first that holds a "
+                   "volume")
+        ->check(CLI::PositiveNumber);
+}
+
+void AddPartitionOptions(CLI::App& app, PartitionOptions& options) {
+    app.add_option("IMAGE", options.image, "Disc or disk image")->required();
+    AddPartitionNumber(app, options.partition);
+    app.add_flag("-w,--writable", options.writable,
+                 "Change a bare volume too, one without a partition map in front of it");
+}
+
+std::string ChangeRefusal(const VolumeContext& volume) {
+    std::string text = ReadOnlySentence(volume);
+    ReadOnlyReasons others = volume.readOnlyReasons;
+    others.remove(ReadOnlyReason::BareVolume);
+    if (!text.empty() && !others.any())
+        text += " With --writable it is changed all the same.";
+    return text;
+}
+
+std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options,
+                                           const CommandContext& context, Messages& messages,
+                                           Access access) {
+    std::unique_ptr<Partition> partition(new Partition(context.clock));
+    partition->access_ = access;
+    VolumeContext& volume = partition->volume_;
+    const std::string name = Printable(options.image);
+    if (!OpenVolume(volume, {options.image, options.writable, options.partition, access}, messages))
+        return nullptr;
+    if (access == Access::Read)
+        return partition;
+    if (const std::string refusal = ChangeRefusal(volume); !refusal.empty()) {
+        messages.showMessage(fmt::format("{} cannot be changed. {}", name, refusal));
+        return nullptr;
+    }
+    if (const std::string remark = VolumeRemark(volume); !remark.empty())
+        messages.showTimedMessage(fmt::format("{}: {}", name, remark));
+    return partition;
+}
+
+std::string Partition::closingProblem() {
+    const TreeResult flushed = FlushVolume(volume_, clock_);
+    const bool onDevice = access_ == Access::Read || volume_.image->flush();
+    if (volume_.image->error() != 0)
+        return volume_.image->errorText();
+    if (flushed == TreeResult::Damaged)
+        return "its catalog is damaged";
+    return flushed != TreeResult::Done || !onDevice || volume_.transferFailed
+               ? "a part of it is not there"
+               : std::string{};
+}
+
+bool Partition::close(Messages& messages) {
+    const std::string name = Printable(volume_.imagePath);
+    const std::string problem = closingProblem();
+    ReleaseAllocationState(volume_);
+    CloseImage(volume_);
+    if (!problem.empty())
+        messages.showMessage(fmt::format(access_ == Access::Read
+                                             ? "{} could not be read whole: {}."
+                                             : "{} was not read and written whole, and may be "
+                                               "damaged now: {}.",
+                                         name, problem));
+    return problem.empty();
+}
+
+}  // namespace vellmark

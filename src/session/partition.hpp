@@ -1,0 +1,57 @@
+// The open Macintosh volume of a verb: from the command line to the mounted volume and back to a
+// closed file.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "session/command_context.hpp"
+#include "support/messages.hpp"
+#include "volume/mount.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+struct PartitionOptions {
+    std::string image;
+    std::optional<unsigned> partition;  ///< from 1; nothing for the first that holds a volume
+    bool writable = false;              ///< change a bare volume as well
+};
+
+/// Declares `--partition`.
+void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition);
+/// Declares IMAGE, `--partition` and `--writable`, for a verb that changes a volume.
+void AddPartitionOptions(CLI::App& app, PartitionOptions& options);
+
+/// Why a volume cannot be changed, and what helps where anything does, in sentences; "" when it
+/// can.
+[[nodiscard]] std::string ChangeRefusal(const VolumeContext& volume);
+
+class Partition {
+  public:
+    /// Opens an image and mounts its volume. For changes it is locked, so that no other process
+    /// changes it meanwhile, and refused when it may only be read. Nothing after a message that
+    /// names the image and the reason. The context's clock must outlive the partition.
+    [[nodiscard]] static std::unique_ptr<Partition> Open(const PartitionOptions& options,
+                                                         const CommandContext& context,
+                                                         Messages& messages, Access access);
+
+    [[nodiscard]] VolumeContext& volume() { return volume_; }
+    /// Writes back what `LoadAllocationState` loaded, hands everything to the device and closes the
+    /// image. False after a message when a transfer failed, whenever since the opening. A partition
+    /// that is let go without this writes nothing more.
+    [[nodiscard]] bool close(Messages& messages);
+
+  private:
+    explicit Partition(const Clock& clock) : clock_(clock) {}
+    [[nodiscard]] std::string closingProblem();
+
+    const Clock& clock_;
+    Access access_ = Access::Read;
+    VolumeContext volume_;
+};
+
+}  // namespace vellmark
