@@ -22,9 +22,9 @@ void AddPartitionOptions(CLI::App& app, PartitionOptions& options) {
                  "Change a bare volume too, one without a partition map in front of it");
 }
 
-std::string ChangeRefusal(const VolumeContext& volume) {
-    std::string text = ReadOnlySentence(volume);
-    ReadOnlyReasons others = volume.readOnlyReasons;
+std::string ChangeRefusal(const ReadOnlyReasons& reasons) {
+    std::string text = ReadOnlySentence(reasons);
+    ReadOnlyReasons others = reasons;
     others.remove(ReadOnlyReason::BareVolume);
     if (!text.empty() && !others.any())
         text += " With --writable it is changed all the same.";
@@ -42,7 +42,7 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options,
         return nullptr;
     if (access == Access::Read)
         return partition;
-    if (const std::string refusal = ChangeRefusal(volume); !refusal.empty()) {
+    if (const std::string refusal = ChangeRefusal(volume.readOnlyReasons); !refusal.empty()) {
         messages.showMessage(fmt::format("{} cannot be changed. {}", name, refusal));
         return nullptr;
     }
@@ -68,12 +68,11 @@ bool Partition::close(Messages& messages) {
     const std::string problem = closingProblem();
     ReleaseAllocationState(volume_);
     CloseImage(volume_);
+    const std::string_view failure = access_ == Access::Read
+                                         ? "could not be read whole"
+                                         : "was not read and written whole, and may be damaged";
     if (!problem.empty())
-        messages.showMessage(fmt::format(access_ == Access::Read
-                                             ? "{} could not be read whole: {}."
-                                             : "{} was not read and written whole, and may be "
-                                               "damaged now: {}.",
-                                         name, problem));
+        messages.showMessage(fmt::format("{} {}: {}.", name, failure, problem));
     return problem.empty();
 }
 

@@ -26,9 +26,9 @@ void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition);
 /// Declares IMAGE, `--partition` and `--writable`, for a verb that changes a volume.
 void AddPartitionOptions(CLI::App& app, PartitionOptions& options);
 
-/// Why a volume cannot be changed, and what helps where anything does, in sentences; "" when it
-/// can.
-[[nodiscard]] std::string ChangeRefusal(const VolumeContext& volume);
+/// Why a volume cannot be changed, and what helps where anything does, in sentences; "" when
+/// nothing speaks against it.
+[[nodiscard]] std::string ChangeRefusal(const ReadOnlyReasons& reasons);
 
 class Partition {
   public:

@@ -84,10 +84,10 @@ void JudgeVolume(VolumeContext& volume) {
     JudgeTrees(volume);
 }
 
-std::string ReadOnlySentence(const VolumeContext& volume) {
+std::string ReadOnlySentence(const ReadOnlyReasons& reasons) {
     std::string text;
     for (const auto& [reason, sentence] : kReasons)
-        if (volume.readOnlyReasons.has(reason))
+        if (reasons.has(reason))
             text.append(text.empty() ? "" : " ").append(sentence);
     return text;
 }

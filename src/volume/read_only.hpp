@@ -11,8 +11,8 @@ namespace vellmark {
 /// and the medium stay.
 void JudgeVolume(VolumeContext& volume);
 
-/// The reasons of an open volume, a sentence each; "" when it may be changed.
-[[nodiscard]] std::string ReadOnlySentence(const VolumeContext& volume);
+/// The reasons, a sentence each; "" when there are none.
+[[nodiscard]] std::string ReadOnlySentence(const ReadOnlyReasons& reasons);
 
 /// What a person who changes the volume should know although it stops nothing; "" for nothing.
 [[nodiscard]] std::string VolumeRemark(const VolumeContext& volume);
