@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <ostream>
 
+#include "session/partition.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
@@ -16,10 +17,11 @@ void AddViewOptions(CLI::App& app, ViewOptions& options, std::string_view otherw
     app.add_option("-a,--as", options.as,
                    fmt::format("Tree to look at: iso, joliet or hfs (HFS+ too); {}", otherwise))
         ->check(CLI::IsMember({"iso", "joliet", "hfs"}));
+    AddPartitionNumber(app, options.partition);
 }
 
 bool ViewRun::open(const ViewOptions& options) {
-    view = ImageView::Open(options.image, context.clock, terminal.messages);
+    view = ImageView::Open(options.image, options.partition, context.clock, terminal.messages);
     if (!view)
         return false;
     std::string present;

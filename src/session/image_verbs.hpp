@@ -19,10 +19,11 @@ namespace vellmark {
 
 struct ViewOptions {
     std::string image;
-    std::string as;  ///< keyword of a tree; empty for all
+    std::string as;                     ///< keyword of a tree; empty for all
+    std::optional<unsigned> partition;  ///< for the Macintosh tree, from 1
 };
 
-/// Declares IMAGE and `--as`, whose meaning without it is `otherwise`.
+/// Declares IMAGE, `--partition` and `--as`, whose meaning without it is `otherwise`.
 void AddViewOptions(CLI::App& app, ViewOptions& options, std::string_view otherwise);
 
 /// One run of such a verb.

@@ -1,14 +1,13 @@
 #include "session/image_view.hpp"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 
+#include "session/partition.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_file.hpp"
-#include "support/pc_folder.hpp"
 #include "support/texts.hpp"
 #include "volume/mount.hpp"
 
@@ -16,7 +15,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kTextOpenError = 1385;
 constexpr int kTextEmptyFile = 1409;
 constexpr std::uint64_t kVolumeHeaderSector = 2;
 
@@ -66,33 +64,25 @@ std::vector<ViewEntry> TreeView::list(const ViewEntry& folder, std::string& prob
     return entries;
 }
 
-std::unique_ptr<ImageView> ImageView::Open(const std::string& path, const Clock& clock,
+std::unique_ptr<ImageView> ImageView::Open(const std::string& path,
+                                           std::optional<unsigned> partition, const Clock& clock,
                                            Messages& messages) {
-    const std::string name = Printable(path);
-    if (PcFactsOf(path).kind == PcKind::Special) {
-        messages.showMessage(
-            fmt::format("{} is a pipe, a socket or a device, not an image file.", name));
-        return nullptr;
-    }
     std::unique_ptr<ImageView> view(new ImageView);
-    const ImageOpening opening = OpenImageForReading(view->volume_, path);
-    if (opening.result == OpenResult::Failed) {
-        messages.showMessage(opening.systemError == EISDIR
-                                 ? fmt::format("{} is a folder, not an image.", name)
-                                 : fmt::format("{} {}.", FormatText(kTextOpenError, name),
-                                               SystemErrorText(opening.systemError)));
+    if (!OpenImageFile(view->volume_, path, Access::Read, messages))
         return nullptr;
-    }
+    std::string problem;
     if (view->sizeBytes() != 0)
-        view->findTrees(clock);
-    if (view->trees_.empty()) {
-        messages.showMessage(fmt::format("{}: {}", name, view->whyEmpty()));
-        return nullptr;
-    }
-    return view;
+        problem = view->findTrees(partition, clock);
+    if (problem.empty() && view->trees_.empty())
+        problem = view->whyEmpty();
+    if (problem.empty())
+        return view;
+    messages.showMessage(fmt::format("{}: {}", Printable(path), problem));
+    return nullptr;
 }
 
-void ImageView::findTrees(const Clock& clock) {
+// Why the partition that was asked for cannot be shown; "" when it can.
+std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock) {
     iso_ = IsoReader::Open(*volume_.image);
     if (iso_)
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Iso, *volume_.image));
@@ -100,13 +90,30 @@ void ImageView::findTrees(const Clock& clock) {
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Joliet, *volume_.image));
     (void)ScanMedium(volume_, partitions_);
     std::vector<std::uint64_t> starts = {0, volume_.volumeOffset};
-    for (const PartitionEntry& partition : partitions_)
-        starts.push_back(partition.startSector);
-    if (MountRequest(volume_))
+    for (const PartitionEntry& entry : partitions_)
+        starts.push_back(entry.startSector);
+    const std::string problem =
+        partition ? ChoosePartition(volume_, partitions_, *partition) : std::string{};
+    if (!problem.empty())
+        return problem;
+    if (volume_.isMounted || MountRequest(volume_)) {
+        judgeChanges();
         trees_.push_back(MakeHfsTreeView(volume_, clock));
-    else
+    } else {
         damagedVolume_ = std::any_of(starts.begin(), starts.end(),
                                      [&](std::uint64_t start) { return holdsVolumeHeader(start); });
+    }
+    return {};
+}
+
+// The image was opened for reading on purpose, which does not mean that it may only be read.
+void ImageView::judgeChanges() {
+    ReadOnlyReasons reasons = volume_.readOnlyReasons;
+    if (::access(volume_.imagePath.c_str(), W_OK) == 0)
+        reasons.remove(ReadOnlyReason::File);
+    changeRefusal_ = ClassRefusal(ClassifyImage(*volume_.image));
+    if (changeRefusal_.empty())
+        changeRefusal_ = ChangeRefusal(reasons);
 }
 
 bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
@@ -125,19 +132,9 @@ std::string ImageView::whyEmpty() {
         return fmt::format("It cannot be read: {}.", volume_.image->errorText());
     if (sizeBytes() == 0)
         return std::string(Text(kTextEmptyFile));
-    switch (ClassifyImage(*volume_.image)) {
-        case ImageClass::PartitionDiskImage:
-        case ImageClass::Bzip2DiskImage:
-        case ImageClass::ZlibDiskImage:
-        case ImageClass::TrailerDiskImage:
-            return "It is a compressed disk image, which this version cannot open yet.";
-        case ImageClass::SparseImage:
-            return "It is a sparse disk image, which cannot be opened.";
-        case ImageClass::Plain:
-        case ImageClass::ProtectiveBootRecord:
-        case ImageClass::MacintoshBootRecord:
-            break;
-    }
+    if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume_.image));
+        !refusal.empty())
+        return std::string(refusal);
     if (damagedVolume_)
         return "It holds a Macintosh volume that is damaged or cut short and cannot be opened.";
     return "It holds no ISO 9660 tree and no Macintosh volume; it is no image, or is damaged or "

@@ -97,9 +97,12 @@ class TreeView {
 
 class ImageView {
   public:
-    /// Opens an image. Nothing, after a message that names the file and the reason, when it cannot
-    /// be read or holds no tree. The clock gives the zone of HFS dates and must outlive the view.
+    /// Opens an image; of its Macintosh partitions the one of this number (from 1), or the first
+    /// that holds a volume. Nothing, after a message that names the file and the reason, when it
+    /// cannot be read, holds no tree, or the partition that was asked for holds none. The clock
+    /// gives the zone of HFS dates and must outlive the view.
     [[nodiscard]] static std::unique_ptr<ImageView> Open(const std::string& path,
+                                                         std::optional<unsigned> partition,
                                                          const Clock& clock, Messages& messages);
 
     /// The trees that are there, in the order of `TreeKind`.
@@ -109,12 +112,15 @@ class ImageView {
     /// The Macintosh partitions that the image's maps tell.
     [[nodiscard]] const std::vector<PartitionEntry>& partitions() const { return partitions_; }
     [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
+    /// Why the Macintosh volume could not be changed, in sentences; "" when it could.
+    [[nodiscard]] const std::string& changeRefusal() const { return changeRefusal_; }
     /// A Macintosh volume is there and cannot be used.
     [[nodiscard]] bool hasDamagedVolume() const { return damagedVolume_; }
 
   private:
     ImageView() = default;
-    void findTrees(const Clock& clock);
+    [[nodiscard]] std::string findTrees(std::optional<unsigned> partition, const Clock& clock);
+    void judgeChanges();
     [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
     [[nodiscard]] std::string whyEmpty();
 
@@ -122,6 +128,7 @@ class ImageView {
     std::optional<IsoReader> iso_;
     std::vector<PartitionEntry> partitions_;
     std::vector<std::unique_ptr<TreeView>> trees_;
+    std::string changeRefusal_;
     bool damagedVolume_ = false;
 };
 

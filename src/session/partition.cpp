@@ -11,8 +11,7 @@ namespace vellmark {
 void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition) {
     app.add_option("-p,--partition", partition,
                    "Macintosh partition, as info numbers them; without it, the first that holds a "
-                   "volume")
-        ->check(CLI::PositiveNumber);
+                   "volume");
 }
 
 void AddPartitionOptions(CLI::App& app, PartitionOptions& options) {

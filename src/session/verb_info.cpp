@@ -7,6 +7,7 @@
 #include "session/image_walk.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
+#include "volume/partition_choice.hpp"
 
 namespace vellmark {
 
@@ -54,11 +55,7 @@ TreeFacts WholeFacts(ViewRun& run, TreeView& tree) {
     return facts;
 }
 
-std::string PartitionName(const PartitionEntry& partition) {
-    return ShownHfsName(partition.name);
-}
-
-nlohmann::ordered_json TreeInfo(const TreeFacts& facts) {
+nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
     nlohmann::ordered_json json = TreeJson(facts);
     json["sizeBytes"] = facts.sizeBytes();
     json["blockSize"] = facts.blockSize;
@@ -75,6 +72,12 @@ nlohmann::ordered_json TreeInfo(const TreeFacts& facts) {
     json["modified"] = DateJson(facts.modified);
     for (const auto& [key, text] : facts.texts)
         json[std::string(key)] = text;
+    if (facts.kind == TreeKind::Hfs) {
+        json["changeable"] = changeRefusal.empty();
+        json["changeRefusal"] = nullptr;
+        if (!changeRefusal.empty())
+            json["changeRefusal"] = changeRefusal;
+    }
     return json;
 }
 
@@ -84,12 +87,13 @@ void PutJson(ViewRun& run, const std::string& image) {
     json["sizeBytes"] = run.view->sizeBytes();
     json["partitions"] = nlohmann::ordered_json::array();
     for (const PartitionEntry& partition : run.view->partitions())
-        json["partitions"].push_back({{"name", PartitionName(partition)},
+        json["partitions"].push_back({{"number", json["partitions"].size() + 1},
+                                      {"name", ShownHfsName(partition.name)},
                                       {"startSector", partition.startSector},
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
     for (TreeView* tree : run.trees)
-        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree)));
+        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree), run.view->changeRefusal()));
     run.putJson(json);
 }
 
@@ -108,13 +112,16 @@ void PutTree(ViewRun& run, const TreeFacts& facts) {
     line("modified", DateText(facts.modified));
     for (const auto& [key, text] : facts.texts)
         line(key, Printable(text));
+    if (facts.kind == TreeKind::Hfs)
+        line("changes", run.view->changeRefusal().empty() ? "possible" : run.view->changeRefusal());
 }
 
 void PutText(ViewRun& run, const std::string& image) {
     (void)run.put(fmt::format("{}: {} bytes\n", Printable(image), run.view->sizeBytes()));
+    unsigned number = 0;
     for (const PartitionEntry& partition : run.view->partitions())
         (void)run.put(fmt::format("partition {}: sector {}, {} sectors\n",
-                                  Printable(PartitionName(partition)), partition.startSector,
+                                  PartitionLine(++number, partition), partition.startSector,
                                   partition.sectorCount));
     for (TreeView* tree : run.trees)
         PutTree(run, WholeFacts(run, *tree));
