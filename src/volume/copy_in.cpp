@@ -1,0 +1,258 @@
+#include "volume/copy_in.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "containers/mac_binary.hpp"
+#include "support/encoding.hpp"
+#include "volume/file_store.hpp"
+#include "volume/import_batch.hpp"
+#include "volume/import_folder.hpp"
+#include "volume/import_source.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextCopyOf = 1123;
+constexpr int kTextNoContainer = 1158;
+constexpr int kTextTooFragmented = 1159;
+constexpr int kTextReplace = 1161;
+
+constexpr std::string_view kVolumeIconName = ".VolumeIcon.icns";
+constexpr std::string_view kFolderIconName = "Icon\r";
+
+bool HasNoSignature(const FinderInfo& finder) {
+    return std::all_of(finder.signature.begin(), finder.signature.end(),
+                       [](char c) { return c == '\0'; });
+}
+
+bool KeepsDates(ImportClass importClass) {
+    return importClass == ImportClass::MacBinary || importClass == ImportClass::BinHex;
+}
+
+/// One file on its way.
+class FileImport {
+  public:
+    FileImport(CopyIn& batch, const std::string& path, std::uint32_t folderId)
+        : batch_(batch), path_(path), facts_(PcFactsOf(path)), folderId_(folderId) {}
+
+    [[nodiscard]] CopyInResult run();
+
+  private:
+    [[nodiscard]] std::optional<CopyInResult> openSource();
+    [[nodiscard]] bool acceptsDamage();
+    [[nodiscard]] NewFile describe();
+    [[nodiscard]] FinderInfo finderInfo() const;
+    void setDates(NewFile& file) const;
+    [[nodiscard]] std::optional<CatalogName> name();
+    [[nodiscard]] CopyInResult putCustomIcon(NewFile file);
+    [[nodiscard]] CopyInResult store(NewFile file);
+    [[nodiscard]] std::optional<CopyInResult> settleExisting(NewFile& file);
+    [[nodiscard]] CopyInResult resultOf(StoreResult result, const NewFile& file);
+
+    CopyIn& batch_;
+    const std::string& path_;
+    PcFacts facts_;
+    std::uint32_t folderId_;
+    ImportClass class_ = ImportClass::Plain;
+    ImportSource source_;
+};
+
+CopyInResult FileImport::run() {
+    if (const std::string refusal = RefusalOf(batch_, path_, facts_); !refusal.empty())
+        return LeaveOut(batch_, path_, refusal);
+    class_ = ClassifyPcFile(path_, batch_.options.containers, batch_.answers, batch_.messages);
+    if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
+        return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
+    if (const auto end = openSource())
+        return *end;
+    NewFile file = describe();
+    if (KeepsDates(class_) && IsCustomIconFile(source_.info()))
+        return putCustomIcon(std::move(file));
+    std::optional<CatalogName> fileName = name();
+    if (!fileName)
+        return LeaveOut(batch_, path_, "Its name is too long for the volume.");
+    file.name = std::move(*fileName);
+    return store(std::move(file));
+}
+
+// Nothing when the source is open and may be used.
+std::optional<CopyInResult> FileImport::openSource() {
+    const std::string problem =
+        source_.open(path_, class_, batch_.options.mode == CopyMode::ResourceFork, batch_.temporary,
+                     batch_.progress);
+    if (source_.stopped())
+        return CopyInResult::Stopped;
+    if (!problem.empty())
+        return LeaveOut(batch_, path_, problem);
+    if (!source_.damage().empty() && !acceptsDamage())
+        return LeaveOut(batch_, path_, source_.damage());
+    return std::nullopt;
+}
+
+bool FileImport::acceptsDamage() {
+    const std::string remark = fmt::format("{}: {}", Printable(path_), source_.damage());
+    if (batch_.options.containers == ContainerPolicy::Always) {
+        batch_.messages.showTimedMessage(remark + " What is there of it is copied.");
+        return true;
+    }
+    return batch_.messages.askYesNo(remark + "\nDo you want to copy what is there of it?");
+}
+
+NewFile FileImport::describe() {
+    NewFile file;
+    file.parentId = folderId_;
+    file.finder = finderInfo();
+    setDates(file);
+    file.data = &source_.data();
+    file.resource = &source_.resource();
+    return file;
+}
+
+FinderInfo FileImport::finderInfo() const {
+    FinderInfo finder = source_.info().finder;
+    const std::string pcName = PcNameOfPath(path_);
+    const bool isPcFile = class_ == ImportClass::Plain || class_ == ImportClass::NamedStreams;
+    if (isPcFile && pcName.starts_with('.'))
+        finder.flags = static_cast<std::uint16_t>(finder.flags | kFinderInvisible);
+    if (!KeepsDates(class_) && HasNoSignature(finder)) {
+        const std::string signature = batch_.signatures.SignatureOf(Utf8ToNarrow(pcName));
+        std::copy_n(signature.begin(), std::min(signature.size(), finder.signature.size()),
+                    finder.signature.begin());
+    }
+    if (batch_.options.type)
+        std::copy(batch_.options.type->begin(), batch_.options.type->end(),
+                  finder.signature.begin());
+    if (batch_.options.creator)
+        std::copy(batch_.options.creator->begin(), batch_.options.creator->end(),
+                  finder.signature.begin() + 4);
+    return finder;
+}
+
+// MacBinary has local time. No creation date there means now, no other one the creation date.
+void FileImport::setDates(NewFile& file) const {
+    const VolumeContext& volume = batch_.volume;
+    if (!KeepsDates(class_)) {
+        file.created = file.modified = VolumeDate(volume, facts_.modified, batch_.clock);
+        return;
+    }
+    const auto ofVolume = [&](MacSeconds local) {
+        return local == 0 || !volume.isHfsPlus ? local
+                                               : ToMacGmt(FromMacLocal(local, batch_.clock));
+    };
+    const MacFileInfo& info = source_.info();
+    file.created =
+        info.created != 0 ? ofVolume(info.created) : MacDateNow(batch_.clock, volume.isHfsPlus);
+    file.modified = info.modified != 0 ? ofVolume(info.modified) : file.created;
+}
+
+std::optional<CatalogName> FileImport::name() {
+    CatalogName name = NameFromContainer(batch_.volume, source_.info().name);
+    if (!IsEmptyName(batch_.volume, name))
+        return name;
+    std::optional<CatalogName> imported =
+        ImportName(batch_.volume, PcNameOfPath(path_), folderId_, batch_.options.truncation,
+                   batch_.messages, batch_.clock);
+    return imported;
+}
+
+CopyInResult FileImport::putCustomIcon(NewFile file) {
+    file.finder.flags = static_cast<std::uint16_t>(file.finder.flags | kFinderInvisible);
+    if (folderId_ == kRootFolderId) {
+        file.name = NameFromContainer(batch_.volume, kVolumeIconName);
+        if (const CopyInResult result = store(file); result != CopyInResult::Done)
+            return result;
+    }
+    file.name = NameFromContainer(batch_.volume, kFolderIconName);
+    const CopyInResult result = store(std::move(file));
+    if (result != CopyInResult::Done)
+        return result;
+    return MarkCustomIcon(batch_.volume, folderId_) == TreeResult::Done
+               ? CopyInResult::Done
+               : EndBatch(batch_, path_, "The catalog of the volume is damaged.");
+}
+
+CopyInResult FileImport::store(NewFile file) {
+    if (IsEmptyName(batch_.volume, file.name))
+        return LeaveOut(batch_, path_, "Nothing of its name can stand on the volume.");
+    if (const auto end = settleExisting(file))
+        return *end;
+    const std::uint64_t bytes = source_.sizeBytes();
+    batch_.progress.text(Say(batch_, kTextCopyOf, Printable(path_), ShownIn(batch_, file.name)));
+    batch_.progress.fileStart(Printable(path_), bytes, 0);
+    const StoreResult stored = AddFileToCatalog(batch_.volume, file, batch_.progress);
+    if (stored == StoreResult::Done) {
+        ++batch_.filesCopied;
+        batch_.bytesCopied += bytes;
+    }
+    return resultOf(stored, file);
+}
+
+// Nothing when the file may go there; what it is to replace is then noted in it.
+std::optional<CopyInResult> FileImport::settleExisting(NewFile& file) {
+    std::optional<CatalogItem> there;
+    const TreeResult found = FindNamed(batch_.volume, folderId_, file.name, batch_.clock, there);
+    if (found != TreeResult::Done)
+        return EndBatch(batch_, path_, CatalogProblem(found, "where the file would go"));
+    if (!there)
+        return std::nullopt;
+    const std::string shown = ShownIn(batch_, file.name);
+    if (there->isFolder)
+        return LeaveOut(batch_, path_, fmt::format("A folder is called {} there.", shown));
+    if (there->id >= batch_.firstNewId)
+        return LeaveOut(batch_, path_,
+                        fmt::format("Another of these items has got the name {} there.", shown));
+    if (batch_.options.existing == ExistingFiles::Keep)
+        return LeaveOut(batch_, path_,
+                        fmt::format("{} exists already{}.", shown, batch_.options.keptHint));
+    if (batch_.options.existing == ExistingFiles::Ask &&
+        !batch_.answers.replace.ask(batch_.messages, Say(batch_, kTextReplace, shown))) {
+        ++batch_.itemsLeftOut;
+        return CopyInResult::LeftOut;
+    }
+    file.replaced = std::move(there);
+    return std::nullopt;
+}
+
+CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
+    switch (result) {
+        case StoreResult::Done:
+            return batch_.progress.fileEnd(0) ? CopyInResult::Done : CopyInResult::Stopped;
+        case StoreResult::Exists:
+            return LeaveOut(batch_, path_,
+                            fmt::format("{} exists already.", ShownIn(batch_, file.name)));
+        case StoreResult::NoRoom:
+            return EndBatch(batch_, path_, Say(batch_, kTextNoRoom));
+        case StoreResult::TooFragmented:
+            return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
+        case StoreResult::ForkTooLong:
+            return LeaveOut(batch_, path_,
+                            "A fork of 2 GiB or more is too long for an HFS volume.");
+        case StoreResult::SourceFailed:
+            return LeaveOut(batch_, path_, "It could not be read whole.");
+        case StoreResult::TargetFailed:
+            return EndBatch(batch_, path_, "The image could not be written.");
+        case StoreResult::Damaged:
+            return EndBatch(batch_, path_,
+                            CatalogProblem(TreeResult::Damaged, "where the file would go"));
+        case StoreResult::Stopped:
+            return CopyInResult::Stopped;
+    }
+    return CopyInResult::BatchEnds;
+}
+
+}  // namespace
+
+CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
+    return FileImport(batch, path, folderId).run();
+}
+
+CopyInResult CopyItemIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
+    return PcFactsOf(path).kind == PcKind::Folder ? CopyFolderIn(batch, path, folderId)
+                                                  : CopyFileIn(batch, path, folderId);
+}
+
+}  // namespace vellmark

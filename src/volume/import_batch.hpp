@@ -1,0 +1,32 @@
+// What files and folders on their way into a volume have in common.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "volume/copy_in.hpp"
+
+namespace vellmark {
+
+template <typename... Operands>
+[[nodiscard]] std::string Say(const CopyIn& batch, int number, const Operands&... operands) {
+    return FormatText(number, batch.messages.language(), operands...);
+}
+
+/// Names an item that is left out, and counts it.
+CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason);
+
+/// Names an item at which the batch ends.
+CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason);
+
+/// The last name of a path, also of one that ends in `/`, `.` or `..`; empty for the PC's root.
+[[nodiscard]] std::string PcNameOfPath(const std::string& path);
+
+/// Why an item cannot be copied at all, as a sentence; "" when it can.
+[[nodiscard]] std::string RefusalOf(const CopyIn& batch, const std::string& path,
+                                    const PcFacts& facts);
+
+/// A name as it is shown, fit for a terminal.
+[[nodiscard]] std::string ShownIn(const CopyIn& batch, const CatalogName& name);
+
+}  // namespace vellmark

@@ -1,0 +1,58 @@
+#include "volume/import_class.hpp"
+
+#include "containers/apple_single.hpp"
+#include "containers/bin_hex.hpp"
+#include "containers/hfs_plus_name_form.hpp"
+#include "containers/mac_binary.hpp"
+#include "containers/named_streams.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextMacBinary = 1258;
+constexpr int kTextBinHex = 1259;
+
+constexpr std::size_t kQuestionUnits = 40;
+
+std::string NameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+}  // namespace
+
+std::string NameForQuestion(std::string_view pcName) {
+    std::u16string wide = Utf8ToWide(Printable(pcName));
+    CutAtLetter(wide, kQuestionUnits);
+    return WideToUtf8(wide);
+}
+
+ImportClass ClassifyPcFile(const std::string& path, ContainerPolicy policy, CopyAnswers& answers,
+                           Messages& messages) {
+    if (policy == ContainerPolicy::Never)
+        return ImportClass::Plain;
+    PcFile file(path, PcFile::Mode::Read);
+    if (!file.isOpen())
+        return ImportClass::Plain;
+    const auto isAccepted = [&](RememberedAnswer& answer, int text) {
+        return policy == ContainerPolicy::Always ||
+               answer.ask(messages,
+                          FormatText(text, messages.language(), NameForQuestion(NameOf(path))));
+    };
+    if (IsMacBinaryFile(file))
+        return isAccepted(answers.macBinary, kTextMacBinary) ? ImportClass::MacBinary
+                                                             : ImportClass::Plain;
+    if (IsBinHexFile(file))
+        return isAccepted(answers.binHex, kTextBinHex) ? ImportClass::BinHex : ImportClass::Plain;
+    if (IsAppleSingleFile(file))
+        return ImportClass::AppleSingle;
+    // A companion that is a pipe would be waited for.
+    if (PcFactsOf(SidecarPath(path)).kind == PcKind::File && IsAppleDoublePair(path))
+        return ImportClass::AppleDouble;
+    return HasNamedStreams(path) ? ImportClass::NamedStreams : ImportClass::Plain;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,135 @@
+#include "volume/import_source.hpp"
+
+#include <fmt/format.h>
+
+#include "containers/apple_single.hpp"
+#include "containers/bin_hex.hpp"
+#include "containers/bundle_bit.hpp"
+#include "containers/mac_binary.hpp"
+#include "containers/named_streams.hpp"
+#include "support/watched_source.hpp"
+
+namespace vellmark {
+
+namespace {
+
+std::string FaultSentence(ContainerFault fault) {
+    switch (fault) {
+        case ContainerFault::None:
+            return {};
+        case ContainerFault::NotThisFormat:
+            return "The container is not what its beginning says.";
+        case ContainerFault::HeaderCut:
+            return "The header of the container is cut short.";
+        case ContainerFault::HeaderInvalid:
+            return "The header of the container has no usable name.";
+        case ContainerFault::HeaderChecksum:
+            return "The header of the container has a wrong checksum.";
+        case ContainerFault::EntryOverlapsHeader:
+            return "An entry of the container begins within its header.";
+        case ContainerFault::DataForkCut:
+            return "The data fork in the container is cut short.";
+        case ContainerFault::ResourceForkCut:
+            return "The resource fork in the container is cut short.";
+        case ContainerFault::DataChecksum:
+            return "The data fork in the container has a wrong checksum.";
+        case ContainerFault::ResourceChecksum:
+            return "The resource fork in the container has a wrong checksum.";
+        case ContainerFault::ForkTooLong:
+            return "A fork in the container is too long.";
+        case ContainerFault::SourceFailed:
+            return "The container cannot be read whole.";
+        case ContainerFault::TargetFailed:
+            return "The container cannot be decoded to a temporary file.";
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string ImportSource::open(const std::string& path, ImportClass importClass,
+                               bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                               Progress& progress) {
+    file_ = PcFile(path, PcFile::Mode::Read);
+    if (!file_.isOpen())
+        return fmt::format("It cannot be read: {}.", file_.errorText());
+    std::string problem = openForks(path, importClass, plainIsResource, temporary, progress);
+    if (problem.empty() && HasBundleResource(*resource_))
+        container_.info.finder.flags =
+            static_cast<std::uint16_t>(container_.info.finder.flags | kHasBundleFlag);
+    return problem;
+}
+
+std::string ImportSource::openForks(const std::string& path, ImportClass importClass,
+                                    bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                                    Progress& progress) {
+    switch (importClass) {
+        case ImportClass::Plain:
+            return openPlain(plainIsResource);
+        case ImportClass::MacBinary:
+            return take(ReadMacBinary(file_));
+        case ImportClass::BinHex:
+            return openBinHex(temporary, progress);
+        case ImportClass::NamedStreams:
+            return openStreams(path);
+        case ImportClass::AppleSingle:
+            return take(ReadSingleForks(file_));
+        case ImportClass::AppleDouble:
+            return openDouble(path);
+    }
+    return {};
+}
+
+std::string ImportSource::openPlain(bool asResource) {
+    (asResource ? resource_ : data_) = &file_;
+    return {};
+}
+
+// Type and creator alone are taken: the other flags of a server's file are its own.
+std::string ImportSource::openStreams(const std::string& path) {
+    data_ = &file_;
+    resource_ = &stream_;
+    if (const std::optional<FinderInfo> finder = ReadAfpInfo(path))
+        container_.info.finder.signature = finder->signature;
+    const int error = ReadResourceStream(path, stream_);
+    return error == 0
+               ? std::string{}
+               : fmt::format("Its stream AFP_Resource cannot be read: {}.", SystemErrorText(error));
+}
+
+std::string ImportSource::openDouble(const std::string& path) {
+    beside_ = PcFile(SidecarPath(path), PcFile::Mode::Read);
+    std::string problem = take(ReadDoubleResource(beside_));
+    data_ = &file_;
+    return problem;
+}
+
+std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
+                                     Progress& progress) {
+    if (!temporary)
+        temporary.emplace();
+    beside_ = PcFile(temporary->path() + "/decoded", PcFile::Mode::CreateTruncate);
+    if (!beside_.isOpen())
+        return fmt::format("It cannot be decoded to a temporary file: {}.", beside_.errorText());
+    WatchedSource text(file_, progress);
+    const BinHexOutcome outcome = DecodeBinHex(text, beside_);
+    stopped_ = text.stopped();
+    if (!outcome.usable || outcome.fault == ContainerFault::TargetFailed)
+        return FaultSentence(outcome.fault);
+    std::string problem = take(ReadMacBinary(beside_));
+    // What is wrong with the text tells more than what is missing of its result.
+    if (outcome.fault != ContainerFault::None)
+        damage_ = FaultSentence(outcome.fault);
+    return problem;
+}
+
+std::string ImportSource::take(MacContainer container) {
+    container_ = container;
+    std::string sentence = FaultSentence(container.fault);
+    if (!container.usable)
+        return sentence;
+    damage_ = std::move(sentence);
+    return {};
+}
+
+}  // namespace vellmark

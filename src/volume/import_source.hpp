@@ -1,0 +1,62 @@
+// A file of the PC, opened as the Macintosh file that it holds: facts and forks.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "containers/fork_pair.hpp"
+#include "support/pc_file.hpp"
+#include "support/progress.hpp"
+#include "volume/import_class.hpp"
+
+namespace vellmark {
+
+class ImportSource {
+  public:
+    /// Opens a file of that class; of a plain one the bytes are the resource fork when
+    /// `plainIsResource`. BinHex is decoded into a file of `temporary`, which is made when it is
+    /// first needed. "", or why the file cannot be used, as a sentence.
+    [[nodiscard]] std::string open(const std::string& path, ImportClass importClass,
+                                   bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                                   Progress& progress);
+    ImportSource() = default;
+    ImportSource(const ImportSource&) = delete;
+    ImportSource& operator=(const ImportSource&) = delete;
+
+    /// What is wrong with a container that can be used all the same, as a sentence; "" for nothing.
+    [[nodiscard]] const std::string& damage() const { return damage_; }
+    /// Decoding ended because the work is to stop.
+    [[nodiscard]] bool stopped() const { return stopped_; }
+
+    /// Name (MacRoman, empty when the PC's name is to be taken), Finder's information, and the
+    /// dates that MacBinary and BinHex tell, in local time. The bundle bit is right for the fork.
+    [[nodiscard]] const MacFileInfo& info() const { return container_.info; }
+    /// Both live as long as the source.
+    [[nodiscard]] ByteSource& data() { return *data_; }
+    [[nodiscard]] ByteSource& resource() { return *resource_; }
+    [[nodiscard]] std::uint64_t sizeBytes() const { return data_->size() + resource_->size(); }
+
+  private:
+    [[nodiscard]] std::string openForks(const std::string& path, ImportClass importClass,
+                                        bool plainIsResource,
+                                        std::optional<TemporaryFolder>& temporary,
+                                        Progress& progress);
+    [[nodiscard]] std::string openPlain(bool asResource);
+    [[nodiscard]] std::string openStreams(const std::string& path);
+    [[nodiscard]] std::string openDouble(const std::string& path);
+    [[nodiscard]] std::string openBinHex(std::optional<TemporaryFolder>& temporary,
+                                         Progress& progress);
+    [[nodiscard]] std::string take(MacContainer container);
+
+    PcFile file_;
+    PcFile beside_;  ///< the companion, or what BinHex was decoded to
+    MemoryBytes stream_;
+    MacContainer container_;
+    std::string damage_;
+    bool stopped_ = false;
+    ByteSource* data_ = &container_.data;
+    ByteSource* resource_ = &container_.resource;
+};
+
+}  // namespace vellmark
