@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "volume/block_bitmap.hpp"
 #include "volume/fork_reader.hpp"
 
 namespace vellmark {
@@ -94,19 +95,33 @@ TreeResult LoadAllocationState(VolumeContext& volume) {
             ? TransferFork(volume, state.file, kCommandRead, 0, state.bitmap)
             : Transfer(volume, kCommandRead, volume.partitionStart + volume.mdb.bitmapStartSector,
                        state.bitmap);
-    const TreeResult nodes = read ? LoadNodeBitmap(volume.catalog) : TreeResult::Failed;
-    if (nodes != TreeResult::Done)
+    TreeResult nodes = read ? LoadNodeBitmap(volume.catalog) : TreeResult::Failed;
+    if (nodes == TreeResult::Done)
+        nodes = LoadNodeBitmap(volume.extents);
+    if (nodes == TreeResult::Done && state.bitmap.size() * 8 < volume.totalBlocks())
+        nodes = TreeResult::Damaged;
+    if (nodes != TreeResult::Done) {
         ReleaseAllocationState(volume);
+        return nodes;
+    }
+    // A count that the bitmap does not bear out would let a file be refused that fits, or begun
+    // that does not.
+    const std::uint32_t free = TotalFreeBlocks(state.bitmap, volume.totalBlocks());
+    if (volume.isHfsPlus)
+        volume.vhb.freeBlocks = free;
+    else
+        volume.mdb.freeBlocks = static_cast<std::uint16_t>(free);
     return nodes;
 }
 
 TreeResult FlushVolume(VolumeContext& volume, const Clock& clock) {
     if (volume.allocation.bitmap.empty())
         return TreeResult::Done;
-    if (const TreeResult result = FlushTree(volume.catalog); result != TreeResult::Done)
-        return result;
-    const bool written = volume.isHfsPlus ? FlushHfsPlus(volume, clock) : FlushHfs(volume, clock);
-    if (!written)
+    for (TreeCursor* tree : {&volume.catalog, &volume.extents})
+        if (const TreeResult result = FlushTree(*tree); result != TreeResult::Done)
+            return result;
+    if (!volume.catalogNodes->flush() || !volume.extentsNodes->flush() ||
+        !(volume.isHfsPlus ? FlushHfsPlus(volume, clock) : FlushHfs(volume, clock)))
         return TreeResult::Failed;
     ReleaseAllocationState(volume);
     return TreeResult::Done;

@@ -95,25 +95,6 @@ bool CreateRootLeaf(TreeCursor& tree) {
     return tree.store->write(leaf, tree.nodeBuffer);
 }
 
-// First record of the node whose key is not less than `key`.
-std::size_t LowerBound(const NodeView& node, const TreeFormat& format, ConstByteSpan key,
-                       bool& equal) {
-    std::size_t low = 0;
-    std::size_t high = node.count();
-    equal = false;
-    while (low < high) {
-        const std::size_t middle = (low + high) / 2;
-        const int order = format.compare(node.key(middle), key);
-        if (order < 0) {
-            low = middle + 1;
-        } else {
-            equal = equal || order == 0;
-            high = middle;
-        }
-    }
-    return low;
-}
-
 }  // namespace
 
 bool MemoryNodes::read(std::uint32_t number, ByteSpan node) {
@@ -250,6 +231,24 @@ TreeResult ReadNode(TreeCursor& tree, std::uint32_t number) {
     return tree.view().isSound() ? TreeResult::Done : TreeResult::Damaged;
 }
 
+std::size_t LowerBound(const NodeView& node, const TreeFormat& format, ConstByteSpan key,
+                       bool& equal) {
+    std::size_t low = 0;
+    std::size_t high = node.count();
+    equal = false;
+    while (low < high) {
+        const std::size_t middle = (low + high) / 2;
+        const int order = format.compare(node.key(middle), key);
+        if (order < 0) {
+            low = middle + 1;
+        } else {
+            equal = equal || order == 0;
+            high = middle;
+        }
+    }
+    return low;
+}
+
 TreeResult FindKey(TreeCursor& tree, ConstByteSpan key, bool& found) {
     found = false;
     std::uint32_t number = tree.header().root;
@@ -320,6 +319,52 @@ std::optional<std::uint32_t> AllocateNode(TreeCursor& tree) {
         ++number;
     }
     return std::nullopt;
+}
+
+void FreeNode(TreeCursor& tree, std::uint32_t number) {
+    const auto bit = static_cast<std::uint8_t>(0x80u >> (number % 8));
+    if (number / 8 >= tree.nodeBitmap.size() || !(tree.nodeBitmap[number / 8] & bit))
+        return;
+    tree.nodeBitmap[number / 8] = static_cast<std::uint8_t>(tree.nodeBitmap[number / 8] & ~bit);
+    tree.header().freeNodes = tree.header().freeNodes + 1;
+    tree.allocationHint = std::min(tree.allocationHint, number);
+}
+
+TreeResult GrowTree(TreeCursor& tree, std::uint32_t addedNodes) {
+    TreeHeaderRecord& header = tree.header();
+    std::uint32_t lastMap = 0;
+    if (const TreeResult result =
+            ForEachMapNode(tree,
+                           [&](ByteSpan, const std::vector<std::uint8_t>&, std::uint32_t number) {
+                               lastMap = number;
+                               return true;
+                           });
+        result != TreeResult::Done)
+        return result;
+    const std::uint32_t mapNodes = MapNodesFor(header.totalNodes, tree.nodeSize);
+    const std::size_t mapBytes =
+        tree.nodeSize - kHeaderMapOverhead + mapNodes * (tree.nodeSize - kMapNodeOverhead);
+    if (tree.nodeBitmap.size() != mapBytes)
+        return TreeResult::Damaged;
+    header.totalNodes = header.totalNodes + addedNodes;
+    header.freeNodes = header.freeNodes + addedNodes;
+    const std::uint32_t needed = MapNodesFor(header.totalNodes, tree.nodeSize);
+    for (std::uint32_t i = mapNodes; i < needed; ++i) {
+        // A map node may be one of those that it tells of.
+        tree.nodeBitmap.resize(tree.nodeBitmap.size() + tree.nodeSize - kMapNodeOverhead);
+        const std::uint32_t number = AllocateNode(tree).value_or(0);
+        std::vector<std::uint8_t> last(tree.headerNode);
+        if (number == 0 || (lastMap != 0 && !tree.store->read(lastMap, last)))
+            return TreeResult::Failed;
+        auto* link =
+            reinterpret_cast<NodeDescriptor*>(lastMap == 0 ? tree.headerNode.data() : last.data());
+        link->forwardLink = number;
+        if ((lastMap != 0 && !tree.store->write(lastMap, last)) ||
+            !tree.store->write(number, MakeMapNode(tree.nodeSize, 0)))
+            return TreeResult::Failed;
+        lastMap = number;
+    }
+    return TreeResult::Done;
 }
 
 }  // namespace vellmark

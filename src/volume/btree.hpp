@@ -42,6 +42,7 @@ class MemoryNodes final : public NodeStore {
 enum class TreeResult {
     Done,
     Exists,   ///< a record of that key is there already
+    Missing,  ///< there is no record of that key
     Full,     ///< no free node is left; the tree is as it was
     Damaged,  ///< a node or link that cannot be right was met
     Failed    ///< a node could not be read or written
@@ -114,11 +115,25 @@ struct NewTree {
 /// `key` has its length field and no padding.
 [[nodiscard]] TreeResult InsertTreeRecord(TreeCursor& tree, ConstByteSpan key, ConstByteSpan data);
 
+/// Takes a record out of the leaves and counts it: nodes that become empty are zeroed and freed,
+/// and a root with a single child gives way to it. `Missing` when there is no such record.
+[[nodiscard]] TreeResult RemoveTreeRecord(TreeCursor& tree, ConstByteSpan key);
+
+/// Adds nodes behind the last one, with the map nodes that they need; their bytes are zeros in the
+/// store already. The map of used nodes must be loaded.
+[[nodiscard]] TreeResult GrowTree(TreeCursor& tree, std::uint32_t addedNodes);
+
 /// Free nodes with which that many insertions into a tree of that depth never find it full: each
 /// may split one node a level and add a root.
 [[nodiscard]] std::uint32_t NodesForInsertions(unsigned depth, unsigned count);
 
 /// Takes a free node; nothing when all are in use.
 [[nodiscard]] std::optional<std::uint32_t> AllocateNode(TreeCursor& tree);
+/// Gives a node back; its bytes are the caller's to zero.
+void FreeNode(TreeCursor& tree, std::uint32_t number);
+
+/// First record of a node whose key is not less than `key`, `equal` when it is that key.
+[[nodiscard]] std::size_t LowerBound(const NodeView& node, const TreeFormat& format,
+                                     ConstByteSpan key, bool& equal);
 
 }  // namespace vellmark

@@ -1,5 +1,7 @@
 #include "volume/catalog.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -37,6 +39,38 @@ ForkInfo HfsPlusFork(const ForkRecord& fork) {
     return {fork.logicalSize, fork.totalBlocks, RunsOf(fork.extents)};
 }
 
+// What the records of both formats call by the same names.
+template <typename Record>
+void FillFinderInfo(const Record& record, CatalogItem& item) {
+    static_assert(sizeof record.finderInfo + sizeof record.extendedFinderInfo ==
+                  sizeof item.finderInfo);
+    item.finderFlags = record.finderInfo.flags;
+    std::memcpy(item.finderInfo.data(), &record.finderInfo, sizeof record.finderInfo);
+    std::memcpy(item.finderInfo.data() + sizeof record.finderInfo, &record.extendedFinderInfo,
+                sizeof record.extendedFinderInfo);
+}
+
+template <typename Record>
+void FillHfsDates(const Record& record, const Clock& clock, CatalogItem& item) {
+    item.dates = {record.creationDate, record.modificationDate, record.backupDate, std::nullopt};
+    item.created = FromMacLocal(record.creationDate, clock);
+    item.modified = FromMacLocal(record.modificationDate, clock);
+}
+
+template <typename Record>
+void FillHfsPlusDates(const Record& record, CatalogItem& item) {
+    item.dates = {record.creationDate, record.contentModificationDate, record.backupDate,
+                  record.accessDate};
+    item.created = FromMacGmt(record.creationDate);
+    item.modified = FromMacGmt(record.contentModificationDate);
+}
+
+// Permissions without a kind of file were never filled in (TN1150, "BSD Info").
+bool IsCompressed(const HfsPlusPermissions& permissions) {
+    return (permissions.mode & kFileKindMask) != 0 &&
+           (permissions.ownerFlags & kOwnerCompressed) != 0;
+}
+
 bool FillHfs(const VolumeContext& volume, const Clock& clock, ConstByteSpan data,
              CatalogItem& item) {
     if (item.isFolder) {
@@ -45,9 +79,8 @@ bool FillHfs(const VolumeContext& volume, const Clock& clock, ConstByteSpan data
             return false;
         item.id = record.folderId;
         item.valence = record.valence;
-        item.finderFlags = record.finderInfo.flags;
-        item.created = FromMacLocal(record.creationDate, clock);
-        item.modified = FromMacLocal(record.modificationDate, clock);
+        FillFinderInfo(record, item);
+        FillHfsDates(record, clock, item);
         return true;
     }
     HfsFileRecord record;
@@ -55,9 +88,8 @@ bool FillHfs(const VolumeContext& volume, const Clock& clock, ConstByteSpan data
         return false;
     item.id = record.fileId;
     item.signature = record.finderInfo.signature;
-    item.finderFlags = record.finderInfo.flags;
-    item.created = FromMacLocal(record.creationDate, clock);
-    item.modified = FromMacLocal(record.modificationDate, clock);
+    FillFinderInfo(record, item);
+    FillHfsDates(record, clock, item);
     item.data = HfsFork(record.dataLogicalSize, record.dataExtents, volume.blockSize);
     item.resource = HfsFork(record.resourceLogicalSize, record.resourceExtents, volume.blockSize);
     return true;
@@ -70,9 +102,8 @@ bool FillHfsPlus(ConstByteSpan data, CatalogItem& item) {
             return false;
         item.id = record.folderId;
         item.valence = record.valence;
-        item.finderFlags = record.finderInfo.flags;
-        item.created = FromMacGmt(record.creationDate);
-        item.modified = FromMacGmt(record.contentModificationDate);
+        FillFinderInfo(record, item);
+        FillHfsPlusDates(record, item);
         return true;
     }
     HfsPlusFileRecord record;
@@ -80,12 +111,12 @@ bool FillHfsPlus(ConstByteSpan data, CatalogItem& item) {
         return false;
     item.id = record.fileId;
     item.signature = record.finderInfo.signature;
-    item.finderFlags = record.finderInfo.flags;
-    item.created = FromMacGmt(record.creationDate);
-    item.modified = FromMacGmt(record.contentModificationDate);
+    FillFinderInfo(record, item);
+    FillHfsPlusDates(record, item);
     constexpr std::string_view kHardLink = "hlnkhfs+";
     if (std::equal(kHardLink.begin(), kHardLink.end(), item.signature.begin()))
         item.linkReference = record.permissions.special;
+    item.isCompressed = IsCompressed(record.permissions);
     item.data = HfsPlusFork(record.dataFork);
     item.resource = HfsPlusFork(record.resourceFork);
     return true;
@@ -121,6 +152,13 @@ TreeResult FindRoot(VolumeContext& volume, const Clock& clock, std::optional<Cat
 }
 
 }  // namespace
+
+std::string CatalogProblem(TreeResult result, std::string_view place) {
+    if (result == TreeResult::Done)
+        return {};
+    return fmt::format("The Macintosh catalog {} {}.",
+                       result == TreeResult::Failed ? "cannot be read" : "is damaged", place);
+}
 
 TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId, const Clock& clock,
                       std::vector<CatalogItem>& items) {

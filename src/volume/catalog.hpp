@@ -1,5 +1,4 @@
-// What a mounted volume holds: folders listed, items found by path, name and id, and new folders
-// made. Changes stand between `LoadAllocationState` and `FlushVolume` (volume/allocation.hpp).
+// What a mounted volume holds: folders listed, and items found by path, name and id.
 #pragma once
 
 #include <array>
@@ -16,6 +15,14 @@
 
 namespace vellmark {
 
+/// Dates as a record has them: local time in HFS, GMT in HFS+; 0 for none.
+struct CatalogDates {
+    MacSeconds created = 0;
+    MacSeconds modified = 0;
+    MacSeconds backedUp = 0;
+    std::optional<MacSeconds> accessed;  ///< nothing in HFS, which keeps none
+};
+
 /// One file or folder of a volume.
 struct CatalogItem {
     std::uint32_t parentId = 0;
@@ -27,12 +34,19 @@ struct CatalogItem {
     std::array<char, 8> signature{};  ///< files: type, then creator
     /// HFS+: number of the file that holds the contents of this hard link; 0 for other files.
     std::uint32_t linkReference = 0;
+    /// HFS+ of later systems: the contents lie compressed in the resource fork or in an attribute.
+    bool isCompressed = false;
     std::uint16_t finderFlags = 0;
+    std::array<std::uint8_t, 32> finderInfo{};  ///< both halves, as the record has them
     UnixSeconds created = 0;
     UnixSeconds modified = 0;
+    CatalogDates dates;
     ForkInfo data;      ///< files
     ForkInfo resource;  ///< files
 };
+
+/// What is wrong with the catalog at a place ("in the root folder"), as a sentence; "" for `Done`.
+[[nodiscard]] std::string CatalogProblem(TreeResult result, std::string_view place);
 
 /// The items of a folder, in the order of the catalog. Items before a damaged place are kept.
 [[nodiscard]] TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId,
@@ -62,21 +76,5 @@ struct CatalogItem {
 /// Id of a folder's subfolder of that shown name; 0 when there is none.
 [[nodiscard]] std::uint32_t FolderIdByName(VolumeContext& volume, std::string_view name,
                                            std::uint32_t parentId);
-/// The next free id, which is then used up.
-[[nodiscard]] std::uint32_t NextCatalogId(VolumeContext& volume);
-/// Items of a folder as its record tells; nothing when there is no such folder.
-[[nodiscard]] std::optional<std::uint32_t> ReadValence(VolumeContext& volume,
-                                                       std::uint32_t folderId);
-/// Adds to the number of items that a folder's record tells.
-[[nodiscard]] TreeResult AddToValence(VolumeContext& volume, std::int32_t delta,
-                                      std::uint32_t folderId);
-
-/// Makes a folder and gives its id in `id`. The name is a shown one. `Exists` when the parent has
-/// an item of that name, `Damaged` when the parent is not there, the name cannot be a name or the
-/// next id is in use, `Full` when the catalog or the parent has no room for it, `Failed` when no
-/// bitmap is loaded; nothing is changed then.
-[[nodiscard]] TreeResult CreateFolder(VolumeContext& volume, std::string_view name,
-                                      std::uint32_t parentId, const Clock& clock,
-                                      std::uint32_t& id);
 
 }  // namespace vellmark

@@ -21,6 +21,16 @@ std::vector<BlockRun> RunsOfRecord(const Record& record) {
     return runs;
 }
 
+template <typename Record, typename Number>
+bool AddToRecord(Record& record, Number startBlock, Number blockCount) {
+    for (auto& extent : record)
+        if (extent.blockCount == 0) {
+            extent = {startBlock, blockCount};
+            return true;
+        }
+    return false;
+}
+
 // Adds runs that lie within the volume; false at the first that does not.
 bool AddRuns(const VolumeContext& volume, const std::vector<BlockRun>& from,
              std::vector<BlockRun>& runs, std::uint64_t& blocks) {
@@ -49,6 +59,14 @@ std::vector<BlockRun> RunsOf(const HfsExtentRecord& record) {
 }
 std::vector<BlockRun> RunsOf(const HfsPlusExtentRecord& record) {
     return RunsOfRecord(record);
+}
+
+bool AddRun(HfsExtentRecord& record, BlockRun run) {
+    return AddToRecord(record, static_cast<std::uint16_t>(run.startBlock),
+                       static_cast<std::uint16_t>(run.blockCount));
+}
+bool AddRun(HfsPlusExtentRecord& record, BlockRun run) {
+    return AddToRecord(record, run.startBlock, run.blockCount);
 }
 
 bool TransferFork(VolumeContext& volume, const std::vector<BlockRun>& runs, std::int32_t command,

@@ -46,5 +46,8 @@ class ForkSource final : public ByteSource {
 /// Runs of an extent record, up to its first empty descriptor.
 [[nodiscard]] std::vector<BlockRun> RunsOf(const HfsExtentRecord& record);
 [[nodiscard]] std::vector<BlockRun> RunsOf(const HfsPlusExtentRecord& record);
+/// Puts a run into the first empty descriptor of an extent record; false when there is none.
+[[nodiscard]] bool AddRun(HfsExtentRecord& record, BlockRun run);
+[[nodiscard]] bool AddRun(HfsPlusExtentRecord& record, BlockRun run);
 
 }  // namespace vellmark

@@ -79,6 +79,11 @@ struct HfsPlusPermissions {
 };
 static_assert(sizeof(HfsPlusPermissions) == 16);
 
+/// Bits of a mode that tell the kind of file; all 0 where the permissions were never filled in.
+inline constexpr std::uint16_t kFileKindMask = 0170000;
+/// Owner flag: the contents are stored compressed, and the data fork is empty.
+inline constexpr std::uint8_t kOwnerCompressed = 0x20;
+
 inline constexpr std::uint16_t kFileMode = 0100644;
 inline constexpr std::uint16_t kFolderMode = 040755;
 /// File record flag: the file has a thread record.

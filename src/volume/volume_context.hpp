@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,8 +24,9 @@ struct BlockRun {
 
 struct VolumeContext;
 
-/// The nodes of a tree of the volume, wherever the extents of its file lie. Nodes of a catalog go
-/// through a cache.
+/// The nodes of a tree of the volume, wherever the extents of its file lie. What is written stays
+/// in memory until `flush`, so that a change which fails half-way can be taken back. Nodes of a
+/// catalog that are only read go through a cache.
 class VolumeNodes final : public NodeStore {
   public:
     VolumeNodes(VolumeContext& volume, std::vector<BlockRun> runs, std::uint32_t nodeSize,
@@ -32,17 +34,42 @@ class VolumeNodes final : public NodeStore {
     [[nodiscard]] bool read(std::uint32_t number, ByteSpan node) override;
     [[nodiscard]] bool write(std::uint32_t number, ConstByteSpan node) override;
 
+    /// Writes to the medium what has changed.
+    [[nodiscard]] bool flush();
+    [[nodiscard]] std::size_t changedBytes() const { return changed_.size() * nodeSize_; }
+    /// From here on `rollBack` can take everything back, until `keep`.
+    void setSavepoint();
+    void rollBack();
+    void keep();
+    /// The tree's file has grown.
+    void addRun(BlockRun run) { runs_.push_back(run); }
+    [[nodiscard]] const std::vector<BlockRun>& runs() const { return runs_; }
+
   private:
+    using Bytes = std::vector<std::uint8_t>;
+
     VolumeContext& volume_;
     std::vector<BlockRun> runs_;
     std::uint32_t nodeSize_;
     std::unique_ptr<NodeCache> cache_;
+    std::map<std::uint32_t, Bytes> changed_;
+    bool hasSavepoint_ = false;
+    std::map<std::uint32_t, Bytes> before_;  ///< of what the savepoint saw; empty: not changed then
+    std::size_t runsBefore_ = 0;
 };
 
 /// Blocks in use while a change is under way: a set bit is a block in use, most significant first.
 struct AllocationState {
     std::vector<std::uint8_t> bitmap;  ///< empty while nothing is loaded
     std::vector<BlockRun> file;        ///< HFS+: where the allocation file lies
+
+    /// One step of marking, to be undone by its opposite.
+    struct Marking {
+        BlockRun run;
+        bool used = false;
+    };
+    bool hasSavepoint = false;
+    std::vector<Marking> sinceSavepoint;
 };
 
 struct VolumeContext : MediumContext {

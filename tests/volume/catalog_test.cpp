@@ -1,4 +1,4 @@
-#include "volume/catalog.hpp"
+#include "volume/catalog_changes.hpp"
 
 #include <gtest/gtest.h>
 

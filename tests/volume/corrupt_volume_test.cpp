@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "volume/catalog_changes.hpp"
 #include "volume/volume_bench.hpp"
 
 namespace vellmark {

@@ -1,0 +1,35 @@
+// Runs of free blocks found, taken and given back, while the bitmap is loaded
+// (volume/allocation.hpp). The counts of free blocks in the header follow.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "volume/fork_reader.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+/// Takes one run of free blocks, from the header's hint on and not around the end: all that is
+/// wanted, or at least 10 blocks of it. The hint moves behind it. False when there is none.
+[[nodiscard]] bool AllocateRunHfs(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+/// The same for HFS+: all that is wanted, or more than an eighth of it. The hint moves only when
+/// the first run that was looked at served.
+[[nodiscard]] bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+[[nodiscard]] bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+
+enum class ReserveResult { Done, NoRoom, TooFragmented };
+
+/// Takes blocks for a whole fork, in as many runs as a catalog record holds. When no run is found
+/// all is tried once more from block 0. Nothing is taken unless it is `Done`.
+[[nodiscard]] ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
+                                          std::vector<BlockRun>& runs);
+
+/// Gives runs back; all of them must be in use. The hint goes back: to 0 in HFS, to the lowest of
+/// the runs in HFS+.
+void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs);
+
+/// Blocks of a length.
+[[nodiscard]] std::uint64_t BlocksFor(const VolumeContext& volume, std::uint64_t bytes);
+
+}  // namespace vellmark
