@@ -17,8 +17,8 @@ namespace vellmark {
 
 struct PartitionOptions {
     std::string image;
-    std::optional<unsigned> partition;  ///< from 1; nothing for the first that holds a volume
-    bool writable = false;              ///< change a bare volume as well
+    std::optional<unsigned> partition = {};  ///< from 1; nothing for the first that has a volume
+    bool writable = false;                   ///< change a bare volume as well
 };
 
 /// Declares `--partition`.

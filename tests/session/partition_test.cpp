@@ -1,0 +1,100 @@
+// The volume that a verb opens: what is refused, and what comes back when it is closed.
+#include "session/partition.hpp"
+
+#include "session/reading_bench.hpp"
+#include "volume/allocation.hpp"
+
+namespace vellmark {
+namespace {
+
+using test::ReadingTest;
+using test::Write;
+
+class PartitionTest : public ReadingTest {
+  protected:
+    PartitionTest() {
+        EXPECT_EQ(run({"format", "v.img", "--size", "1", "--label", "V", "-q"}), 0) << err_;
+        // The volume alone, cut out of its partition.
+        const auto row = json({"info", "v.img"})["partitions"][0];
+        Write("bare.img", test::Bytes("v.img").substr(row["startSector"].get<std::size_t>() * 512,
+                                                      row["sectorCount"].get<std::size_t>() * 512));
+    }
+    std::unique_ptr<Partition> open(const PartitionOptions& options, Access access) {
+        errors_.str("");
+        return Partition::Open(options, context_, terminal_.messages, access);
+    }
+    bool close(Partition& partition) {
+        errors_.str("");
+        return partition.close(terminal_.messages);
+    }
+
+    std::istringstream input_;
+    std::ostringstream output_;
+    std::ostringstream errors_;
+    CommandContext context_{input_, output_, errors_, clock_};
+    Terminal terminal_{context_, {}};
+};
+
+TEST_F(PartitionTest, ABareVolumeIsChangedOnRequestAlone) {
+    EXPECT_TRUE(open({"bare.img"}, Access::Read));
+    EXPECT_EQ(errors_.str(), "");
+    EXPECT_FALSE(open({"bare.img"}, Access::Change));
+    EXPECT_NE(errors_.str().find("bare.img cannot be changed. It is a bare volume"),
+              std::string::npos);
+    EXPECT_NE(errors_.str().find("--writable"), std::string::npos);
+    EXPECT_TRUE(open({.image = "bare.img", .writable = true}, Access::Change));
+    EXPECT_EQ(errors_.str(), "");
+}
+
+TEST_F(PartitionTest, ClosingWritesBackWhatWasLoadedAndNothingElse) {
+    const std::string before = test::Bytes("v.img");
+    auto partition = open({"v.img"}, Access::Change);
+    ASSERT_TRUE(partition);
+    const auto at =
+        static_cast<std::size_t>((partition->volume().partitionStart + 2) * kSectorBytes);
+    EXPECT_TRUE(close(*partition));
+    EXPECT_TRUE(test::Bytes("v.img") == before);
+    partition = open({"v.img"}, Access::Change);
+    ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
+    partition.reset();
+    EXPECT_TRUE(test::Bytes("v.img") == before) << "let go, not closed";
+    partition = open({"v.img"}, Access::Change);
+    ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
+    EXPECT_TRUE(close(*partition));
+    const std::string after = test::Bytes("v.img");
+    EXPECT_EQ(after[at + 73], before[at + 73] + 1) << "count of writes";
+    EXPECT_EQ(after.size(), before.size());
+}
+
+TEST_F(PartitionTest, ClosingTellsOfATransferThatFailed) {
+    for (const Access access : {Access::Read, Access::Change}) {
+        const auto partition = open({"v.img"}, access);
+        ASSERT_TRUE(partition);
+        std::vector<std::uint8_t> sector(kSectorBytes);
+        const std::uint64_t behind = partition->volume().image->size() / kSectorBytes;
+        EXPECT_NE(ReadSectors(partition->volume().transferSlot, behind, sector), 0);
+        EXPECT_FALSE(close(*partition));
+        EXPECT_NE(errors_.str().find("v.img"), std::string::npos) << errors_.str();
+    }
+}
+
+TEST_F(PartitionTest, InfoNumbersThePartitionsAndTellsWhatMayBeChanged) {
+    EXPECT_EQ(run({"info", "v.img"}), 0) << err_;
+    EXPECT_NE(out_.find("partition [1] V (Type MacOS, size 1 MB): sector "), std::string::npos)
+        << out_;
+    EXPECT_NE(out_.find("changes      possible\n"), std::string::npos) << out_;
+    EXPECT_EQ(json({"info", "v.img"})["partitions"][0]["number"], 1);
+    const auto bare = json({"info", "bare.img"})["trees"][0];
+    EXPECT_EQ(bare["changeable"], false);
+    EXPECT_NE(bare["changeRefusal"].get<std::string>().find("bare"), std::string::npos);
+    for (const char* verb : {"info", "ls", "tree"}) {
+        EXPECT_EQ(run({verb, "v.img", "--partition", "1"}), 0) << err_;
+        EXPECT_EQ(run({verb, "v.img", "--partition", "2"}), 1);
+        EXPECT_NE(err_.find("v.img: There is no partition 2; there are: [1] V"), std::string::npos)
+            << err_;
+    }
+    EXPECT_EQ(run({"get", "v.img", "/", "-p", "1", "-o", "out"}), 0) << err_;
+}
+
+}  // namespace
+}  // namespace vellmark
