@@ -29,6 +29,18 @@ std::optional<CatalogRecordType> RecordTypeOf(const VolumeContext& volume, Const
     return static_cast<CatalogRecordType>(data[at]);
 }
 
+std::uint32_t CurrentItemId(VolumeContext& volume) {
+    const ByteSpan data = CurrentData(volume);
+    const auto type = RecordTypeOf(volume, data);
+    if (type == CatalogRecordType::Folder)
+        return volume.isHfsPlus ? RecordIn<HfsPlusFolderRecord>(data).folderId
+                                : RecordIn<HfsFolderRecord>(data).folderId;
+    if (type == CatalogRecordType::File)
+        return volume.isHfsPlus ? RecordIn<HfsPlusFileRecord>(data).fileId
+                                : RecordIn<HfsFileRecord>(data).fileId;
+    return 0;
+}
+
 TreeResult StandOnItem(VolumeContext& volume, const TreeKey& key, bool& found) {
     const TreeResult result = FindKey(volume.catalog, key, found);
     if (result != TreeResult::Done || !found)

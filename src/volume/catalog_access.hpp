@@ -27,6 +27,9 @@ template <typename Record>
     return *reinterpret_cast<Record*>(data.data());
 }
 
+/// The id that the current folder or file record tells; 0 when it is neither.
+[[nodiscard]] std::uint32_t CurrentItemId(VolumeContext& volume);
+
 /// Stands on the record of an item. False when there is none, or one that is no file or folder.
 [[nodiscard]] TreeResult StandOnItem(VolumeContext& volume, const TreeKey& key, bool& found);
 /// Stands on the record of a folder, by its thread.

@@ -23,21 +23,6 @@ void WithValence(VolumeContext& volume, Use use) {
         use(reinterpret_cast<HfsFolderRecord*>(data)->valence);
 }
 
-// Whether nothing stands against a new item in that parent.
-TreeResult CheckNewItem(VolumeContext& volume, const CatalogName& name, std::uint32_t parentId,
-                        const Clock& clock) {
-    const std::optional<std::uint32_t> valence = ReadValence(volume, parentId);
-    if (!valence)
-        return TreeResult::Damaged;
-    std::optional<CatalogItem> there;
-    if (const TreeResult result = FindNamed(volume, parentId, name, clock, there);
-        result != TreeResult::Done || there)
-        return there ? TreeResult::Exists : result;
-    if (!volume.isHfsPlus && *valence >= kHfsLimit)
-        return TreeResult::Full;
-    return CheckNextId(volume);
-}
-
 }  // namespace
 
 TreeResult CheckNextId(VolumeContext& volume) {
@@ -47,6 +32,22 @@ TreeResult CheckNextId(VolumeContext& volume) {
     bool found = false;
     const TreeResult result = FindKey(volume.catalog, ThreadKey(volume, id), found);
     return found ? TreeResult::Damaged : result;
+}
+
+TreeResult CheckNewItem(VolumeContext& volume, const CatalogName& name, std::uint32_t parentId,
+                        std::uint32_t replacedId) {
+    const std::optional<std::uint32_t> valence = ReadValence(volume, parentId);
+    if (!valence)
+        return TreeResult::Damaged;
+    bool found = false;
+    if (const TreeResult result = FindKey(volume.catalog, ItemKey(volume, parentId, name), found);
+        result != TreeResult::Done)
+        return result;
+    if (found && (replacedId == 0 || CurrentItemId(volume) != replacedId))
+        return TreeResult::Exists;
+    if (!volume.isHfsPlus && *valence >= kHfsLimit)
+        return TreeResult::Full;
+    return CheckNextId(volume);
 }
 
 void CountItem(VolumeContext& volume, std::uint32_t parentId, bool isFolder, std::int32_t delta) {
@@ -109,7 +110,7 @@ TreeResult CreateFolder(VolumeContext& volume, const CatalogName& name, std::uin
                         const Clock& clock, std::uint32_t& id) {
     if (volume.allocation.bitmap.empty())
         return TreeResult::Failed;
-    if (const TreeResult result = CheckNewItem(volume, name, parentId, clock);
+    if (const TreeResult result = CheckNewItem(volume, name, parentId, 0);
         result != TreeResult::Done)
         return result;
     VolumeChange change(volume);

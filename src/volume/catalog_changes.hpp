@@ -32,6 +32,11 @@ namespace vellmark {
                                       std::uint32_t& id);
 /// Whether the next id of the header can be given to a new item: `Damaged` when it cannot.
 [[nodiscard]] TreeResult CheckNextId(VolumeContext& volume);
+/// Whether a new item of that name can stand in the folder: `Exists` when it has one already (other
+/// than the item `replacedId`), `Full` when it takes no more, `Damaged` when the folder is not
+/// there or the next id cannot be given.
+[[nodiscard]] TreeResult CheckNewItem(VolumeContext& volume, const CatalogName& name,
+                                      std::uint32_t parentId, std::uint32_t replacedId);
 /// Adds to the volume's count of files or folders, and to that of its root.
 void CountItem(VolumeContext& volume, std::uint32_t parentId, bool isFolder, std::int32_t delta);
 

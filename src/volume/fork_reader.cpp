@@ -43,15 +43,6 @@ bool AddRuns(const VolumeContext& volume, const std::vector<BlockRun>& from,
     return true;
 }
 
-template <typename Record>
-std::vector<BlockRun> RunsOfData(ConstByteSpan data) {
-    Record record;
-    if (data.size() < sizeof record)
-        return {};
-    std::memcpy(&record, data.data(), sizeof record);
-    return RunsOf(record);
-}
-
 }  // namespace
 
 std::vector<BlockRun> RunsOf(const HfsExtentRecord& record) {
@@ -113,8 +104,8 @@ TreeResult FollowExtents(VolumeContext& volume, std::uint32_t fileId, std::uint8
         if (!found)
             return TreeResult::Damaged;
         const ConstByteSpan data = volume.extents.view().data(volume.extents.index);
-        const std::vector<BlockRun> more = volume.isHfsPlus ? RunsOfData<HfsPlusExtentRecord>(data)
-                                                            : RunsOfData<HfsExtentRecord>(data);
+        const std::vector<BlockRun> more =
+            volume.isHfsPlus ? RunsIn<HfsPlusExtentRecord>(data) : RunsIn<HfsExtentRecord>(data);
         // A record without blocks would be asked for again and again.
         if (more.empty() || !AddRuns(volume, more, runs, blocks))
             return TreeResult::Damaged;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "support/byte_source.hpp"
@@ -46,6 +47,15 @@ class ForkSource final : public ByteSource {
 /// Runs of an extent record, up to its first empty descriptor.
 [[nodiscard]] std::vector<BlockRun> RunsOf(const HfsExtentRecord& record);
 [[nodiscard]] std::vector<BlockRun> RunsOf(const HfsPlusExtentRecord& record);
+/// The same of a record of the extents tree; none when its bytes are too few.
+template <typename Record>
+[[nodiscard]] std::vector<BlockRun> RunsIn(ConstByteSpan data) {
+    Record record;
+    if (data.size() < sizeof record)
+        return {};
+    std::memcpy(&record, data.data(), sizeof record);
+    return RunsOf(record);
+}
 /// Puts a run into the first empty descriptor of an extent record; false when there is none.
 [[nodiscard]] bool AddRun(HfsExtentRecord& record, BlockRun run);
 [[nodiscard]] bool AddRun(HfsPlusExtentRecord& record, BlockRun run);

@@ -1,0 +1,51 @@
+#include "volume/catalog_protection.hpp"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "volume/catalog_access.hpp"
+
+namespace vellmark {
+
+namespace {
+
+// Record flags of later systems.
+constexpr std::uint16_t kHasAttributes = 0x0004;
+constexpr std::uint16_t kHasLinkChain = 0x0020;
+
+// Types and creators of links to files and to folders.
+constexpr std::array<std::string_view, 2> kLinkSignatures = {"hlnkhfs+", "fdrpMACS"};
+
+std::uint16_t RecordFlags(VolumeContext& volume) {
+    const ByteSpan data = CurrentData(volume);
+    return RecordTypeOf(volume, data) == CatalogRecordType::Folder
+               ? RecordIn<HfsPlusFolderRecord>(data).flags
+               : RecordIn<HfsPlusFileRecord>(data).flags;
+}
+
+}  // namespace
+
+EditResult RefuseChange(VolumeContext& volume) {
+    if (!volume.isHfsPlus)
+        return EditResult::Done;
+    const ByteSpan data = CurrentData(volume);
+    bool isProtected = (RecordFlags(volume) & kHasLinkChain) != 0;
+    if (RecordTypeOf(volume, data) == CatalogRecordType::File) {
+        const auto& record = RecordIn<HfsPlusFileRecord>(data);
+        const std::string_view signature(record.finderInfo.signature.data(), 8);
+        isProtected = isProtected || (record.permissions.ownerFlags & kOwnerCompressed) != 0 ||
+                      std::find(kLinkSignatures.begin(), kLinkSignatures.end(), signature) !=
+                          kLinkSignatures.end();
+    }
+    return isProtected ? EditResult::Protected : EditResult::Done;
+}
+
+EditResult RefuseDeletion(VolumeContext& volume) {
+    const EditResult result = RefuseChange(volume);
+    if (result != EditResult::Done || !volume.isHfsPlus)
+        return result;
+    return (RecordFlags(volume) & kHasAttributes) != 0 ? EditResult::Attributes : EditResult::Done;
+}
+
+}  // namespace vellmark

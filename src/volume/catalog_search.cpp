@@ -1,0 +1,143 @@
+#include "volume/catalog_search.hpp"
+
+#include <algorithm>
+
+#include "containers/name_order.hpp"
+#include "containers/names.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_access.hpp"
+#include "volume/catalog_protection.hpp"
+#include "volume/volume_change.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr unsigned kMostLevels = 4096;
+
+enum class Visit { GoOn, Changed, Stop };
+
+// All folders and files in the order of the tree. A leaf in which something was changed is written
+// once, when the walk leaves it.
+template <typename Use>
+TreeResult ForEachItem(VolumeContext& volume, Use use) {
+    TreeCursor& catalog = volume.catalog;
+    if (catalog.header().depth == 0)
+        return TreeResult::Done;
+    std::uint32_t leaf = catalog.header().firstLeaf;
+    for (std::uint32_t leaves = 0; leaf != 0; ++leaves) {
+        if (leaves > catalog.header().totalNodes)
+            return TreeResult::Damaged;
+        if (const TreeResult result = ReadNode(catalog, leaf); result != TreeResult::Done)
+            return result;
+        const NodeView node = catalog.view();
+        if (node.kind() != NodeKind::Leaf)
+            return TreeResult::Damaged;
+        Visit last = Visit::GoOn;
+        bool isChanged = false;
+        for (std::size_t i = 0; i < node.count() && last != Visit::Stop; ++i) {
+            const auto type = RecordTypeOf(volume, node.data(i));
+            if (type != CatalogRecordType::Folder && type != CatalogRecordType::File)
+                continue;
+            catalog.index = i;
+            last = use(*type, node.key(i), node.data(i));
+            isChanged = isChanged || last == Visit::Changed;
+        }
+        if (isChanged)
+            if (const TreeResult result = StoreCurrentNode(volume); result != TreeResult::Done)
+                return result;
+        leaf = last == Visit::Stop ? 0 : std::uint32_t{node.descriptor().forwardLink};
+    }
+    return TreeResult::Done;
+}
+
+SearchHit HitOf(const VolumeContext& volume, CatalogRecordType type, ConstByteSpan key) {
+    return {KeyParent(key), NameOfKey(volume, key), type == CatalogRecordType::Folder};
+}
+
+std::array<char, 8>& SignatureIn(const VolumeContext& volume, ByteSpan data) {
+    return volume.isHfsPlus ? RecordIn<HfsPlusFileRecord>(data).finderInfo.signature
+                            : RecordIn<HfsFileRecord>(data).finderInfo.signature;
+}
+
+// What a person typed as the search of the format: wildcards of HFS are sought in small letters.
+CatalogName SearchName(const VolumeContext& volume, std::string_view pattern) {
+    CatalogName search;
+    std::u16string wide = Utf8ToWide(pattern);
+    std::replace(wide.begin(), wide.end(), u':', u'/');
+    if (volume.isHfsPlus)
+        search.hfsPlus = WideToHfsPlusName(wide);
+    else
+        search.hfs = WideToMacRomanExact(wide).value_or(WideToMacName(wide));
+    if (search.hfs.find('*') != std::string::npos)
+        search.hfs = FoldMacRomanLower(search.hfs);
+    return search;
+}
+
+bool Matches(std::string_view wanted, const std::array<char, 8>& signature) {
+    const std::string_view whole(signature.data(), signature.size());
+    if (wanted.size() > 4)
+        return whole.starts_with(wanted);
+    return whole.starts_with(wanted) || whole.substr(4).starts_with(wanted);
+}
+
+}  // namespace
+
+TreeResult FindByName(VolumeContext& volume, std::string_view pattern, std::vector<SearchHit>& hits,
+                      std::size_t most) {
+    const CatalogName search = SearchName(volume, pattern);
+    return ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan) {
+        // The root's record stands under a parent that is no folder.
+        if (KeyParent(key) == kRootParentId)
+            return Visit::GoOn;
+        const int order = volume.isHfsPlus
+                              ? CompareHfsPlusSearch(search.hfsPlus, HfsPlusKeyName(key))
+                              : CompareName(search.hfs, HfsKeyName(key));
+        if (order == 0)
+            hits.push_back(HitOf(volume, type, key));
+        return hits.size() >= most ? Visit::Stop : Visit::GoOn;
+    });
+}
+
+TreeResult FindBySignature(VolumeContext& volume, std::string_view signature,
+                           std::vector<SearchHit>& hits, std::size_t most) {
+    return ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
+        if (type == CatalogRecordType::File && Matches(signature, SignatureIn(volume, data)))
+            hits.push_back(HitOf(volume, type, key));
+        return hits.size() >= most ? Visit::Stop : Visit::GoOn;
+    });
+}
+
+TreeResult ReplaceSignature(VolumeContext& volume, const std::array<char, 8>& oldSignature,
+                            const std::array<char, 8>& newSignature, std::size_t& count,
+                            const std::function<bool(const SearchHit&)>& agrees) {
+    count = 0;
+    if (volume.allocation.bitmap.empty())
+        return TreeResult::Failed;
+    VolumeChange change(volume);
+    return change.end(
+        ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
+            if (type != CatalogRecordType::File || SignatureIn(volume, data) != oldSignature ||
+                RefuseChange(volume) != EditResult::Done ||
+                (agrees && !agrees(HitOf(volume, type, key))))
+                return Visit::GoOn;
+            SignatureIn(volume, data) = newSignature;
+            ++count;
+            return Visit::Changed;
+        }));
+}
+
+std::string PathOf(VolumeContext& volume, const SearchHit& hit) {
+    std::string path = ShownName(volume, hit.name);
+    std::uint32_t folder = hit.parentId;
+    for (unsigned level = 0; folder != kRootFolderId && level < kMostLevels; ++level) {
+        std::optional<ThreadFacts> thread;
+        if (ReadThread(volume, folder, thread) != TreeResult::Done || !thread)
+            break;
+        path = ShownName(volume, thread->name) + "/" + path;
+        folder = thread->parentId;
+    }
+    return path;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,209 @@
+#include "volume/file_store.hpp"
+
+#include <algorithm>
+#include <vector>
+
+#include "volume/block_allocation.hpp"
+#include "volume/catalog_access.hpp"
+#include "volume/catalog_changes.hpp"
+#include "volume/catalog_delete.hpp"
+#include "volume/catalog_growth.hpp"
+#include "volume/catalog_insert.hpp"
+#include "volume/volume_change.hpp"
+
+namespace vellmark {
+
+namespace {
+
+// Copied at once: large enough that the calls do not count, small enough for a processor's cache.
+constexpr std::size_t kPieceBytes = 1u << 20;
+constexpr std::uint64_t kHfsForkLimit = 0x7FFFFFFF;
+constexpr std::uint8_t kHfsLocked = 0x01;
+constexpr std::uint16_t kHfsPlusLocked = 0x0001;
+
+// A fork with the blocks that it got.
+struct PlacedFork {
+    ByteSource* source = nullptr;
+    std::uint64_t sizeBytes = 0;
+    std::vector<BlockRun> runs;
+};
+
+PlacedFork ForkToPlace(ByteSource* source) {
+    return {source, source != nullptr ? source->size() : 0, {}};
+}
+
+StoreResult ToStoreResult(TreeResult result) {
+    switch (result) {
+        case TreeResult::Done:
+            return StoreResult::Done;
+        case TreeResult::Exists:
+            return StoreResult::Exists;
+        case TreeResult::Full:
+            return StoreResult::NoRoom;
+        case TreeResult::Failed:
+            return StoreResult::TargetFailed;
+        default:
+            return StoreResult::Damaged;
+    }
+}
+
+StoreResult ToStoreResult(ReserveResult result) {
+    return result == ReserveResult::Done     ? StoreResult::Done
+           : result == ReserveResult::NoRoom ? StoreResult::NoRoom
+                                             : StoreResult::TooFragmented;
+}
+
+// Blocks for both forks, or for none.
+StoreResult ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& resource) {
+    ReserveResult result = ReserveBlocks(volume, data.sizeBytes, data.runs);
+    if (result != ReserveResult::Done)
+        return ToStoreResult(result);
+    result = ReserveBlocks(volume, resource.sizeBytes, resource.runs);
+    if (result != ReserveResult::Done)
+        FreeExtents(volume, data.runs);
+    return ToStoreResult(result);
+}
+
+StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, Progress& progress) {
+    std::vector<std::uint8_t> buffer;
+    for (std::uint64_t done = 0; done < fork.sizeBytes;) {
+        const auto bytes =
+            static_cast<std::size_t>(std::min<std::uint64_t>(fork.sizeBytes - done, kPieceBytes));
+        buffer.resize((bytes + kSectorBytes - 1) / kSectorBytes * kSectorBytes);
+        std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(bytes), buffer.end(),
+                  std::uint8_t{0});
+        if (!fork.source->readExactly(done, ByteSpan(buffer).first(bytes)))
+            return StoreResult::SourceFailed;
+        if (!TransferFork(volume, fork.runs, kCommandWrite, done, buffer))
+            return StoreResult::TargetFailed;
+        done += bytes;
+        if (!progress.chunk(bytes))
+            return StoreResult::Stopped;
+    }
+    return StoreResult::Done;
+}
+
+template <typename Record>
+void CopyFacts(const NewFile& file, Record& record) {
+    record.finderInfo = {file.finder.signature, file.finder.flags, file.finder.locationV,
+                         file.finder.locationH, file.finder.windowFolder};
+    record.extendedFinderInfo = file.finder.extended;
+    record.backupDate = file.backedUp;
+}
+
+RecordData HfsData(const VolumeContext& volume, const NewFile& file, const FileFacts& facts,
+                   const PlacedFork& data, const PlacedFork& resource) {
+    RecordData bytes = HfsFileData(facts, volume.blockSize);
+    auto& record = RecordIn<HfsFileRecord>(bytes);
+    CopyFacts(file, record);
+    record.flags = file.isLocked ? kHfsLocked : 0;
+    const auto physical = [&](const PlacedFork& fork) {
+        return static_cast<std::uint32_t>(BlocksFor(volume, fork.sizeBytes) * volume.blockSize);
+    };
+    record.dataLogicalSize = static_cast<std::uint32_t>(data.sizeBytes);
+    record.dataPhysicalSize = physical(data);
+    record.resourceLogicalSize = static_cast<std::uint32_t>(resource.sizeBytes);
+    record.resourcePhysicalSize = physical(resource);
+    for (const BlockRun& run : data.runs)
+        (void)AddRun(record.dataExtents, run);
+    for (const BlockRun& run : resource.runs)
+        (void)AddRun(record.resourceExtents, run);
+    return bytes;
+}
+
+void FillFork(const VolumeContext& volume, const PlacedFork& fork, ForkRecord& record) {
+    record.logicalSize = fork.sizeBytes;
+    record.totalBlocks = static_cast<std::uint32_t>(BlocksFor(volume, fork.sizeBytes));
+    for (const BlockRun& run : fork.runs)
+        (void)AddRun(record.extents, run);
+}
+
+RecordData HfsPlusData(const VolumeContext& volume, const NewFile& file, const FileFacts& facts,
+                       const PlacedFork& data, const PlacedFork& resource) {
+    RecordData bytes = HfsPlusFileData(facts);
+    auto& record = RecordIn<HfsPlusFileRecord>(bytes);
+    CopyFacts(file, record);
+    if (file.isLocked)
+        record.flags = record.flags | kHfsPlusLocked;
+    FillFork(volume, data, record.dataFork);
+    FillFork(volume, resource, record.resourceFork);
+    return bytes;
+}
+
+TreeResult InsertRecords(VolumeContext& volume, const NewFile& file, const PlacedFork& data,
+                         const PlacedFork& resource) {
+    FileFacts facts;
+    facts.id = NextCatalogId(volume);
+    facts.created = file.created;
+    facts.modified = file.modified;
+    const TreeKey key = ItemKey(volume, file.parentId, file.name);
+    if (!volume.isHfsPlus)
+        return InsertTreeRecord(volume.catalog, key, HfsData(volume, file, facts, data, resource));
+    const TreeResult result =
+        InsertTreeRecord(volume.catalog, key, HfsPlusData(volume, file, facts, data, resource));
+    return result != TreeResult::Done
+               ? result
+               : InsertTreeRecord(volume.catalog, ThreadKey(volume, facts.id),
+                                  HfsPlusThreadData(CatalogRecordType::FileThread, file.parentId,
+                                                    file.name.hfsPlus));
+}
+
+StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
+    const EditResult result =
+        DeleteFile(volume, file.replaced->parentId, file.replaced->catalogName);
+    return result == EditResult::Done     ? StoreResult::Done
+           : result == EditResult::Failed ? StoreResult::TargetFailed
+                                          : StoreResult::Damaged;
+}
+
+// Places and writes the forks. The blocks of a replaced file are only used where nothing else is
+// left: until the flush its record still points there.
+StoreResult StoreForks(VolumeContext& volume, const NewFile& file, PlacedFork& data,
+                       PlacedFork& resource, Progress& progress) {
+    StoreResult result = ReserveForks(volume, data, resource);
+    bool isGone = !file.replaced;
+    const bool needsRoom = result == StoreResult::NoRoom || result == StoreResult::TooFragmented;
+    if (needsRoom && file.replaced) {
+        result = DeleteReplaced(volume, file);
+        isGone = true;
+        if (result == StoreResult::Done)
+            result = ReserveForks(volume, data, resource);
+    }
+    for (const PlacedFork* fork : {&data, &resource})
+        if (result == StoreResult::Done)
+            result = WriteFork(volume, *fork, progress);
+    return result == StoreResult::Done && !isGone ? DeleteReplaced(volume, file) : result;
+}
+
+}  // namespace
+
+StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, Progress& progress) {
+    if (volume.allocation.bitmap.empty())
+        return StoreResult::TargetFailed;
+    PlacedFork data = ForkToPlace(file.data);
+    PlacedFork resource = ForkToPlace(file.resource);
+    if (!volume.isHfsPlus && std::max(data.sizeBytes, resource.sizeBytes) > kHfsForkLimit)
+        return StoreResult::ForkTooLong;
+    const std::uint32_t replacedId = file.replaced ? file.replaced->id : 0;
+    if (const TreeResult result = CheckNewItem(volume, file.name, file.parentId, replacedId);
+        result != TreeResult::Done)
+        return ToStoreResult(result);
+    VolumeChange change(volume);
+    // The file, its thread, and what taking out a replaced one may split.
+    constexpr unsigned kRecords = 4;
+    if (const TreeResult result = EnsureCatalogRoom(volume, kRecords); result != TreeResult::Done)
+        return ToStoreResult(result);
+    if (const StoreResult result = StoreForks(volume, file, data, resource, progress);
+        result != StoreResult::Done)
+        return result;
+    TreeResult result = InsertRecords(volume, file, data, resource);
+    if (result == TreeResult::Done && !file.replaced)
+        result = AddToValence(volume, 1, file.parentId);
+    if (result != TreeResult::Done)
+        return ToStoreResult(result);
+    CountItem(volume, file.parentId, false, 1);
+    change.keep();
+    return StoreResult::Done;
+}
+
+}  // namespace vellmark

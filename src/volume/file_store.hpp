@@ -1,0 +1,45 @@
+// Whole files put into a volume: blocks reserved, forks written, records added. Changes stand
+// between `LoadAllocationState` and `FlushVolume` (volume/allocation.hpp).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "containers/fork_pair.hpp"
+#include "support/progress.hpp"
+#include "volume/catalog.hpp"
+
+namespace vellmark {
+
+/// A file that is to be put into a folder of the volume.
+struct NewFile {
+    std::uint32_t parentId = 0;
+    CatalogName name;
+    FinderInfo finder;
+    MacSeconds created = 0;  ///< in the time of the volume, as the other dates
+    MacSeconds modified = 0;
+    MacSeconds backedUp = 0;
+    bool isLocked = false;
+    ByteSource* data = nullptr;      ///< null: an empty fork
+    ByteSource* resource = nullptr;  ///< null: an empty fork
+    /// The file that it takes the place of. It goes only when the new one is wholly there.
+    std::optional<CatalogItem> replaced;
+};
+
+enum class StoreResult {
+    Done,
+    Exists,         ///< the folder has an item of that name
+    NoRoom,         ///< too few free blocks, or no run of them that is long enough
+    TooFragmented,  ///< free blocks lie in more runs than a record has extents
+    ForkTooLong,    ///< HFS keeps 31 bits of a fork's length
+    SourceFailed,   ///< a fork ended before its length, or could not be read
+    TargetFailed,   ///< the image did not take everything
+    Damaged,        ///< the catalog cannot be used where the file would go
+    Stopped         ///< by the user
+};
+
+/// Adds a file. Unless it is `Done` the volume is as it was, but for bytes of free blocks.
+[[nodiscard]] StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file,
+                                           Progress& progress);
+
+}  // namespace vellmark
