@@ -29,11 +29,11 @@ struct CopyInOptions {
     CopyMode mode = CopyMode::DataFork;
     ContainerPolicy containers = ContainerPolicy::Ask;
     ExistingFiles existing = ExistingFiles::Ask;  ///< `Replace` also fills folders that are there
-    std::string keptHint;                         ///< added to the remark that a file is kept
-    ImportTruncation truncation;
-    std::optional<std::array<char, 4>> type;  ///< in place of what a file would have
-    std::optional<std::array<char, 4>> creator;
-    std::string imagePath;  ///< never put into itself
+    std::string keptHint = {};                    ///< added to the remark that a file is kept
+    ImportTruncation truncation = {};
+    std::optional<std::array<char, 4>> type = {};  ///< in place of what a file would have
+    std::optional<std::array<char, 4>> creator = {};
+    std::string imagePath = {};  ///< never put into itself
 };
 
 enum class CopyInResult {

@@ -22,7 +22,7 @@ inline constexpr UnixSeconds kNow = 1'000'000'000;
 inline const FixedClock kClock(kNow, 3600);
 
 /// Keeps what was said; answers no.
-class KeptMessages final : public Messages {
+class KeptMessages : public Messages {
   public:
     void showMessage(std::string_view text) override { texts.emplace_back(text); }
     void itemSkipped(std::string_view, std::string_view) override {}

@@ -1,0 +1,123 @@
+// Names on their way from the PC to a volume. Expected bytes are MacRoman by Apple's published
+// table; digits are the CRC-16 of polynomial 1021, low digit first, worked out apart from here.
+#include "volume/import_name.hpp"
+
+#include <gtest/gtest.h>
+
+#include "volume/catalog_changes.hpp"
+#include "volume/volume_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+using testing::kClock;
+
+class AskedMessages final : public testing::KeptMessages {
+  public:
+    [[nodiscard]] bool askYesNo(std::string_view question) override {
+        texts.emplace_back(question);
+        return false;
+    }
+    [[nodiscard]] TruncationAnswer askTruncation(TruncatedName, std::string_view,
+                                                 std::string_view proposal) override {
+        proposals.emplace_back(proposal);
+        return answer;
+    }
+    TruncationAnswer answer;
+    std::vector<std::string> proposals;
+};
+
+TEST(ImportName, CharactersOfThePcFindTheirPlace) {
+    const struct {
+        const char* pc;
+        std::string hfs;
+        std::u16string hfsPlus;
+    } cases[] = {
+        {"Read me.txt", "Read me.txt", u"Read me.txt"},
+        {"a:b", "a/b", u"a/b"},  // as a volume's slash is shown
+        {"caf\u00E9", "caf\x8E", u"cafe\u0301"},
+        {"cafe\u0301", "caf\x8E", u"cafe\u0301"},  // a decomposed PC name
+        {"\u0178", "\xD9", u"Y\u0308"},
+        {"\u00FF", "\xD8", u"y\u0308"},
+        {"Icon\r", "Icon\r", u"Icon\r"},
+        {"a\uF025b\uF022c", "a?b/c", u"a?b/c"},  // private codes
+        {"\uF8FF", "\xF0", u"\uF8FF"},
+        {"\u65E5\u672C.txt", "__.txt", u"\u65E5\u672C.txt"},
+        {"\u0161x\u00D0", "_x_", u"s\u030Cx\u00D0"},  // no equivalent, and the name goes on
+        {"\U0001F600", "__", u"\xD83D\xDE00"},
+        {"bad\xFF", "bad_", u"bad_"},  // no valid UTF-8
+        {"\uFF21", "", u"\uFF21"},
+    };
+    VolumeContext hfs;
+    VolumeContext hfsPlus;
+    hfsPlus.isHfsPlus = true;
+    for (const auto& c : cases) {
+        EXPECT_EQ(NameFromPc(hfs, c.pc).hfs, c.hfs) << c.pc;
+        EXPECT_EQ(NameFromPc(hfsPlus, c.pc).hfsPlus, c.hfsPlus) << c.pc;
+    }
+    EXPECT_EQ(NameFromContainer(hfs, std::string(30, 'n') + " tail").hfs, std::string(30, 'n'));
+    EXPECT_EQ(NameFromContainer(hfsPlus, "a:\x8E").hfsPlus, u"a_e\u0301");
+    EXPECT_TRUE(IsEmptyName(hfs, NameFromContainer(hfs, "")));
+}
+
+class ShortNames : public ::testing::TestWithParam<bool> {
+  protected:
+    void SetUp() override {
+        path_ = testing::FormatSmall(folder_, GetParam());
+        ASSERT_TRUE(testing::Open(volume_, path_));
+        ASSERT_EQ(LoadAllocationState(volume_), TreeResult::Done);
+    }
+    std::string import(const std::string& pc) {
+        const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
+        return name ? ShownName(volume_, *name) : "refused";
+    }
+    void take(const std::string& name) {
+        std::uint32_t id = 0;
+        ASSERT_EQ(CreateFolder(volume_, name, kRootFolderId, kClock, id), TreeResult::Done);
+    }
+    [[nodiscard]] std::size_t limit() const { return GetParam() ? 255 : 31; }
+    TemporaryFolder folder_;
+    std::string path_;
+    VolumeContext volume_;
+    AskedMessages messages_;
+    ImportTruncation truncation_;
+};
+
+TEST_P(ShortNames, AreCutAndMadeUnique) {
+    truncation_ = {true, false};
+    const std::string stem(limit() - 1, 'x');
+    EXPECT_EQ(import(stem + "y"), stem + "y") << "just fits";
+    EXPECT_EQ(import(stem + " tail"), stem) << "blanks at the end go";
+    const std::string name = stem + "yz.txt";
+    EXPECT_EQ(import(name), stem + "y");
+    EXPECT_EQ(messages_.texts.size(), 0u);
+    take(stem + "y");
+    EXPECT_EQ(import(name), stem + "y") << "no keeps it";
+    EXPECT_EQ(messages_.texts.size(), 1u) << "which was asked";
+    truncation_.addsCrc = true;
+    const std::string unique = import(name);
+    EXPECT_EQ(unique, std::string(limit() - 5, 'x') + (GetParam() ? "-BD1B" : "-6449"));
+    take(unique);
+    EXPECT_EQ(import(name), unique);
+    EXPECT_EQ(messages_.texts.size(), 2u);
+}
+
+TEST_P(ShortNames, FollowTheAnswer) {
+    const std::string full(limit() + 1, 'n');
+    messages_.answer = {false, false, ""};
+    EXPECT_EQ(import(full), "refused");
+    EXPECT_EQ(messages_.proposals.back(), full.substr(1));
+    messages_.answer = {true, false, "typed"};
+    EXPECT_EQ(import(full), "typed");
+    messages_.answer = {true, false, full + "more"};
+    EXPECT_EQ(import(full), full.substr(1)) << "still too long";
+    messages_.answer = {true, true, ""};
+    EXPECT_EQ(import(full), full.substr(1));
+    EXPECT_EQ(import(full), full.substr(1));
+    EXPECT_EQ(messages_.proposals.size(), 4u) << "not asked any more";
+}
+
+INSTANTIATE_TEST_SUITE_P(BothFormats, ShortNames, ::testing::Bool());
+
+}  // namespace
+}  // namespace vellmark
