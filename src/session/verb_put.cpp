@@ -1,0 +1,249 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "containers/names.hpp"
+#include "session/extraction.hpp"
+#include "session/partition.hpp"
+#include "session/session_state.hpp"
+#include "session/signature_file.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/allocation.hpp"
+#include "volume/catalog_changes.hpp"
+#include "volume/copy_in.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "put";
+
+struct PutOptions {
+    PartitionOptions partition;
+    std::vector<std::string> paths;
+    std::string to;
+    bool makesFolder = false;
+    std::string type;
+    std::string creator;
+    std::string replace = "ask";
+    bool force = false;
+    std::string containers = "ask";
+    std::string mode = "data";
+    std::string truncate;  ///< empty: as the settings say
+    bool quiet = false;
+};
+
+// Type or creator as a person types it; nothing when it cannot be one.
+std::optional<std::array<char, 4>> CodeOf(const std::string& typed) {
+    const std::optional<std::string> mac = WideToMacRomanExact(Utf8ToWide(typed));
+    std::array<char, 4> code;
+    code.fill(' ');
+    if (!mac || mac->empty() || mac->size() > code.size())
+        return std::nullopt;
+    std::copy(mac->begin(), mac->end(), code.begin());
+    return code;
+}
+
+// What is wrong with the options; empty for nothing.
+std::string Contradiction(const PutOptions& options) {
+    const std::pair<std::string_view, const std::string&> codes[] = {{"type", options.type},
+                                                                     {"creator", options.creator}};
+    for (const auto& [name, typed] : codes)
+        if (!typed.empty() && !CodeOf(typed))
+            return fmt::format(
+                "--{} takes up to four characters of the Macintosh, and {} is not "
+                "that.",
+                name, Printable(typed));
+    if (options.mode == "macbinary" && options.containers == "no")
+        return "--mode macbinary takes containers apart, and --containers no does not.";
+    return {};
+}
+
+ExistingFiles ExistingOf(const PutOptions& options, const CommandContext& context) {
+    if (options.force || options.replace == "yes")
+        return ExistingFiles::Replace;
+    // Nobody is there to say that a file may be lost.
+    return options.replace == "no" || !context.asks ? ExistingFiles::Keep : ExistingFiles::Ask;
+}
+
+ImportTruncation TruncationOf(const PutOptions& options, const CommandContext& context) {
+    const auto isSet = [&](OptionBit bit) {
+        return context.session != nullptr && context.session->settings.has(bit);
+    };
+    const bool isYes = options.truncate == "yes";
+    return {isYes || (options.truncate.empty() && isSet(kOptionShortenImported)),
+            isYes || !context.asks || isSet(kOptionAddedCrc)};
+}
+
+CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& context) {
+    CopyInOptions copy;
+    copy.mode = options.mode == "resource"    ? CopyMode::ResourceFork
+                : options.mode == "macbinary" ? CopyMode::MacBinary
+                                              : CopyMode::DataFork;
+    copy.containers = options.containers == "yes"  ? ContainerPolicy::Always
+                      : options.containers == "no" ? ContainerPolicy::Never
+                                                   : ContainerPolicy::Ask;
+    copy.existing = ExistingOf(options, context);
+    copy.keptHint = kForceHint;
+    copy.truncation = TruncationOf(options, context);
+    if (!options.type.empty())
+        copy.type = CodeOf(options.type);
+    if (!options.creator.empty())
+        copy.creator = CodeOf(options.creator);
+    copy.imagePath = options.partition.image;
+    return copy;
+}
+
+/// The folder of the volume that `--to` names.
+class TargetFolder {
+  public:
+    TargetFolder(VolumeContext& volume, const PutOptions& options, const Clock& clock)
+        : volume_(volume), options_(options), clock_(clock) {}
+
+    /// Finds it, or makes what is missing of it. A sentence when that fails, else "".
+    [[nodiscard]] std::string find();
+    [[nodiscard]] std::uint32_t id() const { return id_; }
+
+  private:
+    [[nodiscard]] std::string step(const std::string& name, const std::string& path);
+
+    VolumeContext& volume_;
+    const PutOptions& options_;
+    const Clock& clock_;
+    std::uint32_t id_ = kRootFolderId;
+};
+
+std::string TargetFolder::find() {
+    std::string_view rest = options_.to;
+    std::string path;
+    while (!rest.empty()) {
+        const std::size_t slash = rest.find('/');
+        const std::string name(rest.substr(0, slash));
+        rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
+        if (name.empty())
+            continue;
+        path += (path.empty() ? "" : "/") + name;
+        if (std::string problem = step(name, path); !problem.empty())
+            return problem;
+    }
+    return {};
+}
+
+std::string TargetFolder::step(const std::string& name, const std::string& path) {
+    const std::string shown = Printable(path);
+    std::optional<CatalogItem> there;
+    const TreeResult found = FindItem(volume_, id_, name, clock_, there);
+    if (found != TreeResult::Done)
+        return CatalogProblem(found, "on the way to " + shown);
+    if (there && !there->isFolder)
+        return fmt::format("{} is a file of the volume, not a folder.", shown);
+    if (there) {
+        id_ = there->id;
+        return {};
+    }
+    if (!options_.makesFolder)
+        return fmt::format("The volume has no folder {}; --parents makes it.", shown);
+    if (!NameFromShown(volume_, name))
+        return fmt::format("No folder of the volume can be called {}.", Printable(name));
+    const TreeResult made = CreateFolder(volume_, name, id_, clock_, id_);
+    return made == TreeResult::Done   ? std::string{}
+           : made == TreeResult::Full ? fmt::format("There is no room for the folder {}.", shown)
+                                      : CatalogProblem(made, "where " + shown + " would go");
+}
+
+// Copies everything; the exit status, as far as the copies settle it.
+int PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch) {
+    bool failed = false;
+    for (const std::string& path : options.paths) {
+        const CopyInResult result = CopyItemIn(batch, path, folderId);
+        // What was asked for by its name and is not there now makes the whole run fail.
+        failed = failed || result != CopyInResult::Done;
+        if (result == CopyInResult::Stopped)
+            batch.messages.showMessage("Stopped as you wished; what was copied before stays.");
+        if (result == CopyInResult::Stopped || result == CopyInResult::BatchEnds)
+            break;
+    }
+    return failed ? kExitFailed : batch.itemsLeftOut > 0 ? kExitSkipped : kExitDone;
+}
+
+int Put(const PutOptions& options, CommandContext& context) {
+    if (const std::string sentence = Contradiction(options); !sentence.empty())
+        return UsageError(context, kName, sentence);
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    const std::string image = Printable(options.partition.image);
+    const auto partition =
+        Partition::Open(options.partition, context, terminal.messages, Access::Change);
+    if (!partition)
+        return kExitFailed;
+    VolumeContext& volume = partition->volume();
+    if (LoadAllocationState(volume) != TreeResult::Done) {
+        terminal.messages.showMessage(
+            fmt::format("The map of free blocks of {} cannot be read.", image));
+        return kExitFailed;
+    }
+    TargetFolder target(volume, options, context.clock);
+    if (const std::string problem = target.find(); !problem.empty()) {
+        terminal.messages.showMessage(fmt::format("{}: {}", image, problem));
+        return kExitFailed;
+    }
+    CopyIn batch(volume, CopyOptionsOf(options, context), SignaturesOf(context, terminal.messages),
+                 terminal.messages, terminal.progress, context.clock);
+    const int status = PutAll(options, target.id(), batch);
+    const bool isClosed = partition->close(terminal.messages);
+    terminal.progress.clear();
+    if (!options.quiet)
+        context.output << image << CopiedText(batch) << '\n';
+    return isClosed ? status : static_cast<int>(kExitFailed);
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<PutOptions>();
+    const auto words = [&app](const std::string& name, std::string& word, const std::string& help,
+                              const std::vector<std::string>& choices) {
+        CLI::Option* option = app.add_option(name, word, help)->check(CLI::IsMember(choices));
+        if (!word.empty())
+            option->capture_default_str();
+    };
+    AddPartitionOptions(app, options->partition);
+    app.add_option("FILE", options->paths, "Files, or folders with all that is in them")
+        ->required();
+    app.add_option("-t,--to", options->to,
+                   "Folder of the volume to put them into, / between the names (a / in a "
+                   "Macintosh name is written :); without it, the root");
+    app.add_flag("--parents", options->makesFolder, "Make what is missing of that folder");
+    app.add_option("--type", options->type,
+                   "Type of the files, up to four characters; without it, by their extension");
+    app.add_option("--creator", options->creator, "Creator of the files, in the same way");
+    words("--replace", options->replace,
+          "Whether existing files are replaced and existing folders filled; ask keeps them where "
+          "nobody can be asked",
+          {"ask", "yes", "no"});
+    app.add_flag("-f,--force", options->force, "The same as --replace yes");
+    words("--containers", options->containers,
+          "Whether MacBinary, BinHex, AppleSingle and AppleDouble files are taken apart; yes takes "
+          "damaged ones too",
+          {"ask", "yes", "no"});
+    words("-m,--mode", options->mode,
+          "Fork that takes the bytes of a plain file; macbinary copies MacBinary and BinHex files "
+          "alone",
+          {"data", "resource", "macbinary"});
+    words("--truncate", options->truncate,
+          "Whether names that are too long are shortened without a question; without it, as the "
+          "settings say",
+          {"ask", "yes"});
+    app.add_flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    run = [options](CommandContext& context) { return Put(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbPut = {kName, "", "Put files and folders into a Macintosh volume",
+                       "vellmark put work.img Letters \"Read me.txt\" --to Documents", SetUp};
+
+}  // namespace vellmark
