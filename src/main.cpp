@@ -8,24 +8,56 @@
 #include <vector>
 
 #include "session/program.hpp"
+#include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
+
+namespace {
+
+std::string Variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+// The first of these variables that is set counts.
+std::string MessageLocale() {
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
+        if (std::string value = Variable(name); !value.empty())
+            return value;
+    return {};
+}
+
+// Beside the installed program, else where the program was built.
+std::vector<std::string> ShippedSignatures() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    std::vector<std::string> paths = {VELLMARK_DATA_FOLDER "/default.sig"};
+    if (!error)
+        paths.insert(paths.begin(),
+                     program.parent_path().parent_path() / "share/vellmark/default.sig");
+    return paths;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     using namespace vellmark;
     const SystemClock clock;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    SettingsFile settings(SettingsPath(Variable("XDG_CONFIG_HOME"), Variable("HOME")));
     std::error_code ignored;
     const std::string temporary = std::filesystem::temp_directory_path(ignored).string();
     const bool showsErrors = ::isatty(STDERR_FILENO) != 0;
-    CommandContext context{
-        .input = std::cin,
-        .output = std::cout,
-        .errors = std::cerr,
-        .clock = clock,
-        // A question is written to the errors: it can only be answered where it can be read.
-        .asks = showsErrors && ::isatty(STDIN_FILENO) != 0,
-        .showsProgress = showsErrors,
-        .lockFolder = RuntimeFolder(runtime ? runtime : "", temporary)};
+    CommandContext context{.input = std::cin,
+                           .output = std::cout,
+                           .errors = std::cerr,
+                           .clock = clock,
+                           // A question is written to the errors: it can only be answered where
+                           // it can be read.
+                           .asks = showsErrors && ::isatty(STDIN_FILENO) != 0,
+                           .showsProgress = showsErrors,
+                           .lockFolder = RuntimeFolder(Variable("XDG_RUNTIME_DIR"), temporary),
+                           .settings = &settings,
+                           .locale = MessageLocale(),
+                           .shippedSignatures = ShippedSignatures()};
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     return RunProgram(arguments, context);
 }

@@ -49,7 +49,7 @@ class Compiler {
         if (!settleMode())
             return CompileResult::Empty;
         settleLabels();
-        context_.progress.text(Text(kTextPreliminary));
+        context_.progress.text(context_.messages.text(kTextPreliminary));
         if (!plan() || !layOut())
             return CompileResult::CopyFailed;
         const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
@@ -115,14 +115,14 @@ bool Compiler::settleMode() {
     projectChanged_ = context_.project.header().isHfsPlus() != wasHfsPlus;
     ImageKind kind = context_.kind;
     if (totals.isoRecords == 0 && totals.hfsRecords == 0) {
-        context_.messages.showMessage(Text(kTextEmpty));
+        context_.messages.showMessage(context_.messages.text(kTextEmpty));
         return false;
     }
     if (kind != ImageKind::Hfs && totals.isoRecords == 0) {
-        context_.messages.showTimedMessage(Text(kTextNoIso));
+        context_.messages.showTimedMessage(context_.messages.text(kTextNoIso));
         kind = ImageKind::Hfs;
     } else if (kind != ImageKind::Iso && totals.hfsRecords == 0) {
-        context_.messages.showTimedMessage(Text(kTextNoHfs));
+        context_.messages.showTimedMessage(context_.messages.text(kTextNoHfs));
         kind = ImageKind::Iso;
     }
     const bool plus = context_.project.header().isHfsPlus();
@@ -225,10 +225,10 @@ bool Compiler::hasRoom() {
         case TargetRoom::Fits:
             return true;
         case TargetRoom::TooLargeForFileSystem:
-            context_.messages.showMessage(Text(kTextTooLargeForDisk));
+            context_.messages.showMessage(context_.messages.text(kTextTooLargeForDisk));
             return false;
         case TargetRoom::NoRoom:
-            context_.messages.showMessage(Text(kTextNoRoom));
+            context_.messages.showMessage(context_.messages.text(kTextNoRoom));
             return false;
     }
     return false;
@@ -246,7 +246,8 @@ CompileResult Compiler::write() {
                             blockSize() / kDiscSectorBytes};
         tables.emplace(context_.tableFolder);
         if (!tables->isOpen() || !WriteTables(plan_, iso_, area, context_.clock, *tables))
-            return fail(CompileResult::TablesFailed, std::string(Text(kTextTablesFailed)));
+            return fail(CompileResult::TablesFailed,
+                        std::string(context_.messages.text(kTextTablesFailed)));
     }
     context_.progress.journal(1, HasMacintosh(context_.mode)
                                      ? "==>Creating the hybrid image./Création de l'image hybride."
@@ -305,7 +306,7 @@ CompileResult Compiler::copyFiles(PcFile& image) {
         case CopyResult::Done:
             return CompileResult::Done;
         case CopyResult::Stopped:
-            return fail(CompileResult::Aborted, std::string(Text(kTextAborted)));
+            return fail(CompileResult::Aborted, std::string(context_.messages.text(kTextAborted)));
         case CopyResult::TargetFailed:
             return targetFailed(image.error());
         case CopyResult::SourceFailed:

@@ -80,8 +80,8 @@ SignatureTable SignatureTable::Parse(std::string_view sigFileBytes, bool french)
     return table;
 }
 
-std::string SignatureTable::SignatureOf(std::string_view name) const {
-    const std::string& generic = rows_.front().signature;
+const SignatureRow& SignatureTable::RowOfName(std::string_view name) const {
+    const SignatureRow& generic = rows_.front();
     const std::size_t dot = name.rfind('.');
     if (dot == name.npos || name.size() - dot - 1 > kExtensionBytes)
         return generic;
@@ -92,9 +92,11 @@ std::string SignatureTable::SignatureOf(std::string_view name) const {
         return generic;
     const auto row = std::ranges::find(
         rows_, extension, [](const SignatureRow& each) { return AsciiUpper(each.extension); });
-    if (row == rows_.end())
-        return generic;
-    std::string signature = row->signature;
+    return row == rows_.end() ? generic : *row;
+}
+
+std::string SignatureTable::SignatureOf(std::string_view name) const {
+    std::string signature = RowOfName(name).signature;
     signature.resize(kSignatureBytes);
     return signature;
 }

@@ -41,9 +41,12 @@ class SignatureTable {
     /// the French entries while there is room.
     [[nodiscard]] static SignatureTable Parse(std::string_view sigFileBytes, bool french);
 
-    /// The 8 bytes for a PC file's name (Windows-1252), by the extension of up to 4 characters
-    /// behind its last full stop, ASCII letters without regard to case; the generic row's when no
-    /// entry fits. What an entry's signature lacks are zeros: a Macintosh's "none".
+    /// The row for a PC file's name (Windows-1252), by the extension of up to 4 characters behind
+    /// its last full stop, ASCII letters without regard to case; the generic row when no entry
+    /// fits. It lives as long as the table.
+    [[nodiscard]] const SignatureRow& RowOfName(std::string_view name) const;
+
+    /// The 8 bytes of that row. What its signature lacks are zeros: a Macintosh's "none".
     [[nodiscard]] std::string SignatureOf(std::string_view name) const;
 
     /// The row for a file's type and creator, to give it an extension: the first one with the same

@@ -127,7 +127,7 @@ InclusionResult Inclusion::run(std::span<const std::string> paths, std::int32_t 
         result_.status = InclusionStatus::NoSuchFolder;
         return result_;
     }
-    progress_.text(Text(kTextIncluding));
+    progress_.text(messages_.text(kTextIncluding));
     FolderBatch batch(project_, parent, viewFor(parent));
     for (const std::string& path : paths)
         if (mayGoOn())
@@ -176,11 +176,12 @@ void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
     fail(InclusionStatus::Conflict);
     const std::string path = selection->folder + item.name;
     if (project_.mode() == ProjectMode::Hybrid)
-        messages_.showMessage(conflict == Conflict::SameName
-                                  ? fmt::format("{}\n{}", Printable(path), Text(kTextSameName))
-                                  : FormatText(kTextAlreadyThere, Printable(path)));
+        messages_.showMessage(
+            conflict == Conflict::SameName
+                ? fmt::format("{}\n{}", Printable(path), messages_.text(kTextSameName))
+                : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
     else if (conflict == Conflict::SameName)
-        skip(path, Text(kTextSameName));
+        skip(path, messages_.text(kTextSameName));
 }
 
 void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
@@ -226,7 +227,7 @@ void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const 
         if (!mayGoOn())
             return;
         if (addItem(batch, item, where) == Conflict::SameName)
-            skip(where.folder + item.name, Text(kTextSameName));
+            skip(where.folder + item.name, messages_.text(kTextSameName));
     }
 }
 
@@ -314,7 +315,8 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
 void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::string& path) {
     ViewNames(record, record.sourceName(), project_, batch.names(), options_.truncation, messages_);
     batch.add(record);
-    progress_.journal(kJournalFile, FormatText(kTextAddition, Printable(path)));
+    progress_.journal(kJournalFile,
+                      FormatText(kTextAddition, messages_.language(), Printable(path)));
 }
 
 bool Inclusion::passesOver(const PcItem& item) const {
@@ -358,8 +360,8 @@ ProjectView Inclusion::viewFor(std::int32_t folder) const {
 bool Inclusion::mayGoOn() {
     if (result_.status == InclusionStatus::Stopped)
         return false;
-    progress_.text(FormatText(kTextFolders, result_.folders) + "  " +
-                   FormatText(kTextFiles, result_.files));
+    progress_.text(FormatText(kTextFolders, messages_.language(), result_.folders) + "  " +
+                   FormatText(kTextFiles, messages_.language(), result_.files));
     if (progress_.chunk(0))
         return true;
     result_.status = InclusionStatus::Stopped;

@@ -86,7 +86,7 @@ std::int32_t NewFolder(ProjectFile& project, std::string_view name, std::int32_t
         isThere || !project.isFolder(parent) ? 0 : project.giveFolderNumber(narrow);
     if (number == 0) {
         messages.showMessage(
-            isThere ? fmt::format("{}\n{}", Printable(name), Text(kTextSameName))
+            isThere ? fmt::format("{}\n{}", Printable(name), messages.text(kTextSameName))
                     : fmt::format("The folder \"{}\" cannot be made: the project has no "
                                   "number left for it, or no folder {} to hold it.",
                                   Printable(name), parent));

@@ -53,10 +53,10 @@ void ShowRefusal(ProjectOpened result, const PcFile& file, Messages& messages) {
                 fmt::format("The file\n{}\ncannot be read: {}.", path, file.errorText()));
             break;
         case ProjectOpened::NotAProject:
-            messages.showMessage(FormatText(kTextNotAProject, path));
+            messages.showMessage(FormatText(kTextNotAProject, messages.language(), path));
             break;
         case ProjectOpened::OlderProject:
-            messages.showMessage(FormatText(kTextOlderProject, path));
+            messages.showMessage(FormatText(kTextOlderProject, messages.language(), path));
             break;
         case ProjectOpened::Cut:
             messages.showMessage(
@@ -155,7 +155,7 @@ bool ProjectFile::saveAs(const std::string& newPath, Messages& messages) {
         target.inode == source.inode)
         return true;
     if (target.kind != PcKind::Missing &&
-        !messages.askYesNo(FormatText(kTextOverwrite, Printable(newPath))))
+        !messages.askYesNo(FormatText(kTextOverwrite, messages.language(), Printable(newPath))))
         return false;
     if (!writeTo(newPath, messages))
         return false;

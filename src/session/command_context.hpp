@@ -1,15 +1,20 @@
-// What a command finds around it: its streams, the time, its place for the lock. Commands take all
-// of it from here and nothing from the process, so that a test can hand in its own.
+// What a command finds around it: its streams, the time, its settings, its place for the lock.
+// Commands take all of it from here and nothing from the process, so that a test can hand in its
+// own.
 #pragma once
 
 #include <istream>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "support/clock.hpp"
+#include "support/settings_store.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
+
+struct SessionState;
 
 struct CommandContext {
     std::istream& input;
@@ -19,8 +24,13 @@ struct CommandContext {
     bool asks = false;            ///< the input is a terminal: somebody can answer a question
     bool showsProgress = false;   ///< the errors go to a terminal: a line may be drawn over
     std::string lockFolder = {};  ///< where the lock of batch commands lies
-    Language language = Language::English;
+    Language language = Language::English;  ///< settled when the session begins
     int outputError = 0;  ///< the system's number of a failure to write results, once one is known
+    SettingsStore* settings = nullptr;  ///< null: every setting has its default, nothing is kept
+    std::string locale = {};            ///< name of the locale for messages, "" when unknown
+    /// Paths where the signature table that comes with the program can lie, the first one wins.
+    std::vector<std::string> shippedSignatures = {};
+    SessionState* session = nullptr;  ///< the running session; null before it begins
 };
 
 }  // namespace vellmark

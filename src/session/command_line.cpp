@@ -4,6 +4,7 @@
 #include <array>
 #include <vector>
 
+#include "session/session_state.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -12,11 +13,45 @@ namespace vellmark {
 namespace {
 
 // In the order in which the help lists them.
-const std::array kVerbs = {&kVerbMake, &kVerbNew,  &kVerbAdd, &kVerbBuild, &kVerbInfo,
-                           &kVerbLs,   &kVerbTree, &kVerbGet, &kVerbFormat};
+const std::array kVerbs = {
+    &kVerbMake,   &kVerbNew,    &kVerbAdd,   &kVerbBuild, &kVerbInfo,  &kVerbLs,
+    &kVerbTree,   &kVerbFind,   &kVerbGet,   &kVerbPut,   &kVerbMkdir, &kVerbRm,
+    &kVerbMv,     &kVerbRename, &kVerbLabel, &kVerbAttr,  &kVerbSwap,  &kVerbReplaceSignature,
+    &kVerbFormat, &kVerbSig,    &kVerbConfig};
 
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";
+
+constexpr std::string_view kFrench = "fr";
+
+// The options in front of the verb.
+struct ProgramOptions {
+    std::string language;
+    std::string journal;
+
+    [[nodiscard]] SessionChoices choices() const {
+        return {language.empty()
+                    ? std::nullopt
+                    : std::optional(language == kFrench ? Language::French : Language::English),
+                journal};
+    }
+};
+
+void AddProgramOptions(CLI::App& app, ProgramOptions& options) {
+    app.add_option("--lang", options.language, "Language of the messages: en or fr")
+        ->check(CLI::IsMember(std::vector<std::string>{"en", std::string(kFrench)}));
+    app.add_option("--log", options.journal, "File that messages and steps are added to");
+}
+
+// What is wrong where no verb was understood.
+std::string NoVerbSentence(std::span<const std::string> arguments, const CLI::ParseError& error) {
+    std::size_t at = 0;
+    while (at < arguments.size() && arguments[at].starts_with("--l"))
+        at += arguments[at] == "--lang" || arguments[at] == "--log" ? 2 : 1;
+    if (at < arguments.size())
+        return fmt::format("{} is no verb and no option.", Printable(arguments[at]));
+    return dynamic_cast<const CLI::RequiredError*>(&error) ? "A verb is missing." : error.what();
+}
 
 }  // namespace
 
@@ -37,6 +72,8 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
     CLI::App app("Builds and edits Macintosh and hybrid CD-ROM images.", "vellmark");
     app.set_version_flag("--version", "vellmark " VELLMARK_VERSION);
     app.require_subcommand(1);
+    ProgramOptions options;
+    AddProgramOptions(app, options);
     std::array<RunVerb, kVerbs.size()> runs;
     std::array<CLI::App*, kVerbs.size()> apps{};
     for (std::size_t i = 0; i < kVerbs.size(); ++i) {
@@ -63,12 +100,11 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
             name = apps[i]->parsed() ? kVerbs[i]->name : name;
         return UsageError(
             context, name,
-            name.empty() ? fmt::format("{} is no verb and no option.", Printable(arguments.front()))
-                         : std::string(error.what()));
+            name.empty() ? NoVerbSentence(arguments, error) : std::string(error.what()));
     }
     for (std::size_t i = 0; i < kVerbs.size(); ++i)
         if (apps[i]->parsed())
-            return runs[i](context);
+            return RunInSession(options.choices(), context, runs[i]);
     return kExitUsage;
 }
 

@@ -6,6 +6,7 @@
 
 #include "session/batch.hpp"
 #include "session/file_modes.hpp"
+#include "session/session_state.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -31,13 +32,16 @@ int TellNoWindow(const std::string& path, CommandContext& context) {
 
 int Run(std::span<const std::string> arguments, CommandContext& context) {
     if (arguments.empty())
-        return TellNoWindow({}, context);
+        return RunInSession({}, context, [](CommandContext& c) { return TellNoWindow({}, c); });
     const std::string& first = arguments.front();
     if (IsVerbOrOption(first))
         return RunVerbs(arguments, context);
     if (const auto option = ParseBatchOption(first))
-        return RunBatch(*option, arguments, context);
-    return first.starts_with('-') ? RunVerbs(arguments, context) : TellNoWindow(first, context);
+        return RunInSession({}, context,
+                            [&](CommandContext& c) { return RunBatch(*option, arguments, c); });
+    if (first.starts_with('-'))
+        return RunVerbs(arguments, context);
+    return RunInSession({}, context, [&](CommandContext& c) { return TellNoWindow(first, c); });
 }
 
 }  // namespace

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <string>
+
+#include "session/session_state.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -66,7 +70,7 @@ TerminalProgress::~TerminalProgress() {
 void TerminalProgress::begin(std::uint64_t totalBytes) {
     total_ = totalBytes;
     done_ = 0;
-    status_ = Text(kTextCompiling);
+    status_ = Text(kTextCompiling, context_.language);
 }
 
 bool TerminalProgress::chunk(std::uint64_t bytes) {
@@ -88,28 +92,49 @@ void TerminalProgress::text(std::string_view status) {
     draw();
 }
 
+void TerminalProgress::journal(int level, std::string_view line) {
+    if (context_.session)
+        context_.session->journal.step(level, line);
+}
+
 // A terminal takes longer to draw a line than a small file takes to be read.
 void TerminalProgress::draw() {
     const auto now = std::chrono::steady_clock::now();
     if (!visible_ || now < nextDraw_)
         return;
     nextDraw_ = now + kRedrawAfter;
-    out_ << kEraseLine << status_;
+    context_.errors << kEraseLine << status_;
     if (total_ > 0)
-        out_ << ' ' << std::max(shownPercent_, 0) << " %";
-    out_ << std::flush;
+        context_.errors << ' ' << std::max(shownPercent_, 0) << " %";
+    context_.errors << std::flush;
     drawn_ = true;
 }
 
 void TerminalProgress::clear() {
     if (drawn_)
-        out_ << kEraseLine << std::flush;
+        context_.errors << kEraseLine << std::flush;
     drawn_ = false;
 }
 
 void TerminalMessages::showMessage(std::string_view text) {
     progress_.clear();
     context_.errors << "vellmark: " << OneLine(text) << '\n';
+}
+
+void TerminalMessages::showError(std::string_view text) {
+    if (context_.session)
+        context_.session->journal.failure(text);
+    showMessage(text);
+}
+
+void TerminalMessages::logMessage(std::string_view text) {
+    if (context_.session)
+        context_.session->journal.message(text);
+    showMessage(text);
+}
+
+void TerminalMessages::log(int level, std::string_view line) {
+    progress_.journal(level, line);
 }
 
 void TerminalMessages::showTimedMessage(std::string_view text) {
@@ -153,6 +178,33 @@ TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view
         answer.automatic = line == "Y";
     }
     return answer;
+}
+
+std::optional<std::string> TerminalMessages::askFileName(std::string_view proposal) {
+    if (!options_.asks)
+        return std::string(proposal);
+    std::string line = readAnswer("Name for " + Printable(proposal) + "?", "Enter keeps it");
+    if (context_.input.fail()) {
+        showMessage("No name was given; nothing more is copied.");
+        return std::nullopt;
+    }
+    return line.empty() ? std::string(proposal) : line;
+}
+
+std::optional<std::size_t> TerminalMessages::askChoice(std::string_view question,
+                                                       std::span<const std::string> names) {
+    if (!options_.asks)
+        return std::nullopt;
+    progress_.clear();
+    for (std::size_t i = 0; i < names.size(); ++i)
+        context_.errors << i + 1 << ". " << Printable(names[i]) << '\n';
+    const std::string line = readAnswer(question, "1-" + std::to_string(names.size()));
+    std::size_t number = 0;
+    const char* end = line.data() + line.size();
+    const auto [rest, error] = std::from_chars(line.data(), end, number);
+    if (error != std::errc{} || rest != end || number < 1 || number > names.size())
+        return std::nullopt;
+    return number - 1;
 }
 
 std::string TerminalMessages::readAnswer(std::string_view question, std::string_view choices) {

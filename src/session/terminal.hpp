@@ -5,6 +5,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "session/command_context.hpp"
@@ -41,8 +43,8 @@ struct TerminalOptions {
 /// One line that is drawn over again and again. `chunk` and `fileEnd` say no once a signal came.
 class TerminalProgress final : public Progress {
   public:
-    TerminalProgress(std::ostream& out, TerminalOptions options)
-        : out_(out), visible_(options.showsProgress) {}
+    TerminalProgress(CommandContext& context, TerminalOptions options)
+        : context_(context), visible_(options.showsProgress) {}
     ~TerminalProgress() override;
     TerminalProgress(const TerminalProgress&) = delete;
     TerminalProgress& operator=(const TerminalProgress&) = delete;
@@ -50,6 +52,7 @@ class TerminalProgress final : public Progress {
     void begin(std::uint64_t totalBytes) override;
     [[nodiscard]] bool chunk(std::uint64_t bytes) override;
     [[nodiscard]] bool fileEnd(std::uint64_t bytes) override;
+    void journal(int level, std::string_view line) override;
     void text(std::string_view status) override;
 
     /// Takes the line away, before something else is written.
@@ -58,7 +61,7 @@ class TerminalProgress final : public Progress {
   private:
     void draw();
 
-    std::ostream& out_;
+    CommandContext& context_;
     bool visible_;
     bool drawn_ = false;
     std::uint64_t total_ = 0;
@@ -68,7 +71,8 @@ class TerminalProgress final : public Progress {
     std::chrono::steady_clock::time_point nextDraw_;
 };
 
-/// Messages go to the errors, questions too. Where nobody can be asked, names are shortened as
+/// Messages go to the errors, questions too; what belongs there goes to the session's journal as
+/// well. Where nobody can be asked, names are shortened as
 /// proposed, a question about one item is answered with yes, and one about losing something with
 /// no.
 class TerminalMessages final : public Messages {
@@ -77,12 +81,21 @@ class TerminalMessages final : public Messages {
         : context_(context), options_(options), progress_(progress) {}
 
     void showMessage(std::string_view text) override;
+    void showError(std::string_view text) override;
     void showTimedMessage(std::string_view text) override;
+    void logMessage(std::string_view text) override;
     void itemSkipped(std::string_view item, std::string_view reason) override;
     [[nodiscard]] bool askYesNo(std::string_view question) override;
     [[nodiscard]] Answer askYesNoRemember(std::string_view question) override;
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName kind, std::string_view fullName,
                                                  std::string_view proposal) override;
+    [[nodiscard]] std::optional<std::string> askFileName(std::string_view proposal) override;
+    void log(int level, std::string_view line) override;
+    [[nodiscard]] Language language() const override { return context_.language; }
+
+    /// Which of these names the person picks by its number; nothing without an answer or a person.
+    [[nodiscard]] std::optional<std::size_t> askChoice(std::string_view question,
+                                                       std::span<const std::string> names);
 
     /// Items left out so far.
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
@@ -99,7 +112,7 @@ class TerminalMessages final : public Messages {
 /// Both ports over one terminal.
 struct Terminal {
     Terminal(CommandContext& context, TerminalOptions options)
-        : progress(context.errors, options), messages(context, options, progress) {}
+        : progress(context, options), messages(context, options, progress) {}
 
     TerminalProgress progress;
     TerminalMessages messages;

@@ -17,4 +17,11 @@ std::string RuntimeFolder(const std::string& given, const std::string& temporary
     return temporary + "/vellmark-" + std::to_string(::geteuid());
 }
 
+std::string SettingsPath(const std::string& given, const std::string& home) {
+    constexpr const char* kFile = "/vellmark/settings";
+    if (given.starts_with('/'))
+        return given + kFile;
+    return home.starts_with('/') ? home + "/.config" + kFile : "";
+}
+
 }  // namespace vellmark

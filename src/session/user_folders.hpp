@@ -14,4 +14,8 @@ namespace vellmark {
 /// folder need not be there yet.
 [[nodiscard]] std::string RuntimeFolder(const std::string& given, const std::string& temporary);
 
+/// The file of the user's settings: below `given` (the value of XDG_CONFIG_HOME) when that is an
+/// absolute path, else below `.config` in `home`. "" when there is neither.
+[[nodiscard]] std::string SettingsPath(const std::string& given, const std::string& home);
+
 }  // namespace vellmark

@@ -75,12 +75,12 @@ bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
         case TargetRoom::Fits:
             return true;
         case TargetRoom::TooLargeForFileSystem:
-            messages.showMessage(Text(kTextTooLargeForDisk));
+            messages.showMessage(messages.text(kTextTooLargeForDisk));
             return false;
         case TargetRoom::NoRoom:
             break;
     }
-    messages.showMessage(Text(kTextNoRoom));
+    messages.showMessage(messages.text(kTextNoRoom));
     return false;
 }
 

@@ -34,13 +34,25 @@ struct Verb {
 };
 
 extern const Verb kVerbAdd;
+extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
+extern const Verb kVerbConfig;
+extern const Verb kVerbFind;
 extern const Verb kVerbFormat;
 extern const Verb kVerbGet;
 extern const Verb kVerbInfo;
+extern const Verb kVerbLabel;
 extern const Verb kVerbLs;
 extern const Verb kVerbMake;
+extern const Verb kVerbMkdir;
+extern const Verb kVerbMv;
 extern const Verb kVerbNew;
+extern const Verb kVerbPut;
+extern const Verb kVerbRename;
+extern const Verb kVerbReplaceSignature;
+extern const Verb kVerbRm;
+extern const Verb kVerbSig;
+extern const Verb kVerbSwap;
 extern const Verb kVerbTree;
 
 /// Whether the first argument is for `RunVerbs`: a verb, or an option that none of them owns.

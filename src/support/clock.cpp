@@ -1,6 +1,7 @@
 #include "support/clock.hpp"
 
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -19,6 +20,14 @@ SystemClock::SystemClock() {
 
 UnixSeconds SystemClock::now() const {
     return fixed_ ? instant_ : static_cast<UnixSeconds>(std::time(nullptr));
+}
+
+std::int64_t SystemClock::nowHundredths() const {
+    using Hundredths = std::chrono::duration<std::int64_t, std::centi>;
+    return fixed_
+               ? instant_ * 100
+               : std::chrono::floor<Hundredths>(std::chrono::system_clock::now().time_since_epoch())
+                     .count();
 }
 
 std::int32_t SystemClock::zoneOffset(UnixSeconds at) const {

@@ -12,6 +12,8 @@ class Clock {
   public:
     virtual ~Clock() = default;
     [[nodiscard]] virtual UnixSeconds now() const = 0;
+    /// The same in hundredths of a second; a clock that knows whole seconds alone gives those.
+    [[nodiscard]] virtual std::int64_t nowHundredths() const { return now() * 100; }
     /// Seconds to add to UTC to get local time at that instant.
     [[nodiscard]] virtual std::int32_t zoneOffset(UnixSeconds at) const = 0;
 };
@@ -22,6 +24,7 @@ class SystemClock final : public Clock {
   public:
     SystemClock();
     [[nodiscard]] UnixSeconds now() const override;
+    [[nodiscard]] std::int64_t nowHundredths() const override;
     [[nodiscard]] std::int32_t zoneOffset(UnixSeconds at) const override;
 
   private:

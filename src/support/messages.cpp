@@ -1,6 +1,19 @@
 #include "support/messages.hpp"
 
+#include "support/encoding.hpp"
+
 namespace vellmark {
+
+namespace {
+
+constexpr int kTextOpenError = 1385;
+
+}  // namespace
+
+void FileOpenError(Messages& messages, std::string_view path, std::string_view reason) {
+    messages.showError(FormatText(kTextOpenError, messages.language(), Printable(path)) + " " +
+                       std::string(reason) + ".");
+}
 
 Answer RememberedAnswer::answer(Messages& messages, std::string_view question) {
     if (kept != Remembered::Ask)

@@ -2,6 +2,7 @@
 // dialog, a terminal, answers given in advance, or the script of a test.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,8 @@ class Messages {
     virtual void showMessage(std::string_view text) = 0;
     /// A message that goes away by itself.
     virtual void showTimedMessage(std::string_view text) { showMessage(text); }
+    /// A failure; it also goes to the journal.
+    virtual void showError(std::string_view text) { showMessage(text); }
     /// A message that also goes to the journal and goes away by itself.
     virtual void logMessage(std::string_view text) { showMessage(text); }
     /// A message that need not be seen again. True when the person wants it to stay away; the
@@ -49,6 +52,12 @@ class Messages {
                                                          std::string_view fullName,
                                                          std::string_view proposal) = 0;
 
+    /// The name of a file that is to be made; nothing when the person gives none, which ends the
+    /// command. Where nobody is asked, the proposal.
+    [[nodiscard]] virtual std::optional<std::string> askFileName(std::string_view proposal) {
+        return std::string(proposal);
+    }
+
     /// One line for the journal, kept where one is open; `level` 1 is a step, 2 a file.
     virtual void log(int /*level*/, std::string_view /*line*/) {}
 
@@ -57,6 +66,9 @@ class Messages {
     /// The text of that number in the person's language, "" when there is none.
     [[nodiscard]] std::string_view text(int number) const { return Text(number, language()); }
 };
+
+/// Tells that a file could not be opened, and the system's `reason`.
+void FileOpenError(Messages& messages, std::string_view path, std::string_view reason);
 
 /// What is kept of the answers to one question that a batch asks for many items.
 enum class Remembered : int { NoToAll = -1, Ask = 0, YesToAll = 2 };

@@ -1,0 +1,82 @@
+#include "session/journal.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "support/mac_dates.hpp"
+#include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kMark = "**********\r\n";
+constexpr int kOpenLevel = 2;
+
+std::string OneLine(std::string_view text) {
+    std::string line(text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return line;
+}
+
+}  // namespace
+
+std::string JournalTime(const Clock& clock) {
+    const std::int64_t hundredths = clock.nowHundredths();
+    // Rounded down, also before 1970.
+    const UnixSeconds seconds = hundredths / 100 - (hundredths % 100 < 0 ? 1 : 0);
+    const CivilTime time = ToCivil(seconds + clock.zoneOffset(seconds));
+    return fmt::format("{}/{}/{} - {:2}:{:02}:{:02}:{:02}", time.year, time.month, time.day,
+                       time.hour, time.minute, time.second, hundredths - seconds * 100);
+}
+
+std::string Journal::open(const std::string& path) {
+    if (isOpen())
+        close();
+    // A pipe would make the work wait for its reader.
+    if (PcFactsOf(path).kind == PcKind::Special)
+        return "It is a pipe, a socket or a device";
+    file_.reset(std::fopen(path.c_str(), "a+be"));
+    return isOpen() ? "" : SystemErrorText(errno);
+}
+
+void Journal::mark() {
+    if (isOpen()) {
+        (void)std::fwrite(kMark.data(), 1, kMark.size(), file_.get());
+        (void)std::fflush(file_.get());
+    }
+}
+
+void Journal::message(std::string_view text) {
+    put(" - ", text, true);
+}
+
+void Journal::failure(std::string_view text) {
+    put("\t", text, true);
+}
+
+void Journal::step(int level, std::string_view text) {
+    if (level <= kOpenLevel)
+        put(" - COMPIL : ", text, false);
+}
+
+void Journal::close() {
+    mark();
+    file_.reset();
+}
+
+void Journal::put(std::string_view separator, std::string_view text, bool atOnce) {
+    if (!isOpen())
+        return;
+    const std::string line =
+        fmt::format("{}{}{}\r\n", JournalTime(*clock_), separator, OneLine(text));
+    (void)std::fwrite(line.data(), 1, line.size(), file_.get());
+    if (atOnce)
+        (void)std::fflush(file_.get());
+}
+
+}  // namespace vellmark

@@ -1,0 +1,43 @@
+// The one record of a running program: its settings, its language, its journal, its tables.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "containers/signatures.hpp"
+#include "session/command_context.hpp"
+#include "session/journal.hpp"
+#include "session/settings.hpp"
+
+namespace vellmark {
+
+struct SessionState {
+    SessionState(SettingsStore& settingsStore, const Clock& clock)
+        : store(settingsStore), journal(clock) {}
+
+    SettingsStore& store;
+    Settings settings;
+    Journal journal;
+    /// Empty until something needs it, see `SignaturesOf`.
+    std::optional<SignatureTable> signatures;
+};
+
+/// What a command line asks for in place of the settings.
+struct SessionChoices {
+    std::optional<Language> language;
+    std::string journal;  ///< path, "" for none
+};
+
+/// The language of a locale's name, such as `fr_FR.UTF-8`.
+[[nodiscard]] Language LanguageOf(std::string_view locale);
+
+/// Runs something in a session: settles the language (the choice, else the setting, else the
+/// locale), reads the settings, opens the journal that was chosen or that the settings want opened,
+/// and closes it afterwards. The first run writes the generic extension; nothing else is saved. A
+/// journal that was chosen and cannot be opened ends the run with a message, one of the settings is
+/// told and done without.
+[[nodiscard]] int RunInSession(const SessionChoices& choices, CommandContext& context,
+                               const std::function<int(CommandContext& context)>& run);
+
+}  // namespace vellmark
