@@ -92,7 +92,7 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
     std::vector<std::uint64_t> starts = {0, volume_.volumeOffset};
     for (const PartitionEntry& entry : partitions_)
         starts.push_back(entry.startSector);
-    const std::string problem =
+    std::string problem =
         partition ? ChoosePartition(volume_, partitions_, *partition) : std::string{};
     if (!problem.empty())
         return problem;
