@@ -1,0 +1,98 @@
+#include <fmt/format.h>
+
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "containers/names.hpp"
+#include "session/change_run.hpp"
+#include "session/image_verbs.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_search.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct FindOptions {
+    std::string image;
+    std::optional<unsigned> partition;
+    std::string pattern;
+    std::string signature;
+    bool all = false;
+    bool json = false;
+};
+
+std::size_t MostHits(const FindOptions& options) {
+    return options.all ? std::numeric_limits<std::size_t>::max() : kMostHits;
+}
+
+TreeResult Search(VolumeContext& volume, const FindOptions& options, std::vector<SearchHit>& hits) {
+    if (options.signature.empty())
+        return FindByName(volume, options.pattern, hits, MostHits(options));
+    const std::string signature = WideToMacRomanExact(Utf8ToWide(options.signature)).value_or("");
+    return FindBySignature(volume, signature, hits, MostHits(options));
+}
+
+void Print(VolumeContext& volume, const FindOptions& options, const std::vector<SearchHit>& hits,
+           CommandContext& context) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const SearchHit& hit : hits) {
+        const std::string path = PathOf(volume, hit);
+        if (options.json)
+            list.push_back({{"path", path}, {"kind", hit.isFolder ? "folder" : "file"}});
+        else
+            context.output << path << (hit.isFolder ? "/\n" : "\n");
+    }
+    if (options.json)
+        context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+                       << '\n';
+}
+
+int Find(const FindOptions& options, CommandContext& context) {
+    const std::size_t letters = Utf8ToWide(options.signature).size();
+    if (options.pattern.empty() == options.signature.empty())
+        return UsageError(context, "find", "Either a NAME or --signature is needed.");
+    if (letters > 8 || (letters > 0 && !WideToMacRomanExact(Utf8ToWide(options.signature))))
+        return UsageError(context, "find",
+                          fmt::format("--signature takes up to eight characters of the Macintosh, "
+                                      "and {} is not that.",
+                                      Printable(options.signature)));
+    Terminal terminal(context, TerminalOptionsOf(context, false));
+    const auto partition = Partition::Open({options.image, options.partition}, context,
+                                           terminal.messages, Access::Read);
+    if (!partition)
+        return kExitFailed;
+    std::vector<SearchHit> hits;
+    const TreeResult result = Search(partition->volume(), options, hits);
+    Print(partition->volume(), options, hits, context);
+    if (!options.all && hits.size() == kMostHits)
+        terminal.messages.showTimedMessage(
+            fmt::format("The search ended after {} hits; --all goes on.", kMostHits));
+    if (result != TreeResult::Done)
+        terminal.messages.showMessage(CatalogProblem(result, "behind what was found"));
+    const bool isClosed = partition->close(terminal.messages);
+    return result == TreeResult::Done && isClosed ? kExitDone : kExitFailed;
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<FindOptions>();
+    app.add_option("IMAGE", options->image, "Disc or disk image")->required();
+    AddPartitionNumber(app, options->partition);
+    app.add_option("NAME", options->pattern,
+                   "Name of a file or folder; with a * all names that hold the part before it or "
+                   "the part behind it (in small letters for HFS)");
+    app.add_option("-s,--signature", options->signature,
+                   "Files of a type or a creator, or of both in eight letters");
+    app.add_flag("-a,--all", options->all, fmt::format("More than {} hits", kMostHits));
+    app.add_flag("-j,--json", options->json, "As JSON");
+    run = [options](CommandContext& context) { return Find(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbFind = {"find", "", "Find items of a Macintosh volume by name or signature",
+                        "vellmark find work.img --signature TEXT", SetUp};
+
+}  // namespace vellmark

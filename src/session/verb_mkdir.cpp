@@ -1,0 +1,68 @@
+#include <memory>
+#include <vector>
+
+#include "session/change_run.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_changes.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct MkdirOptions {
+    PartitionOptions partition;
+    std::vector<std::string> paths;
+    bool parents = false;
+};
+
+EditResult ResultOf(TreeResult result, ChangeRun& run, const std::string& name) {
+    const bool isBadName = result == TreeResult::Damaged && !NameFromShown(run.volume(), name);
+    return isBadName ? EditResult::BadName : ToEditResult(result);
+}
+
+// Makes one folder, and with `parents` those on the way to it that are missing.
+void MakeFolder(ChangeRun& run, const std::string& path, bool parents) {
+    const SplitPath split = SplitVolumePath(path);
+    std::optional<CatalogItem> there;
+    if (parents && FindPath(run.volume(), path, run.clock(), there) == TreeResult::Done && there &&
+        there->isFolder)
+        return;
+    if (split.name.empty()) {
+        run.judge(EditResult::Exists, path);
+        return;
+    }
+    if (parents && !split.folder.empty())
+        MakeFolder(run, split.folder, true);
+    const std::optional<CatalogItem> folder = run.findFolder(split.folder);
+    std::uint32_t id = 0;
+    if (folder)
+        run.judge(ResultOf(CreateFolder(run.volume(), split.name, folder->id, run.clock(), id), run,
+                           split.name),
+                  path);
+}
+
+int Mkdir(const MkdirOptions& options, CommandContext& context) {
+    ChangeRun run(context);
+    if (!run.open(options.partition))
+        return kExitFailed;
+    for (const std::string& path : options.paths)
+        MakeFolder(run, path, options.parents);
+    return run.finish();
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<MkdirOptions>();
+    AddPartitionOptions(app, options->partition);
+    app.add_option("FOLDER", options->paths, "Folders to make, / between the names")->required();
+    app.add_flag("--parents", options->parents,
+                 "Make what is missing on the way, and say nothing of folders that are there");
+    run = [options](CommandContext& context) { return Mkdir(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbMkdir = {"mkdir", "", "Make folders on a Macintosh volume",
+                         "vellmark mkdir work.img --parents Letters/2026", SetUp};
+
+}  // namespace vellmark

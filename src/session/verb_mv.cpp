@@ -1,0 +1,61 @@
+#include <memory>
+#include <vector>
+
+#include "session/change_run.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_edit.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextExistsInTarget = 1152;
+
+struct MvOptions {
+    PartitionOptions partition;
+    std::vector<std::string> paths;
+    std::string target;
+};
+
+void MoveOne(ChangeRun& run, const std::string& path, std::uint32_t targetId, Language language) {
+    const std::optional<CatalogItem> item = run.find(path);
+    if (!item)
+        return;
+    if (item->id == kRootFolderId) {
+        run.problem("The root of a volume cannot be moved.");
+        return;
+    }
+    const EditResult result = MoveItem(run.volume(), item->catalogName, item->parentId, targetId);
+    if (result == EditResult::Exists)
+        run.problem(FormatText(kTextExistsInTarget, language, Printable(item->name)));
+    else
+        run.judge(result, path);
+}
+
+int Mv(const MvOptions& options, CommandContext& context) {
+    ChangeRun run(context);
+    if (!run.open(options.partition))
+        return kExitFailed;
+    if (const std::optional<CatalogItem> target = run.findFolder(options.target))
+        for (const std::string& path : options.paths)
+            MoveOne(run, path, target->id, context.language);
+    return run.finish();
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<MvOptions>();
+    AddPartitionOptions(app, options->partition);
+    app.add_option("PATH", options->paths, "Files and folders to move, / between the names")
+        ->required();
+    app.add_option("-t,--to", options->target, "Folder to move them into; / is the root")
+        ->required();
+    run = [options](CommandContext& context) { return Mv(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbMv = {"mv", "", "Move files and folders of a Macintosh volume",
+                      "vellmark mv work.img Drafts/Plan Notes --to Archive", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,50 @@
+#include <memory>
+
+#include "session/change_run.hpp"
+#include "session/verbs.hpp"
+#include "volume/catalog_edit.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct RenameOptions {
+    PartitionOptions partition;
+    std::string path;
+    std::string name;
+};
+
+int Rename(const RenameOptions& options, CommandContext& context) {
+    ChangeRun run(context);
+    if (!run.open(options.partition))
+        return kExitFailed;
+    if (const std::optional<CatalogItem> item = run.find(options.path)) {
+        const std::optional<CatalogName> name = NameFromShown(run.volume(), options.name);
+        if (item->id == kRootFolderId)
+            run.problem(
+                "The root of a volume has the volume's name, which the verb label changes.");
+        else if (!name || options.name.find('/') != std::string::npos)
+            run.judge(EditResult::BadName, options.name);
+        else
+            run.judge(RenameItem(run.volume(), item->parentId, item->catalogName, *name),
+                      options.name);
+    }
+    return run.finish();
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<RenameOptions>();
+    AddPartitionOptions(app, options->partition);
+    app.add_option("PATH", options->path, "File or folder, / between the names")->required();
+    app.add_option("NAME", options->name,
+                   "Its new name in the same folder (a / in it is written :)")
+        ->required();
+    run = [options](CommandContext& context) { return Rename(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbRename = {"rename", "", "Give a file or folder of a Macintosh volume another name",
+                          "vellmark rename work.img Notes/Plan \"Plan B\"", SetUp};
+
+}  // namespace vellmark

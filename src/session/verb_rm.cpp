@@ -1,0 +1,76 @@
+#include <memory>
+#include <vector>
+
+#include "session/change_run.hpp"
+#include "session/session_state.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_delete.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct RmOptions {
+    PartitionOptions partition;
+    std::vector<std::string> paths;
+    bool force = false;
+    bool quiet = false;
+};
+
+// A folder that is not empty goes without a question when the user said so, here or in the
+// settings. Where nobody can be asked it stays.
+int Rm(const RmOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    ChangeRun run(context, options.quiet);
+    if (!run.open(options.partition))
+        return kExitFailed;
+    RememberedAnswer answer;
+    const bool isSettled = options.force || (context.session != nullptr &&
+                                             context.session->settings.has(kOptionDeleteSilently));
+    if (!isSettled && !context.asks)
+        answer.kept = Remembered::NoToAll;
+    DeleteContext deletion{run.terminal.messages, run.terminal.progress, context.clock, answer,
+                           !isSettled};
+    for (const std::string& path : options.paths) {
+        const std::optional<CatalogItem> item = run.find(path);
+        if (!item)
+            continue;
+        if (item->id == kRootFolderId) {
+            run.problem("The root of a volume cannot be deleted.");
+            continue;
+        }
+        const EditResult result =
+            DeleteItemByName(run.volume(), item->catalogName, item->parentId, deletion);
+        if (result == EditResult::Declined && !context.asks)
+            run.problem(Printable(path) + " is a folder that is not empty; --force deletes it.");
+        else if (result == EditResult::Declined)
+            run.terminal.messages.itemSkipped(Printable(path), "You wished to keep it.");
+        else
+            run.judge(result, path);
+        if (result == EditResult::Stopped) {
+            run.problem(Printable(path) + " stays: stopped as you wished.");
+            break;
+        }
+    }
+    return run.finish();
+}
+
+void SetUp(CLI::App& app, RunVerb& run) {
+    const auto options = std::make_shared<RmOptions>();
+    AddPartitionOptions(app, options->partition);
+    app.add_option("PATH", options->paths,
+                   "Files, or folders with all that is in them, / between the names (a / in a "
+                   "Macintosh name is written :)")
+        ->required();
+    app.add_flag("-f,--force", options->force, "Delete folders that are not empty unasked");
+    app.add_flag("-q,--quiet", options->quiet, "No progress");
+    run = [options](CommandContext& context) { return Rm(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbRm = {"rm", "", "Delete files and folders of a Macintosh volume",
+                      "vellmark rm work.img Drafts \"Read Me\"", SetUp};
+
+}  // namespace vellmark
