@@ -35,6 +35,8 @@ struct ViewEntry {
     std::string path;  ///< from the root, `/` between the names; empty for the root
     bool isFolder = false;
     bool isHidden = false;
+    bool isHardLink = false;              ///< HFS+: the contents are those of another file
+    bool isCompressed = false;            ///< HFS+: the contents are not in the data fork
     std::uint64_t sizeBytes = 0;          ///< of the contents, or the data fork
     std::uint64_t resourceBytes = 0;      ///< of the resource fork
     std::optional<UnixSeconds> created;   ///< nothing where the tree has no such date
@@ -112,6 +114,8 @@ class ImageView {
     /// The Macintosh partitions that the image's maps tell.
     [[nodiscard]] const std::vector<PartitionEntry>& partitions() const { return partitions_; }
     [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
+    /// The Macintosh volume, which the tree of kind `Hfs` shows.
+    [[nodiscard]] VolumeContext& volume() { return volume_; }
     /// Why the Macintosh volume could not be changed, in sentences; "" when it could.
     [[nodiscard]] const std::string& changeRefusal() const { return changeRefusal_; }
     /// A Macintosh volume is there and cannot be used.

@@ -1,26 +1,15 @@
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <map>
-
 #include "containers/names.hpp"
 #include "session/image_view.hpp"
 #include "support/encoding.hpp"
+#include "volume/hard_links.hpp"
 #include "volume/mount.hpp"
+#include "volume/open_fork.hpp"
 
 namespace vellmark {
 
 namespace {
-
-// A folder of HFS+ whose name no one can type holds the files that hard links lead to (TN1150).
-constexpr std::u16string_view kLinkFolder(u"\0\0\0\0HFS+ Private Data", 21);
-
-constexpr UnixSeconds kDaySeconds = 86400;
-
-// A date field of 0 is none; with a zone its instant is up to a day away.
-std::optional<UnixSeconds> Given(UnixSeconds date) {
-    return date <= -kMacEpochOffset + kDaySeconds ? std::nullopt : std::optional(date);
-}
 
 std::string_view FormatName(const VolumeContext& volume) {
     if (!volume.isHfsPlus)
@@ -41,9 +30,9 @@ TreeFacts FactsOf(VolumeContext& volume, const Clock& clock) {
     facts.folderCount = plus ? volume.vhb.folderCount : volume.mdb.folderCount;
     // The creation date is local time in HFS+ too, by the format's own exception.
     facts.created =
-        Given(FromMacLocal(plus ? volume.vhb.creationDate : volume.mdb.creationDate, clock));
-    facts.modified = Given(plus ? FromMacGmt(volume.vhb.modificationDate)
-                                : FromMacLocal(volume.mdb.modificationDate, clock));
+        GivenDate(FromMacLocal(plus ? volume.vhb.creationDate : volume.mdb.creationDate, clock));
+    facts.modified = GivenDate(plus ? FromMacGmt(volume.vhb.modificationDate)
+                                    : FromMacLocal(volume.mdb.modificationDate, clock));
     facts.endByte = volume.volumeOffset * kSectorBytes + facts.sizeBytes();
     return facts;
 }
@@ -62,28 +51,22 @@ ViewEntry EntryOf(CatalogItem item) {
     entry.isHidden = (item.finderFlags & kFinderInvisible) != 0;
     entry.sizeBytes = item.data.sizeBytes;
     entry.resourceBytes = item.resource.sizeBytes;
-    entry.created = Given(item.created);
-    entry.modified = Given(item.modified);
+    entry.created = GivenDate(item.created);
+    entry.modified = GivenDate(item.modified);
     if (!item.isFolder) {
         entry.type = LettersOf(item.signature, 0);
         entry.creator = LettersOf(item.signature, 4);
     }
+    entry.isCompressed = item.isCompressed;
     entry.id = item.id;
     entry.record = std::move(item);
     return entry;
 }
 
-std::string ProblemOf(TreeResult result, std::string_view place) {
-    if (result == TreeResult::Done)
-        return {};
-    return fmt::format("The Macintosh catalog {} {}.",
-                       result == TreeResult::Failed ? "cannot be read" : "is damaged", place);
-}
-
 class HfsTreeView final : public TreeView {
   public:
     HfsTreeView(VolumeContext& volume, const Clock& clock)
-        : TreeView(FactsOf(volume, clock)), volume_(volume), clock_(clock) {}
+        : TreeView(FactsOf(volume, clock)), volume_(volume), clock_(clock), links_(volume, clock) {}
 
     [[nodiscard]] std::unique_ptr<ByteSource> open(const ViewEntry& file,
                                                    std::string& problem) override;
@@ -96,61 +79,29 @@ class HfsTreeView final : public TreeView {
 
   private:
     [[nodiscard]] ViewEntry behindLink(CatalogItem item);
-    [[nodiscard]] const std::map<std::string, CatalogItem>& linkTargets();
 
     VolumeContext& volume_;
     const Clock& clock_;
-    std::optional<std::map<std::string, CatalogItem>> linkTargets_;  // by name
+    HardLinks links_;
 };
 
 // A hard link is shown with the contents of the file that it leads to.
 ViewEntry HfsTreeView::behindLink(CatalogItem item) {
-    if (item.linkReference == 0)
-        return EntryOf(std::move(item));
-    const auto target = linkTargets().find(fmt::format("iNode{}", item.linkReference));
-    if (target == linkTargets().end())
-        return EntryOf(std::move(item));
-    ViewEntry shown = EntryOf(target->second);
-    shown.name = item.name;
-    return shown;
-}
-
-// Read once, when the first link is met. A damaged place shows when the folder itself is listed.
-const std::map<std::string, CatalogItem>& HfsTreeView::linkTargets() {
-    if (linkTargets_)
-        return *linkTargets_;
-    linkTargets_.emplace();
-    std::vector<CatalogItem> items;
-    (void)ListFolder(volume_, kRootFolderId, clock_, items);
-    const auto folder = std::find_if(items.begin(), items.end(), [](const CatalogItem& item) {
-        return item.isFolder && item.catalogName.hfsPlus == kLinkFolder;
-    });
-    if (folder == items.end())
-        return *linkTargets_;
-    const std::uint32_t folderId = folder->id;
-    items.clear();
-    (void)ListFolder(volume_, folderId, clock_, items);
-    for (CatalogItem& item : items)
-        if (!item.isFolder && item.linkReference == 0)
-            linkTargets_->emplace(item.name, std::move(item));
-    return *linkTargets_;
+    const bool isLink = item.linkReference != 0;
+    ViewEntry entry = EntryOf(links_.resolve(std::move(item)));
+    entry.isHardLink = isLink;
+    return entry;
 }
 
 std::unique_ptr<ByteSource> HfsTreeView::open(const ViewEntry& file, std::string& problem) {
-    const auto& item = std::get<CatalogItem>(file.record);
-    std::vector<BlockRun> runs;
-    problem = item.linkReference != 0
-                  ? "It is a hard link to a file that is not there."
-                  : ProblemOf(ForkRuns(volume_, item, false, runs), "where it lists the blocks");
-    return problem.empty() ? std::make_unique<ForkSource>(volume_, std::move(runs), file.sizeBytes)
-                           : nullptr;
+    return OpenFork(volume_, std::get<CatalogItem>(file.record), false, problem);
 }
 
 std::optional<ViewEntry> HfsTreeView::findEntry(std::string_view path, std::string& problem) {
     std::optional<CatalogItem> item;
-    problem =
-        ProblemOf(FindPath(volume_, path, clock_, item),
-                  path.empty() ? "at its root" : fmt::format("on the way to {}", Printable(path)));
+    problem = CatalogProblem(
+        FindPath(volume_, path, clock_, item),
+        path.empty() ? "at its root" : fmt::format("on the way to {}", Printable(path)));
     if (!problem.empty() || !item)
         return std::nullopt;
     ViewEntry entry = behindLink(std::move(*item));
@@ -162,10 +113,10 @@ std::optional<ViewEntry> HfsTreeView::findEntry(std::string_view path, std::stri
 std::vector<ViewEntry> HfsTreeView::listEntries(const ViewEntry& folder, std::string& problem) {
     std::vector<CatalogItem> items;
     const auto id = static_cast<std::uint32_t>(folder.id);
-    problem =
-        ProblemOf(ListFolder(volume_, id, clock_, items),
-                  folder.path.empty() ? "in the root folder"
-                                      : fmt::format("in the folder {}", Printable(folder.path)));
+    problem = CatalogProblem(ListFolder(volume_, id, clock_, items),
+                             folder.path.empty()
+                                 ? "in the root folder"
+                                 : fmt::format("in the folder {}", Printable(folder.path)));
     std::vector<ViewEntry> entries;
     entries.reserve(items.size());
     for (CatalogItem& item : items)

@@ -7,6 +7,8 @@ namespace vellmark {
 
 namespace {
 
+constexpr UnixSeconds kDaySeconds = 86400;
+
 MacSeconds Clamp(std::int64_t seconds) {
     return static_cast<MacSeconds>(std::clamp<std::int64_t>(seconds, 0, 0xFFFFFFFF));
 }
@@ -30,6 +32,10 @@ UnixSeconds FromMacLocal(MacSeconds seconds, const Clock& clock) {
     // The offset belongs to the instant that is sought, so a first guess is corrected once.
     const UnixSeconds guess = local - clock.zoneOffset(local);
     return local - clock.zoneOffset(guess);
+}
+
+std::optional<UnixSeconds> GivenDate(UnixSeconds date) {
+    return date <= -kMacEpochOffset + kDaySeconds ? std::nullopt : std::optional(date);
 }
 
 MacSeconds MacDateNow(const Clock& clock, bool isHfsPlus) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "support/clock.hpp"
 
@@ -22,6 +23,8 @@ inline constexpr std::int64_t kMacEpochOffset = 2'082'844'800;
 [[nodiscard]] UnixSeconds FromMacGmt(MacSeconds seconds);
 /// The instant of a local value; of the hour that a zone repeats, one of the two.
 [[nodiscard]] UnixSeconds FromMacLocal(MacSeconds seconds, const Clock& clock);
+/// The instant of a date field, nothing for the one that a field of 0 gives in any zone.
+[[nodiscard]] std::optional<UnixSeconds> GivenDate(UnixSeconds date);
 /// Now, in the form of the volume.
 [[nodiscard]] MacSeconds MacDateNow(const Clock& clock, bool isHfsPlus);
 
