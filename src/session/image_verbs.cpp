@@ -60,7 +60,7 @@ void ViewRun::putJson(const nlohmann::ordered_json& value) {
 int ViewRun::exitStatus() const {
     if (failed || StopSignals::requested())
         return kExitFailed;
-    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+    return leftOut || terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 
 std::vector<FoundEntry> FindInTrees(ViewRun& run, const std::string& path) {

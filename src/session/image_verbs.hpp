@@ -46,6 +46,7 @@ struct ViewRun {
     std::unique_ptr<ImageView> view;
     std::vector<TreeView*> trees;
     bool failed = false;
+    bool leftOut = false;  ///< items that were named in another way than by `itemSkipped`
 };
 
 /// An entry that a path names in one of the trees.

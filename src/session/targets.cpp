@@ -59,11 +59,4 @@ bool MayMakeFile(const std::string& path, bool replace, Messages& messages) {
     return refusal.empty();
 }
 
-bool AreSameFile(const std::string& a, const std::string& b) {
-    const PcFacts one = PcFactsOf(a);
-    const PcFacts other = PcFactsOf(b);
-    return one.kind != PcKind::Missing && other.kind != PcKind::Missing &&
-           one.device == other.device && one.inode == other.inode;
-}
-
 }  // namespace vellmark

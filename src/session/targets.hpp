@@ -15,7 +15,4 @@ namespace vellmark {
 /// What speaks against it has been shown.
 [[nodiscard]] bool MayMakeFile(const std::string& path, bool replace, Messages& messages);
 
-/// Whether both paths lead to the same object, which must be there.
-[[nodiscard]] bool AreSameFile(const std::string& a, const std::string& b);
-
 }  // namespace vellmark

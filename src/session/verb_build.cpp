@@ -8,6 +8,7 @@
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
+#include "support/pc_folder.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -9,6 +10,7 @@
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/copy_out.hpp"
 
 namespace vellmark {
 
@@ -20,67 +22,179 @@ struct GetOptions {
     ViewOptions view;
     std::vector<std::string> paths;
     std::string target = ".";
+    std::string mode = "data";
+    std::string naming = "catalog";
     bool force = false;
     bool quiet = false;
+
+    [[nodiscard]] bool toOutput() const { return target == kStandardOutput; }
 };
 
-// The tree that knows most about a file comes first.
-constexpr std::array kPreference = {TreeKind::Hfs, TreeKind::Joliet, TreeKind::Iso};
+template <typename Value>
+struct Keyword {
+    std::string_view word;
+    Value value;
+};
 
-// The item of the first tree that has the path; damage on the way is told.
-std::optional<FoundEntry> FindPreferred(ViewRun& run, const std::string& path) {
-    for (const TreeKind kind : kPreference)
-        for (TreeView* tree : run.trees) {
-            if (tree->facts().kind != kind)
-                continue;
-            std::string sentence;
-            std::optional<ViewEntry> entry = tree->find(path, sentence);
-            if (!sentence.empty())
-                run.problem(sentence);
-            if (entry)
-                return FoundEntry{tree, std::move(*entry)};
-        }
-    run.problem(fmt::format("The image has no {}.", Printable(path)));
-    return std::nullopt;
+constexpr std::array<Keyword<CopyMode>, 5> kModes = {{{"data", CopyMode::DataFork},
+                                                      {"resource", CopyMode::ResourceFork},
+                                                      {"macbinary", CopyMode::MacBinary},
+                                                      {"appledouble", CopyMode::AppleDouble},
+                                                      {"applesingle", CopyMode::AppleSingle}}};
+constexpr std::array<Keyword<NamingPolicy>, 4> kNamings = {
+    {{"catalog", NamingPolicy::Catalog},
+     {"extension", NamingPolicy::OwnExtension},
+     {"append", NamingPolicy::Append},
+     {"ask", NamingPolicy::Ask}}};
+
+template <typename Table>
+std::vector<std::string> WordsOf(const Table& table) {
+    std::vector<std::string> words;
+    for (const auto& row : table)
+        words.emplace_back(row.word);
+    return words;
 }
 
-// What the item is called on the PC; the root is called like the volume.
-std::string PcNameOf(const FoundEntry& found) {
-    return SafePcName(found.entry.path.empty() ? found.tree->facts().label : found.entry.name);
+template <typename Table>
+auto ValueOf(const Table& table, std::string_view word) {
+    const auto row = std::find_if(table.begin(), table.end(),
+                                  [word](const auto& each) { return each.word == word; });
+    return row == table.end() ? table.front().value : row->value;
 }
+
+// The standard output as a target that is written from its start to its end.
+class OutputSink final : public ByteSink {
+  public:
+    explicit OutputSink(ViewRun& run) : run_(run) {}
+    [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t> bytes) override {
+        return run_.put({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+
+  private:
+    ViewRun& run_;
+};
 
 // The path of a name in a folder, as a person would write it.
 std::string InFolder(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
 }
 
-// False when the user stopped the run.
-bool GetOne(ViewRun& run, Extractor& extractor, const GetOptions& options, const std::string& path,
-            bool intoFolder) {
-    const std::optional<FoundEntry> found = FindPreferred(run, path);
+CopyOutOptions CopyOptionsOf(const GetOptions& options) {
+    CopyOutOptions copy;
+    copy.mode = ValueOf(kModes, options.mode);
+    copy.naming.policy = ValueOf(kNamings, options.naming);
+    copy.existing = options.force ? ExistingFiles::Replace : ExistingFiles::Keep;
+    copy.keptHint = kForceHint;
+    copy.imagePath = options.view.image;
+    return copy;
+}
+
+// Takes the named items out, one after the other.
+class Getter {
+  public:
+    Getter(ViewRun& run, const GetOptions& options, const SignatureTable& signatures)
+        : run_(run),
+          options_(options),
+          messages_(run.terminal.messages),
+          output_(run),
+          extractor_({options.view.image, options.force}, messages_, run.terminal.progress),
+          copyOut_(run.view->volume(), CopyOptionsOf(options), signatures, messages_,
+                   run.terminal.progress, run.context.clock) {}
+
+    /// False when the run is at its end: the user stopped it, or nothing more can be written.
+    [[nodiscard]] bool get(const std::string& path, bool intoFolder);
+    /// Settles what the run as a whole comes to.
+    void finish() {
+        run_.failed = run_.failed || extractor_.foundDamage() || copyOut_.foundDamage;
+        run_.leftOut = run_.leftOut || copyOut_.itemsLeftOut > 0;
+    }
+
+  private:
+    [[nodiscard]] std::optional<FoundEntry> find(const std::string& path);
+    [[nodiscard]] CopyOutResult copy(const FoundEntry& found, bool intoFolder);
+    [[nodiscard]] Extraction extract(const FoundEntry& found, bool intoFolder);
+    [[nodiscard]] std::string target(bool intoFolder, const std::string& name) const {
+        return intoFolder ? InFolder(options_.target, name) : FollowLink(options_.target);
+    }
+
+    ViewRun& run_;
+    const GetOptions& options_;
+    TerminalMessages& messages_;
+    OutputSink output_;
+    Extractor extractor_;
+    CopyOut copyOut_;
+};
+
+// The tree that knows most about a file comes first.
+constexpr std::array kPreference = {TreeKind::Hfs, TreeKind::Joliet, TreeKind::Iso};
+
+// The item of the first tree that has the path; damage on the way is told.
+std::optional<FoundEntry> Getter::find(const std::string& path) {
+    for (const TreeKind kind : kPreference)
+        for (TreeView* tree : run_.trees) {
+            if (tree->facts().kind != kind)
+                continue;
+            std::string sentence;
+            std::optional<ViewEntry> entry = tree->find(path, sentence);
+            if (!sentence.empty())
+                run_.problem(sentence);
+            if (entry)
+                return FoundEntry{tree, std::move(*entry)};
+        }
+    run_.problem(fmt::format("The image has no {}.", Printable(path)));
+    return std::nullopt;
+}
+
+CopyOutResult Getter::copy(const FoundEntry& found, bool intoFolder) {
+    const auto& item = std::get<CatalogItem>(found.entry.record);
+    if (options_.toOutput())
+        return CopyFileToSink(copyOut_, item, found.entry.path, output_);
+    // The root is called like the volume.
+    const std::optional<std::string> name = !intoFolder ? std::string{}
+                                            : found.entry.path.empty()
+                                                ? SafePcName(found.tree->facts().label)
+                                                : PcNameOf(copyOut_, item);
+    return name ? CopyItemOut(copyOut_, item, found.entry.path, target(intoFolder, *name))
+                : CopyOutResult::BatchEnds;
+}
+
+Extraction Getter::extract(const FoundEntry& found, bool intoFolder) {
+    if (options_.toOutput())
+        return extractor_.takeTo(*found.tree, found.entry, output_);
+    const std::string name =
+        SafePcName(found.entry.path.empty() ? found.tree->facts().label : found.entry.name);
+    return extractor_.take(*found.tree, found.entry, target(intoFolder, name));
+}
+
+bool Getter::get(const std::string& path, bool intoFolder) {
+    const std::optional<FoundEntry> found = find(path);
     if (!found)
         return true;
-    Extraction result = Extraction::Done;
-    if (options.target != kStandardOutput) {
-        const std::string target =
-            intoFolder ? InFolder(options.target, PcNameOf(*found)) : FollowLink(options.target);
-        result = extractor.take(*found->tree, found->entry, target);
-    } else if (found->entry.isFolder) {
-        run.problem(fmt::format("{} is a folder, which cannot go to the standard output.",
-                                Printable(path)));
+    if (options_.toOutput() && found->entry.isFolder) {
+        run_.problem(fmt::format("{} is a folder, which cannot go to the standard output.",
+                                 Printable(path)));
+        return true;
+    }
+    bool isDone = false;
+    bool goesOn = false;
+    if (found->tree->facts().kind == TreeKind::Hfs) {
+        const CopyOutResult result = copy(*found, intoFolder);
+        isDone = result == CopyOutResult::Done;
+        goesOn = isDone || result == CopyOutResult::LeftOut;
     } else {
-        result = extractor.takeTo(*found->tree, found->entry,
-                                  [&](std::string_view piece) { return run.put(piece); });
+        const Extraction result = extract(*found, intoFolder);
+        isDone = result == Extraction::Done;
+        goesOn = result != Extraction::Stopped;
     }
     // What was asked for by its name and is not there now makes the whole run fail.
-    run.failed = run.failed || result != Extraction::Done;
-    return result != Extraction::Stopped;
+    run_.failed = run_.failed || !isDone;
+    return goesOn;
 }
 
 // Whether the target is a folder that takes the items in; nothing, after a message, when it has
 // to be one and is not.
 std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
-    if (options.target == kStandardOutput)
+    if (options.toOutput())
         return false;
     const bool isFolder = PcFactsOf(options.target).kind == PcKind::Folder;
     if (isFolder || (options.paths.size() == 1 && !options.target.ends_with('/')))
@@ -89,18 +203,49 @@ std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
     return std::nullopt;
 }
 
+// The option that only the files of a Macintosh volume can follow; empty for none.
+std::string MacintoshOption(const GetOptions& options) {
+    if (options.mode != "data")
+        return "--mode " + options.mode;
+    return options.naming != "catalog" ? "--naming " + options.naming : std::string{};
+}
+
+// What is wrong with options that do not go together; empty for nothing.
+std::string Contradiction(const GetOptions& options, const CommandContext& context) {
+    if (options.mode == "appledouble" && options.toOutput())
+        return "--mode appledouble makes two files, which cannot go to the standard output.";
+    if (options.naming == "ask" && !context.asks)
+        return "--naming ask needs a terminal on which the names can be asked for.";
+    const std::string option = MacintoshOption(options);
+    return !option.empty() && !options.view.as.empty() && options.view.as != "hfs"
+               ? fmt::format(
+                     "{} is for files of a Macintosh volume, not of an ISO 9660 or Joliet "
+                     "tree.",
+                     option)
+               : std::string{};
+}
+
 int Get(const GetOptions& options, CommandContext& context) {
+    if (const std::string sentence = Contradiction(options, context); !sentence.empty())
+        return UsageError(context, "get", sentence);
     const StopSignals signals;
     ViewRun run(context, options.quiet);
     const std::optional<bool> intoFolder = IsIntoFolder(run, options);
     if (!intoFolder || !run.open(options.view))
         return kExitFailed;
-    Extractor extractor({options.view.image, options.force}, run.terminal.messages,
-                        run.terminal.progress);
+    if (const std::string option = MacintoshOption(options); !option.empty()) {
+        if (run.view->tree(TreeKind::Hfs) == nullptr)
+            return UsageError(context, "get",
+                              fmt::format("{} is for files of a Macintosh volume, and {} has none.",
+                                          option, Printable(options.view.image)));
+        run.trees = {run.view->tree(TreeKind::Hfs)};
+    }
+    const SignatureTable signatures;
+    Getter getter(run, options, signatures);
     for (const std::string& path : options.paths)
-        if (!GetOne(run, extractor, options, path, *intoFolder))
+        if (!getter.get(path, *intoFolder))
             break;
-    run.failed = run.failed || extractor.foundDamage();
+    getter.finish();
     if (StopSignals::requested())
         run.problem("Stopped as you wished; what was written before stays.");
     return run.exitStatus();
@@ -117,6 +262,15 @@ void SetUp(CLI::App& app, RunVerb& run) {
     app.add_option("-o,--output", options->target,
                    "Folder to write to, or a new name when there is one PATH; - for the standard "
                    "output")
+        ->capture_default_str();
+    app.add_option("-m,--mode", options->mode,
+                   "What a Macintosh file becomes: one of its forks, or a form that holds both")
+        ->check(CLI::IsMember(WordsOf(kModes)))
+        ->capture_default_str();
+    app.add_option("-n,--naming", options->naming,
+                   "Name of a Macintosh file: as in the catalog, with the extension of its type "
+                   "and creator where it has none or in any case, or asked for")
+        ->check(CLI::IsMember(WordsOf(kNamings)))
         ->capture_default_str();
     app.add_flag("-f,--force", options->force, "Replace existing files");
     app.add_flag("-q,--quiet", options->quiet, "No progress");

@@ -108,6 +108,13 @@ PcFacts PcFactsOf(const std::string& path) {
     return FactsAt(AT_FDCWD, path.c_str());
 }
 
+bool AreSameFile(const std::string& a, const std::string& b) {
+    const PcFacts one = PcFactsOf(a);
+    const PcFacts other = PcFactsOf(b);
+    return one.kind != PcKind::Missing && other.kind != PcKind::Missing &&
+           one.device == other.device && one.inode == other.inode;
+}
+
 int ReadRefusal(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0 ? 0 : errno;
 }

@@ -40,6 +40,9 @@ struct PcItem {
 /// The facts of one path.
 [[nodiscard]] PcFacts PcFactsOf(const std::string& path);
 
+/// Whether both paths lead to the same object, which must be there.
+[[nodiscard]] bool AreSameFile(const std::string& a, const std::string& b);
+
 /// Why this user may not read what stands at a path: the system's error number, 0 when they may.
 [[nodiscard]] int ReadRefusal(const std::string& path);
 

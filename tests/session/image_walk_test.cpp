@@ -46,7 +46,7 @@ class MadeUpTree final : public TreeView {
 
 class Recorder final : public TreeWalker {
   public:
-    explicit Recorder(std::uint64_t mostEntries = kMostEntries) : TreeWalker(mostEntries) {}
+    explicit Recorder(std::uint64_t mostEntries = WalkGuard::kMostEntries) : TreeWalker(mostEntries) {}
     std::vector<std::string> steps;
     std::vector<std::string> problems;
     std::string stopAt;
@@ -114,7 +114,7 @@ TEST(TreeWalker, NoWalkGoesDeeperThanItsLimit) {
     Recorder recorder;
     EXPECT_TRUE(recorder.walk(tree, ViewEntry{}));
     EXPECT_EQ(recorder.problems.size(), 1u);
-    EXPECT_EQ(recorder.steps.size(), 2 * TreeWalker::kMostLevels + 1);
+    EXPECT_EQ(recorder.steps.size(), 2 * WalkGuard::kMostLevels + 1);
 }
 
 TEST(TreeWalker, NoWalkVisitsMoreThanItsLimit) {
