@@ -90,7 +90,8 @@ TreeResult Remover::unlink(std::uint32_t number, const NodeDescriptor& node) {
 
 TreeResult Remover::dropIndexRecord(const Path& path, std::size_t level) {
     const Step step = path[level];
-    if (const TreeResult result = loadIndex(path, level); result != TreeResult::Done)
+    if (const TreeResult result = loadIndex(path, level, step.index + 1);
+        result != TreeResult::Done)
         return result;
     NodeView node = view(left_);
     if (node.count() == 1)
@@ -108,7 +109,7 @@ TreeResult Remover::dropIndexRecord(const Path& path, std::size_t level) {
 TreeResult Remover::lowerRoot() {
     while (depth_ > 1) {
         const std::uint32_t root = tree_.header().root;
-        if (const TreeResult result = loadIndex({{root, 0}}, 0); result != TreeResult::Done)
+        if (const TreeResult result = loadIndex({{root, 0}}, 0, 1); result != TreeResult::Done)
             return result;
         NodeView node = view(left_);
         if (node.count() > 1)

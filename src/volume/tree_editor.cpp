@@ -79,12 +79,11 @@ TreeResult TreeEditor::descend(ConstByteSpan key, Path& path, bool& found) {
     return TreeResult::Done;
 }
 
-TreeResult TreeEditor::loadIndex(const Path& path, std::size_t level) {
+TreeResult TreeEditor::loadIndex(const Path& path, std::size_t level, std::size_t records) {
     if (!load(path[level].node, left_))
         return TreeResult::Failed;
     const NodeView node = view(left_);
-    const bool usable =
-        node.kind() == NodeKind::Index && node.isSound() && path[level].index < node.count();
+    const bool usable = node.kind() == NodeKind::Index && node.isSound() && node.count() >= records;
     return usable ? TreeResult::Done : TreeResult::Damaged;
 }
 
@@ -139,7 +138,7 @@ TreeResult TreeEditor::makeRoot(const Path& path, std::uint32_t right) {
 TreeResult TreeEditor::insertIndex(const Path& path, std::size_t level, std::size_t at,
                                    ConstByteSpan record) {
     const std::uint32_t number = path[level].node;
-    if (const TreeResult result = loadIndex(path, level); result != TreeResult::Done)
+    if (const TreeResult result = loadIndex(path, level, at); result != TreeResult::Done)
         return result;
     NodeView left = view(left_);
     if (left.fits(record.size())) {
@@ -184,7 +183,7 @@ TreeResult TreeEditor::refreshFirstKeys(ConstByteSpan firstKey) {
             return result;
         const std::size_t level = depth_ - height;
         const std::size_t index = path[level].index;
-        if (const TreeResult result = loadIndex(path, level); result != TreeResult::Done)
+        if (const TreeResult result = loadIndex(path, level, index + 1); result != TreeResult::Done)
             return result;
         NodeView node = view(left_);
         const std::vector<std::uint8_t> record = IndexRecord(tree_.format, key, node.child(index));

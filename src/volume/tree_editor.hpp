@@ -27,9 +27,10 @@ class TreeEditor {
     /// The way to the leaf where `key` is or would go, which the cursor then holds. `found` when
     /// the leaf has the key.
     TreeResult descend(ConstByteSpan key, Path& path, bool& found);
-    /// Loads the index node of the path's level into `left_`. What the way down has found there may
-    /// have been overwritten since, where a damaged map offers nodes that are in use.
-    TreeResult loadIndex(const Path& path, std::size_t level);
+    /// Loads the index node of the path's level, which has at least `records` records, into
+    /// `left_`. What the way down has found there may have been overwritten since, where a damaged
+    /// map offers nodes that are in use.
+    TreeResult loadIndex(const Path& path, std::size_t level, std::size_t records);
     /// A free node; nothing when there is none, or a damaged map offers one that the change itself
     /// passes through.
     std::optional<std::uint32_t> allocate(const Path& path);
