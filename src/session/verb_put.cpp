@@ -1,19 +1,15 @@
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <vector>
 
-#include "containers/names.hpp"
+#include "session/change_run.hpp"
 #include "session/extraction.hpp"
-#include "session/partition.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
-#include "session/terminal.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/copy_in.hpp"
 
@@ -38,23 +34,12 @@ struct PutOptions {
     bool quiet = false;
 };
 
-// Type or creator as a person types it; nothing when it cannot be one.
-std::optional<std::array<char, 4>> CodeOf(const std::string& typed) {
-    const std::optional<std::string> mac = WideToMacRomanExact(Utf8ToWide(typed));
-    std::array<char, 4> code;
-    code.fill(' ');
-    if (!mac || mac->empty() || mac->size() > code.size())
-        return std::nullopt;
-    std::copy(mac->begin(), mac->end(), code.begin());
-    return code;
-}
-
 // What is wrong with the options; empty for nothing.
 std::string Contradiction(const PutOptions& options) {
     const std::pair<std::string_view, const std::string&> codes[] = {{"type", options.type},
                                                                      {"creator", options.creator}};
     for (const auto& [name, typed] : codes)
-        if (!typed.empty() && !CodeOf(typed))
+        if (!typed.empty() && !FourLetterCode(typed))
             return fmt::format(
                 "--{} takes up to four characters of the Macintosh, and {} is not "
                 "that.",
@@ -92,9 +77,9 @@ CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& con
     copy.keptHint = kForceHint;
     copy.truncation = TruncationOf(options, context);
     if (!options.type.empty())
-        copy.type = CodeOf(options.type);
+        copy.type = FourLetterCode(options.type);
     if (!options.creator.empty())
-        copy.creator = CodeOf(options.creator);
+        copy.creator = FourLetterCode(options.creator);
     copy.imagePath = options.partition.image;
     return copy;
 }
@@ -156,50 +141,42 @@ std::string TargetFolder::step(const std::string& name, const std::string& path)
                                       : CatalogProblem(made, "where " + shown + " would go");
 }
 
-// Copies everything; the exit status, as far as the copies settle it.
-int PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch) {
-    bool failed = false;
+// What was asked for by its name and is not there now makes the whole run fail.
+void PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch, ChangeRun& run) {
     for (const std::string& path : options.paths) {
         const CopyInResult result = CopyItemIn(batch, path, folderId);
-        // What was asked for by its name and is not there now makes the whole run fail.
-        failed = failed || result != CopyInResult::Done;
+        run.failed = run.failed || result != CopyInResult::Done;
         if (result == CopyInResult::Stopped)
-            batch.messages.showMessage("Stopped as you wished; what was copied before stays.");
+            run.problem("Stopped as you wished; what was copied before stays.");
         if (result == CopyInResult::Stopped || result == CopyInResult::BatchEnds)
-            break;
+            return;
     }
-    return failed ? kExitFailed : batch.itemsLeftOut > 0 ? kExitSkipped : kExitDone;
 }
 
 int Put(const PutOptions& options, CommandContext& context) {
     if (const std::string sentence = Contradiction(options); !sentence.empty())
         return UsageError(context, kName, sentence);
     const StopSignals signals;
-    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    ChangeRun run(context, options.quiet);
+    if (!run.open(options.partition))
+        return kExitFailed;
     const std::string image = Printable(options.partition.image);
-    const auto partition =
-        Partition::Open(options.partition, context, terminal.messages, Access::Change);
-    if (!partition)
-        return kExitFailed;
-    VolumeContext& volume = partition->volume();
-    if (LoadAllocationState(volume) != TreeResult::Done) {
-        terminal.messages.showMessage(
-            fmt::format("The map of free blocks of {} cannot be read.", image));
-        return kExitFailed;
-    }
-    TargetFolder target(volume, options, context.clock);
+    TargetFolder target(run.volume(), options, context.clock);
+    // The volume is let go as it was.
     if (const std::string problem = target.find(); !problem.empty()) {
-        terminal.messages.showMessage(fmt::format("{}: {}", image, problem));
+        run.problem(fmt::format("{}: {}", image, problem));
         return kExitFailed;
     }
-    CopyIn batch(volume, CopyOptionsOf(options, context), SignaturesOf(context, terminal.messages),
-                 terminal.messages, terminal.progress, context.clock);
-    const int status = PutAll(options, target.id(), batch);
-    const bool isClosed = partition->close(terminal.messages);
-    terminal.progress.clear();
+    CopyIn batch(run.volume(), CopyOptionsOf(options, context),
+                 SignaturesOf(context, run.terminal.messages), run.terminal.messages,
+                 run.terminal.progress, context.clock);
+    PutAll(options, target.id(), batch, run);
+    const int status = run.finish();
+    run.terminal.progress.clear();
     if (!options.quiet)
         context.output << image << CopiedText(batch) << '\n';
-    return isClosed ? status : static_cast<int>(kExitFailed);
+    // What a person wanted to keep was not named again.
+    return status == kExitDone && batch.itemsLeftOut > 0 ? static_cast<int>(kExitSkipped) : status;
 }
 
 void SetUp(CLI::App& app, RunVerb& run) {

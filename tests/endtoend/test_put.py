@@ -1,0 +1,194 @@
+"""What `put` writes into an empty volume, as other programs read it, and `get` takes out again."""
+
+import errno
+import os
+import shutil
+import struct
+import unittest
+from unicodedata import normalize
+
+import judges
+from images import Image
+from program import DONE, SKIPPED, Case, local_offset
+from source_tree import MAC_EPOCH
+
+FORMATS = {"hfs": (), "plus": ("--hfsplus",)}
+# The clock of ZONE is set back between the two: 02:30 comes twice.
+SUMMER, WINTER = 1_004_229_000, 1_004_232_600
+LONG = "A letter with a name of more than thirty-one characters"
+
+# {path on the PC: (path on HFS, contents, date)}
+DEEP = tuple(f"level {number}" for number in range(40))
+FILES = {
+    ("Grüße.txt",): (("Grüße.txt",), b"Umlaut", SUMMER),
+    ("a:b",): (("a/b",), b"slash", WINTER),
+    ("empty",): (("empty",), b"", 1_000_000_000),
+    ("日本.txt",): (("__.txt",), b"outside MacRoman", 1_000_000_000),
+    (LONG + " 1",): ((LONG[:31],), b"cut", 1_000_000_000),
+    ("large.bin",): (("large.bin",), bytes(range(256)) * 4000, 1_000_000_000),
+    (*DEEP, "file"): ((*DEEP, "file"), b"deep", 1_000_000_000),
+}
+
+
+def mac_binary(name, signature, flags, data, rsrc, date):
+    """A file of the first form, after its published layout."""
+    head = struct.pack(">BB63s8sH", 0, len(name), name, signature, flags).ljust(83, b"\0")
+    head += struct.pack(">4I", len(data), len(rsrc), date, date)
+    head = head.ljust(128, b"\0") + data
+    return head + bytes(-len(head) % 128) + rsrc
+
+
+class Put(Case):
+    """A tree that tries everything, in a volume of each format."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.source = cls.work / "source"
+        for path, (_, contents, date) in FILES.items():
+            place = cls.source.joinpath(*path)
+            place.parent.mkdir(parents=True, exist_ok=True)
+            place.write_bytes(contents)
+            os.utime(place, (date, date))
+        os.mkfifo(cls.source / "pipe")
+        cls.images = {}
+        for kind, options in FORMATS.items():
+            image = cls.work / f"{kind}.img"
+            made = cls.vellmark("format", image, "--size", "8M", "--label", "Put", *options)
+            put = cls.vellmark("put", image, "source")
+            if made.returncode != DONE or put.returncode != SKIPPED:
+                raise AssertionError(made.stderr + put.stderr)
+            cls.images[kind] = (image, put)
+
+    def expected(self, kind):
+        """{path in the volume: (contents, date there)}."""
+        def place(path, on_hfs):
+            return ("source", *(on_hfs if kind == "hfs" else
+                                (normalize("NFD", name.replace(":", "/")) for name in path)))
+        return {place(path, on_hfs):
+                (contents, date + MAC_EPOCH + (local_offset(date) if kind == "hfs" else 0))
+                for path, (on_hfs, contents, date) in FILES.items()}
+
+    def test_strict_readers(self):
+        """Catches a volume that is not as its format wants it, wrong names, bytes and dates."""
+        for kind, (path, _) in self.images.items():
+            with self.subTest(kind=kind):
+                image = Image(path)
+                self.assertEqual(list(image.volume.check()), [])
+                found = {path: (entry.data.read(), entry.modified)
+                         for path, entry in image.mac_files().items()}
+                self.assertEqual(found, self.expected(kind))
+
+    def test_the_pipe_is_named(self):
+        """Catches a special file that is lost in silence, and a wrong count."""
+        for kind, (_, put) in self.images.items():
+            with self.subTest(kind=kind):
+                self.assertIn(b"pipe: It is a pipe", put.stderr)
+                self.assertEqual(put.stderr.count(b"\n"), 1)
+                self.assertIn(b" - Copied: 7 f. (0.976 MB)", put.stdout)
+
+    @unittest.skipUnless(shutil.which("hmount"), "needs hfsutils")
+    def test_hfsutils(self):
+        """Catches what this program's own readers would both get wrong on HFS."""
+        image = self.work / "hcopy.img"
+        shutil.copy(self.images["hfs"][0], image)
+        # hfsutils would take the slash for a folder of the PC.
+        self.assertEqual(self.vellmark("rm", image, "source/a:b").returncode, DONE)
+        files = judges.hfs_utils(image, self.work / "hcopy")[2]
+        wanted = {path: contents for path, (contents, _) in self.expected("hfs").items()
+                  if len(path) < 10 and path[-1] != "a/b"}
+        self.assertEqual({path: file.data for path, file in files.items() if path in wanted},
+                         wanted)
+
+    @unittest.skipUnless(shutil.which("7zz"), "needs 7zz")
+    def test_seven_zip(self):
+        """The same on HFS Plus."""
+        files = judges.seven_zip(self.images["plus"][0], self.work / "7zz", "hfs")[0]
+        self.assertEqual(sorted(files.values()),
+                         sorted(contents for _, contents, _ in FILES.values()))
+
+    def test_get_gives_the_tree_back(self):
+        """Catches names and dates that do not survive the way in and out."""
+        for kind, (image, _) in self.images.items():
+            with self.subTest(kind=kind):
+                out = self.work / f"out {kind}"
+                self.assertEqual(self.vellmark("get", image, "source", "-o", out).returncode, DONE)
+                for path, (on_hfs, contents, date) in FILES.items():
+                    names = path if kind == "plus" else [n.replace("/", ":") for n in on_hfs]
+                    place = out.joinpath(*names)
+                    self.assertEqual(place.read_bytes(), contents)
+                    # Local time cannot tell the two half hours apart.
+                    known = {SUMMER, WINTER} if kind == "hfs" and date in (SUMMER, WINTER) else {
+                        date}
+                    self.assertIn(int(place.stat().st_mtime), known)
+
+    def test_containers_go_in_and_out(self):
+        """Catches a form that loses something on its way through a volume."""
+        date = 3_000_000_000
+        sent = mac_binary("Fünf".encode("mac_roman"), b"APPLtest", 0x2100, b"data" * 100,
+                          b"no real fork", date)
+        for kind, (original, _) in self.images.items():
+            image = self.work / f"forms {kind}.img"
+            shutil.copy(original, image)
+            for mode in ("macbinary", "applesingle", "appledouble"):
+                with self.subTest(kind=kind, mode=mode):
+                    first, second = self.work / f"1 {kind} {mode}", self.work / f"2 {kind} {mode}"
+                    first.mkdir()
+                    (self.work / "sent.bin").write_bytes(sent)
+                    for source, target in ((self.work / "sent.bin", first),
+                                           (first / "Fünf", second)):
+                        target.mkdir(exist_ok=True)
+                        put = self.vellmark("put", image, source, "--force")
+                        self.assertEqual((put.returncode, put.stderr), (DONE, b""))
+                        got = self.vellmark("get", image, "Fünf", "--mode", mode, "-o", target)
+                        self.assertEqual((got.returncode, got.stderr), (DONE, b""))
+                    if mode == "macbinary":
+                        self.assertEqual((first / "Fünf").read_bytes(), sent)
+                    # Dates of the other forms are those of the PC file.
+                    for name in os.listdir(first):
+                        ours, theirs = ((folder / name).read_bytes() for folder in (first, second))
+                        start = {"applesingle": 74, "appledouble": 62}.get(mode, 0)
+                        if name.startswith("._") or mode == "applesingle":
+                            ours = ours[:start] + ours[start + 16:]
+                            theirs = theirs[:start] + theirs[start + 16:]
+                        self.assertEqual(ours, theirs, name)
+
+
+class PutRefuses(Case):
+    """What is wrong is said, and nothing is changed."""
+
+    def test_sentences(self):
+        """Catches a crash, a change, or a message that does not say what is wrong."""
+        image = self.work / "v.img"
+        self.vellmark("format", image, "--size", "2M", "--label", "V")
+        (self.work / "f").write_bytes(b"x")
+        (self.work / "secret").write_bytes(b"x")
+        os.chmod(self.work / "secret", 0)
+        before = image.read_bytes()
+        cases = [(("f", "--to", "No/where"), 1, b"No; --parents"),
+                 (("f", "--type", "abcde"), 2, b"abcde"),
+                 (("f", "--creator", "日"), 2, "日".encode()),
+                 (("f", "--mode", "macbinary", "--containers", "no"), 2, b"--containers no")]
+        for arguments, status, text in cases:
+            with self.subTest(arguments=arguments):
+                result = self.vellmark("put", image, *arguments)
+                self.assertEqual(result.returncode, status, result.stderr)
+                self.assertIn(text, result.stderr)
+                self.assertEqual(image.read_bytes(), before)
+        for name, text in (("missing", b"cannot be found"), ("v.img", b"the image itself")):
+            result = self.vellmark("put", image, name)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn(text, result.stderr)
+        if os.geteuid() != 0:
+            self.assertIn(os.strerror(errno.EACCES).encode(),
+                          self.vellmark("put", image, "secret").stderr)
+        made = self.vellmark("put", image, "f", "--to", "A/B:C", "--parents", "--type", "ab")
+        self.assertEqual(made.returncode, DONE, made.stderr)
+        entry = Image(image).mac_files()[("A", "B/C", "f")]
+        self.assertEqual((entry.type, entry.creator), (b"ab  ", b"????"))
+        kept = self.vellmark("put", image, "f", "--to", "A/B:C")
+        self.assertIn(b"exists already; --force replaces it", kept.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
