@@ -71,6 +71,10 @@ TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
         {{"build", "--help"}, 0, "Example:", ""},
         // Wrong usage says where help is found.
         {{"--nonsense"}, 2, "", "--nonsense is no verb"},
+        {{"--lang", "fr"}, 2, "", "A verb is missing."},
+        {{"--lang", "fr", "mkae"}, 2, "", "mkae is no verb"},
+        {{"--lang", "de", "info", "x"}, 2, "", "--lang: de not in"},
+        {{"--log", ".", "info", "there.iso"}, 1, "", "Error opening file .. Is a directory."},
         {{"-nonsense"}, 2, "", "Try: vellmark --help"},
         {{"make"}, 2, "", "Try: vellmark make --help"},
         {{"make", "full"}, 2, "", "--output is required"},

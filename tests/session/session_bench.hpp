@@ -62,7 +62,10 @@ class SessionTest : public testing::Test {
                                .errors = errors,
                                .clock = clock_,
                                .asks = asks_,
-                               .lockFolder = lockFolder_};
+                               .lockFolder = lockFolder_,
+                               .settings = &settings_,
+                               .locale = locale_,
+                               .shippedSignatures = shippedSignatures_};
         const int status = RunProgram(arguments, context);
         out_ = output.str();
         err_ = errors.str();
@@ -105,6 +108,9 @@ class SessionTest : public testing::Test {
 
     std::string typed_;
     bool asks_ = false;
+    MemorySettings settings_;
+    std::string locale_;
+    std::vector<std::string> shippedSignatures_;
     std::string out_;
     std::string err_;
 
