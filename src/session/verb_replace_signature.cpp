@@ -77,7 +77,6 @@ void SetUp(CLI::App& app, RunVerb& run) {
 }  // namespace
 
 const Verb kVerbReplaceSignature = {kName, "", "Give all files of one signature another one",
-                                    "vellmark replace-signature work.img 'TEXT????' TEXTttxt",
-                                    SetUp};
+                                    "vellmark replace-signature work.img TEXTR*ch TEXTttxt", SetUp};
 
 }  // namespace vellmark

@@ -1,0 +1,135 @@
+"""Verbs that change a volume in place, judged by readers and programs that share no code with it."""
+
+import json
+import shutil
+import unittest
+
+import judges
+from images import Image
+from program import DONE, FAILED, USAGE, Case
+
+FORMATS = {"hfs": (), "plus": ("--hfsplus",)}
+
+
+class Change(Case):
+    """A small volume of each format, filled anew for every test."""
+
+    def setUp(self):
+        self.images = {}
+        (self.work / "plan.txt").write_bytes(b"the plan")
+        (self.work / "notes").write_bytes(b"n" * 5000)
+        for kind, options in FORMATS.items():
+            image = self.work / f"{kind}.img"
+            image.unlink(missing_ok=True)
+            self.run_all(image, ("format", "--size", "4M", "--label", "Work", *options),
+                         ("mkdir", "--parents", "Old/Drafts", "New"),
+                         ("put", "--to", "Old/Drafts", "plan.txt", "notes"))
+            self.images[kind] = image
+
+    def run_all(self, image, *commands):
+        """Runs verbs that must succeed, each with the image put behind its name."""
+        for verb, *arguments in commands:
+            done = self.vellmark(verb, image, *arguments)
+            self.assertEqual(done.returncode, DONE, done.stderr)
+
+    def paths(self, image):
+        """{path: data} as the strict readers see it; they must find no fault."""
+        opened = Image(image)
+        self.assertEqual(opened.problems, [])
+        return {"/".join(path): entry.data.read() for path, entry in opened.mac_files().items()}
+
+    def test_moved_renamed_deleted(self):
+        """Catches threads, keys, valences and counts that do not follow an item."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                self.run_all(image, ("mv", "Old/Drafts", "--to", "New"),
+                             ("rename", "New/Drafts/plan.txt", "Der Plan – 1:2"),
+                             ("rename", "New/Drafts/notes", "NOTES"),
+                             ("mkdir", "New/Drafts/Inner"),
+                             ("rm", "Old"))
+                self.assertEqual(self.paths(image), {"New/Drafts/Der Plan – 1/2": b"the plan",
+                                                     "New/Drafts/NOTES": b"n" * 5000})
+                self.run_all(image, ("rm", "--force", "New"))
+                self.assertEqual(self.paths(image), {})
+
+    def test_refusals_change_nothing(self):
+        """Catches a refused change that is half done, and a refusal without a reason."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                self.run_all(image, ("mkdir", "New/Drafts"))
+                before = image.read_bytes()
+                for words, *arguments in (
+                        (b"already exists in the target", "mv", "Old/Drafts", "--to", "New"),
+                        (b"one of its children", "mv", "Old", "--to", "Old/Drafts"),
+                        (b"not empty", "rm", "Old"),
+                        (b"has no Old/nothing", "rm", "Old/nothing"),
+                        (b"already", "rename", "Old/Drafts/notes", "PLAN.TXT"),
+                        (b"no name", "rename", "Old/Drafts/notes", "x" * 256),
+                        (b"cannot be deleted", "rm", "/"),
+                        (b"already", "mkdir", "old/drafts"),
+                        (b"no folder", "mv", "Old", "--to", "Old/Drafts/notes"),
+                        (b"which has no forks", "swap", "Old")):
+                    done = self.vellmark(arguments[0], image, *arguments[1:])
+                    self.assertEqual(done.returncode, FAILED, arguments)
+                    self.assertIn(words, done.stderr)
+                self.assertEqual(self.paths(image),
+                                 {"Old/Drafts/plan.txt": b"the plan", "Old/Drafts/notes": b"n" * 5000})
+                # A flush counts itself and stamps its date; nothing else may differ.
+                after = image.read_bytes()
+                self.assertLess(sum(a != b for a, b in zip(before, after)), 16)
+
+    def test_attributes(self):
+        """Catches fields of a record that are changed in the wrong place."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                self.run_all(image, ("attr", "Old/Drafts/notes", "--type", "TEXT", "--creator", "R*ch",
+                                     "--set", "invisible", "--modified", "1999-12-31T23:59:58Z"),
+                             ("swap", "Old/Drafts/plan.txt"), ("label", "Été"))
+                opened = Image(image)
+                self.assertEqual(opened.problems, [])
+                files = {path[-1]: entry for path, entry in opened.mac_files().items()}
+                self.assertEqual((files["plan.txt"].data.read(), files["plan.txt"].rsrc.read()),
+                                 (b"", b"the plan"))
+                shown = self.vellmark("attr", image, "Old/Drafts/notes").stdout.decode()
+                for words in ("TEXT", "R*ch", "invisible", "1999-12-31 23:59"):
+                    self.assertIn(words, shown)
+                self.assertEqual(self.vellmark("label", image).stdout, "Été\n".encode())
+                self.assertEqual(
+                    self.vellmark("attr", image, "Old", "--created", "yesterday").returncode, USAGE)
+
+    def test_searches(self):
+        """Catches hits that are lost, and paths that lead nowhere."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                hits = json.loads(self.vellmark("find", image, "*an*", "--json").stdout)
+                self.assertEqual(hits, [])
+                found = self.vellmark("find", image, "pl*").stdout
+                self.assertEqual(found, b"Old/Drafts/plan.txt\n")
+                self.run_all(image, ("attr", "Old/Drafts/notes", "--type", "AAAA", "--creator", "BBBB"),
+                             ("replace-signature", "AAAABBBB", "CCCCDDDD"))
+                for signature in ("CCCC", "DDDD", "CCCCDDDD"):
+                    found = self.vellmark("find", image, "--signature", signature).stdout
+                    self.assertEqual(found, b"Old/Drafts/notes\n")
+
+    def test_hundreds_of_items(self):
+        """Catches trees that are wrong once leaves split, empty and are freed again."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                names = [f"{number:03} of many, with a name" for number in range(400)]
+                self.run_all(image, ("mkdir", *names), ("rm", *names[::2]),
+                             ("mv", *names[1:200:2], "--to", "New"), ("rm", *names[201::2]))
+                listed = json.loads(self.vellmark("ls", image, "New", "--as", "hfs", "--json").stdout)
+                self.assertEqual([entry["name"] for entry in listed["trees"][0]["entries"]], names[1:200:2])
+                self.paths(image)
+
+    @unittest.skipUnless(shutil.which("hmount"), "needs hfsutils")
+    def test_hfsutils(self):
+        """Catches what this program and its readers would both get wrong."""
+        image = self.images["hfs"]
+        self.run_all(image, ("mv", "Old/Drafts/notes", "--to", "/"), ("label", "Judged"))
+        files = judges.hfs_utils(image, self.work / "hcopy")[2]
+        self.assertEqual(files[("notes",)].data, b"n" * 5000)
+
+
+if __name__ == "__main__":
+    unittest.main()
