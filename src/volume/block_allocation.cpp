@@ -114,6 +114,10 @@ bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
                             : AllocateRunHfs(volume, wanted, run);
 }
 
+void RestartAllocation(VolumeContext& volume) {
+    SetHint(volume, 0);
+}
+
 ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
                             std::vector<BlockRun>& runs) {
     const std::uint64_t blocks = BlocksFor(volume, bytes);
@@ -122,8 +126,8 @@ ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
         return ReserveResult::NoRoom;
     const auto wanted = static_cast<std::uint32_t>(blocks);
     ReserveResult result = TryReserve(volume, wanted, runs);
-    if (result == ReserveResult::NoRoom) {
-        SetHint(volume, 0);
+    if (result != ReserveResult::Done) {
+        RestartAllocation(volume);
         result = TryReserve(volume, wanted, runs);
     }
     return result;

@@ -17,11 +17,13 @@ namespace vellmark {
 /// the first run that was looked at served.
 [[nodiscard]] bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
 [[nodiscard]] bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+/// Lets the next search begin at block 0.
+void RestartAllocation(VolumeContext& volume);
 
 enum class ReserveResult { Done, NoRoom, TooFragmented };
 
-/// Takes blocks for a whole fork, in as many runs as a catalog record holds. When no run is found
-/// all is tried once more from block 0. Nothing is taken unless it is `Done`.
+/// Takes blocks for a whole fork, in as many runs as a catalog record holds. When that fails from
+/// the hint on, all is tried once more from block 0. Nothing is taken unless it is `Done`.
 [[nodiscard]] ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
                                           std::vector<BlockRun>& runs);
 

@@ -35,11 +35,19 @@ bool ZeroRun(VolumeContext& volume, BlockRun run) {
     return true;
 }
 
+// Large free runs may lie before the hint as well.
+bool AllocateAnywhere(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
+    if (AllocateRun(volume, wanted, run))
+        return true;
+    RestartAllocation(volume);
+    return AllocateRun(volume, wanted, run);
+}
+
 // A run for the catalog that holds whole nodes.
 TreeResult TakeRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
     const std::uint32_t unit = std::max(volume.catalog.nodeSize / volume.blockSize, 1u);
     for (; wanted >= unit; wanted /= 2) {
-        if (!AllocateRun(volume, wanted, run))
+        if (!AllocateAnywhere(volume, wanted, run))
             continue;
         const std::uint32_t rest = run.blockCount % unit;
         if (rest != 0)
