@@ -65,14 +65,15 @@ TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t 
     return result;
 }
 
-// Frees runs, all of which must lie in the volume and be in use: the blocks of others would go with
-// them.
+// Frees runs, each of which must lie in the volume and be in use: the blocks of others would go
+// with them, and runs that overlap would be counted twice.
 bool FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
-    for (const BlockRun& run : runs)
+    for (const BlockRun& run : runs) {
         if (std::uint64_t{run.startBlock} + run.blockCount > volume.totalBlocks() ||
             !IsWhollyUsed(volume.allocation.bitmap, run))
             return false;
-    FreeExtents(volume, runs);
+        FreeExtents(volume, {run});
+    }
     return true;
 }
 
