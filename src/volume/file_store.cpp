@@ -64,7 +64,22 @@ StoreResult ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& re
     return ToStoreResult(result);
 }
 
-StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, Progress& progress) {
+// Whether a fork can be read to its end.
+StoreResult TryToRead(const PlacedFork& fork, Progress& progress) {
+    std::vector<std::uint8_t> buffer;
+    for (std::uint64_t done = 0; done < fork.sizeBytes; done += buffer.size()) {
+        buffer.resize(
+            static_cast<std::size_t>(std::min<std::uint64_t>(fork.sizeBytes - done, kPieceBytes)));
+        if (!fork.source->readExactly(done, buffer))
+            return StoreResult::SourceFailed;
+        if (!progress.chunk(0))
+            return StoreResult::Stopped;
+    }
+    return StoreResult::Done;
+}
+
+StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, bool mayStop,
+                      Progress& progress) {
     std::vector<std::uint8_t> buffer;
     for (std::uint64_t done = 0; done < fork.sizeBytes;) {
         const auto bytes =
@@ -77,7 +92,7 @@ StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, Progress& p
         if (!TransferFork(volume, fork.runs, kCommandWrite, done, buffer))
             return StoreResult::TargetFailed;
         done += bytes;
-        if (!progress.chunk(bytes))
+        if (!progress.chunk(bytes) && mayStop)
             return StoreResult::Stopped;
     }
     return StoreResult::Done;
@@ -157,22 +172,26 @@ StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
 }
 
 // Places and writes the forks. The blocks of a replaced file are only used where nothing else is
-// left: until the flush its record still points there.
+// left. What is in them then cannot be brought back: the new file is read once before, and its
+// writing is not stopped.
 StoreResult StoreForks(VolumeContext& volume, const NewFile& file, PlacedFork& data,
                        PlacedFork& resource, Progress& progress) {
     StoreResult result = ReserveForks(volume, data, resource);
-    bool isGone = !file.replaced;
     const bool needsRoom = result == StoreResult::NoRoom || result == StoreResult::TooFragmented;
-    if (needsRoom && file.replaced) {
+    const bool overwrites = needsRoom && file.replaced;
+    if (overwrites) {
         result = DeleteReplaced(volume, file);
-        isGone = true;
         if (result == StoreResult::Done)
             result = ReserveForks(volume, data, resource);
+        for (const PlacedFork* fork : {&data, &resource})
+            if (result == StoreResult::Done)
+                result = TryToRead(*fork, progress);
     }
     for (const PlacedFork* fork : {&data, &resource})
         if (result == StoreResult::Done)
-            result = WriteFork(volume, *fork, progress);
-    return result == StoreResult::Done && !isGone ? DeleteReplaced(volume, file) : result;
+            result = WriteFork(volume, *fork, !overwrites, progress);
+    const bool isLeft = file.replaced && !overwrites;
+    return result == StoreResult::Done && isLeft ? DeleteReplaced(volume, file) : result;
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ struct NewFile {
     bool isLocked = false;
     ByteSource* data = nullptr;      ///< null: an empty fork
     ByteSource* resource = nullptr;  ///< null: an empty fork
-    /// The file that it takes the place of. It goes only when the new one is wholly there.
+    /// The file that it takes the place of. It goes only when the new one is wholly there, unless
+    /// there is room for the new one nowhere but in its blocks: an image that cannot be written
+    /// then costs both.
     std::optional<CatalogItem> replaced;
 };
 
