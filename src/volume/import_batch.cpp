@@ -45,7 +45,7 @@ CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view r
 }
 
 std::string PcNameOfPath(const std::string& path) {
-    const std::string name = std::filesystem::path(path).filename().string();
+    std::string name = std::filesystem::path(path).filename().string();
     if (!name.empty() && name != "." && name != "..")
         return name;
     std::error_code error;

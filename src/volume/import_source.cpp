@@ -123,7 +123,7 @@ std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
     return problem;
 }
 
-std::string ImportSource::take(MacContainer container) {
+std::string ImportSource::take(const MacContainer& container) {
     container_ = container;
     std::string sentence = FaultSentence(container.fault);
     if (!container.usable)

@@ -47,7 +47,7 @@ class ImportSource {
     [[nodiscard]] std::string openDouble(const std::string& path);
     [[nodiscard]] std::string openBinHex(std::optional<TemporaryFolder>& temporary,
                                          Progress& progress);
-    [[nodiscard]] std::string take(MacContainer container);
+    [[nodiscard]] std::string take(const MacContainer& container);
 
     PcFile file_;
     PcFile beside_;  ///< the companion, or what BinHex was decoded to
