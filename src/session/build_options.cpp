@@ -34,13 +34,13 @@ std::string_view ModeName(CompileMode mode) {
 
 }  // namespace
 
-void AddBuildOptions(CLI::App& app, BuildOptions& options) {
-    app.add_option("-k,--kind", options.kind, "hybrid, iso (no Macintosh side) or hfs (no PC side)")
-        ->check(CLI::IsMember({"hybrid", "iso", "hfs"}))
-        ->capture_default_str();
-    app.add_flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
-    app.add_flag("-f,--force", options.force, "Replace an existing image");
-    app.add_flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
+void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
+    arguments.add("-k,--kind", options.kind, "hybrid, iso (no Macintosh side) or hfs (no PC side)")
+        .oneOf({"hybrid", "iso", "hfs"})
+        .showDefault();
+    arguments.flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
+    arguments.flag("-f,--force", options.force, "Replace an existing image");
+    arguments.flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
 }
 
 int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& context,

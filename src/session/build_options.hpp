@@ -1,12 +1,11 @@
 // What `make` and `build` share: the options of a compile, and running it.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <string>
 
 #include "compiler/compile_context.hpp"
 #include "session/command_context.hpp"
+#include "session/options.hpp"
 #include "session/terminal.hpp"
 
 namespace vellmark {
@@ -20,7 +19,7 @@ struct BuildOptions {
 };
 
 /// Declares the options on a verb, apart from the output.
-void AddBuildOptions(CLI::App& app, BuildOptions& options);
+void AddBuildOptions(OptionSet& arguments, BuildOptions& options);
 
 /// Compiles the project to `options.output`, its tables in a private folder, and tells what came
 /// out. Returns an exit status.

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <array>
@@ -72,8 +73,8 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
     CLI::App app("Builds and edits Macintosh and hybrid CD-ROM images.", "vellmark");
     app.set_version_flag("--version", "vellmark " VELLMARK_VERSION);
     app.require_subcommand(1);
-    ProgramOptions options;
-    AddProgramOptions(app, options);
+    ProgramOptions program;
+    AddProgramOptions(app, program);
     std::array<RunVerb, kVerbs.size()> runs;
     std::array<CLI::App*, kVerbs.size()> apps{};
     for (std::size_t i = 0; i < kVerbs.size(); ++i) {
@@ -82,7 +83,8 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
         if (!verb.alias.empty())
             apps[i]->alias(std::string(verb.alias));
         apps[i]->footer("Example:\n  " + std::string(verb.example));
-        verb.setUp(*apps[i], runs[i]);
+        OptionSet options(*apps[i]);
+        verb.setUp(options, runs[i]);
     }
     // The parser wants the last argument first.
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -104,7 +106,7 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
     }
     for (std::size_t i = 0; i < kVerbs.size(); ++i)
         if (apps[i]->parsed())
-            return RunInSession(options.choices(), context, runs[i]);
+            return RunInSession(program.choices(), context, runs[i]);
     return kExitUsage;
 }
 

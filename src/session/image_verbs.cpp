@@ -12,12 +12,13 @@
 
 namespace vellmark {
 
-void AddViewOptions(CLI::App& app, ViewOptions& options, std::string_view otherwise) {
-    app.add_option("IMAGE", options.image, "Disc or disk image")->required();
-    app.add_option("-a,--as", options.as,
-                   fmt::format("Tree to look at: iso, joliet or hfs (HFS+ too); {}", otherwise))
-        ->check(CLI::IsMember({"iso", "joliet", "hfs"}));
-    AddPartitionNumber(app, options.partition);
+void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view otherwise) {
+    arguments.add("IMAGE", options.image, "Disc or disk image").required();
+    arguments
+        .add("-a,--as", options.as,
+             fmt::format("Tree to look at: iso, joliet or hfs (HFS+ too); {}", otherwise))
+        .oneOf({"iso", "joliet", "hfs"});
+    AddPartitionNumber(arguments, options.partition);
 }
 
 bool ViewRun::open(const ViewOptions& options) {

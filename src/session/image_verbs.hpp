@@ -2,7 +2,6 @@
 // reading, and the way from what went wrong to an exit status.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <memory>
@@ -13,6 +12,7 @@
 
 #include "session/command_context.hpp"
 #include "session/image_view.hpp"
+#include "session/options.hpp"
 #include "session/terminal.hpp"
 
 namespace vellmark {
@@ -24,7 +24,7 @@ struct ViewOptions {
 };
 
 /// Declares IMAGE, `--partition` and `--as`, whose meaning without it is `otherwise`.
-void AddViewOptions(CLI::App& app, ViewOptions& options, std::string_view otherwise);
+void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view otherwise);
 
 /// One run of such a verb.
 struct ViewRun {

@@ -8,17 +8,17 @@
 
 namespace vellmark {
 
-void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition) {
-    app.add_option("-p,--partition", partition,
-                   "Macintosh partition, as info numbers them; without it, the first that holds a "
-                   "volume");
+void AddPartitionNumber(OptionSet& arguments, std::optional<unsigned>& partition) {
+    arguments.add("-p,--partition", partition,
+                  "Macintosh partition, as info numbers them; without it, the first that holds a "
+                  "volume");
 }
 
-void AddPartitionOptions(CLI::App& app, PartitionOptions& options) {
-    app.add_option("IMAGE", options.image, "Disc or disk image")->required();
-    AddPartitionNumber(app, options.partition);
-    app.add_flag("-w,--writable", options.writable,
-                 "Change a bare volume too, one without a partition map in front of it");
+void AddPartitionOptions(OptionSet& arguments, PartitionOptions& options) {
+    arguments.add("IMAGE", options.image, "Disc or disk image").required();
+    AddPartitionNumber(arguments, options.partition);
+    arguments.flag("-w,--writable", options.writable,
+                   "Change a bare volume too, one without a partition map in front of it");
 }
 
 std::string ChangeRefusal(const ReadOnlyReasons& reasons) {

@@ -2,13 +2,12 @@
 // closed file.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "session/command_context.hpp"
+#include "session/options.hpp"
 #include "support/messages.hpp"
 #include "volume/mount.hpp"
 #include "volume/volume_context.hpp"
@@ -22,9 +21,9 @@ struct PartitionOptions {
 };
 
 /// Declares `--partition`.
-void AddPartitionNumber(CLI::App& app, std::optional<unsigned>& partition);
+void AddPartitionNumber(OptionSet& arguments, std::optional<unsigned>& partition);
 /// Declares IMAGE, `--partition` and `--writable`, for a verb that changes a volume.
-void AddPartitionOptions(CLI::App& app, PartitionOptions& options);
+void AddPartitionOptions(OptionSet& arguments, PartitionOptions& options);
 
 /// Why a volume cannot be changed, and what helps where anything does, in sentences; "" when
 /// nothing speaks against it.

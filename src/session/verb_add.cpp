@@ -79,18 +79,19 @@ int Add(const AddOptions& options, CommandContext& context) {
     return included.skipped > 0 ? kExitSkipped : kExitDone;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AddOptions>();
-    app.add_option("PROJECT", options->project, "Project file, which must be there")->required();
-    app.add_option("PATH", options->paths,
-                   "Files and folders to add; FOLDER/* (in quotes) adds what is in a folder")
-        ->required();
-    app.add_option("-t,--to", options->to,
-                   "Folder of the project to add to, made when it is not there: A/B");
-    app.add_option("--view", options->view, "View to add to: iso, hybrid or hfs")
-        ->check(CLI::IsMember({"iso", "hybrid", "hfs"}))
-        ->capture_default_str();
-    app.add_flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    arguments.add("PROJECT", options->project, "Project file, which must be there").required();
+    arguments
+        .add("PATH", options->paths,
+             "Files and folders to add; FOLDER/* (in quotes) adds what is in a folder")
+        .required();
+    arguments.add("-t,--to", options->to,
+                  "Folder of the project to add to, made when it is not there: A/B");
+    arguments.add("--view", options->view, "View to add to: iso, hybrid or hfs")
+        .oneOf({"iso", "hybrid", "hfs"})
+        .showDefault();
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
     run = [options](CommandContext& context) { return Add(*options, context); };
 }
 

@@ -173,25 +173,22 @@ int Attr(const AttrOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AttrOptions>();
     std::vector<std::string> names;
     for (const FlagName& flag : kFlags)
         names.emplace_back(flag.name);
-    AddPartitionOptions(app, options->partition);
-    app.add_option("PATH", options->paths, "Files and folders, / between the names")->required();
-    app.add_option("--type", options->type, "New type, up to four characters");
-    app.add_option("--creator", options->creator, "New creator, up to four characters");
-    app.add_option("--set", options->set, "Finder flags to set, with commas between them")
-        ->delimiter(',')
-        ->check(CLI::IsMember(names));
-    app.add_option("--clear", options->clear, "Finder flags to clear")
-        ->delimiter(',')
-        ->check(CLI::IsMember(names));
-    app.add_option("--created", options->created, "New creation date, in UTC");
-    app.add_option("--modified", options->modified, "New modification date, in UTC");
-    app.add_option("--locked", options->locked, "Whether a file is locked")
-        ->check(CLI::IsMember(std::vector<std::string>{"yes", "no"}));
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("PATH", options->paths, "Files and folders, / between the names").required();
+    arguments.add("--type", options->type, "New type, up to four characters");
+    arguments.add("--creator", options->creator, "New creator, up to four characters");
+    arguments.add("--set", options->set, "Finder flags to set, with commas between them")
+        .separatedBy(',')
+        .oneOf(names);
+    arguments.add("--clear", options->clear, "Finder flags to clear").separatedBy(',').oneOf(names);
+    arguments.add("--created", options->created, "New creation date, in UTC");
+    arguments.add("--modified", options->modified, "New modification date, in UTC");
+    arguments.add("--locked", options->locked, "Whether a file is locked").oneOf({"yes", "no"});
     run = [options](CommandContext& context) { return Attr(*options, context); };
 }
 

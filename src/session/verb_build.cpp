@@ -8,8 +8,8 @@
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
-#include "support/pc_folder.hpp"
 #include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
 
 namespace vellmark {
 
@@ -46,13 +46,13 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
     return RunBuild(*project, build, context, terminal);
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<BuildVerbOptions>();
-    app.add_option("PROJECT", options->project, "Project file")->required();
-    app.add_option("-o,--output", options->build.output,
-                   "Image to make; without it, the project's path with the extension iso, or dmg "
-                   "for --kind hfs");
-    AddBuildOptions(app, options->build);
+    arguments.add("PROJECT", options->project, "Project file").required();
+    arguments.add("-o,--output", options->build.output,
+                  "Image to make; without it, the project's path with the extension iso, or dmg "
+                  "for --kind hfs");
+    AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Build(*options, context); };
 }
 

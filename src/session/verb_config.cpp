@@ -204,15 +204,15 @@ int Config(const ConfigOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ConfigOptions>();
-    app.add_option("ACTION", options->action, "list (without it as well), get or set")
-        ->check(CLI::IsMember({"list", "get", "set"}));
-    const CLI::Option* name = app.add_option("NAME", options->name, "Setting, as list names it");
-    const CLI::Option* value = app.add_option("VALUE", options->value, "What it becomes");
+    arguments.add("ACTION", options->action, "list (without it as well), get or set")
+        .oneOf({"list", "get", "set"});
+    const Option name = arguments.add("NAME", options->name, "Setting, as list names it");
+    const Option value = arguments.add("VALUE", options->value, "What it becomes");
     run = [options, name, value](CommandContext& context) {
-        options->hasName = name->count() > 0;
-        options->hasValue = value->count() > 0;
+        options->hasName = name.wasGiven();
+        options->hasValue = value.wasGiven();
         return Config(*options, context);
     };
 }

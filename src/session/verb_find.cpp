@@ -76,17 +76,17 @@ int Find(const FindOptions& options, CommandContext& context) {
     return result == TreeResult::Done && isClosed ? kExitDone : kExitFailed;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<FindOptions>();
-    app.add_option("IMAGE", options->image, "Disc or disk image")->required();
-    AddPartitionNumber(app, options->partition);
-    app.add_option("NAME", options->pattern,
-                   "Name of a file or folder; with a * all names that hold the part before it or "
-                   "the part behind it (in small letters for HFS)");
-    app.add_option("-s,--signature", options->signature,
-                   "Files of a type or a creator, or of both in eight letters");
-    app.add_flag("-a,--all", options->all, fmt::format("More than {} hits", kMostHits));
-    app.add_flag("-j,--json", options->json, "As JSON");
+    arguments.add("IMAGE", options->image, "Disc or disk image").required();
+    AddPartitionNumber(arguments, options->partition);
+    arguments.add("NAME", options->pattern,
+                  "Name of a file or folder; with a * all names that hold the part before it or "
+                  "the part behind it (in small letters for HFS)");
+    arguments.add("-s,--signature", options->signature,
+                  "Files of a type or a creator, or of both in eight letters");
+    arguments.flag("-a,--all", options->all, fmt::format("More than {} hits", kMostHits));
+    arguments.flag("-j,--json", options->json, "As JSON");
     run = [options](CommandContext& context) { return Find(*options, context); };
 }
 

@@ -126,17 +126,18 @@ int Format(const FormatOptions& options, CommandContext& context) {
     return kExitDone;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<FormatOptions>();
-    app.add_option("IMAGE", options->path, "Image to make")->required();
-    app.add_option("-s,--size", options->size,
-                   "Size of the volume in whole megabytes: 100, 100M, 2G, 2048K")
-        ->required();
-    app.add_option("-l,--label", options->label, "Name of the volume")->required();
-    app.add_flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
-    app.add_flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
-    app.add_flag("-f,--force", options->force, "Replace an existing image");
-    app.add_flag("-q,--quiet", options->quiet, "No progress, no result line");
+    arguments.add("IMAGE", options->path, "Image to make").required();
+    arguments
+        .add("-s,--size", options->size,
+             "Size of the volume in whole megabytes: 100, 100M, 2G, 2048K")
+        .required();
+    arguments.add("-l,--label", options->label, "Name of the volume").required();
+    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
+    arguments.flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
+    arguments.flag("-f,--force", options->force, "Replace an existing image");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
     run = [options](CommandContext& context) { return Format(*options, context); };
 }
 

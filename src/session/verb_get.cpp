@@ -251,29 +251,33 @@ int Get(const GetOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<GetOptions>();
-    AddViewOptions(app, options->view,
+    AddViewOptions(arguments, options->view,
                    "without it, the first of hfs, joliet and iso that has the path");
-    app.add_option("PATH", options->paths,
-                   "Files, or folders with all that is in them, / between the names (a / in a "
-                   "Macintosh name is written :); / alone is the whole tree")
-        ->required();
-    app.add_option("-o,--output", options->target,
-                   "Folder to write to, or a new name when there is one PATH; - for the standard "
-                   "output")
-        ->capture_default_str();
-    app.add_option("-m,--mode", options->mode,
-                   "What a Macintosh file becomes: one of its forks, or a form that holds both")
-        ->check(CLI::IsMember(WordsOf(kModes)))
-        ->capture_default_str();
-    app.add_option("-n,--naming", options->naming,
-                   "Name of a Macintosh file: as in the catalog, with the extension of its type "
-                   "and creator where it has none or in any case, or asked for")
-        ->check(CLI::IsMember(WordsOf(kNamings)))
-        ->capture_default_str();
-    app.add_flag("-f,--force", options->force, "Replace existing files");
-    app.add_flag("-q,--quiet", options->quiet, "No progress");
+    arguments
+        .add("PATH", options->paths,
+             "Files, or folders with all that is in them, / between the names (a / in a "
+             "Macintosh name is written :); / alone is the whole tree")
+        .required();
+    arguments
+        .add("-o,--output", options->target,
+             "Folder to write to, or a new name when there is one PATH; - for the standard "
+             "output")
+        .showDefault();
+    arguments
+        .add("-m,--mode", options->mode,
+             "What a Macintosh file becomes: one of its forks, or a form that holds both")
+        .oneOf(WordsOf(kModes))
+        .showDefault();
+    arguments
+        .add("-n,--naming", options->naming,
+             "Name of a Macintosh file: as in the catalog, with the extension of its type "
+             "and creator where it has none or in any case, or asked for")
+        .oneOf(WordsOf(kNamings))
+        .showDefault();
+    arguments.flag("-f,--force", options->force, "Replace existing files");
+    arguments.flag("-q,--quiet", options->quiet, "No progress");
     run = [options](CommandContext& context) { return Get(*options, context); };
 }
 

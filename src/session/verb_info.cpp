@@ -138,10 +138,10 @@ int Info(const InfoOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<InfoOptions>();
-    AddViewOptions(app, options->view, "without it, all that are there");
-    app.add_flag("-j,--json", options->json, "As JSON, dates in UTC");
+    AddViewOptions(arguments, options->view, "without it, all that are there");
+    arguments.flag("-j,--json", options->json, "As JSON, dates in UTC");
     run = [options](CommandContext& context) { return Info(*options, context); };
 }
 

@@ -35,12 +35,12 @@ int Label(const LabelOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<LabelOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("LABEL", options->label,
-                   "The new name: up to 27 characters of MacRoman in HFS, 255 in HFS+; without it, "
-                   "the present one is shown");
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("LABEL", options->label,
+                  "The new name: up to 27 characters of MacRoman in HFS, 255 in HFS+; without it, "
+                  "the present one is shown");
     run = [options](CommandContext& context) { return Label(*options, context); };
 }
 

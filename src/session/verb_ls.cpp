@@ -137,17 +137,17 @@ int Ls(const LsOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<LsOptions>();
-    AddViewOptions(app, options->view, "without it, all that are there");
-    app.add_option("PATH", options->path,
-                   "Folder or file, / between the names (a / in a Macintosh name is written :); "
-                   "without it, the root");
-    app.add_flag("-j,--json", options->json, "As JSON, dates in UTC");
-    app.add_flag("-l,--long", options->details,
-                 "Kind, size, size of the resource fork, date in UTC, type and creator, name");
-    app.add_flag("-R,--recursive", options->recursive,
-                 "Everything below the folder too, with paths from the root");
+    AddViewOptions(arguments, options->view, "without it, all that are there");
+    arguments.add("PATH", options->path,
+                  "Folder or file, / between the names (a / in a Macintosh name is written :); "
+                  "without it, the root");
+    arguments.flag("-j,--json", options->json, "As JSON, dates in UTC");
+    arguments.flag("-l,--long", options->details,
+                   "Kind, size, size of the resource fork, date in UTC, type and creator, name");
+    arguments.flag("-R,--recursive", options->recursive,
+                   "Everything below the folder too, with paths from the root");
     run = [options](CommandContext& context) { return Ls(*options, context); };
 }
 

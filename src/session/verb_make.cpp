@@ -80,15 +80,14 @@ int Make(MakeOptions& options, CommandContext& context) {
                : static_cast<int>(kExitFailed);
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MakeOptions>();
-    app.add_option("FOLDER", options->folder, "Folder whose contents go into the image")
-        ->required();
-    app.add_option("-o,--output", options->build.output, "Image to make")->required();
-    app.add_flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
-    app.add_option("-l,--label", options->label,
-                   "Name of the volume; without it, the name of the image");
-    AddBuildOptions(app, options->build);
+    arguments.add("FOLDER", options->folder, "Folder whose contents go into the image").required();
+    arguments.add("-o,--output", options->build.output, "Image to make").required();
+    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
+    arguments.add("-l,--label", options->label,
+                  "Name of the volume; without it, the name of the image");
+    AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Make(*options, context); };
 }
 

@@ -51,12 +51,12 @@ int Mkdir(const MkdirOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MkdirOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("FOLDER", options->paths, "Folders to make, / between the names")->required();
-    app.add_flag("--parents", options->parents,
-                 "Make what is missing on the way, and say nothing of folders that are there");
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("FOLDER", options->paths, "Folders to make, / between the names").required();
+    arguments.flag("--parents", options->parents,
+                   "Make what is missing on the way, and say nothing of folders that are there");
     run = [options](CommandContext& context) { return Mkdir(*options, context); };
 }
 

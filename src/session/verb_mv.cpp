@@ -43,13 +43,12 @@ int Mv(const MvOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MvOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("PATH", options->paths, "Files and folders to move, / between the names")
-        ->required();
-    app.add_option("-t,--to", options->target, "Folder to move them into; / is the root")
-        ->required();
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("PATH", options->paths, "Files and folders to move, / between the names")
+        .required();
+    arguments.add("-t,--to", options->target, "Folder to move them into; / is the root").required();
     run = [options](CommandContext& context) { return Mv(*options, context); };
 }
 

@@ -47,16 +47,17 @@ int New(const NewOptions& options, CommandContext& context) {
     return kExitDone;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<NewOptions>();
-    app.add_option("PROJECT", options->path,
-                   "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
-        ->required();
-    app.add_flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
-    app.add_option("-l,--label", options->label,
-                   "Name of the volume; without it, the name of the image when it is built");
-    app.add_flag("-f,--force", options->force, "Replace an existing file");
-    app.add_flag("-q,--quiet", options->quiet, "No result line");
+    arguments
+        .add("PROJECT", options->path,
+             "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
+        .required();
+    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
+    arguments.add("-l,--label", options->label,
+                  "Name of the volume; without it, the name of the image when it is built");
+    arguments.flag("-f,--force", options->force, "Replace an existing file");
+    arguments.flag("-q,--quiet", options->quiet, "No result line");
     run = [options](CommandContext& context) { return New(*options, context); };
 }
 

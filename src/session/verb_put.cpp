@@ -179,29 +179,29 @@ int Put(const PutOptions& options, CommandContext& context) {
     return status == kExitDone && batch.itemsLeftOut > 0 ? static_cast<int>(kExitSkipped) : status;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<PutOptions>();
-    const auto words = [&app](const std::string& name, std::string& word, const std::string& help,
-                              const std::vector<std::string>& choices) {
-        CLI::Option* option = app.add_option(name, word, help)->check(CLI::IsMember(choices));
+    const auto words = [&arguments](const std::string& name, std::string& word,
+                                    const std::string& help,
+                                    const std::vector<std::string>& choices) {
+        Option option = arguments.add(name, word, help).oneOf(choices);
         if (!word.empty())
-            option->capture_default_str();
+            option.showDefault();
     };
-    AddPartitionOptions(app, options->partition);
-    app.add_option("FILE", options->paths, "Files, or folders with all that is in them")
-        ->required();
-    app.add_option("-t,--to", options->to,
-                   "Folder of the volume to put them into, / between the names (a / in a "
-                   "Macintosh name is written :); without it, the root");
-    app.add_flag("--parents", options->makesFolder, "Make what is missing of that folder");
-    app.add_option("--type", options->type,
-                   "Type of the files, up to four characters; without it, by their extension");
-    app.add_option("--creator", options->creator, "Creator of the files, in the same way");
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("FILE", options->paths, "Files, or folders with all that is in them").required();
+    arguments.add("-t,--to", options->to,
+                  "Folder of the volume to put them into, / between the names (a / in a "
+                  "Macintosh name is written :); without it, the root");
+    arguments.flag("--parents", options->makesFolder, "Make what is missing of that folder");
+    arguments.add("--type", options->type,
+                  "Type of the files, up to four characters; without it, by their extension");
+    arguments.add("--creator", options->creator, "Creator of the files, in the same way");
     words("--replace", options->replace,
           "Whether existing files are replaced and existing folders filled; ask keeps them where "
           "nobody can be asked",
           {"ask", "yes", "no"});
-    app.add_flag("-f,--force", options->force, "The same as --replace yes");
+    arguments.flag("-f,--force", options->force, "The same as --replace yes");
     words("--containers", options->containers,
           "Whether MacBinary, BinHex, AppleSingle and AppleDouble files are taken apart; yes takes "
           "damaged ones too",
@@ -214,7 +214,7 @@ void SetUp(CLI::App& app, RunVerb& run) {
           "Whether names that are too long are shortened without a question; without it, as the "
           "settings say",
           {"ask", "yes"});
-    app.add_flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
     run = [options](CommandContext& context) { return Put(*options, context); };
 }
 

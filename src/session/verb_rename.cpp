@@ -32,13 +32,12 @@ int Rename(const RenameOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RenameOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("PATH", options->path, "File or folder, / between the names")->required();
-    app.add_option("NAME", options->name,
-                   "Its new name in the same folder (a / in it is written :)")
-        ->required();
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("PATH", options->path, "File or folder, / between the names").required();
+    arguments.add("NAME", options->name, "Its new name in the same folder (a / in it is written :)")
+        .required();
     run = [options](CommandContext& context) { return Rename(*options, context); };
 }
 

@@ -64,13 +64,13 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
     return status;
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ReplaceOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("OLD", options->oldSignature, "Type and creator, eight characters")->required();
-    app.add_option("NEW", options->newSignature, "What takes their place")->required();
-    app.add_flag("--ask", options->ask, "Ask for each file");
-    app.add_flag("-q,--quiet", options->quiet, "No result line");
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("OLD", options->oldSignature, "Type and creator, eight characters").required();
+    arguments.add("NEW", options->newSignature, "What takes their place").required();
+    arguments.flag("--ask", options->ask, "Ask for each file");
+    arguments.flag("-q,--quiet", options->quiet, "No result line");
     run = [options](CommandContext& context) { return Replace(*options, context); };
 }
 

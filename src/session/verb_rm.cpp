@@ -56,15 +56,16 @@ int Rm(const RmOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RmOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("PATH", options->paths,
-                   "Files, or folders with all that is in them, / between the names (a / in a "
-                   "Macintosh name is written :)")
-        ->required();
-    app.add_flag("-f,--force", options->force, "Delete folders that are not empty unasked");
-    app.add_flag("-q,--quiet", options->quiet, "No progress");
+    AddPartitionOptions(arguments, options->partition);
+    arguments
+        .add("PATH", options->paths,
+             "Files, or folders with all that is in them, / between the names (a / in a "
+             "Macintosh name is written :)")
+        .required();
+    arguments.flag("-f,--force", options->force, "Delete folders that are not empty unasked");
+    arguments.flag("-q,--quiet", options->quiet, "No progress");
     run = [options](CommandContext& context) { return Rm(*options, context); };
 }
 

@@ -143,15 +143,15 @@ int Sig(const SigOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SigOptions>();
-    app.add_option("NAME", options->names, "Names of files on the PC, which need not be there");
-    app.add_option("-t,--type", options->type, "The entry for a Macintosh file of that type");
-    app.add_option("-c,--creator", options->creator, "The same with that creator");
-    app.add_flag("-l,--list", options->list, "The whole table");
-    app.add_option("--file", options->file, "Use this .sig file");
-    app.add_option("--register", options->registered, "Keep this .sig file as the table to use");
-    app.add_flag("-j,--json", options->json, "As JSON");
+    arguments.add("NAME", options->names, "Names of files on the PC, which need not be there");
+    arguments.add("-t,--type", options->type, "The entry for a Macintosh file of that type");
+    arguments.add("-c,--creator", options->creator, "The same with that creator");
+    arguments.flag("-l,--list", options->list, "The whole table");
+    arguments.add("--file", options->file, "Use this .sig file");
+    arguments.add("--register", options->registered, "Keep this .sig file as the table to use");
+    arguments.flag("-j,--json", options->json, "As JSON");
     run = [options](CommandContext& context) { return Sig(*options, context); };
 }
 

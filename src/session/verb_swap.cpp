@@ -52,10 +52,10 @@ int Swap(const SwapOptions& options, CommandContext& context) {
     return run.finish();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SwapOptions>();
-    AddPartitionOptions(app, options->partition);
-    app.add_option("PATH", options->paths, "Files, / between the names")->required();
+    AddPartitionOptions(arguments, options->partition);
+    arguments.add("PATH", options->paths, "Files, / between the names").required();
     run = [options](CommandContext& context) { return Swap(*options, context); };
 }
 

@@ -59,12 +59,12 @@ int Tree(const TreeOptions& options, CommandContext& context) {
     return run.exitStatus();
 }
 
-void SetUp(CLI::App& app, RunVerb& run) {
+void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<TreeOptions>();
-    AddViewOptions(app, options->view, "without it, all that are there");
-    app.add_option("PATH", options->path,
-                   "Folder to begin with, / between the names (a / in a Macintosh name is written "
-                   ":); without it, the root");
+    AddViewOptions(arguments, options->view, "without it, all that are there");
+    arguments.add("PATH", options->path,
+                  "Folder to begin with, / between the names (a / in a Macintosh name is written "
+                  ":); without it, the root");
     run = [options](CommandContext& context) { return Tree(*options, context); };
 }
 

@@ -2,14 +2,13 @@
 // run function.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "session/command_context.hpp"
+#include "session/options.hpp"
 
 namespace vellmark {
 
@@ -30,7 +29,7 @@ struct Verb {
     std::string_view summary;  ///< one line of help
     std::string_view example;  ///< a command line
     /// Declares the options and hands over what to run.
-    void (*setUp)(CLI::App& app, RunVerb& run);
+    void (*setUp)(OptionSet& arguments, RunVerb& run);
 };
 
 extern const Verb kVerbAdd;
