@@ -6,6 +6,8 @@
 
 #include "session/extraction.hpp"
 #include "session/image_verbs.hpp"
+#include "session/session_state.hpp"
+#include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -79,10 +81,12 @@ std::string InFolder(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
 }
 
-CopyOutOptions CopyOptionsOf(const GetOptions& options) {
+CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
     CopyOutOptions copy;
     copy.mode = ValueOf(kModes, options.mode);
     copy.naming.policy = ValueOf(kNamings, options.naming);
+    copy.naming.genericExtension = context.session->settings.extension;
+    copy.naming.extendsUnknown = context.session->settings.has(kOptionExtendUnknown);
     copy.existing = options.force ? ExistingFiles::Replace : ExistingFiles::Keep;
     copy.keptHint = kForceHint;
     copy.imagePath = options.view.image;
@@ -98,7 +102,7 @@ class Getter {
           messages_(run.terminal.messages),
           output_(run),
           extractor_({options.view.image, options.force}, messages_, run.terminal.progress),
-          copyOut_(run.view->volume(), CopyOptionsOf(options), signatures, messages_,
+          copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
                    run.terminal.progress, run.context.clock) {}
 
     /// False when the run is at its end: the user stopped it, or nothing more can be written.
@@ -240,8 +244,10 @@ int Get(const GetOptions& options, CommandContext& context) {
                                           option, Printable(options.view.image)));
         run.trees = {run.view->tree(TreeKind::Hfs)};
     }
-    const SignatureTable signatures;
-    Getter getter(run, options, signatures);
+    // Looking for the table of the user is for names alone that need it.
+    const bool needsTable = options.naming == "extension" || options.naming == "append";
+    const SignatureTable none;
+    Getter getter(run, options, needsTable ? SignaturesOf(context, run.terminal.messages) : none);
     for (const std::string& path : options.paths)
         if (!getter.get(path, *intoFolder))
             break;

@@ -226,7 +226,7 @@ CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::str
     }
     if (const std::string problem = batch_.targets.enter(target); !problem.empty())
         return LeaveOut(batch_, path, problem);
-    batch_.progress.journal(1, Say(batch_, kTextCopyingFolder, Shown(path), Printable(target)));
+    batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Shown(path), Printable(target)));
     const CopyOutResult result = copyContents(folder, path, level);
     if (EndsWalk(result))
         return result;

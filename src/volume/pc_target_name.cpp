@@ -7,6 +7,8 @@ namespace vellmark {
 
 namespace {
 
+constexpr std::uint32_t kPolicyBits = 7;
+
 bool HasExtension(std::string_view name) {
     const std::size_t dot = name.rfind('.');
     return dot != name.npos && dot + 1 < name.size();
@@ -24,6 +26,17 @@ std::string ExtensionOf(const std::array<char, 8>& signature, const PcNaming& na
 }
 
 }  // namespace
+
+NamingPolicy NamingPolicyOf(std::uint32_t options) {
+    switch (const auto policy = static_cast<NamingPolicy>(options & kPolicyBits)) {
+        case NamingPolicy::OwnExtension:
+        case NamingPolicy::Ask:
+        case NamingPolicy::Catalog:
+        case NamingPolicy::Append:
+            return policy;
+    }
+    return NamingPolicy::OwnExtension;
+}
 
 std::string PcTargetName(std::string_view shownName, const std::array<char, 8>& signature,
                          const PcNaming& naming, const SignatureTable& table) {

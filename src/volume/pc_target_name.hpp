@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,7 +11,7 @@
 
 namespace vellmark {
 
-/// Values as settings keep them; 1 is the same as 0.
+/// Values as settings keep them.
 enum class NamingPolicy : int {
     OwnExtension =
         0,        ///< the name; without an extension of its own, that of its signature is added
@@ -18,6 +19,10 @@ enum class NamingPolicy : int {
     Catalog = 4,  ///< the name as it stands
     Append = 6,   ///< the name with the extension of its signature, whatever it has
 };
+
+/// The policy in the low three bits of the word of options; values without a meaning, 1 among them,
+/// give `OwnExtension`.
+[[nodiscard]] NamingPolicy NamingPolicyOf(std::uint32_t options);
 
 struct PcNaming {
     NamingPolicy policy = NamingPolicy::Catalog;

@@ -128,21 +128,46 @@ TEST_F(GetTest, AnItemThatCannotBeWrittenIsNamedAndTheRestGoesOn) {
         EXPECT_EQ(path.find(".tmp"), std::string::npos) << path;
 }
 
-TEST(SafePcName, NoNameLeavesItsFolder) {
-    const struct {
-        std::string name;
-        std::string safe;
-    } cases[] = {{"", "_"},
-                 {".", "_"},
-                 {"..", "__"},
-                 {"...", "..."},
-                 {"../../etc/passwd", ".._.._etc_passwd"},
-                 {"/", "_"},
-                 {std::string("\0\0x", 3), "__x"},
-                 {"Icon\r", "Icon\r"},
-                 {"a:b", "a:b"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(SafePcName(c.name), c.safe) << c.name;
+class MacintoshFormTest : public GetTest {
+  protected:
+    void expectUsage(const std::vector<std::string>& options, const std::string& reason) {
+        std::vector<std::string> line = {"get", "disc.iso", "Read Me.txt"};
+        line.insert(line.end(), options.begin(), options.end());
+        EXPECT_EQ(run(line), 2) << err_;
+        EXPECT_NE(err_.find(reason), std::string::npos) << err_;
+    }
+};
+
+TEST_F(MacintoshFormTest, OptionsThatDoNotGoTogetherAreRefused) {
+    make("disc.iso", {"--kind", "iso"});
+    expectUsage({"--mode", "applesingle"}, "disc.iso has none");
+    make("disc.iso", {"--force"});
+    expectUsage({"--mode", "macbinary", "--as", "joliet"}, "not of an ISO 9660 or Joliet tree");
+    expectUsage({"--naming", "append", "--as", "iso"}, "--naming append");
+    expectUsage({"--mode", "appledouble", "-o", "-"}, "two files");
+    expectUsage({"--naming", "ask"}, "needs a terminal");
+    expectUsage({"--mode", "both"}, "--mode");
+    EXPECT_FALSE(fs::exists("Read Me.txt"));
+}
+
+TEST_F(MacintoshFormTest, FormsAndNamesAreThoseThatAreAskedFor) {
+    make("disc.iso");
+    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--mode", "macbinary", "-o", "-"}), 0) << err_;
+    EXPECT_EQ(out_.size(), 134u);
+    EXPECT_EQ(out_.substr(1, 12), "\vRead Me.txt");
+    EXPECT_EQ(out_.substr(128), "hello\n");
+    // No file here has a resource fork: nothing can be made, which is told.
+    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--mode", "resource"}), 1);
+    EXPECT_NE(err_.find("has no resource fork"), std::string::npos) << err_;
+    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "--mode", "resource", "-o", "out"}), 3);
+    EXPECT_EQ(below("out").size(), 1u);
+    asks_ = true;
+    typed_ = "new/name\n";
+    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--naming", "ask"}), 0) << err_;
+    EXPECT_EQ(Bytes("new_name"), "hello\n");
+    typed_ = "";
+    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--naming", "ask"}), 1);
+    EXPECT_NE(err_.find("No name was given"), std::string::npos) << err_;
 }
 
 }  // namespace

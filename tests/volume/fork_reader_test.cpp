@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "volume/catalog_keys.hpp"
+#include "volume/open_fork.hpp"
 #include "volume/volume_bench.hpp"
 
 namespace vellmark {
@@ -112,6 +113,22 @@ class ForkInPieces : public ::testing::TestWithParam<bool> {
 INSTANTIATE_TEST_SUITE_P(BothFormats, ForkInPieces, ::testing::Bool(), [](const auto& test) {
     return std::string(test.param ? "HfsPlus" : "Hfs");
 });
+
+// A habit of HFS+ that is kept: whoever read such a fork may not change the volume any more.
+TEST_P(ForkInPieces, ReadingItBeyondItsRecordKeepsHfsPlusFromChanges) {
+    for (const std::size_t more : {0, 1}) {
+        const std::vector<BlockRun> runs = ScatteredRuns(extentsPerRecord_ + more);
+        if (more == 0)
+            insertFile(runs, 1000);
+        else
+            item_->resource.totalBlocks = BlocksOf(runs), item_->resource.sizeBytes = 1000;
+        insertAllOverflow(runs);
+        std::string problem;
+        EXPECT_TRUE(OpenFork(volume_, *item_, true, problem)) << problem;
+        EXPECT_EQ(volume_.readOnlyReasons.has(ReadOnlyReason::OverflowRead),
+                  isHfsPlus_ && more == 1);
+    }
+}
 
 TEST_P(ForkInPieces, IsReadThroughAllItsRecords) {
     const std::vector<BlockRun> runs = ScatteredRuns(3 * extentsPerRecord_ + 2);
