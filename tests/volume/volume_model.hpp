@@ -1,0 +1,134 @@
+// A volume beside a plain map that is changed in the same way: random operations on both, and what
+// must be equal afterwards.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/pc_folder.hpp"
+#include "volume/volume_bench.hpp"
+
+namespace vellmark::testing {
+
+/// A small volume that fills the whole image, with a catalog that soon becomes full.
+struct VolumeShape {
+    const char* name;
+    bool isHfsPlus;
+    std::uint32_t blockSize;
+    std::uint32_t totalBlocks;
+    std::uint32_t catalogNodes;
+};
+inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
+    return out << shape.name;
+}
+/// Makes the image; false when a write failed.
+[[nodiscard]] bool MakeVolume(const std::string& path, const VolumeShape& shape);
+/// Opens it for changes and loads its bitmap; false when it may only be read.
+[[nodiscard]] bool OpenForChanges(VolumeContext& volume, const std::string& path);
+
+/// The name in the form of the volume, for letters of ASCII.
+[[nodiscard]] CatalogName NameOf(const VolumeContext& volume, const std::string& letters);
+
+/// All that an operation which fails must leave as it was: headers, bitmap, nodes and node maps.
+[[nodiscard]] std::vector<Bytes> StateOf(VolumeContext& volume);
+
+/// What is wrong with the blocks: used twice, used and not marked, or marked for nothing; or "".
+[[nodiscard]] std::string FaultOfBlocks(VolumeContext& volume);
+/// Longest row of free blocks.
+[[nodiscard]] std::uint32_t LongestFreeRun(const VolumeContext& volume);
+
+/// A fork that may end before the length that it tells.
+class CutSource final : public ByteSource {
+  public:
+    explicit CutSource(const Bytes& bytes, bool isCut = false)
+        : bytes_(bytes), end_(isCut ? bytes.size() / 2 : bytes.size()) {}
+    [[nodiscard]] std::uint64_t size() const override { return bytes_.size(); }
+    [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
+
+  private:
+    const Bytes& bytes_;
+    std::size_t end_;
+};
+
+/// A user who ends the work at the first chance, or never.
+class StoppingProgress final : public Progress {
+  public:
+    explicit StoppingProgress(bool stops) : stops_(stops) {}
+    [[nodiscard]] bool chunk(std::uint64_t) override { return !stops_; }
+
+  private:
+    bool stops_;
+};
+
+/// One step of a script: everything else about it follows from its seed and the volume of the
+/// moment, so that a script stays one when steps are dropped.
+struct Step {
+    enum Kind { Folder, File, Replace, Delete, Rename, Recase, Move, Relabel, Swap, Mark, Kinds };
+    Kind kind = Folder;
+    std::uint32_t seed = 0;
+};
+[[nodiscard]] std::string NameOf(const Step& step);
+
+class VolumeModel {
+  public:
+    VolumeModel(const std::string& path, const VolumeShape& shape);
+
+    /// Carries a step out on both sides; what is wrong with its outcome, or "".
+    [[nodiscard]] std::string apply(const Step& step);
+    /// Flushes, mounts anew and compares all; what differs, or "".
+    [[nodiscard]] std::string compare();
+
+    [[nodiscard]] std::size_t itemCount() const { return items_.size(); }
+    [[nodiscard]] int refusals() const { return refusals_; }
+    [[nodiscard]] std::uint32_t catalogNodes() const {
+        return volume_->catalog.header().totalNodes;
+    }
+
+  private:
+    enum class Outcome { Done, Refused, NoRoom, Wrong };
+    struct Item {
+        std::string name;
+        std::uint32_t id = 0;
+        bool isFolder = false;
+        std::string signature;
+        Bytes data;
+        Bytes resource;
+    };
+    /// Parent, and name in small letters: both formats order letters and digits alike.
+    using Key = std::pair<std::uint32_t, std::string>;
+    using Items = std::map<Key, Item>;
+
+    Outcome carryOut(const Step& step, std::mt19937& random);
+    Outcome makeFolder(std::mt19937& random);
+    Outcome putFile(std::mt19937& random, bool replaces);
+    Outcome deleteItem(std::mt19937& random);
+    Outcome rename(std::mt19937& random, bool caseOnly);
+    Outcome move(std::mt19937& random);
+    Outcome relabel(std::mt19937& random);
+    Outcome swapOrMark(std::mt19937& random, bool swaps);
+
+    [[nodiscard]] std::string randomName(std::mt19937& random, std::size_t most) const;
+    [[nodiscard]] Items::iterator randomItem(std::mt19937& random, bool fileOnly = false);
+    [[nodiscard]] std::uint32_t randomFolder(std::mt19937& random) const;
+    [[nodiscard]] bool liesInside(std::uint32_t folder, std::uint32_t outer) const;
+    void forget(Items::iterator item);
+    [[nodiscard]] std::string compareFolder(std::uint32_t id);
+    [[nodiscard]] std::string compareItem(const CatalogItem& got, const Key& key, const Item& item);
+    [[nodiscard]] std::string compareCounts() const;
+
+    std::string path_;
+    std::unique_ptr<VolumeContext> volume_;
+    std::string label_ = "model";
+    Items items_;
+    int refusals_ = 0;
+    std::uint32_t blocksWanted_ = 0;  ///< by the step under way
+};
+
+}  // namespace vellmark::testing

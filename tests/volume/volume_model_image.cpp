@@ -1,0 +1,172 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "volume/block_bitmap.hpp"
+#include "volume/catalog_insert.hpp"
+#include "volume/tree_bench.hpp"
+#include "volume/volume_headers.hpp"
+#include "volume/volume_model.hpp"
+
+namespace vellmark::testing {
+
+namespace {
+
+constexpr std::uint32_t kExtentsNodes = 8;
+
+std::uint32_t BlocksOf(const VolumeShape& shape, std::uint64_t bytes) {
+    return static_cast<std::uint32_t>((bytes + shape.blockSize - 1) / shape.blockSize);
+}
+
+// HFS+: blocks at the front with the header, and at the end with its copy.
+std::uint32_t BlocksInFront(const VolumeShape& shape) {
+    return shape.isHfsPlus ? BlocksOf(shape, 1536) : 0;
+}
+std::uint32_t BlocksAtEnd(const VolumeShape& shape) {
+    return shape.isHfsPlus ? BlocksOf(shape, 1024) : 0;
+}
+
+VolumeParams ParamsOf(const VolumeShape& shape) {
+    VolumeParams params;
+    params.label = "model";
+    params.now = 0xB0000000;
+    params.blockSize = shape.blockSize;
+    params.totalBlocks = shape.totalBlocks;
+    params.clumpSize = shape.blockSize;
+    params.nextCatalogId = 16;
+    params.allocationStart = static_cast<std::uint16_t>(3 + (shape.totalBlocks + 4095) / 4096);
+    const std::uint32_t nodeSize = NewNodeSize(shape.isHfsPlus);
+    std::uint32_t next = BlocksInFront(shape);
+    const auto file = [&](std::uint32_t blocks) {
+        next += blocks;
+        return SystemFile{next - blocks, blocks};
+    };
+    if (shape.isHfsPlus)
+        params.allocationFile = file(BlocksOf(shape, (shape.totalBlocks + 4095) / 4096 * 512));
+    params.extentsFile = file(BlocksOf(shape, kExtentsNodes * nodeSize));
+    params.catalogFile = file(BlocksOf(shape, shape.catalogNodes * nodeSize));
+    params.nextAllocation = next;
+    params.freeBlocks = shape.totalBlocks - next - BlocksAtEnd(shape);
+    return params;
+}
+
+template <typename Name>
+bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shape,
+                  const Name& label) {
+    MemoryNodes nodes(NewNodeSize(shape.isHfsPlus));
+    TreeCursor tree;
+    FolderFacts root;
+    root.id = kRootFolderId;
+    return BuildCatalogTree(tree, nodes, shape.isHfsPlus, shape.catalogNodes) &&
+           InsertFolder(tree, kRootParentId, label, root) == TreeResult::Done &&
+           FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
+}
+
+void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
+    for (const BlockRun& run : runs)
+        for (std::uint32_t i = 0; i < run.blockCount; ++i)
+            ++uses.at(run.startBlock + i);
+}
+
+}  // namespace
+
+bool MakeVolume(const std::string& path, const VolumeShape& shape) {
+    const VolumeParams params = ParamsOf(shape);
+    const std::uint64_t first = shape.isHfsPlus ? 0 : params.allocationStart * 512u;
+    const std::uint64_t bytes =
+        first + std::uint64_t{shape.totalBlocks} * shape.blockSize + (shape.isHfsPlus ? 0 : 1024);
+    const auto at = [&](const SystemFile& file) {
+        return first + std::uint64_t{file.startBlock} * shape.blockSize;
+    };
+    Bytes bitmap = UsedBlocks(params.nextAllocation, (shape.totalBlocks + 4095) / 4096);
+    for (std::uint32_t i = 1; i <= BlocksAtEnd(shape); ++i) {
+        const std::uint32_t block = shape.totalBlocks - i;
+        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | 0x80 >> block % 8);
+    }
+    PcFile image(path, PcFile::Mode::CreateTruncate);
+    const auto writeHeaders = [&](const auto& header) {
+        return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
+    };
+    if (!image.setSize(bytes) ||
+        !(shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
+                          : writeHeaders(BuildMasterDirectoryBlock(params))) ||
+        !image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) ||
+        !WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
+                          params.extentsFile.blockCount * shape.blockSize))
+        return false;
+    return shape.isHfsPlus
+               ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
+               : WriteCatalog(image, at(params.catalogFile), shape, std::string_view("model"));
+}
+
+bool OpenForChanges(VolumeContext& volume, const std::string& path) {
+    KeptMessages messages;
+    return OpenVolume(volume, {path, true}, messages) &&
+           LoadAllocationState(volume) == TreeResult::Done;
+}
+
+CatalogName NameOf(const VolumeContext& volume, const std::string& letters) {
+    if (!volume.isHfsPlus)
+        return {letters, {}};
+    return {{}, std::u16string(letters.begin(), letters.end())};
+}
+
+std::vector<Bytes> StateOf(VolumeContext& volume) {
+    const auto mdb = AsBytes(volume.mdb);
+    const auto vhb = AsBytes(volume.vhb);
+    std::vector<Bytes> state = AllNodes(volume.catalog);
+    for (Bytes& node : AllNodes(volume.extents))
+        state.push_back(std::move(node));
+    state.emplace_back(mdb.begin(), mdb.end());
+    state.emplace_back(vhb.begin(), vhb.end());
+    state.push_back(volume.allocation.bitmap);
+    return state;
+}
+
+std::string FaultOfBlocks(VolumeContext& volume) {
+    const std::uint32_t total = volume.totalBlocks();
+    std::vector<int> uses(total);
+    for (const auto* nodes : {volume.catalogNodes.get(), volume.extentsNodes.get()})
+        Count(uses, nodes->runs());
+    Count(uses, volume.allocation.file);
+    const VolumeShape shape{"", volume.isHfsPlus, volume.blockSize, total, 0};
+    Count(uses, {{0, BlocksInFront(shape)}, {total - BlocksAtEnd(shape), BlocksAtEnd(shape)}});
+    const TreeResult walked =
+        WalkVolume(volume, 100'000, [&](const std::string&, const CatalogItem& item) {
+            for (const bool resource : {false, true}) {
+                std::vector<BlockRun> runs;
+                if (!item.isFolder && ForkRuns(volume, item, resource, runs) == TreeResult::Done)
+                    Count(uses, runs);
+            }
+        });
+    if (walked != TreeResult::Done)
+        return "a folder cannot be listed";
+    std::uint32_t free = 0;
+    for (std::uint32_t block = 0; block < total; ++block) {
+        const bool marked = IsWhollyUsed(volume.allocation.bitmap, {block, 1});
+        if (uses[block] > 1 || marked != (uses[block] == 1))
+            return fmt::format("block {}: {} uses, {}", block, uses[block],
+                               marked ? "marked" : "not marked");
+        free += marked ? 0 : 1;
+    }
+    return free == volume.freeBlocks() ? "" : "number of free blocks";
+}
+
+std::uint32_t LongestFreeRun(const VolumeContext& volume) {
+    const std::uint32_t total = volume.totalBlocks();
+    std::uint32_t longest = 0;
+    std::uint32_t row = 0;
+    for (std::uint32_t block = 0; block < total; ++block) {
+        row = IsWhollyUsed(volume.allocation.bitmap, {block, 1}) ? 0 : row + 1;
+        longest = std::max(longest, row);
+    }
+    return longest;
+}
+
+std::size_t CutSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
+    const std::size_t count = offset >= end_ ? 0 : std::min(out.size(), end_ - offset);
+    std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), count, out.begin());
+    return count;
+}
+
+}  // namespace vellmark::testing
