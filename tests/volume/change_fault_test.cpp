@@ -1,0 +1,203 @@
+// Changes that end half-way: the n-th write fails, a source ends early, the user stops, the volume
+// is full. All is then as before, and the change can be made again.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "volume/catalog_changes.hpp"
+#include "volume/catalog_delete.hpp"
+#include "volume/file_store.hpp"
+#include "volume/volume_model.hpp"
+
+namespace vellmark {
+namespace {
+
+using testing::Bytes;
+using testing::kClock;
+using testing::NameOf;
+using testing::OpenForChanges;
+using testing::ReadFork;
+using testing::StateOf;
+
+class ChangeFault : public ::testing::TestWithParam<bool> {
+  protected:
+    const bool isHfsPlus_ = GetParam();
+    void SetUp() override { open({"", isHfsPlus_, isHfsPlus_ ? 1024u : 512u, 2000, 5}); }
+
+    void open(const testing::VolumeShape& shape) {
+        ASSERT_TRUE(MakeVolume(path_, shape));
+        ASSERT_TRUE(OpenForChanges(volume_, path_));
+    }
+    // From the `first`-th write on nothing is written.
+    void failWrites(int first) {
+        left_ = first;
+        hasFailed_ = false;
+        volume_.transferSlot = volume_.transferSlot2 = [this](const SectorRequest& request) {
+            hasFailed_ = hasFailed_ || (request.command == kCommandWrite && --left_ <= 0);
+            return hasFailed_ && request.command == kCommandWrite
+                       ? 1
+                       : TransferSectors(volume_, request);
+        };
+    }
+    void mendWrites() {
+        volume_.transferSlot = volume_.transferSlot2 = [this](const SectorRequest& request) {
+            return TransferSectors(volume_, request);
+        };
+    }
+    TreeResult makeFolder(int number) {
+        std::uint32_t id = 0;
+        return CreateFolder(volume_, fmt::format("folder {:03}", number), kRootFolderId, kClock,
+                            id);
+    }
+    StoreResult put(const std::string& name, const Bytes& bytes, bool isCut = false,
+                    bool stops = false) {
+        testing::CutSource data(bytes);
+        testing::CutSource resource(bytes, isCut);
+        testing::StoppingProgress progress(stops);
+        NewFile file;
+        file.parentId = kRootFolderId;
+        file.name = NameOf(volume_, name);
+        file.data = &data;
+        file.resource = &resource;
+        EXPECT_EQ(FindNamed(volume_, kRootFolderId, file.name, kClock, file.replaced),
+                  TreeResult::Done);
+        return AddFileToCatalog(volume_, file, progress);
+    }
+    EditResult remove(const std::string& name) {
+        testing::KeptMessages messages;
+        Progress progress;
+        RememberedAnswer answer;
+        DeleteContext context{messages, progress, kClock, answer, false};
+        return DeleteItemByName(volume_, NameOf(volume_, name), kRootFolderId, context);
+    }
+    Bytes contents(const std::string& name, bool resource) {
+        std::optional<CatalogItem> item;
+        EXPECT_EQ(FindItem(volume_, kRootFolderId, name, kClock, item), TreeResult::Done);
+        return item ? ReadFork(volume_, *item, resource) : Bytes{};
+    }
+    void expectSound() {
+        ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+        ASSERT_TRUE(OpenForChanges(volume_, path_));
+        EXPECT_EQ(testing::FaultOfBlocks(volume_), "");
+        testing::ExpectReadersFindNoFault(path_);
+    }
+
+    TemporaryFolder folder_;
+    const std::string path_ = folder_.path() + "/volume";
+    VolumeContext volume_;
+    int left_ = 0;
+    bool hasFailed_ = false;
+};
+INSTANTIATE_TEST_SUITE_P(BothFormats, ChangeFault, ::testing::Bool(), [](const auto& test) {
+    return std::string(test.param ? "HfsPlus" : "Hfs");
+});
+
+TEST_P(ChangeFault, AFlushThatFailsIsToldAndCanBeRepeated) {
+    bool allDone = false;
+    for (int sweep = 1; !allDone; ++sweep) {
+        SCOPED_TRACE(sweep);
+        SetUp();
+        for (int i = 0; i < 20; ++i)
+            ASSERT_EQ(makeFolder(i), TreeResult::Done);
+        ASSERT_EQ(put("file", Bytes(5000, 1)), StoreResult::Done);
+        failWrites(sweep);
+        const TreeResult result = FlushVolume(volume_, kClock);
+        ASSERT_EQ(result, hasFailed_ ? TreeResult::Failed : TreeResult::Done);
+        allDone = !hasFailed_;
+        mendWrites();
+        ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+        ASSERT_TRUE(OpenForChanges(volume_, path_));
+        ASSERT_EQ(testing::FaultOfBlocks(volume_), "");
+        ASSERT_EQ(ReadValence(volume_, kRootFolderId), 21u);
+        ASSERT_EQ(contents("file", true), Bytes(5000, 1));
+    }
+    testing::ExpectReadersFindNoFault(path_);
+}
+
+TEST_P(ChangeFault, AForkThatIsNotWhollyWrittenLeavesNothing) {
+    ASSERT_EQ(put("old", Bytes(3000, 7)), StoreResult::Done);
+    const std::vector<Bytes> before = StateOf(volume_);
+    const Bytes bytes(2'500'000 / 10, 1);
+    for (const int sweep : {1, 2}) {
+        failWrites(sweep);
+        EXPECT_EQ(put("new", bytes), StoreResult::TargetFailed);
+        EXPECT_EQ(put("old", bytes), StoreResult::TargetFailed);
+        mendWrites();
+        EXPECT_TRUE(StateOf(volume_) == before);
+    }
+    EXPECT_EQ(put("new", bytes, true), StoreResult::SourceFailed);
+    EXPECT_EQ(put("old", bytes, true), StoreResult::SourceFailed);
+    EXPECT_EQ(put("new", bytes, false, true), StoreResult::Stopped);
+    EXPECT_TRUE(StateOf(volume_) == before);
+    EXPECT_EQ(contents("old", false), Bytes(3000, 7));
+    expectSound();
+}
+
+// The catalog must grow, and the zeros of its new nodes cannot be written.
+TEST_P(ChangeFault, ACatalogThatCannotGrowStaysAsItWas) {
+    int failures = 0;
+    for (int i = 0; i < 200; ++i) {
+        const std::vector<Bytes> before = StateOf(volume_);
+        failWrites(1);
+        const TreeResult result = makeFolder(i);
+        mendWrites();
+        if (result == TreeResult::Done)
+            continue;
+        ++failures;
+        ASSERT_EQ(result, TreeResult::Failed);
+        ASSERT_TRUE(StateOf(volume_) == before);
+        ASSERT_EQ(makeFolder(i), TreeResult::Done);
+    }
+    EXPECT_GE(failures, 2);
+    expectSound();
+    EXPECT_EQ(ReadValence(volume_, kRootFolderId), 200u);
+}
+
+// The blocks of the old file are the only ones left for the new one: it must not lose its bytes to
+// a new one that does not come to its end.
+TEST_P(ChangeFault, OnAFullVolumeTheOldFileOutlivesANewOneThatFails) {
+    const std::size_t half = std::size_t{volume_.freeBlocks()} * volume_.blockSize / 2 - 60'000;
+    const Bytes old(half, 7);
+    ASSERT_EQ(put("file", old), StoreResult::Done);
+    const std::vector<Bytes> before = StateOf(volume_);
+    EXPECT_EQ(put("file", Bytes(half, 8), true), StoreResult::SourceFailed);
+    EXPECT_EQ(put("file", Bytes(half, 8), false, true), StoreResult::Stopped);
+    EXPECT_EQ(put("file", Bytes(2 * half, 8)), StoreResult::NoRoom);
+    EXPECT_TRUE(StateOf(volume_) == before);
+    EXPECT_TRUE(contents("file", false) == old && contents("file", true) == old);
+    EXPECT_EQ(put("file", Bytes(half - 1, 9)), StoreResult::Done);
+    EXPECT_TRUE(contents("file", true) == Bytes(half - 1, 9));
+    expectSound();
+}
+
+// Free blocks lie in short rows only: the catalog gets a run after the other, until its record in
+// the header is full, then in the extents tree, and at last there is no room.
+TEST_P(ChangeFault, ACatalogOfManyRunsGoesOnInTheExtentsTree) {
+    const std::uint32_t row = isHfsPlus_ ? 8 : 2;
+    int files = 0;
+    while (put(fmt::format("gap {}", files), Bytes(row * volume_.blockSize / 2, 1)) ==
+               StoreResult::Done &&
+           put(fmt::format("wall {}", files), Bytes(1, 1)) == StoreResult::Done)
+        ++files;
+    ASSERT_GT(files, 40);
+    for (int i = 0; i < files; ++i)
+        ASSERT_EQ(remove(fmt::format("gap {}", i)), EditResult::Done);
+    const std::uint32_t itemsBefore = ReadValence(volume_, kRootFolderId).value_or(0);
+    const std::size_t runsBefore = volume_.catalogNodes->runs().size();
+    std::uint32_t folders = 0;
+    while (makeFolder(static_cast<int>(folders)) == TreeResult::Done)
+        ++folders;
+    const std::vector<Bytes> before = StateOf(volume_);
+    EXPECT_EQ(makeFolder(-1), TreeResult::Full);
+    EXPECT_TRUE(StateOf(volume_) == before);
+    EXPECT_GT(volume_.catalogNodes->runs().size(), runsBefore + 16) << "three records";
+    expectSound();
+    std::vector<CatalogItem> items;
+    ASSERT_EQ(ListFolder(volume_, kRootFolderId, kClock, items), TreeResult::Done);
+    EXPECT_EQ(items.size(), itemsBefore + folders);
+    for (const CatalogItem& item : items)
+        ASSERT_EQ(remove(item.name), EditResult::Done);
+    expectSound();
+}
+
+}  // namespace
+}  // namespace vellmark
