@@ -1,5 +1,5 @@
-// A source whose readers are told to a `Progress`: long copies show how far they are, and end within
-// one piece when they are to stop.
+// A source whose readers are told to a `Progress`: long copies show how far they are, and end
+// within one piece when they are to stop.
 #pragma once
 
 #include "support/byte_source.hpp"

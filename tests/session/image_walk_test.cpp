@@ -46,7 +46,8 @@ class MadeUpTree final : public TreeView {
 
 class Recorder final : public TreeWalker {
   public:
-    explicit Recorder(std::uint64_t mostEntries = WalkGuard::kMostEntries) : TreeWalker(mostEntries) {}
+    explicit Recorder(std::uint64_t mostEntries = WalkGuard::kMostEntries)
+        : TreeWalker(mostEntries) {}
     std::vector<std::string> steps;
     std::vector<std::string> problems;
     std::string stopAt;

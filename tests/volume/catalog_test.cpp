@@ -156,7 +156,8 @@ TEST_P(Catalog, FoldersAreListedInTheOrderOfTheFormat) {
     // The colon that is shown is a slash on the disk.
     const auto item = find("A:B");
     ASSERT_TRUE(item);
-    EXPECT_EQ(isHfsPlus_ ? item->catalogName.hfsPlus == u"a/b" : item->catalogName.hfs == "a/b", true);
+    EXPECT_EQ(isHfsPlus_ ? item->catalogName.hfsPlus == u"a/b" : item->catalogName.hfs == "a/b",
+              true);
 }
 
 TEST_P(Catalog, ItemsAreFoundWithoutRegardToCase) {
