@@ -1,11 +1,12 @@
-"""Times hybrid images beside other programs; see docs/performance.md. Prints Markdown tables."""
+"""Times images and volumes beside other programs; see docs/performance.md. Prints Markdown."""
 
 import os
 import sys
 from pathlib import Path
 
 import trees
-from measure import Contender, race
+import volumes
+from measure import Contender, race, verdict
 
 RECORD_BYTES = 756              # of an item in the project file
 SMALL_COUNT = 20_000
@@ -36,11 +37,6 @@ def all_contenders():
                   ["cat", *sorted(str(path.relative_to(tree)) for path in tree.rglob("*")
                                   if path.is_file())], stdout_is_output=True),
     ]
-
-
-def verdict(value, limit):
-    """Whether a ratio is within what is to be reached."""
-    return f"{value:.2f} (at most {limit:g}{'' if value <= limit else ', **missed**'})"
 
 
 def side_by_side(title, tree, records, limits):
@@ -93,6 +89,7 @@ def main():
     side_by_side("8 files of 64 MiB", trees.large_files(PLACE), 9,
                  (("cat", 1.3), ("genisoimage -hfs -J", 1), ("xorriso -J -hfsplus", 1)))
     scaling()
+    volumes.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 

@@ -11,10 +11,11 @@ ROUNDS = 5
 
 @dataclass
 class Contender:
-    """A program that makes one file of a tree, and what its runs cost."""
+    """A program that makes or changes one file, mostly from a tree, and what its runs cost."""
 
     name: str
     command: object             # called with (tree, output): the words to run
+    prepare: object = None      # called with (output) before each run, and not measured
     seconds: list = field(default_factory=list)
     cpu_seconds: list = field(default_factory=list)
     peak_kib: int = 0
@@ -34,6 +35,8 @@ class Contender:
 def run_once(contender, tree, output):
     """Runs a contender; returns (seconds, seconds of processor, peak memory in KiB)."""
     output.unlink(missing_ok=True)
+    if contender.prepare:
+        contender.prepare(output)
     words = contender.command(tree, output)
     target = open(output, "wb") if contender.stdout_is_output else subprocess.DEVNULL
     begin = time.perf_counter()
@@ -49,7 +52,7 @@ def run_once(contender, tree, output):
         target.close()
     if process.returncode != 0:
         raise SystemExit(f"{words[:4]}: status {process.returncode}: {said.decode()[-400:]}")
-    output.unlink()
+    output.unlink(missing_ok=True)
     return seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss
 
 
@@ -64,3 +67,8 @@ def race(contenders, tree, output):
             contender.cpu_seconds.append(cpu)
             contender.peak_kib = max(contender.peak_kib, peak)
     return contenders
+
+
+def verdict(value, limit):
+    """Whether a ratio is within what is to be reached."""
+    return f"{value:.2f} (at most {limit:g}{'' if value <= limit else ', **missed**'})"

@@ -35,6 +35,25 @@ def small_files(root, count, folders):
     return _make(root / f"{count} in {folders}", fill)
 
 
+def equal_files(root, count):
+    """`count` files of 4 KiB in one folder."""
+    def fill(place):
+        chosen = random.Random(count)
+        for index in range(count):
+            (place / f"note {index:06d}.txt").write_bytes(chosen.randbytes(4096))
+    return _make(root / f"{count} equal", fill)
+
+
+def one_large_file(root):
+    """One file of 700 MiB."""
+    def fill(place):
+        chosen = random.Random(700)
+        with open(place / "large.bin", "wb") as file:
+            for _ in range(700):
+                file.write(chosen.randbytes(MEGABYTE))
+    return _make(root / "one large", fill)
+
+
 def large_files(root):
     """8 files of 64 MiB."""
     def fill(place):

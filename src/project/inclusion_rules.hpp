@@ -22,6 +22,9 @@ struct InclusionAnswers {
     RememberedAnswer appleContainer;
     RememberedAnswer executable;
 };
+/// For a batch in which nobody is asked.
+inline constexpr InclusionAnswers kYesToAll = {
+    {Remembered::YesToAll}, {Remembered::YesToAll}, {Remembered::YesToAll}};
 
 [[nodiscard]] FileClass ClassOf(const ProjectRecord& record);
 

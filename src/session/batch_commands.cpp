@@ -19,8 +19,6 @@ namespace vellmark {
 namespace {
 
 constexpr TruncationAnswers kShortenAll = {true, true, true};
-constexpr InclusionAnswers kYesToAll = {Remembered::YesToAll, Remembered::YesToAll,
-                                        Remembered::YesToAll};
 /// Begins the path of a file that lists what is to be included.
 constexpr char kListSign = '$';
 

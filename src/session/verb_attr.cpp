@@ -176,6 +176,7 @@ int Attr(const AttrOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AttrOptions>();
     std::vector<std::string> names;
+    names.reserve(std::size(kFlags));
     for (const FlagName& flag : kFlags)
         names.emplace_back(flag.name);
     AddPartitionOptions(arguments, options->partition);

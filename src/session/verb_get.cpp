@@ -52,6 +52,7 @@ constexpr std::array<Keyword<NamingPolicy>, 4> kNamings = {
 template <typename Table>
 std::vector<std::string> WordsOf(const Table& table) {
     std::vector<std::string> words;
+    words.reserve(table.size());
     for (const auto& row : table)
         words.emplace_back(row.word);
     return words;

@@ -69,7 +69,7 @@ int Make(MakeOptions& options, CommandContext& context) {
         return kExitFailed;
     // The folder is to look the same on both sides, so nothing is asked.
     InclusionOptions inclusion{context.clock};
-    inclusion.answers = {Remembered::YesToAll, Remembered::YesToAll, Remembered::YesToAll};
+    inclusion.answers = kYesToAll;
     inclusion.truncation = {true, true, true};
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});

@@ -134,7 +134,7 @@ std::string PathOf(VolumeContext& volume, const SearchHit& hit) {
         std::optional<ThreadFacts> thread;
         if (ReadThread(volume, folder, thread) != TreeResult::Done || !thread)
             break;
-        path = ShownName(volume, thread->name) + "/" + path;
+        path.insert(0, ShownName(volume, thread->name).append("/"));
         folder = thread->parentId;
     }
     return path;
