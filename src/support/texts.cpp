@@ -1,5 +1,8 @@
 #include "support/texts.hpp"
 
+#include <fmt/args.h>
+#include <fmt/printf.h>
+
 #include <algorithm>
 #include <functional>
 
@@ -43,6 +46,14 @@ std::string_view Text(int number, Language language) {
         return Find(kFrench, number);
     return language == Language::French ? Find(kFrench, number + kFrenchOffset)
                                         : Find(kEnglish, number);
+}
+
+std::string FormatOperands(std::string_view format, std::initializer_list<TextOperand> operands) {
+    fmt::dynamic_format_arg_store<fmt::printf_context> store;
+    for (const TextOperand& operand : operands)
+        std::visit([&store](auto value) { store.push_back(value); }, operand.value);
+    return fmt::vsprintf(fmt::string_view(format.data(), format.size()),
+                         fmt::basic_format_args<fmt::printf_context>(store));
 }
 
 }  // namespace vellmark
