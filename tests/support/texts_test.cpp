@@ -1,6 +1,7 @@
 #include "support/texts.hpp"
 
 #include <fmt/args.h>
+#include <fmt/printf.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
