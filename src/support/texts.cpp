@@ -37,6 +37,31 @@ std::string_view Find(const Row (&rows)[count], int number) {
     return row != std::ranges::end(rows) && row->number == number ? row->text : std::string_view{};
 }
 
+// The letters behind `%` that told a C library how wide an operand is: an operand tells that
+// itself.
+constexpr std::string_view kSizes[] = {"I64", "I32", "ll", "l", "L", "hh", "h"};
+
+std::string WithoutSizes(std::string_view format) {
+    std::string plain;
+    plain.reserve(format.size());
+    while (!format.empty()) {
+        const std::size_t percent = std::min(format.find('%'), format.size());
+        const std::size_t width =
+            std::min(format.find_first_not_of("-+ #0123456789.", percent + 1), format.size());
+        plain.append(format.substr(0, width));
+        format.remove_prefix(width);
+        for (const std::string_view size : kSizes)
+            if (percent < width && format.starts_with(size)) {
+                format.remove_prefix(size.size());
+                break;
+            }
+        // The letter of the conversion, which is a `%` in `%%`.
+        plain.append(format.substr(0, 1));
+        format.remove_prefix(std::min<std::size_t>(format.size(), 1));
+    }
+    return plain;
+}
+
 }  // namespace
 
 std::string_view Text(int number, Language language) {
@@ -52,8 +77,7 @@ std::string FormatOperands(std::string_view format, std::initializer_list<TextOp
     fmt::dynamic_format_arg_store<fmt::printf_context> store;
     for (const TextOperand& operand : operands)
         std::visit([&store](auto value) { store.push_back(value); }, operand.value);
-    return fmt::vsprintf(fmt::string_view(format.data(), format.size()),
-                         fmt::basic_format_args<fmt::printf_context>(store));
+    return fmt::vsprintf(WithoutSizes(format), fmt::basic_format_args<fmt::printf_context>(store));
 }
 
 }  // namespace vellmark

@@ -31,7 +31,8 @@ class TextOperand {
     std::variant<std::string_view, std::int64_t, std::uint64_t, double> value;
 };
 
-/// `format` with its operands put in. The work is done in one place, as the library behind it is
+/// `format` with its operands put in, as wide as they are: letters of size in it (`%I64d`, `%lu`)
+/// count for nothing. The work is done in one place, as the library behind it is
 /// large and slow to compile.
 [[nodiscard]] std::string FormatOperands(std::string_view format,
                                          std::initializer_list<TextOperand> operands);
