@@ -10,7 +10,7 @@ namespace {
 constexpr UnixSeconds kDaySeconds = 86400;
 
 MacSeconds Clamp(std::int64_t seconds) {
-    return static_cast<MacSeconds>(std::clamp<std::int64_t>(seconds, 0, 0xFFFFFFFF));
+    return static_cast<MacSeconds>(std::clamp<std::int64_t>(seconds, 1, 0xFFFFFFFF));
 }
 
 }  // namespace

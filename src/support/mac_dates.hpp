@@ -15,7 +15,8 @@ using MacSeconds = std::uint32_t;
 /// Seconds from 1904-01-01 to 1970-01-01.
 inline constexpr std::int64_t kMacEpochOffset = 2'082'844'800;
 
-/// GMT, for HFS+. An instant outside 1904 to 2040 becomes the nearest one that the field holds.
+/// GMT, for HFS+. An instant outside 1904 to 2040 becomes the nearest one that the field holds,
+/// which is 1 at the lower end: 0 stands for no date.
 [[nodiscard]] MacSeconds ToMacGmt(UnixSeconds at);
 /// Local time, for HFS and for project records, with the same limits.
 [[nodiscard]] MacSeconds ToMacLocal(UnixSeconds at, const Clock& clock);

@@ -24,9 +24,9 @@ class SummerClock final : public Clock {
 
 TEST(MacDates, GmtKeepsToItsField) {
     EXPECT_EQ(ToMacGmt(0), 2'082'844'800u);
-    EXPECT_EQ(ToMacGmt(kFirst), 0u);
-    EXPECT_EQ(ToMacGmt(kFirst - 1), 0u);
-    EXPECT_EQ(ToMacGmt(kFirst - 10'000'000'000), 0u);
+    EXPECT_EQ(ToMacGmt(kFirst + 1), 1u);
+    EXPECT_EQ(ToMacGmt(kFirst), 1u) << "0 is no date";
+    EXPECT_EQ(ToMacGmt(kFirst - 10'000'000'000), 1u);
     EXPECT_EQ(ToMacGmt(kLast), 0xFFFFFFFFu);
     EXPECT_EQ(ToMacGmt(kLast + 1), 0xFFFFFFFFu);
     EXPECT_EQ(FromMacGmt(0), kFirst);
@@ -39,7 +39,7 @@ TEST(MacDates, LocalTimeAddsTheZone) {
     EXPECT_EQ(ToMacLocal(0, east), 2'082'844'800u + 7200u);
     EXPECT_EQ(ToMacLocal(0, west), 2'082'844'800u - 18000u);
     EXPECT_EQ(FromMacLocal(2'082'844'800u + 7200u, east), 0);
-    EXPECT_EQ(ToMacLocal(kFirst, west), 0u);          // below 1904 in that zone
+    EXPECT_EQ(ToMacLocal(kFirst, west), 1u);          // below 1904 in that zone
     EXPECT_EQ(ToMacLocal(kLast, east), 0xFFFFFFFFu);  // behind 2040 in that zone
     EXPECT_EQ(MacDateNow(east, true), 3'082'844'800u);
     EXPECT_EQ(MacDateNow(east, false), 3'082'844'800u + 7200u);
