@@ -100,7 +100,7 @@ ContainerFault FaultOf(const ByteSource& file, const EntryTable& table, bool wit
         return ContainerFault::DataForkCut;
     if (endsBeyond(table.resource))
         return ContainerFault::ResourceForkCut;
-    return ContainerFault::None;
+    return endsBeyond(table.finder) ? ContainerFault::FinderInfoCut : ContainerFault::None;
 }
 
 MacContainer ReadAppleFile(ByteSource& file, std::uint32_t magic) {
@@ -112,9 +112,10 @@ MacContainer ReadAppleFile(ByteSource& file, std::uint32_t magic) {
     const bool withData = magic == kAppleSingleMagic;
     const EntryTable table = ReadEntryTable(file);
     container.fault = FaultOf(file, table, withData);
+    // A sidecar is of use without anything in it: the data fork lies elsewhere.
+    container.usable = container.fault != ContainerFault::HeaderCut || !withData;
     if (container.fault == ContainerFault::HeaderCut)
         return container;
-    container.usable = true;
     container.info.finder = ReadFinderInfo(file, table);
     container.resource = SliceOf(file, table.resource);
     if (table.resource)

@@ -63,9 +63,11 @@ static_assert(sizeof(AppleFileDates) == 16);
 
 /// The forks and the Finder information of an AppleSingle file. A fork without an entry is empty;
 /// of two entries for one thing the first counts. Faults: `NotThisFormat`, `HeaderCut`,
-/// `EntryOverlapsHeader`, `DataForkCut`, `ResourceForkCut`; all but the first two leave it usable.
+/// `EntryOverlapsHeader`, `DataForkCut`, `ResourceForkCut`, `FinderInfoCut`; all but the first two
+/// leave it usable.
 [[nodiscard]] MacContainer ReadSingleForks(ByteSource& file);
 /// The same of a sidecar; its data fork is the other file, and an entry for it is not looked at.
+/// One whose table is cut short is usable too, with nothing in it.
 [[nodiscard]] MacContainer ReadDoubleResource(ByteSource& sidecar);
 /// File type and creator from a file of either format; nothing when it is neither or has none. They
 /// may be eight zeros: then the file has no signature of its own.

@@ -15,6 +15,8 @@ namespace {
 constexpr std::string_view kRecognitionText = "This file must be converted with BinHex 4.0";
 constexpr std::size_t kRecognitionBytes = 128;
 constexpr std::size_t kLongestName = 63;
+/// MacBinary takes no file without a name.
+constexpr std::string_view kNoName = "?";
 constexpr std::uint64_t kPieceBytes = 64 * 1024;
 
 /// What follows the name.
@@ -56,14 +58,13 @@ BinHexOutcome ReadHeader(BinHexReader& reader) {
     if (reader.read({name.data(), 1}) < 1)
         return outcome;
     const std::size_t length = name[0];
-    if (length < 1 || length > kLongestName) {
+    if (length > kLongestName) {
         outcome.fault = ContainerFault::HeaderInvalid;
         return outcome;
     }
     if (reader.read({name.data() + 1, length}) < length ||
         reader.read({reinterpret_cast<std::uint8_t*>(&tail), sizeof(tail)}) < sizeof(tail))
         return outcome;
-    outcome.usable = true;
     outcome.info.name.assign(reinterpret_cast<const char*>(name.data()) + 1, length);
     outcome.info.finder.signature = UpToZero(tail.signature);
     outcome.info.finder.flags = tail.finderFlags;
@@ -71,8 +72,12 @@ BinHexOutcome ReadHeader(BinHexReader& reader) {
     outcome.info.resourceLength = tail.resourceLength;
     const std::uint16_t checksum = Crc16(AsBytes(tail).first(offsetof(BinHexHeaderTail, checksum)),
                                          Crc16(std::span(name).first(1 + length)));
-    outcome.fault =
-        checksum == tail.checksum ? ContainerFault::None : ContainerFault::HeaderChecksum;
+    const bool isProven = checksum == tail.checksum;
+    // Without a name it can only be believed when all else is right.
+    outcome.usable = isProven || length > 0;
+    outcome.fault = isProven      ? ContainerFault::None
+                    : length == 0 ? ContainerFault::HeaderInvalid
+                                  : ContainerFault::HeaderChecksum;
     return outcome;
 }
 
@@ -160,7 +165,10 @@ Pass RunPass(ByteSource& text, std::uint64_t offset, BinHexRunRule rule, ByteSin
     if (!pass.outcome.usable)
         return pass;
     const MacFileInfo& info = pass.outcome.info;
-    if (target != nullptr && !target->writeRecord(0, MakeMacBinaryHeader(info))) {
+    MacFileInfo told = info;
+    if (told.name.empty())
+        told.name = kNoName;
+    if (target != nullptr && !target->writeRecord(0, MakeMacBinaryHeader(told))) {
         pass.outcome.fault = ContainerFault::TargetFailed;
         return pass;
     }

@@ -23,14 +23,16 @@ struct BinHexOutcome {
 [[nodiscard]] bool IsBinHexFile(ByteSource& text);
 
 /// Reads the header without the forks, however long it is. Faults: `NotThisFormat`, `HeaderCut`,
-/// `HeaderInvalid` (length of the name), `HeaderChecksum`, which leaves it usable.
+/// `HeaderInvalid` (length of the name), `HeaderChecksum`, which leaves it usable. An empty name is
+/// taken from a header with a right checksum only.
 [[nodiscard]] BinHexOutcome PeekBinHexHeader(ByteSource& text);
 
-/// Writes the file in MacBinary form to `target`, from its byte 0. A file with wrong checksums and
-/// one that ends too soon are damaged but usable: what there is of them is written, and the lengths
-/// in the header are those that were told. Faults: those of the header, `DataForkCut`,
-/// `ResourceForkCut`, `DataChecksum`, `ResourceChecksum`, `TargetFailed`. The checksum of an empty
-/// resource fork may be missing. Memory stays the same whatever the lengths are.
+/// Writes the file in MacBinary form to `target`, from its byte 0; one without a name as `?`. A
+/// file with wrong checksums and one that ends too soon are damaged but usable: what there is of
+/// them is written, and the lengths in the header are those that were told. Faults: those of the
+/// header, `DataForkCut`, `ResourceForkCut`, `DataChecksum`, `ResourceChecksum`, `TargetFailed`.
+/// The checksum of an empty resource fork may be missing. Memory stays the same whatever the
+/// lengths are.
 [[nodiscard]] BinHexOutcome DecodeBinHex(ByteSource& text, ByteSink& target);
 
 }  // namespace vellmark

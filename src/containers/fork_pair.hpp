@@ -21,13 +21,14 @@ enum class ContainerFault {
     HeaderInvalid,        ///< no usable name, where the format keeps one
     HeaderChecksum,       ///< BinHex: the header's checksum is wrong
     EntryOverlapsHeader,  ///< AppleSingle, AppleDouble: an entry begins within the table of entries
-    DataForkCut,          ///< the told length of the data fork goes beyond the file
-    ResourceForkCut,      ///< the same of the resource fork
-    DataChecksum,         ///< BinHex: the data fork's checksum is wrong or missing
-    ResourceChecksum,     ///< BinHex: the resource fork's checksum is wrong or missing
-    ForkTooLong,          ///< writing: the format keeps 32 bits of a length or an offset
-    SourceFailed,         ///< writing: a fork gave fewer bytes than its length
-    TargetFailed,         ///< writing: the target did not take everything
+    FinderInfoCut,     ///< AppleSingle, AppleDouble: the Finder's information goes beyond the file
+    DataForkCut,       ///< the told length of the data fork goes beyond the file
+    ResourceForkCut,   ///< the same of the resource fork
+    DataChecksum,      ///< BinHex: the data fork's checksum is wrong or missing
+    ResourceChecksum,  ///< BinHex: the resource fork's checksum is wrong or missing
+    ForkTooLong,       ///< writing: the format keeps 32 bits of a length or an offset
+    SourceFailed,      ///< writing: a fork gave fewer bytes than its length
+    TargetFailed,      ///< writing: the target did not take everything
 };
 
 /// The Finder's information of a file, as catalog records keep it in two halves: FInfo and FXInfo

@@ -21,6 +21,8 @@ struct StreamNames {
 constexpr StreamNames kResource = {"user.AFP_Resource", "user.DosStream.AFP_Resource:$DATA"};
 constexpr StreamNames kAfpInfo = {"user.AFP_AfpInfo", "user.DosStream.AFP_AfpInfo:$DATA"};
 
+/// Bytes of AFP_AfpInfo up to the end of the Finder's flags; some writers leave out what follows.
+constexpr std::size_t kToldAfpInfo = offsetof(AfpInfo, finder) + offsetof(FinderInfo, locationV);
 /// The kernel takes no longer value.
 constexpr std::size_t kMostBytes = 64 * 1024;
 constexpr std::string_view kNoSignature = "TEXTLMAN";
@@ -85,9 +87,10 @@ std::optional<FinderInfo> ReadAfpInfo(const std::string& path) {
     if (!value)
         value = ReadAttribute(path, kAfpInfo.byServer, error);
     AfpInfo info;
-    if (!value || value->size() < sizeof info)
+    if (!value || value->size() < kToldAfpInfo)
         return std::nullopt;
-    std::copy_n(value->begin(), sizeof info, reinterpret_cast<std::uint8_t*>(&info));
+    std::copy_n(value->begin(), std::min(value->size(), sizeof info),
+                reinterpret_cast<std::uint8_t*>(&info));
     if (info.signature != kAfpInfoSignature)
         return std::nullopt;
     if (std::equal(kNoSignature.begin(), kNoSignature.end(), info.finder.signature.begin()))

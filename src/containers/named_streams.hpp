@@ -32,7 +32,8 @@ inline constexpr std::uint32_t kAfpInfoSignature = 0x41465000;
 [[nodiscard]] bool HasNamedStreams(const std::string& path);
 
 /// The Finder's information of the stream AFP_AfpInfo; nothing without that stream, or when it does
-/// not begin with its signature. Type and creator are eight zeros when the file has none of its
+/// not begin with its signature or ends before the Finder's flags do; what is missing behind them
+/// is zero. Type and creator are eight zeros when the file has none of its
 /// own: "TEXTLMAN" is what a server writes for a file that never was on a Macintosh.
 [[nodiscard]] std::optional<FinderInfo> ReadAfpInfo(const std::string& path);
 

@@ -7,6 +7,7 @@
 #include "containers/bundle_bit.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
+#include "support/encoding.hpp"
 #include "support/watched_source.hpp"
 
 namespace vellmark {
@@ -27,6 +28,8 @@ std::string FaultSentence(ContainerFault fault) {
             return "The header of the container has a wrong checksum.";
         case ContainerFault::EntryOverlapsHeader:
             return "An entry of the container begins within its header.";
+        case ContainerFault::FinderInfoCut:
+            return "The Finder's information in the container is cut short.";
         case ContainerFault::DataForkCut:
             return "The data fork in the container is cut short.";
         case ContainerFault::ResourceForkCut:
@@ -98,9 +101,14 @@ std::string ImportSource::openStreams(const std::string& path) {
 }
 
 std::string ImportSource::openDouble(const std::string& path) {
-    beside_ = PcFile(SidecarPath(path), PcFile::Mode::Read);
+    const std::string sidecar = SidecarPath(path);
+    beside_ = PcFile(sidecar, PcFile::Mode::Read);
     std::string problem = take(ReadDoubleResource(beside_));
     data_ = &file_;
+    const std::string name = Printable(sidecar.substr(sidecar.rfind('/') + 1));
+    for (std::string* sentence : {&problem, &damage_})
+        if (!sentence->empty())
+            *sentence = fmt::format("In its companion {}: {}", name, *sentence);
     return problem;
 }
 
@@ -117,6 +125,7 @@ std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
     if (!outcome.usable || outcome.fault == ContainerFault::TargetFailed)
         return FaultSentence(outcome.fault);
     std::string problem = take(ReadMacBinary(beside_));
+    container_.info.name = outcome.info.name;
     // What is wrong with the text tells more than what is missing of its result.
     if (outcome.fault != ContainerFault::None)
         damage_ = FaultSentence(outcome.fault);

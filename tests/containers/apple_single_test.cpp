@@ -162,6 +162,7 @@ TEST(AppleSingle, EntriesThatLieAreNamed) {
         {"resource beyond", {{1, 90, 10}, {2, 80, 21}}, ContainerFault::ResourceForkCut, 10, 20},
         {"data over the table", {{1, 30, 20}}, ContainerFault::EntryOverlapsHeader, 20, 0},
         {"resource over the table", {{2, 37, 1}}, ContainerFault::EntryOverlapsHeader, 0, 1},
+        {"Finder information beyond", {{9, 90, 32}}, ContainerFault::FinderInfoCut, 0, 0},
         {"Finder information too", {{9, 0, 32}}, ContainerFault::EntryOverlapsHeader, 0, 0},
         {"an empty one may lie anywhere",
          {{1, 0, 0}, {2, 0xFFFFFFFF, 0}},
@@ -186,6 +187,15 @@ TEST(AppleSingle, EntriesThatLieAreNamed) {
     MemoryBytes file(many);
     EXPECT_EQ(ReadSingleForks(file).fault, ContainerFault::HeaderCut);
     EXPECT_FALSE(ReadSingleForks(file).usable);
+    // A sidecar so damaged does not keep the data fork beside it from being of use.
+    many[3] = 7;
+    for (const std::size_t size : {many.size(), std::size_t{4}}) {
+        MemoryBytes sidecar(Bytes(many.begin(), many.begin() + static_cast<std::ptrdiff_t>(size)));
+        const MacContainer container = ReadDoubleResource(sidecar);
+        EXPECT_EQ(container.fault, ContainerFault::HeaderCut);
+        EXPECT_TRUE(container.usable);
+        EXPECT_EQ(container.resource.size(), 0u);
+    }
 }
 
 TEST(AppleSingle, ForksThatTheFormatCannotHold) {

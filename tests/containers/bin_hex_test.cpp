@@ -266,6 +266,13 @@ TEST(BinHex, DamageIsNamed) {
         EXPECT_FALSE(decoded.outcome.usable);
         EXPECT_EQ(decoded.target.size(), 0u);
     }
+    // No name at all, under a right checksum: the forks are there.
+    MacFile nameless = file;
+    nameless.name.clear();
+    const Decoded decoded(BinHexOf(nameless));
+    EXPECT_EQ(decoded.outcome.fault, ContainerFault::None);
+    EXPECT_EQ(decoded.outcome.info.name, "");
+    EXPECT_EQ(decoded.target.size(), 128u + 768 + 301);
     // A character outside the table: the decoder goes on behind it, and the checksum tells.
     std::string text = BinHexText(BinHexRuns(sections));
     text[text.size() / 2] = '~';

@@ -65,7 +65,8 @@ TEST_F(NamedStreams, ReadsBothSpellingsAndDropsTheByteTooMany) {
         {"the map's end tells", {{kServerResource, Fork(301)}}, 300, nullptr},
         {"the map's end is the end", {{kServerResource, Fork(300)}}, 300, nullptr},
         {"another mark", {{kPlainInfo, "XFP" + Info("TEXTttxt").substr(3)}}, 0, nullptr},
-        {"cut", {{kPlainInfo, Info("TEXTttxt", 59)}}, 0, nullptr},
+        {"as far as the flags", {{kPlainInfo, Info("TEXTttxt", 26)}}, 0, "TEXTttxt"},
+        {"cut", {{kPlainInfo, Info("TEXTttxt", 25)}}, 0, nullptr},
         {"no signature", {{kPlainInfo, Info("TEXTLMAN")}}, 0, "\0\0\0\0\0\0\0\0"},
     };
     for (const auto& c : cases) {

@@ -353,6 +353,19 @@ TEST_P(CopyInTest, DamagedContainersAreOfferedAndNamed) {
             CopyInResult::Done);
         EXPECT_EQ(messages_.texts.size(), 1u) << "a remark";
     }
+    // A companion that is cut leaves the file beside it whole, and is named.
+    write("d.txt", "data");
+    Bytes companion = AppleFileOf(mac, false);
+    companion.resize(40);
+    write("._d.txt", companion);
+    EXPECT_EQ(put("d.txt", {.containers = ContainerPolicy::Always}), CopyInResult::Done);
+    EXPECT_EQ(data("d.txt"), "data");
+    ASSERT_EQ(messages_.texts.size(), 1u);
+    EXPECT_NE(messages_.texts[0].find("._d.txt: The header"), std::string::npos);
+    // BinHex without a name takes that of the PC.
+    write("nameless.hqx", testing::BinHexOf({"", "APPLtest", 0, BytesOf("forks"), {}}));
+    EXPECT_EQ(put("nameless.hqx", {.containers = ContainerPolicy::Always}), CopyInResult::Done);
+    EXPECT_EQ(data("nameless.hqx"), "forks");
 }
 
 TEST_P(CopyInTest, ACustomIconMarksItsFolder) {
