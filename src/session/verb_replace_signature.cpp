@@ -54,13 +54,19 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
                           FormatText(kTextEditSignature, context.language, options.oldSignature,
                                      Printable(ShownName(run.volume(), hit.name))));
     };
-    std::size_t count = 0;
-    const TreeResult result = ReplaceSignature(run.volume(), *from, *to, count, agrees);
+    Replaced replaced;
+    const TreeResult result = ReplaceSignature(run.volume(), *from, *to, replaced, agrees);
     if (result != TreeResult::Done)
         run.problem(CatalogProblem(result, "on the way through all files; nothing was changed"));
+    for (const SearchHit& hit : replaced.refused) {
+        const std::string path = Printable(PathOf(run.volume(), hit));
+        run.terminal.messages.itemSkipped(
+            path, EditSentence(EditResult::Protected, path, context.language));
+    }
     const int status = run.finish();
     if (result == TreeResult::Done && !options.quiet)
-        context.output << fmt::format("{} file{} changed\n", count, count == 1 ? "" : "s");
+        context.output << fmt::format("{} file{} changed\n", replaced.count,
+                                      replaced.count == 1 ? "" : "s");
     return status;
 }
 

@@ -1,7 +1,5 @@
 #include "volume/catalog_protection.hpp"
 
-#include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "volume/catalog_access.hpp"
@@ -14,8 +12,9 @@ namespace {
 constexpr std::uint16_t kHasAttributes = 0x0004;
 constexpr std::uint16_t kHasLinkChain = 0x0020;
 
-// Types and creators of links to files and to folders.
-constexpr std::array<std::string_view, 2> kLinkSignatures = {"hlnkhfs+", "fdrpMACS"};
+// Type and creator of a link to a file. A link to a folder is known by its flag alone: its type and
+// creator are those of any alias of a folder.
+constexpr std::string_view kLinkSignature = "hlnkhfs+";
 
 std::uint16_t RecordFlags(VolumeContext& volume) {
     const ByteSpan data = CurrentData(volume);
@@ -35,8 +34,7 @@ EditResult RefuseChange(VolumeContext& volume) {
         const auto& record = RecordIn<HfsPlusFileRecord>(data);
         const std::string_view signature(record.finderInfo.signature.data(), 8);
         isProtected = isProtected || (record.permissions.ownerFlags & kOwnerCompressed) != 0 ||
-                      std::find(kLinkSignatures.begin(), kLinkSignatures.end(), signature) !=
-                          kLinkSignatures.end();
+                      signature == kLinkSignature;
     }
     return isProtected ? EditResult::Protected : EditResult::Done;
 }

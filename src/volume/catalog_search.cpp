@@ -109,20 +109,24 @@ TreeResult FindBySignature(VolumeContext& volume, std::string_view signature,
 }
 
 TreeResult ReplaceSignature(VolumeContext& volume, const std::array<char, 8>& oldSignature,
-                            const std::array<char, 8>& newSignature, std::size_t& count,
+                            const std::array<char, 8>& newSignature, Replaced& replaced,
                             const std::function<bool(const SearchHit&)>& agrees) {
-    count = 0;
+    replaced = {};
     if (volume.allocation.bitmap.empty())
         return TreeResult::Failed;
     VolumeChange change(volume);
     return change.end(
         ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
-            if (type != CatalogRecordType::File || SignatureIn(volume, data) != oldSignature ||
-                RefuseChange(volume) != EditResult::Done ||
-                (agrees && !agrees(HitOf(volume, type, key))))
+            if (type != CatalogRecordType::File || SignatureIn(volume, data) != oldSignature)
+                return Visit::GoOn;
+            if (RefuseChange(volume) != EditResult::Done) {
+                replaced.refused.push_back(HitOf(volume, type, key));
+                return Visit::GoOn;
+            }
+            if (agrees && !agrees(HitOf(volume, type, key)))
                 return Visit::GoOn;
             SignatureIn(volume, data) = newSignature;
-            ++count;
+            ++replaced.count;
             return Visit::Changed;
         }));
 }

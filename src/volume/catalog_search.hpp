@@ -33,12 +33,18 @@ struct SearchHit {
                                          std::vector<SearchHit>& hits,
                                          std::size_t most = kMostHits);
 
-/// Gives all files of one signature another one, and their number in `count`; files that later
-/// systems protect stay. `agrees` is asked for each; without it all are changed.
+/// What became of the files of a signature.
+struct Replaced {
+    std::size_t count = 0;           ///< of those that have the new one
+    std::vector<SearchHit> refused;  ///< that later systems protect, so that they keep the old one
+};
+
+/// Gives all files of one signature another one, but for those that later systems protect. `agrees`
+/// is asked for each; without it all are changed.
 [[nodiscard]] TreeResult ReplaceSignature(VolumeContext& volume,
                                           const std::array<char, 8>& oldSignature,
                                           const std::array<char, 8>& newSignature,
-                                          std::size_t& count,
+                                          Replaced& replaced,
                                           const std::function<bool(const SearchHit&)>& agrees = {});
 
 /// Path of an item, `/` between the names, as it is typed.

@@ -6,6 +6,7 @@
 
 #include "containers/mac_binary.hpp"
 #include "support/encoding.hpp"
+#include "volume/edit_result.hpp"
 #include "volume/file_store.hpp"
 #include "volume/import_batch.hpp"
 #include "volume/import_folder.hpp"
@@ -52,6 +53,7 @@ class FileImport {
     [[nodiscard]] CopyInResult store(NewFile file);
     [[nodiscard]] std::optional<CopyInResult> settleExisting(NewFile& file);
     [[nodiscard]] CopyInResult resultOf(StoreResult result, const NewFile& file);
+    [[nodiscard]] CopyInResult leaveThere(EditResult reason, const NewFile& file);
 
     CopyIn& batch_;
     const std::string& path_;
@@ -229,6 +231,12 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
         case StoreResult::TooFragmented:
             return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
         case StoreResult::ForkTooLong:
+// The file that is there already cannot go.
+CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
+    return LeaveOut(batch_, path_,
+                    EditSentence(reason, ShownIn(batch_, file.name), batch_.messages.language()));
+}
+
             return LeaveOut(batch_, path_,
                             "A fork of 2 GiB or more is too long for an HFS volume.");
         case StoreResult::SourceFailed:
@@ -247,6 +255,10 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
 }  // namespace
 
 CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
+        case StoreResult::Protected:
+            return leaveThere(EditResult::Protected, file);
+        case StoreResult::Attributes:
+            return leaveThere(EditResult::Attributes, file);
     return FileImport(batch, path, folderId).run();
 }
 

@@ -164,11 +164,18 @@ TreeResult InsertRecords(VolumeContext& volume, const NewFile& file, const Place
 }
 
 StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
-    const EditResult result =
-        DeleteFile(volume, file.replaced->parentId, file.replaced->catalogName);
-    return result == EditResult::Done     ? StoreResult::Done
-           : result == EditResult::Failed ? StoreResult::TargetFailed
-                                          : StoreResult::Damaged;
+    switch (DeleteFile(volume, file.replaced->parentId, file.replaced->catalogName)) {
+        case EditResult::Done:
+            return StoreResult::Done;
+        case EditResult::Failed:
+            return StoreResult::TargetFailed;
+        case EditResult::Protected:
+            return StoreResult::Protected;
+        case EditResult::Attributes:
+            return StoreResult::Attributes;
+        default:
+            return StoreResult::Damaged;
+    }
 }
 
 // Places and writes the forks. The blocks of a replaced file are only used where nothing else is

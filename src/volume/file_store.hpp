@@ -36,6 +36,8 @@ enum class StoreResult {
     ForkTooLong,    ///< HFS keeps 31 bits of a fork's length
     SourceFailed,   ///< a fork ended before its length, or could not be read
     TargetFailed,   ///< the image did not take everything
+    Protected,      ///< the file to be replaced is a hard link or a compressed one
+    Attributes,     ///< the file to be replaced has extended attributes
     Damaged,        ///< the catalog cannot be used where the file would go
     Stopped         ///< by the user
 };
