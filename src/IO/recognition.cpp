@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint64_t kVolumeHeaderByte = 1024;
 constexpr std::size_t kNameBytes = 64;
+constexpr std::size_t kNameUnits = 64;
 constexpr std::size_t kVolumeNameOffset = 36;
 constexpr std::uint32_t kMostGptEntries = 512;
 constexpr std::uint32_t kMostGptEntryBytes = 4096;
@@ -21,6 +22,7 @@ constexpr std::string_view kHfsType = "Apple_HFS";
 constexpr std::string_view kGptSignature = "EFI PART";
 constexpr std::string_view kTrailerSignature = "koly";
 constexpr int kUnnamedText = 1287;
+constexpr std::string_view kScanLine = "nb.secteurs = %d, nb.total = %d, nb.octets = %d.";
 
 // 48465300-0000-11AA-AA11-00306543ECAC
 constexpr Guid kHfsGuid = {
@@ -95,15 +97,14 @@ bool IsZero(const Guid& type) {
            std::all_of(type.d.begin(), type.d.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
-// The name of an entry as bytes; units that are no ASCII become `_`.
-std::string GptName(Bytes entry) {
-    std::string name;
+std::u16string GptName(Bytes entry) {
+    std::u16string name;
     for (std::size_t at = offsetof(GptEntry, name);
-         at + sizeof(le16) <= entry.size() && name.size() < kNameBytes; at += sizeof(le16)) {
+         at + sizeof(le16) <= entry.size() && name.size() < kNameUnits; at += sizeof(le16)) {
         const std::uint16_t unit = *RecordAt<le16>(entry, at);
         if (unit == 0)
             break;
-        name += unit < 0x80 ? static_cast<char>(unit) : '_';
+        name += static_cast<char16_t>(unit);
     }
     return name;
 }
@@ -118,8 +119,12 @@ PartitionEntry GptRecord(Bytes bytes, const GptEntry& entry) {
     const std::uint64_t first = entry.firstSector;
     const std::uint64_t last = entry.lastSector;
     // The count is the distance of the two, without adding one.
-    return {false, GptName(bytes), first, last > first ? last - first : 0,
-            last >= first ? SectorBehind(last, 1) : first};
+    return {false,
+            {},
+            first,
+            last > first ? last - first : 0,
+            last >= first ? SectorBehind(last, 1) : first,
+            GptName(bytes)};
 }
 
 std::vector<std::uint8_t> ReadGptArray(MediumContext& context, const GptHeader& header) {
@@ -164,7 +169,7 @@ int ScanDriverDescriptor(MediumContext& context, Bytes buffer, const DriverDescr
 }
 
 int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord& record,
-                   std::vector<PartitionEntry>& list) {
+                   std::vector<PartitionEntry>& list, Language language) {
     int result = 0;
     std::size_t position = 0;
     for (const MbrEntry& entry : record.entries) {
@@ -173,8 +178,8 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
         if (entry.type == kMbrTypeMacintosh) {
             ++result;
             PutRecord(list, position++,
-                      {false, std::string(Text(kUnnamedText)), entry.firstSector, entry.sectorCount,
-                       SectorBehind(entry.firstSector, entry.sectorCount)});
+                      {false, std::string(Text(kUnnamedText, language)), entry.firstSector,
+                       entry.sectorCount, SectorBehind(entry.firstSector, entry.sectorCount)});
         } else if (entry.type == kMbrTypeProtective) {
             // The number is set, not added, and the position stays: the table behind the entry
             // stands for the whole disk, and a later Macintosh entry takes its first record.
@@ -187,12 +192,13 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
     return result;
 }
 
-int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list) {
+int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list,
+               Language language) {
     if (HasSignature(buffer, 0, kDriverDescriptorSignature))
         return ScanDriverDescriptor(context, buffer, *RecordAt<DriverDescriptor>(buffer, 0), list);
     const auto record = *RecordAt<MasterBootRecord>(buffer, 0);
     if (record.signature == kBootRecordSignature)
-        return ScanBootRecord(context, buffer, record, list);
+        return ScanBootRecord(context, buffer, record, list, language);
     if (HasSignature(buffer, context.driverBlockSize, kPartitionMapSignature))
         return ScanMap(context, buffer, list);
     if (HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ||
@@ -251,14 +257,18 @@ std::string_view ClassRefusal(ImageClass imageClass) {
     return {};
 }
 
-int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list) {
+int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list, Messages* messages) {
     list.clear();
     context.volumeOffset = 0;
     context.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     std::vector<std::uint8_t> buffer(std::size_t{kScanSectors} * kSectorBytes);
     ProbeSectors(context, 0, buffer);
     context.sectorSize = kSectorBytes;
-    context.partitionCount = ScanBuffer(context, buffer, list);
+    if (messages != nullptr)
+        messages->log(1, FormatOperands(kScanLine, {context.maxTransferSectors,
+                                                    context.totalSectors, context.sectorSize}));
+    context.partitionCount = ScanBuffer(
+        context, buffer, list, messages != nullptr ? messages->language() : Language::English);
     return context.partitionCount;
 }
 

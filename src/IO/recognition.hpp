@@ -12,6 +12,7 @@
 #include "IO/partition_structures.hpp"
 #include "IO/sector_io.hpp"
 #include "support/byte_source.hpp"
+#include "support/messages.hpp"
 
 namespace vellmark {
 
@@ -37,10 +38,11 @@ enum class ImageClass {
 /// One partition that the scan offers.
 struct PartitionEntry {
     bool isWindows = false;  ///< how the partition is called in a list of choices
-    std::string name;        ///< MacRoman, at most 64 bytes
+    std::string name;        ///< MacRoman, at most 64 bytes; empty in a GUID table
     std::uint64_t startSector = 0;
     std::uint64_t sectorCount = 0;  ///< as it is shown: of a GUID table without the last sector
     std::uint64_t endSector = 0;    ///< first sector behind the partition
+    std::u16string wideName = {};   ///< of a GUID table, at most 64 units
 };
 
 inline constexpr std::size_t kMostPartitions = 9;
@@ -57,7 +59,10 @@ inline constexpr int kNoMacintoshPartition = -85;
 /// style count as one and leave the list empty. `volumeOffset` becomes the first sector of the
 /// first of them; `totalSectors` and `driverBlockSize` come from a driver descriptor; a bare volume
 /// is a reason to be read only. The list holds every partition found, in the order of the disk.
-[[nodiscard]] int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list);
+/// Where messages are given, their journal takes a line, and a partition without a name gets one in
+/// their language.
+[[nodiscard]] int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list,
+                             Messages* messages = nullptr);
 
 /// Adds the HFS partitions of an Apple partition map to the list. `buffer` is the start of the
 /// medium, the map begins at the block size of the driver descriptor (without one, at 0 in blocks

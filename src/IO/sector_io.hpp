@@ -38,7 +38,7 @@ using TransferSlot = std::function<int(const SectorRequest&)>;
 enum class MediumKind : std::int32_t { FileImage = 3 };
 
 /// Why nothing may be changed on a medium. Several reasons can hold at once.
-enum class ReadOnlyReason : std::uint8_t {
+enum class ReadOnlyReason : std::uint16_t {
     File = 1,           ///< the image could only be opened for reading
     BareVolume = 2,     ///< a volume without a partition map in front of it
     OverflowRead = 4,   ///< HFS+: a fork was read that goes on in the extents overflow tree
@@ -47,23 +47,24 @@ enum class ReadOnlyReason : std::uint8_t {
     BinaryNames = 32,   ///< HFSX: the catalog compares names by binary value
     Locked = 64,        ///< the volume's own lock
     UnknownTree = 128,  ///< HFS+: a tree orders or shapes its keys in an unknown way
+    CutImage = 256,     ///< a volume goes on behind the end of the image
 };
 
 class ReadOnlyReasons {
   public:
     void add(ReadOnlyReason reason) {
-        bits_ = static_cast<std::uint8_t>(bits_ | static_cast<std::uint8_t>(reason));
+        bits_ = static_cast<std::uint16_t>(bits_ | static_cast<unsigned>(reason));
     }
     void remove(ReadOnlyReason reason) {
-        bits_ = static_cast<std::uint8_t>(bits_ & ~static_cast<unsigned>(reason));
+        bits_ = static_cast<std::uint16_t>(bits_ & ~static_cast<unsigned>(reason));
     }
     [[nodiscard]] bool has(ReadOnlyReason reason) const {
-        return (bits_ & static_cast<std::uint8_t>(reason)) != 0;
+        return (bits_ & static_cast<unsigned>(reason)) != 0;
     }
     [[nodiscard]] bool any() const { return bits_ != 0; }
 
   private:
-    std::uint8_t bits_ = 0;
+    std::uint16_t bits_ = 0;
 };
 
 /// The record of the open medium. The slots refer to the record, so it stays where it was made.

@@ -49,8 +49,7 @@ void ShowRefusal(ProjectOpened result, const PcFile& file, Messages& messages) {
         case ProjectOpened::Opened:
             break;
         case ProjectOpened::CannotOpen:
-            messages.showMessage(
-                fmt::format("The file\n{}\ncannot be read: {}.", path, file.errorText()));
+            FileOpenError(messages, file.path(), file.errorText());
             break;
         case ProjectOpened::NotAProject:
             messages.showMessage(FormatText(kTextNotAProject, messages.language(), path));

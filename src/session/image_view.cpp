@@ -8,8 +8,8 @@
 
 #include "session/partition.hpp"
 #include "support/encoding.hpp"
-#include "support/texts.hpp"
 #include "volume/mount.hpp"
+#include "volume/read_only.hpp"
 
 namespace vellmark {
 
@@ -72,28 +72,30 @@ std::unique_ptr<ImageView> ImageView::Open(const std::string& path,
         return nullptr;
     std::string problem;
     if (view->sizeBytes() != 0)
-        problem = view->findTrees(partition, clock);
+        problem = view->findTrees(partition, clock, messages);
     if (problem.empty() && view->trees_.empty())
-        problem = view->whyEmpty();
+        problem = view->whyEmpty(messages);
     if (problem.empty())
         return view;
-    messages.showMessage(fmt::format("{}: {}", Printable(path), problem));
+    messages.showError(fmt::format("{}: {}", Printable(path), problem));
     return nullptr;
 }
 
 // Why the partition that was asked for cannot be shown; "" when it can.
-std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock) {
+std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock,
+                                 Messages& messages) {
     iso_ = IsoReader::Open(*volume_.image);
     if (iso_)
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Iso, *volume_.image));
     if (iso_ && iso_->hasJoliet())
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Joliet, *volume_.image));
-    (void)ScanMedium(volume_, partitions_);
+    (void)ScanMedium(volume_, partitions_, &messages);
     std::vector<std::uint64_t> starts = {0, volume_.volumeOffset};
     for (const PartitionEntry& entry : partitions_)
         starts.push_back(entry.startSector);
     std::string problem =
-        partition ? ChoosePartition(volume_, partitions_, *partition) : std::string{};
+        partition ? ChoosePartition(volume_, partitions_, *partition, messages.language())
+                  : std::string{};
     if (!problem.empty())
         return problem;
     if (volume_.isMounted || MountRequest(volume_)) {
@@ -127,16 +129,18 @@ bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
 }
 
 // Why an image without a tree has none.
-std::string ImageView::whyEmpty() {
+std::string ImageView::whyEmpty(const Messages& messages) {
     if (volume_.image->error() != 0)
         return fmt::format("It cannot be read: {}.", volume_.image->errorText());
     if (sizeBytes() == 0)
-        return std::string(Text(kTextEmptyFile));
+        return std::string(messages.text(kTextEmptyFile));
     if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume_.image));
         !refusal.empty())
         return std::string(refusal);
+    if (volume_.readOnlyReasons.has(ReadOnlyReason::CutImage))
+        return CutImageSentence();
     if (damagedVolume_)
-        return "It holds a Macintosh volume that is damaged or cut short and cannot be opened.";
+        return "It holds a Macintosh volume that is damaged and cannot be opened.";
     return "It holds no ISO 9660 tree and no Macintosh volume; it is no image, or is damaged or "
            "cut short.";
 }

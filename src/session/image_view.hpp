@@ -123,10 +123,11 @@ class ImageView {
 
   private:
     ImageView() = default;
-    [[nodiscard]] std::string findTrees(std::optional<unsigned> partition, const Clock& clock);
+    [[nodiscard]] std::string findTrees(std::optional<unsigned> partition, const Clock& clock,
+                                        Messages& messages);
     void judgeChanges();
     [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
-    [[nodiscard]] std::string whyEmpty();
+    [[nodiscard]] std::string whyEmpty(const Messages& messages);
 
     VolumeContext volume_;
     std::optional<IsoReader> iso_;

@@ -114,7 +114,7 @@ int Format(const FormatOptions& options, CommandContext& context) {
     if (!label || !MayMakeFile(path, options.force, terminal.messages))
         return kExitFailed;
     const FormatInput input{*label, static_cast<std::uint32_t>(*megabytes), options.zero,
-                            options.hfsPlus};
+                            options.hfsPlus, context.language};
     const std::uint64_t bytes = FormattedBytes(input);
     if (!HasRoom(path, bytes, terminal.messages) ||
         !WriteVolume(input, path, options.force, context.clock, terminal))

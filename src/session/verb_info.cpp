@@ -88,7 +88,7 @@ void PutJson(ViewRun& run, const std::string& image) {
     json["partitions"] = nlohmann::ordered_json::array();
     for (const PartitionEntry& partition : run.view->partitions())
         json["partitions"].push_back({{"number", json["partitions"].size() + 1},
-                                      {"name", ShownHfsName(partition.name)},
+                                      {"name", PartitionName(partition)},
                                       {"startSector", partition.startSector},
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
@@ -121,8 +121,8 @@ void PutText(ViewRun& run, const std::string& image) {
     unsigned number = 0;
     for (const PartitionEntry& partition : run.view->partitions())
         (void)run.put(fmt::format("partition {}: sector {}, {} sectors\n",
-                                  PartitionLine(++number, partition), partition.startSector,
-                                  partition.sectorCount));
+                                  PartitionLine(++number, partition, run.context.language),
+                                  partition.startSector, partition.sectorCount));
     for (TreeView* tree : run.trees)
         PutTree(run, WholeFacts(run, *tree));
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "containers/names.hpp"
-#include "support/texts.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/catalog_keys.hpp"
 #include "volume/volume_headers.hpp"
@@ -14,6 +13,10 @@
 namespace vellmark {
 
 namespace {
+
+constexpr int kTextFirstZeros = 1075;
+constexpr int kTextAllZeros = 1076;
+constexpr int kTextStructures = 1093;
 
 constexpr std::uint64_t kSectorSize = 512;
 constexpr std::uint32_t kSectorsPerMb = 2048;
@@ -197,8 +200,7 @@ FormatResult FormatVolume(const FormatInput& input, PcFile& image, const Clock& 
                           Progress& progress) {
     const Geometry geometry = GeometryOf(input);
     const std::uint64_t bytes = FormattedBytes(input);
-    progress.text(input.zeroAll ? "Resetting the contents of the new volume to all zeros"
-                                : "Resetting the first sectors to all zeros");
+    progress.text(Text(input.zeroAll ? kTextAllZeros : kTextFirstZeros, input.language));
     if (input.zeroAll) {
         if (const FormatResult result = ZeroImage(image, bytes, progress);
             result != FormatResult::Done)
@@ -206,7 +208,7 @@ FormatResult FormatVolume(const FormatInput& input, PcFile& image, const Clock& 
     } else if (!image.setSize(bytes)) {
         return FormatResult::WriteFailed;
     }
-    progress.text("Creating disk management structures...");
+    progress.text(Text(kTextStructures, input.language));
     const MacSeconds now = MacDateNow(clock, input.isHfsPlus);
     const bool written = input.isHfsPlus ? FormatHfsPlus(input, geometry, image, now)
                                          : FormatHfs(input, geometry, image, now);

@@ -8,6 +8,7 @@
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
+#include "support/texts.hpp"
 
 namespace vellmark {
 
@@ -22,6 +23,7 @@ struct FormatInput {
     std::uint32_t sizeMegabytes = 0;
     bool zeroAll = false;  ///< write every byte, so that the image has no holes
     bool isHfsPlus = false;
+    Language language = Language::English;  ///< of the steps that are shown
 };
 
 enum class FormatResult {

@@ -23,7 +23,6 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextNoVolume = 1332;
-constexpr int kTextOpenError = 1385;
 constexpr int kTextEmptyFile = 1409;
 
 constexpr std::uint64_t kHeaderSector = 2;
@@ -158,6 +157,12 @@ void ForgetVolume(VolumeContext& volume) {
         volume.readOnlyReasons.remove(reason);
 }
 
+// Whether an image ends before the last block of the volume whose header was read.
+bool IsCutShort(const VolumeContext& volume, std::uint64_t imageSectors) {
+    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock >
+           imageSectors;
+}
+
 // An HFS volume that nothing tells the size of, in an image that may hold more: it ends with the
 // image only when its second header stands there.
 void FindEndOfHfs(VolumeContext& volume) {
@@ -185,7 +190,15 @@ bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t en
     volume.volumeOffset = startSector;
     volume.partitionSectors = end - std::min(end, startSector);
     volume.totalSectors = totalSectors;
-    volume.isMounted = ReadVolumeHeader(volume) && OpenTrees(volume);
+    const bool hasHeader = ReadVolumeHeader(volume);
+    // Where a map tells of a volume, its header may be among what is missing.
+    const bool isCut = hasHeader ? IsCutShort(volume, imageSectors)
+                                 : endSector != 0 && startSector + kHeaderSector >= imageSectors;
+    volume.isMounted = hasHeader && OpenTrees(volume);
+    if (isCut)
+        volume.readOnlyReasons.add(ReadOnlyReason::CutImage);
+    else if (volume.isMounted)
+        volume.readOnlyReasons.remove(ReadOnlyReason::CutImage);
     if (!volume.isMounted)
         return false;
     if (endSector == 0 && !volume.isHfsPlus)
@@ -201,35 +214,44 @@ bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint6
 }
 
 // Why no volume of the open image can be mounted; "" when one was.
-std::string MountProblem(VolumeContext& volume, const OpenRequest& request) {
+std::string MountProblem(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (volume.image->size() == 0)
-        return std::string(Text(kTextEmptyFile));
+        return std::string(messages.text(kTextEmptyFile));
     if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume.image));
         !refusal.empty())
         return std::string(refusal);
-    if (!request.partition)
-        return MountRequest(volume) ? std::string{} : std::string(Text(kTextNoVolume));
-    std::vector<PartitionEntry> partitions;
-    (void)ScanMedium(volume, partitions);
-    return ChoosePartition(volume, partitions, *request.partition);
+    if (request.partition) {
+        std::vector<PartitionEntry> partitions;
+        (void)ScanMedium(volume, partitions, &messages);
+        return ChoosePartition(volume, partitions, *request.partition, messages.language());
+    }
+    if (MountRequest(volume, &messages))
+        return {};
+    return volume.readOnlyReasons.has(ReadOnlyReason::CutImage)
+               ? CutImageSentence()
+               : std::string(messages.text(kTextNoVolume));
 }
 
-// Why an image file cannot be opened; "" when it was.
-std::string OpenProblem(VolumeContext& volume, const std::string& path, Access access) {
-    const std::string name = Printable(path);
+// False after a message.
+bool OpenFile(VolumeContext& volume, const std::string& path, Access access, Messages& messages) {
+    const auto refuse = [&](std::string_view reason) {
+        messages.showError(fmt::format("{} {}.", Printable(path), reason));
+        return false;
+    };
     if (PcFactsOf(path).kind == PcKind::Special)
-        return fmt::format("{} is a pipe, a socket or a device, not an image file.", name);
+        return refuse("is a pipe, a socket or a device, not an image file");
     const ImageOpening opening =
         access == Access::Read ? OpenImageForReading(volume, path) : OpenImage(volume, path);
     if (opening.systemError == EISDIR)
-        return fmt::format("{} is a folder, not an image.", name);
-    if (opening.result == OpenResult::Failed)
-        return fmt::format("{} {}.", FormatText(kTextOpenError, name),
-                           SystemErrorText(opening.systemError));
+        return refuse("is a folder, not an image");
+    if (opening.result == OpenResult::Failed) {
+        FileOpenError(messages, path, SystemErrorText(opening.systemError));
+        return false;
+    }
     // One that may only be read cannot be changed by this process anyway.
     if (opening.result == OpenResult::Opened && !volume.image->lock())
-        return fmt::format("{} is being changed by another process.", name);
-    return {};
+        return refuse("is being changed by another process");
+    return true;
 }
 
 }  // namespace
@@ -266,9 +288,9 @@ bool OpenTrees(VolumeContext& volume) {
     return OpenVolumeTree(volume, false, extents) && OpenVolumeTree(volume, true, catalog);
 }
 
-bool MountRequest(VolumeContext& volume) {
+bool MountRequest(VolumeContext& volume, Messages* messages) {
     std::vector<PartitionEntry> partitions;
-    const int count = ScanMedium(volume, partitions);
+    const int count = ScanMedium(volume, partitions, messages);
     const std::uint64_t firstOffset = volume.volumeOffset;
     const std::uint64_t totalSectors = volume.totalSectors;
     // Behind a protective boot record it is the first partition that counts, whatever its type.
@@ -287,20 +309,21 @@ bool MountRequest(VolumeContext& volume) {
 }
 
 std::string ChoosePartition(VolumeContext& volume, const std::vector<PartitionEntry>& partitions,
-                            unsigned number) {
-    std::string problem = ChoiceProblem(partitions, number);
-    if (problem.empty() && !TryMount(volume, partitions[number - 1], volume.totalSectors))
+                            unsigned number, Language language) {
+    std::string problem = ChoiceProblem(partitions, number, language);
+    if (problem.empty() && !TryMount(volume, partitions[number - 1], volume.totalSectors)) {
         problem = fmt::format("Partition {} holds no volume that can be opened.", number);
+        if (volume.readOnlyReasons.has(ReadOnlyReason::CutImage))
+            problem += " " + CutImageSentence();
+    }
     return problem;
 }
 
 bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
                    Messages& messages) {
     ForgetVolume(volume);
-    const std::string problem = OpenProblem(volume, path, access);
-    if (problem.empty())
+    if (OpenFile(volume, path, access, messages))
         return true;
-    messages.showMessage(problem);
     CloseImage(volume);
     return false;
 }
@@ -308,13 +331,13 @@ bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access
 bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (!OpenImageFile(volume, request.path, request.access, messages))
         return false;
-    const std::string problem = MountProblem(volume, request);
+    const std::string problem = MountProblem(volume, request, messages);
     if (problem.empty()) {
         if (request.writable)
             volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
         return true;
     }
-    messages.showMessage(fmt::format("{}: {}", Printable(request.path), problem));
+    messages.showError(fmt::format("{}: {}", Printable(request.path), problem));
     CloseImage(volume);
     return false;
 }

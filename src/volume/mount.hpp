@@ -46,14 +46,16 @@ struct OpenRequest {
 [[nodiscard]] bool OpenVolume(VolumeContext& volume, const OpenRequest& request,
                               Messages& messages);
 
-/// Mounts the first partition of the open medium that really holds a volume. False when none does.
-[[nodiscard]] bool MountRequest(VolumeContext& volume);
+/// Mounts the first partition of the open medium that really holds a volume. False when none does;
+/// `ReadOnlyReason::CutImage` then tells of one that goes on behind the end of the image. Messages
+/// as for `ScanMedium`.
+[[nodiscard]] bool MountRequest(VolumeContext& volume, Messages* messages = nullptr);
 
 /// Mounts one of the partitions that `ScanMedium` found, `number` from 1. "", or a sentence why
 /// not.
 [[nodiscard]] std::string ChoosePartition(VolumeContext& volume,
                                           const std::vector<PartitionEntry>& partitions,
-                                          unsigned number);
+                                          unsigned number, Language language);
 
 /// Name of the mounted volume, UTF-8, a slash in it shown as `:`.
 [[nodiscard]] std::string VolumeName(VolumeContext& volume);

@@ -9,24 +9,31 @@ namespace vellmark {
 
 namespace {
 
+constexpr int kTextPartition = 1111;
 constexpr std::uint64_t kSectorsPerMegabyte = (1u << 20) / kSectorBytes;
 
 }  // namespace
 
-std::string PartitionLine(unsigned number, const PartitionEntry& partition) {
-    return fmt::format(
-        "[{}] {} (Type {}, size {} MB)", number, Printable(ShownHfsName(partition.name)),
-        partition.isWindows ? "Windows" : "MacOS", partition.sectorCount / kSectorsPerMegabyte);
+std::string PartitionName(const PartitionEntry& partition) {
+    return partition.wideName.empty() ? ShownHfsName(partition.name)
+                                      : WideToUtf8(partition.wideName);
 }
 
-std::string ChoiceProblem(const std::vector<PartitionEntry>& partitions, unsigned number) {
+std::string PartitionLine(unsigned number, const PartitionEntry& partition, Language language) {
+    return FormatText(kTextPartition, language, number, Printable(PartitionName(partition)),
+                      partition.isWindows ? "Windows" : "MacOS",
+                      partition.sectorCount / kSectorsPerMegabyte);
+}
+
+std::string ChoiceProblem(const std::vector<PartitionEntry>& partitions, unsigned number,
+                          Language language) {
     if (number >= 1 && number <= partitions.size())
         return {};
     std::string text = fmt::format("There is no partition {}", number);
     if (partitions.empty())
         return text + "; the image is not divided into Macintosh partitions.";
     for (unsigned i = 0; i < partitions.size(); ++i)
-        text += (i == 0 ? "; there are: " : ", ") + PartitionLine(i + 1, partitions[i]);
+        text += (i == 0 ? "; there are: " : ", ") + PartitionLine(i + 1, partitions[i], language);
     return text + ".";
 }
 

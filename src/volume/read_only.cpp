@@ -26,6 +26,7 @@ struct Reason {
 };
 
 constexpr Reason kReasons[] = {
+    {ReadOnlyReason::CutImage, "The image ends before its volume does."},
     {ReadOnlyReason::File, "The image file may only be read."},
     {ReadOnlyReason::BareVolume,
      "It is a bare volume, with no partition map and no driver descriptor in front of it."},
@@ -90,6 +91,12 @@ std::string ReadOnlySentence(const ReadOnlyReasons& reasons) {
         if (reasons.has(reason))
             text.append(text.empty() ? "" : " ").append(sentence);
     return text;
+}
+
+std::string CutImageSentence() {
+    ReadOnlyReasons reasons;
+    reasons.add(ReadOnlyReason::CutImage);
+    return ReadOnlySentence(reasons);
 }
 
 std::string VolumeRemark(const VolumeContext& volume) {

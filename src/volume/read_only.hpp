@@ -14,6 +14,9 @@ void JudgeVolume(VolumeContext& volume);
 /// The reasons, a sentence each; "" when there are none.
 [[nodiscard]] std::string ReadOnlySentence(const ReadOnlyReasons& reasons);
 
+/// The one for `CutImage`, which also keeps a volume from being opened at all.
+[[nodiscard]] std::string CutImageSentence();
+
 /// What a person who changes the volume should know although it stops nothing; "" for nothing.
 [[nodiscard]] std::string VolumeRemark(const VolumeContext& volume);
 

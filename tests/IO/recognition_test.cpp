@@ -199,7 +199,7 @@ Bytes GptDisk() {
 TEST_F(Recognition, GuidTablesOfferEntriesOfWhichAnyFieldMatches) {
     Bytes disk = GptDisk();
     PutGptEntry(disk, 1024, kForeignGuidBytes, 34, 40, u"EFI");
-    PutGptEntry(disk, 1152, kHfsGuidBytes, 0x1'0000'0040, 0x1'0000'0100, u"Mac \u00E9");
+    PutGptEntry(disk, 1152, kHfsGuidBytes, 0x1'0000'0040, 0x1'0000'0100, u"Mac \u00E9\u65E5");
     Bytes lastFieldOnly = kForeignGuidBytes;
     std::copy(kHfsGuidBytes.begin() + 8, kHfsGuidBytes.end(), lastFieldOnly.begin() + 8);
     PutGptEntry(disk, 1280, lastFieldOnly, 60, 50, u"");
@@ -207,7 +207,8 @@ TEST_F(Recognition, GuidTablesOfferEntriesOfWhichAnyFieldMatches) {
     PutGptEntry(disk, 1536, kHfsGuidBytes, 70, 71, u"hidden");
     EXPECT_EQ(scan(disk), 2);
     ASSERT_EQ(list_.size(), 2u);
-    expectRecord(0, "Mac _", 0x1'0000'0040, 0xC0);
+    expectRecord(0, "", 0x1'0000'0040, 0xC0);
+    EXPECT_EQ(list_[0].wideName, u"Mac \u00E9\u65E5");
     expectRecord(1, "", 60, 0);
     EXPECT_EQ(context_.volumeOffset, 0x1'0000'0040u);
 }
@@ -239,8 +240,9 @@ TEST_F(Recognition, GuidArraysAreReadAsFarAsTheyReach) {
     PutGptEntry(disk, 1024, kHfsGuidBytes, 1, 2, longName);
     PutGptEntry(disk, 1024 + 256, kHfsGuidBytes, 3, 4, u"second");
     EXPECT_EQ(scan(disk), 2);
-    expectRecord(0, std::string(64, 'n'), 1, 1);
-    expectRecord(1, "second", 3, 1);
+    expectRecord(0, "", 1, 1);
+    EXPECT_EQ(list_[0].wideName, longName.substr(0, 64));
+    EXPECT_EQ(list_[1].wideName, u"second");
 }
 
 TEST_F(Recognition, GuidTablesThatCannotBeAreRefused) {
@@ -271,7 +273,8 @@ TEST_F(Recognition, AMixedBootRecordSetsTheCountFromTheGuidTable) {
     PutBootEntry(disk, 1, 0xEE, 1, 79);
     EXPECT_EQ(scan(disk), 1);
     expectRecord(0, "Untitled", 60, 10);
-    expectRecord(1, "table", 40, 10);
+    expectRecord(1, "", 40, 10);
+    EXPECT_EQ(list_[1].wideName, u"table");
 }
 
 TEST(FirstGptPartition, FollowsTheFirstEntryWhateverItsType) {

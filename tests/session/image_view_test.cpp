@@ -38,6 +38,8 @@ TEST_F(NoImageTest, EachKindOfFileGetsItsOwnReason) {
     // A volume header whose block size is 0, so that nothing of it can be used.
     std::string header(4096, '\0');
     header.replace(1024, 2, "BD");
+    EXPECT_EQ(run({"format", "whole.img", "--size", "2M", "--label", "V", "-q"}), 0) << err_;
+    const std::string cut = test::Bytes("whole.img").substr(0, 100'000);
     const struct {
         const char* name;
         std::string bytes;
@@ -50,7 +52,8 @@ TEST_F(NoImageTest, EachKindOfFileGetsItsOwnReason) {
                  {"map.img", "PM" + trailer.substr(2), "compressed disk image"},
                  {"trailer.img", trailer, "compressed disk image"},
                  {"sparse.img", "sprs" + std::string(4096, 'a'), "sparse disk image"},
-                 {"header.img", header, "Macintosh volume that is damaged"}};
+                 {"header.img", header, "Macintosh volume that is damaged"},
+                 {"cut.img", cut, "cut.img: The image ends before its volume does."}};
     for (const auto& c : cases) {
         Write(c.name, c.bytes);
         expectRefusal(c.name, c.reason);

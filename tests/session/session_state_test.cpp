@@ -92,6 +92,15 @@ TEST_F(SessionTest, TheJournalIsOpenedBySettingsOrByAnOption) {
     EXPECT_NE(Bytes("set.log").find(" - COMPIL : ==>"), std::string::npos);
     EXPECT_EQ(run({"--log", "own.log", "sig", "--file", "none.sig", "a"}), 1);
     EXPECT_NE(Bytes("own.log").find("\tError opening file none.sig."), std::string::npos);
+    for (const Names& names :
+         {Names{"ls", "none.img"}, {"put", "none.img", "full"}, {"build", "none.vlpr"}}) {
+        Names line = {"--log", names[0] + ".log", "--lang", "fr"};
+        line.insert(line.end(), names.begin(), names.end());
+        EXPECT_EQ(run(line), 1);
+        EXPECT_NE(Bytes(names[0] + ".log").find("\tErreur à l'ouverture du fichier " + names[1]),
+                  std::string::npos)
+            << names[0];
+    }
     // A journal of the settings that cannot be opened stops nothing.
     settings_.write("Journal", "none/set.log");
     EXPECT_EQ(run(make), 0);

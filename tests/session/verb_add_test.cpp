@@ -133,7 +133,7 @@ TEST_F(AddTest, AFailureChangesNothing) {
         std::vector<std::string> arguments;
         const char* inErrors;
     } cases[] = {
-        {{"nope.vlpr", "in"}, "nope.vlpr cannot be read: No such file"},
+        {{"nope.vlpr", "in"}, "nope.vlpr. No such file"},
         {{"c.exe", "in"}, "not recognized as a project file"},
         {{"p.vlpr", "nope"}, "nope names no file"},
         {{"p.vlpr", "c.exe", "nope"}, "nope names no file"},

@@ -201,11 +201,11 @@ TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
         std::vector<std::string> arguments;
         const char* inErrors;
     } cases[] = {
-        {{"nope.vlpr"}, "nope.vlpr cannot be read: No such file"},
+        {{"nope.vlpr"}, "nope.vlpr. No such file"},
         {{"no.vlpr"}, "not recognized as a project file"},
         {{"empty.vlpr"}, "not recognized as a project file"},
         {{"cut.vlpr"}, "cut short or damaged"},
-        {{"in"}, "in cannot be read: Is a directory"},
+        {{"in"}, "in. Is a directory"},
         {{"plus.vlso"}, "ISO+ project"},
         {{"p.vlpr", "-o", "p.vlpr"}, "would replace its own project"},
         {{"p.vlpr", "-o", "./in/../p.vlpr", "--force"}, "would replace its own project"},

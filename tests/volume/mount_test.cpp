@@ -243,6 +243,15 @@ TEST_F(Mount, ImagesCutShortAreRefusedOrEmpty) {
             mount({disk.begin(), disk.begin() + static_cast<std::ptrdiff_t>(sectors * 512)});
         // The catalog's node 0 lies in sectors 116 and 117.
         EXPECT_EQ(mounted, sectors >= 118) << sectors;
+        // The map lies in the first three sectors; sector 1 tells that it goes on.
+        const bool isCut = volume_.readOnlyReasons.has(ReadOnlyReason::CutImage);
+        const std::uint64_t end =
+            96 + volume_.totalBlocks() * std::uint64_t{volume_.sectorsPerBlock};
+        EXPECT_EQ(isCut, sectors > 2 && (!mounted || sectors < end)) << sectors;
+        if (sectors > 2 && !mounted) {
+            EXPECT_TRUE(
+                messages_.texts.back().ends_with(": The image ends before its volume does."));
+        }
     }
 }
 
