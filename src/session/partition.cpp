@@ -46,7 +46,7 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options,
         return nullptr;
     }
     if (const std::string remark = VolumeRemark(volume); !remark.empty())
-        messages.showTimedMessage(fmt::format("{}: {}", name, remark));
+        messages.logMessage(fmt::format("{}: {}", name, remark));
     return partition;
 }
 

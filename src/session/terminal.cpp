@@ -130,7 +130,7 @@ void TerminalMessages::showError(std::string_view text) {
 void TerminalMessages::logMessage(std::string_view text) {
     if (context_.session)
         context_.session->journal.message(text);
-    showMessage(text);
+    showTimedMessage(text);
 }
 
 void TerminalMessages::log(int level, std::string_view line) {

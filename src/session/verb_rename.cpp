@@ -25,9 +25,9 @@ int Rename(const RenameOptions& options, CommandContext& context) {
                 "The root of a volume has the volume's name, which the verb label changes.");
         else if (!name || options.name.find('/') != std::string::npos)
             run.judge(EditResult::BadName, options.name);
-        else
-            run.judge(RenameItem(run.volume(), item->parentId, item->catalogName, *name),
-                      options.name);
+        else if (run.judge(RenameItem(run.volume(), item->parentId, item->catalogName, *name),
+                           options.name))
+            run.terminal.messages.log(2, "*ren " + item->name + "\t" + options.name);
     }
     return run.finish();
 }

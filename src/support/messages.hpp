@@ -34,7 +34,7 @@ class Messages {
     /// A failure; it also goes to the journal.
     virtual void showError(std::string_view text) { showMessage(text); }
     /// A message that also goes to the journal and goes away by itself.
-    virtual void logMessage(std::string_view text) { showMessage(text); }
+    virtual void logMessage(std::string_view text) { showTimedMessage(text); }
     /// A message that need not be seen again. True when the person wants it to stay away; the
     /// caller keeps that.
     [[nodiscard]] virtual bool showRememberable(std::string_view text) {

@@ -286,6 +286,7 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
     batch.targets.leave(GivenDate(folder.modified));
     return CopyOutResult::Done;
 }
+    batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
 
 CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std::string& path,
                              ByteSink& sink) {

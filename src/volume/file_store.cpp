@@ -1,5 +1,7 @@
 #include "volume/file_store.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -178,6 +180,19 @@ StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
     }
 }
 
+// What HFS+ got for a fork of the blocks that it still wanted, run by run.
+void LogRuns(const VolumeContext& volume, const NewFile& file, const PlacedFork& fork,
+             Progress& progress) {
+    if (!volume.isHfsPlus)
+        return;
+    std::uint64_t wanted = BlocksFor(volume, fork.sizeBytes);
+    for (const BlockRun& run : fork.runs) {
+        progress.journal(2, fmt::format("{}\t{}\t{}\t{}", ShownName(volume, file.name), wanted,
+                                        run.startBlock, run.blockCount));
+        wanted -= run.blockCount;
+    }
+}
+
 // Places and writes the forks. The blocks of a replaced file are only used where nothing else is
 // left. What is in them then cannot be brought back: the new file is read once before, and its
 // writing is not stopped.
@@ -197,6 +212,9 @@ StoreResult StoreForks(VolumeContext& volume, const NewFile& file, PlacedFork& d
     for (const PlacedFork* fork : {&data, &resource})
         if (result == StoreResult::Done)
             result = WriteFork(volume, *fork, !overwrites, progress);
+    for (const PlacedFork* fork : {&data, &resource})
+        if (result == StoreResult::Done)
+            LogRuns(volume, file, *fork, progress);
     const bool isLeft = file.replaced && !overwrites;
     return result == StoreResult::Done && isLeft ? DeleteReplaced(volume, file) : result;
 }

@@ -6,7 +6,7 @@ import unittest
 
 import judges
 from images import Image
-from program import DONE, FAILED, USAGE, Case
+from program import DONE, FAILED, SKIPPED, USAGE, Case
 
 FORMATS = {"hfs": (), "plus": ("--hfsplus",)}
 
@@ -110,6 +110,51 @@ class Change(Case):
                 for signature in ("CCCC", "DDDD", "CCCCDDDD"):
                     found = self.vellmark("find", image, "--signature", signature).stdout
                     self.assertEqual(found, b"Old/Drafts/notes\n")
+
+    def test_what_later_systems_keep(self):
+        """Catches aliases taken for links, and links that change, end a batch or are passed over."""
+        image = self.images["plus"]
+        (self.work / "other").write_bytes(b"other")
+        self.run_all(image, ("attr", "Old/Drafts/notes", "--type", "fdrp", "--creator", "MACS"),
+                     ("rename", "Old/Drafts/notes", "alias"),
+                     ("attr", "Old/Drafts/plan.txt", "--type", "hlnk", "--creator", "hfs+"))
+        for status, verb, *arguments in (
+                (FAILED, "put", "--force", "--to", "Old/Drafts", "plan.txt", "other"),
+                (SKIPPED, "replace-signature", "hlnkhfs+", "TEXTttxt")):
+            done = self.vellmark(verb, image, *arguments)
+            self.assertEqual(done.returncode, status, done.stderr)
+            self.assertIn(b"plan.txt is a hard link", done.stderr)
+        found = self.vellmark("find", image, "--signature", "hlnk").stdout
+        self.assertEqual(found, b"Old/Drafts/plan.txt\n")
+        self.assertEqual(self.vellmark("get", image, "Old/Drafts/other", "-o", "-").stdout, b"other")
+
+    def test_an_image_that_is_cut(self):
+        """Catches verbs that tell different things, or nothing right, about what is missing."""
+        for kind, image in self.images.items():
+            whole = image.read_bytes()
+            for size, arguments in ((100_000, ("get", "Old")), (100_000, ("put", "plan.txt")),
+                                    (len(whole) - 4096, ("put", "plan.txt"))):
+                with self.subTest(kind=kind, size=size, verb=arguments[0]):
+                    image.write_bytes(whole[:size])
+                    done = self.vellmark(arguments[0], image, *arguments[1:])
+                    self.assertEqual(done.returncode, FAILED)
+                    self.assertIn(b"The image ends before its volume does.", done.stderr)
+                    self.assertEqual(image.stat().st_size, size)
+
+    def test_the_journal(self):
+        """Catches steps of a change that leave no line."""
+        for kind, image in self.images.items():
+            with self.subTest(kind=kind):
+                log = self.work / f"{kind}.log"
+                for verb, *arguments in (("rename", "Old/Drafts/notes", "News"),
+                                         ("put", "plan.txt"), ("get", "Old", "--force")):
+                    done = self.vellmark("--log", log, verb, image, *arguments)
+                    self.assertEqual(done.returncode, DONE, done.stderr)
+                lines = log.read_text(encoding="utf-8")
+                self.assertEqual("COMPIL : plan.txt\t1\t" in lines, kind == "plus")
+                for words in ("nb.secteurs = ", ", nb.octets = 512.", "*ren notes\tNews",
+                              'Copying folder "Old" to "Old"'):
+                    self.assertIn(words, lines)
 
     def test_hundreds_of_items(self):
         """Catches trees that are wrong once leaves split, empty and are freed again."""
