@@ -77,6 +77,7 @@ Views Outcome(const Rule& rule, Answer answer) {
             return rule.yesToAll;
         case Answer::No:
         case Answer::NoToAll:
+        case Answer::None:
             break;
     }
     return rule.no;

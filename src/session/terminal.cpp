@@ -22,6 +22,9 @@ constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
 constexpr int kTextCompiling = 1390;
 
+/// So often a question is put before it counts as not answered.
+constexpr int kMostTries = 10;
+
 constexpr auto kRedrawAfter = std::chrono::milliseconds(50);
 constexpr std::string_view kEraseLine = "\r\x1b[K";
 
@@ -36,7 +39,48 @@ std::string OneLine(std::string_view text) {
     return line;
 }
 
+/// What can be typed, behind a question.
+struct Choices {
+    std::string_view oneItem;
+    std::string_view yesForAll;
+    std::string_view noForAll;
+};
+constexpr Choices kEnglishChoices = {"y/n", ", Y yes to all", ", N no to all"};
+constexpr Choices kFrenchChoices = {"o/n", ", O oui pour tous", ", N non pour tous"};
+
+const Choices& ChoicesIn(Language language) {
+    return language == Language::French ? kFrenchChoices : kEnglishChoices;
+}
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == text.npos ? std::string_view{}
+                              : text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+bool IsYes(Answer answer) {
+    return answer == Answer::Yes || answer == Answer::YesToAll;
+}
+
 }  // namespace
+
+std::optional<Answer> TypedAnswer(std::string_view line, Language language) {
+    const std::string_view typed = Trimmed(line);
+    const bool isFrench = language == Language::French;
+    if (typed == "N")
+        return Answer::NoToAll;
+    if (typed == "Y" || (isFrench && typed == "O"))
+        return Answer::YesToAll;
+    std::string small(typed);
+    std::transform(small.begin(), small.end(), small.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    if (small == "n" || small == "no" || (isFrench && small == "non"))
+        return Answer::No;
+    if (small == "y" || small == "yes" || (isFrench && (small == "o" || small == "oui")))
+        return Answer::Yes;
+    return std::nullopt;
+}
 
 StopSignals::StopSignals() {
     stopRequested = false;
@@ -152,30 +196,23 @@ bool TerminalMessages::askYesNo(std::string_view question) {
         showMessage(question);
         return false;
     }
-    const std::string answer = readAnswer(question, "y/n");
-    return answer == "y" || answer == "Y";
+    return IsYes(readAnswer(question, Range::OneItem));
 }
 
 Answer TerminalMessages::askYesNoRemember(std::string_view question) {
-    if (!options_.asks)
-        return Answer::YesToAll;
-    const std::string answer = readAnswer(question, "y/n, Y yes to all, N no to all");
-    return answer == "y"   ? Answer::Yes
-           : answer == "Y" ? Answer::YesToAll
-           : answer == "N" ? Answer::NoToAll
-                           : Answer::No;
+    return options_.asks ? readAnswer(question, Range::BothForAll) : Answer::YesToAll;
 }
 
 TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view fullName,
                                                  std::string_view proposal) {
     TruncationAnswer answer{true, !options_.asks, std::string(proposal)};
     if (options_.asks) {
-        const std::string line =
+        const Answer given =
             readAnswer("The name " + std::string(fullName) + " is too long. Shorten it to " +
                            std::string(proposal) + "?",
-                       "y/n, Y yes to all");
-        answer.accepted = line != "n" && line != "N";
-        answer.automatic = line == "Y";
+                       Range::YesForAll);
+        answer.accepted = IsYes(given);
+        answer.automatic = given == Answer::YesToAll;
     }
     return answer;
 }
@@ -183,12 +220,11 @@ TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view
 std::optional<std::string> TerminalMessages::askFileName(std::string_view proposal) {
     if (!options_.asks)
         return std::string(proposal);
-    std::string line = readAnswer("Name for " + Printable(proposal) + "?", "Enter keeps it");
-    if (context_.input.fail()) {
-        showMessage("No name was given; nothing more is copied.");
-        return std::nullopt;
-    }
-    return line.empty() ? std::string(proposal) : line;
+    std::optional<std::string> line =
+        readLine("Name for " + Printable(proposal) + "?", "Enter keeps it");
+    if (line && line->empty())
+        line = proposal;
+    return line;
 }
 
 std::optional<std::size_t> TerminalMessages::askChoice(std::string_view question,
@@ -198,7 +234,8 @@ std::optional<std::size_t> TerminalMessages::askChoice(std::string_view question
     progress_.clear();
     for (std::size_t i = 0; i < names.size(); ++i)
         context_.errors << i + 1 << ". " << Printable(names[i]) << '\n';
-    const std::string line = readAnswer(question, "1-" + std::to_string(names.size()));
+    const std::string line =
+        std::string(Trimmed(readLine(question, "1-" + std::to_string(names.size())).value_or("")));
     std::size_t number = 0;
     const char* end = line.data() + line.size();
     const auto [rest, error] = std::from_chars(line.data(), end, number);
@@ -207,12 +244,33 @@ std::optional<std::size_t> TerminalMessages::askChoice(std::string_view question
     return number - 1;
 }
 
-std::string TerminalMessages::readAnswer(std::string_view question, std::string_view choices) {
-    std::string line;
+Answer TerminalMessages::readAnswer(std::string_view question, Range range) {
+    const Choices& choices = ChoicesIn(context_.language);
+    std::string hint(choices.oneItem);
+    if (range != Range::OneItem)
+        hint += choices.yesForAll;
+    if (range == Range::BothForAll)
+        hint += choices.noForAll;
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        const std::optional<std::string> line = readLine(question, hint);
+        if (!line)
+            break;
+        if (const auto answer = TypedAnswer(*line, context_.language))
+            return *answer;
+    }
+    return Answer::None;
+}
+
+// Nothing at the end of the input, and after a signal.
+std::optional<std::string> TerminalMessages::readLine(std::string_view question,
+                                                      std::string_view choices) {
     progress_.clear();
     context_.errors << OneLine(question) << " [" << choices << "] " << std::flush;
-    std::getline(context_.input, line);
-    return line;
+    std::string line;
+    if (std::getline(context_.input, line))
+        return line;
+    context_.errors << '\n';
+    return std::nullopt;
 }
 
 }  // namespace vellmark

@@ -71,10 +71,15 @@ class TerminalProgress final : public Progress {
     std::chrono::steady_clock::time_point nextDraw_;
 };
 
+/// What a person typed at a question, in any case and with blanks around it: y, yes, n or no, and
+/// in French o, oui, n or non too. A capital letter alone is an answer for all. Nothing for
+/// anything else.
+[[nodiscard]] std::optional<Answer> TypedAnswer(std::string_view line, Language language);
+
 /// Messages go to the errors, questions too; what belongs there goes to the session's journal as
-/// well. Where nobody can be asked, names are shortened as
-/// proposed, a question about one item is answered with yes, and one about losing something with
-/// no.
+/// well. Where nobody can be asked, names are shortened as proposed, a question about one item is
+/// answered with yes, and one about losing something with no. What a person types is asked for
+/// again until it is an answer; the end of the input loses nothing.
 class TerminalMessages final : public Messages {
   public:
     TerminalMessages(CommandContext& context, TerminalOptions options, TerminalProgress& progress)
@@ -101,7 +106,12 @@ class TerminalMessages final : public Messages {
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
 
   private:
-    [[nodiscard]] std::string readAnswer(std::string_view question, std::string_view choices);
+    /// How far a question with yes and no goes.
+    enum class Range { OneItem, YesForAll, BothForAll };
+
+    [[nodiscard]] Answer readAnswer(std::string_view question, Range range);
+    [[nodiscard]] std::optional<std::string> readLine(std::string_view question,
+                                                      std::string_view choices);
 
     CommandContext& context_;
     TerminalOptions options_;

@@ -10,8 +10,9 @@
 
 namespace vellmark {
 
-/// The answer to a question whose answer may be kept for the rest of the command.
-enum class Answer { No, Yes, NoToAll, YesToAll };
+/// The answer to a question whose answer may be kept for the rest of the command. `None`: the
+/// person went away without one, and nothing may be lost by it.
+enum class Answer { No, Yes, NoToAll, YesToAll, None };
 
 /// Which name a truncation question is about.
 enum class TruncatedName { Iso, Hfs, HfsPlus };
@@ -52,8 +53,8 @@ class Messages {
                                                          std::string_view fullName,
                                                          std::string_view proposal) = 0;
 
-    /// The name of a file that is to be made; nothing when the person gives none, which ends the
-    /// command. Where nobody is asked, the proposal.
+    /// Another name for a file that is to be made; nothing when the person gives none. Where nobody
+    /// is asked, the proposal.
     [[nodiscard]] virtual std::optional<std::string> askFileName(std::string_view proposal) {
         return std::string(proposal);
     }

@@ -43,6 +43,7 @@ class FileImport {
     [[nodiscard]] CopyInResult run();
 
   private:
+    [[nodiscard]] CopyInResult copy();
     [[nodiscard]] std::optional<CopyInResult> openSource();
     [[nodiscard]] bool acceptsDamage();
     [[nodiscard]] NewFile describe();
@@ -64,9 +65,20 @@ class FileImport {
 };
 
 CopyInResult FileImport::run() {
+    const CopyInResult result = copy();
+    // A wish to stop ends a question too, and is not told from its answer there.
+    return result == CopyInResult::LeftOut && !batch_.progress.chunk(0) ? CopyInResult::Stopped
+                                                                        : result;
+}
+
+CopyInResult FileImport::copy() {
     if (const std::string refusal = RefusalOf(batch_, path_, facts_); !refusal.empty())
         return LeaveOut(batch_, path_, refusal);
-    class_ = ClassifyPcFile(path_, batch_.options.containers, batch_.answers, batch_.messages);
+    const std::optional<ImportClass> found =
+        ClassifyPcFile(path_, batch_.options.containers, batch_.answers, batch_.messages);
+    if (!found)
+        return LeaveOut(batch_, path_, "Nobody said whether it is to be taken apart.");
+    class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
     if (const auto end = openSource())

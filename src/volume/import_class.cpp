@@ -30,23 +30,27 @@ std::string NameForQuestion(std::string_view pcName) {
     return WideToUtf8(wide);
 }
 
-ImportClass ClassifyPcFile(const std::string& path, ContainerPolicy policy, CopyAnswers& answers,
-                           Messages& messages) {
+std::optional<ImportClass> ClassifyPcFile(const std::string& path, ContainerPolicy policy,
+                                          CopyAnswers& answers, Messages& messages) {
     if (policy == ContainerPolicy::Never)
         return ImportClass::Plain;
     PcFile file(path, PcFile::Mode::Read);
     if (!file.isOpen())
         return ImportClass::Plain;
-    const auto isAccepted = [&](RememberedAnswer& answer, int text) {
-        return policy == ContainerPolicy::Always ||
-               answer.ask(messages,
-                          FormatText(text, messages.language(), NameForQuestion(NameOf(path))));
+    const auto settle = [&](ImportClass container, RememberedAnswer& kept,
+                            int text) -> std::optional<ImportClass> {
+        if (policy == ContainerPolicy::Always)
+            return container;
+        const Answer answer = kept.answer(
+            messages, FormatText(text, messages.language(), NameForQuestion(NameOf(path))));
+        if (answer == Answer::None)
+            return std::nullopt;
+        return answer == Answer::Yes || answer == Answer::YesToAll ? container : ImportClass::Plain;
     };
     if (IsMacBinaryFile(file))
-        return isAccepted(answers.macBinary, kTextMacBinary) ? ImportClass::MacBinary
-                                                             : ImportClass::Plain;
+        return settle(ImportClass::MacBinary, answers.macBinary, kTextMacBinary);
     if (IsBinHexFile(file))
-        return isAccepted(answers.binHex, kTextBinHex) ? ImportClass::BinHex : ImportClass::Plain;
+        return settle(ImportClass::BinHex, answers.binHex, kTextBinHex);
     if (IsAppleSingleFile(file))
         return ImportClass::AppleSingle;
     // A companion that is a pipe would be waited for.

@@ -1,6 +1,7 @@
 // What a file of the PC is as a Macintosh file: itself, or a container that is taken apart.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,8 +37,10 @@ struct CopyAnswers {
 [[nodiscard]] std::string NameForQuestion(std::string_view pcName);
 
 /// Tests in the order MacBinary, BinHex, AppleSingle, AppleDouble, streams. A person's no to one of
-/// the first two ends them. A file that cannot be read is a plain one.
-[[nodiscard]] ImportClass ClassifyPcFile(const std::string& path, ContainerPolicy policy,
-                                         CopyAnswers& answers, Messages& messages);
+/// the first two ends them. A file that cannot be read is a plain one. Nothing when a person was
+/// asked and gave no answer.
+[[nodiscard]] std::optional<ImportClass> ClassifyPcFile(const std::string& path,
+                                                        ContainerPolicy policy,
+                                                        CopyAnswers& answers, Messages& messages);
 
 }  // namespace vellmark

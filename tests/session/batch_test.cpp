@@ -143,7 +143,7 @@ TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
         const char* inErrors;
     } cases[] = {
         {{"/C"}, "/C needs a project."},
-        {{"/C", "nope.vlpr"}, "nope.vlpr cannot be read"},
+        {{"/C", "nope.vlpr"}, "Error opening file nope.vlpr"},
         {{"/C", "p2.vlpr"}, "not recognized as a project file"},
         {{"/C", "empty.vlpr"}, "contains no files"},
         {{"/C", "x.ISO"}, "would replace its own project"},

@@ -30,27 +30,56 @@ TEST_F(TerminalTest, WithoutAPersonNothingIsWaitedForAndNothingIsLost) {
 }
 
 TEST_F(TerminalTest, AnswersOfAPerson) {
+    constexpr Language kEnglish = Language::English;
+    constexpr Language kFrench = Language::French;
     const struct {
+        Language language;
         const char* typed;
-        bool yes;
         Answer answer;
-        bool accepted;
-        bool automatic;
-    } cases[] = {
-        {"y\n", true, Answer::Yes, true, false},     {"n\n", false, Answer::No, false, false},
-        {"Y\n", true, Answer::YesToAll, true, true}, {"N\n", false, Answer::NoToAll, false, false},
-        {"\n", false, Answer::No, true, false},      {"", false, Answer::No, true, false}};
+        int questions;  // one that was not answered is put again
+    } cases[] = {{kEnglish, "y\n", Answer::Yes, 1},
+                 {kEnglish, " Yes \r\n", Answer::Yes, 1},
+                 {kEnglish, "Y\n", Answer::YesToAll, 1},
+                 {kEnglish, "no\n", Answer::No, 1},
+                 {kEnglish, "NO\n", Answer::No, 1},
+                 {kEnglish, "N\n", Answer::NoToAll, 1},
+                 {kEnglish, "\nnot yet\noui\nn\n", Answer::No, 4},
+                 {kEnglish, "nope\n", Answer::None, 2},
+                 {kEnglish, "", Answer::None, 1},
+                 {kFrench, "o\n", Answer::Yes, 1},
+                 {kFrench, "Oui\n", Answer::Yes, 1},
+                 {kFrench, "yes\n", Answer::Yes, 1},
+                 {kFrench, "O\n", Answer::YesToAll, 1},
+                 {kFrench, "non\n", Answer::No, 1},
+                 {kFrench, "N\n", Answer::NoToAll, 1}};
     for (const auto& c : cases) {
-        input_.clear();
-        input_.str(std::string(c.typed) + c.typed + c.typed);
+        context_.language = c.language;
         Terminal terminal(context_, {.asks = true});
-        EXPECT_EQ(terminal.messages.askYesNo("?"), c.yes) << c.typed;
-        EXPECT_EQ(terminal.messages.askYesNoRemember("?"), c.answer) << c.typed;
+        const auto typed = [&] {
+            input_.clear();
+            input_.str(c.typed);
+            errors_.str("");
+        };
+        const bool yes = c.answer == Answer::Yes || c.answer == Answer::YesToAll;
+        typed();
+        EXPECT_EQ(terminal.messages.askYesNoRemember("It"), c.answer) << c.typed;
+        std::string asked;
+        for (int i = 0; i < c.questions; ++i)
+            asked += c.language == kFrench ? "It [o/n, O oui pour tous, N non pour tous] "
+                                           : "It [y/n, Y yes to all, N no to all] ";
+        EXPECT_EQ(errors_.str(), asked + (c.answer == Answer::None ? "\n" : "")) << c.typed;
+        typed();
+        EXPECT_EQ(terminal.messages.askYesNo("?"), yes) << c.typed;
+        typed();
         const TruncationAnswer answer =
             terminal.messages.askTruncation(TruncatedName::Iso, "ab", "a");
-        EXPECT_EQ(answer.accepted, c.accepted) << c.typed;
-        EXPECT_EQ(answer.automatic, c.automatic) << c.typed;
+        EXPECT_EQ(answer.accepted, yes) << c.typed;
+        EXPECT_EQ(answer.automatic, c.answer == Answer::YesToAll) << c.typed;
     }
+    input_.clear();
+    input_.str(std::string(1000, '\n'));
+    EXPECT_EQ(Terminal(context_, {.asks = true}).messages.askYesNoRemember("?"), Answer::None)
+        << "a question is not put for ever";
 }
 
 TEST_F(TerminalTest, QuietHidesRemarksButNoFailure) {
