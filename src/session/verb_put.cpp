@@ -1,7 +1,9 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "session/change_run.hpp"
@@ -10,6 +12,7 @@
 #include "session/signature_file.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/copy_in.hpp"
 
@@ -61,8 +64,9 @@ ImportTruncation TruncationOf(const PutOptions& options, const CommandContext& c
         return context.session != nullptr && context.session->settings.has(bit);
     };
     const bool isYes = options.truncate == "yes";
-    return {isYes || (options.truncate.empty() && isSet(kOptionShortenImported)),
-            isYes || !context.asks || isSet(kOptionAddedCrc)};
+    return {.automatic = isYes || (options.truncate.empty() && isSet(kOptionShortenImported)),
+            .addsCrc = isYes || !context.asks || isSet(kOptionAddedCrc),
+            .asks = context.asks};
 }
 
 CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& context) {
@@ -141,16 +145,40 @@ std::string TargetFolder::step(const std::string& name, const std::string& path)
                                       : CatalogProblem(made, "where " + shown + " would go");
 }
 
+// What the run did not come to, as a sentence; "" for nothing.
+std::string NotReached(std::span<const std::string> paths) {
+    if (paths.size() < 2)
+        return paths.empty() ? std::string{}
+                             : fmt::format("{} was not reached.", Printable(paths.front()));
+    return fmt::format("{} of the items were not reached: {} and those behind it.", paths.size(),
+                       Printable(paths.front()));
+}
+
 // What was asked for by its name and is not there now makes the whole run fail.
 void PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch, ChangeRun& run) {
-    for (const std::string& path : options.paths) {
+    std::span<const std::string> paths = options.paths;
+    while (!paths.empty()) {
+        const std::string& path = paths.front();
+        paths = paths.subspan(1);
         const CopyInResult result = CopyItemIn(batch, path, folderId);
         run.failed = run.failed || result != CopyInResult::Done;
         if (result == CopyInResult::Stopped)
             run.problem("Stopped as you wished; what was copied before stays.");
-        if (result == CopyInResult::Stopped || result == CopyInResult::BatchEnds)
-            return;
+        if (result != CopyInResult::Stopped && result != CopyInResult::BatchEnds)
+            continue;
+        if (PcFactsOf(path).kind == PcKind::Folder)
+            run.problem(fmt::format("The rest of {} was not copied.", Printable(path)));
+        if (const std::string sentence = NotReached(paths); !sentence.empty())
+            run.problem(sentence);
+        return;
     }
+}
+
+// Whether none of the items is there, so that no folder is to be made for them.
+bool NothingIsThere(const PutOptions& options) {
+    return std::all_of(options.paths.begin(), options.paths.end(), [](const std::string& path) {
+        return PcFactsOf(path).kind == PcKind::Missing;
+    });
 }
 
 int Put(const PutOptions& options, CommandContext& context) {
@@ -162,8 +190,9 @@ int Put(const PutOptions& options, CommandContext& context) {
         return kExitFailed;
     const std::string image = Printable(options.partition.image);
     TargetFolder target(run.volume(), options, context.clock);
-    // The volume is let go as it was.
-    if (const std::string problem = target.find(); !problem.empty()) {
+    // The volume is let go as it was. Items that are all missing are named without a folder.
+    if (const std::string problem = NothingIsThere(options) ? std::string{} : target.find();
+        !problem.empty()) {
         run.problem(fmt::format("{}: {}", image, problem));
         return kExitFailed;
     }

@@ -88,7 +88,7 @@ CopyInResult FileImport::copy() {
         return putCustomIcon(std::move(file));
     std::optional<CatalogName> fileName = name();
     if (!fileName)
-        return LeaveOut(batch_, path_, "Its name is too long for the volume.");
+        return LeaveOut(batch_, path_, kNameTooLong);
     file.name = std::move(*fileName);
     return store(std::move(file));
 }

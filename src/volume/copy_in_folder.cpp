@@ -113,7 +113,7 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
     const std::optional<CatalogName> name = ImportName(
         volume, pcName, parentId, batch_.options.truncation, batch_.messages, batch_.clock);
     if (!name)
-        return LeaveOut(batch_, path, "Its name is too long for the volume.");
+        return LeaveOut(batch_, path, kNameTooLong);
     if (IsEmptyName(volume, *name))
         return LeaveOut(batch_, path, "Nothing of its name can stand on the volume.");
     std::optional<CatalogItem> there;
@@ -184,7 +184,8 @@ bool FolderImport::isCompanion(const std::vector<PcItem>& items, const PcItem& i
     PcFile file(path, PcFile::Mode::Read);
     if (isPaired && file.isOpen() && IsAppleDoubleFile(file))
         return true;
-    if (file.isOpen())
+    // Where containers alone are copied, it is left out by that rule.
+    if (file.isOpen() && batch_.options.mode != CopyMode::MacBinary)
         batch_.messages.showTimedMessage(
             fmt::format("{}: {}; it is copied as a plain file.", Printable(path),
                         isPaired ? "It is named like a companion, but is none"

@@ -31,7 +31,10 @@ CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
       progress(watcher),
       clock(zone),
       image(options.imagePath.empty() ? PcFacts{} : PcFactsOf(options.imagePath)),
-      firstNewId(NextId(openVolume)) {}
+      firstNewId(NextId(openVolume)) {
+    options.truncation.replaces = options.existing == ExistingFiles::Replace;
+    options.truncation.firstNewId = firstNewId;
+}
 
 CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason) {
     ++batch.itemsLeftOut;

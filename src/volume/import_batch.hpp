@@ -13,6 +13,10 @@ template <typename... Operands>
     return FormatText(number, batch.messages.language(), operands...);
 }
 
+/// Why an item is left out whose name a person did not settle.
+inline constexpr std::string_view kNameTooLong =
+    "Its name is too long for the volume, and it got no other one.";
+
 /// Names an item that is left out, and counts it.
 CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason);
 

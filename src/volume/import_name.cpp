@@ -99,11 +99,16 @@ class Shortening {
   private:
     [[nodiscard]] std::optional<CatalogName> ask(const CatalogName& proposal);
     [[nodiscard]] std::optional<CatalogName> settle(CatalogName shortName);
-    [[nodiscard]] bool isTaken(const CatalogName& name) const {
+    [[nodiscard]] std::optional<CatalogName> replaced(const CatalogName& shortName);
+    [[nodiscard]] std::optional<CatalogName> askOther(CatalogName name);
+    [[nodiscard]] CatalogName typedName(const std::string& typed,
+                                        const CatalogName& otherwise) const;
+    [[nodiscard]] std::optional<CatalogItem> itemOf(const CatalogName& name) const {
         std::optional<CatalogItem> there;
         (void)FindNamed(volume_, folderId_, name, clock_, there);  // storing tells of damage
-        return there.has_value();
+        return there;
     }
+    [[nodiscard]] bool isTaken(const CatalogName& name) const { return itemOf(name).has_value(); }
 
     VolumeContext& volume_;
     std::string_view pcName_;
@@ -122,22 +127,54 @@ std::optional<CatalogName> Shortening::ask(const CatalogName& proposal) {
     truncation_.automatic = answer.automatic;
     if (answer.automatic)
         return settle(proposal);
-    CatalogName typed = NameFromPc(volume_, answer.name);
-    CutToVolume(volume_, typed);
-    return IsEmptyName(volume_, typed) ? proposal : typed;
+    return typedName(answer.name, proposal);
+}
+
+CatalogName Shortening::typedName(const std::string& typed, const CatalogName& otherwise) const {
+    CatalogName name = NameFromPc(volume_, typed);
+    CutToVolume(volume_, name);
+    return IsEmptyName(volume_, name) ? otherwise : name;
 }
 
 std::optional<CatalogName> Shortening::settle(CatalogName shortName) {
     if (!isTaken(shortName))
         return shortName;
+    if (truncation_.replaces)
+        if (std::optional<CatalogName> old = replaced(shortName))
+            return old;
     if (truncation_.addsCrc) {
         shortName = WithDigits(volume_, shortName, pcName_);
         if (!isTaken(shortName))
             return shortName;
     }
-    const std::string question = FormatText(kTextExistsAs, messages_.language(), Printable(pcName_),
-                                            Printable(ShownName(volume_, shortName)));
-    return messages_.askYesNo(question) ? ask(shortName) : std::optional(shortName);
+    return truncation_.asks ? askOther(std::move(shortName)) : std::optional(std::move(shortName));
+}
+
+// The name of an older item that this one takes the place of; nothing when there is none.
+std::optional<CatalogName> Shortening::replaced(const CatalogName& shortName) {
+    CatalogName withDigits = WithDigits(volume_, shortName, pcName_);
+    if (isTaken(withDigits))
+        return withDigits;
+    const std::optional<CatalogItem> there = itemOf(shortName);
+    return there && there->id < truncation_.firstNewId && truncation_.given.insert(there->id).second
+               ? std::optional(shortName)
+               : std::nullopt;
+}
+
+// A name that a person types in place of one that is taken, or that one after all.
+std::optional<CatalogName> Shortening::askOther(CatalogName name) {
+    while (isTaken(name) &&
+           messages_.askYesNo(FormatText(kTextExistsAs, messages_.language(), Printable(pcName_),
+                                         Printable(ShownName(volume_, name))))) {
+        const std::string kept = ShownName(volume_, name);
+        const std::optional<std::string> typed = messages_.askFileName(kept);
+        if (!typed)
+            return std::nullopt;
+        if (*typed == kept)
+            break;
+        name = typedName(*typed, name);
+    }
+    return name;
 }
 
 }  // namespace

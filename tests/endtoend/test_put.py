@@ -188,6 +188,47 @@ class PutRefuses(Case):
         self.assertEqual((entry.type, entry.creator), (b"ab  ", b"????"))
         kept = self.vellmark("put", image, "f", "--to", "A/B:C")
         self.assertIn(b"exists already; --force replaces it", kept.stderr)
+        lost = self.vellmark("put", image, "missing", "--to", "New", "--parents")
+        self.assertEqual(lost.stderr, b"vellmark: skipped missing: It cannot be found.\n")
+        self.assertNotIn(b"New", self.vellmark("ls", image).stdout)
+
+    def test_full_volume(self):
+        """Catches items behind the one that does not fit that are lost in silence."""
+        image = self.work / "full.img"
+        self.vellmark("format", image, "--size", "1M", "--label", "F")
+        folder = self.work / "full"
+        folder.mkdir()
+        for name, size in (("a", 10), ("b", 700_000), ("c", 700_000), ("d", 10), ("e", 10)):
+            (folder / name).write_bytes(bytes(size))
+        put = self.vellmark("put", image, *(f"full/{name}" for name in "abcde"))
+        self.assertEqual(put.returncode, 1)
+        self.assertIn(b"skipped full/c: Not enough free space", put.stderr)
+        self.assertIn(b"2 of the items were not reached: full/d and those behind it.", put.stderr)
+        self.assertEqual(sorted(Image(image).mac_files()), [("a",), ("b",)])
+
+    def test_long_names_are_replaced(self):
+        """Catches files and folders with long names that are doubled by a second run."""
+        (self.work / LONG).mkdir()
+        for name in ("1", "2"):
+            (self.work / LONG / (LONG + name)).write_bytes(name.encode())
+        for kind, options in FORMATS.items():
+            image = self.work / f"long {kind}.img"
+            self.vellmark("format", image, "--size", "2M", "--label", "V", *options)
+            for run in range(2):
+                put = self.vellmark("put", image, LONG, "--replace", "yes")
+                self.assertEqual((put.returncode, put.stderr), (DONE, b""), run)
+            files = Image(image).mac_files()
+            self.assertEqual(sorted(entry.data.read() for entry in files.values()), [b"1", b"2"])
+            self.assertEqual(len({path[0] for path in files}), 1)
+
+    def test_containers_alone(self):
+        """Catches a file that is said to be copied and to be left out."""
+        image = self.work / "alone.img"
+        self.vellmark("format", image, "--size", "2M", "--label", "V")
+        (self.work / "c").mkdir(exist_ok=True)
+        (self.work / "c" / "._orphan").write_bytes(b"x")
+        put = self.vellmark("put", image, "c", "--mode", "macbinary")
+        self.assertEqual((put.returncode, put.stderr.count(b"\n")), (SKIPPED, 1), put.stderr)
 
 
 if __name__ == "__main__":

@@ -16,8 +16,14 @@ class AskedMessages final : public testing::KeptMessages {
   public:
     [[nodiscard]] bool askYesNo(std::string_view question) override {
         texts.emplace_back(question);
-        return false;
+        return !typed.empty();
     }
+    [[nodiscard]] std::optional<std::string> askFileName(std::string_view) override {
+        const std::string name = typed.front();
+        typed.erase(typed.begin());
+        return name;
+    }
+    std::vector<std::string> typed;  ///< other names, as long as there are any
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName, std::string_view,
                                                  std::string_view proposal) override {
         proposals.emplace_back(proposal);
@@ -100,6 +106,41 @@ TEST_P(ShortNames, AreCutAndMadeUnique) {
     take(unique);
     EXPECT_EQ(import(name), unique);
     EXPECT_EQ(messages_.texts.size(), 2u);
+}
+
+TEST_P(ShortNames, MayBeTypedWhereTheyAreTaken) {
+    truncation_ = {.automatic = true};
+    const std::string name(limit(), 'x');
+    take(name);
+    take("also there");
+    messages_.typed = {"also there", "free"};
+    EXPECT_EQ(import(name + "y"), "free");
+    EXPECT_EQ(messages_.texts.size(), 2u);
+    messages_.typed = {name};
+    EXPECT_EQ(import(name + "y"), name) << "kept, to be replaced";
+    truncation_.asks = false;
+    EXPECT_EQ(import(name + "y"), name);
+    EXPECT_EQ(messages_.texts.size(), 3u) << "nobody is there";
+}
+
+// Catches an item that is doubled instead of replaced, and one that takes the place of another.
+TEST_P(ShortNames, AreFoundAgainWhereItemsAreReplaced) {
+    truncation_ = {.automatic = true, .addsCrc = true, .asks = false, .replaces = true};
+    truncation_.firstNewId = 1000;
+    const std::string name(limit(), 'x');
+    take(name);
+    EXPECT_EQ(import(name + "y"), name) << "came from it before";
+    const std::string digits = import(name + "y");
+    EXPECT_EQ(digits.substr(0, limit() - 5), name.substr(5)) << "one batch gives a name once";
+    EXPECT_NE(digits, name);
+    take(digits);
+    truncation_.given.clear();
+    EXPECT_EQ(import(name + "y"), digits);
+    EXPECT_EQ(import(name + "z"), name) << "of another long name";
+    truncation_.given.clear();
+    truncation_.firstNewId = 1;
+    EXPECT_NE(import(name + "z"), name) << "the batch has made it";
+    EXPECT_EQ(messages_.texts.size(), 0u);
 }
 
 TEST_P(ShortNames, FollowTheAnswer) {
