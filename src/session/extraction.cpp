@@ -11,6 +11,8 @@ namespace vellmark {
 
 namespace {
 
+constexpr int kTextReplace = 1161;
+
 std::string NameOf(const ViewEntry& entry) {
     return entry.path.empty() ? "/" : Printable(entry.path);
 }
@@ -73,17 +75,28 @@ void Extractor::problem(const std::string& sentence) {
     messages_.showMessage(sentence);
 }
 
-// Empty when a file can be written there.
-std::string Extractor::refusalOf(const std::string& target) const {
+// False after a message, or when the person wants to keep what is there.
+bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
     std::string refusal = targets_.refusalOf(target);
-    if (refusal.empty() && !replace_ && PcTargets::exists(target))
+    const bool isTaken = existing_ != ExistingFiles::Replace && PcTargets::exists(target);
+    if (refusal.empty() && isTaken && existing_ == ExistingFiles::Ask) {
+        const bool mayGo = replaceAnswer_.ask(
+            messages_, FormatText(kTextReplace, messages_.language(), Printable(target)));
+        keptFiles_ = keptFiles_ || !mayGo;
+        return mayGo;
+    }
+    if (refusal.empty() && isTaken)
         refusal = fmt::format("{} exists already{}.", Printable(target), kForceHint);
-    return refusal;
+    if (!refusal.empty())
+        skip(file, refusal);
+    return refusal.empty();
 }
 
 Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target) {
-    if (const std::string refusal = refusalOf(target); !refusal.empty())
-        return skip(file, refusal);
+    if (!mayWrite(file, target))
+        return progress_.chunk(0) ? Extraction::Skipped : Extraction::Stopped;
+    // What was not to be replaced was refused, and what comes in between stays.
+    const bool replaces = PcTargets::exists(target);
     std::string sentence;
     const std::unique_ptr<ByteSource> source = source_->open(file, sentence);
     if (!source)
@@ -91,7 +104,7 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
     progress_.text(NameOf(file));
     WatchedSource watched(*source, progress_);
     const PcWriting writing =
-        WritePcTarget({target, {}, replace_, file.modified}, [&](PcFile& out, PcFile*) {
+        WritePcTarget({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
             return CopyFork(watched, out, 0) == ContainerFault::None
                        ? std::string{}
                        : std::string(kContentsCutShort);

@@ -10,6 +10,7 @@
 #include "support/messages.hpp"
 #include "support/pc_targets.hpp"
 #include "support/progress.hpp"
+#include "volume/copy_out.hpp"
 
 namespace vellmark {
 
@@ -18,7 +19,7 @@ inline constexpr std::string_view kForceHint = "; --force replaces it";
 
 enum class Extraction {
     Done,
-    Skipped,  ///< the item itself, after a message that names it
+    Skipped,  ///< the item itself, after a message or a question that names it
     Stopped   ///< by the user
 };
 
@@ -26,11 +27,14 @@ class Extractor final : public TreeWalker {
   public:
     struct Options {
         std::string imagePath;  ///< never written over
-        bool replace = false;   ///< files that exist already
+        ExistingFiles existing = ExistingFiles::Keep;
     };
 
-    Extractor(const Options& options, Messages& messages, Progress& progress)
-        : replace_(options.replace),
+    /// `replaceAnswer` keeps what a person says to all of the files that exist already.
+    Extractor(const Options& options, RememberedAnswer& replaceAnswer, Messages& messages,
+              Progress& progress)
+        : existing_(options.existing),
+          replaceAnswer_(replaceAnswer),
           messages_(messages),
           progress_(progress),
           targets_(options.imagePath) {}
@@ -44,6 +48,8 @@ class Extractor final : public TreeWalker {
     [[nodiscard]] Extraction takeTo(TreeView& tree, const ViewEntry& file, ByteSink& sink);
     /// Parts of the tree that could not be read, each told.
     [[nodiscard]] bool foundDamage() const { return foundDamage_; }
+    /// Files that a person wanted to keep as they are on the PC.
+    [[nodiscard]] bool keptFiles() const { return keptFiles_; }
 
   protected:
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t level) override;
@@ -53,15 +59,17 @@ class Extractor final : public TreeWalker {
 
   private:
     [[nodiscard]] Extraction takeFile(const ViewEntry& file, const std::string& target);
-    [[nodiscard]] std::string refusalOf(const std::string& target) const;
+    [[nodiscard]] bool mayWrite(const ViewEntry& file, const std::string& target);
     Extraction skip(const ViewEntry& entry, std::string_view reason);
 
-    bool replace_;
+    ExistingFiles existing_;
+    RememberedAnswer& replaceAnswer_;
     Messages& messages_;
     Progress& progress_;
     PcTargets targets_;
     TreeView* source_ = nullptr;
     bool foundDamage_ = false;
+    bool keptFiles_ = false;
 };
 
 }  // namespace vellmark

@@ -12,6 +12,7 @@
 #include "session/file_modes.hpp"
 #include "support/settings_store.hpp"
 #include "support/texts.hpp"
+#include "volume/pc_target_name.hpp"
 
 namespace vellmark {
 
@@ -45,6 +46,8 @@ enum OptionBit : std::uint32_t {
     kOptionShowHidden = 256,
     kOptionDeleteSilently = 1024,
 };
+/// Files that are copied to the PC keep their names unless something else was set.
+inline constexpr std::uint32_t kDefaultOptions = static_cast<std::uint32_t>(NamingPolicy::Catalog);
 
 /// Bits of `Settings::vlOptions`.
 enum VlOptionBit : std::uint32_t {
@@ -78,7 +81,7 @@ inline constexpr ColumnWidths kDefaultColumnWidths = {160, 90, 70, 70, 90, 90, 1
 struct Settings {
     std::optional<Language> language;  ///< nothing: never chosen
     std::string extension = "TXT";     ///< of files that the signature table does not know
-    std::uint32_t options = 0;
+    std::uint32_t options = kDefaultOptions;
     std::uint32_t vlOptions = 0;
     WindowPlace window;
     ColumnWidths columns = kDefaultColumnWidths;

@@ -25,7 +25,7 @@ struct GetOptions {
     std::vector<std::string> paths;
     std::string target = ".";
     std::string mode = "data";
-    std::string naming = "catalog";
+    std::string naming;  ///< empty: as the settings say
     bool force = false;
     bool quiet = false;
 
@@ -82,13 +82,27 @@ std::string InFolder(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
 }
 
+// The settings may want a person to be asked, where there is none.
+NamingPolicy NamingOf(const GetOptions& options, const CommandContext& context) {
+    if (!options.naming.empty())
+        return ValueOf(kNamings, options.naming);
+    const NamingPolicy kept = NamingPolicyOf(context.session->settings.options);
+    return kept == NamingPolicy::Ask && !context.asks ? NamingPolicy::Catalog : kept;
+}
+
+ExistingFiles ExistingOf(const GetOptions& options, const CommandContext& context) {
+    return options.force  ? ExistingFiles::Replace
+           : context.asks ? ExistingFiles::Ask
+                          : ExistingFiles::Keep;
+}
+
 CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
     CopyOutOptions copy;
     copy.mode = ValueOf(kModes, options.mode);
-    copy.naming.policy = ValueOf(kNamings, options.naming);
+    copy.naming.policy = NamingOf(options, context);
     copy.naming.genericExtension = context.session->settings.extension;
     copy.naming.extendsUnknown = context.session->settings.has(kOptionExtendUnknown);
-    copy.existing = options.force ? ExistingFiles::Replace : ExistingFiles::Keep;
+    copy.existing = ExistingOf(options, context);
     copy.keptHint = kForceHint;
     copy.imagePath = options.view.image;
     return copy;
@@ -102,16 +116,17 @@ class Getter {
           options_(options),
           messages_(run.terminal.messages),
           output_(run),
-          extractor_({options.view.image, options.force}, messages_, run.terminal.progress),
           copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
-                   run.terminal.progress, run.context.clock) {}
+                   run.terminal.progress, run.context.clock),
+          extractor_({options.view.image, ExistingOf(options, run.context)}, copyOut_.replaceAnswer,
+                     messages_, run.terminal.progress) {}
 
     /// False when the run is at its end: the user stopped it, or nothing more can be written.
     [[nodiscard]] bool get(const std::string& path, bool intoFolder);
     /// Settles what the run as a whole comes to.
     void finish() {
         run_.failed = run_.failed || extractor_.foundDamage() || copyOut_.foundDamage;
-        run_.leftOut = run_.leftOut || copyOut_.itemsLeftOut > 0;
+        run_.leftOut = run_.leftOut || copyOut_.itemsLeftOut > 0 || extractor_.keptFiles();
     }
 
   private:
@@ -126,8 +141,8 @@ class Getter {
     const GetOptions& options_;
     TerminalMessages& messages_;
     OutputSink output_;
-    Extractor extractor_;
     CopyOut copyOut_;
+    Extractor extractor_;
 };
 
 // The tree that knows most about a file comes first.
@@ -212,11 +227,15 @@ std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
 std::string MacintoshOption(const GetOptions& options) {
     if (options.mode != "data")
         return "--mode " + options.mode;
-    return options.naming != "catalog" ? "--naming " + options.naming : std::string{};
+    return options.naming.empty() || options.naming == "catalog" ? std::string{}
+                                                                 : "--naming " + options.naming;
 }
 
 // What is wrong with options that do not go together; empty for nothing.
 std::string Contradiction(const GetOptions& options, const CommandContext& context) {
+    // What a shell makes of a variable that is not set would be the whole tree.
+    if (std::find(options.paths.begin(), options.paths.end(), "") != options.paths.end())
+        return "A PATH is empty; the whole tree is called /.";
     if (options.mode == "appledouble" && options.toOutput())
         return "--mode appledouble makes two files, which cannot go to the standard output.";
     if (options.naming == "ask" && !context.asks)
@@ -246,7 +265,8 @@ int Get(const GetOptions& options, CommandContext& context) {
         run.trees = {run.view->tree(TreeKind::Hfs)};
     }
     // Looking for the table of the user is for names alone that need it.
-    const bool needsTable = options.naming == "extension" || options.naming == "append";
+    const NamingPolicy naming = NamingOf(options, context);
+    const bool needsTable = naming == NamingPolicy::OwnExtension || naming == NamingPolicy::Append;
     const SignatureTable none;
     Getter getter(run, options, needsTable ? SignaturesOf(context, run.terminal.messages) : none);
     for (const std::string& path : options.paths)
@@ -280,10 +300,10 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments
         .add("-n,--naming", options->naming,
              "Name of a Macintosh file: as in the catalog, with the extension of its type "
-             "and creator where it has none or in any case, or asked for")
-        .oneOf(WordsOf(kNamings))
-        .showDefault();
-    arguments.flag("-f,--force", options->force, "Replace existing files");
+             "and creator where it has none or in any case, or asked for; without it, as the "
+             "settings say")
+        .oneOf(WordsOf(kNamings));
+    arguments.flag("-f,--force", options->force, "Replace existing files without a question");
     arguments.flag("-q,--quiet", options->quiet, "No progress");
     run = [options](CommandContext& context) { return Get(*options, context); };
 }

@@ -210,9 +210,14 @@ CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string
     if (!name)
         return CopyOutResult::BatchEnds;
     const bool hasSidecar = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
-    if (!batch_.targets.claimName(*name) ||
-        (hasSidecar && !batch_.targets.claimName(std::string(kSidecarPrefix) + *name)))
+    if (!batch_.targets.claimName(*name))
         return LeaveOut(batch_, path, "Another item of its folder has the same name on the PC.");
+    if (const std::string sidecar = std::string(kSidecarPrefix) + *name;
+        hasSidecar && !batch_.targets.claimName(sidecar))
+        return LeaveOut(batch_, path,
+                        fmt::format("Its second file would be {}, a name that another item of its "
+                                    "folder has on the PC.",
+                                    Printable(sidecar)));
     const std::string target = batch_.targets.folder() + "/" + *name;
     return item.isFolder ? copyFolder(item, path, target, level + 1)
                          : CopyFileOut(batch_, item, path, target);
@@ -244,7 +249,10 @@ std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item) {
     if (batch.options.naming.policy != NamingPolicy::Ask)
         return name;
     std::optional<std::string> given = batch.messages.askFileName(name);
-    return given ? std::optional(SafePcName(std::move(*given))) : std::nullopt;
+    if (given)
+        return SafePcName(std::move(*given));
+    batch.messages.showMessage("No name was given; nothing more is copied.");
+    return std::nullopt;
 }
 
 CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::string& path,
@@ -278,6 +286,7 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
                             const std::string& target) {
     if (const std::string problem = batch.targets.enter(target); !problem.empty())
         return LeaveOut(batch, path, problem);
+    batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
     const CopyOutResult result = FolderCopier(batch, folder.id).copyContents(folder, path, 0);
     if (EndsWalk(result)) {
         batch.targets.abandonFolders();
@@ -286,7 +295,6 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
     batch.targets.leave(GivenDate(folder.modified));
     return CopyOutResult::Done;
 }
-    batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
 
 CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std::string& path,
                              ByteSink& sink) {

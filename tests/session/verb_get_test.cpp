@@ -99,6 +99,39 @@ TEST_F(GetTest, NothingIsReplacedWithoutForce) {
     EXPECT_TRUE(fs::is_fifo("out/Read Me.txt"));
 }
 
+TEST_F(GetTest, APersonIsAskedWhatMayBeReplaced) {
+    make("disc.iso");
+    asks_ = true;
+    for (const char* tree : {"joliet", "hfs"}) {
+        const struct {
+            const char* typed;
+            int status;
+            bool replaced;
+        } cases[] = {{"n\n", 3, false},
+                     {"", 3, false},
+                     {"N\n", 3, false},
+                     {"y\ny\n", 0, true},
+                     {"Y\n", 0, true}};
+        for (const auto& c : cases) {
+            Write("out/My disc/Read Me.txt", "mine");
+            Write("out/My disc/empty", "mine");
+            typed_ = c.typed;
+            EXPECT_EQ(run({"get", "disc.iso", "/", "--as", tree, "-o", "out"}), c.status)
+                << tree << c.typed << err_;
+            EXPECT_EQ(Bytes("out/My disc/Read Me.txt"), c.replaced ? "hello\n" : "mine") << c.typed;
+            EXPECT_EQ(Bytes("out/My disc/empty"), c.replaced ? "" : "mine") << c.typed;
+            fs::remove_all("out");
+        }
+    }
+}
+
+// Catches a variable of the shell that is not set and takes out the whole tree.
+TEST_F(GetTest, AnEmptyPathIsNotTheRoot) {
+    make("disc.iso");
+    EXPECT_EQ(run({"get", "disc.iso", "", "-o", "out"}), 2);
+    EXPECT_FALSE(fs::exists("out"));
+}
+
 TEST_F(GetTest, TheImageIsNotReplacedByItsOwnContents) {
     Write("in/disc.iso", "a file of the same name");
     make("disc.iso");
@@ -161,6 +194,14 @@ TEST_F(MacintoshFormTest, FormsAndNamesAreThoseThatAreAskedFor) {
     EXPECT_NE(err_.find("has no resource fork"), std::string::npos) << err_;
     EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "--mode", "resource", "-o", "out"}), 3);
     EXPECT_EQ(below("out").size(), 1u);
+    // Settings name files where no option does.
+    const std::string kept = "Read Me.txt.TXT";
+    for (const char* policy : {"append", "ask", "catalog"}) {
+        EXPECT_EQ(run({"config", "set", "naming", policy}), 0) << err_;
+        EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--force"}), 0) << err_;
+        EXPECT_EQ(fs::remove(kept), policy == std::string("append")) << policy;
+        fs::remove("Read Me.txt");
+    }
     asks_ = true;
     typed_ = "new/name\n";
     EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--naming", "ask"}), 0) << err_;

@@ -297,7 +297,8 @@ TEST_P(CopyOutTest, AFolderComesWithItsTreeItsNamesAndItsDate) {
     EXPECT_EQ(get("Fold:er/Deep", "x", options), CopyOutResult::Done);
     ASSERT_EQ(messages_.skipped.size(), 1u);
     EXPECT_EQ(messages_.skipped[0],
-              "Fold:er/Deep/a: Another item of its folder has the same name on the PC.");
+              "Fold:er/Deep/a: Its second file would be ._a, a name that another item of its "
+              "folder has on the PC.");
 }
 
 TEST_P(CopyOutTest, WhatExistsIsKeptReplacedOrAskedFor) {
