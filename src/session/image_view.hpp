@@ -36,6 +36,7 @@ struct ViewEntry {
     bool isFolder = false;
     bool isHidden = false;
     bool isHardLink = false;              ///< HFS+: the contents are those of another file
+    bool isLocked = false;                ///< a Macintosh lets nobody change the file
     bool isCompressed = false;            ///< HFS+: the contents are not in the data fork
     std::uint64_t sizeBytes = 0;          ///< of the contents, or the data fork
     std::uint64_t resourceBytes = 0;      ///< of the resource fork

@@ -57,6 +57,7 @@ ViewEntry EntryOf(CatalogItem item) {
         entry.type = LettersOf(item.signature, 0);
         entry.creator = LettersOf(item.signature, 4);
     }
+    entry.isLocked = item.isLocked;
     entry.isCompressed = item.isCompressed;
     entry.id = item.id;
     entry.record = std::move(item);

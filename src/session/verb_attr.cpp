@@ -49,8 +49,14 @@ std::optional<UnixSeconds> DateOf(const std::string& typed) {
                              "%Y-%m-%dT%H:%M", "%Y-%m-%d %H:%M", "%Y-%m-%d"}) {
         std::tm parts{};
         const char* end = ::strptime(typed.c_str(), form, &parts);
-        if (end != nullptr && *end == '\0')
-            return ::timegm(&parts);
+        if (end == nullptr || *end != '\0')
+            continue;
+        // 31 February would become a day of March.
+        std::tm counted = parts;
+        const UnixSeconds date = ::timegm(&counted);
+        return counted.tm_mday == parts.tm_mday && counted.tm_sec == parts.tm_sec
+                   ? std::optional(date)
+                   : std::nullopt;
     }
     return std::nullopt;
 }
@@ -110,7 +116,7 @@ bool IsEmpty(const AttributeChange& change) {
 }
 
 std::string Letters(const std::array<char, 8>& signature, std::size_t at) {
-    return ShownHfsName(std::string_view(signature.data() + at, 4));
+    return Printable(ShownHfsName(std::string_view(signature.data() + at, 4)));
 }
 
 std::string FlagText(std::uint16_t flags) {
@@ -140,9 +146,13 @@ int Show(const AttrOptions& options, CommandContext& context) {
             continue;
         }
         context.output << fmt::format(
-            "{}\n  type      {}\n  creator   {}\n  flags     {}\n  created   {}\n  modified  {}\n",
+            "{}\n  type      {}\n  creator   {}\n  flags     {}\n  locked    {}\n  created   {}\n"
+            "  modified  {}\n",
             Printable(path), item->isFolder ? "-" : Letters(item->signature, 0),
             item->isFolder ? "-" : Letters(item->signature, 4), FlagText(item->finderFlags),
+            item->isFolder   ? "-"
+            : item->isLocked ? "yes"
+                             : "no",
             DateText(item->created), DateText(item->modified));
     }
     return partition->close(terminal.messages) && !failed ? kExitDone : kExitFailed;

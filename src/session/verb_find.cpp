@@ -43,7 +43,7 @@ void Print(VolumeContext& volume, const FindOptions& options, const std::vector<
         if (options.json)
             list.push_back({{"path", path}, {"kind", hit.isFolder ? "folder" : "file"}});
         else
-            context.output << path << (hit.isFolder ? "/\n" : "\n");
+            context.output << Printable(path) << (hit.isFolder ? "/\n" : "\n");
     }
     if (options.json)
         context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)

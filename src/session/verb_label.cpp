@@ -2,6 +2,7 @@
 
 #include "session/change_run.hpp"
 #include "session/verbs.hpp"
+#include "support/encoding.hpp"
 #include "volume/catalog_edit.hpp"
 #include "volume/mount.hpp"
 
@@ -20,7 +21,7 @@ int ShowLabel(const LabelOptions& options, CommandContext& context) {
         Partition::Open(options.partition, context, terminal.messages, Access::Read);
     if (!partition)
         return kExitFailed;
-    context.output << VolumeName(partition->volume()) << '\n';
+    context.output << Printable(VolumeName(partition->volume())) << '\n';
     return partition->close(terminal.messages) ? kExitDone : kExitFailed;
 }
 

@@ -68,6 +68,7 @@ nlohmann::ordered_json EntryJson(const ViewEntry& entry, TreeKind kind) {
             {"type", LettersJson(entry.type)},
             {"creator", LettersJson(entry.creator)},
             {"hidden", entry.isHidden},
+            {"locked", entry.isLocked},
             {kind == TreeKind::Hfs ? "id" : "sector", entry.id}};
 }
 

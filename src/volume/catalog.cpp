@@ -11,6 +11,9 @@ namespace vellmark {
 
 namespace {
 
+// In the flags of a file's record.
+constexpr unsigned kFileLocked = 0x0001;
+
 template <typename Record>
 bool ReadRecord(ConstByteSpan data, Record& record) {
     if (data.size() < sizeof record)
@@ -90,6 +93,7 @@ bool FillHfs(const VolumeContext& volume, const Clock& clock, ConstByteSpan data
     item.signature = record.finderInfo.signature;
     FillFinderInfo(record, item);
     FillHfsDates(record, clock, item);
+    item.isLocked = (record.flags & kFileLocked) != 0;
     item.data = HfsFork(record.dataLogicalSize, record.dataExtents, volume.blockSize);
     item.resource = HfsFork(record.resourceLogicalSize, record.resourceExtents, volume.blockSize);
     return true;
@@ -117,6 +121,7 @@ bool FillHfsPlus(ConstByteSpan data, CatalogItem& item) {
     if (std::equal(kHardLink.begin(), kHardLink.end(), item.signature.begin()))
         item.linkReference = record.permissions.special;
     item.isCompressed = IsCompressed(record.permissions);
+    item.isLocked = (record.flags & kFileLocked) != 0;
     item.data = HfsPlusFork(record.dataFork);
     item.resource = HfsPlusFork(record.resourceFork);
     return true;

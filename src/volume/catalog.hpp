@@ -36,6 +36,7 @@ struct CatalogItem {
     std::uint32_t linkReference = 0;
     /// HFS+ of later systems: the contents lie compressed in the resource fork or in an attribute.
     bool isCompressed = false;
+    bool isLocked = false;  ///< files
     std::uint16_t finderFlags = 0;
     std::array<std::uint8_t, 32> finderInfo{};  ///< both halves, as the record has them
     UnixSeconds created = 0;
