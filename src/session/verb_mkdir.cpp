@@ -21,25 +21,28 @@ EditResult ResultOf(TreeResult result, ChangeRun& run, const std::string& name) 
     return isBadName ? EditResult::BadName : ToEditResult(result);
 }
 
-// Makes one folder, and with `parents` those on the way to it that are missing.
-void MakeFolder(ChangeRun& run, const std::string& path, bool parents) {
+// Makes one folder, and with `parents` those on the way to it that are missing. False after a
+// message.
+bool MakeFolder(ChangeRun& run, const std::string& path, bool parents) {
     const SplitPath split = SplitVolumePath(path);
     std::optional<CatalogItem> there;
-    if (parents && FindPath(run.volume(), path, run.clock(), there) == TreeResult::Done && there &&
+    if (parents && !path.empty() &&
+        FindPath(run.volume(), path, run.clock(), there) == TreeResult::Done && there &&
         there->isFolder)
-        return;
+        return true;
     if (split.name.empty()) {
-        run.judge(EditResult::Exists, path);
-        return;
+        run.problem(path.empty() ? "The folder to make needs a name."
+                                 : "The root of a volume is there already.");
+        return false;
     }
-    if (parents && !split.folder.empty())
-        MakeFolder(run, split.folder, true);
+    if (parents && !split.folder.empty() && !MakeFolder(run, split.folder, true))
+        return false;
     const std::optional<CatalogItem> folder = run.findFolder(split.folder);
     std::uint32_t id = 0;
-    if (folder)
-        run.judge(ResultOf(CreateFolder(run.volume(), split.name, folder->id, run.clock(), id), run,
-                           split.name),
-                  path);
+    return folder &&
+           run.judge(ResultOf(CreateFolder(run.volume(), split.name, folder->id, run.clock(), id),
+                              run, split.name),
+                     path);
 }
 
 int Mkdir(const MkdirOptions& options, CommandContext& context) {
@@ -47,7 +50,7 @@ int Mkdir(const MkdirOptions& options, CommandContext& context) {
     if (!run.open(options.partition))
         return kExitFailed;
     for (const std::string& path : options.paths)
-        MakeFolder(run, path, options.parents);
+        (void)MakeFolder(run, path, options.parents);
     return run.finish();
 }
 

@@ -1,6 +1,7 @@
 #include <memory>
 #include <vector>
 
+#include "containers/hfs_plus_name_form.hpp"
 #include "session/change_run.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -11,12 +12,20 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextExistsInTarget = 1152;
+constexpr std::size_t kMessageUnits = 45;
 
 struct MvOptions {
     PartitionOptions partition;
     std::vector<std::string> paths;
     std::string target;
 };
+
+// So much of a name as the text has room for.
+std::string NameForMessage(const std::string& name) {
+    std::u16string wide = Utf8ToWide(Printable(name));
+    CutAtLetter(wide, kMessageUnits);
+    return WideToUtf8(wide);
+}
 
 void MoveOne(ChangeRun& run, const std::string& path, std::uint32_t targetId, Language language) {
     const std::optional<CatalogItem> item = run.find(path);
@@ -26,9 +35,12 @@ void MoveOne(ChangeRun& run, const std::string& path, std::uint32_t targetId, La
         run.problem("The root of a volume cannot be moved.");
         return;
     }
-    const EditResult result = MoveItem(run.volume(), item->catalogName, item->parentId, targetId);
+    // In its own folder it stands in its own way.
+    const EditResult result = item->parentId == targetId ? EditResult::Exists
+                                                         : MoveItem(run.volume(), item->catalogName,
+                                                                    item->parentId, targetId);
     if (result == EditResult::Exists)
-        run.problem(FormatText(kTextExistsInTarget, language, Printable(item->name)));
+        run.problem(FormatText(kTextExistsInTarget, language, NameForMessage(item->name)));
     else
         run.judge(result, path);
 }

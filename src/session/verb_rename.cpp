@@ -1,7 +1,10 @@
+#include <fmt/format.h>
+
 #include <memory>
 
 #include "session/change_run.hpp"
 #include "session/verbs.hpp"
+#include "support/encoding.hpp"
 #include "volume/catalog_edit.hpp"
 
 namespace vellmark {
@@ -14,6 +17,12 @@ struct RenameOptions {
     std::string name;
 };
 
+// Only some results are about the new name.
+bool Judge(ChangeRun& run, EditResult result, const RenameOptions& options) {
+    const bool isOfName = result == EditResult::Exists || result == EditResult::BadName;
+    return run.judge(result, isOfName ? options.name : options.path);
+}
+
 int Rename(const RenameOptions& options, CommandContext& context) {
     ChangeRun run(context);
     if (!run.open(options.partition))
@@ -23,10 +32,13 @@ int Rename(const RenameOptions& options, CommandContext& context) {
         if (item->id == kRootFolderId)
             run.problem(
                 "The root of a volume has the volume's name, which the verb label changes.");
-        else if (!name || options.name.find('/') != std::string::npos)
+        else if (options.name.find('/') != std::string::npos)
+            run.problem(
+                fmt::format("{}: a / in a Macintosh name is typed as :.", Printable(options.name)));
+        else if (!name)
             run.judge(EditResult::BadName, options.name);
-        else if (run.judge(RenameItem(run.volume(), item->parentId, item->catalogName, *name),
-                           options.name))
+        else if (Judge(run, RenameItem(run.volume(), item->parentId, item->catalogName, *name),
+                       options))
             run.terminal.messages.log(2, "*ren " + item->name + "\t" + options.name);
     }
     return run.finish();

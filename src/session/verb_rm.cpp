@@ -41,17 +41,19 @@ int Rm(const RmOptions& options, CommandContext& context) {
             continue;
         }
         const EditResult result =
+        // A signal ends a question too.
+        if (result == EditResult::Stopped ||
+            (result == EditResult::Declined && StopSignals::requested())) {
+            run.problem(Printable(path) + " stays: stopped as you wished.");
+            break;
+        }
             DeleteItemByName(run.volume(), item->catalogName, item->parentId, deletion);
         if (result == EditResult::Declined && !context.asks)
             run.problem(Printable(path) + " is a folder that is not empty; --force deletes it.");
         else if (result == EditResult::Declined)
             run.terminal.messages.itemSkipped(Printable(path), "You wished to keep it.");
         else
-            run.judge(result, path);
-        if (result == EditResult::Stopped) {
-            run.problem(Printable(path) + " stays: stopped as you wished.");
-            break;
-        }
+            run.judge(result, deletion.obstacle.empty() ? path : path + "/" + deletion.obstacle);
     }
     return run.finish();
 }

@@ -134,8 +134,10 @@ EditResult FolderDeleter::deleteFolder(std::uint32_t parentId, const CatalogName
     if (listed != TreeResult::Done)
         return ToEditResult(listed);
     for (const CatalogItem& child : children)
-        if (const EditResult result = deleteChild(child, level + 1); result != EditResult::Done)
+        if (const EditResult result = deleteChild(child, level + 1); result != EditResult::Done) {
+            context_.obstacle.insert(0, child.name + (context_.obstacle.empty() ? "" : "/"));
             return result;
+        }
     CountItem(volume_, parentId, true, -1);
     return ToEditResult(RemoveRecords(volume_, key, id));
 }
@@ -209,6 +211,7 @@ EditResult DeleteItemByName(VolumeContext& volume, const CatalogName& name, std:
         if (const EditResult result = ConfirmFolder(volume, *item, context);
             result != EditResult::Done)
             return result;
+    context.obstacle.clear();
     VolumeChange change(volume);
     EditResult result =
         item->isFolder

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "support/messages.hpp"
 #include "support/progress.hpp"
@@ -18,6 +19,8 @@ struct DeleteContext {
     const Clock& clock;
     RememberedAnswer& answer;  ///< to the question about folders that are not empty
     bool confirms = true;      ///< false: folders go without a question
+    /// Where a folder cannot go: the path, from that folder, of what in it cannot.
+    std::string obstacle = {};
 };
 
 /// Deletes an item; a folder that is not empty goes with all that is in it, after a question.

@@ -67,11 +67,18 @@ class Change(Case):
                         (b"no name", "rename", "Old/Drafts/notes", "x" * 256),
                         (b"cannot be deleted", "rm", "/"),
                         (b"already", "mkdir", "old/drafts"),
+                        (b"needs a name", "mkdir", ""),
+                        (b"there already", "mkdir", "/"),
+                        (b"item Old/Drafts/notes already.\n", "mkdir", "--parents",
+                         "Old/Drafts/notes/q/r"),
+                        (b"typed as :", "rename", "Old/Drafts/notes", "em/pty"),
+                        (b"already exists in the target", "mv", "Old/Drafts", "--to", "Old"),
                         (b"no folder", "mv", "Old", "--to", "Old/Drafts/notes"),
                         (b"which has no forks", "swap", "Old")):
                     done = self.vellmark(arguments[0], image, *arguments[1:])
                     self.assertEqual(done.returncode, FAILED, arguments)
                     self.assertIn(words, done.stderr)
+                    self.assertEqual(done.stderr.count(b"vellmark:"), 1, done.stderr)
                 self.assertEqual(self.paths(image),
                                  {"Old/Drafts/plan.txt": b"the plan", "Old/Drafts/notes": b"n" * 5000})
                 # A flush counts itself and stamps its date; nothing else may differ.
@@ -94,8 +101,14 @@ class Change(Case):
                 for words in ("TEXT", "R*ch", "invisible", "1999-12-31 23:59"):
                     self.assertIn(words, shown)
                 self.assertEqual(self.vellmark("label", image).stdout, "Été\n".encode())
-                self.assertEqual(
-                    self.vellmark("attr", image, "Old", "--created", "yesterday").returncode, USAGE)
+                for date in ("yesterday", "2026-02-31", "2026-11-31T10:00"):
+                    self.assertEqual(
+                        self.vellmark("attr", image, "Old", "--created", date).returncode, USAGE)
+                self.run_all(image, ("attr", "Old/Drafts/notes", "--locked", "yes"))
+                self.assertIn(b"locked    yes", self.vellmark("attr", image, "Old/Drafts/notes").stdout)
+                listed = self.vellmark("ls", image, "Old/Drafts", "--json").stdout
+                self.assertEqual([entry["locked"] for entry in json.loads(listed)["trees"][0]["entries"]],
+                                 [True, False])
 
     def test_searches(self):
         """Catches hits that are lost, and paths that lead nowhere."""
