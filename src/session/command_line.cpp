@@ -30,11 +30,11 @@ struct ProgramOptions {
     std::string language;
     std::string journal;
 
-    [[nodiscard]] SessionChoices choices() const {
+    [[nodiscard]] SessionChoices choices(std::vector<std::string> files) const {
         return {language.empty()
                     ? std::nullopt
                     : std::optional(language == kFrench ? Language::French : Language::English),
-                journal};
+                journal, std::move(files)};
     }
 };
 
@@ -42,6 +42,16 @@ void AddProgramOptions(CLI::App& app, ProgramOptions& options) {
     app.add_option("--lang", options.language, "Language of the messages: en or fr")
         ->check(CLI::IsMember(std::vector<std::string>{"en", std::string(kFrench)}));
     app.add_option("--log", options.journal, "File that messages and steps are added to");
+}
+
+// The files that a verb works on, under the names that verbs have for them.
+std::vector<std::string> FilesOf(CLI::App& app) {
+    std::vector<std::string> files;
+    for (const char* name : {"IMAGE", "PROJECT", "--output"})
+        if (const CLI::Option* option = app.get_option_no_throw(name);
+            option && option->count() > 0)
+            files.push_back(option->as<std::string>());
+    return files;
 }
 
 // What is wrong where no verb was understood.
@@ -106,7 +116,7 @@ int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
     }
     for (std::size_t i = 0; i < kVerbs.size(); ++i)
         if (apps[i]->parsed())
-            return RunInSession(program.choices(), context, runs[i]);
+            return RunInSession(program.choices(FilesOf(*apps[i])), context, runs[i]);
     return kExitUsage;
 }
 

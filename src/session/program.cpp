@@ -37,7 +37,7 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
     if (IsVerbOrOption(first))
         return RunVerbs(arguments, context);
     if (const auto option = ParseBatchOption(first))
-        return RunInSession({}, context,
+        return RunInSession({.files = {arguments.begin() + 1, arguments.end()}}, context,
                             [&](CommandContext& c) { return RunBatch(*option, arguments, c); });
     if (first.starts_with('-'))
         return RunVerbs(arguments, context);

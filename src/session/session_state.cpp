@@ -1,15 +1,32 @@
 #include "session/session_state.hpp"
 
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
+#include "support/pc_folder.hpp"
 
 namespace vellmark {
 
 namespace {
 
+// Whether two paths lead to the same file, be it there or still to be made.
+bool AreSamePath(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return AreSameFile(a, b) || std::filesystem::absolute(a, error).lexically_normal() ==
+                                    std::filesystem::absolute(b, error).lexically_normal();
+}
+
 // False after a message.
-bool OpenJournal(const std::string& path, SessionState& state, CommandContext& context) {
-    const std::string reason = state.journal.open(path);
+bool OpenJournal(const std::string& path, const SessionChoices& choices, SessionState& state,
+                 CommandContext& context) {
+    const bool isTaken =
+        std::any_of(choices.files.begin(), choices.files.end(),
+                    [&](const std::string& file) { return AreSamePath(file, path); });
+    const std::string reason =
+        isTaken ? "The command works on that file itself" : state.journal.open(path);
     if (reason.empty())
         return true;
     Terminal terminal(context, {});
@@ -28,7 +45,13 @@ void ReadSettings(const SessionChoices& choices, SessionState& state, CommandCon
 }  // namespace
 
 Language LanguageOf(std::string_view locale) {
-    return locale.starts_with("fr") ? Language::French : Language::English;
+    constexpr std::string_view kFrench = "fr";
+    // `frr` and `frp` are other languages.
+    return locale.starts_with(kFrench) &&
+                   (locale.size() == kFrench.size() ||
+                    std::string_view("_.@-").find(locale[kFrench.size()]) != std::string_view::npos)
+               ? Language::French
+               : Language::English;
 }
 
 int RunInSession(const SessionChoices& choices, CommandContext& context,
@@ -40,9 +63,9 @@ int RunInSession(const SessionChoices& choices, CommandContext& context,
     int status = kExitFailed;
     if (choices.journal.empty()) {
         if (state.settings.has(kVlOpenJournal) && !state.settings.journal.empty())
-            (void)OpenJournal(state.settings.journal, state, context);
+            (void)OpenJournal(state.settings.journal, choices, state, context);
         status = run(context);
-    } else if (OpenJournal(choices.journal, state, context)) {
+    } else if (OpenJournal(choices.journal, choices, state, context)) {
         state.journal.mark();
         status = run(context);
     }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "containers/signatures.hpp"
 #include "session/command_context.hpp"
@@ -25,8 +26,9 @@ struct SessionState {
 
 /// What a command line asks for in place of the settings.
 struct SessionChoices {
-    std::optional<Language> language;
-    std::string journal;  ///< path, "" for none
+    std::optional<Language> language = {};
+    std::string journal = {};             ///< path, "" for none
+    std::vector<std::string> files = {};  ///< what the command reads or makes, never the journal
 };
 
 /// The language of a locale's name, such as `fr_FR.UTF-8`.

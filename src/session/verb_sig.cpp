@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <array>
 #include <memory>
 
 #include "session/image_verbs.hpp"
@@ -65,6 +66,14 @@ std::optional<std::string> CodeOf(const std::string& text) {
     return code;
 }
 
+// Type and creator; without --creator, eight letters of --type are both.
+std::array<std::string, 2> CodesOf(const SigOptions& options) {
+    const std::u16string type = Utf8ToWide(options.type);
+    if (!options.creator.empty() || type.size() != 2 * kCodeBytes)
+        return {options.type, options.creator};
+    return {WideToUtf8(type.substr(0, kCodeBytes)), WideToUtf8(type.substr(kCodeBytes))};
+}
+
 // What speaks against the options; "" when nothing does.
 std::string Refusal(const SigOptions& options) {
     const int jobs =
@@ -73,10 +82,10 @@ std::string Refusal(const SigOptions& options) {
         return "Give either names of files, or one of --type, --list and --register.";
     if (!options.creator.empty() && options.type.empty())
         return "--creator needs --type.";
-    for (const std::string* code : {&options.type, &options.creator})
-        if (!code->empty() && !CodeOf(*code))
+    for (const std::string& code : CodesOf(options))
+        if (!code.empty() && !CodeOf(code))
             return fmt::format("{} has more than four characters, as a type or creator has them.",
-                               Printable(*code));
+                               Printable(code));
     return {};
 }
 
@@ -101,7 +110,8 @@ std::vector<Found> Find(const SigOptions& options, const SignatureTable& table,
         for (const SignatureRow& row : table.rows())
             found.push_back({{}, &row});
     if (!options.type.empty()) {
-        const std::string signature = *CodeOf(options.type) + CodeOf(options.creator).value_or("");
+        const auto [type, creator] = CodesOf(options);
+        const std::string signature = *CodeOf(type) + CodeOf(creator).value_or("");
         if (const SignatureRow* row = table.RowOfSignature(signature, extendUnknown))
             found.push_back({{}, row});
     }
@@ -146,7 +156,10 @@ int Sig(const SigOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SigOptions>();
     arguments.add("NAME", options->names, "Names of files on the PC, which need not be there");
-    arguments.add("-t,--type", options->type, "The entry for a Macintosh file of that type");
+    arguments.add(
+        "-t,--type", options->type,
+        "The entry for a Macintosh file of that type, or of a type and a creator in eight "
+        "letters");
     arguments.add("-c,--creator", options->creator, "The same with that creator");
     arguments.flag("-l,--list", options->list, "The whole table");
     arguments.add("--file", options->file, "Use this .sig file");

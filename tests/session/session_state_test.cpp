@@ -20,7 +20,8 @@ TEST_F(SessionTest, TheLanguageIsTheChosenOneThenTheSettingThenTheLocale) {
     } cases[] = {{"", "", "", false},        {"fr_FR.UTF-8", "", "", true},
                  {"C.UTF-8", "", "", false}, {"fr_FR", "0", "", false},
                  {"en_US", "1", "", true},   {"fr_FR", "1", "en", false},
-                 {"en_US", "0", "fr", true}};
+                 {"en_US", "0", "fr", true}, {"fr", "", "", true},
+                 {"fr@euro", "", "", true},  {"frr_DE.UTF-8", "", "", false}};
     for (const auto& c : cases) {
         locale_ = c.locale;
         settings_.values = {{"Lang", c.setting}};
@@ -107,6 +108,22 @@ TEST_F(SessionTest, TheJournalIsOpenedBySettingsOrByAnOption) {
     EXPECT_NE(err_.find("none/set.log"), std::string::npos);
 }
 
+// Catches lines of a journal inside an image or a project.
+TEST_F(SessionTest, TheJournalIsNeverAFileThatTheCommandWorksOn) {
+    Write("disc.vlpr", "not a project");
+    std::filesystem::create_hard_link("disc.vlpr", "other name");
+    for (const char* journal : {"disc.vlpr", "./disc.vlpr", "other name", "new.iso"}) {
+        EXPECT_EQ(run({"--log", journal, "build", "disc.vlpr", "-o", "new.iso"}), 1);
+        EXPECT_NE(err_.find("works on that file itself"), std::string::npos) << err_;
+        EXPECT_EQ(Bytes("disc.vlpr"), "not a project") << journal;
+        EXPECT_FALSE(std::filesystem::exists("new.iso")) << journal;
+    }
+    settings_.values = {{"Journal", "disc.vlpr"}, {"VL-Options", "1024"}};
+    EXPECT_EQ(run({"build", "disc.vlpr"}), 1);
+    EXPECT_EQ(run({"/C", "disc.vlpr"}), 1);
+    EXPECT_EQ(Bytes("disc.vlpr"), "not a project");
+}
+
 constexpr const char* kTable = "AA,ABCDefgh,one\r\n#[1]\r\nBB,ABXYzzzz,deux\r\n";
 
 TEST_F(SessionTest, TheTableIsTheRegisteredOneThenOneOfTheFolderThenTheShippedOne) {
@@ -156,6 +173,7 @@ TEST_F(SessionTest, TheVerbShowsTheRowOfANameOrOfAType) {
         {{"x.aa", "y"}, "0", 0, "AA    ABCD/efgh  one  x.aa\n___   TEXT/????  ---  y\n", ""},
         {{"--type", "ABXY"}, "0", 0, "BB    ABXY/zzzz  deux\n", ""},
         {{"--type", "ABCD", "--creator", "none"}, "0", 0, "AA    ABCD/efgh  one\n", ""},
+        {{"--type", "ABCDefgh"}, "0", 0, "AA    ABCD/efgh  one\n", ""},
         {{"--type", "AB"}, "0", 0, "AA    ABCD/efgh  one\n", ""},
         {{"--type", "Q"}, "0", 1, "", "no entry for Q."},
         {{"--type", "Q"}, "32", 0, "___   TEXT/????  ---\n", ""},
