@@ -46,7 +46,7 @@ constexpr Row kRows[] = {
     {"shorten-names", Kind::Bits, setting::kOptions, kOptionShortenImported, kOnOff,
      "shorten long names on a volume without asking"},
     {"added-crc", Kind::Bits, setting::kOptions, kOptionAddedCrc, kOnOff,
-     "shortened names end in a checksum"},
+     "a checksum where a shortened name is taken"},
     {"extend-unknown", Kind::Bits, setting::kOptions, kOptionExtendUnknown, kOnOff,
      "files of an unknown type get the generic extension"},
     {"delete-silently", Kind::Bits, setting::kOptions, kOptionDeleteSilently, kOnOff,
