@@ -157,9 +157,12 @@ void ForgetVolume(VolumeContext& volume) {
         volume.readOnlyReasons.remove(reason);
 }
 
-// Whether an image ends before the last block of the volume whose header was read.
+// Whether an image ends before the last block of the volume whose header was read, or before the
+// second header, which HFS has behind that block.
 bool IsCutShort(const VolumeContext& volume, std::uint64_t imageSectors) {
-    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock >
+    const std::uint64_t behindBlocks = volume.isHfsPlus ? 0 : 1;
+    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock +
+               behindBlocks >
            imageSectors;
 }
 
