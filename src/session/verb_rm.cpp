@@ -41,13 +41,13 @@ int Rm(const RmOptions& options, CommandContext& context) {
             continue;
         }
         const EditResult result =
+            DeleteItemByName(run.volume(), item->catalogName, item->parentId, deletion);
         // A signal ends a question too.
         if (result == EditResult::Stopped ||
             (result == EditResult::Declined && StopSignals::requested())) {
             run.problem(Printable(path) + " stays: stopped as you wished.");
             break;
         }
-            DeleteItemByName(run.volume(), item->catalogName, item->parentId, deletion);
         if (result == EditResult::Declined && !context.asks)
             run.problem(Printable(path) + " is a folder that is not empty; --force deletes it.");
         else if (result == EditResult::Declined)

@@ -53,8 +53,8 @@ class FileImport {
     [[nodiscard]] CopyInResult putCustomIcon(NewFile file);
     [[nodiscard]] CopyInResult store(NewFile file);
     [[nodiscard]] std::optional<CopyInResult> settleExisting(NewFile& file);
-    [[nodiscard]] CopyInResult resultOf(StoreResult result, const NewFile& file);
     [[nodiscard]] CopyInResult leaveThere(EditResult reason, const NewFile& file);
+    [[nodiscard]] CopyInResult resultOf(StoreResult result, const NewFile& file);
 
     CopyIn& batch_;
     const std::string& path_;
@@ -231,6 +231,12 @@ std::optional<CopyInResult> FileImport::settleExisting(NewFile& file) {
     return std::nullopt;
 }
 
+// The file that is there already cannot go.
+CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
+    return LeaveOut(batch_, path_,
+                    EditSentence(reason, ShownIn(batch_, file.name), batch_.messages.language()));
+}
+
 CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
     switch (result) {
         case StoreResult::Done:
@@ -243,18 +249,16 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
         case StoreResult::TooFragmented:
             return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
         case StoreResult::ForkTooLong:
-// The file that is there already cannot go.
-CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
-    return LeaveOut(batch_, path_,
-                    EditSentence(reason, ShownIn(batch_, file.name), batch_.messages.language()));
-}
-
             return LeaveOut(batch_, path_,
                             "A fork of 2 GiB or more is too long for an HFS volume.");
         case StoreResult::SourceFailed:
             return LeaveOut(batch_, path_, "It could not be read whole.");
         case StoreResult::TargetFailed:
             return EndBatch(batch_, path_, "The image could not be written.");
+        case StoreResult::Protected:
+            return leaveThere(EditResult::Protected, file);
+        case StoreResult::Attributes:
+            return leaveThere(EditResult::Attributes, file);
         case StoreResult::Damaged:
             return EndBatch(batch_, path_,
                             CatalogProblem(TreeResult::Damaged, "where the file would go"));
@@ -267,10 +271,6 @@ CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
 }  // namespace
 
 CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
-        case StoreResult::Protected:
-            return leaveThere(EditResult::Protected, file);
-        case StoreResult::Attributes:
-            return leaveThere(EditResult::Attributes, file);
     return FileImport(batch, path, folderId).run();
 }
 
