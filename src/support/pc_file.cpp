@@ -37,6 +37,15 @@ int OpenFlags(PcFile::Mode mode) {
     return O_RDONLY;
 }
 
+// Hands the names in a folder to the device. File systems that cannot do it keep their own order.
+void FlushFolder(const std::string& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    (void)::fsync(descriptor);
+    ::close(descriptor);
+}
+
 }  // namespace
 
 PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
@@ -207,6 +216,8 @@ int TargetFile::publish(bool replace, bool durable) {
     if (!replace)
         ::unlink(temporaryPath_.c_str());
     published_ = true;
+    if (durable)
+        FlushFolder(FolderOf(path_));
     return 0;
 }
 
