@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 #include "compiler/catalog_builder.hpp"
 #include "compiler/disc_plan.hpp"
@@ -265,7 +266,10 @@ CompileResult Compiler::write() {
     if ((tables && !CopyTables(iso_, *tables, image)) || !image.setSize(imageBytes()))
         return targetFailed(image.error());
     const int error = target.publish(context_.replace, false);
-    return error == 0 ? CompileResult::Done : targetFailed(error);
+    if (error != 0)
+        return targetFailed(error);
+    RemoveRedoLog(context_.targetPath);
+    return CompileResult::Done;
 }
 
 bool Compiler::writeDescriptors(PcFile& image) {

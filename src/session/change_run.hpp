@@ -16,6 +16,7 @@
 
 namespace vellmark {
 
+/// A signal to end does not end the process while it lives: see `StopSignals`.
 class ChangeRun {
   public:
     ChangeRun(CommandContext& context, bool quiet = false)
@@ -41,6 +42,7 @@ class ChangeRun {
     bool failed = false;
 
   private:
+    const StopSignals signals_;
     CommandContext& context_;
     std::unique_ptr<Partition> partition_;
 };

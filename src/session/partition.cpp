@@ -2,11 +2,30 @@
 
 #include <fmt/format.h>
 
+#include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
 #include "volume/allocation.hpp"
 #include "volume/read_only.hpp"
 
 namespace vellmark {
+
+namespace {
+
+std::string ClosingSentence(const std::string& image, const std::string& problem, Access access) {
+    const std::string name = Printable(image);
+    if (access == Access::Read)
+        return fmt::format("{} could not be read whole: {}.", name, problem);
+    const std::string log = RedoLogPath(image);
+    if (PcFactsOf(log).kind == PcKind::File)
+        return fmt::format(
+            "{} was not written whole: {}. What is missing lies in {}, and is written when the "
+            "image is opened the next time.",
+            name, problem, Printable(log));
+    return fmt::format("{} was not read and written whole, and may be damaged: {}.", name, problem);
+}
+
+}  // namespace
 
 void AddPartitionNumber(OptionSet& arguments, std::optional<unsigned>& partition) {
     arguments.add("-p,--partition", partition,
@@ -63,15 +82,12 @@ std::string Partition::closingProblem() {
 }
 
 bool Partition::close(Messages& messages) {
-    const std::string name = Printable(volume_.imagePath);
+    const std::string path = volume_.imagePath;
     const std::string problem = closingProblem();
     ReleaseAllocationState(volume_);
     CloseImage(volume_);
-    const std::string_view failure = access_ == Access::Read
-                                         ? "could not be read whole"
-                                         : "was not read and written whole, and may be damaged";
     if (!problem.empty())
-        messages.showMessage(fmt::format("{} {}: {}.", name, failure, problem));
+        messages.showMessage(ClosingSentence(path, problem, access_));
     return problem.empty();
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 #include "session/labels.hpp"
 #include "session/targets.hpp"
@@ -97,7 +98,9 @@ bool WriteVolume(const FormatInput& input, const std::string& path, bool replace
         error =
             result == FormatResult::Done ? target.publish(replace, true) : target.file().error();
     }
-    if (error != 0)
+    if (error == 0)
+        RemoveRedoLog(path);
+    else
         terminal.messages.showMessage(
             fmt::format("{} cannot be made: {}.", Printable(path), SystemErrorText(error)));
     return error == 0;

@@ -184,7 +184,6 @@ bool NothingIsThere(const PutOptions& options) {
 int Put(const PutOptions& options, CommandContext& context) {
     if (const std::string sentence = Contradiction(options); !sentence.empty())
         return UsageError(context, kName, sentence);
-    const StopSignals signals;
     ChangeRun run(context, options.quiet);
     if (!run.open(options.partition))
         return kExitFailed;

@@ -21,7 +21,6 @@ struct RmOptions {
 // A folder that is not empty goes without a question when the user said so, here or in the
 // settings. Where nobody can be asked it stays.
 int Rm(const RmOptions& options, CommandContext& context) {
-    const StopSignals signals;
     ChangeRun run(context, options.quiet);
     if (!run.open(options.partition))
         return kExitFailed;

@@ -4,6 +4,7 @@
 
 #include "volume/block_bitmap.hpp"
 #include "volume/fork_reader.hpp"
+#include "volume/recovery.hpp"
 
 namespace vellmark {
 
@@ -52,12 +53,26 @@ bool FitsImage(const VolumeContext& volume) {
     return BlocksEnd(volume) <= sectors && AlternateSector(volume) < sectors;
 }
 
+struct BitmapPart {
+    std::uint64_t sector = 0;  ///< from the start of the bitmap
+    ByteSpan bytes;
+};
+
+// What the medium does not have yet: large volumes have maps of megabytes.
+BitmapPart ChangedSectors(AllocationState& state) {
+    const std::size_t from = state.changedFrom / kSectorBytes * kSectorBytes;
+    const std::size_t end =
+        std::min<std::size_t>(WholeSectors(state.changedEnd), state.bitmap.size());
+    return {from / kSectorBytes, ByteSpan(state.bitmap).subspan(from, end - from)};
+}
+
 bool FlushHfs(VolumeContext& volume, const Clock& clock) {
     MasterDirectoryBlock& mdb = volume.mdb;
     mdb.writeCount = mdb.writeCount + 1;
     mdb.modificationDate = MacDateNow(clock, false);
-    return Transfer(volume, kCommandWrite, volume.partitionStart + mdb.bitmapStartSector,
-                    volume.allocation.bitmap) &&
+    const std::uint64_t first = volume.partitionStart + mdb.bitmapStartSector;
+    const auto [sector, bytes] = ChangedSectors(volume.allocation);
+    return Transfer(volume, kCommandWrite, first + sector, bytes) &&
            WriteHeaders(volume, mdb, AlternateSector(volume));
 }
 
@@ -66,9 +81,14 @@ bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
     header.writeCount = header.writeCount + 1;
     header.modificationDate = MacDateNow(clock, true);
     header.lastMountedVersion = kMountedBy;
-    return TransferFork(volume, volume.allocation.file, kCommandWrite, 0,
-                        volume.allocation.bitmap) &&
+    const auto [sector, bytes] = ChangedSectors(volume.allocation);
+    return TransferFork(volume, volume.allocation.file, kCommandWrite, sector * kSectorBytes,
+                        bytes) &&
            WriteHeaders(volume, header, AlternateSector(volume));
+}
+
+bool CommitBatch(VolumeContext& volume) {
+    return volume.allocation.unfinished.commit(volume, volume.partitionStart + kHeaderSector);
 }
 
 }  // namespace
@@ -104,6 +124,11 @@ TreeResult LoadAllocationState(VolumeContext& volume) {
         ReleaseAllocationState(volume);
         return nodes;
     }
+    if (!volume.isHfsPlus && (volume.mdb.attributes & kVolumeUnmounted) == 0)
+        if (const TreeResult result = CatchUpWithCatalog(volume); result != TreeResult::Done) {
+            ReleaseAllocationState(volume);
+            return result;
+        }
     // A count that the bitmap does not bear out would let a file be refused that fits, or begun
     // that does not.
     const std::uint32_t free = TotalFreeBlocks(state.bitmap, volume.totalBlocks());
@@ -114,17 +139,30 @@ TreeResult LoadAllocationState(VolumeContext& volume) {
     return nodes;
 }
 
-TreeResult FlushVolume(VolumeContext& volume, const Clock& clock) {
+TreeResult CheckpointVolume(VolumeContext& volume, const Clock& clock) {
     if (volume.allocation.bitmap.empty())
         return TreeResult::Done;
+    if (!CommitBatch(volume))
+        return TreeResult::Failed;
     for (TreeCursor* tree : {&volume.catalog, &volume.extents})
         if (const TreeResult result = FlushTree(*tree); result != TreeResult::Done)
             return result;
-    if (!volume.catalogNodes->flush() || !volume.extentsNodes->flush() ||
-        !(volume.isHfsPlus ? FlushHfsPlus(volume, clock) : FlushHfs(volume, clock)))
-        return TreeResult::Failed;
-    ReleaseAllocationState(volume);
-    return TreeResult::Done;
+    FreeWhatWasFreed(volume.allocation);
+    {
+        const SectorBatch::Recording recording(volume, volume.allocation.unfinished);
+        if (!volume.catalogNodes->flush() || !volume.extentsNodes->flush() ||
+            !(volume.isHfsPlus ? FlushHfsPlus(volume, clock) : FlushHfs(volume, clock)))
+            return TreeResult::Failed;
+    }
+    volume.allocation.changedFrom = volume.allocation.changedEnd = 0;
+    return CommitBatch(volume) ? TreeResult::Done : TreeResult::Failed;
+}
+
+TreeResult FlushVolume(VolumeContext& volume, const Clock& clock) {
+    const TreeResult result = CheckpointVolume(volume, clock);
+    if (result == TreeResult::Done)
+        ReleaseAllocationState(volume);
+    return result;
 }
 
 void ReleaseAllocationState(VolumeContext& volume) {

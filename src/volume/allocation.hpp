@@ -11,9 +11,12 @@ namespace vellmark {
 /// `Damaged` when the allocation file does not cover the volume, or the image ends before it.
 [[nodiscard]] TreeResult LoadAllocationState(VolumeContext& volume);
 
-/// Writes node map, bitmap, header and its copy, counting the write, and forgets the bitmap.
-/// Without a loaded bitmap nothing is written.
+/// Writes nodes, node maps, bitmap, header and its copy, counting the write, all of it or in the
+/// end none (IO/sector_batch.hpp), and forgets the bitmap. Without a loaded bitmap nothing is
+/// written.
 [[nodiscard]] TreeResult FlushVolume(VolumeContext& volume, const Clock& clock);
+/// The same, with the bitmap kept for further changes. What was given up before is free after it.
+[[nodiscard]] TreeResult CheckpointVolume(VolumeContext& volume, const Clock& clock);
 
 /// Forgets the bitmap without writing anything.
 void ReleaseAllocationState(VolumeContext& volume);

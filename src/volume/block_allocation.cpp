@@ -52,10 +52,7 @@ ReserveResult TryReserve(VolumeContext& volume, std::uint32_t blocks, std::vecto
     }
     if (result == ReserveResult::Done)
         return result;
-    for (const BlockRun& run : runs) {
-        MarkRun(volume.allocation, run, false);
-        AddFreeBlocks(volume, run.blockCount);
-    }
+    ReturnBlocks(volume, runs);
     runs.clear();
     return result;
 }
@@ -136,12 +133,19 @@ ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
 void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs) {
     std::uint32_t lowest = volume.isHfsPlus ? std::uint32_t{volume.vhb.nextAllocation} : 0;
     for (const BlockRun& run : runs) {
-        MarkRun(volume.allocation, run, false);
+        MarkFreed(volume.allocation, run);
         AddFreeBlocks(volume, run.blockCount);
         lowest = std::min(lowest, run.startBlock);
     }
     if (!runs.empty())
         SetHint(volume, lowest);
+}
+
+void ReturnBlocks(VolumeContext& volume, const std::vector<BlockRun>& runs) {
+    for (const BlockRun& run : runs) {
+        MarkRun(volume.allocation, run, false);
+        AddFreeBlocks(volume, run.blockCount);
+    }
 }
 
 }  // namespace vellmark

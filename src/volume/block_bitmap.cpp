@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <iterator>
 
 namespace vellmark {
 
@@ -34,11 +35,28 @@ std::uint32_t PassOver(std::span<const std::uint8_t> bitmap, std::uint32_t from,
     return end;
 }
 
+using Mark = AllocationState::Mark;
+
+void Note(AllocationState& state, BlockRun run, Mark mark) {
+    if (state.hasSavepoint)
+        state.sinceSavepoint.push_back({run, mark});
+}
+
+void NoteChangedBytes(AllocationState& state, BlockRun run) {
+    const std::size_t from = run.startBlock / 8;
+    const std::size_t end = (std::size_t{run.startBlock} + run.blockCount + 7) / 8;
+    const bool isFirst = state.changedFrom == state.changedEnd;
+    state.changedFrom = isFirst ? from : std::min(state.changedFrom, from);
+    state.changedEnd = isFirst ? end : std::max(state.changedEnd, end);
+}
+
 }  // namespace
 
 void MarkRun(AllocationState& state, BlockRun run, bool used) {
-    if (state.hasSavepoint)
-        state.sinceSavepoint.push_back({run, used});
+    if (run.blockCount == 0)
+        return;
+    Note(state, run, used ? Mark::Used : Mark::Free);
+    NoteChangedBytes(state, run);
     std::uint32_t block = run.startBlock;
     const std::uint32_t end = run.startBlock + run.blockCount;
     while (block < end) {
@@ -54,6 +72,47 @@ void MarkRun(AllocationState& state, BlockRun run, bool used) {
         byte = static_cast<std::uint8_t>(used ? byte | bit : byte & ~bit);
         ++block;
     }
+}
+
+void MarkFreed(AllocationState& state, BlockRun run) {
+    if (run.blockCount == 0)
+        return;
+    Note(state, run, Mark::Freed);
+    state.freed.emplace(run.startBlock, run.blockCount);
+}
+
+void FreeWhatWasFreed(AllocationState& state) {
+    for (const auto& [startBlock, blockCount] : state.freed) {
+        Note(state, {startBlock, blockCount}, Mark::NotFreed);
+        MarkRun(state, {startBlock, blockCount}, false);
+    }
+    state.freed.clear();
+}
+
+void UndoMarks(AllocationState& state) {
+    state.hasSavepoint = false;
+    for (auto step = state.sinceSavepoint.rbegin(); step != state.sinceSavepoint.rend(); ++step) {
+        if (step->mark == Mark::Freed)
+            state.freed.erase(step->run.startBlock);
+        else if (step->mark == Mark::NotFreed)
+            state.freed.emplace(step->run.startBlock, step->run.blockCount);
+        else
+            MarkRun(state, step->run, step->mark == Mark::Free);
+    }
+}
+
+bool IsInUse(const AllocationState& state, BlockRun run) {
+    if (run.blockCount == 0)
+        return true;
+    if (!IsWhollyUsed(state.bitmap, run))
+        return false;
+    // Runs that were given up do not overlap: the last one that begins before the end of this one
+    // reaches furthest.
+    const auto behind = state.freed.lower_bound(run.startBlock + run.blockCount);
+    if (behind == state.freed.begin())
+        return true;
+    const auto& [startBlock, blockCount] = *std::prev(behind);
+    return startBlock + blockCount <= run.startBlock;
 }
 
 std::uint32_t NextFreeBlock(std::span<const std::uint8_t> bitmap, std::uint32_t from,

@@ -111,6 +111,27 @@ struct NewTree {
 /// Steps over the leaf's end when `index` is behind its last record.
 [[nodiscard]] TreeResult SettleOnRecord(TreeCursor& tree, bool& found);
 
+/// Calls `use` with every leaf in order, the cursor on it, for as long as it returns `Done`. No
+/// more leaves are visited than the tree has nodes.
+template <typename Use>
+[[nodiscard]] TreeResult ForEachLeaf(TreeCursor& tree, Use use) {
+    if (tree.header().depth == 0)
+        return TreeResult::Done;
+    std::uint32_t leaf = tree.header().firstLeaf;
+    TreeResult result = TreeResult::Done;
+    for (std::uint32_t leaves = 0; leaf != 0 && result == TreeResult::Done; ++leaves) {
+        if (leaves > tree.header().totalNodes)
+            return TreeResult::Damaged;
+        result = ReadNode(tree, leaf);
+        if (result == TreeResult::Done && tree.view().kind() != NodeKind::Leaf)
+            result = TreeResult::Damaged;
+        leaf = tree.view().descriptor().forwardLink;
+        if (result == TreeResult::Done)
+            result = use(tree.view());
+    }
+    return result;
+}
+
 /// Adds a record to the leaves, splitting nodes and growing the tree as needed, and counts it.
 /// `key` has its length field and no padding.
 [[nodiscard]] TreeResult InsertTreeRecord(TreeCursor& tree, ConstByteSpan key, ConstByteSpan data);

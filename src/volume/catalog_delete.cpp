@@ -70,7 +70,7 @@ TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t 
 bool FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs) {
         if (std::uint64_t{run.startBlock} + run.blockCount > volume.totalBlocks() ||
-            !IsWhollyUsed(volume.allocation.bitmap, run))
+            !IsInUse(volume.allocation, run))
             return false;
         FreeExtents(volume, {run});
     }

@@ -51,7 +51,7 @@ TreeResult TakeRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
             continue;
         const std::uint32_t rest = run.blockCount % unit;
         if (rest != 0)
-            FreeExtents(volume, {{run.startBlock + run.blockCount - rest, rest}});
+            ReturnBlocks(volume, {{run.startBlock + run.blockCount - rest, rest}});
         run.blockCount -= rest;
         if (run.blockCount != 0)
             return TreeResult::Done;

@@ -197,7 +197,7 @@ CopyInResult FileImport::store(NewFile file) {
     const std::uint64_t bytes = source_.sizeBytes();
     batch_.progress.text(Say(batch_, kTextCopyOf, Printable(path_), ShownIn(batch_, file.name)));
     batch_.progress.fileStart(Printable(path_), bytes, 0);
-    const StoreResult stored = AddFileToCatalog(batch_.volume, file, batch_.progress);
+    const StoreResult stored = AddFileToCatalog(batch_.volume, file, batch_.clock, batch_.progress);
     if (stored == StoreResult::Done) {
         ++batch_.filesCopied;
         batch_.bytesCopied += bytes;

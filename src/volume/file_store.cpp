@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <vector>
 
+#include "volume/allocation.hpp"
 #include "volume/block_allocation.hpp"
+#include "volume/block_bitmap.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_delete.hpp"
@@ -19,6 +21,7 @@ namespace {
 
 // Copied at once: large enough that the calls do not count, small enough for a processor's cache.
 constexpr std::size_t kPieceBytes = 1u << 20;
+constexpr std::size_t kMostChangedBytes = 64u << 20;
 constexpr std::uint64_t kHfsForkLimit = 0x7FFFFFFF;
 constexpr std::uint8_t kHfsLocked = 0x01;
 constexpr std::uint16_t kHfsPlusLocked = 0x0001;
@@ -62,7 +65,7 @@ StoreResult ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& re
         return ToStoreResult(result);
     result = ReserveBlocks(volume, resource.sizeBytes, resource.runs);
     if (result != ReserveResult::Done)
-        FreeExtents(volume, data.runs);
+        ReturnBlocks(volume, data.runs);
     return ToStoreResult(result);
 }
 
@@ -193,51 +196,47 @@ void LogRuns(const VolumeContext& volume, const NewFile& file, const PlacedFork&
     }
 }
 
-// Places and writes the forks. The blocks of a replaced file are only used where nothing else is
-// left. What is in them then cannot be brought back: the new file is read once before, and its
-// writing is not stopped.
-StoreResult StoreForks(VolumeContext& volume, const NewFile& file, PlacedFork& data,
-                       PlacedFork& resource, Progress& progress) {
-    StoreResult result = ReserveForks(volume, data, resource);
-    const bool needsRoom = result == StoreResult::NoRoom || result == StoreResult::TooFragmented;
-    const bool overwrites = needsRoom && file.replaced;
-    if (overwrites) {
+/// When a file that is replaced goes.
+enum class Replacing {
+    Last,  ///< when the new one is wholly there
+    First  ///< before, as its blocks are needed
+};
+
+// Places and writes the forks. What is in the blocks of a file that went first cannot be brought
+// back once they are written to: the new file is read once before, and its writing is not stopped.
+StoreResult StoreForks(VolumeContext& volume, const NewFile& file, Replacing replacing,
+                       PlacedFork& data, PlacedFork& resource, Progress& progress) {
+    StoreResult result = StoreResult::Done;
+    const bool goesFirst = replacing == Replacing::First;
+    if (goesFirst) {
         result = DeleteReplaced(volume, file);
-        if (result == StoreResult::Done)
-            result = ReserveForks(volume, data, resource);
-        for (const PlacedFork* fork : {&data, &resource})
-            if (result == StoreResult::Done)
-                result = TryToRead(*fork, progress);
+        FreeWhatWasFreed(volume.allocation);
     }
+    if (result == StoreResult::Done)
+        result = ReserveForks(volume, data, resource);
+    for (const PlacedFork* fork : {&data, &resource})
+        if (goesFirst && result == StoreResult::Done)
+            result = TryToRead(*fork, progress);
     for (const PlacedFork* fork : {&data, &resource})
         if (result == StoreResult::Done)
-            result = WriteFork(volume, *fork, !overwrites, progress);
+            result = WriteFork(volume, *fork, !goesFirst, progress);
     for (const PlacedFork* fork : {&data, &resource})
         if (result == StoreResult::Done)
             LogRuns(volume, file, *fork, progress);
-    const bool isLeft = file.replaced && !overwrites;
+    const bool isLeft = file.replaced && !goesFirst;
     return result == StoreResult::Done && isLeft ? DeleteReplaced(volume, file) : result;
 }
 
-}  // namespace
-
-StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, Progress& progress) {
-    if (volume.allocation.bitmap.empty())
-        return StoreResult::TargetFailed;
+StoreResult TryToAdd(VolumeContext& volume, const NewFile& file, Replacing replacing,
+                     Progress& progress) {
     PlacedFork data = ForkToPlace(file.data);
     PlacedFork resource = ForkToPlace(file.resource);
-    if (!volume.isHfsPlus && std::max(data.sizeBytes, resource.sizeBytes) > kHfsForkLimit)
-        return StoreResult::ForkTooLong;
-    const std::uint32_t replacedId = file.replaced ? file.replaced->id : 0;
-    if (const TreeResult result = CheckNewItem(volume, file.name, file.parentId, replacedId);
-        result != TreeResult::Done)
-        return ToStoreResult(result);
     VolumeChange change(volume);
     // The file, its thread, and what taking out a replaced one may split.
     constexpr unsigned kRecords = 4;
     if (const TreeResult result = EnsureCatalogRoom(volume, kRecords); result != TreeResult::Done)
         return ToStoreResult(result);
-    if (const StoreResult result = StoreForks(volume, file, data, resource, progress);
+    if (const StoreResult result = StoreForks(volume, file, replacing, data, resource, progress);
         result != StoreResult::Done)
         return result;
     TreeResult result = InsertRecords(volume, file, data, resource);
@@ -248,6 +247,44 @@ StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, Progres
     CountItem(volume, file.parentId, false, 1);
     change.keep();
     return StoreResult::Done;
+}
+
+bool NeedsRoom(StoreResult result) {
+    return result == StoreResult::NoRoom || result == StoreResult::TooFragmented;
+}
+
+bool IsTooLong(const VolumeContext& volume, const NewFile& file) {
+    const auto isTooLong = [](const ByteSource* fork) {
+        return fork != nullptr && fork->size() > kHfsForkLimit;
+    };
+    return !volume.isHfsPlus && (isTooLong(file.data) || isTooLong(file.resource));
+}
+
+}  // namespace
+
+StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, const Clock& clock,
+                             Progress& progress) {
+    if (volume.allocation.bitmap.empty())
+        return StoreResult::TargetFailed;
+    if (IsTooLong(volume, file))
+        return StoreResult::ForkTooLong;
+    const std::uint32_t replacedId = file.replaced ? file.replaced->id : 0;
+    if (const TreeResult result = CheckNewItem(volume, file.name, file.parentId, replacedId);
+        result != TreeResult::Done)
+        return ToStoreResult(result);
+    // A batch of any length takes no more memory than this for what it has changed.
+    if (volume.catalogNodes->changedBytes() > kMostChangedBytes &&
+        CheckpointVolume(volume, clock) != TreeResult::Done)
+        return StoreResult::TargetFailed;
+    StoreResult result = TryToAdd(volume, file, Replacing::Last, progress);
+    if (NeedsRoom(result) && !volume.allocation.freed.empty()) {
+        if (CheckpointVolume(volume, clock) != TreeResult::Done)
+            return StoreResult::TargetFailed;
+        result = TryToAdd(volume, file, Replacing::Last, progress);
+    }
+    if (NeedsRoom(result) && file.replaced)
+        result = TryToAdd(volume, file, Replacing::First, progress);
+    return result;
 }
 
 }  // namespace vellmark

@@ -23,8 +23,8 @@ struct NewFile {
     ByteSource* data = nullptr;      ///< null: an empty fork
     ByteSource* resource = nullptr;  ///< null: an empty fork
     /// The file that it takes the place of. It goes only when the new one is wholly there, unless
-    /// there is room for the new one nowhere but in its blocks: an image that cannot be written
-    /// then costs both.
+    /// there is room for the new one nowhere but in its blocks: an image that cannot be written, or
+    /// a power cut, then costs both.
     std::optional<CatalogItem> replaced;
 };
 
@@ -42,8 +42,9 @@ enum class StoreResult {
     Stopped         ///< by the user
 };
 
-/// Adds a file. Unless it is `Done` the volume is as it was, but for bytes of free blocks.
+/// Adds a file. Unless it is `Done` the volume is as it was, but for bytes of free blocks. What was
+/// changed before is flushed where that makes room.
 [[nodiscard]] StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file,
-                                           Progress& progress);
+                                           const Clock& clock, Progress& progress);
 
 }  // namespace vellmark

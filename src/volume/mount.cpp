@@ -17,6 +17,7 @@
 #include "volume/fork_reader.hpp"
 #include "volume/partition_choice.hpp"
 #include "volume/read_only.hpp"
+#include "volume/recovery.hpp"
 
 namespace vellmark {
 
@@ -325,7 +326,8 @@ std::string ChoosePartition(VolumeContext& volume, const std::vector<PartitionEn
 bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
                    Messages& messages) {
     ForgetVolume(volume);
-    if (OpenFile(volume, path, access, messages))
+    if (OpenFile(volume, path, access, messages) &&
+        CompleteInterruptedChange(volume, access, messages))
         return true;
     CloseImage(volume);
     return false;

@@ -25,10 +25,7 @@ VolumeChange::~VolumeChange() {
     volume_.extentsNodes->rollBack();
     Restore(volume_.catalog, catalog_);
     Restore(volume_.extents, extents_);
-    AllocationState& state = volume_.allocation;
-    state.hasSavepoint = false;
-    for (auto step = state.sinceSavepoint.rbegin(); step != state.sinceSavepoint.rend(); ++step)
-        MarkRun(state, step->run, !step->used);
+    UndoMarks(volume_.allocation);
     volume_.mdb = mdb_;
     volume_.vhb = vhb_;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "IO/sector_batch.hpp"
 #include "IO/sector_io.hpp"
 #include "volume/btree.hpp"
 #include "volume/hfs_plus_structures.hpp"
@@ -62,11 +63,18 @@ class VolumeNodes final : public NodeStore {
 struct AllocationState {
     std::vector<std::uint8_t> bitmap;  ///< empty while nothing is loaded
     std::vector<BlockRun> file;        ///< HFS+: where the allocation file lies
+    /// Start and count of what was given up since the last flush. The medium still refers to these
+    /// blocks, so nothing is put there and the bitmap has them in use.
+    std::map<std::uint32_t, std::uint32_t> freed;
+    std::size_t changedFrom = 0;  ///< bytes of the bitmap that the medium does not have yet
+    std::size_t changedEnd = 0;
+    SectorBatch unfinished;  ///< what a flush that failed has not written, or not all of it
 
     /// One step of marking, to be undone by its opposite.
+    enum class Mark { Used, Free, Freed, NotFreed };
     struct Marking {
         BlockRun run;
-        bool used = false;
+        Mark mark = Mark::Used;
     };
     bool hasSavepoint = false;
     std::vector<Marking> sinceSavepoint;

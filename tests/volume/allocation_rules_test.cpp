@@ -123,7 +123,13 @@ TEST(AllocationRules, WholeForks) {
         EXPECT_EQ(TotalFreeBlocks(volume.allocation.bitmap, kBlocks), volume.freeBlocks());
         EXPECT_EQ(volume.freeBlocks(), free - (runs.empty() ? 0 : (c.bytes + 511) / 512));
         // Given back, all is as before, the blocks at the end of each run included.
+        // The medium may refer to them until the flush: nothing may be put there before.
+        const testing::Bytes taken = volume.allocation.bitmap;
         FreeExtents(volume, runs);
+        EXPECT_EQ(volume.allocation.bitmap, taken);
+        for (const BlockRun& run : runs)
+            EXPECT_FALSE(IsInUse(volume.allocation, run));
+        FreeWhatWasFreed(volume.allocation);
         EXPECT_EQ(volume.allocation.bitmap, before);
         EXPECT_EQ(volume.freeBlocks(), free);
         EXPECT_TRUE(runs.empty() || HintOf(volume) == (c.isHfsPlus ? 32u : 0u));

@@ -7,12 +7,14 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "IO/redo_log.hpp"
 #include "volume/fork_reader.hpp"
 
 namespace vellmark::testing {
 
 std::string FormatImage(const TemporaryFolder& folder, const FormatInput& input) {
     const std::string path = folder.path() + "/volume";
+    RemoveRedoLog(path);
     PcFile image(path, PcFile::Mode::CreateTruncate);
     Progress progress;
     return FormatVolume(input, image, kClock, progress) == FormatResult::Done ? path : "";

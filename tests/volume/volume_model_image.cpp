@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "IO/redo_log.hpp"
+#include "volume/allocation.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/tree_bench.hpp"
@@ -71,6 +73,7 @@ void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
 }  // namespace
 
 bool MakeVolume(const std::string& path, const VolumeShape& shape) {
+    RemoveRedoLog(path);
     const VolumeParams params = ParamsOf(shape);
     const std::uint64_t first = shape.isHfsPlus ? 0 : params.allocationStart * 512u;
     const std::uint64_t bytes =
@@ -112,14 +115,27 @@ CatalogName NameOf(const VolumeContext& volume, const std::string& letters) {
 }
 
 std::vector<Bytes> StateOf(VolumeContext& volume) {
-    const auto mdb = AsBytes(volume.mdb);
-    const auto vhb = AsBytes(volume.vhb);
+    MasterDirectoryBlock hfsHeader = volume.mdb;
+    VolumeHeader plusHeader = volume.vhb;
+    AllocationState allocation = volume.allocation;
+    // What a flush in between changes is no change of the volume.
+    hfsHeader.writeCount = 0;
+    hfsHeader.modificationDate = 0;
+    plusHeader.writeCount = 0;
+    plusHeader.modificationDate = 0;
+    plusHeader.lastMountedVersion = 0;
+    allocation.hasSavepoint = false;
+    FreeWhatWasFreed(allocation);
+    const auto mdb = AsBytes(hfsHeader);
+    const auto vhb = AsBytes(plusHeader);
+    for (TreeCursor* tree : {&volume.catalog, &volume.extents})
+        (void)FlushTree(*tree);
     std::vector<Bytes> state = AllNodes(volume.catalog);
     for (Bytes& node : AllNodes(volume.extents))
         state.push_back(std::move(node));
     state.emplace_back(mdb.begin(), mdb.end());
     state.emplace_back(vhb.begin(), vhb.end());
-    state.push_back(volume.allocation.bitmap);
+    state.push_back(allocation.bitmap);
     return state;
 }
 
