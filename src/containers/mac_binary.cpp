@@ -10,6 +10,8 @@ namespace vellmark {
 namespace {
 
 constexpr std::uint64_t kUnitBytes = sizeof(MacBinaryHeader);
+constexpr std::uint16_t kLowFlags = 0xFF;
+constexpr std::uint8_t kSecondVersion = 129;
 
 constexpr std::uint64_t RoundUp(std::uint64_t bytes) {
     return (bytes + kUnitBytes - 1) / kUnitBytes * kUnitBytes;
@@ -21,8 +23,12 @@ std::size_t TextLength(const std::array<char, 63>& field) {
     return static_cast<std::size_t>(std::find(field.begin(), field.end(), '\0') - field.begin());
 }
 
+std::uint16_t ChecksumOf(const MacBinaryHeader& header) {
+    return Crc16(AsBytes(header).first(offsetof(MacBinaryHeader, checksum)));
+}
+
 bool HasChecksum(const MacBinaryHeader& header) {
-    return header.checksum == Crc16(AsBytes(header).first(offsetof(MacBinaryHeader, checksum)));
+    return header.checksum == ChecksumOf(header);
 }
 
 bool NameFits(const MacBinaryHeader& header) {
@@ -118,12 +124,19 @@ MacBinaryHeader MakeMacBinaryHeader(const MacFileInfo& info) {
     std::copy_n(info.name.begin(), length, header.name.begin());
     header.signature = info.finder.signature;
     header.finderFlags = info.finder.flags;
+    if ((info.finder.flags & kLowFlags) != 0) {
+        header.finderFlags = static_cast<std::uint16_t>(info.finder.flags & ~kLowFlags);
+        header.finderFlagsLow = static_cast<std::uint8_t>(info.finder.flags & kLowFlags);
+        header.version = header.neededVersion = kSecondVersion;
+    }
     header.locationV = info.finder.locationV;
     header.locationH = info.finder.locationH;
     header.dataLength = info.dataLength;
     header.resourceLength = info.resourceLength;
     header.created = info.created;
     header.modified = info.modified;
+    if (header.version != 0)
+        header.checksum = ChecksumOf(header);
     return header;
 }
 

@@ -1,7 +1,9 @@
 // MacBinary: a Macintosh file as one PC file, a header of 128 bytes in front of the two forks
 // (published as "MacBinary Transfer Format", versions I to III; big-endian).
 //
-// Written is the first form, which every reader takes: no checksum, version or secondary header.
+// Written is the first form, which every reader takes: no checksum, version or secondary header. It
+// has no place for the low byte of the Finder flags that readers agree on: a file that has some of
+// them, as a colour, is written in the second form.
 // Read are all three; what only the later ones have is looked at when the checksum of the header
 // proves that it is one of them.
 #pragma once
@@ -67,8 +69,9 @@ static_assert(offsetof(MacBinaryHeader, checksum) == 124);
 /// is not below the end of the data fork.
 [[nodiscard]] std::uint64_t MacBinaryResourceOffset(std::uint64_t dataLength);
 
-/// A header of the first form: name (cut at 63 bytes), FInfo without its last field, lengths,
-/// creation and modification date as they stand in `info`.
+/// A header of the first form, or of the second where the Finder flags need it: name (cut at 63
+/// bytes), FInfo without its last field, lengths, creation and modification date as they stand in
+/// `info`.
 [[nodiscard]] MacBinaryHeader MakeMacBinaryHeader(const MacFileInfo& info);
 
 /// Writes a file whole, with the lengths of the two forks in place of those in `info`, and the name

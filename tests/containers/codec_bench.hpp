@@ -196,11 +196,11 @@ inline bool RunIn(const std::string& folder, const std::string& command) {
 /// A file of the first form with what hfsutils want on top of it: version, checksum, the low byte
 /// of the flags in its place, and a tail that fills up its last 128 bytes.
 inline Bytes AsMacBinaryTwo(Bytes file) {
-    file[101] = file[74];
-    file[74] = 0;
-    file[122] = file[123] = 129;
-    const Bytes crc = Be(RegisterCrc(Bytes(file.begin(), file.begin() + 124)), 2);
-    std::copy(crc.begin(), crc.end(), file.begin() + 124);
+    if (file[122] == 0) {
+        file[122] = file[123] = 129;
+        const Bytes crc = Be(RegisterCrc(Bytes(file.begin(), file.begin() + 124)), 2);
+        std::copy(crc.begin(), crc.end(), file.begin() + 124);
+    }
     file.resize((file.size() + 127) / 128 * 128, 0);
     return file;
 }

@@ -84,11 +84,12 @@ TEST(MacBinary, RecogniserJudgesEachField) {
     EXPECT_TRUE(IsMacBinary(HeaderOf(bytes), 2000));
 }
 
-TEST(MacBinary, WrittenHeaderIsTheFirstForm) {
+// Readers refuse the first form with anything behind the high byte of the flags.
+TEST(MacBinary, WrittenHeaderIsTheFirstFormThatHoldsTheFlags) {
     MacFileInfo info;
     info.name = "  Text File";
     std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
-    info.finder.flags = 0x0140;
+    info.finder.flags = 0x0100;
     info.finder.locationV = 1;
     info.finder.locationH = 2;
     info.finder.windowFolder = 3;  // not part of the format
@@ -99,9 +100,19 @@ TEST(MacBinary, WrittenHeaderIsTheFirstForm) {
     MemoryBytes target;
     ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
     Bytes expected = HeaderBytes();
+    expected[74] = 0;
     Append(expected, Pattern(21));
     expected.resize(256, 0);
     Append(expected, Pattern(1454));
+    EXPECT_EQ(target.bytes(), expected);
+
+    info.finder.flags = 0x0140;
+    ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
+    expected[101] = 0x40;
+    expected[122] = expected[123] = 129;
+    const std::uint16_t crc = testing::RegisterCrc(Bytes(expected.begin(), expected.begin() + 124));
+    expected[124] = static_cast<std::uint8_t>(crc >> 8);
+    expected[125] = static_cast<std::uint8_t>(crc);
     EXPECT_EQ(target.bytes(), expected);
 }
 
@@ -348,7 +359,7 @@ TEST(MacBinary, AgreesWithHfsutilsBothWays) {
     EXPECT_EQ(theirs.info.modified, info.modified);
     EXPECT_EQ(testing::Contents(theirs.data), Pattern(1000));
     EXPECT_EQ(testing::Contents(theirs.resource), Pattern(300, 9));
-    EXPECT_EQ(theirs.info.finder.flags & 0x2008, 0x2008);
+    EXPECT_EQ(theirs.info.finder.flags, info.finder.flags);
 }
 
 }  // namespace

@@ -103,13 +103,13 @@ class SourceFile:
 
     @property
     def mac_gmt(self):
-        """Its date on HFS Plus: the nearest that the format can hold."""
-        return min(max(self.modified + MAC_EPOCH, 0), MAC_LAST)
+        """Its date on HFS Plus: the nearest that the format can hold; 0 would be none."""
+        return min(max(self.modified + MAC_EPOCH, 1), MAC_LAST)
 
     @property
     def mac_local(self):
         """Its date on HFS."""
-        return min(max(self.modified + local_offset(self.modified) + MAC_EPOCH, 0), MAC_LAST)
+        return min(max(self.modified + local_offset(self.modified) + MAC_EPOCH, 1), MAC_LAST)
 
 
 class SourceTree:
