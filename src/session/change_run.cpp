@@ -54,8 +54,8 @@ bool ChangeRun::judge(EditResult result, const std::string& path) {
 }
 
 int ChangeRun::finish() {
-    if (!partition_->close(terminal.messages))
-        failed = true;
+    isWritten = partition_->close(terminal.messages);
+    failed = failed || !isWritten;
     if (failed)
         return kExitFailed;
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;

@@ -40,6 +40,7 @@ class ChangeRun {
 
     Terminal terminal;
     bool failed = false;
+    bool isWritten = false;  ///< after `finish`: the volume has all that was changed
 
   private:
     const StopSignals signals_;

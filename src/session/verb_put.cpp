@@ -201,7 +201,7 @@ int Put(const PutOptions& options, CommandContext& context) {
     PutAll(options, target.id(), batch, run);
     const int status = run.finish();
     run.terminal.progress.clear();
-    if (!options.quiet)
+    if (!options.quiet && run.isWritten)
         context.output << image << CopiedText(batch) << '\n';
     // What a person wanted to keep was not named again.
     return status == kExitDone && batch.itemsLeftOut > 0 ? static_cast<int>(kExitSkipped) : status;

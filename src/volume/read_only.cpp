@@ -102,7 +102,8 @@ std::string CutImageSentence() {
 std::string VolumeRemark(const VolumeContext& volume) {
     // Emulators that are ended hard leave HFS volumes so; the format's own systems go on with them.
     const bool isRemark = !volume.isHfsPlus && (AttributesOf(volume) & kVolumeUnmounted) == 0;
-    return isRemark ? "The volume was not unmounted cleanly; its bitmap of blocks may be wrong."
+    return isRemark ? "The volume was not unmounted cleanly; its bitmap of blocks is brought up to "
+                      "its catalog."
                     : "";
 }
 
