@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "support/pc_file.hpp"
+
 namespace vellmark {
 namespace {
 
@@ -24,14 +26,32 @@ std::size_t SliceSource::readAt(std::uint64_t offset, std::span<std::uint8_t> ou
     return whole_->readAt(offset_ + offset, out.first(count));
 }
 
+std::uint64_t SliceSource::copyTo(PcFile& target, std::uint64_t targetOffset, std::uint64_t offset,
+                                  std::uint64_t count) {
+    if (offset >= length_)
+        return 0;
+    return whole_->copyTo(target, targetOffset, offset_ + offset,
+                          std::min(count, length_ - offset));
+}
+
 bool EndsBeyond(const ByteSource& source, std::uint64_t offset, std::uint64_t length) {
     return length > 0 && (offset > source.size() || length > source.size() - offset);
 }
 
 ContainerFault CopyFork(ByteSource& fork, ByteSink& target, std::uint64_t offset) {
     const std::uint64_t length = fork.size();
-    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min(length, kPieceBytes)));
+    auto* file = dynamic_cast<PcFile*>(&target);
+    std::vector<std::uint8_t> buffer;
     for (std::uint64_t at = 0; at < length;) {
+        if (file != nullptr && length - at >= kLeastDirectCopy) {
+            const std::uint64_t copied =
+                fork.copyTo(*file, offset + at, at, std::min(length - at, kMostDirectCopy));
+            at += copied;
+            if (copied != 0)
+                continue;
+            file = nullptr;
+        }
+        buffer.resize(static_cast<std::size_t>(std::min(length - at, kPieceBytes)));
         const std::span<std::uint8_t> piece(
             buffer.data(),
             static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), length - at)));

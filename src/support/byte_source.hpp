@@ -11,6 +11,13 @@
 
 namespace vellmark {
 
+class PcFile;
+
+/// The least that is worth asking `ByteSource::copyTo` for, and the most at once: long enough that
+/// the call does not count, short enough for progress to be seen.
+inline constexpr std::uint64_t kLeastDirectCopy = 64 << 10;
+inline constexpr std::uint64_t kMostDirectCopy = 8 << 20;
+
 /// Bytes that can be read at any offset.
 class ByteSource {
   public:
@@ -22,6 +29,14 @@ class ByteSource {
     /// Reads up to `out.size()` bytes from `offset`. Returns the number of bytes read; fewer than
     /// asked for means the end of the bytes or a failure of the medium.
     [[nodiscard]] virtual std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
+
+    /// Copies up to `count` bytes from `offset` into a file of the PC, where they lie in another
+    /// one: the system does that without our memory. Returns the bytes copied; what is missing is
+    /// to be read, also when it is all of them.
+    [[nodiscard]] virtual std::uint64_t copyTo(PcFile& /*target*/, std::uint64_t /*targetOffset*/,
+                                               std::uint64_t /*offset*/, std::uint64_t /*count*/) {
+        return 0;
+    }
 
     /// Reads exactly `out.size()` bytes; false when the source ends or fails before that.
     [[nodiscard]] bool readExactly(std::uint64_t offset, std::span<std::uint8_t> out) {

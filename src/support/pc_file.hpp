@@ -36,6 +36,10 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] std::uint64_t size() const override;
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
     [[nodiscard]] bool writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override;
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
+                                       std::uint64_t offset, std::uint64_t count) override {
+        return target.copyFrom(*this, offset, targetOffset, count);
+    }
     /// Cuts or lengthens the file (with zeros).
     [[nodiscard]] bool setSize(std::uint64_t sizeBytes);
     /// Hands everything to the device.

@@ -83,10 +83,31 @@ StoreResult TryToRead(const PlacedFork& fork, Progress& progress) {
     return StoreResult::Done;
 }
 
+// Whole sectors from `done` on, without our memory where the source lies in a file. Returns their
+// bytes; 0 when it does not, or too little is left.
+std::uint64_t CopyDirectly(VolumeContext& volume, const PlacedFork& fork, std::uint64_t done) {
+    const ForkPlace place = PlaceInFork(volume, fork.runs, done);
+    const std::uint64_t bytes = std::min({fork.sizeBytes - done, place.bytes, kMostDirectCopy}) /
+                                kSectorBytes * kSectorBytes;
+    if (bytes < kLeastDirectCopy)
+        return 0;
+    const std::uint64_t copied = fork.source->copyTo(*volume.image, place.imageOffset, done, bytes);
+    return copied / kSectorBytes * kSectorBytes;
+}
+
 StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, bool mayStop,
                       Progress& progress) {
     std::vector<std::uint8_t> buffer;
+    bool isDirect = true;
     for (std::uint64_t done = 0; done < fork.sizeBytes;) {
+        if (const std::uint64_t copied = isDirect ? CopyDirectly(volume, fork, done) : 0;
+            copied != 0) {
+            done += copied;
+            if (!progress.chunk(copied) && mayStop)
+                return StoreResult::Stopped;
+            continue;
+        }
+        isDirect = false;
         const auto bytes =
             static_cast<std::size_t>(std::min<std::uint64_t>(fork.sizeBytes - done, kPieceBytes));
         buffer.resize((bytes + kSectorBytes - 1) / kSectorBytes * kSectorBytes);

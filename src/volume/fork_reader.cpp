@@ -84,6 +84,18 @@ bool TransferFork(VolumeContext& volume, const std::vector<BlockRun>& runs, std:
     return bytes.empty();
 }
 
+ForkPlace PlaceInFork(const VolumeContext& volume, const std::vector<BlockRun>& runs,
+                      std::uint64_t offset) {
+    for (const BlockRun& run : runs) {
+        const std::uint64_t runBytes = std::uint64_t{run.blockCount} * volume.blockSize;
+        if (offset < runBytes)
+            return {BlockToSector(volume, run.startBlock) * kSectorBytes + offset,
+                    runBytes - offset};
+        offset -= runBytes;
+    }
+    return {};
+}
+
 TreeResult FollowExtents(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                          const ForkInfo& info, std::vector<BlockRun>& runs) {
     runs.clear();
@@ -111,6 +123,15 @@ TreeResult FollowExtents(VolumeContext& volume, std::uint32_t fileId, std::uint8
             return TreeResult::Damaged;
     }
     return TreeResult::Done;
+}
+
+std::uint64_t ForkSource::copyTo(PcFile& target, std::uint64_t targetOffset, std::uint64_t offset,
+                                 std::uint64_t count) {
+    if (offset >= size_ || !volume_.image)
+        return 0;
+    const ForkPlace place = PlaceInFork(volume_, runs_, offset);
+    return target.copyFrom(*volume_.image, place.imageOffset, targetOffset,
+                           std::min({count, size_ - offset, place.bytes}));
 }
 
 std::size_t ForkSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {

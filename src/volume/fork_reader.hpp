@@ -23,6 +23,15 @@ struct ForkInfo {
 [[nodiscard]] bool TransferFork(VolumeContext& volume, const std::vector<BlockRun>& runs,
                                 std::int32_t command, std::uint64_t offset, ByteSpan bytes);
 
+/// Where a byte of a fork lies in the image, and how many bytes follow in the same run, it
+/// included: none when the runs do not reach that far.
+struct ForkPlace {
+    std::uint64_t imageOffset = 0;
+    std::uint64_t bytes = 0;
+};
+[[nodiscard]] ForkPlace PlaceInFork(const VolumeContext& volume, const std::vector<BlockRun>& runs,
+                                    std::uint64_t offset);
+
 /// All runs of a fork: those it begins with, then those of the overflow tree, until `totalBlocks`
 /// are found. `fork` is 0 for data, 255 for the resource fork. `Damaged` when a run lies outside
 /// the volume or blocks are missing; `runs` then has what was found.
@@ -37,6 +46,8 @@ class ForkSource final : public ByteSource {
         : volume_(volume), runs_(std::move(runs)), size_(sizeBytes) {}
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
+                                       std::uint64_t offset, std::uint64_t count) override;
 
   private:
     VolumeContext& volume_;
