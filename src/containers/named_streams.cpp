@@ -78,6 +78,9 @@ bool HasResourceStream(const std::string& path) {
 }
 
 bool HasNamedStreams(const std::string& path) {
+    // Most files have no attributes at all, which one call tells.
+    if (::listxattr(path.c_str(), nullptr, 0) == 0)
+        return false;
     return HasStream(path, kResource) || HasStream(path, kAfpInfo);
 }
 

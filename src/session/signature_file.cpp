@@ -31,15 +31,17 @@ bool IsSigText(std::string_view bytes) {
 
 std::vector<std::string> SigFilesHere() {
     std::vector<std::string> names;
-    int error = 0;
     std::string ignored;
-    for (const PcItem& item : ListPcFolder(".", error)) {
-        if (item.facts.kind != PcKind::File || !AsciiUpper(item.name).ends_with(kSigExtension))
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(".", error)) {
+        std::string name = entry.path().filename().string();
+        if (!AsciiUpper(name).ends_with(kSigExtension) || PcFactsOf(name).kind != PcKind::File)
             continue;
-        const auto bytes = ReadSigFile(item.name, ignored);
+        const auto bytes = ReadSigFile(name, ignored);
         if (bytes && IsSigText(*bytes))
-            names.push_back(item.name);
+            names.push_back(std::move(name));
     }
+    std::ranges::sort(names);
     return names;
 }
 

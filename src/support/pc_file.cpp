@@ -59,7 +59,10 @@ PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
     if (::fstat(descriptor_, &facts) != 0 || S_ISDIR(facts.st_mode)) {
         close();
         error_ = EISDIR;
+        return;
     }
+    if (mode == Mode::Read && S_ISREG(facts.st_mode))
+        openedSize_ = static_cast<std::uint64_t>(facts.st_size);
 }
 
 PcFile::~PcFile() {
@@ -69,7 +72,8 @@ PcFile::~PcFile() {
 PcFile::PcFile(PcFile&& other) noexcept
     : path_(std::move(other.path_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
-      error_(other.error_) {}
+      error_(other.error_),
+      openedSize_(other.openedSize_) {}
 
 PcFile& PcFile::operator=(PcFile&& other) noexcept {
     if (this != &other) {
@@ -77,6 +81,7 @@ PcFile& PcFile::operator=(PcFile&& other) noexcept {
         path_ = std::move(other.path_);
         descriptor_ = std::exchange(other.descriptor_, -1);
         error_ = other.error_;
+        openedSize_ = other.openedSize_;
     }
     return *this;
 }
@@ -88,6 +93,8 @@ void PcFile::close() {
 }
 
 std::uint64_t PcFile::size() const {
+    if (descriptor_ >= 0 && openedSize_)
+        return *openedSize_;
     struct stat facts {};
     return descriptor_ >= 0 && ::fstat(descriptor_, &facts) == 0
                ? static_cast<std::uint64_t>(facts.st_size)

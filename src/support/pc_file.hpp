@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -63,6 +64,8 @@ class PcFile final : public ByteSource, public ByteSink {
     std::string path_;
     int descriptor_ = -1;
     int error_ = 0;
+    /// Of a file that is only read: it counts with the length that it had when it was opened.
+    std::optional<std::uint64_t> openedSize_;
 };
 
 /// A target that is written under a temporary name beside its own and takes its place only when it

@@ -37,14 +37,14 @@ bool KeepsDates(ImportClass importClass) {
 /// One file on its way.
 class FileImport {
   public:
-    FileImport(CopyIn& batch, const std::string& path, std::uint32_t folderId)
-        : batch_(batch), path_(path), facts_(PcFactsOf(path)), folderId_(folderId) {}
+    FileImport(CopyIn& batch, const std::string& path, const PcFacts& facts, std::uint32_t folderId)
+        : batch_(batch), path_(path), facts_(facts), folderId_(folderId) {}
 
     [[nodiscard]] CopyInResult run();
 
   private:
     [[nodiscard]] CopyInResult copy();
-    [[nodiscard]] std::optional<CopyInResult> openSource();
+    [[nodiscard]] std::optional<CopyInResult> openSource(PcFile file);
     [[nodiscard]] bool acceptsDamage();
     [[nodiscard]] NewFile describe();
     [[nodiscard]] FinderInfo finderInfo() const;
@@ -74,14 +74,17 @@ CopyInResult FileImport::run() {
 CopyInResult FileImport::copy() {
     if (const std::string refusal = RefusalOf(batch_, path_, facts_); !refusal.empty())
         return LeaveOut(batch_, path_, refusal);
+    PcFile opened(path_, PcFile::Mode::Read);
+    if (!opened.isOpen())
+        return LeaveOut(batch_, path_, UnreadableSentence(opened.error()));
     const std::optional<ImportClass> found =
-        ClassifyPcFile(path_, batch_.options.containers, batch_.answers, batch_.messages);
+        ClassifyPcFile(opened, batch_.options.containers, batch_.answers, batch_.messages);
     if (!found)
         return LeaveOut(batch_, path_, "Nobody said whether it is to be taken apart.");
     class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
-    if (const auto end = openSource())
+    if (const auto end = openSource(std::move(opened)))
         return *end;
     NewFile file = describe();
     if (KeepsDates(class_) && IsCustomIconFile(source_.info()))
@@ -94,10 +97,10 @@ CopyInResult FileImport::copy() {
 }
 
 // Nothing when the source is open and may be used.
-std::optional<CopyInResult> FileImport::openSource() {
+std::optional<CopyInResult> FileImport::openSource(PcFile file) {
     const std::string problem =
-        source_.open(path_, class_, batch_.options.mode == CopyMode::ResourceFork, batch_.temporary,
-                     batch_.progress);
+        source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
+                     batch_.temporary, batch_.progress);
     if (source_.stopped())
         return CopyInResult::Stopped;
     if (!problem.empty())
@@ -270,13 +273,15 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
 
 }  // namespace
 
-CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
-    return FileImport(batch, path, folderId).run();
+CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, const PcFacts& facts,
+                        std::uint32_t folderId) {
+    return FileImport(batch, path, facts, folderId).run();
 }
 
 CopyInResult CopyItemIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
-    return PcFactsOf(path).kind == PcKind::Folder ? CopyFolderIn(batch, path, folderId)
-                                                  : CopyFileIn(batch, path, folderId);
+    const PcFacts facts = PcFactsOf(path);
+    return facts.kind == PcKind::Folder ? CopyFolderIn(batch, path, folderId)
+                                        : CopyFileIn(batch, path, facts, folderId);
 }
 
 }  // namespace vellmark

@@ -166,7 +166,7 @@ CopyInResult FolderImport::putItem(const std::vector<PcItem>& items, const PcIte
     if (item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix) &&
         isCompanion(items, item, itemPath))
         return CopyInResult::Done;
-    return CopyFileIn(batch_, itemPath, id);
+    return CopyFileIn(batch_, itemPath, item.facts, id);
 }
 
 // Whether a file is only the companion of another. One that stands alone, and one that holds

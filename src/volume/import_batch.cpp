@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "support/encoding.hpp"
+#include "volume/import_source.hpp"
 
 namespace vellmark {
 
@@ -63,8 +64,9 @@ std::string RefusalOf(const CopyIn& batch, const std::string& path, const PcFact
     if (facts.kind == PcKind::File && batch.image.kind == PcKind::File &&
         facts.device == batch.image.device && facts.inode == batch.image.inode)
         return "It is the image itself.";
-    if (const int error = ReadRefusal(path); error != 0)
-        return fmt::format("It cannot be read: {}.", SystemErrorText(error));
+    if (facts.kind == PcKind::Folder)
+        if (const int error = ReadRefusal(path); error != 0)
+            return UnreadableSentence(error);
     return {};
 }
 

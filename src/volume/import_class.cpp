@@ -30,13 +30,11 @@ std::string NameForQuestion(std::string_view pcName) {
     return WideToUtf8(wide);
 }
 
-std::optional<ImportClass> ClassifyPcFile(const std::string& path, ContainerPolicy policy,
+std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,
                                           CopyAnswers& answers, Messages& messages) {
     if (policy == ContainerPolicy::Never)
         return ImportClass::Plain;
-    PcFile file(path, PcFile::Mode::Read);
-    if (!file.isOpen())
-        return ImportClass::Plain;
+    const std::string& path = file.path();
     const auto settle = [&](ImportClass container, RememberedAnswer& kept,
                             int text) -> std::optional<ImportClass> {
         if (policy == ContainerPolicy::Always)

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "support/messages.hpp"
+#include "support/pc_file.hpp"
 
 namespace vellmark {
 
@@ -37,10 +38,8 @@ struct CopyAnswers {
 [[nodiscard]] std::string NameForQuestion(std::string_view pcName);
 
 /// Tests in the order MacBinary, BinHex, AppleSingle, AppleDouble, streams. A person's no to one of
-/// the first two ends them. A file that cannot be read is a plain one. Nothing when a person was
-/// asked and gave no answer.
-[[nodiscard]] std::optional<ImportClass> ClassifyPcFile(const std::string& path,
-                                                        ContainerPolicy policy,
+/// the first two ends them. Nothing when a person was asked and gave no answer.
+[[nodiscard]] std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,
                                                         CopyAnswers& answers, Messages& messages);
 
 }  // namespace vellmark

@@ -50,13 +50,24 @@ std::string FaultSentence(ContainerFault fault) {
 
 }  // namespace
 
+std::string UnreadableSentence(int error) {
+    return fmt::format("It cannot be read: {}.", SystemErrorText(error));
+}
+
 std::string ImportSource::open(const std::string& path, ImportClass importClass,
                                bool plainIsResource, std::optional<TemporaryFolder>& temporary,
                                Progress& progress) {
-    file_ = PcFile(path, PcFile::Mode::Read);
+    return open(PcFile(path, PcFile::Mode::Read), importClass, plainIsResource, temporary,
+                progress);
+}
+
+std::string ImportSource::open(PcFile file, ImportClass importClass, bool plainIsResource,
+                               std::optional<TemporaryFolder>& temporary, Progress& progress) {
+    file_ = std::move(file);
     if (!file_.isOpen())
-        return fmt::format("It cannot be read: {}.", file_.errorText());
-    std::string problem = openForks(path, importClass, plainIsResource, temporary, progress);
+        return UnreadableSentence(file_.error());
+    std::string problem =
+        openForks(file_.path(), importClass, plainIsResource, temporary, progress);
     if (problem.empty() && HasBundleResource(*resource_))
         container_.info.finder.flags =
             static_cast<std::uint16_t>(container_.info.finder.flags | kHasBundleFlag);

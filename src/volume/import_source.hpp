@@ -12,6 +12,9 @@
 
 namespace vellmark {
 
+/// Why a file was left out that the system refuses to read.
+[[nodiscard]] std::string UnreadableSentence(int error);
+
 class ImportSource {
   public:
     /// Opens a file of that class; of a plain one the bytes are the resource fork when
@@ -20,6 +23,9 @@ class ImportSource {
     [[nodiscard]] std::string open(const std::string& path, ImportClass importClass,
                                    bool plainIsResource, std::optional<TemporaryFolder>& temporary,
                                    Progress& progress);
+    /// The same with the file open already.
+    [[nodiscard]] std::string open(PcFile file, ImportClass importClass, bool plainIsResource,
+                                   std::optional<TemporaryFolder>& temporary, Progress& progress);
     ImportSource() = default;
     ImportSource(const ImportSource&) = delete;
     ImportSource& operator=(const ImportSource&) = delete;
