@@ -106,8 +106,10 @@ TEST_F(BatchTest, AListNamesWhatIsIncludedAndItsFaultsAreTold) {
 
     Write("torn.txt", std::string("in/a.txt\n\nin/nope\na\0b\n", 22) + std::string(5000, 'x') +
                           "\nin/*.none\nin/a.txt\nin/sub\n");
+    expectSilent({"/FH", "q.vlso", "A\\B"});  // an ISO+ project has the ISO view alone
     EXPECT_EQ(run({"/I", "q.vlso", "$torn.txt"}), 3);
-    EXPECT_EQ(itemsOf(opened("q.vlso", ProjectMode::IsoPlus), 1), (Names{"a.txt I", "sub I"}));
+    EXPECT_EQ(itemsOf(opened("q.vlso", ProjectMode::IsoPlus), 1),
+              (Names{"A I", "a.txt I", "sub I"}));
     for (const char* told : {"torn.txt, line 2: it is empty", "in/nope: it names no",
                              "torn.txt, line 4: it is no text", "torn.txt, line 5: it is longer",
                              "*.none: it names no", "a.txt: it is in the project already"})
