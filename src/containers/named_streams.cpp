@@ -78,7 +78,7 @@ bool HasResourceStream(const std::string& path) {
 }
 
 bool HasNamedStreams(const std::string& path) {
-    // One question instead of four for the many files that have no attribute at all.
+    // Most files have no attributes at all, which one call tells.
     if (::listxattr(path.c_str(), nullptr, 0) == 0)
         return false;
     return HasStream(path, kResource) || HasStream(path, kAfpInfo);
