@@ -6,6 +6,7 @@
 #include <set>
 
 #include "project/ansi_fold.hpp"
+#include "project/folder_chain.hpp"
 #include "project/pc_sources.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"

@@ -36,13 +36,13 @@ struct SourceCoding {
     std::uint32_t resourceSize = 0;
     /// Type and creator; nothing when the extension is to tell them.
     std::optional<std::array<char, 8>> signature;
-    std::string hfsName;      ///< MacRoman; empty when the PC's name is to be taken
-    MacSeconds created = 0;   ///< local time; 0: the PC's
-    MacSeconds modified = 0;  ///< local time; 0: the PC's
+    std::string hfsName;            ///< MacRoman; empty when the PC's name is to be taken
+    MacSeconds created = 0;         ///< local time; 0: the PC's
+    MacSeconds modified = 0;        ///< local time; 0: the PC's
     bool isCustomIconFile = false;  ///< holds the icon of the folder that it lies in
     bool hasCustomIcon = false;
     bool hidesExtension = false;
-    bool isInvisible = false;  ///< for the Finder
+    bool isInvisible = false;  ///< to the Finder
 
     /// Why the file cannot be included, in the form of a reason behind a name; "" when it can.
     std::string refusal;
@@ -50,16 +50,17 @@ struct SourceCoding {
     bool isStopped = false;
 };
 
-/// Opens the file once and tells what it is. `companion` says whether an item `._NAME` may stand
-/// beside it: without one nothing is looked for. BinHex is decoded to its end, as nothing else
-/// tells whether its lengths are true; of other files no more than their headers are read.
+/// Opens a file (no pipe) once and tells what it is. `companion` says whether a `._NAME` may stand
+/// beside it: if not, none is looked for. BinHex is decoded to its end, as nothing else tells
+/// whether its lengths are true; of other files no more than their headers are read.
 [[nodiscard]] SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes,
                                             bool companion, Progress& progress);
 
 /// Writes into the record of a file all that depends on its contents: coding and its flags, sizes,
-/// signature, dates, Finder flags, and the HFS name where the container or the disk brings one (no
-/// longer than HFS holds, in the form of the project; what else lies in the folder is not looked
-/// at). The source name must be there already. `signatureOf` may be empty.
+/// signature, dates, Finder flags, and, unless it is locked, the HFS name where the container or
+/// the disk brings one (in the form of the project; other items of the folder are not looked at).
+/// The source name must be there already. `item` needs its name and facts; `signatureOf` may be
+/// empty. A file is never made visible again, nor its extension: the user may have hidden them.
 void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcItem& item,
                     bool isHfsPlus, const SignatureLookup& signatureOf, const Clock& clock);
 

@@ -76,6 +76,8 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
             record.setUnicodeOnDisk(isHfsPlus && !record.hfsNameLocked() &&
                                     record.coding() == ForkCoding::NamedStreams);
             const std::string name = make(record);
+            record.setUnicodeOnDisk(isHfsPlus && record.coding() == ForkCoding::NamedStreams &&
+                                    !record.hfsNameLocked());
             record.setHfsName(
                 record.isIn(ProjectView::Hfs) ? names.takeHfs(name, record.sourceName()) : name);
         }
@@ -87,8 +89,12 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
 void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages) {
     MakeIsoName(record, name, siblings, answers.iso, messages);
-    if (project.mode() == ProjectMode::Hybrid && !BringsItsHfsName(record))
+    if (project.mode() != ProjectMode::Hybrid)
+        return;
+    if (!BringsItsHfsName(record))
         MakeHfsName(record, name, project.header().isHfsPlus(), siblings, answers, messages);
+    else if (record.isIn(ProjectView::Hfs))
+        record.setHfsName(siblings.takeHfs(record.hfsName(), record.sourceName()));
 }
 
 void RedoNamesForHfsPlus(ProjectFile& project) {

@@ -3,15 +3,19 @@
 #include <fmt/format.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "compiler/compile.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
+#include "session/include_list.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/session_state.hpp"
+#include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -106,14 +110,20 @@ BatchResult BatchMakeFolders(const BatchJob& job) {
 
 BatchResult BatchInclude(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
-    if (job.argument.starts_with(kListSign))
-        return BatchResult::NotUnderstood;
+    const bool isList = job.argument.starts_with(kListSign);
+    std::vector<std::string> paths;
+    if (!isList)
+        paths.push_back(job.argument);
+    else if (!ReadIncludeList(job.argument.substr(1), paths, messages))
+        return BatchResult::NotFound;
     std::optional<ProjectFile> project;
     if (!OpenOrCreate(job, project))
         return BatchResult::NotOpened;
     InclusionOptions options{job.context.clock, ViewOf(job.side), kYesToAll, kShortenAll};
+    options.signatureOf = SignatureLookupOf(job.context, job.terminal.messages);
+    options.skipsConflicts = isList;
     const InclusionResult included =
-        Include(*project, job.argument, kRootFolder, options, messages, job.terminal.progress);
+        Include(*project, paths, kRootFolder, options, messages, job.terminal.progress);
     if (!IsWorthSaving(included, messages))
         return BatchResult::NotFound;
     return Save(*project, messages);

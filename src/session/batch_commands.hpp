@@ -38,7 +38,9 @@ struct BatchJob {
 
 /// The folders of a path in the project, `/` or `\` between them.
 [[nodiscard]] BatchResult BatchMakeFolders(const BatchJob& job);
-/// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one).
+/// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one);
+/// `$` and the path of a list stand for all that its lines name. What a list names in vain is left
+/// out and told, while the rest is done.
 [[nodiscard]] BatchResult BatchInclude(const BatchJob& job);
 /// What changed on the disk. The log is opened first when none is open.
 [[nodiscard]] BatchResult BatchRebuild(const BatchJob& job);

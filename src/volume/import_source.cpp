@@ -12,8 +12,6 @@
 
 namespace vellmark {
 
-namespace {
-
 std::string FaultSentence(ContainerFault fault) {
     switch (fault) {
         case ContainerFault::None:
@@ -47,8 +45,6 @@ std::string FaultSentence(ContainerFault fault) {
     }
     return {};
 }
-
-}  // namespace
 
 std::string ImportSource::open(const std::string& path, ImportClass importClass,
                                bool plainIsResource, std::optional<TemporaryFolder>& temporary,

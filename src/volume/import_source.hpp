@@ -12,6 +12,9 @@
 
 namespace vellmark {
 
+/// A fault as a sentence, "" for none.
+[[nodiscard]] std::string FaultSentence(ContainerFault fault);
+
 class ImportSource {
   public:
     /// Opens a file of that class; of a plain one the bytes are the resource fork when
