@@ -3,14 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <set>
-#include <system_error>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "project/folder_batch.hpp"
+#include "project/folder_chain.hpp"
+#include "project/pc_sources.hpp"
 #include "project/source_coding.hpp"
 #include "project/source_folder.hpp"
 #include "support/encoding.hpp"
@@ -32,22 +32,6 @@ struct FolderToCheck {
 
 bool IsMissing(const ProjectRecord& record) {
     return record.isoInclusion() < 0 || record.hfsInclusion() < 0;
-}
-
-PcIdentity IdentityOf(const PcItem& item) {
-    return {item.facts.device, item.facts.inode};
-}
-
-// A link to a folder in which the link lies.
-bool LeadsUp(const ProjectChange& added) {
-    std::error_code error;
-    const auto target = std::filesystem::canonical(added.path, error);
-    if (error)
-        return false;
-    const auto place = std::filesystem::canonical(FolderOf(added.path), error);
-    const auto [end, rest] =
-        std::mismatch(target.begin(), target.end(), place.begin(), place.end());
-    return end == target.end();
 }
 
 // The folder that all items of root come from; empty when they come from several or from none.
@@ -217,7 +201,7 @@ void Checker::compare(Comparison& comparison, const SourceFolder& source, std::s
     if (IsMissing(record))
         report(ChangeKind::Modified, source.path() + found.item->name);
     if (found.item->facts.isLink)
-        linkedFolders_.insert(IdentityOf(*found.item));
+        linkedFolders_.insert(IdentityOf(found.item->facts));
     comparison.entered.push_back(place);
 }
 
@@ -291,7 +275,7 @@ void Checker::findAdditions(Comparison& comparison, const SourceFolder& source) 
                           isFolder ? 0 : item.facts.sizeBytes, comparison.folder.accessPath, name,
                           path});
         if (isFolder && item.facts.isLink)
-            addedLinks_.emplace(path, IdentityOf(item));
+            addedLinks_.emplace(path, IdentityOf(item.facts));
     }
 }
 
@@ -299,7 +283,7 @@ bool Checker::isNoAddition(const PcItem& item) const {
     const PcKind kind = item.facts.kind;
     return (kind != PcKind::File && kind != PcKind::Folder) ||
            (kind == PcKind::File && item.name.starts_with(kCompanionPrefix)) ||
-           std::find(options_.excluded.begin(), options_.excluded.end(), IdentityOf(item)) !=
+           std::find(options_.excluded.begin(), options_.excluded.end(), IdentityOf(item.facts)) !=
                options_.excluded.end();
 }
 
@@ -311,7 +295,8 @@ void Checker::dropSecondLinks() {
     std::erase_if(result_.changes, [this](const ProjectChange& change) {
         const auto link = addedLinks_.find(change.path);
         return change.kind == ChangeKind::Added && link != addedLinks_.end() &&
-               (!linkedFolders_.insert(link->second).second || LeadsUp(change));
+               (!linkedFolders_.insert(link->second).second ||
+                IsIn(ChainOf(FolderOf(change.path)), link->second));
     });
 }
 

@@ -25,10 +25,7 @@ std::vector<PcIdentity> NeverItems(const ProjectFile& project, const std::string
 bool RebuildInMemory(ProjectFile& project, const ProjectRebuild& what, CommandContext& context,
                      Terminal& terminal, RebuildResult& result) {
     InclusionOptions inclusion{context.clock};
-    const SignatureTable& signatures = SignaturesOf(context, terminal.messages);
-    inclusion.signatureOf = [&signatures](std::string_view name) {
-        return signatures.SignatureOf(name);
-    };
+    inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     inclusion.excluded = NeverItems(project, what.target, context);
     result = Rebuild(project, {inclusion, what.additions, what.dates}, terminal.messages,
                      terminal.progress);

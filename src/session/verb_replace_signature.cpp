@@ -6,6 +6,7 @@
 #include "containers/names.hpp"
 #include "project/replace_signature.hpp"
 #include "session/change_run.hpp"
+#include "session/file_modes.hpp"
 #include "session/open_project.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
