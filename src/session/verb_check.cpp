@@ -62,7 +62,7 @@ void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& 
              CommandContext& context) {
     for (const ProjectChange& change : changes)
         if (options.lines)
-            context.output << ReportLine(change);
+            context.output << NarrowToUtf8(ReportLine(change));
         else
             context.output << fmt::format("{:<9} {}{}\n", WordOf(change.kind),
                                           Printable(change.path), change.isFolder ? "/" : "");
