@@ -420,6 +420,7 @@ TEST_F(InclusionTest, CompanionsComeWithTheirFilesOrAreNamed) {
         Write(tree_ + name, "data");
     for (const char* name : {"._a", "sub/._b", "._sub", "._lost", "sub/._"})
         Write(tree_ + name, sidecar);
+    options_.answers = kYesToAll;
     EXPECT_EQ(include(base_ + "tree").files, 2);
     EXPECT_EQ(skippedNames(), (std::set<std::string>{"._lost", "._"}));
     EXPECT_TRUE(ByName(project_, 18).at("a").appleDouble());
@@ -433,6 +434,7 @@ TEST_F(InclusionTest, CompanionsComeWithTheirFilesOrAreNamed) {
 TEST_F(InclusionTest, ADamagedContainerIsNamedAndTheRestGoesOn) {
     Write(tree_ + "cut", IconFile("x").substr(0, 132));
     Write(tree_ + "good", IconFile("x"));
+    options_.answers = kYesToAll;
     EXPECT_EQ(include(base_ + "tree").files, 1);
     EXPECT_EQ(skippedNames(), std::set<std::string>{"cut"});
     EXPECT_EQ(ByName(project_, 18).at("good").number, -1) << "no number is used up";

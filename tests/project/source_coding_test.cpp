@@ -30,7 +30,7 @@ std::string Zeros(std::size_t count) {
 }
 
 struct MacBinaryBytes {
-    std::string name = "Na:\x8Ee";
+    std::string name = "Na:\x8Es";
     std::string signature = "TYPEcrea";
     std::uint16_t flags = 0;
     std::uint32_t created = 0;
@@ -156,17 +156,12 @@ TEST_F(SourceCodingTest, EachContainerFillsTheRecord) {
         {"AppleSingle", single, "", ForkCoding::AppleFiles, "S", 4, 8, "TYPEcrea", "", ""},
         {"AppleSingle in a pair is read by its own entries", single, sidecar,
          ForkCoding::AppleFiles, "DS", 4, 8, "TYPEcrea", "", ""},
-        {"MacBinary", macBinary, "", ForkCoding::MacBinary, "M", 5, 3, "TYPEcrea", "Na_\x8Ee",
-         "Na_\xE9"
-         "e"},
+        {"MacBinary", macBinary, "", ForkCoding::MacBinary, "M", 5, 3, "TYPEcrea", "Na_\x8Es",
+         "Na_\xE9s"},
         {"MacBinary in a pair", macBinary, sidecar, ForkCoding::MacBinary, "DM", 5, 3, "TYPEcrea",
-         "Na_\x8Ee",
-         "Na_\xE9"
-         "e"},
+         "Na_\x8Es", "Na_\xE9s"},
         {"an invisible one", MacBinaryBytes{.flags = 0x4000}.bytes(), "", ForkCoding::MacBinary,
-         "Mh", 5, 3, "TYPEcrea", "Na_\x8Ee",
-         "Na_\xE9"
-         "e"},
+         "Mh", 5, 3, "TYPEcrea", "Na_\x8Es", "Na_\xE9s"},
         {"a long name", MacBinaryBytes{.name = std::string(40, 'n')}.bytes(), "",
          ForkCoding::MacBinary, "M", 5, 3, "TYPEcrea", std::string(31, 'n'), std::string(31, 'n')},
         {"BinHex", binHex, "", ForkCoding::BinHex, "Bh", 700, 30, "TYPEcrea", "Te\x8Et", "Te\xE9t"},
