@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <functional>
 #include <set>
 
@@ -82,7 +83,9 @@ class RefreshTest : public testing::Test {
     /// Files are given one date, so that only what a case dates anew differs.
     void put(const std::string& name, const std::string& bytes, int day = 0) const {
         Write(tree_ + name, bytes);
-        fs::last_write_time(tree_ + name, fs::file_time_type{} + std::chrono::hours(24 * day));
+        const std::chrono::sys_days first{std::chrono::year(2001) / 2 / 3};
+        fs::last_write_time(tree_ + name,
+                            std::chrono::file_clock::from_sys(first + std::chrono::days(day)));
     }
     void remove(const std::string& name) const { fs::remove_all(tree_ + name); }
 
@@ -212,7 +215,8 @@ TEST_F(RefreshTest, WhatAPersonDoesIsToldAndARebuildIsANewInclusion) {
         EXPECT_EQ(Described(project), Described(included()));
         EXPECT_EQ(linesOf(check(project, true)), Lines{}) << "the rebuild left something";
     }
-    EXPECT_TRUE(messages_.skipped.empty() && messages_.shown.empty());
+    EXPECT_EQ(messages_.skipped, (std::vector<std::pair<std::string, std::string>>{}));
+    EXPECT_EQ(messages_.shown, std::vector<std::string>{});
 }
 
 TEST_F(RefreshTest, WhatCannotBeLookedAtIsNoDeletion) {
@@ -314,7 +318,7 @@ TEST_F(RefreshTest, AMarkOfMissingGoesWhenTheItemIsThere) {
 
 TEST_F(RefreshTest, TheNameOfAContainerGivesWayToOneThatIsTaken) {
     ProjectFile project = included();
-    put("box", MacBinaryFile("PLAIN.TXT", "APPLxxxx", 200, 0));
+    put("box", MacBinaryFile("PLAIN.TXT", "APPLxxxx", 300, 0));
     EXPECT_EQ(rebuild(project).modified, 1);
     const auto items = ByName(project, 1);
     EXPECT_EQ(items.at("plain.txt").hfsName(), "plain.txt");
