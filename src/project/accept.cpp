@@ -24,10 +24,25 @@ constexpr int kTextFolderNotEmpty = 1163;
 
 constexpr int kJournalFile = 2;
 
+/// A file that holds the icon of the folder it lies in.
+constexpr std::string_view kIconSignature = "ICNSMACS";
+constexpr std::string_view kIconName = "Icon\r";
+
 constexpr std::string_view kNoSuchItem = "the project has no such item any more";
 
 void Tell(Progress& progress, int text, const std::string& path, const Messages& messages) {
     progress.journal(kJournalFile, FormatText(text, messages.language(), Printable(path)));
+}
+
+// The folder of an icon that leaves has none any more; in root that is the volume.
+void ForgetIcon(ProjectFile& project, const ProjectRecord& record) {
+    if (record.isFolder() || record.signature() != kIconSignature)
+        return;
+    if (record.parent == kRootFolder && record.hfsNameLocked())
+        project.header().setCustomIcon(false);
+    else if (ProjectRecord* folder = project.findByNumber(record.parent);
+             folder && record.hfsName().starts_with(kIconName))
+        folder->setCustomIcon(false);
 }
 
 /// Accepts modified files, with the names of one folder at hand.
@@ -153,6 +168,7 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
             !confirm.ask(messages, FormatText(kTextFolderNotEmpty, messages.language(),
                                               Printable(NarrowToUtf8(change.name)))))
             continue;
+        ForgetIcon(project, *record);
         byFolder[change.parent].push_back(change.number);
         Tell(progress, kTextDeletion, change.path, messages);
     }

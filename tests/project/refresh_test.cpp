@@ -53,6 +53,8 @@ std::string Companion(std::size_t resource) {
 std::map<std::string, std::string> Described(const ProjectFile& project, std::int32_t folder = 1,
                                              const std::string& above = {}) {
     std::map<std::string, std::string> lines;
+    if (folder == 1 && project.header().customIcon())
+        lines.emplace("", "the volume has an icon");
     for (const ProjectRecord& r : project.childrenOf(folder)) {
         const std::string path = above + std::string(r.sourceName());
         std::string line = std::string(r.accessPath()) + " " + std::string(r.isoName()) + " " +
@@ -62,6 +64,7 @@ std::map<std::string, std::string> Described(const ProjectFile& project, std::in
               +r.sourceSize, +r.modified, static_cast<std::uint32_t>(r.coding())})
             line += " " + std::to_string(value);
         EXPECT_TRUE(lines.emplace(path, line).second) << path << " stands twice";
+        line += r.customIcon() ? " icon" : "";
         if (r.isFolder())
             lines.merge(Described(project, r.number, path + "/"));
     }
@@ -78,7 +81,10 @@ class RefreshTest : public testing::Test {
         put("._pair", Companion(7));
         put("sub/inner.txt", "inner");
         put("sub/deep/x", "x");
+        put("sub/icon", MacBinaryFile("Icon\r", "ICNSMACS", 9, 9));
+        put("icon", MacBinaryFile("Icon\r", "ICNSMACS", 9, 9));
         fs::create_directories(tree_ + "empty");
+        options_.answers = kYesToAll;
     }
     /// Files are given one date, so that only what a case dates anew differs.
     void put(const std::string& name, const std::string& bytes, int day = 0) const {
@@ -92,9 +98,7 @@ class RefreshTest : public testing::Test {
 
     [[nodiscard]] ProjectFile included() {
         ProjectFile project = EmptyProject();
-        InclusionOptions options{clock_};
-        options.answers = kYesToAll;
-        EXPECT_EQ(Include(project, tree_ + "*", 1, options, messages_, progress_).status,
+        EXPECT_EQ(Include(project, tree_ + "*", 1, options_, messages_, progress_).status,
                   InclusionStatus::Done);
         return project;
     }
@@ -181,6 +185,15 @@ TEST_F(RefreshTest, WhatAPersonDoesIsToldAndARebuildIsANewInclusion) {
          [&] { put("box", MacBinaryFile("Boxed", "APPLxxxx", 10, 20, 2'950'000'000)); },
          {"M box 384"},
          true},
+        {"the icons of a folder and of the volume go",
+         [&] {
+             remove("icon");
+             remove("sub/icon");
+         },
+         {"D icon 384", "D sub/icon 384"}},
+        {"the icon of the volume changes",
+         [&] { put("icon", MacBinaryFile("Icon\r", "ICNSMACS", 300, 9)); },
+         {"M icon 640"}},
         {"a container that is a plain file now", [&] { put("box", "plain"); }, {"M box 5"}},
         {"a plain file that is a container now",
          [&] { put("plain.txt", MacBinaryFile("plain.txt", "APPLxxxx", 1, 0)); },
@@ -291,9 +304,7 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
     EXPECT_EQ(plain.dataSize, 7u);
     EXPECT_EQ(plain.signature(), "USERsays") << "a plain file's type is the person's";
 
-    InclusionOptions yes{clock_};
-    yes.answers = kYesToAll;
-    EXPECT_EQ(AcceptAdded(project, report, yes, messages_, progress_).files, 1);
+    EXPECT_EQ(AcceptAdded(project, report, options_, messages_, progress_).files, 1);
     EXPECT_EQ(project.countChildren(ByName(project, 1).at("empty").number), 1u);
     EXPECT_EQ(linesOf(check(project)), Lines{});
     EXPECT_TRUE(messages_.skipped.empty());
