@@ -103,7 +103,7 @@ bool MatchesPattern(std::string_view name, std::string_view pattern) {
     return p == wanted.size();
 }
 
-std::string SourceNameOf(const PcItem& item) {
+const std::string& SourceNameOf(const PcItem& item) {
     return item.narrow.find('?') == std::string::npos ? item.narrow : item.shortName;
 }
 

@@ -31,7 +31,8 @@ struct PcSelection {
 
 /// The source name of an item: its name in Windows-1252, or its 8.3 name when that character set
 /// lacks a character of it. Empty when there is no such name.
-[[nodiscard]] std::string SourceNameOf(const PcItem& item);
+/// It lives as long as the item.
+[[nodiscard]] const std::string& SourceNameOf(const PcItem& item);
 
 /// Looks into folders of the PC and remembers what it saw last, as the 8.3 names of a folder are
 /// known only from all of it: paths in any order do not list a folder for each of its files. The

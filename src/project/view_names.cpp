@@ -73,6 +73,8 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
             if (record.isIn(ProjectView::Hfs))
                 names.reserve(record.sourceName());
         for (ProjectRecord& record : run) {
+            record.setUnicodeOnDisk(isHfsPlus && !record.hfsNameLocked() &&
+                                    record.coding() == ForkCoding::NamedStreams);
             const std::string name = make(record);
             record.setUnicodeOnDisk(isHfsPlus && record.coding() == ForkCoding::NamedStreams &&
                                     !record.hfsNameLocked());
@@ -97,8 +99,8 @@ void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& 
 
 void RedoNamesForHfsPlus(ProjectFile& project) {
     RedoRuns(project, true, [](const ProjectRecord& record) {
-        const bool fromSource =
-            !record.sourceName().empty() && !record.hfsNameLocked() && !BringsItsHfsName(record);
+        const bool fromSource = !record.sourceName().empty() && !record.hfsNameLocked() &&
+                                (record.unicodeOnDisk() || !BringsItsHfsName(record));
         return fromSource ? ToHfsForm(Truncate(record.sourceName(), kHfsPlusNameLimit), true)
                           : Truncate(MacToAnsiName(record.hfsName()), kHfsPlusNameLimit);
     });

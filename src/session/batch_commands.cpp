@@ -13,6 +13,8 @@
 #include "session/include_list.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/project_rebuild.hpp"
+#include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
@@ -83,7 +85,8 @@ BatchResult BatchCompile(const BatchJob& job) {
             fmt::format("The image {} would replace its own project.", Printable(image)));
         return BatchResult::NotCreated;
     }
-    if (!MayMakeFile(image, true, messages))
+    if (!MayMakeFile(image, true, messages) ||
+        !RebuildBeforeBuild(*project, false, image, job.context, job.terminal))
         return BatchResult::NotCreated;
     const ImageKind kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
                            : job.side == BatchSide::Iso ? ImageKind::Iso
@@ -124,6 +127,23 @@ BatchResult BatchInclude(const BatchJob& job) {
     if (!IsWorthSaving(included, messages))
         return BatchResult::NotFound;
     return Save(*project, messages);
+}
+
+BatchResult BatchRebuild(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    SessionState* session = job.context.session;
+    if (job.opensLog && session && !session->journal.isOpen()) {
+        if (!OpenJournal(job.argument, {&job.project, 1}, *session, job.context))
+            return BatchResult::NotCreated;
+        session->journal.mark();
+    }
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(job.project, messages, project))
+        return BatchResult::NotOpened;
+    RebuildResult result;
+    if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
+        return BatchResult::NotCreated;
+    return result.hasChanges() ? Save(*project, messages) : BatchResult::Done;
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

@@ -86,9 +86,7 @@ int Add(const AddOptions& options, CommandContext& context) {
     const InclusionResult included = AddAll(*project, options, context, terminal);
     if (!IsWorthSaving(included, terminal.messages))
         return kExitFailed;
-    if (!BackUpProject(project->path()))
-        terminal.messages.showTimedMessage(fmt::format(
-            "No backup copy of {} could be made beside it.", Printable(options.project)));
+    BackUpBeforeChange(*project, terminal.messages);
     if (!project->save(terminal.messages))
         return kExitFailed;
     terminal.progress.clear();

@@ -5,6 +5,7 @@
 
 #include "session/build_options.hpp"
 #include "session/file_modes.hpp"
+#include "session/project_rebuild.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -18,6 +19,7 @@ namespace {
 struct BuildVerbOptions {
     std::string project;
     BuildOptions build;
+    bool rebuild = false;
 };
 
 int Build(BuildVerbOptions& options, CommandContext& context) {
@@ -41,7 +43,8 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
     std::optional<ProjectFile> project;
     if (ProjectFile::Open(FollowLink(options.project), ProjectMode::Hybrid, terminal.messages,
                           project) != ProjectOpened::Opened ||
-        !MayMakeFile(build.output, build.force, terminal.messages))
+        !MayMakeFile(build.output, build.force, terminal.messages) ||
+        !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal))
         return kExitFailed;
     return RunBuild(*project, build, context, terminal);
 }
@@ -52,6 +55,8 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("-o,--output", options->build.output,
                   "Image to make; without it, the project's path with the extension iso, or dmg "
                   "for --kind hfs");
+    arguments.flag("--rebuild", options->rebuild,
+                   "Bring the project up to date with the disk first");
     AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Build(*options, context); };
 }

@@ -234,5 +234,21 @@ TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
     EXPECT_EQ(project.header().hfsLabel(), X(27));
 }
 
+TEST(ViewNames, AFileWithStreamsHasItsNameFromTheDiskInHfsPlusAlone) {
+    ProjectFile project = EmptyProject();
+    ProjectRecord streams = Item(1, -1, "the whole name of a file of the PC.txt");
+    streams.setCoding(ForkCoding::NamedStreams);
+    streams.setHfsName("short");
+    project.insert(streams);
+    ScriptedMessages messages;
+    TurnToHfsPlus(project, messages, "Why.");
+    EXPECT_TRUE(project.childrenOf(1)[0].unicodeOnDisk());
+    EXPECT_EQ(project.childrenOf(1)[0].hfsName(), streams.sourceName());
+    EXPECT_EQ(messages.shown.size(), 1u) << "the user is told";
+    RedoNamesForHfs(project);
+    EXPECT_FALSE(project.childrenOf(1)[0].unicodeOnDisk());
+    EXPECT_LE(project.childrenOf(1)[0].hfsName().size(), 31u);
+}
+
 }  // namespace
 }  // namespace vellmark
