@@ -83,13 +83,19 @@ class MacFile:
     modified: int
     finder_flags: int
     data: bytes
-    rsrc_size: int
+    rsrc: bytes
+
+    @property
+    def rsrc_size(self):
+        """Length of the resource fork."""
+        return len(self.rsrc)
 
 
 def _mac_binary(raw):
     data_size, rsrc_size, created, modified = struct.unpack_from(">4I", raw, 83)
+    rsrc_at = 128 + -(-data_size // 128) * 128
     return MacFile(raw[65:69], raw[69:73], created, modified, raw[73] << 8 | raw[101],
-                   raw[128:128 + data_size], rsrc_size)
+                   raw[128:128 + data_size], raw[rsrc_at:rsrc_at + rsrc_size])
 
 
 def hfs_utils(image, out):
