@@ -4,6 +4,7 @@
 
 #include "containers/apple_single.hpp"
 #include "support/encoding.hpp"
+#include "volume/hfs_structures.hpp"
 #include "volume/import_source.hpp"
 
 namespace vellmark {

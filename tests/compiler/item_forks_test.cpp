@@ -112,7 +112,7 @@ class ItemForks : public CompilerTest {
 
 TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
     for (const Row& row : rows()) {
-        SCOPED_TRACE(testing::Message()
+        SCOPED_TRACE(::testing::Message()
                      << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
         write(row.name, row.file);
         std::filesystem::remove(tree() + "/._" + row.name);
@@ -145,7 +145,7 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
 
 TEST_F(ItemForks, WithTheAppleExtensionForksStandForTheContainer) {
     for (const Row& row : rows()) {
-        SCOPED_TRACE(testing::Message()
+        SCOPED_TRACE(::testing::Message()
                      << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
         write(row.name, row.file);
         std::filesystem::remove(tree() + "/._" + row.name);

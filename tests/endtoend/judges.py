@@ -62,6 +62,12 @@ def seven_zip(image, out, kind):
     return _folder_contents(out)
 
 
+def seven_zip_resource(image, path):
+    """The resource fork that 7zz finds in an HFS Plus volume, below its name; b"" for none."""
+    return _run("7zz", "e", "-so", "-bd", "-thfs", "-sns", image, "/".join(path) + ":rsrc",
+                allowed=(0, 1))
+
+
 def isoinfo_list(image, *options):
     """The paths that isoinfo finds, as it writes them."""
     text = _run("isoinfo", *options, "-f", "-i", image).decode("iso8859-1")

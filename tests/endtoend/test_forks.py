@@ -124,6 +124,23 @@ class InFiveKinds(Forks):
                 {path: (file.type + file.creator, file.finder_flags & 0xFF00, file.data, file.rsrc,
                         file.modified) for path, file in found.items()})
 
+    def test_seven_zip_and_the_sleuth_kit_see_them_on_hfs_plus(self):
+        """The same there: data forks, resource forks, types and creators."""
+        for _, image, name in self.of_view("plus"):
+            expected = self.mac_expected(lambda source: source.gmt_date)
+            files = judges.seven_zip(image.path, self.work / f"{name} 7", "hfs")[0]
+            # Its versions differ in whether they write resource forks beside the files.
+            self.assert_same_tree({path: facts[2] for path, facts in expected.items()},
+                                  {path: data for path, data in files.items()
+                                   if not path[-1].endswith(":rsrc")})
+            sector = image.volume_sector
+            numbers, _ = judges.sleuth_list(image.path, sector)
+            for path, (signature, _, _, rsrc, _) in expected.items():
+                self.assertEqual(rsrc, judges.seven_zip_resource(image.path, ("Forks", *path)),
+                                 path)
+                self.assertEqual((signature[:4], signature[4:]),
+                                 judges.sleuth_type(image.path, sector, numbers[path].number))
+
     def test_data_lies_in_the_image_once(self):
         """Catches a data fork that the two sides do not share where they can."""
         for view, image, name in self.of_view("hfs", "plus"):
@@ -202,10 +219,15 @@ class InIsoPlus(Forks):
                 self.assertEqual(data[name].extent, entry.extent + -(-entry.size // 2048), name)
 
     def test_other_programs(self):
-        """Catches data forks that xorriso and isoinfo do not find."""
+        """Catches forks that xorriso and isoinfo do not find."""
         files = judges.xorriso(self.image.path, self.work / "x", "joliet")[0]
-        self.assert_same_tree({("both", source.pc_name): source.data for source in self.kept},
-                              files)
+        expected = {("both", source.pc_name): source.data for source in self.kept}
+        # It gives one of two records of one name, the associated one, an underscore.
+        for source in self.kept:
+            if source.rsrc:
+                stem, dot, extension = source.pc_name.partition(".")
+                expected["both", f"{stem}_{dot}{extension}"] = source.rsrc
+        self.assert_same_tree(expected, files)
         listed = judges.isoinfo_list(self.image.path)
         for name in self.entries("iso", False):
             self.assertIn(f"/BOTH/{name};1", listed)
