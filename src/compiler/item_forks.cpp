@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "containers/apple_single.hpp"
+#include "project/source_coding.hpp"
 #include "support/encoding.hpp"
 #include "volume/hfs_structures.hpp"
 #include "volume/import_source.hpp"
@@ -31,25 +32,9 @@ std::uint16_t FlagsOfRecord(const ProjectRecord& record) {
 
 }  // namespace
 
-ImportClass SourceOf(const ProjectRecord& record) {
-    switch (record.coding()) {
-        case ForkCoding::None:
-            return ImportClass::Plain;
-        case ForkCoding::NamedStreams:
-            return ImportClass::NamedStreams;
-        case ForkCoding::AppleFiles:
-            return record.appleSingle() ? ImportClass::AppleSingle : ImportClass::AppleDouble;
-        case ForkCoding::MacBinary:
-            return ImportClass::MacBinary;
-        case ForkCoding::BinHex:
-            return ImportClass::BinHex;
-    }
-    return ImportClass::Plain;  // a value that no version has written
-}
-
 ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path,
                                          std::uint32_t fileSize) {
-    item.source = SourceOf(*item.record);
+    item.source = ImportClassOf(*item.record);
     item.finderFlags = FlagsOfRecord(*item.record);
     item.run(RunKind::File).sizeBytes = fileSize;
     if (item.source == ImportClass::Plain || !(item.inHfs || plan_.appleExtension))

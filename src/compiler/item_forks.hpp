@@ -11,9 +11,6 @@
 
 namespace vellmark {
 
-/// Where the forks of a file with this record are.
-[[nodiscard]] ImportClass SourceOf(const ProjectRecord& record);
-
 /// The file on the PC is a container that both forks lie in; else it is the data fork.
 [[nodiscard]] constexpr bool HoldsBothForks(ImportClass source) {
     return source == ImportClass::AppleSingle || source == ImportClass::MacBinary ||

@@ -163,6 +163,6 @@ def all_sources(with_streams):
             has_flags = coding not in ("plain", "streams")
             found.append(MacSource(
                 coding, content, forks["data"], forks["rsrc"],
-                b"TEXT????" if plain else f"Ty{number}{content[0]}Cr{number}!".encode(),
+                b"TEXTttxt" if plain else f"Ty{number}{content[0]}Cr{number}!".encode(),
                 (INVISIBLE if content == "none" else FLAGS) if has_flags else 0))
     return found
