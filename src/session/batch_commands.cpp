@@ -73,10 +73,11 @@ BatchResult ResultOf(CompileResult result) {
 
 BatchResult BatchCompile(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
-    if (FileModeOf(job.project) == FileMode::IsoPlus)
+    const ProjectMode mode = ProjectModeOf(job.project);
+    if (mode == ProjectMode::IsoPlus && job.side != BatchSide::Both)
         return BatchResult::NotUnderstood;
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(job.project), ProjectMode::Hybrid, messages, project) !=
+    if (ProjectFile::Open(FollowLink(job.project), mode, messages, project) !=
         ProjectOpened::Opened)
         return BatchResult::NotOpened;
     const std::string image = FollowLink(WithExtension(job.project, "ISO"));
