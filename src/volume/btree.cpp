@@ -252,6 +252,7 @@ std::size_t LowerBound(const NodeView& node, const TreeFormat& format, ConstByte
 TreeResult FindKey(TreeCursor& tree, ConstByteSpan key, bool& found) {
     found = false;
     std::uint32_t number = tree.header().root;
+    bool isEqual = false;
     tree.index = 0;
     if (tree.header().depth == 0)
         return TreeResult::Done;
@@ -263,14 +264,16 @@ TreeResult FindKey(TreeCursor& tree, ConstByteSpan key, bool& found) {
         if (node.kind() != expected || node.descriptor().height != height ||
             (height > 1 && node.count() == 0))
             return TreeResult::Damaged;
-        tree.index = LowerBound(node, tree.format, key, found);
+        tree.index = LowerBound(node, tree.format, key, isEqual);
         if (height > 1) {
             // The child whose first key is the last one not greater; the first child for less.
-            if (!found && tree.index > 0)
+            if (!isEqual && tree.index > 0)
                 --tree.index;
             number = node.child(tree.index);
         }
     }
+    // An equal key on the way down is none yet: the leaf below it may be damaged.
+    found = isEqual;
     return TreeResult::Done;
 }
 
