@@ -8,7 +8,7 @@ from measure import Contender, race, verdict
 
 MANY, FEW = 50_000, 5_000
 FOLDERS = 500
-SCALE_LIMIT = 15    # for ten times the files; what grows with their square takes a hundred times
+SCALE_LIMIT = 20    # for ten times the files; what grows with their square takes a hundred times
 
 
 def tree(place, count, folders):
@@ -70,6 +70,6 @@ def run(vellmark, place):
                   f"{large.peak_kib / 1024:.1f} | "
                   f"{verdict(large.median / small.median, SCALE_LIMIT)} |")
             sys.stdout.flush()
-    for pattern in ("then *.vlpr", "now *.vlpr", "now *.BAK", "refresh.BAK"):
+    for pattern in ("then *.vlpr", "now *.vlpr", "then *.BAK", "now *.BAK", "refresh.BAK"):
         for path in place.glob(pattern):
             path.unlink()

@@ -40,7 +40,7 @@ std::string ItemPathOf(const ProjectFile& project, const ProjectChange& change) 
     for (std::int32_t folder = change.parent; folder > kRootFolder && visited.insert(folder).second;
          folder = project.parentOf(folder))
         if (const ProjectRecord* record = project.findByNumber(folder))
-            path = NarrowToUtf8(record->sourceName()) + "/" + path;
+            path.insert(0, NarrowToUtf8(record->sourceName()).append("/"));
     return path;
 }
 
