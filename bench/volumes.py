@@ -20,9 +20,9 @@ class Bench:
         # What is mounted stands in a file of the home folder.
         os.environ["HOME"] = str(place)
 
-    def call(self, *words):
+    def call(self, *words, cwd=None):
         """Runs the program outside a measurement."""
-        subprocess.run([self.vellmark, *words], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([self.vellmark, *words], check=True, stdout=subprocess.DEVNULL, cwd=cwd)
 
     def empty(self, kind, size):
         """A function that makes an empty volume of a kind at a path."""
@@ -36,7 +36,7 @@ class Bench:
         path = self.place / f"{kind}-{tree.name}.img"
         path.unlink(missing_ok=True)
         self.empty(kind, size)(path)
-        self.call("put", path, *files_of(tree), "--quiet")
+        self.call("put", path, *files_of(tree), "--quiet", cwd=tree)
         return path
 
     def put(self, name, kind, size):
