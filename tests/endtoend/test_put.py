@@ -4,6 +4,7 @@ import errno
 import os
 import shutil
 import struct
+import subprocess
 import unittest
 from unicodedata import normalize
 
@@ -152,6 +153,35 @@ class Put(Case):
                             ours = ours[:start] + ours[start + 16:]
                             theirs = theirs[:start] + theirs[start + 16:]
                         self.assertEqual(ours, theirs, name)
+
+
+    @unittest.skipUnless(shutil.which("macunpack") and shutil.which("binhex"), "needs macutils")
+    def test_macutils(self):
+        """Catches a MacBinary file that others take apart wrongly, and a BinHex of theirs misread."""
+        sent = mac_binary(b"Mail", b"APPLtest", 0x2100, b"data" * 100, b"fork" * 75, 3_000_000_000)
+        for kind, (original, _) in self.images.items():
+            with self.subTest(kind=kind):
+                work = self.work / f"macutils {kind}"
+                work.mkdir()
+                image = work / "v.img"
+                shutil.copy(original, image)
+                (work / "sent.bin").write_bytes(sent)
+                self.vellmark("put", image, work / "sent.bin", "--containers", "yes")
+                self.vellmark("get", image, "Mail", "--mode", "macbinary", "-o", work / "got.bin")
+                # The last fork is written without padding, which macutils miss.
+                whole = (work / "got.bin").read_bytes()
+                (work / "got.bin").write_bytes(whole + bytes(-len(whole) % 128))
+                subprocess.run(["macunpack", "-3", "got.bin"], cwd=work, check=True)
+                self.assertEqual((work / "Mail.data").read_bytes(), b"data" * 100)
+                self.assertEqual((work / "Mail.rsrc").read_bytes(), b"fork" * 75)
+                (work / "theirs.hqx").write_bytes(subprocess.run(
+                    ["binhex", "got.bin"], cwd=work, check=True, capture_output=True).stdout)
+                put = self.vellmark("put", image, work / "theirs.hqx", "--containers", "yes",
+                                    "--force")
+                self.assertEqual((put.returncode, put.stderr), (DONE, b""))
+                for mode, content in (("data", b"data" * 100), ("resource", b"fork" * 75)):
+                    got = self.vellmark("get", image, "Mail", "--mode", mode, "-o", "-")
+                    self.assertEqual(got.stdout, content)
 
 
 class PutRefuses(Case):
