@@ -4,6 +4,7 @@ import os
 import sys
 from pathlib import Path
 
+import projects
 import trees
 import volumes
 from measure import Contender, race, verdict
@@ -90,6 +91,7 @@ def main():
                  (("cat", 1.3), ("genisoimage -hfs -J", 1), ("xorriso -J -hfsplus", 1)))
     scaling()
     volumes.run(VELLMARK, PLACE)
+    projects.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 

@@ -67,6 +67,18 @@ static_assert(offsetof(IsoDirectoryRecord, extent) == 2);
 static_assert(offsetof(IsoDirectoryRecord, date) == 18);
 static_assert(offsetof(IsoDirectoryRecord, flags) == 25);
 
+/// Apple's extension of a directory record, in its system use area (Apple Technical Note FL 36,
+/// "Apple Extensions to ISO 9660"): what a Macintosh must know of a file.
+struct IsoAppleExtension {
+    std::array<char, 2> signature;      ///< "AA"
+    std::uint8_t length;                ///< 14
+    std::uint8_t version;               ///< 2
+    std::array<char, 8> fileSignature;  ///< file type, then creator, MacRoman
+    be16 finderFlags;                   ///< 0
+};
+static_assert(sizeof(IsoAppleExtension) == 14 && alignof(IsoAppleExtension) == 1);
+static_assert(offsetof(IsoAppleExtension, fileSignature) == 4);
+
 /// Primary and supplementary volume descriptor (ECMA-119, 8.4 and 8.5): one sector.
 struct IsoVolumeDescriptor {
     std::uint8_t type;

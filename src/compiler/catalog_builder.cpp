@@ -91,20 +91,24 @@ class Builder {
         const ProjectRecord& record = *item.record;
         FileFacts facts;
         facts.id = catalog_.nextCatalogId++;
-        std::copy_n(record.signature().begin(), std::min<std::size_t>(record.signature().size(), 8),
-                    facts.signature.begin());
-        facts.finderFlags = record.hiddenInHfs() ? kFinderInvisible : std::uint16_t{0};
+        std::copy(std::begin(record.signature_), std::end(record.signature_),
+                  facts.signature.begin());
+        facts.finderFlags = item.finderFlags;
         facts.created = dateOf(record.created, item);
         facts.modified = dateOf(record.modified, item);
-        facts.data.sizeBytes = item.sizeBytes;
-        facts.data.blockCount =
-            static_cast<std::uint32_t>(BlocksFor(item.sizeBytes, layout_.blockSize()));
-        facts.data.startBlock = facts.data.blockCount ? layout_.systemBlocks + item.startBlock : 0;
+        facts.data = forkOf(item.dataFork());
+        facts.resource = forkOf(item.run(RunKind::Resource));
         ++catalog_.fileCount;
         catalog_.rootFileCount += parentId == kRootFolderId ? 1 : 0;
         return layout_.isHfsPlus
                    ? InsertFile(catalog_.tree, parentId, item.hfsPlusName, facts)
                    : InsertFile(catalog_.tree, parentId, item.hfsName, facts, layout_.blockSize());
+    }
+
+    [[nodiscard]] ForkFacts forkOf(const DiscRun& run) const {
+        const auto blocks =
+            static_cast<std::uint32_t>(BlocksFor(run.sizeBytes, layout_.blockSize()));
+        return {run.sizeBytes, blocks ? layout_.systemBlocks + run.startBlock : 0, blocks};
     }
 
     // Records hold local time. Where it still is the file's own date, the date itself is taken: it

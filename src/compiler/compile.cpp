@@ -10,10 +10,10 @@
 #include "compiler/catalog_builder.hpp"
 #include "compiler/disc_plan.hpp"
 #include "compiler/hfs_layout.hpp"
-#include "compiler/image_writer.hpp"
 #include "compiler/iso_descriptors.hpp"
 #include "compiler/iso_layout.hpp"
 #include "compiler/iso_tables.hpp"
+#include "compiler/item_copier.hpp"
 #include "compiler/volume_writer.hpp"
 #include "containers/names.hpp"
 #include "project/view_names.hpp"
@@ -32,6 +32,7 @@ constexpr int kTextTablesFailed = 1500;
 constexpr int kTextEmpty = 1550;
 constexpr int kTextNoIso = 1551;
 constexpr int kTextNoHfs = 1552;
+constexpr int kTextEmptyIsoPlus = 1553;
 
 constexpr std::string_view kUntitled = "Untitled";
 /// Records of path tables tell the directory above in 16 bits.
@@ -51,8 +52,12 @@ class Compiler {
             return CompileResult::Empty;
         settleLabels();
         context_.progress.text(context_.messages.text(kTextPreliminary));
-        if (!plan() || !layOut())
-            return CompileResult::CopyFailed;
+        if (const CompileResult result = plan(); result != CompileResult::Done)
+            return result;
+        if (const CompileResult result = layOut(); result != CompileResult::Done)
+            return result;
+        for (const auto& [item, reason] : plan_.leftOut)
+            context_.messages.itemSkipped(item, reason);
         const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
         // What was settled about the project is kept when the image is there, and not before.
         if (result == CompileResult::Done && projectChanged_ && !saveProject())
@@ -64,10 +69,10 @@ class Compiler {
     bool settleMode();
     void settleLabels();
     bool saveProject();
-    bool plan();
-    bool layOut();
+    CompileResult plan();
+    CompileResult layOut();
     TreeResult buildCatalog(std::uint32_t blockSize, std::uint32_t leaves);
-    bool turnToHfsPlus();
+    CompileResult turnToHfsPlus();
     bool hasRoom();
     CompileResult write();
     CompileResult copyFiles(PcFile& image);
@@ -111,6 +116,12 @@ class Compiler {
 // What is built: where one of the two sides would be empty, the other alone.
 bool Compiler::settleMode() {
     const ProjectTotals totals = context_.project.totals();
+    if (context_.project.mode() == ProjectMode::IsoPlus) {
+        context_.mode = CompileMode::IsoPlus;
+        if (totals.isoRecords == 0)
+            context_.messages.showMessage(context_.messages.text(kTextEmptyIsoPlus));
+        return totals.isoRecords != 0;
+    }
     const bool wasHfsPlus = context_.project.header().isHfsPlus();
     TurnToHfsPlusIfTooMany(context_.project, totals, context_.messages);
     projectChanged_ = context_.project.header().isHfsPlus() != wasHfsPlus;
@@ -155,7 +166,7 @@ bool Compiler::saveProject() {
            context_.project.save(context_.messages);
 }
 
-bool Compiler::turnToHfsPlus() {
+CompileResult Compiler::turnToHfsPlus() {
     TurnToHfsPlus(context_.project, context_.messages,
                   "HFS cannot hold this project with any allocation block size.");
     context_.mode = HasIso(context_.mode) ? CompileMode::HybridHfsPlus : CompileMode::PureHfsPlus;
@@ -163,23 +174,26 @@ bool Compiler::turnToHfsPlus() {
     return plan();
 }
 
-bool Compiler::plan() {
+CompileResult Compiler::plan() {
     plan_ = DiscPlan{};
-    if (!MakeDiscPlan(context_, plan_))
-        return false;
+    const CompileResult made = MakeDiscPlan(context_, plan_);
+    if (made == CompileResult::Aborted)
+        return fail(made, std::string(context_.messages.text(kTextAborted)));
+    if (made != CompileResult::Done)
+        return made;
     const auto isoFolders = std::count_if(plan_.folders.begin(), plan_.folders.end(),
                                           [](const DiscFolder& folder) { return folder.inIso; });
     if (HasIso(context_.mode) && static_cast<std::size_t>(isoFolders) > kMostIsoFolders) {
         context_.messages.showMessage(
             fmt::format("The ISO view has {} folders, and ISO 9660 holds at most {}.", isoFolders,
                         kMostIsoFolders));
-        return false;
+        return CompileResult::CopyFailed;
     }
-    return true;
+    return CompileResult::Done;
 }
 
 // The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.
-bool Compiler::layOut() {
+CompileResult Compiler::layOut() {
     context_.progress.journal(1, "==>Computing the ISO catalog./Calcul du catalogue ISO");
     std::uint32_t leaves = 0;
     for (int round = 0; round < kLayoutRounds; ++round) {
@@ -188,23 +202,24 @@ bool Compiler::layOut() {
         std::uint32_t size = kDiscSectorBytes;
         if (HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode)) {
             const auto chosen = ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode));
-            if (!chosen)
-                return turnToHfsPlus() && layOut();
+            if (!chosen) {
+                const CompileResult turned = turnToHfsPlus();
+                return turned == CompileResult::Done ? layOut() : turned;
+            }
             size = *chosen;
         }
         fileBlocks_ = PlaceFiles(plan_, size);
         if (HasIso(context_.mode))
             iso_ = ComputeLayout(plan_, size);
         if (!HasMacintosh(context_.mode))
-            return true;
+            return CompileResult::Done;
         const TreeResult result = buildCatalog(size, leaves);
         if (result == TreeResult::Done)
-            return true;
+            return CompileResult::Done;
         if (result != TreeResult::Full)
             break;
     }
-    context_.messages.showMessage("The catalog of the Macintosh volume cannot be built.");
-    return false;
+    return fail(CompileResult::CopyFailed, "The catalog of the Macintosh volume cannot be built.");
 }
 
 TreeResult Compiler::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves) {
@@ -284,29 +299,8 @@ bool Compiler::writeDescriptors(PcFile& image) {
 }
 
 CompileResult Compiler::copyFiles(PcFile& image) {
-    context_.progress.begin(plan_.sourceBytes);
-    ImageWriter writer(image, fileAreaByte(), context_.progress);
-    PcPathResolver resolver;
-    CopyResult result = CopyResult::Done;
-    std::string path;
-    for (const DiscFolder& folder : plan_.folders) {
-        context_.progress.journal(
-            1, "==>Entry point of creation_volume./Point d'entrée de creation_volume.");
-        for (const DiscItem& item : folder.items) {
-            if (item.isFolder() || item.sizeBytes == 0 || result != CopyResult::Done)
-                continue;
-            const ProjectRecord& record = *item.record;
-            path = record.shortNameFlag()
-                       ? resolver.resolve(record.accessPath(), record.sourceName())
-                       : resolver.resolveFolder(record.accessPath()) +
-                             NarrowToUtf8(record.sourceName());
-            context_.progress.journal(2, path);
-            result = writer.copyFile(path, path, item.sizeBytes, blockSize());
-        }
-    }
-    if (result == CopyResult::Done)
-        result = writer.finish();
-    switch (result) {
+    ItemCopier copier(context_, plan_, image, fileAreaByte(), blockSize());
+    switch (copier.run()) {
         case CopyResult::Done:
             return CompileResult::Done;
         case CopyResult::Stopped:
@@ -316,10 +310,7 @@ CompileResult Compiler::copyFiles(PcFile& image) {
         case CopyResult::SourceFailed:
             break;
     }
-    const std::string reason = writer.sourceError()
-                                   ? "cannot be read: " + SystemErrorText(writer.sourceError())
-                                   : std::string("became shorter while it was copied");
-    return fail(CompileResult::CopyFailed, fmt::format("{} {}.", Printable(path), reason));
+    return fail(CompileResult::CopyFailed, copier.problem());
 }
 
 }  // namespace

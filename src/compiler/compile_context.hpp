@@ -57,8 +57,8 @@ struct CompileContext {
     Messages& messages;
     Progress& progress;
     const Clock& clock;
-    std::string targetPath;  ///< path of the image
-    ImageKind kind = ImageKind::Hybrid;
+    std::string targetPath;                     ///< path of the image
+    ImageKind kind = ImageKind::Hybrid;         ///< an ISO+ project has one kind of its own
     bool postgap = false;                       ///< add `kPostgapSectors`
     bool replace = false;                       ///< an existing image may be replaced
     std::string tableFolder = ".";              ///< where the temporary tables lie

@@ -164,17 +164,25 @@ std::u16string JolietNameOf(const DiscItem& item, const std::u16string& diskName
     return CutTo(WithoutForbidden(std::move(name), u"*/:;?\\"), kJolietNameLimit);
 }
 
-std::string HfsNameOf(const ProjectRecord& record) {
+// A file whose forks a server keeps has its real name on the disk, whatever the record says.
+bool IsNamedByDisk(const ProjectRecord& record) {
+    const bool byServer = record.coding() == ForkCoding::NamedStreams || record.unicodeOnDisk();
+    return (record.shortNameFlag() || byServer) && !record.hfsNameLocked();
+}
+
+std::string HfsNameOf(const ProjectRecord& record, const std::u16string& diskName) {
     std::string name(record.hfsName().substr(0, kHfsNameLimit));
+    if (record.coding() == ForkCoding::NamedStreams && IsNamedByDisk(record))
+        name = CutTo(WideToMacName(diskName), kHfsNameLimit);
     std::replace(name.begin(), name.end(), ':', '_');
     return name.empty() ? "_" : name;
 }
 
 std::u16string HfsPlusNameOf(const ProjectRecord& record, const std::u16string& diskName) {
-    const bool fromDisk = record.shortNameFlag() && !record.hfsNameLocked();
     std::u16string name =
-        fromDisk ? WideToHfsPlusName(WithoutForbidden(diskName, u":"))
-                 : AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
+        IsNamedByDisk(record)
+            ? WideToHfsPlusName(WithoutForbidden(diskName, u":"))
+            : AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
     return name.empty() ? u"_" : name;
 }
 
@@ -198,7 +206,8 @@ void AssignNames(std::vector<DiscItem>& items, const std::vector<std::u16string>
             item.hfsPlusName = TakeUnique(hfsPlusNames, HfsPlusNameOf(*item.record, diskNames[i]),
                                           wholeName, kHfsPlusNameMax);
         else if (item.inHfs)
-            item.hfsName = TakeUnique(hfsNames, HfsNameOf(*item.record), wholeName, kHfsNameLimit);
+            item.hfsName = TakeUnique(hfsNames, HfsNameOf(*item.record, diskNames[i]), wholeName,
+                                      kHfsNameLimit);
     }
 }
 

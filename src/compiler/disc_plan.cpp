@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "compiler/disc_names.hpp"
+#include "compiler/item_forks.hpp"
+#include "compiler/stray_records.hpp"
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
 
@@ -14,27 +16,27 @@ namespace {
 
 constexpr std::uint64_t kLargestFile = 0xFFFFFFFF;
 
-std::string SourceText(const ProjectRecord& record) {
-    const bool made = record.accessPath() == kProjectOnlyPath;
-    return NarrowToUtf8((made ? std::string{} : std::string(record.accessPath())) +
-                        std::string(record.sourceName()));
-}
-
 class PlanMaker {
   public:
     PlanMaker(CompileContext& context, DiscPlan& plan)
-        : context_(context), plan_(plan), target_(PcFactsOf(context.targetPath)) {}
+        : context_(context),
+          plan_(plan),
+          target_(PcFactsOf(context.targetPath)),
+          forks_(context, plan) {}
 
-    bool run() {
+    CompileResult run() {
+        plan_.appleExtension = context_.mode == CompileMode::IsoPlus;
         plan_.folders.emplace_back().number = kRootFolder;
         entered_.insert(kRootFolder);
         std::vector<std::pair<std::int32_t, std::size_t>>
             waiting;  // folder and item, last one next
         for (std::int32_t index = 0;;) {
-            if (!fill(index, waiting))
-                return false;
-            if (waiting.empty())
-                return true;
+            if (const CompileResult result = fill(index, waiting); result != CompileResult::Done)
+                return result;
+            if (waiting.empty()) {
+                FindStrayRecords(context_, plan_);
+                return CompileResult::Done;
+            }
             const auto [parent, item] = waiting.back();
             waiting.pop_back();
             index = static_cast<std::int32_t>(plan_.folders.size());
@@ -56,7 +58,8 @@ class PlanMaker {
         plan_.folders.push_back(std::move(folder));
     }
 
-    bool fill(std::int32_t index, std::vector<std::pair<std::int32_t, std::size_t>>& waiting) {
+    CompileResult fill(std::int32_t index,
+                       std::vector<std::pair<std::int32_t, std::size_t>>& waiting) {
         const std::size_t firstWaiting = waiting.size();
         // Items are gathered aside: the folder's own place moves when folders are added.
         std::vector<DiscItem> items;
@@ -74,8 +77,8 @@ class PlanMaker {
                 continue;
             std::u16string diskName;
             const Found found = lookUp(item, diskName);
-            if (found == Found::Refused)
-                return false;
+            if (found == Found::Refused || found == Found::Stopped)
+                return found == Found::Refused ? CompileResult::CopyFailed : CompileResult::Aborted;
             if (found == Found::LeftOut)
                 continue;
             if (record.isFolder())
@@ -89,10 +92,10 @@ class PlanMaker {
         target.hfsChildren = static_cast<std::uint32_t>(std::count_if(
             items.begin(), items.end(), [](const DiscItem& item) { return item.inHfs; }));
         target.items = std::move(items);
-        return true;
+        return CompileResult::Done;
     }
 
-    enum class Found { Here, LeftOut, Refused };
+    enum class Found { Here, LeftOut, Refused, Stopped };
 
     // Finds the item on the PC: its size, its date and its true name.
     Found lookUp(DiscItem& item, std::u16string& diskName) {
@@ -118,14 +121,21 @@ class PlanMaker {
         if (target_.kind == PcKind::File && target_.inode == facts.inode &&
             target_.device == facts.device)
             return Found::LeftOut;
-        if (record.coding() != ForkCoding::None)
-            return refuse(record, "is a Macintosh container, which cannot be compiled yet");
         if (facts.sizeBytes > kLargestFile)
             return refuse(record, "has 4 GiB or more, which no file of an image can have");
-        item.sizeBytes = static_cast<std::uint32_t>(facts.sizeBytes);
-        plan_.sourceBytes += facts.sizeBytes;
+        switch (forks_.measure(item, path, static_cast<std::uint32_t>(facts.sizeBytes))) {
+            case ForkPlanner::Result::Stopped:
+                return Found::Stopped;
+            case ForkPlanner::Result::LeftOut:
+                return Found::LeftOut;
+            case ForkPlanner::Result::Planned:
+                break;
+        }
+        for (const DiscRun& run : item.runs)
+            plan_.sourceBytes += run.sizeBytes;
         if (item.inHfs)
-            plan_.largestFork = std::max(plan_.largestFork, item.sizeBytes);
+            plan_.largestFork = std::max({plan_.largestFork, item.dataFork().sizeBytes,
+                                          item.run(RunKind::Resource).sizeBytes});
         return Found::Here;
     }
 
@@ -138,12 +148,19 @@ class PlanMaker {
     DiscPlan& plan_;
     PcFacts target_;
     PcPathResolver resolver_;
+    ForkPlanner forks_;
     std::unordered_set<std::int32_t> entered_;
 };
 
 }  // namespace
 
-bool MakeDiscPlan(CompileContext& context, DiscPlan& plan) {
+std::string SourceText(const ProjectRecord& record) {
+    const bool made = record.accessPath() == kProjectOnlyPath;
+    return Printable(NarrowToUtf8((made ? std::string{} : std::string(record.accessPath())) +
+                                  std::string(record.sourceName())));
+}
+
+CompileResult MakeDiscPlan(CompileContext& context, DiscPlan& plan) {
     return PlanMaker(context, plan).run();
 }
 
@@ -153,8 +170,11 @@ std::uint64_t PlaceFiles(DiscPlan& plan, std::uint32_t blockSize) {
         for (DiscItem& item : folder.items) {
             if (item.isFolder())
                 continue;
-            item.startBlock = static_cast<std::uint32_t>(next);
-            next += BlocksFor(item.sizeBytes, blockSize);
+            for (const RunKind kind : RunOrder(plan.appleExtension)) {
+                DiscRun& run = item.run(kind);
+                run.startBlock = static_cast<std::uint32_t>(next);
+                next += BlocksFor(run.sizeBytes, blockSize);
+            }
         }
     return next;
 }

@@ -2,16 +2,33 @@
 // the folder pass, each item with its names, its size on the PC and its place among the blocks.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "compiler/compile_context.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/import_class.hpp"
 
 namespace vellmark {
 
 inline constexpr std::int32_t kNoFolder = -1;
+
+/// Bytes of an item that lie in the image in one piece.
+struct DiscRun {
+    std::uint32_t sizeBytes = 0;
+    std::uint32_t startBlock = 0;  ///< allocation blocks from the start of the file area
+};
+
+/// The pieces of an item. A piece without bytes takes no block.
+enum class RunKind : std::size_t {
+    File,     ///< what the ISO trees show as the file; the data fork too, unless there is one
+    Data,     ///< the data fork of a file whose container is what the ISO trees show
+    Resource  ///< the resource fork
+};
+inline constexpr std::size_t kRunKinds = 3;
 
 /// One file or folder of the image.
 struct DiscItem {
@@ -19,15 +36,24 @@ struct DiscItem {
     std::int32_t folder = kNoFolder;        ///< index of the folder it is, or `kNoFolder`
     bool inIso = false;
     bool inHfs = false;
-    std::uint32_t sizeBytes = 0;   ///< of the file on the PC
-    UnixSeconds modified = 0;      ///< of the item on the PC
-    std::uint32_t startBlock = 0;  ///< allocation blocks from the start of the file area
-    std::string isoName;           ///< identifier without version
-    std::u16string jolietName;     ///< identifier without version
-    std::string hfsName;           ///< MacRoman, in HFS images
-    std::u16string hfsPlusName;    ///< decomposed, in HFS+ images
+    ImportClass source = ImportClass::Plain;  ///< where the forks are
+    bool dataIsFile = true;                   ///< the data fork is the piece `File`, else `Data`
+    std::uint16_t finderFlags = 0;            ///< in Macintosh volumes
+    std::array<DiscRun, kRunKinds> runs;
+    UnixSeconds modified = 0;    ///< of the item on the PC
+    std::string isoName;         ///< identifier without version
+    std::u16string jolietName;   ///< identifier without version
+    std::string hfsName;         ///< MacRoman, in HFS images
+    std::u16string hfsPlusName;  ///< decomposed, in HFS+ images
 
     [[nodiscard]] bool isFolder() const { return folder != kNoFolder; }
+    [[nodiscard]] DiscRun& run(RunKind kind) { return runs[static_cast<std::size_t>(kind)]; }
+    [[nodiscard]] const DiscRun& run(RunKind kind) const {
+        return runs[static_cast<std::size_t>(kind)];
+    }
+    [[nodiscard]] const DiscRun& dataFork() const {
+        return run(dataIsFile ? RunKind::File : RunKind::Data);
+    }
 };
 
 /// One folder: its items in the order of the project's records, and where its tables will lie.
@@ -45,8 +71,13 @@ struct DiscFolder {
 /// in them. The files of a folder are laid out before those of its subfolders.
 struct DiscPlan {
     std::vector<DiscFolder> folders;
-    std::uint64_t sourceBytes = 0;  ///< of all files
+    std::uint64_t sourceBytes = 0;  ///< of all pieces
     std::uint32_t largestFork = 0;  ///< bytes, of the files in the HFS view
+    /// Files of the ISO trees carry type and creator, and their resource fork as an associated
+    /// file.
+    bool appleExtension = false;
+    /// What is not, or not wholly, in the image, and why; for `Messages::itemSkipped`.
+    std::vector<std::pair<std::string, std::string>> leftOut;
 
     [[nodiscard]] const DiscItem* itemOf(const DiscFolder& folder) const {
         return folder.parent == kNoFolder ? nullptr
@@ -54,14 +85,28 @@ struct DiscPlan {
     }
 };
 
-/// Reads the project and looks every item up on the PC. Items that `mode` does not show are left
-/// out. False, after a message that names the item, when one is missing, cannot be read, or is of a
-/// kind that cannot be built.
-[[nodiscard]] bool MakeDiscPlan(CompileContext& context, DiscPlan& plan);
+/// The order in which the pieces of an item lie: behind an associated file comes its file.
+[[nodiscard]] constexpr std::array<RunKind, kRunKinds> RunOrder(bool appleExtension) {
+    return appleExtension ? std::array{RunKind::Resource, RunKind::File, RunKind::Data}
+                          : std::array{RunKind::File, RunKind::Data, RunKind::Resource};
+}
 
-/// Gives every file its place: one after the other, each beginning on an allocation block. Returns
+/// Reads the project and looks every item up on the PC: sizes are those that files and containers
+/// have now. Items that `mode` does not show are left out, and so are, by name in
+/// `DiscPlan::leftOut`, those that it cannot hold, those whose container is damaged and those whose
+/// folder is not in the project. `CopyFailed`, after a message that names the item, when one is
+/// missing or cannot be read; `Aborted` when the user stopped the work.
+[[nodiscard]] CompileResult MakeDiscPlan(CompileContext& context, DiscPlan& plan);
+
+/// Gives every piece its place: one after the other, each beginning on an allocation block. Returns
 /// the blocks used.
 std::uint64_t PlaceFiles(DiscPlan& plan, std::uint32_t blockSize);
+
+/// Where the item is on the PC, to be shown to a person.
+[[nodiscard]] std::string SourceText(const ProjectRecord& record);
+
+/// "Decoding BinHex file", for the status line.
+inline constexpr int kTextDecodingBinHex = 1222;
 
 /// Blocks of `blockSize` bytes that so many bytes fill.
 [[nodiscard]] constexpr std::uint64_t BlocksFor(std::uint64_t bytes, std::uint32_t blockSize) {

@@ -146,7 +146,8 @@ std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint3
         std::uint64_t blocks = 0;
         for (const DiscFolder& folder : plan.folders)
             for (const DiscItem& item : folder.items)
-                blocks += BlocksFor(item.sizeBytes, size);
+                for (const DiscRun& run : item.runs)
+                    blocks += BlocksFor(run.sizeBytes, size);
         // The padding behind the last file counts as a block.
         const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size);
         if (layout.systemBlocks + blocks + 1 <= kHfsLimit)

@@ -33,20 +33,54 @@ CopyResult ImageWriter::copyFile(const std::string& path, std::string_view name,
         sourceError_ = source.error();
         return CopyResult::SourceFailed;
     }
-    const std::uint32_t chunk = ChunkFor(sizeBytes);
-    const bool isLarge = sizeBytes >= kChunksOfLarge * chunk;
-    progress_.fileStart(name, sizeBytes,
-                        isLarge ? static_cast<int>((sizeBytes + chunk - 1) / chunk) : 0);
     const CopyResult result =
-        isLarge ? copyLarge(source, sizeBytes, blockSize) : copySmall(source, sizeBytes, blockSize);
+        copy(source, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
+            if (image_.copyFrom(source, done, offset_ + done, piece) == piece)
+                return CopyResult::Done;
+            return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
+        });
     if (result == CopyResult::SourceFailed)
         sourceError_ = source.error();
-    if (result != CopyResult::Done)
-        return result;
-    return progress_.fileEnd(isLarge ? 0 : sizeBytes) ? CopyResult::Done : CopyResult::Stopped;
+    return result;
 }
 
-CopyResult ImageWriter::copySmall(PcFile& source, std::uint32_t sizeBytes,
+CopyResult ImageWriter::copyFork(ByteSource& fork, std::string_view name, std::uint32_t sizeBytes,
+                                 std::uint32_t blockSize) {
+    return copy(fork, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
+        const std::span<std::uint8_t> bytes(buffer_.data(), piece);
+        if (!fork.readExactly(done, bytes))
+            return CopyResult::SourceFailed;
+        return image_.writeAt(offset_ + done, bytes) ? CopyResult::Done : CopyResult::TargetFailed;
+    });
+}
+
+template <typename CopyPiece>
+CopyResult ImageWriter::copy(ByteSource& source, std::string_view name, std::uint32_t sizeBytes,
+                             std::uint32_t blockSize, CopyPiece copyPiece) {
+    const std::uint32_t chunk = ChunkFor(sizeBytes);
+    if (sizeBytes < kChunksOfLarge * chunk) {
+        progress_.fileStart(name, sizeBytes, 0);
+        const CopyResult result = copySmall(source, sizeBytes, blockSize);
+        if (result != CopyResult::Done)
+            return result;
+        return progress_.fileEnd(sizeBytes) ? CopyResult::Done : CopyResult::Stopped;
+    }
+    progress_.fileStart(name, sizeBytes, static_cast<int>((sizeBytes + chunk - 1) / chunk));
+    if (const CopyResult result = finish(); result != CopyResult::Done)
+        return result;
+    for (std::uint32_t done = 0; done < sizeBytes;) {
+        const std::uint32_t piece = std::min(chunk, sizeBytes - done);
+        if (const CopyResult result = copyPiece(done, piece); result != CopyResult::Done)
+            return result;
+        done += piece;
+        if (!progress_.chunk(piece))
+            return CopyResult::Stopped;
+    }
+    offset_ += sizeBytes + PaddingBehind(sizeBytes, blockSize);
+    return progress_.fileEnd(0) ? CopyResult::Done : CopyResult::Stopped;
+}
+
+CopyResult ImageWriter::copySmall(ByteSource& source, std::uint32_t sizeBytes,
                                   std::uint32_t blockSize) {
     std::uint32_t done = 0;
     while (done < sizeBytes) {
@@ -68,23 +102,6 @@ CopyResult ImageWriter::copySmall(PcFile& source, std::uint32_t sizeBytes,
     }
     std::fill_n(buffer_.begin() + static_cast<std::ptrdiff_t>(filled_), padding, std::uint8_t{0});
     filled_ += padding;
-    return CopyResult::Done;
-}
-
-CopyResult ImageWriter::copyLarge(PcFile& source, std::uint32_t sizeBytes,
-                                  std::uint32_t blockSize) {
-    if (const CopyResult result = finish(); result != CopyResult::Done)
-        return result;
-    const std::uint32_t chunk = ChunkFor(sizeBytes);
-    for (std::uint32_t done = 0; done < sizeBytes;) {
-        const std::uint32_t piece = std::min(chunk, sizeBytes - done);
-        if (image_.copyFrom(source, done, offset_ + done, piece) != piece)
-            return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
-        done += piece;
-        if (!progress_.chunk(piece))
-            return CopyResult::Stopped;
-    }
-    offset_ += sizeBytes + PaddingBehind(sizeBytes, blockSize);
     return CopyResult::Done;
 }
 

@@ -26,15 +26,22 @@ class ImageWriter {
     /// on to the next multiple of `blockSize`. Bytes that are skipped stay zero.
     [[nodiscard]] CopyResult copyFile(const std::string& path, std::string_view name,
                                       std::uint32_t sizeBytes, std::uint32_t blockSize);
+    /// The same for a fork that is no file of its own.
+    [[nodiscard]] CopyResult copyFork(ByteSource& fork, std::string_view name,
+                                      std::uint32_t sizeBytes, std::uint32_t blockSize);
     /// Writes what is still gathered.
     [[nodiscard]] CopyResult finish();
     /// Why the last source failed; 0 when it gave too little.
     [[nodiscard]] int sourceError() const { return sourceError_; }
 
   private:
-    [[nodiscard]] CopyResult copySmall(PcFile& source, std::uint32_t sizeBytes,
-                                       std::uint32_t blockSize);
-    [[nodiscard]] CopyResult copyLarge(PcFile& source, std::uint32_t sizeBytes,
+    /// Tells the progress of a copy, and how far a large one is: `copyPiece(done, piece)` brings
+    /// that many bytes to their place.
+    template <typename CopyPiece>
+    [[nodiscard]] CopyResult copy(ByteSource& source, std::string_view name,
+                                  std::uint32_t sizeBytes, std::uint32_t blockSize,
+                                  CopyPiece copyPiece);
+    [[nodiscard]] CopyResult copySmall(ByteSource& source, std::uint32_t sizeBytes,
                                        std::uint32_t blockSize);
 
     PcFile& image_;

@@ -15,18 +15,22 @@ std::uint32_t SectorsFor(std::uint32_t bytes) {
 }
 
 // Sectors of one directory: a record never crosses the end of a sector.
-std::uint32_t MeasureDirectory(const DiscFolder& folder, IsoTree tree) {
+std::uint32_t MeasureDirectory(const DiscPlan& plan, const DiscFolder& folder, IsoTree tree) {
     std::uint32_t sectors = 1;
     std::uint32_t fill = 2 * kDotRecordLength;
     for (const DiscItem& item : folder.items) {
         if (!item.inIso)
             continue;
-        const std::uint32_t length = IsoRecordLength(IsoIdentifier(item, tree).size());
-        if (fill + length > kDiscSectorBytes) {
-            ++sectors;
-            fill = 0;
+        std::uint32_t length = IsoRecordLength(IsoIdentifier(item, tree).size());
+        if (plan.appleExtension && !item.isFolder())
+            length += sizeof(IsoAppleExtension);
+        for (int records = HasAssociatedFile(plan, item) ? 2 : 1; records > 0; --records) {
+            if (fill + length > kDiscSectorBytes) {
+                ++sectors;
+                fill = 0;
+            }
+            fill += length;
         }
-        fill += length;
     }
     return sectors;
 }
@@ -35,7 +39,7 @@ IsoTreeLayout MeasureTree(const DiscPlan& plan, IsoTree tree) {
     IsoTreeLayout layout;
     layout.sectorsOf.reserve(plan.folders.size());
     for (const DiscFolder& folder : plan.folders) {
-        const std::uint32_t sectors = folder.inIso ? MeasureDirectory(folder, tree) : 0;
+        const std::uint32_t sectors = folder.inIso ? MeasureDirectory(plan, folder, tree) : 0;
         layout.sectorsOf.push_back(sectors);
         layout.directorySectors += sectors;
         if (!folder.inIso)
@@ -48,8 +52,9 @@ IsoTreeLayout MeasureTree(const DiscPlan& plan, IsoTree tree) {
     return layout;
 }
 
-// Gives the tables their sectors from `next` on; returns the first sector behind them.
-std::uint32_t PlaceTree(IsoTreeLayout& layout, std::uint32_t next, std::uint32_t smallestReserve) {
+// Gives the tables their sectors from `next` on; returns the first sector behind them, with
+// `areaSectors` for the directories.
+std::uint32_t PlaceTree(IsoTreeLayout& layout, std::uint32_t next, std::uint32_t areaSectors) {
     const std::uint32_t pathSectors = SectorsFor(layout.pathTableBytes);
     layout.pathTableL = next;
     layout.pathTableM = next + pathSectors;
@@ -59,7 +64,15 @@ std::uint32_t PlaceTree(IsoTreeLayout& layout, std::uint32_t next, std::uint32_t
         layout.sectorOf.push_back(sectors ? sector : 0);
         sector += sectors;
     }
-    return sector + std::max(smallestReserve, layout.directorySectors / 10);
+    return layout.rootDirectory + areaSectors;
+}
+
+bool FitsInto(const IsoTreeLayout& layout, std::uint32_t areaSectors) {
+    return layout.pathTableBytes <= kDiscSectorBytes && layout.directorySectors <= areaSectors;
+}
+
+std::uint32_t WithReserve(const IsoTreeLayout& layout, std::uint32_t smallestReserve) {
+    return layout.directorySectors + std::max(smallestReserve, layout.directorySectors / 10);
 }
 
 }  // namespace
@@ -80,8 +93,14 @@ std::string IsoIdentifier(const DiscItem& item, IsoTree tree) {
 
 IsoLayout ComputeLayout(const DiscPlan& plan, std::uint32_t blockSize) {
     IsoLayout layout{MeasureTree(plan, IsoTree::Iso), MeasureTree(plan, IsoTree::Joliet), 0};
-    const std::uint32_t behindIso = PlaceTree(layout.iso, kFirstTableSector, kIsoReserve);
-    const std::uint32_t behindJoliet = PlaceTree(layout.joliet, behindIso, kJolietReserve);
+    const bool isSmallest = plan.appleExtension && FitsInto(layout.iso, kIsoReserve) &&
+                            FitsInto(layout.joliet, kJolietReserve);
+    const std::uint32_t behindIso =
+        PlaceTree(layout.iso, kFirstTableSector,
+                  isSmallest ? kIsoReserve : WithReserve(layout.iso, kIsoReserve));
+    const std::uint32_t behindJoliet =
+        PlaceTree(layout.joliet, behindIso,
+                  isSmallest ? kJolietReserve : WithReserve(layout.joliet, kJolietReserve));
     const std::uint32_t step = blockSize / kDiscSectorBytes;
     layout.fileArea = (behindJoliet + step - 1) / step * step;
     return layout;

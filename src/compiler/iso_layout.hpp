@@ -39,13 +39,20 @@ struct IsoLayout {
 /// first in Joliet.
 [[nodiscard]] std::string IsoIdentifier(const DiscItem& item, IsoTree tree);
 
-/// Bytes of a directory record for an identifier of that length.
+/// Bytes of a directory record for an identifier of that length, without a system use area.
 [[nodiscard]] constexpr std::uint32_t IsoRecordLength(std::size_t nameLength) {
     return static_cast<std::uint32_t>((33 + nameLength + 1) & ~std::size_t{1});
 }
 
+/// The item has an associated file in front of its own: its resource fork.
+[[nodiscard]] inline bool HasAssociatedFile(const DiscPlan& plan, const DiscItem& item) {
+    return plan.appleExtension && item.run(RunKind::Resource).sizeBytes > 0;
+}
+
 /// Measures both trees and lays them out from sector 19 on: two path tables and the directories of
 /// ISO, the same of Joliet, each directory area with a reserve (a tenth, at least 2 and 4 sectors).
+/// In images with the Apple extension these 2 and 4 sectors are all there is, as long as the
+/// directories find room in them and each path table in one.
 /// The file area begins behind them, at a multiple of the allocation block size.
 [[nodiscard]] IsoLayout ComputeLayout(const DiscPlan& plan, std::uint32_t blockSize);
 

@@ -13,6 +13,8 @@ constexpr std::array<const char*, TempTableSet::kCount> kTableNames = {
     "ftiso1.tmp", "ftiso2.tmp", "faiso.tmp", "ftjol1.tmp", "ftjol2.tmp", "fajol.tmp"};
 
 constexpr std::size_t kWriteAt = 1u << 20;
+constexpr std::uint8_t kAppleExtensionVersion = 2;
+constexpr std::uint8_t kYearsOfCentury = 100;
 
 // Fixed part of a path table record in the order of the L table (ECMA-119, 9.4); the identifier
 // follows, padded to an even length.
@@ -104,15 +106,34 @@ class DirectoryWriter {
     }
 
     void addFile(const DiscItem& item, const std::string& identifier, std::uint8_t flags) {
+        IsoAppleExtension extension{{'A', 'A'}, sizeof extension, kAppleExtensionVersion, {}, {}};
+        std::copy(std::begin(item.record->signature_), std::end(item.record->signature_),
+                  extension.fileSignature.begin());
+        std::span<const std::uint8_t> systemUse;
+        if (plan_.appleExtension)
+            systemUse = AsBytes(extension);
+        const bool hasForks = plan_.appleExtension && item.source != ImportClass::Plain;
+        const IsoShortDate date =
+            hasForks ? ToIsoForkDate(item.record->modified) : ToIsoDate(item.modified);
+        if (HasAssociatedFile(plan_, item))
+            addRun(item.run(RunKind::Resource), date,
+                   static_cast<std::uint8_t>(flags | kIsoFlagAssociated), identifier, systemUse);
+        addRun(item.run(RunKind::File), date, flags, identifier, systemUse);
+    }
+
+    void addRun(const DiscRun& run, const IsoShortDate& date, std::uint8_t flags,
+                const std::string& identifier, std::span<const std::uint8_t> systemUse) {
         const std::uint32_t sector =
-            item.sizeBytes == 0 ? 0 : area_.firstSector + item.startBlock * area_.sectorsPerBlock;
-        add(sector, item.sizeBytes, ToIsoDate(item.modified), flags, identifier);
+            run.sizeBytes == 0 ? 0 : area_.firstSector + run.startBlock * area_.sectorsPerBlock;
+        add(sector, run.sizeBytes, date, flags, identifier, systemUse);
     }
 
     void add(std::uint32_t sector, std::uint32_t sizeBytes, const IsoShortDate& date,
-             std::uint8_t flags, const std::string& identifier) {
+             std::uint8_t flags, const std::string& identifier,
+             std::span<const std::uint8_t> systemUse = {}) {
+        const std::uint32_t named = IsoRecordLength(identifier.size());
         IsoDirectoryRecord record{};
-        record.length = static_cast<std::uint8_t>(IsoRecordLength(identifier.size()));
+        record.length = static_cast<std::uint8_t>(named + systemUse.size());
         record.extent = sector;
         record.sizeBytes = sizeBytes;
         record.date = date;
@@ -122,6 +143,7 @@ class DirectoryWriter {
         std::array<std::uint8_t, 256> bytes{};
         std::memcpy(bytes.data(), &record, sizeof record);
         std::memcpy(bytes.data() + sizeof record, identifier.data(), identifier.size());
+        std::copy(systemUse.begin(), systemUse.end(), bytes.begin() + named);
         if (out_.roomInSector() < record.length)
             out_.padToSector();
         out_.add({bytes.data(), record.length});
@@ -134,6 +156,16 @@ class DirectoryWriter {
     IsoShortDate now_;
     TableWriter out_;
 };
+
+IsoShortDate IsoDateOf(const CivilTime& civil) {
+    return {static_cast<std::uint8_t>(civil.year - 1900),
+            static_cast<std::uint8_t>(civil.month),
+            static_cast<std::uint8_t>(civil.day),
+            static_cast<std::uint8_t>(civil.hour),
+            static_cast<std::uint8_t>(civil.minute),
+            static_cast<std::uint8_t>(civil.second),
+            0};
+}
 
 // Breadth first, the directories of each in the order of its records.
 bool WritePathTables(const DiscPlan& plan, const IsoTreeLayout& layout, IsoTree tree, PcFile& fileL,
@@ -210,14 +242,14 @@ bool CopyTables(const IsoLayout& layout, TempTableSet& tables, PcFile& image) {
 IsoShortDate ToIsoDate(UnixSeconds at) {
     const UnixSeconds first = -2'208'988'800;  // 1900-01-01
     const UnixSeconds last = 5'869'583'999;    // 2155-12-31 23:59:59
-    const CivilTime civil = ToCivil(std::clamp(at, first, last));
-    return {static_cast<std::uint8_t>(civil.year - 1900),
-            static_cast<std::uint8_t>(civil.month),
-            static_cast<std::uint8_t>(civil.day),
-            static_cast<std::uint8_t>(civil.hour),
-            static_cast<std::uint8_t>(civil.minute),
-            static_cast<std::uint8_t>(civil.second),
-            0};
+    return IsoDateOf(ToCivil(std::clamp(at, first, last)));
+}
+
+IsoShortDate ToIsoForkDate(MacSeconds local) {
+    IsoShortDate date = IsoDateOf(ToCivil(UnixSeconds{local} - kMacEpochOffset));
+    if (date.year >= kYearsOfCentury)
+        date.year = static_cast<std::uint8_t>(date.year - kYearsOfCentury);
+    return date;
 }
 
 }  // namespace vellmark

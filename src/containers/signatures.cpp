@@ -90,8 +90,9 @@ const SignatureRow& SignatureTable::RowOfName(std::string_view name) const {
     // elsewhere one can, and must not find it.
     if (extension == kNoExtension)
         return generic;
-    const auto row = std::ranges::find(
-        rows_, extension, [](const SignatureRow& each) { return AsciiUpper(each.extension); });
+    const auto row = std::ranges::find_if(rows_, [&](const SignatureRow& each) {
+        return each.extension.size() == extension.size() && AsciiUpper(each.extension) == extension;
+    });
     return row == rows_.end() ? generic : *row;
 }
 

@@ -29,6 +29,15 @@ Conflict FolderBatch::conflictOf(std::string_view accessPath, std::string_view s
     return result;
 }
 
+void FolderBatch::forget(const ProjectRecord& record) {
+    const auto [first, last] = bySourceName_.equal_range(FoldAnsi(record.sourceName()));
+    for (auto it = first; it != last; ++it)
+        if (known(it->second).number == record.number) {
+            bySourceName_.erase(it);
+            return;
+        }
+}
+
 void FolderBatch::add(const ProjectRecord& record) {
     bySourceName_.emplace(FoldAnsi(record.sourceName()), existing_.size() + records_.size());
     records_.push_back(record);

@@ -34,6 +34,9 @@ class FolderBatch {
     [[nodiscard]] Conflict conflictOf(std::string_view accessPath,
                                       std::string_view sourceName) const;
 
+    /// An item that is about to leave the folder is no conflict any more.
+    void forget(const ProjectRecord& record);
+
     [[nodiscard]] SiblingNames& names() { return names_; }
 
     /// Takes an item, whose names are made and whose parent number is the folder's.

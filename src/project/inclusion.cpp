@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <iterator>
 #include <limits>
-#include <memory>
 #include <set>
-#include <system_error>
 
 #include "project/folder_batch.hpp"
 #include "project/pc_sources.hpp"
@@ -31,13 +28,10 @@ constexpr int kTextIncluding = 1456;
 
 constexpr int kJournalFile = 2;
 constexpr std::string_view kCompanionPrefix = "._";
-
-/// The folders that a folder lies in, from itself up to the root of the PC.
-struct Chain {
-    PcIdentity identity;
-    std::shared_ptr<const Chain> above;
-};
-using ChainPtr = std::shared_ptr<const Chain>;
+/// The icon of a volume, in its root.
+constexpr std::string_view kVolumeIconName = ".VolumeIcon.icns";
+/// Items between two looks at the status line.
+constexpr std::int64_t kItemsBetweenTexts = 64;
 
 /// A folder whose contents are still to be included.
 struct Subfolder {
@@ -51,31 +45,13 @@ struct Location {
     const std::string& folder;      ///< `/` at its end
     const std::string& accessPath;  ///< the same for a record; empty when it cannot be told
     const ChainPtr& chain;
+    /// All that lies in the folder, in byte order; empty when it was not listed.
+    std::span<const PcItem> listing = {};
+    bool isNamed = false;  ///< by the person, and not found in a folder
 };
 
-PcIdentity IdentityOf(const PcFacts& facts) {
-    return {facts.device, facts.inode};
-}
-
-bool IsIn(const ChainPtr& chain, const PcIdentity& identity) {
-    for (const Chain* link = chain.get(); link; link = link->above.get())
-        if (link->identity == identity)
-            return true;
-    return false;
-}
-
-ChainPtr ChainOf(const std::string& folder) {
-    std::error_code error;
-    std::filesystem::path path = std::filesystem::canonical(folder, error);
-    ChainPtr chain;
-    if (error)
-        return chain;
-    std::filesystem::path step;
-    for (const std::filesystem::path& part : path) {
-        step /= part;
-        chain = std::make_shared<Chain>(Chain{IdentityOf(PcFactsOf(step.string())), chain});
-    }
-    return chain;
+bool IsCompanion(const PcItem& item) {
+    return item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix);
 }
 
 /// One call of `Include`.
@@ -89,6 +65,9 @@ class Inclusion {
 
   private:
     void addNamed(FolderBatch& batch, const std::string& given);
+    void tellConflict(Conflict conflict, const std::string& path);
+    /// A path that stands for nothing.
+    void refuseName(const std::string& given, std::string_view message);
     void addFitting(FolderBatch& batch, const PcSelection& selection);
     void scan(const Subfolder& folder);
     void addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where);
@@ -98,9 +77,12 @@ class Inclusion {
                    const Location& where);
     void addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                  const Location& where);
+    void passCompanion(const PcItem& item, const Location& where);
+    void placeCustomIcon(FolderBatch& batch, ProjectRecord& record);
     void finish(FolderBatch& batch, ProjectRecord& record, const std::string& path);
 
-    [[nodiscard]] bool passesOver(const PcItem& item) const;
+    [[nodiscard]] bool isExcluded(const PcItem& item) const;
+    [[nodiscard]] PcKind kindOf(const Location& where, const std::string& name);
     /// Why the item cannot be included at all; empty when it can.
     [[nodiscard]] std::string refusal(const PcItem& item, const Location& where) const;
     [[nodiscard]] ProjectView viewFor(std::int32_t folder) const;
@@ -117,6 +99,7 @@ class Inclusion {
     ChainPtr chain_;                  // and what it lies in
     std::set<PcIdentity> linked_;     // folders entered through a link
     std::vector<Subfolder> pending_;  // of the items just added, in order
+    std::int64_t itemsSeen_ = 0;
     InclusionResult result_;
 };
 
@@ -155,9 +138,8 @@ InclusionResult Inclusion::run(std::span<const std::string> paths, std::int32_t 
 void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
     const std::optional<PcSelection> selection = SelectOnPc(given);
     if (!selection) {
-        messages_.showMessage(
-            fmt::format("{} names no file or folder that can be included.", Printable(given)));
-        fail(InclusionStatus::NotFound);
+        refuseName(given, fmt::format("{} names no file or folder that can be included.",
+                                      Printable(given)));
         return;
     }
     if (selection->folder != chainFolder_) {
@@ -170,39 +152,53 @@ void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
     }
     const PcItem item = listings_.find(selection->folder, selection->name);
     const std::string accessPath = listings_.accessPathOf(selection->folder);
-    const Conflict conflict = addItem(batch, item, {selection->folder, accessPath, chain_});
-    if (conflict == Conflict::None)
+    const Conflict conflict =
+        addItem(batch, item, {selection->folder, accessPath, chain_, {}, true});
+    if (conflict != Conflict::None)
+        tellConflict(conflict, selection->folder + item.name);
+}
+
+void Inclusion::tellConflict(Conflict conflict, const std::string& path) {
+    const bool sameName = conflict == Conflict::SameName;
+    if (options_.skipsConflicts) {
+        skip(path, sameName ? messages_.text(kTextSameName) : "it is in the project already");
         return;
+    }
     fail(InclusionStatus::Conflict);
-    const std::string path = selection->folder + item.name;
     if (project_.mode() == ProjectMode::Hybrid)
         messages_.showMessage(
-            conflict == Conflict::SameName
-                ? fmt::format("{}\n{}", Printable(path), messages_.text(kTextSameName))
-                : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
-    else if (conflict == Conflict::SameName)
+            sameName ? fmt::format("{}\n{}", Printable(path), messages_.text(kTextSameName))
+                     : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
+    else if (sameName)
         skip(path, messages_.text(kTextSameName));
 }
 
 void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
     int error = 0;
-    std::vector<PcItem> items = ListPcFolder(selection.folder, error);
+    const std::vector<PcItem> listing = ListPcFolder(selection.folder, error);
     if (error != 0) {
         skip(selection.folder, SystemErrorText(error));
         return;
     }
-    const bool wasEmpty = items.empty();
-    std::erase_if(items, [&selection](const PcItem& item) {
-        return !MatchesPattern(item.name, selection.name);
-    });
-    if (items.empty() && !wasEmpty) {
-        messages_.showMessage(fmt::format("No file or folder fits {}.",
-                                          Printable(selection.folder + selection.name)));
-        fail(InclusionStatus::NotFound);
+    std::vector<PcItem> items;
+    std::copy_if(listing.begin(), listing.end(), std::back_inserter(items),
+                 [&](const PcItem& item) { return MatchesPattern(item.name, selection.name); });
+    if (items.empty() && !listing.empty()) {
+        const std::string pattern = selection.folder + selection.name;
+        refuseName(pattern, fmt::format("No file or folder fits {}.", Printable(pattern)));
         return;
     }
     const std::string accessPath = listings_.accessPathOf(selection.folder);
-    addAll(batch, items, {selection.folder, accessPath, chain_});
+    addAll(batch, items, {selection.folder, accessPath, chain_, listing});
+}
+
+void Inclusion::refuseName(const std::string& given, std::string_view message) {
+    if (options_.skipsConflicts) {
+        skip(given, "it names no file or folder that can be included");
+        return;
+    }
+    messages_.showMessage(message);
+    fail(InclusionStatus::NotFound);
 }
 
 void Inclusion::scan(const Subfolder& folder) {
@@ -214,14 +210,14 @@ void Inclusion::scan(const Subfolder& folder) {
     }
     const std::string accessPath = listings_.accessPathOf(folder.path);
     FolderBatch batch(project_, folder.number, viewFor(folder.number));
-    addAll(batch, items, {folder.path, accessPath, folder.chain});
+    addAll(batch, items, {folder.path, accessPath, folder.chain, items});
     if (result_.status != InclusionStatus::Stopped)
         batch.mergeInto(project_);
 }
 
 void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where) {
     for (const PcItem& item : items)
-        if (!passesOver(item) && refusal(item, where).empty())
+        if (!IsCompanion(item) && !isExcluded(item) && refusal(item, where).empty())
             batch.names().reserve(SourceNameOf(item));
     for (const PcItem& item : items) {
         if (!mayGoOn())
@@ -233,8 +229,12 @@ void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const 
 
 Conflict Inclusion::addItem(FolderBatch& batch, const PcItem& item, const Location& where) {
     const std::string path = where.folder + item.name;
-    if (passesOver(item))
+    if (isExcluded(item))
         return Conflict::None;
+    if (IsCompanion(item)) {
+        passCompanion(item, where);
+        return Conflict::None;
+    }
     if (const std::string reason = refusal(item, where); !reason.empty()) {
         skip(path, reason);
         return Conflict::None;
@@ -246,8 +246,6 @@ Conflict Inclusion::addItem(FolderBatch& batch, const PcItem& item, const Locati
 
     ProjectRecord record;
     record.parent = batch.parent();
-    record.modified = ToMacLocal(item.facts.modified, options_.clock);
-    record.created = record.modified;
     record.setHiddenInIso(item.hidden);
     record.setHiddenInHfs(item.hidden);
     record.setShortNameFlag(sourceName != item.narrow);
@@ -273,6 +271,8 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
         skip(path, "the folder that this link leads to has been included through another link");
         return;
     }
+    record.modified = ToMacLocal(item.facts.modified, options_.clock);
+    record.created = record.modified;
     record.number = project_.giveFolderNumber(record.sourceName());
     record.setIsoInclusion(batch.view() != ProjectView::Hfs);
     record.setHfsInclusion(batch.view() != ProjectView::Iso);
@@ -284,15 +284,20 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
     ++result_.folders;
     // Nothing can be shown below a folder that is in no view, as both its names were refused.
     if (record.isIn(ProjectView::Hybrid))
-        pending_.push_back(
-            {path + "/", record.number, std::make_shared<Chain>(Chain{identity, where.chain})});
+        pending_.push_back({path + "/", record.number, Below(where.chain, identity)});
 }
 
 void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                         const Location& where) {
     const std::string path = where.folder + item.name;
-    if (const int error = ReadRefusal(path); error != 0) {
-        skip(path, SystemErrorText(error));
+    const bool companion = kindOf(where, std::string(kCompanionPrefix) + item.name) == PcKind::File;
+    const SourceCoding source = FindSourceCoding(path, item.facts.sizeBytes, companion, progress_);
+    if (source.isStopped) {
+        result_.status = InclusionStatus::Stopped;
+        return;
+    }
+    if (!source.refusal.empty()) {
+        skip(path, source.refusal);
         return;
     }
     record.number = project_.giveFileNumber();
@@ -300,16 +305,43 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
         skip(path, "the project has no number left for a file");
         return;
     }
-    record.sourceSize = static_cast<std::uint32_t>(item.facts.sizeBytes);
-    record.dataSize = record.sourceSize;
-    record.setSignature(options_.signatureOf ? options_.signatureOf(record.sourceName())
-                                             : std::string(kDefaultSignature));
+    FillFileRecord(record, source, item, project_.header().isHfsPlus(), options_.signatureOf,
+                   options_.clock);
     if (project_.mode() == ProjectMode::IsoPlus)
         record.setIsoInclusion(1);
     else
         DecideViews(record, batch.view(), Printable(path), options_.answers, messages_);
+    if (source.isCustomIconFile)
+        placeCustomIcon(batch, record);
     finish(batch, record, path);
     ++result_.files;
+}
+
+// A companion is part of its file. One whose file is not there holds what would be lost with it.
+void Inclusion::passCompanion(const PcItem& item, const Location& where) {
+    const std::string name = item.name.substr(kCompanionPrefix.size());
+    if (kindOf(where, name) == PcKind::Missing)
+        skip(where.folder + item.name, "the file that it belongs to is not there");
+    else if (where.isNamed)
+        skip(where.folder + item.name,
+             fmt::format("it belongs to {} and comes with it", Printable(name)));
+}
+
+void Inclusion::placeCustomIcon(FolderBatch& batch, ProjectRecord& record) {
+    if (batch.parent() != kRootFolder) {
+        if (ProjectRecord* folder = project_.findByNumber(batch.parent()))
+            folder->setCustomIcon(true);
+        return;
+    }
+    // A volume has one icon: another file of that name comes first, and a second icon stays a file.
+    if (project_.mode() != ProjectMode::Hybrid || project_.header().customIcon() ||
+        batch.names().takeHfs(kVolumeIconName, record.sourceName()) != kVolumeIconName)
+        return;
+    record.setIsoInclusion(0);
+    record.setHfsInclusion(1);
+    record.setHfsName(kVolumeIconName);
+    record.setHfsNameLocked(true);
+    project_.header().setCustomIcon(true);
 }
 
 void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::string& path) {
@@ -319,12 +351,20 @@ void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::str
                       FormatText(kTextAddition, messages_.language(), Printable(path)));
 }
 
-bool Inclusion::passesOver(const PcItem& item) const {
-    if (item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix))
-        return true;
-    const bool exists = item.facts.kind != PcKind::Missing;
-    return exists && std::find(options_.excluded.begin(), options_.excluded.end(),
-                               IdentityOf(item.facts)) != options_.excluded.end();
+bool Inclusion::isExcluded(const PcItem& item) const {
+    return item.facts.kind != PcKind::Missing &&
+           std::find(options_.excluded.begin(), options_.excluded.end(), IdentityOf(item.facts)) !=
+               options_.excluded.end();
+}
+
+PcKind Inclusion::kindOf(const Location& where, const std::string& name) {
+    if (where.listing.empty())
+        return listings_.find(where.folder, name).facts.kind;
+    const auto found = std::lower_bound(
+        where.listing.begin(), where.listing.end(), name,
+        [](const PcItem& item, const std::string& wanted) { return item.name < wanted; });
+    return found != where.listing.end() && found->name == name ? found->facts.kind
+                                                               : PcKind::Missing;
 }
 
 std::string Inclusion::refusal(const PcItem& item, const Location& where) const {
@@ -360,8 +400,9 @@ ProjectView Inclusion::viewFor(std::int32_t folder) const {
 bool Inclusion::mayGoOn() {
     if (result_.status == InclusionStatus::Stopped)
         return false;
-    progress_.text(FormatText(kTextFolders, messages_.language(), result_.folders) + "  " +
-                   FormatText(kTextFiles, messages_.language(), result_.files));
+    if (itemsSeen_++ % kItemsBetweenTexts == 0)
+        progress_.text(FormatText(kTextFolders, messages_.language(), result_.folders) + "  " +
+                       FormatText(kTextFiles, messages_.language(), result_.files));
     if (progress_.chunk(0))
         return true;
     result_.status = InclusionStatus::Stopped;

@@ -2,14 +2,15 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "project/folder_chain.hpp"
 #include "project/inclusion_rules.hpp"
 #include "project/project_file.hpp"
+#include "project/source_coding.hpp"
 #include "project/view_names.hpp"
 #include "support/clock.hpp"
 #include "support/messages.hpp"
@@ -17,29 +18,19 @@
 
 namespace vellmark {
 
-/// Signature of a file that nothing is known about.
-inline constexpr std::string_view kDefaultSignature = "TEXT????";
-
-/// Which object of the PC something really is.
-struct PcIdentity {
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    bool operator==(const PcIdentity&) const = default;
-    bool operator<(const PcIdentity& other) const {
-        return device != other.device ? device < other.device : inode < other.inode;
-    }
-};
-
 /// What an inclusion goes by. The answers are the command's and change with what the person says.
 struct InclusionOptions {
     const Clock& clock;                      ///< for the zone of dates
     ProjectView view = ProjectView::Hybrid;  ///< the view worked in; an ISO+ project has only ISO
     InclusionAnswers answers = {};
     TruncationAnswers truncation = {};
-    /// Type and creator by the source name (Windows-1252); without one, `kDefaultSignature`.
-    std::function<std::string(std::string_view name)> signatureOf = {};
+    /// For files whose container tells none; without a lookup, `kDefaultSignature`.
+    SignatureLookup signatureOf = {};
     /// Files that are passed over in silence: an image being made is never its own source.
     std::vector<PcIdentity> excluded = {};
+    /// A path that names nothing, or what is there already, is left out like any other item instead
+    /// of deciding the status: for a list of which the rest is to be done.
+    bool skipsConflicts = false;
 };
 
 enum class InclusionStatus {
@@ -63,10 +54,15 @@ struct InclusionResult {
 /// flags of all folders concerned are brought up to date. What leads to a status other than Done
 /// has been shown, apart from Stopped.
 ///
+/// A file is what its container makes it (project/source_coding.hpp). A MacBinary file that holds a
+/// custom icon gives its folder that mark; in root it becomes the icon of the volume, in the HFS
+/// view alone.
+///
 /// Symbolic links are followed, but never into a folder that they lie in, nor twice to the same
 /// folder. Left out and counted: links that lead nowhere, pipes, sockets, devices, what cannot be
-/// read, files of 4 GiB or more, paths and names longer than a record holds. Passed over in
-/// silence: `._` companions, and inside a folder what the project has already.
+/// read, damaged containers, files of 4 GiB or more, paths and names longer than a record holds,
+/// `._` companions whose file is not there or that were named themselves. Passed over in silence:
+/// other companions, and inside a folder what the project has already.
 [[nodiscard]] InclusionResult Include(ProjectFile& project, const std::string& path,
                                       std::int32_t parent, InclusionOptions& options,
                                       Messages& messages, Progress& progress);

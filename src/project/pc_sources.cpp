@@ -12,7 +12,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Listings beyond these go when their items together are too many to keep.
 constexpr std::size_t kListingsKept = 8;
+constexpr std::size_t kItemsKept = 200'000;
 
 bool HasParentSteps(const fs::path& path) {
     return std::any_of(path.begin(), path.end(), [](const fs::path& part) { return part == ".."; });
@@ -101,7 +103,7 @@ bool MatchesPattern(std::string_view name, std::string_view pattern) {
     return p == wanted.size();
 }
 
-std::string SourceNameOf(const PcItem& item) {
+const std::string& SourceNameOf(const PcItem& item) {
     return item.narrow.find('?') == std::string::npos ? item.narrow : item.shortName;
 }
 
@@ -141,20 +143,22 @@ std::string PcListings::accessPathOf(const std::string& folder) {
 }
 
 const std::vector<PcItem>& PcListings::itemsOf(const std::string& folder) {
-    const auto known =
-        std::find_if(listings_.begin(), listings_.end(),
-                     [&folder](const Listing& listing) { return listing.folder == folder; });
-    if (known != listings_.end()) {
-        listings_.splice(listings_.begin(), listings_, known);
+    if (const auto known = byFolder_.find(folder); known != byFolder_.end()) {
+        listings_.splice(listings_.begin(), listings_, known->second);
         return listings_.front().items;
     }
     int error = 0;
     std::vector<PcItem> items = ListPcFolder(folder, error);
     if (error != 0)
         items.clear();
+    itemsKept_ += items.size();
     listings_.push_front({folder, std::move(items)});
-    if (listings_.size() > kListingsKept)
+    byFolder_.emplace(listings_.front().folder, listings_.begin());
+    while (listings_.size() > kListingsKept && itemsKept_ > kItemsKept) {
+        itemsKept_ -= listings_.back().items.size();
+        byFolder_.erase(listings_.back().folder);
         listings_.pop_back();
+    }
     return listings_.front().items;
 }
 

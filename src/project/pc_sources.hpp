@@ -2,10 +2,12 @@
 // absolute here; folders have `/` at their end.
 #pragma once
 
+#include <cstddef>
 #include <list>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "support/pc_folder.hpp"
@@ -29,12 +31,18 @@ struct PcSelection {
 
 /// The source name of an item: its name in Windows-1252, or its 8.3 name when that character set
 /// lacks a character of it. Empty when there is no such name.
-[[nodiscard]] std::string SourceNameOf(const PcItem& item);
+/// It lives as long as the item.
+[[nodiscard]] const std::string& SourceNameOf(const PcItem& item);
 
-/// Looks into folders of the PC and remembers the last few, as the 8.3 names of a folder are known
-/// only from all of it. The tree must not change while it lives.
+/// Looks into folders of the PC and remembers what it saw last, as the 8.3 names of a folder are
+/// known only from all of it: paths in any order do not list a folder for each of its files. The
+/// tree must not change while it lives.
 class PcListings {
   public:
+    PcListings() = default;
+    PcListings(const PcListings&) = delete;
+    PcListings& operator=(const PcListings&) = delete;
+
     /// The entry of `folder`, missing when it is not there. Of a folder that cannot be listed the
     /// entry comes without an 8.3 name.
     [[nodiscard]] PcItem find(const std::string& folder, std::string_view name);
@@ -50,6 +58,8 @@ class PcListings {
     [[nodiscard]] const std::vector<PcItem>& itemsOf(const std::string& folder);
 
     std::list<Listing> listings_;  // the latest first
+    std::unordered_map<std::string_view, std::list<Listing>::iterator> byFolder_;
+    std::size_t itemsKept_ = 0;
 };
 
 }  // namespace vellmark

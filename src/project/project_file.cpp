@@ -126,29 +126,45 @@ void ProjectFile::mergeChildren(std::int32_t parent, Run&& records) {
 }
 
 bool ProjectFile::deleteItem(std::int32_t parent, std::int32_t number) {
+    const RemovedItems removed = deleteItems(parent, {&number, 1});
+    return removed.folders + removed.files > 0;
+}
+
+RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers) {
+    RemovedItems removed;
     const auto found = children_.find(parent);
     if (found == children_.end())
-        return false;
+        return removed;
     Run& run = found->second;
-    const auto item = std::find_if(run.begin(), run.end(), [number](const ProjectRecord& record) {
-        return record.number == number;
-    });
-    if (item == run.end())
-        return false;
-
-    const auto position = static_cast<std::size_t>(item - run.begin());
-    if (const auto known = places_.find(number);
-        known != places_.end() && known->second.parent == parent)
-        places_.erase(known);
-    run.erase(item);
+    std::unordered_set<std::int32_t> wanted(numbers.begin(), numbers.end());
+    std::vector<std::int32_t> folders;
+    std::size_t firstGap = run.size();
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < run.size(); ++i) {
+        const std::int32_t number = run[i].number;
+        if (wanted.erase(number) == 0) {
+            if (kept != i)
+                run[kept] = run[i];
+            ++kept;
+            continue;
+        }
+        firstGap = std::min(firstGap, i);
+        ++(number > 0 ? removed.folders : removed.files);
+        if (number > kRootFolder)
+            folders.push_back(number);
+        if (const auto known = places_.find(number);
+            known != places_.end() && known->second.parent == parent)
+            places_.erase(known);
+    }
+    run.resize(kept);
     if (run.empty())
         children_.erase(found);
     else
-        reindex(parent, position);
-    if (number > kRootFolder)
-        for (std::int32_t folder : foldersFrom(number))
+        reindex(parent, firstGap);
+    for (std::int32_t top : folders)
+        for (std::int32_t folder : foldersFrom(top))
             eraseRun(folder);
-    return true;
+    return removed;
 }
 
 bool ProjectFile::isFree(std::int32_t number) const {

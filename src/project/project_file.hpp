@@ -51,6 +51,12 @@ struct ProjectTotals {
     std::uint32_t hfsRecords = 0;  ///< files and folders in the HFS view
 };
 
+/// What was taken out of one folder, without what lay below.
+struct RemovedItems {
+    std::int64_t folders = 0;
+    std::int64_t files = 0;
+};
+
 /// Most items of a project: what keeps a file of any length from taking all memory.
 inline constexpr std::size_t kMostProjectRecords = 4'000'000;
 /// Most files and folders of an HFS volume made from a project.
@@ -105,6 +111,9 @@ class ProjectFile {
     /// Takes the item out, and all that lies below it; the counters of its folder are the
     /// caller's. False when the folder has no such item.
     bool deleteItem(std::int32_t parent, std::int32_t number);
+    /// The same for many items of one folder, whose records are moved once; of a number that stands
+    /// twice the first goes. Tells how many were there.
+    RemovedItems deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers);
 
     /// The next number for a folder of that name; 0 when all are used up.
     [[nodiscard]] std::int32_t giveFolderNumber(std::string_view name);

@@ -43,6 +43,9 @@ class SiblingNames {
     /// the same, as a catalog does not tell them apart.
     [[nodiscard]] std::string takeHfs(std::string_view wanted, std::string_view sourceName);
 
+    /// The item that had this HFS name is about to get another one.
+    void giveBackHfs(std::string_view name) { hfs_.erase(hfsKey(name)); }
+
   private:
     /// A name, and the source name of the item that has or will have it ("" for what was there).
     using Owners = std::unordered_map<std::string, std::string>;

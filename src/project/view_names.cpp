@@ -73,7 +73,11 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
             if (record.isIn(ProjectView::Hfs))
                 names.reserve(record.sourceName());
         for (ProjectRecord& record : run) {
+            record.setUnicodeOnDisk(isHfsPlus && !record.hfsNameLocked() &&
+                                    record.coding() == ForkCoding::NamedStreams);
             const std::string name = make(record);
+            record.setUnicodeOnDisk(isHfsPlus && record.coding() == ForkCoding::NamedStreams &&
+                                    !record.hfsNameLocked());
             record.setHfsName(
                 record.isIn(ProjectView::Hfs) ? names.takeHfs(name, record.sourceName()) : name);
         }
@@ -85,14 +89,18 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
 void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages) {
     MakeIsoName(record, name, siblings, answers.iso, messages);
-    if (project.mode() == ProjectMode::Hybrid && !BringsItsHfsName(record))
+    if (project.mode() != ProjectMode::Hybrid)
+        return;
+    if (!BringsItsHfsName(record))
         MakeHfsName(record, name, project.header().isHfsPlus(), siblings, answers, messages);
+    else if (record.isIn(ProjectView::Hfs))
+        record.setHfsName(siblings.takeHfs(record.hfsName(), record.sourceName()));
 }
 
 void RedoNamesForHfsPlus(ProjectFile& project) {
     RedoRuns(project, true, [](const ProjectRecord& record) {
-        const bool fromSource =
-            !record.sourceName().empty() && !record.hfsNameLocked() && !BringsItsHfsName(record);
+        const bool fromSource = !record.sourceName().empty() && !record.hfsNameLocked() &&
+                                (record.unicodeOnDisk() || !BringsItsHfsName(record));
         return fromSource ? ToHfsForm(Truncate(record.sourceName(), kHfsPlusNameLimit), true)
                           : Truncate(MacToAnsiName(record.hfsName()), kHfsPlusNameLimit);
     });

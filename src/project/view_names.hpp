@@ -25,7 +25,7 @@ struct TruncationAnswers {
 /// refusal gives the name `~` and takes the item out of that view; a name that another item has
 /// gives way to the fallback name. In a view that the item is not in, its name is shortened without
 /// a question. The HFS name of a file whose container brings one, or whose name on the disk is the
-/// real one, stays as it is.
+/// real one, must be there already and changes only when another item has it.
 void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages);
 

@@ -21,37 +21,37 @@ constexpr std::size_t kMostArguments = 3;
 
 struct Row {
     char letter;
+    std::string_view seconds;  ///< the letters that may follow
     bool takesArgument;
     BatchResult (*run)(const BatchJob& job);
 };
 
-// Each knows the second letters H (HFS alone) and I (ISO alone).
-constexpr Row kRows[] = {{'C', false, BatchCompile},
-                         {'F', true, BatchMakeFolders},
-                         {'I', true, BatchInclude},
-                         {'L', true, BatchSetLabel}};
-constexpr std::string_view kSecondLetters = "HI";
+// H: HFS alone, I: ISO alone, J: with a journal, whose path is an argument.
+constexpr Row kRows[] = {{'C', "HI", false, BatchCompile},
+                         {'F', "HI", true, BatchMakeFolders},
+                         {'I', "HI", true, BatchInclude},
+                         {'L', "HI", true, BatchSetLabel},
+                         {'R', "J", false, BatchRebuild}};
+constexpr char kWithJournal = 'J';
 
-std::optional<BatchSide> SideOf(char second) {
-    if (second == 0)
-        return BatchSide::Both;
-    if (kSecondLetters.find(second) == std::string_view::npos)
-        return std::nullopt;
-    return second == 'H' ? BatchSide::Hfs : BatchSide::Iso;
+BatchSide SideOf(char second) {
+    return second == 'H' ? BatchSide::Hfs : second == 'I' ? BatchSide::Iso : BatchSide::Both;
 }
 
 BatchResult Run(const BatchOption& option, std::span<const std::string> arguments,
                 CommandContext& context, Terminal& terminal) {
     const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
                                    [&](const Row& r) { return r.letter == option.letter; });
-    const std::optional<BatchSide> side = SideOf(option.second);
-    if (row == std::end(kRows) || !side)
+    if (row == std::end(kRows) ||
+        (option.second != 0 && row->seconds.find(option.second) == std::string_view::npos))
         return BatchResult::NotUnderstood;
-    const std::size_t wanted = row->takesArgument ? 3 : 2;
+    const bool opensLog = option.second == kWithJournal;
+    const bool takesArgument = row->takesArgument || opensLog;
+    const std::size_t wanted = takesArgument ? 3 : 2;
     if (arguments.size() < wanted) {
         terminal.messages.showMessage(
             fmt::format("{} needs {}.", Printable(arguments[0]),
-                        row->takesArgument ? "a project and an argument" : "a project"));
+                        takesArgument ? "a project and an argument" : "a project"));
         return BatchResult::NotUnderstood;
     }
     // As a rule a pattern that the shell has put names in the place of: all but the first of them
@@ -62,8 +62,9 @@ BatchResult Run(const BatchOption& option, std::span<const std::string> argument
                         Printable(arguments[0])));
         return BatchResult::NotUnderstood;
     }
-    return row->run({*side, arguments[1], arguments.size() > 2 ? arguments[2] : std::string{},
-                     context, terminal});
+    return row->run({SideOf(option.second), arguments[1],
+                     arguments.size() > 2 ? arguments[2] : std::string{}, context, terminal,
+                     opensLog});
 }
 
 }  // namespace

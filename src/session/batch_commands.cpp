@@ -3,13 +3,19 @@
 #include <fmt/format.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "compiler/compile.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
+#include "session/include_list.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/project_rebuild.hpp"
+#include "session/session_state.hpp"
+#include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -67,10 +73,11 @@ BatchResult ResultOf(CompileResult result) {
 
 BatchResult BatchCompile(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
-    if (FileModeOf(job.project) == FileMode::IsoPlus)
+    const ProjectMode mode = ProjectModeOf(job.project);
+    if (mode == ProjectMode::IsoPlus && job.side != BatchSide::Both)
         return BatchResult::NotUnderstood;
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(job.project), ProjectMode::Hybrid, messages, project) !=
+    if (ProjectFile::Open(FollowLink(job.project), mode, messages, project) !=
         ProjectOpened::Opened)
         return BatchResult::NotOpened;
     const std::string image = FollowLink(WithExtension(job.project, "ISO"));
@@ -79,7 +86,8 @@ BatchResult BatchCompile(const BatchJob& job) {
             fmt::format("The image {} would replace its own project.", Printable(image)));
         return BatchResult::NotCreated;
     }
-    if (!MayMakeFile(image, true, messages))
+    if (!MayMakeFile(image, true, messages) ||
+        !RebuildBeforeBuild(*project, false, image, job.context, job.terminal))
         return BatchResult::NotCreated;
     const ImageKind kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
                            : job.side == BatchSide::Iso ? ImageKind::Iso
@@ -103,17 +111,40 @@ BatchResult BatchMakeFolders(const BatchJob& job) {
 
 BatchResult BatchInclude(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
-    if (job.argument.starts_with(kListSign))
-        return BatchResult::NotUnderstood;
+    const bool isList = job.argument.starts_with(kListSign);
+    std::vector<std::string> paths;
+    if (!isList)
+        paths.push_back(job.argument);
+    else if (!ReadIncludeList(job.argument.substr(1), paths, messages))
+        return BatchResult::NotFound;
     std::optional<ProjectFile> project;
     if (!OpenOrCreate(job, project))
         return BatchResult::NotOpened;
     InclusionOptions options{job.context.clock, ViewOf(job.side), kYesToAll, kShortenAll};
+    options.signatureOf = SignatureLookupOf(job.context, job.terminal.messages);
+    options.skipsConflicts = isList;
     const InclusionResult included =
-        Include(*project, job.argument, kRootFolder, options, messages, job.terminal.progress);
+        Include(*project, paths, kRootFolder, options, messages, job.terminal.progress);
     if (!IsWorthSaving(included, messages))
         return BatchResult::NotFound;
     return Save(*project, messages);
+}
+
+BatchResult BatchRebuild(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    SessionState* session = job.context.session;
+    if (job.opensLog && session && !session->journal.isOpen()) {
+        if (!OpenJournal(job.argument, {&job.project, 1}, *session, job.context))
+            return BatchResult::NotCreated;
+        session->journal.mark();
+    }
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(job.project, messages, project))
+        return BatchResult::NotOpened;
+    RebuildResult result;
+    if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
+        return BatchResult::NotCreated;
+    return result.hasChanges() ? Save(*project, messages) : BatchResult::Done;
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

@@ -26,19 +26,24 @@ struct BatchJob {
     std::string argument;
     CommandContext& context;
     Terminal& terminal;
+    bool opensLog = false;  ///< the argument is the path of a log
 };
 
 /// The image of a project: the project's path with the extension `ISO`, whatever the kind. An image
 /// of that name is replaced.
 [[nodiscard]] BatchResult BatchCompile(const BatchJob& job);
 
-// The following change a project, which is made when it is not there. What does not end in Done
-// leaves it as it was.
+// The following change a project, which is made when it is not there, but for a rebuild. What does
+// not end in Done leaves it as it was.
 
 /// The folders of a path in the project, `/` or `\` between them.
 [[nodiscard]] BatchResult BatchMakeFolders(const BatchJob& job);
-/// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one).
+/// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one);
+/// `$` and the path of a list stand for all that its lines name. What a list names in vain is left
+/// out and told, while the rest is done.
 [[nodiscard]] BatchResult BatchInclude(const BatchJob& job);
+/// What changed on the disk. The log is opened first when none is open.
+[[nodiscard]] BatchResult BatchRebuild(const BatchJob& job);
 /// One label or both.
 [[nodiscard]] BatchResult BatchSetLabel(const BatchJob& job);
 

@@ -10,9 +10,11 @@
 
 namespace vellmark {
 
+inline constexpr const char* kHybridKind = "hybrid";
+
 struct BuildOptions {
     std::string output;
-    std::string kind = "hybrid";
+    std::string kind = kHybridKind;
     bool postgap = false;
     bool force = false;
     bool quiet = false;

@@ -14,11 +14,14 @@ namespace vellmark {
 namespace {
 
 // In the order in which the help lists them.
-const std::array kVerbs = {
-    &kVerbMake,   &kVerbNew,    &kVerbAdd,   &kVerbBuild, &kVerbInfo,  &kVerbLs,
-    &kVerbTree,   &kVerbFind,   &kVerbGet,   &kVerbPut,   &kVerbMkdir, &kVerbRm,
-    &kVerbMv,     &kVerbRename, &kVerbLabel, &kVerbAttr,  &kVerbSwap,  &kVerbReplaceSignature,
-    &kVerbFormat, &kVerbSig,    &kVerbConfig};
+const std::array kVerbs = {&kVerbMake,   &kVerbNew,     &kVerbAdd,
+                           &kVerbCheck,  &kVerbRebuild, &kVerbPath,
+                           &kVerbBuild,  &kVerbInfo,    &kVerbLs,
+                           &kVerbTree,   &kVerbFind,    &kVerbGet,
+                           &kVerbPut,    &kVerbMkdir,   &kVerbRm,
+                           &kVerbMv,     &kVerbRename,  &kVerbLabel,
+                           &kVerbAttr,   &kVerbSwap,    &kVerbReplaceSignature,
+                           &kVerbFormat, &kVerbSig,     &kVerbConfig};
 
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";

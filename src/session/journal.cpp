@@ -41,7 +41,10 @@ std::string Journal::open(const std::string& path) {
     if (PcFactsOf(path).kind == PcKind::Special)
         return "It is a pipe, a socket or a device";
     file_.reset(std::fopen(path.c_str(), "a+be"));
-    return isOpen() ? "" : SystemErrorText(errno);
+    if (!isOpen())
+        return SystemErrorText(errno);
+    path_ = path;
+    return "";
 }
 
 void Journal::mark() {
@@ -67,6 +70,7 @@ void Journal::step(int level, std::string_view text) {
 void Journal::close() {
     mark();
     file_.reset();
+    path_.clear();
 }
 
 void Journal::put(std::string_view separator, std::string_view text, bool atOnce) {

@@ -22,6 +22,8 @@ class Journal {
     /// is closed. The reason, in words, why that cannot be; "" when it is open.
     [[nodiscard]] std::string open(const std::string& path);
     [[nodiscard]] bool isOpen() const { return file_ != nullptr; }
+    /// Of the open file, "" when there is none.
+    [[nodiscard]] const std::string& path() const { return path_; }
 
     /// Ten asterisks: where a session begins or ends.
     void mark();
@@ -43,6 +45,7 @@ class Journal {
     void put(std::string_view separator, std::string_view text, bool atOnce);
 
     const Clock* clock_;
+    std::string path_;
     std::unique_ptr<std::FILE, Closer> file_;
 };
 

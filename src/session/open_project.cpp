@@ -26,6 +26,12 @@ bool OpenForChange(const std::string& path, Messages& messages,
     return false;
 }
 
+void BackUpBeforeChange(const ProjectFile& project, Messages& messages) {
+    if (!BackUpProject(project.path()))
+        messages.showTimedMessage(fmt::format("No backup copy of {} could be made beside it.",
+                                              Printable(project.path())));
+}
+
 bool IsWorthSaving(const InclusionResult& included, Messages& messages) {
     if (included.status == InclusionStatus::Stopped || StopSignals::requested()) {
         messages.showMessage("Stopped as you wished; nothing was changed.");

@@ -15,6 +15,10 @@ namespace vellmark {
 [[nodiscard]] bool OpenForChange(const std::string& path, Messages& messages,
                                  std::optional<ProjectFile>& project);
 
+/// Keeps the project as its file has it, with the extension `BAK` beside it; tells when that cannot
+/// be done.
+void BackUpBeforeChange(const ProjectFile& project, Messages& messages);
+
 /// Whether the project may be saved after this inclusion. An item that was named and is not in the
 /// project now makes the whole command fail; the reason has been shown then.
 [[nodiscard]] bool IsWorthSaving(const InclusionResult& included, Messages& messages);

@@ -19,21 +19,6 @@ bool AreSamePath(const std::string& a, const std::string& b) {
                                     std::filesystem::absolute(b, error).lexically_normal();
 }
 
-// False after a message.
-bool OpenJournal(const std::string& path, const SessionChoices& choices, SessionState& state,
-                 CommandContext& context) {
-    const bool isTaken =
-        std::any_of(choices.files.begin(), choices.files.end(),
-                    [&](const std::string& file) { return AreSamePath(file, path); });
-    const std::string reason =
-        isTaken ? "The command works on that file itself" : state.journal.open(path);
-    if (reason.empty())
-        return true;
-    Terminal terminal(context, {});
-    FileOpenError(terminal.messages, path, reason);
-    return false;
-}
-
 void ReadSettings(const SessionChoices& choices, SessionState& state, CommandContext& context) {
     if (state.store.read(setting::kExtension).value_or("").empty())
         state.store.write(setting::kExtension, Settings{}.extension);
@@ -43,6 +28,20 @@ void ReadSettings(const SessionChoices& choices, SessionState& state, CommandCon
 }
 
 }  // namespace
+
+bool OpenJournal(const std::string& path, std::span<const std::string> files, SessionState& state,
+                 CommandContext& context) {
+    const bool isTaken = std::any_of(files.begin(), files.end(), [&](const std::string& file) {
+        return AreSamePath(file, path);
+    });
+    const std::string reason =
+        isTaken ? "The command works on that file itself" : state.journal.open(path);
+    if (reason.empty())
+        return true;
+    Terminal terminal(context, {});
+    FileOpenError(terminal.messages, path, reason);
+    return false;
+}
 
 Language LanguageOf(std::string_view locale) {
     constexpr std::string_view kFrench = "fr";
@@ -63,9 +62,9 @@ int RunInSession(const SessionChoices& choices, CommandContext& context,
     int status = kExitFailed;
     if (choices.journal.empty()) {
         if (state.settings.has(kVlOpenJournal) && !state.settings.journal.empty())
-            (void)OpenJournal(state.settings.journal, choices, state, context);
+            (void)OpenJournal(state.settings.journal, choices.files, state, context);
         status = run(context);
-    } else if (OpenJournal(choices.journal, choices, state, context)) {
+    } else if (OpenJournal(choices.journal, choices.files, state, context)) {
         state.journal.mark();
         status = run(context);
     }

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,11 @@ struct SessionChoices {
     std::string journal = {};             ///< path, "" for none
     std::vector<std::string> files = {};  ///< what the command reads or makes, never the journal
 };
+
+/// Opens a journal, unless its path leads to one of `files`, which the command works on. False
+/// after a message.
+[[nodiscard]] bool OpenJournal(const std::string& path, std::span<const std::string> files,
+                               SessionState& state, CommandContext& context);
 
 /// The language of a locale's name, such as `fr_FR.UTF-8`.
 [[nodiscard]] Language LanguageOf(std::string_view locale);

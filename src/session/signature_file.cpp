@@ -121,4 +121,9 @@ const SignatureTable& SignaturesOf(CommandContext& context, TerminalMessages& me
     return *kept;
 }
 
+SignatureLookup SignatureLookupOf(CommandContext& context, TerminalMessages& messages) {
+    const SignatureTable& table = SignaturesOf(context, messages);
+    return [&table](std::string_view name) { return table.SignatureOf(name); };
+}
+
 }  // namespace vellmark

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "containers/signatures.hpp"
+#include "project/source_coding.hpp"
 #include "session/command_context.hpp"
 #include "session/terminal.hpp"
 #include "support/settings_store.hpp"
@@ -31,5 +32,9 @@ namespace vellmark {
 /// The table of the running session, which is loaded when it is asked for the first time.
 [[nodiscard]] const SignatureTable& SignaturesOf(CommandContext& context,
                                                  TerminalMessages& messages);
+
+/// The same as a lookup for an inclusion, which must not outlive the session.
+[[nodiscard]] SignatureLookup SignatureLookupOf(CommandContext& context,
+                                                TerminalMessages& messages);
 
 }  // namespace vellmark

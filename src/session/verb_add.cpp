@@ -6,6 +6,7 @@
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
 #include "session/open_project.hpp"
+#include "session/signature_file.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -21,6 +22,9 @@ struct AddOptions {
     std::vector<std::string> paths;
     std::string to;
     std::string view = "hybrid";
+    std::string containersInIso = "ask";
+    std::string exeInHfs = "ask";
+    std::string truncate = "ask";
     bool quiet = false;
 };
 
@@ -28,6 +32,17 @@ ProjectView ViewOf(const std::string& name) {
     return name == "iso"   ? ProjectView::Iso
            : name == "hfs" ? ProjectView::Hfs
                            : ProjectView::Hybrid;
+}
+
+// The answer to a question that an option gives in advance.
+RememberedAnswer AnswerOf(const std::string& word, Remembered yes) {
+    return {word == "yes" ? yes : word == "no" ? Remembered::NoToAll : Remembered::Ask};
+}
+
+InclusionAnswers AnswersOf(const AddOptions& options) {
+    const RememberedAnswer containers = AnswerOf(options.containersInIso, Remembered::YesToAll);
+    // "Yes to all" would keep executables out of the HFS view that they are added to.
+    return {containers, containers, AnswerOf(options.exeInHfs, Remembered::YesToEach)};
 }
 
 // Items of a folder are in the views of the folder: say so when that is not what was asked for.
@@ -46,12 +61,16 @@ InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandC
                        Terminal& terminal) {
     const ProjectView view = ViewOf(options.view);
     NewFolderOptions folders{context.clock, view};
+    if (options.truncate == "auto")
+        folders.truncation = {true, true, true};
     const std::int32_t folder = NewPathFolder(project, options.to, folders, terminal.messages);
     if (folder == 0)
         return {0, 0, 0, InclusionStatus::NoSuchFolder};
     TellView(project, folder, options, terminal.messages);
     InclusionOptions inclusion{context.clock, view};
     inclusion.truncation = folders.truncation;
+    inclusion.answers = AnswersOf(options);
+    inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     return Include(project, options.paths, folder, inclusion, terminal.messages, terminal.progress);
 }
 
@@ -67,9 +86,7 @@ int Add(const AddOptions& options, CommandContext& context) {
     const InclusionResult included = AddAll(*project, options, context, terminal);
     if (!IsWorthSaving(included, terminal.messages))
         return kExitFailed;
-    if (!BackUpProject(project->path()))
-        terminal.messages.showTimedMessage(fmt::format(
-            "No backup copy of {} could be made beside it.", Printable(options.project)));
+    BackUpBeforeChange(*project, terminal.messages);
     if (!project->save(terminal.messages))
         return kExitFailed;
     terminal.progress.clear();
@@ -90,6 +107,21 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
                   "Folder of the project to add to, made when it is not there: A/B");
     arguments.add("--view", options->view, "View to add to: iso, hybrid or hfs")
         .oneOf({"iso", "hybrid", "hfs"})
+        .showDefault();
+    arguments
+        .add("--containers-in-iso", options->containersInIso,
+             "Whether MacBinary, BinHex, AppleDouble and AppleSingle files go in the ISO view too")
+        .oneOf({"ask", "yes", "no"})
+        .showDefault();
+    arguments
+        .add("--exe-in-hfs", options->exeInHfs,
+             "Whether programs of the PC (.exe) go in the HFS view too")
+        .oneOf({"ask", "yes", "no"})
+        .showDefault();
+    arguments
+        .add("--truncate", options->truncate,
+             "Shorten names that are too long without a question, or ask")
+        .oneOf({"auto", "ask"})
         .showDefault();
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
     run = [options](CommandContext& context) { return Add(*options, context); };

@@ -5,6 +5,7 @@
 
 #include "session/build_options.hpp"
 #include "session/file_modes.hpp"
+#include "session/project_rebuild.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -15,33 +16,34 @@ namespace vellmark {
 
 namespace {
 
+constexpr std::string_view kName = "build";
+
 struct BuildVerbOptions {
     std::string project;
     BuildOptions build;
+    bool rebuild = false;
 };
 
 int Build(BuildVerbOptions& options, CommandContext& context) {
+    const ProjectMode mode = ProjectModeOf(options.project);
+    if (mode == ProjectMode::IsoPlus && options.build.kind != kHybridKind)
+        return UsageError(context, kName, "An ISO+ project is built into one kind of image.");
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
     BuildOptions& build = options.build;
     if (build.output.empty())
         build.output = WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso");
     build.output = FollowLink(build.output);
-    if (ProjectModeOf(options.project) == ProjectMode::IsoPlus) {
-        terminal.messages.showMessage(
-            fmt::format("{} is an ISO+ project; this version builds hybrid projects only.",
-                        Printable(options.project)));
-        return kExitFailed;
-    }
     if (AreSameFile(options.project, build.output)) {
         terminal.messages.showMessage(
             fmt::format("The image {} would replace its own project.", Printable(build.output)));
         return kExitFailed;
     }
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(options.project), ProjectMode::Hybrid, terminal.messages,
-                          project) != ProjectOpened::Opened ||
-        !MayMakeFile(build.output, build.force, terminal.messages))
+    if (ProjectFile::Open(FollowLink(options.project), mode, terminal.messages, project) !=
+            ProjectOpened::Opened ||
+        !MayMakeFile(build.output, build.force, terminal.messages) ||
+        !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal))
         return kExitFailed;
     return RunBuild(*project, build, context, terminal);
 }
@@ -52,13 +54,15 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("-o,--output", options->build.output,
                   "Image to make; without it, the project's path with the extension iso, or dmg "
                   "for --kind hfs");
+    arguments.flag("--rebuild", options->rebuild,
+                   "Bring the project up to date with the disk first");
     AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Build(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbBuild = {"build", "", "Build the image of a project",
+const Verb kVerbBuild = {kName, "", "Build the image of a project",
                          "vellmark build disc.vlpr -o disc.iso", SetUp};
 
 }  // namespace vellmark

@@ -8,6 +8,7 @@
 #include "session/build_options.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -70,6 +71,7 @@ int Make(MakeOptions& options, CommandContext& context) {
     // The folder is to look the same on both sides, so nothing is asked.
     InclusionOptions inclusion{context.clock};
     inclusion.answers = kYesToAll;
+    inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     inclusion.truncation = {true, true, true};
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});

@@ -17,6 +17,7 @@ struct NewOptions {
     std::string path;
     std::string label;
     bool hfsPlus = false;
+    bool rebuild = false;
     bool force = false;
     bool quiet = false;
 };
@@ -32,6 +33,7 @@ int New(const NewOptions& options, CommandContext& context) {
         return kExitFailed;
     ProjectDefaults defaults;
     defaults.isHfsPlus = options.hfsPlus;
+    defaults.rebuild = options.rebuild;
     ProjectFile project = ProjectFile::Create(path, mode, defaults);
     if (!options.label.empty() &&
         !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
@@ -56,6 +58,8 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
     arguments.add("-l,--label", options->label,
                   "Name of the volume; without it, the name of the image when it is built");
+    arguments.flag("--rebuild", options->rebuild,
+                   "Bring the project up to date with the disk before each build");
     arguments.flag("-f,--force", options->force, "Replace an existing file");
     arguments.flag("-q,--quiet", options->quiet, "No result line");
     run = [options](CommandContext& context) { return New(*options, context); };

@@ -4,7 +4,10 @@
 #include <memory>
 
 #include "containers/names.hpp"
+#include "project/replace_signature.hpp"
 #include "session/change_run.hpp"
+#include "session/file_modes.hpp"
+#include "session/open_project.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_search.hpp"
@@ -34,6 +37,47 @@ std::optional<std::array<char, 8>> SignatureOf(const std::string& typed) {
     return signature;
 }
 
+using Signature = std::array<char, 8>;
+
+// Asks for one file, when each is asked for.
+bool Agrees(const ReplaceOptions& options, RememberedAnswer& answer, const std::string& name,
+            Terminal& terminal, Language language) {
+    return !options.ask ||
+           answer.ask(terminal.messages, FormatText(kTextEditSignature, language,
+                                                    options.oldSignature, Printable(name)));
+}
+
+void TellCount(std::int64_t count, const ReplaceOptions& options, CommandContext& context) {
+    if (!options.quiet)
+        context.output << fmt::format("{} file{} changed\n", count, count == 1 ? "" : "s");
+}
+
+int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const Signature& to,
+                     CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(options.partition.image, terminal.messages, project))
+        return kExitFailed;
+    RememberedAnswer answer;
+    const std::int64_t count =
+        ReplaceSignature(*project, from, to, [&](const ProjectRecord& record) {
+            return Agrees(options, answer, NarrowToUtf8(record.sourceName()), terminal,
+                          context.language);
+        });
+    if (StopSignals::requested()) {
+        terminal.messages.showMessage("Stopped as you wished; nothing was changed.");
+        return kExitFailed;
+    }
+    if (count > 0) {
+        BackUpBeforeChange(*project, terminal.messages);
+        if (!project->save(terminal.messages))
+            return kExitFailed;
+    }
+    TellCount(count, options, context);
+    return kExitDone;
+}
+
 int Replace(const ReplaceOptions& options, CommandContext& context) {
     const auto from = SignatureOf(options.oldSignature);
     const auto to = SignatureOf(options.newSignature);
@@ -44,15 +88,19 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
                         Printable(from ? options.newSignature : options.oldSignature)));
     if (options.ask && !context.asks)
         return UsageError(context, kName, "--ask needs a terminal.");
+    if (const FileMode mode = FileModeOf(options.partition.image);
+        mode == FileMode::Project || mode == FileMode::IsoPlus) {
+        if (options.partition.partition || options.partition.writable)
+            return UsageError(context, kName, "A project has no partitions and no protection.");
+        return ReplaceInProject(options, *from, *to, context);
+    }
     ChangeRun run(context, options.quiet);
     if (!run.open(options.partition))
         return kExitFailed;
     RememberedAnswer answer;
     const auto agrees = [&](const SearchHit& hit) {
-        return !options.ask ||
-               answer.ask(run.terminal.messages,
-                          FormatText(kTextEditSignature, context.language, options.oldSignature,
-                                     Printable(ShownName(run.volume(), hit.name))));
+        return Agrees(options, answer, ShownName(run.volume(), hit.name), run.terminal,
+                      context.language);
     };
     Replaced replaced;
     const TreeResult result = ReplaceSignature(run.volume(), *from, *to, replaced, agrees);
@@ -64,15 +112,14 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
             path, EditSentence(EditResult::Protected, path, context.language));
     }
     const int status = run.finish();
-    if (result == TreeResult::Done && !options.quiet)
-        context.output << fmt::format("{} file{} changed\n", replaced.count,
-                                      replaced.count == 1 ? "" : "s");
+    if (result == TreeResult::Done)
+        TellCount(static_cast<std::int64_t>(replaced.count), options, context);
     return status;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ReplaceOptions>();
-    AddPartitionOptions(arguments, options->partition);
+    AddPartitionOptions(arguments, options->partition);  // a project stands in the image's place
     arguments.add("OLD", options->oldSignature, "Type and creator, eight characters").required();
     arguments.add("NEW", options->newSignature, "What takes their place").required();
     arguments.flag("--ask", options->ask, "Ask for each file");

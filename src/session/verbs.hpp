@@ -35,6 +35,7 @@ struct Verb {
 extern const Verb kVerbAdd;
 extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
+extern const Verb kVerbCheck;
 extern const Verb kVerbConfig;
 extern const Verb kVerbFind;
 extern const Verb kVerbFormat;
@@ -46,7 +47,9 @@ extern const Verb kVerbMake;
 extern const Verb kVerbMkdir;
 extern const Verb kVerbMv;
 extern const Verb kVerbNew;
+extern const Verb kVerbPath;
 extern const Verb kVerbPut;
+extern const Verb kVerbRebuild;
 extern const Verb kVerbRename;
 extern const Verb kVerbReplaceSignature;
 extern const Verb kVerbRm;

@@ -16,8 +16,16 @@ void FileOpenError(Messages& messages, std::string_view path, std::string_view r
 }
 
 Answer RememberedAnswer::answer(Messages& messages, std::string_view question) {
-    if (kept != Remembered::Ask)
-        return kept == Remembered::YesToAll ? Answer::YesToAll : Answer::NoToAll;
+    switch (kept) {
+        case Remembered::NoToAll:
+            return Answer::NoToAll;
+        case Remembered::YesToEach:
+            return Answer::Yes;
+        case Remembered::YesToAll:
+            return Answer::YesToAll;
+        case Remembered::Ask:
+            break;
+    }
     const Answer given = messages.askYesNoRemember(question);
     if (given == Answer::YesToAll)
         kept = Remembered::YesToAll;

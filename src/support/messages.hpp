@@ -72,7 +72,12 @@ class Messages {
 void FileOpenError(Messages& messages, std::string_view path, std::string_view reason);
 
 /// What is kept of the answers to one question that a batch asks for many items.
-enum class Remembered : int { NoToAll = -1, Ask = 0, YesToAll = 2 };
+enum class Remembered : int {
+    NoToAll = -1,
+    Ask = 0,
+    YesToEach = 1,  ///< as if yes was said to every item by itself; nobody's answer gives it
+    YesToAll = 2
+};
 
 /// One such question. The kept answer lives as long as its record, never longer than the program.
 struct RememberedAnswer {

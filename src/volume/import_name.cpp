@@ -179,6 +179,10 @@ std::optional<CatalogName> Shortening::askOther(CatalogName name) {
 
 }  // namespace
 
+std::string HfsNameFromPc(std::string_view pcName) {
+    return MacNameOf(WideOfPc(pcName));
+}
+
 CatalogName NameFromPc(const VolumeContext& volume, std::string_view pcName) {
     const std::u16string wide = WideOfPc(pcName);
     CatalogName name;

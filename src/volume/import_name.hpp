@@ -28,6 +28,9 @@ struct ImportTruncation {
 /// The result may be too long; it is empty for an empty name.
 [[nodiscard]] CatalogName NameFromPc(const VolumeContext& volume, std::string_view pcName);
 
+/// The same on HFS, as MacRoman, without a volume.
+[[nodiscard]] std::string HfsNameFromPc(std::string_view pcName);
+
 /// A MacRoman name of a container, cut to what the volume takes, `_` for a colon; empty when
 /// nothing is left of it.
 [[nodiscard]] CatalogName NameFromContainer(const VolumeContext& volume, std::string_view macName);

@@ -12,8 +12,6 @@
 
 namespace vellmark {
 
-namespace {
-
 std::string FaultSentence(ContainerFault fault) {
     switch (fault) {
         case ContainerFault::None:
@@ -47,8 +45,6 @@ std::string FaultSentence(ContainerFault fault) {
     }
     return {};
 }
-
-}  // namespace
 
 std::string UnreadableSentence(int error) {
     return fmt::format("It cannot be read: {}.", SystemErrorText(error));

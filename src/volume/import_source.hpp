@@ -12,6 +12,8 @@
 
 namespace vellmark {
 
+/// A fault as a sentence, "" for none.
+[[nodiscard]] std::string FaultSentence(ContainerFault fault);
 /// Why a file was left out that the system refuses to read.
 [[nodiscard]] std::string UnreadableSentence(int error);
 

@@ -118,6 +118,28 @@ TEST(DiscNames, HfsPlusTakesTheTrueNameDecomposed) {
     EXPECT_EQ(NameOne({"😀.txt"}).hfsPlusName, u"😀.txt");
 }
 
+TEST(DiscNames, AFileOfAServerHasItsNameOnTheDiskUnlessItIsLocked) {
+    for (const bool locked : {false, true}) {
+        ProjectRecord record;
+        record.number = -1;
+        record.setAccessPath("/pc/");
+        record.setSourceName("NOTES~1.TXT");
+        record.setShortNameFlag(true);
+        record.setHfsName("old name");
+        record.setCoding(ForkCoding::NamedStreams);
+        record.setHfsNameLocked(locked);
+        DiscItem item;
+        item.record = &record;
+        item.inHfs = true;
+        std::vector<DiscItem> items = {item};
+        AssignNames(items, {u"r\u00E9sum\u00E9 \u2014 a name of more than 31 units.txt"},
+                    CompileMode::HybridHfs);
+        EXPECT_EQ(items[0].hfsName, locked ? "old name" : "r\x8Esum\x8E - a name of more tha.txt");
+        AssignNames(items, {u"r\u00E9sum\u00E9"}, CompileMode::HybridHfsPlus);
+        EXPECT_EQ(items[0].hfsPlusName, locked ? u"old name" : u"re\u0301sume\u0301");
+    }
+}
+
 TEST(DiscNames, ThousandsOfNamesThatShareTheirBeginningAllStayApart) {
     // The names agree in all that HFS and Joliet can hold of them.
     std::vector<Source> sources;

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
+#include <ranges>
 
 #include "compiler/hfs_layout.hpp"
 #include "compiler/iso_layout.hpp"
@@ -16,7 +18,7 @@ DiscPlan PlanOf(std::size_t files, std::uint32_t sizeBytes) {
     for (std::size_t i = 0; i < files; ++i) {
         DiscItem item;
         item.inIso = item.inHfs = true;
-        item.sizeBytes = sizeBytes;
+        item.run(RunKind::File).sizeBytes = sizeBytes;
         item.isoName = "F" + std::to_string(i);
         item.jolietName = u"file number " + std::u16string(i % 40, u'n');
         item.hfsName = std::string(10 + i % 20, 'n');
@@ -38,6 +40,24 @@ TEST(IsoLayout, SmallestImageHasTheReservesOfTheFormat) {
     EXPECT_EQ(layout.fileArea, 31u);  // one sector and a reserve of four
 }
 
+TEST(IsoLayout, AnImageWithTheAppleExtensionHasNoMoreThanTheReservesUntilTheyAreFull) {
+    DiscPlan plan = PlanOf(1, 10);
+    plan.appleExtension = true;
+    const IsoLayout least = ComputeLayout(plan, 2048);
+    EXPECT_EQ(least.joliet.pathTableL, 23u);
+    EXPECT_EQ(least.joliet.rootDirectory, 25u);
+    EXPECT_EQ(least.fileArea, 29u);
+    std::size_t files = 2;
+    while (ComputeLayout(plan, 2048).fileArea == 29) {
+        plan = PlanOf(++files, 10);
+        plan.appleExtension = true;
+        ASSERT_LT(files, 1000u);
+    }
+    const IsoLayout next = ComputeLayout(plan, 2048);
+    EXPECT_TRUE(next.iso.directorySectors == 3 || next.joliet.directorySectors == 5);
+    EXPECT_EQ(next.fileArea, 29 + next.iso.directorySectors + next.joliet.directorySectors);
+}
+
 TEST(IsoLayout, FileAreaBeginsAtAMultipleOfTheAllocationBlock) {
     for (std::uint32_t size = 2048; size <= 63488; size += 2048) {
         const IsoLayout layout = ComputeLayout(PlanOf(100, 10), size);
@@ -48,11 +68,15 @@ TEST(IsoLayout, FileAreaBeginsAtAMultipleOfTheAllocationBlock) {
 TEST(IsoLayout, ADirectoryIsMeasuredAsItIsWritten) {
     // Records of 34 + n bytes fill sectors unevenly: measure and writer must agree on each.
     const TemporaryFolder folder;
-    for (const std::size_t files : {0u, 1u, 40u, 41u, 42u, 43u, 500u, 1999u}) {
+    for (const std::size_t i : std::views::iota(0u, 16u)) {
+        const std::size_t files = std::array{0, 1, 40, 41, 42, 43, 500, 1999}[i / 2];
         DiscPlan plan = PlanOf(files, 10);
+        plan.appleExtension = i % 2 == 1;
+        for (std::size_t item = 0; item < files; item += 3)
+            plan.folders[0].items[item].run(RunKind::Resource).sizeBytes = 1;
         std::vector<ProjectRecord> records(files);
-        for (std::size_t i = 0; i < files; ++i)
-            plan.folders[0].items[i].record = &records[i];
+        for (std::size_t item = 0; item < files; ++item)
+            plan.folders[0].items[item].record = &records[item];
         const IsoLayout layout = ComputeLayout(plan, 2048);
         TempTableSet tables(folder.path());
         ASSERT_TRUE(tables.isOpen());
@@ -75,6 +99,18 @@ TEST(IsoDates, YearsThatAByteCannotTellBecomeTheNearest) {
     EXPECT_EQ(date.minute, 34);
     EXPECT_EQ(date.second, 56);
     EXPECT_EQ(date.zone, 0);
+}
+
+TEST(IsoDates, AFileWithForksHasTheYearOfItsCentury) {
+    const struct {
+        MacSeconds local;
+        int year;
+    } rows[] = {{0, 4}, {3'029'529'599, 99}, {3'029'529'600, 0}, {3'500'000'000, 14}};
+    for (const auto& row : rows)
+        EXPECT_EQ(ToIsoForkDate(row.local).year, row.year) << row.local;
+    const IsoShortDate date = ToIsoForkDate(3'500'000'000);  // 2014-11-28 06:13:20
+    EXPECT_EQ(date.month * 100 + date.day, 1128);
+    EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 61320);
 }
 
 // What every HFS layout must keep, whatever it was computed from.

@@ -62,6 +62,12 @@ def seven_zip(image, out, kind):
     return _folder_contents(out)
 
 
+def seven_zip_resource(image, path):
+    """The resource fork that 7zz finds in an HFS Plus volume, below its name; b"" for none."""
+    return _run("7zz", "e", "-so", "-bd", "-thfs", "-sns", image, "/".join(path) + ":rsrc",
+                allowed=(0, 1))
+
+
 def isoinfo_list(image, *options):
     """The paths that isoinfo finds, as it writes them."""
     text = _run("isoinfo", *options, "-f", "-i", image).decode("iso8859-1")
@@ -83,13 +89,19 @@ class MacFile:
     modified: int
     finder_flags: int
     data: bytes
-    rsrc_size: int
+    rsrc: bytes
+
+    @property
+    def rsrc_size(self):
+        """Length of the resource fork."""
+        return len(self.rsrc)
 
 
 def _mac_binary(raw):
     data_size, rsrc_size, created, modified = struct.unpack_from(">4I", raw, 83)
+    rsrc_at = 128 + -(-data_size // 128) * 128
     return MacFile(raw[65:69], raw[69:73], created, modified, raw[73] << 8 | raw[101],
-                   raw[128:128 + data_size], rsrc_size)
+                   raw[128:128 + data_size], raw[rsrc_at:rsrc_at + rsrc_size])
 
 
 def hfs_utils(image, out):

@@ -6,6 +6,7 @@ import hashlib
 import random
 import re
 import unittest
+from pathlib import Path
 from unicodedata import normalize
 
 import judges
@@ -16,6 +17,22 @@ from source_tree import MAC_EPOCH, SourceTree
 ISO_NAME = re.compile(r"[A-Z0-9_]{1,8}(\.[A-Z0-9_]{1,3})?")
 INVISIBLE, HIDDEN = 0x4000, 0x01
 TEXT = (b"TEXT", b"????")
+SIGNATURES = Path(__file__).resolve().parents[2] / "data/default.sig"
+
+
+@functools.cache
+def signatures():
+    """{extension: (type, creator)} of the English part of the table that comes with the program."""
+    rows = SIGNATURES.read_bytes().partition(b"#[1]")[0].splitlines()
+    fields = (row.split(b",") for row in reversed(rows) if row and not row.startswith(b"#"))
+    return {extension.decode(): (signature[:4], signature[4:])
+            for extension, signature, *_ in fields}
+
+
+def type_of(source):
+    """Type and creator of a file by the end of its name."""
+    _, dot, extension = source.path[-1].rpartition(".")
+    return signatures().get(extension.upper(), TEXT) if dot else TEXT
 
 
 def on_images(*views):
@@ -118,7 +135,7 @@ class StrictReaders(ReadBack):
         for path, source in sources.items():
             entry = files[path]
             modified = source.mac_local if view == "hfs" else source.mac_gmt
-            self.assertEqual((*TEXT, 0, modified, INVISIBLE if source.hidden else 0),
+            self.assertEqual((*type_of(source), 0, modified, INVISIBLE if source.hidden else 0),
                              (entry.type, entry.creator, entry.rsrc.logical, entry.modified,
                               entry.finder_flags), path)
 
@@ -224,7 +241,7 @@ class MacJudges(ReadBack):
                               {path: found[path].data for path in sources if path in found})
         for path, source in sources.items():
             got = found[path]
-            self.assertEqual((*TEXT, 0, source.mac_local, INVISIBLE if source.hidden else 0),
+            self.assertEqual((*type_of(source), 0, source.mac_local, INVISIBLE if source.hidden else 0),
                              (got.type, got.creator, got.rsrc_size, got.modified,
                               got.finder_flags), path)
 
@@ -255,7 +272,8 @@ class MacJudges(ReadBack):
             self.assertEqual(sources[path].content,
                              judges.sleuth_read(image.path, sector, files[path].number), path)
         for path in random.Random(1150).sample(sorted(sources), 20):
-            self.assertEqual(TEXT, judges.sleuth_type(image.path, sector, files[path].number))
+            self.assertEqual(type_of(sources[path]),
+                             judges.sleuth_type(image.path, sector, files[path].number))
 
     @on_images("hfs", "plus")
     def test_names_by_key(self, view, image, _):

@@ -90,5 +90,15 @@ TEST(InclusionRules, AnAnswerToAllHoldsForOneQuestionOnly) {
     EXPECT_NE(messages.questions[1].find("AppleDouble"), std::string::npos);
 }
 
+TEST(InclusionRules, YesToEachAsksNobodyAndIsNoYesToAll) {
+    ScriptedMessages messages;
+    InclusionAnswers answers;
+    answers.executable.kept = Remembered::YesToEach;
+    ProjectRecord executable = Item(1, -1, "a.exe", 0, 0);
+    DecideViews(executable, ProjectView::Hfs, "/p/a.exe", answers, messages);
+    EXPECT_EQ(ViewsOf(executable), "H");
+    EXPECT_TRUE(messages.questions.empty());
+}
+
 }  // namespace
 }  // namespace vellmark

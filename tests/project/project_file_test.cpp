@@ -249,5 +249,27 @@ TEST(ProjectFile, ANumberThatStandsTwiceStaysConsistent) {
     EXPECT_EQ(project.countRecords(), 0u);
 }
 
+TEST(ProjectFile, ManyItemsLeaveAtOnceAsTheyWouldOneByOne) {
+    ProjectFile together = EmptyProject();
+    for (std::int32_t i = 1; i <= 60; ++i)
+        together.insert(Item(1, i % 5 ? -i : 100 + i, "n" + std::to_string(i * 37 % 60)));
+    together.insert(Item(105, -500, "below a folder that leaves"));
+    together.insert(Item(110, -501, "below a folder that stays"));
+    ProjectFile oneByOne = together;
+    const std::vector<std::int32_t> leaving = {-1, 105, -59, -31, 160, -777, -500, -1};
+    const RemovedItems removed = together.deleteItems(1, leaving);
+    EXPECT_EQ(removed.folders, 2);
+    EXPECT_EQ(removed.files, 3) << "a number that is not there, and one that lies elsewhere";
+    for (std::int32_t number : leaving)
+        oneByOne.deleteItem(1, number);
+    for (std::int32_t number = -501; number <= 160; ++number) {
+        const ProjectRecord* record = together.findByNumber(number);
+        ASSERT_EQ(record != nullptr, oneByOne.findByNumber(number) != nullptr) << number;
+        EXPECT_TRUE(!record || record->number == number) << number << " has an old place";
+    }
+    EXPECT_EQ(together.countRecords(), 56u);
+    EXPECT_EQ(together.findByNumber(-500), nullptr);
+}
+
 }  // namespace
 }  // namespace vellmark

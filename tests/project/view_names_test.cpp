@@ -201,11 +201,15 @@ TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {
     inner.setHfsName("In\x8Er");
     inner.setBinHex(true);
     project.insert(inner);
+    ProjectRecord streams = Item(1, -4, "streams");
+    streams.setCoding(ForkCoding::NamedStreams);
+    project.insert(streams);
     SetFieldText(project.header().dataPreparer, std::string(120, 'p'));
     RedoNamesForHfsPlus(project);
     EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(40) + "\xE9");
     EXPECT_EQ(project.findByNumber(-2)->hfsName(), "Ic\xE9n");
     EXPECT_EQ(project.findByNumber(-3)->hfsName(), "In\xE9r");
+    EXPECT_TRUE(project.findByNumber(-4)->unicodeOnDisk());
     EXPECT_EQ(project.header().hfsLabel(), "\xE9");
     EXPECT_EQ(FieldText(project.header().dataPreparer), std::string(120, 'p'))
         << "the header is no record with a source name";
@@ -218,12 +222,32 @@ TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
     project.insert(Item(1, -2, X(31) + "a"));
     project.insert(Item(1, -3, "\xE9"));
     project.insert(Item(18, -4, X(31) + "a"));
+    ProjectRecord streams = Item(1, -5, "streams");
+    streams.setUnicodeOnDisk(true);
+    project.insert(streams);
     RedoNamesForHfs(project);
     EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(31));
     EXPECT_EQ(project.findByNumber(-2)->hfsName().substr(0, 27), X(26) + "-");
     EXPECT_EQ(project.findByNumber(-3)->hfsName(), "\x8E");
     EXPECT_EQ(project.findByNumber(-4)->hfsName(), X(31)) << "another folder";
+    EXPECT_FALSE(project.findByNumber(-5)->unicodeOnDisk());
     EXPECT_EQ(project.header().hfsLabel(), X(27));
+}
+
+TEST(ViewNames, AFileWithStreamsHasItsNameFromTheDiskInHfsPlusAlone) {
+    ProjectFile project = EmptyProject();
+    ProjectRecord streams = Item(1, -1, "the whole name of a file of the PC.txt");
+    streams.setCoding(ForkCoding::NamedStreams);
+    streams.setHfsName("short");
+    project.insert(streams);
+    ScriptedMessages messages;
+    TurnToHfsPlus(project, messages, "Why.");
+    EXPECT_TRUE(project.childrenOf(1)[0].unicodeOnDisk());
+    EXPECT_EQ(project.childrenOf(1)[0].hfsName(), streams.sourceName());
+    EXPECT_EQ(messages.shown.size(), 1u) << "the user is told";
+    RedoNamesForHfs(project);
+    EXPECT_FALSE(project.childrenOf(1)[0].unicodeOnDisk());
+    EXPECT_LE(project.childrenOf(1)[0].hfsName().size(), 31u);
 }
 
 }  // namespace

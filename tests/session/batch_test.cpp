@@ -97,6 +97,35 @@ TEST_F(BatchTest, QuestionsAreAnsweredWithYesEvenOnATerminal) {
     EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"a.txt IH", longName + " IH", "sub IH"}));
 }
 
+TEST_F(BatchTest, AListNamesWhatIsIncludedAndItsFaultsAreTold) {
+    Write("in/c d.dat", "c");
+    Write("in/sub/e.dat", "e");
+    Write("whole.txt", "\xEF\xBB\xBFin\\a.txt\r\n  in/c d.dat\t\r\nin/sub/*.dat");
+    expectSilent({"/II", "p.vlpr", "$whole.txt"});
+    EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"a.txt I", "c d.dat I", "e.dat I"}));
+
+    Write("torn.txt", std::string("in/a.txt\n\nin/nope\na\0b\n", 22) + std::string(5000, 'x') +
+                          "\nin/*.none\nin/a.txt\nin/sub\n");
+    expectSilent({"/FH", "q.vlso", "A\\B"});  // an ISO+ project has the ISO view alone
+    EXPECT_EQ(run({"/I", "q.vlso", "$torn.txt"}), 3);
+    EXPECT_EQ(itemsOf(opened("q.vlso", ProjectMode::IsoPlus), 1),
+              (Names{"A I", "a.txt I", "sub I"}));
+    for (const char* told : {"torn.txt, line 2: it is empty", "in/nope: it names no",
+                             "torn.txt, line 4: it is no text", "torn.txt, line 5: it is longer",
+                             "*.none: it names no", "a.txt: it is in the project already"})
+        EXPECT_NE(err_.find(told), std::string::npos) << told << "\n" << err_;
+}
+
+TEST_F(BatchTest, TypesAndCreatorsComeFromTheSignatureTable) {
+    Write("../own.sig", "TXT,TEXTttxt,Text\r\n");
+    shippedSignatures_ = {"../own.sig"};
+    expectSilent({"/I", "p.vlpr", "in/a.txt"});
+    EXPECT_EQ(opened("p.vlpr").childrenOf(1)[0].signature(), "TEXTttxt");
+    EXPECT_EQ(run({"new", "q.vlpr"}), 0);
+    EXPECT_EQ(run({"add", "q.vlpr", "in/a.txt"}), 0) << err_;
+    EXPECT_EQ(opened("q.vlpr").childrenOf(1)[0].signature(), "TEXTttxt");
+}
+
 TEST_F(BatchTest, LabelsOfOneSideOrBoth) {
     expectSilent({"/L", "p.vlpr", "Both"});
     expectSilent({"/LH", "p.vlpr", "\xC3\xA9t\xC3\xA9"});
@@ -135,6 +164,7 @@ TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
     expectSilent({"/L", "q.vlso", "Q"});
     expectSilent({"/L", "empty.vlpr", "E"});
     Write("p2.vlpr", "no project");
+    Write("p2.lines", "\n");
     Write("x.ISO", test::Bytes("p.vlpr"));
     fs::create_directories("full.ISO");
     fs::copy_file("p.vlpr", "full.vlpr");
@@ -151,8 +181,11 @@ TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
         {{"/C", "q.vlso"}, "/C is not managed"},
         {{"/CJ", "p.vlpr"}, "/CJ is not managed"},
         {{"/C/", "p.vlpr"}, "/C/ is not managed"},
-        {{"/R", "p.vlpr"}, "/R is not managed"},
-        {{"/RJ", "p.vlpr", "log"}, "/RJ is not managed"},
+        {{"/R", "nope.vlpr"}, "Error opening file nope.vlpr"},
+        {{"/RH", "p.vlpr"}, "/RH is not managed"},
+        {{"/RJ", "p.vlpr"}, "/RJ needs a project and an argument."},
+        {{"/RJ", "p.vlpr", "p.vlpr"}, "works on that file itself"},
+        {{"/RJ", "p.vlpr", "nope/log"}, "Error opening file nope/log"},
         {{"/H", "a", "b"}, "/H is not managed"},
         {{"/DC", "a", "b"}, "/DC is not managed"},
         {{"/F", "p.vlpr"}, "/F needs a project and an argument."},
@@ -163,7 +196,9 @@ TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
         {{"/I", "p.vlpr", "nope"}, "nope names no file"},
         {{"/I", "new.vlpr", "nope"}, "nope names no file"},
         {{"/I", "p.vlpr", "in"}, "already exists"},
-        {{"/I", "p.vlpr", "$list"}, "/I is not managed"},
+        {{"/I", "p.vlpr", "$list"}, "The list list cannot be read: No such file"},
+        {{"/I", "p.vlpr", "$in"}, "The list in cannot be read: it is no file"},
+        {{"/I", "p.vlpr", "$p2.lines"}, "p2.lines names nothing"},
         {{"/I", "p.vlpr", "in/a.txt", "in/sub"}, "a pattern stands in quotes"},
         {{"/L", "p.vlpr", ""}, "takes 1 to 27"},
         {{"/L", "new.vlpr", "1234567890123456789012345678"}, "takes 1 to 27"},

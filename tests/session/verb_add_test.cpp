@@ -124,6 +124,34 @@ TEST_F(AddTest, WhatIsLeftOutIsNamedAndTheRestGoesOn) {
     EXPECT_EQ(itemsOf(opened("p.vlpr"), 18), (Names{"a.txt IH", "sub IH"}));
 }
 
+TEST_F(AddTest, AnswersGivenInAdvanceAreNotAskedFor) {
+    asks_ = true;  // and nobody types anything: a question would lose the item
+    Write("s", std::string("\0\x05\x16\0\0\x02\0\0", 8) + std::string(18, '\0'));
+    const std::string longName(40, 'n');
+    Write(longName, "x");
+    const struct {
+        Names options;
+        const char* single;
+        const char* executable;
+    } cases[] = {
+        {{"--containers-in-iso", "yes", "--exe-in-hfs", "yes"}, "s IH", "c.exe IH"},
+        {{"--containers-in-iso", "no", "--exe-in-hfs", "no"}, "s H", "c.exe I"},
+        {{"--containers-in-iso", "no", "--exe-in-hfs", "yes", "--view", "hfs"}, "s H", "c.exe H"},
+    };
+    for (const auto& c : cases) {
+        ASSERT_EQ(run({"new", "p.vlpr", "--force"}), 0) << err_;
+        Names line = {"add", "p.vlpr", "s", "c.exe", longName, "--truncate", "auto"};
+        line.insert(line.end(), c.options.begin(), c.options.end());
+        EXPECT_EQ(run(line), 0) << err_;
+        const ProjectFile project = opened("p.vlpr");
+        const Names items = itemsOf(project, 1);
+        ASSERT_EQ(items.size(), 3u);
+        EXPECT_EQ(items[0], c.executable);
+        EXPECT_EQ(items[2], c.single);
+        EXPECT_EQ(project.childrenOf(1)[1].hfsName(), std::string(31, 'n'));
+    }
+}
+
 TEST_F(AddTest, AFailureChangesNothing) {
     fs::create_symlink("nowhere", "dangling");
     ASSERT_EQ(run({"add", "p.vlpr", "in"}), 0);

@@ -206,7 +206,7 @@ TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
         {{"empty.vlpr"}, "not recognized as a project file"},
         {{"cut.vlpr"}, "cut short or damaged"},
         {{"in"}, "in. Is a directory"},
-        {{"plus.vlso"}, "ISO+ project"},
+        {{"plus.vlso"}, "contains no files"},
         {{"p.vlpr", "-o", "p.vlpr"}, "would replace its own project"},
         {{"p.vlpr", "-o", "./in/../p.vlpr", "--force"}, "would replace its own project"},
         {{"p.vlpr", "-o", "old.iso"}, "old.iso exists already"},

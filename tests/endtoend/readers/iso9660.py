@@ -12,6 +12,7 @@ MAX_DESCRIPTORS = 64
 PRIMARY, SUPPLEMENTARY, TERMINATOR = 1, 2, 255
 JOLIET_ESCAPES = (b"%/@", b"%/C", b"%/E")
 FOLDER, ASSOCIATED, MULTI_EXTENT = 0x02, 0x04, 0x80
+APPLE_FIELD, APPLE_VERSION = 14, 2
 
 
 def both_endian(raw, label, problems):
@@ -54,6 +55,22 @@ class Descriptor:
         if self.joliet:
             return raw[:len(raw) // 2 * 2].decode("utf-16-be", "replace").rstrip(" \0")
         return raw.decode("latin-1").rstrip(" \0")
+
+
+@dataclass
+class AppleInfo:
+    """What Apple's extension tells of a file."""
+
+    type: bytes
+    creator: bytes
+    finder_flags: int
+
+
+def apple_info(system_use):
+    """The AppleInfo at the start of a system use area, or None."""
+    if len(system_use) < APPLE_FIELD or system_use[:2] != b"AA":
+        return None
+    return AppleInfo(system_use[4:8], system_use[8:12], int.from_bytes(system_use[12:14], "big"))
 
 
 @dataclass
@@ -106,6 +123,11 @@ class Entry:
     def extent(self):
         """The first block."""
         return self.extents[0][0]
+
+    @property
+    def apple(self):
+        """Type and creator, where the disc tells them."""
+        return apple_info(self.system_use)
 
     def read(self):
         """The bytes of the file."""

@@ -4,7 +4,8 @@ import re
 import struct
 from itertools import chain
 
-from .iso9660 import ASSOCIATED, FOLDER, MULTI_EXTENT, SECTOR, both_endian
+from .iso9660 import (APPLE_FIELD, APPLE_VERSION, ASSOCIATED, FOLDER, MULTI_EXTENT, SECTOR,
+                      both_endian)
 from .window import FormatError
 
 _ISO_FILE = re.compile(rb"[A-Z0-9_]*\.[A-Z0-9_]*;[0-9]{1,5}")
@@ -105,9 +106,11 @@ def _records(image, tree, levels, problems, warnings):
     for directory in chain.from_iterable(levels):
         where = f"{tree} /{'/'.join(directory.path)}"
         taken, previous, open_section, previous_size = set(), None, None, 0
+        problems += [f"{where} {fault}" for fault in _associated_faults(directory.records)]
         for record in directory.records:
             label = f"{where} {image.name_text(tree, record.identifier)!r}"
             names += [f"{label}: {fault}" for fault in _name_faults(tree, record)]
+            problems += [f"{label}: {fault}" for fault in _apple_faults(record)]
             date = record.date
             if any(date) and not _in_range(list(date[1:6]), date[6]):
                 problems.append(f"{label}: date {date.hex()}")
@@ -135,6 +138,26 @@ def _records(image, tree, levels, problems, warnings):
             previous = key
         if open_section is not None:
             problems.append(f"{where}: the last file section of the last file is missing")
+
+
+def _apple_faults(record):
+    """What Apple's note on its extension does not allow in a system use area that has it."""
+    raw = record.system_use
+    if raw[:2] != b"AA":
+        return
+    if len(raw) < APPLE_FIELD or (raw[2], raw[3]) != (APPLE_FIELD, APPLE_VERSION):
+        yield f"Apple extension {raw[:4].hex()} in {len(raw)} bytes"
+    if record.flags & FOLDER:
+        yield "directory with the type and creator of a file"
+
+
+def _associated_faults(records):
+    """An associated file stands directly before the file that it belongs to."""
+    for record, following in zip(records, records[1:] + [None]):
+        if record.flags & ASSOCIATED and not record.flags & MULTI_EXTENT and (
+                following is None or following.identifier != record.identifier
+                or following.flags & ASSOCIATED):
+            yield f"{record.identifier!r}: associated file without its file behind it"
 
 
 def _split_name(tree, identifier):

@@ -4,6 +4,7 @@ import functools
 import os
 import re
 import shutil
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -116,6 +117,19 @@ def _made_from(fill, command):
 def iso_image():
     """ISO 9660 with Joliet by genisoimage."""
     return _made_from(_tree, ["genisoimage", "-quiet", "-J", "-V", "VOLUME"])
+
+
+@functools.cache
+def apple_image():
+    """ISO 9660 with Apple's extension by genisoimage: a file with two forks, and a plain one."""
+    def fill(folder):
+        (folder / "file").write_bytes(b"data" * 100)
+        # AppleDouble (RFC 1740): the Finder's information, then the resource fork.
+        (folder / "._file").write_bytes(
+            struct.pack(">II16xH6I", 0x51607, 0x20000, 2, 9, 50, 32, 2, 82, 600)
+            + b"TYPEcrea".ljust(32, b"\0") + b"rsrc" * 150)
+        (folder / "plain.txt").write_bytes(b"plain")
+    return _made_from(fill, ["genisoimage", "-quiet", "-R", "-apple", "--osx-double"])
 
 
 @functools.cache

@@ -134,6 +134,22 @@ FAULTS = [
 ]
 
 
+def _move_associated(patch):
+    """The associated file gets the name of another one."""
+    at = patch.record("iso", "FILE.;1")
+    patch.data[at + 33] = 0x45
+
+
+APPLE_FAULTS = [
+    ("length", lambda p: p.data.__setitem__(p.record("iso", "FILE.;1") + 42, 15), "Apple extension"),
+    ("version", lambda p: p.data.__setitem__(p.record("iso", "FILE.;1") + 43, 1),
+     "Apple extension"),
+    ("associated alone", _move_associated, "associated file without its file"),
+    ("associated twice", lambda p: p.data.__setitem__(p.record("iso", "PLAIN.TXT;1") + 25, 4),
+     "associated file without its file"),
+]
+
+
 def _swap_files(patch):
     """Two neighbouring files change places: names and extents, so that only the order is wrong."""
     first = patch.record("iso", "SUB_FOLD", "FILE_001.TXT;1")
@@ -167,9 +183,11 @@ class IsoFaults(unittest.TestCase):
         self.assertEqual(results_of(self.image), ([], []))
 
     def test_each_fault_is_reported(self):
-        for name, plant, words in FAULTS:
+        apple = makers.apple_image()
+        for image, (name, plant, words) in [*((self.image, row) for row in FAULTS),
+                                            *((apple, row) for row in APPLE_FAULTS)]:
             with self.subTest(name):
-                patch = IsoPatch(self.image)
+                patch = IsoPatch(image)
                 plant(patch)
                 problems, _ = results_of(patch.data)
                 self.assertTrue(any(words in problem for problem in problems), problems)

@@ -167,6 +167,15 @@ class Genisoimage(unittest.TestCase):
         self.assertEqual(joliet["caf\u00e9.txt"], b"accent\n")
         self.assertEqual(sorted(joliet.values()), sorted(entry.read() for entry in trees[0]))
 
+    def test_apple_extension(self):
+        image = IsoImage(makers.apple_image())
+        self.assertEqual((image.check(), image.warnings()), ([], []))
+        found = [(entry.path, entry.flags, entry.apple.type + entry.apple.creator, entry.read())
+                 for entry in image.walk()]
+        self.assertEqual(found, [(("FILE.;1",), 4, b"TYPEcrea", b"rsrc" * 150),
+                                 (("FILE.;1",), 0, b"TYPEcrea", b"data" * 100),
+                                 (("PLAIN.TXT;1",), 0, b"TEXTunix", b"plain")])
+
     def test_hybrid(self):
         image = makers.hybrid_image("-part")
         found = Examination(image)

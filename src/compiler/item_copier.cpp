@@ -1,0 +1,93 @@
+#include "compiler/item_copier.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "compiler/item_forks.hpp"
+#include "support/encoding.hpp"
+#include "volume/import_source.hpp"
+
+namespace vellmark {
+
+ItemCopier::ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image,
+                       std::uint64_t fileArea, std::uint32_t blockSize)
+    : context_(context),
+      plan_(plan),
+      writer_(image, fileArea, context.progress),
+      blockSize_(blockSize) {}
+
+CopyResult ItemCopier::run() {
+    context_.progress.begin(plan_.sourceBytes);
+    for (const DiscFolder& folder : plan_.folders) {
+        context_.progress.journal(
+            1, "==>Entry point of creation_volume./Point d'entrée de creation_volume.");
+        for (const DiscItem& item : folder.items)
+            if (const CopyResult result = copy(item); result != CopyResult::Done)
+                return result;
+    }
+    return writer_.finish();
+}
+
+CopyResult ItemCopier::copy(const DiscItem& item) {
+    const bool isEmpty = std::all_of(item.runs.begin(), item.runs.end(),
+                                     [](const DiscRun& run) { return run.sizeBytes == 0; });
+    if (item.isFolder() || isEmpty)
+        return CopyResult::Done;
+    const std::string path = pathOf(*item.record);
+    context_.progress.journal(2, path);
+    const bool hasFile = item.run(RunKind::File).sizeBytes > 0;
+    const bool hasForks = item.run(RunKind::Data).sizeBytes > 0 ||
+                          item.run(RunKind::Resource).sizeBytes > 0 ||
+                          !IsFileOfPc(item.source, plan_.appleExtension);
+    if (hasForks)
+        return copyForks(item, path);
+    return hasFile ? copyFile(item, path) : CopyResult::Done;
+}
+
+CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) {
+    if (item.source == ImportClass::BinHex)
+        context_.progress.text(context_.messages.text(kTextDecodingBinHex));
+    ImportSource forks;
+    const std::string problem = forks.open(path, item.source, false, temporary_, context_.progress);
+    if (forks.stopped())
+        return CopyResult::Stopped;
+    if (!problem.empty()) {
+        problem_ = fmt::format("{}: {}", Printable(path), problem);
+        return CopyResult::SourceFailed;
+    }
+    for (const RunKind kind : RunOrder(plan_.appleExtension)) {
+        const std::uint32_t sizeBytes = item.run(kind).sizeBytes;
+        if (sizeBytes == 0)
+            continue;
+        const bool isFile = kind == RunKind::File && IsFileOfPc(item.source, plan_.appleExtension);
+        ByteSource& fork = kind == RunKind::Resource ? forks.resource() : forks.data();
+        const CopyResult result =
+            isFile ? copyFile(item, path) : writer_.copyFork(fork, path, sizeBytes, blockSize_);
+        if (result == CopyResult::SourceFailed && problem_.empty())
+            problem_ =
+                fmt::format("A fork of {} became shorter while it was copied.", Printable(path));
+        if (result != CopyResult::Done)
+            return result;
+    }
+    return CopyResult::Done;
+}
+
+CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
+    const CopyResult result =
+        writer_.copyFile(path, path, item.run(RunKind::File).sizeBytes, blockSize_);
+    if (result == CopyResult::SourceFailed)
+        problem_ = fmt::format("{} {}.", Printable(path),
+                               writer_.sourceError() != 0
+                                   ? "cannot be read: " + SystemErrorText(writer_.sourceError())
+                                   : std::string("became shorter while it was copied"));
+    return result;
+}
+
+std::string ItemCopier::pathOf(const ProjectRecord& record) {
+    return record.shortNameFlag()
+               ? resolver_.resolve(record.accessPath(), record.sourceName())
+               : resolver_.resolveFolder(record.accessPath()) + NarrowToUtf8(record.sourceName());
+}
+
+}  // namespace vellmark

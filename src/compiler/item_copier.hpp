@@ -1,0 +1,41 @@
+// Copies the files of a plan to their places in the image, out of their containers where the image
+// shows the forks.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "compiler/disc_plan.hpp"
+#include "compiler/image_writer.hpp"
+#include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+
+class ItemCopier {
+  public:
+    /// The file area begins at byte `fileArea` of `image`; a block has `blockSize` bytes.
+    ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image, std::uint64_t fileArea,
+               std::uint32_t blockSize);
+
+    /// Every piece in the order of its place. `problem` tells what failed, apart from a target that
+    /// could not be written.
+    [[nodiscard]] CopyResult run();
+    [[nodiscard]] const std::string& problem() const { return problem_; }
+
+  private:
+    [[nodiscard]] CopyResult copy(const DiscItem& item);
+    [[nodiscard]] CopyResult copyForks(const DiscItem& item, const std::string& path);
+    [[nodiscard]] CopyResult copyFile(const DiscItem& item, const std::string& path);
+    [[nodiscard]] std::string pathOf(const ProjectRecord& record);
+
+    CompileContext& context_;
+    const DiscPlan& plan_;
+    ImageWriter writer_;
+    std::uint32_t blockSize_;
+    PcPathResolver resolver_;
+    std::optional<TemporaryFolder> temporary_;
+    std::string problem_;
+};
+
+}  // namespace vellmark

@@ -1,0 +1,90 @@
+#include "compiler/item_forks.hpp"
+
+#include <fmt/format.h>
+
+#include "containers/apple_single.hpp"
+#include "project/source_coding.hpp"
+#include "support/encoding.hpp"
+#include "volume/hfs_structures.hpp"
+#include "volume/import_source.hpp"
+
+namespace vellmark {
+
+namespace {
+
+/// What containers agree on; the low byte has the colour and what the Finder keeps for itself.
+constexpr std::uint16_t kKeptFinderFlags = 0xFF00;
+
+std::string ProblemOfCompanion(const std::string& path) {
+    const std::string sidecar = SidecarPath(path);
+    if (PcFactsOf(sidecar).kind == PcKind::File)
+        return {};
+    return fmt::format("Its companion {} is not there any more.",
+                       Printable(sidecar.substr(sidecar.rfind('/') + 1)));
+}
+
+std::uint16_t FlagsOfRecord(const ProjectRecord& record) {
+    std::uint16_t flags = record.hiddenInHfs() ? kFinderInvisible : std::uint16_t{0};
+    if (record.coding() == ForkCoding::AppleFiles && record.customIcon())
+        flags |= kFinderCustomIcon;
+    return flags;
+}
+
+}  // namespace
+
+ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path,
+                                         std::uint32_t fileSize) {
+    item.source = ImportClassOf(*item.record);
+    item.finderFlags = FlagsOfRecord(*item.record);
+    item.run(RunKind::File).sizeBytes = fileSize;
+    if (item.source == ImportClass::Plain || !(item.inHfs || plan_.appleExtension))
+        return Result::Planned;
+    if (plan_.appleExtension && item.source == ImportClass::NamedStreams) {
+        leaveOut(path, "An image with Apple extensions takes no files with named streams.");
+        return Result::LeftOut;
+    }
+    if (item.source == ImportClass::AppleDouble)
+        if (const std::string problem = ProblemOfCompanion(path); !problem.empty())
+            return withoutForks(item, path, problem);
+    if (item.source == ImportClass::BinHex)
+        context_.progress.text(context_.messages.text(kTextDecodingBinHex));
+    ImportSource forks;
+    const std::string problem = forks.open(path, item.source, false, temporary_, context_.progress);
+    if (forks.stopped())
+        return Result::Stopped;
+    if (!problem.empty() || !forks.damage().empty())
+        return withoutForks(item, path, problem.empty() ? forks.damage() : problem);
+    item.finderFlags |= static_cast<std::uint16_t>(forks.info().finder.flags & kKeptFinderFlags);
+    item.run(RunKind::Resource).sizeBytes = static_cast<std::uint32_t>(forks.resource().size());
+    if (!HoldsBothForks(item.source))
+        return Result::Planned;
+    const auto dataSize = static_cast<std::uint32_t>(forks.data().size());
+    item.dataIsFile = plan_.appleExtension;
+    if (!item.dataIsFile && !item.inIso)
+        item.run(RunKind::File).sizeBytes = 0;
+    item.run(item.dataIsFile ? RunKind::File : RunKind::Data).sizeBytes = dataSize;
+    return Result::Planned;
+}
+
+ForkPlanner::Result ForkPlanner::withoutForks(DiscItem& item, const std::string& path,
+                                              const std::string& problem) {
+    if (!HoldsBothForks(item.source)) {
+        leaveOut(path, "It has no resource fork in the image. " + problem);
+        item.source = ImportClass::Plain;
+        return Result::Planned;
+    }
+    if (plan_.appleExtension || !item.inIso) {
+        leaveOut(path, problem);
+        return Result::LeftOut;
+    }
+    leaveOut(path, "It is in the ISO view of the image alone. " + problem);
+    item.source = ImportClass::Plain;
+    item.inHfs = false;
+    return Result::Planned;
+}
+
+void ForkPlanner::leaveOut(const std::string& path, const std::string& reason) {
+    plan_.leftOut.emplace_back(Printable(path), reason);
+}
+
+}  // namespace vellmark

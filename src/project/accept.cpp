@@ -1,0 +1,220 @@
+#include "project/accept.hpp"
+
+#include <fmt/format.h>
+
+#include <limits>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "project/sibling_names.hpp"
+#include "project/source_coding.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_file.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextModification = 1088;
+constexpr int kTextDeletion = 1089;
+constexpr int kTextFolderNotEmpty = 1163;
+
+constexpr int kJournalFile = 2;
+
+/// A file that holds the icon of the folder it lies in.
+constexpr std::string_view kIconSignature = "ICNSMACS";
+constexpr std::string_view kIconName = "Icon\r";
+
+constexpr std::string_view kNoSuchItem = "the project has no such item any more";
+
+void Tell(Progress& progress, int text, const std::string& path, const Messages& messages) {
+    progress.journal(kJournalFile, FormatText(text, messages.language(), Printable(path)));
+}
+
+// The folder of an icon that leaves has none any more; in root that is the volume.
+void ForgetIcon(ProjectFile& project, const ProjectRecord& record) {
+    if (record.isFolder() || record.signature() != kIconSignature)
+        return;
+    if (record.parent == kRootFolder && record.hfsNameLocked())
+        project.header().setCustomIcon(false);
+    else if (ProjectRecord* folder = project.findByNumber(record.parent);
+             folder && record.hfsName().starts_with(kIconName))
+        folder->setCustomIcon(false);
+}
+
+/// Accepts modified files, with the names of one folder at hand.
+class Rereading {
+  public:
+    Rereading(ProjectFile& project, const InclusionOptions& options, Messages& messages,
+              Progress& progress)
+        : project_(project), options_(options), messages_(messages), progress_(progress) {}
+
+    /// False after telling why the line was left out, or when the work is to stop.
+    [[nodiscard]] bool accept(const ProjectChange& change);
+
+  private:
+    [[nodiscard]] bool rereadFile(ProjectRecord& record, const ProjectChange& change);
+    void takeOver(ProjectRecord& record, const SourceCoding& source, const PcItem& item);
+    [[nodiscard]] std::string freeHfsName(const ProjectRecord& record, const std::string& wanted);
+    [[nodiscard]] bool refuse(const ProjectChange& change, std::string_view reason) {
+        messages_.itemSkipped(Printable(change.path), reason);
+        return false;
+    }
+
+    ProjectFile& project_;
+    const InclusionOptions& options_;
+    Messages& messages_;
+    Progress& progress_;
+    std::int32_t namedFolder_ = 0;  // whose names are at hand
+    std::optional<SiblingNames> names_;
+};
+
+bool Rereading::accept(const ProjectChange& change) {
+    ProjectRecord* record = project_.findByNumber(change.number);
+    if (!record || record->parent != change.parent || record->isFolder() != change.isFolder)
+        return refuse(change, kNoSuchItem);
+    if (!record->isFolder() && !rereadFile(*record, change))
+        return false;
+    if (record->isoInclusion() < 0)
+        record->setIsoInclusion(1);
+    if (record->hfsInclusion() < 0)
+        record->setHfsInclusion(1);
+    Tell(progress_, kTextModification, change.path, messages_);
+    return true;
+}
+
+bool Rereading::rereadFile(ProjectRecord& record, const ProjectChange& change) {
+    PcItem item;
+    item.name = change.path.substr(change.path.find_last_of('/') + 1);
+    item.narrow = Utf8ToNarrow(item.name);
+    item.hidden = item.name.starts_with('.');
+    item.facts = PcFactsOf(change.path);
+    if (item.facts.kind != PcKind::File)
+        return refuse(change, "it cannot be found");
+    if (const int error = ReadRefusal(change.path); error != 0)
+        return refuse(change, SystemErrorText(error));
+    if (item.facts.sizeBytes > std::numeric_limits<std::uint32_t>::max())
+        return refuse(change,
+                      fmt::format("its size of {} bytes is 4 GiB or more, which a project cannot "
+                                  "hold",
+                                  item.facts.sizeBytes));
+    const std::string companion = FolderOf(change.path) + "/._" + item.name;
+    const bool hasCompanion = PcFactsOf(companion).kind == PcKind::File;
+    const SourceCoding source =
+        FindSourceCoding(change.path, item.facts.sizeBytes, hasCompanion, progress_);
+    if (source.isStopped)
+        return false;
+    if (!source.refusal.empty())
+        return refuse(change, source.refusal);
+    takeOver(record, source, item);
+    return true;
+}
+
+void Rereading::takeOver(ProjectRecord& record, const SourceCoding& source, const PcItem& item) {
+    const ProjectRecord before = record;
+    const bool isHfsPlus = project_.header().isHfsPlus();
+    FillFileRecord(record, source, item, isHfsPlus, options_.signatureOf, options_.clock);
+    record.sourceSize = static_cast<std::uint32_t>(item.facts.sizeBytes);
+    if (record.coding() == ForkCoding::None && before.coding() == ForkCoding::None) {
+        // What a person set for a plain file is no affair of its contents.
+        std::copy(std::begin(before.signature_), std::end(before.signature_),
+                  std::begin(record.signature_));
+        std::copy(std::begin(before.flags), std::end(before.flags), std::begin(record.flags));
+    }
+    std::string wanted(record.hfsName());
+    const bool broughtName =
+        before.macBinary() || before.binHex() || before.coding() == ForkCoding::NamedStreams;
+    if (broughtName && record.coding() != before.coding() && wanted == before.hfsName())
+        wanted =
+            ToHfsForm(Truncate(record.sourceName(), isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit),
+                      isHfsPlus);
+    const bool stays =
+        before.hfsNameLocked() || before.hfsName() == kRefusedName || wanted == before.hfsName();
+    record.setHfsName(before.hfsName());
+    if (!stays)
+        record.setHfsName(freeHfsName(record, wanted));
+}
+
+// A name that no other item of the folder has in the HFS view.
+std::string Rereading::freeHfsName(const ProjectRecord& record, const std::string& wanted) {
+    if (!record.isIn(ProjectView::Hfs))
+        return wanted;
+    if (!names_ || namedFolder_ != record.parent) {
+        namedFolder_ = record.parent;
+        names_.emplace(project_.childrenOf(record.parent), project_.header().isHfsPlus());
+    }
+    names_->giveBackHfs(record.hfsName());
+    return names_->takeHfs(wanted, record.sourceName());
+}
+
+}  // namespace
+
+std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
+                           RememberedAnswer& confirm, Messages& messages, Progress& progress) {
+    // Folder by folder, so that the records of each are moved once.
+    std::map<std::int32_t, std::vector<std::int32_t>> byFolder;
+    for (const ProjectChange& change : report) {
+        if (change.kind != ChangeKind::Deleted)
+            continue;
+        const ProjectRecord* record = project.findChild(change.parent, change.number);
+        if (!record || record->isFolder() != change.isFolder) {
+            messages.itemSkipped(Printable(change.path), kNoSuchItem);
+            continue;
+        }
+        if (record->isFolder() && project.countChildren(record->number) > 0 &&
+            !confirm.ask(messages, FormatText(kTextFolderNotEmpty, messages.language(),
+                                              Printable(NarrowToUtf8(change.name)))))
+            continue;
+        ForgetIcon(project, *record);
+        byFolder[change.parent].push_back(change.number);
+        Tell(progress, kTextDeletion, change.path, messages);
+    }
+    std::int64_t count = 0;
+    for (const auto& [folder, numbers] : byFolder) {
+        const RemovedItems removed = project.deleteItems(folder, numbers);
+        project.addCounters(folder, -removed.folders, -removed.files);
+        count += removed.folders + removed.files;
+    }
+    return count;
+}
+
+std::int64_t AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
+                            const InclusionOptions& options, Messages& messages,
+                            Progress& progress) {
+    Rereading rereading(project, options, messages, progress);
+    std::int64_t count = 0;
+    for (const ProjectChange& change : report) {
+        if (!progress.chunk(0))
+            break;
+        if (change.kind == ChangeKind::Modified && rereading.accept(change))
+            ++count;
+    }
+    return count;
+}
+
+InclusionResult AcceptAdded(ProjectFile& project, std::span<const ProjectChange> report,
+                            InclusionOptions& options, Messages& messages, Progress& progress) {
+    std::map<std::int32_t, std::vector<std::string>> byFolder;
+    for (const ProjectChange& change : report)
+        if (change.kind == ChangeKind::Added)
+            byFolder[change.parent].push_back(change.path);
+    InclusionResult sum;
+    for (const auto& [folder, paths] : byFolder) {
+        const InclusionResult result = Include(project, paths, folder, options, messages, progress);
+        sum.folders += result.folders;
+        sum.files += result.files;
+        sum.skipped += result.skipped;
+        if (sum.status == InclusionStatus::Done)
+            sum.status = result.status;
+        if (result.status == InclusionStatus::Stopped) {
+            sum.status = InclusionStatus::Stopped;
+            break;
+        }
+    }
+    return sum;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,43 @@
+// What becomes of the lines of a report: each is accepted by changing the project, or left.
+//
+// Each function takes a report, or a part of it, and acts on the lines of its own kind. A line that
+// is out of date is told through `Messages::itemSkipped` and left out. A file that takes the place
+// of a folder, or the other way round, is two lines: deletions are accepted before additions.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "project/inclusion.hpp"
+#include "project/project_file.hpp"
+#include "project/refresh.hpp"
+#include "support/messages.hpp"
+#include "support/progress.hpp"
+
+namespace vellmark {
+
+/// Takes the deleted items out, folders with all that the project has below them: of one that holds
+/// something the person is asked first, unless `confirm` keeps an answer. The counters of the
+/// folders are brought up to date. Returns how many items were taken out, not counting what lay
+/// below.
+[[nodiscard]] std::int64_t AcceptDeleted(ProjectFile& project,
+                                         std::span<const ProjectChange> report,
+                                         RememberedAnswer& confirm, Messages& messages,
+                                         Progress& progress);
+
+/// Takes over what is on the disk now: lengths and dates, and of a file that is or was a container
+/// coding, signature, name and flags as well. The signature of a plain file stays as it is. A mark
+/// of missing goes. Of `options` the lookup of signatures and the clock are used. Returns how many
+/// items were changed.
+[[nodiscard]] std::int64_t AcceptModified(ProjectFile& project,
+                                          std::span<const ProjectChange> report,
+                                          const InclusionOptions& options, Messages& messages,
+                                          Progress& progress);
+
+/// Includes the new items in their folders, folders with all that is in them.
+[[nodiscard]] InclusionResult AcceptAdded(ProjectFile& project,
+                                          std::span<const ProjectChange> report,
+                                          InclusionOptions& options, Messages& messages,
+                                          Progress& progress);
+
+}  // namespace vellmark

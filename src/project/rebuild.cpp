@@ -1,0 +1,37 @@
+#include "project/rebuild.hpp"
+
+#include "project/accept.hpp"
+#include "project/refresh.hpp"
+
+namespace vellmark {
+
+RebuildResult Rebuild(ProjectFile& project, const RebuildOptions& options, Messages& messages,
+                      Progress& progress) {
+    InclusionOptions inclusion = options.inclusion;
+    inclusion.view = ProjectView::Hybrid;
+    inclusion.answers = kYesToAll;
+    inclusion.truncation = {true, true, true};
+    RememberedAnswer yes{Remembered::YesToAll};
+
+    const CheckResult check = Check(project, kRootFolder,
+                                    {.clock = inclusion.clock,
+                                     .additions = options.additions,
+                                     .rootAdditions = options.additions,
+                                     .dates = options.dates,
+                                     .excluded = inclusion.excluded},
+                                    messages, progress);
+    RebuildResult result;
+    result.isStopped = check.isStopped;
+    if (result.isStopped)
+        return result;
+    result.deleted = AcceptDeleted(project, check.changes, yes, messages, progress);
+    result.modified = AcceptModified(project, check.changes, inclusion, messages, progress);
+    const InclusionResult added =
+        AcceptAdded(project, check.changes, inclusion, messages, progress);
+    result.folders = added.folders;
+    result.files = added.files;
+    result.isStopped = added.status == InclusionStatus::Stopped || !progress.chunk(0);
+    return result;
+}
+
+}  // namespace vellmark

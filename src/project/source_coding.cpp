@@ -1,0 +1,250 @@
+#include "project/source_coding.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "containers/apple_single.hpp"
+#include "containers/bin_hex.hpp"
+#include "containers/mac_binary.hpp"
+#include "containers/named_streams.hpp"
+#include "containers/names.hpp"
+#include "project/sibling_names.hpp"
+#include "support/encoding.hpp"
+#include "support/mac_dates.hpp"
+#include "support/pc_file.hpp"
+#include "support/watched_source.hpp"
+#include "volume/import_name.hpp"
+#include "volume/import_source.hpp"
+
+namespace vellmark {
+
+namespace {
+
+// Finder flags (Inside Macintosh: Macintosh Toolbox Essentials, Finder Interface).
+constexpr std::uint16_t kHidesExtension = 0x0010;
+constexpr std::uint16_t kHasCustomIcon = 0x0400;
+constexpr std::uint16_t kIsInvisible = 0x4000;
+
+/// Where the marks of all formats stand.
+constexpr std::size_t kHeadBytes = 128;
+
+/// A file whose first bytes are read once, however many formats are looked for.
+class HeadSource final : public ByteSource {
+  public:
+    HeadSource(ByteSource& file, std::uint64_t sizeBytes) : file_(file), size_(sizeBytes) {
+        headBytes_ = file_.readAt(0, head_);
+    }
+    [[nodiscard]] std::uint64_t size() const override { return size_; }
+    [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override {
+        // A short head is the whole file.
+        if (headBytes_ == kHeadBytes && offset + out.size() > headBytes_)
+            return file_.readAt(offset, out);
+        if (offset >= headBytes_)
+            return 0;
+        const std::size_t count =
+            std::min(out.size(), headBytes_ - static_cast<std::size_t>(offset));
+        std::copy_n(head_.begin() + static_cast<std::ptrdiff_t>(offset), count, out.begin());
+        return count;
+    }
+
+  private:
+    ByteSource& file_;
+    std::uint64_t size_;
+    std::array<std::uint8_t, kHeadBytes> head_{};
+    std::size_t headBytes_ = 0;
+};
+
+/// For a decoding that only looks whether all is there.
+class NowhereSink final : public ByteSink {
+  public:
+    [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t>) override {
+        return true;
+    }
+};
+
+// What is found later takes the place of what was found before, but for the marks of what there is.
+void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info, ContainerFault fault) {
+    found.coding = coding;
+    found.dataSize = info.dataLength;
+    found.resourceSize = info.resourceLength;
+    found.signature = info.finder.signature;
+    found.hfsName = info.name;
+    found.created = info.created;
+    found.modified = info.modified;
+    found.isInvisible = (info.finder.flags & kIsInvisible) != 0;
+    found.hasCustomIcon = false;
+    found.hidesExtension = false;
+    found.refusal = FaultSentence(fault);
+}
+
+// The two Apple formats tell of flags that the other ones leave to whoever opens the file, and may
+// keep no type and creator.
+void TakeApple(SourceCoding& found, const MacContainer& container) {
+    Take(found, ForkCoding::AppleFiles, container.info, container.fault);
+    found.hasCustomIcon = (container.info.finder.flags & kHasCustomIcon) != 0;
+    found.hidesExtension = (container.info.finder.flags & kHidesExtension) != 0;
+    if (container.info.finder.signature == std::array<char, 8>{})
+        found.signature.reset();
+}
+
+void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_t dataSize) {
+    const std::string sidecarPath = SidecarPath(path);
+    // A companion that is a pipe would be waited for.
+    if (PcFactsOf(sidecarPath).kind != PcKind::File)
+        return;
+    PcFile sidecar(sidecarPath, PcFile::Mode::Read);
+    if (!sidecar.isOpen()) {
+        // Its forks would be lost in silence.
+        found.refusal = fmt::format("Its companion {} cannot be read: {}.",
+                                    Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1)),
+                                    sidecar.errorText());
+        return;
+    }
+    if (!IsAppleDoubleFile(sidecar))
+        return;
+    found.isAppleDouble = true;
+    TakeApple(found, ReadDoubleResource(sidecar));
+    found.dataSize = dataSize;
+    if (!found.refusal.empty())
+        found.refusal =
+            fmt::format("In its companion {}: {}",
+                        Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1)), found.refusal);
+}
+
+void LookForMacBinary(SourceCoding& found, ByteSource& file) {
+    if (!IsMacBinaryFile(file))
+        return;
+    const MacContainer container = ReadMacBinary(file);
+    found.isMacBinary = true;
+    Take(found, ForkCoding::MacBinary, container.info, container.fault);
+    found.isCustomIconFile = IsCustomIconFile(container.info);
+}
+
+void LookForBinHex(SourceCoding& found, ByteSource& file, Progress& progress) {
+    if (!IsBinHexFile(file))
+        return;
+    WatchedSource text(file, progress);
+    NowhereSink nowhere;
+    const BinHexOutcome outcome = DecodeBinHex(text, nowhere);
+    found.isStopped = text.stopped();
+    found.isBinHex = true;
+    found.isCustomIconFile = false;
+    Take(found, ForkCoding::BinHex, outcome.info, outcome.fault);
+}
+
+// What a server wrote for a file that never was on a Macintosh, and has no second fork, is nothing.
+void LookForStreams(SourceCoding& found, const std::string& path) {
+    if (!HasNamedStreams(path))
+        return;
+    MemoryBytes resource;
+    if (const int error = ReadResourceStream(path, resource); error != 0)
+        found.refusal =
+            fmt::format("Its stream AFP_Resource cannot be read: {}.", SystemErrorText(error));
+    const std::optional<FinderInfo> finder = ReadAfpInfo(path);
+    const bool hasSignature = finder && finder->signature != std::array<char, 8>{};
+    if (resource.size() == 0 && !hasSignature)
+        return;
+    found.coding = ForkCoding::NamedStreams;
+    found.resourceSize = static_cast<std::uint32_t>(resource.size());
+    if (hasSignature)
+        found.signature = finder->signature;
+}
+
+// A name of a container in the form of the project; empty when nothing is left of it.
+std::string NameOfContainer(std::string_view macName, bool isHfsPlus) {
+    std::string name(macName.substr(0, std::min(macName.find('\0'), kHfsNameLimit)));
+    std::replace(name.begin(), name.end(), ':', '_');
+    return isHfsPlus ? MacToAnsiName(name) : name;
+}
+
+std::string HfsNameFor(const ProjectRecord& record, const SourceCoding& source,
+                       std::string_view pcName, bool isHfsPlus) {
+    std::string name;
+    if (source.coding != ForkCoding::NamedStreams)
+        name = NameOfContainer(source.hfsName, isHfsPlus);
+    else if (!isHfsPlus)
+        name = Truncate(HfsNameFromPc(pcName), kHfsNameLimit);
+    const std::size_t limit = isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit;
+    return name.empty() ? ToHfsForm(Truncate(record.sourceName(), limit), isHfsPlus) : name;
+}
+
+bool BringsName(ForkCoding coding) {
+    return coding == ForkCoding::NamedStreams || coding == ForkCoding::MacBinary ||
+           coding == ForkCoding::BinHex;
+}
+
+}  // namespace
+
+SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes, bool companion,
+                              Progress& progress) {
+    SourceCoding found;
+    PcFile file(path, PcFile::Mode::Read);
+    HeadSource head(file, sizeBytes);
+    if (file.error() != 0) {
+        found.refusal = file.errorText();
+        return found;
+    }
+    found.dataSize = static_cast<std::uint32_t>(sizeBytes);
+    if (companion)
+        LookForCompanion(found, path, found.dataSize);
+    if (IsAppleSingleFile(head)) {
+        found.isAppleSingle = true;
+        TakeApple(found, ReadSingleForks(head));
+    }
+    LookForMacBinary(found, head);
+    LookForBinHex(found, head, progress);
+    if (found.coding == ForkCoding::None && found.refusal.empty())
+        LookForStreams(found, path);
+    return found;
+}
+
+void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcItem& item,
+                    bool isHfsPlus, const SignatureLookup& signatureOf, const Clock& clock) {
+    record.setCoding(source.coding);
+    record.setAppleDouble(source.isAppleDouble);
+    record.setAppleSingle(source.isAppleSingle);
+    record.setMacBinary(source.isMacBinary);
+    record.setBinHex(source.isBinHex);
+    record.dataSize = source.dataSize;
+    record.resourceSize = source.resourceSize;
+    record.sourceSize = static_cast<std::uint32_t>(item.facts.sizeBytes);
+    record.setSignature(source.signature
+                            ? std::string(source.signature->data(), source.signature->size())
+                        : signatureOf ? signatureOf(record.sourceName())
+                                      : std::string(kDefaultSignature));
+
+    const MacSeconds onDisk = ToMacLocal(item.facts.modified, clock);
+    record.modified = source.modified != 0 ? source.modified : onDisk;
+    record.created =
+        std::min<MacSeconds>(source.created != 0 ? source.created : onDisk, record.modified);
+
+    record.setCustomIcon(source.hasCustomIcon);
+    if (source.hidesExtension)
+        record.setHiddenExtension(true);
+    if (source.isInvisible)
+        record.setHiddenInHfs(true);
+    if (record.hfsNameLocked())
+        return;
+    record.setUnicodeOnDisk(source.coding == ForkCoding::NamedStreams && isHfsPlus);
+    if (BringsName(source.coding))
+        record.setHfsName(HfsNameFor(record, source, item.name, isHfsPlus));
+}
+
+ImportClass ImportClassOf(const ProjectRecord& record) {
+    switch (record.coding()) {
+        case ForkCoding::NamedStreams:
+            return ImportClass::NamedStreams;
+        case ForkCoding::AppleFiles:
+            return record.appleSingle() ? ImportClass::AppleSingle : ImportClass::AppleDouble;
+        case ForkCoding::MacBinary:
+            return ImportClass::MacBinary;
+        case ForkCoding::BinHex:
+            return ImportClass::BinHex;
+        case ForkCoding::None:
+            break;
+    }
+    return ImportClass::Plain;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,119 @@
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <unordered_set>
+
+#include "project/refresh.hpp"
+#include "session/file_modes.hpp"
+#include "session/project_rebuild.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "check";
+constexpr int kTextNoDifference = 1338;
+
+struct CheckVerbOptions {
+    std::string project;
+    bool json = false;
+    bool lines = false;
+    bool noAdditions = false;
+    bool dates = false;
+};
+
+std::string_view WordOf(ChangeKind kind) {
+    return kind == ChangeKind::Deleted    ? "deleted"
+           : kind == ChangeKind::Modified ? "modified"
+                                          : "added";
+}
+
+// The source names from root to the item.
+std::string ItemPathOf(const ProjectFile& project, const ProjectChange& change) {
+    std::string path = NarrowToUtf8(change.name);
+    std::unordered_set<std::int32_t> visited;
+    for (std::int32_t folder = change.parent; folder > kRootFolder && visited.insert(folder).second;
+         folder = project.parentOf(folder))
+        if (const ProjectRecord* record = project.findByNumber(folder))
+            path.insert(0, NarrowToUtf8(record->sourceName()).append("/"));
+    return path;
+}
+
+void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& changes,
+             CommandContext& context) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const ProjectChange& change : changes)
+        list.push_back({{"change", WordOf(change.kind)},
+                        {"kind", change.isFolder ? "folder" : "file"},
+                        {"item", ItemPathOf(project, change)},
+                        {"path", change.path},
+                        {"sizeBytes", change.sizeBytes},
+                        {"folder", change.parent},
+                        {"number", change.number}});
+    context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& options,
+             CommandContext& context) {
+    for (const ProjectChange& change : changes)
+        if (options.lines)
+            context.output << NarrowToUtf8(ReportLine(change));
+        else
+            context.output << fmt::format("{:<9} {}{}\n", WordOf(change.kind),
+                                          Printable(change.path), change.isFolder ? "/" : "");
+    if (changes.empty() && !options.lines)
+        context.output << Text(kTextNoDifference, context.language) << '\n';
+}
+
+int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
+    if (options.json && options.lines)
+        return UsageError(context, kName, "--json and --lines exclude each other.");
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, false));
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(options.project), ProjectModeOf(options.project),
+                          terminal.messages, project) != ProjectOpened::Opened)
+        return kExitFailed;
+    const std::vector<PcIdentity> never = NeverItems(*project, {}, context);
+    const CheckResult result = Check(*project, kRootFolder,
+                                     {.clock = context.clock,
+                                      .additions = !options.noAdditions,
+                                      .dates = options.dates,
+                                      .excluded = never},
+                                     terminal.messages, terminal.progress);
+    terminal.progress.clear();
+    if (result.isStopped) {
+        terminal.messages.showMessage("Stopped as you wished; nothing was told.");
+        return kExitFailed;
+    }
+    if (options.json)
+        PutJson(*project, result.changes, context);
+    else
+        PutText(result.changes, options, context);
+    return result.changes.empty() && terminal.messages.skipped() == 0 ? kExitDone : kExitSkipped;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<CheckVerbOptions>();
+    arguments.add("PROJECT", options->project, "Project file").required();
+    arguments.flag("--no-additions", options->noAdditions,
+                   "Leave out what is new in the folders of the PC");
+    arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
+    arguments.flag("-j,--json", options->json, "As JSON");
+    arguments.flag("--lines", options->lines,
+                   "Lines for a script: D, M or A, number of the folder, number of the item, "
+                   "length, folder on the PC and name, with | between them");
+    run = [options](CommandContext& context) { return RunCheck(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbCheck = {kName, "", "Tell what changed on the disk since a project was filled",
+                         "vellmark check disc.vlpr", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,61 @@
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "session/open_project.hpp"
+#include "session/project_rebuild.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct RebuildVerbOptions {
+    std::string project;
+    bool noAdditions = false;
+    bool dates = false;
+    bool quiet = false;
+};
+
+int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(options.project, terminal.messages, project))
+        return kExitFailed;
+    RebuildResult result;
+    if (!RebuildInMemory(*project, {!options.noAdditions, options.dates}, context, terminal,
+                         result))
+        return kExitFailed;
+    if (result.hasChanges()) {
+        BackUpBeforeChange(*project, terminal.messages);
+        if (!project->save(terminal.messages))
+            return kExitFailed;
+    }
+    terminal.progress.clear();
+    if (!options.quiet)
+        context.output << fmt::format(
+            "{}: {} items deleted, {} modified, {} folders and {} files added\n",
+            Printable(options.project), result.deleted, result.modified, result.folders,
+            result.files);
+    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<RebuildVerbOptions>();
+    arguments.add("PROJECT", options->project, "Project file, which must be there").required();
+    arguments.flag("--no-additions", options->noAdditions,
+                   "Leave out what is new in the folders of the PC");
+    arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    run = [options](CommandContext& context) { return RunRebuild(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbRebuild = {"rebuild", "", "Bring a project up to date with the disk",
+                           "vellmark rebuild disc.vlpr", SetUp};
+
+}  // namespace vellmark
