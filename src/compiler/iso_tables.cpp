@@ -14,7 +14,6 @@ constexpr std::array<const char*, TempTableSet::kCount> kTableNames = {
 
 constexpr std::size_t kWriteAt = 1u << 20;
 constexpr std::uint8_t kAppleExtensionVersion = 2;
-constexpr std::uint8_t kYearsOfCentury = 100;
 
 // Fixed part of a path table record in the order of the L table (ECMA-119, 9.4); the identifier
 // follows, padded to an even length.
@@ -67,6 +66,7 @@ class DirectoryWriter {
           layout_(layout),
           tree_(tree),
           area_(area),
+          clock_(clock),
           now_(ToIsoDate(clock.now())),
           out_(file) {}
 
@@ -114,7 +114,7 @@ class DirectoryWriter {
             systemUse = AsBytes(extension);
         const bool hasForks = plan_.appleExtension && item.source != ImportClass::Plain;
         const IsoShortDate date =
-            hasForks ? ToIsoForkDate(item.record->modified) : ToIsoDate(item.modified);
+            ToIsoDate(hasForks ? FromMacLocal(item.record->modified, clock_) : item.modified);
         if (HasAssociatedFile(plan_, item))
             addRun(item.run(RunKind::Resource), date,
                    static_cast<std::uint8_t>(flags | kIsoFlagAssociated), identifier, systemUse);
@@ -153,19 +153,10 @@ class DirectoryWriter {
     const IsoTreeLayout& layout_;
     IsoTree tree_;
     FileArea area_;
+    const Clock& clock_;
     IsoShortDate now_;
     TableWriter out_;
 };
-
-IsoShortDate IsoDateOf(const CivilTime& civil) {
-    return {static_cast<std::uint8_t>(civil.year - 1900),
-            static_cast<std::uint8_t>(civil.month),
-            static_cast<std::uint8_t>(civil.day),
-            static_cast<std::uint8_t>(civil.hour),
-            static_cast<std::uint8_t>(civil.minute),
-            static_cast<std::uint8_t>(civil.second),
-            0};
-}
 
 // Breadth first, the directories of each in the order of its records.
 bool WritePathTables(const DiscPlan& plan, const IsoTreeLayout& layout, IsoTree tree, PcFile& fileL,
@@ -242,14 +233,14 @@ bool CopyTables(const IsoLayout& layout, TempTableSet& tables, PcFile& image) {
 IsoShortDate ToIsoDate(UnixSeconds at) {
     const UnixSeconds first = -2'208'988'800;  // 1900-01-01
     const UnixSeconds last = 5'869'583'999;    // 2155-12-31 23:59:59
-    return IsoDateOf(ToCivil(std::clamp(at, first, last)));
-}
-
-IsoShortDate ToIsoForkDate(MacSeconds local) {
-    IsoShortDate date = IsoDateOf(ToCivil(UnixSeconds{local} - kMacEpochOffset));
-    if (date.year >= kYearsOfCentury)
-        date.year = static_cast<std::uint8_t>(date.year - kYearsOfCentury);
-    return date;
+    const CivilTime civil = ToCivil(std::clamp(at, first, last));
+    return {static_cast<std::uint8_t>(civil.year - 1900),
+            static_cast<std::uint8_t>(civil.month),
+            static_cast<std::uint8_t>(civil.day),
+            static_cast<std::uint8_t>(civil.hour),
+            static_cast<std::uint8_t>(civil.minute),
+            static_cast<std::uint8_t>(civil.second),
+            0};
 }
 
 }  // namespace vellmark

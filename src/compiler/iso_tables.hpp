@@ -47,9 +47,4 @@ class TempTableSet {
 /// A date of a directory record, in UTC; years that the byte cannot tell become the nearest.
 [[nodiscard]] IsoShortDate ToIsoDate(UnixSeconds at);
 
-/// The date of a file with forks in a tree with the Apple extension: its local time, as a record
-/// keeps it, and the year in its century, so that 2014 stands as 14. Kept on purpose: discs of this
-/// kind are told so, and who reads them knows it.
-[[nodiscard]] IsoShortDate ToIsoForkDate(MacSeconds local);
-
 }  // namespace vellmark

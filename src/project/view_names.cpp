@@ -76,8 +76,6 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
             record.setUnicodeOnDisk(isHfsPlus && !record.hfsNameLocked() &&
                                     record.coding() == ForkCoding::NamedStreams);
             const std::string name = make(record);
-            record.setUnicodeOnDisk(isHfsPlus && record.coding() == ForkCoding::NamedStreams &&
-                                    !record.hfsNameLocked());
             record.setHfsName(
                 record.isIn(ProjectView::Hfs) ? names.takeHfs(name, record.sourceName()) : name);
         }

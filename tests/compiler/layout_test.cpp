@@ -101,18 +101,6 @@ TEST(IsoDates, YearsThatAByteCannotTellBecomeTheNearest) {
     EXPECT_EQ(date.zone, 0);
 }
 
-TEST(IsoDates, AFileWithForksHasTheYearOfItsCentury) {
-    const struct {
-        MacSeconds local;
-        int year;
-    } rows[] = {{0, 4}, {3'029'529'599, 99}, {3'029'529'600, 0}, {3'500'000'000, 14}};
-    for (const auto& row : rows)
-        EXPECT_EQ(ToIsoForkDate(row.local).year, row.year) << row.local;
-    const IsoShortDate date = ToIsoForkDate(3'500'000'000);  // 2014-11-28 06:13:20
-    EXPECT_EQ(date.month * 100 + date.day, 1128);
-    EXPECT_EQ(date.hour * 10000 + date.minute * 100 + date.second, 61320);
-}
-
 // What every HFS layout must keep, whatever it was computed from.
 void CheckHfs(const HfsLayout& layout, std::uint64_t fileBlocks) {
     SCOPED_TRACE(testing::Message() << "block " << layout.blockSize() << ", " << fileBlocks
