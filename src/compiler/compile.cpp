@@ -60,7 +60,7 @@ class Compiler {
             context_.messages.itemSkipped(item, reason);
         const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
         // What was settled about the project is kept when the image is there, and not before.
-        if (result == CompileResult::Done && projectChanged_ && !saveProject())
+        if (result == CompileResult::Done && context_.projectChanged && !saveProject())
             return CompileResult::ProjectNotSaved;
         return result;
     }
@@ -110,7 +110,6 @@ class Compiler {
     BuiltCatalog catalog_;
     std::optional<MemoryNodes> catalogNodes_;
     std::uint64_t fileBlocks_ = 0;  // allocation blocks of all files
-    bool projectChanged_ = false;   // labels or format were settled here
 };
 
 // What is built: where one of the two sides would be empty, the other alone.
@@ -124,7 +123,8 @@ bool Compiler::settleMode() {
     }
     const bool wasHfsPlus = context_.project.header().isHfsPlus();
     TurnToHfsPlusIfTooMany(context_.project, totals, context_.messages);
-    projectChanged_ = context_.project.header().isHfsPlus() != wasHfsPlus;
+    if (context_.project.header().isHfsPlus() != wasHfsPlus)
+        context_.projectChanged = true;
     ImageKind kind = context_.kind;
     if (totals.isoRecords == 0 && totals.hfsRecords == 0) {
         context_.messages.showMessage(context_.messages.text(kTextEmpty));
@@ -157,20 +157,27 @@ void Compiler::settleLabels() {
     const std::string label = Utf8ToNarrow(name);
     header.setIsoLabel(label);
     header.setHfsLabel(header.isHfsPlus() ? label : AnsiToMacName(label));
-    projectChanged_ = true;
+    context_.projectChanged = true;
 }
 
 // A project that has no file yet, as one that is made for this image alone, gets none.
 bool Compiler::saveProject() {
-    return PcFactsOf(context_.project.path()).kind == PcKind::Missing ||
-           context_.project.save(context_.messages);
+    const std::string& path = context_.project.path();
+    if (PcFactsOf(path).kind == PcKind::Missing)
+        return true;
+    if (const int error = SaveRefusal(path); error != 0) {
+        context_.messages.showTimedMessage(fmt::format("The project file {} stays as it is: {}.",
+                                                       Printable(path), SystemErrorText(error)));
+        return true;
+    }
+    return context_.project.save(context_.messages);
 }
 
 CompileResult Compiler::turnToHfsPlus() {
     TurnToHfsPlus(context_.project, context_.messages,
                   "HFS cannot hold this project with any allocation block size.");
     context_.mode = HasIso(context_.mode) ? CompileMode::HybridHfsPlus : CompileMode::PureHfsPlus;
-    projectChanged_ = true;
+    context_.projectChanged = true;
     return plan();
 }
 

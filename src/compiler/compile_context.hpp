@@ -61,6 +61,7 @@ struct CompileContext {
     ImageKind kind = ImageKind::Hybrid;         ///< an ISO+ project has one kind of its own
     bool postgap = false;                       ///< add `kPostgapSectors`
     bool replace = false;                       ///< an existing image may be replaced
+    bool projectChanged = false;                ///< since it was opened: save it with the image
     std::string tableFolder = ".";              ///< where the temporary tables lie
     CompileMode mode = CompileMode::HybridHfs;  ///< settled by the driver
 };

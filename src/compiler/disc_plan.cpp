@@ -6,7 +6,8 @@
 
 #include "compiler/disc_names.hpp"
 #include "compiler/item_forks.hpp"
-#include "compiler/stray_records.hpp"
+#include "project/pc_sources.hpp"
+#include "project/stray_records.hpp"
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
 
@@ -34,7 +35,7 @@ class PlanMaker {
             if (const CompileResult result = fill(index, waiting); result != CompileResult::Done)
                 return result;
             if (waiting.empty()) {
-                FindStrayRecords(context_, plan_);
+                tellStrayRecords();
                 return CompileResult::Done;
             }
             const auto [parent, item] = waiting.back();
@@ -95,6 +96,15 @@ class PlanMaker {
         return CompileResult::Done;
     }
 
+    void tellStrayRecords() {
+        FindStrayRecords(context_.project,
+                         [this](const ProjectRecord& record, std::string_view reason) {
+                             if ((HasIso(context_.mode) && record.isoInclusion() != 0) ||
+                                 (HasMacintosh(context_.mode) && record.hfsInclusion() != 0))
+                                 plan_.leftOut.emplace_back(SourceText(record), reason);
+                         });
+    }
+
     enum class Found { Here, LeftOut, Refused, Stopped };
 
     // Finds the item on the PC: its size, its date and its true name.
@@ -119,8 +129,10 @@ class PlanMaker {
             return Found::Here;
         // The image that is being replaced is not part of itself.
         if (target_.kind == PcKind::File && target_.inode == facts.inode &&
-            target_.device == facts.device)
+            target_.device == facts.device) {
+            plan_.leftOut.emplace_back(SourceText(record), "It is the image that is made.");
             return Found::LeftOut;
+        }
         if (facts.sizeBytes > kLargestFile)
             return refuse(record, "has 4 GiB or more, which no file of an image can have");
         switch (forks_.measure(item, path, static_cast<std::uint32_t>(facts.sizeBytes))) {
@@ -128,6 +140,8 @@ class PlanMaker {
                 return Found::Stopped;
             case ForkPlanner::Result::LeftOut:
                 return Found::LeftOut;
+            case ForkPlanner::Result::Refused:
+                return Found::Refused;
             case ForkPlanner::Result::Planned:
                 break;
         }
@@ -153,12 +167,6 @@ class PlanMaker {
 };
 
 }  // namespace
-
-std::string SourceText(const ProjectRecord& record) {
-    const bool made = record.accessPath() == kProjectOnlyPath;
-    return Printable(NarrowToUtf8((made ? std::string{} : std::string(record.accessPath())) +
-                                  std::string(record.sourceName())));
-}
 
 CompileResult MakeDiscPlan(CompileContext& context, DiscPlan& plan) {
     return PlanMaker(context, plan).run();

@@ -102,9 +102,6 @@ struct DiscPlan {
 /// the blocks used.
 std::uint64_t PlaceFiles(DiscPlan& plan, std::uint32_t blockSize);
 
-/// Where the item is on the PC, to be shown to a person.
-[[nodiscard]] std::string SourceText(const ProjectRecord& record);
-
 /// "Decoding BinHex file", for the status line.
 inline constexpr int kTextDecodingBinHex = 1222;
 

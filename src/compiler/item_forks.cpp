@@ -48,12 +48,24 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
             return withoutForks(item, path, problem);
     if (item.source == ImportClass::BinHex)
         context_.progress.text(context_.messages.text(kTextDecodingBinHex));
+    PcFile file(path, PcFile::Mode::Read);
+    if (!file.isOpen()) {
+        context_.messages.showMessage(
+            fmt::format("{} cannot be read: {}.", Printable(path), file.errorText()));
+        return Result::Refused;
+    }
     ImportSource forks;
-    const std::string problem = forks.open(path, item.source, false, temporary_, context_.progress);
+    const std::string problem =
+        forks.open(std::move(file), item.source, false, temporary_, context_.progress);
     if (forks.stopped())
         return Result::Stopped;
     if (!problem.empty() || !forks.damage().empty())
         return withoutForks(item, path, problem.empty() ? forks.damage() : problem);
+    if (item.source == ImportClass::NamedStreams && item.record->resourceSize > 0 &&
+        forks.resource().size() == 0)
+        leaveOut(path,
+                 "It has no resource fork in the image. Its stream AFP_Resource is not there any "
+                 "more.");
     item.finderFlags |= static_cast<std::uint16_t>(forks.info().finder.flags & kKeptFinderFlags);
     item.run(RunKind::Resource).sizeBytes = static_cast<std::uint32_t>(forks.resource().size());
     if (!HoldsBothForks(item.source))

@@ -28,6 +28,7 @@ class ForkPlanner {
     enum class Result {
         Planned,
         LeftOut,  ///< of the whole image
+        Refused,  ///< cannot be read, which has been shown
         Stopped   ///< by the user
     };
 

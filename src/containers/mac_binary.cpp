@@ -79,8 +79,10 @@ bool IsMacBinary(const MacBinaryHeader& header, std::int64_t fileSize) {
 
 bool IsMacBinaryFile(ByteSource& file) {
     MacBinaryHeader header;
-    return file.readRecord(0, header) &&
-           IsMacBinary(header, static_cast<std::int64_t>(file.size()));
+    if (!file.readRecord(0, header))
+        return false;
+    // A file that was cut short is still what its header says, where that has a checksum.
+    return IsMacBinary(header, HasChecksum(header) ? 0 : static_cast<std::int64_t>(file.size()));
 }
 
 MacContainer ReadMacBinary(ByteSource& file) {

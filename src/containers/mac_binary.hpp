@@ -57,7 +57,7 @@ static_assert(offsetof(MacBinaryHeader, checksum) == 124);
 /// an empty Macintosh file (both forks of length 0) is not. `fileSize` in bytes; below 1 the
 /// lengths are not held against it.
 [[nodiscard]] bool IsMacBinary(const MacBinaryHeader& header, std::int64_t fileSize);
-/// The same for a file.
+/// The same for a file. Of one whose header has its checksum the lengths are not held against it.
 [[nodiscard]] bool IsMacBinaryFile(ByteSource& file);
 
 /// Reads a file as MacBinary, also one that the recogniser refuses for its signature or its empty

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "project/custom_icon.hpp"
 #include "project/sibling_names.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
@@ -24,25 +25,10 @@ constexpr int kTextFolderNotEmpty = 1163;
 
 constexpr int kJournalFile = 2;
 
-/// A file that holds the icon of the folder it lies in.
-constexpr std::string_view kIconSignature = "ICNSMACS";
-constexpr std::string_view kIconName = "Icon\r";
-
 constexpr std::string_view kNoSuchItem = "the project has no such item any more";
 
 void Tell(Progress& progress, int text, const std::string& path, const Messages& messages) {
     progress.journal(kJournalFile, FormatText(text, messages.language(), Printable(path)));
-}
-
-// The folder of an icon that leaves has none any more; in root that is the volume.
-void ForgetIcon(ProjectFile& project, const ProjectRecord& record) {
-    if (record.isFolder() || record.signature() != kIconSignature)
-        return;
-    if (record.parent == kRootFolder && record.hfsNameLocked())
-        project.header().setCustomIcon(false);
-    else if (ProjectRecord* folder = project.findByNumber(record.parent);
-             folder && record.hfsName().starts_with(kIconName))
-        folder->setCustomIcon(false);
 }
 
 /// Accepts modified files, with the names of one folder at hand.
@@ -58,6 +44,9 @@ class Rereading {
   private:
     [[nodiscard]] bool rereadFile(ProjectRecord& record, const ProjectChange& change);
     void takeOver(ProjectRecord& record, const SourceCoding& source, const PcItem& item);
+    void becomeNoIcon(ProjectRecord& record);
+    void renew(ProjectRecord& record, const ProjectRecord& before);
+    [[nodiscard]] SiblingNames& namesOf(std::int32_t folder);
     [[nodiscard]] std::string freeHfsName(const ProjectRecord& record, const std::string& wanted);
     [[nodiscard]] bool refuse(const ProjectChange& change, std::string_view reason) {
         messages_.itemSkipped(Printable(change.path), reason);
@@ -115,39 +104,69 @@ bool Rereading::rereadFile(ProjectRecord& record, const ProjectChange& change) {
 
 void Rereading::takeOver(ProjectRecord& record, const SourceCoding& source, const PcItem& item) {
     const ProjectRecord before = record;
-    const bool isHfsPlus = project_.header().isHfsPlus();
-    FillFileRecord(record, source, item, isHfsPlus, options_.signatureOf, options_.clock);
-    record.sourceSize = static_cast<std::uint32_t>(item.facts.sizeBytes);
+    const bool wasIcon = IsPlacedIcon(before);
+    if (wasIcon && !source.isCustomIconFile)
+        becomeNoIcon(record);
+    if (before.coding() != ForkCoding::None) {
+        // They came from the container, which may say otherwise now.
+        record.setHiddenInHfs(item.hidden);
+        record.setHiddenExtension(false);
+    }
+    FillFileRecord(record, source, item, project_.header().isHfsPlus(), options_.signatureOf,
+                   options_.clock);
     if (record.coding() == ForkCoding::None && before.coding() == ForkCoding::None) {
         // What a person set for a plain file is no affair of its contents.
         std::copy(std::begin(before.signature_), std::end(before.signature_),
                   std::begin(record.signature_));
         std::copy(std::begin(before.flags), std::end(before.flags), std::begin(record.flags));
     }
+    renew(record, before);
+    if (!wasIcon && source.isCustomIconFile) {
+        SiblingNames& names = namesOf(record.parent);
+        names.giveBackHfs(record.hfsName());
+        PlaceCustomIcon(project_, record, names);
+    }
+}
+
+// The icon of a volume becomes a file like others.
+void Rereading::becomeNoIcon(ProjectRecord& record) {
+    ForgetCustomIcon(project_, record);
+    if (record.parent != kRootFolder)
+        return;
+    record.setHfsNameLocked(false);
+    record.setIsoInclusion(1);
+}
+
+// The HFS name that the file brings now, unless another item has it or the old one is to stay.
+void Rereading::renew(ProjectRecord& record, const ProjectRecord& before) {
     std::string wanted(record.hfsName());
     const bool broughtName =
         before.macBinary() || before.binHex() || before.coding() == ForkCoding::NamedStreams;
+    const bool isHfsPlus = project_.header().isHfsPlus();
     if (broughtName && record.coding() != before.coding() && wanted == before.hfsName())
         wanted =
             ToHfsForm(Truncate(record.sourceName(), isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit),
                       isHfsPlus);
-    const bool stays =
-        before.hfsNameLocked() || before.hfsName() == kRefusedName || wanted == before.hfsName();
     record.setHfsName(before.hfsName());
-    if (!stays)
+    if (!record.hfsNameLocked() && before.hfsName() != kRefusedName && wanted != before.hfsName())
         record.setHfsName(freeHfsName(record, wanted));
+}
+
+SiblingNames& Rereading::namesOf(std::int32_t folder) {
+    if (!names_ || namedFolder_ != folder) {
+        namedFolder_ = folder;
+        names_.emplace(project_.childrenOf(folder), project_.header().isHfsPlus());
+    }
+    return *names_;
 }
 
 // A name that no other item of the folder has in the HFS view.
 std::string Rereading::freeHfsName(const ProjectRecord& record, const std::string& wanted) {
     if (!record.isIn(ProjectView::Hfs))
         return wanted;
-    if (!names_ || namedFolder_ != record.parent) {
-        namedFolder_ = record.parent;
-        names_.emplace(project_.childrenOf(record.parent), project_.header().isHfsPlus());
-    }
-    names_->giveBackHfs(record.hfsName());
-    return names_->takeHfs(wanted, record.sourceName());
+    SiblingNames& names = namesOf(record.parent);
+    names.giveBackHfs(record.hfsName());
+    return names.takeHfs(wanted, record.sourceName());
 }
 
 }  // namespace
@@ -168,7 +187,8 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
             !confirm.ask(messages, FormatText(kTextFolderNotEmpty, messages.language(),
                                               Printable(NarrowToUtf8(change.name)))))
             continue;
-        ForgetIcon(project, *record);
+        if (IsPlacedIcon(*record))
+            ForgetCustomIcon(project, *record);
         byFolder[change.parent].push_back(change.number);
         Tell(progress, kTextDeletion, change.path, messages);
     }

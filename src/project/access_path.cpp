@@ -63,8 +63,11 @@ bool PathChange::apply(ProjectRecord& record, Messages& messages) const {
         return false;
     const std::string bare = new_.substr(0, new_.size() - 1);
     const std::size_t slash = bare.find_last_of('/');
-    if (slash == std::string::npos || slash + 1 == bare.size())
+    if (slash == std::string::npos || slash + 1 == bare.size()) {
+        messages.itemSkipped(SourceText(record), fmt::format("{} is no name for a folder",
+                                                             Printable(NarrowToUtf8(new_))));
         return false;
+    }
     return set(record, bare.substr(0, slash + 1), bare.substr(slash + 1), messages);
 }
 

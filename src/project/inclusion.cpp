@@ -8,6 +8,7 @@
 #include <limits>
 #include <set>
 
+#include "project/custom_icon.hpp"
 #include "project/folder_batch.hpp"
 #include "project/pc_sources.hpp"
 #include "support/encoding.hpp"
@@ -28,8 +29,6 @@ constexpr int kTextIncluding = 1456;
 
 constexpr int kJournalFile = 2;
 constexpr std::string_view kCompanionPrefix = "._";
-/// The icon of a volume, in its root.
-constexpr std::string_view kVolumeIconName = ".VolumeIcon.icns";
 /// Items between two looks at the status line.
 constexpr std::int64_t kItemsBetweenTexts = 64;
 
@@ -78,7 +77,6 @@ class Inclusion {
     void addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                  const Location& where);
     void passCompanion(const PcItem& item, const Location& where);
-    void placeCustomIcon(FolderBatch& batch, ProjectRecord& record);
     void finish(FolderBatch& batch, ProjectRecord& record, const std::string& path);
 
     [[nodiscard]] bool isExcluded(const PcItem& item) const;
@@ -160,17 +158,17 @@ void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
 
 void Inclusion::tellConflict(Conflict conflict, const std::string& path) {
     const bool sameName = conflict == Conflict::SameName;
-    if (options_.skipsConflicts) {
-        skip(path, sameName ? messages_.text(kTextSameName) : "it is in the project already");
+    const bool isIsoPlus = project_.mode() == ProjectMode::IsoPlus;
+    if (!sameName && (options_.toleratesConflicts || isIsoPlus))
+        return;
+    if (options_.toleratesConflicts || isIsoPlus) {
+        skip(path, messages_.text(kTextSameName));
         return;
     }
     fail(InclusionStatus::Conflict);
-    if (project_.mode() == ProjectMode::Hybrid)
-        messages_.showMessage(
-            sameName ? fmt::format("{}\n{}", Printable(path), messages_.text(kTextSameName))
-                     : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
-    else if (sameName)
-        skip(path, messages_.text(kTextSameName));
+    messages_.showMessage(
+        sameName ? fmt::format("{}: {}", Printable(path), messages_.text(kTextSameName))
+                 : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
 }
 
 void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
@@ -183,7 +181,8 @@ void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
     std::vector<PcItem> items;
     std::copy_if(listing.begin(), listing.end(), std::back_inserter(items),
                  [&](const PcItem& item) { return MatchesPattern(item.name, selection.name); });
-    if (items.empty() && !listing.empty()) {
+    const bool takesAll = selection.name == "*" || selection.name == "*.*";
+    if (items.empty() && !(listing.empty() && takesAll)) {
         const std::string pattern = selection.folder + selection.name;
         refuseName(pattern, fmt::format("No file or folder fits {}.", Printable(pattern)));
         return;
@@ -193,7 +192,7 @@ void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
 }
 
 void Inclusion::refuseName(const std::string& given, std::string_view message) {
-    if (options_.skipsConflicts) {
+    if (options_.toleratesMissing) {
         skip(given, "it names no file or folder that can be included");
         return;
     }
@@ -229,8 +228,11 @@ void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const 
 
 Conflict Inclusion::addItem(FolderBatch& batch, const PcItem& item, const Location& where) {
     const std::string path = where.folder + item.name;
-    if (isExcluded(item))
+    if (isExcluded(item)) {
+        if (where.isNamed)
+            skip(path, "it is a file of the project itself");
         return Conflict::None;
+    }
     if (IsCompanion(item)) {
         passCompanion(item, where);
         return Conflict::None;
@@ -312,7 +314,7 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
     else
         DecideViews(record, batch.view(), Printable(path), options_.answers, messages_);
     if (source.isCustomIconFile)
-        placeCustomIcon(batch, record);
+        PlaceCustomIcon(project_, record, batch.names());
     finish(batch, record, path);
     ++result_.files;
 }
@@ -325,23 +327,6 @@ void Inclusion::passCompanion(const PcItem& item, const Location& where) {
     else if (where.isNamed)
         skip(where.folder + item.name,
              fmt::format("it belongs to {} and comes with it", Printable(name)));
-}
-
-void Inclusion::placeCustomIcon(FolderBatch& batch, ProjectRecord& record) {
-    if (batch.parent() != kRootFolder) {
-        if (ProjectRecord* folder = project_.findByNumber(batch.parent()))
-            folder->setCustomIcon(true);
-        return;
-    }
-    // A volume has one icon: another file of that name comes first, and a second icon stays a file.
-    if (project_.mode() != ProjectMode::Hybrid || project_.header().customIcon() ||
-        batch.names().takeHfs(kVolumeIconName, record.sourceName()) != kVolumeIconName)
-        return;
-    record.setIsoInclusion(0);
-    record.setHfsInclusion(1);
-    record.setHfsName(kVolumeIconName);
-    record.setHfsNameLocked(true);
-    project_.header().setCustomIcon(true);
 }
 
 void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::string& path) {
@@ -369,8 +354,12 @@ PcKind Inclusion::kindOf(const Location& where, const std::string& name) {
 
 std::string Inclusion::refusal(const PcItem& item, const Location& where) const {
     const PcFacts& facts = item.facts;
-    if (facts.kind == PcKind::Missing)
+    if (facts.kind == PcKind::Missing) {
+        // A folder that may be listed need not let us look at its items.
+        if (const int error = ReadRefusal(where.folder + item.name); error != 0 && error != ENOENT)
+            return SystemErrorText(error);
         return facts.isLink ? "it is a symbolic link that leads nowhere" : "it cannot be found";
+    }
     if (facts.kind == PcKind::Special)
         return "it is a pipe, a socket or a device";
     if (facts.kind == PcKind::Folder)

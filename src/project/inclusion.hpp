@@ -28,15 +28,19 @@ struct InclusionOptions {
     SignatureLookup signatureOf = {};
     /// Files that are passed over in silence: an image being made is never its own source.
     std::vector<PcIdentity> excluded = {};
-    /// A path that names nothing, or what is there already, is left out like any other item instead
-    /// of deciding the status: for a list of which the rest is to be done.
-    bool skipsConflicts = false;
+    /// What was named and is there already is passed over in silence, and one of its name left out
+    /// like any other item, instead of deciding the status: for a command that is repeated.
+    bool toleratesConflicts = false;
+    /// A path that names nothing is left out like any other item: for a list of which the rest is
+    /// to be done.
+    bool toleratesMissing = false;
 };
 
 enum class InclusionStatus {
     Done,          ///< what could be included was; see `skipped`
     NotFound,      ///< a name or pattern stands for nothing
-    Conflict,      ///< an item that was named is there already, or another one of its name
+    Conflict,      ///< an item that was named is there already, or another one of its name; an
+                   ///< ISO+ project passes over the former
     NoSuchFolder,  ///< the project has no such folder
     Stopped        ///< by the user: folders not reached stay empty, the project should not be saved
 };

@@ -107,6 +107,12 @@ const std::string& SourceNameOf(const PcItem& item) {
     return item.narrow.find('?') == std::string::npos ? item.narrow : item.shortName;
 }
 
+std::string SourceText(const ProjectRecord& record) {
+    const bool made = record.accessPath() == kProjectOnlyPath;
+    return Printable(NarrowToUtf8((made ? std::string{} : std::string(record.accessPath())) +
+                                  std::string(record.sourceName())));
+}
+
 PcItem PcListings::find(const std::string& folder, std::string_view name) {
     const std::vector<PcItem>& items = itemsOf(folder);
     const auto found = std::lower_bound(

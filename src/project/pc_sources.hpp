@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "project/project_record.hpp"
 #include "support/pc_folder.hpp"
 
 namespace vellmark {
@@ -33,6 +34,9 @@ struct PcSelection {
 /// lacks a character of it. Empty when there is no such name.
 /// It lives as long as the item.
 [[nodiscard]] const std::string& SourceNameOf(const PcItem& item);
+
+/// Where the item of a record is on the PC, to be shown to a person.
+[[nodiscard]] std::string SourceText(const ProjectRecord& record);
 
 /// Looks into folders of the PC and remembers what it saw last, as the 8.3 names of a folder are
 /// known only from all of it: paths in any order do not list a folder for each of its files. The

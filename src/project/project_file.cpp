@@ -224,9 +224,12 @@ void ProjectFile::setViewFlagsUp(std::int32_t folder, int iso, int hfs) {
         ProjectRecord* record = findByNumber(folder);
         if (!record)
             return;
-        if (iso != 0 && record->isoInclusion() == 0 && record->isoName() != kRefusedName)
+        const bool isRefusal = record->sourceName() != kRefusedName;
+        if (iso != 0 && record->isoInclusion() == 0 &&
+            !(isRefusal && record->isoName() == kRefusedName))
             record->setIsoInclusion(iso);
-        if (hfs != 0 && record->hfsInclusion() == 0 && record->hfsName() != kRefusedName)
+        if (hfs != 0 && record->hfsInclusion() == 0 &&
+            !(isRefusal && record->hfsName() == kRefusedName))
             record->setHfsInclusion(hfs);
         folder = record->parent;
     }

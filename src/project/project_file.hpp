@@ -187,4 +187,7 @@ class ProjectFile {
 /// done, which is no reason not to open the project.
 [[nodiscard]] bool BackUpProject(const std::string& path);
 
+/// Why this user may not save a project over its file: the system's error number, 0 when they may.
+[[nodiscard]] int SaveRefusal(const std::string& path);
+
 }  // namespace vellmark

@@ -86,7 +86,7 @@ std::int32_t NewFolder(ProjectFile& project, std::string_view name, std::int32_t
         isThere || !project.isFolder(parent) ? 0 : project.giveFolderNumber(narrow);
     if (number == 0) {
         messages.showMessage(
-            isThere ? fmt::format("{}\n{}", Printable(name), messages.text(kTextSameName))
+            isThere ? fmt::format("{}: {}", Printable(name), messages.text(kTextSameName))
                     : fmt::format("The folder \"{}\" cannot be made: the project has no "
                                   "number left for it, or no folder {} to hold it.",
                                   Printable(name), parent));
@@ -120,7 +120,8 @@ std::int32_t NewPathFolder(ProjectFile& project, std::string_view path, NewFolde
         const ProjectRecord* known = FindBySourceName(project, folder, Utf8ToNarrow(part));
         if (known && known->isFolder()) {
             folder = known->number;
-            project.setViewFlagsUp(folder, view != ProjectView::Hfs, view != ProjectView::Iso);
+            if (options.widens)
+                project.setViewFlagsUp(folder, view != ProjectView::Hfs, view != ProjectView::Iso);
             continue;
         }
         folder = NewFolder(project, part, folder, options, messages);

@@ -16,6 +16,7 @@ struct NewFolderOptions {
     const Clock& clock;                      ///< their dates are now
     ProjectView view = ProjectView::Hybrid;  ///< an ISO+ project has only ISO
     TruncationAnswers truncation = {};
+    bool widens = true;  ///< takes folders of a path that are there already into the view
 };
 
 /// Makes a folder in `parent` and returns its number. The name is UTF-8. 0 when it cannot be: the
@@ -25,8 +26,9 @@ struct NewFolderOptions {
                                      Messages& messages);
 
 /// Makes those folders of a path (from root, `/` or `\` between the names) that the project lacks,
-/// and returns the number of the last. A folder that is there but not in the view is taken into it.
-/// 0 when a folder cannot be made: the reason has been shown, and the project should not be saved.
+/// and returns the number of the last. A folder that is there but not in the view is taken into it
+/// if the options say so. 0 when a folder cannot be made: the reason has been shown, and the
+/// project should not be saved.
 [[nodiscard]] std::int32_t NewPathFolder(ProjectFile& project, std::string_view path,
                                          NewFolderOptions& options, Messages& messages);
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "containers/names.hpp"
@@ -202,6 +203,14 @@ bool BackUpProject(const std::string& path) {
     const std::uint64_t sizeBytes = source.size();
     return backup.file().isOpen() && backup.file().copyFrom(source, 0, 0, sizeBytes) == sizeBytes &&
            backup.publish(true, true) == 0;
+}
+
+int SaveRefusal(const std::string& path) {
+    // A new file takes the place of the old one, which needs the folder, but a file that is
+    // protected is meant to stay.
+    if (::access(path.c_str(), W_OK) != 0 || ::access(FolderOf(path).c_str(), W_OK | X_OK) != 0)
+        return errno;
+    return 0;
 }
 
 }  // namespace vellmark

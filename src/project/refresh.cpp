@@ -8,11 +8,13 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "containers/named_streams.hpp"
 #include "project/folder_batch.hpp"
 #include "project/folder_chain.hpp"
 #include "project/pc_sources.hpp"
 #include "project/source_coding.hpp"
 #include "project/source_folder.hpp"
+#include "project/stray_records.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/texts.hpp"
@@ -29,6 +31,13 @@ struct FolderToCheck {
     std::int32_t number;
     std::string accessPath;  ///< of its contents; empty when it has no folder of the PC
 };
+
+// A line break in a name would look like another line.
+std::string OnOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, '?');
+    return text;
+}
 
 bool IsMissing(const ProjectRecord& record) {
     return record.isoInclusion() < 0 || record.hfsInclusion() < 0;
@@ -105,6 +114,10 @@ CheckResult Checker::run(std::int32_t folder) {
         checkFolder(next);
     }
     dropSecondLinks();
+    if (folder == kRootFolder)
+        FindStrayRecords(project_, [this](const ProjectRecord& record, std::string_view reason) {
+            messages_.itemSkipped(SourceText(record), reason);
+        });
     return std::move(result_);
 }
 
@@ -227,8 +240,10 @@ void Checker::compareFile(Comparison& comparison, const SourceFolder& source, st
 bool Checker::forksDiffer(const ProjectRecord& record, const SourceFolder& source,
                           const PcItem& item) {
     const bool companion = source.hasCompanion(item);
-    const bool hasForksBeside =
-        companion || record.appleDouble() || record.coding() == ForkCoding::NamedStreams;
+    const std::string path = source.path() + item.name;
+    const bool hasForksBeside = companion || record.appleDouble() ||
+                                record.coding() == ForkCoding::NamedStreams ||
+                                HasNamedStreams(path);
     // MacBinary alone keeps dates of its own.
     const bool hasOwnDates = record.macBinary();
     if (options_.dates && !hasOwnDates &&
@@ -236,7 +251,6 @@ bool Checker::forksDiffer(const ProjectRecord& record, const SourceFolder& sourc
         return true;
     if (!hasForksBeside && !(options_.dates && hasOwnDates))
         return false;
-    const std::string path = source.path() + item.name;
     const SourceCoding coding = FindSourceCoding(path, item.facts.sizeBytes, companion, progress_);
     if (coding.isStopped || !coding.refusal.empty()) {
         if (!coding.refusal.empty())
@@ -254,6 +268,9 @@ bool Checker::forksDiffer(const ProjectRecord& record, const SourceFolder& sourc
 void Checker::findAdditions(Comparison& comparison, const SourceFolder& source) {
     std::optional<FolderBatch> batch;  // costs more than the rest where nothing is new
     for (const PcItem& item : source.items()) {
+        if (source.isLostCompanion(item))
+            messages_.itemSkipped(Printable(source.path() + item.name),
+                                  "the file that it belongs to is not there");
         if (comparison.known.contains(&item) || isNoAddition(item))
             continue;
         if (!batch) {
@@ -314,7 +331,8 @@ bool Checker::mayGoOn() {
 
 std::string ReportLine(const ProjectChange& change) {
     return fmt::format("{}|{}|{}|{}|{}|{}\r\n", static_cast<char>(change.kind), change.parent,
-                       change.number, change.sizeBytes, change.accessPath, change.name);
+                       change.number, change.sizeBytes, OnOneLine(change.accessPath),
+                       OnOneLine(change.name));
 }
 
 CheckResult Check(const ProjectFile& project, std::int32_t folder, const CheckOptions& options,

@@ -60,7 +60,7 @@ struct SourceCoding {
 /// signature, dates, Finder flags, and, unless it is locked, the HFS name where the container or
 /// the disk brings one (in the form of the project; other items of the folder are not looked at).
 /// The source name must be there already. `item` needs its name and facts; `signatureOf` may be
-/// empty. A file is never made visible again, nor its extension: the user may have hidden them.
+/// empty. Marks of hiding are set and never taken away: the user may have set them.
 void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcItem& item,
                     bool isHfsPlus, const SignatureLookup& signatureOf, const Clock& clock);
 

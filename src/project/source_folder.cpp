@@ -12,6 +12,8 @@ namespace vellmark {
 
 namespace {
 
+constexpr std::string_view kCompanionPrefix = "._";
+
 // With these the system says that there is nothing; any other failure says nothing about it.
 bool MeansGone(int error) {
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
@@ -85,10 +87,18 @@ FoundSource SourceFolder::find(std::string_view sourceName, PcKind kind) const {
 }
 
 bool SourceFolder::hasCompanion(const PcItem& item) const {
-    const std::string name = "._" + item.name;
+    return holds(std::string(kCompanionPrefix) + item.name);
+}
+
+bool SourceFolder::isLostCompanion(const PcItem& item) const {
+    return item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix) &&
+           !holds(std::string_view(item.name).substr(kCompanionPrefix.size()));
+}
+
+bool SourceFolder::holds(std::string_view name) const {
     const auto found = std::lower_bound(
         items_.begin(), items_.end(), name,
-        [](const PcItem& other, const std::string& wanted) { return other.name < wanted; });
+        [](const PcItem& other, std::string_view wanted) { return other.name < wanted; });
     return found != items_.end() && found->name == name;
 }
 

@@ -45,9 +45,12 @@ class SourceFolder {
     [[nodiscard]] FoundSource find(std::string_view sourceName, PcKind kind) const;
     /// Whether an item `._NAME` stands beside the item.
     [[nodiscard]] bool hasCompanion(const PcItem& item) const;
+    /// Whether the item is a file `._NAME` without an item of that name beside it.
+    [[nodiscard]] bool isLostCompanion(const PcItem& item) const;
 
   private:
     void index();
+    [[nodiscard]] bool holds(std::string_view name) const;
 
     SourceState state_ = SourceState::There;
     int error_ = 0;

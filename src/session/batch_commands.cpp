@@ -74,8 +74,10 @@ BatchResult ResultOf(CompileResult result) {
 BatchResult BatchCompile(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
     const ProjectMode mode = ProjectModeOf(job.project);
-    if (mode == ProjectMode::IsoPlus && job.side != BatchSide::Both)
+    if (mode == ProjectMode::IsoPlus && job.side != BatchSide::Both) {
+        messages.showMessage("An ISO+ project is built into one kind of image.");
         return BatchResult::NotUnderstood;
+    }
     std::optional<ProjectFile> project;
     if (ProjectFile::Open(FollowLink(job.project), mode, messages, project) !=
         ProjectOpened::Opened)
@@ -86,8 +88,9 @@ BatchResult BatchCompile(const BatchJob& job) {
             fmt::format("The image {} would replace its own project.", Printable(image)));
         return BatchResult::NotCreated;
     }
+    bool changed = false;
     if (!MayMakeFile(image, true, messages) ||
-        !RebuildBeforeBuild(*project, false, image, job.context, job.terminal))
+        !RebuildBeforeBuild(*project, false, image, job.context, job.terminal, changed))
         return BatchResult::NotCreated;
     const ImageKind kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
                            : job.side == BatchSide::Iso ? ImageKind::Iso
@@ -95,6 +98,7 @@ BatchResult BatchCompile(const BatchJob& job) {
     CompileContext compile{*project,          messages, job.terminal.progress,
                            job.context.clock, image,    kind};
     compile.replace = true;
+    compile.projectChanged = changed;
     return ResultOf(CompileProject(compile));
 }
 
@@ -122,10 +126,16 @@ BatchResult BatchInclude(const BatchJob& job) {
         return BatchResult::NotOpened;
     InclusionOptions options{job.context.clock, ViewOf(job.side), kYesToAll, kShortenAll};
     options.signatureOf = SignatureLookupOf(job.context, job.terminal.messages);
-    options.skipsConflicts = isList;
+    options.excluded = OwnFiles(*project, job.context);
+    options.toleratesConflicts = true;
+    options.toleratesMissing = isList;
     const InclusionResult included =
         Include(*project, paths, kRootFolder, options, messages, job.terminal.progress);
     if (!IsWorthSaving(included, messages))
+        return BatchResult::NotFound;
+    // Nothing that was named could be taken: no project comes into being for it.
+    const bool isVain = included.files + included.folders == 0 && included.skipped > 0;
+    if (isVain && PcFactsOf(job.project).kind == PcKind::Missing)
         return BatchResult::NotFound;
     return Save(*project, messages);
 }
@@ -144,7 +154,10 @@ BatchResult BatchRebuild(const BatchJob& job) {
     RebuildResult result;
     if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
         return BatchResult::NotCreated;
-    return result.hasChanges() ? Save(*project, messages) : BatchResult::Done;
+    if (!result.hasChanges())
+        return BatchResult::Done;
+    BackUpBeforeChange(*project, messages);
+    return Save(*project, messages);
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

@@ -52,6 +52,7 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
                            context.clock, options.output,    KindOf(options.kind)};
     compile.postgap = options.postgap;
     compile.replace = options.force;
+    compile.projectChanged = options.projectChanged;
     compile.tableFolder = tables.path();
     if (CompileProject(compile) != CompileResult::Done)
         return kExitFailed;

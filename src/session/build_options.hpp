@@ -18,6 +18,7 @@ struct BuildOptions {
     bool postgap = false;
     bool force = false;
     bool quiet = false;
+    bool projectChanged = false;  ///< before the build: it is saved with the image
 };
 
 /// Declares the options on a verb, apart from the output.

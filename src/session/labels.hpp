@@ -18,7 +18,7 @@ enum class LabelSide { Both, Iso, Hfs };
                                                       Messages& messages);
 
 /// Sets labels from UTF-8. An ISO+ project has one label only, the ISO one. False, after a message
-/// and without a change, when `CheckedLabel` refuses it for the Macintosh side of the project.
+/// and without a change, when it is refused: for both sides by the rule of the Macintosh side.
 [[nodiscard]] bool SetLabels(ProjectFile& project, const std::string& label, LabelSide side,
                              Messages& messages);
 

@@ -1,9 +1,6 @@
 #include "session/open_project.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
-
-#include <cerrno>
 
 #include "session/file_modes.hpp"
 #include "session/targets.hpp"
@@ -18,10 +15,11 @@ bool OpenForChange(const std::string& path, Messages& messages,
     const std::string real = FollowLink(path);
     if (ProjectFile::Open(real, ProjectModeOf(path), messages, project) != ProjectOpened::Opened)
         return false;
-    if (::access(real.c_str(), W_OK) == 0)
+    const int error = SaveRefusal(real);
+    if (error == 0)
         return true;
     messages.showMessage(fmt::format("The project file {} cannot be changed: {}.", Printable(path),
-                                     SystemErrorText(errno)));
+                                     SystemErrorText(error)));
     project.reset();
     return false;
 }
@@ -37,9 +35,7 @@ bool IsWorthSaving(const InclusionResult& included, Messages& messages) {
         messages.showMessage("Stopped as you wished; nothing was changed.");
         return false;
     }
-    // All that was named was left out, and each item has been told.
-    const bool nothing = included.files + included.folders == 0 && included.skipped > 0;
-    return included.status == InclusionStatus::Done && !nothing;
+    return included.status == InclusionStatus::Done;
 }
 
 }  // namespace vellmark

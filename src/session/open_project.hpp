@@ -19,8 +19,9 @@ namespace vellmark {
 /// be done.
 void BackUpBeforeChange(const ProjectFile& project, Messages& messages);
 
-/// Whether the project may be saved after this inclusion. An item that was named and is not in the
-/// project now makes the whole command fail; the reason has been shown then.
+/// Whether the project may be saved after this inclusion: not when it was stopped, or when a name
+/// stands for nothing or for what may not be there twice. The reason has been shown then. What was
+/// left out is no reason.
 [[nodiscard]] bool IsWorthSaving(const InclusionResult& included, Messages& messages);
 
 }  // namespace vellmark

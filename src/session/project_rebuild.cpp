@@ -1,9 +1,9 @@
 #include "session/project_rebuild.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "session/file_modes.hpp"
+#include "session/open_project.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "support/encoding.hpp"
@@ -11,15 +11,34 @@
 
 namespace vellmark {
 
+namespace {
+
+std::vector<PcIdentity> IdentitiesOf(const std::vector<std::string>& paths) {
+    std::vector<PcIdentity> identities;
+    for (const std::string& path : paths)
+        if (const PcFacts facts = PcFactsOf(path); facts.kind != PcKind::Missing)
+            identities.push_back({facts.device, facts.inode});
+    return identities;
+}
+
+std::vector<std::string> OwnPaths(const ProjectFile& project, const CommandContext& context) {
+    return {project.path(), WithExtension(project.path(), "BAK"),
+            context.session ? context.session->journal.path() : std::string{}};
+}
+
+}  // namespace
+
+std::vector<PcIdentity> OwnFiles(const ProjectFile& project, const CommandContext& context) {
+    return IdentitiesOf(OwnPaths(project, context));
+}
+
 std::vector<PcIdentity> NeverItems(const ProjectFile& project, const std::string& target,
                                    const CommandContext& context) {
-    const std::string journal = context.session ? context.session->journal.path() : std::string{};
-    std::vector<PcIdentity> items;
-    for (const std::string& path :
-         {project.path(), WithExtension(project.path(), "BAK"), target, journal})
-        if (const PcFacts facts = PcFactsOf(path); facts.kind != PcKind::Missing)
-            items.push_back({facts.device, facts.inode});
-    return items;
+    std::vector<std::string> paths = OwnPaths(project, context);
+    paths.push_back(target);
+    for (const char* extension : {"iso", "ISO", "dmg"})
+        paths.push_back(WithExtension(project.path(), extension));
+    return IdentitiesOf(paths);
 }
 
 bool RebuildInMemory(ProjectFile& project, const ProjectRebuild& what, CommandContext& context,
@@ -34,21 +53,26 @@ bool RebuildInMemory(ProjectFile& project, const ProjectRebuild& what, CommandCo
     return !result.isStopped && !StopSignals::requested();
 }
 
+std::string RebuildSentence(const ProjectFile& project, const RebuildResult& result) {
+    return fmt::format("{}: {} items deleted, {} modified, {} folders and {} files added",
+                       Printable(project.path()), result.deleted, result.modified, result.folders,
+                       result.files);
+}
+
 bool RebuildBeforeBuild(ProjectFile& project, bool wanted, const std::string& target,
-                        CommandContext& context, Terminal& terminal) {
+                        CommandContext& context, Terminal& terminal, bool& changed) {
+    changed = false;
     if (!wanted && !project.header().rebuildBeforeCompile())
         return true;
     RebuildResult result;
     if (!RebuildInMemory(project, {.target = target}, context, terminal, result))
         return false;
-    if (!result.hasChanges())
+    changed = result.hasChanges();
+    if (!changed)
         return true;
-    if (::access(project.path().c_str(), W_OK) == 0)
-        return project.save(terminal.messages);
-    terminal.messages.showTimedMessage(
-        fmt::format("The project file {} may not be changed: it stays as it is, and the image has "
-                    "what is on the disk now.",
-                    Printable(project.path())));
+    if (SaveRefusal(project.path()) == 0)
+        BackUpBeforeChange(project, terminal.messages);
+    terminal.messages.showTimedMessage(RebuildSentence(project, result));
     return true;
 }
 

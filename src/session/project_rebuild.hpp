@@ -18,8 +18,12 @@ struct ProjectRebuild {
     std::string target = {};  ///< path of an image that is to be made, never an item of its project
 };
 
-/// The files that are never new items of a project: the project, its backup copy, the journal, and
-/// what is to be made from it.
+/// The project, its backup copy and the journal, which are no items of their project.
+[[nodiscard]] std::vector<PcIdentity> OwnFiles(const ProjectFile& project,
+                                               const CommandContext& context);
+
+/// The files that are never new items: the project's own, `target`, and the images that builds of
+/// the project make as a rule.
 [[nodiscard]] std::vector<PcIdentity> NeverItems(const ProjectFile& project,
                                                  const std::string& target,
                                                  const CommandContext& context);
@@ -30,10 +34,13 @@ struct ProjectRebuild {
                                    CommandContext& context, Terminal& terminal,
                                    RebuildResult& result);
 
-/// The rebuild before a build: when it is asked for here or in the project itself. A project that
-/// changed is saved where its file may be changed; where not, the image has what is new all the
-/// same, and the user is told. False after a message.
+/// What a rebuild did, for the person.
+[[nodiscard]] std::string RebuildSentence(const ProjectFile& project, const RebuildResult& result);
+
+/// The rebuild before a build, in memory: when it is asked for here or in the project itself. Of a
+/// project that changed, a backup copy is made, and `changed` is set: it is to be saved when the
+/// image is there, as a disk that is not mounted must not empty a project. False after a message.
 [[nodiscard]] bool RebuildBeforeBuild(ProjectFile& project, bool wanted, const std::string& target,
-                                      CommandContext& context, Terminal& terminal);
+                                      CommandContext& context, Terminal& terminal, bool& changed);
 
 }  // namespace vellmark

@@ -6,6 +6,7 @@
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
 #include "session/open_project.hpp"
+#include "session/project_rebuild.hpp"
 #include "session/signature_file.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -39,10 +40,12 @@ RememberedAnswer AnswerOf(const std::string& word, Remembered yes) {
     return {word == "yes" ? yes : word == "no" ? Remembered::NoToAll : Remembered::Ask};
 }
 
-InclusionAnswers AnswersOf(const AddOptions& options) {
+InclusionAnswers AnswersOf(const AddOptions& options, bool asks) {
     const RememberedAnswer containers = AnswerOf(options.containersInIso, Remembered::YesToAll);
-    // "Yes to all" would keep executables out of the HFS view that they are added to.
-    return {containers, containers, AnswerOf(options.exeInHfs, Remembered::YesToEach)};
+    // "Yes to all" would keep executables out of the HFS view that they are added to: only a person
+    // may say so.
+    const std::string& exe = options.exeInHfs == "ask" && !asks ? "yes" : options.exeInHfs;
+    return {containers, containers, AnswerOf(exe, Remembered::YesToEach)};
 }
 
 // Items of a folder are in the views of the folder: say so when that is not what was asked for.
@@ -51,16 +54,18 @@ void TellView(const ProjectFile& project, std::int32_t folder, const AddOptions&
     if (folder == kRootFolder || project.mode() == ProjectMode::IsoPlus ||
         project.folderView(folder) == ViewOf(options.view))
         return;
-    messages.showTimedMessage(
-        fmt::format("The folder {} is not in the {} view alone: what is added to it is in the same "
-                    "views as the folder.",
-                    Printable(options.to), options.view));
+    const ProjectView view = project.folderView(folder);
+    messages.showTimedMessage(fmt::format(
+        "The folder {} is in {}: what is added to it is there too.", Printable(options.to),
+        view == ProjectView::Iso   ? "the ISO view alone"
+        : view == ProjectView::Hfs ? "the HFS view alone"
+                                   : "both views"));
 }
 
 InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandContext& context,
                        Terminal& terminal) {
     const ProjectView view = ViewOf(options.view);
-    NewFolderOptions folders{context.clock, view};
+    NewFolderOptions folders{.clock = context.clock, .view = view, .widens = false};
     if (options.truncate == "auto")
         folders.truncation = {true, true, true};
     const std::int32_t folder = NewPathFolder(project, options.to, folders, terminal.messages);
@@ -69,7 +74,8 @@ InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandC
     TellView(project, folder, options, terminal.messages);
     InclusionOptions inclusion{context.clock, view};
     inclusion.truncation = folders.truncation;
-    inclusion.answers = AnswersOf(options);
+    inclusion.answers = AnswersOf(options, context.asks);
+    inclusion.excluded = OwnFiles(project, context);
     inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     return Include(project, options.paths, folder, inclusion, terminal.messages, terminal.progress);
 }
@@ -86,9 +92,11 @@ int Add(const AddOptions& options, CommandContext& context) {
     const InclusionResult included = AddAll(*project, options, context, terminal);
     if (!IsWorthSaving(included, terminal.messages))
         return kExitFailed;
-    BackUpBeforeChange(*project, terminal.messages);
-    if (!project->save(terminal.messages))
-        return kExitFailed;
+    if (included.files + included.folders > 0) {
+        BackUpBeforeChange(*project, terminal.messages);
+        if (!project->save(terminal.messages))
+            return kExitFailed;
+    }
     terminal.progress.clear();
     if (!options.quiet)
         context.output << fmt::format("{}: {} folders and {} files added\n",

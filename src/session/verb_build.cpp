@@ -43,7 +43,8 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
     if (ProjectFile::Open(FollowLink(options.project), mode, terminal.messages, project) !=
             ProjectOpened::Opened ||
         !MayMakeFile(build.output, build.force, terminal.messages) ||
-        !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal))
+        !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal,
+                            build.projectChanged))
         return kExitFailed;
     return RunBuild(*project, build, context, terminal);
 }

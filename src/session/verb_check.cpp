@@ -59,14 +59,14 @@ void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& chang
 }
 
 void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& options,
-             CommandContext& context) {
+             bool isWhole, CommandContext& context) {
     for (const ProjectChange& change : changes)
         if (options.lines)
             context.output << NarrowToUtf8(ReportLine(change));
         else
             context.output << fmt::format("{:<9} {}{}\n", WordOf(change.kind),
                                           Printable(change.path), change.isFolder ? "/" : "");
-    if (changes.empty() && !options.lines)
+    if (changes.empty() && isWhole && !options.lines)
         context.output << Text(kTextNoDifference, context.language) << '\n';
 }
 
@@ -91,11 +91,12 @@ int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
         terminal.messages.showMessage("Stopped as you wished; nothing was told.");
         return kExitFailed;
     }
+    const bool isWhole = terminal.messages.skipped() == 0;
     if (options.json)
         PutJson(*project, result.changes, context);
     else
-        PutText(result.changes, options, context);
-    return result.changes.empty() && terminal.messages.skipped() == 0 ? kExitDone : kExitSkipped;
+        PutText(result.changes, options, isWhole, context);
+    return result.changes.empty() && isWhole ? kExitDone : kExitSkipped;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {

@@ -77,7 +77,9 @@ int Make(MakeOptions& options, CommandContext& context) {
         inclusion.excluded.push_back({target.device, target.inode});
     const InclusionResult included = Include(project, ContentsOf(options.folder), kRootFolder,
                                              inclusion, terminal.messages, terminal.progress);
-    return IsWorthSaving(included, terminal.messages)
+    // An image without anything of what was wanted; each item has been told.
+    const bool isVain = included.files + included.folders == 0 && included.skipped > 0;
+    return IsWorthSaving(included, terminal.messages) && !isVain
                ? RunBuild(project, options.build, context, terminal)
                : static_cast<int>(kExitFailed);
 }

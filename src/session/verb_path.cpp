@@ -16,6 +16,7 @@ namespace vellmark {
 
 namespace {
 
+constexpr std::string_view kName = "path";
 constexpr int kTextPathsChanged = 1408;
 
 struct PathOptions {
@@ -58,19 +59,23 @@ int RunPath(const PathOptions& options, CommandContext& context) {
                         Printable(oldPath.empty() ? options.oldPath : options.newPath)));
         return kExitFailed;
     }
+    if (oldPath == newPath)
+        return UsageError(context, kName, "The old and the new path are the same.");
     std::optional<ProjectFile> project;
     if (!OpenForChange(options.project, terminal.messages, project))
         return kExitFailed;
     const std::int64_t count = ChangeAccessPath(*project, oldPath, newPath, terminal.messages);
-    if (count == 0) {
+    if (count == 0 && terminal.messages.skipped() == 0) {
         terminal.messages.showMessage(fmt::format("No item of {} comes from {}.",
                                                   Printable(options.project),
                                                   Printable(NarrowToUtf8(oldPath))));
         return kExitFailed;
     }
-    BackUpBeforeChange(*project, terminal.messages);
-    if (!project->save(terminal.messages))
-        return kExitFailed;
+    if (count > 0) {
+        BackUpBeforeChange(*project, terminal.messages);
+        if (!project->save(terminal.messages))
+            return kExitFailed;
+    }
     if (!options.quiet)
         context.output << FormatText(kTextPathsChanged, context.language, count) << '\n';
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
@@ -87,7 +92,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
 
 }  // namespace
 
-const Verb kVerbPath = {"path", "", "Tell a project where its files lie now",
+const Verb kVerbPath = {kName, "", "Tell a project where its files lie now",
                         "vellmark path disc.vlpr /home/me/Photos /mnt/Archive/Photos", SetUp};
 
 }  // namespace vellmark

@@ -1,12 +1,9 @@
-#include <fmt/format.h>
-
 #include <memory>
 
 #include "session/open_project.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
-#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -36,10 +33,7 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
     }
     terminal.progress.clear();
     if (!options.quiet)
-        context.output << fmt::format(
-            "{}: {} items deleted, {} modified, {} folders and {} files added\n",
-            Printable(options.project), result.deleted, result.modified, result.folders,
-            result.files);
+        context.output << RebuildSentence(*project, result) << '\n';
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 

@@ -110,7 +110,8 @@ std::string ImportSource::openStreams(const std::string& path) {
 std::string ImportSource::openDouble(const std::string& path) {
     const std::string sidecar = SidecarPath(path);
     beside_ = PcFile(sidecar, PcFile::Mode::Read);
-    std::string problem = take(ReadDoubleResource(beside_));
+    std::string problem =
+        beside_.isOpen() ? take(ReadDoubleResource(beside_)) : UnreadableSentence(beside_.error());
     data_ = &file_;
     const std::string name = Printable(sidecar.substr(sidecar.rfind('/') + 1));
     for (std::string* sentence : {&problem, &damage_})

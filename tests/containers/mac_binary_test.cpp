@@ -192,7 +192,13 @@ TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
     EXPECT_EQ(testing::Contents(container.data), Pattern(21));
     EXPECT_EQ(testing::Contents(container.resource), Pattern(1454));
 
+    // Cut short, it is still what its header says; without the checksum nothing proves it.
+    MemoryBytes cut(Bytes(bytes.begin(), bytes.begin() + 400));
+    EXPECT_TRUE(IsMacBinaryFile(cut));
+    EXPECT_EQ(ReadMacBinary(cut).fault, ContainerFault::ResourceForkCut);
     bytes[125] ^= 1;
+    MemoryBytes unproven(Bytes(bytes.begin(), bytes.begin() + 400));
+    EXPECT_FALSE(IsMacBinaryFile(unproven));
     MemoryBytes other(bytes);
     container = ReadMacBinary(other);
     EXPECT_EQ(container.info.finder.flags, 0x0100);

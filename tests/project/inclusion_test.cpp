@@ -489,12 +489,30 @@ TEST_F(InclusionTest, OfAListThatIsToBeDoneWhatNamesNothingIsLeftOut) {
         Write(tree_ + name);
     const std::vector<std::string> paths = {tree_ + "absent",  tree_ + "a",      tree_ + "a",
                                             tree_ + "other/A", tree_ + "*.none", tree_ + "c"};
-    options_.skipsConflicts = true;
+    options_.toleratesConflicts = true;
+    options_.toleratesMissing = true;
     const InclusionResult result =
         Include(project_, paths, kRootFolder, options_, messages_, progress_);
     EXPECT_EQ(result.status, InclusionStatus::Done);
     EXPECT_EQ(result.files, 2);
-    EXPECT_EQ(result.skipped, 4);
+    EXPECT_EQ(result.skipped, 3) << "what is there already is no matter";
+    EXPECT_TRUE(messages_.shown.empty());
+    options_.toleratesMissing = false;
+    fs::create_directory(base_ + "none");
+    EXPECT_EQ(include(base_ + "none/*").status, InclusionStatus::Done) << "all of nothing";
+    EXPECT_EQ(include(base_ + "none/*.zip").status, InclusionStatus::NotFound);
+}
+
+TEST_F(InclusionTest, WhatIsThereAlreadyIsNoMatterInAnIsoPlusProject) {
+    project_ = EmptyProject(false, ProjectMode::IsoPlus);
+    Write(tree_ + "a");
+    options_.excluded = {IdentityOf(PcFactsOf(tree_ + "a"))};
+    EXPECT_EQ(include(tree_ + "a").skipped, 1) << "a file of the project that is named is told of";
+    options_.excluded.clear();
+    EXPECT_EQ(include(tree_ + "a").files, 1);
+    const InclusionResult again = include(tree_ + "a");
+    EXPECT_EQ(again.status, InclusionStatus::Done);
+    EXPECT_EQ(again.files + again.skipped, 0);
     EXPECT_TRUE(messages_.shown.empty());
 }
 

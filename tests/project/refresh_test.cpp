@@ -2,6 +2,7 @@
 // the check tells, and that a rebuilt project is what a new inclusion of the tree would be.
 #include "project/refresh.hpp"
 
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -24,6 +25,9 @@ using test::ScriptedMessages;
 using test::Write;
 using Lines = std::multiset<std::string>;
 
+/// High byte of the Finder flags.
+constexpr char kInvisible = 0x40;
+
 std::string Big(std::size_t value) {
     return {static_cast<char>(value >> 24), static_cast<char>(value >> 16),
             static_cast<char>(value >> 8), static_cast<char>(value)};
@@ -32,11 +36,13 @@ std::string Big(std::size_t value) {
 // A MacBinary file, laid out by hand: name at 1, type and creator at 65, lengths at 83, dates
 // at 91.
 std::string MacBinaryFile(const std::string& name, const std::string& signature, std::size_t data,
-                          std::size_t resource, std::uint32_t date = 2'900'000'000) {
+                          std::size_t resource, std::uint32_t date = 2'900'000'000,
+                          char flags = 0) {
     std::string file(128, '\0');
     file[1] = static_cast<char>(name.size());
     file.replace(2, name.size(), name);
     file.replace(65, 8, signature);
+    file[73] = flags;
     file.replace(83, 16, Big(data) + Big(resource) + Big(date) + Big(date));
     const auto padded = [](std::size_t bytes) { return (bytes + 127) / 128 * 128; };
     return file + std::string(padded(data), 'd') + std::string(padded(resource), 'r');
@@ -63,8 +69,10 @@ std::map<std::string, std::string> Described(const ProjectFile& project, std::in
              {r.isoInclusion() + 1u, r.hfsInclusion() + 1u, +r.dataSize, +r.resourceSize,
               +r.sourceSize, +r.modified, static_cast<std::uint32_t>(r.coding())})
             line += " " + std::to_string(value);
-        EXPECT_TRUE(lines.emplace(path, line).second) << path << " stands twice";
         line += r.customIcon() ? " icon" : "";
+        line += r.hiddenInHfs() ? " hidden" : "";
+        line += r.hfsNameLocked() ? " locked" : "";
+        EXPECT_TRUE(lines.emplace(path, line).second) << path << " stands twice";
         if (r.isFolder())
             lines.merge(Described(project, r.number, path + "/"));
     }
@@ -77,6 +85,7 @@ class RefreshTest : public testing::Test {
         put("plain.txt", "12345");
         put("other.txt", "abc");
         put("box", MacBinaryFile("Boxed", "APPLxxxx", 10, 20));
+        put("ghost", MacBinaryFile("Ghost", "APPLxxxx", 10, 0, 2'900'000'000, kInvisible));
         put("pair", "data");
         put("._pair", Companion(7));
         put("sub/inner.txt", "inner");
@@ -194,6 +203,21 @@ TEST_F(RefreshTest, WhatAPersonDoesIsToldAndARebuildIsANewInclusion) {
         {"the icon of the volume changes",
          [&] { put("icon", MacBinaryFile("Icon\r", "ICNSMACS", 300, 9)); },
          {"M icon 640"}},
+        {"icons that are other files now",
+         [&] {
+             put("icon", "plain");
+             put("sub/icon", MacBinaryFile("Boxed", "APPLxxxx", 1, 0));
+         },
+         {"M icon 5", "M sub/icon 256"}},
+        {"a file that is the icon of its folder now",
+         [&] { put("sub/deep/x", MacBinaryFile("Icon\r", "ICNSMACS", 9, 9)); },
+         {"M sub/deep/x 384"}},
+        {"hidden containers that show themselves",
+         [&] { put("ghost", MacBinaryFile("Ghost", "APPLxxxx", 200, 0)); },
+         {"M ghost 384"}},
+        {"a hidden container that is a plain file now",
+         [&] { put("ghost", "boo"); },
+         {"M ghost 3"}},
         {"a container that is a plain file now", [&] { put("box", "plain"); }, {"M box 5"}},
         {"a plain file that is a container now",
          [&] { put("plain.txt", MacBinaryFile("plain.txt", "APPLxxxx", 1, 0)); },
@@ -280,6 +304,25 @@ TEST_F(RefreshTest, LinesAreToldInTheFormOfAReport) {
     foreign.setAccessPath("C:\\Files\\");
     project.insert(foreign);
     EXPECT_EQ(check(project).size(), 2u) << "a and f";
+    ASSERT_EQ(messages_.skipped.size(), 1u) << "b leads back";
+    EXPECT_EQ(ReportLine({ChangeKind::Added, false, 1, 0, 0, "/a/", "b\nD|1|", ""}),
+              "A|1|0|0|/a/|b?D|1|\r\n")
+        << "one line, whatever the name";
+}
+
+TEST_F(RefreshTest, WhatLiesBesideAFileIsLookedAt) {
+    ProjectFile project = included();
+    put("empty/._lost", Companion(1));
+    EXPECT_EQ(linesOf(check(project)), Lines{});
+    ASSERT_EQ(messages_.skipped.size(), 1u);
+    EXPECT_TRUE(messages_.skipped[0].first.ends_with("._lost"));
+
+    const std::string file = tree_ + "plain.txt";
+    if (::setxattr(file.c_str(), "user.AFP_Resource", "fork", 4, 0) != 0)
+        GTEST_SKIP() << "the file system keeps no named streams";
+    EXPECT_EQ(linesOf(check(project)), Lines{"M plain.txt 5"});
+    EXPECT_EQ(rebuild(project).modified, 1);
+    EXPECT_EQ(ByName(project, 1).at("plain.txt").resourceSize, 4u);
 }
 
 TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {

@@ -79,6 +79,7 @@ TEST_F(CheckTest, NeitherTheProjectNorWhatIsMadeOfItBecomesItsItem) {
         fs::remove(file);
     EXPECT_EQ(run({"--log", "j.log", "rebuild", "q.vlpr"}), 0) << err_;
     Write("q.iso", "an old image");
+    EXPECT_EQ(run({"check", "q.vlpr"}), 0) << out_;
     EXPECT_EQ(run({"build", "q.vlpr", "--rebuild", "--force"}), 0) << err_;
     EXPECT_EQ(itemsOf(opened("q.vlpr"), 1), (Names{"in IH", "j.log IH"}))
         << "an old journal is a file like others";
@@ -98,6 +99,24 @@ TEST_F(CheckTest, ABuildRebuildsWhenItIsAskedToHereOrByTheProject) {
     EXPECT_EQ(run({"/C", "r.vlpr"}), 0) << err_;
     EXPECT_EQ(run({"ls", "r.ISO", "sub", "--as", "joliet"}), 0);
     EXPECT_EQ(out_, "b.txt\nc.txt\nd.txt\n");
+}
+
+TEST_F(CheckTest, ADiskThatIsNotThereEmptiesNoProjectThroughABuild) {
+    fs::create_directory("box");
+    fs::rename("in", "box/in");
+    EXPECT_EQ(run({"new", "box/r.vlpr", "--rebuild"}), 0);
+    EXPECT_EQ(run({"add", "box/r.vlpr", "box/in"}), 0);
+    const std::string before = test::Bytes("box/r.vlpr");
+    fs::rename("box/in", "away");
+    for (const char* verb : {"build", "/C"}) {
+        EXPECT_EQ(run({verb, "box/r.vlpr"}), 1);
+        EXPECT_NE(err_.find("contains no files"), std::string::npos) << err_;
+        EXPECT_TRUE(test::Bytes("box/r.vlpr") == before) << "it is saved with its image";
+    }
+    Write("box/kept", "k");
+    EXPECT_EQ(run({"build", "box/r.vlpr"}), 0) << err_;
+    EXPECT_TRUE(test::Bytes("box/r.BAK") == before) << "what went can be had back";
+    EXPECT_EQ(itemsOf(opened("box/r.vlpr"), 1), Names{"kept IH"});
 }
 
 TEST_F(CheckTest, TheBatchCommandRebuildsWithALogOrWithout) {

@@ -182,7 +182,7 @@ TEST_F(BuildTest, TheImageThatIsReplacedIsNotTakenAsASource) {
     Write("disc/p.iso", "an older image that lies in the folder");
     Write("disc/b.txt", "its neighbour");
     EXPECT_EQ(run({"add", "p.vlpr", "disc"}), 0) << err_;
-    EXPECT_EQ(run({"build", "p.vlpr", "-o", "disc/p.iso", "--force"}), 0) << err_;
+    EXPECT_EQ(run({"build", "p.vlpr", "-o", "disc/p.iso", "--force"}), 3) << err_;
     EXPECT_EQ(CountIn("disc/p.iso", "an older image"), 0);
     EXPECT_EQ(CountIn("disc/p.iso", "its neighbour"), 1);
 }
