@@ -5,6 +5,7 @@ import sys
 from pathlib import Path
 
 import projects
+import refresh
 import trees
 import volumes
 from measure import Contender, race, verdict
@@ -92,6 +93,7 @@ def main():
     scaling()
     volumes.run(VELLMARK, PLACE)
     projects.run(VELLMARK, PLACE)
+    refresh.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 
