@@ -20,7 +20,8 @@ inline constexpr std::int64_t kFileExpanded = 1;
 inline constexpr std::int64_t kFileNotExpanded = -2;
 
 struct ExpandOptions {
-    bool verify = false;   ///< compare the checksums that the image carries
+    bool verify = false;      ///< compare the checksums that the image carries
+    std::string status = {};  ///< what the progress says about it
     unsigned threads = 0;  ///< that expand blocks, at most four; 0 for as many as there are cores
 };
 
@@ -29,8 +30,9 @@ struct ExpandResult {
     std::int64_t code = 0;     ///< see above
     std::string problem = {};  ///< why, in sentences without the file's name; empty when it is done
     std::string remark = {};   ///< what is odd about an image that was expanded, in sentences
-    bool isStopped = false;    ///< `Progress` said no; `code` is `kExpansionFailed` then
-    std::uint64_t sizeBytes = 0;          ///< of the plain image
+    bool isIncomplete = false;    ///< it was expanded as it is, and zeros stand for what it lacks
+    bool isStopped = false;       ///< `Progress` said no; `code` is `kExpansionFailed` then
+    std::uint64_t sizeBytes = 0;  ///< of the plain image
     std::uint64_t checksumsCompared = 0;  ///< with `verify`
 };
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "IO/disk_image.hpp"
 #include "compiler/compile.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
@@ -145,6 +146,26 @@ BatchResult BatchRebuild(const BatchJob& job) {
     if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
         return BatchResult::NotCreated;
     return result.hasChanges() ? Save(*project, messages) : BatchResult::Done;
+}
+
+BatchResult BatchExpand(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    const std::string target = FollowLink(job.argument);
+    if (AreSameFile(job.project, target)) {
+        messages.showMessage(
+            fmt::format("{} is the compressed image itself.", Printable(job.argument)));
+        return BatchResult::NotCreated;
+    }
+    if (!MayMakeFile(target, true, messages))
+        return BatchResult::NotCreated;
+    const ExpandResult result = ExpandImageFile(job.project, target, job.terminal.progress);
+    if (!result.problem.empty())
+        messages.showError(result.problem);
+    else if (!result.remark.empty())
+        messages.itemSkipped(Printable(job.project), result.remark);
+    return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
+           : result.code == kFileNotExpanded ? BatchResult::NotCreated
+                                             : BatchResult::NotOpened;
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

@@ -37,6 +37,7 @@ extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
 extern const Verb kVerbCheck;
 extern const Verb kVerbConfig;
+extern const Verb kVerbExpand;
 extern const Verb kVerbFind;
 extern const Verb kVerbFormat;
 extern const Verb kVerbGet;

@@ -186,6 +186,10 @@ std::string PcFile::errorText() const {
     return error_ ? SystemErrorText(error_) : std::string{};
 }
 
+std::string PcFile::descriptorPath() const {
+    return "/proc/self/fd/" + std::to_string(descriptor_);
+}
+
 TargetFile::TargetFile(std::string path) : path_(std::move(path)) {
     // The name is short whatever the target's is, so that a long name does not make it too long.
     for (int attempt = 0; attempt < 100; ++attempt) {

@@ -59,6 +59,8 @@ class PcFile final : public ByteSource, public ByteSink {
     /// That failure in words, "" when there was none.
     [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
+    /// A path by which this process opens the file again, also one that has no name any more.
+    [[nodiscard]] std::string descriptorPath() const;
 
   private:
     std::string path_;
