@@ -34,7 +34,8 @@ struct Row {
 
 // H: HFS alone, I: ISO alone, J: with a journal, whose path is an argument.
 constexpr Row kRows[] = {{'C', "HI", false, BatchCompile},    {'D', "C", true, BatchExpand, true},
-                         {'F', "HI", true, BatchMakeFolders}, {'I', "HI", true, BatchInclude},
+                         {'D', "H", false, BatchSplit, true}, {'F', "HI", true, BatchMakeFolders},
+                         {'H', "", true, BatchJoin},          {'I', "HI", true, BatchInclude},
                          {'L', "HI", true, BatchSetLabel},    {'R', "J", false, BatchRebuild}};
 constexpr char kWithJournal = 'J';
 

@@ -8,6 +8,8 @@
 
 #include "IO/disk_image.hpp"
 #include "compiler/compile.hpp"
+#include "compiler/deshybridation.hpp"
+#include "compiler/hybridation.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
@@ -166,6 +168,33 @@ BatchResult BatchExpand(const BatchJob& job) {
     return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
            : result.code == kFileNotExpanded ? BatchResult::NotCreated
                                              : BatchResult::NotOpened;
+}
+
+BatchResult BatchJoin(const BatchJob& job) {
+    const HybridationOptions options{.opensRoot = OpensRoot(job.context), .force = true};
+    const HybridationOutcome outcome =
+        Hybridate(job.argument, job.project, options, job.terminal.messages, job.terminal.progress);
+    switch (outcome.result) {
+        case HybridationResult::Done:
+            return BatchResult::DoneAndOpen;
+        case HybridationResult::PartitionNotOpened:
+        case HybridationResult::ImageRefused:
+        case HybridationResult::NoTemporaryFile:
+            return BatchResult::NotOpened;
+        default:
+            return BatchResult::NotCreated;
+    }
+}
+
+BatchResult BatchSplit(const BatchJob& job) {
+    switch (Deshybridate(job.project, job.terminal.messages).result) {
+        case DeshybridationResult::Done:
+            return BatchResult::Done;
+        case DeshybridationResult::NotOpened:
+            return BatchResult::NotOpened;
+        default:
+            return BatchResult::NotCreated;
+    }
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

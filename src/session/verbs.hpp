@@ -42,6 +42,7 @@ extern const Verb kVerbFind;
 extern const Verb kVerbFormat;
 extern const Verb kVerbGet;
 extern const Verb kVerbInfo;
+extern const Verb kVerbJoin;
 extern const Verb kVerbLabel;
 extern const Verb kVerbLs;
 extern const Verb kVerbMake;
@@ -55,6 +56,7 @@ extern const Verb kVerbRename;
 extern const Verb kVerbReplaceSignature;
 extern const Verb kVerbRm;
 extern const Verb kVerbSig;
+extern const Verb kVerbSplit;
 extern const Verb kVerbSwap;
 extern const Verb kVerbTree;
 
