@@ -105,7 +105,7 @@ HybridationResult AskForMapArea(const JoinJob& job, HybridationOutcome& outcome)
         job.messages.askYesNo(fmt::format(
             "{} has something in its first {} bytes, as discs have that a PC starts from. The map "
             "of the Macintosh partition would take its place.\nContinue?",
-            Printable(job.path), kHybridMapBytes)))
+            Printable(job.name), kHybridMapBytes)))
         return HybridationResult::Done;
     outcome.needsForce = true;
     return HybridationResult::Stopped;
@@ -199,7 +199,7 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
     HybridationOutcome outcome;
     const std::string path = RealPath(discPath);
     PcFile disc;
-    if (!OpenDisc(path, disc, messages)) {
+    if (!OpenDisc(discPath, disc, messages)) {
         outcome.result = HybridationResult::DiscNotOpened;
         return outcome;
     }
@@ -209,7 +209,7 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
         return outcome;
     }
     JoinSource source;
-    JoinJob job{path, disc, source, options, messages, progress, {}};
+    JoinJob job{discPath, path, disc, source, options, messages, progress, {}};
     outcome.result = Run(job, partitionPath, outcome);
     outcome.isHfsPlus = source.isHfsPlus();
     outcome.sizeBytes = job.sizeBytes;

@@ -47,7 +47,7 @@ bool JoinJob::hasRoom(std::uint64_t more, std::uint64_t whole) const {
 }
 
 HybridationResult JoinJob::refuse(HybridationResult result, const std::string& sentence) const {
-    messages.showError(fmt::format("{} {}", Printable(path), sentence));
+    messages.showError(fmt::format("{} {}", Printable(name), sentence));
     return result;
 }
 
@@ -60,7 +60,7 @@ HybridationResult JoinJob::writingEnded(const PcFile& target) const {
                       fmt::format("cannot be read: {}. It is as it was.", disc.errorText()));
     if (!source.isWhole()) {
         messages.showError(fmt::format("{} could not be read whole; {} is as it was.",
-                                       Printable(source.path()), Printable(path)));
+                                       Printable(source.path()), Printable(name)));
         return HybridationResult::NotWritten;
     }
     messages.showMessage("Stopped as you wished; the disc image is as it was.");

@@ -13,7 +13,8 @@
 namespace vellmark {
 
 struct JoinJob {
-    const std::string& path;  ///< of the disc; no link
+    const std::string& name;  ///< of the disc, as it was given
+    const std::string& path;  ///< where it really lies; no link
     PcFile& disc;
     JoinSource& source;
     const HybridationOptions& options;

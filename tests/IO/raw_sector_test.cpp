@@ -103,9 +103,10 @@ TEST(RawSector, ChecksAreThoseOfTheStandard) {
                                                                  : all.subspan(16)),
                       0u)
                 << what;
-            if (kind == RawKind::Mode1)
+            if (kind == RawKind::Mode1) {
                 EXPECT_TRUE(std::all_of(all.begin() + 2068, all.begin() + 2076,
                                         [](std::uint8_t byte) { return byte == 0; }));
+            }
             if (kind != RawKind::Mode2Form2)
                 ExpectCodeWords(sector, kind == RawKind::Mode1, what);
         }

@@ -260,8 +260,9 @@ TEST_F(HybridationTest, APersonIsAskedBeforeAnythingIsLost) {
         EXPECT_EQ(outcome.result, c.result);
         EXPECT_EQ(outcome.needsForce, c.needsForce);
         EXPECT_EQ(messages_.questions.size(), c.answers.size());
-        if (c.result != HybridationResult::Done)
+        if (c.result != HybridationResult::Done) {
             EXPECT_EQ(testing::ReadFile(disc_), oldDisc_);
+        }
     }
     // 660,000,000 bytes are a disc, one more is asked about.
     for (const std::uint64_t total : {660'000'000u, 660'002'048u}) {

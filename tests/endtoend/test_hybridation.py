@@ -165,7 +165,7 @@ class Hybridation(Discs):
     def test_hybrid_of_genisoimage(self):
         """Catches a foreign map that is not understood, or whose disc loses files of the PC."""
         image = self.here / "foreign.iso"
-        subprocess.run(["genisoimage", "-quiet", "-hfs", "-o", image, self.work / "pc"], check=True,
+        subprocess.run(["genisoimage", "-quiet", "-hfs", "-part", "-o", image, self.work / "pc"], check=True,
                        stderr=subprocess.DEVNULL)
         before = image.read_bytes()
         self.done("split", image)
@@ -289,7 +289,7 @@ class VideoCd(Discs):
         old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
         table = 151 * raw_sectors.SIZE + 24
         for at, value in ((10, b"\xff\xff"), (10, b"\0\0"), (13, b"\xff"), (13, b"\x99"),
-                          (17, b"\0"), (13, b"\0\0\0")):
+                          (18, b"\0"), (13, b"\0\0\0")):
             with self.subTest(at=at, value=value):
                 damaged = bytearray(old)
                 damaged[table + at:table + at + len(value)] = value
