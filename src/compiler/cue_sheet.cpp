@@ -77,8 +77,7 @@ void ForEachLine(std::string_view text, const Take& take) {
 
 std::string CueSheetPath(const std::string& imagePath) {
     for (const char* extension : {".cue", ".CUE", ".Cue"}) {
-        const std::string path =
-            std::filesystem::path(imagePath).replace_extension(extension).string();
+        std::string path = std::filesystem::path(imagePath).replace_extension(extension).string();
         if (path != imagePath && PcFactsOf(path).kind == PcKind::File)
             return path;
     }

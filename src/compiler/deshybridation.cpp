@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "IO/iso_reader.hpp"
 #include "IO/raw_image.hpp"
 #include "IO/redo_log.hpp"
 #include "compiler/hybrid_map.hpp"
+#include "compiler/iso_folders.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -37,18 +37,19 @@ constexpr std::size_t kBootImageOffset = 8;
 constexpr std::uint8_t kBootable = 0x88;
 constexpr std::uint32_t kMostDescriptors = 64;
 
-// One place of a disc behind which the answer is known at once.
-class IsoExtentWalk {
+// Whether anything of the ISO 9660 side lies behind a place of the disc.
+class IsoReach {
   public:
     // `limit` in bytes of the disc's data.
-    IsoExtentWalk(ByteSource& disc, const IsoReader& reader, std::uint64_t limit)
+    IsoReach(ByteSource& disc, const IsoReader& reader, std::uint64_t limit)
         : disc_(disc), reader_(reader), limit_(limit) {}
 
-    // Whether anything of the ISO 9660 side lies at the limit or behind it. What is damaged counts
-    // as lying there: nothing is cut off where nobody can tell.
-    [[nodiscard]] bool reachesLimit() {
-        return treeReaches(IsoTree::Iso) || (reader_.hasJoliet() && treeReaches(IsoTree::Joliet)) ||
-               bootReaches();
+    [[nodiscard]] PartitionKept judge() {
+        for (const IsoTree tree : {IsoTree::Iso, IsoTree::Joliet})
+            if (tree == IsoTree::Iso || reader_.hasJoliet())
+                if (const PartitionKept kept = judgeTree(tree); kept != PartitionKept::No)
+                    return kept;
+        return bootReaches() ? PartitionKept::HoldsIsoFiles : PartitionKept::No;
     }
 
   private:
@@ -59,30 +60,17 @@ class IsoExtentWalk {
             });
     }
 
-    [[nodiscard]] bool treeReaches(IsoTree tree) {
-        struct Level {
-            IsoEntry folder;
-            std::size_t level;
+    [[nodiscard]] PartitionKept judgeTree(IsoTree tree) {
+        bool isBehind = reaches(reader_.root(tree));
+        const auto visit = [&](const IsoEntry&, const std::vector<IsoEntry>& entries) {
+            isBehind = isBehind || std::any_of(entries.begin(), entries.end(),
+                                               [this](const IsoEntry& e) { return reaches(e); });
+            return !isBehind;
         };
-        IsoWalkGuard guard;
-        std::vector<Level> open = {{reader_.root(tree), 0}};
-        while (!open.empty()) {
-            const Level here = std::move(open.back());
-            open.pop_back();
-            if (reaches(here.folder))
-                return true;
-            if (!guard.enter(here.folder, here.level))
-                continue;
-            std::string problem;
-            const auto entries = reader_.list(tree, here.folder, problem);
-            if (!entries || std::any_of(entries->begin(), entries->end(),
-                                        [this](const IsoEntry& entry) { return reaches(entry); }))
-                return true;
-            for (const IsoEntry& entry : *entries)
-                if (entry.isFolder)
-                    open.push_back({entry, here.level + 1});
-        }
-        return false;
+        const std::string damage = ForEachIsoFolder(reader_, tree, visit);
+        return isBehind          ? PartitionKept::HoldsIsoFiles
+               : !damage.empty() ? PartitionKept::IsoDamaged
+                                 : PartitionKept::No;
     }
 
     [[nodiscard]] bool bootReaches() {
@@ -125,6 +113,7 @@ class IsoExtentWalk {
 /// A hybrid image that was looked at.
 struct HybridDisc {
     DiscForm form;
+    PartitionKept kept = PartitionKept::HoldsIsoFiles;
     std::uint64_t cutAt = 0;  ///< bytes of the file; its length when nothing is cut off
 };
 
@@ -165,10 +154,11 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
         why = "has no ISO 9660 side, and would be nothing without its Macintosh partition.";
         return std::nullopt;
     }
-    HybridDisc found{form, file.size()};
+    HybridDisc found{form, PartitionKept::HoldsIsoFiles, file.size()};
     if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
-        (!form.isRaw() || partition->offset % kIsoSectorBytes == 0) &&
-        !IsoExtentWalk(disc, *reader, partition->offset).reachesLimit())
+        (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
+        found.kept = IsoReach(disc, *reader, partition->offset).judge();
+    if (found.kept == PartitionKept::No)
         found.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
                                    : partition->offset;
     return found;
@@ -213,14 +203,13 @@ DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages) 
     const auto disc = Examine(file, why);
     if (!disc)
         return refuse(DeshybridationResult::NoPartition, why);
-    const std::uint64_t oldBytes = file.size();
     if (!Change(file, *disc))
         return refuse(DeshybridationResult::NotWritten,
                       fmt::format("cannot be changed: {}.",
                                   file.error() != 0 ? file.errorText() : "it is cut short"));
     // What was left of a change of the volume is of no use any more.
     RemoveRedoLog(path);
-    return {DeshybridationResult::Done, disc->cutAt != oldBytes, disc->cutAt};
+    return {DeshybridationResult::Done, disc->kept, disc->cutAt};
 }
 
 }  // namespace vellmark

@@ -15,9 +15,16 @@ enum class DeshybridationResult : int {
     NotWritten = -3    ///< a failure of the disk; the image is as it was
 };
 
+/// Why the map alone is gone, and not the partition.
+enum class PartitionKept {
+    No,
+    HoldsIsoFiles,  ///< something of the ISO 9660 side lies behind its start
+    IsoDamaged      ///< a directory cannot be read, and nobody can tell
+};
+
 struct DeshybridationOutcome {
     DeshybridationResult result = DeshybridationResult::NotOpened;
-    bool isCut = false;           ///< the partition is gone; else the map alone
+    PartitionKept kept = PartitionKept::No;
     std::uint64_t sizeBytes = 0;  ///< of the image, when it is done
 };
 

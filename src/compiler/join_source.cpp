@@ -54,7 +54,7 @@ bool JoinSource::open(const std::string& path, Messages& messages) {
     // What another process is changing would be copied half changed.
     if (image_.image->lock())
         return true;
-    messages.showError(fmt::format("{} is being changed by another process.", Printable(path)));
+    messages.showError(fmt::format("{} is being used by another process.", Printable(path)));
     return false;
 }
 

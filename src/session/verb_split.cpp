@@ -15,6 +15,19 @@ struct SplitOptions {
     bool quiet = false;
 };
 
+std::string_view Words(PartitionKept kept) {
+    switch (kept) {
+        case PartitionKept::No:
+            return "Macintosh partition cut off";
+        case PartitionKept::HoldsIsoFiles:
+            return "partition map removed; ISO files lie behind the start of the Macintosh "
+                   "partition";
+        case PartitionKept::IsoDamaged:
+            break;
+    }
+    return "partition map removed; a directory of the ISO side is damaged, and nothing was cut off";
+}
+
 int Split(const SplitOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
@@ -22,11 +35,8 @@ int Split(const SplitOptions& options, CommandContext& context) {
     if (outcome.result != DeshybridationResult::Done)
         return kExitFailed;
     if (!options.quiet)
-        context.output << Printable(options.disc) << ": "
-                       << (outcome.isCut ? "Macintosh partition cut off"
-                                         : "partition map removed; ISO files lie behind the start "
-                                           "of the Macintosh partition")
-                       << ", " << outcome.sizeBytes << " bytes\n";
+        context.output << Printable(options.disc) << ": " << Words(outcome.kept) << ", "
+                       << outcome.sizeBytes << " bytes\n";
     return kExitDone;
 }
 

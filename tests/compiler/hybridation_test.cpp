@@ -443,12 +443,30 @@ TEST_F(HybridationTest, ASplitKeepsTheFilesOfThePc) {
         file("disc.iso", disc);
         const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
         ASSERT_EQ(outcome.result, DeshybridationResult::Done);
-        EXPECT_EQ(outcome.isCut, c.isCut) << c.start;
+        EXPECT_EQ(outcome.kept == PartitionKept::No, c.isCut) << c.start;
         Bytes expected = disc;
         std::fill_n(expected.begin(), 2560, std::uint8_t{0});
         if (c.isCut)
             expected.resize(std::size_t{c.start} * 2048);
         EXPECT_EQ(testing::ReadFile(disc_), expected) << c.start;
+    }
+}
+
+// El Torito: a boot image that no directory names keeps its bytes too.
+TEST_F(HybridationTest, ASplitKeepsBootImages) {
+    for (const std::uint32_t boot : {25u, 30u}) {
+        make();
+        Bytes disc = testing::SmallDisc();
+        disc[17 * 2048] = 0;
+        testing::PutText(disc, 17 * 2048 + 7, "EL TORITO SPECIFICATION");
+        testing::Put(disc, 17 * 2048 + 71, le32(22));
+        std::fill_n(disc.begin() + 22 * 2048, 2048, std::uint8_t{0});
+        disc[22 * 2048 + 32] = 0x88;
+        testing::Put(disc, 22 * 2048 + 40, le32(boot));
+        disc_ = file("disc.iso", disc);
+        ASSERT_EQ(join().result, HybridationResult::Done);
+        const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
+        EXPECT_EQ(outcome.kept, boot < 26 ? PartitionKept::No : PartitionKept::HoldsIsoFiles);
     }
 }
 
