@@ -15,6 +15,7 @@ struct MarkPlace {
     DiscForm form;
 };
 constexpr MarkPlace kMarkPlaces[] = {{32'769, {}},
+                                     {37'320, {kRawSectorBytes, kRawMode2DataOffset}},
                                      {37'321, {kRawSectorBytes, kRawMode2DataOffset}},
                                      {37'649, {kRawSectorBytes, kRawMode1DataOffset}},
                                      {37'657, {kRawSectorBytes, kRawMode2DataOffset}}};

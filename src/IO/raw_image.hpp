@@ -25,8 +25,8 @@ struct DiscForm {
 };
 
 /// Finds the first volume descriptor of an ISO 9660 image: its mark "CD001" at byte 32,769 of a
-/// plain image, at 37,649 of a raw one in mode 1 and at 37,657 in mode 2. A mark at 37,321, which
-/// older tools looked for, stands for mode 2 too. Nothing when it is nowhere.
+/// plain image, at 37,649 of a raw one in mode 1 and at 37,657 in mode 2. A mark at 37,320 or
+/// 37,321, where older tools looked for it, stands for mode 2 too. Nothing when it is nowhere.
 [[nodiscard]] std::optional<DiscForm> FindDiscForm(ByteSource& image);
 
 /// The data of a raw image, 2,048 bytes a sector. The image must outlive it.

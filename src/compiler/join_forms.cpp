@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "compiler/cue_sheet.hpp"
+#include "support/endian.hpp"
 
 namespace vellmark {
 
@@ -29,11 +30,14 @@ void Begin(const JoinJob& job, int status, std::uint64_t bytes) {
     job.progress.text(job.messages.text(status));
 }
 
+// Empty sectors of form 2 stand in the gaps of discs of form 1, and lose nothing.
 bool IsOfKind(ConstRawSector sector, RawKind kind) {
     const bool isMode1 = kind == RawKind::Mode1;
     if (!HasRawSync(sector) || RawModeOf(sector) != (isMode1 ? 1 : 2))
         return false;
-    return isMode1 || (sector[kRawSubmodeOffset] & kSubmodeForm2) == 0;
+    return isMode1 || (sector[kRawSubmodeOffset] & kSubmodeForm2) == 0 ||
+           std::all_of(sector.begin() + kRawMode2DataOffset, sector.end() - sizeof(le32),
+                       [](std::uint8_t byte) { return byte == 0; });
 }
 
 // Appends to the open image and puts its first bytes last, in one write: until then the image is

@@ -149,6 +149,10 @@ std::string PlanBackups(const JoinJob& job, Plan& plan) {
     for (const std::string& backup : {plan.imageBackup, plan.sheetBackup}) {
         const PcFacts facts = PcFactsOf(backup);
         const bool isThere = !backup.empty() && (facts.kind != PcKind::Missing || facts.isLink);
+        for (const std::string& used : {job.path, plan.sheetPath, job.source.path()})
+            if (isThere && AreSameFile(backup, used))
+                return fmt::format("{} has the name that the old file is to get.",
+                                   Printable(backup));
         if (isThere && (!job.options.force || facts.kind != PcKind::File))
             return fmt::format("{} is to keep the old file, and exists already.",
                                Printable(backup));

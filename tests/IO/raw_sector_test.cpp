@@ -225,6 +225,7 @@ TEST(DiscForm, IsFoundByTheMarkOfTheDescriptor) {
         std::size_t mark;
         std::optional<DiscForm> form;
     } cases[] = {{32'769, DiscForm{2048, 0}},
+                 {37'320, DiscForm{2352, 24}},
                  {37'321, DiscForm{2352, 24}},
                  {37'649, DiscForm{2352, 16}},
                  {37'657, DiscForm{2352, 24}},

@@ -361,7 +361,7 @@ TEST_F(HybridationTest, RawDiscsOfSeveralKindsAreLeftAsTheyWere) {
         std::function<void(Bytes& raw)> change;
         const char* sheet;
     } cases[] = {{"disc.iso", [](Bytes& raw) { raw[20 * 2352 + 5] = 0; }, ""},
-                 {"disc.iso", [](Bytes& raw) { raw[20 * 2352 + 18] = 0x20; }, ""},
+                 {"disc.iso", [](Bytes& raw) { raw[23 * 2352 + 18] = 0x20; }, ""},
                  {"disc.bin", [](Bytes& raw) { raw[25 * 2352 + 5] = 0; }, ""},
                  {"disc.bin", [](Bytes&) {},
                   "FILE \"disc.bin\" BINARY\n TRACK 01 MODE2/2352\n"

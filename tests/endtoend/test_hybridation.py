@@ -301,6 +301,10 @@ class VideoCd(Discs):
         self.assert_refused(old, old_sheet, "video.BAK")
         self.done("join", self.image, self.volumes["hfs"], "--force")
         self.assertEqual(old, backup.read_bytes())
+        # An image with the name of a backup is not the backup of itself.
+        self.assertEqual(FAILED, self.vellmark("join", backup, self.volumes["hfs"],
+                                               "--force").returncode)
+        self.assertEqual(old, backup.read_bytes())
 
     def assert_refused(self, image, sheet, word):
         """Nothing changes, and the reason has the word."""
