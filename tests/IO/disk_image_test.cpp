@@ -118,7 +118,7 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         return made;
     };
     const MadeBlock good = BlockOf(kZlibBlock, one);
-    const auto cut = [](MadeBlock& b) { b.stored.resize(b.stored.size() / 2); };
+    const auto cut = [](MadeBlock& b) { b.stored.resize(b.stored.size() / 2 - 1); };
     const auto damage = [](MadeBlock& b) { std::fill_n(b.stored.begin(), 4, 0xFF); };
     const auto smaller = [](MadeBlock& b) { b.sectors -= 1; };
     const auto larger = [](MadeBlock& b) { b.sectors += 1; };
