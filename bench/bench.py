@@ -4,6 +4,7 @@ import os
 import sys
 from pathlib import Path
 
+import expand
 import projects
 import trees
 import volumes
@@ -92,6 +93,7 @@ def main():
     scaling()
     volumes.run(VELLMARK, PLACE)
     projects.run(VELLMARK, PLACE)
+    expand.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 

@@ -43,7 +43,8 @@ struct ExpandResult {
 /// Where the trailer tells the number of sectors, all tables are followed until so many were seen,
 /// sections that are no tables are passed over, and each block goes to its own position. Where it
 /// does not, the format version in the trailer is the highest number of tables, a section that is
-/// no table is a failure, and each block follows the one before it.
+/// no table is a failure unless the trailer's checksum shows that no table is missing, and each
+/// block follows the one before it.
 ///
 /// 0 when it is done; `kExpansionFailed` without a usable trailer, for a table or block that is
 /// damaged, and when something cannot be read or written; a negative code of zlib for a damaged

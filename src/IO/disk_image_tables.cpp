@@ -69,7 +69,8 @@ BlockTables::BlockTables(ByteSource& source, const DiskImageTrailer& trailer)
     : source_(source),
       sections_(source, trailer.listOffset, trailer.listLength),
       sectorCount_(trailer.sectorCount),
-      mostTables_(trailer.version) {}
+      mostTables_(trailer.version),
+      allTables_(trailer.tableChecksum) {}
 
 BlockTables::Next BlockTables::fail(std::int64_t code, std::string problem) {
     code_ = code;
@@ -83,11 +84,16 @@ BlockTables::Next BlockTables::nextTable() {
             return Next::End;
         if (ReadRecord(sections_, header_) && header_.signature == kBlockTableSignature) {
             ++table_;
+            if (header_.checksum.isCrc32())
+                tablesCrc_.add(AsBytes(header_.checksum.value));
             block_ = 0;
             coveredThen_ = covered_;
             return Next::Found;
         }
-        // Other resources have such sections too: a whole image has them between its tables.
+        // Other resources have such sections too: a whole image has them between its tables and
+        // behind them. Without a count, the checksum of all tables tells that these were all.
+        if (!isSized() && sawAllTables())
+            return Next::End;
         if (!isSized())
             return fail(
                 kExpansionFailed,

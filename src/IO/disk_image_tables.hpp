@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "IO/disk_image_crc.hpp"
 #include "IO/disk_image_format.hpp"
 #include "IO/disk_image_list.hpp"
 #include "support/byte_source.hpp"
@@ -60,6 +61,9 @@ class BlockTables {
 
   private:
     [[nodiscard]] bool isSized() const { return sectorCount_ > 0; }
+    [[nodiscard]] bool sawAllTables() const {
+        return table_ > 0 && allTables_.isCrc32() && tablesCrc_.value() == allTables_.value;
+    }
     Next fail(std::int64_t code, std::string problem);
     [[nodiscard]] std::string place(const BlockEntry& entry, BlockPlace& block);
     [[nodiscard]] std::string placeStored(const BlockEntry& entry, BlockPlace& block) const;
@@ -68,6 +72,8 @@ class BlockTables {
     DataSections sections_;
     std::uint64_t sectorCount_;  ///< of the image; 0 when the trailer does not tell
     std::uint32_t mostTables_;   ///< where it does not
+    DiskImageChecksum allTables_;
+    RunningCrc tablesCrc_;  ///< what `allTables_` would be of the tables so far
     BlockTableHeader header_{};
     unsigned table_ = 0;
     unsigned block_ = 0;

@@ -1,7 +1,6 @@
 #include "IO/expanded_image.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "support/encoding.hpp"
 
@@ -18,17 +17,11 @@ std::unique_ptr<ExpandedImage> ExpandedImage::Open(const std::string& path, Prog
     PcFile source(path, PcFile::Mode::Read);
     if (!source.isOpen())
         return fail(fmt::format("It cannot be opened: {}.", source.errorText()));
-    const TemporaryFolder folder;
-    if (folder.path().empty())
-        return fail("There is no folder for a temporary file with its plain image.");
-    const std::string temporary = folder.path() + "/image";
     std::unique_ptr<ExpandedImage> image(new ExpandedImage);
-    image->file_ = PcFile(temporary, PcFile::Mode::CreateNew);
+    image->file_ = UnnamedTemporaryFile();
     if (!image->file_.isOpen())
         return fail(fmt::format("A temporary file for its plain image cannot be made: {}.",
                                 image->file_.errorText()));
-    // From now on no signal, and no crash, leaves it behind.
-    (void)::unlink(temporary.c_str());
     image->path_ = image->file_.descriptorPath();
     result = ExpandImage(source, image->file_, progress, options);
     return result.code == 0 ? std::move(image) : fail(result.problem);

@@ -245,6 +245,16 @@ TemporaryFolder::~TemporaryFolder() {
         std::filesystem::remove_all(path_, ignored);
 }
 
+PcFile UnnamedTemporaryFile() {
+    std::error_code error;
+    const std::string folder = std::filesystem::temp_directory_path(error).string();
+    // Without such a folder the empty path gives the reason.
+    if (error)
+        return {"", PcFile::Mode::Read};
+    TargetFile target(folder + "/image");
+    return std::move(target.file());
+}
+
 std::string SystemErrorText(int error) {
     return std::generic_category().message(error);
 }

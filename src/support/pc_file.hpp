@@ -109,6 +109,10 @@ class TemporaryFolder {
     std::string path_;
 };
 
+/// A new file in the system's folder for temporary files. It has no name there any more, and goes
+/// when it is closed, with the process at the latest; its `path` is the one that it had.
+[[nodiscard]] PcFile UnnamedTemporaryFile();
+
 /// The system's words for an error number.
 [[nodiscard]] std::string SystemErrorText(int error);
 
