@@ -48,8 +48,8 @@ struct BatchJob {
 /// A compressed image, `project`, becomes the plain one whose path is the argument. Nothing else is
 /// changed.
 [[nodiscard]] BatchResult BatchExpand(const BatchJob& job);
-/// The Macintosh partition of an image, `project`, is joined to the ISO 9660 image whose path is the
-/// argument; what that one has where the map goes gives way.
+/// The Macintosh partition of an image, `project`, is joined to the ISO 9660 image whose path is
+/// the argument; what that one has where the map goes gives way.
 [[nodiscard]] BatchResult BatchJoin(const BatchJob& job);
 /// A hybrid image, `project`, without its Macintosh side.
 [[nodiscard]] BatchResult BatchSplit(const BatchJob& job);

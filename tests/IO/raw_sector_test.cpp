@@ -63,7 +63,8 @@ void ExpectCodeWords(Sector sector, bool isMode1, const std::string& what) {
     if (!isMode1)
         std::fill_n(sector.begin() + 12, 4, std::uint8_t{0});
     const auto at = [&](int word, int half) {
-        return sector[static_cast<std::size_t>(12 + 2 * word + half)];
+        const int offset = 12 + 2 * word + half;
+        return sector[static_cast<std::size_t>(offset)];
     };
     for (int half = 0; half < 2; ++half) {
         for (int n = 0; n < 43; ++n) {
@@ -224,12 +225,9 @@ TEST(DiscForm, IsFoundByTheMarkOfTheDescriptor) {
     const struct {
         std::size_t mark;
         std::optional<DiscForm> form;
-    } cases[] = {{32'769, DiscForm{2048, 0}},
-                 {37'320, DiscForm{2352, 24}},
-                 {37'321, DiscForm{2352, 24}},
-                 {37'649, DiscForm{2352, 16}},
-                 {37'657, DiscForm{2352, 24}},
-                 {37'650, std::nullopt}};
+    } cases[] = {{32'769, DiscForm{2048, 0}},  {37'320, DiscForm{2352, 24}},
+                 {37'321, DiscForm{2352, 24}}, {37'649, DiscForm{2352, 16}},
+                 {37'657, DiscForm{2352, 24}}, {37'650, std::nullopt}};
     for (const auto& c : cases) {
         Bytes bytes(c.mark + 5);
         testing::PutText(bytes, c.mark, "CD001");
