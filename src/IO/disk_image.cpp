@@ -42,7 +42,7 @@ ExpandResult ClassResult(ImageClass imageClass, const std::string& name) {
 
 bool HasDiskImageTrailer(ByteSource& file) {
     DiskImageTrailer trailer;
-    return ReadTrailer(file, trailer).empty();
+    return ReadTrailer(file, trailer).empty() && trailer.listLength != 0;
 }
 
 ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,

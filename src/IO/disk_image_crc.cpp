@@ -14,7 +14,9 @@ std::uint32_t Joined(std::uint32_t first, std::uint32_t second, std::uint64_t se
 }  // namespace
 
 void RunningCrc::add(std::span<const std::uint8_t> bytes) {
-    value_ = static_cast<std::uint32_t>(crc32_z(value_, bytes.data(), bytes.size()));
+    // Where there are none their address may be null, which stands for a new beginning.
+    if (!bytes.empty())
+        value_ = static_cast<std::uint32_t>(crc32_z(value_, bytes.data(), bytes.size()));
 }
 
 void RunningCrc::addZeros(std::uint64_t count) {

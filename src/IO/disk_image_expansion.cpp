@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "IO/disk_image_pieces.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -105,11 +106,12 @@ bool Expansion::plan() {
     progress_.begin(total);
     if (!options_.status.empty())
         progress_.text(options_.status);
-    const std::uint64_t room = FreeBytes(FolderOf(target_.path()));
+    const std::string folder = FolderOf(target_.path());
+    const std::uint64_t room = FreeBytes(folder);
     return room == 0 || total <= room ||
-           fail(
-               kExpansionFailed,
-               fmt::format("Expanded it needs {} bytes, and only {} are free there.", total, room));
+           fail(kExpansionFailed,
+                fmt::format("Expanded it needs {} bytes, and only {} are free in {}.", total, room,
+                            Printable(folder)));
 }
 
 bool Expansion::expandTable() {

@@ -27,22 +27,31 @@ constexpr std::array<std::uint8_t, 256> kDigits = MakeDigits();
 
 }  // namespace
 
+// The list from an offset on, as far as it lies in memory. Fewer bytes than `least` where the list
+// ends, or cannot be read.
+std::string_view DataSections::windowFrom(std::uint64_t offset, std::size_t least) {
+    const std::uint64_t windowEnd = windowStart_ + windowSize_;
+    if (offset < windowStart_ || offset > windowEnd || windowEnd - offset < least) {
+        const auto want = static_cast<std::size_t>(
+            std::min<std::uint64_t>(window_.size(), end_ - std::min(end_, offset)));
+        windowStart_ = offset;
+        windowSize_ = file_.readAt(offset, {reinterpret_cast<std::uint8_t*>(window_.data()), want});
+    }
+    const auto at = static_cast<std::size_t>(offset - windowStart_);
+    return {window_.data() + at, windowSize_ - at};
+}
+
 // Where a tag stands from an offset on.
 std::optional<std::uint64_t> DataSections::find(std::string_view tag, std::uint64_t from) {
-    bufferAt_ = bufferEnd_ = 0;
-    while (from + tag.size() <= end_) {
-        const auto want =
-            static_cast<std::size_t>(std::min<std::uint64_t>(buffer_.size(), end_ - from));
-        const std::size_t got = file_.readAt(from, {buffer_.data(), want});
-        if (got < tag.size())
-            break;
-        const std::string_view text(reinterpret_cast<const char*>(buffer_.data()), got);
+    while (true) {
+        const std::string_view text = windowFrom(from, tag.size());
+        if (text.size() < tag.size())
+            return std::nullopt;
         if (const std::size_t at = text.find(tag); at != text.npos)
             return from + at;
         // A tag may begin in this piece and end in the next.
-        from += got - (tag.size() - 1);
+        from += text.size() - (tag.size() - 1);
     }
-    return std::nullopt;
 }
 
 bool DataSections::next() {
@@ -61,7 +70,6 @@ bool DataSections::next() {
 
 void DataSections::rewind() {
     textAt_ = begin_;
-    bufferAt_ = bufferEnd_ = 0;
     decodedLeft_ = 0;
 }
 
@@ -72,22 +80,20 @@ std::size_t DataSections::read(std::span<std::uint8_t> out) {
     return done;
 }
 
-bool DataSections::fillText() {
-    const auto want =
-        static_cast<std::size_t>(std::min<std::uint64_t>(buffer_.size(), sectionEnd_ - textAt_));
-    bufferAt_ = 0;
-    bufferEnd_ = file_.readAt(textAt_, {buffer_.data(), want});
-    textAt_ += bufferEnd_;
-    return bufferEnd_ > 0;
-}
-
 bool DataSections::decodeGroup() {
     std::uint32_t group = 0;
     std::size_t digits = 0;
-    while (digits < kGroupDigits && (bufferAt_ < bufferEnd_ || fillText())) {
-        const std::uint8_t digit = kDigits[buffer_[bufferAt_++]];
-        if (digit != kNoDigit)
-            group |= std::uint32_t{digit} << (6 * (kGroupDigits - 1 - digits++));
+    while (digits < kGroupDigits && textAt_ < sectionEnd_) {
+        std::string_view text = windowFrom(textAt_, 1);
+        text = text.substr(0, static_cast<std::size_t>(
+                                  std::min<std::uint64_t>(text.size(), sectionEnd_ - textAt_)));
+        if (text.empty())
+            break;
+        for (std::size_t at = 0; at < text.size() && digits < kGroupDigits; ++at, ++textAt_) {
+            const std::uint8_t digit = kDigits[static_cast<std::uint8_t>(text[at])];
+            if (digit != kNoDigit)
+                group |= std::uint32_t{digit} << (6 * (kGroupDigits - 1 - digits++));
+        }
     }
     decoded_ = {static_cast<std::uint8_t>(group >> 16), static_cast<std::uint8_t>(group >> 8),
                 static_cast<std::uint8_t>(group)};

@@ -31,7 +31,7 @@ class DataSections {
 
   private:
     [[nodiscard]] std::optional<std::uint64_t> find(std::string_view tag, std::uint64_t from);
-    [[nodiscard]] bool fillText();
+    [[nodiscard]] std::string_view windowFrom(std::uint64_t offset, std::size_t least);
     [[nodiscard]] bool decodeGroup();
 
     ByteSource& file_;
@@ -39,11 +39,11 @@ class DataSections {
     std::uint64_t end_;             ///< of the list
     std::uint64_t begin_ = 0;       ///< of the section's text
     std::uint64_t sectionEnd_ = 0;  ///< behind it
-    std::uint64_t textAt_ = 0;      ///< what is read next
+    std::uint64_t textAt_ = 0;      ///< what is decoded next
 
-    std::array<std::uint8_t, 16384> buffer_{};
-    std::size_t bufferAt_ = 0;
-    std::size_t bufferEnd_ = 0;
+    std::array<char, 16384> window_{};  ///< a part of the list
+    std::uint64_t windowStart_ = 0;     ///< where it begins in the file
+    std::size_t windowSize_ = 0;
     std::array<std::uint8_t, 3> decoded_{};
     std::size_t decodedLeft_ = 0;
 };

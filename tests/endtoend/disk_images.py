@@ -95,13 +95,14 @@ def trailed(stored, properties, sectors, crc=None):
     trailer = struct.pack(">4sIII", b"koly", 4, 512, 1) + struct.pack(
         ">QQQQQII16x", 0, 0, len(stored), 0, 0, 1, 1)
     trailer += _checksum(zlib.crc32(stored)) + struct.pack(">QQ120x", len(stored), len(plist))
-    trailer += (_checksum(crc) if crc is not None else bytes(136)) + struct.pack(">IQ12x", 1, sectors)
+    trailer += _checksum(crc) if crc is not None else bytes(136)
+    trailer += struct.pack(">IQ12x", 1, sectors)
     assert len(trailer) == 512
     return bytes(stored) + plist + trailer
 
 
 def endless(blocks, sectors=2048):
-    """An image of so many blocks that all stand for the same stored bytes, and its expansion's size."""
+    """An image of so many blocks that all stand for the same stored bytes."""
     packed = bz2.compress(bytes(range(256)) * (sectors * SECTOR // 256))
     rows = b"".join(struct.pack(">IIQQQQ", BZIP2, 0, n * sectors, sectors, 0, len(packed))
                     for n in range(blocks))

@@ -160,7 +160,8 @@ class Expand(Case):
             self.assertEqual((DONE, b""), (result.returncode, result.stdout))
             self.assertIn(f"{option}\nis not managed".replace("\n", " "), result.stderr.decode())
             self.assertTrue(out.read_bytes() == self.plain)
-        for arguments in (("/D", image, "x.img"), ("/DC", image), ("/DC", self.plain_path, "x.img")):
+        for arguments in (("/D", image, "x.img"), ("/DC", image),
+                          ("/DC", self.plain_path, "x.img")):
             self.assertEqual(FAILED, self.vellmark(*arguments).returncode)
             self.assertFalse((self.work / "x.img").exists())
 

@@ -1,6 +1,8 @@
 // A compressed image on a terminal: what is asked, and what becomes of the answers.
-#include "IO/disk_image_maker.hpp"
 #include "session/reading_bench.hpp"
+
+// Behind the others, which know only one namespace called testing.
+#include "IO/disk_image_maker.hpp"
 
 namespace vellmark {
 namespace {
