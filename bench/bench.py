@@ -4,6 +4,7 @@ import os
 import sys
 from pathlib import Path
 
+import expand
 import projects
 import refresh
 import trees
@@ -94,6 +95,7 @@ def main():
     volumes.run(VELLMARK, PLACE)
     projects.run(VELLMARK, PLACE)
     refresh.run(VELLMARK, PLACE)
+    expand.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 

@@ -24,14 +24,19 @@ struct Row {
     std::string_view seconds;  ///< the letters that may follow
     bool takesArgument;
     BatchResult (*run)(const BatchJob& job);
+    bool needsSecond = false;  ///< one of them must
+
+    [[nodiscard]] bool fits(const BatchOption& option) const {
+        return letter == option.letter &&
+               (option.second == 0 ? !needsSecond : seconds.find(option.second) != seconds.npos);
+    }
 };
 
 // H: HFS alone, I: ISO alone, J: with a journal, whose path is an argument.
-constexpr Row kRows[] = {{'C', "HI", false, BatchCompile},
-                         {'F', "HI", true, BatchMakeFolders},
-                         {'I', "HI", true, BatchInclude},
-                         {'L', "HI", true, BatchSetLabel},
-                         {'R', "J", false, BatchRebuild}};
+constexpr Row kRows[] = {{'C', "HI", false, BatchCompile},    {'D', "C", true, BatchExpand, true},
+                         {'D', "H", false, BatchSplit, true}, {'F', "HI", true, BatchMakeFolders},
+                         {'H', "", true, BatchJoin},          {'I', "HI", true, BatchInclude},
+                         {'L', "HI", true, BatchSetLabel},    {'R', "J", false, BatchRebuild}};
 constexpr char kWithJournal = 'J';
 
 BatchSide SideOf(char second) {
@@ -41,9 +46,8 @@ BatchSide SideOf(char second) {
 BatchResult Run(const BatchOption& option, std::span<const std::string> arguments,
                 CommandContext& context, Terminal& terminal) {
     const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
-                                   [&](const Row& r) { return r.letter == option.letter; });
-    if (row == std::end(kRows) ||
-        (option.second != 0 && row->seconds.find(option.second) == std::string_view::npos))
+                                   [&](const Row& r) { return r.fits(option); });
+    if (row == std::end(kRows))
         return BatchResult::NotUnderstood;
     const bool opensLog = option.second == kWithJournal;
     const bool takesArgument = row->takesArgument || opensLog;
@@ -93,11 +97,14 @@ int RunBatch(const BatchOption& option, std::span<const std::string> arguments,
                                           : std::string_view(lock.reason()));
         return kExitFailed;
     }
-    if (Run(option, arguments, context, terminal) == BatchResult::Done)
-        return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
-    terminal.messages.showMessage(
-        FormatText(kTextNotManaged, context.language, Printable(arguments[0])));
-    return kExitFailed;
+    const BatchResult result = Run(option, arguments, context, terminal);
+    // Some commands go on to the start with a window, which does not know them, when they are done.
+    if (result != BatchResult::Done)
+        terminal.messages.showMessage(
+            FormatText(kTextNotManaged, context.language, Printable(arguments[0])));
+    if (result != BatchResult::Done && result != BatchResult::DoneAndOpen)
+        return kExitFailed;
+    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 
 }  // namespace vellmark

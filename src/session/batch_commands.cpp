@@ -6,7 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "IO/disk_image.hpp"
 #include "compiler/compile.hpp"
+#include "compiler/deshybridation.hpp"
+#include "compiler/hybridation.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
 #include "session/file_modes.hpp"
@@ -158,6 +161,53 @@ BatchResult BatchRebuild(const BatchJob& job) {
         return BatchResult::Done;
     BackUpBeforeChange(*project, messages);
     return Save(*project, messages);
+}
+
+BatchResult BatchExpand(const BatchJob& job) {
+    Messages& messages = job.terminal.messages;
+    const std::string target = FollowLink(job.argument);
+    if (AreSameFile(job.project, target)) {
+        messages.showMessage(
+            fmt::format("{} is the compressed image itself.", Printable(job.argument)));
+        return BatchResult::NotCreated;
+    }
+    if (!MayMakeFile(target, true, messages))
+        return BatchResult::NotCreated;
+    const ExpandResult result = ExpandImageFile(job.project, target, job.terminal.progress);
+    if (!result.problem.empty())
+        messages.showError(result.problem);
+    else if (!result.remark.empty())
+        messages.itemSkipped(Printable(job.project), result.remark);
+    return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
+           : result.code == kFileNotExpanded ? BatchResult::NotCreated
+                                             : BatchResult::NotOpened;
+}
+
+BatchResult BatchJoin(const BatchJob& job) {
+    const HybridationOptions options{.opensRoot = OpensRoot(job.context), .force = true};
+    const HybridationOutcome outcome =
+        Hybridate(job.argument, job.project, options, job.terminal.messages, job.terminal.progress);
+    switch (outcome.result) {
+        case HybridationResult::Done:
+            return BatchResult::DoneAndOpen;
+        case HybridationResult::PartitionNotOpened:
+        case HybridationResult::ImageRefused:
+        case HybridationResult::NoTemporaryFile:
+            return BatchResult::NotOpened;
+        default:
+            return BatchResult::NotCreated;
+    }
+}
+
+BatchResult BatchSplit(const BatchJob& job) {
+    switch (Deshybridate(job.project, job.terminal.messages).result) {
+        case DeshybridationResult::Done:
+            return BatchResult::Done;
+        case DeshybridationResult::NotOpened:
+            return BatchResult::NotOpened;
+        default:
+            return BatchResult::NotCreated;
+    }
 }
 
 BatchResult BatchSetLabel(const BatchJob& job) {

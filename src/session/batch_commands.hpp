@@ -10,6 +10,7 @@ namespace vellmark {
 
 enum class BatchResult : int {
     Done = 0,
+    DoneAndOpen = 2,  ///< done; what opens next is said as for a command that failed
     NotUnderstood = 1,
     NotOpened = -1,   ///< the project cannot be opened, made or saved
     NotCreated = -2,  ///< the target cannot be created
@@ -44,6 +45,14 @@ struct BatchJob {
 [[nodiscard]] BatchResult BatchInclude(const BatchJob& job);
 /// What changed on the disk. The log is opened first when none is open.
 [[nodiscard]] BatchResult BatchRebuild(const BatchJob& job);
+/// A compressed image, `project`, becomes the plain one whose path is the argument. Nothing else is
+/// changed.
+[[nodiscard]] BatchResult BatchExpand(const BatchJob& job);
+/// The Macintosh partition of an image, `project`, is joined to the ISO 9660 image whose path is
+/// the argument; what that one has where the map goes gives way.
+[[nodiscard]] BatchResult BatchJoin(const BatchJob& job);
+/// A hybrid image, `project`, without its Macintosh side.
+[[nodiscard]] BatchResult BatchSplit(const BatchJob& job);
 /// One label or both.
 [[nodiscard]] BatchResult BatchSetLabel(const BatchJob& job);
 

@@ -12,7 +12,7 @@
 namespace vellmark {
 
 bool ChangeRun::open(const PartitionOptions& options) {
-    partition_ = Partition::Open(options, context_, terminal.messages, Access::Change);
+    partition_ = Partition::Open(options, context_, terminal, Access::Change);
     if (!partition_)
         return false;
     if (LoadAllocationState(volume()) == TreeResult::Done)

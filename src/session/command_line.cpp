@@ -21,7 +21,8 @@ const std::array kVerbs = {&kVerbMake,   &kVerbNew,     &kVerbAdd,
                            &kVerbPut,    &kVerbMkdir,   &kVerbRm,
                            &kVerbMv,     &kVerbRename,  &kVerbLabel,
                            &kVerbAttr,   &kVerbSwap,    &kVerbReplaceSignature,
-                           &kVerbFormat, &kVerbSig,     &kVerbConfig};
+                           &kVerbFormat, &kVerbExpand,  &kVerbJoin,
+                           &kVerbSplit,  &kVerbSig,     &kVerbConfig};
 
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";
@@ -50,7 +51,7 @@ void AddProgramOptions(CLI::App& app, ProgramOptions& options) {
 // The files that a verb works on, under the names that verbs have for them.
 std::vector<std::string> FilesOf(CLI::App& app) {
     std::vector<std::string> files;
-    for (const char* name : {"IMAGE", "PROJECT", "--output"})
+    for (const char* name : {"IMAGE", "PROJECT", "TARGET", "VOLUME", "--output"})
         if (const CLI::Option* option = app.get_option_no_throw(name);
             option && option->count() > 0)
             files.push_back(option->as<std::string>());

@@ -22,7 +22,9 @@ void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view
 }
 
 bool ViewRun::open(const ViewOptions& options) {
-    view = ImageView::Open(options.image, options.partition, context.clock, terminal.messages);
+    image = PlainImage::Open(options.image, Access::Read, context, terminal);
+    if (image)
+        view = ImageView::Open(*image, options.partition, context.clock, terminal.messages);
     if (!view)
         return false;
     std::string present;

@@ -43,6 +43,7 @@ struct ViewRun {
 
     CommandContext& context;
     Terminal terminal;
+    std::optional<PlainImage> image;  ///< what is opened in place of the image that was named
     std::unique_ptr<ImageView> view;
     std::vector<TreeView*> trees;
     bool failed = false;

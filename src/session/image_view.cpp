@@ -64,26 +64,26 @@ std::vector<ViewEntry> TreeView::list(const ViewEntry& folder, std::string& prob
     return entries;
 }
 
-std::unique_ptr<ImageView> ImageView::Open(const std::string& path,
+std::unique_ptr<ImageView> ImageView::Open(const PlainImage& image,
                                            std::optional<unsigned> partition, const Clock& clock,
                                            Messages& messages) {
     std::unique_ptr<ImageView> view(new ImageView);
-    if (!OpenImageFile(view->volume_, path, Access::Read, messages))
+    if (!OpenImageFile(view->volume_, image.path(), Access::Read, messages))
         return nullptr;
     std::string problem;
     if (view->sizeBytes() != 0)
-        problem = view->findTrees(partition, clock, messages);
+        problem = view->findTrees(partition, clock, messages, image.isTemporary());
     if (problem.empty() && view->trees_.empty())
         problem = view->whyEmpty(messages);
     if (problem.empty())
         return view;
-    messages.showError(fmt::format("{}: {}", Printable(path), problem));
+    messages.showError(fmt::format("{}: {}", Printable(image.name()), problem));
     return nullptr;
 }
 
 // Why the partition that was asked for cannot be shown; "" when it can.
 std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock,
-                                 Messages& messages) {
+                                 Messages& messages, bool isExpanded) {
     iso_ = IsoReader::Open(*volume_.image);
     if (iso_)
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Iso, *volume_.image));
@@ -99,7 +99,7 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
     if (!problem.empty())
         return problem;
     if (volume_.isMounted || MountRequest(volume_)) {
-        judgeChanges();
+        judgeChanges(isExpanded);
         trees_.push_back(MakeHfsTreeView(volume_, clock));
     } else {
         damagedVolume_ = std::any_of(starts.begin(), starts.end(),
@@ -109,11 +109,12 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
 }
 
 // The image was opened for reading on purpose, which does not mean that it may only be read.
-void ImageView::judgeChanges() {
+void ImageView::judgeChanges(bool isExpanded) {
     ReadOnlyReasons reasons = volume_.readOnlyReasons;
     if (::access(volume_.imagePath.c_str(), W_OK) == 0)
         reasons.remove(ReadOnlyReason::File);
-    changeRefusal_ = ClassRefusal(ClassifyImage(*volume_.image));
+    changeRefusal_ =
+        ClassRefusal(isExpanded ? ImageClass::TrailerDiskImage : ClassifyImage(*volume_.image));
     if (changeRefusal_.empty())
         changeRefusal_ = ChangeRefusal(reasons);
 }

@@ -14,6 +14,7 @@
 
 #include "IO/iso_reader.hpp"
 #include "IO/recognition.hpp"
+#include "session/plain_image.hpp"
 #include "support/messages.hpp"
 #include "volume/catalog.hpp"
 #include "volume/volume_context.hpp"
@@ -104,7 +105,7 @@ class ImageView {
     /// that holds a volume. Nothing, after a message that names the file and the reason, when it
     /// cannot be read, holds no tree, or the partition that was asked for holds none. The clock
     /// gives the zone of HFS dates and must outlive the view.
-    [[nodiscard]] static std::unique_ptr<ImageView> Open(const std::string& path,
+    [[nodiscard]] static std::unique_ptr<ImageView> Open(const PlainImage& image,
                                                          std::optional<unsigned> partition,
                                                          const Clock& clock, Messages& messages);
 
@@ -125,8 +126,8 @@ class ImageView {
   private:
     ImageView() = default;
     [[nodiscard]] std::string findTrees(std::optional<unsigned> partition, const Clock& clock,
-                                        Messages& messages);
-    void judgeChanges();
+                                        Messages& messages, bool isExpanded);
+    void judgeChanges(bool isExpanded);
     [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
     [[nodiscard]] std::string whyEmpty(const Messages& messages);
 

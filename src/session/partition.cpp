@@ -50,13 +50,20 @@ std::string ChangeRefusal(const ReadOnlyReasons& reasons) {
 }
 
 std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options,
-                                           const CommandContext& context, Messages& messages,
+                                           const CommandContext& context, Terminal& terminal,
                                            Access access) {
-    std::unique_ptr<Partition> partition(new Partition(context.clock));
+    Messages& messages = terminal.messages;
+    std::optional<PlainImage> image = PlainImage::Open(options.image, access, context, terminal);
+    if (!image)
+        return nullptr;
+    std::unique_ptr<Partition> partition(new Partition(context.clock, std::move(*image)));
     partition->access_ = access;
     VolumeContext& volume = partition->volume_;
-    const std::string name = Printable(options.image);
-    if (!OpenVolume(volume, {options.image, options.writable, options.partition, access}, messages))
+    const PlainImage& plain = partition->image_;
+    const std::string name = Printable(plain.name());
+    if (!OpenVolume(volume,
+                    {plain.path(), options.writable, options.partition, access, plain.name()},
+                    messages))
         return nullptr;
     if (access == Access::Read)
         return partition;
@@ -82,12 +89,11 @@ std::string Partition::closingProblem() {
 }
 
 bool Partition::close(Messages& messages) {
-    const std::string path = volume_.imagePath;
     const std::string problem = closingProblem();
     ReleaseAllocationState(volume_);
     CloseImage(volume_);
     if (!problem.empty())
-        messages.showMessage(ClosingSentence(path, problem, access_));
+        messages.showMessage(ClosingSentence(image_.name(), problem, access_));
     return problem.empty();
 }
 

@@ -8,6 +8,7 @@
 
 #include "session/command_context.hpp"
 #include "session/options.hpp"
+#include "session/plain_image.hpp"
 #include "support/messages.hpp"
 #include "volume/mount.hpp"
 #include "volume/volume_context.hpp"
@@ -31,12 +32,13 @@ void AddPartitionOptions(OptionSet& arguments, PartitionOptions& options);
 
 class Partition {
   public:
-    /// Opens an image and mounts its volume. For changes it is locked, so that no other process
-    /// changes it meanwhile, and refused when it may only be read. Nothing after a message that
-    /// names the image and the reason. The context's clock must outlive the partition.
+    /// Opens an image, expanded where it is a compressed one, and mounts its volume. For changes it
+    /// is locked, so that no other process changes it meanwhile, and refused when it may only be
+    /// read. Nothing after a message that names the image and the reason. The context's clock must
+    /// outlive the partition.
     [[nodiscard]] static std::unique_ptr<Partition> Open(const PartitionOptions& options,
                                                          const CommandContext& context,
-                                                         Messages& messages, Access access);
+                                                         Terminal& terminal, Access access);
 
     [[nodiscard]] VolumeContext& volume() { return volume_; }
     /// Writes back what `LoadAllocationState` loaded, hands everything to the device and closes the
@@ -45,10 +47,11 @@ class Partition {
     [[nodiscard]] bool close(Messages& messages);
 
   private:
-    explicit Partition(const Clock& clock) : clock_(clock) {}
+    Partition(const Clock& clock, PlainImage image) : clock_(clock), image_(std::move(image)) {}
     [[nodiscard]] std::string closingProblem();
 
     const Clock& clock_;
+    PlainImage image_;
     Access access_ = Access::Read;
     VolumeContext volume_;
 };

@@ -17,7 +17,7 @@ namespace vellmark {
 
 /// While it lives, Ctrl-C and a request to end are noted instead of ending the process, so that
 /// what was begun can be taken back. A signal that the process was started to ignore (`nohup`)
-/// stays ignored. One at a time.
+/// stays ignored. Where one lives already, a new one forgets what was asked for before.
 class StopSignals {
   public:
     StopSignals();

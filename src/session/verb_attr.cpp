@@ -129,8 +129,7 @@ std::string FlagText(std::uint16_t flags) {
 
 int Show(const AttrOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, true));
-    const auto partition =
-        Partition::Open(options.partition, context, terminal.messages, Access::Read);
+    const auto partition = Partition::Open(options.partition, context, terminal, Access::Read);
     if (!partition)
         return kExitFailed;
     bool failed = false;

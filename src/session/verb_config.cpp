@@ -51,6 +51,8 @@ constexpr Row kRows[] = {
      "files of an unknown type get the generic extension"},
     {"delete-silently", Kind::Bits, setting::kOptions, kOptionDeleteSilently, kOnOff,
      "delete folders that are not empty without asking"},
+    {"open-root", Kind::Bits, setting::kVlOptions, kVlOpenRoot, kOnOff,
+     "joined discs open their root's window on a Macintosh"},
     {"journal", Kind::JournalPath, setting::kJournal, 0, {}, "path of the journal"},
     {"open-journal", Kind::Bits, setting::kVlOptions, kVlOpenJournal, kOnOff,
      "add to the journal in every run"},

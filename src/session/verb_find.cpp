@@ -60,8 +60,8 @@ int Find(const FindOptions& options, CommandContext& context) {
                                       "and {} is not that.",
                                       Printable(options.signature)));
     Terminal terminal(context, TerminalOptionsOf(context, false));
-    const auto partition = Partition::Open({options.image, options.partition}, context,
-                                           terminal.messages, Access::Read);
+    const auto partition =
+        Partition::Open({options.image, options.partition}, context, terminal, Access::Read);
     if (!partition)
         return kExitFailed;
     std::vector<SearchHit> hits;

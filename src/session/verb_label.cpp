@@ -17,8 +17,7 @@ struct LabelOptions {
 
 int ShowLabel(const LabelOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, true));
-    const auto partition =
-        Partition::Open(options.partition, context, terminal.messages, Access::Read);
+    const auto partition = Partition::Open(options.partition, context, terminal, Access::Read);
     if (!partition)
         return kExitFailed;
     context.output << Printable(VolumeName(partition->volume())) << '\n';

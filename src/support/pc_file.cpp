@@ -186,6 +186,10 @@ std::string PcFile::errorText() const {
     return error_ ? SystemErrorText(error_) : std::string{};
 }
 
+std::string PcFile::descriptorPath() const {
+    return "/proc/self/fd/" + std::to_string(descriptor_);
+}
+
 TargetFile::TargetFile(std::string path) : path_(std::move(path)) {
     // The name is short whatever the target's is, so that a long name does not make it too long.
     for (int attempt = 0; attempt < 100; ++attempt) {
@@ -239,6 +243,16 @@ TemporaryFolder::~TemporaryFolder() {
     std::error_code ignored;
     if (!path_.empty())
         std::filesystem::remove_all(path_, ignored);
+}
+
+PcFile UnnamedTemporaryFile() {
+    std::error_code error;
+    const std::string folder = std::filesystem::temp_directory_path(error).string();
+    // Without such a folder the empty path gives the reason.
+    if (error)
+        return {"", PcFile::Mode::Read};
+    TargetFile target(folder + "/image");
+    return std::move(target.file());
 }
 
 std::string SystemErrorText(int error) {

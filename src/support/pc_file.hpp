@@ -59,6 +59,8 @@ class PcFile final : public ByteSource, public ByteSink {
     /// That failure in words, "" when there was none.
     [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
+    /// A path by which this process opens the file again, also one that has no name any more.
+    [[nodiscard]] std::string descriptorPath() const;
 
   private:
     std::string path_;
@@ -106,6 +108,10 @@ class TemporaryFolder {
   private:
     std::string path_;
 };
+
+/// A new file in the system's folder for temporary files. It has no name there any more, and goes
+/// when it is closed, with the process at the latest; its `path` is the one that it had.
+[[nodiscard]] PcFile UnnamedTemporaryFile();
 
 /// The system's words for an error number.
 [[nodiscard]] std::string SystemErrorText(int error);

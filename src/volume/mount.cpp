@@ -342,7 +342,8 @@ bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& mes
             volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
         return true;
     }
-    messages.showError(fmt::format("{}: {}", Printable(request.path), problem));
+    messages.showError(fmt::format(
+        "{}: {}", Printable(request.name.empty() ? request.path : request.name), problem));
     CloseImage(volume);
     return false;
 }

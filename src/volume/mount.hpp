@@ -34,6 +34,7 @@ struct OpenRequest {
     bool writable = false;                   ///< a bare volume may be changed as well
     std::optional<unsigned> partition = {};  ///< from 1; nothing for the first that has a volume
     Access access = Access::Change;  ///< a file that may only be read is opened all the same
+    std::string name = {};           ///< how messages call the image; empty for its path
 };
 
 /// Opens an image file. False after a message that names it and the reason; nothing is open then.

@@ -2,7 +2,8 @@
 
 Files come as {path: bytes} with paths as tuples of names. isoinfo, xorriso and 7zz read ISO 9660
 and Joliet; 7zz and the tools of the Sleuth Kit read HFS Plus; hfsutils reads HFS; grub-fstest
-reads all of them, and finds names by key, so that it sees a tree that is in the wrong order.
+reads all of them, and finds names by key, so that it sees a tree that is in the wrong order. bchunk
+reads raw images, vcd-info and vcdxrip those of Video CDs.
 """
 
 import os
@@ -18,9 +19,9 @@ class JudgeError(AssertionError):
     """A judge could not read the image."""
 
 
-def _run(*arguments, home=None, allowed=(0,)):
+def _run(*arguments, home=None, allowed=(0,), cwd=None):
     result = subprocess.run([os.fsencode(part) for part in arguments], capture_output=True,
-                            stdin=subprocess.DEVNULL, timeout=300, check=False,
+                            stdin=subprocess.DEVNULL, timeout=300, check=False, cwd=cwd,
                             env=environment(TZ="UTC", HOME=home))
     if result.returncode not in allowed:
         raise JudgeError(f"{arguments}: status {result.returncode}, "
@@ -198,3 +199,30 @@ def sleuth_type(image, sector, number):
 def grub_read(image, device, path):
     """The bytes of a file that GRUB finds by its name."""
     return _run("grub-fstest", image, "cat", f"({device})/" + "/".join(path))
+
+
+def track_data(image, sheet, out):
+    """The data of the first track of a raw image, as bchunk takes it out."""
+    _run("bchunk", image, sheet, out)
+    with open(f"{out}01.iso", "rb") as file:
+        return file.read()
+
+
+def video_entries(image):
+    """The sectors at which vcd-info says that the entries of a Video CD begin."""
+    text = _run("vcd-info", "-b", image, "-E").decode()
+    return [int(sector) for sector in re.findall(r"ENTRY\[\d+\].*LSN\s+(\d+)", text)]
+
+
+def video_files(image):
+    """{name: sector} of the files that vcd-info finds in the ISO track of a Video CD."""
+    text = _run("vcd-info", "-b", image, "-F").decode()
+    return {name: int(sector) for sector, name in
+            re.findall(r"^ *- .*\[LSN +(\d+)\].* (\S+;1)$", text, re.M)}
+
+
+def video_tracks(image, out):
+    """The video of each track of a Video CD, as vcdxrip takes it out into the new folder `out`."""
+    os.mkdir(out)
+    _run("vcdxrip", "-b", os.path.abspath(image), "-o", os.path.join(out, "disc.xml"), cwd=out)
+    return _folder_contents(out)[0]

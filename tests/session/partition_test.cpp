@@ -21,7 +21,7 @@ class PartitionTest : public ReadingTest {
     }
     std::unique_ptr<Partition> open(const PartitionOptions& options, Access access) {
         errors_.str("");
-        return Partition::Open(options, context_, terminal_.messages, access);
+        return Partition::Open(options, context_, terminal_, access);
     }
     bool close(Partition& partition) {
         errors_.str("");

@@ -1,0 +1,83 @@
+#include "IO/disk_image.hpp"
+
+#include <fmt/format.h>
+
+#include "IO/disk_image_expansion.hpp"
+#include "IO/recognition.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+ExpandResult NotExpanded(std::int64_t code, std::string problem) {
+    return {.code = code, .problem = std::move(problem)};
+}
+
+// Why an image of a class is not expanded; a code of 0 when it is.
+ExpandResult ClassResult(ImageClass imageClass, const std::string& name) {
+    switch (imageClass) {
+        case ImageClass::Plain:
+            return NotExpanded(kFileNotExpanded,
+                               fmt::format("{} is no compressed disk image.", name));
+        case ImageClass::SparseImage:
+            return NotExpanded(kExpansionFailed,
+                               fmt::format("{}: {}", name, ClassRefusal(imageClass)));
+        case ImageClass::ProtectiveBootRecord:
+        case ImageClass::MacintoshBootRecord:
+            return NotExpanded(static_cast<int>(imageClass),
+                               fmt::format("{} is a plain disk with a boot record, which needs no "
+                                           "expanding.",
+                                           name));
+        case ImageClass::PartitionDiskImage:
+        case ImageClass::Bzip2DiskImage:
+        case ImageClass::ZlibDiskImage:
+        case ImageClass::TrailerDiskImage:
+            break;
+    }
+    return {};
+}
+
+}  // namespace
+
+bool HasDiskImageTrailer(ByteSource& file) {
+    DiskImageTrailer trailer;
+    return ReadTrailer(file, trailer).empty() && trailer.listLength != 0;
+}
+
+ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
+                         const ExpandOptions& options) {
+    DiskImageTrailer trailer;
+    if (std::string problem = ReadTrailer(source, trailer); !problem.empty())
+        return NotExpanded(kExpansionFailed, std::move(problem));
+    return Expansion(source, target, progress, options, trailer).run();
+}
+
+ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPath,
+                             Progress& progress, const ExpandOptions& options) {
+    const std::string name = Printable(inPath);
+    PcFile source(inPath, PcFile::Mode::Read);
+    if (!source.isOpen())
+        return NotExpanded(kFileNotExpanded,
+                           fmt::format("{} cannot be opened: {}.", name, source.errorText()));
+    if (ExpandResult result = ClassResult(ClassifyImage(source), name); result.code != 0)
+        return result;
+    TargetFile target(outPath);
+    if (!target.file().isOpen())
+        return NotExpanded(
+            kFileNotExpanded,
+            fmt::format("{} cannot be made: {}.", Printable(outPath), target.file().errorText()));
+    ExpandResult result = ExpandImage(source, target.file(), progress, options);
+    if (result.code != 0) {
+        result.problem = fmt::format("{}: {}", name, result.problem);
+        return result;
+    }
+    if (const int error = target.publish(true, false); error != 0)
+        return NotExpanded(
+            kExpansionFailed,
+            fmt::format("{} cannot be made: {}.", Printable(outPath), SystemErrorText(error)));
+    result.code = kFileExpanded;
+    return result;
+}
+
+}  // namespace vellmark

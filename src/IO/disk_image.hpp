@@ -1,0 +1,66 @@
+// Apple disk images (UDIF, `.dmg`) expanded into plain images. A trailer of 512 bytes ends the
+// file and tells where its property list lies; the `<data>` sections of that list are Base64 texts
+// of the block tables, whose entries say how each run of sectors is stored. All numbers of the
+// format are big-endian.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "support/byte_source.hpp"
+#include "support/pc_file.hpp"
+#include "support/progress.hpp"
+
+namespace vellmark {
+
+/// Results of an expansion beside 0, the negative codes of zlib, and the type of an unknown block.
+inline constexpr std::int64_t kExpansionFailed = -1;
+/// Results of `ExpandImageFile` beside those and the class of a disk with a boot record (6 or 7).
+inline constexpr std::int64_t kFileExpanded = 1;
+inline constexpr std::int64_t kFileNotExpanded = -2;
+
+struct ExpandOptions {
+    bool verify = false;      ///< compare the checksums that the image carries
+    std::string status = {};  ///< what the progress says about it
+    unsigned threads = 0;  ///< that expand blocks, at most four; 0 for as many as there are cores
+};
+
+/// How an expansion ended.
+struct ExpandResult {
+    std::int64_t code = 0;     ///< see above
+    std::string problem = {};  ///< why, in sentences without the file's name; empty when it is done
+    std::string remark = {};   ///< what is odd about an image that was expanded, in sentences
+    bool isIncomplete = false;    ///< it was expanded as it is, and zeros stand for what it lacks
+    bool isStopped = false;       ///< `Progress` said no; `code` is `kExpansionFailed` then
+    std::uint64_t sizeBytes = 0;  ///< of the plain image
+    std::uint64_t checksumsCompared = 0;  ///< with `verify`
+};
+
+/// Expands a disk image into `target`, an empty file, from its offset 0 on. Runs of zeros become
+/// holes of it. Blocks are expanded by several threads and written by the calling one in the order
+/// of the tables, and so the result does not depend on their timing. Flat memory, below 64 MiB.
+///
+/// Where the trailer tells the number of sectors, all tables are followed until so many were seen,
+/// sections that are no tables are passed over, and each block goes to its own position. Where it
+/// does not, the format version in the trailer is the highest number of tables, a section that is
+/// no table is a failure unless the trailer's checksum shows that no table is missing, and each
+/// block follows the one before it.
+///
+/// 0 when it is done; `kExpansionFailed` without a usable trailer, for a table or block that is
+/// damaged, and when something cannot be read or written; a negative code of zlib for a damaged
+/// zlib block; the type of a block that is not known. What was written by then is not whole.
+[[nodiscard]] ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
+                                       const ExpandOptions& options = {});
+
+/// Whether the file ends in a trailer whose property list can be looked for. A file can look like
+/// a compressed image by its first bytes alone.
+[[nodiscard]] bool HasDiskImageTrailer(ByteSource& file);
+
+/// Expands the file of one path into that of another, which appears, in place of an older one, only
+/// when it is whole. `code` is `kFileExpanded` when it is done; `kFileNotExpanded` when a file
+/// cannot be opened or the first is no disk image; `kExpansionFailed` for a sparse image; the class
+/// of a disk with a boot record; else what `ExpandImage` gives. `problem` names the file.
+[[nodiscard]] ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPath,
+                                           Progress& progress, const ExpandOptions& options = {});
+
+}  // namespace vellmark

@@ -1,0 +1,315 @@
+#include "IO/disk_image_expansion.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "IO/disk_image_pieces.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+/// Each block on its way takes up to twice `kMostPooledBytes`.
+constexpr unsigned kMostThreads = 4;
+/// Blocks that wait while every thread has one: the files are read and written meanwhile.
+constexpr unsigned kWaitingBlocks = 3;
+
+unsigned ThreadsOf(const ExpandOptions& options) {
+    const unsigned wanted =
+        options.threads > 0 ? options.threads : std::thread::hardware_concurrency();
+    return std::clamp(wanted, 1U, kMostThreads);
+}
+
+bool IsPooled(const BlockPlace& place) {
+    return place.isZeros() ||
+           (place.sizeBytes <= kMostPooledBytes && place.storedBytes <= kMostPooledBytes);
+}
+
+// Buffers grow and never shrink: what is in them is not cleared for each block anew.
+void Hold(std::vector<std::uint8_t>& buffer, std::uint64_t bytes) {
+    if (buffer.size() < bytes)
+        buffer.resize(static_cast<std::size_t>(bytes));
+}
+
+}  // namespace
+
+Expansion::Expansion(ByteSource& source, PcFile& target, Progress& progress,
+                     const ExpandOptions& options, const DiskImageTrailer& trailer)
+    : source_(source),
+      target_(target),
+      progress_(progress),
+      options_(options),
+      trailer_(trailer),
+      tables_(source, trailer),
+      ring_(ThreadsOf(options) + kWaitingBlocks),
+      pool_(ThreadsOf(options)) {}
+
+bool Expansion::fail(std::int64_t code, std::string problem) {
+    if (result_.code == 0) {
+        result_.code = code;
+        result_.problem = std::move(problem);
+    }
+    return false;
+}
+
+bool Expansion::failRead() {
+    return fail(kExpansionFailed, "Its data cannot be read.");
+}
+
+bool Expansion::failWrite() {
+    return fail(kExpansionFailed,
+                fmt::format("The plain image cannot be written: {}.", target_.errorText()));
+}
+
+bool Expansion::stop() {
+    result_.isStopped = result_.code == 0;
+    return fail(kExpansionFailed, "Stopped as you wished.");
+}
+
+ExpandResult Expansion::run() {
+    BlockTables::Next next = BlockTables::Next::End;
+    if (plan())
+        while ((next = tables_.nextTable()) == BlockTables::Next::Found && expandTable()) {
+        }
+    if (next == BlockTables::Next::Failed)
+        fail(tables_.code(), tables_.problem());
+    if (result_.code == 0 && target_.size() < result_.sizeBytes &&
+        !target_.setSize(result_.sizeBytes))
+        failWrite();
+    if (result_.code == 0 && options_.verify)
+        (void)compareTrailer();
+    if (result_.code == 0)
+        addRemarks();
+    return result_;
+}
+
+// What is to be done, as far as the tables can be followed: where they cannot, the run itself comes
+// to the same place, unless it fails before.
+bool Expansion::plan() {
+    BlockTables tables(source_, trailer_);
+    std::uint64_t total = 0;
+    bool hasAdc = false;
+    BlockPlace place;
+    while (tables.nextTable() == BlockTables::Next::Found) {
+        BlockTables::Next next = BlockTables::Next::End;
+        while ((next = tables.nextBlock(place)) == BlockTables::Next::Found) {
+            total += place.isZeros() ? 0 : place.sizeBytes;
+            hasAdc = hasAdc || place.type == BlockType::Adc;
+        }
+        if (next == BlockTables::Next::Failed)
+            break;
+    }
+    takesCrc_ = options_.verify || hasAdc;
+    progress_.begin(total);
+    if (!options_.status.empty())
+        progress_.text(options_.status);
+    const std::string folder = FolderOf(target_.path());
+    const std::uint64_t room = FreeBytes(folder);
+    return room == 0 || total <= room ||
+           fail(kExpansionFailed,
+                fmt::format("Expanded it needs {} bytes, and only {} are free in {}.", total, room,
+                            Printable(folder)));
+}
+
+bool Expansion::expandTable() {
+    crc_ = patternCrc_ = {};
+    isAmbiguous_ = false;
+    BlockPlace place;
+    BlockTables::Next next = BlockTables::Next::End;
+    while ((next = tables_.nextBlock(place)) == BlockTables::Next::Found)
+        if (!takeBlock(place))
+            return false;
+    // A block before it that is damaged comes first.
+    if (!drain())
+        return false;
+    if (next == BlockTables::Next::Failed)
+        return fail(tables_.code(), tables_.problem());
+    return finishTable();
+}
+
+bool Expansion::takeBlock(const BlockPlace& place) {
+    if (IsPooled(place))
+        return submit(place);
+    return drain() && expandLarge(place);
+}
+
+bool Expansion::submit(const BlockPlace& place) {
+    if (inFlight_ == ring_.size() && !retireOldest())
+        return false;
+    BlockJob& job = ring_[(oldest_ + inFlight_) % ring_.size()];
+    job.place = place;
+    job.wantsCrc = takesCrc_;
+    job.end = BlockEnd::Done;
+    job.isDone = true;
+    if (!place.isZeros()) {
+        if (!readStored(job))
+            return drain() && failRead();
+        Hold(job.plain, place.sizeBytes);
+        pool_.submit(job);
+    }
+    ++inFlight_;
+    return true;
+}
+
+bool Expansion::readStored(BlockJob& job) {
+    Hold(job.stored, std::max(job.place.storedBytes, std::uint64_t{1}));
+    return source_.readExactly(
+        job.place.storedOffset,
+        {job.stored.data(), static_cast<std::size_t>(job.place.storedBytes)});
+}
+
+bool Expansion::drain() {
+    while (inFlight_ > 0)
+        if (!retireOldest())
+            return false;
+    return true;
+}
+
+bool Expansion::retireOldest() {
+    BlockJob& job = ring_[oldest_];
+    const BlockPlace& place = job.place;
+    pool_.await(job);
+    oldest_ = (oldest_ + 1) % ring_.size();
+    --inFlight_;
+    if (place.isZeros()) {
+        // The target is empty where nothing was written.
+        noteEnd(place);
+        // Free sectors do not count in the checksum of a table, zeros of the volume do.
+        if (takesCrc_ && place.type == BlockType::Zero) {
+            crc_.addZeros(place.sizeBytes);
+            patternCrc_.addZeros(place.sizeBytes);
+        }
+        return progress_.chunk(0) || stop();
+    }
+    if (job.end != BlockEnd::Done)
+        return fail(BlockEndCode(job.end, place.type),
+                    fmt::format("Wrong {}: {}.", BlockName(place), BlockEndSentence(job.end)));
+    if (job.length < place.sizeBytes)
+        noteShort(place);
+    if (takesCrc_) {
+        crc_.addPiece(job.crc, place.sizeBytes);
+        patternCrc_.addPiece(job.patternCrc, place.sizeBytes);
+        isAmbiguous_ = isAmbiguous_ || job.isAmbiguous;
+    }
+    noteEnd(place);
+    return write(place.position, {job.plain.data(), static_cast<std::size_t>(place.sizeBytes)});
+}
+
+bool Expansion::write(std::uint64_t position, std::span<const std::uint8_t> bytes) {
+    if (!target_.writeAt(position, bytes))
+        return failWrite();
+    return progress_.chunk(bytes.size()) || stop();
+}
+
+// A block that is too long for the memory: piece by piece, on this thread.
+bool Expansion::expandLarge(const BlockPlace& place) {
+    if (place.type == BlockType::Adc)
+        return fail(
+            kExpansionFailed,
+            fmt::format("Wrong {}: it is longer than such a block can be.", BlockName(place)));
+    SourcePieces stored(source_, place.storedOffset, place.storedBytes);
+    TargetPieces plain(place.sizeBytes, [&](std::uint64_t offset, auto bytes) {
+        if (takesCrc_)
+            crc_.add(bytes);
+        return write(place.position + offset, bytes);
+    });
+    const BlockEnd end = IsStreamType(place.type) ? ExpandStream(place.type, stored, plain)
+                                                  : CopyPieces(stored, plain);
+    if (result_.code != 0)
+        return false;
+    if (stored.failed())
+        return failRead();
+    if (end != BlockEnd::Done)
+        return fail(BlockEndCode(end, place.type),
+                    fmt::format("Wrong {}: {}.", BlockName(place), BlockEndSentence(end)));
+    if (plain.left() > 0)
+        noteShort(place);
+    crc_.addZeros(plain.left());
+    patternCrc_ = crc_;
+    noteEnd(place);
+    return true;
+}
+
+void Expansion::noteEnd(const BlockPlace& place) {
+    result_.sizeBytes = std::max(result_.sizeBytes, place.position + place.sizeBytes);
+}
+
+void Expansion::noteShort(const BlockPlace& place) {
+    if (shortBlocks_++ == 0)
+        firstShort_ = BlockName(place);
+}
+
+// The table's checksum tells which reading of its overlapping matches is the right one.
+bool Expansion::finishTable() {
+    const DiskImageChecksum& expected = tables_.checksum();
+    if (!expected.isCrc32()) {
+        unknownChecksums_ += expected.kind == 0 ? 0 : 1;
+        return true;
+    }
+    if (isAmbiguous_ && crc_.value() != expected.value && patternCrc_.value() == expected.value) {
+        crc_ = patternCrc_;
+        if (!rewriteWithPatterns())
+            return false;
+    }
+    if (!options_.verify)
+        return true;
+    ++result_.checksumsCompared;
+    return crc_.value() == expected.value ||
+           fail(kExpansionFailed,
+                fmt::format("Table {} has the checksum {:08X}, and what it expands to {:08X}.",
+                            tables_.number(), std::uint32_t{expected.value}, crc_.value()));
+}
+
+bool Expansion::rewriteWithPatterns() {
+    tables_.rewindTable();
+    BlockJob& job = ring_.front();
+    while (tables_.nextBlock(job.place) == BlockTables::Next::Found) {
+        if (job.place.type != BlockType::Adc)
+            continue;
+        if (!readStored(job))
+            return failRead();
+        Hold(job.plain, job.place.sizeBytes);
+        ExpandPattern(job);
+        if (!target_.writeAt(job.place.position,
+                             {job.plain.data(), static_cast<std::size_t>(job.place.sizeBytes)}))
+            return failWrite();
+        if (!progress_.chunk(0))
+            return stop();
+    }
+    return true;
+}
+
+bool Expansion::compareTrailer() {
+    const TrailerComparison compared = CompareTrailer(source_, trailer_, progress_);
+    if (compared.isStopped)
+        return stop();
+    result_.checksumsCompared += compared.compared;
+    unknownChecksums_ += compared.unknown;
+    return compared.problem.empty() || fail(kExpansionFailed, compared.problem);
+}
+
+void Expansion::addRemarks() {
+    std::vector<std::string> remarks;
+    if (shortBlocks_ > 0)
+        remarks.push_back(
+            fmt::format("Fewer bytes than they say, and so zeros behind them, came out of {} of "
+                        "its blocks; the "
+                        "first is {}.",
+                        shortBlocks_, firstShort_));
+    if (const std::uint64_t missing = tables_.missingSectors(); missing > 0)
+        remarks.push_back(fmt::format("Its tables leave out {} of its {} sectors.", missing,
+                                      std::uint64_t{trailer_.sectorCount}));
+    result_.isIncomplete = !remarks.empty();
+    if (options_.verify && unknownChecksums_ > 0)
+        remarks.push_back(fmt::format("{} of its checksums are of a kind that is not compared.",
+                                      unknownChecksums_));
+    else if (options_.verify && result_.checksumsCompared == 0)
+        remarks.emplace_back("It has no checksums that could be compared.");
+    for (const std::string& remark : remarks)
+        result_.remark += (result_.remark.empty() ? "" : " ") + remark;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,86 @@
+// The block tables of a disk image, entry by entry, each checked before it is handed out.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "IO/disk_image_crc.hpp"
+#include "IO/disk_image_format.hpp"
+#include "IO/disk_image_list.hpp"
+#include "support/byte_source.hpp"
+
+namespace vellmark {
+
+/// Reads the trailer. A sentence when there is none, or when its property list does not stand
+/// directly behind the data and inside the file.
+[[nodiscard]] std::string ReadTrailer(ByteSource& source, DiskImageTrailer& trailer);
+
+/// One run of sectors of the plain image.
+struct BlockPlace {
+    BlockType type = BlockType::Zero;
+    std::uint64_t position = 0;   ///< byte of the plain image
+    std::uint64_t sizeBytes = 0;  ///< in the plain image
+    std::uint64_t storedOffset = 0;
+    std::uint64_t storedBytes = 0;  ///< inside the file; 0 for zeros
+    unsigned table = 0;             ///< from 1
+    unsigned number = 0;            ///< in its table, from 1
+
+    [[nodiscard]] bool isZeros() const {
+        return type == BlockType::Zero || type == BlockType::Ignored;
+    }
+};
+
+/// `block 3 of table 1 (zlib)`.
+[[nodiscard]] std::string BlockName(const BlockPlace& block);
+
+class BlockTables {
+  public:
+    BlockTables(ByteSource& source, const DiskImageTrailer& trailer);
+
+    enum class Next { Found, End, Failed };
+    /// Goes to the next table that belongs to the image; `End` behind the last of them.
+    [[nodiscard]] Next nextTable();
+    /// Goes to the next block of the table; entries that are none are passed over.
+    [[nodiscard]] Next nextBlock(BlockPlace& block);
+    /// Back to the first block of the table.
+    void rewindTable();
+
+    /// What the table expands to.
+    [[nodiscard]] const DiskImageChecksum& checksum() const { return header_.checksum; }
+    /// The table's number, from 1.
+    [[nodiscard]] unsigned number() const { return table_; }
+    /// After `Failed`: the result of the expansion and why.
+    [[nodiscard]] std::int64_t code() const { return code_; }
+    [[nodiscard]] const std::string& problem() const { return problem_; }
+    /// Sectors of the image that the blocks so far do not stand for; 0 where the trailer does not
+    /// tell how many there are.
+    [[nodiscard]] std::uint64_t missingSectors() const {
+        return sectorCount_ - (covered_ < sectorCount_ ? covered_ : sectorCount_);
+    }
+
+  private:
+    [[nodiscard]] bool isSized() const { return sectorCount_ > 0; }
+    [[nodiscard]] bool sawAllTables() const {
+        return table_ > 0 && allTables_.isCrc32() && tablesCrc_.value() == allTables_.value;
+    }
+    Next fail(std::int64_t code, std::string problem);
+    [[nodiscard]] std::string place(const BlockEntry& entry, BlockPlace& block);
+    [[nodiscard]] std::string placeStored(const BlockEntry& entry, BlockPlace& block) const;
+
+    ByteSource& source_;
+    DataSections sections_;
+    std::uint64_t sectorCount_;  ///< of the image; 0 when the trailer does not tell
+    std::uint32_t mostTables_;   ///< where it does not
+    DiskImageChecksum allTables_;
+    RunningCrc tablesCrc_;  ///< what `allTables_` would be of the tables so far
+    BlockTableHeader header_{};
+    unsigned table_ = 0;
+    unsigned block_ = 0;
+    std::uint64_t covered_ = 0;      ///< sectors of the blocks so far
+    std::uint64_t coveredThen_ = 0;  ///< the same at the start of the table
+    std::int64_t code_ = 0;
+    std::string problem_;
+};
+
+}  // namespace vellmark

@@ -1,0 +1,37 @@
+// A hybrid disc image without its Macintosh side again.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "support/messages.hpp"
+
+namespace vellmark {
+
+enum class DeshybridationResult : int {
+    Done = 0,
+    NotOpened = -1,    ///< or nobody may write to it
+    NoPartition = -2,  ///< no descriptor, map and Macintosh partition in it, or no ISO 9660 image
+    NotWritten = -3    ///< a failure of the disk; the image is as it was
+};
+
+/// Why the map alone is gone, and not the partition.
+enum class PartitionKept {
+    No,
+    HoldsIsoFiles,  ///< something of the ISO 9660 side lies behind its start
+    IsoDamaged      ///< a directory cannot be read, and nobody can tell
+};
+
+struct DeshybridationOutcome {
+    DeshybridationResult result = DeshybridationResult::NotOpened;
+    PartitionKept kept = PartitionKept::No;
+    std::uint64_t sizeBytes = 0;  ///< of the image, when it is done
+};
+
+/// Takes driver descriptor and partition map away: the first 2,560 bytes become zeros. The file
+/// then ends where the first Macintosh partition began, unless files, directories or boot images of
+/// the ISO 9660 side lie behind that place. Works on plain and on raw images. Everything but `Done`
+/// has been told; the image is then as it was.
+[[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages);
+
+}  // namespace vellmark

@@ -1,0 +1,38 @@
+// The driver descriptor and the partition map that lie in the first 1,536 bytes of a hybrid disc
+// (Inside Macintosh: Devices, "SCSI Manager"), in blocks of 512 bytes.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "IO/partition_structures.hpp"
+#include "support/byte_source.hpp"
+
+namespace vellmark {
+
+/// What stands in front of a partition: blocks 0, 1 and 2 of a disc.
+struct HybridMap {
+    DriverDescriptor descriptor;
+    PartitionMapEntry mapEntry;  ///< the map itself
+    PartitionMapEntry hfsEntry;
+};
+inline constexpr std::uint32_t kHybridMapBytes = 1536;
+static_assert(sizeof(HybridMap) == kHybridMapBytes && alignof(HybridMap) == 1);
+
+/// The map of a disk, and its first partition of type "Apple_HFS".
+struct FoundPartition {
+    HybridMap map;  ///< as they stand there; the first entry may be of any type
+    std::uint32_t blockBytes = 0;
+    std::uint64_t offset = 0;     ///< bytes from the start of the disk
+    std::uint64_t sizeBytes = 0;  ///< as its entry tells
+};
+
+/// Finds them. Nothing where there is no descriptor, no map behind it or no such partition.
+[[nodiscard]] std::optional<FoundPartition> FindHfsPartition(ByteSource& disk);
+
+/// The map of a hybrid disc that has this partition at `startBlock`; all in blocks of 512 bytes.
+/// Drivers that the old disk names stay behind with it.
+[[nodiscard]] HybridMap MakeHybridMap(const FoundPartition& partition, std::uint32_t startBlock,
+                                      std::uint32_t blockCount, std::uint32_t discBlocks);
+
+}  // namespace vellmark

@@ -1,0 +1,222 @@
+#include "compiler/hybridation.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <system_error>
+
+#include "IO/redo_log.hpp"
+#include "IO/sector_io.hpp"
+#include "compiler/join_forms.hpp"
+#include "compiler/video_cd.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextLargerThanDisc = 1077;
+constexpr int kTextHasPartition = 1078;
+constexpr int kTextNotIso = 1079;
+/// What a CD holds, in bytes.
+constexpr std::uint64_t kDiscBytes = 660'000'000;
+
+// The path of the file that a link leads to, so that what is replaced is the file.
+std::string RealPath(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(path, error);
+    return error ? path : real.string();
+}
+
+// False after a message.
+bool OpenDisc(const std::string& path, PcFile& disc, Messages& messages) {
+    const auto refuse = [&](std::string_view reason) {
+        messages.showError(fmt::format("{} {}.", Printable(path), reason));
+        return false;
+    };
+    const PcKind kind = PcFactsOf(path).kind;
+    if (kind == PcKind::Special)
+        return refuse("is a pipe, a socket or a device, not a disc image");
+    if (kind == PcKind::Folder)
+        return refuse("is a folder, not a disc image");
+    disc = PcFile(path, PcFile::Mode::ReadWrite);
+    if (!disc.isOpen()) {
+        FileOpenError(messages, path, SystemErrorText(disc.error()));
+        return false;
+    }
+    return disc.lock() || refuse("is being changed by another process");
+}
+
+using MapArea = std::array<std::uint8_t, kHybridMapBytes>;
+
+bool HasDescriptor(const MapArea& area) {
+    return area[0] == 'E' && area[1] == 'R';
+}
+
+// What stands where the map goes; false when the file is too short to have it.
+bool ReadMapArea(PcFile& disc, DiscForm form, MapArea& area) {
+    return disc.readExactly(form.dataOffset, area);
+}
+
+// Looks at the disc and settles its form. Nothing but `Done` goes on.
+HybridationResult Recognise(JoinJob& job) {
+    MapArea area;
+    if (!job.disc.readExactly(0, area))
+        return job.refuse(HybridationResult::NotIso, "is too short to be a disc image.");
+    const auto hasMap = [&] {
+        return job.refuse(
+            HybridationResult::HasMap,
+            fmt::format("cannot be joined: {}", job.messages.text(kTextHasPartition)));
+    };
+    if (HasDescriptor(area))
+        return hasMap();
+    const std::optional<DiscForm> form = FindDiscForm(job.disc);
+    if (!form) {
+        if (job.options.asks)
+            return job.messages.askYesNo(job.messages.text(kTextNotIso))
+                       ? HybridationResult::Done
+                       : HybridationResult::Stopped;
+        return job.refuse(HybridationResult::NotIso, "is not an ISO 9660 image file.");
+    }
+    job.form = *form;
+    if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0)
+        return job.refuse(HybridationResult::NotIso,
+                          fmt::format("looks like a raw image, but its {} bytes are no whole "
+                                      "sectors of {}.",
+                                      job.disc.size(), kRawSectorBytes));
+    if (!ReadMapArea(job.disc, job.form, area))
+        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+    return HasDescriptor(area) ? hasMap() : HybridationResult::Done;
+}
+
+// Whether the person, or `force`, lets go of what stands where the map goes.
+HybridationResult AskForMapArea(const JoinJob& job, HybridationOutcome& outcome) {
+    MapArea area;
+    if (!ReadMapArea(job.disc, job.form, area))
+        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+    const bool isEmpty =
+        std::all_of(area.begin(), area.end(), [](std::uint8_t byte) { return byte == 0; });
+    if (isEmpty || job.options.force ||
+        job.messages.askYesNo(fmt::format(
+            "{} has something in its first {} bytes, as discs have that a PC starts from. The map "
+            "of the Macintosh partition would take its place.\nContinue?",
+            Printable(job.name), kHybridMapBytes)))
+        return HybridationResult::Done;
+    outcome.needsForce = true;
+    return HybridationResult::Stopped;
+}
+
+HybridationResult ResultOf(JoinSourceResult result) {
+    switch (result) {
+        case JoinSourceResult::Found:
+            return HybridationResult::Done;
+        case JoinSourceResult::Stopped:
+            return HybridationResult::Stopped;
+        case JoinSourceResult::NoPartition:
+            return HybridationResult::PartitionNotOpened;
+        case JoinSourceResult::Refused:
+            return HybridationResult::ImageRefused;
+        case JoinSourceResult::NoTemporaryFile:
+            break;
+    }
+    return HybridationResult::NoTemporaryFile;
+}
+
+HybridationResult AskForSize(const JoinJob& job) {
+    const std::uint64_t partition = job.source.size();
+    if (!job.options.asks || job.disc.size() + partition <= kDiscBytes ||
+        job.messages.askYesNo(
+            FormatText(kTextLargerThanDisc, job.messages.language(), job.disc.size(), partition)))
+        return HybridationResult::Done;
+    return HybridationResult::Stopped;
+}
+
+bool HasBinName(const std::string& path) {
+    return AsciiUpper(std::filesystem::path(path).extension().string()) == ".BIN";
+}
+
+// The map counts blocks in 32 bits, and the header of a raw sector up to 100 minutes.
+HybridationResult CheckLimits(const JoinJob& job, HybridForm form) {
+    const std::uint64_t sectors =
+        (job.disc.size() + job.form.sectorBytes - 1) / job.form.sectorBytes +
+        job.partitionSectors() + kVideoGapSectors;
+    const bool staysRaw = form == HybridForm::Raw || form == HybridForm::VideoCd;
+    const std::uint64_t most =
+        staysRaw ? kMostRawSectors
+                 : std::numeric_limits<std::uint32_t>::max() / (kIsoSectorBytes / kSectorBytes);
+    if (sectors <= most)
+        return HybridationResult::Done;
+    return job.refuse(
+        HybridationResult::NotWritten,
+        fmt::format("would become too large for its format: {} sectors, of {}.", sectors, most));
+}
+
+HybridationResult Join(JoinJob& job, HybridationOutcome& outcome) {
+    outcome.form = !job.form.isRaw()                                          ? HybridForm::Plain
+                   : job.form.kind() != RawKind::Mode1 && IsVideoCd(job.disc) ? HybridForm::VideoCd
+                   : HasBinName(job.path)                                     ? HybridForm::Raw
+                                          : HybridForm::Repacked;
+    if (const HybridationResult result = CheckLimits(job, outcome.form);
+        result != HybridationResult::Done)
+        return result;
+    switch (outcome.form) {
+        case HybridForm::Plain:
+            return JoinPlain(job);
+        case HybridForm::Repacked:
+            return JoinRepacked(job);
+        case HybridForm::Raw:
+            return JoinRaw(job);
+        case HybridForm::VideoCd:
+            break;
+    }
+    return JoinVideoCd(job);
+}
+
+// All steps up to the first change, and the join.
+HybridationResult Run(JoinJob& job, const std::string& partitionPath, HybridationOutcome& outcome) {
+    if (!job.source.open(partitionPath, job.messages))
+        return HybridationResult::PartitionNotOpened;
+    HybridationResult result = Recognise(job);
+    if (result == HybridationResult::Done)
+        result = AskForMapArea(job, outcome);
+    if (result == HybridationResult::Done)
+        result = ResultOf(job.source.prepare(job.options.opensRoot, job.messages, job.progress));
+    if (result == HybridationResult::Done)
+        result = AskForSize(job);
+    return result == HybridationResult::Done ? Join(job, outcome) : result;
+}
+
+}  // namespace
+
+HybridationOutcome Hybridate(const std::string& discPath, const std::string& partitionPath,
+                             const HybridationOptions& options, Messages& messages,
+                             Progress& progress) {
+    HybridationOutcome outcome;
+    const std::string path = RealPath(discPath);
+    PcFile disc;
+    if (!OpenDisc(discPath, disc, messages)) {
+        outcome.result = HybridationResult::DiscNotOpened;
+        return outcome;
+    }
+    if (AreSameFile(path, partitionPath)) {
+        messages.showError(fmt::format("{} cannot be joined to itself.", Printable(discPath)));
+        outcome.result = HybridationResult::PartitionNotOpened;
+        return outcome;
+    }
+    JoinSource source;
+    JoinJob job{discPath, path, disc, source, options, messages, progress, {}};
+    outcome.result = Run(job, partitionPath, outcome);
+    outcome.isHfsPlus = source.isHfsPlus();
+    outcome.sizeBytes = job.sizeBytes;
+    // A change of an earlier image of that name is not to be completed in this one.
+    if (outcome.result == HybridationResult::Done)
+        RemoveRedoLog(path);
+    return outcome;
+}
+
+}  // namespace vellmark

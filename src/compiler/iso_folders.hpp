@@ -1,0 +1,20 @@
+// A walk over all folders of an ISO 9660 or Joliet tree.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "IO/iso_reader.hpp"
+
+namespace vellmark {
+
+/// Gets a folder and what is in it; false ends the walk.
+using VisitIsoFolder =
+    std::function<bool(const IsoEntry& folder, const std::vector<IsoEntry>& entries)>;
+
+/// Visits each folder once, the root first. "", or a sentence when a directory is damaged.
+[[nodiscard]] std::string ForEachIsoFolder(const IsoReader& reader, IsoTree tree,
+                                           const VisitIsoFolder& visit);
+
+}  // namespace vellmark

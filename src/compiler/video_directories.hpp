@@ -1,0 +1,24 @@
+// The ISO 9660 directories of a disc whose last files have moved.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "IO/iso_structures.hpp"
+#include "support/byte_source.hpp"
+
+namespace vellmark {
+
+using SectorData = std::array<std::uint8_t, kIsoSectorBytes>;
+/// New data of sectors, by number.
+using ChangedSectors = std::map<std::uint64_t, SectorData>;
+
+/// Finds the sectors of directories that tell of files at sector `first` or behind it, and moves
+/// those files on by `count` sectors in them. "", or a sentence when a directory is damaged or lies
+/// there itself.
+[[nodiscard]] std::string MoveFilesOn(ByteSource& disc, std::uint64_t first, std::uint32_t count,
+                                      ChangedSectors& changed);
+
+}  // namespace vellmark

@@ -1,0 +1,43 @@
+// The plain image that a verb reads in place of a compressed one.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "IO/expanded_image.hpp"
+#include "session/command_context.hpp"
+#include "session/terminal.hpp"
+#include "volume/mount.hpp"
+
+namespace vellmark {
+
+class PlainImage {
+  public:
+    /// What is to be opened for an image that somebody named. A compressed one is expanded: without
+    /// a terminal, for reading, into a temporary file that goes with this object; on a terminal
+    /// after a question, and another one whether the plain image is to be kept, under a name that
+    /// is then changed too where the image is to be changed. Everything else is opened as it is, a
+    /// compressed image that is to be changed too, so that whoever opens it refuses it. Nothing
+    /// after a message, or when the person did not want it.
+    [[nodiscard]] static std::optional<PlainImage> Open(const std::string& named, Access access,
+                                                        const CommandContext& context,
+                                                        Terminal& terminal);
+
+    /// The path to open.
+    [[nodiscard]] const std::string& path() const { return path_; }
+    /// How messages call the image.
+    [[nodiscard]] const std::string& name() const { return isTemporary() ? named_ : path_; }
+    /// It goes with this object, and so do changes.
+    [[nodiscard]] bool isTemporary() const { return expanded_ != nullptr; }
+
+  private:
+    PlainImage(std::string named, std::string path)
+        : named_(std::move(named)), path_(std::move(path)) {}
+
+    std::string named_;
+    std::string path_;
+    std::unique_ptr<ExpandedImage> expanded_;
+};
+
+}  // namespace vellmark

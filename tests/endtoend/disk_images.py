@@ -1,0 +1,113 @@
+"""Writes UDIF disk images (.dmg) with blocks of every kind."""
+
+import bz2
+import lzma
+import plistlib
+import struct
+import zlib
+
+SECTOR = 512
+ZERO, RAW, IGNORE = 0x00000000, 0x00000001, 0x00000002
+ADC, ZLIB, BZIP2, LZFSE, LZMA = (0x80000004 + step for step in range(5))
+COMMENT, END = 0x7FFFFFFE, 0xFFFFFFFF
+
+
+def adc(data):
+    """Apple Data Compression with matches of both kinds, those that overlap themselves too."""
+    out, literals, seen, at = bytearray(), bytearray(), {}, 0
+
+    def flush():
+        for start in range(0, len(literals), 128):
+            run = literals[start:start + 128]
+            out.append(0x7F + len(run))
+            out.extend(run)
+        literals.clear()
+
+    while at < len(data):
+        before = seen.get(data[at:at + 4])
+        seen[data[at:at + 4]] = at
+        length = 0
+        if before is not None and at - before <= 65536:
+            while length < 67 and at + length < len(data) and \
+                    data[before + length] == data[at + length]:
+                length += 1
+        if length < 4:
+            literals.append(data[at])
+            at += 1
+            continue
+        flush()
+        distance = at - before - 1
+        if length <= 18 and distance < 1024:
+            out += bytes([(length - 3) << 2 | distance >> 8, distance & 0xFF])
+        else:
+            out += bytes([0x40 | (length - 4), distance >> 8, distance & 0xFF])
+        at += length
+    flush()
+    return bytes(out)
+
+
+# No program that is at hand makes blocks of LZFSE: what is stored there is not looked at.
+STORE = {RAW: bytes, LZFSE: bytes, ADC: adc, ZLIB: zlib.compress, BZIP2: bz2.compress,
+         LZMA: lzma.compress}
+
+
+def cut(data, kind, sectors=64):
+    """The bytes of an image as blocks of one kind; those that are empty as zeros."""
+    pieces = [data[at:at + sectors * SECTOR] for at in range(0, len(data), sectors * SECTOR)]
+    return [(kind if any(piece) else ZERO, piece) for piece in pieces]
+
+
+def _checksum(value):
+    return struct.pack(">III", 2, 32, value).ljust(136, b"\0")
+
+
+def _table(first, blocks, stored):
+    """A table of blocks (kind, plain bytes), whose stored bytes are put behind `stored`."""
+    rows, at, crc = b"", 0, 0
+    for kind, plain in blocks:
+        packed = b"" if kind in (ZERO, IGNORE) else STORE[kind](plain)
+        rows += struct.pack(">IIQQQQ", kind, 0, at, len(plain) // SECTOR, len(stored), len(packed))
+        stored += packed
+        at += len(plain) // SECTOR
+        crc = crc if kind == IGNORE else zlib.crc32(plain, crc)
+    rows += struct.pack(">IIQQQQ", END, 0, at, 0, len(stored), 0)
+    head = struct.pack(">4sIQQQII24x", b"mish", 1, first, at, 0, 2056, first & 0xFF)
+    return head + _checksum(crc) + struct.pack(">I", len(rows) // 40) + rows, at, crc
+
+
+def udif(tables, counted=True):
+    """The image of these tables, in front of a resource of another kind."""
+    stored, sectors, rows, crcs = bytearray(), 0, [], b""
+    for number, blocks in enumerate(tables):
+        table, count, crc = _table(sectors, blocks, stored)
+        rows.append({"Attributes": "0x0050", "Data": table, "ID": str(number),
+                     "Name": f"part {number}"})
+        sectors += count
+        crcs += struct.pack(">I", crc)
+    other = {"Attributes": "0x0050", "Data": b"a resource that is no table", "ID": "0", "Name": ""}
+    return trailed(stored, {"resource-fork": {"blkx": rows, "plst": [other]}},
+                   sectors if counted else 0, zlib.crc32(crcs))
+
+
+def trailed(stored, properties, sectors, crc=None):
+    """Stored bytes, the property list behind them, and the trailer."""
+    plist = plistlib.dumps(properties)
+    trailer = struct.pack(">4sIII", b"koly", 4, 512, 1) + struct.pack(
+        ">QQQQQII16x", 0, 0, len(stored), 0, 0, 1, 1)
+    trailer += _checksum(zlib.crc32(stored)) + struct.pack(">QQ120x", len(stored), len(plist))
+    trailer += _checksum(crc) if crc is not None else bytes(136)
+    trailer += struct.pack(">IQ12x", 1, sectors)
+    assert len(trailer) == 512
+    return bytes(stored) + plist + trailer
+
+
+def endless(blocks, sectors=2048):
+    """An image of so many blocks that all stand for the same stored bytes."""
+    packed = bz2.compress(bytes(range(256)) * (sectors * SECTOR // 256))
+    rows = b"".join(struct.pack(">IIQQQQ", BZIP2, 0, n * sectors, sectors, 0, len(packed))
+                    for n in range(blocks))
+    rows += struct.pack(">IIQQQQ", END, 0, blocks * sectors, 0, 0, 0)
+    table = struct.pack(">4sIQQQII24x", b"mish", 1, 0, blocks * sectors, 0, 2056, 0) + bytes(136)
+    table += struct.pack(">I", blocks + 1) + rows
+    return trailed(packed, {"resource-fork": {"blkx": [{"Data": table, "Name": "all"}]}},
+                   blocks * sectors)

@@ -1,0 +1,207 @@
+"""Compressed disk images: expanded as other programs expand them, and opened by every verb."""
+
+import os
+import shutil
+import signal
+import subprocess
+import time
+import unittest
+from pathlib import Path
+
+import disk_images
+from disk_images import ADC, BZIP2, IGNORE, LZFSE, LZMA, RAW, SECTOR, ZERO, ZLIB
+from program import DONE, FAILED, SKIPPED, USAGE, VELLMARK, Case, environment
+
+KINDS = {"raw": RAW, "adc": ADC, "zlib": ZLIB, "bzip2": BZIP2, "lzma": LZMA}
+
+
+def seven_zip(image):
+    """The bytes that 7zz expands a disk image to, its partitions one behind the other."""
+    return subprocess.run(["7zz", "x", "-so", "-tdmg", image], capture_output=True, check=True,
+                          stdin=subprocess.DEVNULL, timeout=300).stdout
+
+
+def dmg2img(image, out):
+    """The same of dmg2img."""
+    subprocess.run(["dmg2img", "-s", image, out], capture_output=True, check=True,
+                   stdin=subprocess.DEVNULL, timeout=300)
+    return out.read_bytes()
+
+
+class Expand(Case):
+    """A partition with an HFS+ volume, as plain image and as disk images."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        source = cls.work / "source"
+        (source / "Folder").mkdir(parents=True)
+        (source / "Read Me.txt").write_text("read me\n" * 400)
+        (source / "Folder" / "pattern").write_bytes(b"abcabcab" * 4000 + os.urandom(300_000))
+        cls.plain_path = cls.make(source, cls.work / "plain.img", "--hfsplus")
+        plain = cls.plain_path.read_bytes()
+        cls.plain = plain.ljust(-(-len(plain) // SECTOR) * SECTOR, b"\0")
+        cls.plain_path.write_bytes(cls.plain)
+        cls.scratch = cls.work / "scratch"
+        cls.scratch.mkdir()
+
+    def image(self, name, contents):
+        """A file with these contents."""
+        path = self.work / name
+        path.write_bytes(contents)
+        return path
+
+    def expanded(self, image, *options, status=DONE):
+        """The bytes that the program expands an image to."""
+        out = self.work / "out.img"
+        result = self.vellmark("expand", image, out, "--force", *options)
+        self.assertEqual((status, b""), (result.returncode, result.stderr))
+        return out.read_bytes()
+
+    def test_as_other_programs_do(self):
+        """Catches a block that is expanded wrongly, or goes to a wrong place."""
+        for name, kind in KINDS.items():
+            for tables in (1, 3):
+                with self.subTest(kind=name, tables=tables):
+                    blocks = disk_images.cut(self.plain, kind)
+                    step = -(-len(blocks) // tables)
+                    image = self.image("disk.dmg", disk_images.udif(
+                        [blocks[at:at + step] for at in range(0, len(blocks), step)]))
+                    self.assertTrue(self.expanded(image, "--verify") == self.plain)
+                    self.assertTrue(seven_zip(image) == self.plain, "7zz")
+                    if kind in (ZLIB, BZIP2):
+                        self.assertTrue(dmg2img(image, self.work / "judge.img") == self.plain)
+
+    def test_all_kinds_in_one_table(self):
+        """Catches state that one kind of block leaves for the next."""
+        kinds = [*KINDS.values(), ZERO, IGNORE]
+        blocks = [(kind, bytes(3 * SECTOR) if kind in (ZERO, IGNORE) else
+                   bytes([turn, kind & 0xFF]) * (SECTOR * (1 + turn % 7)))
+                  for turn in range(60) for kind in kinds]
+        image = self.image("mixed.dmg", disk_images.udif([blocks]))
+        plain = b"".join(block for _, block in blocks)
+        self.assertTrue(self.expanded(image, "--verify") == plain)
+        self.assertTrue(seven_zip(image) == plain)
+
+    def test_images_of_other_programs(self):
+        """Catches what only our own writer does."""
+        folder = os.environ.get("VELLMARK_SAMPLES")
+        if not folder or not (Path(folder) / "dmg").is_dir():
+            self.skipTest("VELLMARK_SAMPLES does not name a folder with dmg")
+        for image in sorted((Path(folder) / "dmg").glob("*.dmg")):
+            with self.subTest(image=image.name):
+                self.assertTrue(self.expanded(image, "--verify") == seven_zip(image))
+                self.assertEqual(DONE, self.vellmark("ls", image, "--as", "hfs").returncode)
+
+    def test_every_verb_opens_it(self):
+        """Catches a verb that takes the stored bytes for an image, and a temporary file."""
+        image = self.image("disk.dmg", disk_images.udif([disk_images.cut(self.plain, ZLIB)]))
+        before = image.read_bytes()
+        for verb, *rest in (("ls", "-R"), ("tree",), ("find", "Read"), ("label",),
+                            ("attr", "Read Me.txt"), ("get", "Read Me.txt", "-o", "-")):
+            with self.subTest(verb=verb):
+                of_image, of_plain = (
+                    self.vellmark(verb, path, *rest, TMPDIR=str(self.scratch))
+                    for path in (image, self.plain_path))
+                self.assertEqual((DONE, b""), (of_image.returncode, of_image.stderr))
+                self.assertEqual(of_plain.stdout.replace(b"plain.img", b""),
+                                 of_image.stdout.replace(b"disk.dmg", b""))
+        told = self.vellmark("info", image).stdout
+        self.assertIn(f"disk.dmg: {len(self.plain)} bytes".encode(), told)
+        self.assertIn(b"changes      It is a compressed disk image", told)
+        for verb, *rest in (("rm", "Read Me.txt", "--force"), ("label", "New"), ("mkdir", "F")):
+            with self.subTest(verb=verb):
+                result = self.vellmark(verb, image, *rest, TMPDIR=str(self.scratch))
+                self.assertEqual(FAILED, result.returncode)
+                self.assertIn(b"the verb expand makes a plain image", result.stderr)
+        self.assertEqual(before, image.read_bytes())
+        self.assertEqual([], os.listdir(self.scratch))
+
+    def test_refusals(self):
+        """Catches a damaged image that gives a target, and a reason that is not named."""
+        good = disk_images.udif([disk_images.cut(self.plain, ZLIB)])
+        cases = {"plain": (self.plain, "is no compressed disk image"),
+                 "sparse": (b"sprs" + bytes(4096), "sparse"),
+                 "trailer": (good[:-512], "end in the trailer"),
+                 "middle": (good[:5000] + bytes(64) + good[5064:], "(zlib): its compressed data"),
+                 "lzfse": (disk_images.udif([[(LZFSE, bytes(SECTOR))]]), "LZFSE")}
+        for name, (contents, words) in cases.items():
+            with self.subTest(name=name):
+                image = self.image(f"{name}.dmg", contents)
+                result = self.vellmark("expand", image, "none.img")
+                self.assertEqual((FAILED, b""), (result.returncode, result.stdout))
+                self.assertIn(f"{name}.dmg", result.stderr.decode())
+                self.assertIn(words, result.stderr.decode())
+                self.assertFalse((self.work / "none.img").exists())
+        image = self.image("good.dmg", good)
+        for arguments, status in ((("expand", image), USAGE), (("expand", "none", "x"), FAILED),
+                                  (("expand", image, image, "--force"), FAILED),
+                                  (("expand", image, self.plain_path), FAILED),
+                                  (("expand", image, "no/such/folder"), FAILED)):
+            self.assertEqual(status, self.vellmark(*arguments).returncode, arguments)
+        self.assertEqual(good, image.read_bytes())
+        self.assertEqual(self.plain, self.plain_path.read_bytes())
+
+    def test_what_is_missing_is_told(self):
+        """Catches an image that lacks something and counts as whole."""
+        blocks = disk_images.cut(self.plain, ZLIB)
+        contents = bytearray(disk_images.udif([blocks]))
+        contents[-512 + 492:-512 + 500] = (len(self.plain) // SECTOR + 9).to_bytes(8, "big")
+        result = self.vellmark("expand", self.image("disk.dmg", contents), "out.img", "--force")
+        self.assertEqual(SKIPPED, result.returncode)
+        self.assertIn(b"leave out 9 of its", result.stderr)
+
+    def test_batch_command(self):
+        """Catches a batch command that does something else, or ends with another status."""
+        image = self.image("disk.dmg", disk_images.udif([disk_images.cut(self.plain, BZIP2)]))
+        for option in ("/DC", "-dc"):
+            out = self.image("batch.img", b"older")
+            result = self.vellmark(option, image, out)
+            self.assertEqual((DONE, b""), (result.returncode, result.stdout))
+            self.assertIn(f"{option}\nis not managed".replace("\n", " "), result.stderr.decode())
+            self.assertTrue(out.read_bytes() == self.plain)
+        for arguments in (("/D", image, "x.img"), ("/DC", image),
+                          ("/DC", self.plain_path, "x.img")):
+            self.assertEqual(FAILED, self.vellmark(*arguments).returncode)
+            self.assertFalse((self.work / "x.img").exists())
+
+    def test_stopped(self):
+        """Catches a temporary file or a target that a stopped program leaves behind."""
+        image = self.image("long.dmg", disk_images.endless(400))
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
+            for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):
+                with self.subTest(signal=number, verb=verb[0]):
+                    self._stop(number, verb)
+                    left = os.listdir(self.scratch)
+                    shutil.rmtree(self.scratch)
+                    self.scratch.mkdir()
+                    if number != signal.SIGKILL or verb[0] == "ls":
+                        self.assertEqual([], left)
+
+    def _stop(self, number, verb):
+        with subprocess.Popen([VELLMARK, *verb], env=environment(TMPDIR=str(self.scratch)),
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as process:
+            while process.poll() is None and not self._is_writing(process.pid):
+                time.sleep(0.002)
+            process.send_signal(number)
+            _, said = process.communicate(timeout=30)
+        if number == signal.SIGKILL:
+            self.assertEqual(-number, process.returncode)
+        else:
+            self.assertEqual(FAILED, process.returncode, said)
+            self.assertIn(b"Stopped as you wished", said)
+
+    def _is_writing(self, pid):
+        try:
+            for name in os.listdir(f"/proc/{pid}/fd"):
+                path = f"/proc/{pid}/fd/{name}"
+                if str(self.scratch) in os.readlink(path) and os.stat(path).st_size > 1 << 20:
+                    return True
+        except FileNotFoundError:
+            pass
+        return False
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,323 @@
+"""`join` and `split`: discs of other programs with our volumes, as other programs read both sides."""
+
+import base64
+import os
+import resource
+import shutil
+import signal
+import struct
+import subprocess
+import unittest
+import zlib
+
+import judges
+import raw_sectors
+from program import DONE, FAILED, VELLMARK, Case, environment
+
+FILES = {("PLAIN.TXT",): b"on the PC", ("SUB", "LARGE.BIN"): bytes(range(256)) * 700}
+MAC_FILES = {("Macintosh only",): b"on the Macintosh", ("big",): bytes(range(255)) * 900}
+FORMATS = {"hfs": (), "hfsplus": ("--hfsplus",)}
+
+
+def pack():
+    """One pack of an MPEG-1 program stream with a sequence header, groups and a picture."""
+    video = (b"\x0f" + bytes.fromhex("000001b3 1600f014 ffffe0a4 000001b8 00080040"
+                                     "00000100 000ffff8 00000101")).ljust(2306, b"\x55")
+    return (bytes.fromhex("000001ba 2100010001 801b91 000001e0")
+            + struct.pack(">H", len(video)) + video)
+
+
+def disk_image(plain):
+    """A compressed disk image with one block of zlib, after its published layout."""
+    stored = zlib.compress(plain)
+    table = b"mish".ljust(204, b"\0")
+    for kind, sectors, length in ((0x80000005, len(plain) // 512, len(stored)),
+                                  (0xFFFFFFFF, 0, 0)):
+        table += struct.pack(">II4Q", kind, 0, 0, sectors, 0, length)
+    text = (b"<plist><dict><key>blkx</key><array><dict><key>Data</key><data>"
+            + base64.b64encode(table) + b"</data></dict></array></dict></plist>")
+    trailer = bytearray(512)
+    trailer[:12] = b"koly" + struct.pack(">II", 4, 512)
+    trailer[24:40] = struct.pack(">QQ", 0, len(stored))
+    trailer[216:232] = struct.pack(">QQ", len(stored), len(text))
+    trailer[492:500] = struct.pack(">Q", len(plain) // 512)
+    return stored + text + bytes(trailer)
+
+
+class Discs(Case):
+    """A disc of genisoimage and a volume of each format."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        for folder, files in (("pc", FILES), ("mac", MAC_FILES)):
+            for path, contents in files.items():
+                place = cls.work.joinpath(folder, *path)
+                place.parent.mkdir(parents=True, exist_ok=True)
+                place.write_bytes(contents)
+        cls.disc = cls.work / "source.iso"
+        subprocess.run(["genisoimage", "-quiet", "-J", "-V", "PC", "-o", cls.disc,
+                        cls.work / "pc"], check=True, stderr=subprocess.DEVNULL)
+        cls.volumes = {}
+        for kind, options in FORMATS.items():
+            cls.volumes[kind] = volume = cls.work / f"{kind}.img"
+            cls.done("format", volume, "--size", "3M", "--label", "Mac", *options)
+            cls.done("put", volume, *sorted((cls.work / "mac").iterdir()))
+
+    @classmethod
+    def done(cls, *arguments):
+        """Runs the program, which must succeed; gives what it said."""
+        result = cls.vellmark(*arguments)
+        if result.returncode != DONE:
+            raise AssertionError(f"{arguments}: {result.stderr.decode(errors='replace')}")
+        return result.stdout.decode()
+
+    def setUp(self):
+        self.here = self.work / self.id().rsplit(".")[-1]
+        self.here.mkdir()
+
+    def copy(self, source, name):
+        """A copy of an image in the folder of the test."""
+        return shutil.copyfile(source, self.here / name)
+
+    def names(self):
+        """What is in the folder of the test."""
+        return sorted(os.listdir(self.here))
+
+    def assert_both_sides(self, image, kind):
+        """Judges see the files of the PC on one side and those of the Macintosh on the other."""
+        self.assertEqual({"/PLAIN.TXT;1", "/SUB", "/SUB/LARGE.BIN;1"},
+                         set(judges.isoinfo_list(image)))
+        for path, contents in FILES.items():
+            self.assertEqual(contents, judges.isoinfo_file(image, "/" + "/".join(path) + ";1"))
+        if kind == "hfs":
+            _, _, files = judges.hfs_utils(image, self.here / "hfs")
+            self.assert_same_tree(MAC_FILES, {path: file.data for path, file in files.items()})
+            shutil.rmtree(self.here / "hfs")
+        else:
+            files, _, _ = judges.seven_zip(image, self.here / "plus", "hfs")
+            self.assert_same_tree(MAC_FILES, files)
+            shutil.rmtree(self.here / "plus")
+
+
+class Hybridation(Discs):
+    """Discs with one track."""
+
+    def test_plain_disc(self):
+        """Catches a side that is lost, and bytes that a split does not bring back."""
+        plain = self.disc.read_bytes()
+        for kind, volume in self.volumes.items():
+            with self.subTest(kind=kind):
+                image = self.copy(self.disc, "disc.iso")
+                before = volume.read_bytes()
+                said = self.done("join", image, volume)
+                joined = image.read_bytes()
+                self.assertIn(f"{len(joined)} bytes", said)
+                self.assertEqual(before, volume.read_bytes())
+                self.assertEqual(plain[1536:], joined[1536:len(plain)])
+                self.assert_both_sides(image, kind)
+                again = self.vellmark("join", image, volume, "--force")
+                self.assertEqual(FAILED, again.returncode)
+                self.assertIn(b"already contains", again.stderr)
+                self.assertEqual(joined, image.read_bytes())
+                self.done("split", image)
+                self.assertEqual(bytes(2560) + plain[2560:], image.read_bytes())
+                self.assertEqual(FAILED, self.vellmark("split", image).returncode)
+                self.assertEqual(["disc.iso"], self.names())
+
+    def test_compressed_volume(self):
+        """Catches a compressed image that is not expanded, or whose temporary file stays."""
+        image = self.copy(self.disc, "disc.iso")
+        compressed = self.here / "volume.dmg"
+        compressed.write_bytes(disk_image(self.volumes["hfs"].read_bytes()))
+        scratch = self.here / "tmp"
+        scratch.mkdir()
+        result = self.vellmark("join", image, compressed, TMPDIR=str(scratch))
+        self.assertEqual(DONE, result.returncode, result.stderr)
+        self.assert_both_sides(image, "hfs")
+        self.assertEqual([], os.listdir(scratch))
+
+    def test_bootable_disc(self):
+        """Catches a boot sector that is overwritten unasked."""
+        image = self.copy(self.disc, "disc.iso")
+        with open(image, "r+b") as file:
+            file.write(b"boot")
+        before = image.read_bytes()
+        result = self.vellmark("join", image, self.volumes["hfs"])
+        self.assertEqual(FAILED, result.returncode)
+        self.assertIn(b"--force", result.stderr)
+        self.assertEqual(before, image.read_bytes())
+        self.done("join", image, self.volumes["hfs"], "--force")
+        self.assert_both_sides(image, "hfs")
+
+    def test_discs_that_share_their_files(self):
+        """Catches files of the PC that are cut off with the partition that holds them too."""
+        for kind, options in FORMATS.items():
+            with self.subTest(kind=kind):
+                image = self.make(self.work / "pc", self.here / "own.iso", "--force", *options)
+                before = image.read_bytes()
+                self.assertIn("removed", self.done("split", image))
+                self.assertEqual(bytes(2560) + before[2560:], image.read_bytes())
+                for path, contents in FILES.items():
+                    self.assertEqual(contents,
+                                     judges.isoinfo_file(image, "/" + "/".join(path) + ";1"))
+
+    def test_hybrid_of_genisoimage(self):
+        """Catches a foreign map that is not understood, or whose disc loses files of the PC."""
+        image = self.here / "foreign.iso"
+        subprocess.run(["genisoimage", "-quiet", "-hfs", "-part", "-o", image, self.work / "pc"], check=True,
+                       stderr=subprocess.DEVNULL)
+        before = image.read_bytes()
+        self.done("split", image)
+        self.assertEqual(before[2560:], image.read_bytes()[2560:])
+        self.assertEqual(bytes(2560), image.read_bytes()[:2560])
+
+    def test_raw_disc(self):
+        """Catches raw sectors with wrong headers or checks, and data in a wrong place."""
+        plain = self.disc.read_bytes()
+        for mode in (1, 2):
+            with self.subTest(mode=mode):
+                image, sheet = self.here / "disc.bin", self.here / "disc.cue"
+                image.write_bytes(raw_sectors.wrap(plain, mode))
+                sheet.write_text(f'FILE "disc.bin" BINARY\n  TRACK 01 MODE{mode}/2352\n'
+                                 "    INDEX 01 00:00:00\n")
+                self.done("join", image, self.volumes["hfs"])
+                joined = image.read_bytes()
+                numbers = range(len(plain) // 2048, len(joined) // raw_sectors.SIZE)
+                wrong = {number: what for number in (0, *numbers[::37], numbers[-1])
+                         if (what := raw_sectors.problem(joined, number))}
+                self.assertEqual({}, wrong)
+                track = self.here / "track.iso"
+                track.write_bytes(judges.track_data(image, sheet, self.here / "out"))
+                self.assert_both_sides(track, "hfs")
+                self.done("split", image)
+                self.assertEqual(bytes(2560) + plain[2560:],
+                                 judges.track_data(image, sheet, self.here / "out"))
+                # Under another name it becomes a plain image.
+                image = self.here / "disc.img"
+                image.write_bytes(raw_sectors.wrap(plain, mode))
+                self.done("join", image, self.volumes["hfs"])
+                self.assertEqual(track.read_bytes(), image.read_bytes())
+
+    def test_full_disk(self):
+        """Catches a disc that keeps a part of the partition: a limit stands for a full disk."""
+        for name, content in (("disc.iso", self.disc.read_bytes()),
+                              ("disc.bin", raw_sectors.wrap(self.disc.read_bytes(), 1)),
+                              ("raw.iso", raw_sectors.wrap(self.disc.read_bytes(), 1))):
+            with self.subTest(name=name):
+                image = self.here / name
+                image.write_bytes(content)
+
+                def restrict():
+                    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+                    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 21, 1 << 21))
+                result = subprocess.run([VELLMARK, "join", image, self.volumes["hfs"]],
+                                        env=environment(), capture_output=True, check=False,
+                                        preexec_fn=restrict, timeout=60)
+                self.assertEqual(FAILED, result.returncode)
+                self.assertIn(name, result.stderr.decode())
+                self.assertTrue(content == image.read_bytes(), "the disc has changed")
+        self.assertEqual(["disc.bin", "disc.iso", "raw.iso"], self.names())
+
+    def test_batch_commands(self):
+        """Catches a batch command with its arguments in the wrong order, or one that asks."""
+        image = self.copy(self.disc, "disc.iso")
+        with open(image, "r+b") as file:
+            file.write(b"boot")
+        joined = self.vellmark("/H", self.volumes["hfs"], image)
+        self.assertEqual(DONE, joined.returncode, joined.stderr)
+        # It goes on to the window, which does not know it.
+        self.assertIn(b"/H", joined.stderr)
+        self.assert_both_sides(image, "hfs")
+        split = self.vellmark("/DH", image)
+        self.assertEqual((DONE, b""), (split.returncode, split.stderr))
+        self.assertEqual(self.disc.read_bytes()[2560:], image.read_bytes()[2560:])
+        self.assertEqual(FAILED, self.vellmark("/DH", image).returncode)
+        self.assertEqual(FAILED, self.vellmark("/H", image, image).returncode)
+        self.assertEqual(FAILED, self.vellmark("/D", image).returncode)
+
+
+class VideoCd(Discs):
+    """A Video CD of vcdimager with two tracks."""
+
+    def setUp(self):
+        super().setUp()
+        self.image, self.sheet = self.here / "video.bin", self.here / "video.cue"
+        track = self.here / "track.mpg"
+        track.write_bytes(pack())
+        subprocess.run(["vcdimager", "-q", "-b", "video.bin", "-c", "video.cue", track, track],
+                       check=True, cwd=self.here, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
+        track.unlink()
+
+    def test_video_cd(self):
+        """Catches video that is not found any more, and wrong sectors."""
+        old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
+        entries, files = judges.video_entries(self.image), judges.video_files(self.image)
+        tracks = judges.video_tracks(self.image, self.here / "before")
+        self.done("join", self.image, self.volumes["hfs"])
+        new = self.image.read_bytes()
+        added = (len(new) - len(old)) // raw_sectors.SIZE
+        partition = -(-(self.volumes["hfs"].stat().st_size - 96 * 512) // 2048)
+        self.assertEqual(partition + 150, added)
+        self.assertEqual([sector + added for sector in entries], judges.video_entries(self.image))
+        first = entries[0]
+        self.assertEqual({name: sector + (added if sector >= first else 0)
+                          for name, sector in files.items()}, judges.video_files(self.image))
+        self.assertEqual([], [name for name, data in
+                              judges.video_tracks(self.image, self.here / "after").items()
+                              if name[0].endswith(".mpg") and data != tracks[name]])
+        self.assertEqual(old, (self.here / "video.BAK").read_bytes())
+        self.assertEqual(old_sheet, (self.here / "video.BAC").read_bytes())
+        total = len(new) // raw_sectors.SIZE
+        wrong = {number: what for number in
+                 (*range(0, 32), 150, 151, *range(first, total, 29), *range(first + partition - 2,
+                                                                            total, 11))
+                 if (what := raw_sectors.problem(new, number))}
+        self.assertEqual({}, wrong)
+        size = 16 * raw_sectors.SIZE + 24 + 80
+        self.assertEqual(struct.pack("<I", total) + struct.pack(">I", total), new[size:size + 8])
+        data = self.here / "first.iso"
+        data.write_bytes(judges.track_data(self.image, self.sheet, self.here / "out"))
+        _, _, found = judges.hfs_utils(data, self.here / "hfs")
+        self.assert_same_tree(MAC_FILES, {path: file.data for path, file in found.items()})
+        self.assertIn(b"INDEX 01 00:%02d:%02d\r\n" % divmod(first + added, 75),
+                      self.sheet.read_bytes())
+
+    def test_refusals(self):
+        """Catches a Video CD that is changed although it, or its sheet, is damaged."""
+        old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
+        table = 151 * raw_sectors.SIZE + 24
+        for at, value in ((10, b"\xff\xff"), (10, b"\0\0"), (13, b"\xff"), (13, b"\x99"),
+                          (18, b"\0"), (13, b"\0\0\0")):
+            with self.subTest(at=at, value=value):
+                damaged = bytearray(old)
+                damaged[table + at:table + at + len(value)] = value
+                self.assert_refused(bytes(damaged), old_sheet, "Video CD")
+        self.assert_refused(old, old_sheet.replace(b"00:06:00", b"00:06:01"), "cue")
+        self.assert_refused(old, b"", "cue")
+        backup = self.here / "video.BAK"
+        backup.write_bytes(b"older")
+        self.assert_refused(old, old_sheet, "video.BAK")
+        self.done("join", self.image, self.volumes["hfs"], "--force")
+        self.assertEqual(old, backup.read_bytes())
+        # An image with the name of a backup is not the backup of itself.
+        self.assertEqual(FAILED, self.vellmark("join", backup, self.volumes["hfs"],
+                                               "--force").returncode)
+        self.assertEqual(old, backup.read_bytes())
+
+    def assert_refused(self, image, sheet, word):
+        """Nothing changes, and the reason has the word."""
+        self.image.write_bytes(image)
+        self.sheet.write_bytes(sheet)
+        names = self.names()
+        result = self.vellmark("join", self.image, self.volumes["hfs"])
+        self.assertEqual(FAILED, result.returncode)
+        self.assertIn(word, result.stderr.decode())
+        self.assertTrue(image == self.image.read_bytes(), "the image has changed")
+        self.assertEqual(sheet, self.sheet.read_bytes())
+        self.assertEqual(names, self.names())
+
+
+if __name__ == "__main__":
+    unittest.main()
