@@ -45,7 +45,7 @@ std::optional<std::string> KeptPath(const std::string& image, Messages& messages
     if (!messages.askYesNo(messages.text(kTextSave)))
         return "";
     const std::string proposal = std::filesystem::path(image).replace_extension(".img").string();
-    const std::optional<std::string> path = messages.askFileName(proposal);
+    std::optional<std::string> path = messages.askFileName(proposal);
     if (!path || !MayMakeFile(*path, false, messages))
         return std::nullopt;
     return path;
