@@ -1,3 +1,20 @@
+set(common_headers
+  <algorithm> <array> <cstdint> <cstring> <filesystem> <functional> <map> <memory> <optional> <set>
+  <span> <string> <string_view> <unordered_map> <unordered_set> <utility> <vector>)
+
+# The first target of its kind reads the headers, the others take what it made.
+function(vellmark_precompile target first)
+  if(NOT VELLMARK_PRECOMPILED_HEADERS)
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE -fpch-preprocess)
+  if(target STREQUAL first)
+    target_precompile_headers(${target} PRIVATE ${common_headers} ${ARGN})
+  else()
+    target_precompile_headers(${target} REUSE_FROM ${first})
+  endif()
+endfunction()
+
 # One library a folder of src/. A room names the rooms it stands on; what it does not name does
 # not link, so an include against the direction of the house is found by the build.
 function(vellmark_room name)
@@ -5,6 +22,7 @@ function(vellmark_room name)
   add_library(vellmark_${name} STATIC ${sources})
   target_include_directories(vellmark_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(vellmark_${name} PRIVATE vellmark_options PUBLIC ${ARGN})
+  vellmark_precompile(vellmark_${name} vellmark_support <fmt/format.h>)
 endfunction()
 
 # One test program a folder of tests/, its cases found by ctest.
@@ -21,5 +39,6 @@ function(vellmark_tests name)
   # What counts is what the tests call: that is built with all sanitizers. Their own code, which the
   # sanitizers more than double, only needs to fit it.
   target_compile_options(test_${name} PRIVATE $<$<CONFIG:Debug>:-O0 -fno-sanitize=undefined>)
+  vellmark_precompile(test_${name} test_support <gtest/gtest.h>)
   gtest_discover_tests(test_${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60)
 endfunction()
