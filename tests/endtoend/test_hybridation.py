@@ -301,17 +301,29 @@ class VideoCd(Discs):
         self.assert_refused(old, old_sheet, "video.BAK")
         self.done("join", self.image, self.volumes["hfs"], "--force")
         self.assertEqual(old, backup.read_bytes())
+        # Nothing of the older backups stays aside.
+        self.assertEqual(["video.BAC", "video.BAK", "video.bin", "video.cue"], self.names())
         # An image with the name of a backup is not the backup of itself.
         self.assertEqual(FAILED, self.vellmark("join", backup, self.volumes["hfs"],
                                                "--force").returncode)
         self.assertEqual(old, backup.read_bytes())
 
-    def assert_refused(self, image, sheet, word):
+    def test_names_that_cannot_be_backups(self):
+        """Catches a folder or a dead link that is told to be an older file."""
+        old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
+        backup = self.here / "video.BAC"
+        backup.mkdir()
+        self.assert_refused(old, old_sheet, "is a folder", "--force")
+        backup.rmdir()
+        backup.symlink_to("nowhere")
+        self.assert_refused(old, old_sheet, "leads nowhere", "--force")
+
+    def assert_refused(self, image, sheet, word, *options):
         """Nothing changes, and the reason has the word."""
         self.image.write_bytes(image)
         self.sheet.write_bytes(sheet)
         names = self.names()
-        result = self.vellmark("join", self.image, self.volumes["hfs"])
+        result = self.vellmark("join", self.image, self.volumes["hfs"], *options)
         self.assertEqual(FAILED, result.returncode)
         self.assertIn(word, result.stderr.decode())
         self.assertTrue(image == self.image.read_bytes(), "the image has changed")
