@@ -190,6 +190,9 @@ class Hybridation(Discs):
                 track = self.here / "track.iso"
                 track.write_bytes(judges.track_data(image, sheet, self.here / "out"))
                 self.assert_both_sides(track, "hfs")
+                looked = self.vellmark("ls", image)
+                self.assertEqual(FAILED, looked.returncode)
+                self.assertIn(b"raw disc image with sectors of 2352 bytes", looked.stderr)
                 self.done("split", image)
                 self.assertEqual(bytes(2560) + plain[2560:],
                                  judges.track_data(image, sheet, self.here / "out"))
