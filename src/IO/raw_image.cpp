@@ -14,21 +14,25 @@ struct MarkPlace {
     std::uint64_t offset;
     DiscForm form;
 };
-constexpr MarkPlace kMarkPlaces[] = {{32'769, {}},
+constexpr std::uint64_t kPlainMark = 32'769;
+constexpr MarkPlace kMarkPlaces[] = {{kPlainMark, {}},
                                      {37'320, {kRawSectorBytes, kRawMode2DataOffset}},
                                      {37'321, {kRawSectorBytes, kRawMode2DataOffset}},
                                      {37'649, {kRawSectorBytes, kRawMode1DataOffset}},
                                      {37'657, {kRawSectorBytes, kRawMode2DataOffset}}};
 
+bool HasMark(ByteSource& image, std::uint64_t offset) {
+    std::array<char, kStandard.size()> mark;
+    return image.readRecord(offset, mark) &&
+           std::string_view(mark.data(), mark.size()) == kStandard;
+}
+
 }  // namespace
 
 std::optional<DiscForm> FindDiscForm(ByteSource& image) {
-    for (const MarkPlace& place : kMarkPlaces) {
-        std::array<char, kStandard.size()> mark;
-        if (image.readRecord(place.offset, mark) &&
-            std::string_view(mark.data(), mark.size()) == kStandard)
+    for (const MarkPlace& place : kMarkPlaces)
+        if (HasMark(image, place.offset))
             return place.form;
-    }
     return std::nullopt;
 }
 
@@ -45,6 +49,11 @@ std::size_t RawDataSource::readAt(std::uint64_t offset, std::span<std::uint8_t> 
             break;
     }
     return done;
+}
+
+bool IsRawIso(ByteSource& image, DiscForm form) {
+    RawDataSource data(image, form);
+    return HasMark(data, kPlainMark);
 }
 
 }  // namespace vellmark

@@ -43,4 +43,8 @@ class RawDataSource final : public ByteSource {
     DiscForm form_;
 };
 
+/// Whether a raw image of this form has its first volume descriptor where ISO 9660 wants it. A mark
+/// where older tools looked for it can stand in a file of any kind.
+[[nodiscard]] bool IsRawIso(ByteSource& image, DiscForm form);
+
 }  // namespace vellmark

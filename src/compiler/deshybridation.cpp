@@ -3,20 +3,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <limits>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <vector>
 
 #include "IO/raw_image.hpp"
 #include "IO/redo_log.hpp"
+#include "compiler/disc_opening.hpp"
 #include "compiler/hybrid_map.hpp"
-#include "compiler/iso_folders.hpp"
+#include "compiler/iso_reach.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
-#include "support/pc_folder.hpp"
 
 namespace vellmark {
 
@@ -27,88 +24,18 @@ constexpr std::size_t kZeroedBytes = 2560;
 constexpr std::uint64_t kZeroedSectors = 2;
 static_assert(kZeroedBytes <= kZeroedSectors * kIsoSectorBytes);
 
-/// A boot catalog of El Torito, and where a volume descriptor tells it.
-constexpr std::uint8_t kBootDescriptorType = 0;
-constexpr std::string_view kBootSystem = "EL TORITO SPECIFICATION";
-constexpr std::size_t kBootSystemOffset = 7;
-constexpr std::size_t kBootCatalogOffset = 71;
-constexpr std::size_t kBootEntryBytes = 32;
-constexpr std::size_t kBootImageOffset = 8;
-constexpr std::uint8_t kBootable = 0x88;
-constexpr std::uint32_t kMostDescriptors = 64;
-
-// Whether anything of the ISO 9660 side lies behind a place of the disc.
-class IsoReach {
-  public:
-    // `limit` in bytes of the disc's data.
-    IsoReach(ByteSource& disc, const IsoReader& reader, std::uint64_t limit)
-        : disc_(disc), reader_(reader), limit_(limit) {}
-
-    [[nodiscard]] PartitionKept judge() {
-        for (const IsoTree tree : {IsoTree::Iso, IsoTree::Joliet})
-            if (tree == IsoTree::Iso || reader_.hasJoliet())
-                if (const PartitionKept kept = judgeTree(tree); kept != PartitionKept::No)
-                    return kept;
-        return bootReaches() ? PartitionKept::HoldsIsoFiles : PartitionKept::No;
+// Whether a partition that begins there must stay.
+PartitionKept KeptBehind(ByteSource& disc, const IsoReader& reader, std::uint64_t offset) {
+    switch (TreesReach(reader, offset)) {
+        case IsoReach::Behind:
+            return PartitionKept::HoldsIsoFiles;
+        case IsoReach::Unknown:
+            return PartitionKept::IsoDamaged;
+        case IsoReach::Within:
+            break;
     }
-
-  private:
-    [[nodiscard]] bool reaches(const IsoEntry& entry) const {
-        return std::any_of(
-            entry.extents.begin(), entry.extents.end(), [this](const IsoExtent& extent) {
-                return extent.sizeBytes != 0 && extent.offset + extent.sizeBytes > limit_;
-            });
-    }
-
-    [[nodiscard]] PartitionKept judgeTree(IsoTree tree) {
-        bool isBehind = reaches(reader_.root(tree));
-        const auto visit = [&](const IsoEntry&, const std::vector<IsoEntry>& entries) {
-            isBehind = isBehind || std::any_of(entries.begin(), entries.end(),
-                                               [this](const IsoEntry& e) { return reaches(e); });
-            return !isBehind;
-        };
-        const std::string damage = ForEachIsoFolder(reader_, tree, visit);
-        return isBehind          ? PartitionKept::HoldsIsoFiles
-               : !damage.empty() ? PartitionKept::IsoDamaged
-                                 : PartitionKept::No;
-    }
-
-    [[nodiscard]] bool bootReaches() {
-        for (std::uint32_t i = 0; i < kMostDescriptors; ++i) {
-            std::array<std::uint8_t, kIsoSectorBytes> sector;
-            if (!disc_.readExactly(std::uint64_t{kIsoFirstDescriptor + i} * kIsoSectorBytes,
-                                   sector) ||
-                sector[0] == kIsoDescriptorTerminator)
-                return false;
-            if (sector[0] != kBootDescriptorType ||
-                std::memcmp(sector.data() + kBootSystemOffset, kBootSystem.data(),
-                            kBootSystem.size()) != 0)
-                continue;
-            le32 catalog;
-            std::memcpy(&catalog, sector.data() + kBootCatalogOffset, sizeof catalog);
-            if (catalogReaches(std::uint64_t{catalog} * kIsoSectorBytes))
-                return true;
-        }
-        return false;
-    }
-
-    [[nodiscard]] bool catalogReaches(std::uint64_t offset) {
-        std::array<std::uint8_t, kIsoSectorBytes> catalog;
-        if (offset >= limit_ || !disc_.readExactly(offset, catalog))
-            return true;
-        for (std::size_t at = kBootEntryBytes; at < catalog.size(); at += kBootEntryBytes) {
-            le32 image;
-            std::memcpy(&image, catalog.data() + at + kBootImageOffset, sizeof image);
-            if (catalog[at] == kBootable && std::uint64_t{image} * kIsoSectorBytes >= limit_)
-                return true;
-        }
-        return false;
-    }
-
-    ByteSource& disc_;
-    const IsoReader& reader_;
-    std::uint64_t limit_;
-};
+    return BootImagesReach(disc, offset) ? PartitionKept::HoldsIsoFiles : PartitionKept::No;
+}
 
 /// A hybrid image that was looked at.
 struct HybridDisc {
@@ -157,7 +84,7 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
     HybridDisc found{form, PartitionKept::HoldsIsoFiles, file.size()};
     if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
         (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
-        found.kept = IsoReach(disc, *reader, partition->offset).judge();
+        found.kept = KeptBehind(disc, *reader, partition->offset);
     if (found.kept == PartitionKept::No)
         found.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
                                    : partition->offset;
@@ -186,19 +113,9 @@ DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages) 
         messages.showError(fmt::format("{} {}", Printable(path), sentence));
         return DeshybridationOutcome{result};
     };
-    const PcKind kind = PcFactsOf(path).kind;
-    if (kind == PcKind::Special)
-        return refuse(DeshybridationResult::NotOpened,
-                      "is a pipe, a socket or a device, not a disc image.");
-    if (kind == PcKind::Folder)
-        return refuse(DeshybridationResult::NotOpened, "is a folder, not a disc image.");
-    PcFile file(path, PcFile::Mode::ReadWrite);
-    if (!file.isOpen()) {
-        FileOpenError(messages, path, SystemErrorText(file.error()));
+    PcFile file;
+    if (!OpenDiscToChange(path, file, messages))
         return {DeshybridationResult::NotOpened};
-    }
-    if (!file.lock())
-        return refuse(DeshybridationResult::NotOpened, "is being changed by another process.");
     std::string why;
     const auto disc = Examine(file, why);
     if (!disc)

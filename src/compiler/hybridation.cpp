@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <optional>
@@ -11,10 +12,14 @@
 
 #include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
+#include "compiler/disc_opening.hpp"
+#include "compiler/iso_reach.hpp"
 #include "compiler/join_forms.hpp"
 #include "compiler/video_cd.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/hfs_plus_structures.hpp"
+#include "volume/hfs_structures.hpp"
 
 namespace vellmark {
 
@@ -23,6 +28,8 @@ namespace {
 constexpr int kTextLargerThanDisc = 1077;
 constexpr int kTextHasPartition = 1078;
 constexpr int kTextNotIso = 1079;
+/// Of a volume: "BD", "H+" or "HX" begin it.
+constexpr std::size_t kVolumeHeaderOffset = 1024;
 /// What a CD holds, in bytes.
 constexpr std::uint64_t kDiscBytes = 660'000'000;
 
@@ -33,29 +40,19 @@ std::string RealPath(const std::string& path) {
     return error ? path : real.string();
 }
 
-// False after a message.
-bool OpenDisc(const std::string& path, PcFile& disc, Messages& messages) {
-    const auto refuse = [&](std::string_view reason) {
-        messages.showError(fmt::format("{} {}.", Printable(path), reason));
-        return false;
-    };
-    const PcKind kind = PcFactsOf(path).kind;
-    if (kind == PcKind::Special)
-        return refuse("is a pipe, a socket or a device, not a disc image");
-    if (kind == PcKind::Folder)
-        return refuse("is a folder, not a disc image");
-    disc = PcFile(path, PcFile::Mode::ReadWrite);
-    if (!disc.isOpen()) {
-        FileOpenError(messages, path, SystemErrorText(disc.error()));
-        return false;
-    }
-    return disc.lock() || refuse("is being changed by another process");
-}
-
 using MapArea = std::array<std::uint8_t, kHybridMapBytes>;
 
 bool HasDescriptor(const MapArea& area) {
     return area[0] == 'E' && area[1] == 'R';
+}
+
+// Discs without a map can have a Macintosh side too: a volume whose header lies where one of a
+// whole disk does, and which shares the bytes of the disc.
+bool HasVolume(const MapArea& area) {
+    be16 signature;
+    std::memcpy(&signature, area.data() + kVolumeHeaderOffset, sizeof signature);
+    return signature == kHfsSignature || signature == kHfsPlusSignature ||
+           signature == kHfsxSignature;
 }
 
 // What stands where the map goes; false when the file is too short to have it.
@@ -63,26 +60,41 @@ bool ReadMapArea(PcFile& disc, DiscForm form, MapArea& area) {
     return disc.readExactly(form.dataOffset, area);
 }
 
+HybridationResult RefuseSecondSide(const JoinJob& job) {
+    return job.refuse(HybridationResult::HasMap,
+                      fmt::format("cannot be joined: {}", job.messages.text(kTextHasPartition)));
+}
+
+HybridationResult AskForOtherDisc(const JoinJob& job) {
+    if (!job.options.asks)
+        return job.refuse(HybridationResult::NotIso, "is not an ISO 9660 image file.");
+    return job.messages.askYesNo(job.messages.text(kTextNotIso)) ? HybridationResult::Done
+                                                                 : HybridationResult::Stopped;
+}
+
+// A disc whose last files are missing would get the partition in their place.
+HybridationResult CheckLength(const JoinJob& job) {
+    RawDataSource raw(job.disc, job.form);
+    ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
+    const auto reader = IsoReader::Open(data);
+    if (!reader || TreesReach(*reader, data.size()) != IsoReach::Behind)
+        return HybridationResult::Done;
+    return job.refuse(HybridationResult::NotIso,
+                      fmt::format("is cut short: it has {} bytes of data, and files or directories "
+                                  "of its ISO 9660 side lie behind their end.",
+                                  data.size()));
+}
+
 // Looks at the disc and settles its form. Nothing but `Done` goes on.
 HybridationResult Recognise(JoinJob& job) {
     MapArea area;
     if (!job.disc.readExactly(0, area))
         return job.refuse(HybridationResult::NotIso, "is too short to be a disc image.");
-    const auto hasMap = [&] {
-        return job.refuse(
-            HybridationResult::HasMap,
-            fmt::format("cannot be joined: {}", job.messages.text(kTextHasPartition)));
-    };
     if (HasDescriptor(area))
-        return hasMap();
+        return RefuseSecondSide(job);
     const std::optional<DiscForm> form = FindDiscForm(job.disc);
-    if (!form) {
-        if (job.options.asks)
-            return job.messages.askYesNo(job.messages.text(kTextNotIso))
-                       ? HybridationResult::Done
-                       : HybridationResult::Stopped;
-        return job.refuse(HybridationResult::NotIso, "is not an ISO 9660 image file.");
-    }
+    if (!form || (form->isRaw() && !IsRawIso(job.disc, *form)))
+        return HasVolume(area) ? RefuseSecondSide(job) : AskForOtherDisc(job);
     job.form = *form;
     if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0)
         return job.refuse(HybridationResult::NotIso,
@@ -91,7 +103,7 @@ HybridationResult Recognise(JoinJob& job) {
                                       job.disc.size(), kRawSectorBytes));
     if (!ReadMapArea(job.disc, job.form, area))
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
-    return HasDescriptor(area) ? hasMap() : HybridationResult::Done;
+    return HasDescriptor(area) || HasVolume(area) ? RefuseSecondSide(job) : CheckLength(job);
 }
 
 // Whether the person, or `force`, lets go of what stands where the map goes.
@@ -199,7 +211,7 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
     HybridationOutcome outcome;
     const std::string path = RealPath(discPath);
     PcFile disc;
-    if (!OpenDisc(discPath, disc, messages)) {
+    if (!OpenDiscToChange(discPath, disc, messages)) {
         outcome.result = HybridationResult::DiscNotOpened;
         return outcome;
     }

@@ -22,8 +22,8 @@ enum class HybridationResult : int {
     Done = 1,
     Stopped = 0,              ///< by the person; the disc is as it was
     DiscNotOpened = -1,       ///< or nobody may write to it
-    PartitionNotOpened = -2,  ///< or it holds no Macintosh partition behind a map
-    HasMap = -3,              ///< the disc has a partition map already
+    PartitionNotOpened = -2,  ///< or it holds no Macintosh volume behind a map
+    HasMap = -3,              ///< the disc has a partition map already, or a Macintosh volume
     NotIso = -4,              ///< the disc is no ISO 9660 image, or one that cannot be joined
     ImageRefused = -5,        ///< the partition's image is sparse, has a boot record or is damaged
     NoTemporaryFile = -6,     ///< the partition's image is compressed, and cannot be expanded

@@ -29,13 +29,14 @@ bool IsHfsPlusHeader(std::uint16_t signature) {
     return signature == kHfsPlusSignature || signature == kHfsxSignature;
 }
 
-// Bytes that the volume itself claims; 0 when there is no header.
+// Bytes that the volume itself claims; 0 when there is no header, or one without blocks.
 std::uint64_t VolumeBytes(ByteSource& disk, std::uint64_t partition) {
     be16 signature;
     if (!disk.readRecord(partition + kHeaderOffset, signature))
         return 0;
     MasterDirectoryBlock mdb;
-    if (signature == kHfsSignature && disk.readRecord(partition + kHeaderOffset, mdb))
+    if (signature == kHfsSignature && disk.readRecord(partition + kHeaderOffset, mdb) &&
+        mdb.totalBlocks != 0 && mdb.blockSize != 0)
         return std::uint64_t{mdb.allocationStartSector} * kSectorBytes +
                std::uint64_t{mdb.totalBlocks} * mdb.blockSize + 2 * kSectorBytes;
     VolumeHeader header;
@@ -71,6 +72,8 @@ JoinSourceResult JoinSource::prepare(bool opensRoot, Messages& messages, Progres
         return JoinSourceResult::NoPartition;
     }
     partition_ = *found;
+    if (const JoinSourceResult result = checkVolume(messages); result != JoinSourceResult::Found)
+        return result;
     measure();
     if (opensRoot)
         findRootWord();
@@ -106,6 +109,25 @@ JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
         return refuse("Sparse disk images cannot be read.", JoinSourceResult::Refused);
     return refuse("A disk with a boot record cannot be joined to a disc.",
                   JoinSourceResult::Refused);
+}
+
+// A partition that promises a volume and lacks it, or the end of it, is not worth a disc.
+JoinSourceResult JoinSource::checkVolume(Messages& messages) const {
+    const std::uint64_t volume = VolumeBytes(*disk_, partition_.offset);
+    const std::uint64_t rest = disk_->size() - partition_.offset;
+    if (volume == 0) {
+        messages.showError(fmt::format(
+            "{} has a Macintosh partition (Apple_HFS) without an HFS or HFS+ volume in it, and "
+            "cannot be joined to a disc.",
+            Printable(path_)));
+        return JoinSourceResult::NoPartition;
+    }
+    if (volume <= rest)
+        return JoinSourceResult::Found;
+    messages.showError(
+        fmt::format("{} is cut short: its Macintosh volume has {} bytes, and {} of them are there.",
+                    Printable(path_), volume, rest));
+    return JoinSourceResult::Refused;
 }
 
 // The partition reaches as far as its entry says. One that lies, or tells less than the volume in

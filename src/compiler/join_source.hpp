@@ -17,8 +17,8 @@ namespace vellmark {
 enum class JoinSourceResult {
     Found,
     Stopped,         ///< by the person, while it was expanded
-    NoPartition,     ///< it has no map, or no Macintosh partition
-    Refused,         ///< a sparse image, a disk with a boot record, or one that cannot be expanded
+    NoPartition,     ///< it has no map, no Macintosh partition, or no volume in that
+    Refused,         ///< sparse, cut short, with a boot record, or it cannot be expanded
     NoTemporaryFile  ///< nowhere to expand it
 };
 
@@ -48,6 +48,7 @@ class JoinSource final : public ByteSource {
 
   private:
     [[nodiscard]] JoinSourceResult expand(Messages& messages, Progress& progress);
+    [[nodiscard]] JoinSourceResult checkVolume(Messages& messages) const;
     void measure();
     void findRootWord();
 

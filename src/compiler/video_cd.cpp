@@ -30,6 +30,8 @@ constexpr std::string_view kCopyingVideo = "Copying the video tracks...";
 constexpr std::uint64_t kEntriesSector = 151;
 constexpr std::string_view kEntriesMark = "ENTRYVCD";
 constexpr std::size_t kMostEntries = 500;
+/// Names that are tried for an older backup.
+constexpr int kMostAsideNames = 100;
 /// Raw sectors that are copied at a time.
 constexpr std::size_t kPiece = 64;
 
@@ -140,6 +142,12 @@ std::string PlanSheet(const JoinJob& job, Plan& plan) {
     return {};
 }
 
+std::string_view OtherKind(PcKind kind) {
+    return kind == PcKind::Folder    ? "a folder"
+           : kind == PcKind::Missing ? "a link that leads nowhere"
+                                     : "a pipe, a socket or a device";
+}
+
 // The names that the old files get; "" or which of them is taken.
 std::string PlanBackups(const JoinJob& job, Plan& plan) {
     const std::filesystem::path image(job.path);
@@ -153,7 +161,12 @@ std::string PlanBackups(const JoinJob& job, Plan& plan) {
             if (isThere && AreSameFile(backup, used))
                 return fmt::format("{} has the name that the old file is to get.",
                                    Printable(backup));
-        if (isThere && (!job.options.force || facts.kind != PcKind::File))
+        if (!isThere)
+            continue;
+        if (facts.kind != PcKind::File)
+            return fmt::format("{} is to keep the old file, and is {}.", Printable(backup),
+                               OtherKind(facts.kind));
+        if (!job.options.force)
             return fmt::format("{} is to keep the old file, and exists already.",
                                Printable(backup));
     }
@@ -211,7 +224,8 @@ bool WriteImage(const JoinJob& job, const Plan& plan, PcFile& target) {
     return CopySectors(job, plan, target, plan.videoSector, plan.oldSectors, plan.added);
 }
 
-// A file whose place a new one takes, kept under a second name.
+// A file whose place a new one takes, kept under a second name. An older file of that name is put
+// aside until all is done.
 class ReplacedFile {
   public:
     ReplacedFile(std::string path, std::string backup)
@@ -219,28 +233,54 @@ class ReplacedFile {
 
     /// 0 or the system's error number.
     [[nodiscard]] int keep() {
-        if (::unlink(backup_.c_str()) != 0 && errno != ENOENT)
-            return errno;
+        if (const int error = putAside(); error != 0)
+            return error;
         // A file system without hard links: for a moment nothing has the old name.
         isKept_ = ::link(path_.c_str(), backup_.c_str()) == 0 ||
                   ::rename(path_.c_str(), backup_.c_str()) == 0;
         return isKept_ ? 0 : errno;
     }
-    void restore() const {
+    void restore() {
         if (isKept_ && AreSameFile(path_, backup_))
             ::unlink(backup_.c_str());
         else if (isKept_)
             (void)::rename(backup_.c_str(), path_.c_str());
+        // What could not be brought back must not be lost as well.
+        if (!aside_.empty() && PcFactsOf(backup_).kind == PcKind::Missing)
+            (void)::rename(aside_.c_str(), backup_.c_str());
+        aside_.clear();
+    }
+    void done() const {
+        if (!aside_.empty())
+            ::unlink(aside_.c_str());
     }
 
   private:
+    [[nodiscard]] int putAside() {
+        if (PcFactsOf(backup_).kind == PcKind::Missing)
+            return 0;
+        // The name is short, so that a long one does not become too long.
+        const std::string stem = fmt::format("{}/.vellmark-{}-", FolderOf(backup_), ::getpid());
+        int number = 0;
+        do
+            aside_ = fmt::format("{}{}.old", stem, number++);
+        while (number < kMostAsideNames && PcFactsOf(aside_).kind != PcKind::Missing);
+        const bool isFree = PcFactsOf(aside_).kind == PcKind::Missing;
+        if (isFree && ::rename(backup_.c_str(), aside_.c_str()) == 0)
+            return 0;
+        const int error = isFree ? errno : EEXIST;
+        aside_.clear();
+        return error;
+    }
+
     std::string path_;
     std::string backup_;
+    std::string aside_;
     bool isKept_ = false;
 };
 
 // Both files get their names, or neither. Whatever ends the process in between leaves the old files
-// under the names of their backups.
+// under the names of their backups, and older backups under those that they have aside.
 int Publish(const JoinJob& job, const Plan& plan, TargetFile& image, TargetFile* sheet) {
     ReplacedFile oldImage(job.path, plan.imageBackup);
     ReplacedFile oldSheet(plan.sheetPath, plan.sheetBackup);
@@ -254,6 +294,9 @@ int Publish(const JoinJob& job, const Plan& plan, TargetFile& image, TargetFile*
     if (error != 0) {
         oldImage.restore();
         oldSheet.restore();
+    } else {
+        oldImage.done();
+        oldSheet.done();
     }
     return error;
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "IO/raw_image.hpp"
 #include "session/partition.hpp"
 #include "support/encoding.hpp"
 #include "volume/mount.hpp"
@@ -142,6 +143,12 @@ std::string ImageView::whyEmpty(const Messages& messages) {
         return CutImageSentence();
     if (damagedVolume_)
         return "It holds a Macintosh volume that is damaged and cannot be opened.";
+    if (const auto form = FindDiscForm(*volume_.image);
+        form && form->isRaw() && IsRawIso(*volume_.image, *form))
+        return fmt::format(
+            "It is a raw disc image with sectors of {} bytes, which cannot be "
+            "looked into; a plain one has {} bytes a sector.",
+            kRawSectorBytes, kIsoSectorBytes);
     return "It holds no ISO 9660 tree and no Macintosh volume; it is no image, or is damaged or "
            "cut short.";
 }

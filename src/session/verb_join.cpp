@@ -39,6 +39,7 @@ int Join(const JoinOptions& options, CommandContext& context) {
     HybridationOptions hybridation;
     hybridation.opensRoot = options.opensRoot || OpensRoot(context);
     hybridation.force = options.force;
+    hybridation.asks = context.asks;
     const HybridationOutcome outcome = Hybridate(options.disc, options.partition, hybridation,
                                                  terminal.messages, terminal.progress);
     terminal.progress.clear();

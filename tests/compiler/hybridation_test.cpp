@@ -167,6 +167,25 @@ TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
     } cases[] = {
         {"a second partition", [](Bytes& d, Bytes&) { testing::PutText(d, 0, "ER"); },
          Result::HasMap},
+        {"a Macintosh volume without a map",
+         [](Bytes& d, Bytes&) { testing::PutText(d, 1024, "BD"); }, Result::HasMap},
+        {"the same, HFS+", [](Bytes& d, Bytes&) { testing::PutText(d, 1024, "H+"); },
+         Result::HasMap},
+        {"a file that goes on behind the end", [](Bytes& d, Bytes&) { d.resize(25 * 2048 + 2); },
+         Result::NotIso},
+        {"the same in the Joliet tree alone",
+         [](Bytes& d, Bytes&) { testing::Put(d, testing::kJolietFolderAt + 68 + 2, both32(27)); },
+         Result::NotIso},
+        {"a directory behind the end",
+         [](Bytes& d, Bytes&) { testing::Put(d, testing::kPrimaryAt + 158, both32(99)); },
+         Result::NotIso},
+        {"a mark of older tools in a file of another kind",
+         [](Bytes& d, Bytes&) {
+             testing::PutText(d, 32'769, "-----");
+             testing::PutText(d, 37'320, "CD001");
+             d.resize(20 * 2352);
+         },
+         Result::NotIso},
         {"no ISO image", [](Bytes& d, Bytes&) { testing::PutText(d, 32'769, "XD001"); },
          Result::NotIso},
         {"a cut disc", [](Bytes& d, Bytes&) { d.resize(1000); }, Result::NotIso},
@@ -181,6 +200,15 @@ TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
         {"no map", [](Bytes&, Bytes& v) { v[512] = 0; }, Result::PartitionNotOpened},
         {"no Macintosh partition", [](Bytes&, Bytes& v) { v[1024 + 48] = 'B'; },
          Result::PartitionNotOpened},
+        {"a partition without a volume",
+         [](Bytes&, Bytes& v) { testing::PutText(v, 8 * 512 + 1024, "XX"); },
+         Result::PartitionNotOpened},
+        {"a volume without blocks",
+         [](Bytes&, Bytes& v) { testing::Put(v, 8 * 512 + 1024 + 18, be16(0)); },
+         Result::PartitionNotOpened},
+        {"a volume that is cut",
+         [](Bytes&, Bytes& v) { v.resize(8 * 512 + 5 * 512 + 3 * 512 + 1024 - 1); },
+         Result::ImageRefused},
         {"blocks of no size", [](Bytes&, Bytes& v) { testing::Put(v, 2, be16(0)); },
          Result::PartitionNotOpened},
         {"odd blocks", [](Bytes&, Bytes& v) { testing::Put(v, 2, be16(513)); },
@@ -337,7 +365,8 @@ TEST_F(HybridationTest, RawDiscsGetTheSameDataAsPlainOnes) {
         }
 }
 
-// The mark of older tools: whatever lies at byte 24 of each 2,352 bytes is taken.
+// The mark of older tools: whatever lies at byte 24 of each 2,352 bytes is taken, where that is an
+// ISO 9660 image.
 TEST_F(HybridationTest, TheOldMarkStandsForMode2) {
     make();
     Bytes raw(20 * 2352);
@@ -345,6 +374,7 @@ TEST_F(HybridationTest, TheOldMarkStandsForMode2) {
         raw[i] = static_cast<std::uint8_t>(i * 31 / 7);
     testing::PutText(raw, 32'769, "-----");
     testing::PutText(raw, 37'321, "CD001");
+    testing::PutText(raw, 37'657, "CD001");
     disc_ = file("disc.iso", raw);
     const HybridationOutcome outcome = join();
     ASSERT_EQ(outcome.result, HybridationResult::Done);

@@ -190,6 +190,9 @@ class Hybridation(Discs):
                 track = self.here / "track.iso"
                 track.write_bytes(judges.track_data(image, sheet, self.here / "out"))
                 self.assert_both_sides(track, "hfs")
+                looked = self.vellmark("ls", image)
+                self.assertEqual(FAILED, looked.returncode)
+                self.assertIn(b"raw disc image with sectors of 2352 bytes", looked.stderr)
                 self.done("split", image)
                 self.assertEqual(bytes(2560) + plain[2560:],
                                  judges.track_data(image, sheet, self.here / "out"))
@@ -198,6 +201,60 @@ class Hybridation(Discs):
                 image.write_bytes(raw_sectors.wrap(plain, mode))
                 self.done("join", image, self.volumes["hfs"])
                 self.assertEqual(track.read_bytes(), image.read_bytes())
+
+    def test_cut_disc(self):
+        """Catches a partition that takes the place of files that are missing."""
+        image = self.copy(self.disc, "disc.iso")
+        # Behind the last file there is padding, which may be missing.
+        first, sectors = self.last_file(image)
+        whole = (first + sectors) * 2048
+        for size, status in ((whole - 2048, FAILED), (whole, DONE)):
+            with self.subTest(size=size):
+                shutil.copyfile(self.disc, image)
+                os.truncate(image, size)
+                result = self.vellmark("join", image, self.volumes["hfs"], "--force")
+                self.assertEqual(status, result.returncode, result.stderr)
+                self.assertIn(b"cut short" if status == FAILED else b"", result.stderr)
+                if status == FAILED:
+                    self.assertEqual(self.disc.read_bytes()[:size], image.read_bytes())
+        self.assert_both_sides(image, "hfs")
+
+    @staticmethod
+    def last_file(image):
+        """First sector and number of sectors of what lies last on a disc, as isoinfo tells it."""
+        lines = subprocess.run(["isoinfo", "-l", "-i", image], check=True,
+                               capture_output=True, text=True).stdout.splitlines()
+        return max((int(fields[1].split()[0]), -(-int(fields[0].split()[4]) // 2048))
+                   for fields in (line.split("[") for line in lines) if len(fields) == 2)
+
+    def test_hybrid_without_a_map(self):
+        """Catches a Macintosh side without a map that a new map would cover."""
+        image = self.here / "foreign.iso"
+        subprocess.run(["genisoimage", "-quiet", "-hfs", "-o", image, self.work / "pc"],
+                       check=True, stderr=subprocess.DEVNULL)
+        before = image.read_bytes()
+        for arguments in (("join", image, self.volumes["hfs"], "--force"),
+                          ("/H", self.volumes["hfs"], image)):
+            result = self.vellmark(*arguments)
+            self.assertEqual(FAILED, result.returncode)
+            self.assertIn(b"already contains", result.stderr)
+            self.assertEqual(before, image.read_bytes())
+
+    def test_disc_that_its_owner_may_only_read(self):
+        """Catches a disc that stays closed to its owner, or open to writing afterwards."""
+        image = self.copy(self.disc, "disc.iso")
+        image.chmod(0o440)
+        # The superuser may write everywhere, until that is taken away.
+        plain_user = ["setpriv", "--bounding-set", "-dac_override", "--inh-caps", "-dac_override"]
+        program = [*plain_user, VELLMARK] if os.geteuid() == 0 else [VELLMARK]
+        for arguments, status in ((["join", image, self.volumes["hfs"]], DONE),
+                                  (["join", image, self.volumes["hfs"]], FAILED),
+                                  (["split", image], DONE), (["split", image], FAILED)):
+            result = subprocess.run([*program, *arguments], env=environment(), check=False,
+                                    capture_output=True, timeout=60)
+            self.assertEqual(status, result.returncode, result.stderr)
+            self.assertEqual(0o440, image.stat().st_mode & 0o7777)
+        self.assertEqual(self.disc.read_bytes()[2560:], image.read_bytes()[2560:])
 
     def test_full_disk(self):
         """Catches a disc that keeps a part of the partition: a limit stands for a full disk."""
@@ -301,17 +358,29 @@ class VideoCd(Discs):
         self.assert_refused(old, old_sheet, "video.BAK")
         self.done("join", self.image, self.volumes["hfs"], "--force")
         self.assertEqual(old, backup.read_bytes())
+        # Nothing of the older backups stays aside.
+        self.assertEqual(["video.BAC", "video.BAK", "video.bin", "video.cue"], self.names())
         # An image with the name of a backup is not the backup of itself.
         self.assertEqual(FAILED, self.vellmark("join", backup, self.volumes["hfs"],
                                                "--force").returncode)
         self.assertEqual(old, backup.read_bytes())
 
-    def assert_refused(self, image, sheet, word):
+    def test_names_that_cannot_be_backups(self):
+        """Catches a folder or a dead link that is told to be an older file."""
+        old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
+        backup = self.here / "video.BAC"
+        backup.mkdir()
+        self.assert_refused(old, old_sheet, "is a folder", "--force")
+        backup.rmdir()
+        backup.symlink_to("nowhere")
+        self.assert_refused(old, old_sheet, "leads nowhere", "--force")
+
+    def assert_refused(self, image, sheet, word, *options):
         """Nothing changes, and the reason has the word."""
         self.image.write_bytes(image)
         self.sheet.write_bytes(sheet)
         names = self.names()
-        result = self.vellmark("join", self.image, self.volumes["hfs"])
+        result = self.vellmark("join", self.image, self.volumes["hfs"], *options)
         self.assertEqual(FAILED, result.returncode)
         self.assertIn(word, result.stderr.decode())
         self.assertTrue(image == self.image.read_bytes(), "the image has changed")
