@@ -22,7 +22,7 @@ function(vellmark_room name)
   add_library(vellmark_${name} STATIC ${sources})
   target_include_directories(vellmark_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(vellmark_${name} PRIVATE vellmark_options PUBLIC ${ARGN})
-  vellmark_precompile(vellmark_${name} vellmark_support <fmt/format.h>)
+  vellmark_precompile(vellmark_${name} vellmark_support <fmt/core.h>)
 endfunction()
 
 # One test program a folder of tests/, its cases found by ctest.

@@ -1,6 +1,6 @@
 #include "IO/disk_image.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "IO/disk_image_expansion.hpp"
 #include "IO/recognition.hpp"

@@ -1,6 +1,6 @@
 #include "IO/disk_image_pieces.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "IO/expanded_image.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "support/encoding.hpp"
 

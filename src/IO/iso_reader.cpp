@@ -1,6 +1,6 @@
 #include "IO/iso_reader.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "compiler/compile.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "compiler/cue_sheet.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

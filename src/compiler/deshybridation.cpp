@@ -1,6 +1,6 @@
 #include "compiler/deshybridation.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "compiler/disc_opening.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

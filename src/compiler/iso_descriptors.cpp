@@ -1,6 +1,6 @@
 #include "compiler/iso_descriptors.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "compiler/item_copier.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

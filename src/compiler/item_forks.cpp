@@ -1,6 +1,6 @@
 #include "compiler/item_forks.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "containers/apple_single.hpp"
 #include "project/source_coding.hpp"

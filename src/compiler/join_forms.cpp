@@ -1,6 +1,6 @@
 #include "compiler/join_forms.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "compiler/join_job.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "compiler/join_source.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cerrno>

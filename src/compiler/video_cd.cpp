@@ -1,6 +1,6 @@
 #include "compiler/video_cd.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>

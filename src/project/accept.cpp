@@ -1,6 +1,6 @@
 #include "project/accept.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <limits>
 #include <map>

@@ -1,6 +1,6 @@
 #include "project/access_path.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <set>

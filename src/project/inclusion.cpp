@@ -1,6 +1,6 @@
 #include "project/inclusion.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cerrno>

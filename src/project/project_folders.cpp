@@ -1,6 +1,6 @@
 #include "project/project_folders.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <string>

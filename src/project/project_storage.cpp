@@ -1,7 +1,7 @@
 // How a project comes from its file and goes back into it.
 #include <unistd.h>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cerrno>

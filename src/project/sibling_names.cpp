@@ -1,6 +1,6 @@
 #include "project/sibling_names.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

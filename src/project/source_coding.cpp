@@ -1,6 +1,6 @@
 #include "project/source_coding.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "project/view_names.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <optional>
 

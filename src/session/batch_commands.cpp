@@ -1,6 +1,6 @@
 #include "session/batch_commands.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <optional>
 #include <string>

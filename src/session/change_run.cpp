@@ -1,6 +1,6 @@
 #include "session/change_run.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

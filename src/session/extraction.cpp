@@ -1,6 +1,6 @@
 #include "session/extraction.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "containers/fork_pair.hpp"
 #include "support/encoding.hpp"

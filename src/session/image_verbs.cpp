@@ -1,6 +1,6 @@
 #include "session/image_verbs.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cerrno>
 #include <ostream>

@@ -1,4 +1,4 @@
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "containers/names.hpp"
 #include "session/image_view.hpp"

@@ -1,6 +1,6 @@
 #include "session/include_list.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <string_view>

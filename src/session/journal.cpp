@@ -1,6 +1,6 @@
 #include "session/journal.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cerrno>

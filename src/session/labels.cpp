@@ -1,6 +1,6 @@
 #include "session/labels.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

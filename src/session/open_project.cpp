@@ -1,6 +1,6 @@
 #include "session/open_project.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "session/file_modes.hpp"
 #include "session/targets.hpp"

@@ -1,6 +1,6 @@
 #include "session/partition.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "IO/redo_log.hpp"
 #include "support/encoding.hpp"

@@ -1,6 +1,6 @@
 #include "session/plain_image.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <filesystem>
 

@@ -1,6 +1,6 @@
 #include "session/program.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cerrno>
 

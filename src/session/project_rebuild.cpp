@@ -1,6 +1,6 @@
 #include "session/project_rebuild.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "session/file_modes.hpp"
 #include "session/open_project.hpp"

@@ -1,6 +1,6 @@
 #include "session/settings_file.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <filesystem>

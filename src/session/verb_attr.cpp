@@ -1,5 +1,5 @@
 #include <fmt/chrono.h>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <array>
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "support/walk_guard.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "support/encoding.hpp"
 

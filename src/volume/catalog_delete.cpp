@@ -1,6 +1,6 @@
 #include "volume/catalog_delete.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <array>
 #include <string>

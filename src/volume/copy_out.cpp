@@ -1,6 +1,6 @@
 #include "volume/copy_out.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 #include "volume/edit_result.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace vellmark {
 

@@ -1,6 +1,6 @@
 #include "volume/hard_links.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "volume/import_batch.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <filesystem>
 #include <system_error>

@@ -1,6 +1,6 @@
 #include "volume/import_source.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "containers/apple_single.hpp"
 #include "containers/bin_hex.hpp"

@@ -1,6 +1,6 @@
 #include "volume/partition_choice.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "support/encoding.hpp"
 #include "volume/catalog.hpp"

@@ -1,6 +1,6 @@
 #include "volume/recovery.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

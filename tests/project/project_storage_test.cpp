@@ -1,7 +1,7 @@
 // Project files as bytes: what is written, what is read back, what is refused.
 #include <gtest/gtest.h>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 

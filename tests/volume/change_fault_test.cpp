@@ -1,6 +1,6 @@
 // Changes that end half-way: the n-th write fails, a source ends early, the user stops, the volume
 // is full. All is then as before, and the change can be made again.
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -2,7 +2,7 @@
 
 #include "volume/volume_model.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Thousands of random changes of small volumes that become full and fragmented, held against a map.
 #include "volume/volume_model.hpp"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <gtest/gtest.h>
 
 namespace vellmark {
