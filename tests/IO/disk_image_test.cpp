@@ -284,6 +284,7 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
 
 TEST(ExpandImage, TheFirstWrongBlockIsToldWhateverTheThreadsDo) {
     std::vector<MadeBlock> blocks;
+    blocks.reserve(30);
     for (int i = 0; i < 30; ++i)
         blocks.push_back(BlockOf(kBzip2Block, Sectors(100, i)));
     blocks[17] = BlockOf(kZlibBlock, Sectors(1, 1));
