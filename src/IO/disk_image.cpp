@@ -3,7 +3,6 @@
 #include <fmt/core.h>
 
 #include "IO/disk_image_expansion.hpp"
-#include "IO/recognition.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -38,11 +37,47 @@ ExpandResult ClassResult(ImageClass imageClass, const std::string& name) {
     return {};
 }
 
+bool IsCompressedClass(ImageClass imageClass) {
+    return imageClass >= ImageClass::PartitionDiskImage &&
+           imageClass <= ImageClass::TrailerDiskImage;
+}
+
+bool HasBlockTable(ByteSource& file) {
+    DiskImageTrailer trailer;
+    if (!ReadTrailer(file, trailer).empty())
+        return false;
+    Progress unseen;
+    return BlockTables(file, trailer, unseen).nextTable() == BlockTables::Next::Found;
+}
+
 }  // namespace
 
-bool HasDiskImageTrailer(ByteSource& file) {
+ImageClass ClassifyDiskImage(ByteSource& file) {
+    const ImageClass imageClass = ClassifyImage(file);
+    const bool hasBootRecord = imageClass == ImageClass::ProtectiveBootRecord ||
+                               imageClass == ImageClass::MacintoshBootRecord;
+    return hasBootRecord && HasBlockTable(file) ? ImageClass::TrailerDiskImage : imageClass;
+}
+
+bool IsCompressedImage(ByteSource& file) {
     DiskImageTrailer trailer;
-    return ReadTrailer(file, trailer).empty() && trailer.listLength != 0;
+    return IsCompressedClass(ClassifyDiskImage(file)) && ReadTrailer(file, trailer).empty() &&
+           trailer.listLength != 0;
+}
+
+std::string ImageRefusal(ByteSource& file) {
+    const ImageClass imageClass = ClassifyDiskImage(file);
+    if (!IsCompressedClass(imageClass))
+        return std::string(ClassRefusal(imageClass));
+    DiskImageTrailer trailer{};
+    if (std::string problem = ReadTrailer(file, trailer); !problem.empty())
+        return trailer.signature == kTrailerSignature
+                   ? problem
+                   : "It begins like a compressed disk image, and does not end in the trailer of "
+                     "one.";
+    if (trailer.listLength == 0)
+        return "It ends in the trailer of a compressed disk image, which tells of no block table.";
+    return std::string(ClassRefusal(imageClass));
 }
 
 ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
@@ -55,12 +90,14 @@ ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
 
 ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPath,
                              Progress& progress, const ExpandOptions& options) {
+    if (inPath.empty())
+        return NotExpanded(kFileNotExpanded, "The image to expand needs a name.");
     const std::string name = Printable(inPath);
     PcFile source(inPath, PcFile::Mode::Read);
     if (!source.isOpen())
         return NotExpanded(kFileNotExpanded,
                            fmt::format("{} cannot be opened: {}.", name, source.errorText()));
-    if (ExpandResult result = ClassResult(ClassifyImage(source), name); result.code != 0)
+    if (ExpandResult result = ClassResult(ClassifyDiskImage(source), name); result.code != 0)
         return result;
     TargetFile target(outPath);
     if (!target.file().isOpen())

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "IO/recognition.hpp"
 #include "support/byte_source.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
@@ -52,9 +53,16 @@ struct ExpandResult {
 [[nodiscard]] ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
                                        const ExpandOptions& options = {});
 
-/// Whether the file ends in a trailer whose property list can be looked for. A file can look like
-/// a compressed image by its first bytes alone.
-[[nodiscard]] bool HasDiskImageTrailer(ByteSource& file);
+/// `ClassifyImage`, except that a boot record in front of block tables and a usable trailer is a
+/// raw first block of a compressed image.
+[[nodiscard]] ImageClass ClassifyDiskImage(ByteSource& file);
+
+/// Whether the file is a compressed image by its class, and ends in a trailer whose property list
+/// can be looked for. A file can look like a compressed image by its first bytes alone.
+[[nodiscard]] bool IsCompressedImage(ByteSource& file);
+
+/// Why an image cannot be opened as it is, as a sentence; "" when it can.
+[[nodiscard]] std::string ImageRefusal(ByteSource& file);
 
 /// Expands the file of one path into that of another, which appears, in place of an older one, only
 /// when it is whole. `code` is `kFileExpanded` when it is done; `kFileNotExpanded` when a file

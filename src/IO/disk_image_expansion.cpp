@@ -16,6 +16,9 @@ namespace {
 constexpr unsigned kMostThreads = 4;
 /// Blocks that wait while every thread has one: the files are read and written meanwhile.
 constexpr unsigned kWaitingBlocks = 3;
+constexpr std::uint64_t kSector = 512;
+/// 8 TiB: a trailer that tells of more is taken to be wrong where the blocks end before.
+constexpr std::uint64_t kMostFilledSectors = std::uint64_t{1} << 34;
 
 unsigned ThreadsOf(const ExpandOptions& options) {
     const unsigned wanted =
@@ -43,7 +46,7 @@ Expansion::Expansion(ByteSource& source, PcFile& target, Progress& progress,
       progress_(progress),
       options_(options),
       trailer_(trailer),
-      tables_(source, trailer),
+      tables_(source, trailer, progress),
       ring_(ThreadsOf(options) + kWaitingBlocks),
       pool_(ThreadsOf(options)) {}
 
@@ -64,6 +67,10 @@ bool Expansion::failWrite() {
                 fmt::format("The plain image cannot be written: {}.", target_.errorText()));
 }
 
+bool Expansion::failTables() {
+    return tables_.isStopped() ? stop() : fail(tables_.code(), tables_.problem());
+}
+
 bool Expansion::stop() {
     result_.isStopped = result_.code == 0;
     return fail(kExpansionFailed, "Stopped as you wished.");
@@ -75,7 +82,14 @@ ExpandResult Expansion::run() {
         while ((next = tables_.nextTable()) == BlockTables::Next::Found && expandTable()) {
         }
     if (next == BlockTables::Next::Failed)
-        fail(tables_.code(), tables_.problem());
+        (void)failTables();
+    if (result_.code == 0 && tables_.number() == 0)
+        fail(kExpansionFailed, trailer_.sectorCount == 0 && trailer_.version == 0
+                                   ? "Its trailer allows no block table."
+                                   : "Its property list holds no block table.");
+    // Sectors behind the last block are missing too, and zeros stand for them.
+    if (const std::uint64_t told = trailer_.sectorCount; told <= kMostFilledSectors)
+        result_.sizeBytes = std::max(result_.sizeBytes, told * kSector);
     if (result_.code == 0 && target_.size() < result_.sizeBytes &&
         !target_.setSize(result_.sizeBytes))
         failWrite();
@@ -89,7 +103,7 @@ ExpandResult Expansion::run() {
 // What is to be done, as far as the tables can be followed: where they cannot, the run itself comes
 // to the same place, unless it fails before.
 bool Expansion::plan() {
-    BlockTables tables(source_, trailer_);
+    BlockTables tables(source_, trailer_, progress_);
     std::uint64_t total = 0;
     bool hasAdc = false;
     BlockPlace place;
@@ -102,6 +116,8 @@ bool Expansion::plan() {
         if (next == BlockTables::Next::Failed)
             break;
     }
+    if (tables.isStopped())
+        return stop();
     takesCrc_ = options_.verify || hasAdc;
     progress_.begin(total);
     if (!options_.status.empty())
@@ -126,7 +142,7 @@ bool Expansion::expandTable() {
     if (!drain())
         return false;
     if (next == BlockTables::Next::Failed)
-        return fail(tables_.code(), tables_.problem());
+        return failTables();
     return finishTable();
 }
 
@@ -279,7 +295,7 @@ bool Expansion::rewriteWithPatterns() {
         if (!progress_.chunk(0))
             return stop();
     }
-    return true;
+    return !tables_.isStopped() || stop();
 }
 
 bool Expansion::compareTrailer() {

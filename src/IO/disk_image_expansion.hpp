@@ -38,6 +38,7 @@ class Expansion {
 
     bool fail(std::int64_t code, std::string problem);
     bool failRead();
+    bool failTables();
     bool failWrite();
     bool stop();
     void noteEnd(const BlockPlace& place);

@@ -28,14 +28,18 @@ constexpr std::array<std::uint8_t, 256> kDigits = MakeDigits();
 }  // namespace
 
 // The list from an offset on, as far as it lies in memory. Fewer bytes than `least` where the list
-// ends, or cannot be read.
+// ends, cannot be read, or is not to be read on.
 std::string_view DataSections::windowFrom(std::uint64_t offset, std::size_t least) {
     const std::uint64_t windowEnd = windowStart_ + windowSize_;
     if (offset < windowStart_ || offset > windowEnd || windowEnd - offset < least) {
         const auto want = static_cast<std::size_t>(
             std::min<std::uint64_t>(window_.size(), end_ - std::min(end_, offset)));
+        isStopped_ = isStopped_ || !progress_.chunk(0);
         windowStart_ = offset;
-        windowSize_ = file_.readAt(offset, {reinterpret_cast<std::uint8_t*>(window_.data()), want});
+        windowSize_ =
+            isStopped_
+                ? 0
+                : file_.readAt(offset, {reinterpret_cast<std::uint8_t*>(window_.data()), want});
     }
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     return {window_.data() + at, windowSize_ - at};

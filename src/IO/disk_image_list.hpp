@@ -9,14 +9,16 @@
 #include <string_view>
 
 #include "support/byte_source.hpp"
+#include "support/progress.hpp"
 
 namespace vellmark {
 
 class DataSections {
   public:
-    /// The list lies at `offset` of the file; `length` bytes from there are in it.
-    DataSections(ByteSource& file, std::uint64_t offset, std::uint64_t length)
-        : file_(file), next_(offset), end_(offset + length) {}
+    /// The list lies at `offset` of the file; `length` bytes from there are in it. `progress` is
+    /// asked for each piece that is read.
+    DataSections(ByteSource& file, std::uint64_t offset, std::uint64_t length, Progress& progress)
+        : file_(file), progress_(progress), next_(offset), end_(offset + length) {}
 
     /// Goes to the next section. False when no further one begins and ends.
     [[nodiscard]] bool next();
@@ -28,6 +30,8 @@ class DataSections {
     [[nodiscard]] std::size_t read(std::span<std::uint8_t> out);
     /// Back to the first byte of the section.
     void rewind();
+    /// `Progress` said no: the list ends where it was read to.
+    [[nodiscard]] bool isStopped() const { return isStopped_; }
 
   private:
     [[nodiscard]] std::optional<std::uint64_t> find(std::string_view tag, std::uint64_t from);
@@ -35,6 +39,8 @@ class DataSections {
     [[nodiscard]] bool decodeGroup();
 
     ByteSource& file_;
+    Progress& progress_;
+    bool isStopped_ = false;
     std::uint64_t next_;            ///< where the next section is looked for
     std::uint64_t end_;             ///< of the list
     std::uint64_t begin_ = 0;       ///< of the section's text

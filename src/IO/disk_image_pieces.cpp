@@ -29,15 +29,17 @@ std::uint32_t DataCrc(ByteSource& source, const DiskImageTrailer& trailer, Progr
 }
 
 // Of the values that all tables have, one behind the other.
-std::uint32_t TablesCrc(ByteSource& source, const DiskImageTrailer& trailer) {
+std::uint32_t TablesCrc(ByteSource& source, const DiskImageTrailer& trailer, Progress& progress,
+                        TrailerComparison& result) {
     RunningCrc crc;
-    DataSections sections(source, trailer.listOffset, trailer.listLength);
+    DataSections sections(source, trailer.listOffset, trailer.listLength, progress);
     BlockTableHeader header;
     while (sections.next())
         if (sections.read({reinterpret_cast<std::uint8_t*>(&header), sizeof header}) ==
                 sizeof header &&
             header.signature == kBlockTableSignature && header.checksum.isCrc32())
             crc.add(AsBytes(header.checksum.value));
+    result.isStopped = result.isStopped || sections.isStopped();
     return crc.value();
 }
 
@@ -108,8 +110,8 @@ TrailerComparison CompareTrailer(ByteSource& source, const DiskImageTrailer& tra
                     DataCrc(source, trailer, progress, result), result);
     }
     if (IsCompared(trailer.tableChecksum, result))
-        Compare("the checksums of its tables", trailer.tableChecksum, TablesCrc(source, trailer),
-                result);
+        Compare("the checksums of its tables", trailer.tableChecksum,
+                TablesCrc(source, trailer, progress, result), result);
     return result;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -13,7 +14,7 @@
 namespace vellmark {
 
 /// Reads the trailer. A sentence when there is none, or when its property list does not stand
-/// directly behind the data and inside the file.
+/// directly behind the data and inside the file, or is longer than any image needs it.
 [[nodiscard]] std::string ReadTrailer(ByteSource& source, DiskImageTrailer& trailer);
 
 /// One run of sectors of the plain image.
@@ -31,17 +32,28 @@ struct BlockPlace {
     }
 };
 
+/// Sectors that blocks went to.
+class SectorRuns {
+  public:
+    /// Why a run cannot be added: sectors of it were added before, or there are more separate runs
+    /// than are kept; "" when it was added.
+    [[nodiscard]] std::string add(std::uint64_t first, std::uint64_t count);
+
+  private:
+    std::map<std::uint64_t, std::uint64_t> runs_;  ///< end by start; no two of them touch
+};
+
 /// `block 3 of table 1 (zlib)`.
 [[nodiscard]] std::string BlockName(const BlockPlace& block);
 
 class BlockTables {
   public:
-    BlockTables(ByteSource& source, const DiskImageTrailer& trailer);
+    BlockTables(ByteSource& source, const DiskImageTrailer& trailer, Progress& progress);
 
     enum class Next { Found, End, Failed };
     /// Goes to the next table that belongs to the image; `End` behind the last of them.
     [[nodiscard]] Next nextTable();
-    /// Goes to the next block of the table; entries that are none are passed over.
+    /// Goes to the next block of the table; entries that stand for nothing are passed over.
     [[nodiscard]] Next nextBlock(BlockPlace& block);
     /// Back to the first block of the table.
     void rewindTable();
@@ -53,10 +65,12 @@ class BlockTables {
     /// After `Failed`: the result of the expansion and why.
     [[nodiscard]] std::int64_t code() const { return code_; }
     [[nodiscard]] const std::string& problem() const { return problem_; }
+    /// `Progress` said no, which is a failure too.
+    [[nodiscard]] bool isStopped() const { return sections_.isStopped(); }
     /// Sectors of the image that the blocks so far do not stand for; 0 where the trailer does not
     /// tell how many there are.
     [[nodiscard]] std::uint64_t missingSectors() const {
-        return sectorCount_ - (covered_ < sectorCount_ ? covered_ : sectorCount_);
+        return isSized() ? sectorCount_ - covered_ : 0;
     }
 
   private:
@@ -77,6 +91,8 @@ class BlockTables {
     BlockTableHeader header_{};
     unsigned table_ = 0;
     unsigned block_ = 0;
+    SectorRuns runs_;                ///< of the blocks so far, where the sectors are counted
+    bool isAgain_ = false;           ///< the table was rewound: its blocks are in `runs_`
     std::uint64_t covered_ = 0;      ///< sectors of the blocks so far
     std::uint64_t coveredThen_ = 0;  ///< the same at the start of the table
     std::int64_t code_ = 0;

@@ -246,8 +246,8 @@ std::string_view ClassRefusal(ImageClass imageClass) {
         case ImageClass::Bzip2DiskImage:
         case ImageClass::ZlibDiskImage:
         case ImageClass::TrailerDiskImage:
-            return "It is a compressed disk image, or begins like one, and cannot be used as it "
-                   "is; the verb expand makes a plain image of one.";
+            return "It is a compressed disk image, and cannot be used as it is; the verb expand "
+                   "makes a plain image of it.";
         case ImageClass::SparseImage:
             return "It is a sparse disk image, which cannot be opened.";
         case ImageClass::Plain:

@@ -16,6 +16,7 @@
 #include "session/include_list.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/plain_image.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
@@ -174,10 +175,8 @@ BatchResult BatchExpand(const BatchJob& job) {
     if (!MayMakeFile(target, true, messages))
         return BatchResult::NotCreated;
     const ExpandResult result = ExpandImageFile(job.project, target, job.terminal.progress);
-    if (!result.problem.empty())
-        messages.showError(result.problem);
-    else if (!result.remark.empty())
-        messages.itemSkipped(Printable(job.project), result.remark);
+    TellExpansion(result, Printable(job.project), messages);
+    job.context.readIncomplete = result.isIncomplete;
     return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
            : result.code == kFileNotExpanded ? BatchResult::NotCreated
                                              : BatchResult::NotOpened;

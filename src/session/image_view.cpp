@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "IO/disk_image.hpp"
 #include "IO/raw_image.hpp"
 #include "session/partition.hpp"
 #include "support/encoding.hpp"
@@ -114,8 +115,8 @@ void ImageView::judgeChanges(bool isExpanded) {
     ReadOnlyReasons reasons = volume_.readOnlyReasons;
     if (::access(volume_.imagePath.c_str(), W_OK) == 0)
         reasons.remove(ReadOnlyReason::File);
-    changeRefusal_ =
-        ClassRefusal(isExpanded ? ImageClass::TrailerDiskImage : ClassifyImage(*volume_.image));
+    changeRefusal_ = isExpanded ? std::string(ClassRefusal(ImageClass::TrailerDiskImage))
+                                : ImageRefusal(*volume_.image);
     if (changeRefusal_.empty())
         changeRefusal_ = ChangeRefusal(reasons);
 }
@@ -136,9 +137,8 @@ std::string ImageView::whyEmpty(const Messages& messages) {
         return fmt::format("It cannot be read: {}.", volume_.image->errorText());
     if (sizeBytes() == 0)
         return std::string(messages.text(kTextEmptyFile));
-    if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume_.image));
-        !refusal.empty())
-        return std::string(refusal);
+    if (std::string refusal = ImageRefusal(*volume_.image); !refusal.empty())
+        return refusal;
     if (volume_.readOnlyReasons.has(ReadOnlyReason::CutImage))
         return CutImageSentence();
     if (damagedVolume_)

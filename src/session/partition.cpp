@@ -49,9 +49,8 @@ std::string ChangeRefusal(const ReadOnlyReasons& reasons) {
     return text;
 }
 
-std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options,
-                                           const CommandContext& context, Terminal& terminal,
-                                           Access access) {
+std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, CommandContext& context,
+                                           Terminal& terminal, Access access) {
     Messages& messages = terminal.messages;
     std::optional<PlainImage> image = PlainImage::Open(options.image, access, context, terminal);
     if (!image)

@@ -37,7 +37,7 @@ class Partition {
     /// read. Nothing after a message that names the image and the reason. The context's clock must
     /// outlive the partition.
     [[nodiscard]] static std::unique_ptr<Partition> Open(const PartitionOptions& options,
-                                                         const CommandContext& context,
+                                                         CommandContext& context,
                                                          Terminal& terminal, Access access);
 
     [[nodiscard]] VolumeContext& volume() { return volume_; }

@@ -4,7 +4,6 @@
 
 #include <filesystem>
 
-#include "IO/recognition.hpp"
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -14,54 +13,62 @@ namespace vellmark {
 
 namespace {
 
+constexpr int kTextOverwrite = 1061;
 constexpr int kTextUncompress = 1502;
 constexpr int kTextSave = 1503;
 constexpr int kTextDecompressing = 1505;
+
+/// So often a name is asked for.
+constexpr int kMostTries = 10;
 
 bool IsCompressed(const std::string& path) {
     if (PcFactsOf(path).kind != PcKind::File)
         return false;
     PcFile file(path, PcFile::Mode::Read);
-    if (!file.isOpen())
-        return false;
-    switch (ClassifyImage(file)) {
-        case ImageClass::PartitionDiskImage:
-        case ImageClass::Bzip2DiskImage:
-        case ImageClass::ZlibDiskImage:
-        case ImageClass::TrailerDiskImage:
-            // A plain image can begin like a compressed one, or end in a trailer without tables.
-            return HasDiskImageTrailer(file);
-        case ImageClass::Plain:
-        case ImageClass::SparseImage:
-        case ImageClass::ProtectiveBootRecord:
-        case ImageClass::MacintoshBootRecord:
-            break;
-    }
-    return false;
+    return file.isOpen() && IsCompressedImage(file);
 }
 
-// Where the plain image is to be kept; "" for nowhere, nothing when that cannot be.
+// Whether the plain image may be kept there, after a question where a file is.
+bool MayKeep(const std::string& path, const std::string& image, Messages& messages) {
+    if (AreSameFile(image, path)) {
+        messages.showMessage(fmt::format("{} is the compressed image itself.", Printable(path)));
+        return false;
+    }
+    if (!MayMakeFile(path, true, messages))
+        return false;
+    const PcFacts facts = PcFactsOf(path);
+    return (facts.kind == PcKind::Missing && !facts.isLink) ||
+           messages.askYesNo(FormatText(kTextOverwrite, messages.language(), Printable(path)));
+}
+
+// Where the plain image is to be kept; "" for nowhere, nothing when no name was given for it.
 std::optional<std::string> KeptPath(const std::string& image, Messages& messages) {
     if (!messages.askYesNo(messages.text(kTextSave)))
         return "";
     const std::string proposal = std::filesystem::path(image).replace_extension(".img").string();
-    std::optional<std::string> path = messages.askFileName(proposal);
-    if (!path || !MayMakeFile(*path, false, messages))
-        return std::nullopt;
-    return path;
-}
-
-void Tell(const ExpandResult& result, const std::string& name, Messages& messages) {
-    if (!result.problem.empty())
-        messages.showError(result.problem);
-    else if (!result.remark.empty())
-        messages.logMessage(fmt::format("{}: {}", name, result.remark));
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        const std::optional<std::string> path = messages.askFileName(proposal);
+        if (!path)
+            break;
+        if (std::string target = FollowLink(*path); MayKeep(target, image, messages))
+            return target;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
+void TellExpansion(const ExpandResult& result, const std::string& name, Messages& messages) {
+    if (!result.problem.empty())
+        messages.showError(result.problem);
+    else if (result.isIncomplete)
+        messages.showError(fmt::format("{}: {}", name, result.remark));
+    else if (!result.remark.empty())
+        messages.logMessage(fmt::format("{}: {}", name, result.remark));
+}
+
 std::optional<PlainImage> PlainImage::Open(const std::string& named, Access access,
-                                           const CommandContext& context, Terminal& terminal) {
+                                           CommandContext& context, Terminal& terminal) {
     PlainImage image(named, named);
     Messages& messages = terminal.messages;
     if ((access == Access::Change && !context.asks) || !IsCompressed(named))
@@ -88,7 +95,8 @@ std::optional<PlainImage> PlainImage::Open(const std::string& named, Access acce
         image.path_ = kept;
     }
     terminal.progress.clear();
-    Tell(result, name, messages);
+    TellExpansion(result, name, messages);
+    context.readIncomplete = context.readIncomplete || result.isIncomplete;
     return result.problem.empty() ? std::optional(std::move(image)) : std::nullopt;
 }
 

@@ -12,6 +12,10 @@
 
 namespace vellmark {
 
+/// Tells why an image was not expanded, or what is odd about it when it was: where something is
+/// missing, even to somebody who wants no remarks.
+void TellExpansion(const ExpandResult& result, const std::string& name, Messages& messages);
+
 class PlainImage {
   public:
     /// What is to be opened for an image that somebody named. A compressed one is expanded: without
@@ -19,9 +23,10 @@ class PlainImage {
     /// after a question, and another one whether the plain image is to be kept, under a name that
     /// is then changed too where the image is to be changed. Everything else is opened as it is, a
     /// compressed image that is to be changed too, so that whoever opens it refuses it. Nothing
-    /// after a message, or when the person did not want it.
+    /// after a message, or when the person did not want it. The context notes an image that lacks
+    /// something.
     [[nodiscard]] static std::optional<PlainImage> Open(const std::string& named, Access access,
-                                                        const CommandContext& context,
+                                                        CommandContext& context,
                                                         Terminal& terminal);
 
     /// The path to open.

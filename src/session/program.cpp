@@ -47,7 +47,9 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
 }  // namespace
 
 int RunProgram(std::span<const std::string> arguments, CommandContext& context) {
-    const int status = Run(arguments, context);
+    int status = Run(arguments, context);
+    if (status == kExitDone && context.readIncomplete)
+        status = kExitSkipped;
     errno = 0;
     if (context.output.flush())
         return status;

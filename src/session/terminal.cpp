@@ -16,9 +16,13 @@ namespace {
 std::atomic<bool> stopRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-// The last one is a reader of the output that went away: the failed write tells that too, and does
-// not leave temporary files behind.
-constexpr std::array<int, 4> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+constexpr std::array<int, 6> kSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXFSZ};
+
+// A reader of the output that went away, and a file that may not grow any more: the failed write
+// tells that too, and does not leave temporary files behind.
+bool IsFailedWrite(int signal) {
+    return signal == SIGPIPE || signal == SIGXFSZ;
+}
 
 constexpr int kTextCompiling = 1390;
 
@@ -87,7 +91,7 @@ StopSignals::StopSignals() {
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
         // Without SA_RESTART a question that waits for its answer is ended too.
         struct sigaction action {};
-        action.sa_handler = kSignals[i] == SIGPIPE ? SIG_IGN : NoteSignal;
+        action.sa_handler = IsFailedWrite(kSignals[i]) ? SIG_IGN : NoteSignal;
         ::sigaction(kSignals[i], nullptr, &before_[i]);
         if (before_[i].sa_handler != SIG_IGN)
             ::sigaction(kSignals[i], &action, nullptr);

@@ -15,9 +15,10 @@
 
 namespace vellmark {
 
-/// While it lives, Ctrl-C and a request to end are noted instead of ending the process, so that
-/// what was begun can be taken back. A signal that the process was started to ignore (`nohup`)
-/// stays ignored. Where one lives already, a new one forgets what was asked for before.
+/// While it lives, Ctrl-C, Ctrl-\ and a request to end are noted instead of ending the process, so
+/// that what was begun can be taken back, and a file that grows too large is a failed write. A
+/// signal that the process was started to ignore (`nohup`) stays ignored. Where one lives already,
+/// a new one forgets what was asked for before.
 class StopSignals {
   public:
     StopSignals();
@@ -27,7 +28,7 @@ class StopSignals {
     [[nodiscard]] static bool requested();
 
   private:
-    std::array<struct sigaction, 4> before_{};
+    std::array<struct sigaction, 6> before_{};
 };
 
 /// How a run without a window behaves.

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "IO/disk_image.hpp"
+#include "session/plain_image.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -50,12 +51,9 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
                         {.verify = options.verify,
                          .status = FormatText(kTextDecompressing, context.language, name)});
     terminal.progress.clear();
-    if (result.code != kFileExpanded) {
-        messages.showError(result.problem);
+    TellExpansion(result, name, messages);
+    if (result.code != kFileExpanded)
         return kExitFailed;
-    }
-    if (!result.remark.empty())
-        messages.logMessage(fmt::format("{}: {}", name, result.remark));
     if (!options.quiet)
         context.output << DoneSentence(options, result);
     return result.isIncomplete ? kExitSkipped : kExitDone;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "IO/disk_image.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 #include "support/texts.hpp"
@@ -221,9 +222,8 @@ bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint6
 std::string MountProblem(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (volume.image->size() == 0)
         return std::string(messages.text(kTextEmptyFile));
-    if (const std::string_view refusal = ClassRefusal(ClassifyImage(*volume.image));
-        !refusal.empty())
-        return std::string(refusal);
+    if (std::string refusal = ImageRefusal(*volume.image); !refusal.empty())
+        return refusal;
     if (request.partition) {
         std::vector<PartitionEntry> partitions;
         (void)ScanMedium(volume, partitions, &messages);

@@ -8,9 +8,7 @@
 
 #include "IO/disk_image.hpp"
 #include "IO/disk_image_codecs.hpp"
-#include "IO/disk_image_list.hpp"
 #include "IO/disk_image_maker.hpp"
-#include "IO/expanded_image.hpp"
 
 namespace vellmark {
 namespace {
@@ -22,6 +20,8 @@ struct Expanded {
     Bytes plain;
 };
 
+constexpr std::uint64_t kMostRead = std::uint64_t{1} << 24;
+
 Expanded Expand(const Bytes& image, const ExpandOptions& options = {}, int stopAt = 0) {
     const TemporaryFolder folder;
     const std::string path = folder.path() + "/plain";
@@ -29,7 +29,8 @@ Expanded Expand(const Bytes& image, const ExpandOptions& options = {}, int stopA
     RecordedProgress progress(stopAt);
     PcFile target(path, PcFile::Mode::CreateNew);
     const ExpandResult result = ExpandImage(source, target, progress, options);
-    return {result, ReadFile(path)};
+    // A damaged count can make it as long as it likes.
+    return {result, target.size() > kMostRead ? Bytes() : ReadFile(path)};
 }
 
 Bytes operator+(Bytes first, const Bytes& second) {
@@ -133,7 +134,22 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
     const auto unsized = [](ImageMaker& m) { m.sectorCount = 0; };
     const Case cases[] = {
         {"an end mark alone", 0, 0, "", [&](ImageMaker& m) { m.table({}); }},
-        {"no table at all", 0, 0, "", [&](ImageMaker&) {}},
+        {"no table at all", -1, 0, "holds no block table", [&](ImageMaker&) {}},
+        {"none, where the sectors are counted", -1, 0, "holds no block table",
+         [&](ImageMaker& m) {
+             m.sectorCount = 9;
+             m.section("");
+         }},
+        {"none that the version allows", -1, 0, "allows no block table",
+         [&](ImageMaker& m) {
+             unsized(m);
+             m.version = 0;
+             m.table({good});
+         }},
+        {"a stream of nothing", 0, 2048, "",
+         [&](ImageMaker& m) {
+             m.table({{kZlibBlock, 0}, {kBzip2Block, 0}, good, {kLzmaBlock, 0}});
+         }},
         {"the version caps the tables", 0, 2048, "",
          [&](ImageMaker& m) {
              unsized(m);
@@ -205,10 +221,16 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
          [&](ImageMaker& m) {
              m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.position = ~0ULL - 1; })});
          }},
-        {"blocks over each other", -1, 0, "stand for more than the 4 sectors",
+        {"a block over the end of another", -1, 0, "block 2 of table 1 (zlib): it goes where an ea",
          [&](ImageMaker& m) {
-             m.sectorCount = 4;
-             m.table({good, block(kZlibBlock, two, [](MadeBlock& b) { b.position = 0; })});
+             m.sectorCount = 9;
+             m.table({good, block(kZlibBlock, two, [](MadeBlock& b) { b.position = 3; })});
+         }},
+        {"zeros over the start of a block of another table", -1, 0, "block 1 of table 2 (zeros): i",
+         [&](ImageMaker& m) {
+             m.sectorCount = 9;
+             m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.position = 5; })});
+             m.table({{kZeroBlock, 4}});
          }},
         {"more sectors than fit 64 bits", -1, 0, "more sectors than any disk has",
          [&](ImageMaker& m) {
@@ -220,9 +242,14 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
              m.sectorCount = 1ULL << 60;
              m.table({good});
          }},
-        {"tables that leave something out", 0, 2048, "leave out 6 of its 10 sectors",
+        {"tables that leave something out", 0, 5120, "leave out 6 of its 10 sectors",
          [&](ImageMaker& m) {
              m.sectorCount = 10;
+             m.table({good});
+         }},
+        {"a count that no file has where blocks end before", 0, 2048, "leave out 4503599627370492",
+         [&](ImageMaker& m) {
+             m.sectorCount = 1ULL << 52;
              m.table({good});
          }},
         {"a list outside the file", -1, 0, "property list outside the file",
@@ -257,6 +284,7 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
 
 TEST(ExpandImage, TheFirstWrongBlockIsToldWhateverTheThreadsDo) {
     std::vector<MadeBlock> blocks;
+    blocks.reserve(30);
     for (int i = 0; i < 30; ++i)
         blocks.push_back(BlockOf(kBzip2Block, Sectors(100, i)));
     blocks[17] = BlockOf(kZlibBlock, Sectors(1, 1));
@@ -291,40 +319,6 @@ TEST(ExpandImage, ChecksumsAreComparedOnRequestAlone) {
     }
 }
 
-TEST(ExpandAdc, FollowsThePublishedCodes) {
-    struct Case {
-        Bytes stored;
-        std::string_view filled;
-        std::string_view pattern;
-    };
-    const Case cases[] = {
-        {{0x82, 'a', 'b', 'c'}, "abc", "abc"},
-        // A short match: 3 to 18 bytes, a distance of 1 to 1024.
-        {{0x82, 'a', 'b', 'c', 0x00, 0x02}, "abcabc", "abcabc"},
-        // A long one: 4 to 67 bytes, a distance of 1 to 65536.
-        {{0x83, 'a', 'b', 'c', 'd', 0x40, 0x00, 0x03}, "abcdabcd", "abcdabcd"},
-        // A distance of 2 and a length of 6.
-        {{0x81, 'a', 'b', 0x0C, 0x01}, "abaaaaaa", "abababab"},
-        {{0x80, 'a', 0x42, 0x00, 0x00}, "aaaaaaa", "aaaaaaa"},
-    };
-    for (const Case& c : cases) {
-        for (const AdcMatch match : {AdcMatch::Fill, AdcMatch::Pattern}) {
-            Bytes plain(16);
-            const AdcResult result = ExpandAdc(c.stored, plain, match);
-            plain.resize(result.length);
-            EXPECT_EQ(result.end, BlockEnd::Done);
-            EXPECT_EQ(plain, BytesOf(match == AdcMatch::Fill ? c.filled : c.pattern));
-            EXPECT_EQ(result.isAmbiguous, c.filled != c.pattern) << c.filled;
-        }
-    }
-    Bytes small(4);
-    EXPECT_EQ(ExpandAdc(Bytes{0x80, 'a', 0x00, 0x01}, small, AdcMatch::Fill).end, BlockEnd::Damaged)
-        << "a distance to before the block";
-    EXPECT_EQ(ExpandAdc(Bytes{0x80, 'a', 0x40, 0x00}, small, AdcMatch::Fill).end, BlockEnd::Cut);
-    EXPECT_EQ(ExpandAdc(Bytes{0x80, 'a', 0x08, 0x00}, small, AdcMatch::Fill).end,
-              BlockEnd::TooLong);
-}
-
 TEST(ExpandImage, ATablesChecksumTellsWhatAnOverlappingMatchMeans) {
     const Bytes stored = {0x81, 'a', 'b', 0x7F, 0x00, 0x01, 0x7F, 0x00, 0x01};
     Bytes filled(512);
@@ -350,34 +344,6 @@ TEST(ExpandImage, ATablesChecksumTellsWhatAnOverlappingMatchMeans) {
     }
 }
 
-TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
-    const std::pair<std::string_view, std::string_view> cases[] = {
-        {"<data>\n\tQUJD\r\n\tRE  VG\n</data>", "ABCDEF"},
-        {"<data>QUJDRA==</data>", std::string_view("ABCD\0\0", 6)},
-        {"<data>QUJDR</data>", std::string_view("ABCD\0\0", 6)},
-        {"<x></x><data></data><data>+/+/</data>", ""},
-        {"<data>*!~</data>", ""}};
-    for (const auto& [text, expected] : cases) {
-        MemoryBytes file(BytesOf(text));
-        DataSections sections(file, 0, text.size());
-        ASSERT_TRUE(sections.next()) << text;
-        Bytes out(64);
-        out.resize(sections.read(out));
-        EXPECT_EQ(out, BytesOf(expected)) << text;
-    }
-    // A tag that lies across the end of any piece that is read.
-    for (std::size_t filler = 16370; filler < 16390; ++filler) {
-        const std::string text = std::string(filler, '<') + "<data>QUJD</data><data>QUJD";
-        MemoryBytes file(BytesOf(text));
-        DataSections sections(file, 0, text.size());
-        ASSERT_TRUE(sections.next()) << filler;
-        Bytes out(3);
-        EXPECT_EQ(sections.read(out), 3);
-        EXPECT_EQ(out, BytesOf("ABC"));
-        EXPECT_FALSE(sections.next());
-    }
-}
-
 TEST(ExpandImage, DamageAnywhereGivesAResultAndNeverMoreThanTheImageSays) {
     ImageMaker maker;
     for (const std::uint32_t type : kStoringTypes)
@@ -398,7 +364,11 @@ TEST(ExpandImage, DamageAnywhereGivesAResultAndNeverMoreThanTheImageSays) {
         const Expanded expanded = Expand(image, {.threads = 2});
         EXPECT_EQ(expanded.result.code != 0, !expanded.result.problem.empty());
         // A damaged count may tell of none, or of more.
-        EXPECT_LE(expanded.plain.size(), std::size_t{1} << 20);
+        be64 told;
+        std::copy_n(image.end() - 20, sizeof told, reinterpret_cast<std::uint8_t*>(&told));
+        if (told != 0) {
+            EXPECT_LE(expanded.plain.size(), told * 512);
+        }
     }
 }
 
@@ -414,6 +384,14 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
         EXPECT_EQ(result.code, kExpansionFailed);
         EXPECT_EQ(ReadFile(out), BytesOf("older"));
     }
+    // Before any block: a list of many tables that hold nothing.
+    ImageMaker empty;
+    for (int i = 0; i < 500; ++i)
+        empty.table({});
+    empty.sectorCount = 1;
+    const ExpandResult stopped = Expand(empty.make(), {}, 10).result;
+    EXPECT_TRUE(stopped.isStopped) << stopped.problem;
+
     MemoryBytes source(ReadFile(in));
     RecordedProgress progress;
     PcFile full("/dev/full", PcFile::Mode::ReadWrite);
@@ -421,50 +399,6 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
     EXPECT_EQ(result.code, kExpansionFailed);
     EXPECT_NE(result.problem.find("cannot be written: No space left"), std::string::npos);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
-}
-
-TEST(ExpandImageFile, GivesTheCodesThatItsCallersKnow) {
-    const TemporaryFolder folder;
-    const std::string out = folder.path() + "/out.img";
-    Bytes boot(1024);
-    boot[510] = 0x55;
-    boot[511] = 0xAA;
-    Bytes protective = boot;
-    boot[450] = 0xAF;
-    protective[450] = 0xEE;
-    const Bytes good = ImageMaker().table({BlockOf(kZlibBlock, Sectors(4, 1))}).make();
-    const std::pair<Bytes, std::int64_t> cases[] = {{Bytes(2048), kFileNotExpanded},
-                                                    {BytesOf("sprs"), kExpansionFailed},
-                                                    {protective, 6},
-                                                    {boot, 7},
-                                                    {Bytes(2048, 'x'), -1},
-                                                    {good, kFileExpanded}};
-    RecordedProgress progress;
-    for (const auto& [bytes, code] : cases) {
-        const std::string in = MakeFile(folder, "in", bytes);
-        const ExpandResult result = ExpandImageFile(in, out, progress);
-        EXPECT_EQ(result.code, code);
-        EXPECT_EQ(result.problem.starts_with(in), code != kFileExpanded) << result.problem;
-        EXPECT_EQ(std::filesystem::exists(out), code == kFileExpanded);
-    }
-    EXPECT_TRUE(ReadFile(out) == Sectors(4, 1));
-    EXPECT_EQ(ExpandImageFile(folder.path() + "/none", out, progress).code, kFileNotExpanded);
-    EXPECT_EQ(ExpandImageFile(folder.path() + "/in", "/none/out", progress).code, kFileNotExpanded);
-}
-
-TEST(ExpandedImage, IsReadByItsPathAndHasNoName) {
-    const TemporaryFolder folder;
-    const std::string in =
-        MakeFile(folder, "in.dmg", ImageMaker().table({BlockOf(kZlibBlock, Sectors(4, 1))}).make());
-    RecordedProgress progress;
-    ExpandResult result;
-    const auto image = ExpandedImage::Open(in, progress, result);
-    ASSERT_TRUE(image) << result.problem;
-    EXPECT_TRUE(ReadFile(image->path()) == Sectors(4, 1));
-    EXPECT_NE(std::filesystem::read_symlink(image->path()).string().find("(deleted)"),
-              std::string::npos);
-    EXPECT_FALSE(ExpandedImage::Open(folder.path(), progress, result));
-    EXPECT_NE(result.problem, "");
 }
 
 }  // namespace

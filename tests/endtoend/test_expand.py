@@ -1,6 +1,7 @@
 """Compressed disk images: expanded as other programs expand them, and opened by every verb."""
 
 import os
+import resource
 import shutil
 import signal
 import subprocess
@@ -123,7 +124,7 @@ class Expand(Case):
         cases = {"plain": (self.plain, "is no compressed disk image"),
                  "sparse": (b"sprs" + bytes(4096), "sparse"),
                  "trailer": (good[:-512], "end in the trailer"),
-                 "middle": (good[:5000] + bytes(64) + good[5064:], "(zlib): its compressed data"),
+                 "start": (bytes(2) + good[2:], "(zlib): its compressed data is damaged"),
                  "lzfse": (disk_images.udif([[(LZFSE, bytes(SECTOR))]]), "LZFSE")}
         for name, (contents, words) in cases.items():
             with self.subTest(name=name):
@@ -147,9 +148,18 @@ class Expand(Case):
         blocks = disk_images.cut(self.plain, ZLIB)
         contents = bytearray(disk_images.udif([blocks]))
         contents[-512 + 492:-512 + 500] = (len(self.plain) // SECTOR + 9).to_bytes(8, "big")
-        result = self.vellmark("expand", self.image("disk.dmg", contents), "out.img", "--force")
-        self.assertEqual(SKIPPED, result.returncode)
-        self.assertIn(b"leave out 9 of its", result.stderr)
+        image = self.image("disk.dmg", contents)
+        for arguments in (("expand", image, "out.img", "--force", "--quiet"), ("ls", image),
+                          ("label", image), ("find", image, "Read"), ("/DC", image, "out.img")):
+            with self.subTest(arguments=arguments):
+                result = self.vellmark(*arguments)
+                self.assertEqual(SKIPPED, result.returncode)
+                self.assertIn(b"disk.dmg: Its tables leave out 9 of its", result.stderr)
+                self.assertNotIn(b"skipped", result.stderr)
+                if "out.img" in arguments:
+                    out = self.work / "out.img"
+                    self.assertTrue(out.read_bytes() == self.plain + bytes(9 * SECTOR))
+                    out.unlink()
 
     def test_batch_command(self):
         """Catches a batch command that does something else, or ends with another status."""
@@ -165,10 +175,23 @@ class Expand(Case):
             self.assertEqual(FAILED, self.vellmark(*arguments).returncode)
             self.assertFalse((self.work / "x.img").exists())
 
+    def test_file_that_may_not_grow(self):
+        """Catches a program that a limit on the size of files ends, and leaves a file behind."""
+        image = self.image("disk.dmg", disk_images.udif([disk_images.cut(self.plain, ZLIB)]))
+        for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):
+            result = subprocess.run(
+                [VELLMARK, *verb], env=environment(TMPDIR=str(self.scratch)), check=False,
+                capture_output=True, stdin=subprocess.DEVNULL, timeout=60, preexec_fn=lambda:
+                resource.setrlimit(resource.RLIMIT_FSIZE, (65536, 65536)))
+            self.assertEqual(FAILED, result.returncode)
+            self.assertIn(b"cannot be written: File too large", result.stderr)
+            self.assertEqual([], os.listdir(self.scratch))
+
     def test_stopped(self):
         """Catches a temporary file or a target that a stopped program leaves behind."""
         image = self.image("long.dmg", disk_images.endless(400))
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT,
+                       signal.SIGKILL):
             for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):
                 with self.subTest(signal=number, verb=verb[0]):
                     self._stop(number, verb)

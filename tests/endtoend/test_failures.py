@@ -121,7 +121,6 @@ class Targets(Failures):
 
     def _full(self, kind, limit):
         def restrict():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
         result = subprocess.run(
             [VELLMARK, "make", self.source, "-o", self.image, "--force", *kind.options],

@@ -44,8 +44,11 @@ TEST_F(CompressedImageTest, IsExpandedAndKeptAsThePersonWants) {
         {"", {"label", "d.dmg"}, 1, "", "Do you want to uncompress"},
         {"y\nn\n", {"label", "d.dmg"}, 0, "", "Do you want to save the uncompressed image?"},
         {"y\ny\n\n", {"ls", "d.dmg"}, 0, "d.img", "Name for d.img?"},
-        {"y\ny\nd.img\n", {"ls", "d.dmg"}, 1, "d.img", "d.img exists already"},
-        {"y\ny\nother\n", {"label", "d.dmg", "New"}, 0, "other", ""},
+        {"y\ny\nd.img\n", {"ls", "d.dmg"}, 1, "d.img", "d.img exists already on the medium"},
+        {"y\ny\nd.img\nn\nother\n", {"ls", "d.dmg"}, 0, "other", "Name for d.img?"},
+        {"y\ny\nd.img\ny\n", {"ls", "d.dmg"}, 0, "d.img", "Do you want to overwrite it?"},
+        {"y\ny\nd.dmg\n", {"ls", "d.dmg"}, 1, "", "d.dmg is the compressed image itself"},
+        {"y\ny\nother\ny\n", {"label", "d.dmg", "New"}, 0, "other", ""},
         {"y\nn\n", {"label", "d.dmg", "New"}, 1, "", "the verb expand makes a plain image"},
     };
     const std::string image = test::Bytes("d.dmg");

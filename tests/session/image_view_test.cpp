@@ -35,6 +35,8 @@ class NoImageTest : public ReadingTest {
 TEST_F(NoImageTest, EachKindOfFileGetsItsOwnReason) {
     std::string trailer(4096, '\0');
     trailer.replace(4096 - 512, 4, "koly");
+    std::string badTrailer = trailer;
+    badTrailer.replace(4096 - 512 + 224, 1, "\x01");
     // A volume header whose block size is 0, so that nothing of it can be used.
     std::string header(4096, '\0');
     header.replace(1024, 2, "BD");
@@ -45,12 +47,13 @@ TEST_F(NoImageTest, EachKindOfFileGetsItsOwnReason) {
         std::string bytes;
         const char* reason;
     } cases[] = {{"null.img", "", "Null length file"},
-                 {"byte.img", "x", "compressed disk image, or begins like one"},
+                 {"byte.img", "x", "begins like a compressed disk image, and does not end"},
                  {"random.img", "a" + test::Pattern(100'000), "holds no ISO 9660 tree"},
                  {"short.img", std::string(700, 'a'), "cut short"},
                  {"bzip2.img", "BZh9" + std::string(4096, 'a'), "compressed disk image"},
                  {"map.img", "PM" + trailer.substr(2), "compressed disk image"},
-                 {"trailer.img", trailer, "compressed disk image"},
+                 {"trailer.img", trailer, "compressed disk image, which tells of no block"},
+                 {"list.img", badTrailer, "property list outside the file"},
                  {"sparse.img", "sprs" + std::string(4096, 'a'), "sparse disk image"},
                  {"header.img", header, "Macintosh volume that is damaged"},
                  {"cut.img", cut, "cut.img: The image ends before its volume does."}};

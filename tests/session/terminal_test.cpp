@@ -109,7 +109,7 @@ TEST_F(TerminalTest, ProgressIsDrawnOnATerminalAloneAndTakenAwayBeforeAMessage) 
 
 TEST_F(TerminalTest, ASignalStopsTheWorkAndAnIgnoredOneStaysIgnored) {
     Terminal terminal(context_, {});
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         const StopSignals signals;
         EXPECT_TRUE(terminal.progress.chunk(1));
         ASSERT_EQ(::raise(signal), 0);
