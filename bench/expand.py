@@ -2,6 +2,7 @@
 
 import bz2
 import functools
+import multiprocessing
 import random
 import sys
 import zlib
@@ -32,12 +33,20 @@ def contents():
     return b"".join(parts) * (IMAGE_MEGABYTES // DISTINCT_MEGABYTES)
 
 
+def write_image(path, kind, compress):
+    """Makes the disk image of a kind of block."""
+    disk_images.STORE[kind] = functools.cache(compress)
+    path.write_bytes(disk_images.udif([disk_images.cut(contents(), kind, BLOCK_SECTORS)]))
+
+
 def image(place, name, kind, compress):
-    """The disk image of a kind of block; made once and kept."""
+    """The same, made once and kept; by another process, whose memory would count as that of the
+    programs which this one starts."""
     path = place / f"expand {name}.dmg"
     if not path.exists():
-        disk_images.STORE[kind] = functools.cache(compress)
-        path.write_bytes(disk_images.udif([disk_images.cut(contents(), kind, BLOCK_SECTORS)]))
+        maker = multiprocessing.Process(target=write_image, args=(path, kind, compress))
+        maker.start()
+        maker.join()
     return path
 
 
