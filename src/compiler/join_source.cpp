@@ -100,6 +100,9 @@ JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
             return result.code == kFileNotExpanded ? JoinSourceResult::NoTemporaryFile
                                                    : JoinSourceResult::Refused;
         }
+        // Zeros in a volume are no loss of one file alone.
+        if (result.isIncomplete)
+            return refuse(result.remark, JoinSourceResult::Refused);
         disk_ = &expanded_->file();
         imageClass = ClassifyImage(*disk_);
     }

@@ -27,8 +27,9 @@ def pack():
             + struct.pack(">H", len(video)) + video)
 
 
-def disk_image(plain):
-    """A compressed disk image with one block of zlib, after its published layout."""
+def disk_image(plain, missing=0):
+    """A compressed disk image with one block of zlib, after its published layout. Its tables leave
+    out so many sectors behind it."""
     stored = zlib.compress(plain)
     table = b"mish".ljust(204, b"\0")
     for kind, sectors, length in ((0x80000005, len(plain) // 512, len(stored)),
@@ -40,7 +41,7 @@ def disk_image(plain):
     trailer[:12] = b"koly" + struct.pack(">II", 4, 512)
     trailer[24:40] = struct.pack(">QQ", 0, len(stored))
     trailer[216:232] = struct.pack(">QQ", len(stored), len(text))
-    trailer[492:500] = struct.pack(">Q", len(plain) // 512)
+    trailer[492:500] = struct.pack(">Q", len(plain) // 512 + missing)
     return stored + text + bytes(trailer)
 
 
@@ -136,6 +137,13 @@ class Hybridation(Discs):
         self.assertEqual(DONE, result.returncode, result.stderr)
         self.assert_both_sides(image, "hfs")
         self.assertEqual([], os.listdir(scratch))
+
+        image = self.copy(self.disc, "other.iso")
+        compressed.write_bytes(disk_image(self.volumes["hfs"].read_bytes(), missing=8))
+        result = self.vellmark("join", image, compressed)
+        self.assertEqual(FAILED, result.returncode, "a volume with holes was joined")
+        self.assertIn(b"8 of", result.stderr)
+        self.assertEqual(self.disc.read_bytes(), image.read_bytes())
 
     def test_bootable_disc(self):
         """Catches a boot sector that is overwritten unasked."""
