@@ -43,7 +43,7 @@ struct VideoEntry {
     std::uint8_t frame;
 };
 
-/// The table of entries, one sector of data (Video CD Specification, "ENTRIES.VCD").
+/// The table of entries, one sector of data (White Book, "ENTRIES.VCD").
 struct EntryTable {
     std::array<char, 8> mark;  ///< "ENTRYVCD"
     std::array<std::uint8_t, 2> version;

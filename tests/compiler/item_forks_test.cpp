@@ -76,6 +76,14 @@ class ItemForks : public CompilerTest {
         return made;
     }
 
+    // The files of a row in the tree, and no other companion.
+    void lay(const Row& row) {
+        write(row.name, row.file);
+        std::filesystem::remove(tree() + "/._" + row.name);
+        if (!row.companion.empty())
+            write(std::string("._") + row.name, row.companion);
+    }
+
     [[nodiscard]] DiscPlan planOf(ProjectFile& made, CompileMode mode) {
         CompileContext request = context(made);
         request.mode = mode;
@@ -114,10 +122,7 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
     for (const Row& row : rows()) {
         SCOPED_TRACE(::testing::Message()
                      << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
-        write(row.name, row.file);
-        std::filesystem::remove(tree() + "/._" + row.name);
-        if (!row.companion.empty())
-            write(std::string("._") + row.name, row.companion);
+        lay(row);
         ProjectFile made = projectOf(row.coding, row.name);
         const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
         ASSERT_EQ(plan.folders[0].items.size(), 1u);
@@ -147,10 +152,7 @@ TEST_F(ItemForks, WithTheAppleExtensionForksStandForTheContainer) {
     for (const Row& row : rows()) {
         SCOPED_TRACE(::testing::Message()
                      << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
-        write(row.name, row.file);
-        std::filesystem::remove(tree() + "/._" + row.name);
-        if (!row.companion.empty())
-            write(std::string("._") + row.name, row.companion);
+        lay(row);
         ProjectFile made = projectOf(row.coding, row.name, ProjectMode::IsoPlus);
         DiscPlan plan = planOf(made, CompileMode::IsoPlus);
         ASSERT_EQ(plan.folders[0].items.size(), row.hfs ? 1u : 0u);
@@ -169,6 +171,18 @@ TEST_F(ItemForks, WithTheAppleExtensionForksStandForTheContainer) {
     ASSERT_EQ(CompileProject(request), CompileResult::Done);
     ASSERT_EQ(messages_.skipped.size(), 1u);
     EXPECT_EQ(messages_.skipped[0].first, tree() + "/file");
+}
+
+// Catches a resource fork that is lost without a word when an editor drops the streams of a file.
+TEST_F(ItemForks, AStreamThatIsGoneIsNamed) {
+    write("file", "data");
+    ProjectFile made = projectOf(ForkCoding::NamedStreams);
+    for (const std::uint32_t kept : {0u, 7u}) {
+        made.changeRuns([&](std::span<ProjectRecord> run) { run[0].resourceSize = kept; });
+        const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
+        ASSERT_EQ(plan.leftOut.size(), kept == 0 ? 0u : 1u);
+        EXPECT_EQ(plan.folders[0].items[0].dataFork().sizeBytes, 4u) << "the data fork stays";
+    }
 }
 
 TEST_F(ItemForks, FinderFlagsComeFromRecordAndContainer) {
