@@ -8,12 +8,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <vector>
 
 #include "compiler/cue_sheet.hpp"
 #include "compiler/video_directories.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/endian.hpp"
 #include "support/pc_folder.hpp"
@@ -30,8 +30,6 @@ constexpr std::string_view kCopyingVideo = "Copying the video tracks...";
 constexpr std::uint64_t kEntriesSector = 151;
 constexpr std::string_view kEntriesMark = "ENTRYVCD";
 constexpr std::size_t kMostEntries = 500;
-/// Names that are tried for an older backup.
-constexpr int kMostAsideNames = 100;
 /// Raw sectors that are copied at a time.
 constexpr std::size_t kPiece = 64;
 
@@ -142,34 +140,16 @@ std::string PlanSheet(const JoinJob& job, Plan& plan) {
     return {};
 }
 
-std::string_view OtherKind(PcKind kind) {
-    return kind == PcKind::Folder    ? "a folder"
-           : kind == PcKind::Missing ? "a link that leads nowhere"
-                                     : "a pipe, a socket or a device";
-}
-
-// The names that the old files get; "" or which of them is taken.
+// The names that the old files get, which nothing has; "" or that there are none.
 std::string PlanBackups(const JoinJob& job, Plan& plan) {
-    const std::filesystem::path image(job.path);
-    plan.imageBackup = std::filesystem::path(image).replace_extension("BAK").string();
+    std::vector<BackedUpFile> files = {{job.path, "BAK"}};
     if (!plan.sheetPath.empty())
-        plan.sheetBackup = std::filesystem::path(plan.sheetPath).replace_extension("BAC").string();
-    for (const std::string& backup : {plan.imageBackup, plan.sheetBackup}) {
-        const PcFacts facts = PcFactsOf(backup);
-        const bool isThere = !backup.empty() && (facts.kind != PcKind::Missing || facts.isLink);
-        for (const std::string& used : {job.path, plan.sheetPath, job.source.path()})
-            if (isThere && AreSameFile(backup, used))
-                return fmt::format("{} has the name that the old file is to get.",
-                                   Printable(backup));
-        if (!isThere)
-            continue;
-        if (facts.kind != PcKind::File)
-            return fmt::format("{} is to keep the old file, and is {}.", Printable(backup),
-                               OtherKind(facts.kind));
-        if (!job.options.force)
-            return fmt::format("{} is to keep the old file, and exists already.",
-                               Printable(backup));
-    }
+        files.push_back({plan.sheetPath, "BAC"});
+    const auto paths = BackupPaths(files, [](const std::string&) { return false; });
+    if (paths.empty())
+        return "All names are taken that could keep the old file.";
+    plan.imageBackup = paths.front();
+    plan.sheetBackup = plan.sheetPath.empty() ? std::string{} : paths.back();
     return {};
 }
 
@@ -224,8 +204,7 @@ bool WriteImage(const JoinJob& job, const Plan& plan, PcFile& target) {
     return CopySectors(job, plan, target, plan.videoSector, plan.oldSectors, plan.added);
 }
 
-// A file whose place a new one takes, kept under a second name. An older file of that name is put
-// aside until all is done.
+// A file whose place a new one takes, kept under a second name that nothing has.
 class ReplacedFile {
   public:
     ReplacedFile(std::string path, std::string backup)
@@ -233,11 +212,11 @@ class ReplacedFile {
 
     /// 0 or the system's error number.
     [[nodiscard]] int keep() {
-        if (const int error = putAside(); error != 0)
-            return error;
+        isKept_ = ::link(path_.c_str(), backup_.c_str()) == 0;
+        if (isKept_ || errno == EEXIST)
+            return isKept_ ? 0 : errno;
         // A file system without hard links: for a moment nothing has the old name.
-        isKept_ = ::link(path_.c_str(), backup_.c_str()) == 0 ||
-                  ::rename(path_.c_str(), backup_.c_str()) == 0;
+        isKept_ = ::rename(path_.c_str(), backup_.c_str()) == 0;
         return isKept_ ? 0 : errno;
     }
     void restore() {
@@ -245,42 +224,16 @@ class ReplacedFile {
             ::unlink(backup_.c_str());
         else if (isKept_)
             (void)::rename(backup_.c_str(), path_.c_str());
-        // What could not be brought back must not be lost as well.
-        if (!aside_.empty() && PcFactsOf(backup_).kind == PcKind::Missing)
-            (void)::rename(aside_.c_str(), backup_.c_str());
-        aside_.clear();
-    }
-    void done() const {
-        if (!aside_.empty())
-            ::unlink(aside_.c_str());
     }
 
   private:
-    [[nodiscard]] int putAside() {
-        if (PcFactsOf(backup_).kind == PcKind::Missing)
-            return 0;
-        // The name is short, so that a long one does not become too long.
-        const std::string stem = fmt::format("{}/.vellmark-{}-", FolderOf(backup_), ::getpid());
-        int number = 0;
-        do
-            aside_ = fmt::format("{}{}.old", stem, number++);
-        while (number < kMostAsideNames && PcFactsOf(aside_).kind != PcKind::Missing);
-        const bool isFree = PcFactsOf(aside_).kind == PcKind::Missing;
-        if (isFree && ::rename(backup_.c_str(), aside_.c_str()) == 0)
-            return 0;
-        const int error = isFree ? errno : EEXIST;
-        aside_.clear();
-        return error;
-    }
-
     std::string path_;
     std::string backup_;
-    std::string aside_;
     bool isKept_ = false;
 };
 
 // Both files get their names, or neither. Whatever ends the process in between leaves the old files
-// under the names of their backups, and older backups under those that they have aside.
+// under the names of their backups.
 int Publish(const JoinJob& job, const Plan& plan, TargetFile& image, TargetFile* sheet) {
     ReplacedFile oldImage(job.path, plan.imageBackup);
     ReplacedFile oldSheet(plan.sheetPath, plan.sheetBackup);
@@ -294,11 +247,16 @@ int Publish(const JoinJob& job, const Plan& plan, TargetFile& image, TargetFile*
     if (error != 0) {
         oldImage.restore();
         oldSheet.restore();
-    } else {
-        oldImage.done();
-        oldSheet.done();
     }
     return error;
+}
+
+void TellBackup(const JoinJob& job, const Plan& plan) {
+    if (plan.imageBackup == WithExtension(job.path, "BAK"))
+        return;
+    job.messages.showTimedMessage(
+        fmt::format("The disc as it was is kept as {}, as a usual name of a backup is taken.",
+                    Printable(plan.imageBackup)));
 }
 
 HybridationResult Write(JoinJob& job, const Plan& plan) {
@@ -316,6 +274,7 @@ HybridationResult Write(JoinJob& job, const Plan& plan) {
     }
     if (const int error = Publish(job, plan, image, sheet ? &*sheet : nullptr); error != 0)
         return job.notPublished(error);
+    TellBackup(job, plan);
     job.sizeBytes = std::uint64_t{plan.sectors()} * kRawSectorBytes;
     return HybridationResult::Done;
 }

@@ -183,9 +183,13 @@ class ProjectFile {
     std::unordered_map<std::int32_t, Place> places_;  // of a number that stands twice, one
 };
 
-/// Copies a project's file to the same path with the extension `BAK`. False when that cannot be
-/// done, which is no reason not to open the project.
-[[nodiscard]] bool BackUpProject(const std::string& path);
+/// Where the backup of a project goes (support/backup_path.hpp): to the same path with the
+/// extension `BAK`, in the place of the backup of a project alone; a numbered one where something
+/// else has that name. Empty when no name is free.
+[[nodiscard]] std::string ProjectBackupPath(const std::string& path);
+/// Copies a project's file there. Returns the path of the copy; empty when it cannot be made, which
+/// is no reason not to open the project.
+[[nodiscard]] std::string BackUpProject(const std::string& path);
 
 /// Why this user may not save a project over its file: the system's error number, 0 when they may.
 [[nodiscard]] int SaveRefusal(const std::string& path);

@@ -4,12 +4,14 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 
 #include "containers/names.hpp"
 #include "project/project_file.hpp"
 #include "project/view_names.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -84,6 +86,16 @@ bool ReadRecords(PcFile& file, std::map<std::int32_t, ProjectFile::Run>& childre
         offset += want;
     }
     return true;
+}
+
+// Of whatever version.
+bool IsProject(const std::string& path) {
+    const PcFacts facts = PcFactsOf(path);
+    if (facts.kind != PcKind::File || facts.isLink)
+        return false;
+    PcFile file(path, PcFile::Mode::Read);
+    std::array<char, kMagic.size()> magic{};
+    return file.readRecord(0, magic) && std::string_view(magic.data(), magic.size()) == kMagic;
 }
 
 std::span<const std::uint8_t> BytesOf(const ProjectFile::Run& run) {
@@ -191,18 +203,25 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     return error == 0 || show(SystemErrorText(error));
 }
 
-bool BackUpProject(const std::string& path) {
-    const std::size_t nameStart = path.find_last_of('/') + 1;
-    const std::size_t dot = path.find_last_of('.');
-    const bool hasExtension = dot != std::string::npos && dot > nameStart;
-    const std::string backupPath = path.substr(0, hasExtension ? dot : path.size()) + ".BAK";
+std::string ProjectBackupPath(const std::string& path) {
+    const BackedUpFile project{path, "BAK"};
+    const std::vector<std::string> paths = BackupPaths({&project, 1}, [&path](const auto& other) {
+        return IsProject(other) && !AreSameFile(other, path);
+    });
+    return paths.empty() ? std::string{} : paths.front();
+}
+
+std::string BackUpProject(const std::string& path) {
     PcFile source(path, PcFile::Mode::Read);
-    if (!source.isOpen() || backupPath == path)
-        return false;
+    std::string backupPath = source.isOpen() ? ProjectBackupPath(path) : std::string{};
+    if (backupPath.empty())
+        return {};
     TargetFile backup(backupPath);
+    const bool replaces = PcFactsOf(backupPath).kind == PcKind::File;
     const std::uint64_t sizeBytes = source.size();
-    return backup.file().isOpen() && backup.file().copyFrom(source, 0, 0, sizeBytes) == sizeBytes &&
-           backup.publish(true, true) == 0;
+    const bool isWhole =
+        backup.file().isOpen() && backup.file().copyFrom(source, 0, 0, sizeBytes) == sizeBytes;
+    return isWhole && backup.publish(replaces, true) == 0 ? backupPath : std::string{};
 }
 
 int SaveRefusal(const std::string& path) {

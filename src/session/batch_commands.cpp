@@ -21,6 +21,7 @@
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
 
 #include "support/encoding.hpp"
 
@@ -37,14 +36,6 @@ FileMode FileModeOf(std::string_view path) {
 
 ProjectMode ProjectModeOf(std::string_view path) {
     return FileModeOf(path) == FileMode::IsoPlus ? ProjectMode::IsoPlus : ProjectMode::Hybrid;
-}
-
-std::string WithExtension(std::string_view path, std::string_view extension) {
-    const std::size_t nameStart = path.find_last_of('/') + 1;
-    const std::size_t dot = path.find_last_of('.');
-    const bool hasExtension = dot != std::string_view::npos && dot > nameStart;
-    return std::string(path.substr(0, hasExtension ? dot : path.size())) + "." +
-           std::string(extension);
 }
 
 }  // namespace vellmark

@@ -21,8 +21,4 @@ enum class FileMode : int {
 /// The kind of project that a file of that name is or becomes: hybrid for any name but an ISO+ one.
 [[nodiscard]] ProjectMode ProjectModeOf(std::string_view path);
 
-/// The path with its extension replaced, or with the extension behind a name that has none. A point
-/// at the very start of a name begins no extension.
-[[nodiscard]] std::string WithExtension(std::string_view path, std::string_view extension);
-
 }  // namespace vellmark

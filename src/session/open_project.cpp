@@ -5,6 +5,7 @@
 #include "session/file_modes.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 
@@ -25,9 +26,14 @@ bool OpenForChange(const std::string& path, Messages& messages,
 }
 
 void BackUpBeforeChange(const ProjectFile& project, Messages& messages) {
-    if (!BackUpProject(project.path()))
+    const std::string usual = WithExtension(project.path(), "BAK");
+    const std::string backup = BackUpProject(project.path());
+    if (backup.empty())
         messages.showTimedMessage(fmt::format("No backup copy of {} could be made beside it.",
                                               Printable(project.path())));
+    else if (backup != usual)
+        messages.showTimedMessage(fmt::format("The backup copy is {}, as {} is no such copy.",
+                                              Printable(backup), Printable(usual)));
 }
 
 bool IsWorthSaving(const InclusionResult& included, Messages& messages) {

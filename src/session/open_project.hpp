@@ -16,7 +16,7 @@ namespace vellmark {
                                  std::optional<ProjectFile>& project);
 
 /// Keeps the project as its file has it, with the extension `BAK` beside it; tells when that cannot
-/// be done.
+/// be done, or when the copy has another name as something else has that one.
 void BackUpBeforeChange(const ProjectFile& project, Messages& messages);
 
 /// Whether the project may be saved after this inclusion: not when it was stopped, or when a name

@@ -2,10 +2,10 @@
 
 #include <fmt/core.h>
 
-#include "session/file_modes.hpp"
 #include "session/open_project.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 
@@ -22,7 +22,7 @@ std::vector<PcIdentity> IdentitiesOf(const std::vector<std::string>& paths) {
 }
 
 std::vector<std::string> OwnPaths(const ProjectFile& project, const CommandContext& context) {
-    return {project.path(), WithExtension(project.path(), "BAK"),
+    return {project.path(), ProjectBackupPath(project.path()),
             context.session ? context.session->journal.path() : std::string{}};
 }
 

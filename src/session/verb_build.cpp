@@ -9,6 +9,7 @@
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
+#include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 

@@ -361,27 +361,24 @@ class VideoCd(Discs):
                 self.assert_refused(bytes(damaged), old_sheet, "Video CD")
         self.assert_refused(old, old_sheet.replace(b"00:06:00", b"00:06:01"), "cue")
         self.assert_refused(old, b"", "cue")
-        backup = self.here / "video.BAK"
-        backup.write_bytes(b"older")
-        self.assert_refused(old, old_sheet, "video.BAK")
-        self.done("join", self.image, self.volumes["hfs"], "--force")
-        self.assertEqual(old, backup.read_bytes())
-        # Nothing of the older backups stays aside.
-        self.assertEqual(["video.BAC", "video.BAK", "video.bin", "video.cue"], self.names())
-        # An image with the name of a backup is not the backup of itself.
-        self.assertEqual(FAILED, self.vellmark("join", backup, self.volumes["hfs"],
-                                               "--force").returncode)
-        self.assertEqual(old, backup.read_bytes())
 
-    def test_names_that_cannot_be_backups(self):
-        """Catches a folder or a dead link that is told to be an older file."""
+    def test_what_has_the_name_of_a_backup_stays(self):
+        """Catches an only original that the next join, or a project's backup, takes the place of."""
         old, old_sheet = self.image.read_bytes(), self.sheet.read_bytes()
-        backup = self.here / "video.BAC"
-        backup.mkdir()
-        self.assert_refused(old, old_sheet, "is a folder", "--force")
-        backup.rmdir()
-        backup.symlink_to("nowhere")
-        self.assert_refused(old, old_sheet, "leads nowhere", "--force")
+        first, second = self.here / "video.BAK", self.here / "video.BAK.1"
+        (self.here / "video.BAC").symlink_to("nowhere")
+        result = self.vellmark("join", self.image, self.volumes["hfs"])
+        self.assertIn(b"video.BAK.1", result.stderr)
+        self.assertEqual(old, second.read_bytes())
+        self.assertEqual(old_sheet, (self.here / "video.BAC.1").read_bytes())
+        second.rename(first)
+        self.vellmark("new", self.here / "video.vlpr")
+        result = self.vellmark("add", self.here / "video.vlpr", self.here / "video.cue")
+        self.assertIn(b"video.BAK.1", result.stderr)
+        self.assertEqual(756, second.stat().st_size)
+        self.assertEqual(old, first.read_bytes())
+        self.assertEqual(["video.BAC", "video.BAC.1", "video.BAK", "video.BAK.1", "video.bin",
+                          "video.cue", "video.vlpr"], self.names())
 
     def assert_refused(self, image, sheet, word, *options):
         """Nothing changes, and the reason has the word."""

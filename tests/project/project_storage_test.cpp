@@ -246,15 +246,19 @@ TEST_F(ProjectStorage, SaveAsAsksBeforeItTakesThePlaceOfAnother) {
 }
 
 TEST_F(ProjectStorage, TheBackupBearsTheExtensionBak) {
-    Write(at("dir.x/a.vlpr"), "bytes");
-    Write(at("dir.x/plain"), "more");
-    EXPECT_TRUE(BackUpProject(at("dir.x/a.vlpr")));
-    EXPECT_TRUE(BackUpProject(at("dir.x/plain")));
-    EXPECT_EQ(Bytes(at("dir.x/a.BAK")), "bytes");
-    EXPECT_EQ(Bytes(at("dir.x/plain.BAK")), "more");
-    EXPECT_FALSE(BackUpProject(at("dir.x/a.BAK"))) << "a file is not its own backup";
-    EXPECT_FALSE(BackUpProject(at("absent.vlpr")));
-    EXPECT_EQ(Bytes(at("dir.x/a.BAK")), "bytes");
+    Write(at("dir.x/a.vlpr"), "VLKZ new");
+    Write(at("dir.x/plain"), "VLKZ");
+    Write(at("dir.x/a.BAK"), "VLKZ old");
+    EXPECT_EQ(BackUpProject(at("dir.x/a.vlpr")), at("dir.x/a.BAK"));
+    EXPECT_EQ(Bytes(at("dir.x/a.BAK")), "VLKZ new");
+    EXPECT_EQ(BackUpProject(at("dir.x/a.BAK")), at("dir.x/a.BAK.1")) << "not its own backup";
+    EXPECT_EQ(BackUpProject(at("absent.vlpr")), "");
+    std::filesystem::create_symlink("a.vlpr", at("dir.x/plain.BAK"));
+    Write(at("dir.x/plain.BAK.1"), "VL");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(BackUpProject(at("dir.x/plain")), at("dir.x/plain.BAK.2")) << "its own goes";
+    EXPECT_EQ(Bytes(at("dir.x/plain.BAK.1")), "VL");
+    EXPECT_TRUE(std::filesystem::is_symlink(at("dir.x/plain.BAK")));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "session/file_modes.hpp"
 #include "session/session_bench.hpp"
+#include "support/backup_path.hpp"
 
 namespace vellmark {
 namespace {
