@@ -6,6 +6,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "project/custom_icon.hpp"
@@ -172,7 +174,8 @@ std::string Rereading::freeHfsName(const ProjectRecord& record, const std::strin
 }  // namespace
 
 std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
-                           RememberedAnswer& confirm, Messages& messages, Progress& progress) {
+                           RememberedAnswer& confirm, Messages& messages, Progress& progress,
+                           const AcceptedLine& accepted) {
     // Folder by folder, so that the records of each are moved once.
     std::map<std::int32_t, std::vector<std::int32_t>> byFolder;
     for (const ProjectChange& change : report) {
@@ -191,6 +194,8 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
             ForgetCustomIcon(project, *record);
         byFolder[change.parent].push_back(change.number);
         Tell(progress, kTextDeletion, change.path, messages);
+        if (accepted)
+            accepted(change);
     }
     std::int64_t count = 0;
     for (const auto& [folder, numbers] : byFolder) {
@@ -202,25 +207,37 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
 }
 
 std::int64_t AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
-                            const InclusionOptions& options, Messages& messages,
-                            Progress& progress) {
+                            const InclusionOptions& options, Messages& messages, Progress& progress,
+                            const AcceptedLine& accepted) {
     Rereading rereading(project, options, messages, progress);
     std::int64_t count = 0;
     for (const ProjectChange& change : report) {
         if (!progress.chunk(0))
             break;
-        if (change.kind == ChangeKind::Modified && rereading.accept(change))
-            ++count;
+        if (change.kind != ChangeKind::Modified || !rereading.accept(change))
+            continue;
+        ++count;
+        if (accepted)
+            accepted(change);
     }
     return count;
 }
 
 InclusionResult AcceptAdded(ProjectFile& project, std::span<const ProjectChange> report,
-                            InclusionOptions& options, Messages& messages, Progress& progress) {
+                            InclusionOptions& options, Messages& messages, Progress& progress,
+                            const AcceptedLine& accepted) {
     std::map<std::int32_t, std::vector<std::string>> byFolder;
+    std::unordered_map<std::string_view, const ProjectChange*> byPath;
     for (const ProjectChange& change : report)
-        if (change.kind == ChangeKind::Added)
+        if (change.kind == ChangeKind::Added) {
             byFolder[change.parent].push_back(change.path);
+            byPath.emplace(change.path, &change);
+        }
+    if (accepted)
+        options.added = [&](const std::string& path) {
+            if (const auto line = byPath.find(path); line != byPath.end())
+                accepted(*line->second);
+        };
     InclusionResult sum;
     for (const auto& [folder, paths] : byFolder) {
         const InclusionResult result = Include(project, paths, folder, options, messages, progress);
@@ -234,6 +251,7 @@ InclusionResult AcceptAdded(ProjectFile& project, std::span<const ProjectChange>
             break;
         }
     }
+    options.added = {};
     return sum;
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 
 #include "project/inclusion.hpp"
@@ -16,6 +17,9 @@
 
 namespace vellmark {
 
+/// Called with each line that was accepted; may be empty.
+using AcceptedLine = std::function<void(const ProjectChange& change)>;
+
 /// Takes the deleted items out, folders with all that the project has below them: of one that holds
 /// something the person is asked first, unless `confirm` keeps an answer. The counters of the
 /// folders are brought up to date. Returns how many items were taken out, not counting what lay
@@ -23,7 +27,7 @@ namespace vellmark {
 [[nodiscard]] std::int64_t AcceptDeleted(ProjectFile& project,
                                          std::span<const ProjectChange> report,
                                          RememberedAnswer& confirm, Messages& messages,
-                                         Progress& progress);
+                                         Progress& progress, const AcceptedLine& accepted = {});
 
 /// Takes over what is on the disk now: lengths and dates, and of a file that is or was a container
 /// coding, signature, name and flags as well. The signature of a plain file stays as it is. A mark
@@ -32,12 +36,12 @@ namespace vellmark {
 [[nodiscard]] std::int64_t AcceptModified(ProjectFile& project,
                                           std::span<const ProjectChange> report,
                                           const InclusionOptions& options, Messages& messages,
-                                          Progress& progress);
+                                          Progress& progress, const AcceptedLine& accepted = {});
 
 /// Includes the new items in their folders, folders with all that is in them.
 [[nodiscard]] InclusionResult AcceptAdded(ProjectFile& project,
                                           std::span<const ProjectChange> report,
                                           InclusionOptions& options, Messages& messages,
-                                          Progress& progress);
+                                          Progress& progress, const AcceptedLine& accepted = {});
 
 }  // namespace vellmark

@@ -334,6 +334,8 @@ void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::str
     batch.add(record);
     progress_.journal(kJournalFile,
                       FormatText(kTextAddition, messages_.language(), Printable(path)));
+    if (options_.added)
+        options_.added(path);
 }
 
 bool Inclusion::isExcluded(const PcItem& item) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ struct InclusionOptions {
     /// A path that names nothing is left out like any other item: for a list of which the rest is
     /// to be done.
     bool toleratesMissing = false;
+    /// Called with the path of each item that was added, folders without a `/`; may be empty.
+    std::function<void(const std::string& path)> added = {};
 };
 
 enum class InclusionStatus {

@@ -1,7 +1,6 @@
 #include "project/rebuild.hpp"
 
 #include "project/accept.hpp"
-#include "project/refresh.hpp"
 
 namespace vellmark {
 
@@ -18,16 +17,21 @@ RebuildResult Rebuild(ProjectFile& project, const RebuildOptions& options, Messa
                                      .additions = options.additions,
                                      .rootAdditions = options.additions,
                                      .dates = options.dates,
+                                     .missingRootsAreDeleted = options.dropsMissing,
                                      .excluded = inclusion.excluded},
                                     messages, progress);
     RebuildResult result;
     result.isStopped = check.isStopped;
-    if (result.isStopped)
+    result.missingRoots = check.missingRoots;
+    if (result.isStopped || !result.missingRoots.empty())
         return result;
-    result.deleted = AcceptDeleted(project, check.changes, yes, messages, progress);
-    result.modified = AcceptModified(project, check.changes, inclusion, messages, progress);
+    const AcceptedLine note = [&](const ProjectChange& change) {
+        result.changes.push_back(change);
+    };
+    result.deleted = AcceptDeleted(project, check.changes, yes, messages, progress, note);
+    result.modified = AcceptModified(project, check.changes, inclusion, messages, progress, note);
     const InclusionResult added =
-        AcceptAdded(project, check.changes, inclusion, messages, progress);
+        AcceptAdded(project, check.changes, inclusion, messages, progress, note);
     result.folders = added.folders;
     result.files = added.files;
     result.isStopped = added.status == InclusionStatus::Stopped || !progress.chunk(0);

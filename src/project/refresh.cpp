@@ -77,6 +77,10 @@ class Checker {
     };
 
     [[nodiscard]] std::string contentsPathOf(std::int32_t folder) const;
+    [[nodiscard]] bool isMissingRoot(const FolderToCheck& folder, const SourceFolder& source,
+                                     std::string_view accessPath, const ProjectFile::Run& run,
+                                     std::span<const std::size_t> places);
+    void noteMissingRoot(const std::string& path);
     void checkFolder(const FolderToCheck& folder);
     void compareFrom(Comparison& comparison, const SourceFolder& source,
                      std::span<const std::size_t> places);
@@ -159,6 +163,9 @@ void Checker::checkFolder(const FolderToCheck& folder) {
         const SourceFolder source(path, resolver_);
         if (source.state() == SourceState::Unknown)
             tellUnknown(source.path(), source.error());
+        if (!options_.missingRootsAreDeleted &&
+            isMissingRoot(folder, source, path, comparison.run, bySource[path]))
+            continue;
         compareFrom(comparison, source, bySource[path]);
         if (seeksAdditions && path == folder.accessPath && source.state() == SourceState::There)
             findAdditions(comparison, source);
@@ -173,6 +180,48 @@ void Checker::checkFolder(const FolderToCheck& folder) {
         if (const std::int32_t number = comparison.run[place].number;
             visited_.insert(number).second)
             pending_.push_back({number, contentsPathOf(number)});
+}
+
+// Notes the roots that are not there. True when the items of this one are to be left as they are.
+bool Checker::isMissingRoot(const FolderToCheck& folder, const SourceFolder& source,
+                            std::string_view accessPath, const ProjectFile::Run& run,
+                            std::span<const std::size_t> places) {
+    const bool isRoot = folder.number == kRootFolder || accessPath != folder.accessPath;
+    if (!isRoot || places.empty() || source.state() == SourceState::Unknown)
+        return false;
+    if (source.state() == SourceState::Gone) {
+        noteMissingRoot(source.path());
+        return true;
+    }
+    bool hasFolders = false;
+    for (std::size_t place : places) {
+        const ProjectRecord& record = run[place];
+        const PcKind kind = record.isFolder() ? PcKind::Folder : PcKind::File;
+        if (source.find(record.sourceName(), kind).state != SourceState::Gone)
+            return false;
+        hasFolders = hasFolders || record.isFolder();
+    }
+    if (source.items().empty())
+        noteMissingRoot(source.path());
+    else if (hasFolders)
+        for (std::size_t place : places)
+            if (run[place].isFolder())
+                noteMissingRoot(source.path() + NarrowToUtf8(run[place].sourceName()) + '/');
+    return source.items().empty() || hasFolders;
+}
+
+// As far up as nothing is there: what a person unplugged or moved.
+void Checker::noteMissingRoot(const std::string& path) {
+    std::string root = path;
+    while (root.starts_with('/') && root.ends_with('/') && root.size() > 1) {
+        const std::string above = root.substr(0, root.find_last_of('/', root.size() - 2) + 1);
+        if (PcFactsOf(above).kind != PcKind::Missing)
+            break;
+        root = above;
+    }
+    if (std::find(result_.missingRoots.begin(), result_.missingRoots.end(), root) ==
+        result_.missingRoots.end())
+        result_.missingRoots.push_back(std::move(root));
 }
 
 void Checker::compareFrom(Comparison& comparison, const SourceFolder& source,

@@ -41,13 +41,18 @@ struct CheckOptions {
     bool rootAdditions = false;
     /// Also files of the same length whose date differs.
     bool dates = false;
+    /// What comes from source roots that are not there is deleted like anything else.
+    bool missingRootsAreDeleted = false;
     /// Never new: the project's own file and its like.
     std::span<const PcIdentity> excluded = {};
 };
 
 struct CheckResult {
     std::vector<ProjectChange> changes;  ///< folder by folder, in each the new items last
-    bool isStopped = false;              ///< by the user
+    /// Source roots that are not there: paths of the system that end in `/`, or what records have
+    /// of another system. Their items are neither changed nor gone.
+    std::vector<std::string> missingRoots;
+    bool isStopped = false;  ///< by the user
 };
 
 /// Compares a folder of the project and all below it. Of a folder that is gone nothing below it is
@@ -56,6 +61,12 @@ struct CheckResult {
 /// there, or when forks that lie beside it changed; what lies inside a file of the same length is
 /// not compared. What cannot be looked at is told through `Messages::itemSkipped` and counts as
 /// unchanged.
+///
+/// A source root is a folder of the PC that a folder of the project, which is not made of it, has
+/// items of. When it is not there (an unplugged disk, a moved folder), or its path is one of
+/// another system, nothing is known of its items. So it is when all items of it are gone and it is
+/// empty, as the place is where a disk was mounted, or they were folders, which are roots
+/// themselves then.
 ///
 /// Each folder of the PC is read once for each folder of the project that has items of it.
 [[nodiscard]] CheckResult Check(const ProjectFile& project, std::int32_t folder,

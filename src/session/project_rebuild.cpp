@@ -2,6 +2,9 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <span>
+
 #include "session/open_project.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
@@ -12,6 +15,8 @@
 namespace vellmark {
 
 namespace {
+
+constexpr std::size_t kMostRootsTold = 8;
 
 std::vector<PcIdentity> IdentitiesOf(const std::vector<std::string>& paths) {
     std::vector<PcIdentity> identities;
@@ -41,16 +46,42 @@ std::vector<PcIdentity> NeverItems(const ProjectFile& project, const std::string
     return IdentitiesOf(paths);
 }
 
+void TellMissingRoots(const ProjectFile& project, const std::vector<std::string>& roots,
+                      Messages& messages) {
+    for (const std::string& root : std::span(roots).first(std::min(roots.size(), kMostRootsTold)))
+        messages.showMessage(fmt::format(
+            "{} {}: what the project {} has of it stays. \"vellmark path {} '{}' NEW\" tells the "
+            "project where it lies now.",
+            Printable(root),
+            root.starts_with('/') ? "is not there" : "is the path of another system",
+            Printable(project.path()), Printable(project.path()), Printable(root)));
+    if (roots.size() > kMostRootsTold)
+        messages.showMessage(
+            fmt::format("So it is with {} folders more.", roots.size() - kMostRootsTold));
+}
+
 bool RebuildInMemory(ProjectFile& project, const ProjectRebuild& what, CommandContext& context,
                      Terminal& terminal, RebuildResult& result) {
     InclusionOptions inclusion{context.clock};
     inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     inclusion.excluded = NeverItems(project, what.target, context);
-    result = Rebuild(project, {inclusion, what.additions, what.dates}, terminal.messages,
-                     terminal.progress);
+    result = Rebuild(project, {inclusion, what.additions, what.dates, what.dropsMissing},
+                     terminal.messages, terminal.progress);
     if (result.isStopped || StopSignals::requested())
         terminal.messages.showMessage("Stopped as you wished; nothing was changed.");
-    return !result.isStopped && !StopSignals::requested();
+    TellMissingRoots(project, result.missingRoots, terminal.messages);
+    return !result.isStopped && !StopSignals::requested() && result.missingRoots.empty();
+}
+
+std::string_view WordOf(ChangeKind kind) {
+    return kind == ChangeKind::Deleted    ? "deleted"
+           : kind == ChangeKind::Modified ? "modified"
+                                          : "added";
+}
+
+std::string ChangeLine(const ProjectChange& change) {
+    return fmt::format("{:<9} {}{}", WordOf(change.kind), Printable(change.path),
+                       change.isFolder ? "/" : "");
 }
 
 std::string RebuildSentence(const ProjectFile& project, const RebuildResult& result) {

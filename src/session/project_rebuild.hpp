@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "project/project_file.hpp"
@@ -15,6 +16,7 @@ namespace vellmark {
 struct ProjectRebuild {
     bool additions = true;
     bool dates = false;
+    bool dropsMissing = false;
     std::string target = {};  ///< path of an image that is to be made, never an item of its project
 };
 
@@ -28,11 +30,21 @@ struct ProjectRebuild {
                                                  const std::string& target,
                                                  const CommandContext& context);
 
-/// Rebuilds in memory. False when the user stopped it; that has been shown, and the project should
-/// not be saved.
+/// Says which folders that items of the project come from are not there, and how the project is
+/// told where they lie now.
+void TellMissingRoots(const ProjectFile& project, const std::vector<std::string>& roots,
+                      Messages& messages);
+
+/// Rebuilds in memory. False when the user stopped it, or what the project is made of is not there;
+/// that has been shown, and the project should not be saved.
 [[nodiscard]] bool RebuildInMemory(ProjectFile& project, const ProjectRebuild& what,
                                    CommandContext& context, Terminal& terminal,
                                    RebuildResult& result);
+
+/// "deleted", "modified" or "added".
+[[nodiscard]] std::string_view WordOf(ChangeKind kind);
+/// A change as a line for the person, without an end; a folder has `/` behind its path.
+[[nodiscard]] std::string ChangeLine(const ProjectChange& change);
 
 /// What a rebuild did, for the person.
 [[nodiscard]] std::string RebuildSentence(const ProjectFile& project, const RebuildResult& result);

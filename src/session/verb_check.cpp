@@ -1,4 +1,3 @@
-#include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
 #include <memory>
@@ -26,12 +25,6 @@ struct CheckVerbOptions {
     bool noAdditions = false;
     bool dates = false;
 };
-
-std::string_view WordOf(ChangeKind kind) {
-    return kind == ChangeKind::Deleted    ? "deleted"
-           : kind == ChangeKind::Modified ? "modified"
-                                          : "added";
-}
 
 // The source names from root to the item.
 std::string ItemPathOf(const ProjectFile& project, const ProjectChange& change) {
@@ -64,8 +57,7 @@ void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& 
         if (options.lines)
             context.output << NarrowToUtf8(ReportLine(change));
         else
-            context.output << fmt::format("{:<9} {}{}\n", WordOf(change.kind),
-                                          Printable(change.path), change.isFolder ? "/" : "");
+            context.output << ChangeLine(change) << '\n';
     if (changes.empty() && isWhole && !options.lines)
         context.output << Text(kTextNoDifference, context.language) << '\n';
 }
@@ -83,6 +75,7 @@ int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
     const CheckResult result = Check(*project, kRootFolder,
                                      {.clock = context.clock,
                                       .additions = !options.noAdditions,
+                                      .rootAdditions = !options.noAdditions,
                                       .dates = options.dates,
                                       .excluded = never},
                                      terminal.messages, terminal.progress);
@@ -91,7 +84,8 @@ int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
         terminal.messages.showMessage("Stopped as you wished; nothing was told.");
         return kExitFailed;
     }
-    const bool isWhole = terminal.messages.skipped() == 0;
+    TellMissingRoots(*project, result.missingRoots, terminal.messages);
+    const bool isWhole = terminal.messages.skipped() == 0 && result.missingRoots.empty();
     if (options.json)
         PutJson(*project, result.changes, context);
     else

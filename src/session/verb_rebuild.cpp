@@ -13,6 +13,7 @@ struct RebuildVerbOptions {
     std::string project;
     bool noAdditions = false;
     bool dates = false;
+    bool dropsMissing = false;
     bool quiet = false;
 };
 
@@ -23,8 +24,11 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
     if (!OpenForChange(options.project, terminal.messages, project))
         return kExitFailed;
     RebuildResult result;
-    if (!RebuildInMemory(*project, {!options.noAdditions, options.dates}, context, terminal,
-                         result))
+    if (!RebuildInMemory(*project,
+                         {.additions = !options.noAdditions,
+                          .dates = options.dates,
+                          .dropsMissing = options.dropsMissing},
+                         context, terminal, result))
         return kExitFailed;
     if (result.hasChanges()) {
         BackUpBeforeChange(*project, terminal.messages);
@@ -32,8 +36,11 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
             return kExitFailed;
     }
     terminal.progress.clear();
-    if (!options.quiet)
-        context.output << RebuildSentence(*project, result) << '\n';
+    if (options.quiet)
+        return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+    for (const ProjectChange& change : result.changes)
+        context.output << ChangeLine(change) << '\n';
+    context.output << RebuildSentence(*project, result) << '\n';
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 
@@ -43,6 +50,10 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.flag("--no-additions", options->noAdditions,
                    "Leave out what is new in the folders of the PC");
     arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
+    arguments.flag(
+        "--drop-missing", options->dropsMissing,
+        "Also take out what came from folders that are not there at all; without it such "
+        "a project is left as it is");
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
     run = [options](CommandContext& context) { return RunRebuild(*options, context); };
 }

@@ -65,9 +65,9 @@ std::map<std::string, std::string> Described(const ProjectFile& project, std::in
         const std::string path = above + std::string(r.sourceName());
         std::string line = std::string(r.accessPath()) + " " + std::string(r.isoName()) + " " +
                            std::string(r.hfsName()) + " " + std::string(r.signature());
-        for (std::uint32_t value :
-             {r.isoInclusion() + 1u, r.hfsInclusion() + 1u, +r.dataSize, +r.resourceSize,
-              +r.sourceSize, +r.modified, static_cast<std::uint32_t>(r.coding())})
+        for (std::uint32_t value : {r.isoInclusion() + 1u, r.hfsInclusion() + 1u, +r.dataSize,
+                                    +r.resourceSize, +r.sourceSize, r.isFolder() ? 0 : +r.modified,
+                                    static_cast<std::uint32_t>(r.coding())})
             line += " " + std::to_string(value);
         line += r.customIcon() ? " icon" : "";
         line += r.hiddenInHfs() ? " hidden" : "";
@@ -303,7 +303,8 @@ TEST_F(RefreshTest, LinesAreToldInTheFormOfAReport) {
     ProjectRecord foreign = Item(18, -1, "f");
     foreign.setAccessPath("C:\\Files\\");
     project.insert(foreign);
-    EXPECT_EQ(check(project).size(), 2u) << "a and f";
+    const CheckOptions deleting{.clock = clock_, .missingRootsAreDeleted = true};
+    EXPECT_EQ(Check(project, 1, deleting, messages_, progress_).changes.size(), 2u) << "a and f";
     ASSERT_EQ(messages_.skipped.size(), 1u) << "b leads back";
     EXPECT_EQ(ReportLine({ChangeKind::Added, false, 1, 0, 0, "/a/", "b\nD|1|", ""}),
               "A|1|0|0|/a/|b?D|1|\r\n")

@@ -2,6 +2,8 @@
 // build.
 #include <nlohmann/json.hpp>
 
+#include <functional>
+
 #include "session/session_bench.hpp"
 
 namespace vellmark {
@@ -60,7 +62,11 @@ TEST_F(CheckTest, ARebuildBringsTheProjectUpToDateAndKeepsTheOldOne) {
     EXPECT_EQ(test::Bytes("p.vlpr"), before) << "nothing had changed";
     change();
     EXPECT_EQ(run({"--log", "j.log", "rebuild", "p.vlpr"}), 0) << err_;
-    EXPECT_EQ(out_, "p.vlpr: 1 items deleted, 1 modified, 0 folders and 1 files added\n");
+    EXPECT_EQ(
+        out_,
+        "deleted   " + here_ + "/in/a.txt\nmodified  " + here_ + "/in/sub/b.txt\nadded     " +
+            here_ +
+            "/in/sub/c.txt\np.vlpr: 1 items deleted, 1 modified, 0 folders and 1 files added\n");
     EXPECT_EQ(test::Bytes("p.BAK"), before);
     for (const char* line : {"Deletion\t", "Modification\t", "Addition\t"})
         EXPECT_EQ(CountIn("j.log", line), 1) << line;
@@ -79,7 +85,8 @@ TEST_F(CheckTest, NeitherTheProjectNorWhatIsMadeOfItBecomesItsItem) {
         fs::remove(file);
     EXPECT_EQ(run({"--log", "j.log", "rebuild", "q.vlpr"}), 0) << err_;
     Write("q.iso", "an old image");
-    EXPECT_EQ(run({"check", "q.vlpr"}), 0) << out_;
+    EXPECT_EQ(run({"check", "q.vlpr"}), 3) << "what a rebuild would add at the root is told";
+    EXPECT_EQ(out_, "added     " + here_ + "/j.log\n");
     EXPECT_EQ(run({"build", "q.vlpr", "--rebuild", "--force"}), 0) << err_;
     EXPECT_EQ(itemsOf(opened("q.vlpr"), 1), (Names{"in IH", "j.log IH"}))
         << "an old journal is a file like others";
@@ -101,22 +108,48 @@ TEST_F(CheckTest, ABuildRebuildsWhenItIsAskedToHereOrByTheProject) {
     EXPECT_EQ(out_, "b.txt\nc.txt\nd.txt\n");
 }
 
-TEST_F(CheckTest, ADiskThatIsNotThereEmptiesNoProjectThroughABuild) {
-    fs::create_directory("box");
-    fs::rename("in", "box/in");
-    EXPECT_EQ(run({"new", "box/r.vlpr", "--rebuild"}), 0);
-    EXPECT_EQ(run({"add", "box/r.vlpr", "box/in"}), 0);
-    const std::string before = test::Bytes("box/r.vlpr");
-    fs::rename("box/in", "away");
-    for (const char* verb : {"build", "/C"}) {
-        EXPECT_EQ(run({verb, "box/r.vlpr"}), 1);
-        EXPECT_NE(err_.find("contains no files"), std::string::npos) << err_;
-        EXPECT_TRUE(test::Bytes("box/r.vlpr") == before) << "it is saved with its image";
+TEST_F(CheckTest, ASourceThatIsNotThereEmptiesNoProject) {
+    const auto foreign = [](const std::string& project) {
+        std::string bytes = test::Bytes(project);
+        for (std::size_t record = 756; record < bytes.size(); record += 756)
+            bytes.replace(record + 112, 256, std::string("C:\\Discs\\").append(247, '\0'));
+        Write(project, bytes);
+    };
+    const struct {
+        std::string added;  ///< in the folder `box`, which has other items too
+        std::function<void()> change;
+        std::string told;
+    } cases[] = {
+        {"/in", [] { fs::rename("box/in", "away"); }, here_ + "/box/in/"},
+        {"/in/*", [] { fs::rename("box", "away"); }, here_ + "/box/"},
+        {"/in/*", [] { fs::remove_all("box/in/sub"), fs::remove("box/in/a.txt"); },
+         here_ + "/box/in/"},
+        {"/in", [&] { foreign("r.vlpr"); }, "C:\\Discs\\"},
+    };
+    for (const auto& c : cases) {
+        for (const char* name : {"box", "away", "r.vlpr", "r.BAK"})
+            fs::remove_all(name);
+        Write("box/kept", "k");
+        fs::copy("in", "box/in", fs::copy_options::recursive);
+        EXPECT_EQ(run({"new", "r.vlpr", "--rebuild"}), 0);
+        EXPECT_EQ(run({"add", "r.vlpr", "box" + c.added}), 0) << err_;
+        c.change();
+        const std::string before = test::Bytes("r.vlpr");
+        for (const std::vector<std::string>& line :
+             std::vector<std::vector<std::string>>{{"check", "r.vlpr"},
+                                                   {"rebuild", "r.vlpr"},
+                                                   {"build", "r.vlpr", "--rebuild"},
+                                                   {"/C", "r.vlpr"},
+                                                   {"/R", "r.vlpr"},
+                                                   {"/RJ", "r.vlpr", "r.log"}}) {
+            EXPECT_EQ(run(line), line[0] == "check" ? 3 : 1) << line[0];
+            EXPECT_EQ(out_, "");
+            EXPECT_NE(err_.find("path r.vlpr '" + c.told + "' NEW"), std::string::npos) << err_;
+            EXPECT_TRUE(test::Bytes("r.vlpr") == before && !fs::exists("r.iso")) << line[0];
+        }
+        EXPECT_EQ(run({"rebuild", "r.vlpr", "--drop-missing", "--no-additions"}), 0) << err_;
+        EXPECT_EQ(itemsOf(opened("r.vlpr"), 1), Names{});
     }
-    Write("box/kept", "k");
-    EXPECT_EQ(run({"build", "box/r.vlpr"}), 0) << err_;
-    EXPECT_TRUE(test::Bytes("box/r.BAK") == before) << "what went can be had back";
-    EXPECT_EQ(itemsOf(opened("box/r.vlpr"), 1), Names{"kept IH"});
 }
 
 TEST_F(CheckTest, TheBatchCommandRebuildsWithALogOrWithout) {
