@@ -62,7 +62,8 @@ IsoEntry EntryOf(const IsoDirectoryRecord& record, std::string_view name, IsoTre
     entry.modified = IsoDateToUnix(record.date);
     entry.extentSector = std::uint64_t{record.extent} + record.extendedSize;
     entry.sizeBytes = record.sizeBytes;
-    entry.extents.push_back({entry.extentSector * blockSize, record.sizeBytes});
+    entry.extents.push_back({entry.extentSector * blockSize, record.sizeBytes,
+                             std::uint32_t{record.extendedSize} * blockSize});
     return entry;
 }
 
@@ -164,6 +165,13 @@ std::optional<IsoReader::Tree> IsoReader::ReadTree(const IsoVolumeDescriptor& de
     // Some writers forget the flag here, and nothing but a folder can be the root.
     result.root.isFolder = true;
     return result;
+}
+
+std::optional<IsoReader> IsoReader::OpenTree(ByteSource& image,
+                                             const IsoVolumeDescriptor& descriptor) {
+    IsoReader reader(image);
+    reader.trees_[0] = ReadTree(descriptor, IsoTree::Iso);
+    return reader.trees_[0] ? std::optional(std::move(reader)) : std::nullopt;
 }
 
 std::optional<IsoReader> IsoReader::Open(ByteSource& image) {

@@ -39,6 +39,7 @@ struct IsoVolumeInfo {
 struct IsoExtent {
     std::uint64_t offset = 0;  ///< bytes from the start of the image
     std::uint32_t sizeBytes = 0;
+    std::uint32_t attributeBytes = 0;  ///< of the extended attribute record right before it
 };
 
 /// One file or folder of a directory.
@@ -60,6 +61,10 @@ class IsoReader {
     /// Looks for volume descriptors. Nothing when there is no primary one. The source must outlive
     /// the reader.
     [[nodiscard]] static std::optional<IsoReader> Open(ByteSource& image);
+    /// A reader of the one tree that a descriptor leads to, whatever its names are made of, in
+    /// place of the ISO tree. Nothing when its sizes cannot be right.
+    [[nodiscard]] static std::optional<IsoReader> OpenTree(ByteSource& image,
+                                                           const IsoVolumeDescriptor& descriptor);
 
     [[nodiscard]] bool hasJoliet() const { return trees_[1].has_value(); }
     /// What the descriptor of a tree tells; of Joliet only when `hasJoliet`.

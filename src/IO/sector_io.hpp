@@ -39,15 +39,17 @@ enum class MediumKind : std::int32_t { FileImage = 3 };
 
 /// Why nothing may be changed on a medium. Several reasons can hold at once.
 enum class ReadOnlyReason : std::uint16_t {
-    File = 1,           ///< the image could only be opened for reading
-    BareVolume = 2,     ///< a volume without a partition map in front of it
-    OverflowRead = 4,   ///< HFS+: a fork was read that goes on in the extents overflow tree
-    Journal = 8,        ///< HFS+: a journal holds changes that were not carried out
-    NotUnmounted = 16,  ///< HFS+: the volume was not left cleanly
-    BinaryNames = 32,   ///< HFSX: the catalog compares names by binary value
-    Locked = 64,        ///< the volume's own lock
-    UnknownTree = 128,  ///< HFS+: a tree orders or shapes its keys in an unknown way
-    CutImage = 256,     ///< a volume goes on behind the end of the image
+    File = 1,             ///< the image could only be opened for reading
+    BareVolume = 2,       ///< a volume without a partition map in front of it
+    OverflowRead = 4,     ///< HFS+: a fork was read that goes on in the extents overflow tree
+    Journal = 8,          ///< HFS+: a journal holds changes that were not carried out
+    NotUnmounted = 16,    ///< HFS+: the volume was not left cleanly
+    BinaryNames = 32,     ///< HFSX: the catalog compares names by binary value
+    Locked = 64,          ///< the volume's own lock
+    UnknownTree = 128,    ///< HFS+: a tree orders or shapes its keys in an unknown way
+    CutImage = 256,       ///< a volume goes on behind the end of the image
+    PcSideUnknown = 512,  ///< the ISO 9660 side of the image cannot be looked through
+    PcSideShared = 1024,  ///< the volume's own structures lie in files of the ISO 9660 side
 };
 
 class ReadOnlyReasons {

@@ -11,6 +11,7 @@
 #include "session/partition.hpp"
 #include "support/encoding.hpp"
 #include "volume/mount.hpp"
+#include "volume/pc_side.hpp"
 #include "volume/read_only.hpp"
 
 namespace vellmark {
@@ -112,6 +113,7 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
 
 // The image was opened for reading on purpose, which does not mean that it may only be read.
 void ImageView::judgeChanges(bool isExpanded) {
+    FindPcSide(volume_);
     ReadOnlyReasons reasons = volume_.readOnlyReasons;
     if (::access(volume_.imagePath.c_str(), W_OK) == 0)
         reasons.remove(ReadOnlyReason::File);

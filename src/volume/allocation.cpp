@@ -4,6 +4,7 @@
 
 #include "volume/block_bitmap.hpp"
 #include "volume/fork_reader.hpp"
+#include "volume/pc_side.hpp"
 #include "volume/recovery.hpp"
 
 namespace vellmark {
@@ -32,19 +33,6 @@ bool WriteHeaders(VolumeContext& volume, Header& header, std::uint64_t alternate
 // First sector behind the last allocation block.
 std::uint64_t BlocksEnd(const VolumeContext& volume) {
     return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock;
-}
-
-// Where the second header stands: in the last but one sector of the partition. In HFS that is
-// behind the last block. In HFS+ it is in the last blocks, or behind them where the partition is no
-// multiple of the block size; a partition that goes on for more than that is not the volume's own.
-std::uint64_t AlternateSector(const VolumeContext& volume) {
-    const std::uint64_t blocksEnd = BlocksEnd(volume);
-    const std::uint64_t partitionEnd = volume.partitionStart + volume.partitionSectors;
-    if (!volume.isHfsPlus)
-        return std::max(blocksEnd + 2, partitionEnd) - 2;
-    const bool isRemainder =
-        partitionEnd > blocksEnd && partitionEnd - blocksEnd < volume.sectorsPerBlock;
-    return (isRemainder ? partitionEnd : blocksEnd) - 2;
 }
 
 // Whether all that a flush writes lies within the image, which may be cut short or tell nonsense.
@@ -93,7 +81,18 @@ bool CommitBatch(VolumeContext& volume) {
 
 }  // namespace
 
+std::uint64_t AlternateSector(const VolumeContext& volume) {
+    const std::uint64_t blocksEnd = BlocksEnd(volume);
+    const std::uint64_t partitionEnd = volume.partitionStart + volume.partitionSectors;
+    if (!volume.isHfsPlus)
+        return std::max(blocksEnd + 2, partitionEnd) - 2;
+    const bool isRemainder =
+        partitionEnd > blocksEnd && partitionEnd - blocksEnd < volume.sectorsPerBlock;
+    return (isRemainder ? partitionEnd : blocksEnd) - 2;
+}
+
 TreeResult LoadAllocationState(VolumeContext& volume) {
+    FindPcSide(volume);
     if (volume.readOnlyReasons.any())
         return TreeResult::Failed;
     if (!FitsImage(volume))
@@ -129,6 +128,10 @@ TreeResult LoadAllocationState(VolumeContext& volume) {
             ReleaseAllocationState(volume);
             return result;
         }
+    // What an earlier program took for free is the PC side's all the same.
+    for (const BlockRun& run : *volume.pcSide)
+        if (!IsWhollyUsed(state.bitmap, run))
+            MarkRun(state, run, true);
     // A count that the bitmap does not bear out would let a file be refused that fits, or begun
     // that does not.
     const std::uint32_t free = TotalFreeBlocks(state.bitmap, volume.totalBlocks());

@@ -2,6 +2,8 @@
 // their way back to the image together with the header.
 #pragma once
 
+#include <cstdint>
+
 #include "support/mac_dates.hpp"
 #include "volume/volume_context.hpp"
 
@@ -17,6 +19,12 @@ namespace vellmark {
 [[nodiscard]] TreeResult FlushVolume(VolumeContext& volume, const Clock& clock);
 /// The same, with the bitmap kept for further changes. What was given up before is free after it.
 [[nodiscard]] TreeResult CheckpointVolume(VolumeContext& volume, const Clock& clock);
+
+/// Where the second header stands: in the last but one sector of the partition. In HFS that is
+/// behind the last block. In HFS+ it is in the last blocks, or behind them where the partition is
+/// no multiple of the block size; a partition that goes on for more than that is not the volume's
+/// own. In sectors of 512 bytes from the start of the image.
+[[nodiscard]] std::uint64_t AlternateSector(const VolumeContext& volume);
 
 /// Forgets the bitmap without writing anything.
 void ReleaseAllocationState(VolumeContext& volume);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "volume/block_bitmap.hpp"
+#include "volume/pc_side.hpp"
 
 namespace vellmark {
 
@@ -132,11 +133,12 @@ ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
 
 void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs) {
     std::uint32_t lowest = volume.isHfsPlus ? std::uint32_t{volume.vhb.nextAllocation} : 0;
-    for (const BlockRun& run : runs) {
-        MarkFreed(volume.allocation, run);
-        AddFreeBlocks(volume, run.blockCount);
-        lowest = std::min(lowest, run.startBlock);
-    }
+    for (const BlockRun& whole : runs)
+        for (const BlockRun& run : WithoutPcSide(volume, whole)) {
+            MarkFreed(volume.allocation, run);
+            AddFreeBlocks(volume, run.blockCount);
+            lowest = std::min(lowest, run.startBlock);
+        }
     if (!runs.empty())
         SetHint(volume, lowest);
 }

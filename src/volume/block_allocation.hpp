@@ -27,9 +27,10 @@ enum class ReserveResult { Done, NoRoom, TooFragmented };
 [[nodiscard]] ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
                                           std::vector<BlockRun>& runs);
 
-/// Gives up runs that the volume on the medium may refer to; all of them must be in use. They count
-/// as free, but are taken again only after the next flush: whatever ends the process before it, no
-/// file has lost its contents. The hint goes back: to 0 in HFS, to the lowest of the runs in HFS+.
+/// Gives up runs that the volume on the medium may refer to; all of them must be in use. Blocks
+/// that the PC side of the image needs (volume/pc_side.hpp) stay in use. The others count as free,
+/// but are taken again only after the next flush: whatever ends the process before it, no file has
+/// lost its contents. The hint goes back: to 0 in HFS, to the lowest of the runs in HFS+.
 void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs);
 /// Gives back runs that were only just taken, and that nothing refers to.
 void ReturnBlocks(VolumeContext& volume, const std::vector<BlockRun>& runs);

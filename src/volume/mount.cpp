@@ -17,6 +17,7 @@
 #include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/partition_choice.hpp"
+#include "volume/pc_side.hpp"
 #include "volume/read_only.hpp"
 #include "volume/recovery.hpp"
 
@@ -153,9 +154,11 @@ bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork)
 void ForgetVolume(VolumeContext& volume) {
     ReleaseAllocationState(volume);
     volume.isMounted = false;
+    volume.pcSide.reset();
     for (const ReadOnlyReason reason :
          {ReadOnlyReason::OverflowRead, ReadOnlyReason::Journal, ReadOnlyReason::NotUnmounted,
-          ReadOnlyReason::BinaryNames, ReadOnlyReason::Locked, ReadOnlyReason::UnknownTree})
+          ReadOnlyReason::BinaryNames, ReadOnlyReason::Locked, ReadOnlyReason::UnknownTree,
+          ReadOnlyReason::PcSideUnknown, ReadOnlyReason::PcSideShared})
         volume.readOnlyReasons.remove(reason);
 }
 
@@ -340,6 +343,8 @@ bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& mes
     if (problem.empty()) {
         if (request.writable)
             volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
+        if (request.access == Access::Change)
+            FindPcSide(volume);
         return true;
     }
     messages.showError(fmt::format(

@@ -44,6 +44,12 @@ constexpr Reason kReasons[] = {
     {ReadOnlyReason::OverflowRead,
      "A file was read whose blocks go on in the extents overflow tree; until the image is opened "
      "again, the volume may only be read."},
+    {ReadOnlyReason::PcSideUnknown,
+     "The image has a PC side (ISO 9660) that is damaged, so that it cannot be told which blocks "
+     "it "
+     "shares with the Macintosh side."},
+    {ReadOnlyReason::PcSideShared,
+     "The volume's own structures lie where the PC side (ISO 9660) of the image has files."},
 };
 
 std::uint32_t AttributesOf(const VolumeContext& volume) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,9 @@ struct VolumeContext : MediumContext {
     std::unique_ptr<VolumeNodes> catalogNodes;
     std::unique_ptr<VolumeNodes> extentsNodes;
     AllocationState allocation;
+    /// Blocks that the ISO 9660 side of the image needs, in rising order (volume/pc_side.hpp);
+    /// nothing as long as it was not looked for.
+    std::optional<std::vector<BlockRun>> pcSide;
 
     /// Allocation blocks of the volume.
     [[nodiscard]] std::uint32_t totalBlocks() const {

@@ -1,7 +1,9 @@
 """Verbs that change a volume in place, judged by readers and programs that share no code with it."""
 
 import json
+import random
 import shutil
+import subprocess
 import unittest
 
 import judges
@@ -9,6 +11,20 @@ from images import Image
 from program import DONE, FAILED, SKIPPED, USAGE, Case
 
 FORMATS = {"hfs": (), "plus": ("--hfsplus",)}
+HYBRIDS = {"hfs": (), "plus": (),
+           "genisoimage": ("genisoimage", "-quiet", "-R", "-J", "-hfs"),
+           "xorriso": ("xorriso", "-as", "mkisofs", "-quiet", "-J", "-hfsplus")}
+
+
+def unlock(disc):
+    """Takes the locks off the volumes of a disc that another program made."""
+    image = bytearray(disc.read_bytes())
+    for at in range(0, len(image) - 512, 512):
+        if image[at:at + 2] == b"BD" and image[at + 20:at + 24] == b"\0\0\x08\0":
+            image[at + 10:at + 12] = b"\x01\0"
+        elif image[at:at + 4] in (b"H+\0\4", b"HX\0\5"):
+            image[at + 4:at + 8] = b"\0\0\1\0"
+    disc.write_bytes(image)
 
 
 class Change(Case):
@@ -109,6 +125,45 @@ class Change(Case):
                 listed = self.vellmark("ls", image, "Old/Drafts", "--json").stdout
                 self.assertEqual([entry["locked"] for entry in json.loads(listed)["trees"][0]["entries"]],
                                  [True, False])
+
+    def test_hybrids(self):
+        """Catches changes of the Macintosh side that reach the PC side of the same disc."""
+        source = self.work / "disc"
+        (source / "Sub").mkdir(parents=True)
+        for number in range(12):
+            (source / f"file {number}.txt").write_bytes(bytes([number]) * (3001 * number))
+        (source / "Sub" / "big.bin").write_bytes(random.Random(1).randbytes(300_000))
+        (self.work / "new").write_bytes(b"!" * 50_000)
+        names = [f"folder number {number}" for number in range(150)]
+        for kind, command in HYBRIDS.items():
+            if command and not shutil.which(command[0]):
+                continue
+            with self.subTest(kind=kind):
+                disc = self.work / f"{kind}.iso"
+                if command:
+                    subprocess.run([*command, "-V", "D", "-o", disc, source], check=True, capture_output=True)
+                    unlock(disc)
+                else:
+                    self.vellmark("make", source, "-o", disc, "--label", "D",
+                                  *(("--hfsplus",) if kind == "plus" else ()))
+                before = judges.seven_zip(disc, self.work / f"{kind} before", "iso")[0]
+                self.assertEqual(len(before), 13)
+                for status, verb, *arguments in (
+                        (DONE, "rm", "file 3.txt", "file 4.txt"), (FAILED, "put", "new"),
+                        (FAILED, "put", "--force", "disc/file 5.txt"), (DONE, "rm", "--force", "Sub"),
+                        (FAILED, "put", "new"), (DONE, "rename", "file 5.txt", "shared"),
+                        (None, "mkdir", *names)):
+                    done = self.vellmark(verb, disc, "--writable", *arguments)
+                    self.assertIn(done.returncode, (DONE, FAILED) if status is None else (status,), done.stderr)
+                self.assertEqual(judges.seven_zip(disc, self.work / f"{kind} after", "iso")[0], before)
+                shown = self.vellmark("get", disc, "shared", "--as", "hfs", "-o", "-").stdout
+                self.assertEqual(shown, (source / "file 5.txt").read_bytes())
+                with open(disc, "r+b") as image:  # a root directory outside the disc
+                    image.seek(16 * 2048 + 158)
+                    image.write(b"\xff\xff\xff\x7f")
+                done = self.vellmark("mkdir", disc, "--writable", "no more")
+                self.assertEqual(done.returncode, FAILED)
+                self.assertIn(b"a PC side (ISO 9660) that is damaged", done.stderr)
 
     def test_searches(self):
         """Catches hits that are lost, and paths that lead nowhere."""

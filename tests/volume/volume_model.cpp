@@ -44,12 +44,13 @@ bool IsNoRoom(Result result) {
 
 std::string NameOf(const Step& step) {
     constexpr std::array<const char*, Step::Kinds> kNames = {
-        "Folder", "File", "Replace", "Delete", "Rename",
-        "Recase", "Move", "Relabel", "Swap",   "Mark"};
+        "Folder", "File",    "Replace", "Delete", "Rename", "Recase",
+        "Move",   "Relabel", "Swap",    "Mark",   "Share"};
     return fmt::format("{{Step::{}, {}}}", kNames[step.kind], step.seed);
 }
 
-VolumeModel::VolumeModel(const std::string& path, const VolumeShape& shape) : path_(path) {
+VolumeModel::VolumeModel(const std::string& path, const VolumeShape& shape)
+    : path_(path), hasPcSide_(shape.hasPcSide) {
     volume_ = std::make_unique<VolumeContext>();
     if (!MakeVolume(path, shape) || !OpenForChanges(*volume_, path))
         volume_.reset();
@@ -93,6 +94,8 @@ VolumeModel::Outcome VolumeModel::carryOut(const Step& step, std::mt19937& rando
             return move(random);
         case Step::Relabel:
             return relabel(random);
+        case Step::Share:
+            return share(random);
         default:
             return swapOrMark(random, step.kind == Step::Swap);
     }
@@ -314,6 +317,52 @@ VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
                : Outcome::Wrong;
 }
 
+// A disc whose PC side shows what lies at some files of the volume, and at some free places.
+VolumeModel::Outcome VolumeModel::share(std::mt19937& random) {
+    if (!hasPcSide_ || pcFiles_.size() > 30 || FlushVolume(*volume_, kClock) != TreeResult::Done)
+        return hasPcSide_ && pcFiles_.size() <= 30 ? Outcome::Wrong : Outcome::Refused;
+    std::vector<BlockRun> places = {{Below(random, volume_->totalBlocks() - 9), Below(random, 9)}};
+    const auto entry = randomItem(random, true);
+    if (entry != items_.end()) {
+        std::optional<CatalogItem> item;
+        std::vector<BlockRun> runs;
+        if (FindNamed(*volume_, entry->first.first, NameOf(*volume_, entry->second.name), kClock,
+                      item) != TreeResult::Done ||
+            !item || ForkRuns(*volume_, *item, false, runs) != TreeResult::Done)
+            return Outcome::Wrong;
+        places.insert(places.end(), runs.begin(), runs.end());
+    }
+    PcFile image(path_, PcFile::Mode::ReadWrite);
+    for (const BlockRun& run : places) {
+        const std::uint64_t from = BlockToSector(*volume_, run.startBlock) / 4 * 2048;
+        Bytes file(std::uint64_t{run.blockCount} * volume_->blockSize);
+        const std::uint64_t first = volume_->volumeOffset * kSectorBytes;
+        const auto block = [&](std::uint64_t at) { return (at - first) / volume_->blockSize; };
+        const auto meets = [&](const BlockRun& r) {
+            return block(from) < r.startBlock + r.blockCount &&
+                   r.startBlock <= block(from + file.size());
+        };
+        bool isFree = from >= std::max(first, kPcTableEnd) && !file.empty() &&
+                      block(from + file.size()) + 8 < volume_->totalBlocks();
+        for (const auto* nodes : {volume_->catalogNodes.get(), volume_->extentsNodes.get()})
+            isFree = isFree && std::none_of(nodes->runs().begin(), nodes->runs().end(), meets);
+        if (isFree && image.readExactly(from, file))
+            pcFiles_.try_emplace(static_cast<std::uint32_t>(from / 2048), file);
+    }
+    if (!WritePcTable(image, pcFiles_))
+        return Outcome::Wrong;
+    volume_ = std::make_unique<VolumeContext>();
+    return OpenForChanges(*volume_, path_) ? Outcome::Done : Outcome::Wrong;
+}
+
+std::string VolumeModel::comparePcSide() const {
+    PcFile image(path_, PcFile::Mode::Read);
+    for (const auto& [sector, bytes] : pcFiles_)
+        if (BytesAt(path_, sector * 2048ull, bytes.size()) != bytes)
+            return fmt::format("the PC's file at sector {} was changed", sector);
+    return "";
+}
+
 std::string VolumeModel::compare() {
     if (FlushVolume(*volume_, kClock) != TreeResult::Done)
         return "the flush failed";
@@ -326,6 +375,8 @@ std::string VolumeModel::compare() {
     for (auto entry = items_.begin(); entry != items_.end() && fault.empty(); ++entry)
         if (entry->second.isFolder)
             fault = compareFolder(entry->second.id);
+    if (fault.empty())
+        fault = comparePcSide();
     if (fault.empty())
         fault = FaultOfBlocks(*volume_);
     return fault.empty() ? compareCounts() : fault;

@@ -24,12 +24,18 @@ struct VolumeShape {
     std::uint32_t blockSize;
     std::uint32_t totalBlocks;
     std::uint32_t catalogNodes;
+    bool hasPcSide = false;  ///< files of an ISO 9660 tree come to lie in it
 };
 inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
     return out << shape.name;
 }
+/// Where the ISO 9660 tree of a volume lies: descriptors from sector 16 on, then its one directory.
+inline constexpr std::uint64_t kPcTableStart = 16 * 2048;
+inline constexpr std::uint64_t kPcTableEnd = 19 * 2048;
 /// Makes the image; false when a write failed.
 [[nodiscard]] bool MakeVolume(const std::string& path, const VolumeShape& shape);
+/// Writes the tables of an ISO 9660 tree whose files begin at those sectors.
+[[nodiscard]] bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files);
 /// Opens it for changes and loads its bitmap; false when it may only be read.
 [[nodiscard]] bool OpenForChanges(VolumeContext& volume, const std::string& path);
 
@@ -70,7 +76,20 @@ class StoppingProgress final : public Progress {
 /// One step of a script: everything else about it follows from its seed and the volume of the
 /// moment, so that a script stays one when steps are dropped.
 struct Step {
-    enum Kind { Folder, File, Replace, Delete, Rename, Recase, Move, Relabel, Swap, Mark, Kinds };
+    enum Kind {
+        Folder,
+        File,
+        Replace,
+        Delete,
+        Rename,
+        Recase,
+        Move,
+        Relabel,
+        Swap,
+        Mark,
+        Share,
+        Kinds
+    };
     Kind kind = Folder;
     std::uint32_t seed = 0;
 };
@@ -113,6 +132,8 @@ class VolumeModel {
     Outcome move(std::mt19937& random);
     Outcome relabel(std::mt19937& random);
     Outcome swapOrMark(std::mt19937& random, bool swaps);
+    Outcome share(std::mt19937& random);
+    [[nodiscard]] std::string comparePcSide() const;
 
     [[nodiscard]] std::string randomName(std::mt19937& random, std::size_t most) const;
     [[nodiscard]] Items::iterator randomItem(std::mt19937& random, bool fileOnly = false);
@@ -124,6 +145,8 @@ class VolumeModel {
     [[nodiscard]] std::string compareCounts() const;
 
     std::string path_;
+    bool hasPcSide_;
+    std::map<std::uint32_t, Bytes> pcFiles_;  ///< of the ISO 9660 tree, by first sector
     std::unique_ptr<VolumeContext> volume_;
     std::string label_ = "model";
     Items items_;

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "IO/iso_image.hpp"
 #include "IO/redo_log.hpp"
 #include "volume/allocation.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
+#include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
 #include "volume/volume_headers.hpp"
 #include "volume/volume_model.hpp"
@@ -38,7 +40,7 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
     params.nextCatalogId = 16;
     params.allocationStart = static_cast<std::uint16_t>(3 + (shape.totalBlocks + 4095) / 4096);
     const std::uint32_t nodeSize = NewNodeSize(shape.isHfsPlus);
-    std::uint32_t next = BlocksInFront(shape);
+    std::uint32_t next = shape.hasPcSide ? BlocksOf(shape, kPcTableEnd) : BlocksInFront(shape);
     const auto file = [&](std::uint32_t blocks) {
         next += blocks;
         return SystemFile{next - blocks, blocks};
@@ -86,11 +88,16 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
         const std::uint32_t block = shape.totalBlocks - i;
         bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | 0x80 >> block % 8);
     }
+    // Nothing tells but the tree itself that its blocks are in use.
+    const std::uint32_t firstFile =
+        (shape.isHfsPlus ? params.allocationFile : params.extentsFile).startBlock;
+    for (std::uint32_t block = BlocksInFront(shape); block < firstFile; ++block)
+        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] & ~(0x80 >> block % 8));
     PcFile image(path, PcFile::Mode::CreateTruncate);
     const auto writeHeaders = [&](const auto& header) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
-    if (!image.setSize(bytes) ||
+    if (!image.setSize(bytes) || (shape.hasPcSide && !WritePcTable(image, {})) ||
         !(shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
                           : writeHeaders(BuildMasterDirectoryBlock(params))) ||
         !image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) ||
@@ -100,6 +107,18 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
     return shape.isHfsPlus
                ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
                : WriteCatalog(image, at(params.catalogFile), shape, std::string_view("model"));
+}
+
+bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
+    Bytes table(kPcTableEnd - kPcTableStart);
+    PutDescriptorOfTree(table, 0, 1, 18, "PC");
+    table[2048] = 255;
+    PutText(table, 2049, "CD001\1");
+    DiscFolder root(table, 2 * 2048, 18, 18);
+    for (const auto& [sector, bytes] : files)
+        root.add(fmt::format("F{}.;1", sector), 0, sector,
+                 static_cast<std::uint32_t>(bytes.size()));
+    return image.writeAt(kPcTableStart, table);
 }
 
 bool OpenForChanges(VolumeContext& volume, const std::string& path) {
@@ -160,6 +179,9 @@ std::string FaultOfBlocks(VolumeContext& volume) {
     std::uint32_t free = 0;
     for (std::uint32_t block = 0; block < total; ++block) {
         const bool marked = IsWhollyUsed(volume.allocation.bitmap, {block, 1});
+        // What the PC side needs is in use, whether a file of the volume has it or not.
+        if (WithoutPcSide(volume, {block, 1}).empty() && uses[block] == 0)
+            ++uses[block];
         if (uses[block] > 1 || marked != (uses[block] == 1))
             return fmt::format("block {}: {} uses, {}", block, uses[block],
                                marked ? "marked" : "not marked");
