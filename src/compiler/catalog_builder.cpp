@@ -15,7 +15,6 @@ constexpr std::uint32_t kFirstHfsPlusId = 18;
 constexpr std::size_t kHfsPlusLabelLimit = 61;
 constexpr std::uint16_t kRootLocationV = 112;
 constexpr std::uint16_t kRootLocationH = 584;
-constexpr std::string_view kUntitled = "Untitled";
 
 class Builder {
   public:
@@ -141,14 +140,14 @@ TreeResult BuildCatalog(const CompileContext& context, const DiscPlan& plan,
 }
 
 std::string HfsLabel(const ProjectHeader& header) {
-    std::string label(header.hfsLabel().empty() ? kUntitled : header.hfsLabel());
+    std::string label(header.hfsLabel());
     std::replace(label.begin(), label.end(), ':', '_');
     return label.substr(0, kHfsVolumeNameLimit);
 }
 
 std::u16string HfsPlusLabel(const ProjectHeader& header) {
-    const std::string_view label = header.hfsLabel().empty() ? kUntitled : header.hfsLabel();
-    return AnsiToHfsPlusName(ReplaceChars(label.substr(0, kHfsPlusLabelLimit), kMacForbiddenChars));
+    const std::string_view label = header.hfsLabel().substr(0, kHfsPlusLabelLimit);
+    return AnsiToHfsPlusName(ReplaceChars(label, kMacForbiddenChars));
 }
 
 }  // namespace vellmark

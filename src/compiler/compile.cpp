@@ -7,7 +7,9 @@
 
 #include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
+#include "compiler/automatic_label.hpp"
 #include "compiler/catalog_builder.hpp"
+#include "compiler/compile_journal.hpp"
 #include "compiler/disc_plan.hpp"
 #include "compiler/hfs_layout.hpp"
 #include "compiler/iso_descriptors.hpp"
@@ -34,7 +36,6 @@ constexpr int kTextNoIso = 1551;
 constexpr int kTextNoHfs = 1552;
 constexpr int kTextEmptyIsoPlus = 1553;
 
-constexpr std::string_view kUntitled = "Untitled";
 /// Records of path tables tell the directory above in 16 bits.
 constexpr std::size_t kMostIsoFolders = 65535;
 /// Where the volume of an image without ISO tables begins, in sectors of 2048 bytes.
@@ -50,7 +51,9 @@ class Compiler {
     CompileResult run() {
         if (!settleMode())
             return CompileResult::Empty;
-        settleLabels();
+        context_.projectChanged |=
+            SettleLabels(context_.project.header(), context_.targetPath, context_.messages);
+        JournalStep(context_, CompileStep::CreateFile);
         context_.progress.text(context_.messages.text(kTextPreliminary));
         if (const CompileResult result = plan(); result != CompileResult::Done)
             return result;
@@ -67,7 +70,7 @@ class Compiler {
 
   private:
     bool settleMode();
-    void settleLabels();
+    bool hasItems(const ProjectTotals& totals);
     bool saveProject();
     CompileResult plan();
     CompileResult layOut();
@@ -112,7 +115,8 @@ class Compiler {
     std::uint64_t fileBlocks_ = 0;  // allocation blocks of all files
 };
 
-// What is built: where one of the two sides would be empty, the other alone.
+// What is built. Where one side of a hybrid image would be empty it is the other alone; an image of
+// one side is what was asked for, or nothing.
 bool Compiler::settleMode() {
     const ProjectTotals totals = context_.project.totals();
     if (context_.project.mode() == ProjectMode::IsoPlus) {
@@ -121,23 +125,21 @@ bool Compiler::settleMode() {
             context_.messages.showMessage(context_.messages.text(kTextEmptyIsoPlus));
         return totals.isoRecords != 0;
     }
+    if (!hasItems(totals))
+        return false;
     const bool wasHfsPlus = context_.project.header().isHfsPlus();
     TurnToHfsPlusIfTooMany(context_.project, totals, context_.messages);
-    if (context_.project.header().isHfsPlus() != wasHfsPlus)
+    const bool plus = context_.project.header().isHfsPlus();
+    if (plus != wasHfsPlus)
         context_.projectChanged = true;
     ImageKind kind = context_.kind;
-    if (totals.isoRecords == 0 && totals.hfsRecords == 0) {
-        context_.messages.showMessage(context_.messages.text(kTextEmpty));
-        return false;
-    }
-    if (kind != ImageKind::Hfs && totals.isoRecords == 0) {
+    if (kind == ImageKind::Hybrid && totals.isoRecords == 0) {
         context_.messages.showTimedMessage(context_.messages.text(kTextNoIso));
         kind = ImageKind::Hfs;
-    } else if (kind != ImageKind::Iso && totals.hfsRecords == 0) {
+    } else if (kind == ImageKind::Hybrid && totals.hfsRecords == 0) {
         context_.messages.showTimedMessage(context_.messages.text(kTextNoHfs));
         kind = ImageKind::Iso;
     }
-    const bool plus = context_.project.header().isHfsPlus();
     context_.mode = kind == ImageKind::Iso ? CompileMode::PureIso
                     : kind == ImageKind::Hfs
                         ? (plus ? CompileMode::PureHfsPlus : CompileMode::PureHfs)
@@ -145,19 +147,19 @@ bool Compiler::settleMode() {
     return true;
 }
 
-// A project that was never named takes the name of its image.
-void Compiler::settleLabels() {
-    ProjectHeader& header = context_.project.header();
-    if (header.isoLabel() != kUntitled)
-        return;
-    std::string name = context_.targetPath.substr(context_.targetPath.find_last_of('/') + 1);
-    const std::size_t dot = name.find_last_of('.');
-    if (dot != std::string::npos && dot > 0)
-        name.resize(dot);
-    const std::string label = Utf8ToNarrow(name);
-    header.setIsoLabel(label);
-    header.setHfsLabel(header.isHfsPlus() ? label : AnsiToMacName(label));
-    context_.projectChanged = true;
+bool Compiler::hasItems(const ProjectTotals& totals) {
+    if (totals.isoRecords == 0 && totals.hfsRecords == 0)
+        context_.messages.showMessage(context_.messages.text(kTextEmpty));
+    else if (context_.kind == ImageKind::Iso && totals.isoRecords == 0)
+        context_.messages.showMessage(
+            "The project has nothing in its ISO view: an ISO 9660 image of it would be empty.");
+    else if (context_.kind == ImageKind::Hfs && totals.hfsRecords == 0)
+        context_.messages.showMessage(
+            "The project has nothing in its HFS/HFS+ view: a Macintosh volume of it would be "
+            "empty.");
+    else
+        return true;
+    return false;
 }
 
 // A project that has no file yet, as one that is made for this image alone, gets none.
@@ -201,7 +203,8 @@ CompileResult Compiler::plan() {
 
 // The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.
 CompileResult Compiler::layOut() {
-    context_.progress.journal(1, "==>Computing the ISO catalog./Calcul du catalogue ISO");
+    JournalStep(context_, CompileStep::ComputeIso);
+    JournalStep(context_, CompileStep::ComputeHfs);
     std::uint32_t leaves = 0;
     for (int round = 0; round < kLayoutRounds; ++round) {
         leaves = round == 0 ? CountCatalogLeaves(plan_, IsHfsPlusMode(context_.mode))
@@ -231,8 +234,6 @@ CompileResult Compiler::layOut() {
 
 TreeResult Compiler::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves) {
     const bool plus = IsHfsPlusMode(context_.mode);
-    context_.progress.journal(1, plus ? "==>Computing the HFS+ catalog./Calcul du catalogue HFS+"
-                                      : "==>Computing the HFS catalog./Calcul du catalogue HFS");
     const std::uint32_t step = blockSize / kDiscSectorBytes;
     const std::uint32_t first =
         HasIso(context_.mode) ? iso_.fileArea : (kPureHfsStart + step - 1) / step * step;
@@ -262,7 +263,7 @@ CompileResult Compiler::write() {
     if (!target.file().isOpen())
         return targetFailed(target.file().error());
     PcFile& image = target.file();
-    context_.progress.journal(1, "==>Creating the temp files./Création des fichiers temp.");
+    JournalStep(context_, CompileStep::CreateTables);
     std::optional<TempTableSet> tables;
     if (HasIso(context_.mode)) {
         const FileArea area{static_cast<std::uint32_t>(fileAreaByte() / kDiscSectorBytes),
@@ -272,19 +273,18 @@ CompileResult Compiler::write() {
             return fail(CompileResult::TablesFailed,
                         std::string(context_.messages.text(kTextTablesFailed)));
     }
-    context_.progress.journal(1, HasMacintosh(context_.mode)
-                                     ? "==>Creating the hybrid image./Création de l'image hybride."
-                                     : "==>Creating the ISO image./Création de l'image ISO.");
-    const bool front = (!HasMacintosh(context_.mode) ||
-                        (WritePartitionMap(context_, hfs_, image) &&
-                         WriteVolume(context_, hfs_, *catalogNodes_, catalog_, image))) &&
-                       (!HasIso(context_.mode) || writeDescriptors(image));
-    if (!front)
+    JournalStep(context_, CompileStep::CreateImage);
+    if ((HasMacintosh(context_.mode) && !WritePartitionMap(context_, hfs_, image)) ||
+        (HasIso(context_.mode) && !writeDescriptors(image)))
         return targetFailed(image.error());
     if (const CompileResult result = copyFiles(image); result != CompileResult::Done)
         return result;
-    context_.progress.journal(1, "==>Copying the temp. ISO files./Copie des fichiers temp. ISO.");
     context_.progress.fileStart({}, 0, 0);
+    JournalStep(context_, CompileStep::WriteVolume);
+    if (HasMacintosh(context_.mode) &&
+        !WriteVolume(context_, hfs_, *catalogNodes_, catalog_, image))
+        return targetFailed(image.error());
+    JournalStep(context_, CompileStep::WriteTables);
     if ((tables && !CopyTables(iso_, *tables, image)) || !image.setSize(imageBytes()))
         return targetFailed(image.error());
     const int error = target.publish(context_.replace, false);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "compiler/compile_journal.hpp"
 #include "compiler/item_forks.hpp"
 #include "support/encoding.hpp"
 #include "volume/import_source.hpp"
@@ -20,8 +21,7 @@ ItemCopier::ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& im
 CopyResult ItemCopier::run() {
     context_.progress.begin(plan_.sourceBytes);
     for (const DiscFolder& folder : plan_.folders) {
-        context_.progress.journal(
-            1, "==>Entry point of creation_volume./Point d'entrée de creation_volume.");
+        JournalStep(context_, CompileStep::EnterFolder);
         for (const DiscItem& item : folder.items)
             if (const CopyResult result = copy(item); result != CopyResult::Done)
                 return result;

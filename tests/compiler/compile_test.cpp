@@ -75,22 +75,6 @@ TEST_F(CompileTest, AStopLeavesTheOlderImage) {
     EXPECT_EQ(std::filesystem::file_size(image()), std::string("the older image").size());
 }
 
-TEST_F(CompileTest, AnExistingImageIsNotReplacedUnasked) {
-    write("a.txt", "first");
-    std::ofstream(image()) << "the older image";
-    ProjectFile made = project();
-    expectFailure(made, CompileResult::TargetFailed, "disc.iso");
-}
-
-TEST_F(CompileTest, AMissingTargetFolderIsNamed) {
-    write("a.txt", "first");
-    ProjectFile made = project();
-    CompileContext request = context(made);
-    request.targetPath = out() + "/missing/disc.iso";
-    EXPECT_EQ(CompileProject(request), CompileResult::TargetFailed);
-    EXPECT_NE(messages_.shown.back().find("missing/disc.iso"), std::string::npos);
-}
-
 TEST_F(CompileTest, TablesThatCannotBeMadeEndTheCompile) {
     write("a.txt", "first");
     ProjectFile made = project();
@@ -101,49 +85,109 @@ TEST_F(CompileTest, TablesThatCannotBeMadeEndTheCompile) {
     EXPECT_TRUE(filesIn(out()).empty());
 }
 
-TEST_F(CompileTest, TheImageBeingReplacedIsNoPartOfItself) {
+TEST_F(CompileTest, OnlyAHybridWithAnEmptySideBecomesTheOtherAlone) {
     write("a.txt", "first");
-    write("disc.iso", std::string(5'000'000, 'i'));
-    ProjectFile made = project();
-    CompileContext request = context(made);
-    request.targetPath = tree() + "/disc.iso";
-    request.replace = true;
-    ASSERT_EQ(CompileProject(request), CompileResult::Done);
-    EXPECT_LT(std::filesystem::file_size(request.targetPath), 2'000'000u);
-}
-
-TEST_F(CompileTest, AnEmptySideLeadsToTheOtherAlone) {
-    write("a.txt", "first");
-    struct Row {
-        int iso;
-        int hfs;
-        CompileMode mode;
-    };
-    for (const Row& row : {Row{1, 0, CompileMode::PureIso}, Row{0, 1, CompileMode::PureHfs},
-                           Row{1, 1, CompileMode::HybridHfs}}) {
+    using enum ImageKind;
+    const struct {
+        ImageKind kind;
+        int iso, hfs;
+        std::optional<CompileMode> mode;
+    } rows[] = {{Hybrid, 1, 1, CompileMode::HybridHfs},
+                {Hybrid, 1, 0, CompileMode::PureIso},
+                {Hybrid, 0, 1, CompileMode::PureHfs},
+                {Iso, 1, 0, CompileMode::PureIso},
+                {Hfs, 0, 1, CompileMode::PureHfs},
+                {Iso, 0, 1, std::nullopt},
+                {Hfs, 1, 0, std::nullopt}};
+    for (const auto& row : rows) {
         ProjectFile made = project();
         made.setViewFlagsDown(kRootFolder, row.iso, row.hfs);
+        if (!row.mode)
+            std::filesystem::remove(image());
         CompileContext request = context(made);
+        request.kind = row.kind;
         request.replace = true;
-        ASSERT_EQ(CompileProject(request), CompileResult::Done);
-        EXPECT_EQ(request.mode, row.mode);
+        EXPECT_EQ(CompileProject(request), row.mode ? CompileResult::Done : CompileResult::Empty);
+        EXPECT_EQ(std::filesystem::exists(image()), row.mode.has_value());
+        if (row.mode)
+            EXPECT_EQ(request.mode, *row.mode);
+        else
+            EXPECT_NE(messages_.shown.back().find("would be empty"), std::string::npos);
     }
 }
 
-TEST_F(CompileTest, AnUntitledProjectIsNamedAfterItsImage) {
+TEST_F(CompileTest, TheJournalNamesTheStepsThatTheKindOfImageHas) {
+    write("sub/a.txt", "first");
+    const std::string folders = "Entry point of creation_volume;Entry point of creation_volume;";
+    const struct {
+        ImageKind kind;
+        bool plus;
+        std::string lines;
+    } rows[] = {
+        {ImageKind::Hybrid, false,
+         "Creating the ISO file;Computing the ISO catalog;Computing the HFS catalog;Creating the "
+         "temp files;Creating the hybrid image;" +
+             folders + "Copying the temp. HFS files;Copying the temp. ISO files;"},
+        {ImageKind::Hybrid, true,
+         "Creating the ISO file;Computing the ISO catalog;Computing the HFS+ catalog;Creating the "
+         "temp files;Creating the hybrid image;" +
+             folders + "Copying the temp files;Copying the temp. files;"},
+        {ImageKind::Iso, true,
+         "Creating the ISO file;Computing the ISO catalog;Creating the temp files;Creating the ISO "
+         "image;" +
+             folders + "Copying the temp. ISO files;"},
+        {ImageKind::Hfs, false,
+         "Creating the HFS file;Computing the HFS catalog;Creating the HFS image;" + folders +
+             "Copying the temp. HFS files;"},
+        {ImageKind::Hfs, true,
+         "Creating the HFS+ file;Computing the HFS+ catalog;Creating the HFS+ image;" + folders +
+             "Copying the temp files;"}};
+    for (const auto& row : rows) {
+        ProjectFile made = project(row.plus);
+        CompileContext request = context(made);
+        request.kind = row.kind;
+        request.replace = true;
+        progress_.journalLines.clear();
+        ASSERT_EQ(CompileProject(request), CompileResult::Done);
+        std::string lines;
+        for (const std::string& line : progress_.journalLines)
+            if (line.starts_with("==>"))
+                lines += line.substr(3, line.find("./") - 3) + ";";
+        EXPECT_EQ(lines, row.lines);
+    }
+}
+
+TEST_F(CompileTest, AnUntitledProjectIsNamedAfterItsImageWhereItsLettersAllowThat) {
     write("a.txt", "first");
-    ProjectFile made = project();
-    made.header().setIsoLabel("Untitled");
-    made.header().setHfsLabel("Untitled");
-    ASSERT_TRUE(made.save(messages_));
-    CompileContext request = context(made);
-    ASSERT_EQ(CompileProject(request), CompileResult::Done);
-    EXPECT_EQ(made.header().isoLabel(), "disc");
-    EXPECT_EQ(made.header().hfsLabel(), "disc");
+    const struct {
+        const char *kept, *image, *label;
+        bool told;
+    } rows[] = {{"Untitled", "disc", "disc", false},
+                {"Sans titre", "disc.2", "disc.2", false},
+                {"Disc", "other", "Disc", false},
+                {"Sans titre", "\u65E5\u672C", "Sans titre", true},
+                {"Untitled", "a\nb", "Sans titre", true},
+                {"", "disc", "Sans titre", false}};
+    messages_.spoken = Language::French;
+    for (const auto& row : rows) {
+        ProjectFile made = project();
+        made.header().setIsoLabel(row.kept);
+        made.header().setHfsLabel(row.kept);
+        ASSERT_TRUE(made.save(messages_));
+        CompileContext request = context(made);
+        request.targetPath = out() + "/" + row.image + ".iso";
+        messages_.shown.clear();
+        ASSERT_EQ(CompileProject(request), CompileResult::Done);
+        EXPECT_EQ(made.header().isoLabel(), row.label);
+        EXPECT_EQ(made.header().hfsLabel(), row.label);
+        EXPECT_EQ(messages_.shown.size(), row.told ? 1u : 0u) << row.image;
+        std::filesystem::remove(request.targetPath);
+    }
     std::optional<ProjectFile> again;
-    ASSERT_EQ(ProjectFile::Open(made.path(), ProjectMode::Hybrid, messages_, again),
-              ProjectOpened::Opened);
-    EXPECT_EQ(again->header().isoLabel(), "disc");
+    ASSERT_EQ(
+        ProjectFile::Open(folder_.path() + "/test.vlpr", ProjectMode::Hybrid, messages_, again),
+        ProjectOpened::Opened);
+    EXPECT_EQ(again->header().isoLabel(), "") << "a label that was never given is not saved";
 }
 
 TEST_F(CompileTest, AForkTooLargeForHfsTurnsTheProjectToHfsPlus) {
@@ -156,22 +200,6 @@ TEST_F(CompileTest, AForkTooLargeForHfsTurnsTheProjectToHfsPlus) {
     EXPECT_EQ(CompileProject(request), CompileResult::Aborted);
     EXPECT_EQ(request.mode, CompileMode::HybridHfsPlus);
     EXPECT_TRUE(made.header().isHfsPlus());
-}
-
-TEST_F(CompileTest, ThePostgapIsBehindTheVolume) {
-    write("a.txt", "first");
-    ProjectFile made = project();
-    CompileContext request = context(made);
-    ASSERT_EQ(CompileProject(request), CompileResult::Done);
-    const auto plain = std::filesystem::file_size(image());
-    request.postgap = true;
-    request.replace = true;
-    ASSERT_EQ(CompileProject(request), CompileResult::Done);
-    EXPECT_EQ(std::filesystem::file_size(image()), plain + 150 * 2048);
-    PcFile file(image(), PcFile::Mode::Read);
-    le32 spaceSize;
-    ASSERT_TRUE(file.readRecord(16 * 2048 + 80, spaceSize));
-    EXPECT_EQ(spaceSize * std::uint64_t{2048}, plain);
 }
 
 TEST(ImageWriterTest, FilesFollowOneAnotherOnBlocksAroundTheBuffersEnd) {

