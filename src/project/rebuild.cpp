@@ -9,7 +9,7 @@ RebuildResult Rebuild(ProjectFile& project, const RebuildOptions& options, Messa
     InclusionOptions inclusion = options.inclusion;
     inclusion.view = ProjectView::Hybrid;
     inclusion.answers = kYesToAll;
-    inclusion.truncation = {true, true, true};
+    inclusion.truncation = kShortenAll;
     RememberedAnswer yes{Remembered::YesToAll};
 
     const CheckResult check = Check(project, kRootFolder,

@@ -19,6 +19,7 @@ struct TruncationAnswers {
     bool hfs = false;
     bool hfsPlus = false;
 };
+inline constexpr TruncationAnswers kShortenAll = {true, true, true};
 
 /// Gives the record its ISO name and, in a hybrid project, its HFS name, both from `name`. For the
 /// views that it is in: a name that is too long is asked about, unless the answer is automatic; a

@@ -21,6 +21,7 @@
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
+#include "session/user_options.hpp"
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -29,7 +30,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr TruncationAnswers kShortenAll = {true, true, true};
 /// Begins the path of a file that lists what is to be included.
 constexpr char kListSign = '$';
 
@@ -55,7 +55,8 @@ bool OpenOrCreate(const BatchJob& job, std::optional<ProjectFile>& project) {
     }
     if (!MayMakeFile(job.project, false, messages))
         return false;
-    project = ProjectFile::Create(job.project, ProjectModeOf(job.project), ProjectDefaults{});
+    const ProjectMode kind = ProjectModeOf(job.project);
+    project = ProjectFile::Create(job.project, kind, NewProjectDefaults(job.context, kind));
     return true;
 }
 
@@ -161,7 +162,7 @@ BatchResult BatchRebuild(const BatchJob& job) {
         return BatchResult::NotCreated;
     if (!result.hasChanges())
         return BatchResult::Done;
-    BackUpBeforeChange(*project, messages);
+    BackUpBeforeChange(*project, job.context, messages);
     return Save(*project, messages);
 }
 
@@ -184,7 +185,7 @@ BatchResult BatchExpand(const BatchJob& job) {
 }
 
 BatchResult BatchJoin(const BatchJob& job) {
-    const HybridationOptions options{.opensRoot = OpensRoot(job.context), .force = true};
+    const HybridationOptions options{.opensRoot = OptionsOf(job.context).opensRoot, .force = true};
     const HybridationOutcome outcome =
         Hybridate(job.argument, job.project, options, job.terminal.messages, job.terminal.progress);
     switch (outcome.result) {

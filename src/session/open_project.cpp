@@ -5,6 +5,7 @@
 #include "session/file_modes.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -25,7 +26,10 @@ bool OpenForChange(const std::string& path, Messages& messages,
     return false;
 }
 
-void BackUpBeforeChange(const ProjectFile& project, Messages& messages) {
+void BackUpBeforeChange(const ProjectFile& project, const CommandContext& context,
+                        Messages& messages) {
+    if (!OptionsOf(context).backsUpProjects)
+        return;
     const std::string usual = WithExtension(project.path(), "BAK");
     const std::string backup = BackUpProject(project.path());
     if (backup.empty())

@@ -6,6 +6,7 @@
 
 #include "project/inclusion.hpp"
 #include "project/project_file.hpp"
+#include "session/command_context.hpp"
 #include "support/messages.hpp"
 
 namespace vellmark {
@@ -16,8 +17,10 @@ namespace vellmark {
                                  std::optional<ProjectFile>& project);
 
 /// Keeps the project as its file has it, with the extension `BAK` beside it; tells when that cannot
-/// be done, or when the copy has another name as something else has that one.
-void BackUpBeforeChange(const ProjectFile& project, Messages& messages);
+/// be done, or when the copy has another name as something else has that one. Not where the
+/// settings do without.
+void BackUpBeforeChange(const ProjectFile& project, const CommandContext& context,
+                        Messages& messages);
 
 /// Whether the project may be saved after this inclusion: not when it was stopped, or when a name
 /// stands for nothing or for what may not be there twice. The reason has been shown then. What was

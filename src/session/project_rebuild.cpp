@@ -102,7 +102,7 @@ bool RebuildBeforeBuild(ProjectFile& project, bool wanted, const std::string& ta
     if (!changed)
         return true;
     if (SaveRefusal(project.path()) == 0)
-        BackUpBeforeChange(project, terminal.messages);
+        BackUpBeforeChange(project, context, terminal.messages);
     terminal.messages.showTimedMessage(RebuildSentence(project, result));
     return true;
 }

@@ -43,10 +43,6 @@ bool OpenJournal(const std::string& path, std::span<const std::string> files, Se
     return false;
 }
 
-bool OpensRoot(const CommandContext& context) {
-    return context.session != nullptr && context.session->settings.has(kVlOpenRoot);
-}
-
 Language LanguageOf(std::string_view locale) {
     constexpr std::string_view kFrench = "fr";
     // `frr` and `frp` are other languages.

@@ -37,9 +37,6 @@ struct SessionChoices {
 [[nodiscard]] bool OpenJournal(const std::string& path, std::span<const std::string> files,
                                SessionState& state, CommandContext& context);
 
-/// The setting that a disc opens its root's window on a Macintosh.
-[[nodiscard]] bool OpensRoot(const CommandContext& context);
-
 /// The language of a locale's name, such as `fr_FR.UTF-8`.
 [[nodiscard]] Language LanguageOf(std::string_view locale);
 

@@ -12,7 +12,6 @@
 #include "session/file_modes.hpp"
 #include "support/settings_store.hpp"
 #include "support/texts.hpp"
-#include "volume/pc_target_name.hpp"
 
 namespace vellmark {
 
@@ -38,27 +37,24 @@ inline constexpr std::string_view kIsoPlusSize = "szIsop";    ///< decimal, MB
 
 /// Bits of `Settings::options`.
 enum OptionBit : std::uint32_t {
-    kOptionNamingMask = 7,  ///< naming policy of copies to the PC: 0, 1, 2, 4 or 6
-    kOptionShortenImported = 8,
-    kOptionAddedCrc = 16,
-    kOptionExtendUnknown = 32,  ///< unidentified files get the generic extension
+    kOptionNamingMask = 7,  ///< naming policy of copies to the PC: 1, 2, 4 or 6; 0: none chosen
+    kOptionShortenImported = 8,  ///< names too long for a volume are shortened without a question
+    kOptionAddedCrc = 16,        ///< a shortened name that is taken ends in a checksum
+    kOptionExtendUnknown = 32,   ///< unidentified files get the generic extension
     kOptionHideToolBar = 128,
     kOptionShowHidden = 256,
     kOptionDeleteSilently = 1024,
 };
-/// Files that are copied to the PC keep their names unless something else was set.
-inline constexpr std::uint32_t kDefaultOptions = static_cast<std::uint32_t>(NamingPolicy::Catalog);
-
 /// Bits of `Settings::vlOptions`.
 enum VlOptionBit : std::uint32_t {
-    kVlKeepMode = 1,
-    kVlShortenNames = 2,
-    kVlNoBackup = 4,
-    kVlOpenRoot = 8,
-    kVlNewHfsPlus = 16,
+    kVlKeepMode = 1,         ///< the next start is in the last working mode
+    kVlShortenNames = 2,     ///< names too long for a view are shortened without a question
+    kVlNoBackup = 4,         ///< no backup copy of a project
+    kVlOpenRoot = 8,         ///< new projects and joined discs open the root's window when mounted
+    kVlNewHfsPlus = 16,      ///< new projects are HFS+
     kVlModeMask = 64 | 128,  ///< the last working mode
-    kVlStartHfsPlus = 256,
-    kVlRebuild = 512,
+    kVlStartHfsPlus = 256,   ///< HFS+ is meant before anything is open
+    kVlRebuild = 512,        ///< new projects are rebuilt before each build
     kVlOpenJournal = 1024,
 };
 inline constexpr int kVlModeShift = 6;
@@ -81,7 +77,7 @@ inline constexpr ColumnWidths kDefaultColumnWidths = {160, 90, 70, 70, 90, 90, 1
 struct Settings {
     std::optional<Language> language;  ///< nothing: never chosen
     std::string extension = "TXT";     ///< of files that the signature table does not know
-    std::uint32_t options = kDefaultOptions;
+    std::uint32_t options = 0;
     std::uint32_t vlOptions = 0;
     WindowPlace window;
     ColumnWidths columns = kDefaultColumnWidths;

@@ -9,6 +9,7 @@
 #include "session/project_rebuild.hpp"
 #include "session/signature_file.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -25,7 +26,7 @@ struct AddOptions {
     std::string view = "hybrid";
     std::string containersInIso = "ask";
     std::string exeInHfs = "ask";
-    std::string truncate = "ask";
+    std::string truncate;  ///< empty: as the settings say
     bool quiet = false;
 };
 
@@ -67,7 +68,9 @@ InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandC
     const ProjectView view = ViewOf(options.view);
     NewFolderOptions folders{.clock = context.clock, .view = view, .widens = false};
     if (options.truncate == "auto")
-        folders.truncation = {true, true, true};
+        folders.truncation = kShortenAll;
+    else if (options.truncate.empty())
+        folders.truncation = OptionsOf(context).shortenInViews;
     const std::int32_t folder = NewPathFolder(project, options.to, folders, terminal.messages);
     if (folder == 0)
         return {0, 0, 0, InclusionStatus::NoSuchFolder};
@@ -93,7 +96,7 @@ int Add(const AddOptions& options, CommandContext& context) {
     if (!IsWorthSaving(included, terminal.messages))
         return kExitFailed;
     if (included.files + included.folders > 0) {
-        BackUpBeforeChange(*project, terminal.messages);
+        BackUpBeforeChange(*project, context, terminal.messages);
         if (!project->save(terminal.messages))
             return kExitFailed;
     }
@@ -128,9 +131,9 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         .showDefault();
     arguments
         .add("--truncate", options->truncate,
-             "Shorten names that are too long without a question, or ask")
-        .oneOf({"auto", "ask"})
-        .showDefault();
+             "Shorten names that are too long without a question, or ask; without it, as the "
+             "settings say")
+        .oneOf({"auto", "ask"});
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
     run = [options](CommandContext& context) { return Add(*options, context); };
 }

@@ -25,7 +25,10 @@ struct Word {
 };
 constexpr Word kOnOff[] = {{"off", 0}, {"on", 1}};
 constexpr Word kLanguages[] = {{"en", 0}, {"fr", 1}};
-constexpr Word kNamings[] = {{"extension", 0}, {"ask", 2}, {"catalog", 4}, {"append", 6}};
+constexpr Word kOffOn[] = {{"on", 0}, {"off", 1}};  // bits that forbid what their names say
+constexpr Word kModes[] = {{"project", 0}, {"partition", 1}, {"isoplus", 2}};
+// 0 stands for the first of them too, with nothing chosen.
+constexpr Word kNamings[] = {{"extension", 1}, {"ask", 2}, {"catalog", 4}, {"append", 6}};
 
 enum class Kind { Words, Bits, Extension, JournalPath, SignaturePath };
 
@@ -42,17 +45,34 @@ constexpr Row kRows[] = {
     {"language", Kind::Words, setting::kLanguage, 0, kLanguages, "language of the messages"},
     {"extension", Kind::Extension, setting::kExtension, 0, {}, "what unidentified files get"},
     {"naming", Kind::Bits, setting::kOptions, kOptionNamingMask, kNamings,
-     "names of files that are copied to the PC"},
+     "names of files that are copied to the PC; get keeps them until this is set"},
     {"shorten-names", Kind::Bits, setting::kOptions, kOptionShortenImported, kOnOff,
      "shorten long names on a volume without asking"},
     {"added-crc", Kind::Bits, setting::kOptions, kOptionAddedCrc, kOnOff,
      "a checksum where a shortened name is taken"},
     {"extend-unknown", Kind::Bits, setting::kOptions, kOptionExtendUnknown, kOnOff,
      "files of an unknown type get the generic extension"},
+    {"tool-bar", Kind::Bits, setting::kOptions, kOptionHideToolBar, kOffOn,
+     "show the window's tool bar"},
+    {"show-hidden", Kind::Bits, setting::kOptions, kOptionShowHidden, kOnOff,
+     "show hidden files of the PC in the window"},
     {"delete-silently", Kind::Bits, setting::kOptions, kOptionDeleteSilently, kOnOff,
      "delete folders that are not empty without asking"},
+    {"keep-mode", Kind::Bits, setting::kVlOptions, kVlKeepMode, kOnOff,
+     "the window starts in its last working mode"},
+    {"last-mode", Kind::Bits, setting::kVlOptions, kVlModeMask, kModes, "that mode"},
+    {"shorten-views", Kind::Bits, setting::kVlOptions, kVlShortenNames, kOnOff,
+     "shorten long names in a project without asking"},
+    {"backup", Kind::Bits, setting::kVlOptions, kVlNoBackup, kOffOn,
+     "keep a backup copy of a project that changes"},
     {"open-root", Kind::Bits, setting::kVlOptions, kVlOpenRoot, kOnOff,
-     "joined discs open their root's window on a Macintosh"},
+     "new projects and joined discs open their root's window on a Macintosh"},
+    {"new-hfsplus", Kind::Bits, setting::kVlOptions, kVlNewHfsPlus, kOnOff,
+     "new projects and images are HFS+"},
+    {"start-hfsplus", Kind::Bits, setting::kVlOptions, kVlStartHfsPlus, kOnOff,
+     "the window takes HFS+ for meant before anything is open"},
+    {"new-rebuild", Kind::Bits, setting::kVlOptions, kVlRebuild, kOnOff,
+     "new projects are brought up to date before each build"},
     {"journal", Kind::JournalPath, setting::kJournal, 0, {}, "path of the journal"},
     {"open-journal", Kind::Bits, setting::kVlOptions, kVlOpenJournal, kOnOff,
      "add to the journal in every run"},

@@ -6,9 +6,9 @@
 
 #include "session/extraction.hpp"
 #include "session/image_verbs.hpp"
-#include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -82,12 +82,14 @@ std::string InFolder(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
 }
 
-// The settings may want a person to be asked, where there is none.
+// Names stay as they are unless something else was chosen. The settings may want a person to be
+// asked, where there is none.
 NamingPolicy NamingOf(const GetOptions& options, const CommandContext& context) {
     if (!options.naming.empty())
         return ValueOf(kNamings, options.naming);
-    const NamingPolicy kept = NamingPolicyOf(context.session->settings.options);
-    return kept == NamingPolicy::Ask && !context.asks ? NamingPolicy::Catalog : kept;
+    const UserOptions user = OptionsOf(context);
+    const bool canAsk = user.naming.policy != NamingPolicy::Ask || context.asks;
+    return user.choseNaming && canAsk ? user.naming.policy : NamingPolicy::Catalog;
 }
 
 ExistingFiles ExistingOf(const GetOptions& options, const CommandContext& context) {
@@ -99,9 +101,8 @@ ExistingFiles ExistingOf(const GetOptions& options, const CommandContext& contex
 CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
     CopyOutOptions copy;
     copy.mode = ValueOf(kModes, options.mode);
+    copy.naming = OptionsOf(context).naming;
     copy.naming.policy = NamingOf(options, context);
-    copy.naming.genericExtension = context.session->settings.extension;
-    copy.naming.extendsUnknown = context.session->settings.has(kOptionExtendUnknown);
     copy.existing = ExistingOf(options, context);
     copy.keptHint = kForceHint;
     copy.imagePath = options.view.image;

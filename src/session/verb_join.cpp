@@ -2,8 +2,8 @@
 #include <ostream>
 
 #include "compiler/hybridation.hpp"
-#include "session/session_state.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -37,7 +37,7 @@ int Join(const JoinOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     HybridationOptions hybridation;
-    hybridation.opensRoot = options.opensRoot || OpensRoot(context);
+    hybridation.opensRoot = options.opensRoot || OptionsOf(context).opensRoot;
     hybridation.force = options.force;
     hybridation.asks = context.asks;
     const HybridationOutcome outcome = Hybridate(options.disc, options.partition, hybridation,

@@ -6,11 +6,13 @@
 
 #include "project/inclusion.hpp"
 #include "session/build_options.hpp"
+#include "session/format_choice.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -20,10 +22,12 @@ namespace vellmark {
 
 namespace {
 
+constexpr std::string_view kName = "make";
+
 struct MakeOptions {
     std::string folder;
     std::string label;
-    bool hfsPlus = false;
+    FormatChoice format;
     BuildOptions build;
 };
 
@@ -52,6 +56,8 @@ std::string ContentsOf(const std::string& folder) {
 }
 
 int Make(MakeOptions& options, CommandContext& context) {
+    if (options.format.contradicts())
+        return UsageError(context, kName, FormatChoice::kContradiction);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
     options.build.output = FollowLink(options.build.output);
@@ -61,8 +67,8 @@ int Make(MakeOptions& options, CommandContext& context) {
     const TemporaryFolder folder;
     if (!HasTemporaryFolder(folder.path(), terminal.messages))
         return kExitFailed;
-    ProjectDefaults defaults;
-    defaults.isHfsPlus = options.hfsPlus;
+    ProjectDefaults defaults = NewProjectDefaults(context, ProjectMode::Hybrid);
+    options.format.apply(defaults);
     ProjectFile project =
         ProjectFile::Create(folder.path() + "/vlpr.vlpr", ProjectMode::Hybrid, defaults);
     if (!options.label.empty() &&
@@ -72,7 +78,7 @@ int Make(MakeOptions& options, CommandContext& context) {
     InclusionOptions inclusion{context.clock};
     inclusion.answers = kYesToAll;
     inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
-    inclusion.truncation = {true, true, true};
+    inclusion.truncation = kShortenAll;
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});
     const InclusionResult included = Include(project, ContentsOf(options.folder), kRootFolder,
@@ -88,7 +94,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MakeOptions>();
     arguments.add("FOLDER", options->folder, "Folder whose contents go into the image").required();
     arguments.add("-o,--output", options->build.output, "Image to make").required();
-    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
+    options->format.addTo(arguments);
     arguments.add("-l,--label", options->label,
                   "Name of the volume; without it, the name of the image");
     AddBuildOptions(arguments, options->build);
@@ -97,7 +103,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
 
 }  // namespace
 
-const Verb kVerbMake = {"make", "mk", "Make one image from a folder",
+const Verb kVerbMake = {kName, "mk", "Make one image from a folder",
                         "vellmark make Photos -o photos.iso --label Photos", SetUp};
 
 }  // namespace vellmark

@@ -1,9 +1,11 @@
 #include <memory>
 
 #include "session/file_modes.hpp"
+#include "session/format_choice.hpp"
 #include "session/labels.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -16,24 +18,26 @@ constexpr std::string_view kName = "new";
 struct NewOptions {
     std::string path;
     std::string label;
-    bool hfsPlus = false;
+    FormatChoice format;
     bool rebuild = false;
     bool force = false;
     bool quiet = false;
 };
 
 int New(const NewOptions& options, CommandContext& context) {
+    if (options.format.contradicts())
+        return UsageError(context, kName, FormatChoice::kContradiction);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     const ProjectMode mode = ProjectModeOf(options.path);
-    if (mode == ProjectMode::IsoPlus && options.hfsPlus)
+    if (mode == ProjectMode::IsoPlus && options.format.isHfsPlus)
         return UsageError(context, kName, "An ISO+ project has no HFS+ side.");
     const std::string path = FollowLink(options.path);
     if (!MayMakeFile(path, options.force, terminal.messages))
         return kExitFailed;
-    ProjectDefaults defaults;
-    defaults.isHfsPlus = options.hfsPlus;
-    defaults.rebuild = options.rebuild;
+    ProjectDefaults defaults = NewProjectDefaults(context, mode);
+    options.format.apply(defaults);
+    defaults.rebuild = defaults.rebuild || options.rebuild;
     ProjectFile project = ProjectFile::Create(path, mode, defaults);
     if (!options.label.empty() &&
         !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
@@ -43,7 +47,7 @@ int New(const NewOptions& options, CommandContext& context) {
     if (!options.quiet)
         context.output << Printable(options.path) << ": new "
                        << (mode == ProjectMode::IsoPlus ? "ISO+"
-                           : options.hfsPlus            ? "hybrid HFS+"
+                           : defaults.isHfsPlus         ? "hybrid HFS+"
                                                         : "hybrid HFS")
                        << " project\n";
     return kExitDone;
@@ -55,7 +59,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         .add("PROJECT", options->path,
              "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
         .required();
-    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ on the Macintosh side instead of HFS");
+    options->format.addTo(arguments);
     arguments.add("-l,--label", options->label,
                   "Name of the volume; without it, the name of the image when it is built");
     arguments.flag("--rebuild", options->rebuild,

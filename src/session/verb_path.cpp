@@ -72,7 +72,7 @@ int RunPath(const PathOptions& options, CommandContext& context) {
         return kExitFailed;
     }
     if (count > 0) {
-        BackUpBeforeChange(*project, terminal.messages);
+        BackUpBeforeChange(*project, context, terminal.messages);
         if (!project->save(terminal.messages))
             return kExitFailed;
     }

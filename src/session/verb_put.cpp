@@ -8,8 +8,8 @@
 
 #include "session/change_run.hpp"
 #include "session/extraction.hpp"
-#include "session/session_state.hpp"
 #include "session/signature_file.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -60,12 +60,10 @@ ExistingFiles ExistingOf(const PutOptions& options, const CommandContext& contex
 }
 
 ImportTruncation TruncationOf(const PutOptions& options, const CommandContext& context) {
-    const auto isSet = [&](OptionBit bit) {
-        return context.session != nullptr && context.session->settings.has(bit);
-    };
+    const UserOptions user = OptionsOf(context);
     const bool isYes = options.truncate == "yes";
-    return {.automatic = isYes || (options.truncate.empty() && isSet(kOptionShortenImported)),
-            .addsCrc = isYes || !context.asks || isSet(kOptionAddedCrc),
+    return {.automatic = isYes || (options.truncate.empty() && user.shortensImported),
+            .addsCrc = isYes || !context.asks || user.addsCrc,
             .asks = context.asks};
 }
 

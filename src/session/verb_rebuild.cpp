@@ -31,7 +31,7 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
                          context, terminal, result))
         return kExitFailed;
     if (result.hasChanges()) {
-        BackUpBeforeChange(*project, terminal.messages);
+        BackUpBeforeChange(*project, context, terminal.messages);
         if (!project->save(terminal.messages))
             return kExitFailed;
     }

@@ -70,7 +70,7 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
         return kExitFailed;
     }
     if (count > 0) {
-        BackUpBeforeChange(*project, terminal.messages);
+        BackUpBeforeChange(*project, context, terminal.messages);
         if (!project->save(terminal.messages))
             return kExitFailed;
     }

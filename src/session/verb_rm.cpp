@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "session/change_run.hpp"
-#include "session/session_state.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_delete.hpp"
@@ -25,8 +25,7 @@ int Rm(const RmOptions& options, CommandContext& context) {
     if (!run.open(options.partition))
         return kExitFailed;
     RememberedAnswer answer;
-    const bool isSettled = options.force || (context.session != nullptr &&
-                                             context.session->settings.has(kOptionDeleteSilently));
+    const bool isSettled = options.force || OptionsOf(context).deletesSilently;
     if (!isSettled && !context.asks)
         answer.kept = Remembered::NoToAll;
     DeleteContext deletion{run.terminal.messages, run.terminal.progress, context.clock, answer,

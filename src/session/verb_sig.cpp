@@ -6,6 +6,7 @@
 #include "session/image_verbs.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -137,8 +138,7 @@ int Sig(const SigOptions& options, CommandContext& context) {
     }
     const SignatureTable& table =
         options.file.empty() ? SignaturesOf(context, run.terminal.messages) : given;
-    const std::vector<Found> found =
-        Find(options, table, context.session->settings.has(kOptionExtendUnknown));
+    const std::vector<Found> found = Find(options, table, OptionsOf(context).naming.extendsUnknown);
     if (found.empty())
         run.problem(fmt::format("The table has no entry for {}{}.", Printable(options.type),
                                 options.creator.empty() ? "" : "/" + Printable(options.creator)));

@@ -10,7 +10,7 @@ import time
 import unittest
 
 from images import KINDS, Image
-from program import DONE, FAILED, SKIPPED, USAGE, VELLMARK, Case, environment
+from program import DONE, FAILED, SKIPPED, VELLMARK, Case, environment
 
 MEGABYTE = 1 << 20
 
@@ -42,44 +42,8 @@ class Failures(Case):
         return sorted(os.listdir(self.target))
 
 
-class Usage(Failures):
-    """Wrong use: status 2, and a hint."""
-
-    def test_wrong_use(self):
-        """Catches a wrong line that does something, or ends with another status."""
-        lines = (("make",), ("make", "source"),
-                 ("make", "source", "-o", "x", "--kind", "tape"),
-                 ("make", "source", "-o", "x", "--nonsense"))
-        for line in lines:
-            with self.subTest(line=line):
-                self.refused(*line, says=["--help"], status=USAGE)
-
-    def test_no_verb(self):
-        """Catches a line without a verb that ends as if something had been done."""
-        for line in ((), ("nonsense",)):
-            with self.subTest(line=line):
-                self.refused(*line, says=["--help", *line])
-
-    def test_help_has_an_example(self):
-        """Catches a verb whose help shows no line to copy."""
-        result = self.vellmark("make", "--help")
-        self.assertEqual(DONE, result.returncode)
-        self.assertIn(b"Example", result.stdout)
-
-
 class Targets(Failures):
     """Places where no image can be made."""
-
-    def test_missing_folder(self):
-        """Catches a missing folder that is made, or an error without the name."""
-        image = self.here / "nowhere" / "disc.iso"
-        self.refused("make", self.source, "-o", image, says=[str(image)])
-        self.assertFalse(image.parent.exists())
-
-    def test_file_in_place_of_a_folder(self):
-        """Catches a path through a file."""
-        image = self.source / "plain.txt" / "disc.iso"
-        self.refused("make", self.source, "-o", image, says=[str(image)])
 
     @unittest.skipIf(os.geteuid() == 0, "root may write everywhere")
     def test_read_only_folder(self):
@@ -87,23 +51,6 @@ class Targets(Failures):
         self.target.chmod(0o555)
         self.refused("make", self.source, "-o", self.image, says=[str(self.image)])
         self.assertEqual([], self.left())
-
-    def test_folder_in_place_of_the_image(self):
-        """Catches a folder that --force replaces."""
-        self.image.mkdir()
-        self.refused("make", self.source, "-o", self.image, says=[str(self.image)])
-        self.refused("make", self.source, "-o", self.image, "--force", says=[str(self.image)])
-        self.assertTrue(self.image.is_dir())
-        self.assertEqual(["disc.iso"], self.left())
-
-    def test_existing_image_stays(self):
-        """Catches an image that is lost without --force."""
-        self.image.write_bytes(b"old")
-        self.refused("make", self.source, "-o", self.image, says=[str(self.image), "--force"])
-        self.assertEqual(b"old", self.image.read_bytes())
-        self.make(self.source, self.image, "--force")
-        self.assertEqual([], Image(self.image).problems)
-        self.assertEqual(["disc.iso"], self.left())
 
     def test_full_target(self):
         """Catches a write that fails unseen: a limit on the size of files stands for a disk."""
@@ -129,37 +76,9 @@ class Targets(Failures):
         # The project, the tables or the image: whichever was the first that had no room.
         self.assertTrue(result.stderr.startswith(b"vellmark: "), result.stderr)
 
-    def test_pipe_in_place_of_the_image(self):
-        """Catches a device or a pipe that is replaced by an image, or waited for."""
-        os.mkfifo(self.image)
-        self.refused("make", self.source, "-o", self.image, says=[str(self.image)])
-        self.refused("make", self.source, "-o", self.image, "--force", says=[str(self.image)])
-        self.assertTrue(self.image.is_fifo())
-        self.assertEqual(["disc.iso"], self.left())
-
-    def test_link_in_place_of_the_image(self):
-        """Catches a link that points at the image and is replaced by a file of its own."""
-        real = self.target / "real.iso"
-        self.make(self.source, real)
-        os.symlink("real.iso", self.image)
-        self.make(self.source, self.image, "--force", "--label", "Again")
-        self.assertEqual("Again", Image(real).volume.name)
-        self.assertTrue(self.image.is_symlink())
-        self.assertEqual(["disc.iso", "real.iso"], self.left())
-
 
 class Sources(Failures):
     """Sources that cannot be read, or that are nothing for a disc."""
-
-    def test_missing_folder(self):
-        """Catches a missing source that gives an empty image."""
-        self.refused("make", self.here / "absent", "-o", self.image, says=["absent"])
-        self.assertEqual([], self.left())
-
-    def test_file_in_place_of_a_folder(self):
-        """Catches a file that is taken for a folder."""
-        self.refused("make", self.source / "plain.txt", "-o", self.image, says=["plain.txt"])
-        self.assertEqual([], self.left())
 
     @unittest.skipIf(os.geteuid() == 0, "root may read everything")
     def test_unreadable_file(self):
@@ -212,14 +131,6 @@ class Sources(Failures):
         self.assertIn("giant", result.stderr.decode())
         self.assertIn("4294967296", result.stderr.decode().replace(" ", "").replace(",", ""))
         self.assertEqual({("plain.txt",)}, set(Image(self.image).mac_files()))
-
-    def test_image_in_its_own_source(self):
-        """Catches an image that takes itself as a source, and grows each time."""
-        image = self.source / "disc.iso"
-        first = self.make(self.source, image).read_bytes()
-        self.make(self.source, image, "--force")
-        self.assertEqual(first, image.read_bytes())
-        self.assertEqual({("plain.txt",)}, set(Image(image).mac_files()))
 
     def test_name_that_is_no_utf8(self):
         """Catches a name of other bytes that is not opened, or that stops the rest."""

@@ -1,0 +1,39 @@
+#include "session/user_options.hpp"
+
+#include "compiler/automatic_label.hpp"
+#include "session/session_state.hpp"
+
+namespace vellmark {
+
+UserOptions OptionsOf(const Settings& settings, Language language) {
+    const bool shortens = settings.has(kVlShortenNames);
+    const bool opensRoot = settings.has(kVlOpenRoot);
+    return {
+        .newProject = {.openRoot = opensRoot,
+                       .rebuild = settings.has(kVlRebuild),
+                       .isHfsPlus = settings.has(kVlNewHfsPlus),
+                       .label = UntitledLabel(language)},
+        .shortenInViews = {shortens, shortens, shortens},
+        .backsUpProjects = !settings.has(kVlNoBackup),
+        .shortensImported = settings.has(kOptionShortenImported),
+        .addsCrc = settings.has(kOptionAddedCrc),
+        .naming = {NamingPolicyOf(settings.options), settings.extension,
+                   settings.has(kOptionExtendUnknown)},
+        .choseNaming = (settings.options & kOptionNamingMask) != 0,
+        .deletesSilently = settings.has(kOptionDeleteSilently),
+        .opensRoot = opensRoot,
+    };
+}
+
+UserOptions OptionsOf(const CommandContext& context) {
+    return OptionsOf(context.session ? context.session->settings : Settings{}, context.language);
+}
+
+ProjectDefaults NewProjectDefaults(const CommandContext& context, ProjectMode mode) {
+    ProjectDefaults defaults = OptionsOf(context).newProject;
+    if (mode == ProjectMode::IsoPlus)
+        defaults.isHfsPlus = false;
+    return defaults;
+}
+
+}  // namespace vellmark
