@@ -19,6 +19,10 @@ constexpr std::uint32_t kNodeSectors = 8;
 constexpr std::uint64_t kSmallestHfsSectors = 1600;
 constexpr std::uint32_t kLargestBlockSize = 65535;
 constexpr std::uint64_t kMostBlocksOfFork = 32767;
+/// Of an HFS volume: checkers take a file that ends with the last allocation block for damage.
+constexpr std::uint32_t kBlocksBehindFiles = 1;
+/// The second header and the sector behind it, and two that are not the partition's.
+constexpr std::uint32_t kSectorsBehindBlocks = 4;
 
 // Keys, as far as packing sees them.
 constexpr std::size_t kHfsKeyHead = 7;
@@ -90,7 +94,7 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     layout.extentsFile = {0, extents / b};
     layout.catalogFile = {extents / b, catalog / b};
     layout.systemBlocks = (extents + catalog) / b;
-    const std::uint64_t blocks = layout.systemBlocks + fileBlocks;
+    const std::uint64_t blocks = layout.systemBlocks + fileBlocks + kBlocksBehindFiles;
     // One bit for each sector of 2048 bytes: enough for every size of block.
     const std::uint64_t bits = RoundUp(blocks * b, kBlocksPerSector) / kBlocksPerSector;
     const std::uint64_t told = (bits + kBitsPerSector - 1) / kBitsPerSector;
@@ -98,9 +102,11 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     layout.allocationStart = static_cast<std::uint32_t>((told + kBootAndHeaderSectors) / b * b + b);
     layout.bitmapSectors = layout.allocationStart - kBootAndHeaderSectors;
     layout.totalBlocks = static_cast<std::uint32_t>(blocks);
+    layout.usedBlocks = layout.totalBlocks - kBlocksBehindFiles;
     layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
     const std::uint64_t smallest = RoundUp(partitionStart + kSmallestHfsSectors + 2, b);
-    layout.imageSectors = std::max(layout.sectorOf(layout.totalBlocks) + b, smallest);
+    layout.imageSectors =
+        std::max(layout.sectorOf(layout.totalBlocks) + kSectorsBehindBlocks, smallest);
     // The last two sectors of the image are not the partition's, so that the second header, which
     // stands in the partition's last but one, lies 2048 bytes before the end.
     layout.partitionSectors = layout.imageSectors - 2 - partitionStart;
@@ -131,6 +137,7 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
     layout.catalogFile = {layout.extentsFile.startBlock + extents, catalog};
     layout.systemBlocks = layout.catalogFile.startBlock + catalog;
     layout.totalBlocks = static_cast<std::uint32_t>(layout.systemBlocks + fileBlocks + 1);
+    layout.usedBlocks = layout.totalBlocks;
     layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
     layout.imageSectors = layout.sectorOf(layout.totalBlocks);
     layout.partitionSectors = layout.imageSectors - partitionStart;
@@ -148,9 +155,8 @@ std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint3
             for (const DiscItem& item : folder.items)
                 for (const DiscRun& run : item.runs)
                     blocks += BlocksFor(run.sizeBytes, size);
-        // The padding behind the last file counts as a block.
         const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size);
-        if (layout.systemBlocks + blocks + 1 <= kHfsLimit)
+        if (layout.totalBlocks + blocks <= kHfsLimit)
             return size;
     }
     return std::nullopt;

@@ -12,9 +12,9 @@ namespace vellmark {
 /// Sizes and places in blocks of 512 bytes, unless an allocation block is meant.
 ///
 /// HFS: boot blocks, master directory block, bitmap, then the allocation blocks: extents file,
-/// catalog, files. HFS+: allocation block 0 holds boot blocks and header, then come the allocation
-/// file, the extents file, the catalog and the files; one more allocation block at the end holds
-/// the second header.
+/// catalog, files, and one that stays free. HFS+: allocation block 0 holds boot blocks and header,
+/// then come the allocation file, the extents file, the catalog and the files; one more allocation
+/// block at the end holds the second header.
 struct HfsLayout {
     bool isHfsPlus = false;
     std::uint32_t sectorsPerBlock = 4;  ///< 512-byte sectors of an allocation block
@@ -26,6 +26,7 @@ struct HfsLayout {
     SystemFile catalogFile;              ///< allocation blocks
     std::uint32_t systemBlocks = 0;      ///< allocation blocks before the files
     std::uint32_t totalBlocks = 0;       ///< allocation blocks of the volume
+    std::uint32_t usedBlocks = 0;        ///< those in use, the first ones of the volume
     std::uint64_t fileAreaStart = 0;     ///< first sector of the files
     std::uint64_t imageSectors = 0;      ///< of the whole image without a postgap
     std::uint64_t partitionSectors = 0;  ///< what the partition map tells
@@ -52,8 +53,8 @@ struct HfsLayout {
                                              std::uint64_t fileBlocks);
 
 /// The smallest allocation block with which an HFS volume can hold the plan: a multiple of 2048
-/// bytes with at most 65,535 blocks for system files, forks and padding, and in a hybrid image with
-/// fewer than 32,767 for the largest fork. Nothing when there is none: then it must be HFS+.
+/// bytes with at most 65,535 blocks for system files, forks and the free one, and in a hybrid image
+/// with fewer than 32,767 for the largest fork. Nothing when there is none: then it must be HFS+.
 [[nodiscard]] std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan,
                                                               std::uint32_t leaves, bool isHybrid);
 

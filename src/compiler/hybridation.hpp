@@ -51,8 +51,7 @@ struct HybridationOutcome {
 
 /// Joins the first Macintosh partition of an image to a disc. Everything but `Done` has been told;
 /// the disc is then as it was. Nothing is changed before all that can be known has been looked at.
-/// The partition's length is rounded up to whole sectors of 2,048 bytes, and its image stays as it
-/// is.
+/// Zeros behind the partition fill its last sector of 2,048 bytes, and its image stays as it is.
 [[nodiscard]] HybridationOutcome Hybridate(const std::string& discPath,
                                            const std::string& partitionPath,
                                            const HybridationOptions& options, Messages& messages,

@@ -30,7 +30,7 @@ std::uint64_t JoinJob::partitionSectors() const {
 
 HybridMap JoinJob::map(std::uint64_t start, std::uint64_t discSectors) const {
     return MakeHybridMap(source.partition(), static_cast<std::uint32_t>(start * kBlocksPerSector),
-                         static_cast<std::uint32_t>(partitionSectors() * kBlocksPerSector),
+                         static_cast<std::uint32_t>(source.partitionBlocks()),
                          static_cast<std::uint32_t>(discSectors * kBlocksPerSector));
 }
 

@@ -20,6 +20,8 @@ namespace {
 
 constexpr std::uint64_t kHeaderOffset = 1024;
 constexpr std::uint64_t kHeaderBytes = 512;
+/// From the second header to the end of the partition.
+constexpr std::uint64_t kAlternateBytes = 1024;
 /// Word 2 of the Finder's information.
 constexpr std::size_t kFolderToOpen = 2 * sizeof(be32);
 /// A boot area, a header and its copy.
@@ -134,17 +136,27 @@ JoinSourceResult JoinSource::checkVolume(Messages& messages) const {
 }
 
 // The partition reaches as far as its entry says. One that lies, or tells less than the volume in
-// it, goes on to the end of the image.
+// it, goes on to the end of the image. Where that end has no second header, and the volume has one
+// straight behind its blocks, it is the volume that tells.
 void JoinSource::measure() {
     const std::uint64_t rest = disk_->size() - partition_.offset;
+    const std::uint64_t volume = VolumeBytes(*disk_, partition_.offset);
     const bool isWhole = partition_.sizeBytes <= rest &&
                          partition_.sizeBytes >= kLeastPartitionBytes &&
-                         partition_.sizeBytes >= VolumeBytes(*disk_, partition_.offset);
+                         partition_.sizeBytes >= volume;
     stored_ = isWhole ? partition_.sizeBytes : rest;
-    size_ = (stored_ + kIsoSectorBytes - 1) / kIsoSectorBytes * kIsoSectorBytes;
     be16 signature;
-    isHfsPlus_ = disk_->readRecord(partition_.offset + kHeaderOffset, signature) &&
-                 IsHfsPlusHeader(signature);
+    be16 alternate;
+    if (disk_->readRecord(partition_.offset + kHeaderOffset, signature)) {
+        isHfsPlus_ = IsHfsPlusHeader(signature);
+        const auto endsAt = [&](std::uint64_t bytes) {
+            return disk_->readRecord(partition_.offset + bytes - kAlternateBytes, alternate) &&
+                   alternate == signature;
+        };
+        if (volume >= kLeastPartitionBytes && !endsAt(stored_) && endsAt(volume))
+            stored_ = volume;
+    }
+    size_ = (stored_ + kIsoSectorBytes - 1) / kIsoSectorBytes * kIsoSectorBytes;
 }
 
 void JoinSource::findRootWord() {

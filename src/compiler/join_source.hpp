@@ -33,8 +33,13 @@ class JoinSource final : public ByteSource {
     /// Everything but `Found` has been told.
     [[nodiscard]] JoinSourceResult prepare(bool opensRoot, Messages& messages, Progress& progress);
 
-    /// Bytes, a multiple of 2,048.
+    /// Bytes, a multiple of 2,048: the partition and the zeros behind it.
     [[nodiscard]] std::uint64_t size() const override { return size_; }
+    /// Sectors of 512 bytes of the partition itself, from whose end the second header of a volume
+    /// is found.
+    [[nodiscard]] std::uint64_t partitionBlocks() const {
+        return (stored_ + kSectorBytes - 1) / kSectorBytes;
+    }
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
     [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
                                        std::uint64_t offset, std::uint64_t count) override;

@@ -21,7 +21,7 @@ VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
     params.now = MacDateNow(context.clock, layout.isHfsPlus);
     params.blockSize = layout.blockSize();
     params.totalBlocks = layout.totalBlocks;
-    params.freeBlocks = 0;
+    params.freeBlocks = layout.totalBlocks - layout.usedBlocks;
     params.nextAllocation = 1;
     params.clumpSize = layout.blockSize();
     params.nextCatalogId = catalog.nextCatalogId;
@@ -69,7 +69,7 @@ bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
                                    image.writeRecord(alternate, BuildVolumeHeader(params))
                              : image.writeRecord(header, BuildMasterDirectoryBlock(params)) &&
                                    image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
-    return headers && image.writeAt(bitmap, UsedBlocks(layout.totalBlocks, layout.bitmapSectors)) &&
+    return headers && image.writeAt(bitmap, UsedBlocks(layout.usedBlocks, layout.bitmapSectors)) &&
            WriteExtentsTree(image, byteOf(layout.sectorOf(layout.extentsFile.startBlock)),
                             layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize()) &&
            catalogNodes.writeTo(image, byteOf(layout.sectorOf(layout.catalogFile.startBlock)));

@@ -11,8 +11,7 @@ namespace vellmark {
 [[nodiscard]] bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout,
                                      PcFile& image);
 
-/// Headers, bitmap, extents tree and catalog. All blocks of the volume are in use: nothing is ever
-/// added to a disc.
+/// Headers, bitmap, extents tree and catalog.
 [[nodiscard]] bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
                                const MemoryNodes& catalogNodes, const BuiltCatalog& catalog,
                                PcFile& image);

@@ -1,6 +1,8 @@
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -19,6 +21,7 @@ namespace vellmark {
 namespace {
 
 constexpr std::string_view kName = "format";
+constexpr std::string_view kSmallestBlocks = "smallest";
 constexpr int kTextNoRoom = 1073;
 constexpr int kTextTooLargeForDisk = 1474;
 
@@ -26,6 +29,7 @@ struct FormatOptions {
     std::string path;
     std::string size;
     std::string label;
+    std::string blockSize;
     bool hfsPlus = false;
     bool zero = false;
     bool force = false;
@@ -34,29 +38,38 @@ struct FormatOptions {
 
 struct SizeUnit {
     char letter;
-    std::uint64_t kilobytes;
+    std::uint64_t bytes;
 };
 
-constexpr SizeUnit kSizeUnits[] = {{'K', 1}, {'M', 1u << 10}, {'G', 1u << 20}, {'T', 1u << 30}};
+constexpr std::uint64_t kMegabyte = 1u << 20;
+constexpr SizeUnit kSizeUnits[] = {
+    {'K', 1u << 10}, {'M', kMegabyte}, {'G', 1u << 30}, {'T', std::uint64_t{1} << 40}};
 
-// Whole megabytes of `100`, `100M`, `1G` or `2048K`; nothing for any other text.
-std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
+// Bytes of `100M`, `1G` or `2048K`, or of a number without a unit, which counts in `unitBytes`;
+// nothing for any other text.
+std::optional<std::uint64_t> BytesOf(std::string_view text, std::uint64_t unitBytes) {
     std::uint64_t number = 0;
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
     if (error != std::errc{})
         return std::nullopt;
-    if (rest == end)
-        return number;
-    const std::string unit = AsciiUpper({rest, end});
-    for (const auto& [letter, kilobytes] : kSizeUnits) {
-        if (unit != std::string(1, letter) && unit != std::string{letter, 'B'})
-            continue;
-        if (number > UINT64_MAX / kilobytes || number * kilobytes % 1024 != 0)
+    if (rest != end) {
+        const std::string unit = AsciiUpper({rest, end});
+        const auto* found =
+            std::find_if(std::begin(kSizeUnits), std::end(kSizeUnits), [&](const SizeUnit& size) {
+                return unit == std::string(1, size.letter) || unit == std::string{size.letter, 'B'};
+            });
+        if (found == std::end(kSizeUnits))
             return std::nullopt;
-        return number * kilobytes / 1024;
+        unitBytes = found->bytes;
     }
-    return std::nullopt;
+    return number > UINT64_MAX / unitBytes ? std::nullopt : std::optional(number * unitBytes);
+}
+
+// Whole megabytes; nothing for any other size.
+std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
+    const auto bytes = BytesOf(text, kMegabyte);
+    return bytes && *bytes % kMegabyte == 0 ? std::optional(*bytes / kMegabyte) : std::nullopt;
 }
 
 // Why no volume can be so large; "" when one can.
@@ -69,6 +82,25 @@ std::string SizeRefusal(const FormatOptions& options, std::optional<std::uint64_
         return {};
     return fmt::format("An {} volume can have {} to {} MB, not {}.",
                        options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb, most, *megabytes);
+}
+
+// Settles the allocation block. Why it cannot be so; "" when it can.
+std::string SettleBlockSize(const FormatOptions& options, FormatInput& input) {
+    if (options.blockSize.empty())
+        return {};
+    if (input.isHfsPlus)
+        return "--block-size is for HFS; the blocks of an HFS+ volume have 2,048 bytes.";
+    const std::uint32_t smallest = SmallestHfsBlock(input.sizeMegabytes);
+    const auto bytes =
+        options.blockSize == kSmallestBlocks ? smallest : BytesOf(options.blockSize, 1);
+    if (!bytes || !FitsAsBlock(*bytes, input.sizeMegabytes))
+        return fmt::format(
+            "The blocks of an HFS volume of {} MB can have {} to {} bytes, in steps of 512, or be "
+            "the {}; {} is not that.",
+            input.sizeMegabytes, smallest, UsualHfsBlock(input.sizeMegabytes), kSmallestBlocks,
+            Printable(options.blockSize));
+    input.blockSize = static_cast<std::uint32_t>(*bytes);
+    return {};
 }
 
 bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
@@ -112,12 +144,18 @@ int Format(const FormatOptions& options, CommandContext& context) {
     const std::optional<std::uint64_t> megabytes = MegabytesOf(options.size);
     if (const std::string refusal = SizeRefusal(options, megabytes); !refusal.empty())
         return UsageError(context, kName, refusal);
+    FormatInput input;
+    input.sizeMegabytes = static_cast<std::uint32_t>(*megabytes);
+    input.zeroAll = options.zero;
+    input.isHfsPlus = options.hfsPlus;
+    input.language = context.language;
+    if (const std::string refusal = SettleBlockSize(options, input); !refusal.empty())
+        return UsageError(context, kName, refusal);
     const std::string path = FollowLink(options.path);
     const auto label = CheckedLabel(options.label, options.hfsPlus, terminal.messages);
     if (!label || !MayMakeFile(path, options.force, terminal.messages))
         return kExitFailed;
-    const FormatInput input{*label, static_cast<std::uint32_t>(*megabytes), options.zero,
-                            options.hfsPlus, context.language};
+    input.label = *label;
     const std::uint64_t bytes = FormattedBytes(input);
     if (!HasRoom(path, bytes, terminal.messages) ||
         !WriteVolume(input, path, options.force, context.clock, terminal))
@@ -138,6 +176,8 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         .required();
     arguments.add("-l,--label", options->label, "Name of the volume").required();
     arguments.flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
+    arguments.add("-b,--block-size", options->blockSize,
+                  "Allocation block of HFS: a size such as 2K, or smallest, for many small files");
     arguments.flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
     arguments.flag("-f,--force", options->force, "Replace an existing image");
     arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");

@@ -18,14 +18,17 @@ constexpr int kTextFirstZeros = 1075;
 constexpr int kTextAllZeros = 1076;
 constexpr int kTextStructures = 1093;
 
-constexpr std::uint64_t kSectorSize = 512;
+constexpr std::uint32_t kSectorSize = 512;
 constexpr std::uint32_t kSectorsPerMb = 2048;
+/// Blocks of each of the two system files, counted in blocks of the usual size.
 constexpr std::uint32_t kSystemFileBlocks = 256;
 
 constexpr std::uint32_t kHfsStart = 96;
 constexpr std::uint32_t kHfsBitmapSectors = 16;
 constexpr std::uint32_t kHfsAllocationStart = 19;
 constexpr std::uint32_t kHfsFirstId = 17;
+constexpr std::uint32_t kUsualClumpBlocks = 4;
+constexpr std::uint32_t kLargestClump = 1u << 20;
 constexpr std::uint64_t kIsoMarkOffset = 32769;
 
 constexpr std::uint32_t kHfsPlusStart = 64;
@@ -43,6 +46,7 @@ struct Geometry {
     std::uint32_t sectorsPerBlock = 0;
     std::uint32_t totalBlocks = 0;
     std::uint32_t bitmapBlocks = 0;  // HFS+
+    std::uint32_t systemBlocks = 0;  // of the extents file of HFS, and of its catalog
     std::uint64_t volumeSectors = 0;
 
     [[nodiscard]] std::uint64_t byteOf(std::uint64_t sector) const {
@@ -50,14 +54,18 @@ struct Geometry {
     }
 };
 
-// HFS: as many blocks as 13 bits can almost tell, behind boot blocks, header and bitmap; the second
-// header stands behind the last block, in the partition's last but one sector.
-Geometry HfsGeometry(std::uint32_t megabytes) {
+// HFS: as many blocks as 13 bits can almost tell, or smaller ones, behind boot blocks, header and
+// bitmap; the second header stands behind the last block, in the partition's last but one sector.
+// Smaller blocks leave the system files the room that they have with the usual ones.
+Geometry HfsGeometry(const FormatInput& input) {
     Geometry geometry;
-    const std::uint32_t sectors = megabytes * kSectorsPerMb;
+    const std::uint32_t sectors = input.sizeMegabytes * kSectorsPerMb;
+    const std::uint32_t usual = UsualHfsBlock(input.sizeMegabytes) / kSectorSize;
     geometry.startSector = kHfsStart;
-    geometry.sectorsPerBlock = std::max<std::uint32_t>(sectors >> 13, 1);
+    geometry.sectorsPerBlock = input.blockSize == 0 ? usual : input.blockSize / kSectorSize;
     geometry.totalBlocks = sectors / geometry.sectorsPerBlock;
+    geometry.systemBlocks =
+        (kSystemFileBlocks * usual + geometry.sectorsPerBlock - 1) / geometry.sectorsPerBlock;
     geometry.volumeSectors =
         kHfsAllocationStart + std::uint64_t{geometry.totalBlocks} * geometry.sectorsPerBlock + 2;
     return geometry;
@@ -75,14 +83,13 @@ Geometry HfsPlusGeometry(std::uint32_t megabytes) {
 }
 
 Geometry GeometryOf(const FormatInput& input) {
-    return input.isHfsPlus ? HfsPlusGeometry(input.sizeMegabytes)
-                           : HfsGeometry(input.sizeMegabytes);
+    return input.isHfsPlus ? HfsPlusGeometry(input.sizeMegabytes) : HfsGeometry(input);
 }
 
 VolumeParams CommonParams(const FormatInput& input, const Geometry& geometry, MacSeconds now) {
     VolumeParams params;
     params.now = now;
-    params.blockSize = geometry.sectorsPerBlock * static_cast<std::uint32_t>(kSectorSize);
+    params.blockSize = geometry.sectorsPerBlock * kSectorSize;
     params.totalBlocks = geometry.totalBlocks;
     params.volumeId = now * 2654435761u + NameCrc16(input.label);
     return params;
@@ -114,19 +121,22 @@ bool WriteCatalog(PcFile& image, std::uint64_t offset, bool isHfsPlus, std::uint
 
 bool FormatHfs(const FormatInput& input, const Geometry& geometry, PcFile& image, MacSeconds now) {
     VolumeParams params = CommonParams(input, geometry, now);
-    const std::uint32_t used = 2 * kSystemFileBlocks;
+    const std::uint32_t used = 2 * geometry.systemBlocks;
     params.label =
         AnsiToMacName(ReplaceChars(input.label, kMacForbiddenChars)).substr(0, kHfsVolumeNameLimit);
     params.freeBlocks = params.totalBlocks - used;
     params.nextAllocation = used;
-    params.clumpSize = 4 * params.blockSize;
+    // A clump of more than a megabyte is taken for damage.
+    params.clumpSize = params.blockSize > kLargestClump / kUsualClumpBlocks
+                           ? params.blockSize
+                           : kUsualClumpBlocks * params.blockSize;
     params.nextCatalogId = kHfsFirstId;
     params.allocationStart = kHfsAllocationStart;
-    params.extentsFile = {0, kSystemFileBlocks};
-    params.catalogFile = {kSystemFileBlocks, kSystemFileBlocks};
-    const std::uint32_t fileBytes = kSystemFileBlocks * params.blockSize;
+    params.extentsFile = {0, geometry.systemBlocks};
+    params.catalogFile = {geometry.systemBlocks, geometry.systemBlocks};
+    const std::uint32_t fileBytes = geometry.systemBlocks * params.blockSize;
     const std::uint64_t catalog =
-        kHfsAllocationStart + std::uint64_t{kSystemFileBlocks} * geometry.sectorsPerBlock;
+        kHfsAllocationStart + std::uint64_t{geometry.systemBlocks} * geometry.sectorsPerBlock;
     const MasterDirectoryBlock mdb = BuildMasterDirectoryBlock(params);
     constexpr std::array<std::uint8_t, 5> kIsoMark = {'C', 'D', '0', '0', '1'};
     return WriteMap(image, geometry, BuildMapEntry(1, 2, kMapName, kMapPartitionType, kMapStatus),
@@ -190,6 +200,21 @@ FormatResult ZeroImage(PcFile& image, std::uint64_t bytes, Progress& progress) {
 }
 
 }  // namespace
+
+std::uint32_t UsualHfsBlock(std::uint32_t sizeMegabytes) {
+    const std::uint32_t sectors = sizeMegabytes * kSectorsPerMb;
+    return std::max<std::uint32_t>(sectors >> 13, 1) * kSectorSize;
+}
+
+std::uint32_t SmallestHfsBlock(std::uint32_t sizeMegabytes) {
+    const std::uint32_t sectors = sizeMegabytes * kSectorsPerMb;
+    return (sectors + kHfsLimit - 1) / kHfsLimit * kSectorSize;
+}
+
+bool FitsAsBlock(std::uint64_t bytes, std::uint32_t sizeMegabytes) {
+    return bytes % kSectorSize == 0 && bytes >= SmallestHfsBlock(sizeMegabytes) &&
+           bytes <= UsualHfsBlock(sizeMegabytes);
+}
 
 std::uint64_t FormattedBytes(const FormatInput& input) {
     const Geometry geometry = GeometryOf(input);

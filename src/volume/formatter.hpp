@@ -23,8 +23,17 @@ struct FormatInput {
     std::uint32_t sizeMegabytes = 0;
     bool zeroAll = false;  ///< write every byte, so that the image has no holes
     bool isHfsPlus = false;
+    /// Bytes of an allocation block of HFS, as `FitsAsBlock` takes them; 0: the usual size.
+    std::uint32_t blockSize = 0;
     Language language = Language::English;  ///< of the steps that are shown
 };
+
+/// Bytes of an allocation block: the usual size of an HFS volume, of which there are 8,192 or a few
+/// more, and the smallest, of which there are at most 65,535. A file takes a whole block at least.
+[[nodiscard]] std::uint32_t UsualHfsBlock(std::uint32_t sizeMegabytes);
+[[nodiscard]] std::uint32_t SmallestHfsBlock(std::uint32_t sizeMegabytes);
+/// Whether it is a multiple of 512 from the smallest size to the usual one.
+[[nodiscard]] bool FitsAsBlock(std::uint64_t bytes, std::uint32_t sizeMegabytes);
 
 enum class FormatResult {
     Done,

@@ -108,7 +108,8 @@ void CheckHfs(const HfsLayout& layout, std::uint64_t fileBlocks) {
     const std::uint32_t b = layout.sectorsPerBlock;
     EXPECT_EQ(layout.fileAreaStart % b, 0u);
     EXPECT_EQ(layout.imageSectors % 4, 0u);
-    EXPECT_EQ(layout.totalBlocks, layout.systemBlocks + fileBlocks);
+    EXPECT_EQ(layout.usedBlocks, layout.systemBlocks + fileBlocks);
+    EXPECT_EQ(layout.totalBlocks, layout.usedBlocks + 1) << "no file has the last block";
     EXPECT_GE(layout.bitmapSectors * 4096u, layout.totalBlocks);
     EXPECT_EQ(layout.allocationStart, layout.bitmapSectors + 3);
     // The last block ends before the second header, 2048 bytes before the end of the image.

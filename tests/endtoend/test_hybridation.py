@@ -12,6 +12,7 @@ import zlib
 
 import judges
 import raw_sectors
+from images import Image
 from program import DONE, FAILED, VELLMARK, Case, environment
 
 FILES = {("PLAIN.TXT",): b"on the PC", ("SUB", "LARGE.BIN"): bytes(range(256)) * 700}
@@ -117,6 +118,7 @@ class Hybridation(Discs):
                 self.assertEqual(before, volume.read_bytes())
                 self.assertEqual(plain[1536:], joined[1536:len(plain)])
                 self.assert_both_sides(image, kind)
+                self.assertEqual([], Image(image).volume.check())
                 again = self.vellmark("join", image, volume, "--force")
                 self.assertEqual(FAILED, again.returncode)
                 self.assertIn(b"already contains", again.stderr)

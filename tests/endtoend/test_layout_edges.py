@@ -97,7 +97,7 @@ class LayoutEdges(Case):
             image = self.build(*options, name=name)
             self.assertGreaterEqual(image.volume.window.length, FLOPPY)
             about, _, found = judges.hfs_utils(image.path, self.here / (name + " out"))
-            self.assertIn("0 bytes free", about)
+            self.assertIn(" 2048 bytes free", about)
             self.assertEqual(b"00000", found[("f00000",)].data[:5])
 
     def test_postgap(self):

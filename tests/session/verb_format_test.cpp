@@ -49,6 +49,27 @@ TEST_F(FormatTest, SizesAreWholeMegabytes) {
     }
 }
 
+TEST_F(FormatTest, BlocksAreOfTheSmallestSizeOrAboveButNotAboveTheUsualOne) {
+    const struct {
+        const char* blocks;
+        bool plus;
+        int bytes;  // 0: refused
+    } cases[] = {{"smallest", false, 1024}, {"1K", false, 1024}, {"1536", false, 1536},
+                 {"4096", false, 4096},     {"512", false, 0},   {"4608", false, 0},
+                 {"1100", false, 0},        {"", false, 4096},   {"small", false, 0},
+                 {"smallest", true, 0}};
+    for (const auto& c : cases) {
+        std::vector<std::string> line = {"format", "v.img", "-s", "33M", "-l", "V", "-f", "-b"};
+        line.emplace_back(c.blocks);
+        if (c.plus)
+            line.emplace_back("--hfsplus");
+        EXPECT_EQ(run(line), c.bytes > 0 ? 0 : 2) << c.blocks << err_;
+        if (c.bytes > 0) {
+            EXPECT_EQ(json({"info", "v.img"})["trees"][0]["blockSize"], c.bytes) << c.blocks;
+        }
+    }
+}
+
 TEST_F(FormatTest, TheVolumeIsEmptyAndBearsItsLabel) {
     for (const bool plus : {false, true})
         for (const bool zero : {false, true}) {

@@ -23,11 +23,20 @@ struct Case {
     std::uint32_t hfsBlocks;
     std::uint32_t hfsMapNodes;  ///< of each tree: 2,048 nodes in the header, 3,936 in each
     std::uint32_t hfsPlusBitmapBlocks;
+    std::uint32_t hfsClumpBlocks = 4;
+    std::uint32_t hfsSystemBlocks = 256;
+    std::uint32_t hfsBlockSize = 0;  ///< as it is asked for
 };
 // 36 MB is the smallest HFS volume with map nodes.
 constexpr Case kCases[] = {
     {1, 1, 2048, 0, 1},  {4, 1, 8192, 0, 1},    {5, 1, 10240, 0, 1},
-    {36, 9, 8192, 1, 3}, {100, 25, 8192, 2, 7}, {4096, 1024, 8192, 67, 256},
+    {36, 9, 8192, 1, 3}, {100, 25, 8192, 2, 7}, {4096, 1024, 8192, 67, 256, 1},
+};
+// Smaller blocks: the system files keep their size, up to a whole block.
+constexpr Case kSmallerBlocks[] = {
+    {20, 1, 40960, 0, 2, 4, 1280, 512},
+    {100, 4, 51200, 2, 7, 4, 1600, 2048},
+    {100, 7, 29257, 2, 7, 4, 915, 3584},
 };
 
 class Formatter : public ::testing::Test {
@@ -38,8 +47,9 @@ class Formatter : public ::testing::Test {
         bytes_ = PcFile(path_, PcFile::Mode::Read).size();
         EXPECT_EQ(bytes_, FormattedBytes(input));
     }
-    void formatSized(std::uint32_t megabytes, bool isHfsPlus) {
+    void formatSized(std::uint32_t megabytes, bool isHfsPlus, std::uint32_t blockSize = 0) {
         FormatInput input;
+        input.blockSize = blockSize;
         input.label = "Disk \xE9";
         input.sizeMegabytes = megabytes;
         input.isHfsPlus = isHfsPlus;
@@ -110,9 +120,13 @@ class Formatter : public ::testing::Test {
 };
 
 TEST_F(Formatter, HfsOfEverySize) {
-    for (const Case& c : kCases) {
-        SCOPED_TRACE(::testing::Message() << c.megabytes << " MB");
-        formatSized(c.megabytes, false);
+    std::vector<Case> cases(std::begin(kCases), std::end(kCases));
+    cases.insert(cases.end(), std::begin(kSmallerBlocks), std::end(kSmallerBlocks));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.megabytes << " MB, " << c.hfsBlockSize);
+        EXPECT_TRUE(c.hfsBlockSize == 0 || FitsAsBlock(c.hfsBlockSize, c.megabytes));
+        formatSized(c.megabytes, false, c.hfsBlockSize);
+        const std::uint32_t used = 2 * c.hfsSystemBlocks;
         const std::uint64_t blockBytes = c.hfsSectorsPerBlock * 512;
         const std::uint64_t volume = 96 * 512;
         const std::uint64_t mdb = volume + 1024;
@@ -126,30 +140,30 @@ TEST_F(Formatter, HfsOfEverySize) {
         EXPECT_EQ(big(mdb + 6, 4), kMacNow + 3600);
         EXPECT_EQ(big(mdb + 64, 4), kMacNow + 3602);
         EXPECT_EQ(big(mdb + 14, 2), 3u);
-        EXPECT_EQ(big(mdb + 16, 2), 512u);
+        EXPECT_EQ(big(mdb + 16, 2), used);
         EXPECT_EQ(big(mdb + 18, 2), c.hfsBlocks);
         EXPECT_EQ(big(mdb + 20, 4), blockBytes);
-        EXPECT_EQ(big(mdb + 24, 4), 4 * blockBytes);
+        EXPECT_EQ(big(mdb + 24, 4), c.hfsClumpBlocks * blockBytes);
         EXPECT_EQ(big(mdb + 28, 2), 19u);
         EXPECT_EQ(big(mdb + 30, 4), 17u);
-        EXPECT_EQ(big(mdb + 34, 2), c.hfsBlocks - 512);
+        EXPECT_EQ(big(mdb + 34, 2), c.hfsBlocks - used);
         EXPECT_EQ(text(mdb + 37, 27), "Disk \x8E");
         EXPECT_EQ(big(mdb + 36, 1), 6u);
         for (const std::uint64_t size : {74, 78, 130, 146})
-            EXPECT_EQ(big(mdb + size, 4), 256 * blockBytes) << size;
-        EXPECT_EQ(big(mdb + 134, 4), 256u) << "block 0, 256 of them";
-        EXPECT_EQ(big(mdb + 150, 4), 0x01000100u) << "block 256, 256 of them";
+            EXPECT_EQ(big(mdb + size, 4), c.hfsSystemBlocks * blockBytes) << size;
+        EXPECT_EQ(big(mdb + 134, 4), c.hfsSystemBlocks) << "from block 0";
+        EXPECT_EQ(big(mdb + 150, 4), c.hfsSystemBlocks * 0x10001u) << "behind them, as many";
         EXPECT_EQ(big(mdb + 124, 2), 0u);
         EXPECT_EQ(BytesAt(path_, bytes_ - 1024, 512), BytesAt(path_, mdb, 512)) << "the copy";
 
-        EXPECT_EQ(clearBits(volume + 3 * 512, c.hfsBlocks), c.hfsBlocks - 512);
+        EXPECT_EQ(clearBits(volume + 3 * 512, c.hfsBlocks), c.hfsBlocks - used);
         const std::uint64_t extents = volume + 19 * 512;
-        const std::uint32_t nodes = 256 * c.hfsSectorsPerBlock;
+        const std::uint32_t nodes = c.hfsSystemBlocks * c.hfsSectorsPerBlock;
         // The map nodes follow: their bits lie in the header node's own map.
         expectTree(extents, 512, nodes, 1 + c.hfsMapNodes, 7, false);
-        expectTree(extents + 256 * blockBytes, 512, nodes, 2 + c.hfsMapNodes, 37, true);
+        expectTree(extents + nodes * 512, 512, nodes, 2 + c.hfsMapNodes, 37, true);
         // The root and its thread.
-        const std::uint64_t leaf = extents + 256 * blockBytes + 512;
+        const std::uint64_t leaf = extents + nodes * 512 + 512;
         EXPECT_EQ(big(leaf + 8, 4), 0xFF010002u);
         EXPECT_EQ(big(leaf + 14, 7), 0x0C000000000106u) << "key of parent 1";
         EXPECT_EQ(big(leaf + 28, 1), 1u);

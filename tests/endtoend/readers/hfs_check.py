@@ -9,6 +9,8 @@ from .hfs import (BAD_BLOCK_FILE, FILE_THREAD, FIRST_USER_ID, FOLDER_THREAD, MDB
                   ROOT_PARENT, SECTOR, THREAD_EXISTS, MasterDirectoryBlock)
 from .window import FormatError
 
+LARGEST_CLUMP = 1 << 20
+
 # What stays the same in both copies of the MDB: the second one is written when the volume is
 # made and when one of the system's files grows.
 _ALTERNATE_FIELDS = ("drSigWord", "drCrDate", "drVBMSt", "drNmAlBlks", "drAlBlkSiz", "drAlBlSt",
@@ -55,6 +57,8 @@ def _layout(volume):
         size = getattr(mdb, field)
         if size == 0 or size % volume.block_size:
             yield f"MDB: {field} {size} is no multiple of the block size {volume.block_size}"
+    if mdb.drClpSiz > max(LARGEST_CLUMP, volume.block_size):
+        yield f"MDB: drClpSiz {mdb.drClpSiz} is above a megabyte"
     free = volume.blocks.free()
     if mdb.drFreeBks != free:
         yield f"MDB: {mdb.drFreeBks} free blocks, {free} clear bits in the bitmap"
