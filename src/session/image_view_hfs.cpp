@@ -17,6 +17,21 @@ std::string_view FormatName(const VolumeContext& volume) {
     return volume.vhb.signature == kHfsxSignature ? "HFSX" : "HFS+";
 }
 
+// The creation date of the header is GMT, as all others. Other systems write the local time of the
+// zone that they were in, which nothing tells: that shows in the creation date of the root folder,
+// the same moment in GMT.
+UnixSeconds HfsPlusCreation(VolumeContext& volume, const Clock& clock) {
+    constexpr UnixSeconds kZoneStep = 15 * 60;
+    constexpr UnixSeconds kFarthestZone = 14 * 60 * 60;
+    const UnixSeconds header = FromMacGmt(volume.vhb.creationDate);
+    std::optional<CatalogItem> root;
+    if (FindPath(volume, "", clock, root) != TreeResult::Done || !root)
+        return header;
+    const UnixSeconds apart =
+        root->created > header ? root->created - header : header - root->created;
+    return apart <= kFarthestZone && apart % kZoneStep == 0 ? root->created : header;
+}
+
 TreeFacts FactsOf(VolumeContext& volume, const Clock& clock) {
     const bool plus = volume.isHfsPlus;
     TreeFacts facts;
@@ -28,9 +43,8 @@ TreeFacts FactsOf(VolumeContext& volume, const Clock& clock) {
     facts.freeBlocks = volume.freeBlocks();
     facts.fileCount = plus ? volume.vhb.fileCount : volume.mdb.fileCount;
     facts.folderCount = plus ? volume.vhb.folderCount : volume.mdb.folderCount;
-    // The creation date is local time in HFS+ too, by the format's own exception.
-    facts.created =
-        GivenDate(FromMacLocal(plus ? volume.vhb.creationDate : volume.mdb.creationDate, clock));
+    facts.created = GivenDate(plus ? HfsPlusCreation(volume, clock)
+                                   : FromMacLocal(volume.mdb.creationDate, clock));
     facts.modified = GivenDate(plus ? FromMacGmt(volume.vhb.modificationDate)
                                     : FromMacLocal(volume.mdb.modificationDate, clock));
     facts.endByte = volume.volumeOffset * kSectorBytes + facts.sizeBytes();

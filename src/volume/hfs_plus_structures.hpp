@@ -39,7 +39,7 @@ struct VolumeHeader {
     be32 attributes;
     be32 lastMountedVersion;  ///< four letters of the program that wrote last
     be32 journalInfoBlock;
-    be32 creationDate;      ///< local time, by the format's own exception
+    be32 creationDate;      ///< GMT here; local time where others have written it
     be32 modificationDate;  ///< GMT
     be32 backupDate;
     be32 checkedDate;
