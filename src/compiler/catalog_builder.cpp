@@ -93,7 +93,7 @@ class Builder {
         std::copy(std::begin(record.signature_), std::end(record.signature_),
                   facts.signature.begin());
         facts.finderFlags = item.finderFlags;
-        facts.created = dateOf(record.created, item);
+        facts.created = dateOf(item.created != 0 ? item.created : MacSeconds{record.created}, item);
         facts.modified = dateOf(record.modified, item);
         facts.data = forkOf(item.dataFork());
         facts.resource = forkOf(item.run(RunKind::Resource));

@@ -41,6 +41,7 @@ struct DiscItem {
     std::uint16_t finderFlags = 0;            ///< in Macintosh volumes
     std::array<DiscRun, kRunKinds> runs;
     UnixSeconds modified = 0;    ///< of the item on the PC
+    MacSeconds created = 0;      ///< local; told by the container as later than the modification
     std::string isoName;         ///< identifier without version
     std::u16string jolietName;   ///< identifier without version
     std::string hfsName;         ///< MacRoman, in HFS images

@@ -67,6 +67,11 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
                  "It has no resource fork in the image. Its stream AFP_Resource is not there any "
                  "more.");
     item.finderFlags |= static_cast<std::uint16_t>(forks.info().finder.flags & kKeptFinderFlags);
+    // A project keeps no creation date behind the modification date; a volume does. Of the
+    // containers MacBinary alone brings dates.
+    if (item.source == ImportClass::MacBinary && item.record->created == item.record->modified &&
+        forks.info().created > item.record->created)
+        item.created = forks.info().created;
     item.run(RunKind::Resource).sizeBytes = static_cast<std::uint32_t>(forks.resource().size());
     if (!HoldsBothForks(item.source))
         return Result::Planned;

@@ -118,6 +118,22 @@ class ItemForks : public CompilerTest {
     static constexpr std::uint32_t kAppleDouble = 0x00051607;
 };
 
+TEST_F(ItemForks, ACreationDateBehindTheModificationDateIsTheContainersOwn) {
+    std::string file = MacBinary();
+    file.replace(91, 8, std::string("\x90\0\0\2\x90\0\0\1", 8));  // created, modified
+    write("file", file);
+    for (const std::uint32_t kept : {0x90000001u, 0x90000000u}) {
+        ProjectFile made = projectOf(ForkCoding::MacBinary);
+        ProjectRecord record = made.childrenOf(kRootFolder)[0];
+        made.deleteItem(kRootFolder, record.number);
+        record.modified = 0x90000001u;
+        record.created = kept;
+        made.insert(record);
+        const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
+        EXPECT_EQ(plan.folders[0].items[0].created, kept == record.modified ? 0x90000002u : 0u);
+    }
+}
+
 TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
     for (const Row& row : rows()) {
         SCOPED_TRACE(::testing::Message()
