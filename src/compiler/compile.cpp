@@ -14,10 +14,12 @@
 #include "compiler/hfs_layout.hpp"
 #include "compiler/iso_descriptors.hpp"
 #include "compiler/iso_layout.hpp"
+#include "compiler/iso_order.hpp"
 #include "compiler/iso_tables.hpp"
 #include "compiler/item_copier.hpp"
 #include "compiler/volume_writer.hpp"
 #include "containers/names.hpp"
+#include "project/pc_sources.hpp"
 #include "project/view_names.hpp"
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
@@ -59,6 +61,7 @@ class Compiler {
             return result;
         if (const CompileResult result = layOut(); result != CompileResult::Done)
             return result;
+        tellDeepFolders();
         for (const auto& [item, reason] : plan_.leftOut)
             context_.messages.itemSkipped(item, reason);
         const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
@@ -73,6 +76,7 @@ class Compiler {
     bool hasItems(const ProjectTotals& totals);
     bool saveProject();
     CompileResult plan();
+    void tellDeepFolders();
     CompileResult layOut();
     TreeResult buildCatalog(std::uint32_t blockSize, std::uint32_t leaves);
     CompileResult turnToHfsPlus();
@@ -199,6 +203,14 @@ CompileResult Compiler::plan() {
         return CompileResult::CopyFailed;
     }
     return CompileResult::Done;
+}
+
+void Compiler::tellDeepFolders() {
+    const DeepFolders deep = FoldersTooDeep(plan_);
+    if (plan_.strictIso && deep.count > 0)
+        context_.messages.showTimedMessage(fmt::format(
+            "Folders below the eighth level, which ISO 9660 does not allow: {}. The first is {}.",
+            deep.count, SourceText(*deep.first->record)));
 }
 
 // The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.

@@ -57,11 +57,12 @@ struct CompileContext {
     Messages& messages;
     Progress& progress;
     const Clock& clock;
-    std::string targetPath;                     ///< path of the image
-    ImageKind kind = ImageKind::Hybrid;         ///< an ISO+ project has one kind of its own
-    bool postgap = false;                       ///< add `kPostgapSectors`
-    bool replace = false;                       ///< an existing image may be replaced
-    bool projectChanged = false;                ///< since it was opened: save it with the image
+    std::string targetPath;              ///< path of the image
+    ImageKind kind = ImageKind::Hybrid;  ///< an ISO+ project has one kind of its own
+    bool postgap = false;                ///< add `kPostgapSectors`
+    bool strictIso = false;       ///< sort the ISO trees as ECMA-119 asks, and tell of deep folders
+    bool replace = false;         ///< an existing image may be replaced
+    bool projectChanged = false;  ///< since it was opened: save it with the image
     std::string tableFolder = ".";              ///< where the temporary tables lie
     CompileMode mode = CompileMode::HybridHfs;  ///< settled by the driver
 };

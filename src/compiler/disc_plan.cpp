@@ -27,6 +27,7 @@ class PlanMaker {
 
     CompileResult run() {
         plan_.appleExtension = context_.mode == CompileMode::IsoPlus;
+        plan_.strictIso = context_.strictIso;
         plan_.folders.emplace_back().number = kRootFolder;
         entered_.insert(kRootFolder);
         std::vector<std::pair<std::int32_t, std::size_t>>

@@ -77,6 +77,8 @@ struct DiscPlan {
     /// Files of the ISO trees carry type and creator, and their resource fork as an associated
     /// file.
     bool appleExtension = false;
+    /// Directories and path tables are sorted as ECMA-119 asks, not as the project's records are.
+    bool strictIso = false;
     /// What is not, or not wholly, in the image, and why; for `Messages::itemSkipped`.
     std::vector<std::pair<std::string, std::string>> leftOut;
 

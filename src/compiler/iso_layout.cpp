@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "compiler/iso_order.hpp"
+
 namespace vellmark {
 
 namespace {
@@ -18,13 +20,11 @@ std::uint32_t SectorsFor(std::uint32_t bytes) {
 std::uint32_t MeasureDirectory(const DiscPlan& plan, const DiscFolder& folder, IsoTree tree) {
     std::uint32_t sectors = 1;
     std::uint32_t fill = 2 * kDotRecordLength;
-    for (const DiscItem& item : folder.items) {
-        if (!item.inIso)
-            continue;
-        std::uint32_t length = IsoRecordLength(IsoIdentifier(item, tree).size());
-        if (plan.appleExtension && !item.isFolder())
+    for (const DiscItem* item : RecordOrder(plan, folder, tree)) {
+        std::uint32_t length = IsoRecordLength(IsoIdentifier(*item, tree).size());
+        if (plan.appleExtension && !item->isFolder())
             length += sizeof(IsoAppleExtension);
-        for (int records = HasAssociatedFile(plan, item) ? 2 : 1; records > 0; --records) {
+        for (int records = HasAssociatedFile(plan, *item) ? 2 : 1; records > 0; --records) {
             if (fill + length > kDiscSectorBytes) {
                 ++sectors;
                 fill = 0;

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "compiler/iso_order.hpp"
+
 namespace vellmark {
 
 namespace {
@@ -84,17 +86,15 @@ class DirectoryWriter {
             folder.parent == kNoFolder ? index : static_cast<std::size_t>(folder.parent);
         addDirectory(index, std::string(1, '\0'), now_, 0);
         addDirectory(above, std::string(1, '\1'), now_, 0);
-        for (const DiscItem& item : folder.items) {
-            if (!item.inIso)
-                continue;
+        for (const DiscItem* item : RecordOrder(plan_, folder, tree_)) {
             const std::uint8_t hidden =
-                item.record->hiddenInIso() ? kIsoFlagHidden : std::uint8_t{0};
-            const std::string identifier = IsoIdentifier(item, tree_);
-            if (item.isFolder())
-                addDirectory(static_cast<std::size_t>(item.folder), identifier,
-                             ToIsoDate(item.modified), hidden);
+                item->record->hiddenInIso() ? kIsoFlagHidden : std::uint8_t{0};
+            const std::string identifier = IsoIdentifier(*item, tree_);
+            if (item->isFolder())
+                addDirectory(static_cast<std::size_t>(item->folder), identifier,
+                             ToIsoDate(item->modified), hidden);
             else
-                addFile(item, identifier, hidden);
+                addFile(*item, identifier, hidden);
         }
         out_.padToSector();
     }
@@ -158,7 +158,7 @@ class DirectoryWriter {
     TableWriter out_;
 };
 
-// Breadth first, the directories of each in the order of its records.
+// Breadth first: by level, then by the number of the directory above.
 bool WritePathTables(const DiscPlan& plan, const IsoTreeLayout& layout, IsoTree tree, PcFile& fileL,
                      PcFile& fileM) {
     TableWriter tableL(fileL);
@@ -180,11 +180,9 @@ bool WritePathTables(const DiscPlan& plan, const IsoTreeLayout& layout, IsoTree 
     std::vector<std::size_t> order{0};
     add(0, 1, std::string(1, '\0'));
     for (std::size_t i = 0; i < order.size(); ++i)
-        for (const DiscItem& item : plan.folders[order[i]].items) {
-            if (!item.isFolder() || !item.inIso)
-                continue;
-            order.push_back(static_cast<std::size_t>(item.folder));
-            add(order.back(), static_cast<std::uint16_t>(i + 1), IsoIdentifier(item, tree));
+        for (const DiscItem* item : PathOrder(plan, plan.folders[order[i]], tree)) {
+            order.push_back(static_cast<std::size_t>(item->folder));
+            add(order.back(), static_cast<std::uint16_t>(i + 1), IsoIdentifier(*item, tree));
         }
     return tableL.flush() && tableM.flush();
 }

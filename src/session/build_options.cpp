@@ -39,8 +39,17 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
         .oneOf({"hybrid", "iso", "hfs"})
         .showDefault();
     arguments.flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
+    arguments.flag("--strict-iso", options.strictIso,
+                   "Sort directories and path tables as ISO 9660 asks, and tell of folders below "
+                   "its eight levels");
     arguments.flag("-f,--force", options.force, "Replace an existing image");
     arguments.flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
+}
+
+std::string BuildRefusal(const BuildOptions& options) {
+    if (options.strictIso && options.kind == "hfs")
+        return "--strict-iso is for the PC side, which --kind hfs leaves out.";
+    return {};
 }
 
 int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& context,
@@ -51,6 +60,7 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
     CompileContext compile{project,       terminal.messages, terminal.progress,
                            context.clock, options.output,    KindOf(options.kind)};
     compile.postgap = options.postgap;
+    compile.strictIso = options.strictIso;
     compile.replace = options.force;
     compile.projectChanged = options.projectChanged;
     compile.tableFolder = tables.path();

@@ -16,6 +16,7 @@ struct BuildOptions {
     std::string output;
     std::string kind = kHybridKind;
     bool postgap = false;
+    bool strictIso = false;
     bool force = false;
     bool quiet = false;
     bool projectChanged = false;  ///< before the build: it is saved with the image
@@ -23,6 +24,9 @@ struct BuildOptions {
 
 /// Declares the options on a verb, apart from the output.
 void AddBuildOptions(OptionSet& arguments, BuildOptions& options);
+
+/// What of the options does not go together with the kind of image, as a sentence; "" for nothing.
+[[nodiscard]] std::string BuildRefusal(const BuildOptions& options);
 
 /// Compiles the project to `options.output`, its tables in a private folder, and tells what came
 /// out. Returns an exit status.

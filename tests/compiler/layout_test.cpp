@@ -71,7 +71,7 @@ TEST(IsoLayout, ADirectoryIsMeasuredAsItIsWritten) {
     for (const std::size_t i : std::views::iota(0u, 16u)) {
         const std::size_t files = std::array{0, 1, 40, 41, 42, 43, 500, 1999}[i / 2];
         DiscPlan plan = PlanOf(files, 10);
-        plan.appleExtension = i % 2 == 1;
+        plan.appleExtension = plan.strictIso = i % 2 == 1;
         for (std::size_t item = 0; item < files; item += 3)
             plan.folders[0].items[item].run(RunKind::Resource).sizeBytes = 1;
         std::vector<ProjectRecord> records(files);

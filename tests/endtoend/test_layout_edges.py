@@ -100,6 +100,23 @@ class LayoutEdges(Case):
             self.assertIn(" 2048 bytes free", about)
             self.assertEqual(b"00000", found[("f00000",)].data[:5])
 
+    def test_strict_order(self):
+        """Catches records in the order of the project where that of ECMA-119 was asked for."""
+        for place in ("", "z-b", "z.b/y", "z/deep/3/4/5/6/7/8/9"):
+            (self.source / place).mkdir(parents=True, exist_ok=True)
+            for name in ("a", "a.b", "a-b", "a-", "A1.c", "A1", "a.b.c", "A.B-c", "Ab", "é.txt"):
+                (self.source / place / name).write_text(name)
+        plain = self.build("--label", "Order")
+        self.assertIn("out of order", "".join(plain.examination.warnings))
+        result = self.vellmark("make", self.source, "-o", plain.path, "--force", "--strict-iso")
+        self.assertEqual(0, result.returncode)
+        self.assertIn(b"below the eighth level, which ISO 9660 does not allow: 2", result.stderr)
+        image = Image(plain.path)
+        self.assertEqual([], image.problems)
+        self.assertNotIn("out of order", "".join(image.examination.warnings))
+        self.assertEqual(*({path: entry.read() for path, entry in each.iso_files("joliet").items()}
+                           for each in (plain, image)))
+
     def test_postgap(self):
         """Catches a gap that is counted as part of the disc, or that is of another length."""
         self.files(3)

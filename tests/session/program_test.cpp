@@ -85,6 +85,7 @@ TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
         {{"add", "p.vlso", "full", "--view", "hfs"}, 2, "", "no HFS view"},
         {{"new", "p.vlso", "--hfsplus"}, 2, "", "no HFS+ side"},
         {{"build", "p.vlso", "--kind", "hfs"}, 2, "", "one kind of image"},
+        {{"make", "full", "-o", "x", "--kind", "hfs", "--strict-iso"}, 2, "", "for the PC side"},
         // A batch command that is not known: the message names the option itself.
         {{"/Z", "p.vlpr"}, 1, "", "The file /Z is not managed by Vellmark."},
         {{"-X"}, 1, "", "The file -X is not managed"},
