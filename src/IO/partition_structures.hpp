@@ -17,7 +17,13 @@ inline constexpr std::uint16_t kPartitionMapSignature = 0x504D;      // PM
 inline constexpr std::uint16_t kOldPartitionMapSignature = 0x5453;   // TS
 inline constexpr std::uint16_t kHfsSignature = 0x4244;               // BD
 inline constexpr std::uint16_t kHfsPlusSignature = 0x482B;           // H+
+inline constexpr std::uint16_t kHfsxSignature = 0x4858;              // HX
 inline constexpr std::uint16_t kBootRecordSignature = 0x55AA;
+
+/// Both formats of the header.
+[[nodiscard]] constexpr bool IsHfsPlusSignature(std::uint16_t signature) {
+    return signature == kHfsPlusSignature || signature == kHfsxSignature;
+}
 
 inline constexpr std::uint8_t kMbrTypeMacintosh = 0xAF;
 inline constexpr std::uint8_t kMbrTypeProtective = 0xEE;

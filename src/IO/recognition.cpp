@@ -6,6 +6,7 @@
 #include <limits>
 #include <string_view>
 
+#include "IO/apple_map.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -18,7 +19,6 @@ constexpr std::size_t kNameUnits = 64;
 constexpr std::size_t kVolumeNameOffset = 36;
 constexpr std::uint32_t kMostGptEntries = 512;
 constexpr std::uint32_t kMostGptEntryBytes = 4096;
-constexpr std::string_view kHfsType = "Apple_HFS";
 constexpr std::string_view kGptSignature = "EFI PART";
 constexpr std::string_view kTrailerSignature = "koly";
 constexpr int kUnnamedText = 1287;
@@ -45,11 +45,6 @@ bool HasSignature(Bytes bytes, std::uint64_t offset, std::uint16_t signature) {
     return word && *word == signature;
 }
 
-std::string_view FixedText(const std::array<char, 32>& field) {
-    const auto end = std::find(field.begin(), field.end(), '\0');
-    return {field.data(), static_cast<std::size_t>(end - field.begin())};
-}
-
 // A sector behind the end of a short image is no loss of data: nothing is taken from it that its
 // signature does not vouch for. The image file itself still remembers a failure of the system.
 void ProbeSectors(MediumContext& context, std::uint64_t startSector,
@@ -66,24 +61,15 @@ void PutRecord(std::vector<PartitionEntry>& list, std::size_t position, Partitio
         list[position] = std::move(entry);
 }
 
-// The bytes that a block of the map is away from the next one.
-std::uint32_t MapStep(const MediumContext& context) {
-    return context.driverBlockSize == 0 ? kSectorBytes : context.driverBlockSize;
-}
-
-// Names an HFS partition and returns the number that the walk over the map goes on with.
-std::uint64_t NamePartition(MediumContext& context, const PartitionMapEntry& entry,
-                            std::uint64_t firstSector, PartitionEntry& record) {
+// The name of an HFS volume, or of its entry where there is no such volume.
+std::string NameOf(MediumContext& context, const PartitionMapEntry& entry,
+                   std::uint64_t firstSector) {
     std::array<std::uint8_t, kSectorBytes> header{};
     ProbeSectors(context, firstSector + kVolumeHeaderByte / kSectorBytes, header);
-    if (!HasSignature(header, 0, kHfsSignature)) {
-        record.name = FixedText(entry.name);
-        return 0;
-    }
-    const std::size_t length = header[kVolumeNameOffset];
-    record.name.assign(reinterpret_cast<const char*>(header.data()) + kVolumeNameOffset + 1,
-                       std::min(length, kNameBytes));
-    return length;
+    if (!HasSignature(header, 0, kHfsSignature))
+        return std::string(MapText(entry.name));
+    return {reinterpret_cast<const char*>(header.data()) + kVolumeNameOffset + 1,
+            std::min<std::size_t>(header[kVolumeNameOffset], kNameBytes)};
 }
 
 // How many of the four fields equal those of the HFS type.
@@ -142,29 +128,40 @@ std::vector<std::uint8_t> ReadGptArray(MediumContext& context, const GptHeader& 
     return array;
 }
 
-int ScanMap(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list) {
-    const auto first = RecordAt<PartitionMapEntry>(buffer, context.driverBlockSize);
-    const int count = first ? ParsePartitionMap(context, buffer, first->mapEntries, list) : 0;
+// Puts the HFS partitions of a map into the list. Their number, or nothing where there is no map.
+std::optional<int> ScanMap(MediumContext& context, std::vector<PartitionEntry>& list) {
+    const auto map = context.image ? ReadAppleMap(*context.image) : std::nullopt;
+    if (!map)
+        return std::nullopt;
+    context.driverBlockSize = static_cast<std::uint16_t>(map->blockBytes);
+    const std::uint64_t scale = map->blockBytes / kSectorBytes;
+    int found = 0;
+    for (const PartitionMapEntry& entry : map->entries) {
+        if (!IsHfsEntry(entry) || entry.blockCount == 0)
+            continue;
+        const std::uint64_t start = entry.startBlock * scale;
+        const std::uint64_t count = entry.blockCount * scale;
+        list.push_back(
+            {false, NameOf(context, entry, start), start, count, SectorBehind(start, count)});
+        ++found;
+    }
     if (!list.empty())
         context.volumeOffset = list.front().startSector;
-    return count;
+    return found;
 }
 
 int ScanDriverDescriptor(MediumContext& context, Bytes buffer, const DriverDescriptor& descriptor,
                          std::vector<PartitionEntry>& list) {
     context.totalSectors = descriptor.blockCount;
-    const std::uint16_t blockSize = descriptor.blockSize;
-    // A block size that no map can follow in the buffer is taken for the usual one.
-    const bool usable = blockSize != 0 && blockSize % kSectorBytes == 0 &&
-                        blockSize + sizeof(PartitionMapEntry) <= buffer.size();
-    context.driverBlockSize = usable ? blockSize : static_cast<std::uint16_t>(kSectorBytes);
-    const std::uint64_t next = context.driverBlockSize;
-    if (HasSignature(buffer, next, kOldPartitionMapSignature)) {
-        context.volumeOffset = *RecordAt<be32>(buffer, next + 2);
+    const std::uint16_t told = descriptor.blockSize;
+    context.driverBlockSize =
+        told != 0 && told % kSectorBytes == 0 ? told : static_cast<std::uint16_t>(kSectorBytes);
+    if (HasSignature(buffer, context.driverBlockSize, kOldPartitionMapSignature)) {
+        context.volumeOffset = *RecordAt<be32>(buffer, context.driverBlockSize + 2u);
         return 1;
     }
-    if (HasSignature(buffer, next, kPartitionMapSignature))
-        return ScanMap(context, buffer, list);
+    if (const auto count = ScanMap(context, list))
+        return *count;
     return HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ? 1 : kNoMapAfterDescriptor;
 }
 
@@ -199,10 +196,9 @@ int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>
     const auto record = *RecordAt<MasterBootRecord>(buffer, 0);
     if (record.signature == kBootRecordSignature)
         return ScanBootRecord(context, buffer, record, list, language);
-    if (HasSignature(buffer, context.driverBlockSize, kPartitionMapSignature))
-        return ScanMap(context, buffer, list);
-    if (HasSignature(buffer, kVolumeHeaderByte, kHfsSignature) ||
-        HasSignature(buffer, kVolumeHeaderByte, kHfsPlusSignature)) {
+    if (const auto count = ScanMap(context, list))
+        return *count;
+    if (context.image && VolumeSignatureAt(*context.image, 0) != 0) {
         context.readOnlyReasons.add(ReadOnlyReason::BareVolume);
         return 1;
     }
@@ -273,34 +269,6 @@ int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list, Messag
     return context.partitionCount;
 }
 
-int ParsePartitionMap(MediumContext& context, Bytes buffer, std::uint32_t entryCount,
-                      std::vector<PartitionEntry>& list) {
-    const std::uint32_t step = MapStep(context);
-    const std::uint64_t scale = step / kSectorBytes;
-    int found = 0;
-    // The number is assigned and never advanced, and the map of a volume whose name is as long as
-    // the map ends there. What bounds the walk is the signature and the buffer.
-    std::uint64_t i = 0;
-    for (std::uint64_t offset = context.driverBlockSize;; offset += step) {
-        const auto entry = RecordAt<PartitionMapEntry>(buffer, offset);
-        if (!entry)
-            break;
-        // A type that is the beginning of "Apple_HFS" matches, the empty one as well.
-        if (kHfsType.starts_with(FixedText(entry->type)) && entry->blockCount != 0 &&
-            list.size() < kMostPartitions) {
-            const std::uint64_t start = entry->startBlock * scale;
-            const std::uint64_t count = entry->blockCount * scale;
-            PartitionEntry record{false, {}, start, count, SectorBehind(start, count)};
-            i = NamePartition(context, *entry, record.startSector, record);
-            list.push_back(std::move(record));
-            ++found;
-        }
-        if (!HasSignature(buffer, offset + step, kPartitionMapSignature) || i + 1 >= entryCount)
-            break;
-    }
-    return found;
-}
-
 int ParseGptEntries(MediumContext& context, Bytes buffer, const MbrEntry& bootEntry,
                     std::size_t position, std::vector<PartitionEntry>& list) {
     const auto header =
@@ -316,7 +284,7 @@ int ParseGptEntries(MediumContext& context, Bytes buffer, const MbrEntry& bootEn
         return 0;
     const std::vector<std::uint8_t> array = ReadGptArray(context, *header);
     int found = 0;
-    for (std::size_t at = 0; at < array.size() && position < kMostPartitions; at += entrySize) {
+    for (std::size_t at = 0; at < array.size(); at += entrySize) {
         const Bytes bytes = Bytes(array).subspan(at, entrySize);
         const GptEntry entry = *RecordAt<GptEntry>(bytes, 0);
         if (IsZero(entry.type))

@@ -45,8 +45,7 @@ struct PartitionEntry {
     std::u16string wideName = {};   ///< of a GUID table, at most 64 units
 };
 
-inline constexpr std::size_t kMostPartitions = 9;
-/// What the first read of a medium covers; an Apple partition map is seen as far as this only.
+/// What the first read of a medium covers.
 inline constexpr std::uint32_t kScanSectors = 32;
 
 /// Results of `ScanMedium` below 0.
@@ -54,7 +53,7 @@ inline constexpr int kNoMapAfterDescriptor = -1;
 inline constexpr int kNothingRecognised = -2;
 inline constexpr int kNoMacintoshPartition = -85;
 
-/// Finds the Macintosh volumes of the open medium, at most nine. Returns their number or one of the
+/// Finds the Macintosh volumes of the open medium. Returns their number or one of the
 /// failures above, and keeps that result in `partitionCount`. A bare volume and a map of the old
 /// style count as one and leave the list empty. `volumeOffset` becomes the first sector of the
 /// first of them; `totalSectors` and `driverBlockSize` come from a driver descriptor; a bare volume
@@ -63,12 +62,6 @@ inline constexpr int kNoMacintoshPartition = -85;
 /// their language.
 [[nodiscard]] int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list,
                              Messages* messages = nullptr);
-
-/// Adds the HFS partitions of an Apple partition map to the list. `buffer` is the start of the
-/// medium, the map begins at the block size of the driver descriptor (without one, at 0 in blocks
-/// of 512 bytes), `entryCount` is what its first entry tells. Returns the number of records added.
-int ParsePartitionMap(MediumContext& context, std::span<const std::uint8_t> buffer,
-                      std::uint32_t entryCount, std::vector<PartitionEntry>& list);
 
 /// Puts the HFS partitions of a GUID table into the list, from record `position` on. The header
 /// lies in `buffer`, the start of the medium; the array is read from the medium, at most 512

@@ -65,8 +65,11 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
     const DiscForm form = FindDiscForm(file).value_or(DiscForm{});
     RawDataSource raw(file, form);
     ByteSource& disc = form.isRaw() ? static_cast<ByteSource&>(raw) : file;
-    const auto partition = FindHfsPartition(disc);
-    if (!partition) {
+    const std::vector<FoundPartition> found = FindHfsPartitions(disc);
+    const auto partition = std::min_element(
+        found.begin(), found.end(),
+        [](const FoundPartition& a, const FoundPartition& b) { return a.offset < b.offset; });
+    if (partition == found.end()) {
         why = "has no partition map with a Macintosh partition (Apple_HFS) in it.";
         return std::nullopt;
     }
@@ -81,14 +84,14 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
         why = "has no ISO 9660 side, and would be nothing without its Macintosh partition.";
         return std::nullopt;
     }
-    HybridDisc found{form, PartitionKept::HoldsIsoFiles, file.size()};
+    HybridDisc hybrid{form, PartitionKept::HoldsIsoFiles, file.size()};
     if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
         (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
-        found.kept = KeptBehind(disc, *reader, partition->offset);
-    if (found.kept == PartitionKept::No)
-        found.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
-                                   : partition->offset;
-    return found;
+        hybrid.kept = KeptBehind(disc, *reader, partition->offset);
+    if (hybrid.kept == PartitionKept::No)
+        hybrid.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
+                                    : partition->offset;
+    return hybrid;
 }
 
 // First the map goes, then the partition: a power cut in between leaves a plain image with

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <vector>
 
 #include "IO/partition_structures.hpp"
 #include "support/byte_source.hpp"
@@ -19,7 +19,7 @@ struct HybridMap {
 inline constexpr std::uint32_t kHybridMapBytes = 1536;
 static_assert(sizeof(HybridMap) == kHybridMapBytes && alignof(HybridMap) == 1);
 
-/// The map of a disk, and its first partition of type "Apple_HFS".
+/// The map of a disk, and one of its partitions of type "Apple_HFS".
 struct FoundPartition {
     HybridMap map;  ///< as they stand there; the first entry may be of any type
     std::uint32_t blockBytes = 0;
@@ -27,8 +27,9 @@ struct FoundPartition {
     std::uint64_t sizeBytes = 0;  ///< as its entry tells
 };
 
-/// Finds them. Nothing where there is no descriptor, no map behind it or no such partition.
-[[nodiscard]] std::optional<FoundPartition> FindHfsPartition(ByteSource& disk);
+/// Finds all of them, in the order of the map. None where there is no descriptor, no map behind it
+/// or no such partition.
+[[nodiscard]] std::vector<FoundPartition> FindHfsPartitions(ByteSource& disk);
 
 /// The map of a hybrid disc that has this partition at `startBlock`; all in blocks of 512 bytes.
 /// Drivers that the old disk names stay behind with it.

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <optional>
 #include <system_error>
 
+#include "IO/apple_map.hpp"
 #include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 #include "compiler/disc_opening.hpp"
@@ -18,8 +18,6 @@
 #include "compiler/video_cd.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
-#include "volume/hfs_plus_structures.hpp"
-#include "volume/hfs_structures.hpp"
 
 namespace vellmark {
 
@@ -28,8 +26,6 @@ namespace {
 constexpr int kTextLargerThanDisc = 1077;
 constexpr int kTextHasPartition = 1078;
 constexpr int kTextNotIso = 1079;
-/// Of a volume: "BD", "H+" or "HX" begin it.
-constexpr std::size_t kVolumeHeaderOffset = 1024;
 /// What a CD holds, in bytes.
 constexpr std::uint64_t kDiscBytes = 660'000'000;
 
@@ -48,11 +44,8 @@ bool HasDescriptor(const MapArea& area) {
 
 // Discs without a map can have a Macintosh side too: a volume whose header lies where one of a
 // whole disk does, and which shares the bytes of the disc.
-bool HasVolume(const MapArea& area) {
-    be16 signature;
-    std::memcpy(&signature, area.data() + kVolumeHeaderOffset, sizeof signature);
-    return signature == kHfsSignature || signature == kHfsPlusSignature ||
-           signature == kHfsxSignature;
+bool HasVolume(const JoinJob& job) {
+    return VolumeSignatureAt(job.disc, job.form.dataOffset) != 0;
 }
 
 // What stands where the map goes; false when the file is too short to have it.
@@ -94,7 +87,7 @@ HybridationResult Recognise(JoinJob& job) {
         return RefuseSecondSide(job);
     const std::optional<DiscForm> form = FindDiscForm(job.disc);
     if (!form || (form->isRaw() && !IsRawIso(job.disc, *form)))
-        return HasVolume(area) ? RefuseSecondSide(job) : AskForOtherDisc(job);
+        return HasVolume(job) ? RefuseSecondSide(job) : AskForOtherDisc(job);
     job.form = *form;
     if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0)
         return job.refuse(HybridationResult::NotIso,
@@ -103,7 +96,7 @@ HybridationResult Recognise(JoinJob& job) {
                                       job.disc.size(), kRawSectorBytes));
     if (!ReadMapArea(job.disc, job.form, area))
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
-    return HasDescriptor(area) || HasVolume(area) ? RefuseSecondSide(job) : CheckLength(job);
+    return HasDescriptor(area) || HasVolume(job) ? RefuseSecondSide(job) : CheckLength(job);
 }
 
 // Whether the person, or `force`, lets go of what stands where the map goes.

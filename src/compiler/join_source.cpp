@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
+#include <vector>
 
+#include "IO/apple_map.hpp"
 #include "IO/iso_structures.hpp"
 #include "IO/recognition.hpp"
 #include "support/encoding.hpp"
@@ -27,22 +28,16 @@ constexpr std::size_t kFolderToOpen = 2 * sizeof(be32);
 /// A boot area, a header and its copy.
 constexpr std::uint64_t kLeastPartitionBytes = 4096;
 
-bool IsHfsPlusHeader(std::uint16_t signature) {
-    return signature == kHfsPlusSignature || signature == kHfsxSignature;
-}
-
 // Bytes that the volume itself claims; 0 when there is no header, or one without blocks.
 std::uint64_t VolumeBytes(ByteSource& disk, std::uint64_t partition) {
-    be16 signature;
-    if (!disk.readRecord(partition + kHeaderOffset, signature))
-        return 0;
+    const std::uint16_t signature = VolumeSignatureAt(disk, partition);
     MasterDirectoryBlock mdb;
     if (signature == kHfsSignature && disk.readRecord(partition + kHeaderOffset, mdb) &&
         mdb.totalBlocks != 0 && mdb.blockSize != 0)
         return std::uint64_t{mdb.allocationStartSector} * kSectorBytes +
                std::uint64_t{mdb.totalBlocks} * mdb.blockSize + 2 * kSectorBytes;
     VolumeHeader header;
-    if (IsHfsPlusHeader(signature) && disk.readRecord(partition + kHeaderOffset, header))
+    if (IsHfsPlusSignature(signature) && disk.readRecord(partition + kHeaderOffset, header))
         return std::uint64_t{header.totalBlocks} * header.blockSize;
     return 0;
 }
@@ -65,15 +60,22 @@ JoinSourceResult JoinSource::prepare(bool opensRoot, Messages& messages, Progres
     if (const JoinSourceResult result = expand(messages, progress);
         result != JoinSourceResult::Found)
         return result;
-    const auto found = FindHfsPartition(*disk_);
-    if (!found || found->offset + kLeastPartitionBytes > disk_->size()) {
+    const std::vector<FoundPartition> found = FindHfsPartitions(*disk_);
+    // One that is damaged does not hide a sound one behind it.
+    const auto sound =
+        std::find_if(found.begin(), found.end(), [this](const FoundPartition& partition) {
+            const std::uint64_t volume = VolumeBytes(*disk_, partition.offset);
+            return volume != 0 && volume <= disk_->size() - partition.offset;
+        });
+    const auto chosen = sound != found.end() ? sound : found.begin();
+    if (chosen == found.end() || chosen->offset + kLeastPartitionBytes > disk_->size()) {
         messages.showError(fmt::format(
             "{} has no partition map with a Macintosh volume (Apple_HFS) in it, and cannot be "
             "joined to a disc.",
             Printable(path_)));
         return JoinSourceResult::NoPartition;
     }
-    partition_ = *found;
+    partition_ = *chosen;
     if (const JoinSourceResult result = checkVolume(messages); result != JoinSourceResult::Found)
         return result;
     measure();
@@ -145,17 +147,15 @@ void JoinSource::measure() {
                          partition_.sizeBytes >= kLeastPartitionBytes &&
                          partition_.sizeBytes >= volume;
     stored_ = isWhole ? partition_.sizeBytes : rest;
-    be16 signature;
-    be16 alternate;
-    if (disk_->readRecord(partition_.offset + kHeaderOffset, signature)) {
-        isHfsPlus_ = IsHfsPlusHeader(signature);
-        const auto endsAt = [&](std::uint64_t bytes) {
-            return disk_->readRecord(partition_.offset + bytes - kAlternateBytes, alternate) &&
-                   alternate == signature;
-        };
-        if (volume >= kLeastPartitionBytes && !endsAt(stored_) && endsAt(volume))
-            stored_ = volume;
-    }
+    const std::uint16_t signature = VolumeSignatureAt(*disk_, partition_.offset);
+    isHfsPlus_ = IsHfsPlusSignature(signature);
+    const auto endsAt = [&](std::uint64_t bytes) {
+        be16 alternate;
+        return disk_->readRecord(partition_.offset + bytes - kAlternateBytes, alternate) &&
+               alternate == signature;
+    };
+    if (volume >= kLeastPartitionBytes && !endsAt(stored_) && endsAt(volume))
+        stored_ = volume;
     size_ = (stored_ + kIsoSectorBytes - 1) / kIsoSectorBytes * kIsoSectorBytes;
 }
 

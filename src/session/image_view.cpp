@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "IO/apple_map.hpp"
 #include "IO/disk_image.hpp"
 #include "IO/raw_image.hpp"
 #include "session/partition.hpp"
@@ -19,7 +20,6 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextEmptyFile = 1409;
-constexpr std::uint64_t kVolumeHeaderSector = 2;
 
 // The parts of a path that are there, one `/` between them.
 std::string Normalized(std::string_view path) {
@@ -124,13 +124,8 @@ void ImageView::judgeChanges(bool isExpanded) {
 }
 
 bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
-    be16 signature;
-    const std::uint64_t sectors = volume_.image->size() / kSectorBytes;
-    return startSector + kVolumeHeaderSector < sectors &&
-           volume_.image->readRecord((startSector + kVolumeHeaderSector) * kSectorBytes,
-                                     signature) &&
-           (signature == kHfsSignature || signature == kHfsPlusSignature ||
-            signature == kHfsxSignature);
+    return startSector < volume_.image->size() / kSectorBytes &&
+           VolumeSignatureAt(*volume_.image, startSector * kSectorBytes) != 0;
 }
 
 // Why an image without a tree has none.

@@ -11,8 +11,6 @@
 
 namespace vellmark {
 
-inline constexpr std::uint16_t kHfsxSignature = 0x4858;  // "HX"
-
 inline constexpr std::uint32_t kRootParentId = 1;
 inline constexpr std::uint32_t kRootFolderId = 2;
 inline constexpr std::uint32_t kExtentsFileId = 3;

@@ -68,10 +68,6 @@ bool SetHfsPlus(VolumeContext& volume) {
     return true;
 }
 
-bool IsHfsPlusSignature(std::uint16_t signature) {
-    return signature == kHfsPlusSignature || signature == kHfsxSignature;
-}
-
 // The sectors that a wrapper keeps for the volume inside, counted in allocation blocks of the
 // wrapper. A wrapper that tells fewer than the volume has is not believed, and none reaches behind
 // its own partition.
@@ -276,8 +272,7 @@ bool ReadVolumeHeader(VolumeContext& volume) {
     if (signature != kHfsSignature)
         return false;
     std::memcpy(&volume.mdb, sector.data(), sizeof volume.mdb);
-    if (volume.mdb.embeddedSignature == kHfsPlusSignature ||
-        volume.mdb.embeddedSignature == kHfsxSignature)
+    if (IsHfsPlusSignature(volume.mdb.embeddedSignature))
         return EnterWrapper(volume);
     return volume.mdb.embeddedSignature == 0 && volume.mdb.catalogFileExtents[0].blockCount != 0 &&
            SetHfs(volume);
