@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "volume/block_bitmap.hpp"
+#include "volume/overflow_extents.hpp"
 #include "volume/pc_side.hpp"
 
 namespace vellmark {
@@ -35,27 +36,58 @@ void SetHint(VolumeContext& volume, std::uint32_t block) {
         volume.mdb.nextAllocation = static_cast<std::uint16_t>(block);
 }
 
-ReserveResult TryReserve(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
-    const std::size_t most = volume.isHfsPlus ? std::tuple_size_v<HfsPlusExtentRecord>
-                                              : std::tuple_size_v<HfsExtentRecord>;
-    ReserveResult result = ReserveResult::Done;
+// By the told rules, in as many runs as a catalog record holds.
+bool TryReserve(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
+    BlockRun run;
     runs.clear();
-    while (blocks > 0 && result == ReserveResult::Done) {
-        BlockRun run;
-        if (runs.size() == most)
-            result = ReserveResult::TooFragmented;
-        else if (!AllocateRun(volume, blocks, run))
-            result = ReserveResult::NoRoom;
-        else {
-            runs.push_back(run);
-            blocks -= run.blockCount;
-        }
+    while (blocks > 0 && runs.size() < RunsPerRecord(volume.isHfsPlus) &&
+           AllocateRun(volume, blocks, run)) {
+        runs.push_back(run);
+        blocks -= run.blockCount;
     }
-    if (result == ReserveResult::Done)
-        return result;
+    if (blocks == 0)
+        return true;
     ReturnBlocks(volume, runs);
     runs.clear();
-    return result;
+    return false;
+}
+
+// All runs of free blocks.
+std::vector<BlockRun> FreeRuns(const VolumeContext& volume) {
+    const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
+    const std::uint32_t end = AllocationEnd(volume);
+    std::vector<BlockRun> runs;
+    for (std::uint32_t block = NextFreeBlock(bitmap, 0, end); block < end;) {
+        const std::uint32_t count = CountFreeBlocks(bitmap, block, end, end);
+        runs.push_back({block, count});
+        block = NextFreeBlock(bitmap, block + count, end);
+    }
+    return runs;
+}
+
+bool IsLonger(const BlockRun& a, const BlockRun& b) {
+    return a.blockCount > b.blockCount;
+}
+
+// The longest runs, in the order in which they lie.
+bool ReserveLongest(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
+    std::vector<BlockRun> free = FreeRuns(volume);
+    std::stable_sort(free.begin(), free.end(), IsLonger);
+    for (const BlockRun& run : free) {
+        if (blocks == 0)
+            break;
+        runs.push_back({run.startBlock, std::min(run.blockCount, blocks)});
+        blocks -= runs.back().blockCount;
+    }
+    if (blocks != 0) {
+        runs.clear();
+        return false;
+    }
+    std::sort(runs.begin(), runs.end(),
+              [](const BlockRun& a, const BlockRun& b) { return a.startBlock < b.startBlock; });
+    for (const BlockRun& run : runs)
+        Take(volume, run);
+    return true;
 }
 
 }  // namespace
@@ -66,7 +98,7 @@ std::uint64_t BlocksFor(const VolumeContext& volume, std::uint64_t bytes) {
 
 bool AllocateRunHfs(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
     const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
-    const std::uint32_t end = volume.totalBlocks();
+    const std::uint32_t end = AllocationEnd(volume);
     std::uint32_t block = volume.mdb.nextAllocation / kHfsHintBits * kHfsHintBits;
     for (;;) {
         block = block < end ? NextFreeBlock(bitmap, block, end) : end;
@@ -86,7 +118,7 @@ bool AllocateRunHfs(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) 
 
 bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
     const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
-    const std::uint32_t end = volume.totalBlocks();
+    const std::uint32_t end = AllocationEnd(volume);
     std::uint32_t block = volume.vhb.nextAllocation / kHfsPlusHintBits * kHfsPlusHintBits;
     for (bool isFirst = true;; isFirst = false) {
         block = block < end ? NextFreeBlock(bitmap, block, end) : end;
@@ -112,23 +144,47 @@ bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
                             : AllocateRunHfs(volume, wanted, run);
 }
 
+bool AllocateBehind(VolumeContext& volume, BlockRun before, std::uint32_t wanted, BlockRun& run) {
+    const std::uint32_t start = before.startBlock + before.blockCount;
+    const std::uint32_t end = AllocationEnd(volume);
+    const std::uint32_t count =
+        start < end ? CountFreeBlocks(volume.allocation.bitmap, start, wanted, end) : 0;
+    if (count == 0)
+        return false;
+    run = {start, count};
+    Take(volume, run);
+    return true;
+}
+
+bool AllocateLongestRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
+    const std::vector<BlockRun> free = FreeRuns(volume);
+    const auto longest = std::min_element(free.begin(), free.end(), IsLonger);
+    if (longest == free.end())
+        return false;
+    run = {longest->startBlock, std::min(longest->blockCount, wanted)};
+    Take(volume, run);
+    return true;
+}
+
+std::uint32_t AllocationEnd(const VolumeContext& volume) {
+    const std::uint32_t blocks = volume.totalBlocks();
+    return volume.isHfsPlus || blocks == 0 ? blocks : blocks - 1;
+}
+
 void RestartAllocation(VolumeContext& volume) {
     SetHint(volume, 0);
 }
 
-ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
-                            std::vector<BlockRun>& runs) {
+bool ReserveBlocks(VolumeContext& volume, std::uint64_t bytes, std::vector<BlockRun>& runs) {
     const std::uint64_t blocks = BlocksFor(volume, bytes);
     runs.clear();
     if (blocks > volume.freeBlocks())
-        return ReserveResult::NoRoom;
+        return false;
     const auto wanted = static_cast<std::uint32_t>(blocks);
-    ReserveResult result = TryReserve(volume, wanted, runs);
-    if (result != ReserveResult::Done) {
-        RestartAllocation(volume);
-        result = TryReserve(volume, wanted, runs);
-    }
-    return result;
+    if (TryReserve(volume, wanted, runs))
+        return true;
+    RestartAllocation(volume);
+    return TryReserve(volume, wanted, runs) || ReserveLongest(volume, wanted, runs);
 }
 
 void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs) {

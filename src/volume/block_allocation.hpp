@@ -17,15 +17,23 @@ namespace vellmark {
 /// the first run that was looked at served.
 [[nodiscard]] bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
 [[nodiscard]] bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+/// Takes the free blocks right behind a run, at most `wanted`. The hint stays.
+[[nodiscard]] bool AllocateBehind(VolumeContext& volume, BlockRun before, std::uint32_t wanted,
+                                  BlockRun& run);
+/// Takes the longest run of free blocks, or what is wanted of it. The hint stays.
+[[nodiscard]] bool AllocateLongestRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run);
+/// First block that no new file may have: the volume's end, and in HFS the last block, as a file
+/// there is damage to a checker.
+[[nodiscard]] std::uint32_t AllocationEnd(const VolumeContext& volume);
 /// Lets the next search begin at block 0.
 void RestartAllocation(VolumeContext& volume);
 
-enum class ReserveResult { Done, NoRoom, TooFragmented };
-
 /// Takes blocks for a whole fork, in as many runs as a catalog record holds. When that fails from
-/// the hint on, all is tried once more from block 0. Nothing is taken unless it is `Done`.
-[[nodiscard]] ReserveResult ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
-                                          std::vector<BlockRun>& runs);
+/// the hint on, all is tried once more from block 0, and then with the longest free runs, as many
+/// as it takes: those beyond the catalog record go into the extents tree
+/// (volume/overflow_extents.hpp). False when there are too few free blocks; nothing is taken then.
+[[nodiscard]] bool ReserveBlocks(VolumeContext& volume, std::uint64_t bytes,
+                                 std::vector<BlockRun>& runs);
 
 /// Gives up runs that the volume on the medium may refer to; all of them must be in use. Blocks
 /// that the PC side of the image needs (volume/pc_side.hpp) stay in use. The others count as free,

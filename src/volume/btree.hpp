@@ -60,6 +60,9 @@ struct TreeCursor {
     std::size_t index = 0;                 ///< the record found, or where it would go
     std::vector<std::uint8_t> nodeBitmap;  ///< a set bit is a node in use, most significant first
     std::uint32_t allocationHint = 0;      ///< no node below it is free
+    /// An index record was left with a smaller key than the first of its node, as there was no node
+    /// for the longer one. Searches find everything all the same. For the caller to reset.
+    bool keptOldKey = false;
 
     [[nodiscard]] TreeHeaderRecord& header() {
         return *reinterpret_cast<TreeHeaderRecord*>(headerNode.data() + kNodeDescriptorSize);
@@ -132,7 +135,8 @@ template <typename Use>
     return result;
 }
 
-/// Adds a record to the leaves, splitting nodes and growing the tree as needed, and counts it.
+/// Adds a record to the leaves, splitting nodes and growing the tree as needed, and counts it. Only
+/// when there are fewer free nodes than that takes is it `Full`.
 /// `key` has its length field and no padding.
 [[nodiscard]] TreeResult InsertTreeRecord(TreeCursor& tree, ConstByteSpan key, ConstByteSpan data);
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "volume/tree_editor.hpp"
 
 namespace vellmark {
@@ -17,6 +19,7 @@ class Inserter : TreeEditor {
   private:
     TreeResult place(ConstByteSpan key, ConstByteSpan record);
     TreeResult openFirstLeaf(ConstByteSpan record);
+    std::uint32_t nodesForSplit(const Path& path, ConstByteSpan key);
     TreeResult splitLeaf(const Path& path, ConstByteSpan record, std::size_t index);
 };
 
@@ -61,15 +64,39 @@ TreeResult Inserter::place(ConstByteSpan key, ConstByteSpan record) {
                 return TreeResult::Failed;
             return index == 0 ? refreshFirstKeys(key) : TreeResult::Done;
         }
-        // Every level may split once and the root grow: with fewer free nodes nothing is begun, so
-        // that a full tree stays as it was.
-        if (tree_.header().freeNodes < NodesForInsertions(depth_, 1))
+        // With fewer free nodes nothing is begun, so that a full tree stays as it was.
+        const std::uint32_t needed = nodesForSplit(path, key);
+        if (needed == 0)
+            return TreeResult::Failed;
+        if (tree_.header().freeNodes < needed)
             return TreeResult::Full;
         const bool appended = tree_.format.appendSplits && index == leaf.count();
         const TreeResult result = splitLeaf(path, record, index);
         if (result != TreeResult::Done || appended)
             return result;
     }
+}
+
+// Nodes that a split of the path's leaf takes: one, and one more for each level above that is full,
+// and a new root. 0 when a node cannot be read. Index keys of HFS+ are as long as those of the
+// nodes that split: the longest of them is reckoned with.
+std::uint32_t Inserter::nodesForSplit(const Path& path, ConstByteSpan key) {
+    const TreeFormat& format = tree_.format;
+    const bool isFixed = format.fixedIndexKeyLength != 0;
+    std::size_t keyBytes =
+        isFixed ? format.keyLengthBytes + format.fixedIndexKeyLength : key.size();
+    right_ = tree_.nodeBuffer;
+    std::uint32_t nodes = 1;
+    for (std::size_t level = path.size() - 1; level-- > 0; ++nodes) {
+        const NodeView below = view(right_);
+        for (std::size_t i = 0; !isFixed && i < below.count(); ++i)
+            keyBytes = std::max(keyBytes, below.key(i).size());
+        if (!load(path[level].node, right_))
+            return 0;
+        if (view(right_).fits((keyBytes + 1) / 2 * 2 + sizeof(be32)))
+            return nodes;
+    }
+    return nodes + 1;
 }
 
 // Splits the leaf of the last descent. Where a record goes behind a full HFS leaf, the new leaf

@@ -7,7 +7,6 @@
 #include "volume/catalog_growth.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/catalog_keys.hpp"
-#include "volume/volume_change.hpp"
 
 namespace vellmark {
 
@@ -113,20 +112,20 @@ TreeResult CreateFolder(VolumeContext& volume, const CatalogName& name, std::uin
     if (const TreeResult result = CheckNewItem(volume, name, parentId, 0);
         result != TreeResult::Done)
         return result;
-    VolumeChange change(volume);
     // The folder and its thread.
-    if (const TreeResult result = EnsureCatalogRoom(volume, 2); result != TreeResult::Done)
-        return result;
-    FolderFacts facts;
-    facts.id = id = NextCatalogId(volume);
-    facts.created = facts.modified = MacDateNow(clock, volume.isHfsPlus);
-    const TreeResult inserted = volume.isHfsPlus
-                                    ? InsertFolder(volume.catalog, parentId, name.hfsPlus, facts)
-                                    : InsertFolder(volume.catalog, parentId, name.hfs, facts);
-    if (inserted != TreeResult::Done)
-        return inserted;
-    CountItem(volume, parentId, true, 1);
-    return change.end(AddToValence(volume, 1, parentId));
+    constexpr unsigned kRecords = 2;
+    return ChangeTrees(volume, kRecords, [&] {
+        FolderFacts facts;
+        facts.id = id = NextCatalogId(volume);
+        facts.created = facts.modified = MacDateNow(clock, volume.isHfsPlus);
+        const TreeResult inserted =
+            volume.isHfsPlus ? InsertFolder(volume.catalog, parentId, name.hfsPlus, facts)
+                             : InsertFolder(volume.catalog, parentId, name.hfs, facts);
+        if (inserted != TreeResult::Done)
+            return inserted;
+        CountItem(volume, parentId, true, 1);
+        return AddToValence(volume, 1, parentId);
+    });
 }
 
 }  // namespace vellmark

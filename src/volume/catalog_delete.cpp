@@ -13,6 +13,7 @@
 #include "volume/catalog_access.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_protection.hpp"
+#include "volume/overflow_extents.hpp"
 #include "volume/volume_change.hpp"
 
 namespace vellmark {
@@ -21,49 +22,6 @@ namespace {
 
 constexpr int kTextDeletion = 1089;
 constexpr int kTextFolderNotEmpty = 1163;
-
-// A record of the extents tree.
-struct OverflowRecord {
-    TreeKey key;
-    std::vector<BlockRun> runs;
-};
-
-TreeKey ExtentsKey(const VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork) {
-    return volume.isHfsPlus ? HfsPlusExtentsKey(fileId, fork, 0) : HfsExtentsKey(fileId, fork, 0);
-}
-
-// Bytes of an extents key that tell the file and the fork: all but the start block at its end.
-std::size_t OwnerBytes(const VolumeContext& volume, ConstByteSpan key) {
-    return key.size() - (volume.isHfsPlus ? sizeof(be32) : sizeof(be16));
-}
-
-// All records that a fork has in the extents tree.
-TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
-                      std::vector<OverflowRecord>& records) {
-    const TreeKey first = ExtentsKey(volume, fileId, fork);
-    const std::size_t owner = OwnerBytes(volume, first);
-    bool found = false;
-    TreeResult result = FindKey(volume.extents, first, found);
-    if (result == TreeResult::Done)
-        result = SettleOnRecord(volume.extents, found);
-    while (result == TreeResult::Done && found) {
-        const NodeView node = volume.extents.view();
-        const ConstByteSpan key = node.key(volume.extents.index);
-        if (key.size() != first.size() ||
-            !std::equal(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(owner),
-                        key.begin()))
-            break;
-        // A fork has no more records than its volume has blocks.
-        if (records.size() >= volume.totalBlocks())
-            return TreeResult::Damaged;
-        const ConstByteSpan data = node.data(volume.extents.index);
-        records.push_back({TreeKey(key.begin(), key.end()), volume.isHfsPlus
-                                                                ? RunsIn<HfsPlusExtentRecord>(data)
-                                                                : RunsIn<HfsExtentRecord>(data)});
-        result = NextRecord(volume.extents, found);
-    }
-    return result;
-}
 
 // Frees runs, each of which must lie in the volume and be in use: the blocks of others would go
 // with them, and runs that overlap would be counted twice.

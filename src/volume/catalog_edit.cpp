@@ -8,7 +8,6 @@
 #include "volume/catalog_growth.hpp"
 #include "volume/catalog_protection.hpp"
 #include "volume/catalog_records.hpp"
-#include "volume/volume_change.hpp"
 
 namespace vellmark {
 
@@ -67,14 +66,13 @@ TreeResult RewriteThread(VolumeContext& volume, std::uint32_t id, std::uint32_t 
                : result;
 }
 
+// Two records go and come again, and each may split what it leaves and what it enters.
+constexpr unsigned kRecords = 4;
+
 // Puts a record from one key to another, and its thread after it.
 TreeResult Rekey(VolumeContext& volume, const TakenItem& item, const TreeKey& from,
                  std::uint32_t parentId, const CatalogName& name) {
-    // Two records go and come again, and each may split what it leaves and what it enters.
-    constexpr unsigned kRecords = 4;
-    TreeResult result = EnsureCatalogRoom(volume, kRecords);
-    if (result == TreeResult::Done)
-        result = RemoveTreeRecord(volume.catalog, from);
+    TreeResult result = RemoveTreeRecord(volume.catalog, from);
     if (result == TreeResult::Done)
         result = InsertTreeRecord(volume.catalog, ItemKey(volume, parentId, name), item.data);
     return result == TreeResult::Done ? RewriteThread(volume, item.id, parentId, name) : result;
@@ -123,8 +121,8 @@ EditResult RenameItem(VolumeContext& volume, std::uint32_t parentId, const Catal
             IsTaken(volume, ItemKey(volume, parentId, newName), item.id, taken);
         result != TreeResult::Done || taken)
         return taken ? EditResult::Exists : ToEditResult(result);
-    VolumeChange change(volume);
-    return ToEditResult(change.end(Rekey(volume, item, from, parentId, newName)));
+    return ToEditResult(ChangeTrees(volume, kRecords,
+                                    [&] { return Rekey(volume, item, from, parentId, newName); }));
 }
 
 EditResult MoveItem(VolumeContext& volume, const CatalogName& name, std::uint32_t sourceId,
@@ -145,11 +143,11 @@ EditResult MoveItem(VolumeContext& volume, const CatalogName& name, std::uint32_
     if (const TreeResult result = CheckNewItem(volume, name, targetId, 0);
         result != TreeResult::Done)
         return ToEditResult(result);
-    VolumeChange change(volume);
-    TreeResult result = Rekey(volume, item, from, targetId, name);
-    if (result == TreeResult::Done)
-        result = CountMove(volume, item.isFolder, sourceId, targetId);
-    return ToEditResult(change.end(result));
+    return ToEditResult(ChangeTrees(volume, kRecords, [&] {
+        const TreeResult result = Rekey(volume, item, from, targetId, name);
+        return result == TreeResult::Done ? CountMove(volume, item.isFolder, sourceId, targetId)
+                                          : result;
+    }));
 }
 
 EditResult RenameVolume(VolumeContext& volume, std::string_view label) {
@@ -166,14 +164,15 @@ EditResult RenameVolume(VolumeContext& volume, std::string_view label) {
     TakenItem root;
     if (const EditResult result = TakeUp(volume, from, root); result != EditResult::Done)
         return result == EditResult::Missing ? EditResult::Damaged : result;
-    VolumeChange change(volume);
-    if (!volume.isHfsPlus) {
-        auto& field = volume.mdb.volumeName;
-        field.fill(0);
-        field[0] = static_cast<std::uint8_t>(name->hfs.size());
-        std::copy(name->hfs.begin(), name->hfs.end(), field.begin() + 1);
-    }
-    return ToEditResult(change.end(Rekey(volume, root, from, kRootParentId, *name)));
+    return ToEditResult(ChangeTrees(volume, kRecords, [&] {
+        if (!volume.isHfsPlus) {
+            auto& field = volume.mdb.volumeName;
+            field.fill(0);
+            field[0] = static_cast<std::uint8_t>(name->hfs.size());
+            std::copy(name->hfs.begin(), name->hfs.end(), field.begin() + 1);
+        }
+        return Rekey(volume, root, from, kRootParentId, *name);
+    }));
 }
 
 }  // namespace vellmark

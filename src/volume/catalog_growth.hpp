@@ -1,19 +1,31 @@
-// A catalog that is full gets more nodes.
+// Changes of the catalog that find room: a catalog without a free node gets more.
 #pragma once
 
-#include <cstdint>
+#include <functional>
 
 #include "volume/volume_context.hpp"
 
 namespace vellmark {
 
-/// Adds free nodes to the catalog: as many blocks as its file has, in one run, or what the volume
-/// still gives of them. The run goes into the header's record, or into the extents tree when that
-/// record is full. `Full` when there is no room; what was changed then is for the caller to take
-/// back (`VolumeChange`).
-[[nodiscard]] TreeResult ExtendCatalog(VolumeContext& volume);
+/// How one try of a change ended.
+enum class ChangeTry {
+    Done,
+    NoNodes,  ///< the catalog has no free node for it
+    NoRoom,   ///< the volume has no free blocks for it
+    Damaged,
+    Failed,  ///< the image cannot be read or written
+    Refused  ///< for a reason that the caller keeps
+};
+[[nodiscard]] ChangeTry ToChangeTry(TreeResult result);
 
-/// Makes sure that the catalog takes that many further records, whatever they split.
-[[nodiscard]] TreeResult EnsureCatalogRoom(VolumeContext& volume, unsigned records);
+/// Carries a change out, kept when it is `Done` and else taken back whole. Only when the catalog
+/// has no free node for it is it tried again, with nodes more: a modest number first
+/// (`ModestGrowth`), then as few as will do. What needs no node needs no blocks either. `records`
+/// is how many records the change inserts at most.
+[[nodiscard]] ChangeTry ChangeCatalog(VolumeContext& volume, unsigned records,
+                                      const std::function<ChangeTry()>& change);
+/// The same for a change that nothing but the trees takes part in.
+[[nodiscard]] TreeResult ChangeTrees(VolumeContext& volume, unsigned records,
+                                     const std::function<TreeResult()>& change);
 
 }  // namespace vellmark

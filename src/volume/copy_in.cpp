@@ -16,7 +16,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kTextNoRoom = 1073;
 constexpr int kTextCopyOf = 1123;
 constexpr int kTextNoContainer = 1158;
 constexpr int kTextTooFragmented = 1159;
@@ -248,7 +247,9 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
             return LeaveOut(batch_, path_,
                             fmt::format("{} exists already.", ShownIn(batch_, file.name)));
         case StoreResult::NoRoom:
-            return EndBatch(batch_, path_, Say(batch_, kTextNoRoom));
+            return EndForRoom(batch_, path_,
+                              (file.data != nullptr ? file.data->size() : 0) +
+                                  (file.resource != nullptr ? file.resource->size() : 0));
         case StoreResult::TooFragmented:
             return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
         case StoreResult::ForkTooLong:

@@ -15,7 +15,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kTextNoRoom = 1073;
 constexpr int kTextCopyingFolder = 1118;
 constexpr int kTextFolderExists = 1160;
 
@@ -128,7 +127,7 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
         result = CreateFolder(volume, *name, parentId, batch_.clock, id);
     isNew = result == TreeResult::Done;
     if (result == TreeResult::Full)
-        return EndBatch(batch_, path, Say(batch_, kTextNoRoom));
+        return EndForRoom(batch_, path, 0);
     return isNew ? CopyInResult::Done
                  : EndBatch(batch_, path, CatalogProblem(result, "where the folder would go"));
 }

@@ -13,7 +13,7 @@
 #include "volume/catalog_delete.hpp"
 #include "volume/catalog_growth.hpp"
 #include "volume/catalog_insert.hpp"
-#include "volume/volume_change.hpp"
+#include "volume/overflow_extents.hpp"
 
 namespace vellmark {
 
@@ -52,21 +52,14 @@ StoreResult ToStoreResult(TreeResult result) {
     }
 }
 
-StoreResult ToStoreResult(ReserveResult result) {
-    return result == ReserveResult::Done     ? StoreResult::Done
-           : result == ReserveResult::NoRoom ? StoreResult::NoRoom
-                                             : StoreResult::TooFragmented;
-}
-
 // Blocks for both forks, or for none.
-StoreResult ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& resource) {
-    ReserveResult result = ReserveBlocks(volume, data.sizeBytes, data.runs);
-    if (result != ReserveResult::Done)
-        return ToStoreResult(result);
-    result = ReserveBlocks(volume, resource.sizeBytes, resource.runs);
-    if (result != ReserveResult::Done)
-        ReturnBlocks(volume, data.runs);
-    return ToStoreResult(result);
+bool ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& resource) {
+    if (!ReserveBlocks(volume, data.sizeBytes, data.runs))
+        return false;
+    if (ReserveBlocks(volume, resource.sizeBytes, resource.runs))
+        return true;
+    ReturnBlocks(volume, data.runs);
+    return false;
 }
 
 // Whether a fork can be read to its end.
@@ -171,10 +164,10 @@ RecordData HfsPlusData(const VolumeContext& volume, const NewFile& file, const F
     return bytes;
 }
 
-TreeResult InsertRecords(VolumeContext& volume, const NewFile& file, const PlacedFork& data,
-                         const PlacedFork& resource) {
+TreeResult InsertRecords(VolumeContext& volume, const NewFile& file, std::uint32_t id,
+                         const PlacedFork& data, const PlacedFork& resource) {
     FileFacts facts;
-    facts.id = NextCatalogId(volume);
+    facts.id = id;
     facts.created = file.created;
     facts.modified = file.modified;
     const TreeKey key = ItemKey(volume, file.parentId, file.name);
@@ -223,51 +216,105 @@ enum class Replacing {
     First  ///< before, as its blocks are needed
 };
 
-// Places and writes the forks. What is in the blocks of a file that went first cannot be brought
-// back once they are written to: the new file is read once before, and its writing is not stopped.
-StoreResult StoreForks(VolumeContext& volume, const NewFile& file, Replacing replacing,
-                       PlacedFork& data, PlacedFork& resource, Progress& progress) {
+/// One file on its way into the volume.
+class FileStore {
+  public:
+    FileStore(VolumeContext& volume, const NewFile& file, Replacing replacing, Progress& progress)
+        : volume_(volume),
+          file_(file),
+          goesFirst_(replacing == Replacing::First),
+          progress_(progress) {}
+    StoreResult run();
+
+  private:
+    ChangeTry change();
+    StoreResult place();
+    StoreResult write();
+
+    VolumeContext& volume_;
+    const NewFile& file_;
+    const bool goesFirst_;
+    Progress& progress_;
+    PlacedFork data_;
+    PlacedFork resource_;
+    StoreResult result_ = StoreResult::Done;
+};
+
+// Takes blocks for the forks; the file that is replaced goes before or after that.
+StoreResult FileStore::place() {
+    data_ = ForkToPlace(file_.data);
+    resource_ = ForkToPlace(file_.resource);
     StoreResult result = StoreResult::Done;
-    const bool goesFirst = replacing == Replacing::First;
-    if (goesFirst) {
-        result = DeleteReplaced(volume, file);
-        FreeWhatWasFreed(volume.allocation);
+    if (goesFirst_) {
+        result = DeleteReplaced(volume_, file_);
+        FreeWhatWasFreed(volume_.allocation);
     }
-    if (result == StoreResult::Done)
-        result = ReserveForks(volume, data, resource);
-    for (const PlacedFork* fork : {&data, &resource})
-        if (goesFirst && result == StoreResult::Done)
-            result = TryToRead(*fork, progress);
-    for (const PlacedFork* fork : {&data, &resource})
+    if (result == StoreResult::Done && !ReserveForks(volume_, data_, resource_))
+        result = StoreResult::NoRoom;
+    const bool isLeft = file_.replaced && !goesFirst_;
+    return result == StoreResult::Done && isLeft ? DeleteReplaced(volume_, file_) : result;
+}
+
+// Writes the forks. What is in the blocks of a file that went first cannot be brought back once
+// they are written to: the new file is read once before, and its writing is not stopped.
+StoreResult FileStore::write() {
+    StoreResult result = StoreResult::Done;
+    for (const PlacedFork* fork : {&data_, &resource_})
+        if (goesFirst_ && result == StoreResult::Done)
+            result = TryToRead(*fork, progress_);
+    for (const PlacedFork* fork : {&data_, &resource_})
         if (result == StoreResult::Done)
-            result = WriteFork(volume, *fork, !goesFirst, progress);
-    for (const PlacedFork* fork : {&data, &resource})
+            result = WriteFork(volume_, *fork, !goesFirst_, progress_);
+    for (const PlacedFork* fork : {&data_, &resource_})
         if (result == StoreResult::Done)
-            LogRuns(volume, file, *fork, progress);
-    const bool isLeft = file.replaced && !goesFirst;
-    return result == StoreResult::Done && isLeft ? DeleteReplaced(volume, file) : result;
+            LogRuns(volume_, file_, *fork, progress_);
+    return result;
+}
+
+// The records come first: where the catalog has to grow for them no byte is written twice.
+ChangeTry FileStore::change() {
+    result_ = place();
+    if (result_ != StoreResult::Done)
+        return result_ == StoreResult::NoRoom ? ChangeTry::NoRoom : ChangeTry::Refused;
+    const std::uint32_t id = NextCatalogId(volume_);
+    TreeResult result = AddOverflow(volume_, id, kDataFork, data_.runs);
+    if (result == TreeResult::Done)
+        result = AddOverflow(volume_, id, kResourceFork, resource_.runs);
+    if (result == TreeResult::Full) {
+        result_ = StoreResult::TooFragmented;
+        return ChangeTry::NoRoom;
+    }
+    if (result == TreeResult::Done)
+        result = InsertRecords(volume_, file_, id, data_, resource_);
+    if (result == TreeResult::Done && !file_.replaced)
+        result = AddToValence(volume_, 1, file_.parentId);
+    result_ = ToStoreResult(result);
+    if (result != TreeResult::Done)
+        return result == TreeResult::Exists ? ChangeTry::Refused : ToChangeTry(result);
+    CountItem(volume_, file_.parentId, false, 1);
+    result_ = write();
+    return result_ == StoreResult::Done ? ChangeTry::Done : ChangeTry::Refused;
+}
+
+StoreResult FileStore::run() {
+    // The file, its thread, and what taking out a replaced one may split.
+    constexpr unsigned kRecords = 4;
+    switch (ChangeCatalog(volume_, kRecords, [this] { return change(); })) {
+        case ChangeTry::Damaged:
+            return StoreResult::Damaged;
+        case ChangeTry::Failed:
+            return StoreResult::TargetFailed;
+        case ChangeTry::Done:
+        case ChangeTry::Refused:
+            return result_;
+        default:
+            return result_ == StoreResult::TooFragmented ? result_ : StoreResult::NoRoom;
+    }
 }
 
 StoreResult TryToAdd(VolumeContext& volume, const NewFile& file, Replacing replacing,
                      Progress& progress) {
-    PlacedFork data = ForkToPlace(file.data);
-    PlacedFork resource = ForkToPlace(file.resource);
-    VolumeChange change(volume);
-    // The file, its thread, and what taking out a replaced one may split.
-    constexpr unsigned kRecords = 4;
-    if (const TreeResult result = EnsureCatalogRoom(volume, kRecords); result != TreeResult::Done)
-        return ToStoreResult(result);
-    if (const StoreResult result = StoreForks(volume, file, replacing, data, resource, progress);
-        result != StoreResult::Done)
-        return result;
-    TreeResult result = InsertRecords(volume, file, data, resource);
-    if (result == TreeResult::Done && !file.replaced)
-        result = AddToValence(volume, 1, file.parentId);
-    if (result != TreeResult::Done)
-        return ToStoreResult(result);
-    CountItem(volume, file.parentId, false, 1);
-    change.keep();
-    return StoreResult::Done;
+    return FileStore(volume, file, replacing, progress).run();
 }
 
 bool NeedsRoom(StoreResult result) {

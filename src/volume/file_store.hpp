@@ -31,8 +31,8 @@ struct NewFile {
 enum class StoreResult {
     Done,
     Exists,         ///< the folder has an item of that name
-    NoRoom,         ///< too few free blocks, or no run of them that is long enough
-    TooFragmented,  ///< free blocks lie in more runs than a record has extents
+    NoRoom,         ///< too few free blocks, for it or for the catalog
+    TooFragmented,  ///< there is no room to write down in how many runs it would lie
     ForkTooLong,    ///< HFS keeps 31 bits of a fork's length
     SourceFailed,   ///< a fork ended before its length, or could not be read
     TargetFailed,   ///< the image did not take everything

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 
 #include "volume/catalog_keys.hpp"
 
@@ -29,6 +30,21 @@ bool AddToRecord(Record& record, Number startBlock, Number blockCount) {
             return true;
         }
     return false;
+}
+
+template <typename Record>
+bool AppendToRecord(Record& record, BlockRun run) {
+    const auto next = std::find_if(record.begin(), record.end(),
+                                   [](const auto& extent) { return extent.blockCount == 0; });
+    if (next != record.begin()) {
+        auto& last = *std::prev(next);
+        if (std::uint32_t{last.startBlock} + last.blockCount == run.startBlock) {
+            const BlockRun joined{last.startBlock, last.blockCount + run.blockCount};
+            last = {};
+            return AddRun(record, joined);
+        }
+    }
+    return AddRun(record, run);
 }
 
 // Adds runs that lie within the volume; false at the first that does not.
@@ -58,6 +74,20 @@ bool AddRun(HfsExtentRecord& record, BlockRun run) {
 }
 bool AddRun(HfsPlusExtentRecord& record, BlockRun run) {
     return AddToRecord(record, run.startBlock, run.blockCount);
+}
+
+bool AppendRun(HfsExtentRecord& record, BlockRun run) {
+    return AppendToRecord(record, run);
+}
+bool AppendRun(HfsPlusExtentRecord& record, BlockRun run) {
+    return AppendToRecord(record, run);
+}
+
+std::uint32_t BlocksOf(const std::vector<BlockRun>& runs) {
+    std::uint32_t blocks = 0;
+    for (const BlockRun& run : runs)
+        blocks += run.blockCount;
+    return blocks;
 }
 
 bool TransferFork(VolumeContext& volume, const std::vector<BlockRun>& runs, std::int32_t command,

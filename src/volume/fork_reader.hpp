@@ -70,5 +70,10 @@ template <typename Record>
 /// Puts a run into the first empty descriptor of an extent record; false when there is none.
 [[nodiscard]] bool AddRun(HfsExtentRecord& record, BlockRun run);
 [[nodiscard]] bool AddRun(HfsPlusExtentRecord& record, BlockRun run);
+/// The same, but a run that begins where the last one ends makes that one longer.
+[[nodiscard]] bool AppendRun(HfsExtentRecord& record, BlockRun run);
+[[nodiscard]] bool AppendRun(HfsPlusExtentRecord& record, BlockRun run);
+/// Blocks of all runs.
+[[nodiscard]] std::uint32_t BlocksOf(const std::vector<BlockRun>& runs);
 
 }  // namespace vellmark

@@ -7,10 +7,13 @@
 
 #include "support/encoding.hpp"
 #include "volume/import_source.hpp"
+#include "volume/room_remark.hpp"
 
 namespace vellmark {
 
 namespace {
+
+constexpr int kTextNoRoom = 1073;
 
 constexpr int kTextCopied = 1122;
 
@@ -35,6 +38,11 @@ CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
       firstNewId(NextId(openVolume)) {
     options.truncation.replaces = options.existing == ExistingFiles::Replace;
     options.truncation.firstNewId = firstNewId;
+}
+
+CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes) {
+    const std::string remark = RoomRemark(batch.volume, wantedBytes);
+    return EndBatch(batch, path, Say(batch, kTextNoRoom) + (remark.empty() ? "" : "\n" + remark));
 }
 
 CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason) {

@@ -23,6 +23,9 @@ CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view r
 /// Names an item at which the batch ends.
 CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason);
 
+/// The same where the volume has no room for it: what was wanted, in bytes.
+CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes);
+
 /// The last name of a path, also of one that ends in `/`, `.` or `..`; empty for the PC's root.
 [[nodiscard]] std::string PcNameOfPath(const std::string& path);
 

@@ -190,7 +190,9 @@ TreeResult TreeEditor::refreshFirstKeys(ConstByteSpan firstKey) {
         const ConstByteSpan old = node.record(index);
         const bool fits = record.size() <= node.freeBytes() + old.size();
         const bool isRight = std::equal(old.begin(), old.end(), record.begin(), record.end());
-        if (!isRight && (fits || tree_.header().freeNodes >= NodesForInsertions(depth_, 1))) {
+        const bool canChange = fits || tree_.header().freeNodes >= NodesForInsertions(depth_, 1);
+        tree_.keptOldKey = tree_.keptOldKey || (!isRight && !canChange);
+        if (!isRight && canChange) {
             node.remove(index);
             if (!store(path[level].node, left_))
                 return TreeResult::Failed;

@@ -151,8 +151,8 @@ class Change(Case):
                 for status, verb, *arguments in (
                         (DONE, "rm", "file 3.txt", "file 4.txt"), (FAILED, "put", "new"),
                         (FAILED, "put", "--force", "disc/file 5.txt"), (DONE, "rm", "--force", "Sub"),
-                        (FAILED, "put", "new"), (DONE, "rename", "file 5.txt", "shared"),
-                        (None, "mkdir", *names)):
+                        (FAILED, "put", "new"), (None, "mkdir", *names),
+                        (DONE, "rename", "file 5.txt", "shared")):
                     done = self.vellmark(verb, disc, "--writable", *arguments)
                     self.assertIn(done.returncode, (DONE, FAILED) if status is None else (status,), done.stderr)
                 self.assertEqual(judges.seven_zip(disc, self.work / f"{kind} after", "iso")[0], before)

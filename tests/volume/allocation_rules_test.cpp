@@ -50,8 +50,8 @@ TEST(AllocationRules, OneRun) {
         {"HFS begins with the word of the hint", false, {{100, 50}}, 150, 5, {128, 5}, 133},
         {"HFS, 9 of 20", false, {{200, 9}, {300, 10}, {400, 50}}, 0, 20, {300, 10}, 310},
         {"HFS, all of 9", false, {{200, 9}, {300, 10}}, 0, 9, {200, 9}, 209},
-        {"HFS, up to the last block", false, {{980, 20}}, 0, 20, {980, 20}, 1000},
-        {"HFS, not begun where it cannot end", false, {{980, 20}}, 0, 21, {0, 0}, 0},
+        {"HFS, up to the last block but one", false, {{980, 20}}, 0, 19, {980, 19}, 999},
+        {"HFS, not begun where it cannot end", false, {{980, 20}}, 0, 20, {0, 0}, 0},
         {"HFS, a hint behind the end", false, {{980, 20}}, 60000, 1, {0, 0}, 60000},
         {"HFS+ does not wrap", true, {{100, 50}}, 160, 5, {0, 0}, 160},
         {"HFS+ begins with the byte of the hint", true, {{100, 50}}, 127, 5, {120, 5}, 125},
@@ -83,33 +83,28 @@ TEST(AllocationRules, WholeForks) {
                         {160, 2}, {192, 2}, {224, 1}, {256, 1}};
     Runs nine = eight;
     nine.push_back({288, 1});
-    using R = ReserveResult;
     struct Case {
         const char* what;
         bool isHfsPlus;
         Runs freeRuns;
         std::uint32_t hint;
         std::uint64_t bytes;
-        ReserveResult result;
+        bool hasRoom;
         std::size_t runs;
     };
     const Case cases[] = {
-        {"nothing needs nothing", false, {}, 0, 0, R::Done, 0},
-        {"more than is free", false, {{32, 10}}, 0, 10 * 512 + 1, R::NoRoom, 0},
-        {"HFS, three runs", false, {{32, 10}, {64, 10}, {96, 10}}, 0, 30 * 512, R::Done, 3},
-        {"HFS, a fourth",
-         false,
-         {{32, 10}, {64, 10}, {96, 10}, {128, 10}},
-         0,
-         40 * 512,
-         R::TooFragmented,
-         0},
-        {"HFS, from block 0", false, {{32, 20}}, 500, 20 * 512, R::Done, 1},
-        {"HFS, short runs only", false, {{32, 9}, {64, 9}}, 0, 18 * 512, R::NoRoom, 0},
-        {"HFS+, eight runs", true, eight, 0, 15 * 512, R::Done, 8},
-        {"HFS+, a ninth", true, nine, 0, 16 * 512, R::TooFragmented, 0},
-        {"HFS+, from block 0", true, {{32, 20}}, 500, 20 * 512 - 1, R::Done, 1},
-        {"more than 32 bits", true, {{32, 20}}, 0, 512ull << 33, R::NoRoom, 0},
+        {"nothing needs nothing", false, {}, 0, 0, true, 0},
+        {"more than is free", false, {{32, 10}}, 0, 10 * 512 + 1, false, 0},
+        {"HFS, three runs", false, {{32, 10}, {64, 10}, {96, 10}}, 0, 30 * 512, true, 3},
+        {"HFS, a fourth", false, {{32, 5}, {64, 10}, {96, 10}, {128, 10}}, 0, 32 * 512, true, 4},
+        {"HFS, the longest", false, {{32, 10}, {64, 9}, {96, 10}, {128, 20}}, 0, 40 * 512, true, 3},
+        {"HFS, all but the last block", false, {{32, 9}, {990, 10}}, 0, 19 * 512, false, 0},
+        {"HFS, from block 0", false, {{32, 20}}, 500, 20 * 512, true, 1},
+        {"HFS, short runs only", false, {{32, 9}, {64, 9}}, 0, 18 * 512, true, 2},
+        {"HFS+, eight runs", true, eight, 0, 15 * 512, true, 8},
+        {"HFS+, a ninth", true, nine, 0, 16 * 512, true, 9},
+        {"HFS+, from block 0", true, {{32, 20}}, 500, 20 * 512 - 1, true, 1},
+        {"more than 32 bits", true, {{32, 20}}, 0, 512ull << 33, false, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -118,7 +113,7 @@ TEST(AllocationRules, WholeForks) {
         const testing::Bytes before = volume.allocation.bitmap;
         const std::uint32_t free = volume.freeBlocks();
         Runs runs;
-        ASSERT_EQ(ReserveBlocks(volume, c.bytes, runs), c.result);
+        ASSERT_EQ(ReserveBlocks(volume, c.bytes, runs), c.hasRoom);
         ASSERT_EQ(runs.size(), c.runs);
         EXPECT_EQ(TotalFreeBlocks(volume.allocation.bitmap, kBlocks), volume.freeBlocks());
         EXPECT_EQ(volume.freeBlocks(), free - (runs.empty() ? 0 : (c.bytes + 511) / 512));

@@ -9,6 +9,7 @@
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_delete.hpp"
 #include "volume/file_store.hpp"
+#include "volume/room_remark.hpp"
 #include "volume/volume_model.hpp"
 
 namespace vellmark {
@@ -71,6 +72,19 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
         RememberedAnswer answer;
         DeleteContext context{messages, progress, kClock, answer, false};
         return DeleteItemByName(volume_, NameOf(volume_, name), kRootFolderId, context);
+    }
+    // Leaves free blocks in short rows only; the number of rows.
+    int scatter() {
+        const std::uint32_t row = isHfsPlus_ ? 8 : 2;
+        int rows = 0;
+        while (put(fmt::format("gap {}", rows), Bytes(row * volume_.blockSize / 2, 1)) ==
+                   StoreResult::Done &&
+               put(fmt::format("wall {}", rows), Bytes(1, 1)) == StoreResult::Done)
+            ++rows;
+        for (int i = 0; i < rows; ++i)
+            EXPECT_EQ(remove(fmt::format("gap {}", i)), EditResult::Done);
+        EXPECT_EQ(CheckpointVolume(volume_, kClock), TreeResult::Done);
+        return rows;
     }
     Bytes contents(const std::string& name, bool resource) {
         std::optional<CatalogItem> item;
@@ -194,26 +208,51 @@ TEST_P(ChangeFault, OnAFullVolumeTheOldFileOutlivesANewOneThatFails) {
     expectSound();
 }
 
+// Only where smaller blocks would help it is said that they would.
+TEST_P(ChangeFault, AVolumeOfSmallFilesTellsThatItsBlocksAreUsedUp) {
+    open({"", isHfsPlus_, 2048, 400, isHfsPlus_ ? 5u : 40u});
+    int files = 0;
+    while (put(fmt::format("tiny {}", files), Bytes(1, 1)) == StoreResult::Done)
+        ++files;
+    EXPECT_GT(files, 100);
+    EXPECT_EQ(RoomRemark(volume_, 1000).find("format --block-size") != std::string::npos,
+              !isHfsPlus_);
+    EXPECT_EQ(RoomRemark(volume_, 800'000), "");
+    open({"", isHfsPlus_, 512, 400, 16});
+    EXPECT_EQ(RoomRemark(volume_, 1000), "") << "as small as can be";
+}
+
+// The extents tree takes what the catalog record does not hold, and grows for it.
+TEST_P(ChangeFault, AFileOfManyRunsGoesOnInTheExtentsTree) {
+    const int rows = scatter();
+    const std::uint32_t nodes = volume_.extents.header().totalNodes;
+    const std::uint32_t records = volume_.extents.header().leafRecords;
+    Bytes fork(std::size_t{volume_.freeBlocks() - 40} * volume_.blockSize / 2);
+    for (const int step : {7, 11}) {
+        for (std::size_t i = 0; i < fork.size(); ++i)
+            fork[i] = static_cast<std::uint8_t>(i * static_cast<std::size_t>(step) / 512);
+        ASSERT_EQ(put("scattered", fork), StoreResult::Done);
+        EXPECT_GT(volume_.extents.header().leafRecords, rows / (isHfsPlus_ ? 10 : 4));
+        EXPECT_TRUE(isHfsPlus_ || volume_.extents.header().totalNodes > nodes);
+        expectSound();
+        EXPECT_TRUE(contents("scattered", false) == fork && contents("scattered", true) == fork);
+    }
+    ASSERT_EQ(remove("scattered"), EditResult::Done);
+    EXPECT_EQ(volume_.extents.header().leafRecords, records);
+    expectSound();
+}
+
 // Free blocks lie in short rows only: the catalog gets a run after the other, until its record in
 // the header is full, then in the extents tree, and at last there is no room.
 TEST_P(ChangeFault, ACatalogOfManyRunsGoesOnInTheExtentsTree) {
-    const std::uint32_t row = isHfsPlus_ ? 8 : 2;
-    int files = 0;
-    while (put(fmt::format("gap {}", files), Bytes(row * volume_.blockSize / 2, 1)) ==
-               StoreResult::Done &&
-           put(fmt::format("wall {}", files), Bytes(1, 1)) == StoreResult::Done)
-        ++files;
-    ASSERT_GT(files, 40);
-    for (int i = 0; i < files; ++i)
-        ASSERT_EQ(remove(fmt::format("gap {}", i)), EditResult::Done);
-    ASSERT_EQ(CheckpointVolume(volume_, kClock), TreeResult::Done);
+    ASSERT_GT(scatter(), 40);
     const std::uint32_t itemsBefore = ReadValence(volume_, kRootFolderId).value_or(0);
     const std::size_t runsBefore = volume_.catalogNodes->runs().size();
     std::uint32_t folders = 0;
     while (makeFolder(static_cast<int>(folders)) == TreeResult::Done)
         ++folders;
     const std::vector<Bytes> before = StateOf(volume_);
-    EXPECT_EQ(makeFolder(-1), TreeResult::Full);
+    EXPECT_EQ(makeFolder(static_cast<int>(folders)), TreeResult::Full);
     EXPECT_TRUE(StateOf(volume_) == before);
     EXPECT_GT(volume_.catalogNodes->runs().size(), runsBefore + 16) << "three records";
     expectSound();

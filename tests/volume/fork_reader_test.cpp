@@ -27,13 +27,6 @@ std::vector<BlockRun> ScatteredRuns(std::size_t count) {
     return runs;
 }
 
-std::uint32_t BlocksOf(const std::vector<BlockRun>& runs) {
-    std::uint32_t blocks = 0;
-    for (const BlockRun& run : runs)
-        blocks += run.blockCount;
-    return blocks;
-}
-
 class ForkInPieces : public ::testing::TestWithParam<bool> {
   protected:
     const bool isHfsPlus_ = GetParam();

@@ -7,12 +7,15 @@
 #include <algorithm>
 #include <array>
 
+#include "volume/block_allocation.hpp"
+#include "volume/block_bitmap.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_delete.hpp"
 #include "volume/catalog_edit.hpp"
 #include "volume/file_store.hpp"
 #include "volume/tree_bench.hpp"
+#include "volume/tree_growth.hpp"
 
 namespace vellmark::testing {
 
@@ -71,9 +74,12 @@ std::string VolumeModel::apply(const Step& step) {
         return "refused, and yet something changed";
     if (outcome == Outcome::NoRoom) {
         ++refusals_;
-        const std::uint32_t catalog = volume_->catalogNodes->runs().front().blockCount;
-        if (LongestFreeRun(*volume_) > blocksWanted_ + 4 * catalog)
-            return "no room, and yet there is a long free run";
+        // A catalog that has to grow takes a node for each level and record at most.
+        const std::uint32_t growth = 20 * GrowthUnit(*volume_, volume_->catalog);
+        const std::uint32_t free =
+            TotalFreeBlocks(volume_->allocation.bitmap, AllocationEnd(*volume_));
+        if (free >= blocksWanted_ + (blocksWanted_ == 0 ? 2 : 1) * growth)
+            return fmt::format("no room, and yet {} blocks are free", free);
     }
     return "";
 }
@@ -200,6 +206,7 @@ VolumeModel::Outcome VolumeModel::putFile(std::mt19937& random, bool replaces) {
         return Outcome::NoRoom;
     if (result == StoreResult::TooFragmented)
         return Outcome::Refused;
+    overflow_ = std::max<std::uint32_t>(overflow_, volume_->extents.header().leafRecords);
     const StoreResult expected = exists      ? StoreResult::Exists
                                  : isCut     ? StoreResult::SourceFailed
                                  : isStopped ? StoreResult::Stopped
@@ -305,9 +312,11 @@ VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
     Item& item = entry->second;
     const CatalogName name = NameOf(*volume_, item.name);
     if (swaps) {
+        const SwapResult result = SwapForks(*volume_, name, entry->first.first);
+        if (result == SwapResult::DataForkOverflows || result == SwapResult::ResourceForkOverflows)
+            return volume_->extents.header().leafRecords != 0 ? Outcome::Refused : Outcome::Wrong;
         std::swap(item.data, item.resource);
-        return SwapForks(*volume_, name, entry->first.first) == SwapResult::Done ? Outcome::Done
-                                                                                 : Outcome::Wrong;
+        return result == SwapResult::Done ? Outcome::Done : Outcome::Wrong;
     }
     AttributeChange change;
     change.type = {'A', 'P', 'P', static_cast<char>('0' + Below(random, 10))};

@@ -47,8 +47,6 @@ inline constexpr std::uint64_t kPcTableEnd = 19 * 2048;
 
 /// What is wrong with the blocks: used twice, used and not marked, or marked for nothing; or "".
 [[nodiscard]] std::string FaultOfBlocks(VolumeContext& volume);
-/// Longest row of free blocks.
-[[nodiscard]] std::uint32_t LongestFreeRun(const VolumeContext& volume);
 
 /// A fork that may end before the length that it tells.
 class CutSource final : public ByteSource {
@@ -105,6 +103,7 @@ class VolumeModel {
     [[nodiscard]] std::string compare();
 
     [[nodiscard]] std::size_t itemCount() const { return items_.size(); }
+    [[nodiscard]] std::uint32_t overflow() const { return overflow_; }
     [[nodiscard]] int refusals() const { return refusals_; }
     [[nodiscard]] std::uint32_t catalogNodes() const {
         return volume_->catalog.header().totalNodes;
@@ -151,6 +150,7 @@ class VolumeModel {
     std::string label_ = "model";
     Items items_;
     int refusals_ = 0;
+    std::uint32_t overflow_ = 0;      ///< records of the extents tree, at most
     std::uint32_t blocksWanted_ = 0;  ///< by the step under way
 };
 

@@ -190,17 +190,6 @@ std::string FaultOfBlocks(VolumeContext& volume) {
     return free == volume.freeBlocks() ? "" : "number of free blocks";
 }
 
-std::uint32_t LongestFreeRun(const VolumeContext& volume) {
-    const std::uint32_t total = volume.totalBlocks();
-    std::uint32_t longest = 0;
-    std::uint32_t row = 0;
-    for (std::uint32_t block = 0; block < total; ++block) {
-        row = IsWhollyUsed(volume.allocation.bitmap, {block, 1}) ? 0 : row + 1;
-        longest = std::max(longest, row);
-    }
-    return longest;
-}
-
 std::size_t CutSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
     const std::size_t count = offset >= end_ ? 0 : std::min(out.size(), end_ - offset);
     std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), count, out.begin());

@@ -1,0 +1,41 @@
+// The extents overflow tree: where a file lies beyond the runs that its catalog record holds
+// (Inside Macintosh: Files, chapter 2; Apple Technical Note TN1150). Changes stand within a
+// `VolumeChange`.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "volume/catalog_keys.hpp"
+#include "volume/fork_reader.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+/// Runs that a record holds, in the catalog as in the tree.
+[[nodiscard]] constexpr std::size_t RunsPerRecord(bool isHfsPlus) {
+    return isHfsPlus ? std::tuple_size_v<HfsPlusExtentRecord> : std::tuple_size_v<HfsExtentRecord>;
+}
+
+/// A record of the extents tree.
+struct OverflowRecord {
+    TreeKey key;
+    std::vector<BlockRun> runs;
+};
+
+/// All records that a fork has in the tree; `fork` is 0 for data, 255 for the resource fork.
+[[nodiscard]] TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+                                    std::vector<OverflowRecord>& records);
+
+/// Writes down those of a new fork's runs that its catalog record does not hold. The tree grows
+/// where it has to: `Full` when there is no room for that.
+[[nodiscard]] TreeResult AddOverflow(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+                                     const std::vector<BlockRun>& runs);
+
+/// Writes down a further run of the catalog's file, whose header tells `told` of its `oldBlocks`:
+/// behind the last record that it has in the tree, as long as that one has room, else in a record
+/// of its own.
+[[nodiscard]] TreeResult AddCatalogOverflow(VolumeContext& volume, std::uint32_t told,
+                                            std::uint32_t oldBlocks, BlockRun run);
+
+}  // namespace vellmark
