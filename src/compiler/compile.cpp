@@ -74,6 +74,7 @@ class Compiler {
   private:
     bool settleMode();
     bool hasItems(const ProjectTotals& totals);
+    bool mayLeaveRoom();
     bool saveProject();
     CompileResult plan();
     void tellDeepFolders();
@@ -127,7 +128,7 @@ bool Compiler::settleMode() {
         context_.mode = CompileMode::IsoPlus;
         if (totals.isoRecords == 0)
             context_.messages.showMessage(context_.messages.text(kTextEmptyIsoPlus));
-        return totals.isoRecords != 0;
+        return totals.isoRecords != 0 && mayLeaveRoom();
     }
     if (!hasItems(totals))
         return false;
@@ -148,7 +149,15 @@ bool Compiler::settleMode() {
                     : kind == ImageKind::Hfs
                         ? (plus ? CompileMode::PureHfsPlus : CompileMode::PureHfs)
                         : (plus ? CompileMode::HybridHfsPlus : CompileMode::HybridHfs);
-    return true;
+    return mayLeaveRoom();
+}
+
+bool Compiler::mayLeaveRoom() {
+    if (context_.freeBytes == 0 || HasMacintosh(context_.mode))
+        return true;
+    context_.messages.showMessage(
+        "The image has no Macintosh volume in which room could be left free.");
+    return false;
 }
 
 bool Compiler::hasItems(const ProjectTotals& totals) {
@@ -223,7 +232,8 @@ CompileResult Compiler::layOut() {
                             : leaves + leaves / 4 + 4;
         std::uint32_t size = kDiscSectorBytes;
         if (HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode)) {
-            const auto chosen = ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode));
+            const auto chosen =
+                ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode), context_.freeBytes);
             if (!chosen) {
                 const CompileResult turned = turnToHfsPlus();
                 return turned == CompileResult::Done ? layOut() : turned;
@@ -236,8 +246,13 @@ CompileResult Compiler::layOut() {
         if (!HasMacintosh(context_.mode))
             return CompileResult::Done;
         const TreeResult result = buildCatalog(size, leaves);
-        if (result == TreeResult::Done)
+        if (result == TreeResult::Done && hfs_.imageSectors <= UINT32_MAX)
             return CompileResult::Done;
+        if (result == TreeResult::Done)
+            return fail(CompileResult::CopyFailed,
+                        fmt::format("The image would have {} bytes; the partition map of a "
+                                    "Macintosh volume can tell of 2 TB.",
+                                    hfs_.imageSectors * 512));
         if (result != TreeResult::Full)
             break;
     }
@@ -250,8 +265,8 @@ TreeResult Compiler::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves)
     const std::uint32_t first =
         HasIso(context_.mode) ? iso_.fileArea : (kPureHfsStart + step - 1) / step * step;
     const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
-    hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_)
-                : ComputeHfsLayout(start, leaves, fileBlocks_, blockSize);
+    hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_, context_.freeBytes)
+                : ComputeHfsLayout(start, leaves, fileBlocks_, blockSize, context_.freeBytes);
     catalogNodes_.emplace(NewNodeSize(plus));
     return BuildCatalog(context_, plan_, hfs_, *catalogNodes_, catalog_);
 }

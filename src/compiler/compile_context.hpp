@@ -60,6 +60,7 @@ struct CompileContext {
     std::string targetPath;              ///< path of the image
     ImageKind kind = ImageKind::Hybrid;  ///< an ISO+ project has one kind of its own
     bool postgap = false;                ///< add `kPostgapSectors`
+    std::uint64_t freeBytes = 0;         ///< room in the Macintosh volume that no file takes
     bool strictIso = false;       ///< sort the ISO trees as ECMA-119 asks, and tell of deep folders
     bool replace = false;         ///< an existing image may be replaced
     bool projectChanged = false;  ///< since it was opened: save it with the image

@@ -83,7 +83,8 @@ std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus) {
 }
 
 HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                           std::uint64_t fileBlocks, std::uint32_t blockSize) {
+                           std::uint64_t fileBlocks, std::uint32_t blockSize,
+                           std::uint64_t freeBytes) {
     HfsLayout layout;
     const std::uint32_t b = blockSize / 512;
     layout.sectorsPerBlock = b;
@@ -94,7 +95,8 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     layout.extentsFile = {0, extents / b};
     layout.catalogFile = {extents / b, catalog / b};
     layout.systemBlocks = (extents + catalog) / b;
-    const std::uint64_t blocks = layout.systemBlocks + fileBlocks + kBlocksBehindFiles;
+    const std::uint64_t freeBlocks = BlocksFor(freeBytes, blockSize) + kBlocksBehindFiles;
+    const std::uint64_t blocks = layout.systemBlocks + fileBlocks + freeBlocks;
     // One bit for each sector of 2048 bytes: enough for every size of block.
     const std::uint64_t bits = RoundUp(blocks * b, kBlocksPerSector) / kBlocksPerSector;
     const std::uint64_t told = (bits + kBitsPerSector - 1) / kBitsPerSector;
@@ -102,7 +104,7 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     layout.allocationStart = static_cast<std::uint32_t>((told + kBootAndHeaderSectors) / b * b + b);
     layout.bitmapSectors = layout.allocationStart - kBootAndHeaderSectors;
     layout.totalBlocks = static_cast<std::uint32_t>(blocks);
-    layout.usedBlocks = layout.totalBlocks - kBlocksBehindFiles;
+    layout.usedBlocks = static_cast<std::uint32_t>(blocks - freeBlocks);
     layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
     const std::uint64_t smallest = RoundUp(partitionStart + kSmallestHfsSectors + 2, b);
     layout.imageSectors =
@@ -114,7 +116,7 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
 }
 
 HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                               std::uint64_t fileBlocks) {
+                               std::uint64_t fileBlocks, std::uint64_t freeBytes) {
     HfsLayout layout;
     layout.isHfsPlus = true;
     const std::uint32_t b = kHfsPlusBlockSectors;
@@ -127,8 +129,9 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
     const auto extents = kHfsPlusExtentsSectors / b;
     const auto catalog = static_cast<std::uint32_t>(catalogSectors / b);
     // The header block, the bitmap's own blocks and the last block have bits too.
+    const std::uint64_t freeBlocks = BlocksFor(freeBytes, layout.blockSize());
     std::uint64_t bitmap = 1;
-    while (bitmap * kHfsPlusBitsPerBlock < fileBlocks + extents + catalog + bitmap + 2)
+    while (bitmap * kHfsPlusBitsPerBlock < fileBlocks + freeBlocks + extents + catalog + bitmap + 2)
         ++bitmap;
     layout.allocationFile = {1, static_cast<std::uint32_t>(bitmap)};
     layout.bitmapSectors = static_cast<std::uint32_t>(bitmap) * b;
@@ -136,8 +139,8 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
                           extents};
     layout.catalogFile = {layout.extentsFile.startBlock + extents, catalog};
     layout.systemBlocks = layout.catalogFile.startBlock + catalog;
-    layout.totalBlocks = static_cast<std::uint32_t>(layout.systemBlocks + fileBlocks + 1);
-    layout.usedBlocks = layout.totalBlocks;
+    layout.usedBlocks = static_cast<std::uint32_t>(layout.systemBlocks + fileBlocks + 1);
+    layout.totalBlocks = static_cast<std::uint32_t>(layout.usedBlocks + freeBlocks);
     layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
     layout.imageSectors = layout.sectorOf(layout.totalBlocks);
     layout.partitionSectors = layout.imageSectors - partitionStart;
@@ -145,7 +148,7 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
 }
 
 std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint32_t leaves,
-                                                bool isHybrid) {
+                                                bool isHybrid, std::uint64_t freeBytes) {
     for (std::uint32_t size = kDiscSectorBytes; size <= kLargestBlockSize;
          size += kDiscSectorBytes) {
         if (isHybrid && BlocksFor(plan.largestFork, size) >= kMostBlocksOfFork)
@@ -155,7 +158,7 @@ std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint3
             for (const DiscItem& item : folder.items)
                 for (const DiscRun& run : item.runs)
                     blocks += BlocksFor(run.sizeBytes, size);
-        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size);
+        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size, freeBytes);
         if (layout.totalBlocks + blocks <= kHfsLimit)
             return size;
     }

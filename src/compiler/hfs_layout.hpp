@@ -26,7 +26,7 @@ struct HfsLayout {
     SystemFile catalogFile;              ///< allocation blocks
     std::uint32_t systemBlocks = 0;      ///< allocation blocks before the files
     std::uint32_t totalBlocks = 0;       ///< allocation blocks of the volume
-    std::uint32_t usedBlocks = 0;        ///< those in use, the first ones of the volume
+    std::uint32_t usedBlocks = 0;        ///< in use: the first ones, in HFS+ the last one besides
     std::uint64_t fileAreaStart = 0;     ///< first sector of the files
     std::uint64_t imageSectors = 0;      ///< of the whole image without a postgap
     std::uint64_t partitionSectors = 0;  ///< what the partition map tells
@@ -46,16 +46,20 @@ struct HfsLayout {
 [[nodiscard]] std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus);
 
 /// Lays a volume out behind sector `partitionStart` (of 512 bytes). `leaves` sizes the catalog,
-/// `fileBlocks` are the allocation blocks of all files.
+/// `fileBlocks` are the allocation blocks of all files; behind them room for `freeBytes` stays
+/// free.
 [[nodiscard]] HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                                         std::uint64_t fileBlocks, std::uint32_t blockSize);
+                                         std::uint64_t fileBlocks, std::uint32_t blockSize,
+                                         std::uint64_t freeBytes = 0);
 [[nodiscard]] HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                                             std::uint64_t fileBlocks);
+                                             std::uint64_t fileBlocks, std::uint64_t freeBytes = 0);
 
 /// The smallest allocation block with which an HFS volume can hold the plan: a multiple of 2048
-/// bytes with at most 65,535 blocks for system files, forks and the free one, and in a hybrid image
-/// with fewer than 32,767 for the largest fork. Nothing when there is none: then it must be HFS+.
+/// bytes with at most 65,535 blocks for system files, forks, free room and the free one, and in a
+/// hybrid image with fewer than 32,767 for the largest fork. Nothing when there is none: then it
+/// must be HFS+.
 [[nodiscard]] std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan,
-                                                              std::uint32_t leaves, bool isHybrid);
+                                                              std::uint32_t leaves, bool isHybrid,
+                                                              std::uint64_t freeBytes = 0);
 
 }  // namespace vellmark

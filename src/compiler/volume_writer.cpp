@@ -40,6 +40,15 @@ VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
     return params;
 }
 
+// The second header of HFS+ stands in the last block, which is in use.
+std::vector<std::uint8_t> BitmapOf(const HfsLayout& layout) {
+    if (!layout.isHfsPlus)
+        return UsedBlocks(layout.usedBlocks, layout.bitmapSectors);
+    std::vector<std::uint8_t> bitmap = UsedBlocks(layout.usedBlocks - 1, layout.bitmapSectors);
+    MarkUsed(bitmap, layout.totalBlocks - 1);
+    return bitmap;
+}
+
 }  // namespace
 
 bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, PcFile& image) {
@@ -69,7 +78,7 @@ bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
                                    image.writeRecord(alternate, BuildVolumeHeader(params))
                              : image.writeRecord(header, BuildMasterDirectoryBlock(params)) &&
                                    image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
-    return headers && image.writeAt(bitmap, UsedBlocks(layout.usedBlocks, layout.bitmapSectors)) &&
+    return headers && image.writeAt(bitmap, BitmapOf(layout)) &&
            WriteExtentsTree(image, byteOf(layout.sectorOf(layout.extentsFile.startBlock)),
                             layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize()) &&
            catalogNodes.writeTo(image, byteOf(layout.sectorOf(layout.catalogFile.startBlock)));

@@ -1,6 +1,9 @@
 #include "session/build_options.hpp"
 
+#include <fmt/core.h>
+
 #include "compiler/compile.hpp"
+#include "session/sizes.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -9,6 +12,9 @@
 namespace vellmark {
 
 namespace {
+
+// What the partition map of a Macintosh volume can tell.
+constexpr std::uint64_t kMostFreeBytes = std::uint64_t{1} << 41;
 
 ImageKind KindOf(const std::string& name) {
     return name == "iso" ? ImageKind::Iso : name == "hfs" ? ImageKind::Hfs : ImageKind::Hybrid;
@@ -39,6 +45,8 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
         .oneOf({"hybrid", "iso", "hfs"})
         .showDefault();
     arguments.flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
+    arguments.add("--free", options.free,
+                  "Room to leave free in the Macintosh volume for later changes: 500K, 100M, 2G");
     arguments.flag("--strict-iso", options.strictIso,
                    "Sort directories and path tables as ISO 9660 asks, and tell of folders below "
                    "its eight levels");
@@ -46,10 +54,20 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
     arguments.flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
 }
 
-std::string BuildRefusal(const BuildOptions& options) {
+std::string BuildRefusal(const BuildOptions& options, ProjectMode mode) {
+    if (mode == ProjectMode::IsoPlus && options.kind != kHybridKind)
+        return "An ISO+ project is built into one kind of image.";
     if (options.strictIso && options.kind == "hfs")
         return "--strict-iso is for the PC side, which --kind hfs leaves out.";
-    return {};
+    if (options.free.empty())
+        return {};
+    if (mode == ProjectMode::IsoPlus || options.kind == "iso")
+        return "--free leaves room in a Macintosh volume, and this image has none.";
+    const auto bytes = SizeOf(options.free, kMegabyte);
+    return bytes && *bytes <= kMostFreeBytes
+               ? std::string{}
+               : fmt::format("{} is no size up to 2T, such as 500K or 100M.",
+                             Printable(options.free));
 }
 
 int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& context,
@@ -61,6 +79,7 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
                            context.clock, options.output,    KindOf(options.kind)};
     compile.postgap = options.postgap;
     compile.strictIso = options.strictIso;
+    compile.freeBytes = SizeOf(options.free, kMegabyte).value_or(0);
     compile.replace = options.force;
     compile.projectChanged = options.projectChanged;
     compile.tableFolder = tables.path();

@@ -17,6 +17,7 @@ struct BuildOptions {
     std::string kind = kHybridKind;
     bool postgap = false;
     bool strictIso = false;
+    std::string free;  ///< a size; "" for nothing
     bool force = false;
     bool quiet = false;
     bool projectChanged = false;  ///< before the build: it is saved with the image
@@ -25,8 +26,8 @@ struct BuildOptions {
 /// Declares the options on a verb, apart from the output.
 void AddBuildOptions(OptionSet& arguments, BuildOptions& options);
 
-/// What of the options does not go together with the kind of image, as a sentence; "" for nothing.
-[[nodiscard]] std::string BuildRefusal(const BuildOptions& options);
+/// What of the options does not go together, or is no value, as a sentence; "" for nothing.
+[[nodiscard]] std::string BuildRefusal(const BuildOptions& options, ProjectMode mode);
 
 /// Compiles the project to `options.output`, its tables in a private folder, and tells what came
 /// out. Returns an exit status.

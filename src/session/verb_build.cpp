@@ -27,9 +27,7 @@ struct BuildVerbOptions {
 
 int Build(BuildVerbOptions& options, CommandContext& context) {
     const ProjectMode mode = ProjectModeOf(options.project);
-    if (mode == ProjectMode::IsoPlus && options.build.kind != kHybridKind)
-        return UsageError(context, kName, "An ISO+ project is built into one kind of image.");
-    if (const std::string refusal = BuildRefusal(options.build); !refusal.empty())
+    if (const std::string refusal = BuildRefusal(options.build, mode); !refusal.empty())
         return UsageError(context, kName, refusal);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));

@@ -1,14 +1,12 @@
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <charconv>
-#include <iterator>
 #include <memory>
 #include <optional>
 
 #include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 #include "session/labels.hpp"
+#include "session/sizes.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs.hpp"
@@ -36,39 +34,9 @@ struct FormatOptions {
     bool quiet = false;
 };
 
-struct SizeUnit {
-    char letter;
-    std::uint64_t bytes;
-};
-
-constexpr std::uint64_t kMegabyte = 1u << 20;
-constexpr SizeUnit kSizeUnits[] = {
-    {'K', 1u << 10}, {'M', kMegabyte}, {'G', 1u << 30}, {'T', std::uint64_t{1} << 40}};
-
-// Bytes of `100M`, `1G` or `2048K`, or of a number without a unit, which counts in `unitBytes`;
-// nothing for any other text.
-std::optional<std::uint64_t> BytesOf(std::string_view text, std::uint64_t unitBytes) {
-    std::uint64_t number = 0;
-    const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc{})
-        return std::nullopt;
-    if (rest != end) {
-        const std::string unit = AsciiUpper({rest, end});
-        const auto* found =
-            std::find_if(std::begin(kSizeUnits), std::end(kSizeUnits), [&](const SizeUnit& size) {
-                return unit == std::string(1, size.letter) || unit == std::string{size.letter, 'B'};
-            });
-        if (found == std::end(kSizeUnits))
-            return std::nullopt;
-        unitBytes = found->bytes;
-    }
-    return number > UINT64_MAX / unitBytes ? std::nullopt : std::optional(number * unitBytes);
-}
-
 // Whole megabytes; nothing for any other size.
 std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
-    const auto bytes = BytesOf(text, kMegabyte);
+    const auto bytes = SizeOf(text, kMegabyte);
     return bytes && *bytes % kMegabyte == 0 ? std::optional(*bytes / kMegabyte) : std::nullopt;
 }
 
@@ -92,7 +60,7 @@ std::string SettleBlockSize(const FormatOptions& options, FormatInput& input) {
         return "--block-size is for HFS; the blocks of an HFS+ volume have 2,048 bytes.";
     const std::uint32_t smallest = SmallestHfsBlock(input.sizeMegabytes);
     const auto bytes =
-        options.blockSize == kSmallestBlocks ? smallest : BytesOf(options.blockSize, 1);
+        options.blockSize == kSmallestBlocks ? smallest : SizeOf(options.blockSize, 1);
     if (!bytes || !FitsAsBlock(*bytes, input.sizeMegabytes))
         return fmt::format(
             "The blocks of an HFS volume of {} MB can have {} to {} bytes, in steps of 512, or be "

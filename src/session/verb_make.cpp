@@ -58,7 +58,8 @@ std::string ContentsOf(const std::string& folder) {
 int Make(MakeOptions& options, CommandContext& context) {
     if (options.format.contradicts())
         return UsageError(context, kName, FormatChoice::kContradiction);
-    if (const std::string refusal = BuildRefusal(options.build); !refusal.empty())
+    if (const std::string refusal = BuildRefusal(options.build, ProjectMode::Hybrid);
+        !refusal.empty())
         return UsageError(context, kName, refusal);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));

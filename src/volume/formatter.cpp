@@ -165,8 +165,7 @@ bool FormatHfsPlus(const FormatInput& input, const Geometry& geometry, PcFile& i
     // The last block holds the second header.
     std::vector<std::uint8_t> bitmap =
         UsedBlocks(used, geometry.bitmapBlocks * kHfsPlusSectorsPerBlock);
-    const std::uint32_t last = params.totalBlocks - 1;
-    bitmap[last / 8] = static_cast<std::uint8_t>(bitmap[last / 8] | (0x80u >> (last % 8)));
+    MarkUsed(bitmap, params.totalBlocks - 1);
     const auto at = [&](const SystemFile& file) {
         return geometry.byteOf(std::uint64_t{file.startBlock} * kHfsPlusSectorsPerBlock);
     };

@@ -116,6 +116,10 @@ std::vector<std::uint8_t> UsedBlocks(std::uint32_t blocks, std::uint32_t sectors
     return bitmap;
 }
 
+void MarkUsed(std::span<std::uint8_t> bitmap, std::uint32_t block) {
+    bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | (0x80u >> (block % 8)));
+}
+
 bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
                       std::uint32_t totalNodes) {
     NewTree shape;

@@ -59,6 +59,8 @@ struct VolumeParams {
 
 /// A bitmap of whole sectors whose first `blocks` bits are set.
 [[nodiscard]] std::vector<std::uint8_t> UsedBlocks(std::uint32_t blocks, std::uint32_t sectors);
+/// One more block in use in such a bitmap.
+void MarkUsed(std::span<std::uint8_t> bitmap, std::uint32_t block);
 
 /// Blocks of 512 bytes of the medium.
 [[nodiscard]] DriverDescriptor BuildDriverDescriptor(std::uint32_t blockCount);

@@ -53,13 +53,6 @@ class LayoutEdges(Case):
                                   image.iso_files("iso")[("NOTHING",)].size))
         self.assertEqual([], image.mac_files()[("nothing",)].data.extents)
 
-    def test_nothing_at_all(self):
-        """Catches an image of an empty folder: there is nothing to make."""
-        result = self.vellmark("make", self.source, "-o", self.here / "disc.iso")
-        self.assertEqual(FAILED, result.returncode)
-        self.assertNotEqual(b"", result.stderr)
-        self.assertFalse((self.here / "disc.iso").exists())
-
     def test_labels(self):
         """Catches a label that is cut too early or that runs into the field behind it."""
         self.files(1)
@@ -99,6 +92,31 @@ class LayoutEdges(Case):
             about, _, found = judges.hfs_utils(image.path, self.here / (name + " out"))
             self.assertIn(" 2048 bytes free", about)
             self.assertEqual(b"00000", found[("f00000",)].data[:5])
+
+    def test_free_room(self):
+        """Catches room that the bitmap or the map does not have, or that PC files lie in."""
+        self.files(30)
+        (self.here / "later").write_bytes(os.urandom(MEGABYTE))
+        for kind in KINDS:
+            if "hfs" not in kind.views and "plus" not in kind.views:
+                continue
+            for size, least in (("3M", 3 * MEGABYTE), ("200M", 200 * MEGABYTE)):
+                with self.subTest(kind=kind.name, size=size):
+                    image = self.build("--label", "Room", *kind.options, "--free", size,
+                                       name=kind.name + size)
+                    self.assertGreaterEqual(image.volume.blocks.free() * image.volume.block_size,
+                                            least)
+                    self.assertLess(image.path.stat().st_blocks * 512, 4 * MEGABYTE)
+                    self.assertEqual(0, self.vellmark("put", image.path,
+                                                      self.here / "later").returncode)
+                    changed = Image(image.path)
+                    self.assertEqual([], changed.problems)
+                    self.assertEqual((self.here / "later").read_bytes(),
+                                     changed.mac_files()[("later",)].data.read())
+                    if image.iso:
+                        self.assertEqual(*({path: entry.read() for path, entry
+                                            in each.iso_files("joliet").items()}
+                                           for each in (image, changed)))
 
     def test_strict_order(self):
         """Catches records in the order of the project where that of ECMA-119 was asked for."""

@@ -86,6 +86,12 @@ TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
         {{"new", "p.vlso", "--hfsplus"}, 2, "", "no HFS+ side"},
         {{"build", "p.vlso", "--kind", "hfs"}, 2, "", "one kind of image"},
         {{"make", "full", "-o", "x", "--kind", "hfs", "--strict-iso"}, 2, "", "for the PC side"},
+        {{"make", "full", "-o", "x", "--kind", "iso", "--free", "1M"},
+         2,
+         "",
+         "room in a Macintosh"},
+        {{"build", "p.vlso", "--free", "1M"}, 2, "", "room in a Macintosh"},
+        {{"make", "full", "-o", "x", "--free", "3T"}, 2, "", "3T is no size up to 2T"},
         // A batch command that is not known: the message names the option itself.
         {{"/Z", "p.vlpr"}, 1, "", "The file /Z is not managed by Vellmark."},
         {{"-X"}, 1, "", "The file -X is not managed"},

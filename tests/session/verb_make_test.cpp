@@ -69,14 +69,6 @@ TEST_F(MakeTest, TheImageIsNeverItsOwnSource) {
     EXPECT_TRUE(fs::is_symlink("link.iso")) << "the file is replaced, not the link to it";
 }
 
-TEST_F(MakeTest, TheVolumeBearsTheLabelOrTheNameOfTheImage) {
-    EXPECT_EQ(run({"make", "in", "-o", "Nice name.iso"}), 0) << err_;
-    // Volume identifier of the primary descriptor (ECMA-119, 8.4.6), first 12 characters here.
-    EXPECT_EQ(test::Bytes("Nice name.iso").substr(32768 + 40, 12), "NICE_NAME   ");
-    EXPECT_EQ(run({"make", "in", "-o", "x.iso", "--label", "Given"}), 0) << err_;
-    EXPECT_EQ(test::Bytes("x.iso").substr(32768 + 40, 12), "GIVEN       ");
-}
-
 TEST_F(MakeTest, WhatCannotBeDoneLeavesNothingBehind) {
     Write("old.iso", "an image of last year");
     Write("in/file", "no folder");
