@@ -238,6 +238,11 @@ CompileResult Compiler::layOut() {
                 const CompileResult turned = turnToHfsPlus();
                 return turned == CompileResult::Done ? layOut() : turned;
             }
+            if (plan_.largestFork > kMostHfsForkBytes)
+                return fail(CompileResult::CopyFailed,
+                            fmt::format("{}: A fork of 2 GiB or more is too long for an HFS "
+                                        "volume.",
+                                        plan_.largestName));
             size = *chosen;
         }
         fileBlocks_ = PlaceFiles(plan_, size);

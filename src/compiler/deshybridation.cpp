@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "IO/raw_image.hpp"
@@ -97,16 +98,37 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
 // First the map goes, then the partition: a power cut in between leaves a plain image with
 // something behind it that nothing leads to. The other way round it would leave a map that points
 // outside the file.
-bool Change(PcFile& file, const HybridDisc& disc) {
+enum class Changed { Wholly, NotAtAll, CutAndUnsure, NotBack };
+
+Changed Change(PcFile& file, const HybridDisc& disc) {
     std::vector<std::uint8_t> head(
         static_cast<std::size_t>(kZeroedSectors * disc.form.sectorBytes));
     if (!file.readExactly(0, head))
-        return false;
+        return Changed::NotAtAll;
+    const std::uint64_t oldBytes = file.size();
     const bool isCleared = file.writeAt(0, WithoutMap(head, disc.form)) && file.flush();
-    if (isCleared && (disc.cutAt == file.size() || (file.setSize(disc.cutAt) && file.flush())))
-        return true;
-    (void)file.writeAt(0, head);
-    return false;
+    if (isCleared && (disc.cutAt == oldBytes || (file.setSize(disc.cutAt) && file.flush())))
+        return Changed::Wholly;
+    // The map leads to a partition that is all there, or it does not come back.
+    if (file.size() != oldBytes)
+        return Changed::CutAndUnsure;
+    return file.writeAt(0, head) && file.flush() ? Changed::NotAtAll : Changed::NotBack;
+}
+
+// What is left of a disc on which not all could be done.
+std::string_view Left(Changed changed) {
+    switch (changed) {
+        case Changed::CutAndUnsure:
+            return "Its Macintosh partition and the map of it are gone all the same, but the disk "
+                   "may not have taken that yet.";
+        case Changed::NotBack:
+            return "The map of its Macintosh partition is gone or may be damaged; nothing was cut "
+                   "off.";
+        case Changed::NotAtAll:
+        case Changed::Wholly:
+            break;
+    }
+    return "It is as it was.";
 }
 
 }  // namespace
@@ -123,10 +145,11 @@ DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages) 
     const auto disc = Examine(file, why);
     if (!disc)
         return refuse(DeshybridationResult::NoPartition, why);
-    if (!Change(file, *disc))
-        return refuse(DeshybridationResult::NotWritten,
-                      fmt::format("cannot be changed: {}.",
-                                  file.error() != 0 ? file.errorText() : "it is cut short"));
+    if (const Changed changed = Change(file, *disc); changed != Changed::Wholly)
+        return refuse(
+            DeshybridationResult::NotWritten,
+            fmt::format("cannot be changed: {}. {}",
+                        file.error() != 0 ? file.errorText() : "it is cut short", Left(changed)));
     // What was left of a change of the volume is of no use any more.
     RemoveRedoLog(path);
     return {DeshybridationResult::Done, disc->kept, disc->cutAt};

@@ -12,7 +12,7 @@ enum class DeshybridationResult : int {
     Done = 0,
     NotOpened = -1,    ///< or nobody may write to it
     NoPartition = -2,  ///< no descriptor, map and Macintosh partition in it, or no ISO 9660 image
-    NotWritten = -3    ///< a failure of the disk; the image is as it was
+    NotWritten = -3    ///< a failure of the disk; what is left of the image has been told
 };
 
 /// Why the map alone is gone, and not the partition.
@@ -31,7 +31,7 @@ struct DeshybridationOutcome {
 /// Takes driver descriptor and partition map away: the first 2,560 bytes become zeros. The file
 /// then ends where the first Macintosh partition began, unless files, directories or boot images of
 /// the ISO 9660 side lie behind that place. Works on plain and on raw images. Everything but `Done`
-/// has been told; the image is then as it was.
+/// has been told; the image is then as it was, unless the disk failed after the first change.
 [[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages);
 
 }  // namespace vellmark

@@ -148,9 +148,12 @@ class PlanMaker {
         }
         for (const DiscRun& run : item.runs)
             plan_.sourceBytes += run.sizeBytes;
-        if (item.inHfs)
-            plan_.largestFork = std::max({plan_.largestFork, item.dataFork().sizeBytes,
-                                          item.run(RunKind::Resource).sizeBytes});
+        const std::uint32_t fork =
+            std::max(item.dataFork().sizeBytes, item.run(RunKind::Resource).sizeBytes);
+        if (item.inHfs && fork > plan_.largestFork) {
+            plan_.largestFork = fork;
+            plan_.largestName = SourceText(record);
+        }
         return Found::Here;
     }
 

@@ -74,6 +74,7 @@ struct DiscPlan {
     std::vector<DiscFolder> folders;
     std::uint64_t sourceBytes = 0;  ///< of all pieces
     std::uint32_t largestFork = 0;  ///< bytes, of the files in the HFS view
+    std::string largestName;        ///< of its file, as a person calls it
     /// Files of the ISO trees carry type and creator, and their resource fork as an associated
     /// file.
     bool appleExtension = false;

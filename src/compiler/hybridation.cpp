@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <limits>
 #include <optional>
+#include <span>
+#include <string_view>
 #include <system_error>
 
 #include "IO/apple_map.hpp"
@@ -48,6 +50,24 @@ bool HasVolume(const JoinJob& job) {
     return VolumeSignatureAt(job.disc, job.form.dataOffset) != 0;
 }
 
+// What is left of a join that a power cut ended while it wrote the map: some of its three blocks,
+// with zeros in the places of the others. It leads nowhere, and the join can be done again.
+bool IsTornMap(const JoinJob& job, const MapArea& area) {
+    // The descriptor that a join writes tells blocks of 512 bytes.
+    constexpr std::array<std::string_view, 3> kMarks = {std::string_view("ER\2\0", 4), "PM", "PM"};
+    std::size_t present = 0;
+    for (std::size_t i = 0; i < kMarks.size(); ++i) {
+        const auto block = std::span(area).subspan(i * kSectorBytes, kSectorBytes);
+        if (std::equal(kMarks[i].begin(), kMarks[i].end(), block.begin()))
+            ++present;
+        else if (!std::all_of(block.begin(), block.end(), [](std::uint8_t b) { return b == 0; }))
+            return false;
+    }
+    RawDataSource raw(job.disc, job.form);
+    ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
+    return present != 0 && present != kMarks.size() && FindHfsPartitions(data).empty();
+}
+
 // What stands where the map goes; false when the file is too short to have it.
 bool ReadMapArea(PcFile& disc, DiscForm form, MapArea& area) {
     return disc.readExactly(form.dataOffset, area);
@@ -83,7 +103,7 @@ HybridationResult Recognise(JoinJob& job) {
     MapArea area;
     if (!job.disc.readExactly(0, area))
         return job.refuse(HybridationResult::NotIso, "is too short to be a disc image.");
-    if (HasDescriptor(area))
+    if (HasDescriptor(area) && !IsTornMap(job, area))
         return RefuseSecondSide(job);
     const std::optional<DiscForm> form = FindDiscForm(job.disc);
     if (!form || (form->isRaw() && !IsRawIso(job.disc, *form)))
@@ -96,7 +116,8 @@ HybridationResult Recognise(JoinJob& job) {
                                       job.disc.size(), kRawSectorBytes));
     if (!ReadMapArea(job.disc, job.form, area))
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
-    return HasDescriptor(area) || HasVolume(job) ? RefuseSecondSide(job) : CheckLength(job);
+    const bool hasMap = HasDescriptor(area) && !IsTornMap(job, area);
+    return hasMap || HasVolume(job) ? RefuseSecondSide(job) : CheckLength(job);
 }
 
 // Whether the person, or `force`, lets go of what stands where the map goes.
@@ -106,7 +127,7 @@ HybridationResult AskForMapArea(const JoinJob& job, HybridationOutcome& outcome)
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
     const bool isEmpty =
         std::all_of(area.begin(), area.end(), [](std::uint8_t byte) { return byte == 0; });
-    if (isEmpty || job.options.force ||
+    if (isEmpty || IsTornMap(job, area) || job.options.force ||
         job.messages.askYesNo(fmt::format(
             "{} has something in its first {} bytes, as discs have that a PC starts from. The map "
             "of the Macintosh partition would take its place.\nContinue?",

@@ -37,13 +37,15 @@ void AddPartitionOptions(OptionSet& arguments, PartitionOptions& options) {
     arguments.add("IMAGE", options.image, "Disc or disk image").required();
     AddPartitionNumber(arguments, options.partition);
     arguments.flag("-w,--writable", options.writable,
-                   "Change a bare volume too, one without a partition map in front of it");
+                   "Change a bare volume too, one without a partition map in front of it, and a "
+                   "locked one");
 }
 
 std::string ChangeRefusal(const ReadOnlyReasons& reasons) {
     std::string text = ReadOnlySentence(reasons);
     ReadOnlyReasons others = reasons;
     others.remove(ReadOnlyReason::BareVolume);
+    others.remove(ReadOnlyReason::Locked);
     if (!text.empty() && !others.any())
         text += " With --writable it is changed all the same.";
     return text;
@@ -61,7 +63,8 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, Comm
     const PlainImage& plain = partition->image_;
     const std::string name = Printable(plain.name());
     if (!OpenVolume(volume,
-                    {plain.path(), options.writable, options.partition, access, plain.name()},
+                    {plain.path(), options.writable, options.partition, access, options.unlocks,
+                     plain.name()},
                     messages))
         return nullptr;
     if (access == Access::Read)

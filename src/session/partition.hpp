@@ -18,7 +18,8 @@ namespace vellmark {
 struct PartitionOptions {
     std::string image;
     std::optional<unsigned> partition = {};  ///< from 1; nothing for the first that has a volume
-    bool writable = false;                   ///< change a bare volume as well
+    bool writable = false;                   ///< change a bare volume as well, and a locked one
+    bool unlocks = false;                    ///< change a locked one
 };
 
 /// Declares `--partition`.

@@ -1,6 +1,7 @@
 #include <fmt/chrono.h>
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <ctime>
@@ -12,6 +13,7 @@
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_edit.hpp"
+#include "volume/read_only.hpp"
 
 namespace vellmark {
 
@@ -127,6 +129,17 @@ std::string FlagText(std::uint16_t flags) {
     return text.empty() ? "-" : text;
 }
 
+// The lock of the root is the volume's.
+std::string_view LockText(const VolumeContext& volume, const CatalogItem& item) {
+    if (item.isFolder && item.id != kRootFolderId)
+        return "-";
+    return (item.isFolder ? IsVolumeLocked(volume) : item.isLocked) ? "yes" : "no";
+}
+
+bool IsRootPath(const std::string& path) {
+    return path.find_first_not_of('/') == std::string::npos;
+}
+
 int Show(const AttrOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, true));
     const auto partition = Partition::Open(options.partition, context, terminal, Access::Read);
@@ -149,10 +162,8 @@ int Show(const AttrOptions& options, CommandContext& context) {
             "  modified  {}\n",
             Printable(path), item->isFolder ? "-" : Letters(item->signature, 0),
             item->isFolder ? "-" : Letters(item->signature, 4), FlagText(item->finderFlags),
-            item->isFolder   ? "-"
-            : item->isLocked ? "yes"
-                             : "no",
-            DateText(item->created), DateText(item->modified));
+            LockText(partition->volume(), *item), DateText(item->created),
+            DateText(item->modified));
     }
     return partition->close(terminal.messages) && !failed ? kExitDone : kExitFailed;
 }
@@ -165,17 +176,29 @@ int Attr(const AttrOptions& options, CommandContext& context) {
     if (IsEmpty(change))
         return Show(options, context);
     ChangeRun run(context);
-    if (!run.open(options.partition))
+    // Who unlocks a volume need not say that a locked one may be changed.
+    PartitionOptions partition = options.partition;
+    partition.unlocks = change.isLocked == false &&
+                        std::any_of(options.paths.begin(), options.paths.end(), IsRootPath);
+    if (!run.open(partition))
         return kExitFailed;
     for (const std::string& path : options.paths) {
         const std::optional<CatalogItem> item = run.find(path);
         if (!item)
             continue;
-        if (item->isFolder && (change.type || change.creator || change.isLocked))
+        const bool isRoot = item->id == kRootFolderId;
+        if (item->isFolder && (change.type || change.creator || (change.isLocked && !isRoot))) {
             run.problem(fmt::format(
                 "{} is a folder, which has neither type and creator nor a lock.", Printable(path)));
-        else
-            run.judge(ChangeAttributes(run.volume(), item->parentId, item->catalogName, change,
+            continue;
+        }
+        AttributeChange ofRecord = change;
+        if (isRoot && change.isLocked) {
+            SetVolumeLock(run.volume(), *change.isLocked);
+            ofRecord.isLocked.reset();
+        }
+        if (!IsEmpty(ofRecord))
+            run.judge(ChangeAttributes(run.volume(), item->parentId, item->catalogName, ofRecord,
                                        context.clock),
                       path);
     }
@@ -198,7 +221,9 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("--clear", options->clear, "Finder flags to clear").separatedBy(',').oneOf(names);
     arguments.add("--created", options->created, "New creation date, in UTC");
     arguments.add("--modified", options->modified, "New modification date, in UTC");
-    arguments.add("--locked", options->locked, "Whether a file is locked").oneOf({"yes", "no"});
+    arguments
+        .add("--locked", options->locked, "Whether a file is locked, or with the path / the volume")
+        .oneOf({"yes", "no"});
     run = [options](CommandContext& context) { return Attr(*options, context); };
 }
 

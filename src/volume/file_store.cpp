@@ -22,7 +22,6 @@ namespace {
 // Copied at once: large enough that the calls do not count, small enough for a processor's cache.
 constexpr std::size_t kPieceBytes = 1u << 20;
 constexpr std::size_t kMostChangedBytes = 64u << 20;
-constexpr std::uint64_t kHfsForkLimit = 0x7FFFFFFF;
 constexpr std::uint8_t kHfsLocked = 0x01;
 constexpr std::uint16_t kHfsPlusLocked = 0x0001;
 
@@ -323,7 +322,7 @@ bool NeedsRoom(StoreResult result) {
 
 bool IsTooLong(const VolumeContext& volume, const NewFile& file) {
     const auto isTooLong = [](const ByteSource* fork) {
-        return fork != nullptr && fork->size() > kHfsForkLimit;
+        return fork != nullptr && fork->size() > kMostHfsForkBytes;
     };
     return !volume.isHfsPlus && (isTooLong(file.data) || isTooLong(file.resource));
 }

@@ -69,6 +69,9 @@ static_assert(offsetof(MasterDirectoryBlock, embeddedSignature) == 124);
 static_assert(offsetof(MasterDirectoryBlock, extentsFileExtents) == 134);
 static_assert(offsetof(MasterDirectoryBlock, catalogFileExtents) == 150);
 
+/// Bytes of a fork at most: its lengths are signed numbers to the format's own systems.
+inline constexpr std::uint64_t kMostHfsForkBytes = 0x7FFFFFFF;
+
 /// Kinds of catalog records, in both formats.
 enum class CatalogRecordType : std::uint8_t {
     Folder = 1,

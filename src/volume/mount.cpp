@@ -338,6 +338,8 @@ bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& mes
     if (problem.empty()) {
         if (request.writable)
             volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
+        if (request.writable || request.unlocks)
+            volume.readOnlyReasons.remove(ReadOnlyReason::Locked);
         if (request.access == Access::Change)
             FindPcSide(volume);
         return true;

@@ -31,9 +31,10 @@ enum class Access {
 /// Which volume is to be opened, and how.
 struct OpenRequest {
     std::string path;
-    bool writable = false;                   ///< a bare volume may be changed as well
+    bool writable = false;  ///< a bare volume may be changed as well, and a locked one
     std::optional<unsigned> partition = {};  ///< from 1; nothing for the first that has a volume
     Access access = Access::Change;  ///< a file that may only be read is opened all the same
+    bool unlocks = false;            ///< a locked volume may be changed
     std::string name = {};           ///< how messages call the image; empty for its path
 };
 

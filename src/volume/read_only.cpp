@@ -76,7 +76,7 @@ void JudgeTrees(VolumeContext& volume) {
 
 void JudgeVolume(VolumeContext& volume) {
     const std::uint32_t attributes = AttributesOf(volume);
-    if ((attributes & (kHardwareLock | kSoftwareLock)) != 0)
+    if (IsVolumeLocked(volume))
         volume.readOnlyReasons.add(ReadOnlyReason::Locked);
     if (!volume.isHfsPlus)
         return;
@@ -89,6 +89,20 @@ void JudgeVolume(VolumeContext& volume) {
     if (JournalHoldsChanges(volume))
         volume.readOnlyReasons.add(ReadOnlyReason::Journal);
     JudgeTrees(volume);
+}
+
+bool IsVolumeLocked(const VolumeContext& volume) {
+    return (AttributesOf(volume) & (kHardwareLock | kSoftwareLock)) != 0;
+}
+
+void SetVolumeLock(VolumeContext& volume, bool isLocked) {
+    std::uint32_t attributes = AttributesOf(volume) & ~(kHardwareLock | kSoftwareLock);
+    if (isLocked)
+        attributes |= kSoftwareLock;
+    if (volume.isHfsPlus)
+        volume.vhb.attributes = attributes;
+    else
+        volume.mdb.attributes = static_cast<std::uint16_t>(attributes);
 }
 
 std::string ReadOnlySentence(const ReadOnlyReasons& reasons) {

@@ -17,6 +17,10 @@ void JudgeVolume(VolumeContext& volume);
 /// The one for `CutImage`, which also keeps a volume from being opened at all.
 [[nodiscard]] std::string CutImageSentence();
 
+[[nodiscard]] bool IsVolumeLocked(const VolumeContext& volume);
+/// Locks the volume, or takes every lock off it; between `LoadAllocationState` and `FlushVolume`.
+void SetVolumeLock(VolumeContext& volume, bool isLocked);
+
 /// What a person who changes the volume should know although it stops nothing; "" for nothing.
 [[nodiscard]] std::string VolumeRemark(const VolumeContext& volume);
 
