@@ -14,6 +14,7 @@
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_protection.hpp"
 #include "volume/overflow_extents.hpp"
+#include "volume/pc_side.hpp"
 #include "volume/volume_change.hpp"
 
 namespace vellmark {
@@ -24,15 +25,20 @@ constexpr int kTextDeletion = 1089;
 constexpr int kTextFolderNotEmpty = 1163;
 
 // Frees runs, each of which must lie in the volume and be in use: the blocks of others would go
-// with them, and runs that overlap would be counted twice.
-bool FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
+// with them, and runs that overlap would be counted twice. What the PC side needs becomes blocks
+// that are not to be given out; without a node to say so they are in use all the same.
+TreeResult FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs) {
         if (std::uint64_t{run.startBlock} + run.blockCount > volume.totalBlocks() ||
             !IsInUse(volume.allocation, run))
-            return false;
+            return TreeResult::Damaged;
         FreeExtents(volume, {run});
+        for (const BlockRun& kept : WithinPcSide(volume, run))
+            if (const TreeResult result = AddToBadBlocks(volume, kept);
+                result != TreeResult::Done && result != TreeResult::Full)
+                return result;
     }
-    return true;
+    return TreeResult::Done;
 }
 
 TreeResult FreeFork(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
@@ -41,11 +47,11 @@ TreeResult FreeFork(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fo
     if (const TreeResult result = OverflowOf(volume, fileId, fork, overflow);
         result != TreeResult::Done)
         return result;
-    if (!FreeRuns(volume, runs))
-        return TreeResult::Damaged;
+    if (const TreeResult result = FreeRuns(volume, runs); result != TreeResult::Done)
+        return result;
     for (const OverflowRecord& record : overflow) {
-        if (!FreeRuns(volume, record.runs))
-            return TreeResult::Damaged;
+        if (const TreeResult result = FreeRuns(volume, record.runs); result != TreeResult::Done)
+            return result;
         if (const TreeResult result = RemoveTreeRecord(volume.extents, record.key);
             result != TreeResult::Done)
             return result;

@@ -1,12 +1,16 @@
 #include "volume/overflow_extents.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include "volume/tree_growth.hpp"
 
 namespace vellmark {
 
 namespace {
+
+// Volume attribute of both formats: there is a file of bad blocks.
+constexpr std::uint32_t kSparedBlocks = 1u << 9;
 
 TreeKey ExtentsKey(const VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                    std::uint32_t startBlock) {
@@ -80,7 +84,65 @@ TreeResult AddCatalogRun(VolumeContext& volume, std::uint32_t startBlock, std::u
     return Insert(volume, keyAt(oldBlocks), AsBytes(record));
 }
 
+// The last number of a key.
+std::uint32_t StartBlockOf(const VolumeContext& volume, ConstByteSpan key) {
+    be16 narrow;
+    be32 wide;
+    if (volume.isHfsPlus) {
+        std::memcpy(&wide, key.last(sizeof wide).data(), sizeof wide);
+        return wide;
+    }
+    std::memcpy(&narrow, key.last(sizeof narrow).data(), sizeof narrow);
+    return std::uint16_t{narrow};
+}
+
+template <typename Record>
+TreeResult AddBadRun(VolumeContext& volume, BlockRun run) {
+    constexpr std::uint32_t kBehindAll = 0xFFFFFFFF;
+    const TreeKey behind = ExtentsKey(volume, kBadBlockFileId, kDataFork, kBehindAll);
+    bool found = false;
+    if (const TreeResult result = FindKey(volume.extents, behind, found);
+        result != TreeResult::Done)
+        return result;
+    std::uint32_t startBlock = 0;
+    // The record before that place is the file's last one, if it has any.
+    if (volume.extents.header().depth != 0 && volume.extents.index > 0) {
+        const std::size_t index = volume.extents.index - 1;
+        const NodeView leaf = volume.extents.view();
+        const ConstByteSpan key = leaf.key(index);
+        const auto owner = static_cast<std::ptrdiff_t>(OwnerBytes(volume, behind));
+        if (key.size() == behind.size() &&
+            std::equal(behind.begin(), behind.begin() + owner, key.begin())) {
+            const ByteSpan data = leaf.data(index);
+            if (data.size() < sizeof(Record))
+                return TreeResult::Damaged;
+            auto& record = *reinterpret_cast<Record*>(data.data());
+            startBlock = StartBlockOf(volume, key) + BlocksOf(RunsOf(record));
+            if (AppendRun(record, run))
+                return volume.extents.store->write(volume.extents.node, volume.extents.nodeBuffer)
+                           ? TreeResult::Done
+                           : TreeResult::Failed;
+        }
+    }
+    Record record{};
+    (void)AddRun(record, run);
+    return InsertTreeRecord(volume.extents,
+                            ExtentsKey(volume, kBadBlockFileId, kDataFork, startBlock),
+                            AsBytes(record));
+}
+
 }  // namespace
+
+TreeResult AddToBadBlocks(VolumeContext& volume, BlockRun run) {
+    const TreeResult result = volume.isHfsPlus ? AddBadRun<HfsPlusExtentRecord>(volume, run)
+                                               : AddBadRun<HfsExtentRecord>(volume, run);
+    // Without this bit nobody looks for the file.
+    if (result == TreeResult::Done && volume.isHfsPlus)
+        volume.vhb.attributes = volume.vhb.attributes | kSparedBlocks;
+    else if (result == TreeResult::Done)
+        volume.mdb.attributes = static_cast<std::uint16_t>(volume.mdb.attributes | kSparedBlocks);
+    return result;
+}
 
 TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                       std::vector<OverflowRecord>& records) {

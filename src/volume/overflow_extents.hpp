@@ -12,6 +12,9 @@
 
 namespace vellmark {
 
+/// Blocks that are not to be given out: a file with no record but those in the extents tree.
+inline constexpr std::uint32_t kBadBlockFileId = 5;
+
 /// Runs that a record holds, in the catalog as in the tree.
 [[nodiscard]] constexpr std::size_t RunsPerRecord(bool isHfsPlus) {
     return isHfsPlus ? std::tuple_size_v<HfsPlusExtentRecord> : std::tuple_size_v<HfsExtentRecord>;
@@ -31,6 +34,11 @@ struct OverflowRecord {
 /// where it has to: `Full` when there is no room for that.
 [[nodiscard]] TreeResult AddOverflow(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                                      const std::vector<BlockRun>& runs);
+
+/// Adds a run to the file of blocks that are not to be given out, which has all its runs in the
+/// tree: other systems then know why no file has them. `Full` when the tree has no free node for
+/// it; nothing is changed then.
+[[nodiscard]] TreeResult AddToBadBlocks(VolumeContext& volume, BlockRun run);
 
 /// Writes down a further run of the catalog's file, whose header tells `told` of its `oldBlocks`:
 /// behind the last record that it has in the tree, as long as that one has room, else in a record

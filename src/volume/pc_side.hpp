@@ -14,7 +14,8 @@ namespace vellmark {
 /// volume's own structures lie in them.
 void FindPcSide(VolumeContext& volume);
 
-/// The parts of a run that the PC side does not need.
+/// The parts of a run that the PC side does not need, and those that it does.
 [[nodiscard]] std::vector<BlockRun> WithoutPcSide(const VolumeContext& volume, BlockRun run);
+[[nodiscard]] std::vector<BlockRun> WithinPcSide(const VolumeContext& volume, BlockRun run);
 
 }  // namespace vellmark

@@ -9,15 +9,17 @@ namespace vellmark {
 
 namespace {
 
-// Bytes of all forks, without what is left of their last blocks.
-TreeResult BytesInFiles(VolumeContext& volume, std::uint64_t& bytes) {
+// Bytes that no fork has of its last block.
+TreeResult UnusedBytes(VolumeContext& volume, std::uint64_t& bytes) {
     return ForEachLeaf(volume.catalog, [&](NodeView leaf) {
         for (std::size_t i = 0; i < leaf.count(); ++i) {
             const ByteSpan data = leaf.data(i);
             if (RecordTypeOf(volume, data) != CatalogRecordType::File)
                 continue;
             const auto& file = RecordIn<HfsFileRecord>(data);
-            bytes += std::uint64_t{file.dataLogicalSize} + file.resourceLogicalSize;
+            for (const std::uint32_t fork :
+                 {std::uint32_t{file.dataLogicalSize}, std::uint32_t{file.resourceLogicalSize}})
+                bytes += (volume.blockSize - fork % volume.blockSize) % volume.blockSize;
         }
         return TreeResult::Done;
     });
@@ -29,18 +31,16 @@ std::string RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes) {
     const std::uint64_t size = std::uint64_t{volume.totalBlocks()} * volume.blockSize;
     const bool canBeSmaller = !volume.isHfsPlus && volume.blockSize > kSectorBytes &&
                               size / (volume.blockSize - kSectorBytes) <= kHfsLimit;
-    std::uint64_t bytes = 0;
-    if (!canBeSmaller || BytesInFiles(volume, bytes) != TreeResult::Done)
-        return {};
-    const std::uint64_t trees = (std::uint64_t{BlocksOf(volume.catalogNodes->runs())} +
-                                 BlocksOf(volume.extentsNodes->runs())) *
-                                volume.blockSize;
-    if (trees + bytes + wantedBytes > size)
+    if (volume.pcSide && !volume.pcSide->empty())
+        return "What the PC side of the disc shows keeps its blocks.";
+    std::uint64_t unused = 0;
+    if (!canBeSmaller || UnusedBytes(volume, unused) != TreeResult::Done ||
+        unused + std::uint64_t{volume.freeBlocks()} * volume.blockSize < wantedBytes)
         return {};
     return fmt::format(
-        "What is used up are its blocks, {} of {} bytes, and not its bytes: the files have {} of "
-        "them. A volume made with format --block-size takes more files.",
-        volume.totalBlocks(), volume.blockSize, bytes);
+        "What is used up are its {} blocks of {} bytes, and not its bytes: {} bytes of them hold "
+        "nothing. A volume made with format --block-size takes more files.",
+        volume.totalBlocks(), volume.blockSize, unused);
 }
 
 }  // namespace vellmark

@@ -1,4 +1,4 @@
-// What helps when a volume is full of small files.
+// What a person should know of a volume that is full.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace vellmark {
 
-/// A sentence when the blocks of an HFS volume are used up and not its bytes: what its files hold
-/// and `wantedBytes` more would fit, were the blocks smaller, as they can be. "" otherwise. Reads
-/// the whole catalog.
+/// Why a volume took no `wantedBytes` more, as a sentence: on a hybrid disc because of what its PC
+/// side keeps, or when the blocks of an HFS volume are used up and not its bytes, as they would be
+/// enough were its blocks as small as they can be. "" otherwise. Reads the whole catalog.
 [[nodiscard]] std::string RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes);
 
 }  // namespace vellmark

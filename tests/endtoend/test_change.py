@@ -156,6 +156,8 @@ class Change(Case):
                     done = self.vellmark(verb, disc, "--writable", *arguments)
                     self.assertIn(done.returncode, (DONE, FAILED) if status is None else (status,), done.stderr)
                 self.assertEqual(judges.seven_zip(disc, self.work / f"{kind} after", "iso")[0], before)
+                if not command:
+                    self.assertEqual(Image(disc).problems, [])
                 shown = self.vellmark("get", disc, "shared", "--as", "hfs", "-o", "-").stdout
                 self.assertEqual(shown, (source / "file 5.txt").read_bytes())
                 with open(disc, "r+b") as image:  # a root directory outside the disc

@@ -7,6 +7,7 @@
 #include "volume/allocation.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
+#include "volume/overflow_extents.hpp"
 #include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
 #include "volume/volume_headers.hpp"
@@ -164,6 +165,11 @@ std::string FaultOfBlocks(VolumeContext& volume) {
     for (const auto* nodes : {volume.catalogNodes.get(), volume.extentsNodes.get()})
         Count(uses, nodes->runs());
     Count(uses, volume.allocation.file);
+    std::vector<OverflowRecord> bad;
+    if (OverflowOf(volume, kBadBlockFileId, kDataFork, bad) != TreeResult::Done)
+        return "the blocks that are not to be given out";
+    for (const OverflowRecord& record : bad)
+        Count(uses, record.runs);
     const VolumeShape shape{"", volume.isHfsPlus, volume.blockSize, total, 0};
     Count(uses, {{0, BlocksInFront(shape)}, {total - BlocksAtEnd(shape), BlocksAtEnd(shape)}});
     const TreeResult walked =
