@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
 #include <string_view>
 
 #include "containers/crc16.hpp"
@@ -58,6 +59,18 @@ std::string WrittenName(std::string_view name) {
     if (const std::size_t first = name.find_first_not_of(' '); first != std::string_view::npos)
         name.remove_prefix(first);
     return std::string(name);
+}
+
+/// A fork, and zeros up to a whole unit.
+ContainerFault CopyPadded(ByteSource& fork, ByteSink& target, std::uint64_t offset) {
+    if (const ContainerFault fault = CopyFork(fork, target, offset); fault != ContainerFault::None)
+        return fault;
+    const std::array<std::uint8_t, kUnitBytes> zeros{};
+    const std::uint64_t padding = RoundUp(fork.size()) - fork.size();
+    return padding == 0 || target.writeAt(offset + fork.size(),
+                                          std::span(zeros).first(static_cast<std::size_t>(padding)))
+               ? ContainerFault::None
+               : ContainerFault::TargetFailed;
 }
 
 }  // namespace
@@ -155,16 +168,10 @@ ContainerFault WriteMacBinary(ByteSink& target, const MacFileInfo& info, ByteSou
         return ContainerFault::HeaderInvalid;
     if (!target.writeRecord(0, MakeMacBinaryHeader(written)))
         return ContainerFault::TargetFailed;
-    if (const ContainerFault fault = CopyFork(data, target, kUnitBytes);
-        fault != ContainerFault::None || resource.size() == 0)
+    if (const ContainerFault fault = CopyPadded(data, target, kUnitBytes);
+        fault != ContainerFault::None)
         return fault;
-    const std::array<std::uint8_t, kUnitBytes> zeros{};
-    const std::uint64_t dataEnd = kUnitBytes + data.size();
-    const std::uint64_t resourceOffset = MacBinaryResourceOffset(data.size());
-    if (!target.writeAt(dataEnd,
-                        std::span(zeros).first(static_cast<std::size_t>(resourceOffset - dataEnd))))
-        return ContainerFault::TargetFailed;
-    return CopyFork(resource, target, resourceOffset);
+    return CopyPadded(resource, target, MacBinaryResourceOffset(data.size()));
 }
 
 bool IsCustomIconFile(const MacFileInfo& info) {

@@ -76,8 +76,9 @@ static_assert(offsetof(MacBinaryHeader, checksum) == 124);
 
 /// Writes a file whole, with the lengths of the two forks in place of those in `info`, and the name
 /// without leading blanks. The dates of the format are local time: whoever comes from HFS+ converts
-/// them. Only zeros between two forks are padding: the file ends with its last fork's last byte.
-/// Faults: `HeaderInvalid` (no name), `ForkTooLong`, `SourceFailed`, `TargetFailed`.
+/// them. Zeros fill up each fork to a multiple of 128 bytes, the last one too: readers refuse a
+/// file without them, and `ReadMacBinary` does not. Faults: `HeaderInvalid` (no name),
+/// `ForkTooLong`, `SourceFailed`, `TargetFailed`.
 [[nodiscard]] ContainerFault WriteMacBinary(ByteSink& target, const MacFileInfo& info,
                                             ByteSource& data, ByteSource& resource);
 

@@ -160,7 +160,7 @@ TEST_P(CodecSuite, EmptyFilesAreKnownWhereTheFormHasAMark) {
 }
 
 TEST_P(CodecSuite, CutAtEachLength) {
-    const MacFile file = FileOf(150, 140);
+    const MacFile file = FileOf(150, 128);
     const Bytes whole = Written(codec(), file);
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));

@@ -196,6 +196,7 @@ TEST_P(CopyOutTest, EachFormHoldsWhatItsFormatSays) {
     Append(binary, data);
     binary.resize(384);
     Append(binary, resource);
+    binary.resize(3456);
 
     Bytes dates;
     for (const std::uint32_t date :
