@@ -6,7 +6,8 @@
 #include <optional>
 #include <string_view>
 
-#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
 
@@ -30,12 +31,10 @@ std::string ImageName(const std::string& path) {
 
 // Nothing for a name that would come out as another one.
 std::optional<std::string> LabelOf(const std::string& name) {
-    std::string label = Utf8ToNarrow(name);
-    const bool hasControls = std::any_of(label.begin(), label.end(), [](char c) {
-        return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-    });
-    return hasControls || NarrowToUtf8(label) != name ? std::nullopt
-                                                      : std::optional(std::move(label));
+    const std::u16string wide = ComposeName(Utf8ToWide(name));
+    const bool hasControls =
+        std::any_of(wide.begin(), wide.end(), [](char16_t c) { return c < 0x20 || c == 0x7F; });
+    return hasControls || !IsNarrow(wide) ? std::nullopt : std::optional(WideToNarrow(wide));
 }
 
 }  // namespace
@@ -60,7 +59,7 @@ bool SettleLabels(ProjectHeader& header, const std::string& targetPath, Messages
     if (namesIso || header.isoLabel().empty())
         header.setIsoLabel(given);
     if (namesHfs || header.hfsLabel().empty())
-        header.setHfsLabel(header.isHfsPlus() ? given : AnsiToMacName(given));
+        header.setHfsLabel(header.isHfsPlus() ? given : PcToMacName(NarrowToWide(given)).bytes);
     return label.has_value();
 }
 

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "support/encoding.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/catalog_keys.hpp"
 
@@ -147,7 +148,7 @@ std::string HfsLabel(const ProjectHeader& header) {
 
 std::u16string HfsPlusLabel(const ProjectHeader& header) {
     const std::string_view label = header.hfsLabel().substr(0, kHfsPlusLabelLimit);
-    return AnsiToHfsPlusName(ReplaceChars(label, kMacForbiddenChars));
+    return PcToHfsPlusName(NarrowToWide(label)).units;
 }
 
 }  // namespace vellmark

@@ -1,7 +1,8 @@
 #include "compiler/disc_names.hpp"
 
+#include <fmt/core.h>
+
 #include <algorithm>
-#include <array>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -9,9 +10,13 @@
 
 #include "containers/name_order.hpp"
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "containers/short_name.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 #include "volume/catalog_keys.hpp"
+#include "volume/catalog_name.hpp"
 
 namespace vellmark {
 
@@ -19,59 +24,10 @@ namespace {
 
 constexpr std::size_t kIsoBaseLimit = 8;
 constexpr std::size_t kIsoExtensionLimit = 3;
-constexpr std::size_t kKeptExtension = 5;  // an extension with its point that survives a cut
+constexpr std::u16string_view kJolietForbidden = u"*/:;?\\";
 constexpr std::size_t kMadeFolderLetters = 5;
 
-// Where the extension of a name begins, point included; the end when it has none worth keeping.
-template <typename Name>
-std::size_t ExtensionStart(const Name& name) {
-    const std::size_t dot = name.find_last_of(typename Name::value_type('.'));
-    return dot == Name::npos || dot == 0 || name.size() - dot > kKeptExtension ? name.size() : dot;
-}
-
-// Keeps a cut from parting a letter from its marks or a pair from its half.
-void DropLooseEnd(std::string&) {}
-void DropLooseEnd(std::u16string& name) {
-    while (!name.empty() && IsLoneSurrogate(name, name.size() - 1))
-        name.pop_back();
-}
-
-// The name with `tail` before its extension, as much of the rest as `limit` leaves room for.
-template <typename Name>
-Name WithTail(const Name& name, const Name& tail, std::size_t limit) {
-    const std::size_t dot = ExtensionStart(name);
-    const Name extension = name.substr(dot);
-    Name base = name.substr(0, std::min(dot, limit - tail.size() - extension.size()));
-    DropLooseEnd(base);
-    return base + tail + extension;
-}
-
-template <typename Name>
-Name CutTo(const Name& name, std::size_t limit) {
-    return name.size() <= limit ? name : WithTail(name, Name{}, limit);
-}
-
-// `-` and four digits; the digits come from the whole name, so that the same file gets the same
-// ones in every build, and count on when they are taken.
-template <typename Name>
-Name FallbackTail(std::string_view wholeName, unsigned attempt) {
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    unsigned value = (NameCrc16(wholeName) + attempt) & 0xFFFF;
-    Name tail{typename Name::value_type('-')};
-    for (int i = 0; i < 4; ++i, value >>= 4)
-        tail += static_cast<typename Name::value_type>(kDigits[value & 15]);
-    return tail;
-}
-
-// Takes `name` into the set of names used, in its fallback form if need be.
-template <typename Name, typename Set>
-Name TakeUnique(Set& used, Name name, std::string_view wholeName, std::size_t limit) {
-    Name candidate = name;
-    for (unsigned attempt = 0; !used.insert(candidate).second; ++attempt)
-        candidate = WithTail(name, FallbackTail<Name>(wholeName, attempt), limit);
-    return candidate;
-}
-
+// How the trees tell names apart. Joliet readers take capitals for small letters too.
 struct HfsLess {
     bool operator()(const std::string& a, const std::string& b) const {
         return CompareHfsKeyNames(a, b) < 0;
@@ -82,6 +38,26 @@ struct HfsPlusLess {
         return CompareHfsPlusNames(std::u16string_view(a), std::u16string_view(b)) < 0;
     }
 };
+bool Insert(std::set<std::string, HfsLess>& used, const std::string& name) {
+    return used.insert(name).second;
+}
+bool Insert(std::set<std::u16string, HfsPlusLess>& used, const std::u16string& name) {
+    return used.insert(name).second;
+}
+bool Insert(std::unordered_set<std::u16string>& folded, const std::u16string& name) {
+    return folded.insert(FoldCase(name)).second;
+}
+
+// Takes a name into those of its tree, with digits of `crcOf()` if another item has it.
+template <typename Set, typename Name, typename CrcOf>
+Name TakeUnique(Set& used, const Name& name, std::size_t limit, CrcOf crcOf) {
+    if (Insert(used, name))
+        return name;
+    const std::uint16_t crc = crcOf();
+    for (unsigned round = 0;; ++round)
+        if (Name other = WithTail(name, DigitsTail(crc, round), limit); Insert(used, other))
+            return other;
+}
 
 struct IsoParts {
     std::string base;
@@ -155,60 +131,167 @@ std::u16string WithoutForbidden(std::u16string name, std::u16string_view forbidd
     return name;
 }
 
-std::u16string JolietNameOf(const DiscItem& item, const std::u16string& diskName) {
-    const ProjectRecord& record = *item.record;
-    const bool fromDisk = record.shortNameFlag() && !record.isoNameLocked();
-    std::u16string name = fromDisk ? diskName : AnsiToJolietUnits(record.isoName());
-    if (record.isFolder() && !record.isoNameLocked())
-        name = diskName;
-    return CutTo(WithoutForbidden(std::move(name), u"*/:;?\\"), kJolietNameLimit);
+/// One item while it is named.
+struct Naming {
+    DiscItem& item;
+    const std::u16string& diskName;
+
+    [[nodiscard]] const ProjectRecord& record() const { return *item.record; }
+    /// Digits in a name of the record show that it was made for an item whose name was taken.
+    template <typename CrcOf>
+    [[nodiscard]] bool hasDigits(std::string_view name, CrcOf crcOf) const {
+        return name.find('-') != name.npos && name.find(DigitsTail(crcOf())) != name.npos;
+    }
+    [[nodiscard]] std::uint16_t crc() const { return PcNameCrc(diskName); }
+    [[nodiscard]] std::uint16_t macCrc() const { return MacNameCrc(diskName); }
+};
+
+/// A name in its tree, and whether it is one that the item had to take.
+template <typename Name>
+struct TreeName {
+    Name name;
+    bool isForced = false;
+};
+
+using JolietName = TreeName<std::u16string>;
+using HfsName = TreeName<std::string>;
+using HfsPlusTreeName = TreeName<std::u16string>;
+
+JolietName JolietNameOf(const Naming& naming) {
+    const ProjectRecord& record = naming.record();
+    const std::size_t limit = record.isFolder() ? kJolietFolderLimit : kJolietNameLimit;
+    const std::u16string own = ComposeName(naming.diskName);
+    const bool isHeld = own.size() <= limit && WithoutForbidden(own, kJolietForbidden) == own;
+    const bool fromDisk = (record.shortNameFlag() || record.isFolder()) && !record.isoNameLocked();
+    const std::u16string name = fromDisk ? own : AnsiToJolietUnits(record.isoName());
+    return {CutName(WithoutForbidden(name, kJolietForbidden), limit),
+            !isHeld || (!fromDisk && naming.hasDigits(record.isoName(), [&] {
+                return NameCrc16(record.sourceName());
+            }))};
 }
 
-// A file whose forks a server keeps has its real name on the disk, whatever the record says.
-bool IsNamedByDisk(const ProjectRecord& record) {
-    const bool byServer = record.coding() == ForkCoding::NamedStreams || record.unicodeOnDisk();
-    return (record.shortNameFlag() || byServer) && !record.hfsNameLocked();
+// A container names its file, whatever it is called on the disk.
+bool IsContainer(const ProjectRecord& record) {
+    return record.macBinary() || record.binHex();
 }
 
-std::string HfsNameOf(const ProjectRecord& record, const std::u16string& diskName) {
-    std::string name(record.hfsName().substr(0, kHfsNameLimit));
-    if (record.coding() == ForkCoding::NamedStreams && IsNamedByDisk(record))
-        name = CutTo(WideToMacName(diskName), kHfsNameLimit);
-    std::replace(name.begin(), name.end(), ':', '_');
-    return name.empty() ? "_" : name;
+// The HFS name of the record is a copy to work with: what it stands for is on the disk.
+bool IsNamedByDisk(const ProjectRecord& record, bool isHfsPlus) {
+    if (record.hfsNameLocked())
+        return false;
+    if (record.unicodeOnDisk() || record.coding() == ForkCoding::NamedStreams)
+        return true;
+    // A project that was made when an 8.3 name was all that the record could hold.
+    return record.shortNameFlag() && !IsContainer(record) &&
+           (isHfsPlus || record.hfsName() == record.sourceName());
 }
 
-std::u16string HfsPlusNameOf(const ProjectRecord& record, const std::u16string& diskName) {
-    std::u16string name =
-        IsNamedByDisk(record)
-            ? WideToHfsPlusName(WithoutForbidden(diskName, u":"))
-            : AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
-    return name.empty() ? u"_" : name;
+HfsName HfsNameOf(const Naming& naming) {
+    const ProjectRecord& record = naming.record();
+    const bool isContainer = IsContainer(record);
+    const MacName own =
+        isContainer ? MacName{naming.item.containerName, true} : PcToMacName(naming.diskName);
+    const bool isHeld = own.isExact && own.bytes.size() <= kHfsNameLimit;
+    const bool fromDisk = IsNamedByDisk(record, false) && !own.bytes.empty();
+    std::string name =
+        CutName(fromDisk ? std::string_view(own.bytes) : record.hfsName(), kHfsNameLimit);
+    std::replace(name.begin(), name.end(), ':', fromDisk ? '/' : '_');
+    const bool isForced =
+        !isHeld || (!fromDisk && naming.hasDigits(name, [&] { return naming.macCrc(); }));
+    return {name.empty() ? "_" : std::move(name), isForced};
+}
+
+HfsPlusTreeName HfsPlusNameOf(const Naming& naming) {
+    const ProjectRecord& record = naming.record();
+    const std::string& container = naming.item.containerName;
+    HfsPlusTreeName result;
+    if (!IsNamedByDisk(record, true) || (IsContainer(record) && container.empty())) {
+        result.name = AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
+        result.isForced = naming.hasDigits(record.hfsName(), [&] { return naming.crc(); });
+    } else if (IsContainer(record)) {
+        result.name = MacRomanToHfsPlusName(container);
+    } else {
+        MacUnicodeName own = PcToHfsPlusName(naming.diskName);
+        result = {std::move(own.units), !own.isExact};
+    }
+    if (result.name.empty())
+        result.name = u"_";
+    return result;
+}
+
+/// The trees of one folder.
+class FolderNames {
+  public:
+    FolderNames(CompileMode mode, Messages& messages) : mode_(mode), messages_(messages) {}
+
+    void name(const Naming& naming);
+
+  private:
+    void nameJoliet(const Naming& naming);
+    void nameMacintosh(const Naming& naming);
+    void tell(std::string_view tree, const std::string& name);
+
+    CompileMode mode_;
+    Messages& messages_;
+    IsoNames isoNames_;
+    std::unordered_set<std::u16string> joliet_;  // in capitals
+    std::set<std::string, HfsLess> hfs_;
+    std::set<std::u16string, HfsPlusLess> hfsPlus_;
+    std::string told_;  // of the item at hand: names that are not its own
+};
+
+void FolderNames::name(const Naming& naming) {
+    told_.clear();
+    if (naming.item.inIso)
+        nameJoliet(naming);
+    if (naming.item.inHfs)
+        nameMacintosh(naming);
+    if (told_.empty())
+        return;
+    const ProjectRecord& record = naming.record();
+    const bool isMade = record.accessPath() == kProjectOnlyPath;
+    const std::string folder = isMade ? std::string{} : NarrowToUtf8(record.accessPath());
+    messages_.nameChanged(Printable(folder + WideToUtf8(naming.diskName)), told_);
+}
+
+void FolderNames::nameJoliet(const Naming& naming) {
+    DiscItem& item = naming.item;
+    item.isoName = isoNames_.take(IsoPartsOf(item, naming.diskName));
+    const JolietName wanted = JolietNameOf(naming);
+    item.jolietName = TakeUnique(joliet_, wanted.name,
+                                 item.record->isFolder() ? kJolietFolderLimit : kJolietNameLimit,
+                                 [&] { return naming.crc(); });
+    if (wanted.isForced || item.jolietName != wanted.name)
+        tell("Joliet", WideToUtf8(item.jolietName));
+}
+
+void FolderNames::nameMacintosh(const Naming& naming) {
+    DiscItem& item = naming.item;
+    if (IsHfsPlusMode(mode_)) {
+        const HfsPlusTreeName wanted = HfsPlusNameOf(naming);
+        item.hfsPlusName =
+            TakeUnique(hfsPlus_, wanted.name, kHfsPlusNameMax, [&] { return naming.crc(); });
+        if (wanted.isForced || item.hfsPlusName != wanted.name)
+            tell("HFS+", ShownHfsPlusName(item.hfsPlusName));
+        return;
+    }
+    const HfsName wanted = HfsNameOf(naming);
+    item.hfsName = TakeUnique(hfs_, wanted.name, kHfsNameLimit, [&] { return naming.macCrc(); });
+    if (wanted.isForced || item.hfsName != wanted.name)
+        tell("HFS", ShownHfsName(item.hfsName));
+}
+
+void FolderNames::tell(std::string_view tree, const std::string& name) {
+    told_ += fmt::format("{}{} \"{}\"", told_.empty() ? "" : ", ", tree, Printable(name));
 }
 
 }  // namespace
 
 void AssignNames(std::vector<DiscItem>& items, const std::vector<std::u16string>& diskNames,
-                 CompileMode mode) {
-    IsoNames isoNames;
-    std::set<std::u16string> jolietNames;
-    std::set<std::string, HfsLess> hfsNames;
-    std::set<std::u16string, HfsPlusLess> hfsPlusNames;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        DiscItem& item = items[i];
-        const std::string wholeName = WideToUtf8(diskNames[i]);
-        if (item.inIso) {
-            item.isoName = isoNames.take(IsoPartsOf(item, diskNames[i]));
-            item.jolietName = TakeUnique(jolietNames, JolietNameOf(item, diskNames[i]), wholeName,
-                                         kJolietNameLimit);
-        }
-        if (item.inHfs && IsHfsPlusMode(mode))
-            item.hfsPlusName = TakeUnique(hfsPlusNames, HfsPlusNameOf(*item.record, diskNames[i]),
-                                          wholeName, kHfsPlusNameMax);
-        else if (item.inHfs)
-            item.hfsName = TakeUnique(hfsNames, HfsNameOf(*item.record, diskNames[i]), wholeName,
-                                      kHfsNameLimit);
-    }
+                 CompileMode mode, Messages& messages) {
+    FolderNames names(mode, messages);
+    for (std::size_t i = 0; i < items.size(); ++i)
+        names.name({items[i], diskNames[i]});
 }
 
 }  // namespace vellmark

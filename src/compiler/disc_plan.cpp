@@ -88,7 +88,7 @@ class PlanMaker {
             items.push_back(std::move(item));
             diskNames.push_back(std::move(diskName));
         }
-        AssignNames(items, diskNames, context_.mode);
+        AssignNames(items, diskNames, context_.mode, context_.messages);
         std::reverse(waiting.begin() + static_cast<std::ptrdiff_t>(firstWaiting), waiting.end());
         DiscFolder& target = plan_.folders[index];
         target.hfsChildren = static_cast<std::uint32_t>(std::count_if(
@@ -123,8 +123,7 @@ class PlanMaker {
         if (facts.kind != (record.isFolder() ? PcKind::Folder : PcKind::File))
             return refuse(record,
                           record.isFolder() ? "is no folder any more" : "is no file any more");
-        if (record.shortNameFlag())
-            diskName = Utf8ToWide(path.substr(path.find_last_of('/') + 1));
+        diskName = Utf8ToWide(path.substr(path.find_last_of('/') + 1));
         item.modified = facts.modified;
         if (record.isFolder())
             return Found::Here;

@@ -39,6 +39,7 @@ struct DiscItem {
     ImportClass source = ImportClass::Plain;  ///< where the forks are
     bool dataIsFile = true;                   ///< the data fork is the piece `File`, else `Data`
     std::uint16_t finderFlags = 0;            ///< in Macintosh volumes
+    std::string containerName;                ///< MacRoman: of a container that tells one
     std::array<DiscRun, kRunKinds> runs;
     UnixSeconds modified = 0;    ///< of the item on the PC
     MacSeconds created = 0;      ///< local; told by the container as later than the modification

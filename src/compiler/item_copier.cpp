@@ -85,9 +85,11 @@ CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
 }
 
 std::string ItemCopier::pathOf(const ProjectRecord& record) {
-    return record.shortNameFlag()
-               ? resolver_.resolve(record.accessPath(), record.sourceName())
-               : resolver_.resolveFolder(record.accessPath()) + NarrowToUtf8(record.sourceName());
+    const std::string_view name = record.sourceName();
+    // A look at the disk is needed only where the system may know the name in another form.
+    return record.shortNameFlag() || !IsAscii(name)
+               ? resolver_.resolve(record.accessPath(), name)
+               : resolver_.resolveFolder(record.accessPath()) + std::string(name);
 }
 
 }  // namespace vellmark

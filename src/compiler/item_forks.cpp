@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include "containers/apple_single.hpp"
+#include "containers/pc_name.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
 #include "volume/hfs_structures.hpp"
@@ -66,6 +67,8 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
         leaveOut(path,
                  "It has no resource fork in the image. Its stream AFP_Resource is not there any "
                  "more.");
+    if (item.source == ImportClass::MacBinary || item.source == ImportClass::BinHex)
+        item.containerName = ContainerMacName(forks.info().name);
     item.finderFlags |= static_cast<std::uint16_t>(forks.info().finder.flags & kKeptFinderFlags);
     // A project keeps no creation date behind the modification date; a volume does. Of the
     // containers MacBinary alone brings dates.

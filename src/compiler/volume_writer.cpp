@@ -4,6 +4,8 @@
 
 #include "compiler/iso_descriptors.hpp"
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -56,7 +58,7 @@ bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, P
     const auto start = static_cast<std::uint32_t>(layout.partitionStart);
     const auto count = static_cast<std::uint32_t>(layout.partitionSectors);
     const std::string label =
-        header.isHfsPlus() ? AnsiToMacName(header.hfsLabel()) : HfsLabel(header);
+        header.isHfsPlus() ? PcToMacName(NarrowToWide(header.hfsLabel())).bytes : HfsLabel(header);
     return image.writeRecord(0, BuildDriverDescriptor(start + count)) &&
            image.writeRecord(kSectorBytes512,
                              BuildMapEntry(1, 2, ProductName(), kMapPartitionType, kMapStatus)) &&

@@ -3,8 +3,9 @@
 #include <array>
 #include <cstdint>
 
-#include "containers/hfs_plus_name_form.hpp"
 #include "containers/name_tables.hpp"
+#include "containers/short_name.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -61,8 +62,7 @@ std::size_t DecomposeWideChar(char16_t unit, UnitPair& pair) {
 
 HfsPlusName Finish(HfsPlusName name) {
     OrderMarks(name);
-    CutAtLetter(name, kHfsPlusNameMax);
-    return name;
+    return name.size() > kHfsPlusNameMax ? CutName(name, kHfsPlusNameMax) : name;
 }
 
 }  // namespace

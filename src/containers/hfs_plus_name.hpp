@@ -11,7 +11,7 @@ namespace vellmark {
 /// The units in host order. On the disk they are big-endian behind a big-endian 16-bit count.
 using HfsPlusName = std::u16string;
 
-/// Most units of a name. A longer one is cut, not between a letter and its marks.
+/// Most units of a name. A longer one is cut (containers/short_name.hpp).
 inline constexpr std::size_t kHfsPlusNameMax = 255;
 
 /// Wide PC name to HFS+. A private code gives what it stands for; U+0080 to U+009F are read as

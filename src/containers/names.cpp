@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "containers/hfs_plus_name_form.hpp"
 #include "containers/name_tables.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {

@@ -21,10 +21,10 @@
 
 namespace vellmark {
 
-/// Wide PC name to MacRoman: the way in which a PC file gets its HFS name. Units up to U+00FE go
-/// through `kPcToMacTable`, where a character without an equivalent ends the name; U+2014 gives `-`
-/// and U+20AC the currency sign DB; a private code gives its byte; units above U+F02A vanish; all
-/// others give `_`.
+/// Wide PC name to MacRoman by the fixed table (containers/pc_name.hpp has the names of files).
+/// Units up to U+00FE go through `kPcToMacTable`, where a character without an equivalent ends the
+/// name; U+2014 gives `-` and U+20AC the currency sign DB; a private code gives its byte; units
+/// above U+F02A vanish; all others give `_`.
 [[nodiscard]] std::string WideToMacName(std::u16string_view wide);
 
 /// The twin without the table: units up to U+00FE give the byte of the same value, U+20AC gives 80.

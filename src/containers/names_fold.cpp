@@ -4,6 +4,7 @@
 
 #include "containers/crc16.hpp"
 #include "containers/names.hpp"
+#include "containers/short_name.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -97,11 +98,7 @@ std::uint16_t NameCrc16(std::string_view bytes) {
 }
 
 std::string NameCrcDigits(std::string_view name) {
-    std::string digits;
-    const std::uint16_t crc = NameCrc16(name);
-    for (int shift = 0; shift < 16; shift += 4)
-        digits += "0123456789ABCDEF"[(crc >> shift) & 0xF];
-    return digits;
+    return DigitsTail(NameCrc16(name)).substr(1);
 }
 
 }  // namespace vellmark

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "containers/short_name.hpp"
 #include "project/custom_icon.hpp"
 #include "project/sibling_names.hpp"
 #include "project/source_coding.hpp"
@@ -47,9 +48,10 @@ class Rereading {
     [[nodiscard]] bool rereadFile(ProjectRecord& record, const ProjectChange& change);
     void takeOver(ProjectRecord& record, const SourceCoding& source, const PcItem& item);
     void becomeNoIcon(ProjectRecord& record);
-    void renew(ProjectRecord& record, const ProjectRecord& before);
+    void renew(ProjectRecord& record, const ProjectRecord& before, std::u16string_view pcName);
     [[nodiscard]] SiblingNames& namesOf(std::int32_t folder);
-    [[nodiscard]] std::string freeHfsName(const ProjectRecord& record, const std::string& wanted);
+    [[nodiscard]] std::string freeHfsName(const ProjectRecord& record, const std::string& wanted,
+                                          std::u16string_view pcName);
     [[nodiscard]] bool refuse(const ProjectChange& change, std::string_view reason) {
         messages_.itemSkipped(Printable(change.path), reason);
         return false;
@@ -78,10 +80,7 @@ bool Rereading::accept(const ProjectChange& change) {
 }
 
 bool Rereading::rereadFile(ProjectRecord& record, const ProjectChange& change) {
-    PcItem item;
-    item.name = change.path.substr(change.path.find_last_of('/') + 1);
-    item.narrow = Utf8ToNarrow(item.name);
-    item.hidden = item.name.starts_with('.');
+    PcItem item = PcItemOf(change.path.substr(change.path.find_last_of('/') + 1));
     item.facts = PcFactsOf(change.path);
     if (item.facts.kind != PcKind::File)
         return refuse(change, "it cannot be found");
@@ -122,7 +121,7 @@ void Rereading::takeOver(ProjectRecord& record, const SourceCoding& source, cons
                   std::begin(record.signature_));
         std::copy(std::begin(before.flags), std::end(before.flags), std::begin(record.flags));
     }
-    renew(record, before);
+    renew(record, before, Utf8ToWide(item.name));
     if (!wasIcon && source.isCustomIconFile) {
         SiblingNames& names = namesOf(record.parent);
         names.giveBackHfs(record.hfsName());
@@ -140,18 +139,20 @@ void Rereading::becomeNoIcon(ProjectRecord& record) {
 }
 
 // The HFS name that the file brings now, unless another item has it or the old one is to stay.
-void Rereading::renew(ProjectRecord& record, const ProjectRecord& before) {
+void Rereading::renew(ProjectRecord& record, const ProjectRecord& before,
+                      std::u16string_view pcName) {
     std::string wanted(record.hfsName());
     const bool broughtName =
         before.macBinary() || before.binHex() || before.coding() == ForkCoding::NamedStreams;
     const bool isHfsPlus = project_.header().isHfsPlus();
-    if (broughtName && record.coding() != before.coding() && wanted == before.hfsName())
-        wanted =
-            ToHfsForm(Truncate(record.sourceName(), isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit),
-                      isHfsPlus);
+    if (broughtName && record.coding() != before.coding() && wanted == before.hfsName()) {
+        const std::string whole = WholeHfsName(pcName, record.sourceName(), isHfsPlus);
+        wanted = CutName(whole, isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit);
+        record.setUnicodeOnDisk(isHfsPlus && (wanted != whole || record.shortNameFlag()));
+    }
     record.setHfsName(before.hfsName());
     if (!record.hfsNameLocked() && before.hfsName() != kRefusedName && wanted != before.hfsName())
-        record.setHfsName(freeHfsName(record, wanted));
+        record.setHfsName(freeHfsName(record, wanted, pcName));
 }
 
 SiblingNames& Rereading::namesOf(std::int32_t folder) {
@@ -163,12 +164,13 @@ SiblingNames& Rereading::namesOf(std::int32_t folder) {
 }
 
 // A name that no other item of the folder has in the HFS view.
-std::string Rereading::freeHfsName(const ProjectRecord& record, const std::string& wanted) {
+std::string Rereading::freeHfsName(const ProjectRecord& record, const std::string& wanted,
+                                   std::u16string_view pcName) {
     if (!record.isIn(ProjectView::Hfs))
         return wanted;
     SiblingNames& names = namesOf(record.parent);
     names.giveBackHfs(record.hfsName());
-    return names.takeHfs(wanted, record.sourceName());
+    return names.takeHfs(wanted, record.sourceName(), pcName);
 }
 
 }  // namespace

@@ -181,7 +181,7 @@ bool ReplaceSource(ProjectFile& project, std::int32_t number, const std::string&
     record->setAccessPath(accessPath);
     record->setSourceName(name);
     record->setShortName(item.shortName.empty() ? item.narrow : item.shortName);
-    record->setShortNameFlag(name != item.narrow);
+    record->setShortNameFlag(!item.isNarrow);
     if (!record->isFolder() || before.starts_with(kProjectOnlyPath))
         return true;
     const std::set<std::int32_t> folders = FoldersBelow(project, number);

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "support/encoding.hpp"
+
 namespace vellmark {
 
 namespace {
@@ -25,7 +27,8 @@ void PlaceCustomIcon(ProjectFile& project, ProjectRecord& record, SiblingNames& 
         return;
     }
     if (project.mode() != ProjectMode::Hybrid || project.header().customIcon() ||
-        names.takeHfs(kVolumeIconName, record.sourceName()) != kVolumeIconName)
+        names.takeHfs(kVolumeIconName, record.sourceName(), NarrowToWide(record.sourceName())) !=
+            kVolumeIconName)
         return;
     record.setIsoInclusion(0);
     record.setHfsInclusion(1);

@@ -77,7 +77,9 @@ class Inclusion {
     void addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                  const Location& where);
     void passCompanion(const PcItem& item, const Location& where);
-    void finish(FolderBatch& batch, ProjectRecord& record, const std::string& path);
+    /// `brought` is the HFS name that a container tells, in the form of the project; else empty.
+    void finish(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
+                const Location& where, const std::string& brought);
 
     [[nodiscard]] bool isExcluded(const PcItem& item) const;
     [[nodiscard]] PcKind kindOf(const Location& where, const std::string& name);
@@ -217,7 +219,7 @@ void Inclusion::scan(const Subfolder& folder) {
 void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where) {
     for (const PcItem& item : items)
         if (!IsCompanion(item) && !isExcluded(item) && refusal(item, where).empty())
-            batch.names().reserve(SourceNameOf(item));
+            batch.names().reserve(Utf8ToWide(item.name), SourceNameOf(item));
     for (const PcItem& item : items) {
         if (!mayGoOn())
             return;
@@ -250,7 +252,7 @@ Conflict Inclusion::addItem(FolderBatch& batch, const PcItem& item, const Locati
     record.parent = batch.parent();
     record.setHiddenInIso(item.hidden);
     record.setHiddenInHfs(item.hidden);
-    record.setShortNameFlag(sourceName != item.narrow);
+    record.setShortNameFlag(!item.isNarrow);
     record.setAccessPath(where.accessPath);
     record.setSourceName(sourceName);
     record.setShortName(item.shortName.empty() ? item.narrow : item.shortName);
@@ -282,7 +284,7 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
         skip(path, "the project has no number left for a folder");
         return;
     }
-    finish(batch, record, path);
+    finish(batch, record, item, where, {});
     ++result_.folders;
     // Nothing can be shown below a folder that is in no view, as both its names were refused.
     if (record.isIn(ProjectView::Hybrid))
@@ -315,7 +317,7 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
         DecideViews(record, batch.view(), Printable(path), options_.answers, messages_);
     if (source.isCustomIconFile)
         PlaceCustomIcon(project_, record, batch.names());
-    finish(batch, record, path);
+    finish(batch, record, item, where, ContainerNameIn(source, project_.header().isHfsPlus()));
     ++result_.files;
 }
 
@@ -329,8 +331,12 @@ void Inclusion::passCompanion(const PcItem& item, const Location& where) {
              fmt::format("it belongs to {} and comes with it", Printable(name)));
 }
 
-void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const std::string& path) {
-    ViewNames(record, record.sourceName(), project_, batch.names(), options_.truncation, messages_);
+void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
+                       const Location& where, const std::string& brought) {
+    const std::string path = where.folder + item.name;
+    ViewNames(record, Utf8ToWide(item.name), project_, batch.names(), options_.truncation,
+              messages_);
+    TellChangedNames(record, Utf8ToWide(item.name), brought, Printable(path), project_, messages_);
     batch.add(record);
     progress_.journal(kJournalFile,
                       FormatText(kTextAddition, messages_.language(), Printable(path)));

@@ -104,7 +104,7 @@ bool MatchesPattern(std::string_view name, std::string_view pattern) {
 }
 
 const std::string& SourceNameOf(const PcItem& item) {
-    return item.narrow.find('?') == std::string::npos ? item.narrow : item.shortName;
+    return item.isNarrow ? item.narrow : item.shortName;
 }
 
 std::string SourceText(const ProjectRecord& record) {
@@ -120,17 +120,14 @@ PcItem PcListings::find(const std::string& folder, std::string_view name) {
         [](const PcItem& item, std::string_view wanted) { return item.name < wanted; });
     if (found != items.end() && found->name == name)
         return *found;
-    PcItem item;
-    item.name = name;
-    item.narrow = Utf8ToNarrow(name);
-    item.hidden = name.starts_with('.');
+    PcItem item = PcItemOf(name);
     item.facts = PcFactsOf(folder + item.name);
     return item;
 }
 
 std::string PcListings::accessPathOf(const std::string& folder) {
     std::string narrow = Utf8ToNarrow(folder);
-    if (narrow.find('?') == std::string::npos)
+    if (NarrowToUtf8(narrow) == folder)
         return narrow;
     std::string result = "/";
     std::size_t start = 1;
@@ -138,8 +135,8 @@ std::string PcListings::accessPathOf(const std::string& folder) {
          start = end + 1, end = folder.find('/', start)) {
         const std::string_view part = std::string_view(folder).substr(start, end - start);
         std::string name = Utf8ToNarrow(part);
-        if (name.find('?') != std::string::npos)
-            name = find(folder.substr(0, start), part).shortName;
+        if (NarrowToUtf8(name) != part)
+            name = SourceNameOf(find(folder.substr(0, start), part));
         if (name.empty())
             return {};
         result += name;

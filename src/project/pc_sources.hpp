@@ -31,8 +31,8 @@ struct PcSelection {
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);
 
 /// The source name of an item: its name in Windows-1252, or its 8.3 name when that character set
-/// lacks a character of it. Empty when there is no such name.
-/// It lives as long as the item.
+/// lacks a character of it, or an item that differs in the form of its letters alone has it. Empty
+/// when there is no such name. It lives as long as the item.
 [[nodiscard]] const std::string& SourceNameOf(const PcItem& item);
 
 /// Where the item of a record is on the PC, to be shown to a person.

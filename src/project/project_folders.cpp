@@ -102,7 +102,7 @@ std::int32_t NewFolder(ProjectFile& project, std::string_view name, std::int32_t
     record.setShortName(narrow);
     record.setIsoInclusion(view != ProjectView::Hfs);
     record.setHfsInclusion(view != ProjectView::Iso);
-    ViewNames(record, narrow, project, batch.names(), options.truncation, messages);
+    ViewNames(record, Utf8ToWide(name), project, batch.names(), options.truncation, messages);
     batch.add(record);
     batch.mergeInto(project);
     return number;

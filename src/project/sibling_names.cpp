@@ -1,26 +1,17 @@
 #include "project/sibling_names.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "containers/short_name.hpp"
 #include "project/ansi_fold.hpp"
 
 namespace vellmark {
 
 namespace {
 
-constexpr std::size_t kExtensionLimit = 5;
 constexpr std::size_t kFallbackHead = 26;
-
-// The last dot and what stands behind it, "" when that is longer than an extension that is kept.
-std::string_view KeptExtension(std::string_view name) {
-    const std::size_t dot = name.find_last_of('.');
-    if (dot == std::string_view::npos || name.size() - dot > kExtensionLimit)
-        return {};
-    return name.substr(dot);
-}
 
 // True when nobody but this item has the name, which is then its own.
 bool Take(std::unordered_map<std::string, std::string>& owners, std::string key,
@@ -31,28 +22,18 @@ bool Take(std::unordered_map<std::string, std::string>& owners, std::string key,
 
 }  // namespace
 
-std::string Truncate(std::string_view name, std::size_t limit) {
-    if (name.size() <= limit)
-        return std::string(name);
-    const std::string_view extension = KeptExtension(name);
-    return std::string(name.substr(0, limit - extension.size())).append(extension);
+std::string FallbackName(std::string_view name, unsigned round) {
+    const std::string tail = DigitsTail(NameCrc16(name), round);
+    const std::string longest = WithTail(name, tail, kIsoNameLimit);
+    // The extension of the whole name.
+    const std::size_t extension = longest.size() - longest.rfind(tail) - tail.size();
+    return WithTail(name, tail, std::min(kFallbackHead + tail.size() + extension, kIsoNameLimit));
 }
 
-std::string FallbackName(std::string_view name, std::size_t limit, unsigned round) {
-    const std::string_view extension = KeptExtension(name);
-    std::string tail = "-" + NameCrcDigits(name);
-    if (round > 0)
-        tail += fmt::format("{:X}", round);
-    tail += extension;
-    const std::size_t head = std::min(
-        {kFallbackHead, name.size() - extension.size(), limit - std::min(limit, tail.size())});
-    return std::string(name.substr(0, head)) + tail;
-}
-
-std::string ToHfsForm(std::string_view name, bool isHfsPlus) {
-    std::string result(name);
-    std::replace(result.begin(), result.end(), ':', '_');
-    return isHfsPlus ? result : AnsiToMacName(result);
+std::string WholeHfsName(std::u16string_view pcName, std::string_view sourceName, bool isHfsPlus) {
+    std::string name = isHfsPlus ? std::string(sourceName) : PcToMacName(pcName).bytes;
+    std::replace(name.begin(), name.end(), ':', '/');
+    return name.empty() ? "_" : name;
 }
 
 SiblingNames::SiblingNames(std::span<const ProjectRecord> siblings, bool isHfsPlus)
@@ -65,27 +46,38 @@ SiblingNames::SiblingNames(std::span<const ProjectRecord> siblings, bool isHfsPl
     }
 }
 
-void SiblingNames::reserve(std::string_view sourceName) {
+void SiblingNames::reserve(std::u16string_view pcName, std::string_view sourceName) {
     if (sourceName.size() <= kIsoNameLimit)
         iso_.try_emplace(std::string(sourceName), sourceName);
-    const std::size_t hfsLimit = isHfsPlus_ ? kHfsPlusNameLimit : kHfsNameLimit;
-    if (sourceName.size() <= hfsLimit && sourceName.find(':') == std::string_view::npos)
-        hfs_.try_emplace(hfsKey(ToHfsForm(sourceName, isHfsPlus_)), sourceName);
+    if (isHfsPlus_) {
+        if (sourceName.size() <= kHfsPlusNameLimit)
+            hfs_.try_emplace(hfsKey(WholeHfsName(pcName, sourceName, true)), sourceName);
+        return;
+    }
+    const MacName name = PcToMacName(pcName);
+    if (name.isExact && name.bytes.size() <= kHfsNameLimit)
+        hfs_.try_emplace(hfsKey(name.bytes), sourceName);
 }
 
 std::string SiblingNames::takeIso(std::string_view wanted, std::string_view sourceName) {
     std::string name(wanted);
     for (unsigned round = 0; !Take(iso_, name, sourceName); ++round)
-        name = FallbackName(sourceName, kIsoNameLimit, round);
+        name = FallbackName(sourceName, round);
     return name;
 }
 
-std::string SiblingNames::takeHfs(std::string_view wanted, std::string_view sourceName) {
-    const std::size_t limit = isHfsPlus_ ? kHfsPlusNameLimit : kHfsNameLimit;
+std::string SiblingNames::takeHfs(std::string_view wanted, std::string_view sourceName,
+                                  std::u16string_view pcName) {
     std::string name(wanted);
-    for (unsigned round = 0; !Take(hfs_, hfsKey(name), sourceName); ++round)
-        name = ToHfsForm(FallbackName(sourceName, limit, round), isHfsPlus_);
-    return name;
+    if (Take(hfs_, hfsKey(name), sourceName))
+        return name;
+    const std::size_t limit = isHfsPlus_ ? kHfsPlusNameLimit : kHfsNameLimit;
+    const std::uint16_t crc = isHfsPlus_ ? PcNameCrc(pcName) : MacNameCrc(pcName);
+    for (unsigned round = 0;; ++round) {
+        name = WithTail(wanted, DigitsTail(crc, round), limit);
+        if (Take(hfs_, hfsKey(name), sourceName))
+            return name;
+    }
 }
 
 std::string SiblingNames::hfsKey(std::string_view name) const {

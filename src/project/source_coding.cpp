@@ -8,8 +8,10 @@
 #include "containers/bin_hex.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
-#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "containers/short_name.hpp"
 #include "project/sibling_names.hpp"
+#include "project/view_names.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
@@ -151,22 +153,23 @@ void LookForStreams(SourceCoding& found, const std::string& path) {
         found.signature = finder->signature;
 }
 
-// A name of a container in the form of the project; empty when nothing is left of it.
-std::string NameOfContainer(std::string_view macName, bool isHfsPlus) {
-    std::string name(macName.substr(0, std::min(macName.find('\0'), kHfsNameLimit)));
-    std::replace(name.begin(), name.end(), ':', '_');
-    return isHfsPlus ? MacToAnsiName(name) : name;
-}
-
-std::string HfsNameFor(const ProjectRecord& record, const SourceCoding& source,
-                       std::string_view pcName, bool isHfsPlus) {
-    std::string name;
-    if (source.coding != ForkCoding::NamedStreams)
-        name = NameOfContainer(source.hfsName, isHfsPlus);
-    else if (!isHfsPlus)
-        name = Truncate(HfsNameFromPc(pcName), kHfsNameLimit);
+// The name that a file brings, in the form of the project, and whether the disk has more of it than
+// the record holds.
+void SetBroughtName(ProjectRecord& record, const SourceCoding& source, std::string_view pcName,
+                    bool isHfsPlus) {
     const std::size_t limit = isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit;
-    return name.empty() ? ToHfsForm(Truncate(record.sourceName(), limit), isHfsPlus) : name;
+    const std::string macName = source.coding == ForkCoding::NamedStreams
+                                    ? std::string{}
+                                    : ContainerMacName(source.hfsName);
+    if (macName.empty()) {
+        record.setHfsName(
+            CutName(WholeHfsName(Utf8ToWide(pcName), record.sourceName(), isHfsPlus), limit));
+        return;
+    }
+    const NarrowName narrow =
+        isHfsPlus ? MacNameInHfsPlusProject(macName) : NarrowName{macName, true};
+    record.setUnicodeOnDisk(!narrow.isExact || (isHfsPlus && narrow.bytes.size() > limit));
+    record.setHfsName(CutName(narrow.bytes, limit));
 }
 
 bool BringsName(ForkCoding coding) {
@@ -228,7 +231,14 @@ void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcI
         return;
     record.setUnicodeOnDisk(source.coding == ForkCoding::NamedStreams && isHfsPlus);
     if (BringsName(source.coding))
-        record.setHfsName(HfsNameFor(record, source, item.name, isHfsPlus));
+        SetBroughtName(record, source, item.name, isHfsPlus);
+}
+
+std::string ContainerNameIn(const SourceCoding& source, bool isHfsPlus) {
+    if (source.coding != ForkCoding::MacBinary && source.coding != ForkCoding::BinHex)
+        return {};
+    const std::string name = ContainerMacName(source.hfsName);
+    return isHfsPlus ? MacNameInHfsPlusProject(name).bytes : name;
 }
 
 ImportClass ImportClassOf(const ProjectRecord& record) {

@@ -64,6 +64,9 @@ struct SourceCoding {
 void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcItem& item,
                     bool isHfsPlus, const SignatureLookup& signatureOf, const Clock& clock);
 
+/// The whole name that a container tells, in the form of the project; empty where none does.
+[[nodiscard]] std::string ContainerNameIn(const SourceCoding& source, bool isHfsPlus);
+
 /// How the file of a record is opened as a Macintosh file.
 [[nodiscard]] ImportClass ImportClassOf(const ProjectRecord& record);
 

@@ -5,7 +5,10 @@
 #include <optional>
 
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "containers/short_name.hpp"
 #include "support/encoding.hpp"
+#include "volume/catalog_name.hpp"
 
 namespace vellmark {
 
@@ -16,27 +19,44 @@ bool BringsItsHfsName(const ProjectRecord& record) {
     return record.macBinary() || record.binHex() || record.coding() == ForkCoding::NamedStreams;
 }
 
+/// A name that may be too long: in the form of its field, and as a person reads it.
+struct LongName {
+    std::string whole;
+    std::string shown;
+    TruncatedName kind;
+    std::size_t limit;
+};
+
+std::string Shown(const std::string& name, TruncatedName kind) {
+    return kind == TruncatedName::Hfs ? ShownHfsName(name) : NarrowToUtf8(name);
+}
+
 // The name within the limit; nothing when the person refused.
-std::optional<std::string> Shorten(std::string_view name, std::size_t limit, TruncatedName kind,
-                                   bool& automatic, Messages& messages) {
-    std::string proposal = Truncate(name, limit);
-    if (proposal.size() == name.size() || automatic)
+std::optional<std::string> Shorten(const LongName& name, bool& automatic, Messages& messages) {
+    std::string proposal = CutName(name.whole, name.limit);
+    if (name.whole.size() <= name.limit || automatic)
         return proposal;
     const TruncationAnswer answer =
-        messages.askTruncation(kind, NarrowToUtf8(name), NarrowToUtf8(proposal));
+        messages.askTruncation(name.kind, name.shown, Shown(proposal, name.kind));
     automatic = answer.automatic;
     if (!answer.accepted)
         return std::nullopt;
-    return answer.name.empty() ? proposal : Truncate(Utf8ToNarrow(answer.name), limit);
+    if (answer.name.empty())
+        return proposal;
+    return CutName(name.kind == TruncatedName::Hfs ? PcToMacName(Utf8ToWide(answer.name)).bytes
+                                                   : Utf8ToNarrow(answer.name),
+                   name.limit);
 }
 
-void MakeIsoName(ProjectRecord& record, std::string_view name, SiblingNames& siblings,
-                 bool& automatic, Messages& messages) {
+void MakeIsoName(ProjectRecord& record, SiblingNames& siblings, bool& automatic,
+                 Messages& messages) {
+    const std::string name(record.sourceName());
     if (!record.isIn(ProjectView::Iso)) {
-        record.setIsoName(Truncate(name, kIsoNameLimit));
+        record.setIsoName(CutName(name, kIsoNameLimit));
         return;
     }
-    const auto shortened = Shorten(name, kIsoNameLimit, TruncatedName::Iso, automatic, messages);
+    const auto shortened =
+        Shorten({name, NarrowToUtf8(name), TruncatedName::Iso, kIsoNameLimit}, automatic, messages);
     if (shortened) {
         record.setIsoName(siblings.takeIso(*shortened, name));
         return;
@@ -45,23 +65,33 @@ void MakeIsoName(ProjectRecord& record, std::string_view name, SiblingNames& sib
     record.setIsoInclusion(0);
 }
 
-void MakeHfsName(ProjectRecord& record, std::string_view name, bool isHfsPlus,
-                 SiblingNames& siblings, TruncationAnswers& answers, Messages& messages) {
-    const std::size_t limit = isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit;
+void MakeHfsName(ProjectRecord& record, std::u16string_view pcName, SiblingNames& siblings,
+                 bool& automatic, Messages& messages) {
+    const std::string name = WholeHfsName(pcName, record.sourceName(), false);
     if (!record.isIn(ProjectView::Hfs)) {
         // In the form of the project, so that the item can be taken into the view later.
-        record.setHfsName(ToHfsForm(Truncate(name, limit), isHfsPlus));
+        record.setHfsName(CutName(name, kHfsNameLimit));
         return;
     }
     const auto shortened =
-        Shorten(name, limit, isHfsPlus ? TruncatedName::HfsPlus : TruncatedName::Hfs,
-                isHfsPlus ? answers.hfsPlus : answers.hfs, messages);
+        Shorten({name, WideToUtf8(pcName), TruncatedName::Hfs, kHfsNameLimit}, automatic, messages);
     if (shortened) {
-        record.setHfsName(siblings.takeHfs(ToHfsForm(*shortened, isHfsPlus), name));
+        record.setHfsName(siblings.takeHfs(*shortened, record.sourceName(), pcName));
         return;
     }
     record.setHfsName(kRefusedName);
     record.setHfsInclusion(0);
+}
+
+// The field of an HFS+ project holds 62 bytes of Windows-1252, and the catalog 255 units of any
+// alphabet. Where the field is too small, the name on the disk counts.
+void MakeHfsPlusName(ProjectRecord& record, std::u16string_view pcName, SiblingNames& siblings) {
+    const std::string whole = WholeHfsName(pcName, record.sourceName(), true);
+    std::string name = CutName(whole, kHfsPlusNameLimit);
+    if (record.isIn(ProjectView::Hfs))
+        name = siblings.takeHfs(name, record.sourceName(), pcName);
+    record.setUnicodeOnDisk(name != whole || record.shortNameFlag());
+    record.setHfsName(name);
 }
 
 // Gives each record the name that `make(record)` tells, no name twice in a folder.
@@ -71,47 +101,107 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
         SiblingNames names({}, isHfsPlus);
         for (const ProjectRecord& record : run)
             if (record.isIn(ProjectView::Hfs))
-                names.reserve(record.sourceName());
+                names.reserve(NarrowToWide(record.sourceName()), record.sourceName());
         for (ProjectRecord& record : run) {
-            record.setUnicodeOnDisk(isHfsPlus && !record.hfsNameLocked() &&
-                                    record.coding() == ForkCoding::NamedStreams);
             const std::string name = make(record);
             record.setHfsName(
-                record.isIn(ProjectView::Hfs) ? names.takeHfs(name, record.sourceName()) : name);
+                record.isIn(ProjectView::Hfs)
+                    ? names.takeHfs(name, record.sourceName(), NarrowToWide(record.sourceName()))
+                    : name);
         }
     });
 }
 
+bool KeepsNameInHeader(const ProjectRecord& record) {
+    return record.macBinary() || record.binHex();
+}
+
+// What an HFS name is in an HFS+ project, and whether the field holds it.
+std::string HfsPlusFormOf(ProjectRecord& record) {
+    const bool isLocked = record.hfsNameLocked();
+    const bool fromSource = !record.sourceName().empty() && !isLocked && !KeepsNameInHeader(record);
+    if (!fromSource) {
+        const NarrowName name = MacNameInHfsPlusProject(record.hfsName());
+        record.setUnicodeOnDisk(!isLocked && !name.isExact);
+        return CutName(name.bytes, kHfsPlusNameLimit);
+    }
+    const std::string whole =
+        WholeHfsName(NarrowToWide(record.sourceName()), record.sourceName(), true);
+    record.setUnicodeOnDisk(record.coding() == ForkCoding::NamedStreams ||
+                            whole.size() > kHfsPlusNameLimit);
+    return CutName(whole, kHfsPlusNameLimit);
+}
+
+// What an HFS+ name is in an HFS project. A container is asked for its name where the field did not
+// hold it.
+std::string HfsFormOf(ProjectRecord& record) {
+    const bool isCopy = record.unicodeOnDisk() && !record.hfsNameLocked();
+    record.setUnicodeOnDisk(isCopy && KeepsNameInHeader(record));
+    const bool fromSource = isCopy && !record.sourceName().empty() && !KeepsNameInHeader(record);
+    const std::u16string name = NarrowToWide(fromSource ? record.sourceName() : record.hfsName());
+    return CutName(PcToMacName(name).bytes, kHfsNameLimit);
+}
+
 }  // namespace
 
-void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& project,
+NarrowName MacNameInHfsPlusProject(std::string_view macName) {
+    std::u16string wide = MacNameToWide(macName);
+    const bool isExact = IsNarrow(wide);
+    for (char16_t& unit : wide)
+        unit = IsNarrow({&unit, 1}) ? unit : u'_';
+    return {WideToNarrow(wide), isExact};
+}
+
+void ViewNames(ProjectRecord& record, std::u16string_view pcName, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages) {
-    MakeIsoName(record, name, siblings, answers.iso, messages);
+    MakeIsoName(record, siblings, answers.iso, messages);
     if (project.mode() != ProjectMode::Hybrid)
         return;
-    if (!BringsItsHfsName(record))
-        MakeHfsName(record, name, project.header().isHfsPlus(), siblings, answers, messages);
-    else if (record.isIn(ProjectView::Hfs))
-        record.setHfsName(siblings.takeHfs(record.hfsName(), record.sourceName()));
+    if (BringsItsHfsName(record)) {
+        if (record.isIn(ProjectView::Hfs))
+            record.setHfsName(siblings.takeHfs(record.hfsName(), record.sourceName(), pcName));
+    } else if (project.header().isHfsPlus()) {
+        MakeHfsPlusName(record, pcName, siblings);
+    } else {
+        MakeHfsName(record, pcName, siblings, answers.hfs, messages);
+    }
+}
+
+void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
+                      std::string_view brought, std::string_view path, const ProjectFile& project,
+                      Messages& messages) {
+    const bool isHfsPlus = project.header().isHfsPlus();
+    std::string told;
+    // What the field of the record does not hold comes from the disk.
+    if (record.isIn(ProjectView::Iso) && record.isoName() != record.sourceName())
+        told = fmt::format("Joliet \"{}\"", Printable(NarrowToUtf8(record.isoName())));
+    if (project.mode() == ProjectMode::Hybrid && record.isIn(ProjectView::Hfs) &&
+        !record.hfsNameLocked() && !record.unicodeOnDisk()) {
+        const MacName own = PcToMacName(pcName);
+        const std::string whole = !brought.empty() ? std::string(brought)
+                                  : isHfsPlus      ? WholeHfsName(pcName, record.sourceName(), true)
+                                                   : own.bytes;
+        const bool isChanged =
+            record.hfsName() != whole || (brought.empty() && !isHfsPlus && !own.isExact);
+        if (isChanged)
+            told += fmt::format("{}{} \"{}\"", told.empty() ? "" : ", ", isHfsPlus ? "HFS+" : "HFS",
+                                Printable(isHfsPlus ? NarrowToUtf8(record.hfsName())
+                                                    : ShownHfsName(record.hfsName())));
+    }
+    if (!told.empty())
+        messages.nameChanged(path, told);
 }
 
 void RedoNamesForHfsPlus(ProjectFile& project) {
-    RedoRuns(project, true, [](const ProjectRecord& record) {
-        const bool fromSource = !record.sourceName().empty() && !record.hfsNameLocked() &&
-                                (record.unicodeOnDisk() || !BringsItsHfsName(record));
-        return fromSource ? ToHfsForm(Truncate(record.sourceName(), kHfsPlusNameLimit), true)
-                          : Truncate(MacToAnsiName(record.hfsName()), kHfsPlusNameLimit);
-    });
+    RedoRuns(project, true, HfsPlusFormOf);
     ProjectHeader& header = project.header();
-    header.setHfsLabel(MacToAnsiName(header.hfsLabel()));
+    header.setHfsLabel(MacNameInHfsPlusProject(header.hfsLabel()).bytes);
 }
 
 void RedoNamesForHfs(ProjectFile& project) {
-    RedoRuns(project, false, [](const ProjectRecord& record) {
-        return ToHfsForm(Truncate(record.hfsName(), kHfsNameLimit), false);
-    });
+    RedoRuns(project, false, HfsFormOf);
     ProjectHeader& header = project.header();
-    header.setHfsLabel(AnsiToMacName(Truncate(header.hfsLabel(), kHfsLabelLimit)));
+    header.setHfsLabel(CutName(PcToMacName(NarrowToWide(header.hfsLabel())).bytes, kHfsLabelLimit));
 }
 
 void TurnToHfsPlus(ProjectFile& project, Messages& messages, std::string_view reason) {

@@ -2,6 +2,7 @@
 // through `Messages` are UTF-8, names in records Windows-1252 or MacRoman.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "project/project_file.hpp"
@@ -13,7 +14,8 @@ namespace vellmark {
 /// Longest label of an HFS volume, in bytes (Inside Macintosh: Files).
 inline constexpr std::size_t kHfsLabelLimit = 27;
 
-/// Set for each kind of name that is shortened without a question.
+/// Set for each kind of name that is shortened without a question. Names of HFS+ are never asked
+/// about: the longest name of a PC fits.
 struct TruncationAnswers {
     bool iso = false;
     bool hfs = false;
@@ -21,14 +23,29 @@ struct TruncationAnswers {
 };
 inline constexpr TruncationAnswers kShortenAll = {true, true, true};
 
-/// Gives the record its ISO name and, in a hybrid project, its HFS name, both from `name`. For the
-/// views that it is in: a name that is too long is asked about, unless the answer is automatic; a
-/// refusal gives the name `~` and takes the item out of that view; a name that another item has
-/// gives way to the fallback name. In a view that the item is not in, its name is shortened without
-/// a question. The HFS name of a file whose container brings one, or whose name on the disk is the
-/// real one, must be there already and changes only when another item has it.
-void ViewNames(ProjectRecord& record, std::string_view name, const ProjectFile& project,
+/// Gives the record its ISO name, from its source name, and, in a hybrid project, its HFS name,
+/// from the name on the PC. For the views that it is in: a name that is too long is asked about,
+/// unless the answer is automatic; a refusal gives the name `~` and takes the item out of that
+/// view; a name that another item has gives way to the fallback name. In a view that the item is
+/// not in, its name is shortened without a question. Where an HFS+ project cannot hold a name,
+/// `unicodeOnDisk` is set and the field has a copy to work with. The HFS name of a file whose
+/// container brings one, or whose name on the disk is the real one, must be there already and
+/// changes only when another item has it.
+void ViewNames(ProjectRecord& record, std::u16string_view pcName, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages);
+
+/// Tells the person when the record of an item got names, by `ViewNames`, that are not its own:
+/// shortened, with characters replaced, or with digits. `path` names the item, fit for a terminal.
+void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
+                      std::string_view brought, std::string_view path, const ProjectFile& project,
+                      Messages& messages);
+
+/// A MacRoman name as far as an HFS+ project holds it, `_` for the rest.
+struct NarrowName {
+    std::string bytes;  ///< Windows-1252
+    bool isExact = true;
+};
+[[nodiscard]] NarrowName MacNameInHfsPlusProject(std::string_view macName);
 
 /// Makes all HFS names anew after the project became an HFS+ one: from the source names, and by
 /// mapping from MacRoman for the label and for names that did not come from the source name.

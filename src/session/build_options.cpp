@@ -52,6 +52,7 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
                    "its eight levels");
     arguments.flag("-f,--force", options.force, "Replace an existing image");
     arguments.flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
+    arguments.flag("-v,--verbose", options.verbose, kVerboseHelp);
 }
 
 std::string BuildRefusal(const BuildOptions& options, ProjectMode mode) {
@@ -83,9 +84,12 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
     compile.replace = options.force;
     compile.projectChanged = options.projectChanged;
     compile.tableFolder = tables.path();
+    // The build settles what the names are.
+    terminal.messages.forgetChangedNames();
     if (CompileProject(compile) != CompileResult::Done)
         return kExitFailed;
     terminal.progress.clear();
+    terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet)
         context.output << Printable(options.output) << ": " << ModeName(compile.mode) << ", "
                        << PcFactsOf(options.output).sizeBytes << " bytes\n";

@@ -20,6 +20,7 @@ struct BuildOptions {
     std::string free;  ///< a size; "" for nothing
     bool force = false;
     bool quiet = false;
+    bool verbose = false;         ///< name every changed name
     bool projectChanged = false;  ///< before the build: it is saved with the image
 };
 

@@ -4,9 +4,10 @@
 
 #include <algorithm>
 
-#include "containers/names.hpp"
 #include "project/view_names.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
+#include "volume/catalog_name.hpp"
 
 namespace vellmark {
 
@@ -30,43 +31,86 @@ bool IsControl(char c) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-std::optional<std::string> CheckedBy(const LabelRule& rule, const std::string& label,
-                                     Messages& messages) {
-    std::string narrow = Utf8ToNarrow(label);
-    if (NarrowToUtf8(narrow) != label || std::any_of(narrow.begin(), narrow.end(), IsControl)) {
-        messages.showMessage(
-            fmt::format("The label \"{}\" has a character outside Western European letters.",
-                        Printable(label)));
+bool HasControl(const std::string& label) {
+    return std::any_of(label.begin(), label.end(), IsControl);
+}
+
+// The letters of a label, a mark with its letter.
+std::u16string LettersOf(const std::string& label) {
+    return ComposeName(Utf8ToWide(label));
+}
+
+bool HasRightLength(const LabelRule& rule, const std::string& label, Messages& messages) {
+    const std::size_t letters = LettersOf(label).size();
+    if (letters > 0 && letters <= rule.limit)
+        return true;
+    messages.showMessage(fmt::format("The label \"{}\" has {} letters; {} takes 1 to {}.",
+                                     Printable(label), letters, rule.system, rule.limit));
+    return false;
+}
+
+// In Windows-1252, `_` for what that lacks.
+std::string NarrowWithGaps(std::u16string letters) {
+    for (char16_t& letter : letters)
+        letter = IsNarrow({&letter, 1}) ? letter : u'_';
+    return WideToNarrow(letters);
+}
+
+void Refuse(const std::string& label, std::string_view reason, Messages& messages) {
+    messages.showMessage(fmt::format("The label \"{}\" has {}.", Printable(label), reason));
+}
+
+// In Windows-1252, as an ISO side and an HFS+ project keep it.
+std::optional<std::string> NarrowLabel(const LabelRule& rule, const std::string& label,
+                                       Messages& messages) {
+    const std::u16string letters = LettersOf(label);
+    if (!IsNarrow(letters) || HasControl(label)) {
+        Refuse(label, "a character outside Western European letters", messages);
         return std::nullopt;
     }
-    if (narrow.empty() || narrow.size() > rule.limit) {
-        messages.showMessage(fmt::format("The label \"{}\" has {} letters; {} takes 1 to {}.",
-                                         label, narrow.size(), rule.system, rule.limit));
-        return std::nullopt;
-    }
-    return narrow;
+    return HasRightLength(rule, label, messages) ? std::optional(WideToNarrow(letters))
+                                                 : std::nullopt;
 }
 
 }  // namespace
 
-std::optional<std::string> CheckedLabel(const std::string& label, bool isHfsPlus,
-                                        Messages& messages) {
-    return CheckedBy(isHfsPlus ? kHfsPlusRule : kHfsRule, label, messages);
+bool CheckLabel(const std::string& label, bool isHfsPlus, Messages& messages) {
+    if (HasControl(label)) {
+        Refuse(label, "a control character", messages);
+        return false;
+    }
+    if (!HasRightLength(isHfsPlus ? kHfsPlusRule : kHfsRule, label, messages))
+        return false;
+    if (!LabelFromShown(isHfsPlus, label)) {
+        Refuse(label, "a character that is not in the character set of HFS, MacRoman", messages);
+        return false;
+    }
+    return true;
 }
 
 bool SetLabels(ProjectFile& project, const std::string& label, LabelSide side, Messages& messages) {
-    const bool plus = project.header().isHfsPlus();
-    const bool isoPlus = project.mode() == ProjectMode::IsoPlus;
-    const LabelRule& rule = isoPlus || side == LabelSide::Iso ? kIsoRule
-                            : plus                            ? kHfsPlusRule
-                                                              : kHfsRule;
-    const std::optional<std::string> narrow = CheckedBy(rule, label, messages);
-    if (!narrow)
+    ProjectHeader& header = project.header();
+    if (project.mode() == ProjectMode::IsoPlus || side == LabelSide::Iso) {
+        const auto narrow = NarrowLabel(kIsoRule, label, messages);
+        if (narrow)
+            header.setIsoLabel(*narrow);
+        return narrow.has_value();
+    }
+    if (!CheckLabel(label, header.isHfsPlus(), messages))
         return false;
-    if (isoPlus || side != LabelSide::Hfs)
-        project.header().setIsoLabel(*narrow);
-    if (!isoPlus && side != LabelSide::Iso)
-        project.header().setHfsLabel(plus ? *narrow : AnsiToMacName(*narrow));
+    std::string macLabel;
+    if (header.isHfsPlus()) {
+        const auto narrow = NarrowLabel(kHfsPlusRule, label, messages);
+        if (!narrow)
+            return false;
+        macLabel = *narrow;
+        std::replace(macLabel.begin(), macLabel.end(), ':', '/');
+    } else {
+        macLabel = LabelFromShown(false, label).value_or(CatalogName{}).hfs;
+    }
+    header.setHfsLabel(macLabel);
+    if (side == LabelSide::Both)
+        header.setIsoLabel(NarrowWithGaps(LettersOf(label)));
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "session/terminal.hpp"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <atomic>
 #include <charconv>
@@ -25,6 +27,9 @@ bool IsFailedWrite(int signal) {
 }
 
 constexpr int kTextCompiling = 1390;
+
+/// Changed names that are told unless all are asked for.
+constexpr std::size_t kNamesTold = 3;
 
 /// So often a question is put before it counts as not answered.
 constexpr int kMostTries = 10;
@@ -193,6 +198,23 @@ void TerminalMessages::showTimedMessage(std::string_view text) {
 void TerminalMessages::itemSkipped(std::string_view item, std::string_view reason) {
     ++skipped_;
     showMessage("skipped " + std::string(item) + ": " + std::string(reason));
+}
+
+void TerminalMessages::nameChanged(std::string_view item, std::string_view given) {
+    changedNames_.push_back(std::string(item) + ": " + std::string(given));
+}
+
+void TerminalMessages::tellChangedNames(bool all) {
+    if (changedNames_.empty())
+        return;
+    const std::size_t count = changedNames_.size();
+    const std::size_t told = all ? count : std::min(count, kNamesTold);
+    showTimedMessage(fmt::format("{} {} shortened, or had characters replaced or digits added{}:",
+                                 count, count == 1 ? "name was" : "names were",
+                                 told < count ? ", among them (--verbose names all)" : ""));
+    for (std::size_t i = 0; i < told; ++i)
+        showTimedMessage("  " + changedNames_[i]);
+    changedNames_.clear();
 }
 
 bool TerminalMessages::askYesNo(std::string_view question) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "session/command_context.hpp"
 #include "support/messages.hpp"
@@ -103,6 +104,13 @@ class TerminalMessages final : public Messages {
     [[nodiscard]] std::optional<std::size_t> askChoice(std::string_view question,
                                                        std::span<const std::string> names);
 
+    void nameChanged(std::string_view item, std::string_view given) override;
+    /// Says how many names were changed since the last time, and names the first of them, or all
+    /// where every one was asked for.
+    void tellChangedNames(bool all);
+    /// What was noted of them before does not count.
+    void forgetChangedNames() { changedNames_.clear(); }
+
     /// Items left out so far.
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }
 
@@ -118,7 +126,12 @@ class TerminalMessages final : public Messages {
     TerminalOptions options_;
     TerminalProgress& progress_;
     std::uint64_t skipped_ = 0;
+    std::vector<std::string> changedNames_;
 };
+
+/// The help of the option that names every changed name.
+inline constexpr const char* kVerboseHelp =
+    "Name every item whose name was shortened or changed, not only the first ones";
 
 /// Both ports over one terminal.
 struct Terminal {

@@ -28,6 +28,7 @@ struct AddOptions {
     std::string exeInHfs = "ask";
     std::string truncate;  ///< empty: as the settings say
     bool quiet = false;
+    bool verbose = false;
 };
 
 ProjectView ViewOf(const std::string& name) {
@@ -101,6 +102,7 @@ int Add(const AddOptions& options, CommandContext& context) {
             return kExitFailed;
     }
     terminal.progress.clear();
+    terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet)
         context.output << fmt::format("{}: {} folders and {} files added\n",
                                       Printable(options.project), included.folders, included.files);
@@ -135,6 +137,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
              "settings say")
         .oneOf({"auto", "ask"});
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
     run = [options](CommandContext& context) { return Add(*options, context); };
 }
 

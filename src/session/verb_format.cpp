@@ -120,10 +120,10 @@ int Format(const FormatOptions& options, CommandContext& context) {
     if (const std::string refusal = SettleBlockSize(options, input); !refusal.empty())
         return UsageError(context, kName, refusal);
     const std::string path = FollowLink(options.path);
-    const auto label = CheckedLabel(options.label, options.hfsPlus, terminal.messages);
-    if (!label || !MayMakeFile(path, options.force, terminal.messages))
+    if (!CheckLabel(options.label, options.hfsPlus, terminal.messages) ||
+        !MayMakeFile(path, options.force, terminal.messages))
         return kExitFailed;
-    input.label = *label;
+    input.label = options.label;
     const std::uint64_t bytes = FormattedBytes(input);
     if (!HasRoom(path, bytes, terminal.messages) ||
         !WriteVolume(input, path, options.force, context.clock, terminal))

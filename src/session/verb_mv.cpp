@@ -1,9 +1,9 @@
 #include <memory>
 #include <vector>
 
-#include "containers/hfs_plus_name_form.hpp"
 #include "session/change_run.hpp"
 #include "session/verbs.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_edit.hpp"
 

@@ -37,8 +37,7 @@ std::string RecordPathOf(const std::string& typed) {
     if (!path.ends_with('/'))
         path += '/';
     // Of a folder that is there, components that Windows-1252 lacks have their 8.3 names.
-    std::string narrow = PcListings().accessPathOf(path);
-    return narrow.find('?') == narrow.npos ? narrow : std::string{};
+    return PcListings().accessPathOf(path);
 }
 
 // A path with `\` alone comes from another system and stays as it is.

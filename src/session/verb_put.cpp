@@ -35,6 +35,7 @@ struct PutOptions {
     std::string mode = "data";
     std::string truncate;  ///< empty: as the settings say
     bool quiet = false;
+    bool verbose = false;
 };
 
 // What is wrong with the options; empty for nothing.
@@ -199,6 +200,8 @@ int Put(const PutOptions& options, CommandContext& context) {
     PutAll(options, target.id(), batch, run);
     const int status = run.finish();
     run.terminal.progress.clear();
+    if (run.isWritten)
+        run.terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet && run.isWritten)
         context.output << image << CopiedText(batch) << '\n';
     // What a person wanted to keep was not named again.
@@ -241,6 +244,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
           "settings say",
           {"ask", "yes"});
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
     run = [options](CommandContext& context) { return Put(*options, context); };
 }
 

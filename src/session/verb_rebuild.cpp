@@ -15,6 +15,7 @@ struct RebuildVerbOptions {
     bool dates = false;
     bool dropsMissing = false;
     bool quiet = false;
+    bool verbose = false;
 };
 
 int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
@@ -36,6 +37,7 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
             return kExitFailed;
     }
     terminal.progress.clear();
+    terminal.messages.tellChangedNames(options.verbose);
     if (options.quiet)
         return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
     for (const ProjectChange& change : result.changes)
@@ -55,6 +57,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         "Also take out what came from folders that are not there at all; without it such "
         "a project is left as it is");
     arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
+    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
     run = [options](CommandContext& context) { return RunRebuild(*options, context); };
 }
 

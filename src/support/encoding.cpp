@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 
 namespace vellmark {
 
@@ -63,12 +64,13 @@ bool IsLow(char16_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-char NarrowOf(char16_t unit) {
+std::optional<char> NarrowOf(char16_t unit) {
     if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF))
         return static_cast<char>(unit);
     const auto found = std::find(kCp1252High.begin(), kCp1252High.end(), unit);
-    return found == kCp1252High.end() ? '?'
-                                      : static_cast<char>(0x80 + (found - kCp1252High.begin()));
+    return found == kCp1252High.end()
+               ? std::nullopt
+               : std::optional(static_cast<char>(0x80 + (found - kCp1252High.begin())));
 }
 
 }  // namespace
@@ -120,10 +122,15 @@ std::string WideToNarrow(std::u16string_view wide) {
     narrow.reserve(wide.size());
     for (std::size_t i = 0; i < wide.size(); ++i) {
         const bool pair = IsHigh(wide[i]) && i + 1 < wide.size() && IsLow(wide[i + 1]);
-        narrow += NarrowOf(wide[i]);
+        narrow += NarrowOf(wide[i]).value_or('?');
         i += pair ? 1 : 0;
     }
     return narrow;
+}
+
+bool IsNarrow(std::u16string_view wide) {
+    return std::all_of(wide.begin(), wide.end(),
+                       [](char16_t unit) { return NarrowOf(unit).has_value(); });
 }
 
 std::u16string NarrowToWide(std::string_view narrow) {
@@ -152,6 +159,11 @@ std::string Printable(std::string_view utf8) {
         if (wide[i] < 0x20 || (wide[i] >= 0x7F && wide[i] < 0xA0) || IsLoneSurrogate(wide, i))
             wide[i] = 0xFFFD;
     return WideToUtf8(wide);
+}
+
+bool IsAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 std::string AsciiUpper(std::string_view text) {

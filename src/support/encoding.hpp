@@ -20,6 +20,9 @@ namespace vellmark {
 /// UTF-16 to Windows-1252; `?` where there is no such character.
 [[nodiscard]] std::string WideToNarrow(std::u16string_view wide);
 
+/// Whether Windows-1252 has every character of it.
+[[nodiscard]] bool IsNarrow(std::u16string_view wide);
+
 /// Windows-1252 to UTF-16; the five unused bytes give the control of the same value.
 [[nodiscard]] std::u16string NarrowToWide(std::string_view narrow);
 
@@ -31,6 +34,8 @@ namespace vellmark {
 
 /// A name as it can be printed: bytes that are no valid UTF-8 and control characters become U+FFFD.
 [[nodiscard]] std::string Printable(std::string_view utf8);
+
+[[nodiscard]] bool IsAscii(std::string_view text);
 
 /// ASCII letters only; other bytes stay.
 [[nodiscard]] std::string AsciiUpper(std::string_view text);

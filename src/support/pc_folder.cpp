@@ -11,6 +11,7 @@
 #include <memory>
 #include <set>
 
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -102,7 +103,36 @@ void GiveShortNames(std::vector<PcItem>& items) {
     }
 }
 
+// Of two names that are the same when letters and marks are joined, the joined one, or the first,
+// keeps the narrow form.
+void TellTwins(std::vector<PcItem>& items) {
+    const auto hasName = [&](const std::string& name) {
+        const auto found = std::lower_bound(
+            items.begin(), items.end(), name,
+            [](const PcItem& item, const std::string& wanted) { return item.name < wanted; });
+        return found != items.end() && found->name == name;
+    };
+    std::set<std::string> taken;
+    for (PcItem& item : items) {
+        if (!item.isNarrow || IsAscii(item.name))
+            continue;
+        const std::string joined = NarrowToUtf8(item.narrow);
+        if (joined != item.name)
+            item.isNarrow = !hasName(joined) && taken.insert(joined).second;
+    }
+}
+
 }  // namespace
+
+PcItem PcItemOf(std::string_view name) {
+    const std::u16string wide = ComposeName(Utf8ToWide(name));
+    PcItem item;
+    item.name = name;
+    item.narrow = WideToNarrow(wide);
+    item.isNarrow = IsNarrow(wide);
+    item.hidden = name.starts_with('.');
+    return item;
+}
 
 PcFacts PcFactsOf(const std::string& path) {
     return FactsAt(AT_FDCWD, path.c_str());
@@ -139,10 +169,7 @@ std::vector<PcItem> ListPcFolder(const std::string& path, int& error) {
         const std::string_view name = entry->d_name;
         if (name == "." || name == "..")
             continue;
-        PcItem item;
-        item.name = name;
-        item.narrow = Utf8ToNarrow(name);
-        item.hidden = name[0] == '.';
+        PcItem item = PcItemOf(name);
         item.facts = FactsAt(::dirfd(folder.get()), entry->d_name);
         items.push_back(std::move(item));
         errno = 0;
@@ -151,6 +178,7 @@ std::vector<PcItem> ListPcFolder(const std::string& path, int& error) {
     std::sort(items.begin(), items.end(),
               [](const PcItem& a, const PcItem& b) { return a.name < b.name; });
     GiveShortNames(items);
+    TellTwins(items);
     return items;
 }
 
@@ -204,9 +232,13 @@ std::string PcPathResolver::findIn(const std::string& folder, std::string_view n
         for (const PcItem& item : ListPcFolder(folder, error)) {
             listedNames_.emplace(item.shortName.empty() ? AsciiUpper(item.name) : item.shortName,
                                  item.name);
+            if (item.isNarrow && !IsAscii(item.name))
+                listedNames_.emplace(item.narrow, item.name);
         }
     }
-    const auto found = listedNames_.find(AsciiUpper(name));
+    auto found = listedNames_.find(name);
+    if (found == listedNames_.end())
+        found = listedNames_.find(AsciiUpper(name));
     return found == listedNames_.end() ? std::string{} : folder + found->second;
 }
 

@@ -31,11 +31,15 @@ struct PcFacts {
 /// One entry of a folder.
 struct PcItem {
     std::string name;       ///< as the system keeps it
-    std::string narrow;     ///< Windows-1252, `?` where there is no such character
+    std::string narrow;     ///< Windows-1252, letters and marks joined, `?` for what it lacks
+    bool isNarrow = false;  ///< `narrow` is the whole name, and no other item's of the folder
     std::string shortName;  ///< the 8.3 name; empty when `name` already is one
     bool hidden = false;    ///< the name begins with a point
     PcFacts facts;
 };
+
+/// An item of that name, before the rest of its folder and its facts are known.
+[[nodiscard]] PcItem PcItemOf(std::string_view name);
 
 /// The facts of one path.
 [[nodiscard]] PcFacts PcFactsOf(const std::string& path);
@@ -58,7 +62,8 @@ struct PcItem {
 /// while a resolver lives.
 class PcPathResolver {
   public:
-    /// The path of `name` (Windows-1252, whole or 8.3) in `folder` (Windows-1252, `/` at its end).
+    /// The path of `name` (Windows-1252, whole, also where the system has its letters and marks
+    /// apart, or 8.3) in `folder` (Windows-1252, `/` at its end).
     /// Empty when nothing of that name is there.
     [[nodiscard]] std::string resolve(std::string_view folder, std::string_view name);
     /// The same with the facts of what is there.
@@ -68,7 +73,7 @@ class PcPathResolver {
     [[nodiscard]] std::string resolveFolder(std::string_view folder);
 
   private:
-    /// Path of the entry of `folder` (a path of the system) that has this 8.3 name.
+    /// Path of the entry of `folder` (a path of the system) that has this name in another form.
     [[nodiscard]] std::string findIn(const std::string& folder, std::string_view name);
 
     std::map<std::string, std::string, std::less<>> folders_;

@@ -153,8 +153,8 @@ EditResult MoveItem(VolumeContext& volume, const CatalogName& name, std::uint32_
 EditResult RenameVolume(VolumeContext& volume, std::string_view label) {
     if (volume.allocation.bitmap.empty())
         return EditResult::Failed;
-    const std::optional<CatalogName> name = NameFromShown(volume, label);
-    if (!name || (!volume.isHfsPlus && name->hfs.size() > kHfsVolumeNameLimit))
+    const std::optional<CatalogName> name = LabelFromShown(volume.isHfsPlus, label);
+    if (!name)
         return EditResult::BadName;
     std::optional<ThreadFacts> thread;
     if (const TreeResult result = ReadThread(volume, kRootFolderId, thread);

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "containers/hfs_plus_name_form.hpp"
 #include "containers/names.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -11,11 +11,11 @@ namespace vellmark {
 namespace {
 
 // Host order of a name, in which a slash is one; the other sign stands for it where it is shown.
-std::optional<CatalogName> NameFromWide(const VolumeContext& volume, const std::u16string& wide) {
+std::optional<CatalogName> NameFromWide(bool isHfsPlus, const std::u16string& wide) {
     CatalogName name;
     if (wide.find(u'\0') != std::u16string::npos)
         return std::nullopt;
-    if (volume.isHfsPlus) {
+    if (isHfsPlus) {
         name.hfsPlus = WideToHfsPlusName(wide);
         const bool fits = !name.hfsPlus.empty() &&
                           Decompose(wide, CanonicalForm::HfsPlus).size() <= kHfsPlusNameMax;
@@ -26,18 +26,27 @@ std::optional<CatalogName> NameFromWide(const VolumeContext& volume, const std::
     return fits ? std::optional(name) : std::nullopt;
 }
 
+std::u16string WideOfShown(std::string_view shown) {
+    std::u16string wide = Utf8ToWide(shown);
+    std::replace(wide.begin(), wide.end(), u':', u'/');
+    return wide;
+}
+
 }  // namespace
 
 std::optional<CatalogName> NameFromShown(const VolumeContext& volume, std::string_view shown) {
-    std::u16string wide = Utf8ToWide(shown);
-    std::replace(wide.begin(), wide.end(), u':', u'/');
-    return NameFromWide(volume, wide);
+    return NameFromWide(volume.isHfsPlus, WideOfShown(shown));
+}
+
+std::optional<CatalogName> LabelFromShown(bool isHfsPlus, std::string_view shown) {
+    std::optional<CatalogName> name = NameFromWide(isHfsPlus, WideOfShown(shown));
+    return name && name->hfs.size() <= kHfsVolumeNameLimit ? name : std::nullopt;
 }
 
 std::optional<CatalogName> NameFromMacRoman(const VolumeContext& volume, std::string_view macName) {
     if (macName.find(':') != std::string_view::npos)
         return std::nullopt;
-    return NameFromWide(volume, MacNameToWide(macName));
+    return NameFromWide(volume.isHfsPlus, MacNameToWide(macName));
 }
 
 std::string ShownHfsName(std::string_view macName) {

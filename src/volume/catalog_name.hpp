@@ -23,6 +23,8 @@ struct CatalogName {
 /// volume cannot have such a name: it is empty, too long, or has characters that MacRoman lacks.
 [[nodiscard]] std::optional<CatalogName> NameFromShown(const VolumeContext& volume,
                                                        std::string_view shown);
+/// The name of a volume that a person typed, by the same rules; at most 27 bytes on HFS.
+[[nodiscard]] std::optional<CatalogName> LabelFromShown(bool isHfsPlus, std::string_view shown);
 /// A MacRoman name, as containers keep it. Nothing when it is empty, longer than the volume takes
 /// or has a `:`.
 [[nodiscard]] std::optional<CatalogName> NameFromMacRoman(const VolumeContext& volume,

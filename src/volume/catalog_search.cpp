@@ -4,6 +4,7 @@
 
 #include "containers/name_order.hpp"
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/catalog_protection.hpp"
@@ -68,7 +69,7 @@ CatalogName SearchName(const VolumeContext& volume, std::string_view pattern) {
     if (volume.isHfsPlus)
         search.hfsPlus = WideToHfsPlusName(wide);
     else
-        search.hfs = WideToMacRomanExact(wide).value_or(WideToMacName(wide));
+        search.hfs = PcToMacName(wide).bytes;
     if (search.hfs.find('*') != std::string::npos)
         search.hfs = FoldMacRomanLower(search.hfs);
     return search;

@@ -4,7 +4,7 @@
 
 #include "containers/apple_single.hpp"
 #include "containers/mac_binary.hpp"
-#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
 #include "volume/open_fork.hpp"
 
 namespace vellmark {
@@ -18,9 +18,7 @@ constexpr std::uint32_t kFormBits = 47;
 std::string MacRomanName(const VolumeContext& volume, const CatalogName& name) {
     if (!volume.isHfsPlus)
         return name.hfs;
-    if (auto exact = WideToMacRomanExact(HfsPlusNameToWide(name.hfsPlus)))
-        return std::move(*exact);
-    return AnsiToMacName(HfsPlusNameToAnsi(name.hfsPlus));
+    return PcToMacName(HfsPlusNameToWide(name.hfsPlus)).bytes;
 }
 
 MacSeconds LocalDate(MacSeconds gmt, const Clock& clock) {

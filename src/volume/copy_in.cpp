@@ -61,6 +61,7 @@ class FileImport {
     std::uint32_t folderId_;
     ImportClass class_ = ImportClass::Plain;
     ImportSource source_;
+    bool isNameChanged_ = false;
 };
 
 CopyInResult FileImport::run() {
@@ -166,23 +167,23 @@ void FileImport::setDates(NewFile& file) const {
 }
 
 std::optional<CatalogName> FileImport::name() {
-    CatalogName name = NameFromContainer(batch_.volume, source_.info().name);
-    if (!IsEmptyName(batch_.volume, name))
-        return name;
-    std::optional<CatalogName> imported =
-        ImportName(batch_.volume, PcNameOfPath(path_), folderId_, batch_.options.truncation,
-                   batch_.messages, batch_.clock);
-    return imported;
+    std::optional<ImportedName> imported =
+        ImportContainerName(batch_.volume, source_.info().name, PcNameOfPath(path_), folderId_,
+                            batch_.options.truncation, batch_.messages, batch_.clock);
+    if (!imported)
+        return std::nullopt;
+    isNameChanged_ = imported->isChanged;
+    return std::move(imported->name);
 }
 
 CopyInResult FileImport::putCustomIcon(NewFile file) {
     file.finder.flags = static_cast<std::uint16_t>(file.finder.flags | kFinderInvisible);
     if (folderId_ == kRootFolderId) {
-        file.name = NameFromContainer(batch_.volume, kVolumeIconName);
+        file.name = NameFromMacRoman(batch_.volume, kVolumeIconName).value_or(CatalogName{});
         if (const CopyInResult result = store(file); result != CopyInResult::Done)
             return result;
     }
-    file.name = NameFromContainer(batch_.volume, kFolderIconName);
+    file.name = NameFromMacRoman(batch_.volume, kFolderIconName).value_or(CatalogName{});
     const CopyInResult result = store(std::move(file));
     if (result != CopyInResult::Done)
         return result;
@@ -203,6 +204,8 @@ CopyInResult FileImport::store(NewFile file) {
     if (stored == StoreResult::Done) {
         ++batch_.filesCopied;
         batch_.bytesCopied += bytes;
+        if (isNameChanged_)
+            TellChangedName(batch_, path_, file.name);
     }
     return resultOf(stored, file);
 }

@@ -109,23 +109,26 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
                                       std::uint32_t& id, bool& isNew) {
     VolumeContext& volume = batch_.volume;
     const std::string pcName = PcNameOfPath(path);
-    const std::optional<CatalogName> name = ImportName(
+    const std::optional<ImportedName> imported = ImportName(
         volume, pcName, parentId, batch_.options.truncation, batch_.messages, batch_.clock);
-    if (!name)
+    if (!imported)
         return LeaveOut(batch_, path, kNameTooLong);
-    if (IsEmptyName(volume, *name))
+    const CatalogName& name = imported->name;
+    if (IsEmptyName(volume, name))
         return LeaveOut(batch_, path, "Nothing of its name can stand on the volume.");
     std::optional<CatalogItem> there;
-    TreeResult result = FindNamed(volume, parentId, *name, batch_.clock, there);
+    TreeResult result = FindNamed(volume, parentId, name, batch_.clock, there);
     if (result == TreeResult::Done && there) {
         id = there->id;
         return settleExisting(path, *there).value_or(CopyInResult::Done);
     }
-    const std::string shown = ShownIn(batch_, *name);
+    const std::string shown = ShownIn(batch_, name);
     batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Printable(path), shown));
     if (result == TreeResult::Done)
-        result = CreateFolder(volume, *name, parentId, batch_.clock, id);
+        result = CreateFolder(volume, name, parentId, batch_.clock, id);
     isNew = result == TreeResult::Done;
+    if (isNew && imported->isChanged)
+        TellChangedName(batch_, path, name);
     if (result == TreeResult::Full)
         return EndForRoom(batch_, path, 0);
     return isNew ? CopyInResult::Done
@@ -147,10 +150,17 @@ CopyInResult FolderImport::putContents(const std::string& path, std::uint32_t id
     const std::vector<PcItem> items = ListPcFolder(path, error);
     if (error != 0)
         (void)LeaveOut(batch_, path, fmt::format("It cannot be read: {}.", SystemErrorText(error)));
-    for (const PcItem& item : items) {
+    // A name that needs no change is not to be taken by one that was changed into it.
+    std::vector<const PcItem*> order;
+    for (const PcItem& item : items)
+        order.push_back(&item);
+    std::stable_partition(order.begin(), order.end(), [this](const PcItem* item) {
+        return IsHeldAsItIs(batch_.volume, item->name);
+    });
+    for (const PcItem* item : order) {
         if (!batch_.progress.chunk(0))
             return CopyInResult::Stopped;
-        const CopyInResult result = putItem(items, item, path, id);
+        const CopyInResult result = putItem(items, *item, path, id);
         if (EndsWalk(result))
             return result;
     }

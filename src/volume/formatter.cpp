@@ -6,8 +6,11 @@
 #include <vector>
 
 #include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "support/encoding.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/catalog_keys.hpp"
+#include "volume/catalog_name.hpp"
 #include "volume/volume_headers.hpp"
 
 namespace vellmark {
@@ -86,6 +89,10 @@ Geometry GeometryOf(const FormatInput& input) {
     return input.isHfsPlus ? HfsPlusGeometry(input.sizeMegabytes) : HfsGeometry(input);
 }
 
+CatalogName LabelOf(const FormatInput& input) {
+    return LabelFromShown(input.isHfsPlus, input.label).value_or(CatalogName{});
+}
+
 VolumeParams CommonParams(const FormatInput& input, const Geometry& geometry, MacSeconds now) {
     VolumeParams params;
     params.now = now;
@@ -122,8 +129,7 @@ bool WriteCatalog(PcFile& image, std::uint64_t offset, bool isHfsPlus, std::uint
 bool FormatHfs(const FormatInput& input, const Geometry& geometry, PcFile& image, MacSeconds now) {
     VolumeParams params = CommonParams(input, geometry, now);
     const std::uint32_t used = 2 * geometry.systemBlocks;
-    params.label =
-        AnsiToMacName(ReplaceChars(input.label, kMacForbiddenChars)).substr(0, kHfsVolumeNameLimit);
+    params.label = LabelOf(input).hfs;
     params.freeBlocks = params.totalBlocks - used;
     params.nextAllocation = used;
     // A clump of more than a megabyte is taken for damage.
@@ -173,14 +179,14 @@ bool FormatHfsPlus(const FormatInput& input, const Geometry& geometry, PcFile& i
     return WriteMap(
                image, geometry,
                BuildMapEntry(1, kHfsPlusStart - 1, kMapName, kMapPartitionType, kHfsPlusMapStatus),
-               AnsiToMacName(input.label), kHfsPlusPartitionStatus) &&
+               PcToMacName(Utf8ToWide(input.label)).bytes, kHfsPlusPartitionStatus) &&
            image.writeRecord(geometry.byteOf(2), header) &&
            image.writeRecord(geometry.byteOf(geometry.volumeSectors - 2), header) &&
            image.writeAt(at(params.allocationFile), bitmap) &&
            WriteExtentsTree(image, at(params.extentsFile), true,
                             kHfsPlusExtentsBlocks * params.blockSize) &&
            WriteCatalog(image, at(params.catalogFile), true, kSystemFileBlocks * params.blockSize,
-                        AnsiToHfsPlusName(ReplaceChars(input.label, kMacForbiddenChars)), now, now);
+                        LabelOf(input).hfsPlus, now, now);
 }
 
 // Real zeros instead of a hole.

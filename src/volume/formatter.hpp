@@ -19,7 +19,7 @@ inline constexpr std::uint32_t kLargestHfsVolumeMb = 131'071;
 inline constexpr std::uint32_t kLargestHfsPlusVolumeMb = 2'000'000;
 
 struct FormatInput {
-    std::string label;  ///< Windows-1252; HFS takes 27 letters, HFS+ 61
+    std::string label;  ///< UTF-8, one that `LabelFromShown` takes
     std::uint32_t sizeMegabytes = 0;
     bool zeroAll = false;  ///< write every byte, so that the image has no holes
     bool isHfsPlus = false;

@@ -82,6 +82,12 @@ std::string ShownIn(const CopyIn& batch, const CatalogName& name) {
     return Printable(ShownName(batch.volume, name));
 }
 
+void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name) {
+    batch.messages.nameChanged(
+        Printable(path),
+        fmt::format("{} \"{}\"", batch.volume.isHfsPlus ? "HFS+" : "HFS", ShownIn(batch, name)));
+}
+
 std::string CopiedText(const CopyIn& batch) {
     const std::uint64_t thousandths = batch.bytesCopied % kMegabyte * 1000 / kMegabyte;
     return Say(batch, kTextCopied, batch.filesCopied, batch.bytesCopied / kMegabyte, thousandths);

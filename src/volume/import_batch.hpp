@@ -33,6 +33,9 @@ CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wa
 [[nodiscard]] std::string RefusalOf(const CopyIn& batch, const std::string& path,
                                     const PcFacts& facts);
 
+/// Tells that an item got a name that is not its own.
+void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name);
+
 /// A name as it is shown, fit for a terminal.
 [[nodiscard]] std::string ShownIn(const CopyIn& batch, const CatalogName& name);
 

@@ -2,9 +2,9 @@
 
 #include "containers/apple_single.hpp"
 #include "containers/bin_hex.hpp"
-#include "containers/hfs_plus_name_form.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"

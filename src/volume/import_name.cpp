@@ -1,9 +1,8 @@
 #include "volume/import_name.hpp"
 
-#include <algorithm>
-
-#include "containers/hfs_plus_name_form.hpp"
-#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
+#include "containers/short_name.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -12,91 +11,63 @@ namespace {
 
 constexpr int kTextExistsAs = 1154;
 
-/// A short name with digits on HFS: so many bytes of the name, `-`, four digits.
-constexpr std::size_t kHfsStemBytes = 26;
-constexpr std::size_t kDigitsUnits = 5;
+// A name of the PC in the form of the volume, as long as it may be.
+struct WholeName {
+    CatalogName name;
+    bool isExact = true;
+};
 
-/// Above the private codes nothing is left of a character.
-constexpr char16_t kLastPrivate = 0xF02A;
-
-std::u16string WideOfPc(std::string_view pcName) {
-    std::u16string wide = Utf8ToWide(pcName);
-    std::replace(wide.begin(), wide.end(), u':', u'/');
-    return wide;
-}
-
-std::string MacNameOf(std::u16string_view wide) {
-    std::string name;
-    for (const char16_t unit : Compose(wide, CanonicalForm::WithSymbols)) {
-        if (const auto exact = WideToMacRomanExact({&unit, 1})) {
-            name += *exact;
-            continue;
-        }
-        const std::string mac = WideToMacName({&unit, 1});
-        // A character without an equivalent does not end the name here.
-        name += mac.empty() && unit <= kLastPrivate ? "_" : mac;
+WholeName WholeNameOf(const VolumeContext& volume, std::u16string_view pcName) {
+    WholeName whole;
+    if (volume.isHfsPlus) {
+        MacUnicodeName name = PcToHfsPlusName(pcName);
+        whole = {{{}, std::move(name.units)}, name.isExact};
+    } else {
+        MacName name = PcToMacName(pcName);
+        whole = {{std::move(name.bytes), {}}, name.isExact};
     }
-    return name;
+    return whole;
 }
 
-// Cut at the limit, without blanks at the end: a name may consist of blanks alone.
-template <typename Name>
-void CutName(Name& name, std::size_t most) {
-    if (name.size() <= most)
-        return;
-    name.resize(most);
-    while (name.size() > 1 && name.back() == ' ')
-        name.pop_back();
+bool IsTooLong(const VolumeContext& volume, const WholeName& whole, std::u16string_view pcName) {
+    if (!volume.isHfsPlus)
+        return whole.name.hfs.size() > kHfsNameLimit;
+    return !whole.isExact && Decompose(pcName, CanonicalForm::HfsPlus).size() > kHfsPlusNameMax;
 }
 
 void CutToVolume(const VolumeContext& volume, CatalogName& name) {
-    if (!volume.isHfsPlus) {
-        CutName(name.hfs, kHfsNameLimit);
-        return;
-    }
-    // The conversion has cut it, but for the blanks.
-    if (name.hfsPlus.size() == kHfsPlusNameMax)
-        while (name.hfsPlus.size() > 1 && name.hfsPlus.back() == u' ')
-            name.hfsPlus.pop_back();
+    // The conversion has cut the name of HFS+.
+    if (!volume.isHfsPlus)
+        name.hfs = CutName(name.hfs, kHfsNameLimit);
 }
 
-bool IsTooLong(const VolumeContext& volume, std::string_view pcName) {
-    const std::u16string wide = WideOfPc(pcName);
-    return volume.isHfsPlus ? Decompose(wide, CanonicalForm::HfsPlus).size() > kHfsPlusNameMax
-                            : MacNameOf(wide).size() > kHfsNameLimit;
-}
-
-// The name with digits that come from the whole of it.
-CatalogName WithDigits(const VolumeContext& volume, CatalogName name, std::string_view pcName) {
-    if (volume.isHfsPlus) {
-        CutAtLetter(name.hfsPlus, kHfsPlusNameMax - kDigitsUnits);
-        name.hfsPlus += u'-' + Utf8ToWide(NameCrcDigits(pcName));
-        return name;
-    }
-    const std::string digits = NameCrcDigits(MacNameOf(WideOfPc(pcName)));
-    name.hfs = name.hfs.substr(0, kHfsStemBytes) + "-" + digits;
+// The name with digits that come from the whole name on the PC.
+CatalogName WithDigits(const VolumeContext& volume, CatalogName name, std::u16string_view pcName) {
+    if (volume.isHfsPlus)
+        name.hfsPlus = WithTail(name.hfsPlus, DigitsTail(PcNameCrc(pcName)), kHfsPlusNameMax);
+    else
+        name.hfs = WithTail(name.hfs, DigitsTail(MacNameCrc(pcName)), kHfsNameLimit);
     return name;
 }
 
-/// One name that is too long, on its way into a folder.
-class Shortening {
+/// One name on its way into a folder.
+class Naming {
   public:
-    Shortening(VolumeContext& volume, std::string_view pcName, std::uint32_t folderId,
-               ImportTruncation& truncation, Messages& messages, const Clock& clock)
+    Naming(VolumeContext& volume, std::string_view pcName, std::uint32_t folderId,
+           ImportTruncation& truncation, Messages& messages, const Clock& clock)
         : volume_(volume),
           pcName_(pcName),
+          wide_(Utf8ToWide(pcName)),
           folderId_(folderId),
           truncation_(truncation),
           messages_(messages),
           clock_(clock) {}
 
-    [[nodiscard]] std::optional<CatalogName> name() {
-        CatalogName shortName = NameFromPc(volume_, pcName_);
-        CutToVolume(volume_, shortName);
-        return truncation_.automatic ? settle(shortName) : ask(shortName);
-    }
+    [[nodiscard]] std::optional<ImportedName> ofPc();
+    [[nodiscard]] ImportedName ofContainer(std::string_view macName);
 
   private:
+    [[nodiscard]] CatalogName apart(const CatalogName& name, bool isExact);
     [[nodiscard]] std::optional<CatalogName> ask(const CatalogName& proposal);
     [[nodiscard]] std::optional<CatalogName> settle(CatalogName shortName);
     [[nodiscard]] std::optional<CatalogName> replaced(const CatalogName& shortName);
@@ -112,13 +83,55 @@ class Shortening {
 
     VolumeContext& volume_;
     std::string_view pcName_;
+    std::u16string wide_;
     std::uint32_t folderId_;
     ImportTruncation& truncation_;
     Messages& messages_;
     const Clock& clock_;
 };
 
-std::optional<CatalogName> Shortening::ask(const CatalogName& proposal) {
+std::optional<ImportedName> Naming::ofPc() {
+    WholeName whole = WholeNameOf(volume_, wide_);
+    if (IsEmptyName(volume_, whole.name))
+        return ImportedName{std::move(whole.name), false};
+    if (!IsTooLong(volume_, whole, wide_)) {
+        CatalogName name = apart(whole.name, whole.isExact);
+        const bool isChanged = !whole.isExact || name != whole.name;
+        return ImportedName{std::move(name), isChanged};
+    }
+    CutToVolume(volume_, whole.name);
+    std::optional<CatalogName> name = truncation_.automatic ? settle(whole.name) : ask(whole.name);
+    return name ? std::optional(ImportedName{std::move(*name), true}) : std::nullopt;
+}
+
+ImportedName Naming::ofContainer(std::string_view macName) {
+    CatalogName whole;
+    if (volume_.isHfsPlus)
+        whole.hfsPlus = MacRomanToHfsPlusName(macName);
+    else
+        whole.hfs = macName;
+    CatalogName name = whole;
+    CutToVolume(volume_, name);
+    // Another container may tell the same name.
+    name = apart(name, false);
+    const bool isChanged = name != whole;
+    return {std::move(name), isChanged};
+}
+
+// A name that needs no shortening, apart from those of other items of the batch. Digits tell it
+// from one that differs in case, or in characters that the volume lacks.
+CatalogName Naming::apart(const CatalogName& name, bool isExact) {
+    const std::optional<CatalogItem> there = itemOf(name);
+    if (!there)
+        return name;
+    if (!isExact && truncation_.replaces)
+        return replaced(name).value_or(WithDigits(volume_, name, wide_));
+    const bool isTwin =
+        there->id >= truncation_.firstNewId && (!isExact || there->catalogName != name);
+    return isTwin ? WithDigits(volume_, name, wide_) : name;
+}
+
+std::optional<CatalogName> Naming::ask(const CatalogName& proposal) {
     const TruncationAnswer answer =
         messages_.askTruncation(volume_.isHfsPlus ? TruncatedName::HfsPlus : TruncatedName::Hfs,
                                 Printable(pcName_), ShownName(volume_, proposal));
@@ -130,20 +143,20 @@ std::optional<CatalogName> Shortening::ask(const CatalogName& proposal) {
     return typedName(answer.name, proposal);
 }
 
-CatalogName Shortening::typedName(const std::string& typed, const CatalogName& otherwise) const {
+CatalogName Naming::typedName(const std::string& typed, const CatalogName& otherwise) const {
     CatalogName name = NameFromPc(volume_, typed);
     CutToVolume(volume_, name);
     return IsEmptyName(volume_, name) ? otherwise : name;
 }
 
-std::optional<CatalogName> Shortening::settle(CatalogName shortName) {
+std::optional<CatalogName> Naming::settle(CatalogName shortName) {
     if (!isTaken(shortName))
         return shortName;
     if (truncation_.replaces)
         if (std::optional<CatalogName> old = replaced(shortName))
             return old;
     if (truncation_.addsCrc) {
-        shortName = WithDigits(volume_, shortName, pcName_);
+        shortName = WithDigits(volume_, shortName, wide_);
         if (!isTaken(shortName))
             return shortName;
     }
@@ -151,8 +164,8 @@ std::optional<CatalogName> Shortening::settle(CatalogName shortName) {
 }
 
 // The name of an older item that this one takes the place of; nothing when there is none.
-std::optional<CatalogName> Shortening::replaced(const CatalogName& shortName) {
-    CatalogName withDigits = WithDigits(volume_, shortName, pcName_);
+std::optional<CatalogName> Naming::replaced(const CatalogName& shortName) {
+    CatalogName withDigits = WithDigits(volume_, shortName, wide_);
     if (isTaken(withDigits))
         return withDigits;
     const std::optional<CatalogItem> there = itemOf(shortName);
@@ -162,7 +175,7 @@ std::optional<CatalogName> Shortening::replaced(const CatalogName& shortName) {
 }
 
 // A name that a person types in place of one that is taken, or that one after all.
-std::optional<CatalogName> Shortening::askOther(CatalogName name) {
+std::optional<CatalogName> Naming::askOther(CatalogName name) {
     while (isTaken(name) &&
            messages_.askYesNo(FormatText(kTextExistsAs, messages_.language(), Printable(pcName_),
                                          Printable(ShownName(volume_, name))))) {
@@ -179,39 +192,33 @@ std::optional<CatalogName> Shortening::askOther(CatalogName name) {
 
 }  // namespace
 
-std::string HfsNameFromPc(std::string_view pcName) {
-    return MacNameOf(WideOfPc(pcName));
-}
-
 CatalogName NameFromPc(const VolumeContext& volume, std::string_view pcName) {
-    const std::u16string wide = WideOfPc(pcName);
-    CatalogName name;
-    if (volume.isHfsPlus)
-        name.hfsPlus = WideToHfsPlusName(wide);
-    else
-        name.hfs = MacNameOf(wide);
-    return name;
+    return WholeNameOf(volume, Utf8ToWide(pcName)).name;
 }
 
-CatalogName NameFromContainer(const VolumeContext& volume, std::string_view macName) {
-    macName = macName.substr(0, macName.find('\0'));
-    std::string name(macName);
-    std::replace(name.begin(), name.end(), ':', '_');
-    if (!volume.isHfsPlus)
-        CutName(name, kHfsNameLimit);
-    return NameFromMacRoman(volume, name).value_or(CatalogName{});
+bool IsHeldAsItIs(const VolumeContext& volume, std::string_view pcName) {
+    const std::u16string wide = Utf8ToWide(pcName);
+    const WholeName whole = WholeNameOf(volume, wide);
+    return whole.isExact && !IsTooLong(volume, whole, wide);
 }
 
 bool IsEmptyName(const VolumeContext& volume, const CatalogName& name) {
     return volume.isHfsPlus ? name.hfsPlus.empty() : name.hfs.empty();
 }
 
-std::optional<CatalogName> ImportName(VolumeContext& volume, std::string_view pcName,
-                                      std::uint32_t folderId, ImportTruncation& truncation,
-                                      Messages& messages, const Clock& clock) {
-    if (IsTooLong(volume, pcName))
-        return Shortening(volume, pcName, folderId, truncation, messages, clock).name();
-    return NameFromPc(volume, pcName);
+std::optional<ImportedName> ImportName(VolumeContext& volume, std::string_view pcName,
+                                       std::uint32_t folderId, ImportTruncation& truncation,
+                                       Messages& messages, const Clock& clock) {
+    return Naming(volume, pcName, folderId, truncation, messages, clock).ofPc();
+}
+
+std::optional<ImportedName> ImportContainerName(VolumeContext& volume, std::string_view told,
+                                                std::string_view pcName, std::uint32_t folderId,
+                                                ImportTruncation& truncation, Messages& messages,
+                                                const Clock& clock) {
+    Naming naming(volume, pcName, folderId, truncation, messages, clock);
+    const std::string macName = ContainerMacName(told);
+    return macName.empty() ? naming.ofPc() : naming.ofContainer(macName);
 }
 
 }  // namespace vellmark

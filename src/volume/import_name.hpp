@@ -22,29 +22,36 @@ struct ImportTruncation {
     std::set<std::uint32_t> given = {};  ///< nor one of these, whose names were given already
 };
 
-/// The name of the volume's format for a PC name (UTF-8). A character as the catalog shows it gives
-/// that character again, `:` a slash among them; a private code gives what it stands for. On HFS a
-/// character that MacRoman lacks gives `_`, or vanishes above U+F02A, and so does a zero byte.
-/// The result may be too long; it is empty for an empty name.
+/// A name that an item gets.
+struct ImportedName {
+    CatalogName name;
+    bool isChanged = false;  ///< it is not the whole name that the item had
+};
+
+/// The name of the volume's format for a PC name (UTF-8), by containers/pc_name.hpp. On HFS it may
+/// be too long; it is empty for an empty name.
 [[nodiscard]] CatalogName NameFromPc(const VolumeContext& volume, std::string_view pcName);
 
-/// The same on HFS, as MacRoman, without a volume.
-[[nodiscard]] std::string HfsNameFromPc(std::string_view pcName);
-
-/// A MacRoman name of a container, cut to what the volume takes, `_` for a colon; empty when
-/// nothing is left of it.
-[[nodiscard]] CatalogName NameFromContainer(const VolumeContext& volume, std::string_view macName);
+/// Whether the volume can hold a PC name whole.
+[[nodiscard]] bool IsHeldAsItIs(const VolumeContext& volume, std::string_view pcName);
 
 [[nodiscard]] bool IsEmptyName(const VolumeContext& volume, const CatalogName& name);
 
 /// The name that an item of the PC gets in a folder. One that is too long (over 31 bytes on HFS,
-/// 255 units on HFS+) is cut at the limit, without blanks at its end. Nothing when a person gave it
-/// no shorter one. A short name may be one that the folder has. Where items are replaced, the item
-/// that came from a long name before is found again: under the name with the digits when that is
-/// there, else under the short one.
-[[nodiscard]] std::optional<CatalogName> ImportName(VolumeContext& volume, std::string_view pcName,
-                                                    std::uint32_t folderId,
-                                                    ImportTruncation& truncation,
-                                                    Messages& messages, const Clock& clock);
+/// 255 units on HFS+) is cut at the limit (containers/short_name.hpp). Nothing when a person gave
+/// it no shorter one. A short name may be one that the folder has. Where items are replaced, the
+/// item that came from a name that was changed is found again: under the name with the digits when
+/// that is there, else under the other one. A name that an item of the same batch has already, from
+/// another name of the PC, gets digits.
+[[nodiscard]] std::optional<ImportedName> ImportName(VolumeContext& volume, std::string_view pcName,
+                                                     std::uint32_t folderId,
+                                                     ImportTruncation& truncation,
+                                                     Messages& messages, const Clock& clock);
+
+/// The same for a file whose container tells a MacRoman name; where nothing is left of that, the
+/// name on the PC counts.
+[[nodiscard]] std::optional<ImportedName> ImportContainerName(
+    VolumeContext& volume, std::string_view told, std::string_view pcName, std::uint32_t folderId,
+    ImportTruncation& truncation, Messages& messages, const Clock& clock);
 
 }  // namespace vellmark

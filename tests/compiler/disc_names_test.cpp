@@ -18,6 +18,22 @@ struct Source {
     bool isFolder = false;
 };
 
+// Keeps what is said of names.
+class ToldNames final : public Messages {
+  public:
+    std::vector<std::string> names;
+    void showMessage(std::string_view) override {}
+    void itemSkipped(std::string_view, std::string_view) override {}
+    bool askYesNo(std::string_view) override { return false; }
+    Answer askYesNoRemember(std::string_view) override { return Answer::None; }
+    TruncationAnswer askTruncation(TruncatedName, std::string_view, std::string_view) override {
+        return {};
+    }
+    void nameChanged(std::string_view item, std::string_view given) override {
+        names.push_back(std::string(item) + ": " + std::string(given));
+    }
+};
+
 class NamedFolder {
   public:
     NamedFolder(const std::vector<Source>& sources, CompileMode mode) {
@@ -28,7 +44,7 @@ class NamedFolder {
             record.number = sources[i].isFolder ? static_cast<std::int32_t>(i + 18)
                                                 : -static_cast<std::int32_t>(i + 1);
             record.setAccessPath("/pc/");
-            const bool odd = narrow.find('?') != std::string::npos;
+            const bool odd = NarrowToUtf8(narrow) != sources[i].name;
             record.setShortNameFlag(odd);
             record.setShortName(IsShortName(narrow) ? narrow : "SH" + std::to_string(1000 + i));
             record.setSourceName(odd ? record.shortName() : std::string_view(narrow));
@@ -42,9 +58,10 @@ class NamedFolder {
             items.push_back(item);
             diskNames_.push_back(Utf8ToWide(sources[i].name));
         }
-        AssignNames(items, diskNames_, mode);
+        AssignNames(items, diskNames_, mode, told);
     }
     std::vector<DiscItem> items;
+    ToldNames told;
 
   private:
     std::vector<ProjectRecord> records_;
@@ -86,6 +103,13 @@ TEST(DiscNames, JolietKeepsWhatUcs2CanSayAndReplacesWhatItForbids) {
     EXPECT_EQ(NameOne({"日本語.txt"}).jolietName, u"日本語.txt");
     EXPECT_EQ(NameOne({"a:b*c?.txt"}).jolietName, u"a_b_c_.txt");
     EXPECT_EQ(NameOne({"bad\xE9.txt"}).jolietName, u"bad_.txt");
+    EXPECT_EQ(NameOne({"cafe\u0301", true}).jolietName, u"caf\u00E9") << "joined";
+    const std::string letters64(64, 'f');
+    EXPECT_EQ(NameOne({letters64, true}).jolietName, Utf8ToWide(letters64));
+    const NamedFolder folders({{letters64 + "a", true}, {letters64 + "b", true}},
+                              CompileMode::PureIso);
+    EXPECT_EQ(folders.items[0].jolietName, Utf8ToWide(letters64));
+    EXPECT_TRUE(folders.items[1].jolietName.starts_with(std::u16string(59, u'f') + u"-"));
     const std::string letters62 = std::string(58, 'n') + ".txt";
     EXPECT_EQ(NameOne({letters62}).jolietName, Utf8ToWide(letters62));
     const std::u16string cut = NameOne({"日" + std::string(70, 'n') + ".txt"}).jolietName;
@@ -93,13 +117,18 @@ TEST(DiscNames, JolietKeepsWhatUcs2CanSayAndReplacesWhatItForbids) {
     EXPECT_TRUE(cut.ends_with(u".txt"));
 }
 
-TEST(DiscNames, NamesThatOnlyDifferInCaseCollideOnTheMacintoshOnly) {
+// Readers of Joliet do not tell capitals from small letters either. What an item could not keep is
+// told.
+TEST(DiscNames, NamesThatOnlyDifferInCaseCollide) {
     for (const CompileMode mode : {CompileMode::HybridHfs, CompileMode::HybridHfsPlus}) {
         const NamedFolder folder({{"readme.txt"}, {"README.txt"}}, mode);
         const DiscItem& a = folder.items[0];
         const DiscItem& b = folder.items[1];
         EXPECT_EQ(a.jolietName, u"readme.txt");
-        EXPECT_EQ(b.jolietName, u"README.txt");
+        EXPECT_EQ(b.jolietName, u"README-9658.txt");
+        const std::string tree = mode == CompileMode::HybridHfs ? "HFS" : "HFS+";
+        EXPECT_EQ(folder.told.names, std::vector{"/pc/README.txt: Joliet \"README-9658.txt\", " +
+                                                 tree + " \"README-9658.txt\""});
         if (mode == CompileMode::HybridHfs) {
             EXPECT_NE(CompareHfsKeyNames(a.hfsName, b.hfsName), 0);
             EXPECT_EQ(b.hfsName.size(), std::string("README-0000.txt").size()) << b.hfsName;
@@ -111,9 +140,20 @@ TEST(DiscNames, NamesThatOnlyDifferInCaseCollideOnTheMacintoshOnly) {
     }
 }
 
+// The record of an older project has the 8.3 name, which is all that Windows-1252 held.
+TEST(DiscNames, HfsTakesTheTrueNameWhereTheRecordHasTheShortOne) {
+    const NamedFolder folder({{"\u222B \u03C0.txt"}, {"cafe\u0301"}, {"\u65E5.txt"}},
+                             CompileMode::HybridHfs);
+    EXPECT_EQ(folder.items[0].hfsName, "\xBA \xB9.txt");
+    EXPECT_EQ(folder.items[1].hfsName, "caf\x8E");
+    EXPECT_EQ(folder.items[2].hfsName, "_.txt");
+    EXPECT_EQ(folder.told.names, std::vector<std::string>{"/pc/\u65E5.txt: HFS \"_.txt\""});
+    EXPECT_EQ(NameOne({"cafe\u0301.a"}).jolietName, u"caf\u00E9.a");
+}
+
 TEST(DiscNames, HfsPlusTakesTheTrueNameDecomposed) {
     EXPECT_EQ(NameOne({"část.txt"}).hfsPlusName, u"c\u030Ca\u0301st.txt");
-    EXPECT_EQ(NameOne({"a:b?.txt"}).hfsPlusName, u"a_b?.txt");
+    EXPECT_EQ(NameOne({"\u65E5:b?.txt"}).hfsPlusName, u"\u65E5/b?.txt");
     EXPECT_EQ(NameOne({"bad\xE9.txt"}).hfsPlusName, u"bad_.txt");
     EXPECT_EQ(NameOne({"😀.txt"}).hfsPlusName, u"😀.txt");
 }
@@ -132,12 +172,35 @@ TEST(DiscNames, AFileOfAServerHasItsNameOnTheDiskUnlessItIsLocked) {
         item.record = &record;
         item.inHfs = true;
         std::vector<DiscItem> items = {item};
+        ToldNames told;
         AssignNames(items, {u"r\u00E9sum\u00E9 \u2014 a name of more than 31 units.txt"},
-                    CompileMode::HybridHfs);
-        EXPECT_EQ(items[0].hfsName, locked ? "old name" : "r\x8Esum\x8E - a name of more tha.txt");
-        AssignNames(items, {u"r\u00E9sum\u00E9"}, CompileMode::HybridHfsPlus);
+                    CompileMode::HybridHfs, told);
+        EXPECT_EQ(items[0].hfsName,
+                  locked ? "old name" : "r\x8Esum\x8E \xD1 a name of more tha.txt");
+        AssignNames(items, {u"r\u00E9sum\u00E9"}, CompileMode::HybridHfsPlus, told);
         EXPECT_EQ(items[0].hfsPlusName, locked ? u"old name" : u"re\u0301sume\u0301");
     }
+}
+
+// What Windows-1252 cannot say of a name in a container comes from the container.
+TEST(DiscNames, AContainerNamesItsFileWhateverItIsCalledOnTheDisk) {
+    ProjectRecord record;
+    record.number = -1;
+    record.setMacBinary(true);
+    record.setShortNameFlag(true);
+    record.setHfsName("_ 1");
+    DiscItem item;
+    item.record = &record;
+    item.inHfs = true;
+    item.containerName = "\xB6 1";
+    ToldNames told;
+    for (const bool isCopy : {false, true}) {
+        record.setUnicodeOnDisk(isCopy);
+        std::vector<DiscItem> items = {item};
+        AssignNames(items, {u"\u65E5.bin"}, CompileMode::HybridHfsPlus, told);
+        EXPECT_EQ(items[0].hfsPlusName, isCopy ? u"\u2202 1" : u"_ 1");
+    }
+    EXPECT_TRUE(told.names.empty());
 }
 
 TEST(DiscNames, ThousandsOfNamesThatShareTheirBeginningAllStayApart) {

@@ -308,33 +308,6 @@ TEST(BinHex, LengthsThatLie) {
     EXPECT_LT(decoded.target.size(), 2000u);
 }
 
-TEST(BinHex, SamplesOfOtherPrograms) {
-    struct Case {
-        const char* file;
-        const char* name;
-        const char* signature;
-        const char* data;
-        const char* resource;
-    };
-    const TemporaryFolder folder;
-    for (const Case c : {Case{"enc/hands_m.eps.hqx", "Hands_m.eps", "EPSFART5",
-                              "8f6b660cf7b5979adde22f18b1b04e62a0aefb719f65790985c957a51b81ffcc",
-                              "dc6c614d52c3d66befc8260441c758a8303629eabb26eaf319fe2bff6ba33a0c"},
-                         {"enc/hcopy_textfile.hqx", "Text File", "TEXTR*ch",
-                          "80c281669b1ac052d4c8bdaa199220d32f608dd8e4a1521182a6a0976be68835",
-                          "0a957747f3227ab3c5aef181aa6d5b82a24c3350f4a6322c1e01a238e1993ac4"}}) {
-        const Bytes text = testing::Sample(c.file);
-        if (text.empty())
-            GTEST_SKIP() << "VELLMARK_SAMPLES does not name a folder with " << c.file;
-        const Decoded decoded(text);
-        EXPECT_EQ(decoded.outcome.fault, ContainerFault::None) << c.file;
-        EXPECT_EQ(decoded.container.info.name, c.name);
-        EXPECT_EQ(std::string(decoded.container.info.finder.signature.data(), 8), c.signature);
-        EXPECT_EQ(testing::Sha256(folder.path(), decoded.data), c.data);
-        EXPECT_EQ(testing::Sha256(folder.path(), decoded.resource), c.resource);
-    }
-}
-
 TEST(BinHex, ReadsWhatHfsutilsWrite) {
     if (!testing::HasProgram("hformat") || !testing::HasProgram("hcopy"))
         GTEST_SKIP() << "hfsutils are not installed";

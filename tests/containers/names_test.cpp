@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-#include <set>
-
 #include "containers/name_tables.hpp"
 
 namespace vellmark {
@@ -141,22 +138,6 @@ TEST(Names, TablesTranslateBytes) {
     EXPECT_EQ(MacToAnsiName("\x8E\xD0\xD9\x7F\xF0\xAA"), "\xE9-Y _\x99");
 }
 
-// One wrong entry of the letters breaks the trip; the bytes that do not come back are those whose
-// character the other side lacks.
-TEST(Names, LettersComeBackThroughBothTables) {
-    std::set<int> lost;
-    for (int byte = 1; byte < 256; ++byte)
-        if (MacToAnsiName(AnsiToMacName(OneByte(byte))) != OneByte(byte))
-            lost.insert(byte);
-    for (int letter = 0xC0; letter < 0x100; ++letter)
-        EXPECT_EQ(lost.contains(letter), letter == 0xD0 || letter == 0xD7 || letter == 0xDD ||
-                                             letter == 0xDE || letter == 0xF0 || letter == 0xFD ||
-                                             letter == 0xFE)
-            << letter;
-    for (int plain = 1; plain < 0x7F; ++plain)
-        EXPECT_EQ(lost.contains(plain), plain == ':') << plain;
-}
-
 TEST(Names, ReplaceCharsStripsLeadingBlanks) {
     EXPECT_EQ(ReplaceChars(" \xA0 a/b:c\x1F"
                            "d ",
@@ -168,25 +149,6 @@ TEST(Names, ReplaceCharsStripsLeadingBlanks) {
     EXPECT_EQ(kPcForbiddenChars.size(), 9u + 31u);
     for (int control = 1; control < 0x20; ++control)
         EXPECT_EQ(ReplaceChars("a" + OneByte(control), kPcForbiddenChars), "a_") << control;
-}
-
-// Names of any units go through every conversion without a fault.
-TEST(Names, RandomWideNamesStayInBounds) {
-    const auto seed = 20240229u;
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    for (int round = 0; round < 2000; ++round) {
-        std::u16string wide(random() % 300, u'\0');
-        const unsigned spread = (random() & 1) != 0 ? 0xFFFF : 0x3FF;
-        for (char16_t& unit : wide)
-            unit = static_cast<char16_t>(random() & spread);
-        EXPECT_LE(WideToMacName(wide).size(), wide.size());
-        EXPECT_LE(WideToAnsiName(wide).size(), wide.size());
-        EXPECT_LE(WideToHfsPlusName(wide).size(), kHfsPlusNameMax);
-        EXPECT_LE(JolietUnitsToAnsi(wide).size(), wide.size());
-        const auto exact = WideToMacRomanExact(wide);
-        EXPECT_TRUE(!exact || MacNameToWide(*exact).size() <= wide.size());
-    }
 }
 
 }  // namespace

@@ -152,8 +152,8 @@ def _copy_folder(folder, names, target, home):
         _run("hcopy", "-m", *wanted[at:at + 500], target, home=home)
     found = {}
     for name in names:
-        # A blank becomes an underscore on the PC.
-        copy = name.encode("mac_roman").replace(b" ", b"_") + b".bin"
+        # A blank becomes an underscore on the PC, and a slash a hyphen.
+        copy = name.encode("mac_roman").replace(b" ", b"_").replace(b"/", b"-") + b".bin"
         with open(os.path.join(os.fsencode(target), copy), "rb") as file:
             found[(*folder, name)] = _mac_binary(file.read())
     return found

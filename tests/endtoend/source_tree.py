@@ -1,8 +1,8 @@
 """The folder of PC files that goes into the images, and what each view must call its files.
 
 The names that the views must show are written out by hand where they differ from those on the PC;
-the four digits of a fallback name are the CRC-16 of the narrow name (polynomial 1021, initial
-value 0), low nibble first.
+the four digits of a fallback name are the CRC-16 of the whole name (polynomial 1021, initial value
+0), low nibble first: on HFS in MacRoman, where that holds it, and else in UTF-8.
 """
 
 import binascii
@@ -21,19 +21,20 @@ DATES = {"new": None, "old": 915_148_800, "ancient": -2_147_483_648, "far": 2_84
          "summer": SUMMER_2001, "winter": WINTER_2001}
 
 
-def crc_digits(name):
+def crc_digits(name, codec="utf-8"):
     """The four digits of a fallback name."""
-    return f"{binascii.crc_hqx(name.encode('cp1252'), 0):04X}"[::-1]
+    return f"{binascii.crc_hqx(name.encode(codec), 0):04X}"[::-1]
 
 
 def decomposed(name):
-    """The form of names on HFS Plus, for the letters that occur here."""
-    return unicodedata.normalize("NFD", name)
+    """The form of names on HFS Plus, for the letters that occur here: symbols stay joined."""
+    return "".join(letter if "\u2000" <= letter <= "\u2fff" else unicodedata.normalize("NFD", letter)
+                   for letter in name)
 
 
 @dataclass
 class Name:
-    """How a name of the PC appears in each view; None where the view does not show the file."""
+    """How a name of the PC appears in each view."""
 
     source: str
     joliet: str
@@ -58,32 +59,44 @@ def _long_names():
     return [
         Name(one, hfs=stem[:27] + ".txt"),
         Name(two, hfs=stem[:22] + "-" + crc_digits(two) + ".txt"),
-        Name(no, joliet=wide[:57] + ".text", hfs=stem[:26] + ".text", plus=wide[:57] + ".text"),
+        Name(no, joliet=wide[:57] + ".text", hfs=stem[:26] + ".text"),
         Name(yes, joliet=wide[:26] + "-" + crc_digits(yes) + ".text",
-             hfs=stem[:21] + "-" + crc_digits(yes) + ".text",
-             plus=wide[:26] + "-" + crc_digits(yes) + ".text"),
+             hfs=stem[:21] + "-" + crc_digits(yes) + ".text"),
         Name(fits),
         Name(over, hfs=over[:26] + "-" + crc_digits(over)),
         Name("x" * 62, hfs="x" * 31),
-        Name("y" * 63, joliet="y" * 62, hfs="y" * 31, plus="y" * 62),
+        Name("y" * 63, joliet="y" * 62, hfs="y" * 31),
+        Name("é" * 120 + ".txt", joliet="é" * 58 + ".txt", hfs="é" * 27 + ".txt"),
     ]
+
+
+def _twin(name):
+    """A name that differs in case only from another one."""
+    other = name + "-" + crc_digits(name)
+    return Name(name, joliet=other, hfs=name + "-" + crc_digits(name, "mac_roman"),
+                plus=decomposed(other))
+
+
+# Every character that MacRoman has beyond ASCII, eight a name.
+MAC_ROMAN = [f"{first:02X} " + bytes(range(first, first + 8)).decode("mac_roman")
+             for first in range(0x80, 0x100, 8)]
 
 
 ODD_NAMES = [
     Name("Grüße aus Köln.txt"), Name("façade à gauche.txt"), Name("Ångström.txt"), Name("ÿ.txt"),
     Name("œuvre.txt"), Name("two words"), Name("trailing dot."), Name("many.dots.in.it.txt"),
-    Name("README"), Name("readme", hfs="readme-" + crc_digits("readme"),
-                         plus="readme-" + crc_digits("readme")),
-    Name("Éclair"), Name("éclair", hfs="éclair-" + crc_digits("éclair"),
-                         plus=decomposed("éclair-" + crc_digits("éclair"))),
+    Name("README"), _twin("readme"), Name("Éclair"), _twin("éclair"),
     Name("a*b", joliet="a_b"), Name("semi;colon", joliet="semi_colon"),
-    Name("co:lon", joliet="co_lon", hfs="co_lon", plus="co_lon"),
+    # A Macintosh parts folders by colons, and shows a slash where another system shows a colon.
+    Name("co:lon", joliet="co_lon", hfs="co/lon", plus="co/lon"),
     Name(".hidden"), Name("percent %s %n"), Name("quote's \"name\""), Name("-dash"),
-    # Outside Windows-1252: HFS shows the 8.3 name, of which only the form is known. A question
-    # mark stands in the narrow form for what it lacks, and counts as that where it is meant too.
-    Name("what?", joliet="what_", hfs=None),
-    Name("日本語.txt", hfs=None), Name("Ωmega", hfs=None), Name("emoji 😀.txt", hfs=None),
-    Name("чертёж.txt", hfs=None),
+    Name("what?", joliet="what_"), Name("<pipes|and>"), *map(Name, MAC_ROMAN),
+    # From a Macintosh, letters and marks apart.
+    Name(decomposed("naïve à côté.txt"), joliet="naïve à côté.txt", hfs="naïve à côté.txt"),
+    # Outside Windows-1252, and MacRoman but for one letter.
+    Name("中国語.txt", hfs="___.txt"),
+    Name("日本語.txt", hfs="___-" + crc_digits("日本語.txt") + ".txt"),
+    Name("Ωmega"), Name("emoji 😀.txt", hfs="emoji __.txt"), Name("чертёж.txt", hfs="______.txt"),
     Name("setup.exe"),
 ]
 
@@ -183,27 +196,22 @@ class SourceTree:
             self._file("many", f"{index:04d} picture.jpeg", size=32 + index % 90)
 
     def view_path(self, file, view):
-        """The path of a file in 'joliet', 'hfs' or 'plus'; None when only its form is known."""
+        """The path of a file in 'joliet', 'hfs' or 'plus'."""
         convert = decomposed if view == "plus" else str
         path = tuple(convert(part) for part in file.path)
         if file.path in self.names:
             last = getattr(self.names[file.path], view)
-            return last and path[:-1] + (last,)
+            return path[:-1] + (last,)
         return path
 
     def expected(self, view):
-        """{path in the view: SourceFile} of the files whose name in the view is known."""
+        """{path in the view: SourceFile}."""
         found = {}
         for file in self.files:
             path = self.view_path(file, view)
-            if path is not None:
-                assert path not in found
-                found[path] = file
+            assert path not in found
+            found[path] = file
         return found
-
-    def unnamed(self, view):
-        """Files that the view shows under a name of which only the form is known."""
-        return [file for file in self.files if self.view_path(file, view) is None]
 
     def expected_folders(self, view):
         """The paths of the folders in the view."""

@@ -163,7 +163,7 @@ TEST_F(SourceCodingTest, EachContainerFillsTheRecord) {
         {"an invisible one", MacBinaryBytes{.flags = 0x4000}.bytes(), "", ForkCoding::MacBinary,
          "Mh", 5, 3, "TYPEcrea", "Na_\x8Es", "Na_\xE9s"},
         {"a long name", MacBinaryBytes{.name = std::string(40, 'n')}.bytes(), "",
-         ForkCoding::MacBinary, "M", 5, 3, "TYPEcrea", std::string(31, 'n'), std::string(31, 'n')},
+         ForkCoding::MacBinary, "M", 5, 3, "TYPEcrea", std::string(31, 'n'), std::string(40, 'n')},
         {"BinHex", binHex, "", ForkCoding::BinHex, "Bh", 700, 30, "TYPEcrea", "Te\x8Et", "Te\xE9t"},
     };
     for (const auto& c : cases) {

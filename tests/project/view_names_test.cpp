@@ -5,7 +5,9 @@
 
 #include <set>
 
+#include "containers/short_name.hpp"
 #include "project/project_bench.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 namespace {
@@ -18,50 +20,6 @@ std::string X(std::size_t count) {
     return std::string(count, 'x');
 }
 
-TEST(Truncate, KeepsAnExtensionOfAtMostFiveBytes) {
-    const struct {
-        std::string name;
-        std::size_t limit;
-        std::string expected;
-    } cases[] = {
-        {X(31), 31, X(31)},
-        {X(32), 31, X(31)},
-        {X(62), 62, X(62)},
-        {X(63), 62, X(62)},
-        {X(40) + ".txt", 31, X(27) + ".txt"},
-        {X(40) + ".jpeg", 31, X(26) + ".jpeg"},
-        {X(40) + ".xhtml", 31, X(31)},
-        {X(40) + ".", 31, X(30) + "."},
-        {X(40) + ".a.b", 31, X(29) + ".b"},
-        {X(10) + "." + X(40), 31, X(10) + "." + X(20)},
-        {X(60) + ".gz", 62, X(59) + ".gz"},
-        {"a.txt", 31, "a.txt"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(Truncate(c.name, c.limit), c.expected) << c.name;
-}
-
-// The digits are those of CRC-16 with polynomial 1021 over the whole name, low digit first.
-TEST(FallbackName, IsTwentySixCharactersAndTheDigitsOfTheWholeName) {
-    const std::string alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
-    const struct {
-        std::string name;
-        std::size_t limit;
-        unsigned round;
-        std::string expected;
-    } cases[] = {
-        {alphabet, 31, 0, "abcdefghijklmnopqrstuvwxyz-EDBC"},
-        {alphabet, 62, 0, "abcdefghijklmnopqrstuvwxyz-EDBC"},
-        {alphabet + ".txt", 31, 0, "abcdefghijklmnopqrstuv-11DF.txt"},
-        {alphabet + ".txt", 62, 0, "abcdefghijklmnopqrstuvwxyz-11DF.txt"},
-        {"short.txt", 31, 0, "short-D685.txt"},
-        {"readme", 31, 0, "readme-FEDD"},
-        {alphabet + ".txt", 31, 0x2A, "abcdefghijklmnopqrst-11DF2A.txt"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(FallbackName(c.name, c.limit, c.round), c.expected);
-}
-
 class ViewNamesTest : public testing::Test {
   protected:
     // The record of one item in an empty folder.
@@ -71,7 +29,7 @@ class ViewNamesTest : public testing::Test {
         SiblingNames siblings({}, isHfsPlus);
         ProjectRecord record = Item(1, -1, name, iso, hfs);
         record.setHfsName("before");
-        ViewNames(record, name, project, siblings, answers_, messages_);
+        ViewNames(record, NarrowToWide(name), project, siblings, answers_, messages_);
         return record;
     }
 
@@ -81,36 +39,31 @@ class ViewNamesTest : public testing::Test {
 
 TEST_F(ViewNamesTest, NamesWithinTheLimitsAreAskedAboutNowhere) {
     EXPECT_EQ(named(X(62), true).isoName(), X(62));
-    EXPECT_EQ(named(X(62), true).hfsName(), X(62));
+    EXPECT_FALSE(named(X(62), true).unicodeOnDisk());
     EXPECT_EQ(named(X(31), false).hfsName(), X(31));
-    EXPECT_EQ(named("a:\xE9\xDE", false).hfsName(), "a_\x8E_");
+    EXPECT_EQ(named("a:\xE9\xDE", false).hfsName(), "a/\x8E_");
     EXPECT_EQ(named("a:\xE9\xDE", false).isoName(), "a:\xE9\xDE");
-    EXPECT_EQ(named("a:\xE9\xDE", true).hfsName(), "a_\xE9\xDE");
+    EXPECT_EQ(named("a:\xE9\xDE", true).hfsName(), "a/\xE9\xDE");
     EXPECT_EQ(named("plain", false, 1, 1, ProjectMode::IsoPlus).hfsName(), "before");
 }
 
+// The field of an HFS+ project is shorter than its names: nobody is asked about a copy.
 TEST_F(ViewNamesTest, ANameThatIsTooLongIsAskedAboutUntilTheAnswerIsAutomatic) {
-    messages_.truncations = {{true, false, "mine"}, {true, true, ""}, {true, false, "m\xC3\xA9:"}};
+    messages_.truncations = {{true, false, "mine"}, {true, true, ""}, {true, false, X(200)}};
     const std::string longName = X(62) + ".txt";
     ProjectRecord record = named(longName, false);
     EXPECT_EQ(record.isoName(), "mine");
     EXPECT_EQ(record.hfsName(), X(27) + ".txt") << "an empty answer is the proposal";
     EXPECT_TRUE(answers_.hfs);
     EXPECT_FALSE(answers_.iso);
-    answers_.iso = true;
     record = named(longName, true);
-    EXPECT_EQ(record.isoName(), X(58) + ".txt");
-    EXPECT_EQ(record.hfsName(), "m\xE9_");
+    EXPECT_EQ(record.isoName(), X(62)) << "an answer that is too long is cut";
+    EXPECT_EQ(record.hfsName(), X(58) + ".txt");
+    EXPECT_TRUE(record.unicodeOnDisk());
     ASSERT_EQ(messages_.truncationQuestions.size(), 3u);
     EXPECT_EQ(messages_.truncationQuestions[0].first, longName);
     EXPECT_EQ(messages_.truncationQuestions[0].second, X(58) + ".txt");
     EXPECT_EQ(messages_.truncationQuestions[1].second, X(27) + ".txt");
-}
-
-TEST_F(ViewNamesTest, AnAnswerLongerThanTheFieldIsCut) {
-    messages_.truncations = {{true, false, X(200)}};
-    answers_.iso = true;
-    EXPECT_EQ(named(X(70), true).hfsName(), X(62));
 }
 
 TEST_F(ViewNamesTest, ARefusalTakesTheItemOutOfThatViewAlone) {
@@ -141,7 +94,7 @@ TEST_F(ViewNamesTest, AFileWithAContainerKeepsItsHfsName) {
         record.setMacBinary(kind == 0);
         record.setBinHex(kind == 1);
         record.setCoding(kind == 2 ? ForkCoding::NamedStreams : ForkCoding::None);
-        ViewNames(record, "f.bin", project, siblings, answers_, messages_);
+        ViewNames(record, u"f.bin", project, siblings, answers_, messages_);
         EXPECT_EQ(record.hfsName(), "Inner");
         EXPECT_EQ(record.isoName(), "f.bin");
     }
@@ -151,30 +104,32 @@ TEST(SiblingNames, ANameThatIsTakenGivesWayInItsViewOnly) {
     const ProjectRecord there[] = {Item(1, -1, "iso", 1, 0), Item(1, -2, "hfs", 0, 1)};
     SiblingNames names(there, false);
     EXPECT_EQ(names.takeIso("hfs", "other"), "hfs");
-    EXPECT_EQ(names.takeHfs("iso", "other"), "iso");
+    EXPECT_EQ(names.takeHfs("iso", "other", u"other"), "iso");
     EXPECT_EQ(names.takeIso("iso", "readme"), "readme-FEDD");
-    EXPECT_EQ(names.takeHfs("HFS", "readme"), "readme-FEDD") << "case does not count in HFS";
+    EXPECT_EQ(names.takeIso("iso", X(40) + ".readme"), X(26) + "-11F4");
+    EXPECT_EQ(names.takeHfs("HFS", "readme", u"readme"), "HFS-FEDD")
+        << "case does not count in HFS, and digits come from the name on the PC";
     EXPECT_EQ(names.takeIso("ISO", "third"), "ISO") << "but it does in ISO names";
 }
 
 TEST(SiblingNames, CaseIsFoldedInTheCharacterSetOfTheProject) {
     SiblingNames mac({}, false);
-    EXPECT_EQ(mac.takeHfs("\x8E", "1"), "\x8E");  // e acute in MacRoman
-    EXPECT_NE(mac.takeHfs("\x83", "2"), "\x83");  // E acute
+    EXPECT_EQ(mac.takeHfs("\x8E", "1", u"1"), "\x8E");  // e acute in MacRoman
+    EXPECT_NE(mac.takeHfs("\x83", "2", u"2"), "\x83");  // E acute
     SiblingNames ansi({}, true);
-    EXPECT_EQ(ansi.takeHfs("\xE9\x9A", "1"), "\xE9\x9A");
-    EXPECT_NE(ansi.takeHfs("\xC9\x8A", "2"), "\xC9\x8A");
-    EXPECT_EQ(ansi.takeHfs("\xD7", "3"), "\xD7");
-    EXPECT_EQ(ansi.takeHfs("\xF7", "4"), "\xF7") << "times and divided by are no pair of cases";
+    EXPECT_EQ(ansi.takeHfs("\xE9\x9A", "1", u"1"), "\xE9\x9A");
+    EXPECT_NE(ansi.takeHfs("\xC9\x8A", "2", u"2"), "\xC9\x8A");
+    EXPECT_EQ(ansi.takeHfs("\xD7", "3", u"3"), "\xD7");
+    EXPECT_EQ(ansi.takeHfs("\xF7", "4", u"4"), "\xF7") << "times and divided by are no cases";
 }
 
 TEST(SiblingNames, ANaturalNameIsKeptForItsOwner) {
     SiblingNames names({}, false);
-    names.reserve("a_b");
-    names.reserve("a:b");
-    EXPECT_EQ(names.takeHfs("a_b", "a:b"), "a_b-1EA0");
-    EXPECT_EQ(names.takeHfs("a_b", "a_b"), "a_b");
-    EXPECT_EQ(names.takeIso("a:b", "a:b"), "a:b");
+    names.reserve(u"_", "_");
+    names.reserve(u"\u65E5", "E1234567");
+    EXPECT_EQ(names.takeHfs("_", "E1234567", u"\u65E5"), "_-2A67");
+    EXPECT_EQ(names.takeHfs("_", "_", u"_"), "_");
+    EXPECT_EQ(names.takeIso("_", "_"), "_");
 }
 
 TEST(SiblingNames, ManyNamesWithOneHeadStayApartAndInTheirLimit) {
@@ -182,7 +137,7 @@ TEST(SiblingNames, ManyNamesWithOneHeadStayApartAndInTheirLimit) {
     std::set<std::string> seen;
     for (int i = 0; i < 3000; ++i) {
         const std::string source = X(40) + std::to_string(i) + ".jpeg";
-        const std::string name = names.takeHfs(Truncate(source, 31), source);
+        const std::string name = names.takeHfs(CutName(source, 31), source, NarrowToWide(source));
         EXPECT_LE(name.size(), 31u);
         EXPECT_TRUE(name.ends_with(".jpeg"));
         EXPECT_TRUE(seen.insert(name).second) << name;
@@ -198,7 +153,7 @@ TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {
     locked.setHfsNameLocked(true);
     project.insert(locked);
     ProjectRecord inner = Item(1, -3, "file.hqx");
-    inner.setHfsName("In\x8Er");
+    inner.setHfsName("In\x8E\xB6");
     inner.setBinHex(true);
     project.insert(inner);
     ProjectRecord streams = Item(1, -4, "streams");
@@ -207,8 +162,10 @@ TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {
     SetFieldText(project.header().dataPreparer, std::string(120, 'p'));
     RedoNamesForHfsPlus(project);
     EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(40) + "\xE9");
+    EXPECT_FALSE(project.findByNumber(-1)->unicodeOnDisk());
     EXPECT_EQ(project.findByNumber(-2)->hfsName(), "Ic\xE9n");
-    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "In\xE9r");
+    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "In\xE9_");
+    EXPECT_TRUE(project.findByNumber(-3)->unicodeOnDisk()) << "Windows-1252 lacks a sign of it";
     EXPECT_TRUE(project.findByNumber(-4)->unicodeOnDisk());
     EXPECT_EQ(project.header().hfsLabel(), "\xE9");
     EXPECT_EQ(FieldText(project.header().dataPreparer), std::string(120, 'p'))
@@ -219,7 +176,9 @@ TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
     ProjectFile project = EmptyProject(true);
     project.header().setHfsLabel(X(40));
     project.insert(Item(1, -1, X(31)));
-    project.insert(Item(1, -2, X(31) + "a"));
+    ProjectRecord longName = Item(1, -2, X(31) + "a");
+    longName.setUnicodeOnDisk(true);
+    project.insert(longName);
     project.insert(Item(1, -3, "\xE9"));
     project.insert(Item(18, -4, X(31) + "a"));
     ProjectRecord streams = Item(1, -5, "streams");
@@ -232,22 +191,6 @@ TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
     EXPECT_EQ(project.findByNumber(-4)->hfsName(), X(31)) << "another folder";
     EXPECT_FALSE(project.findByNumber(-5)->unicodeOnDisk());
     EXPECT_EQ(project.header().hfsLabel(), X(27));
-}
-
-TEST(ViewNames, AFileWithStreamsHasItsNameFromTheDiskInHfsPlusAlone) {
-    ProjectFile project = EmptyProject();
-    ProjectRecord streams = Item(1, -1, "the whole name of a file of the PC.txt");
-    streams.setCoding(ForkCoding::NamedStreams);
-    streams.setHfsName("short");
-    project.insert(streams);
-    ScriptedMessages messages;
-    TurnToHfsPlus(project, messages, "Why.");
-    EXPECT_TRUE(project.childrenOf(1)[0].unicodeOnDisk());
-    EXPECT_EQ(project.childrenOf(1)[0].hfsName(), streams.sourceName());
-    EXPECT_EQ(messages.shown.size(), 1u) << "the user is told";
-    RedoNamesForHfs(project);
-    EXPECT_FALSE(project.childrenOf(1)[0].unicodeOnDisk());
-    EXPECT_LE(project.childrenOf(1)[0].hfsName().size(), 31u);
 }
 
 }  // namespace

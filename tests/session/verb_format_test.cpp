@@ -104,7 +104,7 @@ TEST_F(FormatTest, LabelsAreThoseOfTheFormat) {
         bool plus;
         int status;
     } cases[] = {{l27, false, 0}, {l27 + "l", false, 1}, {l61, true, 0},     {l61 + "l", true, 1},
-                 {"", true, 1},   {"\u65E5", true, 1},   {"a\nb", false, 1}, {"a/b", false, 0}};
+                 {"", true, 1},   {"\u65E5", false, 1},  {"a\nb", false, 1}, {"a/b", false, 0}};
     for (const auto& c : cases) {
         std::vector<std::string> line = {"format", "v.img", "-s", "1", "-l", c.label, "-q"};
         if (c.plus)

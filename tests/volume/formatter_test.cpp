@@ -50,7 +50,7 @@ class Formatter : public ::testing::Test {
     void formatSized(std::uint32_t megabytes, bool isHfsPlus, std::uint32_t blockSize = 0) {
         FormatInput input;
         input.blockSize = blockSize;
-        input.label = "Disk \xE9";
+        input.label = "Disk \u00E9";
         input.sizeMegabytes = megabytes;
         input.isHfsPlus = isHfsPlus;
         format(input);
@@ -267,26 +267,20 @@ TEST_F(Formatter, TheSameInputGivesTheSameBytesWithAndWithoutHoles) {
     }
 }
 
-// The name of header and root are one; a colon cannot be in either.
-TEST_F(Formatter, LabelsAreMadePossible) {
-    struct Label {
-        std::string given;
-        std::string hfs;
-        std::string hfsPlus;
-    };
-    for (const Label& label :
-         {Label{"a:b", "a_b", "a_b"}, Label{"a/b", "a:b", "a:b"},
-          Label{std::string(31, 'x'), std::string(27, 'x'), std::string(31, 'x')},
-          Label{"\xC9t\xE9 *?", "Été *?", "Été *?"}})
+// The name of header and root are one; a colon in either is a slash.
+TEST_F(Formatter, LabelsAreThoseOfVolumes) {
+    for (const auto& [given, shown] : {std::pair{"a:b", "a:b"},
+                                       {"a/b", "a:b"},
+                                       {"E\u0301t\u00E9 *? \u222B \u201C", "Été *? ∫ “"}})
         for (const bool isHfsPlus : {false, true}) {
             FormatInput input;
-            input.label = label.given;
+            input.label = given;
             input.sizeMegabytes = 1;
             input.isHfsPlus = isHfsPlus;
             format(input);
             VolumeContext volume;
             ASSERT_TRUE(testing::Open(volume, path_));
-            EXPECT_EQ(VolumeName(volume), isHfsPlus ? label.hfsPlus : label.hfs);
+            EXPECT_EQ(VolumeName(volume), shown);
             std::optional<CatalogItem> root;
             ASSERT_EQ(FindPath(volume, "", kClock, root), TreeResult::Done);
             ASSERT_TRUE(root);

@@ -33,39 +33,6 @@ class AskedMessages final : public testing::KeptMessages {
     std::vector<std::string> proposals;
 };
 
-TEST(ImportName, CharactersOfThePcFindTheirPlace) {
-    const struct {
-        const char* pc;
-        std::string hfs;
-        std::u16string hfsPlus;
-    } cases[] = {
-        {"Read me.txt", "Read me.txt", u"Read me.txt"},
-        {"a:b", "a/b", u"a/b"},  // as a volume's slash is shown
-        {"caf\u00E9", "caf\x8E", u"cafe\u0301"},
-        {"cafe\u0301", "caf\x8E", u"cafe\u0301"},  // a decomposed PC name
-        {"\u0178", "\xD9", u"Y\u0308"},
-        {"\u00FF", "\xD8", u"y\u0308"},
-        {"Icon\r", "Icon\r", u"Icon\r"},
-        {"a\uF025b\uF022c", "a?b/c", u"a?b/c"},  // private codes
-        {"\uF8FF", "\xF0", u"\uF8FF"},
-        {"\u65E5\u672C.txt", "__.txt", u"\u65E5\u672C.txt"},
-        {"\u0161x\u00D0", "_x_", u"s\u030Cx\u00D0"},  // no equivalent, and the name goes on
-        {"\U0001F600", "__", u"\xD83D\xDE00"},
-        {"bad\xFF", "bad_", u"bad_"},  // no valid UTF-8
-        {"\uFF21", "", u"\uFF21"},
-    };
-    VolumeContext hfs;
-    VolumeContext hfsPlus;
-    hfsPlus.isHfsPlus = true;
-    for (const auto& c : cases) {
-        EXPECT_EQ(NameFromPc(hfs, c.pc).hfs, c.hfs) << c.pc;
-        EXPECT_EQ(NameFromPc(hfsPlus, c.pc).hfsPlus, c.hfsPlus) << c.pc;
-    }
-    EXPECT_EQ(NameFromContainer(hfs, std::string(30, 'n') + " tail").hfs, std::string(30, 'n'));
-    EXPECT_EQ(NameFromContainer(hfsPlus, "a:\x8E").hfsPlus, u"a_e\u0301");
-    EXPECT_TRUE(IsEmptyName(hfs, NameFromContainer(hfs, "")));
-}
-
 class ShortNames : public ::testing::TestWithParam<bool> {
   protected:
     void SetUp() override {
@@ -75,7 +42,7 @@ class ShortNames : public ::testing::TestWithParam<bool> {
     }
     std::string import(const std::string& pc) {
         const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
-        return name ? ShownName(volume_, *name) : "refused";
+        return name ? ShownName(volume_, name->name) : "refused";
     }
     void take(const std::string& name) {
         std::uint32_t id = 0;
@@ -95,14 +62,15 @@ TEST_P(ShortNames, AreCutAndMadeUnique) {
     EXPECT_EQ(import(stem + "y"), stem + "y") << "just fits";
     EXPECT_EQ(import(stem + " tail"), stem) << "blanks at the end go";
     const std::string name = stem + "yz.txt";
-    EXPECT_EQ(import(name), stem + "y");
+    const std::string cut = stem.substr(3) + ".txt";
+    EXPECT_EQ(import(name), cut) << "the extension stays";
     EXPECT_EQ(messages_.texts.size(), 0u);
-    take(stem + "y");
-    EXPECT_EQ(import(name), stem + "y") << "no keeps it";
+    take(cut);
+    EXPECT_EQ(import(name), cut) << "no keeps it";
     EXPECT_EQ(messages_.texts.size(), 1u) << "which was asked";
     truncation_.addsCrc = true;
     const std::string unique = import(name);
-    EXPECT_EQ(unique, std::string(limit() - 5, 'x') + (GetParam() ? "-BD1B" : "-6449"));
+    EXPECT_EQ(unique, std::string(limit() - 9, 'x') + (GetParam() ? "-BD1B.txt" : "-6449.txt"));
     take(unique);
     EXPECT_EQ(import(name), unique);
     EXPECT_EQ(messages_.texts.size(), 2u);
@@ -121,6 +89,21 @@ TEST_P(ShortNames, MayBeTypedWhereTheyAreTaken) {
     truncation_.asks = false;
     EXPECT_EQ(import(name + "y"), name);
     EXPECT_EQ(messages_.texts.size(), 3u) << "nobody is there";
+}
+
+// Two names of the PC that one batch brings, and that the catalog takes for one.
+TEST_P(ShortNames, OfOneBatchAreToldApart) {
+    truncation_.firstNewId =
+        volume_.isHfsPlus ? volume_.vhb.nextCatalogId : volume_.mdb.nextCatalogId;
+    take("Case.txt");
+    EXPECT_EQ(import("Case.txt"), "Case.txt") << "the same name";
+    EXPECT_EQ(import("case.txt"), "case-E71D.txt");
+    if (!GetParam()) {
+        take("_.txt");
+        EXPECT_EQ(import("\u65E5.txt"), "_-F289.txt");
+        truncation_.firstNewId = 0xFFFFFFFF;
+        EXPECT_EQ(import("\u65E5.txt"), "_.txt") << "was there before: to be asked about";
+    }
 }
 
 // Catches an item that is doubled instead of replaced, and one that takes the place of another.

@@ -1,4 +1,4 @@
-#include "containers/hfs_plus_name_form.hpp"
+#include "support/canonical_form.hpp"
 
 #include <utf8proc.h>
 
@@ -88,6 +88,25 @@ std::u16string Compose(std::u16string_view units, CanonicalForm form) {
         result += unit;
     }
     return result;
+}
+
+std::u16string ComposeName(std::u16string_view name) {
+    std::u16string units(name);
+    if (std::all_of(units.begin(), units.end(), [](char16_t unit) { return unit < kFirstMark; }))
+        return units;
+    OrderMarks(units);
+    return Compose(units, CanonicalForm::WithSymbols);
+}
+
+std::u16string FoldCase(std::u16string_view name) {
+    std::u16string folded(name);
+    for (char16_t& unit : folded) {
+        if (unit < 0x80)
+            unit = unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
+        else if (!IsSurrogate(unit))
+            unit = static_cast<char16_t>(utf8proc_toupper(unit));
+    }
+    return folded;
 }
 
 void OrderMarks(std::u16string& units) {

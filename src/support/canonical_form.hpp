@@ -22,6 +22,14 @@ enum class CanonicalForm {
 /// decomposing gives the units back.
 [[nodiscard]] std::u16string Compose(std::u16string_view units, CanonicalForm form);
 
+/// A name with each letter and its marks joined, as a keyboard gives it: names of files that were
+/// on a Macintosh come in letters and marks. What is one character stays that character.
+[[nodiscard]] std::u16string ComposeName(std::u16string_view name);
+
+/// A name without regard to case, for readers that do not tell capitals from small letters: each
+/// unit as its capital.
+[[nodiscard]] std::u16string FoldCase(std::u16string_view name);
+
 /// Puts the marks behind each letter in canonical order.
 void OrderMarks(std::u16string& units);
 
