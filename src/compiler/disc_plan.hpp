@@ -98,7 +98,7 @@ struct DiscPlan {
 
 /// Reads the project and looks every item up on the PC: sizes are those that files and containers
 /// have now. Items that `mode` does not show are left out, and so are, by name in
-/// `DiscPlan::leftOut`, those that it cannot hold, those whose container is damaged and those whose
+/// `DiscPlan::leftOut`, those that it cannot hold and those whose
 /// folder is not in the project. `CopyFailed`, after a message that names the item, when one is
 /// missing or cannot be read; `Aborted` when the user stopped the work.
 [[nodiscard]] CompileResult MakeDiscPlan(CompileContext& context, DiscPlan& plan);

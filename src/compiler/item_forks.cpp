@@ -46,7 +46,7 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
     }
     if (item.source == ImportClass::AppleDouble)
         if (const std::string problem = ProblemOfCompanion(path); !problem.empty())
-            return withoutForks(item, path, problem);
+            return withoutForks(item, path, problem, false);
     if (item.source == ImportClass::BinHex)
         context_.progress.text(context_.messages.text(kTextDecodingBinHex));
     PcFile file(path, PcFile::Mode::Read);
@@ -61,7 +61,8 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
     if (forks.stopped())
         return Result::Stopped;
     if (!problem.empty() || !forks.damage().empty())
-        return withoutForks(item, path, problem.empty() ? forks.damage() : problem);
+        return withoutForks(item, path, problem.empty() ? forks.damage() : problem,
+                            forks.isContainer());
     if (item.source == ImportClass::NamedStreams && item.record->resourceSize > 0 &&
         forks.resource().size() == 0)
         leaveOut(path,
@@ -87,19 +88,14 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
 }
 
 ForkPlanner::Result ForkPlanner::withoutForks(DiscItem& item, const std::string& path,
-                                              const std::string& problem) {
-    if (!HoldsBothForks(item.source)) {
-        leaveOut(path, "It has no resource fork in the image. " + problem);
-        item.source = ImportClass::Plain;
-        return Result::Planned;
-    }
-    if (plan_.appleExtension || !item.inIso) {
-        leaveOut(path, problem);
-        return Result::LeftOut;
-    }
-    leaveOut(path, "It is in the ISO view of the image alone. " + problem);
+                                              const std::string& problem, bool isContainer) {
+    const bool isOnPcAlone = isContainer && item.inIso && !plan_.appleExtension;
+    leaveOut(path, (isOnPcAlone                    ? "It is in the ISO view of the image alone. "
+                    : !HoldsBothForks(item.source) ? "It has no resource fork in the image. "
+                                                   : "It is in the image as a plain file. ") +
+                       problem);
     item.source = ImportClass::Plain;
-    item.inHfs = false;
+    item.inHfs = item.inHfs && !isOnPcAlone;
     return Result::Planned;
 }
 

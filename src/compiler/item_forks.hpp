@@ -35,14 +35,15 @@ class ForkPlanner {
     ForkPlanner(CompileContext& context, DiscPlan& plan) : context_(context), plan_(plan) {}
 
     /// Settles the source, the pieces and the Finder flags of a file of `fileSize` bytes at `path`.
-    /// Containers are opened when the image shows their forks. One that is damaged stays in the ISO
-    /// trees as it lies on the PC and leaves the Macintosh volume; of a file whose companion or
-    /// stream is damaged the data fork stays. Each is told in `DiscPlan::leftOut`.
+    /// Containers are opened when the image shows their forks. One that is damaged stays as it lies
+    /// on the PC: in the ISO trees alone, or where there are none, or it is no container any more,
+    /// in the Macintosh volume as a plain file. Of a file whose companion or stream is damaged the
+    /// data fork stays. Each is told in `DiscPlan::leftOut`.
     [[nodiscard]] Result measure(DiscItem& item, const std::string& path, std::uint32_t fileSize);
 
   private:
     [[nodiscard]] Result withoutForks(DiscItem& item, const std::string& path,
-                                      const std::string& problem);
+                                      const std::string& problem, bool isContainer);
     void leaveOut(const std::string& path, const std::string& reason);
 
     CompileContext& context_;

@@ -31,6 +31,13 @@ enum class ContainerFault {
     TargetFailed,      ///< writing: the target did not take everything
 };
 
+/// Whether a file that begins like a container of a format with a mark (all but MacBinary) is one
+/// when this is wrong with it. A text that quotes the first line of BinHex is none.
+[[nodiscard]] constexpr bool IsContainerStill(ContainerFault fault) {
+    return fault != ContainerFault::NotThisFormat && fault != ContainerFault::HeaderCut &&
+           fault != ContainerFault::HeaderInvalid && fault != ContainerFault::HeaderChecksum;
+}
+
 /// The Finder's information of a file, as catalog records keep it in two halves: FInfo and FXInfo
 /// (Inside Macintosh: Macintosh Toolbox Essentials, Finder Interface).
 struct FinderInfo {

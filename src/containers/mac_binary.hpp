@@ -60,6 +60,14 @@ static_assert(offsetof(MacBinaryHeader, checksum) == 124);
 /// The same for a file. Of one whose header has its checksum the lengths are not held against it.
 [[nodiscard]] bool IsMacBinaryFile(ByteSource& file);
 
+/// What a file is by its header and by its length.
+enum class MacBinaryForm {
+    None,
+    Whole,
+    Cut  ///< a header of MacBinary whose lengths go beyond the file, which makes it a plain file
+};
+[[nodiscard]] MacBinaryForm FormOfMacBinary(ByteSource& file);
+
 /// Reads a file as MacBinary, also one that the recogniser refuses for its signature or its empty
 /// forks. Faults: `HeaderCut`, `NotThisFormat` (bytes 0 and 82), `HeaderInvalid` (length of the
 /// name), `DataForkCut`, `ResourceForkCut`; the last two leave it usable.

@@ -100,6 +100,8 @@ bool Rereading::rereadFile(ProjectRecord& record, const ProjectChange& change) {
     if (!source.refusal.empty())
         return refuse(change, source.refusal);
     takeOver(record, source, item);
+    if (!source.damage.empty())
+        messages_.itemSkipped(Printable(change.path), source.damage);
     return true;
 }
 

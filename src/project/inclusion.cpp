@@ -49,6 +49,10 @@ struct Location {
     bool isNamed = false;  ///< by the person, and not found in a folder
 };
 
+bool IsContainerClass(FileClass fileClass) {
+    return fileClass == FileClass::MacContainer || fileClass == FileClass::AppleContainer;
+}
+
 bool IsCompanion(const PcItem& item) {
     return item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix);
 }
@@ -311,13 +315,20 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
     }
     FillFileRecord(record, source, item, project_.header().isHfsPlus(), options_.signatureOf,
                    options_.clock);
-    if (project_.mode() == ProjectMode::IsoPlus)
+    if (project_.mode() == ProjectMode::IsoPlus) {
         record.setIsoInclusion(1);
-    else
+    } else if (!source.damage.empty() && IsContainerClass(ClassOf(record))) {
+        // Whatever is said of containers, the PC keeps its file.
+        record.setIsoInclusion(batch.view() != ProjectView::Hfs);
+        record.setHfsInclusion(batch.view() != ProjectView::Iso);
+    } else {
         DecideViews(record, batch.view(), Printable(path), options_.answers, messages_);
+    }
     if (source.isCustomIconFile)
         PlaceCustomIcon(project_, record, batch.names());
     finish(batch, record, item, where, ContainerNameIn(source, project_.header().isHfsPlus()));
+    if (!source.damage.empty() && !(options_.buildTells && source.coding != ForkCoding::None))
+        skip(path, "It is taken as a plain file. " + source.damage);
     ++result_.files;
 }
 

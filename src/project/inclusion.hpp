@@ -35,6 +35,8 @@ struct InclusionOptions {
     /// A path that names nothing is left out like any other item: for a list of which the rest is
     /// to be done.
     bool toleratesMissing = false;
+    /// The forks that cannot be taken are told by the build that follows at once.
+    bool buildTells = false;
     /// Called with the path of each item that was added, folders without a `/`; may be empty.
     std::function<void(const std::string& path)> added = {};
 };
@@ -51,7 +53,8 @@ enum class InclusionStatus {
 struct InclusionResult {
     std::int64_t folders = 0;  ///< added, on all levels
     std::int64_t files = 0;
-    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`, each by name
+    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`, each by name: what was
+                               ///< left out, and files without their forks
     InclusionStatus status = InclusionStatus::Done;
 };
 
@@ -63,11 +66,12 @@ struct InclusionResult {
 ///
 /// A file is what its container makes it (project/source_coding.hpp). A MacBinary file that holds a
 /// custom icon gives its folder that mark; in root it becomes the icon of the volume, in the HFS
-/// view alone.
+/// view alone. A file whose forks cannot be taken, as its container, companion or stream is
+/// damaged, is included as a plain file, named and counted among those that were left out.
 ///
 /// Symbolic links are followed, but never into a folder that they lie in, nor twice to the same
 /// folder. Left out and counted: links that lead nowhere, pipes, sockets, devices, what cannot be
-/// read, damaged containers, files of 4 GiB or more, paths and names longer than a record holds,
+/// read, files of 4 GiB or more, paths and names longer than a record holds,
 /// `._` companions whose file is not there or that were named themselves. Passed over in silence:
 /// other companions, and inside a folder what the project has already.
 [[nodiscard]] InclusionResult Include(ProjectFile& project, const std::string& path,

@@ -301,11 +301,11 @@ bool Checker::forksDiffer(const ProjectRecord& record, const SourceFolder& sourc
     if (!hasForksBeside && !(options_.dates && hasOwnDates))
         return false;
     const SourceCoding coding = FindSourceCoding(path, item.facts.sizeBytes, companion, progress_);
-    if (coding.isStopped || !coding.refusal.empty()) {
-        if (!coding.refusal.empty())
-            messages_.itemSkipped(Printable(path), coding.refusal);
+    const std::string& problem = coding.refusal.empty() ? coding.damage : coding.refusal;
+    if (!problem.empty())
+        messages_.itemSkipped(Printable(path), problem);
+    if (coding.isStopped || !coding.refusal.empty())
         return false;
-    }
     ProjectRecord fresh = record;
     FillFileRecord(fresh, coding, item, project_.header().isHfsPlus(), {}, options_.clock);
     const bool sameDates = fresh.created == record.created && fresh.modified == record.modified;

@@ -66,7 +66,7 @@ class NowhereSink final : public ByteSink {
 };
 
 // What is found later takes the place of what was found before, but for the marks of what there is.
-void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info, ContainerFault fault) {
+void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info) {
     found.coding = coding;
     found.dataSize = info.dataLength;
     found.resourceSize = info.resourceLength;
@@ -77,17 +77,28 @@ void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info, Conta
     found.isInvisible = (info.finder.flags & kIsInvisible) != 0;
     found.hasCustomIcon = false;
     found.hidesExtension = false;
-    found.refusal = FaultSentence(fault);
+    found.damage.clear();
 }
 
 // The two Apple formats tell of flags that the other ones leave to whoever opens the file, and may
 // keep no type and creator.
 void TakeApple(SourceCoding& found, const MacContainer& container) {
-    Take(found, ForkCoding::AppleFiles, container.info, container.fault);
+    Take(found, ForkCoding::AppleFiles, container.info);
     found.hasCustomIcon = (container.info.finder.flags & kHasCustomIcon) != 0;
     found.hidesExtension = (container.info.finder.flags & kHidesExtension) != 0;
     if (container.info.finder.signature == std::array<char, 8>{})
         found.signature.reset();
+}
+
+// A container whose forks cannot be taken tells nothing that can be believed.
+void TakeDamaged(SourceCoding& found, ForkCoding coding, ContainerFault fault,
+                 std::uint32_t sizeBytes) {
+    if (IsContainerStill(fault)) {
+        Take(found, coding, {});
+        found.dataSize = sizeBytes;
+        found.signature.reset();
+    }
+    found.damage = FaultSentence(fault);
 }
 
 void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_t dataSize) {
@@ -95,44 +106,68 @@ void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_
     // A companion that is a pipe would be waited for.
     if (PcFactsOf(sidecarPath).kind != PcKind::File)
         return;
+    const std::string shown = Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1));
     PcFile sidecar(sidecarPath, PcFile::Mode::Read);
     if (!sidecar.isOpen()) {
         // Its forks would be lost in silence.
-        found.refusal = fmt::format("Its companion {} cannot be read: {}.",
-                                    Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1)),
-                                    sidecar.errorText());
+        found.isAppleDouble = true;
+        found.coding = ForkCoding::AppleFiles;
+        found.damage =
+            fmt::format("Its companion {} cannot be read: {}.", shown, sidecar.errorText());
         return;
     }
     if (!IsAppleDoubleFile(sidecar))
         return;
     found.isAppleDouble = true;
-    TakeApple(found, ReadDoubleResource(sidecar));
+    const MacContainer container = ReadDoubleResource(sidecar);
+    TakeApple(found, container);
     found.dataSize = dataSize;
-    if (!found.refusal.empty())
-        found.refusal =
-            fmt::format("In its companion {}: {}",
-                        Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1)), found.refusal);
+    if (container.fault == ContainerFault::None)
+        return;
+    found.resourceSize = 0;
+    found.damage = fmt::format("In its companion {}: {}", shown, FaultSentence(container.fault));
+}
+
+void LookForAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes) {
+    if (!IsAppleSingleFile(file))
+        return;
+    const MacContainer container = ReadSingleForks(file);
+    found.isAppleSingle = IsContainerStill(container.fault);
+    if (container.fault == ContainerFault::None)
+        TakeApple(found, container);
+    else
+        TakeDamaged(found, ForkCoding::AppleFiles, container.fault, sizeBytes);
 }
 
 void LookForMacBinary(SourceCoding& found, ByteSource& file) {
-    if (!IsMacBinaryFile(file))
+    const MacBinaryForm form = FormOfMacBinary(file);
+    if (form == MacBinaryForm::None)
         return;
     const MacContainer container = ReadMacBinary(file);
+    if (form == MacBinaryForm::Cut) {
+        found.damage = FaultSentence(container.fault);
+        return;
+    }
     found.isMacBinary = true;
-    Take(found, ForkCoding::MacBinary, container.info, container.fault);
+    Take(found, ForkCoding::MacBinary, container.info);
     found.isCustomIconFile = IsCustomIconFile(container.info);
 }
 
-void LookForBinHex(SourceCoding& found, ByteSource& file, Progress& progress) {
+void LookForBinHex(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes,
+                   Progress& progress) {
     if (!IsBinHexFile(file))
         return;
     WatchedSource text(file, progress);
     NowhereSink nowhere;
     const BinHexOutcome outcome = DecodeBinHex(text, nowhere);
     found.isStopped = text.stopped();
-    found.isBinHex = true;
+    found.isBinHex = IsContainerStill(outcome.fault);
+    if (outcome.fault != ContainerFault::None) {
+        TakeDamaged(found, ForkCoding::BinHex, outcome.fault, sizeBytes);
+        return;
+    }
     found.isCustomIconFile = false;
-    Take(found, ForkCoding::BinHex, outcome.info, outcome.fault);
+    Take(found, ForkCoding::BinHex, outcome.info);
 }
 
 // What a server wrote for a file that never was on a Macintosh, and has no second fork, is nothing.
@@ -140,9 +175,11 @@ void LookForStreams(SourceCoding& found, const std::string& path) {
     if (!HasNamedStreams(path))
         return;
     MemoryBytes resource;
-    if (const int error = ReadResourceStream(path, resource); error != 0)
-        found.refusal =
+    if (const int error = ReadResourceStream(path, resource); error != 0) {
+        found.coding = ForkCoding::NamedStreams;
+        found.damage =
             fmt::format("Its stream AFP_Resource cannot be read: {}.", SystemErrorText(error));
+    }
     const std::optional<FinderInfo> finder = ReadAfpInfo(path);
     const bool hasSignature = finder && finder->signature != std::array<char, 8>{};
     if (resource.size() == 0 && !hasSignature)
@@ -191,13 +228,10 @@ SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes, 
     found.dataSize = static_cast<std::uint32_t>(sizeBytes);
     if (companion)
         LookForCompanion(found, path, found.dataSize);
-    if (IsAppleSingleFile(head)) {
-        found.isAppleSingle = true;
-        TakeApple(found, ReadSingleForks(head));
-    }
+    LookForAppleSingle(found, head, found.dataSize);
     LookForMacBinary(found, head);
-    LookForBinHex(found, head, progress);
-    if (found.coding == ForkCoding::None && found.refusal.empty())
+    LookForBinHex(found, head, static_cast<std::uint32_t>(sizeBytes), progress);
+    if (found.coding == ForkCoding::None)
         LookForStreams(found, path);
     return found;
 }

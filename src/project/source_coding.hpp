@@ -46,6 +46,10 @@ struct SourceCoding {
 
     /// Why the file cannot be included, in the form of a reason behind a name; "" when it can.
     std::string refusal;
+    /// What is wrong with its forks, as a sentence; "" for nothing. Without forks it is a plain
+    /// file. `coding` tells where they would lie: a container that is damaged is one of the PC's
+    /// alone.
+    std::string damage;
     /// The user stopped the work while a container was looked through.
     bool isStopped = false;
 };

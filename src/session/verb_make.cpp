@@ -82,6 +82,7 @@ int Make(MakeOptions& options, CommandContext& context) {
     inclusion.answers = kYesToAll;
     inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     inclusion.truncation = kShortenAll;
+    inclusion.buildTells = options.build.kind != "iso";
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});
     const InclusionResult included = Include(project, ContentsOf(options.folder), kRootFolder,

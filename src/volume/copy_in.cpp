@@ -45,6 +45,7 @@ class FileImport {
     [[nodiscard]] CopyInResult copy();
     [[nodiscard]] std::optional<CopyInResult> openSource(PcFile file);
     [[nodiscard]] bool acceptsDamage();
+    void tellPlain(const std::string& wrong);
     [[nodiscard]] NewFile describe();
     [[nodiscard]] FinderInfo finderInfo() const;
     void setDates(NewFile& file) const;
@@ -84,8 +85,13 @@ CopyInResult FileImport::copy() {
     class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
+    const bool isCut = class_ == ImportClass::Plain &&
+                       batch_.options.containers != ContainerPolicy::Never &&
+                       !IsMacBinaryFile(opened) && FormOfMacBinary(opened) == MacBinaryForm::Cut;
     if (const auto end = openSource(std::move(opened)))
         return *end;
+    if (isCut)
+        tellPlain(FaultSentence(ContainerFault::DataForkCut));
     NewFile file = describe();
     if (KeepsDates(class_) && IsCustomIconFile(source_.info()))
         return putCustomIcon(std::move(file));
@@ -103,11 +109,23 @@ std::optional<CopyInResult> FileImport::openSource(PcFile file) {
                      batch_.temporary, batch_.progress);
     if (source_.stopped())
         return CopyInResult::Stopped;
-    if (!problem.empty())
-        return LeaveOut(batch_, path_, problem);
-    if (!source_.damage().empty() && !acceptsDamage())
-        return LeaveOut(batch_, path_, source_.damage());
+    const std::string wrong = problem.empty() ? source_.damage() : problem;
+    // A text that only quotes the first line of BinHex has nothing that could be taken.
+    const bool isQuote = class_ == ImportClass::BinHex && !source_.isContainer();
+    if (wrong.empty() || (problem.empty() && !isQuote && acceptsDamage()))
+        return std::nullopt;
+    if (class_ == ImportClass::Plain || source_.isContainer() ||
+        batch_.options.mode == CopyMode::MacBinary)
+        return LeaveOut(batch_, path_, wrong);
+    class_ = ImportClass::Plain;
+    source_.becomePlain(batch_.options.mode == CopyMode::ResourceFork);
+    tellPlain(wrong);
     return std::nullopt;
+}
+
+// The file itself is copied, which is named all the same.
+void FileImport::tellPlain(const std::string& wrong) {
+    (void)LeaveOut(batch_, path_, "It is copied as a plain file. " + wrong);
 }
 
 bool FileImport::acceptsDamage() {

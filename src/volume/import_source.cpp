@@ -60,6 +60,7 @@ std::string ImportSource::open(const std::string& path, ImportClass importClass,
 std::string ImportSource::open(PcFile file, ImportClass importClass, bool plainIsResource,
                                std::optional<TemporaryFolder>& temporary, Progress& progress) {
     file_ = std::move(file);
+    class_ = importClass;
     if (!file_.isOpen())
         return UnreadableSentence(file_.error());
     std::string problem =
@@ -75,7 +76,8 @@ std::string ImportSource::openForks(const std::string& path, ImportClass importC
                                     Progress& progress) {
     switch (importClass) {
         case ImportClass::Plain:
-            return openPlain(plainIsResource);
+            becomePlain(plainIsResource);
+            return {};
         case ImportClass::MacBinary:
             return take(ReadMacBinary(file_));
         case ImportClass::BinHex:
@@ -90,9 +92,28 @@ std::string ImportSource::openForks(const std::string& path, ImportClass importC
     return {};
 }
 
-std::string ImportSource::openPlain(bool asResource) {
-    (asResource ? resource_ : data_) = &file_;
-    return {};
+void ImportSource::becomePlain(bool plainIsResource) {
+    class_ = ImportClass::Plain;
+    fault_ = ContainerFault::None;
+    damage_.clear();
+    container_ = {};
+    data_ = plainIsResource ? static_cast<ByteSource*>(&container_.data) : &file_;
+    resource_ = plainIsResource ? static_cast<ByteSource*>(&file_) : &container_.resource;
+}
+
+bool ImportSource::isContainer() const {
+    switch (class_) {
+        case ImportClass::MacBinary:
+            return fault_ == ContainerFault::None;
+        case ImportClass::BinHex:
+        case ImportClass::AppleSingle:
+            return IsContainerStill(fault_);
+        case ImportClass::Plain:
+        case ImportClass::NamedStreams:
+        case ImportClass::AppleDouble:
+            break;
+    }
+    return false;
 }
 
 // Type and creator alone are taken: the other flags of a server's file are its own.
@@ -130,11 +151,13 @@ std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
     WatchedSource text(file_, progress);
     const BinHexOutcome outcome = DecodeBinHex(text, beside_);
     stopped_ = text.stopped();
+    fault_ = outcome.fault;
     if (!outcome.usable || outcome.fault == ContainerFault::TargetFailed)
         return FaultSentence(outcome.fault);
     std::string problem = take(ReadMacBinary(beside_));
     container_.info.name = outcome.info.name;
     // What is wrong with the text tells more than what is missing of its result.
+    fault_ = outcome.fault;
     if (outcome.fault != ContainerFault::None)
         damage_ = FaultSentence(outcome.fault);
     return problem;
@@ -142,6 +165,7 @@ std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
 
 std::string ImportSource::take(const MacContainer& container) {
     container_ = container;
+    fault_ = container.fault;
     std::string sentence = FaultSentence(container.fault);
     if (!container.usable)
         return sentence;

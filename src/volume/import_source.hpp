@@ -34,6 +34,11 @@ class ImportSource {
 
     /// What is wrong with a container that can be used all the same, as a sentence; "" for nothing.
     [[nodiscard]] const std::string& damage() const { return damage_; }
+    /// Whether the file is a container, as far as what is wrong with it leaves that certain; a file
+    /// with a companion or streams is none, nor is one that ends before its MacBinary header says.
+    [[nodiscard]] bool isContainer() const;
+    /// The file as it lies, whatever class it was opened as.
+    void becomePlain(bool plainIsResource);
     /// Decoding ended because the work is to stop.
     [[nodiscard]] bool stopped() const { return stopped_; }
 
@@ -50,7 +55,6 @@ class ImportSource {
                                         bool plainIsResource,
                                         std::optional<TemporaryFolder>& temporary,
                                         Progress& progress);
-    [[nodiscard]] std::string openPlain(bool asResource);
     [[nodiscard]] std::string openStreams(const std::string& path);
     [[nodiscard]] std::string openDouble(const std::string& path);
     [[nodiscard]] std::string openBinHex(std::optional<TemporaryFolder>& temporary,
@@ -62,6 +66,8 @@ class ImportSource {
     MemoryBytes stream_;
     MacContainer container_;
     std::string damage_;
+    ImportClass class_ = ImportClass::Plain;
+    ContainerFault fault_ = ContainerFault::None;
     bool stopped_ = false;
     ByteSource* data_ = &container_.data;
     ByteSource* resource_ = &container_.resource;

@@ -99,18 +99,19 @@ class ItemForks : public CompilerTest {
         return {
             {"file", ForkCoding::None, "plain", "", true, true, 5, 0, ""},
             {"file", ForkCoding::MacBinary, MacBinary(), "", true, true, 300, 200, ""},
-            {"file", ForkCoding::MacBinary, MacBinary(600), "", true, false, 0, 0, "resource fork"},
-            {"file", ForkCoding::MacBinary, MacBinary(200), "", true, false, 0, 0, "data fork"},
-            {"file", ForkCoding::MacBinary, "short", "", true, false, 0, 0, "cut short"},
+            {"file", ForkCoding::MacBinary, MacBinary(600), "", true, true, 600, 0,
+             "resource fork"},
+            {"file", ForkCoding::MacBinary, MacBinary(200), "", true, true, 200, 0, "data fork"},
+            {"file", ForkCoding::MacBinary, "short", "", true, true, 5, 0, "cut short"},
             {"single", apple, single, "", true, true, 300, 200, ""},
             {"single", apple, single.substr(0, 500), "", true, false, 0, 0, "resource fork"},
-            {"single", apple, "no container", "", true, false, 0, 0, "not what"},
+            {"single", apple, "no container", "", true, true, 12, 0, "not what"},
             {"file", apple, "data", sidecar, true, true, 4, 200, ""},
             {"file", apple, "data", sidecar.substr(0, 360), true, true, 4, 0, "companion ._file"},
             {"file", apple, "data", "", true, true, 4, 0, "._file is not there"},
             {"file", ForkCoding::BinHex, BinHex(), "", true, true, 300, 200, ""},
             {"file", ForkCoding::BinHex, BinHex(100), "", true, false, 0, 0, "resource fork"},
-            {"file", ForkCoding::BinHex, "no text", "", true, false, 0, 0, "not what"},
+            {"file", ForkCoding::BinHex, "no text", "", true, true, 7, 0, "not what"},
         };
     }
 
@@ -171,8 +172,11 @@ TEST_F(ItemForks, WithTheAppleExtensionForksStandForTheContainer) {
         lay(row);
         ProjectFile made = projectOf(row.coding, row.name, ProjectMode::IsoPlus);
         DiscPlan plan = planOf(made, CompileMode::IsoPlus);
-        ASSERT_EQ(plan.folders[0].items.size(), row.hfs ? 1u : 0u);
+        ASSERT_EQ(plan.folders[0].items.size(), 1u);
         EXPECT_EQ(plan.leftOut.size(), *row.leftOut ? 1u : 0u);
+        made.changeRuns([](std::span<ProjectRecord> run) { run[0].setIsoInclusion(0); });
+        EXPECT_EQ(planOf(made, CompileMode::PureHfs).folders[0].items.size(), 1u)
+            << "nowhere else to be";
         if (!row.hfs)
             continue;
         EXPECT_EQ(PlaceFiles(plan, 2048), row.resource ? 2u : 1u);

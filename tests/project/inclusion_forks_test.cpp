@@ -40,13 +40,26 @@ TEST_F(InclusionTest, CompanionsComeWithTheirFilesOrAreNamed) {
     EXPECT_EQ(ByName(project_, 1).at("a").coding(), ForkCoding::AppleFiles);
 }
 
-TEST_F(InclusionTest, ADamagedContainerIsNamedAndTheRestGoesOn) {
+TEST_F(InclusionTest, AFileIsKeptWhateverIsWrongWithItsForks) {
+    const std::string quote = "(This file must be converted with BinHex 4.0) :said the manual";
+    const std::string lie = std::string("\0\x05\x16\x00\0\x02\0\0", 8) + std::string(17, '\0') +
+                            std::string("\1\0\0\0\1\0\0\0\x26\0\0\x10\0", 13);
     Write(tree_ + "cut", IconFile("x").substr(0, 132));
-    Write(tree_ + "good", IconFile("x"));
-    options_.answers = kYesToAll;
-    EXPECT_EQ(include(base_ + "tree").files, 1);
-    EXPECT_EQ(skippedNames(), std::set<std::string>{"cut"});
-    EXPECT_EQ(ByName(project_, 18).at("good").number, -1) << "no number is used up";
+    Write(tree_ + "quote", quote);
+    Write(tree_ + "single", lie);
+    Write(tree_ + "pair", "data");
+    Write(tree_ + "._pair", std::string("\0\x05\x16\x07", 4));
+    options_.answers.macContainer = {Remembered::NoToAll};
+    options_.answers.appleContainer = {Remembered::NoToAll};
+    const InclusionResult result = include(tree_ + "*");
+    EXPECT_EQ(result.files, 4);
+    EXPECT_EQ(result.skipped, 4) << "each is named";
+    EXPECT_EQ(skippedNames(), (std::set<std::string>{"cut", "pair", "quote", "single"}));
+    for (const auto& [name, record] : ByName(project_, 1)) {
+        EXPECT_TRUE(record.isIn(ProjectView::Iso) && record.isIn(ProjectView::Hfs)) << name;
+        EXPECT_EQ(record.dataSize, record.sourceSize) << name;
+        EXPECT_EQ(record.coding() == ForkCoding::None, name == "cut" || name == "quote") << name;
+    }
 }
 
 TEST_F(InclusionTest, ACustomIconMarksItsFolderOrBecomesTheVolumes) {

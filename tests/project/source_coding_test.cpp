@@ -85,7 +85,7 @@ std::string InfoStream(const std::string& signature) {
 
 class SourceCodingTest : public ::testing::Test {
   protected:
-    // The record of the file `n.txt`; `refusal` is why there is none.
+    // The record of the file `n.txt`; `damage_` is what is wrong with its forks.
     ProjectRecord record(bool isHfsPlus) {
         PcItem item;
         item.name = "n.txt";
@@ -93,7 +93,8 @@ class SourceCodingTest : public ::testing::Test {
         item.facts.modified = kOnDisk - kMacEpochOffset;
         Progress progress;
         const SourceCoding source = FindSourceCoding(path_, item.facts.sizeBytes, true, progress);
-        refusal_ = source.refusal;
+        EXPECT_EQ(source.refusal, "");
+        damage_ = source.damage;
         ProjectRecord filled;
         filled.setSourceName("n.txt");
         FillFileRecord(
@@ -108,7 +109,7 @@ class SourceCodingTest : public ::testing::Test {
     TemporaryFolder folder_;
     std::string path_ = folder_.path() + "/n.txt";
     std::string companion_ = folder_.path() + "/._n.txt";
-    std::string refusal_;
+    std::string damage_;
 };
 
 std::string FlagsOf(const ProjectRecord& record) {
@@ -174,7 +175,7 @@ TEST_F(SourceCodingTest, EachContainerFillsTheRecord) {
         for (const bool isHfsPlus : {false, true}) {
             SCOPED_TRACE(c.what + std::string(isHfsPlus ? ", HFS+" : ", HFS"));
             const ProjectRecord found = record(isHfsPlus);
-            EXPECT_EQ(refusal_, "");
+            EXPECT_EQ(damage_, "");
             EXPECT_EQ(found.coding(), c.coding);
             EXPECT_EQ(FlagsOf(found), c.flags);
             EXPECT_EQ(found.dataSize, c.dataSize);
@@ -203,7 +204,7 @@ TEST_F(SourceCodingTest, DatesOfMacBinaryWinWhereTheyAreTold) {
     }
 }
 
-TEST_F(SourceCodingTest, WhatIsWrongWithAContainerIsAReasonToLeaveItOut) {
+TEST_F(SourceCodingTest, WhatIsWrongWithTheForksIsTold) {
     const std::string sidecarLie = AppleFile(0x00051607, {{2, "resource"}}, 1);
     MacFile mac;
     mac.data = testing::Pattern(3000);
@@ -226,13 +227,13 @@ TEST_F(SourceCodingTest, WhatIsWrongWithAContainerIsAReasonToLeaveItOut) {
         if (!c.companion.empty())
             Write(companion_, c.companion);
         (void)record(false);
-        EXPECT_NE(refusal_.find(c.reason), std::string::npos) << c.reason << ": " << refusal_;
+        EXPECT_NE(damage_.find(c.reason), std::string::npos) << c.reason << ": " << damage_;
     }
     std::string wrong = binHex;  // one letter of the data fork, and only the checksum can tell
     wrong[wrong.size() / 2] = wrong[wrong.size() / 2] == 'q' ? 'r' : 'q';
     Write(path_, wrong);
     (void)record(false);
-    EXPECT_NE(refusal_, "");
+    EXPECT_NE(damage_, "");
 }
 
 TEST_F(SourceCodingTest, NamedStreamsCountWhenTheyTellSomething) {

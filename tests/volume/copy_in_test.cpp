@@ -338,9 +338,11 @@ TEST_P(CopyInTest, DamagedContainersAreOfferedAndNamed) {
          {std::tuple{"m", "inside", cut}, {"h", "wrong", wrong}}) {
         write(name, bytes);
         messages_.confirms = false;
-        EXPECT_EQ(put(name), CopyInResult::LeftOut);
+        // A header whose lengths go beyond the file is one of a plain file.
+        EXPECT_EQ(put(name), bytes == cut ? CopyInResult::Done : CopyInResult::LeftOut);
         ASSERT_EQ(messages_.skipped.size(), 1u);
         EXPECT_NE(messages_.skipped[0].find("data fork"), std::string::npos);
+        EXPECT_EQ(data(name), bytes == cut ? std::string(cut.begin(), cut.end()) : "nothing");
         EXPECT_FALSE(find(shown));
         messages_.confirms = true;
         EXPECT_EQ(put(name), CopyInResult::Done);
@@ -362,6 +364,19 @@ TEST_P(CopyInTest, DamagedContainersAreOfferedAndNamed) {
     EXPECT_EQ(data("d.txt"), "data");
     ASSERT_EQ(messages_.texts.size(), 1u);
     EXPECT_NE(messages_.texts[0].find("._d.txt: The header"), std::string::npos);
+    companion[25] = 1;
+    companion[26 + 3] = 2;
+    companion[26 + 11] = 200;
+    companion.resize(38);  // a resource fork of 200 bytes that is not there
+    write("._d.txt", companion);
+    messages_.confirms = false;
+    const std::string quote = "This file must be converted with BinHex 4.0, :they say";
+    for (const char* name : {"d.txt", "quote"}) {
+        write("quote", quote);
+        EXPECT_EQ(put(name, {.existing = ExistingFiles::Replace}), CopyInResult::Done);
+        EXPECT_EQ(data(name), std::string(name) == "quote" ? quote : "data");
+        EXPECT_EQ(messages_.skipped.size(), 1u) << name << " comes without forks";
+    }
     // BinHex without a name takes that of the PC.
     write("nameless.hqx", testing::BinHexOf({"", "APPLtest", 0, BytesOf("forks"), {}}));
     EXPECT_EQ(put("nameless.hqx", {.containers = ContainerPolicy::Always}), CopyInResult::Done);
