@@ -9,6 +9,8 @@ namespace vellmark {
 namespace {
 
 constexpr std::uint64_t kSectorBytes = 2048;
+constexpr unsigned kRaisedInIso = 1;
+constexpr unsigned kRaisedInHfs = 2;
 
 bool ByIsoName(const ProjectRecord& a, const ProjectRecord& b) {
     return a.isoName() < b.isoName();
@@ -57,6 +59,11 @@ const ProjectRecord* ProjectFile::findByNumber(std::int32_t number) const {
 }
 
 ProjectRecord* ProjectFile::findByNumber(std::int32_t number) {
+    raised_.clear();  // the caller may change its views
+    return at(number);
+}
+
+ProjectRecord* ProjectFile::at(std::int32_t number) {
     const auto found = places_.find(number);
     return found == places_.end() ? nullptr
                                   : &children_[found->second.parent][found->second.position];
@@ -100,6 +107,7 @@ ProjectView ProjectFile::folderView(std::int32_t folder) const {
 
 void ProjectFile::insert(const ProjectRecord& record) {
     const std::int32_t parent = record.parent;
+    raised_.clear();
     Run& run = children_[parent];
     const auto place = std::lower_bound(run.begin(), run.end(), record, ByIsoName);
     const auto position = static_cast<std::size_t>(place - run.begin());
@@ -132,6 +140,7 @@ bool ProjectFile::deleteItem(std::int32_t parent, std::int32_t number) {
 
 RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers) {
     RemovedItems removed;
+    raised_.clear();
     const auto found = children_.find(parent);
     if (found == children_.end())
         return removed;
@@ -200,13 +209,14 @@ void ProjectFile::addCounters(std::int32_t folder, std::int64_t folders, std::in
     if (folder == kRootFolder) {
         header_.rootFolders = Added(header_.rootFolders, folders);
         header_.rootFiles = Added(header_.rootFiles, files);
-    } else if (ProjectRecord* record = findByNumber(folder)) {
+    } else if (ProjectRecord* record = at(folder)) {
         record->dataSize = Added(record->dataSize, folders);
         record->resourceSize = Added(record->resourceSize, files);
     }
 }
 
 void ProjectFile::setViewFlagsDown(std::int32_t folder, int iso, int hfs) {
+    raised_.clear();
     for (std::int32_t below : foldersFrom(folder)) {
         const auto found = children_.find(below);
         if (found == children_.end())
@@ -219,9 +229,14 @@ void ProjectFile::setViewFlagsDown(std::int32_t folder, int iso, int hfs) {
 }
 
 void ProjectFile::setViewFlagsUp(std::int32_t folder, int iso, int hfs) {
-    std::unordered_set<std::int32_t> visited;
-    while (folder > kRootFolder && visited.insert(folder).second) {
-        ProjectRecord* record = findByNumber(folder);
+    const unsigned wanted = (iso != 0 ? kRaisedInIso : 0U) | (hfs != 0 ? kRaisedInHfs : 0U);
+    while (folder > kRootFolder) {
+        // So are those above it; in a circle the first one again.
+        unsigned& raised = raised_[folder];
+        if ((raised & wanted) == wanted)
+            return;
+        raised |= wanted;
+        ProjectRecord* record = at(folder);
         if (!record)
             return;
         const bool isRefusal = record->sourceName() != kRefusedName;

@@ -154,6 +154,7 @@ class ProjectFile {
     /// numbers, parents and ISO names stay.
     template <typename Change>
     void changeRuns(Change change) {
+        raised_.clear();
         for (auto& [parent, run] : children_)
             change(std::span<ProjectRecord>(run));
     }
@@ -169,6 +170,7 @@ class ProjectFile {
     /// Sorts what was read and numbers it.
     void takeOver(std::map<std::int32_t, Run>&& children);
     [[nodiscard]] bool isFree(std::int32_t number) const;
+    [[nodiscard]] ProjectRecord* at(std::int32_t number);
     /// Renews the places of a run's records from `position` on.
     void reindex(std::int32_t parent, std::size_t position);
     void eraseRun(std::int32_t parent);
@@ -181,6 +183,9 @@ class ProjectFile {
     ProjectHeader header_;
     std::map<std::int32_t, Run> children_;            // no run is empty
     std::unordered_map<std::int32_t, Place> places_;  // of a number that stands twice, one
+    // Folders that `setViewFlagsUp` has passed since views were changed in another way, with the
+    // views: many folders that are filled below each other are climbed once, not once each.
+    std::unordered_map<std::int32_t, unsigned> raised_;
 };
 
 /// Where the backup of a project goes (support/backup_path.hpp): to the same path with the

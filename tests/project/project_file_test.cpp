@@ -165,6 +165,9 @@ TEST(ProjectFile, ViewFlagsGoDownToAllBelowAndUpToAllAbove) {
     EXPECT_EQ(project.findByNumber(18)->hfsInclusion(), 1);
     EXPECT_EQ(project.findByNumber(-1)->isoInclusion(), 0);
     EXPECT_EQ(project.folderView(18), ProjectView::Hybrid);
+    project.findByNumber(18)->setHfsInclusion(0);
+    project.setViewFlagsUp(19, -1, 1);
+    EXPECT_EQ(project.folderView(18), ProjectView::Hybrid) << "raised again";
 
     project.setViewFlagsDown(18, 0, -1);
     EXPECT_EQ(project.findByNumber(18)->isoInclusion(), 1) << "the folder itself is not below it";
