@@ -37,8 +37,8 @@ std::string RefusalOf(std::string_view name) {
         return "it stands for another folder";
     if (name.find_first_of("/\\") != std::string_view::npos)
         return "it holds a path separator";
-    if (narrow.find('?') != std::string::npos)
-        return "it holds a question mark or a character outside Windows-1252";
+    if (NarrowToUtf8(narrow) != name)
+        return "it holds a character outside Windows-1252";
     if (narrow.size() > kSourceNameLimit)
         return fmt::format("it has {} characters, and a project holds {}", narrow.size(),
                            kSourceNameLimit);

@@ -1,8 +1,8 @@
 #include <nlohmann/json.hpp>
 
 #include <memory>
-#include <unordered_set>
 
+#include "project/project_search.hpp"
 #include "project/refresh.hpp"
 #include "session/file_modes.hpp"
 #include "session/project_rebuild.hpp"
@@ -26,24 +26,13 @@ struct CheckVerbOptions {
     bool dates = false;
 };
 
-// The source names from root to the item.
-std::string ItemPathOf(const ProjectFile& project, const ProjectChange& change) {
-    std::string path = NarrowToUtf8(change.name);
-    std::unordered_set<std::int32_t> visited;
-    for (std::int32_t folder = change.parent; folder > kRootFolder && visited.insert(folder).second;
-         folder = project.parentOf(folder))
-        if (const ProjectRecord* record = project.findByNumber(folder))
-            path.insert(0, NarrowToUtf8(record->sourceName()).append("/"));
-    return path;
-}
-
 void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& changes,
              CommandContext& context) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const ProjectChange& change : changes)
         list.push_back({{"change", WordOf(change.kind)},
                         {"kind", change.isFolder ? "folder" : "file"},
-                        {"item", ItemPathOf(project, change)},
+                        {"item", ItemPath(project, change.parent, change.name)},
                         {"path", change.path},
                         {"sizeBytes", change.sizeBytes},
                         {"folder", change.parent},

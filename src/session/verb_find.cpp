@@ -1,12 +1,17 @@
 #include <fmt/core.h>
 
+#include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "containers/names.hpp"
+#include "project/project_search.hpp"
 #include "session/change_run.hpp"
+#include "session/file_modes.hpp"
 #include "session/image_verbs.hpp"
+#include "session/targets.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "volume/catalog_search.hpp"
@@ -20,6 +25,7 @@ struct FindOptions {
     std::optional<unsigned> partition;
     std::string pattern;
     std::string signature;
+    std::string view = "hybrid";
     bool all = false;
     bool json = false;
 };
@@ -50,6 +56,47 @@ void Print(VolumeContext& volume, const FindOptions& options, const std::vector<
                        << '\n';
 }
 
+void TellEnd(const FindOptions& options, std::size_t hits, Messages& messages) {
+    if (!options.all && hits == kMostHits)
+        messages.showTimedMessage(
+            fmt::format("The search ended after {} hits; --all goes on.", kMostHits));
+}
+
+int FindInProject(const FindOptions& options, CommandContext& context, Terminal& terminal) {
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(options.image), ProjectModeOf(options.image),
+                          terminal.messages, project) != ProjectOpened::Opened)
+        return kExitFailed;
+    const ProjectFile& searched = *project;
+    const ProjectView view = options.view == "iso"   ? ProjectView::Iso
+                             : options.view == "hfs" ? ProjectView::Hfs
+                                                     : ProjectView::Hybrid;
+    const std::vector<std::int32_t> hits =
+        options.signature.empty()
+            ? FindItemsByName(searched, Utf8ToNarrow(options.pattern), view, MostHits(options))
+            : FindItemsBySignature(searched,
+                                   WideToMacRomanExact(Utf8ToWide(options.signature)).value_or(""),
+                                   MostHits(options));
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const std::int32_t number : hits) {
+        const ProjectRecord* record = searched.findByNumber(number);
+        if (record == nullptr)
+            continue;
+        const std::string path = ItemPath(searched, record->parent, record->sourceName());
+        if (options.json)
+            list.push_back({{"path", path},
+                            {"kind", record->isFolder() ? "folder" : "file"},
+                            {"number", number}});
+        else
+            context.output << Printable(path) << (record->isFolder() ? "/\n" : "\n");
+    }
+    if (options.json)
+        context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+                       << '\n';
+    TellEnd(options, hits.size(), terminal.messages);
+    return kExitDone;
+}
+
 int Find(const FindOptions& options, CommandContext& context) {
     const std::size_t letters = Utf8ToWide(options.signature).size();
     if (options.pattern.empty() == options.signature.empty())
@@ -60,6 +107,9 @@ int Find(const FindOptions& options, CommandContext& context) {
                                       "and {} is not that.",
                                       Printable(options.signature)));
     Terminal terminal(context, TerminalOptionsOf(context, false));
+    const FileMode mode = FileModeOf(options.image);
+    if (mode == FileMode::Project || mode == FileMode::IsoPlus)
+        return FindInProject(options, context, terminal);
     const auto partition =
         Partition::Open({options.image, options.partition}, context, terminal, Access::Read);
     if (!partition)
@@ -67,9 +117,7 @@ int Find(const FindOptions& options, CommandContext& context) {
     std::vector<SearchHit> hits;
     const TreeResult result = Search(partition->volume(), options, hits);
     Print(partition->volume(), options, hits, context);
-    if (!options.all && hits.size() == kMostHits)
-        terminal.messages.showTimedMessage(
-            fmt::format("The search ended after {} hits; --all goes on.", kMostHits));
+    TellEnd(options, hits.size(), terminal.messages);
     if (result != TreeResult::Done)
         terminal.messages.showMessage(CatalogProblem(result, "behind what was found"));
     const bool isClosed = partition->close(terminal.messages);
@@ -78,13 +126,16 @@ int Find(const FindOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<FindOptions>();
-    arguments.add("IMAGE", options->image, "Disc or disk image").required();
+    arguments.add("IMAGE", options->image, "Disc or disk image, or a project").required();
     AddPartitionNumber(arguments, options->partition);
     arguments.add("NAME", options->pattern,
                   "Name of a file or folder; with a * all names that hold the part before it or "
                   "the part behind it (in small letters for HFS)");
     arguments.add("-s,--signature", options->signature,
                   "Files of a type or a creator, or of both in eight letters");
+    arguments.add("--view", options->view, "Names of a project that are sought: iso, hybrid or hfs")
+        .oneOf({"iso", "hybrid", "hfs"})
+        .showDefault();
     arguments.flag("-a,--all", options->all, fmt::format("More than {} hits", kMostHits));
     arguments.flag("-j,--json", options->json, "As JSON");
     run = [options](CommandContext& context) { return Find(*options, context); };
@@ -92,7 +143,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
 
 }  // namespace
 
-const Verb kVerbFind = {"find", "", "Find items of a Macintosh volume by name or signature",
+const Verb kVerbFind = {"find", "", "Find items of a Macintosh volume or a project",
                         "vellmark find work.img --signature TEXT", SetUp};
 
 }  // namespace vellmark

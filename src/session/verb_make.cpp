@@ -9,6 +9,7 @@
 #include "session/format_choice.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/project_rebuild.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
@@ -83,6 +84,7 @@ int Make(MakeOptions& options, CommandContext& context) {
     inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
     inclusion.truncation = kShortenAll;
     inclusion.buildTells = options.build.kind != "iso";
+    inclusion.excluded = OwnFiles(project, context);
     if (const PcFacts target = PcFactsOf(options.build.output); target.kind == PcKind::File)
         inclusion.excluded.push_back({target.device, target.inode});
     const InclusionResult included = Include(project, ContentsOf(options.folder), kRootFolder,

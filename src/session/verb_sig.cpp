@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -90,10 +91,27 @@ std::string Refusal(const SigOptions& options) {
     return {};
 }
 
+// Any text has lines that can be read as entries of no extension.
+bool HasEntry(const std::string& bytes) {
+    const SignatureTable table = SignatureTable::Parse(bytes, false);
+    const auto entries = table.rows().subspan(1);
+    return std::any_of(entries.begin(), entries.end(), [](const SignatureRow& row) {
+        return row.extension.find(' ') == std::string::npos &&
+               row.signature.size() == 2 * kCodeBytes;
+    });
+}
+
 bool Register(ViewRun& run, const std::string& path) {
     std::string reason;
-    if (!ReadSigFile(path, reason)) {
+    const auto bytes = ReadSigFile(path, reason);
+    if (!bytes) {
         FileOpenError(run.terminal.messages, path, reason);
+        return false;
+    }
+    if (!HasEntry(*bytes)) {
+        run.problem(fmt::format(
+            "{} has no entry of a signature table, as TXT,TEXTttxt: the table in use stays.",
+            Printable(path)));
         return false;
     }
     reason = RegisterSigFile(run.context.session->store, path);

@@ -76,29 +76,5 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
     }
 }
 
-TEST(InclusionRules, AnAnswerToAllHoldsForOneQuestionOnly) {
-    ScriptedMessages messages;
-    messages.remembered = {Answer::YesToAll, Answer::No};
-    InclusionAnswers answers;
-    ProjectRecord first = Container();
-    ProjectRecord second = AppleFile();
-    DecideViews(first, ProjectView::Hybrid, "/p/first", answers, messages);
-    DecideViews(second, ProjectView::Hybrid, "/p/second", answers, messages);
-    ASSERT_EQ(messages.questions.size(), 2u);
-    EXPECT_NE(messages.questions[0].find("/p/first"), std::string::npos);
-    EXPECT_NE(messages.questions[0].find("MacBinary"), std::string::npos);
-    EXPECT_NE(messages.questions[1].find("AppleDouble"), std::string::npos);
-}
-
-TEST(InclusionRules, YesToEachAsksNobodyAndIsNoYesToAll) {
-    ScriptedMessages messages;
-    InclusionAnswers answers;
-    answers.executable.kept = Remembered::YesToEach;
-    ProjectRecord executable = Item(1, -1, "a.exe", 0, 0);
-    DecideViews(executable, ProjectView::Hfs, "/p/a.exe", answers, messages);
-    EXPECT_EQ(ViewsOf(executable), "H");
-    EXPECT_TRUE(messages.questions.empty());
-}
-
 }  // namespace
 }  // namespace vellmark

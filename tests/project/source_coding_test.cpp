@@ -204,38 +204,6 @@ TEST_F(SourceCodingTest, DatesOfMacBinaryWinWhereTheyAreTold) {
     }
 }
 
-TEST_F(SourceCodingTest, WhatIsWrongWithTheForksIsTold) {
-    const std::string sidecarLie = AppleFile(0x00051607, {{2, "resource"}}, 1);
-    MacFile mac;
-    mac.data = testing::Pattern(3000);
-    const std::string binHex = BinHexFile(mac);
-    const struct {
-        std::string file;
-        std::string companion;
-        const char* reason;
-    } cases[] = {
-        {MacBinaryBytes{.lost = 1}.bytes(), "", "resource fork in the container is cut short"},
-        {AppleFile(0x00051600, {{2, "r"}, {1, "data"}}, 0xFFFFFFF0), "", "data fork"},
-        {AppleFile(0x00051600, {{1, "data"}}).substr(0, 30), "", "header"},
-        {"data", sidecarLie, "In its companion ._n.txt: The resource fork"},
-        {binHex.substr(0, binHex.size() / 2), "", "data fork in the container is cut short"},
-        {binHex.substr(0, 60), "", "header"},
-    };
-    for (const auto& c : cases) {
-        std::filesystem::remove(companion_);
-        Write(path_, c.file);
-        if (!c.companion.empty())
-            Write(companion_, c.companion);
-        (void)record(false);
-        EXPECT_NE(damage_.find(c.reason), std::string::npos) << c.reason << ": " << damage_;
-    }
-    std::string wrong = binHex;  // one letter of the data fork, and only the checksum can tell
-    wrong[wrong.size() / 2] = wrong[wrong.size() / 2] == 'q' ? 'r' : 'q';
-    Write(path_, wrong);
-    (void)record(false);
-    EXPECT_NE(damage_, "");
-}
-
 TEST_F(SourceCodingTest, NamedStreamsCountWhenTheyTellSomething) {
     Write(path_, "12345");
     if (!setStream("user.AFP_AfpInfo", InfoStream("TEXTLMAN")))

@@ -159,6 +159,9 @@ TEST_F(SessionTest, TheTableIsTheRegisteredOneThenOneOfTheFolderThenTheShippedOn
     EXPECT_TRUE(extensionOf("DTWO"));
     EXPECT_EQ(run({"sig", "--register", "reg/own.sig"}), 0);
     EXPECT_TRUE(extensionOf("REGI"));
+    Write("reg/text.sig", "A letter, not a table of any kind.\r\n# TXT,TEXTttxt,\r\n");
+    EXPECT_EQ(run({"sig", "--register", "reg/text.sig"}), 1);
+    EXPECT_TRUE(extensionOf("REGI")) << "the table in use stays";
 }
 
 TEST_F(SessionTest, TheVerbShowsTheRowOfANameOrOfAType) {

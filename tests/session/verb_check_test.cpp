@@ -152,6 +152,25 @@ TEST_F(CheckTest, ASourceThatIsNotThereEmptiesNoProject) {
     }
 }
 
+TEST_F(CheckTest, FindLooksIntoAProject) {
+    EXPECT_EQ(run({"add", "p.vlpr", "in/a.txt", "--to", "Why?"}), 0) << err_;
+    for (const auto& [line, found] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+             {{"A.TXT"}, "a.txt\nWhy?/a.txt\n"},
+             {{"*y?"}, "Why?/\n"},
+             {{"s*B", "--view", "hfs"}, "sub/\n"},
+             {{"txt"}, ""},
+             {{"--signature", "TEXT"}, "a.txt\nsub/b.txt\nWhy?/a.txt\n"},
+             {{"--signature", "TEXTx"}, ""}}) {
+        std::vector<std::string> arguments = {"find", "p.vlpr"};
+        arguments.insert(arguments.end(), line.begin(), line.end());
+        EXPECT_EQ(run(arguments), 0) << err_;
+        EXPECT_EQ(out_, found) << line[0];
+    }
+    EXPECT_EQ(run({"--log", "in/open.log", "make", "in", "-o", "j.iso"}), 0) << err_;
+    EXPECT_EQ(run({"ls", "j.iso", "--as", "joliet"}), 0);
+    EXPECT_EQ(out_, "a.txt\nsub\n") << "the open journal is no part of it";
+}
+
 TEST_F(CheckTest, TheBatchCommandRebuildsWithALogOrWithout) {
     change();
     EXPECT_EQ(run({"/RJ", "p.vlpr", "r.log"}), 0) << err_;
