@@ -13,6 +13,9 @@
 
 namespace {
 
+/// Longest time to wait for another process that is at the same file.
+constexpr unsigned kLockWaitMs = 2000;
+
 std::string Variable(const char* name) {
     const char* value = std::getenv(name);
     return value ? value : "";
@@ -42,7 +45,8 @@ std::vector<std::string> ShippedSignatures() {
 int main(int argc, char** argv) {
     using namespace vellmark;
     const SystemClock clock;
-    SettingsFile settings(SettingsPath(Variable("XDG_CONFIG_HOME"), Variable("HOME")));
+    const std::string home = Variable("HOME");
+    SettingsFile settings(SettingsPath(Variable("XDG_CONFIG_HOME"), home), kLockWaitMs);
     std::error_code ignored;
     const std::string temporary = std::filesystem::temp_directory_path(ignored).string();
     const bool showsErrors = ::isatty(STDERR_FILENO) != 0;
@@ -55,6 +59,7 @@ int main(int argc, char** argv) {
                            .asks = showsErrors && ::isatty(STDIN_FILENO) != 0,
                            .showsProgress = showsErrors,
                            .lockFolder = RuntimeFolder(Variable("XDG_RUNTIME_DIR"), temporary),
+                           .guard = {kLockWaitMs, LogFolder(Variable("XDG_STATE_HOME"), home)},
                            .settings = &settings,
                            .locale = MessageLocale(),
                            .shippedSignatures = ShippedSignatures()};

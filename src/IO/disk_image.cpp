@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include "IO/disk_image_expansion.hpp"
+#include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -99,20 +100,23 @@ ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPa
                            fmt::format("{} cannot be opened: {}.", name, source.errorText()));
     if (ExpandResult result = ClassResult(ClassifyDiskImage(source), name); result.code != 0)
         return result;
+    const auto notMade = [&outPath](std::int64_t code, int error) {
+        return NotExpanded(code, fmt::format("{} cannot be made: {}.", Printable(outPath),
+                                             SystemErrorText(error)));
+    };
     TargetFile target(outPath);
     if (!target.file().isOpen())
-        return NotExpanded(
-            kFileNotExpanded,
-            fmt::format("{} cannot be made: {}.", Printable(outPath), target.file().errorText()));
+        return notMade(kFileNotExpanded, target.file().error());
+    if (const int error = target.lockOlder(options.guard.lockWaitMs); error != 0)
+        return notMade(kFileNotExpanded, error);
     ExpandResult result = ExpandImage(source, target.file(), progress, options);
     if (result.code != 0) {
         result.problem = fmt::format("{}: {}", name, result.problem);
         return result;
     }
     if (const int error = target.publish(true, false); error != 0)
-        return NotExpanded(
-            kExpansionFailed,
-            fmt::format("{} cannot be made: {}.", Printable(outPath), SystemErrorText(error)));
+        return notMade(kExpansionFailed, error);
+    RemoveRedoLogs(outPath, options.guard);
     result.code = kFileExpanded;
     return result;
 }

@@ -9,6 +9,7 @@
 
 #include "IO/recognition.hpp"
 #include "support/byte_source.hpp"
+#include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
 
@@ -23,6 +24,7 @@ inline constexpr std::int64_t kFileNotExpanded = -2;
 struct ExpandOptions {
     bool verify = false;      ///< compare the checksums that the image carries
     std::string status = {};  ///< what the progress says about it
+    FileGuard guard = {};     ///< of a file that the plain image replaces
     unsigned threads = 0;  ///< that expand blocks, at most four; 0 for as many as there are cores
 };
 

@@ -1,8 +1,11 @@
 #include "IO/sector_batch.hpp"
 
+#include <fmt/core.h>
+#include <unistd.h>
+
 #include <algorithm>
 
-#include "IO/redo_log.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -54,29 +57,54 @@ void SectorBatch::joinRuns() {
     runs_ = std::move(joined);
 }
 
-bool SectorBatch::commit(MediumContext& context, std::uint64_t witnessSector) {
-    if (runs_.empty())
-        return true;
-    joinRuns();
+CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
+    PcFile& image = *context.image;
     std::vector<RedoPiece> pieces;
     pieces.reserve(runs_.size());
     for (const Run& run : runs_)
         pieces.push_back(
             {run.sector * kSectorBytes, std::span(bytes_).subspan(run.start, run.size)});
-    if (!context.image || !context.image->flush())
-        return false;
-    const bool isLogged =
-        WriteRedoLog(*context.image, context.imagePath, pieces, witnessSector * kSectorBytes);
-    for (std::size_t i = 0; i < runs_.size(); ++i)
-        if (WriteSectors(context.transferSlot2, runs_[i].sector, pieces[i].bytes) != 0)
-            return false;
-    if (!context.image->flush())
-        return false;
-    if (isLogged)
-        RemoveRedoLog(context.imagePath);
-    runs_.clear();
-    bytes_.clear();
-    return true;
+    const bool hasRoom = std::all_of(pieces.begin(), pieces.end(), [&](const RedoPiece& piece) {
+        return image.reserve(piece.offset, piece.bytes.size());
+    });
+    if (!hasRoom || !image.flush()) {
+        problem_ = image.errorText();
+        return CommitResult::NotBegun;
+    }
+    const RedoWriting log =
+        WriteRedoLog(image, context.imagePath, context.guard, pieces, mark, context.contents);
+    if (log.error != 0) {
+        problem_ = fmt::format("what must be kept before, in {}, cannot be written: {}",
+                               Printable(log.path), SystemErrorText(log.error));
+        return CommitResult::NotBegun;
+    }
+    const auto toSlot = [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+        return WriteSectors(context.transferSlot2, offset / kSectorBytes, bytes) == 0;
+    };
+    if (!CarryOut(pieces, mark, image, toSlot)) {
+        problem_ = fmt::format(
+            "{}. What is missing lies in {}, and is written when the image is "
+            "changed the next time",
+            image.error() != 0 ? image.errorText() : "a part was not written", Printable(log.path));
+        return CommitResult::Interrupted;
+    }
+    ::unlink(log.path.c_str());
+    context.contents.clear();
+    return CommitResult::Done;
+}
+
+CommitResult SectorBatch::commit(MediumContext& context, const RedoMark& mark) {
+    problem_.clear();
+    result_ = CommitResult::Done;
+    if (runs_.empty())
+        return result_;
+    joinRuns();
+    result_ = context.image ? write(context, mark) : CommitResult::NotBegun;
+    if (result_ == CommitResult::Done) {
+        runs_.clear();
+        bytes_.clear();
+    }
+    return result_;
 }
 
 }  // namespace vellmark

@@ -2,11 +2,19 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
+#include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 
 namespace vellmark {
+
+enum class CommitResult {
+    Done,
+    NotBegun,    ///< nothing of the image has been overwritten
+    Interrupted  ///< what is missing stands in the redo log
+};
 
 /// Takes up what is written through the slots of a record, until it is committed in one piece.
 class SectorBatch {
@@ -27,11 +35,16 @@ class SectorBatch {
     };
 
     /// Writes all sectors in rising order through `transferSlot2`. What was written to the image
-    /// before is on the device first, then a redo log, then the sectors; where no log can be
-    /// written, as in a folder that is read-only, the sectors alone. `witnessSector` is one that
-    /// every change of the image changes. False when not all could be written; the batch then keeps
-    /// everything for another try. It is empty afterwards otherwise, and an empty one does nothing.
-    [[nodiscard]] bool commit(MediumContext& context, std::uint64_t witnessSector);
+    /// before is on the device first, then the file system has room for all that is to come, then
+    /// there is a redo log, and then come the sectors; without a log none. `mark` is one of them in
+    /// the form that it has meanwhile. When not all could be written, the batch keeps everything
+    /// for another try. It is empty afterwards otherwise, and an empty one does nothing.
+    [[nodiscard]] CommitResult commit(MediumContext& context, const RedoMark& mark);
+    /// Why the last commit was not done, as a part of a sentence; "" when it was.
+    [[nodiscard]] const std::string& problem() const { return problem_; }
+    /// How the last commit ended.
+    [[nodiscard]] CommitResult result() const { return result_; }
+    [[nodiscard]] bool isEmpty() const { return runs_.empty(); }
 
   private:
     struct Run {
@@ -42,9 +55,12 @@ class SectorBatch {
 
     void add(const SectorRequest& request);
     void joinRuns();
+    [[nodiscard]] CommitResult write(MediumContext& context, const RedoMark& mark);
 
     std::vector<Run> runs_;
     std::vector<std::uint8_t> bytes_;
+    std::string problem_;
+    CommitResult result_ = CommitResult::Done;
 };
 
 }  // namespace vellmark

@@ -1,6 +1,7 @@
 #include "IO/sector_io.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <vector>
 
@@ -26,6 +27,7 @@ void UseImageSlots(MediumContext& context) {
 void ForgetMedium(MediumContext& context) {
     CloseImage(context);
     UseImageSlots(context);
+    context.contents.clear();
     context.sectorSize = kSectorBytes;
     context.maxTransferSectors = kStreamSectors;
     context.totalSectors = 0;
@@ -40,7 +42,9 @@ void ForgetMedium(MediumContext& context) {
 }
 
 ImageOpening OpenAs(MediumContext& context, const std::string& path, PcFile::Mode mode) {
-    auto file = std::make_shared<PcFile>(path, mode);
+    const LockKind kind = mode == PcFile::Mode::Read ? LockKind::Shared : LockKind::Exclusive;
+    auto file = std::make_shared<PcFile>(
+        OpenLocked([&] { return PcFile(path, mode); }, kind, context.guard.lockWaitMs));
     if (!file->isOpen())
         return {OpenResult::Failed, file->error()};
     context.image = std::move(file);
@@ -106,7 +110,9 @@ MediumContext::MediumContext() {
 ImageOpening OpenImage(MediumContext& context, const std::string& path) {
     ForgetMedium(context);
     const ImageOpening opening = OpenAs(context, path, PcFile::Mode::ReadWrite);
-    return opening.result == OpenResult::Opened ? opening : OpenImageForReading(context, path);
+    return opening.result == OpenResult::Opened || opening.systemError == EWOULDBLOCK
+               ? opening
+               : OpenImageForReading(context, path);
 }
 
 ImageOpening OpenImageForReading(MediumContext& context, const std::string& path) {
@@ -145,6 +151,9 @@ int TransferSectors(MediumContext& context, const SectorRequest& request) {
                                                 : WriteRun(*context.image, request, buffer);
     }
     context.transferFailed = context.transferFailed || !whole;
+    if (request.command == kCommandWrite)
+        context.contents.note(request.startSector * kSectorBytes, bytes,
+                              request.buffer.first(whole && request.count != 0 ? kSectorBytes : 0));
     return whole ? 0 : 1;
 }
 

@@ -9,8 +9,9 @@
 #include <span>
 #include <string>
 
-#include "IO/file_wrapper.hpp"
+#include "IO/content_samples.hpp"
 #include "support/byte_source.hpp"
+#include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
 
@@ -76,8 +77,10 @@ struct MediumContext {
     MediumContext(const MediumContext&) = delete;
     MediumContext& operator=(const MediumContext&) = delete;
 
+    FileGuard guard;                ///< how images are opened; stays when one is closed
     std::string imagePath;          ///< empty while no image is open
     std::shared_ptr<PcFile> image;  ///< null while no image is open
+    ContentSamples contents;        ///< written since the last commit
     MediumKind mediumKind = MediumKind::FileImage;
     TransferSlot transferSlot;   ///< nodes, headers and file contents
     TransferSlot transferSlot2;  ///< header and bitmap of a volume
@@ -104,11 +107,13 @@ struct ImageOpening {
     int systemError = 0;  ///< why it failed; 0 when it did not
 };
 
-/// Opens an image for reading and writing, or else for reading only, which is then a
-/// reason of the record. What the
-/// record knew of an earlier medium is forgotten first, and both slots lead to `TransferSectors`.
+/// Opens an image for reading and writing, with nobody else at it, or else for reading only, which
+/// is then a reason of the record. What the record knew of an earlier medium is forgotten first,
+/// and both slots lead to `TransferSectors`. EWOULDBLOCK when others keep the image for longer than
+/// the guard of the record waits.
 [[nodiscard]] ImageOpening OpenImage(MediumContext& context, const std::string& path);
-/// The same for work that changes nothing: the file is never opened for writing.
+/// The same for work that changes nothing: the file is never opened for writing, and others may
+/// read it too.
 [[nodiscard]] ImageOpening OpenImageForReading(MediumContext& context, const std::string& path);
 /// Makes a new image, emptying a file of that name.
 [[nodiscard]] ImageOpening CreateImage(MediumContext& context, const std::string& path);
@@ -130,6 +135,14 @@ int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
 [[nodiscard]] std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block);
 /// Sectors that so many allocation blocks fill.
 [[nodiscard]] std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks);
+
+/// How a copy of a run of bytes ended. Everything but `Done` means that the target is not whole.
+enum class StreamResult {
+    Done,
+    ShortRead,   ///< the source ended or failed before the last byte asked for
+    ShortWrite,  ///< the target did not take everything
+    Stopped,     ///< the `Progress` asked to stop
+};
 
 /// Copies `bytes` bytes from `firstSector` on to `out` at `outOffset`; the tail of the last sector
 /// stays behind. More than 64 sectors are told to `progress` in chunks. After a short read the

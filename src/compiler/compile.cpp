@@ -294,6 +294,8 @@ CompileResult Compiler::write() {
     TargetFile target(context_.targetPath);
     if (!target.file().isOpen())
         return targetFailed(target.file().error());
+    if (const int error = target.lockOlder(context_.guard.lockWaitMs); error != 0)
+        return targetFailed(error);
     PcFile& image = target.file();
     JournalStep(context_, CompileStep::CreateTables);
     std::optional<TempTableSet> tables;
@@ -322,7 +324,7 @@ CompileResult Compiler::write() {
     const int error = target.publish(context_.replace, false);
     if (error != 0)
         return targetFailed(error);
-    RemoveRedoLog(context_.targetPath);
+    RemoveRedoLogs(context_.targetPath, context_.guard);
     return CompileResult::Done;
 }
 

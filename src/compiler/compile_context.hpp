@@ -6,6 +6,7 @@
 
 #include "project/project_file.hpp"
 #include "support/clock.hpp"
+#include "support/file_lock.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
 
@@ -64,6 +65,7 @@ struct CompileContext {
     bool strictIso = false;       ///< sort the ISO trees as ECMA-119 asks, and tell of deep folders
     bool replace = false;         ///< an existing image may be replaced
     bool projectChanged = false;  ///< since it was opened: save it with the image
+    FileGuard guard = {};         ///< of an image that is replaced
     std::string tableFolder = ".";              ///< where the temporary tables lie
     CompileMode mode = CompileMode::HybridHfs;  ///< settled by the driver
 };

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "IO/raw_image.hpp"
-#include "IO/redo_log.hpp"
 #include "compiler/disc_opening.hpp"
 #include "compiler/hybrid_map.hpp"
 #include "compiler/iso_reach.hpp"
@@ -133,13 +132,14 @@ std::string_view Left(Changed changed) {
 
 }  // namespace
 
-DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages) {
+DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
+                                   const FileGuard& guard) {
     const auto refuse = [&](DeshybridationResult result, const std::string& sentence) {
         messages.showError(fmt::format("{} {}", Printable(path), sentence));
         return DeshybridationOutcome{result};
     };
     PcFile file;
-    if (!OpenDiscToChange(path, file, messages))
+    if (!OpenDiscToChange(path, guard, file, messages))
         return {DeshybridationResult::NotOpened};
     std::string why;
     const auto disc = Examine(file, why);
@@ -150,8 +150,6 @@ DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages) 
             DeshybridationResult::NotWritten,
             fmt::format("cannot be changed: {}. {}",
                         file.error() != 0 ? file.errorText() : "it is cut short", Left(changed)));
-    // What was left of a change of the volume is of no use any more.
-    RemoveRedoLog(path);
     return {DeshybridationResult::Done, disc->kept, disc->cutAt};
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "support/file_lock.hpp"
 #include "support/messages.hpp"
 
 namespace vellmark {
@@ -32,6 +33,7 @@ struct DeshybridationOutcome {
 /// then ends where the first Macintosh partition began, unless files, directories or boot images of
 /// the ISO 9660 side lie behind that place. Works on plain and on raw images. Everything but `Done`
 /// has been told; the image is then as it was, unless the disk failed after the first change.
-[[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages);
+[[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
+                                                 const FileGuard& guard = {});
 
 }  // namespace vellmark

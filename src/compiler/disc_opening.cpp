@@ -9,6 +9,7 @@
 
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/recovery.hpp"
 
 namespace vellmark {
 
@@ -34,7 +35,8 @@ PcFile OpenWritable(const std::string& path) {
 
 }  // namespace
 
-bool OpenDiscToChange(const std::string& path, PcFile& disc, Messages& messages) {
+bool OpenDiscToChange(const std::string& path, const FileGuard& guard, PcFile& disc,
+                      Messages& messages) {
     const auto refuse = [&](std::string_view reason) {
         messages.showError(fmt::format("{} {}.", Printable(path), reason));
         return false;
@@ -44,12 +46,14 @@ bool OpenDiscToChange(const std::string& path, PcFile& disc, Messages& messages)
         return refuse("is a pipe, a socket or a device, not a disc image");
     if (kind == PcKind::Folder)
         return refuse("is a folder, not a disc image");
-    disc = OpenWritable(path);
+    disc = OpenLocked([&] { return OpenWritable(path); }, LockKind::Exclusive, guard.lockWaitMs);
+    if (disc.error() == EWOULDBLOCK)
+        return refuse("is being used by another process");
     if (!disc.isOpen()) {
         FileOpenError(messages, path, SystemErrorText(disc.error()));
         return false;
     }
-    return disc.lock() || refuse("is being changed by another process");
+    return CompleteInterruptedChange(disc, path, guard, Access::Change, messages);
 }
 
 }  // namespace vellmark

@@ -12,7 +12,6 @@
 #include <system_error>
 
 #include "IO/apple_map.hpp"
-#include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
 #include "compiler/disc_opening.hpp"
 #include "compiler/iso_reach.hpp"
@@ -205,7 +204,7 @@ HybridationResult Join(JoinJob& job, HybridationOutcome& outcome) {
 
 // All steps up to the first change, and the join.
 HybridationResult Run(JoinJob& job, const std::string& partitionPath, HybridationOutcome& outcome) {
-    if (!job.source.open(partitionPath, job.messages))
+    if (!job.source.open(partitionPath, job.options.guard, job.messages))
         return HybridationResult::PartitionNotOpened;
     HybridationResult result = Recognise(job);
     if (result == HybridationResult::Done)
@@ -225,7 +224,7 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
     HybridationOutcome outcome;
     const std::string path = RealPath(discPath);
     PcFile disc;
-    if (!OpenDiscToChange(discPath, disc, messages)) {
+    if (!OpenDiscToChange(discPath, options.guard, disc, messages)) {
         outcome.result = HybridationResult::DiscNotOpened;
         return outcome;
     }
@@ -239,9 +238,6 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
     outcome.result = Run(job, partitionPath, outcome);
     outcome.isHfsPlus = source.isHfsPlus();
     outcome.sizeBytes = job.sizeBytes;
-    // A change of an earlier image of that name is not to be completed in this one.
-    if (outcome.result == HybridationResult::Done)
-        RemoveRedoLog(path);
     return outcome;
 }
 

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <string>
 
+#include "support/file_lock.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
 
@@ -39,6 +40,7 @@ struct HybridationOptions {
     /// A person can be asked about a disc that is too large or no ISO 9660 image; else the first is
     /// no matter and the second is refused.
     bool asks = false;
+    FileGuard guard = {};  ///< how disc and partition are opened
 };
 
 struct HybridationOutcome {

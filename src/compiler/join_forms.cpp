@@ -171,7 +171,6 @@ HybridationResult JoinRepacked(JoinJob& job) {
                                      job.source.size(), job.progress);
     if (!isWhole || !file.writeRecord(0, job.map(start, total)))
         return job.writingEnded(file);
-    KeepPermissions(job.path, file.path());
     if (const int error = target.publish(true, true); error != 0)
         return job.notPublished(error);
     job.sizeBytes = total * kIsoSectorBytes;

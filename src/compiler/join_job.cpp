@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
 #include <vector>
 
 #include "IO/sector_io.hpp"
@@ -70,13 +68,6 @@ HybridationResult JoinJob::writingEnded(const PcFile& target) const {
 HybridationResult JoinJob::notPublished(int error) const {
     return refuse(HybridationResult::NotWritten,
                   fmt::format("cannot be replaced: {}. It is as it was.", SystemErrorText(error)));
-}
-
-void KeepPermissions(const std::string& oldPath, const std::string& newPath) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(oldPath, error);
-    if (!error)
-        std::filesystem::permissions(newPath, status.permissions(), error);
 }
 
 bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to, std::uint64_t toOffset,

@@ -38,9 +38,6 @@ struct JoinJob {
     HybridationResult notPublished(int error) const;
 };
 
-/// Gives a new file the permissions of the one that it is to replace, where that can be done.
-void KeepPermissions(const std::string& oldPath, const std::string& newPath);
-
 /// Copies `count` bytes, telling them to `progress`. False when a transfer failed or the work is
 /// to stop.
 [[nodiscard]] bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to,

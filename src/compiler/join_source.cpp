@@ -44,16 +44,13 @@ std::uint64_t VolumeBytes(ByteSource& disk, std::uint64_t partition) {
 
 }  // namespace
 
-bool JoinSource::open(const std::string& path, Messages& messages) {
+bool JoinSource::open(const std::string& path, const FileGuard& guard, Messages& messages) {
     path_ = path;
+    image_.guard = guard;
     if (!OpenImageFile(image_, path, Access::Read, messages))
         return false;
     disk_ = image_.image.get();
-    // What another process is changing would be copied half changed.
-    if (image_.image->lock())
-        return true;
-    messages.showError(fmt::format("{} is being used by another process.", Printable(path)));
-    return false;
+    return true;
 }
 
 JoinSourceResult JoinSource::prepare(bool opensRoot, Messages& messages, Progress& progress) {

@@ -8,6 +8,7 @@
 #include "IO/expanded_image.hpp"
 #include "compiler/hybrid_map.hpp"
 #include "support/byte_source.hpp"
+#include "support/file_lock.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
 #include "volume/volume_context.hpp"
@@ -26,7 +27,7 @@ enum class JoinSourceResult {
 class JoinSource final : public ByteSource {
   public:
     /// Opens the file. False after a message.
-    [[nodiscard]] bool open(const std::string& path, Messages& messages);
+    [[nodiscard]] bool open(const std::string& path, const FileGuard& guard, Messages& messages);
     /// Finds the first partition of type "Apple_HFS" in it. A compressed disk image is expanded
     /// into a temporary file that lives as long as this. `opensRoot` lets a Macintosh open the
     /// window of the root folder when the disc is put in; the image itself stays as it is.

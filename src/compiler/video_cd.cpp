@@ -263,14 +263,12 @@ HybridationResult Write(JoinJob& job, const Plan& plan) {
     TargetFile image(job.path);
     if (!image.file().isOpen() || !WriteImage(job, plan, image.file()))
         return job.writingEnded(image.file());
-    KeepPermissions(job.path, image.file().path());
     std::optional<TargetFile> sheet;
     if (!plan.sheetPath.empty()) {
         sheet.emplace(plan.sheetPath);
         const auto* text = reinterpret_cast<const std::uint8_t*>(plan.sheet.data());
         if (!sheet->file().isOpen() || !sheet->file().writeAt(0, {text, plan.sheet.size()}))
             return job.writingEnded(sheet->file());
-        KeepPermissions(plan.sheetPath, sheet->file().path());
     }
     if (const int error = Publish(job, plan, image, sheet ? &*sheet : nullptr); error != 0)
         return job.notPublished(error);

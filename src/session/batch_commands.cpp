@@ -44,7 +44,7 @@ bool OpenOrCreate(const BatchJob& job, std::optional<ProjectFile>& project) {
     Messages& messages = job.terminal.messages;
     const PcFacts facts = PcFactsOf(job.project);
     if (facts.kind != PcKind::Missing || facts.isLink)
-        return OpenForChange(job.project, messages, project);
+        return OpenForChange(job.project, job.context, messages, project);
     const FileMode mode = FileModeOf(job.project);
     if (mode != FileMode::Project && mode != FileMode::IsoPlus) {
         messages.showMessage(
@@ -55,8 +55,10 @@ bool OpenOrCreate(const BatchJob& job, std::optional<ProjectFile>& project) {
     }
     if (!MayMakeFile(job.project, false, messages))
         return false;
+    ProjectAccess access = ChangingAccess(job.context);
+    access.mayReplace = false;
     const ProjectMode kind = ProjectModeOf(job.project);
-    project = ProjectFile::Create(job.project, kind, NewProjectDefaults(job.context, kind));
+    project = ProjectFile::Create(job.project, kind, NewProjectDefaults(job.context, kind), access);
     return true;
 }
 
@@ -85,8 +87,8 @@ BatchResult BatchCompile(const BatchJob& job) {
         return BatchResult::NotUnderstood;
     }
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(job.project), mode, messages, project) !=
-        ProjectOpened::Opened)
+    if (ProjectFile::Open(FollowLink(job.project), mode, messages, project,
+                          ChangingAccess(job.context)) != ProjectOpened::Opened)
         return BatchResult::NotOpened;
     const std::string image = FollowLink(WithExtension(job.project, "ISO"));
     if (AreSameFile(image, job.project)) {
@@ -104,6 +106,7 @@ BatchResult BatchCompile(const BatchJob& job) {
     CompileContext compile{*project,          messages, job.terminal.progress,
                            job.context.clock, image,    kind};
     compile.replace = true;
+    compile.guard = job.context.guard;
     compile.projectChanged = changed;
     return ResultOf(CompileProject(compile));
 }
@@ -155,7 +158,7 @@ BatchResult BatchRebuild(const BatchJob& job) {
         session->journal.mark();
     }
     std::optional<ProjectFile> project;
-    if (!OpenForChange(job.project, messages, project))
+    if (!OpenForChange(job.project, job.context, messages, project))
         return BatchResult::NotOpened;
     RebuildResult result;
     if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
@@ -176,7 +179,8 @@ BatchResult BatchExpand(const BatchJob& job) {
     }
     if (!MayMakeFile(target, true, messages))
         return BatchResult::NotCreated;
-    const ExpandResult result = ExpandImageFile(job.project, target, job.terminal.progress);
+    const ExpandResult result =
+        ExpandImageFile(job.project, target, job.terminal.progress, {.guard = job.context.guard});
     TellExpansion(result, Printable(job.project), messages);
     job.context.readIncomplete = result.isIncomplete;
     return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
@@ -185,7 +189,8 @@ BatchResult BatchExpand(const BatchJob& job) {
 }
 
 BatchResult BatchJoin(const BatchJob& job) {
-    const HybridationOptions options{.opensRoot = OptionsOf(job.context).opensRoot, .force = true};
+    const HybridationOptions options{
+        .opensRoot = OptionsOf(job.context).opensRoot, .force = true, .guard = job.context.guard};
     const HybridationOutcome outcome =
         Hybridate(job.argument, job.project, options, job.terminal.messages, job.terminal.progress);
     switch (outcome.result) {
@@ -201,7 +206,7 @@ BatchResult BatchJoin(const BatchJob& job) {
 }
 
 BatchResult BatchSplit(const BatchJob& job) {
-    switch (Deshybridate(job.project, job.terminal.messages).result) {
+    switch (Deshybridate(job.project, job.terminal.messages, job.context.guard).result) {
         case DeshybridationResult::Done:
             return BatchResult::Done;
         case DeshybridationResult::NotOpened:

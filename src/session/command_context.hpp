@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/clock.hpp"
+#include "support/file_lock.hpp"
 #include "support/settings_store.hpp"
 #include "support/texts.hpp"
 
@@ -24,6 +25,7 @@ struct CommandContext {
     bool asks = false;            ///< the input is a terminal: somebody can answer a question
     bool showsProgress = false;   ///< the errors go to a terminal: a line may be drawn over
     std::string lockFolder = {};  ///< where the lock of batch commands lies
+    FileGuard guard = {};         ///< how files are opened that others may change too
     Language language = Language::English;  ///< settled when the session begins
     int outputError = 0;  ///< the system's number of a failure to write results, once one is known
     bool readIncomplete = false;        ///< an image that was read lacks something, which was told

@@ -71,6 +71,7 @@ std::unique_ptr<ImageView> ImageView::Open(const PlainImage& image,
                                            std::optional<unsigned> partition, const Clock& clock,
                                            Messages& messages) {
     std::unique_ptr<ImageView> view(new ImageView);
+    view->volume_.guard = image.guard();
     if (!OpenImageFile(view->volume_, image.path(), Access::Read, messages))
         return nullptr;
     std::string problem;

@@ -2,9 +2,8 @@
 
 #include <fmt/core.h>
 
-#include "IO/redo_log.hpp"
+#include "IO/sector_batch.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_folder.hpp"
 #include "volume/allocation.hpp"
 #include "volume/read_only.hpp"
 
@@ -12,17 +11,16 @@ namespace vellmark {
 
 namespace {
 
-std::string ClosingSentence(const std::string& image, const std::string& problem, Access access) {
+// Changes are written whole or not at all, so that the volume is sound in every case.
+std::string ClosingSentence(const std::string& image, const std::string& problem, Access access,
+                            CommitResult commit) {
     const std::string name = Printable(image);
     if (access == Access::Read)
         return fmt::format("{} could not be read whole: {}.", name, problem);
-    const std::string log = RedoLogPath(image);
-    if (PcFactsOf(log).kind == PcKind::File)
-        return fmt::format(
-            "{} was not written whole: {}. What is missing lies in {}, and is written when the "
-            "image is opened the next time.",
-            name, problem, Printable(log));
-    return fmt::format("{} was not read and written whole, and may be damaged: {}.", name, problem);
+    if (commit == CommitResult::NotBegun)
+        return fmt::format("{} is as it was before the change that was to be written last: {}.",
+                           name, problem);
+    return fmt::format("{} was not read and written whole: {}.", name, problem);
 }
 
 }  // namespace
@@ -60,6 +58,7 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, Comm
     std::unique_ptr<Partition> partition(new Partition(context.clock, std::move(*image)));
     partition->access_ = access;
     VolumeContext& volume = partition->volume_;
+    volume.guard = context.guard;
     const PlainImage& plain = partition->image_;
     const std::string name = Printable(plain.name());
     if (!OpenVolume(volume,
@@ -80,6 +79,8 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, Comm
 
 std::string Partition::closingProblem() {
     const TreeResult flushed = FlushVolume(volume_, clock_);
+    if (!volume_.allocation.unfinished.problem().empty())
+        return volume_.allocation.unfinished.problem();
     const bool onDevice = access_ == Access::Read || volume_.image->flush();
     if (volume_.image->error() != 0)
         return volume_.image->errorText();
@@ -92,10 +93,11 @@ std::string Partition::closingProblem() {
 
 bool Partition::close(Messages& messages) {
     const std::string problem = closingProblem();
+    const CommitResult commit = volume_.allocation.unfinished.result();
     ReleaseAllocationState(volume_);
     CloseImage(volume_);
     if (!problem.empty())
-        messages.showMessage(ClosingSentence(image_.name(), problem, access_));
+        messages.showMessage(ClosingSentence(image_.name(), problem, access_, commit));
     return problem.empty();
 }
 

@@ -69,7 +69,7 @@ void TellExpansion(const ExpandResult& result, const std::string& name, Messages
 
 std::optional<PlainImage> PlainImage::Open(const std::string& named, Access access,
                                            CommandContext& context, Terminal& terminal) {
-    PlainImage image(named, named);
+    PlainImage image(named, context.guard);
     Messages& messages = terminal.messages;
     if ((access == Access::Change && !context.asks) || !IsCompressed(named))
         return image;
@@ -83,7 +83,8 @@ std::optional<PlainImage> PlainImage::Open(const std::string& named, Access acce
             return path ? std::optional(std::move(image)) : std::nullopt;
         kept = *path;
     }
-    const ExpandOptions options{.status = FormatText(kTextDecompressing, context.language, name)};
+    const ExpandOptions options{.status = FormatText(kTextDecompressing, context.language, name),
+                                .guard = context.guard};
     const StopSignals signals;
     ExpandResult result;
     if (kept.empty()) {

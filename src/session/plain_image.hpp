@@ -33,15 +33,18 @@ class PlainImage {
     [[nodiscard]] const std::string& path() const { return path_; }
     /// How messages call the image.
     [[nodiscard]] const std::string& name() const { return isTemporary() ? named_ : path_; }
+    /// How it is to be opened.
+    [[nodiscard]] const FileGuard& guard() const { return guard_; }
     /// It goes with this object, and so do changes.
     [[nodiscard]] bool isTemporary() const { return expanded_ != nullptr; }
 
   private:
-    PlainImage(std::string named, std::string path)
-        : named_(std::move(named)), path_(std::move(path)) {}
+    PlainImage(std::string named, FileGuard guard)
+        : named_(std::move(named)), path_(named_), guard_(std::move(guard)) {}
 
     std::string named_;
     std::string path_;
+    FileGuard guard_;
     std::unique_ptr<ExpandedImage> expanded_;
 };
 

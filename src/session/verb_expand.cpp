@@ -49,7 +49,8 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
     const ExpandResult result =
         ExpandImageFile(options.image, target, terminal.progress,
                         {.verify = options.verify,
-                         .status = FormatText(kTextDecompressing, context.language, name)});
+                         .status = FormatText(kTextDecompressing, context.language, name),
+                         .guard = context.guard});
     terminal.progress.clear();
     TellExpansion(result, name, messages);
     if (result.code != kFileExpanded)

@@ -86,11 +86,13 @@ bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
 }
 
 bool WriteVolume(const FormatInput& input, const std::string& path, bool replace,
-                 const Clock& clock, Terminal& terminal) {
+                 const CommandContext& context, Terminal& terminal) {
     TargetFile target(path);
-    int error = target.file().error();
-    if (target.file().isOpen()) {
-        const FormatResult result = FormatVolume(input, target.file(), clock, terminal.progress);
+    int error =
+        target.file().isOpen() ? target.lockOlder(context.guard.lockWaitMs) : target.file().error();
+    if (error == 0) {
+        const FormatResult result =
+            FormatVolume(input, target.file(), context.clock, terminal.progress);
         if (result == FormatResult::Stopped || StopSignals::requested()) {
             terminal.messages.showMessage("Stopped as you wished; nothing was made.");
             return false;
@@ -99,7 +101,7 @@ bool WriteVolume(const FormatInput& input, const std::string& path, bool replace
             result == FormatResult::Done ? target.publish(replace, true) : target.file().error();
     }
     if (error == 0)
-        RemoveRedoLog(path);
+        RemoveRedoLogs(path, context.guard);
     else
         terminal.messages.showMessage(
             fmt::format("{} cannot be made: {}.", Printable(path), SystemErrorText(error)));
@@ -126,7 +128,7 @@ int Format(const FormatOptions& options, CommandContext& context) {
     input.label = options.label;
     const std::uint64_t bytes = FormattedBytes(input);
     if (!HasRoom(path, bytes, terminal.messages) ||
-        !WriteVolume(input, path, options.force, context.clock, terminal))
+        !WriteVolume(input, path, options.force, context, terminal))
         return kExitFailed;
     terminal.progress.clear();
     if (!options.quiet)

@@ -40,6 +40,7 @@ int Join(const JoinOptions& options, CommandContext& context) {
     hybridation.opensRoot = options.opensRoot || OptionsOf(context).opensRoot;
     hybridation.force = options.force;
     hybridation.asks = context.asks;
+    hybridation.guard = context.guard;
     const HybridationOutcome outcome = Hybridate(options.disc, options.partition, hybridation,
                                                  terminal.messages, terminal.progress);
     terminal.progress.clear();

@@ -31,7 +31,8 @@ std::string_view Words(PartitionKept kept) {
 int Split(const SplitOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
-    const DeshybridationOutcome outcome = Deshybridate(options.disc, terminal.messages);
+    const DeshybridationOutcome outcome =
+        Deshybridate(options.disc, terminal.messages, context.guard);
     if (outcome.result != DeshybridationResult::Done)
         return kExitFailed;
     if (!options.quiet)

@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/file_lock.hpp"
+
 namespace vellmark {
 
 namespace {
@@ -32,25 +34,29 @@ int OpenFlags(PcFile::Mode mode) {
         case PcFile::Mode::CreateTruncate:
             return O_RDWR | O_CREAT | O_TRUNC;
         case PcFile::Mode::CreateNew:
+        case PcFile::Mode::CreatePrivate:
             return O_RDWR | O_CREAT | O_EXCL;
     }
     return O_RDONLY;
 }
 
-// Hands the names in a folder to the device. File systems that cannot do it keep their own order.
-void FlushFolder(const std::string& folder) {
+// Hands the names in a folder to the device. 0, or the system's error number; a file system that
+// cannot do it keeps its own order, and a folder that may not be read hands over nothing.
+int FlushFolder(const std::string& folder) {
     const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
-        return;
-    (void)::fsync(descriptor);
+        return errno == EACCES || errno == EPERM ? 0 : errno;
+    const int error = ::fsync(descriptor) == 0 ? 0 : errno;
     ::close(descriptor);
+    return error == EINVAL || error == EROFS ? 0 : error;
 }
 
 }  // namespace
 
 PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
     // O_NONBLOCK: opening a pipe must not wait for its other end. It does nothing to plain files.
-    descriptor_ = ::open(path_.c_str(), OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK, 0666);
+    descriptor_ = ::open(path_.c_str(), OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK,
+                         mode == Mode::CreatePrivate ? 0600 : 0666);
     if (descriptor_ < 0) {
         error_ = errno;
         return;
@@ -73,7 +79,9 @@ PcFile::PcFile(PcFile&& other) noexcept
     : path_(std::move(other.path_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       error_(other.error_),
-      openedSize_(other.openedSize_) {}
+      openedSize_(other.openedSize_),
+      hasLost_(other.hasLost_),
+      patch_(std::move(other.patch_)) {}
 
 PcFile& PcFile::operator=(PcFile&& other) noexcept {
     if (this != &other) {
@@ -82,6 +90,8 @@ PcFile& PcFile::operator=(PcFile&& other) noexcept {
         descriptor_ = std::exchange(other.descriptor_, -1);
         error_ = other.error_;
         openedSize_ = other.openedSize_;
+        hasLost_ = other.hasLost_;
+        patch_ = std::move(other.patch_);
     }
     return *this;
 }
@@ -114,6 +124,8 @@ std::size_t PcFile::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
             break;
         done += static_cast<std::size_t>(got);
     }
+    if (patch_)
+        patch_(offset, out.first(done));
     return done;
 }
 
@@ -143,22 +155,55 @@ bool PcFile::setSize(std::uint64_t sizeBytes) {
 }
 
 bool PcFile::flush() {
+    // The system tells a loss once, and forgets what was lost: trying again would seem to succeed.
+    if (hasLost_)
+        return false;
     // A target such as a pipe has nothing to hand over.
     if (::fsync(descriptor_) == 0 || errno == EINVAL || errno == EROFS)
         return true;
+    hasLost_ = true;
     if (error_ == 0)
         error_ = errno;
     return false;
 }
 
-bool PcFile::lock() {
-    return ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+bool PcFile::reserve(std::uint64_t offset, std::uint64_t count) {
+    int result = 0;
+    do
+        result = ::fallocate(descriptor_, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(offset),
+                             static_cast<off_t>(count));
+    while (result != 0 && errno == EINTR);
+    const bool isRefused = result != 0 && (errno == ENOSPC || errno == EDQUOT || errno == EFBIG ||
+                                           errno == EIO || errno == EROFS || errno == EBADF);
+    if (isRefused && error_ == 0)
+        error_ = errno;
+    return !isRefused;
+}
+
+bool PcFile::lock(LockKind kind) {
+    const int operation = kind == LockKind::Shared ? LOCK_SH : LOCK_EX;
+    return ::flock(descriptor_, operation | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+bool PcFile::hasItsPath() const {
+    struct stat own {};
+    struct stat named {};
+    return ::fstat(descriptor_, &own) == 0 && ::stat(path_.c_str(), &named) == 0 &&
+           own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
+void PcFile::refuse(int error) {
+    close();
+    error_ = error;
 }
 
 std::uint64_t PcFile::copyFrom(PcFile& from, std::uint64_t fromOffset, std::uint64_t offset,
                                std::uint64_t count) {
     std::uint64_t done = 0;
     std::vector<std::uint8_t> buffer;
+    // The system copies what stands in the file, not what is to be seen there.
+    if (from.patch_)
+        buffer.resize(static_cast<std::size_t>(std::min(count, kCopyPiece)));
     while (done < count) {
         if (buffer.empty()) {
             off_t source = static_cast<off_t>(fromOffset + done);
@@ -190,12 +235,17 @@ std::string PcFile::descriptorPath() const {
     return "/proc/self/fd/" + std::to_string(descriptor_);
 }
 
-TargetFile::TargetFile(std::string path) : path_(std::move(path)) {
+TargetFile::TargetFile(std::string path, const std::string& rightsOf) : path_(std::move(path)) {
+    struct stat facts {};
+    if (::stat((rightsOf.empty() ? path_ : rightsOf).c_str(), &facts) == 0 &&
+        S_ISREG(facts.st_mode))
+        rights_ = {facts.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO), facts.st_uid, facts.st_gid};
+    const PcFile::Mode mode = rights_ ? PcFile::Mode::CreatePrivate : PcFile::Mode::CreateNew;
     // The name is short whatever the target's is, so that a long name does not make it too long.
     for (int attempt = 0; attempt < 100; ++attempt) {
         temporaryPath_ = FolderOf(path_) + "/.vellmark-" + std::to_string(::getpid()) + "-" +
                          std::to_string(attempt) + ".tmp";
-        file_ = PcFile(temporaryPath_, PcFile::Mode::CreateNew);
+        file_ = PcFile(temporaryPath_, mode);
         if (file_.isOpen() || file_.error() != EEXIST)
             break;
     }
@@ -210,26 +260,51 @@ TargetFile::~TargetFile() {
     }
 }
 
-int TargetFile::publish(bool replace, bool durable) {
-    // A transfer that failed before leaves a file that is not whole.
-    if (file_.error() != 0 || (durable && !file_.flush()))
-        return file_.error();
+int TargetFile::lockOlder(unsigned waitMs) {
+    older_ = OpenLocked([this] { return PcFile(path_, PcFile::Mode::Read); }, LockKind::Exclusive,
+                        waitMs);
+    return older_.error() == EWOULDBLOCK ? EWOULDBLOCK : 0;
+}
+
+// Owner and permissions, as far as this user may give them. Where the group cannot be kept, the
+// other one may do what anybody may.
+void TargetFile::giveRights() {
+    struct stat own {};
+    if (!rights_ || ::fstat(file_.descriptor_, &own) != 0)
+        return;
+    mode_t mode = rights_->mode;
+    const bool differs = own.st_uid != rights_->owner || own.st_gid != rights_->group;
+    if (differs && ::fchown(file_.descriptor_, rights_->owner, rights_->group) != 0 &&
+        own.st_gid != rights_->group &&
+        ::fchown(file_.descriptor_, static_cast<uid_t>(-1), rights_->group) != 0)
+        mode = (mode & ~static_cast<mode_t>(S_IRWXG)) | ((mode & S_IRWXO) << 3);
+    (void)::fchmod(file_.descriptor_, mode);
+}
+
+int TargetFile::giveName(bool replace) {
     const int result = replace ? ::rename(temporaryPath_.c_str(), path_.c_str())
                                : ::link(temporaryPath_.c_str(), path_.c_str());
     // File systems without hard links refuse the exclusive way; then the name is looked at first.
-    if (result != 0 && !replace && (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS)) {
-        if (::access(path_.c_str(), F_OK) == 0)
-            return EEXIST;
-        return publish(true, durable);
-    }
+    if (result != 0 && !replace && (errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS))
+        return ::access(path_.c_str(), F_OK) == 0 ? EEXIST : giveName(true);
     if (result != 0)
         return errno;
     if (!replace)
         ::unlink(temporaryPath_.c_str());
-    published_ = true;
-    if (durable)
-        FlushFolder(FolderOf(path_));
     return 0;
+}
+
+int TargetFile::publish(bool replace, bool durable) {
+    struct stat older {};
+    const bool isKept = durable || (replace && ::lstat(path_.c_str(), &older) == 0);
+    giveRights();
+    // A transfer that failed before leaves a file that is not whole.
+    if (file_.error() != 0 || (isKept && !file_.flush()))
+        return file_.error();
+    if (const int error = giveName(replace); error != 0)
+        return error;
+    published_ = true;
+    return isKept ? FlushFolder(FolderOf(path_)) : 0;
 }
 
 TemporaryFolder::TemporaryFolder() {
@@ -255,7 +330,18 @@ PcFile UnnamedTemporaryFile() {
     return std::move(target.file());
 }
 
+FileStamp StampOf(const std::string& path) {
+    struct stat facts {};
+    if (::stat(path.c_str(), &facts) != 0)
+        return {};
+    return {facts.st_dev, facts.st_ino, static_cast<std::uint64_t>(facts.st_size),
+            facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec};
+}
+
 std::string SystemErrorText(int error) {
+    // What a file says that is locked.
+    if (error == EWOULDBLOCK)
+        return "another process is using it";
     return std::generic_category().message(error);
 }
 

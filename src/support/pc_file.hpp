@@ -2,15 +2,41 @@
 // folders for temporary files that go away.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "support/byte_source.hpp"
 
 namespace vellmark {
+
+/// What a lock of a file lets others do: readers share one, and who changes or replaces has it
+/// alone.
+enum class LockKind { Shared, Exclusive };
+
+/// By what a file is known to be the one that it was: which file it is, its length, and when its
+/// bytes were changed last.
+struct FileStamp {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t sizeBytes = 0;
+    std::int64_t modifiedSeconds = 0;
+    std::int64_t modifiedNanoseconds = 0;
+
+    [[nodiscard]] bool operator==(const FileStamp&) const = default;
+};
+/// All zero when there is no such file.
+[[nodiscard]] FileStamp StampOf(const std::string& path);
+
+/// Changes bytes that were read at an offset to what is to be seen there.
+using ReadPatch = std::function<void(std::uint64_t offset, std::span<std::uint8_t> bytes)>;
 
 /// One open file. The first failure of a transfer is kept in `error`, so that a command can ask at
 /// its end whether anything was lost. Paths are the system's bytes (UTF-8 as a rule).
@@ -20,7 +46,8 @@ class PcFile final : public ByteSource, public ByteSink {
         Read,
         ReadWrite,       ///< the file must exist
         CreateTruncate,  ///< read and write; an existing file is emptied
-        CreateNew        ///< read and write; an existing file is a failure
+        CreateNew,       ///< read and write; an existing file is a failure
+        CreatePrivate    ///< the same, for this user alone
     };
 
     PcFile() = default;
@@ -43,11 +70,21 @@ class PcFile final : public ByteSource, public ByteSink {
     }
     /// Cuts or lengthens the file (with zeros).
     [[nodiscard]] bool setSize(std::uint64_t sizeBytes);
-    /// Hands everything to the device.
+    /// Hands everything to the device. Once that failed it fails for ever.
     [[nodiscard]] bool flush();
-    /// Keeps every other `lock` of the file out until this one is closed, in other processes too.
-    /// False when there is such a lock already. A file system that knows no locks refuses nobody.
-    [[nodiscard]] bool lock();
+    /// Asks for the room of a range within the file that has none yet, so that writing there cannot
+    /// run out of it. What the range holds stays. A file system that cannot do it promises nothing.
+    [[nodiscard]] bool reserve(std::uint64_t offset, std::uint64_t count);
+    /// Locks the file until it is closed, against other processes and other openings in this one.
+    /// Does not wait: false when a lock stands against it. A file system that knows no locks
+    /// refuses nobody.
+    [[nodiscard]] bool lock(LockKind kind);
+    /// Whether `path` still leads to this very file, and not to one that took its place since.
+    [[nodiscard]] bool hasItsPath() const;
+    /// Closes the file, for a reason that `error` then tells.
+    void refuse(int error);
+    /// What is read from now on is seen through `patch`.
+    void seeThrough(ReadPatch patch) { patch_ = std::move(patch); }
     /// Copies `count` bytes of `from` to `offset`, by the system where it can do so without our
     /// memory. Returns the bytes copied; fewer means that one side ended or failed (see `error` of
     /// both files).
@@ -68,29 +105,52 @@ class PcFile final : public ByteSource, public ByteSink {
     int error_ = 0;
     /// Of a file that is only read: it counts with the length that it had when it was opened.
     std::optional<std::uint64_t> openedSize_;
+    bool hasLost_ = false;  ///< what was written did not come to the device
+    ReadPatch patch_;
+
+    friend class TargetFile;
 };
 
 /// A target that is written under a temporary name beside its own and takes its place only when it
-/// is whole: whatever fails before, an older file of that name stays as it was.
+/// is whole: whatever fails before, an older file of that name stays as it was. It gets the owner
+/// and the permissions of the older file where that can be done, and is never more open than that
+/// one, nor is its temporary file.
 class TargetFile {
   public:
-    /// Opens the temporary file in the folder of `path`; see `file().isOpen()`.
-    explicit TargetFile(std::string path);
+    /// Opens the temporary file in the folder of `path`; see `file().isOpen()`. With `rightsOf`
+    /// that file's owner and permissions are the ones that count, in place of the older file's.
+    explicit TargetFile(std::string path, const std::string& rightsOf = {});
     /// Removes what was not published.
     ~TargetFile();
     TargetFile(const TargetFile&) = delete;
     TargetFile& operator=(const TargetFile&) = delete;
 
     [[nodiscard]] PcFile& file() { return file_; }
+    /// Keeps everybody else out of the older file until this object goes, waiting for at most
+    /// `waitMs` milliseconds. EWOULDBLOCK when others keep it, else 0, also without an older file.
+    [[nodiscard]] int lockOlder(unsigned waitMs);
     /// Gives the file its name. With `replace` false an existing file of that name is a failure
-    /// (EEXIST). With `durable` the bytes are on the device before the name is given, so that a
-    /// power cut leaves the old file or the new one. A file with a failed transfer is not given
-    /// its name. Returns 0 or the system's error number.
+    /// (EEXIST). Where it takes the place of an older file, or with `durable`, the bytes are on the
+    /// device before the name is given, and the name is there before this returns, so that a power
+    /// cut leaves the old file or the new one. A file with a failed transfer is not given its name.
+    /// Returns 0 or the system's error number; one that comes from handing over the name leaves the
+    /// new file in its place.
     [[nodiscard]] int publish(bool replace, bool durable);
 
   private:
+    struct Rights {
+        mode_t mode = 0;
+        uid_t owner = 0;
+        gid_t group = 0;
+    };
+
+    [[nodiscard]] int giveName(bool replace);
+    void giveRights();
+
     std::string path_;
     std::string temporaryPath_;
+    std::optional<Rights> rights_;  ///< nothing for those of any new file
+    PcFile older_;
     PcFile file_;
     bool published_ = false;
 };

@@ -1,6 +1,7 @@
 #include "volume/allocation.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include "volume/block_bitmap.hpp"
 #include "volume/fork_reader.hpp"
@@ -75,8 +76,31 @@ bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
            WriteHeaders(volume, header, AlternateSector(volume));
 }
 
+// The header as it stands, which says that the volume is in use.
+bool ReadMark(VolumeContext& volume, RedoMark& mark) {
+    const std::uint64_t sector = volume.partitionStart + kHeaderSector;
+    mark.offset = sector * kSectorBytes;
+    if (!Transfer(volume, kCommandRead, sector, mark.bytes))
+        return false;
+    const auto clear = [&mark](auto header, auto attributes) {
+        static_assert(sizeof header == kRedoSectorBytes);
+        std::memcpy(&header, mark.bytes.data(), sizeof header);
+        attributes = header.attributes;
+        header.attributes = static_cast<decltype(attributes)>(attributes & ~kVolumeUnmounted);
+        std::memcpy(mark.bytes.data(), &header, sizeof header);
+    };
+    if (volume.isHfsPlus)
+        clear(VolumeHeader{}, std::uint32_t{});
+    else
+        clear(MasterDirectoryBlock{}, std::uint16_t{});
+    return true;
+}
+
 bool CommitBatch(VolumeContext& volume) {
-    return volume.allocation.unfinished.commit(volume, volume.partitionStart + kHeaderSector);
+    SectorBatch& batch = volume.allocation.unfinished;
+    RedoMark mark;
+    return batch.isEmpty() ||
+           (ReadMark(volume, mark) && batch.commit(volume, mark) == CommitResult::Done);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
+#include <span>
 #include <vector>
 
 #include "volume/allocation.hpp"
@@ -84,6 +86,11 @@ std::uint64_t CopyDirectly(VolumeContext& volume, const PlacedFork& fork, std::u
     if (bytes < kLeastDirectCopy)
         return 0;
     const std::uint64_t copied = fork.source->copyTo(*volume.image, place.imageOffset, done, bytes);
+    std::array<std::uint8_t, kSectorBytes> first;
+    const bool isKnown =
+        copied >= first.size() && volume.image->readExactly(place.imageOffset, first);
+    volume.contents.note(place.imageOffset, bytes,
+                         std::span(first).first(isKnown ? first.size() : 0));
     return copied / kSectorBytes * kSectorBytes;
 }
 

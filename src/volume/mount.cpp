@@ -247,13 +247,13 @@ bool OpenFile(VolumeContext& volume, const std::string& path, Access access, Mes
         access == Access::Read ? OpenImageForReading(volume, path) : OpenImage(volume, path);
     if (opening.systemError == EISDIR)
         return refuse("is a folder, not an image");
+    if (opening.systemError == EWOULDBLOCK)
+        return refuse(access == Access::Read ? "is being changed by another process"
+                                             : "is being used by another process");
     if (opening.result == OpenResult::Failed) {
         FileOpenError(messages, path, SystemErrorText(opening.systemError));
         return false;
     }
-    // One that may only be read cannot be changed by this process anyway.
-    if (opening.result == OpenResult::Opened && !volume.image->lock())
-        return refuse("is being changed by another process");
     return true;
 }
 
@@ -324,9 +324,13 @@ std::string ChoosePartition(VolumeContext& volume, const std::vector<PartitionEn
 bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
                    Messages& messages) {
     ForgetVolume(volume);
-    if (OpenFile(volume, path, access, messages) &&
-        CompleteInterruptedChange(volume, access, messages))
-        return true;
+    if (OpenFile(volume, path, access, messages)) {
+        // One that may only be read cannot be changed by this process anyway.
+        const Access granted =
+            volume.readOnlyReasons.has(ReadOnlyReason::File) ? Access::Read : access;
+        if (CompleteInterruptedChange(*volume.image, path, volume.guard, granted, messages))
+            return true;
+    }
     CloseImage(volume);
     return false;
 }

@@ -24,8 +24,8 @@ namespace vellmark {
 
 /// What an image is opened for.
 enum class Access {
-    Read,   ///< the file is never opened for writing
-    Change  ///< nobody else may open it for changes meanwhile
+    Read,   ///< the file is never opened for writing, and nobody changes it meanwhile
+    Change  ///< nobody else may open it meanwhile
 };
 
 /// Which volume is to be opened, and how.

@@ -1,12 +1,14 @@
 #include "volume/recovery.hpp"
 
 #include <fmt/core.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <limits>
 
 #include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_folder.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/fork_reader.hpp"
@@ -39,41 +41,107 @@ std::uint32_t CatchUpWithRecord(VolumeContext& volume, ConstByteSpan key, ByteSp
     }
 }
 
-}  // namespace
+constexpr int kMostLogs = 8;
 
-bool CompleteInterruptedChange(VolumeContext& volume, Access access, Messages& messages) {
-    const std::string log = RedoLogPath(volume.imagePath);
-    if (PcFactsOf(log).kind != PcKind::File)
-        return true;
-    PcFile own;
-    if (access == Access::Read) {
-        own = PcFile(volume.imagePath, PcFile::Mode::ReadWrite);
-        // Where another process is in the middle of its change the log is that one's.
-        if (own.isOpen() && !own.lock())
-            return true;
-    }
-    PcFile& image = access == Access::Read ? own : *volume.image;
-    const std::string name = Printable(volume.imagePath);
-    switch (image.isOpen() ? ReplayRedoLog(image, volume.imagePath) : RedoResult::Failed) {
-        case RedoResult::None:
-            return true;
-        case RedoResult::Completed:
-            messages.showTimedMessage(
-                fmt::format("{}: a change that was interrupted has been completed.", name));
-            return true;
-        case RedoResult::Foreign:
-            messages.showTimedMessage(fmt::format(
-                "{}: a change was interrupted, and cannot be completed any more, as something "
-                "else has changed the image since.",
-                name));
-            return true;
-        case RedoResult::Failed:
+struct InterruptedChange {
+    PcFile& image;
+    std::string name;
+    const FoundRedoLog& found;
+    Messages& messages;
+};
+
+// An image that is only read.
+void ShowInterrupted(const InterruptedChange& change) {
+    const std::string log = Printable(change.found.path);
+    switch (change.found.state) {
+        case RedoState::Pending:
+            change.image.seeThrough(ShownThrough(change.found.log));
+            change.messages.showTimedMessage(fmt::format(
+                "{}: a change was interrupted. It is shown completed, and will be completed when "
+                "the image is changed the next time; {} is needed for that.",
+                change.name, log));
+            break;
+        case RedoState::Foreign:
+            change.messages.showTimedMessage(fmt::format(
+                "{}: {} is what is left of a change that was interrupted. Something else has "
+                "changed the image since, so it is shown without that change.",
+                change.name, log));
+            break;
+        default:
+            change.messages.showTimedMessage(fmt::format(
+                "{}: a change may have been interrupted, and what is shown may be older, or only a "
+                "part of it: {} cannot be used: {}.",
+                change.name, log, change.found.problem));
             break;
     }
-    messages.showMessage(fmt::format(
-        "{}: a change was interrupted. What is missing lies in {}, and cannot be written: {}.",
-        name, Printable(log), image.errorText()));
-    return access == Access::Read;
+}
+
+bool Complete(const InterruptedChange& change) {
+    PcFile& image = change.image;
+    const RedoLog& log = *change.found.log;
+    const auto write = [&image](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+        return image.writeAt(offset, bytes);
+    };
+    if (CarryOut(log.pieces, log.mark, image, write) && ::unlink(change.found.path.c_str()) == 0) {
+        change.messages.showTimedMessage(
+            fmt::format("{}: a change that was interrupted has been completed.", change.name));
+        return true;
+    }
+    change.messages.showMessage(fmt::format(
+        "{}: a change was interrupted. What is missing lies in {}, and cannot be written, or that "
+        "file cannot be removed: {}.",
+        change.name, Printable(change.found.path),
+        image.error() != 0 ? image.errorText() : SystemErrorText(errno)));
+    return false;
+}
+
+// Before an image is changed. False after a message when it must not be.
+bool Settle(const InterruptedChange& change) {
+    const std::string log = Printable(change.found.path);
+    if (change.found.state == RedoState::Pending)
+        return Complete(change);
+    if (change.found.state == RedoState::Unusable) {
+        change.messages.showMessage(fmt::format(
+            "{} is not changed: a change of it may have been interrupted, and {}, which would "
+            "complete it, cannot be used: {}. Mend that, or move the file elsewhere to do without "
+            "it.",
+            change.name, log, change.found.problem));
+        return false;
+    }
+    const std::string aside = PutRedoLogAside(change.found.path);
+    if (aside.empty()) {
+        change.messages.showMessage(fmt::format(
+            "{} is not changed: {} is what is left of a change that was interrupted, and of no use "
+            "any more, as something else has changed the image since. It cannot be renamed: {}. "
+            "Move it elsewhere.",
+            change.name, log, SystemErrorText(errno)));
+        return false;
+    }
+    change.messages.showTimedMessage(fmt::format(
+        "{}: a change was interrupted, and cannot be completed any more, as something else has "
+        "changed the image since. What it would have written is now in {}.",
+        change.name, Printable(aside)));
+    return true;
+}
+
+}  // namespace
+
+bool CompleteInterruptedChange(PcFile& image, const std::string& path, const FileGuard& guard,
+                               Access access, Messages& messages) {
+    // One log in each place, and what takes their places meanwhile.
+    for (int round = 0; round < kMostLogs; ++round) {
+        const FoundRedoLog found = FindRedoLog(image, path, guard);
+        if (found.state == RedoState::None)
+            return true;
+        const InterruptedChange change{image, Printable(path), found, messages};
+        if (access == Access::Read) {
+            ShowInterrupted(change);
+            return true;
+        }
+        if (!Settle(change))
+            return false;
+    }
+    return false;
 }
 
 TreeResult CatchUpWithCatalog(VolumeContext& volume) {

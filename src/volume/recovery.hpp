@@ -7,10 +7,12 @@
 
 namespace vellmark {
 
-/// Completes a change of the open image whose redo log lies beside it (IO/redo_log.hpp), and says
-/// so. An image that is opened for reading is opened for writing meanwhile, where that is allowed.
-/// False after a message when it could not be completed, and nothing may be changed.
-[[nodiscard]] bool CompleteInterruptedChange(VolumeContext& volume, Access access,
+/// Completes a change of an image that has a redo log (IO/redo_log.hpp), and says so. An image that
+/// is only read is shown as it will be then; neither it nor the log is changed. A log of another
+/// state of the image gets another name before the image is changed. What cannot be judged stays as
+/// it is. False after a message when the image must not be changed.
+[[nodiscard]] bool CompleteInterruptedChange(PcFile& image, const std::string& path,
+                                             const FileGuard& guard, Access access,
                                              Messages& messages);
 
 /// HFS: what the catalog and the extents tree have in use is marked in the loaded bitmap, and the

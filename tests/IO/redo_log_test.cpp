@@ -2,11 +2,14 @@
 #include "IO/redo_log.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <filesystem>
 
 #include "IO/sector_batch.hpp"
+#include "support/endian.hpp"
 
 namespace vellmark {
 namespace {
@@ -14,29 +17,35 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kSectors = 100;
-constexpr std::uint64_t kWitness = 2;
+constexpr std::uint64_t kMarked = 3 * kSectorBytes;
+// In a folder where nobody makes a file, not even the system's owner.
+const std::string kClosedPath = "/sys/image";
 
-class RedoLog : public ::testing::Test {
+class RedoLogTest : public ::testing::Test {
   protected:
-    void SetUp() override { write(image(1)); }
+    void SetUp() override {
+        mark_.offset = kMarked;
+        mark_.bytes.fill(9);
+        writeTo(path_, image(1));
+    }
     static Bytes image(std::uint8_t fill) { return Bytes(kSectors * kSectorBytes, fill); }
-    void write(const Bytes& bytes) {
-        PcFile file(path_, PcFile::Mode::CreateTruncate);
+    static void writeTo(const std::string& path, const Bytes& bytes) {
+        PcFile file(path, PcFile::Mode::CreateTruncate);
         ASSERT_TRUE(file.writeAt(0, bytes));
     }
-    Bytes read() {
-        PcFile file(path_, PcFile::Mode::Read);
+    static Bytes read(PcFile file) {
         Bytes bytes(file.size());
         EXPECT_TRUE(file.readExactly(0, bytes));
         return bytes;
     }
-    RedoResult replay() {
-        PcFile file(path_, PcFile::Mode::ReadWrite);
-        return ReplayRedoLog(file, path_);
+    Bytes read() { return read(PcFile(path_, PcFile::Mode::Read)); }
+    FoundRedoLog find() {
+        PcFile file(path_, PcFile::Mode::Read);
+        return FindRedoLog(file, path_, guard_);
     }
     // Pieces of a change, and the image with them.
     std::vector<RedoPiece> pieces() const {
-        return {{kWitness * kSectorBytes, std::span(changed_).first(2 * kSectorBytes)},
+        return {{2 * kSectorBytes, std::span(changed_).first(3 * kSectorBytes)},
                 {40 * kSectorBytes, std::span(changed_).first(5 * kSectorBytes)},
                 {99 * kSectorBytes, std::span(changed_).first(kSectorBytes)}};
     }
@@ -47,100 +56,208 @@ class RedoLog : public ::testing::Test {
                       bytes.begin() + static_cast<std::ptrdiff_t>(piece.offset));
         return bytes;
     }
-    void log() {
+    RedoWriting log(const std::string& imagePath) {
         PcFile file(path_, PcFile::Mode::Read);
-        ASSERT_TRUE(WriteRedoLog(file, path_, pieces(), kWitness * kSectorBytes));
+        return WriteRedoLog(file, imagePath, guard_, pieces(), mark_, {});
     }
-    bool isLogged() const { return std::filesystem::exists(RedoLogPath(path_)); }
+    void log() { ASSERT_EQ(log(path_).error, 0); }
+    // Shown, and when it was carried out, the change is there.
+    void expectCompleted(bool isCarriedOut) {
+        const FoundRedoLog found = find();
+        ASSERT_EQ(found.state, RedoState::Pending) << found.problem;
+        PcFile image(path_, PcFile::Mode::ReadWrite);
+        image.seeThrough(ShownThrough(found.log));
+        Bytes shown(kSectors * kSectorBytes);
+        for (std::size_t at = 0; at < shown.size(); at += 700)
+            ASSERT_GT(image.readAt(at, std::span(shown).subspan(
+                                           at, std::min<std::size_t>(700, shown.size() - at))),
+                      0u);
+        ASSERT_TRUE(shown == after());
+        PcFile copy(path_ + " copy", PcFile::Mode::CreateTruncate);
+        ASSERT_EQ(copy.copyFrom(image, 0, 0, shown.size()), shown.size());
+        ASSERT_TRUE(read(std::move(copy)) == after());
+        if (!isCarriedOut)
+            return;
+        ASSERT_TRUE(CarryOut(found.log->pieces, found.log->mark, image,
+                             [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+                                 return image.writeAt(offset, bytes);
+                             }));
+        ASSERT_TRUE(read() == after());
+    }
 
     TemporaryFolder folder_;
     const std::string path_ = folder_.path() + "/image";
+    const FileGuard guard_{0, folder_.path() + "/state/redo"};
     const Bytes changed_ = Bytes(10 * kSectorBytes, 2);
+    RedoMark mark_;
 };
 
-TEST_F(RedoLog, CompletesFromAnyPointOn) {
-    EXPECT_EQ(replay(), RedoResult::None);
-    for (std::size_t written = 0; written <= kSectors; ++written) {
-        SCOPED_TRACE(written);
-        log();
-        Bytes half = after();
-        const Bytes before = image(1);
-        std::copy(before.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes),
-                  before.end(), half.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes));
-        write(half);
-        ASSERT_EQ(replay(), RedoResult::Completed);
-        ASSERT_TRUE(read() == after());
-        ASSERT_FALSE(isLogged());
-        write(image(1));
-    }
+// Sectors come to the device in any order.
+TEST_F(RedoLogTest, CompletesFromAnyPointOn) {
+    EXPECT_EQ(find().state, RedoState::None);
+    log();
+    for (std::size_t written = 0; written <= kSectors; ++written)
+        for (const bool fromTheEnd : {false, true})
+            for (const bool isMarked : {false, true}) {
+                SCOPED_TRACE(written);
+                Bytes half = fromTheEnd ? image(1) : after();
+                const Bytes other = fromTheEnd ? after() : image(1);
+                std::copy(other.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes),
+                          other.end(),
+                          half.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes));
+                if (isMarked)
+                    std::copy(mark_.bytes.begin(), mark_.bytes.end(), half.begin() + kMarked);
+                writeTo(path_, half);
+                expectCompleted(written % 9 == 0);
+            }
 }
 
-TEST_F(RedoLog, LeavesAnotherImageAlone) {
-    Bytes longer = image(1);
-    longer.resize(longer.size() + 1);
-    for (const Bytes& other : {image(3), longer, Bytes(100, 1)}) {
-        write(image(1));
-        log();
-        write(other);
-        EXPECT_EQ(replay(), RedoResult::Foreign);
+TEST_F(RedoLogTest, LeavesAnotherImageAlone) {
+    log();
+    std::vector<Bytes> others = {image(3), image(1), Bytes(100, 1)};
+    others[1].push_back(1);
+    for (const RedoPiece& piece : pieces()) {
+        others.push_back(image(1));
+        others.back()[piece.offset + piece.bytes.size() - 1] = 77;
+    }
+    for (const Bytes& other : others) {
+        writeTo(path_, other);
+        EXPECT_EQ(find().state, RedoState::Foreign);
         EXPECT_TRUE(read() == other);
-        EXPECT_FALSE(isLogged());
     }
+    const std::string aside = PutRedoLogAside(RedoLogPath(path_));
+    log();
+    EXPECT_NE(PutRedoLogAside(RedoLogPath(path_)), aside) << "none is lost";
+    EXPECT_EQ(find().state, RedoState::None);
+    EXPECT_TRUE(std::filesystem::exists(aside));
 }
 
-// Any byte that is wrong or missing in the log lets it change nothing.
-TEST_F(RedoLog, DamagedOnesAreNotUsed) {
+// What is wrong or missing in a log, or keeps it from being read, is no reason to do without it.
+TEST_F(RedoLogTest, OneThatCannotBeUsedStandsAgainstChanges) {
     log();
     const std::string path = RedoLogPath(path_);
-    Bytes whole(PcFile(path, PcFile::Mode::Read).size());
-    ASSERT_TRUE(PcFile(path, PcFile::Mode::Read).readExactly(0, whole));
-    const auto tryWith = [&](const Bytes& bytes) {
-        {
-            PcFile file(path, PcFile::Mode::CreateTruncate);
-            ASSERT_TRUE(file.writeAt(0, bytes));
-        }
-        EXPECT_NE(replay(), RedoResult::Completed);
-        ASSERT_TRUE(read() == image(1));
+    const Bytes whole = read(PcFile(path, PcFile::Mode::Read));
+    const auto expectUnusable = [&](const Bytes& bytes) {
+        writeTo(path, bytes);
+        const FoundRedoLog found = find();
+        ASSERT_EQ(found.state, RedoState::Unusable);
+        ASSERT_NE(found.problem, "");
     };
     for (std::size_t at = 0; at < whole.size(); at += at < 700 ? 1 : 97) {
         SCOPED_TRACE(at);
         Bytes damaged = whole;
         damaged[at] ^= 0x40;
-        tryWith(damaged);
-        tryWith(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)));
+        expectUnusable(damaged);
+        expectUnusable(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)));
     }
-    // A file of that name that is something else is not ours to delete.
-    tryWith(Bytes(1000, 'x'));
-    EXPECT_TRUE(isLogged());
+    // Lengths and places that are summed rightly: of image, mark, pieces and the first of these.
+    for (const std::size_t at : {24u, 32u, 40u, 48u, 568u, 576u})
+        for (const std::size_t byte : {0u, 5u}) {
+            Bytes forged = whole;
+            forged[at + byte] ^= 0x40;
+            std::fill_n(forged.begin() + 12, 4, std::uint8_t{0});
+            const be32 sum = static_cast<std::uint32_t>(::crc32_z(0, forged.data(), forged.size()));
+            std::memcpy(forged.data() + 12, &sum, sizeof sum);
+            writeTo(path, forged);
+            EXPECT_NE(find().state, RedoState::Pending) << at;
+        }
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_EQ(find().state, RedoState::Unusable);
+    EXPECT_NE(log(path_).error, 0);
 }
 
-TEST_F(RedoLog, ABatchIsWrittenWholeOrAgain) {
+TEST_F(RedoLogTest, IsAsPrivateAsItsImage) {
+    ASSERT_EQ(::chmod(path_.c_str(), 0604), 0);
+    log();
+    struct stat facts {};
+    ASSERT_EQ(::stat(RedoLogPath(path_).c_str(), &facts), 0);
+    EXPECT_EQ(facts.st_mode & 0777u, 0604u);
+}
+
+TEST_F(RedoLogTest, LiesInTheUsersFolderWhereTheImagesIsClosed) {
+    const RedoWriting writing = log(kClosedPath);
+    ASSERT_EQ(writing.error, 0);
+    ASSERT_TRUE(writing.path.starts_with(guard_.logFolder));
+    EXPECT_EQ(find().state, RedoState::Pending) << "known by its number, under another name";
+    const std::string copyPath = folder_.path() + "/copy";
+    writeTo(copyPath, image(1));
+    PcFile copy(copyPath, PcFile::Mode::Read);
+    EXPECT_EQ(FindRedoLog(copy, copyPath, guard_).state, RedoState::None);
+    EXPECT_EQ(FindRedoLog(copy, kClosedPath, guard_).state, RedoState::Pending) << "by its path";
+    writeTo(path_, image(4));
+    EXPECT_EQ(find().state, RedoState::None) << "not certainly this image's";
+    RemoveRedoLogs(kClosedPath, guard_);
+    EXPECT_FALSE(std::filesystem::exists(writing.path));
+}
+
+class Batch : public RedoLogTest {
+  protected:
+    void fill(MediumContext& context, SectorBatch& batch) {
+        writeTo(path_, image(1));
+        const SectorBatch::Recording recording(context, batch);
+        for (const RedoPiece& piece : pieces())
+            ASSERT_EQ(WriteSectors(context.transferSlot, piece.offset / kSectorBytes, piece.bytes),
+                      0);
+        ASSERT_TRUE(read() == image(1));
+    }
+};
+
+TEST_F(Batch, IsWrittenWholeOrAgain) {
     MediumContext context;
     ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
     const TransferSlot real = context.transferSlot2;
-    for (int failing = 0; failing < 4; ++failing) {
+    constexpr int kWrites = 6;  // the mark, what is before and behind it, two pieces, its sector
+    for (int failing = 0; failing <= kWrites; ++failing) {
         SCOPED_TRACE(failing);
-        write(image(1));
         SectorBatch batch;
-        {
-            const SectorBatch::Recording recording(context, batch);
-            for (const RedoPiece& piece : pieces())
-                ASSERT_EQ(
-                    WriteSectors(context.transferSlot, piece.offset / kSectorBytes, piece.bytes),
-                    0);
-        }
-        ASSERT_TRUE(read() == image(1));
+        fill(context, batch);
         int left = failing;
         context.transferSlot2 = [&](const SectorRequest& request) {
             return left-- > 0 ? real(request) : 1;
         };
-        EXPECT_EQ(batch.commit(context, kWitness), failing > 2);
-        EXPECT_EQ(isLogged(), failing <= 2);
+        const bool isDone = failing == kWrites;
+        EXPECT_EQ(batch.commit(context, mark_),
+                  isDone ? CommitResult::Done : CommitResult::Interrupted);
+        EXPECT_EQ(batch.problem().empty(), isDone);
+        EXPECT_EQ(find().state, isDone ? RedoState::None : RedoState::Pending);
+        // Without its log, too, an image that is not whole is seen to be none.
+        EXPECT_EQ(read()[kMarked], failing == 0 ? 1 : isDone ? 2 : 9);
         context.transferSlot2 = real;
-        EXPECT_TRUE(batch.commit(context, kWitness));
-        EXPECT_FALSE(isLogged());
+        EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);
+        EXPECT_EQ(find().state, RedoState::None);
         EXPECT_TRUE(read() == after());
     }
+}
+
+// An image restored from a copy made before the change has the sectors of before, but not what the
+// change wrote into free ones.
+TEST_F(Batch, IsNotCompletedWithoutTheContentsThatBelongToIt) {
+    MediumContext context;
+    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+    SectorBatch batch;
+    fill(context, batch);
+    for (const std::uint8_t value : Bytes{5, 6})
+        ASSERT_EQ(WriteSectors(context.transferSlot, 60, Bytes(4 * kSectorBytes, value)), 0);
+    context.transferSlot2 = [](const SectorRequest&) { return 1; };
+    EXPECT_EQ(batch.commit(context, mark_), CommitResult::Interrupted);
+    EXPECT_EQ(find().state, RedoState::Pending);
+    writeTo(path_, image(1));
+    EXPECT_EQ(find().state, RedoState::Foreign);
+}
+
+TEST_F(Batch, WithoutALogNothingIsWritten) {
+    MediumContext context;
+    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+    SectorBatch batch;
+    fill(context, batch);
+    std::filesystem::create_directory(RedoLogPath(path_));
+    EXPECT_EQ(batch.commit(context, mark_), CommitResult::NotBegun);
+    EXPECT_NE(batch.problem(), "");
+    EXPECT_TRUE(read() == image(1));
+    std::filesystem::remove(RedoLogPath(path_));
+    EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);
+    EXPECT_TRUE(read() == after());
 }
 
 }  // namespace

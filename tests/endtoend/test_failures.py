@@ -1,5 +1,6 @@
 """What goes wrong ends with a sentence that names the thing, and leaves nothing half-made."""
 
+import fcntl
 import os
 import resource
 import shutil
@@ -142,6 +143,43 @@ class Sources(Failures):
         self.assertIn(b"odd bytes", [entry.read() for entry
                                      in image.iso_files("joliet").values()])
         self.assertIn(b"odd bytes", [entry.data.read() for entry in image.mac_files().values()])
+
+
+class Locks(Failures):
+    """Files that another process reads or changes."""
+
+    def test_one_rule(self):
+        """Catches a verb that reads what is being changed, or changes what is being read."""
+        plain, project, other = (self.target / name for name in ("plain.iso", "p.vlpr", "other"))
+        self.make(self.source, self.image)
+        self.make(self.source, plain, "--kind", "iso")
+        self.vellmark("new", project)
+        reading = [("ls", self.image), ("check", project), ("join", other, self.image)]
+        changing = [("mkdir", self.image, "x"), ("split", self.image), ("join", plain, self.image),
+                    ("make", self.source, "-o", self.image, "--force"),
+                    ("format", self.image, "--size", "1M", "--label", "V", "--force"),
+                    ("add", project, self.source), ("rebuild", project), ("new", project, "--force"),
+                    ("build", project, "-o", other, "--force")]
+        for operation in (fcntl.LOCK_EX, fcntl.LOCK_SH):
+            shutil.copy(plain, other)
+            files = [open(path, "rb") for path in (self.image, plain, project)]
+            before = [file.read() for file in files]
+            for file in files:
+                fcntl.flock(file, operation)
+            runs = [(verb, subprocess.Popen([VELLMARK, *verb], env=environment(),
+                                            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                            stderr=subprocess.PIPE)) for verb in reading + changing]
+            for verb, process in runs:
+                said = process.communicate(timeout=60)[1]
+                with self.subTest(verb=verb[0], operation=operation):
+                    if operation == fcntl.LOCK_SH and verb in reading:
+                        self.assertEqual(DONE, process.returncode, said)
+                    else:
+                        self.assertEqual(FAILED, process.returncode, said)
+                        self.assertIn(b"another process", said)
+            for file, old in zip(files, before):
+                with file, open(file.name, "rb") as now:
+                    self.assertEqual(old, now.read())
 
 
 class Stopping(Failures):

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "support/file_lock.hpp"
+
 namespace vellmark {
 namespace {
 
@@ -193,6 +195,57 @@ TEST_F(PcFiles, ATargetWithAFailedTransferIsNotPublished) {
     EXPECT_TRUE(target.file().writeAt(0, Ramp(9)));
     EXPECT_EQ(target.publish(true, false), target.file().error());
     EXPECT_EQ(Contents(at("old")), Ramp(5));
+}
+
+TEST_F(PcFiles, ATargetIsNoMoreOpenThanWhatItReplaces) {
+    const auto modeOf = [](const std::string& path) {
+        struct stat facts {};
+        EXPECT_EQ(::stat(path.c_str(), &facts), 0);
+        return facts.st_mode & 0777u;
+    };
+    for (const mode_t mode : {0600u, 0646u, 0404u}) {
+        make("old", Ramp(5));
+        ASSERT_EQ(::chmod(at("old").c_str(), mode), 0);
+        TargetFile target(at("old"));
+        TargetFile copy(at("copy"), at("old"));
+        EXPECT_EQ(modeOf(target.file().path()), 0600u) << "while it is written";
+        EXPECT_EQ(target.publish(true, false), 0);
+        EXPECT_EQ(copy.publish(true, false), 0);
+        EXPECT_EQ(modeOf(at("old")), mode);
+        EXPECT_EQ(modeOf(at("copy")), mode);
+    }
+}
+
+TEST_F(PcFiles, ReadersShareAFileAndWritersHaveItAlone) {
+    make("a", Ramp(5));
+    const auto open = [this] { return PcFile(at("a"), PcFile::Mode::Read); };
+    {
+        const PcFile reader = OpenLocked(open, LockKind::Shared, 0);
+        EXPECT_TRUE(OpenLocked(open, LockKind::Shared, 0).isOpen());
+        EXPECT_EQ(OpenLocked(open, LockKind::Exclusive, 0).error(), EWOULDBLOCK);
+        EXPECT_EQ(TargetFile(at("a")).lockOlder(0), EWOULDBLOCK);
+    }
+    {
+        TargetFile target(at("a"));
+        EXPECT_EQ(target.lockOlder(0), 0);
+        EXPECT_EQ(OpenLocked(open, LockKind::Shared, 0).error(), EWOULDBLOCK);
+    }
+    // Who came to the older file waits in vain and comes to the new one.
+    int openings = 0;
+    const PcFile late = OpenLocked(
+        [&] {
+            PcFile file = open();
+            if (++openings == 1)
+                std::filesystem::rename(make("b", Ramp(7)), at("a"));
+            return file;
+        },
+        LockKind::Shared, 0);
+    EXPECT_EQ(openings, 2);
+    EXPECT_EQ(late.size(), 7u);
+    EXPECT_EQ(
+        OpenLocked([this] { return PcFile(at("no"), PcFile::Mode::Read); }, LockKind::Exclusive, 0)
+            .error(),
+        ENOENT);
 }
 
 TEST_F(PcFiles, ATargetOfTheLongestNameWorks) {

@@ -227,14 +227,19 @@ TEST_F(OpenedVolume, IsChangedByOneAtATime) {
     Bytes disk = MappedDisk(64);
     PutHfs(disk, 96, {}, "V");
     ASSERT_TRUE(open(disk));
-    VolumeContext second;
-    EXPECT_FALSE(OpenVolume(second, {volume_.imagePath}, messages_));
-    ASSERT_EQ(messages_.texts.size(), 1u);
-    EXPECT_NE(messages_.texts[0].find("another process"), std::string::npos);
-    EXPECT_TRUE(OpenVolume(second, {.path = volume_.imagePath, .access = Access::Read}, messages_));
-    EXPECT_TRUE(second.readOnlyReasons.has(ReadOnlyReason::File));
     const std::string path = volume_.imagePath;
+    VolumeContext second;
+    for (const Access access : {Access::Read, Access::Change}) {
+        EXPECT_FALSE(OpenVolume(second, {.path = path, .access = access}, messages_));
+        EXPECT_NE(messages_.texts.back().find("another process"), std::string::npos);
+    }
     CloseImage(volume_);
+    VolumeContext third;
+    ASSERT_TRUE(OpenVolume(second, {.path = path, .access = Access::Read}, messages_));
+    EXPECT_TRUE(OpenVolume(third, {.path = path, .access = Access::Read}, messages_));
+    EXPECT_FALSE(OpenVolume(volume_, {path}, messages_)) << "while it is read";
+    CloseImage(second);
+    CloseImage(third);
     EXPECT_TRUE(OpenVolume(second, {path}, messages_)) << "the lock goes with the image";
 }
 

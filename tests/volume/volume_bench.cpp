@@ -14,7 +14,7 @@ namespace vellmark::testing {
 
 std::string FormatImage(const TemporaryFolder& folder, const FormatInput& input) {
     const std::string path = folder.path() + "/volume";
-    RemoveRedoLog(path);
+    RemoveRedoLogs(path, {});
     PcFile image(path, PcFile::Mode::CreateTruncate);
     Progress progress;
     return FormatVolume(input, image, kClock, progress) == FormatResult::Done ? path : "";

@@ -76,7 +76,7 @@ void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
 }  // namespace
 
 bool MakeVolume(const std::string& path, const VolumeShape& shape) {
-    RemoveRedoLog(path);
+    RemoveRedoLogs(path, {});
     const VolumeParams params = ParamsOf(shape);
     const std::uint64_t first = shape.isHfsPlus ? 0 : params.allocationStart * 512u;
     const std::uint64_t bytes =
