@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -18,7 +19,9 @@
 #include <vector>
 
 #include "project/project_record.hpp"
+#include "support/file_lock.hpp"
 #include "support/messages.hpp"
+#include "support/pc_file.hpp"
 
 namespace vellmark {
 
@@ -45,6 +48,14 @@ enum class ProjectOpened {
     TooLarge       ///< more records than a project may have
 };
 
+/// How a project is kept from others while its records are in memory: who only reads them shares
+/// the file with others that do, who may save them has it alone.
+struct ProjectAccess {
+    LockKind lock = LockKind::Shared;
+    unsigned waitMs = 0;     ///< longest time to wait for others, in milliseconds
+    bool mayReplace = true;  ///< of a new project: an existing file gives way to it
+};
+
 struct ProjectTotals {
     std::uint64_t sectors = 0;     ///< of 2048 bytes: an estimate, see `ProjectFile::totals`
     std::uint32_t isoRecords = 0;  ///< files and folders in the ISO view
@@ -68,11 +79,13 @@ class ProjectFile {
 
     /// A new project in memory; `save` makes its file.
     [[nodiscard]] static ProjectFile Create(std::string path, ProjectMode mode,
-                                            const ProjectDefaults& defaults);
-    /// Reads a project. What went wrong has been shown; `project` is set when it was opened.
+                                            const ProjectDefaults& defaults,
+                                            const ProjectAccess& access = {});
+    /// Reads a project and keeps its file locked as long as it lives, that of a later `save` too.
+    /// What went wrong has been shown; `project` is set when it was opened.
     [[nodiscard]] static ProjectOpened Open(const std::string& path, ProjectMode mode,
-                                            Messages& messages,
-                                            std::optional<ProjectFile>& project);
+                                            Messages& messages, std::optional<ProjectFile>& project,
+                                            const ProjectAccess& access = {});
 
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] ProjectMode mode() const { return mode_; }
@@ -136,8 +149,8 @@ class ProjectFile {
 
     /// Brings totals and counts of the header up to date and replaces the file. A project with more
     /// files and folders than HFS holds becomes an HFS+ one before that, and the user is told.
-    /// False when the file could not be written: that has been shown, and the old file is as it
-    /// was.
+    /// False when the file could not be written, or is not the one that was read any more: that has
+    /// been shown, and the file is as it was.
     [[nodiscard]] bool save(Messages& messages);
     /// Saves, then makes `newPath` the project's file, asking before it takes the place of another.
     /// A project that still bears its default name leaves no file behind under it.
@@ -165,7 +178,8 @@ class ProjectFile {
         std::size_t position;
     };
 
-    ProjectFile(std::string path, ProjectMode mode) : path_(std::move(path)), mode_(mode) {}
+    ProjectFile(std::string path, ProjectMode mode, const ProjectAccess& access)
+        : path_(std::move(path)), mode_(mode), access_(access) {}
 
     /// Sorts what was read and numbers it.
     void takeOver(std::map<std::int32_t, Run>&& children);
@@ -180,6 +194,9 @@ class ProjectFile {
 
     std::string path_;
     ProjectMode mode_;
+    ProjectAccess access_;
+    std::shared_ptr<PcFile> held_;  // the locked file; null for a project that has none yet
+    FileStamp stamp_;               // of that file
     ProjectHeader header_;
     std::map<std::int32_t, Run> children_;            // no run is empty
     std::unordered_map<std::int32_t, Place> places_;  // of a number that stands twice, one

@@ -104,9 +104,9 @@ std::span<const std::uint8_t> BytesOf(const ProjectFile::Run& run) {
 
 }  // namespace
 
-ProjectFile ProjectFile::Create(std::string path, ProjectMode mode,
-                                const ProjectDefaults& defaults) {
-    ProjectFile project(std::move(path), mode);
+ProjectFile ProjectFile::Create(std::string path, ProjectMode mode, const ProjectDefaults& defaults,
+                                const ProjectAccess& access) {
+    ProjectFile project(std::move(path), mode, access);
     ProjectHeader& header = project.header_;
     std::memcpy(header.magic, kMagic.data(), kMagic.size());
     header.version = kVersion;
@@ -121,10 +121,14 @@ ProjectFile ProjectFile::Create(std::string path, ProjectMode mode,
 }
 
 ProjectOpened ProjectFile::Open(const std::string& path, ProjectMode mode, Messages& messages,
-                                std::optional<ProjectFile>& project) {
+                                std::optional<ProjectFile>& project, const ProjectAccess& access) {
     project.reset();
-    PcFile file(path, PcFile::Mode::Read);
-    ProjectFile opened(path, mode);
+    const auto held = std::make_shared<PcFile>(OpenLocked(
+        [&path] { return PcFile(path, PcFile::Mode::Read); }, access.lock, access.waitMs));
+    PcFile& file = *held;
+    ProjectFile opened(path, mode, access);
+    opened.held_ = held;
+    opened.stamp_ = StampOf(path);
     ProjectOpened result = ProjectOpened::CannotOpen;
     if (file.isOpen()) {
         const std::size_t got = file.readAt(
@@ -187,10 +191,15 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     };
     if (countRecords() > kMostProjectRecords)
         return show(fmt::format("it would hold more than {} items", kMostProjectRecords));
+    const bool isOwn = held_ && path == path_;
+    if (isOwn && StampOf(path) != stamp_)
+        return show("it has been changed or removed since it was read");
     TargetFile target(path);
     PcFile& file = target.file();
     if (!file.isOpen())
         return show(file.errorText());
+    if (const int error = isOwn ? 0 : target.lockOlder(access_.waitMs); error != 0)
+        return show(SystemErrorText(error));
     bool written = file.writeRecord(0, header_);
     std::uint64_t offset = kProjectRecordBytes;
     for (const auto& [parent, run] : children_) {
@@ -199,8 +208,13 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     }
     if (!written)
         return show(file.errorText());
-    const int error = target.publish(true, true);
-    return error == 0 || show(SystemErrorText(error));
+    // The lock passes on to the new file before anybody else can have it.
+    (void)file.lock(access_.lock);
+    if (const int error = target.publish(held_ || access_.mayReplace, true); error != 0)
+        return show(SystemErrorText(error));
+    stamp_ = StampOf(path);
+    held_ = std::make_shared<PcFile>(std::move(file));
+    return true;
 }
 
 std::string ProjectBackupPath(const std::string& path) {
@@ -216,7 +230,7 @@ std::string BackUpProject(const std::string& path) {
     std::string backupPath = source.isOpen() ? ProjectBackupPath(path) : std::string{};
     if (backupPath.empty())
         return {};
-    TargetFile backup(backupPath);
+    TargetFile backup(backupPath, path);
     const bool replaces = PcFactsOf(backupPath).kind == PcKind::File;
     const std::uint64_t sizeBytes = source.size();
     const bool isWhole =

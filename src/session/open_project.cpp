@@ -12,10 +12,15 @@
 
 namespace vellmark {
 
-bool OpenForChange(const std::string& path, Messages& messages,
+ProjectAccess ChangingAccess(const CommandContext& context) {
+    return {LockKind::Exclusive, context.guard.lockWaitMs};
+}
+
+bool OpenForChange(const std::string& path, const CommandContext& context, Messages& messages,
                    std::optional<ProjectFile>& project) {
     const std::string real = FollowLink(path);
-    if (ProjectFile::Open(real, ProjectModeOf(path), messages, project) != ProjectOpened::Opened)
+    if (ProjectFile::Open(real, ProjectModeOf(path), messages, project, ChangingAccess(context)) !=
+        ProjectOpened::Opened)
         return false;
     const int error = SaveRefusal(real);
     if (error == 0)

@@ -13,8 +13,12 @@ namespace vellmark {
 
 /// Opens a project to change it: refuses a file that is write-protected, which the saving of a
 /// project would not notice, as it puts a new file in its place. What went wrong has been shown.
-[[nodiscard]] bool OpenForChange(const std::string& path, Messages& messages,
-                                 std::optional<ProjectFile>& project);
+/// Nobody else may open it as long as its records are in memory.
+[[nodiscard]] bool OpenForChange(const std::string& path, const CommandContext& context,
+                                 Messages& messages, std::optional<ProjectFile>& project);
+
+/// How a project is opened that is to be saved, or may have to be.
+[[nodiscard]] ProjectAccess ChangingAccess(const CommandContext& context);
 
 /// Keeps the project as its file has it, with the extension `BAK` beside it; tells when that cannot
 /// be done, or when the copy has another name as something else has that one. Not where the

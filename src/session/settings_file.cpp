@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -10,6 +11,7 @@
 
 #include "session/targets.hpp"
 #include "support/encoding.hpp"
+#include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
 
@@ -91,6 +93,20 @@ bool IsLineOf(std::string_view line, std::string_view name) {
     return line.starts_with(name) && line.substr(name.size()).starts_with('=');
 }
 
+// The file, for one writer at a time; an empty one is made where there is none.
+PcFile LockedSettings(const std::string& path, unsigned waitMs) {
+    return OpenLocked(
+        [&path] {
+            PcFile file(path, PcFile::Mode::Read);
+            if (file.error() == ENOENT) {
+                PcFile(path, PcFile::Mode::CreateNew).close();
+                file = PcFile(path, PcFile::Mode::Read);
+            }
+            return file;
+        },
+        LockKind::Exclusive, waitMs);
+}
+
 }  // namespace
 
 std::optional<std::string> SettingsFile::read(std::string_view name) const {
@@ -107,6 +123,11 @@ std::optional<std::string> SettingsFile::read(std::string_view name) const {
 std::string SettingsFile::write(std::string_view name, std::string_view value) {
     if (path_.empty())
         return "there is no folder for settings, as neither XDG_CONFIG_HOME nor HOME names one";
+    std::error_code ignored;  // what is missing shows when the file is made
+    std::filesystem::create_directories(FolderOf(path_), ignored);
+    const PcFile held = LockedSettings(FollowLink(path_), lockWaitMs_);
+    if (held.error() == EWOULDBLOCK)
+        return fmt::format("{} cannot be written: {}", Printable(path_), held.errorText());
     std::string reason;
     const auto before = Contents(path_, reason);
     if (!before)
@@ -123,8 +144,6 @@ std::string SettingsFile::write(std::string_view name, std::string_view value) {
         after += wanted;
     if (after == *before)
         return {};
-    std::error_code ignored;  // what is missing shows when the file is made
-    std::filesystem::create_directories(FolderOf(path_), ignored);
     TargetFile target(FollowLink(path_));
     int error = target.file().error();
     if (target.file().isOpen()) {

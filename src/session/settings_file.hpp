@@ -6,18 +6,22 @@
 
 namespace vellmark {
 
-/// The file is looked into at each call, so that what another process wrote meanwhile stays. Lines
-/// that are no setting of this program stay as well.
+/// The file is looked into at each call, so that what another process wrote meanwhile stays; while
+/// one writes, others wait. A reader needs no lock, as a new file takes the place of the old one at
+/// once. Lines that are no setting of this program stay as well.
 class SettingsFile final : public SettingsStore {
   public:
     /// The path of the file, whose folder need not be there yet; "" keeps nothing.
-    explicit SettingsFile(std::string path) : path_(std::move(path)) {}
+    /// `lockWaitMs` is the longest time, in milliseconds, to wait for others that write settings.
+    explicit SettingsFile(std::string path, unsigned lockWaitMs = 0)
+        : path_(std::move(path)), lockWaitMs_(lockWaitMs) {}
 
     [[nodiscard]] std::optional<std::string> read(std::string_view name) const override;
     std::string write(std::string_view name, std::string_view value) override;
 
   private:
     std::string path_;
+    unsigned lockWaitMs_;
 };
 
 }  // namespace vellmark

@@ -91,7 +91,7 @@ int Add(const AddOptions& options, CommandContext& context) {
         ViewOf(options.view) == ProjectView::Hfs)
         return UsageError(context, kName, "An ISO+ project has no HFS view.");
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.project, terminal.messages, project))
+    if (!OpenForChange(options.project, context, terminal.messages, project))
         return kExitFailed;
     const InclusionResult included = AddAll(*project, options, context, terminal);
     if (!IsWorthSaving(included, terminal.messages))

@@ -5,6 +5,7 @@
 
 #include "session/build_options.hpp"
 #include "session/file_modes.hpp"
+#include "session/open_project.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
@@ -41,8 +42,8 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
         return kExitFailed;
     }
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(options.project), mode, terminal.messages, project) !=
-            ProjectOpened::Opened ||
+    if (ProjectFile::Open(FollowLink(options.project), mode, terminal.messages, project,
+                          ChangingAccess(context)) != ProjectOpened::Opened ||
         !MayMakeFile(build.output, build.force, terminal.messages) ||
         !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal,
                             build.projectChanged))

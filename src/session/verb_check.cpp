@@ -58,7 +58,8 @@ int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, false));
     std::optional<ProjectFile> project;
     if (ProjectFile::Open(FollowLink(options.project), ProjectModeOf(options.project),
-                          terminal.messages, project) != ProjectOpened::Opened)
+                          terminal.messages, project,
+                          {LockKind::Shared, context.guard.lockWaitMs}) != ProjectOpened::Opened)
         return kExitFailed;
     const std::vector<PcIdentity> never = NeverItems(*project, {}, context);
     const CheckResult result = Check(*project, kRootFolder,

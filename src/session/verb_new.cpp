@@ -3,6 +3,7 @@
 #include "session/file_modes.hpp"
 #include "session/format_choice.hpp"
 #include "session/labels.hpp"
+#include "session/open_project.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
@@ -38,7 +39,9 @@ int New(const NewOptions& options, CommandContext& context) {
     ProjectDefaults defaults = NewProjectDefaults(context, mode);
     options.format.apply(defaults);
     defaults.rebuild = defaults.rebuild || options.rebuild;
-    ProjectFile project = ProjectFile::Create(path, mode, defaults);
+    ProjectAccess access = ChangingAccess(context);
+    access.mayReplace = options.force;
+    ProjectFile project = ProjectFile::Create(path, mode, defaults, access);
     if (!options.label.empty() &&
         !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
         return kExitFailed;

@@ -61,7 +61,7 @@ int RunPath(const PathOptions& options, CommandContext& context) {
     if (oldPath == newPath)
         return UsageError(context, kName, "The old and the new path are the same.");
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.project, terminal.messages, project))
+    if (!OpenForChange(options.project, context, terminal.messages, project))
         return kExitFailed;
     const std::int64_t count = ChangeAccessPath(*project, oldPath, newPath, terminal.messages);
     if (count == 0 && terminal.messages.skipped() == 0) {

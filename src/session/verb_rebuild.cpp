@@ -22,7 +22,7 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.project, terminal.messages, project))
+    if (!OpenForChange(options.project, context, terminal.messages, project))
         return kExitFailed;
     RebuildResult result;
     if (!RebuildInMemory(*project,

@@ -57,7 +57,7 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.partition.image, terminal.messages, project))
+    if (!OpenForChange(options.partition.image, context, terminal.messages, project))
         return kExitFailed;
     RememberedAnswer answer;
     const std::int64_t count =

@@ -37,8 +37,7 @@ TEST_F(ProjectStorage, ANewProjectIsOneHeader) {
     ProjectDefaults defaults;
     defaults.openRoot = true;
     defaults.label = "Caf\xE9";
-    ProjectFile project = ProjectFile::Create(at("new.vlpr"), ProjectMode::Hybrid, defaults);
-    ASSERT_TRUE(project.save(messages_));
+    ASSERT_TRUE(ProjectFile::Create(at("new.vlpr"), ProjectMode::Hybrid, defaults).save(messages_));
     std::string expected(756, '\0');
     expected.replace(0, 12, std::string("VLKZ\x01\0\0\0\x11\0\0\0", 12));
     expected[14] = 0x01;
@@ -243,6 +242,33 @@ TEST_F(ProjectStorage, SaveAsAsksBeforeItTakesThePlaceOfAnother) {
     EXPECT_TRUE(std::filesystem::exists(at("other.vlpr"))) << "a name of one's own stays";
     EXPECT_TRUE(project.saveAs(at("third.vlpr"), messages_)) << "on itself: a plain save";
     EXPECT_EQ(messages_.questions.size(), 2u);
+}
+
+TEST_F(ProjectStorage, IsOnesAtATimeAndSavedOnlyOverWhatWasRead) {
+    ASSERT_TRUE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}, {.mayReplace = false})
+                    .save(messages_));
+    EXPECT_FALSE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}, {.mayReplace = false})
+                     .save(messages_));
+    const auto openToSave = [this](std::optional<ProjectFile>& project) {
+        return ProjectFile::Open(at("a.vlpr"), ProjectMode::Hybrid, messages_, project,
+                                 {LockKind::Exclusive});
+    };
+    std::optional<ProjectFile> other;
+    ASSERT_EQ(openToSave(other), ProjectOpened::Opened);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(open("a.vlpr"), ProjectOpened::CannotOpen) << i;
+        EXPECT_NE(messages_.shown.back().find("another process"), std::string::npos);
+        EXPECT_FALSE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}).save(messages_));
+        other->insert(Item(1, -1 - i, "a"));
+        EXPECT_TRUE(other->save(messages_)) << "the lock goes over to the new file";
+    }
+    // A program that knows nothing of locks.
+    Write(at("a.vlpr"), Bytes(at("a.vlpr")) + std::string(756, 'x'));
+    EXPECT_FALSE(other->save(messages_));
+    EXPECT_EQ(Bytes(at("a.vlpr")).size(), 4u * 756u);
+    other.reset();
+    ASSERT_EQ(open("a.vlpr"), ProjectOpened::Opened);
+    EXPECT_EQ(openToSave(other), ProjectOpened::CannotOpen) << "while it is read";
 }
 
 TEST_F(ProjectStorage, TheBackupBearsTheExtensionBak) {

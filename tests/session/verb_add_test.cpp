@@ -77,11 +77,15 @@ TEST_F(AddTest, AFolderItsContentsAndFilesAtOnce) {
 
 TEST_F(AddTest, TheFolderOfTheProjectIsMadeInTheView) {
     EXPECT_EQ(run({"add", "p.vlpr", "in/a.txt", "--to", "New\\Deep/", "--view", "hfs"}), 0) << err_;
-    ProjectFile project = opened("p.vlpr");
-    EXPECT_EQ(itemsOf(project, 1), (Names{"New H"}));
-    EXPECT_EQ(itemsOf(project, 18), (Names{"Deep H"}));
-    EXPECT_EQ(itemsOf(project, 19), (Names{"a.txt H"}));
-    EXPECT_EQ(project.findByNumber(18)->accessPath(), "..") << "a folder of the project only";
+    {
+        ProjectFile project = opened("p.vlpr");
+        EXPECT_EQ(itemsOf(project, 1), (Names{"New H"}));
+        EXPECT_EQ(itemsOf(project, 18), (Names{"Deep H"}));
+        EXPECT_EQ(itemsOf(project, 19), (Names{"a.txt H"}));
+        EXPECT_EQ(project.findByNumber(18)->accessPath(), "..") << "a folder of the project only";
+        EXPECT_EQ(run({"add", "p.vlpr", "in/a.txt"}), 1) << "while others read it";
+        EXPECT_NE(err_.find("another process"), std::string::npos) << err_;
+    }
     EXPECT_EQ(run({"add", "p.vlpr", "in/sub/b.txt", "--to", "New/Deep", "--view", "hfs"}), 0);
     EXPECT_EQ(itemsOf(opened("p.vlpr"), 19), (Names{"a.txt H", "b.txt H"}));
 }
