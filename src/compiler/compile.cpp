@@ -17,6 +17,7 @@
 #include "compiler/iso_order.hpp"
 #include "compiler/iso_tables.hpp"
 #include "compiler/item_copier.hpp"
+#include "compiler/pc_blocks.hpp"
 #include "compiler/volume_writer.hpp"
 #include "containers/names.hpp"
 #include "project/pc_sources.hpp"
@@ -270,8 +271,10 @@ TreeResult Compiler::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves)
     const std::uint32_t first =
         HasIso(context_.mode) ? iso_.fileArea : (kPureHfsStart + step - 1) / step * step;
     const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
-    hfs_ = plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_, context_.freeBytes)
-                : ComputeHfsLayout(start, leaves, fileBlocks_, blockSize, context_.freeBytes);
+    const std::size_t pcRuns = CountPcRuns(plan_);
+    hfs_ =
+        plus ? ComputeHfsPlusLayout(start, leaves, fileBlocks_, context_.freeBytes, pcRuns)
+             : ComputeHfsLayout(start, leaves, fileBlocks_, blockSize, context_.freeBytes, pcRuns);
     catalogNodes_.emplace(NewNodeSize(plus));
     return BuildCatalog(context_, plan_, hfs_, *catalogNodes_, catalog_);
 }
@@ -316,7 +319,7 @@ CompileResult Compiler::write() {
     context_.progress.fileStart({}, 0, 0);
     JournalStep(context_, CompileStep::WriteVolume);
     if (HasMacintosh(context_.mode) &&
-        !WriteVolume(context_, hfs_, *catalogNodes_, catalog_, image))
+        !WriteVolume(context_, plan_, hfs_, *catalogNodes_, catalog_, image))
         return targetFailed(image.error());
     JournalStep(context_, CompileStep::WriteTables);
     if ((tables && !CopyTables(iso_, *tables, image)) || !image.setSize(imageBytes()))

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "compiler/pc_blocks.hpp"
 #include "volume/catalog_records.hpp"
 
 namespace vellmark {
@@ -84,14 +85,16 @@ std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus) {
 
 HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
                            std::uint64_t fileBlocks, std::uint32_t blockSize,
-                           std::uint64_t freeBytes) {
+                           std::uint64_t freeBytes, std::size_t pcRuns) {
     HfsLayout layout;
     const std::uint32_t b = blockSize / 512;
     layout.sectorsPerBlock = b;
     layout.partitionStart = partitionStart;
-    const std::uint32_t extents = std::max<std::uint32_t>(2 * b, 8);
+    const std::uint32_t told = std::max<std::uint32_t>(2 * b, 8);
+    const auto extents =
+        std::max(told, static_cast<std::uint32_t>(RoundUp(ExtentsTreeNodes(pcRuns, false), b)));
     const auto catalog = static_cast<std::uint32_t>(
-        std::max<std::uint64_t>(RoundUp(2 * (leaves + 2) + leaves / 2, b), extents));
+        std::max<std::uint64_t>(RoundUp(2 * (leaves + 2) + leaves / 2, b), told));
     layout.extentsFile = {0, extents / b};
     layout.catalogFile = {extents / b, catalog / b};
     layout.systemBlocks = (extents + catalog) / b;
@@ -99,9 +102,10 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     const std::uint64_t blocks = layout.systemBlocks + fileBlocks + freeBlocks;
     // One bit for each sector of 2048 bytes: enough for every size of block.
     const std::uint64_t bits = RoundUp(blocks * b, kBlocksPerSector) / kBlocksPerSector;
-    const std::uint64_t told = (bits + kBitsPerSector - 1) / kBitsPerSector;
+    const std::uint64_t bitmap = (bits + kBitsPerSector - 1) / kBitsPerSector;
     // Behind the bitmap the allocation blocks begin, at a multiple of their size.
-    layout.allocationStart = static_cast<std::uint32_t>((told + kBootAndHeaderSectors) / b * b + b);
+    layout.allocationStart =
+        static_cast<std::uint32_t>((bitmap + kBootAndHeaderSectors) / b * b + b);
     layout.bitmapSectors = layout.allocationStart - kBootAndHeaderSectors;
     layout.totalBlocks = static_cast<std::uint32_t>(blocks);
     layout.usedBlocks = static_cast<std::uint32_t>(blocks - freeBlocks);
@@ -116,7 +120,8 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
 }
 
 HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                               std::uint64_t fileBlocks, std::uint64_t freeBytes) {
+                               std::uint64_t fileBlocks, std::uint64_t freeBytes,
+                               std::size_t pcRuns) {
     HfsLayout layout;
     layout.isHfsPlus = true;
     const std::uint32_t b = kHfsPlusBlockSectors;
@@ -126,7 +131,8 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
     const std::uint64_t catalogSectors = std::max<std::uint64_t>(
         RoundUp(kNodeSectors * (nodes > kManyNodes ? nodes / 4 * 5 : nodes), b),
         kHfsPlusExtentsSectors);
-    const auto extents = kHfsPlusExtentsSectors / b;
+    const std::uint32_t extents =
+        std::max(kHfsPlusExtentsSectors, kNodeSectors * ExtentsTreeNodes(pcRuns, true)) / b;
     const auto catalog = static_cast<std::uint32_t>(catalogSectors / b);
     // The header block, the bitmap's own blocks and the last block have bits too.
     const std::uint64_t freeBlocks = BlocksFor(freeBytes, layout.blockSize());
@@ -149,6 +155,7 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
 
 std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint32_t leaves,
                                                 bool isHybrid, std::uint64_t freeBytes) {
+    const std::size_t pcRuns = CountPcRuns(plan);
     for (std::uint32_t size = kDiscSectorBytes; size <= kLargestBlockSize;
          size += kDiscSectorBytes) {
         if (isHybrid && BlocksFor(plan.largestFork, size) >= kMostBlocksOfFork)
@@ -158,7 +165,7 @@ std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint3
             for (const DiscItem& item : folder.items)
                 for (const DiscRun& run : item.runs)
                     blocks += BlocksFor(run.sizeBytes, size);
-        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size, freeBytes);
+        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size, freeBytes, pcRuns);
         if (layout.totalBlocks + blocks <= kHfsLimit)
             return size;
     }

@@ -46,13 +46,14 @@ struct HfsLayout {
 [[nodiscard]] std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus);
 
 /// Lays a volume out behind sector `partitionStart` (of 512 bytes). `leaves` sizes the catalog,
-/// `fileBlocks` are the allocation blocks of all files; behind them room for `freeBytes` stays
-/// free.
+/// `fileBlocks` are the allocation blocks of all files, `pcRuns` the runs of them that the PC alone
+/// reads; behind them room for `freeBytes` stays free.
 [[nodiscard]] HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
                                          std::uint64_t fileBlocks, std::uint32_t blockSize,
-                                         std::uint64_t freeBytes = 0);
+                                         std::uint64_t freeBytes = 0, std::size_t pcRuns = 0);
 [[nodiscard]] HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                                             std::uint64_t fileBlocks, std::uint64_t freeBytes = 0);
+                                             std::uint64_t fileBlocks, std::uint64_t freeBytes = 0,
+                                             std::size_t pcRuns = 0);
 
 /// The smallest allocation block with which an HFS volume can hold the plan: a multiple of 2048
 /// bytes with at most 65,535 blocks for system files, forks, free room and the free one, and in a

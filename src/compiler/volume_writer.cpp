@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "compiler/iso_descriptors.hpp"
+#include "compiler/pc_blocks.hpp"
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "support/encoding.hpp"
@@ -16,7 +17,7 @@ constexpr std::uint32_t kHeaderSector = 2;
 constexpr std::uint32_t kHfsBitmapSector = 3;
 
 VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
-                      const BuiltCatalog& catalog) {
+                      const BuiltCatalog& catalog, bool hasBadBlocks) {
     const ProjectHeader& header = context.project.header();
     VolumeParams params;
     params.label = HfsLabel(header);
@@ -38,6 +39,7 @@ VolumeParams ParamsOf(const CompileContext& context, const HfsLayout& layout,
     params.rootFolderCount = catalog.rootFolderCount;
     // Any value will do, as long as two builds of the same project agree.
     params.volumeId = params.now * 2654435761u + NameCrc16(params.label);
+    params.hasBadBlocks = hasBadBlocks;
     params.openRoot = header.openRoot();
     return params;
 }
@@ -66,9 +68,10 @@ bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, P
                              BuildMapEntry(start, count, label, kHfsPartitionType, kMapStatus));
 }
 
-bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
+bool WriteVolume(const CompileContext& context, const DiscPlan& plan, const HfsLayout& layout,
                  const MemoryNodes& catalogNodes, const BuiltCatalog& catalog, PcFile& image) {
-    const VolumeParams params = ParamsOf(context, layout, catalog);
+    const std::vector<BlockRun> pcBlocks = PcBlocks(plan, layout.blockSize(), layout.systemBlocks);
+    const VolumeParams params = ParamsOf(context, layout, catalog, !pcBlocks.empty());
     const auto byteOf = [&](std::uint64_t sector) { return sector * kSectorBytes512; };
     const std::uint64_t header = byteOf(layout.partitionStart + kHeaderSector);
     const std::uint64_t alternate = byteOf(layout.alternateHeader());
@@ -82,7 +85,8 @@ bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
                                    image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
     return headers && image.writeAt(bitmap, BitmapOf(layout)) &&
            WriteExtentsTree(image, byteOf(layout.sectorOf(layout.extentsFile.startBlock)),
-                            layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize()) &&
+                            layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize(),
+                            pcBlocks) &&
            catalogNodes.writeTo(image, byteOf(layout.sectorOf(layout.catalogFile.startBlock)));
 }
 

@@ -12,8 +12,8 @@ namespace vellmark {
                                      PcFile& image);
 
 /// Headers, bitmap, extents tree and catalog.
-[[nodiscard]] bool WriteVolume(const CompileContext& context, const HfsLayout& layout,
-                               const MemoryNodes& catalogNodes, const BuiltCatalog& catalog,
-                               PcFile& image);
+[[nodiscard]] bool WriteVolume(const CompileContext& context, const DiscPlan& plan,
+                               const HfsLayout& layout, const MemoryNodes& catalogNodes,
+                               const BuiltCatalog& catalog, PcFile& image);
 
 }  // namespace vellmark

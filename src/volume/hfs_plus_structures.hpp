@@ -27,6 +27,8 @@ static_assert(sizeof(ForkRecord) == 80);
 
 /// Volume attributes.
 inline constexpr std::uint32_t kVolumeUnmounted = 0x00000100;
+/// The extents tree has records of the bad block file.
+inline constexpr std::uint32_t kVolumeSparedBlocks = 0x00000200;
 inline constexpr std::uint32_t kVolumeJournaled = 0x00002000;
 
 inline constexpr std::uint16_t kHfsPlusVersion = 4;

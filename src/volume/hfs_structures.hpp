@@ -15,6 +15,8 @@ inline constexpr std::uint32_t kRootParentId = 1;
 inline constexpr std::uint32_t kRootFolderId = 2;
 inline constexpr std::uint32_t kExtentsFileId = 3;
 inline constexpr std::uint32_t kCatalogFileId = 4;
+/// Has no record in the catalog: its blocks are those that no file may have.
+inline constexpr std::uint32_t kBadBlockFileId = 5;
 inline constexpr std::uint32_t kFirstUserId = 16;
 
 /// Largest number of allocation blocks, files or folders that 16-bit fields can tell.

@@ -9,9 +9,6 @@ namespace vellmark {
 
 namespace {
 
-// Volume attribute of both formats: there is a file of bad blocks.
-constexpr std::uint32_t kSparedBlocks = 1u << 9;
-
 TreeKey ExtentsKey(const VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                    std::uint32_t startBlock) {
     return volume.isHfsPlus ? HfsPlusExtentsKey(fileId, fork, startBlock)
@@ -138,9 +135,10 @@ TreeResult AddToBadBlocks(VolumeContext& volume, BlockRun run) {
                                                : AddBadRun<HfsExtentRecord>(volume, run);
     // Without this bit nobody looks for the file.
     if (result == TreeResult::Done && volume.isHfsPlus)
-        volume.vhb.attributes = volume.vhb.attributes | kSparedBlocks;
+        volume.vhb.attributes = volume.vhb.attributes | kVolumeSparedBlocks;
     else if (result == TreeResult::Done)
-        volume.mdb.attributes = static_cast<std::uint16_t>(volume.mdb.attributes | kSparedBlocks);
+        volume.mdb.attributes =
+            static_cast<std::uint16_t>(volume.mdb.attributes | kVolumeSparedBlocks);
     return result;
 }
 

@@ -12,9 +12,6 @@
 
 namespace vellmark {
 
-/// Blocks that are not to be given out: a file with no record but those in the extents tree.
-inline constexpr std::uint32_t kBadBlockFileId = 5;
-
 /// Runs that a record holds, in the catalog as in the tree.
 [[nodiscard]] constexpr std::size_t RunsPerRecord(bool isHfsPlus) {
     return isHfsPlus ? std::tuple_size_v<HfsPlusExtentRecord> : std::tuple_size_v<HfsExtentRecord>;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "volume/catalog_keys.hpp"
+#include "volume/fork_reader.hpp"
 
 namespace vellmark {
 
@@ -29,6 +30,26 @@ ForkRecord SystemFork(const SystemFile& file, std::uint32_t blockSize) {
     return fork;
 }
 
+std::uint32_t AttributesOf(const VolumeParams& params) {
+    return kVolumeUnmounted | (params.hasBadBlocks ? kVolumeSparedBlocks : 0);
+}
+
+template <typename Record>
+bool AddBadBlocks(TreeCursor& tree, TreeKey (*keyOf)(std::uint32_t, std::uint8_t, std::uint32_t),
+                  const std::vector<BlockRun>& runs) {
+    std::uint32_t blocks = 0;
+    for (std::size_t next = 0; next < runs.size();) {
+        const std::uint32_t startBlock = blocks;
+        Record record{};
+        for (; next < runs.size() && AddRun(record, runs[next]); ++next)
+            blocks += runs[next].blockCount;
+        if (InsertTreeRecord(tree, keyOf(kBadBlockFileId, kDataFork, startBlock),
+                             AsBytes(record)) != TreeResult::Done)
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params) {
@@ -37,7 +58,7 @@ MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params) {
     mdb.creationDate = params.now;
     mdb.modificationDate = params.now;
     // Without it a system that mounts the volume takes it for one that was not put away properly.
-    mdb.attributes = static_cast<std::uint16_t>(kVolumeUnmounted);
+    mdb.attributes = static_cast<std::uint16_t>(AttributesOf(params));
     mdb.rootFileCount = static_cast<std::uint16_t>(params.rootFileCount);
     mdb.bitmapStartSector = params.bitmapStart;
     mdb.nextAllocation = static_cast<std::uint16_t>(params.nextAllocation);
@@ -70,7 +91,7 @@ VolumeHeader BuildVolumeHeader(const VolumeParams& params) {
     VolumeHeader header{};
     header.signature = kHfsPlusSignature;
     header.version = kHfsPlusVersion;
-    header.attributes = kVolumeUnmounted;
+    header.attributes = AttributesOf(params);
     header.lastMountedVersion = kMountedBy;
     header.creationDate = params.now;
     header.modificationDate = params.now;
@@ -96,7 +117,7 @@ VolumeHeader BuildVolumeHeader(const VolumeParams& params) {
 }
 
 bool WriteExtentsTree(ByteSink& image, std::uint64_t offset, bool isHfsPlus,
-                      std::uint32_t fileBytes) {
+                      std::uint32_t fileBytes, const std::vector<BlockRun>& badBlocks) {
     NewTree shape;
     shape.nodeSize = NewNodeSize(isHfsPlus);
     shape.totalNodes = fileBytes / shape.nodeSize;
@@ -105,7 +126,23 @@ bool WriteExtentsTree(ByteSink& image, std::uint64_t offset, bool isHfsPlus,
     MemoryNodes nodes(shape.nodeSize);
     TreeCursor tree;
     return CreateTree(tree, isHfsPlus ? kHfsPlusExtentsFormat : kHfsExtentsFormat, nodes, shape) &&
+           (isHfsPlus ? AddBadBlocks<HfsPlusExtentRecord>(tree, HfsPlusExtentsKey, badBlocks)
+                      : AddBadBlocks<HfsExtentRecord>(tree, HfsExtentsKey, badBlocks)) &&
            FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
+}
+
+std::uint32_t ExtentsTreeNodes(std::uint64_t runs, bool isHfsPlus) {
+    if (runs == 0)
+        return 0;
+    const std::size_t record = isHfsPlus ? sizeof(HfsPlusExtentRecord) : sizeof(HfsExtentRecord);
+    const std::size_t key = (isHfsPlus ? HfsPlusExtentsKey : HfsExtentsKey)(0, 0, 0).size();
+    const std::uint64_t records =
+        runs / (record / (isHfsPlus ? sizeof(HfsPlusExtent) : sizeof(HfsExtent))) + 1;
+    // A node that was split can be half empty.
+    const std::uint64_t perLeaf =
+        (NewNodeSize(isHfsPlus) - kNodeDescriptorSize) / (key + record + sizeof(be16)) / 2;
+    const std::uint64_t leaves = records / perLeaf + 1;
+    return static_cast<std::uint32_t>(leaves + leaves / 8 + 4);
 }
 
 std::vector<std::uint8_t> UsedBlocks(std::uint32_t blocks, std::uint32_t sectors) {

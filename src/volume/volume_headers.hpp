@@ -4,12 +4,14 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "IO/partition_structures.hpp"
 #include "support/mac_dates.hpp"
 #include "volume/btree.hpp"
 #include "volume/hfs_plus_structures.hpp"
 #include "volume/hfs_structures.hpp"
+#include "volume/volume_context.hpp"
 
 namespace vellmark {
 
@@ -39,15 +41,22 @@ struct VolumeParams {
     std::uint32_t rootFileCount = 0;    ///< HFS
     std::uint32_t rootFolderCount = 0;  ///< HFS
     std::uint32_t volumeId = 0;         ///< any value
+    bool hasBadBlocks = false;          ///< the extents tree has records of the bad block file
     bool openRoot = false;              ///< the Finder opens the root's window at the mount
 };
 
 [[nodiscard]] MasterDirectoryBlock BuildMasterDirectoryBlock(const VolumeParams& params);
 [[nodiscard]] VolumeHeader BuildVolumeHeader(const VolumeParams& params);
 
-/// Writes an empty extents tree that fills its file of `fileBytes` bytes, at byte `offset`.
+/// Writes an extents tree that fills its file of `fileBytes` bytes, at byte `offset`. It is empty
+/// but for the runs of blocks that no file may have, which belong to the bad block file; false when
+/// it cannot hold them.
 [[nodiscard]] bool WriteExtentsTree(ByteSink& image, std::uint64_t offset, bool isHfsPlus,
-                                    std::uint32_t fileBytes);
+                                    std::uint32_t fileBytes,
+                                    const std::vector<BlockRun>& badBlocks = {});
+/// Nodes that an extents tree with so many runs of one file needs, the header and those of the
+/// index included.
+[[nodiscard]] std::uint32_t ExtentsTreeNodes(std::uint64_t runs, bool isHfsPlus);
 /// A catalog with an empty root leaf that fills its file.
 [[nodiscard]] bool BuildCatalogTree(TreeCursor& tree, NodeStore& store, bool isHfsPlus,
                                     std::uint32_t totalNodes);
