@@ -24,6 +24,8 @@
 #include "project/view_names.hpp"
 #include "support/encoding.hpp"
 #include "support/texts.hpp"
+#include "volume/edit_result.hpp"
+#include "volume/hfs_structures.hpp"
 
 namespace vellmark {
 
@@ -63,6 +65,7 @@ class Compiler {
         if (const CompileResult result = layOut(); result != CompileResult::Done)
             return result;
         tellDeepFolders();
+        tellLargeFolders();
         for (const auto& [item, reason] : plan_.leftOut)
             context_.messages.itemSkipped(item, reason);
         const CompileResult result = hasRoom() ? write() : CompileResult::NoRoom;
@@ -79,6 +82,7 @@ class Compiler {
     bool saveProject();
     CompileResult plan();
     void tellDeepFolders();
+    void tellLargeFolders();
     CompileResult layOut();
     TreeResult buildCatalog(std::uint32_t blockSize, std::uint32_t leaves);
     CompileResult turnToHfsPlus();
@@ -221,6 +225,15 @@ void Compiler::tellDeepFolders() {
         context_.messages.showTimedMessage(fmt::format(
             "Folders below the eighth level, which ISO 9660 does not allow: {}. The first is {}.",
             deep.count, SourceText(*deep.first->record)));
+}
+
+void Compiler::tellLargeFolders() {
+    const bool isHfs = HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode);
+    if (isHfs &&
+        std::any_of(plan_.folders.begin(), plan_.folders.end(), [](const DiscFolder& folder) {
+            return folder.hfsChildren > kMostItemsShownInHfs;
+        }))
+        context_.messages.showTimedMessage(kLargeFolderRemark);
 }
 
 // The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.

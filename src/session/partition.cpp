@@ -5,6 +5,7 @@
 #include "IO/sector_batch.hpp"
 #include "support/encoding.hpp"
 #include "volume/allocation.hpp"
+#include "volume/edit_result.hpp"
 #include "volume/read_only.hpp"
 
 namespace vellmark {
@@ -98,6 +99,9 @@ bool Partition::close(Messages& messages) {
     CloseImage(volume_);
     if (!problem.empty())
         messages.showMessage(ClosingSentence(image_.name(), problem, access_, commit));
+    else if (volume_.hasLargeFolder)
+        messages.showTimedMessage(
+            fmt::format("{}: {}", Printable(image_.name()), kLargeFolderRemark));
     return problem.empty();
 }
 

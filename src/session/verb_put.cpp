@@ -15,6 +15,7 @@
 #include "support/pc_folder.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/copy_in.hpp"
+#include "volume/edit_result.hpp"
 
 namespace vellmark {
 
@@ -139,6 +140,8 @@ std::string TargetFolder::step(const std::string& name, const std::string& path)
     if (!NameFromShown(volume_, name))
         return fmt::format("No folder of the volume can be called {}.", Printable(name));
     const TreeResult made = CreateFolder(volume_, name, id_, clock_, id_);
+    if (made == TreeResult::FolderFull)
+        return fmt::format("{}: {}", shown, kFolderFullSentence);
     return made == TreeResult::Done   ? std::string{}
            : made == TreeResult::Full ? fmt::format("There is no room for the folder {}.", shown)
                                       : CatalogProblem(made, "where " + shown + " would go");

@@ -41,11 +41,12 @@ class MemoryNodes final : public NodeStore {
 
 enum class TreeResult {
     Done,
-    Exists,   ///< a record of that key is there already
-    Missing,  ///< there is no record of that key
-    Full,     ///< no free node is left; the tree is as it was
-    Damaged,  ///< a node or link that cannot be right was met
-    Failed    ///< a node could not be read or written
+    Exists,      ///< a record of that key is there already
+    Missing,     ///< there is no record of that key
+    Full,        ///< no free node is left; the tree is as it was
+    FolderFull,  ///< of the catalog: the folder takes no more items
+    Damaged,     ///< a node or link that cannot be right was met
+    Failed       ///< a node could not be read or written
 };
 
 /// One open tree with the position of its last search. Node 0 and the map of used nodes stay in

@@ -44,8 +44,8 @@ TreeResult CheckNewItem(VolumeContext& volume, const CatalogName& name, std::uin
         return result;
     if (found && (replacedId == 0 || CurrentItemId(volume) != replacedId))
         return TreeResult::Exists;
-    if (!volume.isHfsPlus && *valence >= kHfsLimit)
-        return TreeResult::Full;
+    if (!volume.isHfsPlus && *valence >= kHfsLimit && !found)
+        return TreeResult::FolderFull;
     return CheckNextId(volume);
 }
 
@@ -95,6 +95,8 @@ TreeResult AddToValence(VolumeContext& volume, std::int32_t delta, std::uint32_t
             field = static_cast<std::uint16_t>(sum);
         else
             field = static_cast<std::uint32_t>(sum);
+        if (delta > 0 && !volume.isHfsPlus && sum > kMostItemsShownInHfs)
+            volume.hasLargeFolder = true;
     });
     return StoreCurrentNode(volume);
 }

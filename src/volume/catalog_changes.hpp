@@ -21,8 +21,8 @@ namespace vellmark {
 
 /// Makes a folder and gives its id in `id`. The name is a shown one. `Exists` when the parent has
 /// an item of that name, `Damaged` when the parent is not there, the name cannot be a name or the
-/// next id is in use, `Full` when the catalog or the parent has no room for it, `Failed` when no
-/// bitmap is loaded; nothing is changed then.
+/// next id is in use, `Full` when the catalog has no room for it, `FolderFull` when the parent
+/// takes no more, `Failed` when no bitmap is loaded; nothing is changed then.
 [[nodiscard]] TreeResult CreateFolder(VolumeContext& volume, std::string_view name,
                                       std::uint32_t parentId, const Clock& clock,
                                       std::uint32_t& id);
@@ -33,8 +33,8 @@ namespace vellmark {
 /// Whether the next id of the header can be given to a new item: `Damaged` when it cannot.
 [[nodiscard]] TreeResult CheckNextId(VolumeContext& volume);
 /// Whether a new item of that name can stand in the folder: `Exists` when it has one already (other
-/// than the item `replacedId`), `Full` when it takes no more, `Damaged` when the folder is not
-/// there or the next id cannot be given.
+/// than the item `replacedId`), `FolderFull` when it takes no more, `Damaged` when the folder is
+/// not there or the next id cannot be given.
 [[nodiscard]] TreeResult CheckNewItem(VolumeContext& volume, const CatalogName& name,
                                       std::uint32_t parentId, std::uint32_t replacedId);
 /// Adds to the volume's count of files or folders, and to that of its root.

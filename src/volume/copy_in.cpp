@@ -273,6 +273,8 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
                                   (file.resource != nullptr ? file.resource->size() : 0));
         case StoreResult::TooFragmented:
             return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
+        case StoreResult::FolderFull:
+            return LeaveOut(batch_, path_, kFolderFullSentence);
         case StoreResult::ForkTooLong:
             return LeaveOut(batch_, path_,
                             "A fork of 2 GiB or more is too long for an HFS volume.");

@@ -8,6 +8,7 @@
 #include "support/encoding.hpp"
 #include "support/walk_guard.hpp"
 #include "volume/catalog_changes.hpp"
+#include "volume/edit_result.hpp"
 #include "volume/import_batch.hpp"
 #include "volume/import_folder.hpp"
 
@@ -131,6 +132,8 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
         TellChangedName(batch_, path, name);
     if (result == TreeResult::Full)
         return EndForRoom(batch_, path, 0);
+    if (result == TreeResult::FolderFull)
+        return LeaveOut(batch_, path, kFolderFullSentence);
     return isNew ? CopyInResult::Done
                  : EndBatch(batch_, path, CatalogProblem(result, "where the folder would go"));
 }

@@ -21,6 +21,8 @@ EditResult ToEditResult(TreeResult result) {
             return EditResult::Missing;
         case TreeResult::Full:
             return EditResult::Full;
+        case TreeResult::FolderFull:
+            return EditResult::FolderFull;
         case TreeResult::Damaged:
             return EditResult::Damaged;
         case TreeResult::Failed:
@@ -59,6 +61,8 @@ std::string EditSentence(EditResult result, std::string_view item, Language lang
             return fmt::format("{} is too fragmented for that.", item);
         case EditResult::Full:
             return fmt::format("{}: {}", item, Text(kTextCatalogFull, language));
+        case EditResult::FolderFull:
+            return fmt::format("{}: {}", item, kFolderFullSentence);
         case EditResult::Damaged:
             return fmt::format("{}: the volume's catalog is damaged there; nothing was changed.",
                                item);

@@ -20,10 +20,19 @@ enum class EditResult {
     Overflow,    ///< a fork goes on in the extents overflow tree
     Declined,    ///< the user said no
     Stopped,     ///< the user ended it
+    FolderFull,  ///< the folder of an HFS volume takes no more items
     Full,        ///< the catalog has no room and cannot be extended
     Damaged,     ///< something on the volume cannot be right
     Failed       ///< the image cannot be read or written
 };
+
+/// Why a folder of an HFS volume takes no more: its record counts them in 16 bits.
+inline constexpr std::string_view kFolderFullSentence =
+    "The folder has 65,535 items, and a folder of an HFS volume holds no more.";
+/// What a person should know of a folder with more than `kMostItemsShownInHfs`.
+inline constexpr std::string_view kLargeFolderRemark =
+    "A folder of the HFS volume has more than 32,767 items, and some Macintosh systems show no "
+    "more.";
 
 [[nodiscard]] EditResult ToEditResult(TreeResult result);
 

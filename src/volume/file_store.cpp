@@ -46,6 +46,8 @@ StoreResult ToStoreResult(TreeResult result) {
             return StoreResult::Exists;
         case TreeResult::Full:
             return StoreResult::NoRoom;
+        case TreeResult::FolderFull:
+            return StoreResult::FolderFull;
         case TreeResult::Failed:
             return StoreResult::TargetFailed;
         default:

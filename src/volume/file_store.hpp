@@ -33,6 +33,7 @@ enum class StoreResult {
     Exists,         ///< the folder has an item of that name
     NoRoom,         ///< too few free blocks, for it or for the catalog
     TooFragmented,  ///< there is no room to write down in how many runs it would lie
+    FolderFull,     ///< the folder of an HFS volume takes no more items
     ForkTooLong,    ///< HFS keeps 31 bits of a fork's length
     SourceFailed,   ///< a fork ended before its length, or could not be read
     TargetFailed,   ///< the image did not take everything

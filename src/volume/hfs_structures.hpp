@@ -21,6 +21,8 @@ inline constexpr std::uint32_t kFirstUserId = 16;
 
 /// Largest number of allocation blocks, files or folders that 16-bit fields can tell.
 inline constexpr std::uint32_t kHfsLimit = 65535;
+/// Items of an HFS folder beyond which systems that count them with a sign show no more.
+inline constexpr std::uint32_t kMostItemsShownInHfs = 32767;
 
 /// A run of allocation blocks; a count of 0 ends a record of extents.
 struct HfsExtent {

@@ -8,6 +8,7 @@ namespace vellmark {
 
 VolumeChange::VolumeChange(VolumeContext& volume)
     : volume_(volume),
+      hadLargeFolder_(volume.hasLargeFolder),
       mdb_(volume.mdb),
       vhb_(volume.vhb),
       catalog_(StateOf(volume.catalog)),
@@ -26,6 +27,7 @@ VolumeChange::~VolumeChange() {
     Restore(volume_.catalog, catalog_);
     Restore(volume_.extents, extents_);
     UndoMarks(volume_.allocation);
+    volume_.hasLargeFolder = hadLargeFolder_;
     volume_.mdb = mdb_;
     volume_.vhb = vhb_;
 }

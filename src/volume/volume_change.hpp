@@ -38,6 +38,7 @@ class VolumeChange {
 
     VolumeContext& volume_;
     bool kept_ = false;
+    bool hadLargeFolder_;
     MasterDirectoryBlock mdb_;
     VolumeHeader vhb_;
     TreeState catalog_;

@@ -97,6 +97,8 @@ struct VolumeContext : MediumContext {
     /// Blocks that the ISO 9660 side of the image needs, in rising order (volume/pc_side.hpp);
     /// nothing as long as it was not looked for.
     std::optional<std::vector<BlockRun>> pcSide;
+    /// HFS: a folder was given more items than some systems show.
+    bool hasLargeFolder = false;
 
     /// Allocation blocks of the volume.
     [[nodiscard]] std::uint32_t totalBlocks() const {

@@ -14,7 +14,6 @@ using testing::Bytes;
 using testing::MakeFile;
 using testing::Pattern;
 using testing::ReadFile;
-using testing::RecordedProgress;
 
 Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t count) {
     const auto start = bytes.begin() + static_cast<std::ptrdiff_t>(from);
@@ -30,7 +29,6 @@ class SectorIo : public ::testing::Test {
     TemporaryFolder folder_;
     std::string path_;
     MediumContext context_;
-    RecordedProgress progress_;
 };
 
 TEST_F(SectorIo, WithoutAnImageNothingIsTouched) {
@@ -148,99 +146,6 @@ TEST_F(SectorIo, OpeningTellsWhatCameOfIt) {
     EXPECT_TRUE(context_.imagePath.empty());
     Bytes buffer(512);
     EXPECT_EQ(ReadSectors(context_.transferSlot, 0, buffer), -1);
-}
-
-TEST_F(SectorIo, StreamsOutToTheByteAndShowsABarAbove64Sectors) {
-    struct Case {
-        std::uint64_t bytes;
-        int steps, chunks;
-    };
-    const Bytes image = Pattern(300 * 512);
-    open(image);
-    for (const Case c :
-         {Case{0, 0, 0}, Case{1, 0, 0}, Case{64 * 512, 0, 0}, Case{64 * 512 + 1, 2, 2},
-          Case{65 * 512, 2, 2}, Case{128 * 512, 3, 2}, Case{200 * 512 - 5, 4, 4}}) {
-        MemoryBytes out;
-        RecordedProgress progress;
-        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 10, c.bytes, progress), StreamResult::Done);
-        EXPECT_TRUE(out.bytes() == Slice(image, 10 * 512, c.bytes)) << c.bytes;
-        EXPECT_EQ(progress.steps, c.steps) << c.bytes;
-        EXPECT_EQ(progress.chunks, c.chunks) << c.bytes;
-        EXPECT_EQ(progress.counted, c.bytes);
-    }
-}
-
-TEST_F(SectorIo, StreamsInAndFillsUpWithZerosNeverWithStaleBytes) {
-    open(Pattern(300 * 512));
-    MemoryBytes in(Bytes(70 * 512 + 100, 0xAB));
-    EXPECT_EQ(StreamFileToSectors(context_, in, 100, 20, 140, progress_), StreamResult::Done);
-    Bytes expected = Pattern(300 * 512);
-    std::fill_n(expected.begin() + 20 * 512, 140 * 512, std::uint8_t{0});
-    std::fill_n(expected.begin() + 20 * 512, 70 * 512, std::uint8_t{0xAB});
-    EXPECT_TRUE(ReadFile(path_) == expected);
-    EXPECT_EQ(progress_.steps, 140 / 64 + 1);
-    EXPECT_EQ(progress_.chunks, 3);
-}
-
-// Fails the transfer number `failAt` (from 1) of the slot.
-TransferSlot FailingSlot(MediumContext& context, int failAt) {
-    return [&context, failAt, count = 0](const SectorRequest& request) mutable {
-        return ++count == failAt ? 1 : TransferSectors(context, request);
-    };
-}
-
-TEST_F(SectorIo, AFailureInAnyRoundIsTold) {
-    open(Pattern(200 * 512));
-    for (int round = 1; round <= 4; ++round) {
-        MemoryBytes out;
-        context_.transferSlot = FailingSlot(context_, round);
-        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 200 * 512, progress_),
-                  StreamResult::ShortRead);
-        EXPECT_LE(out.size(), static_cast<std::uint64_t>(round) * 64 * 512);
-        MemoryBytes in(Pattern(200 * 512));
-        context_.transferSlot = FailingSlot(context_, round);
-        EXPECT_EQ(StreamFileToSectors(context_, in, 0, 0, 200, progress_),
-                  StreamResult::ShortWrite);
-        RecordedProgress stopping(round);
-        context_.transferSlot = FailingSlot(context_, 0);
-        EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 200 * 512, stopping),
-                  StreamResult::Stopped);
-        EXPECT_EQ(stopping.chunks, round);
-    }
-    MemoryBytes out;
-    EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 150, 1ull << 60, progress_),
-              StreamResult::ShortRead)
-        << "a length that no image holds ends where the image ends";
-    EXPECT_LE(out.size(), 64u * 512);
-}
-
-// Promises more bytes than it gives.
-class BrokenSource final : public ByteSource {
-  public:
-    [[nodiscard]] std::uint64_t size() const override { return 10'000; }
-    [[nodiscard]] std::size_t readAt(std::uint64_t, std::span<std::uint8_t> out) override {
-        return out.size() / 2;
-    }
-};
-
-class FullSink final : public ByteSink {
-  public:
-    [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t>) override {
-        return false;
-    }
-};
-
-TEST_F(SectorIo, AFailureOfTheOtherSideIsTold) {
-    open(Pattern(64 * 512));
-    BrokenSource source;
-    EXPECT_EQ(StreamFileToSectors(context_, source, 0, 0, 8, progress_), StreamResult::ShortRead);
-    EXPECT_EQ(ReadFile(path_), Pattern(64 * 512)) << "half a round is not written";
-    FullSink sink;
-    EXPECT_EQ(StreamSectorsToFile(context_, sink, 0, 0, 512, progress_), StreamResult::ShortWrite);
-    CloseImage(context_);
-    MemoryBytes out;
-    EXPECT_EQ(StreamSectorsToFile(context_, out, 0, 0, 512, progress_), StreamResult::ShortRead);
-    EXPECT_EQ(out.size(), 0u);
 }
 
 TEST_F(SectorIo, RoomIsJudgedByFileSystemAndFreeSpace) {

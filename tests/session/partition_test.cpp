@@ -3,6 +3,7 @@
 
 #include "session/reading_bench.hpp"
 #include "volume/allocation.hpp"
+#include "volume/catalog_changes.hpp"
 
 namespace vellmark {
 namespace {
@@ -44,6 +45,55 @@ TEST_F(PartitionTest, ABareVolumeIsChangedOnRequestAlone) {
     EXPECT_NE(errors_.str().find("--writable"), std::string::npos);
     EXPECT_TRUE(open({.image = "bare.img", .writable = true}, Access::Change));
     EXPECT_EQ(errors_.str(), "");
+}
+
+// Catches a count that wraps round, a full folder that is called a full catalog, and a warning for
+// each item.
+TEST_F(PartitionTest, AnHfsFolderTakesAsManyItemsAsItCanCount) {
+    for (const char* name : {"f", "g", "h"})
+        Write(name, "x");
+    ASSERT_EQ(run({"mkdir", "v.img", "Full", "Other"}), 0) << err_;
+    const std::string many = "more than 32,767 items";
+    const std::string full = "The folder has 65,535 items";
+    const struct {
+        std::int32_t more;
+        std::vector<std::string> arguments;
+        int status;
+        std::string told;
+    } cases[] = {{32'766, {"mkdir", "v.img", "Full/a"}, 0, ""},
+                 {0, {"put", "v.img", "f", "g", "--to", "Full"}, 0, many},
+                 {32'765, {"mkdir", "v.img", "Full/b"}, 0, many},
+                 {0, {"mkdir", "v.img", "Full/c"}, 1, full},
+                 {0, {"mv", "v.img", "Other", "--to", "Full"}, 1, full},
+                 {0, {"put", "v.img", "h", "--to", "Full", "-q"}, 1, full},
+                 {0, {"put", "v.img", "h", "--to", "Full/d", "--parents", "-q"}, 1, full},
+                 {0, {"put", "v.img", "f", "--to", "Full", "--force", "-q"}, 0, ""}};
+    for (const auto& c : cases) {
+        auto partition = open({"v.img"}, Access::Change);
+        ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
+        std::optional<CatalogItem> folder;
+        ASSERT_EQ(FindPath(partition->volume(), "Full", clock_, folder), TreeResult::Done);
+        ASSERT_EQ(AddToValence(partition->volume(), c.more, folder->id), TreeResult::Done);
+        ASSERT_TRUE(close(*partition));
+        EXPECT_EQ(run(c.arguments), c.status) << err_;
+        EXPECT_EQ(err_.find(c.told), err_.rfind(c.told.empty() ? err_ : c.told)) << err_;
+        EXPECT_NE(err_.find(c.told), std::string::npos) << c.told;
+    }
+}
+
+TEST_F(PartitionTest, ALockedVolumeIsChangedOnRequestAndUnlocked) {
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+    } cases[] = {{{"attr", "v.img", "/", "--locked", "yes"}, 0},
+                 {{"mkdir", "v.img", "a"}, 1},
+                 {{"attr", "v.img", "/", "--set", "invisible"}, 1},
+                 {{"mkdir", "v.img", "--writable", "a"}, 0},
+                 {{"mkdir", "v.img", "b"}, 1},
+                 {{"attr", "v.img", "/", "--locked", "no"}, 0},
+                 {{"mkdir", "v.img", "b"}, 0}};
+    for (const auto& c : cases)
+        EXPECT_EQ(run(c.arguments), c.status) << c.arguments[0] << err_;
 }
 
 TEST_F(PartitionTest, ClosingWritesBackWhatWasLoadedAndNothingElse) {

@@ -263,7 +263,8 @@ TEST_P(Catalog, ValencesEndWhereTheFormatEnds) {
     const std::uint32_t folder = create("full", 2);
     ASSERT_EQ(AddToValence(volume_, 65535, folder), TreeResult::Done);
     EXPECT_EQ(ReadValence(volume_, folder), 65535u);
-    EXPECT_EQ(tryCreate("one more", folder), isHfsPlus_ ? TreeResult::Done : TreeResult::Full);
+    EXPECT_EQ(tryCreate("one more", folder),
+              isHfsPlus_ ? TreeResult::Done : TreeResult::FolderFull);
     ASSERT_EQ(AddToValence(volume_, -65535, folder), TreeResult::Done);
     EXPECT_EQ(ReadValence(volume_, folder), isHfsPlus_ ? 1u : 0u);
 }
