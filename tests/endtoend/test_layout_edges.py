@@ -96,7 +96,7 @@ class LayoutEdges(Case):
     def test_free_room(self):
         """Catches room that the bitmap or the map does not have, or that PC files lie in."""
         self.files(30)
-        (self.here / "later").write_bytes(os.urandom(MEGABYTE))
+        (self.here / "later").write_bytes(os.urandom(3 * MEGABYTE))
         for kind in KINDS:
             if "hfs" not in kind.views and "plus" not in kind.views:
                 continue

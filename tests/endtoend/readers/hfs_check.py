@@ -230,7 +230,12 @@ def claim_blocks(volume):
 
 
 def _blocks(volume):
-    yield from claim_blocks(volume).problems()
+    blocks = claim_blocks(volume)
+    yield from blocks.problems()
+    # Checkers take an extent that ends with the volume for damage.
+    for start, count, owner in blocks.claims:
+        if start + count == blocks.total:
+            yield f"{owner}: blocks {start}+{count} end with the last block of the volume"
     if volume.embedded() is None:
         return
     # The bad block file keeps the space of an embedded volume (TN1150, "Bad Block File").

@@ -155,15 +155,15 @@ def problems_of(data):
 
 
 def embed(wrapper, inside):
-    """`wrapper`, an empty HFS image, with the HFS Plus volume `inside` in its last blocks."""
+    """`wrapper`, an empty HFS image, with the HFS Plus volume `inside` in front of its last block."""
     data = bytearray(wrapper)
     blocks, size, first = (struct.unpack_from(layout, data, 1024 + at)[0]
                            for layout, at in ((">H", 18), (">I", 20), (">H", 28)))
     count = -(-len(inside) // size)
-    start = blocks - count
+    start = blocks - count - 1
     at = first * 512 + start * size
     data[at:at + len(inside)] = inside
-    for block in range(start, blocks):
+    for block in range(start, start + count):
         data[3 * 512 + block // 8] |= 0x80 >> block % 8
     free, = struct.unpack_from(">H", data, 1024 + 34)
     struct.pack_into(">H", data, 1024 + 34, free - count)
