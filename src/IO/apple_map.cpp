@@ -44,6 +44,9 @@ std::optional<AppleMap> ReadAppleMap(ByteSource& disk) {
         map.descriptor = {};
     }
     PartitionMapEntry entry;
+    // Discs that a PC starts from have its boot record where the descriptor would be.
+    if (offset == 0 && !ReadEntry(disk, 0, entry))
+        offset = kUsualBlock;
     if (map.blockBytes == 0 || !ReadEntry(disk, offset, entry))
         return std::nullopt;
     const std::uint32_t count = std::min<std::uint32_t>(entry.mapEntries, kMostMapEntries);

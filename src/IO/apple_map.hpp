@@ -13,7 +13,7 @@
 namespace vellmark {
 
 struct AppleMap {
-    DriverDescriptor descriptor{};  ///< all zero where the map begins in the first sector
+    DriverDescriptor descriptor{};  ///< all zero where there is none
     /// Bytes of a block: the entries are one block apart, and count in blocks.
     std::uint32_t blockBytes = 512;
     std::vector<PartitionMapEntry> entries;  ///< the first at least
@@ -25,7 +25,7 @@ inline constexpr std::uint32_t kMostMapEntries = 1024;
 /// Reads the map as far as its first entry says that it goes, or up to the first block that is no
 /// entry. It stands one block of the driver descriptor behind it, or at byte 512 where nothing of
 /// it stands there or what stands there is not its first entry; without a descriptor in the first
-/// sector. Nothing where there is no map.
+/// sector, or behind it where that is something else. Nothing where there is no map.
 [[nodiscard]] std::optional<AppleMap> ReadAppleMap(ByteSource& disk);
 
 /// Text of at most 32 bytes, up to its first zero.

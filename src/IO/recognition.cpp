@@ -189,14 +189,39 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
     return result;
 }
 
+bool HoldsVolume(MediumContext& context, const PartitionEntry& partition) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / kSectorBytes;
+    return partition.startSector <= kMost &&
+           VolumeSignatureAt(*context.image, partition.startSector * kSectorBytes) != 0;
+}
+
+// A boot record, and behind it a map: what it tells counts where the record leads to no volume.
+int ScanBootedDisc(MediumContext& context, Bytes buffer, const MasterBootRecord& record,
+                   std::vector<PartitionEntry>& list, Language language) {
+    const int result = ScanBootRecord(context, buffer, record, list, language);
+    if (!context.image || std::any_of(list.begin(), list.end(), [&](const PartitionEntry& entry) {
+            return HoldsVolume(context, entry);
+        }))
+        return result;
+    const std::uint16_t driverBlockSize = context.driverBlockSize;
+    std::vector<PartitionEntry> ofMap;
+    if (const auto count = ScanMap(context, ofMap); count && *count > 0) {
+        list = std::move(ofMap);
+        return *count;
+    }
+    context.driverBlockSize = driverBlockSize;
+    return result;
+}
+
 int ScanBuffer(MediumContext& context, Bytes buffer, std::vector<PartitionEntry>& list,
                Language language) {
     if (HasSignature(buffer, 0, kDriverDescriptorSignature))
         return ScanDriverDescriptor(context, buffer, *RecordAt<DriverDescriptor>(buffer, 0), list);
     const auto record = *RecordAt<MasterBootRecord>(buffer, 0);
     if (record.signature == kBootRecordSignature)
-        return ScanBootRecord(context, buffer, record, list, language);
-    if (const auto count = ScanMap(context, list))
+        return ScanBootedDisc(context, buffer, record, list, language);
+    const auto count = ScanMap(context, list);
+    if (count && (*count > 0 || HasSignature(buffer, 0, kPartitionMapSignature)))
         return *count;
     if (context.image && VolumeSignatureAt(*context.image, 0) != 0) {
         context.readOnlyReasons.add(ReadOnlyReason::BareVolume);

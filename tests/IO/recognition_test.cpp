@@ -178,6 +178,15 @@ TEST_F(Recognition, BootRecordsOfferTheirMacintoshPartitions) {
     PutBootEntry(disk, 2, 0xAF, 5, 6);
     EXPECT_EQ(scan(disk), 3);
     expectRecord(2, "Untitled", 3, 4);
+    // Discs that a PC starts from may have a map behind the record.
+    PutMapEntry(disk, 512, "Apple", "Apple_partition_map", 1, 2, 2);
+    PutMapEntry(disk, 1024, "n", "Apple_HFS", 20, 10, 2);
+    EXPECT_EQ(scan(disk), 1) << "no partition of the record has a volume";
+    expectRecord(0, "n", 20, 10);
+    PutHfsHeader(disk, 5, "V");
+    EXPECT_EQ(scan(disk), 3);
+    PutText(disk, 1024, "no");
+    PutText(disk, 512, "no");
     PutBootEntry(disk, 0, 0, 0, 0);
     EXPECT_EQ(scan(disk), kNoMacintoshPartition);
 }
