@@ -49,6 +49,13 @@ bool HasVolume(const JoinJob& job) {
     return VolumeSignatureAt(job.disc, job.form.dataOffset) != 0;
 }
 
+// Whether a map that leads to a Macintosh partition stands behind a boot record.
+bool HasMapBehindBootRecord(ByteSource& data) {
+    const auto map = ReadAppleMap(data);
+    return map && map->descriptor.signature != kDriverDescriptorSignature &&
+           std::any_of(map->entries.begin(), map->entries.end(), IsHfsEntry);
+}
+
 // What is left of a join that a power cut ended while it wrote the map: some of its three blocks,
 // with zeros in the places of the others. It leads nowhere, and the join can be done again.
 bool IsTornMap(const JoinJob& job, const MapArea& area) {
@@ -84,6 +91,16 @@ HybridationResult AskForOtherDisc(const JoinJob& job) {
                                                                  : HybridationResult::Stopped;
 }
 
+HybridForm FormOf(const JoinJob& job) {
+    if (!job.form.isRaw())
+        return HybridForm::Plain;
+    if (job.form.kind() != RawKind::Mode1 && IsVideoCd(job.disc))
+        return HybridForm::VideoCd;
+    const bool hasBinName =
+        AsciiUpper(std::filesystem::path(job.path).extension().string()) == ".BIN";
+    return hasBinName ? HybridForm::Raw : HybridForm::Repacked;
+}
+
 // A disc whose last files are missing would get the partition in their place.
 HybridationResult CheckLength(const JoinJob& job) {
     RawDataSource raw(job.disc, job.form);
@@ -108,14 +125,18 @@ HybridationResult Recognise(JoinJob& job) {
     if (!form || (form->isRaw() && !IsRawIso(job.disc, *form)))
         return HasVolume(job) ? RefuseSecondSide(job) : AskForOtherDisc(job);
     job.form = *form;
-    if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0)
+    if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0 &&
+        (FormOf(job) != HybridForm::Raw || !EndsInTornJoin(job)))
         return job.refuse(HybridationResult::NotIso,
                           fmt::format("looks like a raw image, but its {} bytes are no whole "
                                       "sectors of {}.",
                                       job.disc.size(), kRawSectorBytes));
     if (!ReadMapArea(job.disc, job.form, area))
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
-    const bool hasMap = HasDescriptor(area) && !IsTornMap(job, area);
+    RawDataSource raw(job.disc, job.form);
+    ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
+    const bool hasMap =
+        (HasDescriptor(area) || HasMapBehindBootRecord(data)) && !IsTornMap(job, area);
     return hasMap || HasVolume(job) ? RefuseSecondSide(job) : CheckLength(job);
 }
 
@@ -161,10 +182,6 @@ HybridationResult AskForSize(const JoinJob& job) {
     return HybridationResult::Stopped;
 }
 
-bool HasBinName(const std::string& path) {
-    return AsciiUpper(std::filesystem::path(path).extension().string()) == ".BIN";
-}
-
 // The map counts blocks in 32 bits, and the header of a raw sector up to 100 minutes.
 HybridationResult CheckLimits(const JoinJob& job, HybridForm form) {
     const std::uint64_t sectors =
@@ -182,10 +199,7 @@ HybridationResult CheckLimits(const JoinJob& job, HybridForm form) {
 }
 
 HybridationResult Join(JoinJob& job, HybridationOutcome& outcome) {
-    outcome.form = !job.form.isRaw()                                          ? HybridForm::Plain
-                   : job.form.kind() != RawKind::Mode1 && IsVideoCd(job.disc) ? HybridForm::VideoCd
-                   : HasBinName(job.path)                                     ? HybridForm::Raw
-                                          : HybridForm::Repacked;
+    outcome.form = FormOf(job);
     if (const HybridationResult result = CheckLimits(job, outcome.form);
         result != HybridationResult::Done)
         return result;

@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+#include "IO/iso_reader.hpp"
+#include "IO/sector_io.hpp"
 #include "compiler/cue_sheet.hpp"
 #include "support/endian.hpp"
 
@@ -68,7 +70,24 @@ bool HasOneDataTrack(const JoinJob& job) {
     if (!sheet.empty() && TracksOfCueSheet(sheet) > 1)
         return false;
     std::array<std::uint8_t, kRawSectorBytes> last;
-    return job.disc.readExactly(job.disc.size() - last.size(), last) && HasRawSync(last);
+    const bool isWhole = job.disc.size() % last.size() == 0;
+    return (isWhole && job.disc.readExactly(job.disc.size() - last.size(), last) &&
+            HasRawSync(last)) ||
+           EndsInTornJoin(job);
+}
+
+// Whether a sector, or as much of it as the file has, can be one of a join that was torn: devices
+// take blocks of 512 bytes whole or not at all, and the first that it touches has either its header
+// in it or zeros.
+bool CanBeTorn(std::span<const std::uint8_t> sector, std::uint32_t number, RawKind kind) {
+    std::array<std::uint8_t, kRawSectorBytes> header{};
+    SetRawHeader(header, number, kind);
+    const std::size_t inBlock =
+        kSectorBytes - std::uint64_t{number} * kRawSectorBytes % kSectorBytes;
+    const auto first = sector.first(std::min(sector.size(), inBlock));
+    const auto told = first.first(std::min<std::size_t>(first.size(), kRawMode1DataOffset));
+    return std::equal(told.begin(), told.end(), header.begin()) ||
+           std::all_of(first.begin(), first.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
 // The data of a raw image into `target`. `wrong` becomes the number of a sector that is not like
@@ -106,6 +125,33 @@ bool Repack(const JoinJob& job, PcFile& target, std::optional<std::uint64_t>& wr
 
 }  // namespace
 
+bool EndsInTornJoin(const JoinJob& job) {
+    RawDataSource data(job.disc, job.form);
+    const auto reader = IsoReader::Open(data);
+    const std::uint64_t size = job.disc.size();
+    if (!reader || size / kRawSectorBytes >= kMostRawSectors)
+        return false;
+    const IsoVolumeInfo& told = reader->info(IsoTree::Iso);
+    const std::uint64_t volume = WholeSectors(std::uint64_t{told.spaceSize} * told.blockSize);
+    std::uint64_t at = volume * kRawSectorBytes;
+    if (volume == 0 || at >= size)
+        return false;
+    auto number = static_cast<std::uint32_t>(volume);
+    std::vector<std::uint8_t> raw(kRepackPiece * kRawSectorBytes);
+    for (; at < size; at += raw.size()) {
+        const auto piece = std::span(raw).first(
+            static_cast<std::size_t>(std::min<std::uint64_t>(size - at, raw.size())));
+        if (!job.disc.readExactly(at, piece))
+            return false;
+        for (std::size_t i = 0; i < piece.size(); i += kRawSectorBytes, ++number)
+            if (!CanBeTorn(
+                    piece.subspan(i, std::min<std::size_t>(piece.size() - i, kRawSectorBytes)),
+                    number, job.form.kind()))
+                return false;
+    }
+    return true;
+}
+
 HybridationResult JoinPlain(JoinJob& job) {
     const std::uint64_t oldBytes = job.disc.size();
     const std::uint64_t start = WholeSectors(oldBytes);
@@ -124,16 +170,16 @@ HybridationResult JoinPlain(JoinJob& job) {
 
 HybridationResult JoinRaw(JoinJob& job) {
     const std::uint64_t oldBytes = job.disc.size();
-    const std::uint64_t start = oldBytes / kRawSectorBytes;
+    const std::uint64_t start = (oldBytes + kRawSectorBytes - 1) / kRawSectorBytes;
+    const std::uint64_t total = start + job.partitionSectors();
     if (!HasOneDataTrack(job))
         return job.refuse(HybridationResult::NotIso,
                           "has more than one track, or does not end in one of data; only discs of "
                           "one track, and Video CDs, can be joined in their raw form.");
-    if (!job.hasRoom(job.partitionSectors() * kRawSectorBytes,
-                     oldBytes + job.partitionSectors() * kRawSectorBytes))
+    if (!job.hasRoom(total * kRawSectorBytes - oldBytes, total * kRawSectorBytes))
         return HybridationResult::NotWritten;
     const RawKind kind = job.form.kind();
-    const HybridMap map = job.map(start, start + job.partitionSectors());
+    const HybridMap map = job.map(start, total);
     std::array<std::uint8_t, kRawSectorBytes> head;
     if (!job.disc.readExactly(0, head))
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
@@ -142,7 +188,8 @@ HybridationResult JoinRaw(JoinJob& job) {
     SetRawChecks(head, kind);
     Begin(job, kTextHybridating, job.source.size());
     const auto append = [&] {
-        return WriteRawSectors(job.source, job.disc, static_cast<std::uint32_t>(start), kind, 0,
+        return (start * kRawSectorBytes == oldBytes || job.disc.setSize(start * kRawSectorBytes)) &&
+               WriteRawSectors(job.source, job.disc, static_cast<std::uint32_t>(start), kind, 0,
                                job.progress);
     };
     return AppendThenHead(job, oldBytes, append, head);

@@ -10,6 +10,10 @@ namespace vellmark {
 [[nodiscard]] HybridationResult JoinPlain(JoinJob& job);
 /// The same with the sectors of a raw image of one data track.
 [[nodiscard]] HybridationResult JoinRaw(JoinJob& job);
+/// Whether what a raw image has behind its ISO 9660 volume can be what is left of a join in which
+/// the power failed: sectors with their headers, and zeros or a part in the places of others. Reads
+/// all of it. A join goes behind it and leaves its bytes alone.
+[[nodiscard]] bool EndsInTornJoin(const JoinJob& job);
 /// Makes a plain image of a raw one and the partition, and puts it in the place of the raw one.
 [[nodiscard]] HybridationResult JoinRepacked(JoinJob& job);
 

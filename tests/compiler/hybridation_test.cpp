@@ -4,12 +4,29 @@
 #include "compiler/hybridation.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "IO/disk_bytes.hpp"
 #include "IO/iso_image.hpp"
 #include "IO/raw_sector.hpp"
 #include "compiler/compiler_bench.hpp"
 #include "compiler/deshybridation.hpp"
+
+namespace {
+// Bit n, from the lowest: the n-th call from now on fails.
+unsigned failingSyncs = 0;
+}  // namespace
+
+// In place of the system's, for the whole program.
+extern "C" int fsync(int descriptor) {
+    const bool fails = failingSyncs % 2 == 1;
+    failingSyncs /= 2;
+    errno = fails ? EIO : errno;
+    return fails ? -1 : static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace vellmark {
 namespace {
@@ -388,6 +405,7 @@ TEST_F(HybridationTest, RawDiscsOfSeveralKindsAreLeftAsTheyWere) {
     } cases[] = {{"disc.iso", [](Bytes& raw) { raw[20 * 2352 + 5] = 0; }, ""},
                  {"disc.iso", [](Bytes& raw) { raw[23 * 2352 + 18] = 0x20; }, ""},
                  {"disc.bin", [](Bytes& raw) { raw[25 * 2352 + 5] = 0; }, ""},
+                 {"disc.bin", [](Bytes& raw) { raw.resize(raw.size() + 3 * 2352, 0x77); }, ""},
                  {"disc.bin", [](Bytes&) {},
                   "FILE \"disc.bin\" BINARY\n TRACK 01 MODE2/2352\n"
                   "  INDEX 01 00:00:00\n track 02 AUDIO\n  INDEX 01 00:00:20\n"}};
@@ -438,6 +456,52 @@ TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
         file("disc.iso", torn);
         EXPECT_EQ(join().result, HybridationResult::Done) << present;
         EXPECT_EQ(join().result, HybridationResult::HasMap) << present;
+    }
+}
+
+// The same of a raw disc before it has a map: the file may end anywhere, and any of the blocks of
+// 512 bytes of the partition may be missing.
+TEST_F(HybridationTest, AJoinThatWasTornInItsRawSectorsIsDoneAgain) {
+    make();
+    const Bytes old = Raw(testing::SmallDisc(), 16);
+    disc_ = file("disc.bin", old);
+    ASSERT_EQ(join().result, HybridationResult::Done);
+    const Bytes joined = testing::ReadFile(disc_);
+    for (std::size_t i = 0; i < 60; ++i) {
+        Bytes torn = Slice(joined, 0, joined.size() - i * 190);
+        std::copy_n(old.begin(), 2352, torn.begin());
+        for (std::size_t at = old.size(); at < torn.size(); ++at)
+            torn[at] = (at / 512 * 7 + i) % 11 < i % 12 ? std::uint8_t{0} : torn[at];
+        file("disc.bin", torn);
+        messages_.shown.clear();
+        ASSERT_EQ(join().result, HybridationResult::Done) << i << messages_.shown.back();
+        const Bytes again = testing::ReadFile(disc_);
+        EXPECT_EQ(Slice(again, 2352, torn.size()), Slice(torn, 2352, torn.size()));
+        const std::size_t start = (torn.size() + 2351) / 2352;
+        const Bytes data = DataOf(again, 16);
+        EXPECT_EQ(Word(data, 1024 + 8), start * 4);
+        EXPECT_EQ(Slice(data, start * 2048, start * 2048 + partition_.size()), partition_);
+    }
+}
+
+// The map comes back when nothing was cut off, and never leads behind the end.
+TEST_F(HybridationTest, ASplitThatFailsSaysWhatIsLeft) {
+    const struct {
+        unsigned failing;
+        bool isCut;
+        const char* told;
+    } cases[] = {{1, false, "nothing was cut off"}, {2, true, "are gone all the same"}};
+    for (const auto& c : cases) {
+        make();
+        ASSERT_EQ(join().result, HybridationResult::Done);
+        const Bytes joined = testing::ReadFile(disc_);
+        failingSyncs = c.failing;
+        EXPECT_EQ(Deshybridate(disc_, messages_).result, DeshybridationResult::NotWritten);
+        failingSyncs = 0;
+        EXPECT_NE(messages_.shown.back().find(c.told), std::string::npos) << messages_.shown.back();
+        Bytes expected = c.isCut ? Slice(joined, 0, 27 * std::size_t{2048}) : joined;
+        std::fill_n(expected.begin(), c.isCut ? 2560 : 0, std::uint8_t{0});
+        EXPECT_EQ(testing::ReadFile(disc_), expected) << c.failing;
     }
 }
 
