@@ -2,6 +2,7 @@
 // it). It believes nothing that the image says without looking: damaged discs give a sentence.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -10,9 +11,12 @@
 #include <string_view>
 #include <vector>
 
+#include "IO/iso_directory.hpp"
+#include "IO/iso_entry.hpp"
 #include "IO/iso_text.hpp"
 #include "support/byte_source.hpp"
 #include "support/clock.hpp"
+#include "support/walk_guard.hpp"
 
 namespace vellmark {
 
@@ -35,27 +39,6 @@ struct IsoVolumeInfo {
     std::uint32_t blockSize = 0;  ///< bytes of a logical block: 512, 1024 or 2048
 };
 
-/// A run of an entry's contents.
-struct IsoExtent {
-    std::uint64_t offset = 0;  ///< bytes from the start of the image
-    std::uint32_t sizeBytes = 0;
-    std::uint32_t attributeBytes = 0;  ///< of the extended attribute record right before it
-};
-
-/// One file or folder of a directory.
-struct IsoEntry {
-    std::string name;      ///< UTF-8, without version, safe to be a file's name on a PC
-    std::string fullName;  ///< UTF-8, as the disc has it, with its version
-    bool isFolder = false;
-    bool hidden = false;       ///< not to be shown (the "existence" flag)
-    bool associated = false;   ///< belongs to the file of the same name, such as a resource fork
-    bool interleaved = false;  ///< written with gaps; its contents cannot be read
-    std::uint64_t extentSector = 0;  ///< first logical block of the contents
-    std::uint64_t sizeBytes = 0;     ///< of all extents
-    UnixSeconds modified = 0;        ///< 0 when the disc has no usable date
-    std::vector<IsoExtent> extents;  ///< in the order of the contents
-};
-
 class IsoReader {
   public:
     /// Looks for volume descriptors. Nothing when there is no primary one. The source must outlive
@@ -72,9 +55,12 @@ class IsoReader {
     /// The root folder of a tree, its name empty; of Joliet only when `hasJoliet`.
     [[nodiscard]] const IsoEntry& root(IsoTree tree) const { return of(tree).root; }
 
-    /// The entries of a folder in the order of the disc, without `.` and `..`; the extents of a
-    /// file in several parts are joined. Nothing, and a sentence in `error`, when the directory is
-    /// damaged.
+    /// The entries of a folder one after the other. The folder must outlive the result.
+    [[nodiscard]] IsoDirectory open(IsoTree tree, const IsoEntry& folder) const {
+        return {*image_, tree, of(tree).info.blockSize, folder};
+    }
+    /// The same at once: up to 200,000 entries. Nothing, and a sentence in `error`, when the
+    /// directory is damaged.
     [[nodiscard]] std::optional<std::vector<IsoEntry>> list(IsoTree tree, const IsoEntry& folder,
                                                             std::string& error) const;
 
@@ -94,6 +80,9 @@ class IsoReader {
     explicit IsoReader(ByteSource& image) : image_(&image) {}
     [[nodiscard]] static std::optional<Tree> ReadTree(const IsoVolumeDescriptor& descriptor,
                                                       IsoTree tree);
+    [[nodiscard]] std::optional<IsoEntry> bestMatch(IsoTree tree, const IsoEntry& folder,
+                                                    std::string_view wanted,
+                                                    std::string& error) const;
     [[nodiscard]] const Tree& of(IsoTree tree) const {
         return *trees_[static_cast<std::size_t>(tree)];
     }
@@ -120,18 +109,24 @@ class IsoFileSource final : public ByteSource {
 };
 
 /// Keeps a walk over a damaged tree from going in circles: the format allows 8 levels, discs have
-/// more, and no folder is inside itself.
+/// more, and no two folders lie in the same bytes.
 class IsoWalkGuard {
   public:
     static constexpr std::size_t kMostLevels = 64;
     /// Whether the walk may go into this folder, `level` below the root (0). A folder is entered
-    /// once.
+    /// once, and not when some of its bytes were those of another folder: a disc whose folders
+    /// overlap holds more of them than any walk could end.
     [[nodiscard]] bool enter(const IsoEntry& folder, std::size_t level) {
-        return level <= kMostLevels && entered_.insert(folder.extentSector).second;
+        return level <= kMostLevels && entered_.insert(folder.extentSector).second &&
+               std::all_of(folder.extents.begin(), folder.extents.end(),
+                           [this](const IsoExtent& extent) {
+                               return seen_.add(extent.offset, extent.sizeBytes);
+                           });
     }
 
   private:
     std::set<std::uint64_t> entered_;
+    SeenBytes seen_;
 };
 
 }  // namespace vellmark

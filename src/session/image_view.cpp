@@ -59,12 +59,13 @@ std::optional<ViewEntry> TreeView::find(std::string_view path, std::string& prob
     return entry;
 }
 
-std::vector<ViewEntry> TreeView::list(const ViewEntry& folder, std::string& problem) {
+void TreeView::each(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
     problem.clear();
-    std::vector<ViewEntry> entries = listEntries(folder, problem);
-    for (ViewEntry& entry : entries)
+    const auto withPath = [&](ViewEntry&& entry) {
         entry.path = folder.path.empty() ? entry.name : folder.path + "/" + entry.name;
-    return entries;
+        return take(std::move(entry));
+    };
+    eachEntry(folder, withPath, problem);
 }
 
 std::unique_ptr<ImageView> ImageView::Open(const PlainImage& image,

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +69,9 @@ struct TreeFacts {
     [[nodiscard]] std::uint64_t sizeBytes() const { return blockCount * blockSize; }
 };
 
+/// Gets an entry, which it may take; false when no more are wanted.
+using TakeEntry = std::function<bool(ViewEntry&& entry)>;
+
 /// One tree. Failures come as a sentence in `problem`, which is "" when all went well.
 class TreeView {
   public:
@@ -81,8 +85,9 @@ class TreeView {
     /// The entry of a path with `/` between the names, compared as the tree compares names; the
     /// root for an empty path. Nothing with an empty `problem` when there is no such entry.
     [[nodiscard]] std::optional<ViewEntry> find(std::string_view path, std::string& problem);
-    /// The entries of a folder in the order of the tree, those before a damaged place too.
-    [[nodiscard]] std::vector<ViewEntry> list(const ViewEntry& folder, std::string& problem);
+    /// Hands on the entries of a folder in the order of the tree, those before a damaged place too,
+    /// until `take` returns false. An entry need not be kept: a folder may have more than memory.
+    void each(const ViewEntry& folder, const TakeEntry& take, std::string& problem);
     /// The contents of a file, or its data fork. Nothing, with a sentence, when they cannot be
     /// read. The image must outlive it.
     [[nodiscard]] virtual std::unique_ptr<ByteSource> open(const ViewEntry& file,
@@ -92,8 +97,8 @@ class TreeView {
     /// The same without the paths of entries. `path` has no empty parts.
     [[nodiscard]] virtual std::optional<ViewEntry> findEntry(std::string_view path,
                                                              std::string& problem) = 0;
-    [[nodiscard]] virtual std::vector<ViewEntry> listEntries(const ViewEntry& folder,
-                                                             std::string& problem) = 0;
+    virtual void eachEntry(const ViewEntry& folder, const TakeEntry& take,
+                           std::string& problem) = 0;
 
   private:
     TreeFacts facts_;

@@ -89,8 +89,7 @@ class HfsTreeView final : public TreeView {
   protected:
     [[nodiscard]] std::optional<ViewEntry> findEntry(std::string_view path,
                                                      std::string& problem) override;
-    [[nodiscard]] std::vector<ViewEntry> listEntries(const ViewEntry& folder,
-                                                     std::string& problem) override;
+    void eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) override;
 
   private:
     [[nodiscard]] ViewEntry behindLink(CatalogItem item);
@@ -125,18 +124,16 @@ std::optional<ViewEntry> HfsTreeView::findEntry(std::string_view path, std::stri
     return entry;
 }
 
-std::vector<ViewEntry> HfsTreeView::listEntries(const ViewEntry& folder, std::string& problem) {
+void HfsTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
     std::vector<CatalogItem> items;
     const auto id = static_cast<std::uint32_t>(folder.id);
     problem = CatalogProblem(ListFolder(volume_, id, clock_, items),
                              folder.path.empty()
                                  ? "in the root folder"
                                  : fmt::format("in the folder {}", Printable(folder.path)));
-    std::vector<ViewEntry> entries;
-    entries.reserve(items.size());
     for (CatalogItem& item : items)
-        entries.push_back(behindLink(std::move(item)));
-    return entries;
+        if (!take(behindLink(std::move(item))))
+            return;
 }
 
 }  // namespace

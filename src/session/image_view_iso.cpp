@@ -1,7 +1,8 @@
 #include <fmt/core.h>
 
-#include <algorithm>
+#include <functional>
 #include <map>
+#include <utility>
 
 #include "session/image_view.hpp"
 #include "support/encoding.hpp"
@@ -36,7 +37,7 @@ TreeFacts FactsOf(const IsoReader& reader, IsoTree tree) {
     return facts;
 }
 
-ViewEntry EntryOf(const IsoEntry& record) {
+ViewEntry EntryOf(IsoEntry record) {
     ViewEntry entry;
     entry.name = record.name;
     entry.isFolder = record.isFolder;
@@ -44,9 +45,16 @@ ViewEntry EntryOf(const IsoEntry& record) {
     entry.sizeBytes = record.isFolder ? 0 : record.sizeBytes;
     entry.modified = Given(record.modified);
     entry.id = record.extentSector;
-    entry.record = record;
+    entry.record = std::move(record);
     return entry;
 }
+
+/// What is associated with the files of a folder, by their full names.
+struct Fork {
+    std::uint64_t sizeBytes = 0;
+    bool hasFile = false;
+};
+using Forks = std::map<std::string, Fork, std::less<>>;
 
 class IsoTreeView final : public TreeView {
   public:
@@ -59,10 +67,13 @@ class IsoTreeView final : public TreeView {
   protected:
     [[nodiscard]] std::optional<ViewEntry> findEntry(std::string_view path,
                                                      std::string& problem) override;
-    [[nodiscard]] std::vector<ViewEntry> listEntries(const ViewEntry& folder,
-                                                     std::string& problem) override;
+    void eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) override;
 
   private:
+    void eachRecord(const IsoEntry& folder, const std::function<bool(IsoEntry&&)>& take,
+                    std::string& problem);
+    [[nodiscard]] Forks forksIn(const IsoEntry& folder, std::string& problem);
+
     IsoReader& reader_;
     IsoTree tree_;
     ByteSource& image_;
@@ -89,37 +100,65 @@ std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::stri
         reader_.find(tree_, path.substr(0, slash == std::string_view::npos ? 0 : slash), problem);
     if (!folder)
         return EntryOf(*found);
-    std::vector<ViewEntry> entries = listEntries(EntryOf(*folder), problem);
-    const auto same = std::find_if(entries.begin(), entries.end(), [&](const ViewEntry& entry) {
+    std::optional<ViewEntry> same;
+    const auto isSame = [&](ViewEntry&& entry) {
         const auto& record = std::get<IsoEntry>(entry.record);
-        return record.fullName == found->fullName && record.associated == found->associated;
-    });
-    return same == entries.end() ? EntryOf(*found) : std::move(*same);
+        if (record.fullName == found->fullName && record.associated == found->associated)
+            same = std::move(entry);
+        return !same;
+    };
+    eachEntry(EntryOf(*folder), isSame, problem);
+    return same ? std::move(same) : EntryOf(*found);
 }
 
-std::vector<ViewEntry> IsoTreeView::listEntries(const ViewEntry& folder, std::string& problem) {
-    const auto records = reader_.list(tree_, std::get<IsoEntry>(folder.record), problem);
-    if (!records)
-        return {};
-    // A file and its resource fork have the same name; they are shown as one.
-    std::map<std::string, std::uint64_t, std::less<>> resources;
-    std::map<std::string, bool, std::less<>> files;
-    for (const IsoEntry& record : *records) {
+void IsoTreeView::eachRecord(const IsoEntry& folder, const std::function<bool(IsoEntry&&)>& take,
+                             std::string& problem) {
+    IsoDirectory directory = reader_.open(tree_, folder);
+    IsoEntry record;
+    while (directory.next(record, problem) == IsoDirectory::Step::Entry)
+        if (!take(std::move(record)))
+            return;
+}
+
+// The forks that stand as records of their own. Few folders have any, and only those are read once
+// more for the files that the forks belong to.
+Forks IsoTreeView::forksIn(const IsoEntry& folder, std::string& problem) {
+    Forks forks;
+    const auto noteFork = [&](IsoEntry&& record) {
         if (record.associated)
-            resources[record.fullName] += record.sizeBytes;
-        else if (!record.isFolder)
-            files[record.fullName] = true;
-    }
-    std::vector<ViewEntry> entries;
-    for (const IsoEntry& record : *records) {
-        if (record.associated && files.contains(record.fullName))
-            continue;
-        ViewEntry& entry = entries.emplace_back(EntryOf(record));
-        if (const auto found = resources.find(record.fullName);
-            found != resources.end() && !record.associated && !record.isFolder)
-            entry.resourceBytes = found->second;
-    }
-    return entries;
+            forks[record.fullName].sizeBytes += record.sizeBytes;
+        return true;
+    };
+    const auto noteFile = [&](IsoEntry&& record) {
+        if (record.associated || record.isFolder)
+            return true;
+        if (const auto fork = forks.find(record.fullName); fork != forks.end())
+            fork->second.hasFile = true;
+        return true;
+    };
+    eachRecord(folder, noteFork, problem);
+    if (!forks.empty())
+        eachRecord(folder, noteFile, problem);
+    return forks;
+}
+
+// A file and its resource fork have the same name; they are shown as one.
+void IsoTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
+    const auto& place = std::get<IsoEntry>(folder.record);
+    const Forks forks = forksIn(place, problem);
+    const auto show = [&](IsoEntry&& record) {
+        const auto fork = forks.empty() ? forks.end() : forks.find(record.fullName);
+        if (fork == forks.end())
+            return take(EntryOf(std::move(record)));
+        if (record.associated && fork->second.hasFile)
+            return true;
+        const bool isFile = !record.associated && !record.isFolder;
+        ViewEntry entry = EntryOf(std::move(record));
+        if (isFile)
+            entry.resourceBytes = fork->second.sizeBytes;
+        return take(std::move(entry));
+    };
+    eachRecord(place, show, problem);
 }
 
 }  // namespace

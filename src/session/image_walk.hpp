@@ -38,6 +38,7 @@ class TreeWalker {
 
   private:
     [[nodiscard]] bool walkFolder(const ViewEntry& folder, std::size_t level, WalkGuard& guard);
+    [[nodiscard]] bool walkEntry(const ViewEntry& entry, std::size_t level, WalkGuard& guard);
     [[nodiscard]] bool mayEnter(const ViewEntry& folder, std::size_t level, WalkGuard& guard);
 
     TreeView* tree_ = nullptr;

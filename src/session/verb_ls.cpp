@@ -1,10 +1,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "session/image_verbs.hpp"
 #include "session/image_walk.hpp"
+#include "session/json_text.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -20,37 +24,46 @@ struct LsOptions {
     bool recursive = false;
 };
 
-class Collector final : public TreeWalker {
+using TakeListed = std::function<bool(const ViewEntry& entry)>;
+
+// Hands on everything below a folder.
+class Lister final : public TreeWalker {
   public:
-    Collector(ViewRun& run, std::vector<ViewEntry>& entries) : run_(run), entries_(entries) {}
+    Lister(ViewRun& run, const TakeListed& take, bool tells)
+        : run_(run), take_(take), tells_(tells) {}
 
   protected:
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t) override {
-        entries_.push_back(entry);
-        return Next::GoOn;
+        return take_(entry) ? Next::GoOn : Next::Stop;
     }
-    void problem(const std::string& sentence) override { run_.problem(sentence); }
+    void problem(const std::string& sentence) override {
+        if (tells_)
+            run_.problem(sentence);
+    }
 
   private:
     ViewRun& run_;
-    std::vector<ViewEntry>& entries_;
+    const TakeListed& take_;
+    bool tells_;
 };
 
-// What is listed for a path: a file itself, or what is in a folder.
-std::vector<ViewEntry> EntriesOf(ViewRun& run, const FoundEntry& found, bool recursive) {
-    if (!found.entry.isFolder)
-        return {found.entry};
-    std::vector<ViewEntry> entries;
+// Hands on what is listed for a path, a file itself, or what is in a folder, one entry after the
+// other, as a listing can be longer than memory. What is damaged is told when `tells`.
+void EachListed(ViewRun& run, const FoundEntry& found, bool recursive, bool tells,
+                const TakeListed& take) {
+    if (!found.entry.isFolder) {
+        (void)take(found.entry);
+        return;
+    }
     if (recursive) {
-        Collector collector(run, entries);
-        (void)collector.walk(*found.tree, found.entry);
-        return entries;
+        (void)Lister(run, take, tells).walk(*found.tree, found.entry);
+        return;
     }
     std::string sentence;
-    entries = found.tree->list(found.entry, sentence);
-    if (!sentence.empty())
+    found.tree->each(
+        found.entry, [&](ViewEntry&& entry) { return take(entry); }, sentence);
+    if (tells && !sentence.empty())
         run.problem(sentence);
-    return entries;
 }
 
 nlohmann::ordered_json LettersJson(const std::string& letters) {
@@ -79,40 +92,71 @@ std::string LettersText(const ViewEntry& entry) {
                : Printable(fmt::format("{:4}/{:4}", entry.type, entry.creator));
 }
 
-bool PutLines(ViewRun& run, const std::vector<ViewEntry>& entries, const LsOptions& options) {
-    std::size_t sizeWidth = 1;
-    std::size_t resourceWidth = 1;
-    for (const ViewEntry& entry : entries) {
-        sizeWidth = std::max(sizeWidth, fmt::formatted_size("{}", entry.sizeBytes));
-        resourceWidth = std::max(resourceWidth, fmt::formatted_size("{}", entry.resourceBytes));
-    }
-    for (const ViewEntry& entry : entries) {
-        std::string line;
-        if (options.details)
-            line = fmt::format("{:<6}  {:>{}}  {:>{}}  {:>16}  {:<9}  ",
-                               entry.isFolder ? "folder" : "file",
-                               entry.isFolder ? "-" : fmt::to_string(entry.sizeBytes), sizeWidth,
-                               entry.isFolder ? "-" : fmt::to_string(entry.resourceBytes),
-                               resourceWidth, DateText(entry.modified), LettersText(entry));
-        line += Printable(options.recursive ? entry.path : entry.name);
-        line += '\n';
-        if (!run.put(line))
-            return false;
-    }
-    return true;
+/// Of the columns of numbers, in characters.
+struct Widths {
+    std::size_t size = 1;
+    std::size_t resource = 1;
+};
+
+// The columns fit the longest of their numbers: the listing is gone through once for them.
+Widths WidthsOf(ViewRun& run, const FoundEntry& found, bool recursive) {
+    Widths widths;
+    EachListed(run, found, recursive, false, [&](const ViewEntry& entry) {
+        widths.size = std::max(widths.size, fmt::formatted_size("{}", entry.sizeBytes));
+        widths.resource = std::max(widths.resource, fmt::formatted_size("{}", entry.resourceBytes));
+        return !StopSignals::requested();
+    });
+    return widths;
+}
+
+std::string LineOf(const ViewEntry& entry, const LsOptions& options, const Widths& widths) {
+    std::string line;
+    if (options.details)
+        line = fmt::format("{:<6}  {:>{}}  {:>{}}  {:>16}  {:<9}  ",
+                           entry.isFolder ? "folder" : "file",
+                           entry.isFolder ? "-" : fmt::to_string(entry.sizeBytes), widths.size,
+                           entry.isFolder ? "-" : fmt::to_string(entry.resourceBytes),
+                           widths.resource, DateText(entry.modified), LettersText(entry));
+    return line + Printable(options.recursive ? entry.path : entry.name) + '\n';
+}
+
+bool PutLines(ViewRun& run, const FoundEntry& found, const LsOptions& options) {
+    const Widths widths = options.details ? WidthsOf(run, found, options.recursive) : Widths{};
+    bool goesOn = true;
+    EachListed(run, found, options.recursive, true, [&](const ViewEntry& entry) {
+        goesOn = run.put(LineOf(entry, options, widths));
+        return goesOn;
+    });
+    return goesOn;
+}
+
+// One tree; its entries are written as they are read.
+bool PutJsonOf(ViewRun& run, const FoundEntry& found, bool recursive) {
+    constexpr unsigned kTreeIndent = 4;
+    constexpr unsigned kEntryIndent = 8;
+    nlohmann::ordered_json json = TreeJson(found.tree->facts());
+    json["path"] = found.entry.path;
+    json["entries"] = nlohmann::ordered_json::array();
+    std::string head = JsonText(json, kTreeIndent);
+    head.resize(head.rfind(']'));
+    bool goesOn = run.put(head);
+    bool isFirst = true;
+    EachListed(run, found, recursive, true, [&](const ViewEntry& entry) {
+        goesOn = goesOn && run.put(fmt::format(
+                               "{}\n{:{}}{}", isFirst ? "" : ",", "", kEntryIndent,
+                               JsonText(EntryJson(entry, found.tree->facts().kind), kEntryIndent)));
+        isFirst = false;
+        return goesOn;
+    });
+    return goesOn && run.put(isFirst ? "]\n    }" : "\n      ]\n    }");
 }
 
 void PutJson(ViewRun& run, const std::vector<FoundEntry>& found, bool recursive) {
-    nlohmann::ordered_json trees = nlohmann::ordered_json::array();
-    for (const FoundEntry& place : found) {
-        nlohmann::ordered_json json = TreeJson(place.tree->facts());
-        json["path"] = place.entry.path;
-        json["entries"] = nlohmann::ordered_json::array();
-        for (const ViewEntry& entry : EntriesOf(run, place, recursive))
-            json["entries"].push_back(EntryJson(entry, place.tree->facts().kind));
-        trees.push_back(std::move(json));
-    }
-    run.putJson({{"trees", std::move(trees)}});
+    bool goesOn = run.put("{\n  \"trees\": [");
+    for (std::size_t i = 0; goesOn && i < found.size(); ++i)
+        goesOn = run.put(i == 0 ? "\n    " : ",\n    ") && PutJsonOf(run, found[i], recursive);
+    if (goesOn)
+        (void)run.put(found.empty() ? "]\n}\n" : "\n  ]\n}\n");
 }
 
 void PutText(ViewRun& run, const std::vector<FoundEntry>& found, const LsOptions& options) {
@@ -121,7 +165,7 @@ void PutText(ViewRun& run, const std::vector<FoundEntry>& found, const LsOptions
             !run.put(fmt::format("{}{}\n", &place == &found.front() ? "" : "\n",
                                  TreeHeading(place.tree->facts()))))
             return;
-        if (!PutLines(run, EntriesOf(run, place, options.recursive), options))
+        if (!PutLines(run, place, options))
             return;
     }
 }

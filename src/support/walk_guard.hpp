@@ -1,14 +1,27 @@
 // Limits that bring a walk over the folders of a medium to its end, whatever the medium says: every
-// folder is entered once, and neither too deep nor after too many entries.
+// folder is entered once, neither too deep nor after too many entries, and lies in bytes of its
+// own.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
 
 namespace vellmark {
+
+/// Bytes of a medium that a walk has read.
+class SeenBytes {
+  public:
+    /// Notes `count` bytes from `offset` on; false, and nothing noted, when some of them were noted
+    /// before.
+    [[nodiscard]] bool add(std::uint64_t offset, std::uint64_t count);
+
+  private:
+    std::map<std::uint64_t, std::uint64_t> ends_;  // by start; runs that touch are one
+};
 
 class WalkGuard {
   public:
@@ -16,6 +29,8 @@ class WalkGuard {
     static constexpr std::size_t kMostLevels = 256;
     /// A tree that has more entries lists the same ones again and again.
     static constexpr std::uint64_t kMostEntries = 4'000'000;
+    /// A walk that had to leave out more folders than this is at its end.
+    static constexpr std::uint64_t kMostRefused = 100;
 
     /// `start` is the id of the folder in which the walk begins.
     explicit WalkGuard(std::uint64_t start, std::uint64_t mostEntries = kMostEntries)
@@ -27,11 +42,19 @@ class WalkGuard {
     /// in the first one.
     [[nodiscard]] std::string refuseFolder(std::uint64_t id, std::string_view path,
                                            std::size_t level);
+    /// Notes the bytes that a folder lies in, where they are known: empty, or a sentence when some
+    /// of them were those of another one. Folders that overlap are more than any walk could end.
+    [[nodiscard]] std::string refuseBytes(std::uint64_t offset, std::uint64_t count,
+                                          std::string_view path);
 
   private:
+    [[nodiscard]] std::string refuse(std::string sentence);
+
     std::uint64_t mostEntries_;
     std::uint64_t entries_ = 0;
+    std::uint64_t refused_ = 0;
     std::set<std::uint64_t> entered_;
+    SeenBytes seen_;
 };
 
 }  // namespace vellmark

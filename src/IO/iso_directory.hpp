@@ -1,0 +1,54 @@
+// The entries of one directory of an ISO 9660 or Joliet tree, one after the other, in flat memory
+// however many they are.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "IO/iso_entry.hpp"
+#include "support/byte_source.hpp"
+
+namespace vellmark {
+
+class IsoDirectory {
+  public:
+    enum class Step {
+        Entry,
+        End,
+        Damaged  ///< what came before stands
+    };
+
+    /// `blockSize` in bytes. The image and the folder must outlive it.
+    IsoDirectory(ByteSource& image, IsoTree tree, std::uint32_t blockSize, const IsoEntry& folder)
+        : image_(image), folder_(folder), tree_(tree), blockSize_(blockSize) {}
+
+    /// The next entry, without `.` and `..`; the extents of a file in several parts are joined.
+    /// `error` becomes a sentence when the directory is damaged, else "".
+    [[nodiscard]] Step next(IsoEntry& entry, std::string& error);
+
+  private:
+    /// The next record, whatever it is.
+    [[nodiscard]] Step nextRecord(IsoEntry& entry, bool& isLastPart, std::string& error);
+    [[nodiscard]] Step readPiece(std::string& error);
+    [[nodiscard]] Step fail(std::string_view reason, std::string& error) const;
+    [[nodiscard]] std::string problemOf() const;
+
+    ByteSource& image_;
+    const IsoEntry& folder_;
+    IsoTree tree_;
+    std::uint32_t blockSize_;
+    bool isChecked_ = false;
+    std::size_t extent_ = 0;           ///< which is being read
+    std::uint64_t done_ = 0;           ///< bytes of it
+    std::vector<std::uint8_t> piece_;  ///< whole sectors, but at the end of an extent
+    std::size_t at_ = 0;               ///< in the piece
+    std::size_t records_ = 0;
+};
+
+/// One entry as a record tells it. The name is that of the record, in the tree's own coding.
+[[nodiscard]] IsoEntry IsoEntryOf(const IsoDirectoryRecord& record, std::string_view name,
+                                  IsoTree tree, std::uint32_t blockSize);
+
+}  // namespace vellmark
