@@ -1,6 +1,8 @@
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -10,6 +12,7 @@
 #include "session/program.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
+#include "session/verbs.hpp"
 
 namespace {
 
@@ -40,9 +43,7 @@ std::vector<std::string> ShippedSignatures() {
     return paths;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     using namespace vellmark;
     const SystemClock clock;
     const std::string home = Variable("HOME");
@@ -65,4 +66,16 @@ int main(int argc, char** argv) {
                            .shippedSignatures = ShippedSignatures()};
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     return RunProgram(arguments, context);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception&) {
+        // Only what comes before and behind a command ends here, and it only needs memory.
+        (void)std::fputs("vellmark: The system does not give the memory that this needs.\n", stderr);
+        return vellmark::kExitFailed;
+    }
 }

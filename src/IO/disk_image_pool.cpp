@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -79,10 +80,16 @@ void TakeCrc(BlockJob& job) {
     ExpandJob(job);
 }
 
+// What a library throws, where the system refuses memory, goes to the thread that waits for the
+// block.
 void Finish(BlockJob& job) {
-    ExpandJob(job);
-    if (job.wantsCrc && job.end == BlockEnd::Done)
-        TakeCrc(job);
+    try {
+        ExpandJob(job);
+        if (job.wantsCrc && job.end == BlockEnd::Done)
+            TakeCrc(job);
+    } catch (...) {
+        job.failure = std::current_exception();
+    }
 }
 
 }  // namespace
@@ -136,6 +143,8 @@ void BlockPool::submit(BlockJob& job) {
 void BlockPool::await(BlockJob& job) {
     std::unique_lock lock(mutex_);
     done_.wait(lock, [&] { return job.isDone; });
+    if (job.failure)
+        std::rethrow_exception(std::exchange(job.failure, nullptr));
 }
 
 void BlockPool::work(const std::stop_token& stop) {

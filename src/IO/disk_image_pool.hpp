@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -30,7 +31,8 @@ struct BlockJob {
     std::uint32_t patternCrc = 0;  ///< the same with `AdcMatch::Pattern`
     bool isAmbiguous = false;      ///< see `AdcResult`
 
-    bool isDone = true;  ///< the pool's own
+    bool isDone = true;          ///< the pool's own
+    std::exception_ptr failure;  ///< the same: what `await` throws
 };
 
 /// Expands a block in memory, with `AdcMatch::Fill`. Its CRC is not taken.
@@ -47,6 +49,7 @@ class BlockPool {
     BlockPool& operator=(const BlockPool&) = delete;
 
     void submit(BlockJob& job);
+    /// Throws what a library threw while the block was expanded (`std::bad_alloc`).
     void await(BlockJob& job);
 
   private:

@@ -3,6 +3,8 @@
 #include <fmt/core.h>
 
 #include <cerrno>
+#include <exception>
+#include <new>
 
 #include "session/batch.hpp"
 #include "session/file_modes.hpp"
@@ -44,10 +46,23 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
     return RunInSession({}, context, [&](CommandContext& c) { return TellNoWindow(first, c); });
 }
 
+// The engine throws nothing, the libraries below it do where the system refuses memory. What was
+// begun is taken back on the way here, as after any failure.
+int RunToItsEnd(std::span<const std::string> arguments, CommandContext& context) {
+    try {
+        return Run(arguments, context);
+    } catch (const std::bad_alloc&) {
+        context.errors << "vellmark: The system does not give the memory that this needs.\n";
+    } catch (const std::exception& problem) {
+        context.errors << "vellmark: It could not be done: " << Printable(problem.what()) << ".\n";
+    }
+    return kExitFailed;
+}
+
 }  // namespace
 
 int RunProgram(std::span<const std::string> arguments, CommandContext& context) {
-    int status = Run(arguments, context);
+    int status = RunToItsEnd(arguments, context);
     if (status == kExitDone && context.readIncomplete)
         status = kExitSkipped;
     errno = 0;
