@@ -48,7 +48,7 @@ Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& si
 }
 
 TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
-    const std::string name = SafePcName(entry.name);
+    const std::string name = PcFileName(entry.name, kMostPcNameBytes, entry.path, messages_);
     if (!targets_.claimName(name)) {
         skip(entry, "Another item of its folder has the same name on the PC.");
         return Next::Pass;
@@ -60,7 +60,7 @@ TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
 }
 
 bool Extractor::enter(const ViewEntry& folder) {
-    const std::string sentence = targets_.enter(targets_.folder() + "/" + SafePcName(folder.name));
+    const std::string sentence = targets_.enter(targets_.folder() + "/" + PcFileName(folder.name));
     if (!sentence.empty())
         skip(folder, sentence);
     return sentence.empty();
@@ -104,7 +104,7 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
     progress_.text(NameOf(file));
     WatchedSource watched(*source, progress_);
     const PcWriting writing =
-        WritePcTarget({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
+        targets_.write({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
             return CopyFork(watched, out, 0) == ContainerFault::None
                        ? std::string{}
                        : std::string(kContentsCutShort);

@@ -25,19 +25,15 @@ enum class Extraction {
 
 class Extractor final : public TreeWalker {
   public:
-    struct Options {
-        std::string imagePath;  ///< never written over
-        ExistingFiles existing = ExistingFiles::Keep;
-    };
-
-    /// `replaceAnswer` keeps what a person says to all of the files that exist already.
-    Extractor(const Options& options, RememberedAnswer& replaceAnswer, Messages& messages,
-              Progress& progress)
-        : existing_(options.existing),
+    /// `targets` are those of the whole run, whatever tree they come from. `replaceAnswer` keeps
+    /// what a person says to all of the files that exist already.
+    Extractor(ExistingFiles existing, PcTargets& targets, RememberedAnswer& replaceAnswer,
+              Messages& messages, Progress& progress)
+        : existing_(existing),
           replaceAnswer_(replaceAnswer),
           messages_(messages),
           progress_(progress),
-          targets_(options.imagePath) {}
+          targets_(targets) {}
 
     /// Writes a file, or a folder with all that is in it, as `target`. An existing folder takes in
     /// what is missing there. Items inside a folder that cannot be written are named and left out.
@@ -66,7 +62,7 @@ class Extractor final : public TreeWalker {
     RememberedAnswer& replaceAnswer_;
     Messages& messages_;
     Progress& progress_;
-    PcTargets targets_;
+    PcTargets& targets_;
     TreeView* source_ = nullptr;
     bool foundDamage_ = false;
     bool keptFiles_ = false;

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <ostream>
 
+#include "session/json_text.hpp"
 #include "session/partition.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -57,7 +58,7 @@ bool ViewRun::put(std::string_view text) {
 }
 
 void ViewRun::putJson(const nlohmann::ordered_json& value) {
-    (void)put(value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+    (void)put(JsonText(value) + "\n");
 }
 
 int ViewRun::exitStatus() const {

@@ -37,7 +37,7 @@ struct ViewRun {
     void problem(std::string_view sentence);
     /// Writes a part of the result. False when nobody reads it any more or it cannot be written.
     [[nodiscard]] bool put(std::string_view text);
-    /// Writes a value as JSON; bytes that are no UTF-8 become U+FFFD.
+    /// Writes a value as JSON (session/json_text.hpp).
     void putJson(const nlohmann::ordered_json& value);
     [[nodiscard]] int exitStatus() const;
 

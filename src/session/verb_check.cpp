@@ -5,6 +5,7 @@
 #include "project/project_search.hpp"
 #include "project/refresh.hpp"
 #include "session/file_modes.hpp"
+#include "session/json_text.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
@@ -37,7 +38,7 @@ void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& chang
                         {"sizeBytes", change.sizeBytes},
                         {"folder", change.parent},
                         {"number", change.number}});
-    context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    context.output << JsonText(list) << '\n';
 }
 
 void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& options,

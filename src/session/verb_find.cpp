@@ -11,6 +11,7 @@
 #include "session/change_run.hpp"
 #include "session/file_modes.hpp"
 #include "session/image_verbs.hpp"
+#include "session/json_text.hpp"
 #include "session/targets.hpp"
 #include "session/verbs.hpp"
 #include "support/encoding.hpp"
@@ -52,8 +53,7 @@ void Print(VolumeContext& volume, const FindOptions& options, const std::vector<
             context.output << Printable(path) << (hit.isFolder ? "/\n" : "\n");
     }
     if (options.json)
-        context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
-                       << '\n';
+        context.output << JsonText(list) << '\n';
 }
 
 void TellEnd(const FindOptions& options, std::size_t hits, Messages& messages) {
@@ -91,7 +91,7 @@ int FindInProject(const FindOptions& options, CommandContext& context, Terminal&
             context.output << Printable(path) << (record->isFolder() ? "/\n" : "\n");
     }
     if (options.json)
-        context.output << list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+        context.output << JsonText(list)
                        << '\n';
     TellEnd(options, hits.size(), terminal.messages);
     return kExitDone;

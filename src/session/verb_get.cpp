@@ -119,7 +119,7 @@ class Getter {
           output_(run),
           copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
                    run.terminal.progress, run.context.clock),
-          extractor_({options.view.image, ExistingOf(options, run.context)}, copyOut_.replaceAnswer,
+          extractor_(ExistingOf(options, run.context), copyOut_.targets, copyOut_.replaceAnswer,
                      messages_, run.terminal.progress) {}
 
     /// False when the run is at its end: the user stopped it, or nothing more can be written.
@@ -134,6 +134,9 @@ class Getter {
     [[nodiscard]] std::optional<FoundEntry> find(const std::string& path);
     [[nodiscard]] CopyOutResult copy(const FoundEntry& found, bool intoFolder);
     [[nodiscard]] Extraction extract(const FoundEntry& found, bool intoFolder);
+    [[nodiscard]] std::string rootName(const FoundEntry& found) {
+        return PcFileName(found.tree->facts().label, kMostPcNameBytes, "/", messages_);
+    }
     [[nodiscard]] std::string target(bool intoFolder, const std::string& name) const {
         return intoFolder ? InFolder(options_.target, name) : FollowLink(options_.target);
     }
@@ -173,8 +176,8 @@ CopyOutResult Getter::copy(const FoundEntry& found, bool intoFolder) {
     // The root is called like the volume.
     const std::optional<std::string> name = !intoFolder ? std::string{}
                                             : found.entry.path.empty()
-                                                ? SafePcName(found.tree->facts().label)
-                                                : PcNameOf(copyOut_, item);
+                                                ? rootName(found)
+                                                : PcNameOf(copyOut_, item, found.entry.path);
     return name ? CopyItemOut(copyOut_, item, found.entry.path, target(intoFolder, *name))
                 : CopyOutResult::BatchEnds;
 }
@@ -183,7 +186,10 @@ Extraction Getter::extract(const FoundEntry& found, bool intoFolder) {
     if (options_.toOutput())
         return extractor_.takeTo(*found.tree, found.entry, output_);
     const std::string name =
-        SafePcName(found.entry.path.empty() ? found.tree->facts().label : found.entry.name);
+        !intoFolder ? std::string{}
+        : found.entry.path.empty()
+            ? rootName(found)
+            : PcFileName(found.entry.name, kMostPcNameBytes, found.entry.path, messages_);
     return extractor_.take(*found.tree, found.entry, target(intoFolder, name));
 }
 

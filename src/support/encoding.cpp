@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 namespace vellmark {
@@ -55,6 +56,49 @@ void AppendUtf8(std::string& out, char32_t scalar) {
         out += static_cast<char>(0x80 | ((scalar >> 6) & 0x3F));
         out += static_cast<char>(0x80 | (scalar & 0x3F));
     }
+}
+
+struct ScalarRange {
+    char32_t first;
+    char32_t last;
+};
+
+// Controls, marks that turn the direction of writing, and what takes no room (Unicode 15, among
+// them its default ignorable code points), in order. Joiners and variation selectors are judged by
+// what they stand behind.
+constexpr std::array<ScalarRange, 18> kNotShown = {{{0x0000, 0x001F},
+                                                    {0x007F, 0x009F},
+                                                    {0x00AD, 0x00AD},
+                                                    {0x034F, 0x034F},
+                                                    {0x061C, 0x061C},
+                                                    {0x115F, 0x1160},
+                                                    {0x17B4, 0x17B5},
+                                                    {0x180B, 0x180F},
+                                                    {0x200B, 0x200F},
+                                                    {0x2028, 0x202E},
+                                                    {0x2060, 0x206F},
+                                                    {0x3164, 0x3164},
+                                                    {0xFEFF, 0xFEFF},
+                                                    {0xFFA0, 0xFFA0},
+                                                    {0xFFF0, 0xFFFB},
+                                                    {0x1BCA0, 0x1BCA3},
+                                                    {0x1D173, 0x1D17A},
+                                                    {0xE0000, 0xE0FFF}}};
+
+constexpr char32_t kZeroWidthNonJoiner = 0x200C;
+constexpr char32_t kZeroWidthJoiner = 0x200D;
+constexpr char32_t kFirstVariation = 0xFE00;
+constexpr char32_t kLastVariation = 0xFE0F;
+
+// Arabic to the scripts of India and South-east Asia, which joiners are part of the spelling of.
+bool IsOfJoiningScript(char32_t scalar) {
+    return scalar >= 0x0620 && scalar <= 0x1CFF;
+}
+// Symbols and pictures, which joiners and selectors make others of.
+bool IsPictograph(char32_t scalar) {
+    return (scalar >= 0x203C && scalar <= 0x33FF && scalar != 0x3164) ||
+           (scalar >= kFirstVariation && scalar <= kLastVariation) ||
+           (scalar >= 0x1F000 && scalar <= 0x1FAFF);
 }
 
 bool IsHigh(char16_t unit) {
@@ -153,12 +197,47 @@ std::string Utf8ToNarrow(std::string_view utf8) {
     return WideToNarrow(Utf8ToWide(utf8));
 }
 
+bool IsShown(char32_t scalar, char32_t before) {
+    if (scalar == kZeroWidthNonJoiner)
+        return IsOfJoiningScript(before);
+    if (scalar == kZeroWidthJoiner)
+        return IsOfJoiningScript(before) || IsPictograph(before);
+    if (scalar >= kFirstVariation && scalar <= kLastVariation)
+        return IsPictograph(before);
+    if (scalar >= 0xD800 && scalar <= 0xDFFF)
+        return false;
+    const auto* range = std::upper_bound(
+        kNotShown.begin(), kNotShown.end(), scalar,
+        [](char32_t value, const ScalarRange& each) { return value < each.first; });
+    return range == kNotShown.begin() || scalar > std::prev(range)->last;
+}
+
+std::string ReplaceNotShown(std::string_view utf8, ReplaceScalar replacement) {
+    const std::u16string wide = Utf8ToWide(utf8);
+    std::string result;
+    result.reserve(utf8.size());
+    char32_t before = 0;
+    std::size_t kept = 0;  // units that go over as they are
+    for (std::size_t at = 0; at < wide.size();) {
+        const bool isPair = IsHigh(wide[at]) && at + 1 < wide.size() && IsLow(wide[at + 1]);
+        const char32_t scalar = isPair
+                                    ? 0x10000 + (static_cast<char32_t>(wide[at] - 0xD800) << 10) +
+                                          static_cast<char32_t>(wide[at + 1] - 0xDC00)
+                                    : wide[at];
+        const std::size_t next = at + (isPair ? 2 : 1);
+        if (!IsShown(scalar, before)) {
+            result += WideToUtf8(std::u16string_view(wide).substr(kept, at - kept));
+            result += replacement(scalar);
+            kept = next;
+        }
+        before = scalar;
+        at = next;
+    }
+    return result + WideToUtf8(std::u16string_view(wide).substr(kept));
+}
+
 std::string Printable(std::string_view utf8) {
-    std::u16string wide = Utf8ToWide(utf8);
-    for (std::size_t i = 0; i < wide.size(); ++i)
-        if (wide[i] < 0x20 || (wide[i] >= 0x7F && wide[i] < 0xA0) || IsLoneSurrogate(wide, i))
-            wide[i] = 0xFFFD;
-    return WideToUtf8(wide);
+    return ReplaceNotShown(utf8, [](char32_t) { return std::string("\uFFFD"); });
 }
 
 bool IsAscii(std::string_view text) {

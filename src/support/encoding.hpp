@@ -32,7 +32,17 @@ namespace vellmark {
 /// UTF-8 to Windows-1252; `?` where there is no such character.
 [[nodiscard]] std::string Utf8ToNarrow(std::string_view utf8);
 
-/// A name as it can be printed: bytes that are no valid UTF-8 and control characters become U+FFFD.
+/// Whether a character behind `before` (0 for none) can be seen and leaves what stands around it
+/// alone. Not controls and bytes outside UTF-8, marks that turn the direction of writing, and what
+/// takes no room; a joiner or selector counts as seen where it is part of a spelling or a picture.
+[[nodiscard]] bool IsShown(char32_t scalar, char32_t before);
+
+/// What stands for a character (or half of a pair, DC80 to DCFF for a byte outside UTF-8).
+using ReplaceScalar = std::string (*)(char32_t scalar);
+/// The text with a replacement for each character that is not `IsShown`.
+[[nodiscard]] std::string ReplaceNotShown(std::string_view utf8, ReplaceScalar replacement);
+
+/// A name as it can be printed, with U+FFFD for what is not `IsShown`.
 [[nodiscard]] std::string Printable(std::string_view utf8);
 
 [[nodiscard]] bool IsAscii(std::string_view text);

@@ -1,5 +1,6 @@
 #include "support/pc_file.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -38,6 +40,57 @@ int OpenFlags(PcFile::Mode mode) {
             return O_RDWR | O_CREAT | O_EXCL;
     }
     return O_RDONLY;
+}
+
+constexpr std::string_view kTemporaryPrefix = ".vellmark-";
+constexpr std::string_view kTemporarySuffix = ".tmp";
+/// In the place of the number: an older file, kept until the new one stands (support/pc_targets).
+constexpr std::string_view kKeptWord = "kept";
+
+bool HasName(const std::string& path) {
+    struct stat facts {};
+    return ::lstat(path.c_str(), &facts) == 0;
+}
+
+bool IsNumber(std::string_view text) {
+    return !text.empty() && text.size() < 10 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// The name of a temporary file, `.vellmark-PROCESS-NUMBER.tmp`, taken apart.
+struct TemporaryName {
+    pid_t process = 0;
+    bool isKept = false;
+};
+
+std::optional<TemporaryName> ParseTemporaryName(std::string_view name) {
+    if (!name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix))
+        return std::nullopt;
+    name.remove_prefix(kTemporaryPrefix.size());
+    name.remove_suffix(std::min(name.size(), kTemporarySuffix.size()));
+    const std::size_t dash = std::min(name.find('-'), name.size());
+    const std::string_view process = name.substr(0, dash);
+    const std::string_view number = name.substr(std::min(dash + 1, name.size()));
+    if (!IsNumber(process) || (!IsNumber(number) && number != kKeptWord))
+        return std::nullopt;
+    return TemporaryName{static_cast<pid_t>(std::stol(std::string(process))), number == kKeptWord};
+}
+
+// Whether nobody works with a temporary file any more. Who writes one holds it locked; where locks
+// are not known, and for a file that is only kept, the process counts.
+bool IsAbandoned(int folder, const char* name, const TemporaryName& parts) {
+    const int descriptor = ::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    struct stat facts {};
+    const bool isOurs =
+        ::fstat(descriptor, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_uid == ::geteuid();
+    const bool isLocked = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0;
+    const bool isLockKnown = !isLocked || errno == EWOULDBLOCK;
+    ::close(descriptor);
+    if (!isOurs || (isLocked && isLockKnown))
+        return false;
+    return (isLockKnown && !parts.isKept) || (::kill(parts.process, 0) != 0 && errno == ESRCH);
 }
 
 // Hands the names in a folder to the device. 0, or the system's error number; a file system that
@@ -167,6 +220,10 @@ bool PcFile::flush() {
     return false;
 }
 
+void PcFile::unlock() {
+    (void)::flock(descriptor_, LOCK_UN);
+}
+
 bool PcFile::reserve(std::uint64_t offset, std::uint64_t count) {
     int result = 0;
     do
@@ -235,7 +292,11 @@ std::string PcFile::descriptorPath() const {
     return "/proc/self/fd/" + std::to_string(descriptor_);
 }
 
-TargetFile::TargetFile(std::string path, const std::string& rightsOf) : path_(std::move(path)) {
+TargetFile::TargetFile(std::string path, const std::string& rightsOf, Sweep sweep)
+    : path_(std::move(path)) {
+    const std::string folder = FolderOf(path_);
+    if (sweep == Sweep::Yes)
+        RemoveAbandonedTargets(folder);
     struct stat facts {};
     if (::stat((rightsOf.empty() ? path_ : rightsOf).c_str(), &facts) == 0 &&
         S_ISREG(facts.st_mode))
@@ -243,11 +304,14 @@ TargetFile::TargetFile(std::string path, const std::string& rightsOf) : path_(st
     const PcFile::Mode mode = rights_ ? PcFile::Mode::CreatePrivate : PcFile::Mode::CreateNew;
     // The name is short whatever the target's is, so that a long name does not make it too long.
     for (int attempt = 0; attempt < 100; ++attempt) {
-        temporaryPath_ = FolderOf(path_) + "/.vellmark-" + std::to_string(::getpid()) + "-" +
-                         std::to_string(attempt) + ".tmp";
+        temporaryPath_ = folder + "/" + std::string(kTemporaryPrefix) + std::to_string(::getpid()) +
+                         "-" + std::to_string(attempt) + std::string(kTemporarySuffix);
         file_ = PcFile(temporaryPath_, mode);
-        if (file_.isOpen() || file_.error() != EEXIST)
+        // One that another process took for abandoned before the lock stood is gone.
+        if (file_.isOpen() ? file_.lock(LockKind::Exclusive) && HasName(temporaryPath_)
+                           : file_.error() != EEXIST)
             break;
+        file_.close();
     }
     if (!file_.isOpen())
         temporaryPath_.clear();
@@ -304,7 +368,19 @@ int TargetFile::publish(bool replace, bool durable) {
     if (const int error = giveName(replace); error != 0)
         return error;
     published_ = true;
+    file_.unlock();
     return isKept ? FlushFolder(FolderOf(path_)) : 0;
+}
+
+void RemoveAbandonedTargets(const std::string& folder) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> names(::opendir(folder.c_str()), ::closedir);
+    if (!names)
+        return;
+    const int descriptor = ::dirfd(names.get());
+    while (const dirent* entry = ::readdir(names.get()))
+        if (const auto parts = ParseTemporaryName(entry->d_name);
+            parts && IsAbandoned(descriptor, entry->d_name, *parts))
+            (void)::unlinkat(descriptor, entry->d_name, 0);
 }
 
 TemporaryFolder::TemporaryFolder() {
@@ -327,6 +403,7 @@ PcFile UnnamedTemporaryFile() {
     if (error)
         return {"", PcFile::Mode::Read};
     TargetFile target(folder + "/image");
+    target.file().unlock();
     return std::move(target.file());
 }
 

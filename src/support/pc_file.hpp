@@ -85,6 +85,8 @@ class PcFile final : public ByteSource, public ByteSink {
     void refuse(int error);
     /// What is read from now on is seen through `patch`.
     void seeThrough(ReadPatch patch) { patch_ = std::move(patch); }
+    /// Gives the lock up.
+    void unlock();
     /// Copies `count` bytes of `from` to `offset`, by the system where it can do so without our
     /// memory. Returns the bytes copied; fewer means that one side ended or failed (see `error` of
     /// both files).
@@ -117,9 +119,14 @@ class PcFile final : public ByteSource, public ByteSink {
 /// one, nor is its temporary file.
 class TargetFile {
   public:
+    /// Whether the folder is looked through for what killed processes left there.
+    enum class Sweep { Yes, No };
+
     /// Opens the temporary file in the folder of `path`; see `file().isOpen()`. With `rightsOf`
     /// that file's owner and permissions are the ones that count, in place of the older file's.
-    explicit TargetFile(std::string path, const std::string& rightsOf = {});
+    /// Until it gets its name it is locked, so that others see that it is in work.
+    explicit TargetFile(std::string path, const std::string& rightsOf = {},
+                        Sweep sweep = Sweep::Yes);
     /// Removes what was not published.
     ~TargetFile();
     TargetFile(const TargetFile&) = delete;
@@ -154,6 +161,10 @@ class TargetFile {
     PcFile file_;
     bool published_ = false;
 };
+
+/// Removes the temporary files of `TargetFile` that processes left in a folder which were killed:
+/// those of this user that nobody holds locked. What cannot be removed stays.
+void RemoveAbandonedTargets(const std::string& folder);
 
 /// A private folder under the system's temporary folder, removed with everything in it.
 class TemporaryFolder {

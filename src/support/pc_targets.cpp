@@ -4,9 +4,13 @@
 #include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utf8proc.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
 
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -15,6 +19,33 @@ namespace vellmark {
 
 namespace {
 
+constexpr char32_t kPrivateControls = 0xF000;
+/// What `Utf8ToWide` makes of a byte outside UTF-8.
+constexpr char32_t kFirstByteEscape = 0xDC80;
+constexpr char32_t kLastByteEscape = 0xDCFF;
+
+constexpr std::string_view kSameName =
+    "This run has just written {}: its folder takes the two names for one.";
+
+// Two paths that some file system takes for one have one form: without regard to case, composed,
+// and without the blanks and full stops that the FAT family drops from the end of a name.
+std::string FoldedPath(const std::string& path) {
+    constexpr auto kForm =
+        static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD);
+    utf8proc_uint8_t* folded = nullptr;
+    const utf8proc_ssize_t length =
+        utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(path.data()),
+                     static_cast<utf8proc_ssize_t>(path.size()), &folded, kForm);
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(folded, std::free);
+    // A path that is no UTF-8 is compared as it is.
+    std::string form = length < 0 ? path
+                                  : std::string(reinterpret_cast<const char*>(folded),
+                                                static_cast<std::size_t>(length));
+    const std::size_t last = form.find_last_not_of(" .");
+    form.resize(last == std::string::npos ? 0 : last + 1);
+    return form;
+}
+
 // The date of the last change, also as that of the last access. Dates that cannot be set are no
 // loss worth a word: some file systems have none.
 void SetDate(const std::string& path, const std::optional<UnixSeconds>& modified) {
@@ -22,7 +53,7 @@ void SetDate(const std::string& path, const std::optional<UnixSeconds>& modified
         return;
     const timespec at = {static_cast<time_t>(*modified), 0};
     const timespec times[2] = {at, at};
-    (void)::utimensat(AT_FDCWD, path.c_str(), times, 0);
+    (void)::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW);
 }
 
 PcWriting Unwritable(const std::string& path, int error) {
@@ -60,7 +91,7 @@ class KeptFile {
 };
 
 PcWriting WriteSingle(const PcTarget& target, const FillTarget& fill) {
-    TargetFile out(target.path);
+    TargetFile out(target.path, {}, TargetFile::Sweep::No);
     if (!out.file().isOpen())
         return Unwritable(target.path, out.file().error());
     std::string problem = fill(out.file(), nullptr);
@@ -73,8 +104,8 @@ PcWriting WriteSingle(const PcTarget& target, const FillTarget& fill) {
 }
 
 PcWriting WritePair(const PcTarget& target, const FillTarget& fill) {
-    TargetFile out(target.path);
-    TargetFile beside(target.sidecar);
+    TargetFile out(target.path, {}, TargetFile::Sweep::No);
+    TargetFile beside(target.sidecar, {}, TargetFile::Sweep::No);
     if (!out.file().isOpen())
         return Unwritable(target.path, out.file().error());
     if (!beside.file().isOpen())
@@ -103,7 +134,13 @@ std::string SafePcName(std::string name) {
         return std::string(std::max<std::size_t>(name.size(), 1), '_');
     std::replace_if(
         name.begin(), name.end(), [](char c) { return c == '/' || c == '\0'; }, '_');
-    return name;
+    return ReplaceNotShown(name, [](char32_t scalar) -> std::string {
+        if (scalar < ' ')
+            return WideToUtf8(std::u16string(1, static_cast<char16_t>(kPrivateControls + scalar)));
+        if (scalar >= kFirstByteEscape && scalar <= kLastByteEscape)
+            return WideToUtf8(std::u16string(1, static_cast<char16_t>(scalar)));
+        return "_";
+    });
 }
 
 PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill) {
@@ -116,12 +153,31 @@ PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill) {
     return writing;
 }
 
+void BroughtItems::add(const std::string& path) {
+    const PcFacts facts = PcFactsOf(path);
+    identities_.emplace(facts.device, facts.inode);
+    paths_.emplace(FoldedPath(path), path);
+}
+
+bool BroughtItems::has(const std::string& path) const {
+    const PcFacts facts = PcFactsOf(path);
+    if (facts.kind == PcKind::Missing || facts.isLink)
+        return false;
+    if (identities_.contains({facts.device, facts.inode}))
+        return true;
+    const auto [first, last] = paths_.equal_range(FoldedPath(path));
+    return std::any_of(first, last,
+                       [&](const auto& each) { return AreSameFile(each.second, path); });
+}
+
 std::string PcTargets::refusalOf(const std::string& target) const {
     const PcFacts facts = PcFactsOf(target);
     if (facts.kind == PcKind::Folder)
         return fmt::format("{} is a folder.", Printable(target));
     if (facts.kind == PcKind::Special)
         return fmt::format("{} is a pipe, a socket or a device.", Printable(target));
+    if (brought().has(target))
+        return fmt::format(kSameName, Printable(target));
     return AreSameFile(target, protectedPath_)
                ? fmt::format("{} is the image itself.", Printable(target))
                : std::string{};
@@ -133,18 +189,45 @@ bool PcTargets::exists(const std::string& target) {
 }
 
 std::string PcTargets::enter(const std::string& folder) {
-    if (::mkdir(folder.c_str(), 0777) != 0) {
-        const int error = errno;
-        if (error != EEXIST || PcFactsOf(folder).kind != PcKind::Folder)
-            return fmt::format("{} cannot be made: {}.", Printable(folder), SystemErrorText(error));
-    }
-    folders_.push_back({folder, {}});
+    const bool isMade = ::mkdir(folder.c_str(), 0777) == 0;
+    const int error = errno;
+    const PcFacts facts = PcFactsOf(folder);
+    if (!isMade && facts.isLink)
+        return fmt::format("{} is a symbolic link, which is not followed.", Printable(folder));
+    if (!isMade && (error != EEXIST || facts.kind != PcKind::Folder))
+        return fmt::format("{} cannot be made: {}.", Printable(folder), SystemErrorText(error));
+    if (!isMade && brought().has(folder))
+        return fmt::format(kSameName, Printable(folder));
+    brought().add(folder);
+    if (folders_.empty())
+        sweep(FolderOf(folder));
+    folders_.push_back({folder, {}, {}});
+    if (!isMade)
+        sweep(folder);
     return {};
 }
 
 void PcTargets::leave(const std::optional<UnixSeconds>& modified) {
     SetDate(folders_.back().path, modified);
     folders_.pop_back();
+}
+
+PcWriting PcTargets::write(const PcTarget& target, const FillTarget& fill) {
+    if (folders_.empty())
+        sweep(FolderOf(target.path));
+    PcWriting writing = WritePcTarget(target, fill);
+    if (!writing.problem.empty())
+        return writing;
+    brought().add(target.path);
+    if (!target.sidecar.empty())
+        brought().add(target.sidecar);
+    return writing;
+}
+
+void PcTargets::sweep(const std::string& folder) {
+    if (swept_ != folder)
+        RemoveAbandonedTargets(folder);
+    swept_ = folder;
 }
 
 }  // namespace vellmark

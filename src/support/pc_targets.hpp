@@ -2,10 +2,13 @@
 // one name once, whole or not at all, with the date of the original.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "support/clock.hpp"
@@ -13,8 +16,10 @@
 
 namespace vellmark {
 
-/// A name that stays inside the folder it is written to: `/` and NUL become `_`, and so do the full
-/// stops of `.` and `..`; an empty name becomes `_`.
+/// A name that stays inside the folder it is written to and does nobody harm who lists that: `/`
+/// and NUL become `_`, and so do the full stops of `.` and `..`, an empty name, and characters that
+/// are not seen (support/encoding.hpp). Controls from 01 to 1F become the private codes U+F001 to
+/// U+F01F, which a Macintosh name is made of again. A byte outside UTF-8 stays.
 [[nodiscard]] std::string SafePcName(std::string name);
 
 /// A file to be written; with a sidecar both appear or neither.
@@ -39,6 +44,22 @@ using FillTarget = std::function<std::string(PcFile& file, PcFile* sidecar)>;
 /// its names stay as they were.
 [[nodiscard]] PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill);
 
+/// Files and folders that a run has brought, as the folders know them: two names are one where the
+/// folder takes them for one (file systems without regard to case, or to how letters are composed).
+class BroughtItems {
+  public:
+    /// Notes what stands at a path now.
+    void add(const std::string& path);
+    /// Whether what stands there is one of them, under whatever name.
+    [[nodiscard]] bool has(const std::string& path) const;
+
+  private:
+    /// Which object it is. File systems of the FAT family may number one anew while nobody has it
+    /// open: then the names that are equal without regard to case lead to it.
+    std::set<std::pair<std::uint64_t, std::uint64_t>> identities_;
+    std::unordered_multimap<std::string, std::string> paths_;  // by their folded form
+};
+
 /// The targets of one run.
 class PcTargets {
   public:
@@ -52,12 +73,14 @@ class PcTargets {
         return folders_.back().names.insert(name).second;
     }
 
-    /// Why no file can be written there, whether or not one may be replaced; empty for none.
+    /// Why no file can be written there, whether or not one may be replaced; empty for none. What
+    /// this run has brought is never replaced.
     [[nodiscard]] std::string refusalOf(const std::string& target) const;
     /// Something has that name already.
     [[nodiscard]] static bool exists(const std::string& target);
 
-    /// Makes a folder, or takes one that is there, and goes into it; a sentence when that fails.
+    /// Makes a folder, or takes one that is there and was not brought by this run, and goes into
+    /// it; a sentence when that fails. A symbolic link is not followed: it could lead anywhere.
     [[nodiscard]] std::string enter(const std::string& folder);
     /// Goes back out of it and gives it its date.
     void leave(const std::optional<UnixSeconds>& modified);
@@ -66,15 +89,29 @@ class PcTargets {
     /// Forgets the folders that were not left.
     void abandonFolders() { folders_.clear(); }
 
+    /// `WritePcTarget`; what came of it is noted.
+    [[nodiscard]] PcWriting write(const PcTarget& target, const FillTarget& fill);
+
   private:
     struct OpenFolder {
         std::string path;
         std::set<std::string> names;
+        BroughtItems brought;
     };
+
+    [[nodiscard]] const BroughtItems& brought() const {
+        return folders_.empty() ? named_ : folders_.back().brought;
+    }
+    [[nodiscard]] BroughtItems& brought() {
+        return folders_.empty() ? named_ : folders_.back().brought;
+    }
+    void sweep(const std::string& folder);
 
     std::string protectedPath_;
     std::set<std::string> written_;
+    BroughtItems named_;  // in no folder that is being filled
     std::vector<OpenFolder> folders_;
+    std::string swept_;  // the folder that was looked through for what killed runs left
 };
 
 }  // namespace vellmark

@@ -149,7 +149,7 @@ CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::stri
     // What is not to be replaced was refused before, and what came in between stays.
     const bool replaces = PcTargets::exists(target) || PcTargets::exists(sidecar);
     const PcTarget pcTarget{target, sidecar, replaces, GivenDate(file.modified)};
-    const PcWriting writing = WritePcTarget(pcTarget, [&](PcFile& out, PcFile* beside) {
+    const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
         return FormProblem(form.write(out, beside));
     });
     if (form.stopped())
@@ -206,7 +206,7 @@ CopyOutResult FolderCopier::copyContents(const CatalogItem& folder, const std::s
 
 CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string& path,
                                       std::size_t level) {
-    const std::optional<std::string> name = PcNameOf(batch_, item);
+    const std::optional<std::string> name = PcNameOf(batch_, item, path);
     if (!name)
         return CopyOutResult::BatchEnds;
     const bool hasSidecar = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
@@ -241,18 +241,25 @@ CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::str
 
 }  // namespace
 
-std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item) {
+std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
+                                    const std::string& path) {
     if (item.isFolder)
-        return SafePcName(item.name);
+        return PcFileName(item.name, kMostPcNameBytes, path, batch.messages);
+    // The second file of a pair has a longer name.
+    const std::size_t mostBytes =
+        kMostPcNameBytes -
+        (batch.options.mode == CopyMode::AppleDouble ? kSidecarPrefix.size() : 0);
     std::string name =
         PcTargetName(item.name, item.signature, batch.options.naming, batch.signatures);
-    if (batch.options.naming.policy != NamingPolicy::Ask)
-        return name;
-    std::optional<std::string> given = batch.messages.askFileName(name);
-    if (given)
-        return SafePcName(std::move(*given));
-    batch.messages.showMessage("No name was given; nothing more is copied.");
-    return std::nullopt;
+    if (batch.options.naming.policy == NamingPolicy::Ask) {
+        std::optional<std::string> given = batch.messages.askFileName(name);
+        if (!given) {
+            batch.messages.showMessage("No name was given; nothing more is copied.");
+            return std::nullopt;
+        }
+        name = std::move(*given);
+    }
+    return PcFileName(name, mostBytes, path, batch.messages);
 }
 
 CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::string& path,

@@ -67,8 +67,10 @@ struct CopyOut {
 };
 
 /// The name of an item on the PC by the batch's policy; nothing, after a message, when a person was
-/// asked for it and gave none. Folders keep their names.
-[[nodiscard]] std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item);
+/// asked for it and gave none. Folders keep their names. One that is too long is cut, after a
+/// remark that names `path`.
+[[nodiscard]] std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
+                                                  const std::string& path);
 
 /// Copies a file, or a folder with all that is in it, to the path `target`. `path` is the item's
 /// path on the volume, for messages; empty for the root. Within one batch a target is written once.

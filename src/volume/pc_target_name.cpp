@@ -1,5 +1,10 @@
 #include "volume/pc_target_name.hpp"
 
+#include <fmt/core.h>
+
+#include <utility>
+
+#include "containers/names.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_targets.hpp"
 
@@ -8,6 +13,8 @@ namespace vellmark {
 namespace {
 
 constexpr std::uint32_t kPolicyBits = 7;
+/// With its dot, as everywhere that a name is cut.
+constexpr std::size_t kExtensionBytes = 5;
 
 bool HasExtension(std::string_view name) {
     const std::size_t dot = name.rfind('.');
@@ -36,6 +43,30 @@ NamingPolicy NamingPolicyOf(std::uint32_t options) {
             return policy;
     }
     return NamingPolicy::OwnExtension;
+}
+
+std::string PcFileName(std::string name, std::size_t mostBytes) {
+    name = SafePcName(std::move(name));
+    if (name.size() <= mostBytes)
+        return name;
+    const std::size_t dot = name.rfind('.');
+    const bool hasExtension = dot != name.npos && dot > 0 && name.size() - dot <= kExtensionBytes;
+    const std::string tail =
+        "-" + NameCrcDigits(name) + (hasExtension ? name.substr(dot) : std::string{});
+    std::size_t end = mostBytes - tail.size();
+    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80)
+        --end;
+    return name.substr(0, end) + tail;
+}
+
+std::string PcFileName(std::string_view name, std::size_t mostBytes, std::string_view path,
+                       Messages& messages) {
+    std::string shortName = PcFileName(std::string(name), mostBytes);
+    if (SafePcName(std::string(name)).size() > shortName.size())
+        messages.showTimedMessage(
+            fmt::format("{} has a name of more than {} bytes, and comes out as {}.",
+                        Printable(path), mostBytes, Printable(shortName)));
+    return shortName;
 }
 
 std::string PcTargetName(std::string_view shownName, const std::array<char, 8>& signature,

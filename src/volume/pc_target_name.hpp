@@ -3,13 +3,18 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "containers/signatures.hpp"
+#include "support/messages.hpp"
 
 namespace vellmark {
+
+/// Bytes that the systems' file systems let a name have.
+inline constexpr std::size_t kMostPcNameBytes = 255;
 
 /// Values as settings keep them.
 enum class NamingPolicy : int {
@@ -31,6 +36,15 @@ struct PcNaming {
     /// Files whose signature is not in the table get that too.
     bool extendsUnknown = false;
 };
+
+/// A name in UTF-8 as one that a file of the PC can have (`SafePcName`). One of more than
+/// `mostBytes` bytes is cut at a character and ends in `-` and the four digits of the checksum of
+/// the whole name (`NameCrcDigits`), in front of an extension of up to five bytes with its dot.
+[[nodiscard]] std::string PcFileName(std::string name, std::size_t mostBytes = kMostPcNameBytes);
+
+/// The same, told to the person when the name was cut. `path` is that of the item in its tree.
+[[nodiscard]] std::string PcFileName(std::string_view name, std::size_t mostBytes,
+                                     std::string_view path, Messages& messages);
 
 /// `shownName` is UTF-8. The result is a name that stays inside its folder. For `Ask` it is the
 /// proposal. Extensions of the table are Windows-1252; an entry that has none adds none.
