@@ -26,22 +26,13 @@ std::uint64_t PaddingBehind(std::uint64_t sizeBytes, std::uint32_t blockSize) {
 ImageWriter::ImageWriter(PcFile& image, std::uint64_t offset, Progress& progress)
     : image_(image), progress_(progress), offset_(offset), buffer_(kBufferBytes) {}
 
-CopyResult ImageWriter::copyFile(const std::string& path, std::string_view name,
-                                 std::uint32_t sizeBytes, std::uint32_t blockSize) {
-    PcFile source(path, PcFile::Mode::Read);
-    if (!source.isOpen()) {
-        sourceError_ = source.error();
-        return CopyResult::SourceFailed;
-    }
-    const CopyResult result =
-        copy(source, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
-            if (image_.copyFrom(source, done, offset_ + done, piece) == piece)
-                return CopyResult::Done;
-            return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
-        });
-    if (result == CopyResult::SourceFailed)
-        sourceError_ = source.error();
-    return result;
+CopyResult ImageWriter::copyFile(PcFile& source, std::string_view name, std::uint32_t sizeBytes,
+                                 std::uint32_t blockSize) {
+    return copy(source, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
+        if (image_.copyFrom(source, done, offset_ + done, piece) == piece)
+            return CopyResult::Done;
+        return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
+    });
 }
 
 CopyResult ImageWriter::copyFork(ByteSource& fork, std::string_view name, std::uint32_t sizeBytes,

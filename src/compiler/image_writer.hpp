@@ -13,7 +13,7 @@ namespace vellmark {
 enum class CopyResult {
     Done,
     Stopped,       ///< the user stopped the work
-    SourceFailed,  ///< the source could not be opened, or gave fewer bytes than it had
+    SourceFailed,  ///< the source cannot be read, or was not the same all the time
     TargetFailed   ///< the image could not be written
 };
 
@@ -22,17 +22,15 @@ class ImageWriter {
     /// Writes to `image` from byte `offset` on.
     ImageWriter(PcFile& image, std::uint64_t offset, Progress& progress);
 
-    /// Copies `sizeBytes` bytes of the file at `path`, told to the progress under `name`, and moves
-    /// on to the next multiple of `blockSize`. Bytes that are skipped stay zero.
-    [[nodiscard]] CopyResult copyFile(const std::string& path, std::string_view name,
+    /// Copies `sizeBytes` bytes of a file, told to the progress under `name`, and moves on to the
+    /// next multiple of `blockSize`. Bytes that are skipped stay zero.
+    [[nodiscard]] CopyResult copyFile(PcFile& source, std::string_view name,
                                       std::uint32_t sizeBytes, std::uint32_t blockSize);
     /// The same for a fork that is no file of its own.
     [[nodiscard]] CopyResult copyFork(ByteSource& fork, std::string_view name,
                                       std::uint32_t sizeBytes, std::uint32_t blockSize);
     /// Writes what is still gathered.
     [[nodiscard]] CopyResult finish();
-    /// Why the last source failed; 0 when it gave too little.
-    [[nodiscard]] int sourceError() const { return sourceError_; }
 
   private:
     /// Tells the progress of a copy, and how far a large one is: `copyPiece(done, piece)` brings
@@ -49,7 +47,6 @@ class ImageWriter {
     std::uint64_t offset_;  // where the gathered bytes go
     std::vector<std::uint8_t> buffer_;
     std::size_t filled_ = 0;
-    int sourceError_ = 0;
 };
 
 }  // namespace vellmark

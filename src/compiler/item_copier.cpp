@@ -62,6 +62,8 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
             continue;
         const bool isFile = kind == RunKind::File && IsFileOfPc(item.source, plan_.appleExtension);
         ByteSource& fork = kind == RunKind::Resource ? forks.resource() : forks.data();
+        if (!isFile && fork.size() > sizeBytes)
+            return tellChanged(path);
         const CopyResult result =
             isFile ? copyFile(item, path) : writer_.copyFork(fork, path, sizeBytes, blockSize_);
         if (result == CopyResult::SourceFailed && problem_.empty())
@@ -70,18 +72,30 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
         if (result != CopyResult::Done)
             return result;
     }
-    return CopyResult::Done;
+    return forks.hasChanged() || forks.openedDate() != item.modified ? tellChanged(path)
+                                                                     : CopyResult::Done;
 }
 
 CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
-    const CopyResult result =
-        writer_.copyFile(path, path, item.run(RunKind::File).sizeBytes, blockSize_);
+    const std::uint32_t sizeBytes = item.run(RunKind::File).sizeBytes;
+    PcFile source(path, PcFile::Mode::Read);
+    if (source.isOpen() && (source.size() > sizeBytes || source.openedDate() != item.modified))
+        return tellChanged(path);
+    const CopyResult result = source.isOpen()
+                                  ? writer_.copyFile(source, path, sizeBytes, blockSize_)
+                                  : CopyResult::SourceFailed;
     if (result == CopyResult::SourceFailed)
-        problem_ = fmt::format("{} {}.", Printable(path),
-                               writer_.sourceError() != 0
-                                   ? "cannot be read: " + SystemErrorText(writer_.sourceError())
-                                   : std::string("became shorter while it was copied"));
-    return result;
+        problem_ =
+            fmt::format("{} {}.", Printable(path),
+                        source.error() != 0 ? "cannot be read: " + SystemErrorText(source.error())
+                                            : std::string("became shorter while it was copied"));
+    return result == CopyResult::Done && source.hasChanged() ? tellChanged(path) : result;
+}
+
+// An image with the one half of a file from before a change and the other from after it is none.
+CopyResult ItemCopier::tellChanged(const std::string& path) {
+    problem_ = fmt::format("{} changed while the image was made.", Printable(path));
+    return CopyResult::SourceFailed;
 }
 
 std::string ItemCopier::pathOf(const ProjectRecord& record) {

@@ -27,6 +27,7 @@ class ItemCopier {
     [[nodiscard]] CopyResult copy(const DiscItem& item);
     [[nodiscard]] CopyResult copyForks(const DiscItem& item, const std::string& path);
     [[nodiscard]] CopyResult copyFile(const DiscItem& item, const std::string& path);
+    [[nodiscard]] CopyResult tellChanged(const std::string& path);
     [[nodiscard]] std::string pathOf(const ProjectRecord& record);
 
     CompileContext& context_;

@@ -121,7 +121,7 @@ PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
         return;
     }
     if (mode == Mode::Read && S_ISREG(facts.st_mode))
-        openedSize_ = static_cast<std::uint64_t>(facts.st_size);
+        opened_ = stamp();
 }
 
 PcFile::~PcFile() {
@@ -132,7 +132,7 @@ PcFile::PcFile(PcFile&& other) noexcept
     : path_(std::move(other.path_)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       error_(other.error_),
-      openedSize_(other.openedSize_),
+      opened_(other.opened_),
       hasLost_(other.hasLost_),
       patch_(std::move(other.patch_)) {}
 
@@ -142,7 +142,7 @@ PcFile& PcFile::operator=(PcFile&& other) noexcept {
         path_ = std::move(other.path_);
         descriptor_ = std::exchange(other.descriptor_, -1);
         error_ = other.error_;
-        openedSize_ = other.openedSize_;
+        opened_ = other.opened_;
         hasLost_ = other.hasLost_;
         patch_ = std::move(other.patch_);
     }
@@ -156,12 +156,36 @@ void PcFile::close() {
 }
 
 std::uint64_t PcFile::size() const {
-    if (descriptor_ >= 0 && openedSize_)
-        return *openedSize_;
+    if (descriptor_ >= 0 && opened_)
+        return opened_->sizeBytes;
     struct stat facts {};
     return descriptor_ >= 0 && ::fstat(descriptor_, &facts) == 0
                ? static_cast<std::uint64_t>(facts.st_size)
                : 0;
+}
+
+std::optional<PcFile::Stamp> PcFile::stamp() const {
+    struct stat facts {};
+    if (::fstat(descriptor_, &facts) != 0)
+        return std::nullopt;
+    const auto moment = [](const timespec& time) { return Moment{time.tv_sec, time.tv_nsec}; };
+    return Stamp{static_cast<std::uint64_t>(facts.st_size),
+                 moment(facts.st_mtim),
+                 moment(facts.st_ctim),
+                 static_cast<std::uint64_t>(facts.st_nlink),
+                 static_cast<std::uint32_t>(facts.st_mode),
+                 static_cast<std::uint32_t>(facts.st_uid),
+                 static_cast<std::uint32_t>(facts.st_gid)};
+}
+
+bool PcFile::hasChanged() const {
+    const std::optional<Stamp> now = opened_ ? stamp() : std::nullopt;
+    if (!now)
+        return false;
+    const bool isTouched = now->changed != opened_->changed && now->links == opened_->links &&
+                           now->mode == opened_->mode && now->user == opened_->user &&
+                           now->group == opened_->group;
+    return now->sizeBytes != opened_->sizeBytes || now->modified != opened_->modified || isTouched;
 }
 
 std::size_t PcFile::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "support/byte_source.hpp"
+#include "support/clock.hpp"
 
 namespace vellmark {
 
@@ -98,15 +99,38 @@ class PcFile final : public ByteSource, public ByteSink {
     /// That failure in words, "" when there was none.
     [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
+    /// Of a file that is only read: whether it is another than when it was opened. Its size and the
+    /// date of its last change tell that, and the date of its inode where rights, owner and links
+    /// are the same, as a date can be set back.
+    [[nodiscard]] bool hasChanged() const;
+    /// Date of the last change when it was opened; 0 for a file that is not only read.
+    [[nodiscard]] UnixSeconds openedDate() const { return opened_ ? opened_->modified.seconds : 0; }
     /// A path by which this process opens the file again, also one that has no name any more.
     [[nodiscard]] std::string descriptorPath() const;
 
   private:
+    struct Moment {
+        UnixSeconds seconds = 0;
+        std::int64_t nanoseconds = 0;
+        bool operator==(const Moment&) const = default;
+    };
+    /// What a file was when it was opened.
+    struct Stamp {
+        std::uint64_t sizeBytes = 0;
+        Moment modified;  ///< its contents
+        Moment changed;   ///< anything about it
+        std::uint64_t links = 0;
+        std::uint32_t mode = 0;
+        std::uint32_t user = 0;
+        std::uint32_t group = 0;
+    };
+    [[nodiscard]] std::optional<Stamp> stamp() const;
+
     std::string path_;
     int descriptor_ = -1;
     int error_ = 0;
     /// Of a file that is only read: it counts with the length that it had when it was opened.
-    std::optional<std::uint64_t> openedSize_;
+    std::optional<Stamp> opened_;
     bool hasLost_ = false;  ///< what was written did not come to the device
     ReadPatch patch_;
 

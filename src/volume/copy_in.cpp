@@ -144,6 +144,7 @@ NewFile FileImport::describe() {
     setDates(file);
     file.data = &source_.data();
     file.resource = &source_.resource();
+    file.hasSourceChanged = [this] { return source_.hasChanged(); };
     return file;
 }
 
@@ -263,6 +264,10 @@ CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
 CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
     switch (result) {
         case StoreResult::Done:
+            if (source_.hasChanged())
+                (void)LeaveOut(batch_, path_,
+                               "It changed while it took the place and the room of an older one; "
+                               "what is on the volume can be mixed.");
             return batch_.progress.fileEnd(0) ? CopyInResult::Done : CopyInResult::Stopped;
         case StoreResult::Exists:
             return LeaveOut(batch_, path_,
@@ -280,6 +285,8 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
                             "A fork of 2 GiB or more is too long for an HFS volume.");
         case StoreResult::SourceFailed:
             return LeaveOut(batch_, path_, "It could not be read whole.");
+        case StoreResult::SourceChanged:
+            return LeaveOut(batch_, path_, "It changed while it was copied.");
         case StoreResult::TargetFailed:
             return EndBatch(batch_, path_, "The image could not be written.");
         case StoreResult::Protected:

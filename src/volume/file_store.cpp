@@ -224,6 +224,10 @@ enum class Replacing {
     First  ///< before, as its blocks are needed
 };
 
+bool HasSourceChanged(const NewFile& file) {
+    return file.hasSourceChanged && file.hasSourceChanged();
+}
+
 /// One file on its way into the volume.
 class FileStore {
   public:
@@ -270,9 +274,13 @@ StoreResult FileStore::write() {
     for (const PlacedFork* fork : {&data_, &resource_})
         if (goesFirst_ && result == StoreResult::Done)
             result = TryToRead(*fork, progress_);
+    if (goesFirst_ && result == StoreResult::Done && HasSourceChanged(file_))
+        result = StoreResult::SourceChanged;
     for (const PlacedFork* fork : {&data_, &resource_})
         if (result == StoreResult::Done)
             result = WriteFork(volume_, *fork, !goesFirst_, progress_);
+    if (!goesFirst_ && result == StoreResult::Done && HasSourceChanged(file_))
+        result = StoreResult::SourceChanged;
     for (const PlacedFork* fork : {&data_, &resource_})
         if (result == StoreResult::Done)
             LogRuns(volume_, file_, *fork, progress_);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 #include "containers/fork_pair.hpp"
@@ -22,6 +23,9 @@ struct NewFile {
     bool isLocked = false;
     ByteSource* data = nullptr;      ///< null: an empty fork
     ByteSource* resource = nullptr;  ///< null: an empty fork
+    /// Asked when the forks were read, where they can change meanwhile; such a file is not added.
+    /// One whose blocks a replaced file had to give is: what was there is lost by then.
+    std::function<bool()> hasSourceChanged;
     /// The file that it takes the place of. It goes only when the new one is wholly there, unless
     /// there is room for the new one nowhere but in its blocks: an image that cannot be written, or
     /// a power cut, then costs both.
@@ -36,6 +40,7 @@ enum class StoreResult {
     FolderFull,     ///< the folder of an HFS volume takes no more items
     ForkTooLong,    ///< HFS keeps 31 bits of a fork's length
     SourceFailed,   ///< a fork ended before its length, or could not be read
+    SourceChanged,  ///< see `NewFile::hasSourceChanged`
     TargetFailed,   ///< the image did not take everything
     Protected,      ///< the file to be replaced is a hard link or a compressed one
     Attributes,     ///< the file to be replaced has extended attributes

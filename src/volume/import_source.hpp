@@ -50,6 +50,11 @@ class ImportSource {
     [[nodiscard]] ByteSource& resource() { return *resource_; }
     [[nodiscard]] std::uint64_t sizeBytes() const { return data_->size() + resource_->size(); }
 
+    /// Whether the file, or its companion, is another than when it was opened.
+    [[nodiscard]] bool hasChanged() const { return file_.hasChanged() || beside_.hasChanged(); }
+    /// Date of the last change of the file when it was opened.
+    [[nodiscard]] UnixSeconds openedDate() const { return file_.openedDate(); }
+
   private:
     [[nodiscard]] std::string openForks(const std::string& path, ImportClass importClass,
                                         bool plainIsResource,

@@ -38,18 +38,23 @@ TEST_F(CompileTest, AFileThatIsGoneEndsTheCompileWithItsName) {
     expectFailure(made, CompileResult::CopyFailed, "sub/goes.txt");
 }
 
-TEST_F(CompileTest, AFileThatShrinksWhileItIsCopiedEndsTheCompileWithItsName) {
-    // Small files are read in one piece, large ones in chunks: both ways are taken.
-    for (const std::size_t size : {std::size_t{5000}, std::size_t{6 << 20}}) {
-        write("a.txt", "first");
-        write("shrinks.bin", std::string(size, 'x'));
-        ProjectFile made = project();
-        progress_.onFile = [&](std::string_view name) {
-            if (name.ends_with("shrinks.bin"))
-                std::filesystem::resize_file(tree() + "/shrinks.bin", size / 2);
-        };
-        expectFailure(made, CompileResult::CopyFailed, "shrinks.bin");
-    }
+TEST_F(CompileTest, AFileThatChangesWhileItIsCopiedEndsTheCompileWithItsName) {
+    // Small files are read in one piece, large ones in chunks: both ways are taken. What changes
+    // when another file is begun changes between the plan and its own copy.
+    for (const std::size_t size : {std::size_t{5000}, std::size_t{6 << 20}})
+        for (const std::size_t newSize : {size / 2, size, size + 1})
+            for (const std::string_view when : {"a.txt", "changes.bin"}) {
+                write("a.txt", "first");
+                write("changes.bin", std::string(size, 'x'));
+                const std::string path = tree() + "/changes.bin";
+                std::filesystem::last_write_time(path, {});
+                ProjectFile made = project();
+                progress_.onFile = [&](std::string_view name) {
+                    if (name.ends_with(when))
+                        write("changes.bin", std::string(newSize, 'y'));
+                };
+                expectFailure(made, CompileResult::CopyFailed, "changes.bin");
+            }
 }
 
 TEST_F(CompileTest, AFileThatVanishesWhileItIsCopiedEndsTheCompileWithItsName) {
@@ -217,7 +222,8 @@ TEST(ImageWriterTest, FilesFollowOneAnotherOnBlocksAroundTheBuffersEnd) {
             const std::string path = folder.path() + "/" + std::to_string(i);
             const std::string content(sizes[i], static_cast<char>('a' + i));
             std::ofstream(path, std::ios::binary) << content;
-            ASSERT_EQ(writer.copyFile(path, path, sizes[i], blockSize), CopyResult::Done);
+            PcFile source(path, PcFile::Mode::Read);
+            ASSERT_EQ(writer.copyFile(source, path, sizes[i], blockSize), CopyResult::Done);
             expected += content;
             expected.resize(4096 +
                             (expected.size() - 4096 + blockSize - 1) / blockSize * blockSize);

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <tuple>
 
 #include "containers/codec_bench.hpp"
@@ -102,8 +103,13 @@ class AskedMessages final : public testing::KeptMessages {
 
 class StoppingProgress final : public Progress {
   public:
-    [[nodiscard]] bool chunk(std::uint64_t) override { return --left > 0; }
+    [[nodiscard]] bool chunk(std::uint64_t) override {
+        if (onChunk)
+            onChunk();
+        return --left > 0;
+    }
     int left = 1'000'000;
+    std::function<void()> onChunk;
 };
 
 class CopyInTest : public ::testing::TestWithParam<bool> {
@@ -471,6 +477,17 @@ TEST_P(CopyInTest, AFolderComesWithAllThatCanBeRead) {
     EXPECT_EQ(find("tree")->valence, 6u);
     ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
     testing::ExpectReadersFindNoFault(path_);
+}
+
+TEST_P(CopyInTest, AFileThatChangesWhileItIsCopiedIsLeftOut) {
+    write("log.txt", "as it was");
+    ASSERT_EQ(put("log.txt"), CopyInResult::Done);
+    write("log.txt", "newer");
+    progress_.onChunk = [&] { testing::WriteFile(in("log.txt"), BytesOf("newer and longer")); };
+    EXPECT_EQ(put("log.txt", {.existing = ExistingFiles::Replace}), CopyInResult::LeftOut);
+    EXPECT_EQ(messages_.skipped,
+              std::vector<std::string>{"log.txt: It changed while it was copied."});
+    EXPECT_EQ(data("log.txt"), "as it was");
 }
 
 TEST_P(CopyInTest, AFullVolumeOrAWishEndsTheBatch) {
