@@ -91,7 +91,7 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
         return kExitFailed;
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
-    if (!options.quiet)
+    if (!options.quiet && !options.toOutput)
         context.output << Printable(options.output) << ": " << ModeName(compile.mode) << ", "
                        << PcFactsOf(options.output).sizeBytes << " bytes\n";
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;

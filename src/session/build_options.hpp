@@ -21,6 +21,7 @@ struct BuildOptions {
     bool force = false;
     bool quiet = false;
     bool verbose = false;         ///< name every changed name
+    bool toOutput = false;        ///< the standard output takes the image, and no line about it
     bool projectChanged = false;  ///< before the build: it is saved with the image
 };
 

@@ -6,6 +6,7 @@
 #include "session/build_options.hpp"
 #include "session/file_modes.hpp"
 #include "session/open_project.hpp"
+#include "session/output_file.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
@@ -13,6 +14,7 @@
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/import_batch.hpp"
 
 namespace vellmark {
 
@@ -35,7 +37,13 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
     BuildOptions& build = options.build;
     if (build.output.empty())
         build.output = WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso");
-    build.output = FollowLink(build.output);
+    const OutputFile output(
+        build.output,
+        PcNameOfPath(WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso")));
+    if (!output.isReady(terminal.messages))
+        return kExitFailed;
+    build.output = output.path();
+    build.toOutput = output.isStandardOutput();
     if (AreSameFile(options.project, build.output)) {
         terminal.messages.showMessage(
             fmt::format("The image {} would replace its own project.", Printable(build.output)));
@@ -48,7 +56,8 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
         !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal,
                             build.projectChanged))
         return kExitFailed;
-    return RunBuild(*project, build, context, terminal);
+    const int status = RunBuild(*project, build, context, terminal);
+    return status == kExitFailed || output.send(context, terminal.messages) ? status : kExitFailed;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
@@ -56,7 +65,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("PROJECT", options->project, "Project file").required();
     arguments.add("-o,--output", options->build.output,
                   "Image to make; without it, the project's path with the extension iso, or dmg "
-                  "for --kind hfs");
+                  "for --kind hfs; - for the standard output");
     arguments.flag("--rebuild", options->rebuild,
                    "Bring the project up to date with the disk first");
     AddBuildOptions(arguments, options->build);

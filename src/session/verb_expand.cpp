@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "IO/disk_image.hpp"
+#include "session/output_file.hpp"
 #include "session/plain_image.hpp"
 #include "session/targets.hpp"
 #include "session/terminal.hpp"
@@ -37,7 +38,10 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     Messages& messages = terminal.messages;
-    const std::string target = FollowLink(options.target);
+    const OutputFile output(options.target, "image");
+    const std::string& target = output.path();
+    if (!output.isReady(messages))
+        return kExitFailed;
     if (AreSameFile(options.image, target)) {
         messages.showMessage(
             fmt::format("{} is the compressed image itself.", Printable(options.target)));
@@ -55,6 +59,10 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
     TellExpansion(result, name, messages);
     if (result.code != kFileExpanded)
         return kExitFailed;
+    if (output.isStandardOutput())
+        return !output.send(context, messages) ? kExitFailed
+               : result.isIncomplete           ? kExitSkipped
+                                               : kExitDone;
     if (!options.quiet)
         context.output << DoneSentence(options, result);
     return result.isIncomplete ? kExitSkipped : kExitDone;
@@ -63,7 +71,8 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ExpandVerbOptions>();
     arguments.add("IMAGE", options->image, "Compressed disk image (.dmg)").required();
-    arguments.add("TARGET", options->target, "Plain image to make").required();
+    arguments.add("TARGET", options->target, "Plain image to make; - for the standard output")
+        .required();
     arguments.flag("--verify", options->verify, "Compare the checksums that the image carries");
     arguments.flag("-f,--force", options->force, "Replace an existing file");
     arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");

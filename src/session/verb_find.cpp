@@ -91,8 +91,7 @@ int FindInProject(const FindOptions& options, CommandContext& context, Terminal&
             context.output << Printable(path) << (record->isFolder() ? "/\n" : "\n");
     }
     if (options.json)
-        context.output << JsonText(list)
-                       << '\n';
+        context.output << JsonText(list) << '\n';
     TellEnd(options, hits.size(), terminal.messages);
     return kExitDone;
 }

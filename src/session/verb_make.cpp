@@ -2,13 +2,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "project/inclusion.hpp"
 #include "session/build_options.hpp"
 #include "session/format_choice.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
+#include "session/output_file.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/signature_file.hpp"
 #include "session/targets.hpp"
@@ -56,6 +59,12 @@ std::string ContentsOf(const std::string& folder) {
     return pattern;
 }
 
+// What an image of the folder is called where it gets no name.
+std::string NameOfFolder(const std::string& folder) {
+    std::error_code error;
+    return std::filesystem::weakly_canonical(folder, error).filename().string() + ".iso";
+}
+
 int Make(MakeOptions& options, CommandContext& context) {
     if (options.format.contradicts())
         return UsageError(context, kName, FormatChoice::kContradiction);
@@ -64,8 +73,11 @@ int Make(MakeOptions& options, CommandContext& context) {
         return UsageError(context, kName, refusal);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
-    options.build.output = FollowLink(options.build.output);
+    const OutputFile output(options.build.output, NameOfFolder(options.folder));
+    options.build.output = output.path();
+    options.build.toOutput = output.isStandardOutput();
     if (!IsReadableFolder(options.folder, terminal.messages) ||
+        !output.isReady(terminal.messages) ||
         !MayMakeFile(options.build.output, options.build.force, terminal.messages))
         return kExitFailed;
     const TemporaryFolder folder;
@@ -91,15 +103,17 @@ int Make(MakeOptions& options, CommandContext& context) {
                                              inclusion, terminal.messages, terminal.progress);
     // An image without anything of what was wanted; each item has been told.
     const bool isVain = included.files + included.folders == 0 && included.skipped > 0;
-    return IsWorthSaving(included, terminal.messages) && !isVain
-               ? RunBuild(project, options.build, context, terminal)
-               : static_cast<int>(kExitFailed);
+    if (!IsWorthSaving(included, terminal.messages) || isVain)
+        return kExitFailed;
+    const int status = RunBuild(project, options.build, context, terminal);
+    return status == kExitFailed || output.send(context, terminal.messages) ? status : kExitFailed;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MakeOptions>();
     arguments.add("FOLDER", options->folder, "Folder whose contents go into the image").required();
-    arguments.add("-o,--output", options->build.output, "Image to make").required();
+    arguments.add("-o,--output", options->build.output, "Image to make; - for the standard output")
+        .required();
     options->format.addTo(arguments);
     arguments.add("-l,--label", options->label,
                   "Name of the volume; without it, the name of the image");

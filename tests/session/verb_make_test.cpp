@@ -42,6 +42,10 @@ TEST_F(MakeTest, TheKindSettlesTheSidesOfTheImage) {
         EXPECT_NE(out_.find(c.named), std::string::npos) << out_;
         EXPECT_EQ(SidesOf("out.iso"), c.sides) << c.named;
         EXPECT_EQ(CountIn("out.iso", kMarker), 1) << c.named;
+        line[3] = "-";
+        line.insert(line.end(), {"--label", "out"});
+        EXPECT_EQ(run(line), 0) << err_;
+        EXPECT_TRUE(out_ == test::Bytes("out.iso")) << "the standard output has the same bytes alone";
     }
     EXPECT_EQ(disk().size(), 5u) << "in, in/a.txt, in/sub, in/sub/b.exe, out.iso";
 }
