@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -20,7 +21,9 @@ std::string OneLine(std::string_view text) {
     std::string line(text);
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-    return line;
+    // A journal is shown on terminals too; its columns stand behind tabs.
+    return ReplaceNotShown(
+        line, [](char32_t scalar) { return std::string(scalar == '\t' ? "\t" : "\uFFFD"); });
 }
 
 }  // namespace

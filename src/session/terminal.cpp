@@ -41,11 +41,13 @@ void NoteSignal(int) {
     stopRequested = true;
 }
 
-// The texts break lines for the width of a dialog; a terminal breaks them itself.
+// The texts break lines for the width of a dialog; a terminal breaks them itself. Whatever name is
+// in them does nothing to it.
 std::string OneLine(std::string_view text) {
     std::string line(text);
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    return line;
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\t'; }, ' ');
+    return Printable(line);
 }
 
 /// What can be typed, behind a question.
