@@ -1,6 +1,9 @@
 // What the first argument decides, and the exit status of each kind of command line.
 #include "session/program.hpp"
 
+#include <new>
+#include <stdexcept>
+
 #include "session/file_modes.hpp"
 #include "session/session_bench.hpp"
 #include "support/backup_path.hpp"
@@ -49,6 +52,41 @@ TEST(FileModes, TheExtensionIsReplacedInTheNameAlone) {
                  {"d/.hidden", "d/.hidden.iso"}};
     for (const auto& c : cases)
         EXPECT_EQ(WithExtension(c.path, "iso"), c.result) << c.path;
+}
+
+// Memory is refused in the middle of a command: a clock that throws stands for the library.
+TEST_F(SessionTest, AnExceptionEndsACommandWithASentence) {
+    class ThrowingClock final : public Clock {
+      public:
+        explicit ThrowingClock(bool isMemory) : isMemory_(isMemory) {}
+        [[nodiscard]] UnixSeconds now() const override {
+            if (isMemory_)
+                throw std::bad_alloc();
+            throw std::length_error("too\x1Blong");
+        }
+        [[nodiscard]] std::int32_t zoneOffset(UnixSeconds) const override { return 0; }
+
+      private:
+        bool isMemory_;
+    };
+    Write("in/a.txt", "a");
+    for (const bool isMemory : {true, false})
+        for (const std::vector<std::string>& line :
+             {std::vector<std::string>{"make", "in", "-o", "a.iso"},
+              {"format", "a.img", "--size", "1M", "--label", "A"},
+              {"/L", "a.vlpr", "A"}}) {
+            const Disk before = disk();
+            std::istringstream input;
+            std::ostringstream output;
+            std::ostringstream errors;
+            const ThrowingClock clock(isMemory);
+            CommandContext context{input, output, errors, clock};
+            EXPECT_EQ(RunProgram(line, context), 1) << line[0];
+            EXPECT_NE(errors.str().find(isMemory ? "does not give the memory" : "too\uFFFDlong"),
+                      std::string::npos)
+                << line[0] << errors.str();
+            EXPECT_TRUE(disk() == before) << line[0];
+        }
 }
 
 TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {

@@ -69,6 +69,8 @@ TEST(Encoding, Windows1252) {
 }
 
 TEST(Encoding, PrintableNamesHoldNoControlCharacters) {
+    EXPECT_EQ(Printable("exe\u202Etxt\u200B\U000E0041"), "exe\uFFFDtxt\uFFFD\uFFFD");
+    EXPECT_EQ(Printable("\u0645\u06CC\u200C\u062E a\u200C"), "\u0645\u06CC\u200C\u062E a\uFFFD");
     EXPECT_EQ(Printable("a\x1B[0m\n\x7F"), "a\uFFFD[0m\uFFFD\uFFFD");
     EXPECT_EQ(Printable("\xC2\x9B\xFF\xC3\xA9"), "\uFFFD\uFFFDé");
     EXPECT_EQ(AsciiUpper("aZ09\xE9"), "AZ09\xE9");

@@ -54,15 +54,6 @@ TEST_F(PcFiles, EachModeMakesOrNeedsTheFile) {
     EXPECT_FALSE(PcFile().isOpen());
 }
 
-TEST_F(PcFiles, AFolderIsNoFile) {
-    for (const auto mode : {PcFile::Mode::Read, PcFile::Mode::ReadWrite}) {
-        PcFile file(folder_.path(), mode);
-        EXPECT_FALSE(file.isOpen());
-        EXPECT_EQ(file.error(), EISDIR);
-        EXPECT_FALSE(file.errorText().empty());
-    }
-}
-
 TEST_F(PcFiles, OpeningAPipeDoesNotWaitForItsOtherEnd) {
     ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
     PcFile file(at("pipe"), PcFile::Mode::Read);
@@ -111,19 +102,6 @@ TEST(PcDevices, AFullDeviceIsAFailureWithItsReason) {
         GTEST_SKIP() << "/dev/full is not there";
     EXPECT_FALSE(full.writeAt(0, Bytes(10)));
     EXPECT_EQ(full.error(), ENOSPC);
-}
-
-TEST_F(PcFiles, MovingHandsTheOpenFileOver) {
-    PcFile first(make("a", Ramp(3)), PcFile::Mode::Read);
-    PcFile second(std::move(first));
-    EXPECT_EQ(second.size(), 3u);
-    EXPECT_EQ(second.path(), at("a"));
-    PcFile third(make("b", Ramp(7)), PcFile::Mode::Read);
-    third = std::move(second);
-    EXPECT_EQ(third.size(), 3u);
-    EXPECT_EQ(third.path(), at("a"));
-    third.close();
-    EXPECT_FALSE(third.isOpen());
 }
 
 TEST_F(PcFiles, CopiesRangesAndSaysHowFarItCame) {
@@ -179,6 +157,43 @@ TEST_F(PcFiles, ATargetAppearsOnlyWhenItIsPublished) {
     }
     EXPECT_EQ(Contents(at("new")), Ramp(2));
     EXPECT_EQ(count(), 2u);
+}
+
+// 999999999 is above any process.
+TEST_F(PcFiles, WhatKilledRunsLeftIsRemovedAndNothingElse) {
+    for (const char* name : {".vellmark-999999999-0.tmp", ".vellmark-1-3.tmp", "mine.tmp",
+                             ".vellmark-999999999-kept.tmp", ".vellmark-1-kept.tmp",
+                             ".vellmark-1-x.tmp", ".vellmark--1.tmp"})
+        make(name, Ramp(1));
+    std::filesystem::create_directory(at(".vellmark-2-0.tmp"));
+    TargetFile inWork(at("a"));
+    EXPECT_EQ(count(), 6u) << "what another process left goes, by its lock and not by its number";
+    TargetFile other(at("b"));
+    EXPECT_EQ(count(), 7u) << "what is locked stays";
+    EXPECT_EQ(inWork.publish(false, false), 0);
+}
+
+TEST_F(PcFiles, AFileThatChangesBehindAReaderIsNoticed) {
+    const std::string path = make("a", Ramp(9));
+    const auto changes = [&](const auto& change) {
+        PcFile file(path, PcFile::Mode::Read);
+        const auto date = std::filesystem::last_write_time(path);
+        // The dates of a file move in steps of the system's clock.
+        for (PcFile tick(at("tick"), PcFile::Mode::CreateTruncate);
+             std::filesystem::last_write_time(at("tick")) <= date;)
+            EXPECT_TRUE(tick.writeAt(0, Ramp(1)));
+        change(date);
+        return file.hasChanged();
+    };
+    EXPECT_FALSE(changes([](auto) {}));
+    EXPECT_FALSE(
+        changes([&](auto) { std::filesystem::permissions(path, std::filesystem::perms{0600}); }));
+    EXPECT_TRUE(changes([&](auto) { std::filesystem::resize_file(path, 20); }));
+    EXPECT_TRUE(changes([&](auto) { make("a", Ramp(20)); }));
+    EXPECT_TRUE(changes([&](auto date) {
+        make("a", Ramp(20));
+        std::filesystem::last_write_time(path, date);
+    })) << "the date was set back";
 }
 
 TEST_F(PcFiles, ATargetInAFolderThatIsNotThereFails) {
@@ -268,14 +283,6 @@ TEST(TemporaryFolders, GoAwayWithWhatIsInThem) {
         PcFile(path + "/a/b/c", PcFile::Mode::CreateNew).close();
     }
     EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST(PcPaths, FolderOfTakesOffTheLastPart) {
-    EXPECT_EQ(FolderOf("a"), ".");
-    EXPECT_EQ(FolderOf("/a"), "/");
-    EXPECT_EQ(FolderOf("/a/b"), "/a");
-    EXPECT_EQ(FolderOf("a/b/"), "a/b");
-    EXPECT_EQ(FolderOf(""), ".");
 }
 
 TEST(PcPaths, RoomIsKnownOfFoldersThatAreThere) {

@@ -23,10 +23,35 @@ TEST(SafePcName, NoNameLeavesItsFolder) {
                  {"../../etc/passwd", ".._.._etc_passwd"},
                  {"/", "_"},
                  {std::string("\0\0x", 3), "__x"},
-                 {"Icon\r", "Icon\r"},
+                 {"Icon\r", "Icon\uF00D"},
+                 {"a\x1B[2J\x7F\u0085", "a\uF01B[2J__"},
+                 {"gpj\u202Eexe.\u200B", "gpj_exe._"},
+                 {"\xE2\x80\xFF", "\xE2\x80\xFF"},
+                 {"\u2764\uFE0F a\u200D", "\u2764\uFE0F a_"},
                  {"a:b", "a:b"}};
     for (const auto& c : cases)
         EXPECT_EQ(SafePcName(c.name), c.safe) << c.name;
+}
+
+// A second name that the folder takes for the first one: hard links stand for it here.
+TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
+    const TemporaryFolder outer;
+    const std::string folder = outer.path() + "/new";
+    const FillTarget fill = [](PcFile&, PcFile*) { return std::string(); };
+    PcTargets targets("");
+    ASSERT_EQ(targets.enter(folder), "");
+    ASSERT_EQ(targets.write({folder + "/a", folder + "/._a", true, {}}, fill).problem, "");
+    fs::create_hard_link(folder + "/a", folder + "/A");
+    fs::create_hard_link(folder + "/._a", folder + "/._A");
+    std::ofstream(folder + "/b") << "older";
+    fs::create_directory_symlink("/", folder + "/link");
+    for (const auto& [name, isRefused] : {std::pair{"/A", true}, std::pair{"/._A", true},
+                                          std::pair{"/b", false}, std::pair{"/c", false}})
+        EXPECT_EQ(!targets.refusalOf(folder + name).empty(), isRefused) << name;
+    EXPECT_NE(targets.enter(folder + "/link").find("symbolic link"), std::string::npos);
+    ASSERT_EQ(targets.enter(folder + "/sub"), "");
+    targets.leave({});
+    EXPECT_NE(targets.enter(folder + "/sub"), "") << "it came from another item";
 }
 
 std::string Contents(const std::string& path) {

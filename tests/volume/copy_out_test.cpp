@@ -400,6 +400,19 @@ TEST_P(CopyOutTest, ContentsThatAreStoredCompressedAreNamed) {
     EXPECT_TRUE(messages_.texts.empty());
 }
 
+// The checksums are those of a table-driven CRC-16/XMODEM over the whole names, low digit first.
+TEST(PcFileName, ANameThatIsTooLongIsCutAtACharacterAndKeepsItsExtension) {
+    const std::string letters(200, 'n');
+    std::string accents;
+    for (int i = 0; i < 130; ++i)
+        accents += "\u00E9";
+    EXPECT_EQ(PcFileName(letters + letters), letters + std::string(50, 'n') + "-E703");
+    EXPECT_EQ(PcFileName(accents + ".txt", 254), accents.substr(0, 244) + "-43B6.txt");
+    EXPECT_EQ(PcFileName(accents + ".pages", 254), accents.substr(0, 248) + "-9C06");
+    EXPECT_EQ(PcFileName(letters + "\r", 203), letters + "\uF00D");
+    EXPECT_NE(PcFileName(letters + letters + "1"), PcFileName(letters + letters + "2"));
+}
+
 TEST(PcTargetName, FollowsThePolicy) {
     const SignatureTable table =
         SignatureTable::Parse("GIF,GIFfogle,\r\n,JPEGxxxx,\r\n\xC9T\xC9,ETE yyyy,\r\n", false);
