@@ -81,6 +81,7 @@ TEST_F(SessionTest, AnExceptionEndsACommandWithASentence) {
             std::ostringstream errors;
             const ThrowingClock clock(isMemory);
             CommandContext context{input, output, errors, clock};
+            context.lockFolder = (root() / "lock").string();
             EXPECT_EQ(RunProgram(line, context), 1) << line[0];
             EXPECT_NE(errors.str().find(isMemory ? "does not give the memory" : "too\uFFFDlong"),
                       std::string::npos)
