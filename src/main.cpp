@@ -75,7 +75,8 @@ int main(int argc, char** argv) {
         return Run(argc, argv);
     } catch (const std::exception&) {
         // Only what comes before and behind a command ends here, and it only needs memory.
-        (void)std::fputs("vellmark: The system does not give the memory that this needs.\n", stderr);
+        (void)std::fputs("vellmark: The system does not give the memory that this needs.\n",
+                         stderr);
         return vellmark::kExitFailed;
     }
 }

@@ -45,7 +45,8 @@ TEST_F(MakeTest, TheKindSettlesTheSidesOfTheImage) {
         line[3] = "-";
         line.insert(line.end(), {"--label", "out"});
         EXPECT_EQ(run(line), 0) << err_;
-        EXPECT_TRUE(out_ == test::Bytes("out.iso")) << "the standard output has the same bytes alone";
+        EXPECT_TRUE(out_ == test::Bytes("out.iso"))
+            << "the standard output has the same bytes alone";
     }
     EXPECT_EQ(disk().size(), 5u) << "in, in/a.txt, in/sub, in/sub/b.exe, out.iso";
 }
