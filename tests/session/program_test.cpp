@@ -70,11 +70,12 @@ TEST_F(SessionTest, AnExceptionEndsACommandWithASentence) {
         bool isMemory_;
     };
     Write("in/a.txt", "a");
+    ASSERT_EQ(run({"new", "p.vlpr"}) + run({"add", "p.vlpr", "in"}), 0) << err_;
     for (const bool isMemory : {true, false})
         for (const std::vector<std::string>& line :
              {std::vector<std::string>{"make", "in", "-o", "a.iso"},
               {"format", "a.img", "--size", "1M", "--label", "A"},
-              {"/L", "a.vlpr", "A"}}) {
+              {"/C", "p.vlpr"}}) {
             const Disk before = disk();
             std::istringstream input;
             std::ostringstream output;
