@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include "support/encoding.hpp"
@@ -26,6 +27,29 @@ std::string OneLine(std::string_view text) {
         line, [](char32_t scalar) { return std::string(scalar == '\t' ? "\t" : "\uFFFD"); });
 }
 
+// The end of the time that a line begins with, see `JournalTime`; nothing for any other text.
+const char* EndOfTime(const char* text) {
+    int end = -1;
+    (void)std::sscanf(text, "%*4d/%*2d/%*2d - %*2d:%*2d:%*2d:%*2d%n", &end);
+    return end < 0 ? nullptr : text + end;
+}
+
+// A journal begins with a mark or with the time of a line, also where an editor changed the line
+// ends. Leaves the file at its end.
+bool IsEmptyOrJournal(std::FILE& file) {
+    std::array<char, 64> begin{};
+    const std::size_t count = std::fread(begin.data(), 1, begin.size() - 1, &file);
+    if (std::ferror(&file) != 0 || std::fseek(&file, 0, SEEK_END) != 0)
+        return false;
+    const std::string_view text(begin.data(), count);
+    const std::string_view stars = kMark.substr(0, kMark.find('\r'));
+    if (text.starts_with(stars))
+        return text.size() == stars.size() || text[stars.size()] == '\r' ||
+               text[stars.size()] == '\n';
+    const char* rest = EndOfTime(begin.data());
+    return count == 0 || (rest && (*rest == '\t' || std::string_view(rest).starts_with(" - ")));
+}
+
 }  // namespace
 
 std::string JournalTime(const Clock& clock) {
@@ -46,6 +70,10 @@ std::string Journal::open(const std::string& path) {
     file_.reset(std::fopen(path.c_str(), "a+be"));
     if (!isOpen())
         return SystemErrorText(errno);
+    if (!IsEmptyOrJournal(*file_)) {
+        file_.reset();
+        return "It holds something else than a journal";
+    }
     path_ = path;
     return "";
 }

@@ -18,8 +18,9 @@ class Journal {
     /// The clock must outlive the journal.
     explicit Journal(const Clock& clock) : clock_(&clock) {}
 
-    /// Goes on at the end of the file, which is made when it is not there. A journal that was open
-    /// is closed. The reason, in words, why that cannot be; "" when it is open.
+    /// Goes on at the end of the file, which is made when it is not there. A file that holds
+    /// anything but a journal stays as it is. A journal that was open is closed. The reason, in
+    /// words, why that cannot be; "" when it is open.
     [[nodiscard]] std::string open(const std::string& path);
     [[nodiscard]] bool isOpen() const { return file_ != nullptr; }
     /// Of the open file, "" when there is none.

@@ -61,17 +61,30 @@ TEST_F(SessionTest, JournalLinesHaveTheirTimeAndEndInCrLf) {
         EXPECT_EQ(JournalTime(clock), t.time);
     }
     clock.value = 0;
-    Write("a.log", "old\r\n");
     Journal journal(clock);
     journal.message("lost");
     EXPECT_NE(journal.open("none/a.log"), "");
     EXPECT_NE(journal.open("/dev/null"), "");
+    // Catches a setting or an option that names an image, a project or a letter.
+    for (const std::string other :
+         {"x", "***********\r\n", "1/2/3\r\n", "2001/9/9 -  2:46:40:07"}) {
+        Write("other", other);
+        EXPECT_NE(journal.open("other"), "") << other;
+        journal.close();
+        EXPECT_EQ(Bytes("other"), other);
+    }
+    for (const char* own : {"", "**********\n", "2001/9/9 -  2:46:40:07\tbad\r\n"}) {
+        Write("a.log", own);
+        EXPECT_EQ(journal.open("a.log"), "") << own;
+        journal.close();
+    }
+    Write("a.log", "1999/12/31 - 23:59:59:99 - old\r\n");
     ASSERT_EQ(journal.open("a.log"), "");
     journal.mark();
     journal.message("two\nlines");
     journal.failure("bad");
     const std::string begin =
-        "old\r\n**********\r\n1970/1/1 -  1:00:00:00 - two lines\r\n"
+        "1999/12/31 - 23:59:59:99 - old\r\n**********\r\n1970/1/1 -  1:00:00:00 - two lines\r\n"
         "1970/1/1 -  1:00:00:00\tbad\r\n";
     EXPECT_EQ(Bytes("a.log"), begin) << "messages are there at once";
     journal.step(1, "==>One./Un.");
