@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "volume/bad_blocks.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/pc_side.hpp"
@@ -171,6 +172,8 @@ TreeResult CheckpointVolume(VolumeContext& volume, const Clock& clock) {
         return TreeResult::Done;
     if (!CommitBatch(volume))
         return TreeResult::Failed;
+    if (const TreeResult result = GivePcSideAnOwner(volume); result != TreeResult::Done)
+        return result;
     for (TreeCursor* tree : {&volume.catalog, &volume.extents})
         if (const TreeResult result = FlushTree(*tree); result != TreeResult::Done)
             return result;

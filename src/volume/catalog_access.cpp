@@ -4,6 +4,7 @@
 #include <array>
 
 #include "volume/catalog_keys.hpp"
+#include "volume/fork_reader.hpp"
 
 namespace vellmark {
 
@@ -27,6 +28,15 @@ std::optional<CatalogRecordType> RecordTypeOf(const VolumeContext& volume, Const
         data.size() < lengths[data[at]])
         return std::nullopt;
     return static_cast<CatalogRecordType>(data[at]);
+}
+
+std::array<std::vector<BlockRun>, 2> RunsOfForks(const VolumeContext& volume, ByteSpan data) {
+    if (volume.isHfsPlus) {
+        const auto& record = RecordIn<HfsPlusFileRecord>(data);
+        return {RunsOf(record.dataFork.extents), RunsOf(record.resourceFork.extents)};
+    }
+    const auto& record = RecordIn<HfsFileRecord>(data);
+    return {RunsOf(record.dataExtents), RunsOf(record.resourceExtents)};
 }
 
 std::uint32_t CurrentItemId(VolumeContext& volume) {

@@ -2,9 +2,11 @@
 // that was found last.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <vector>
 
 #include "volume/catalog_name.hpp"
 #include "volume/hfs_plus_structures.hpp"
@@ -26,6 +28,10 @@ template <typename Record>
 [[nodiscard]] Record& RecordIn(ByteSpan data) {
     return *reinterpret_cast<Record*>(data.data());
 }
+
+/// The runs that a file record holds, of the data fork and of the resource fork.
+[[nodiscard]] std::array<std::vector<BlockRun>, 2> RunsOfForks(const VolumeContext& volume,
+                                                               ByteSpan data);
 
 /// The id that the current folder or file record tells; 0 when it is neither.
 [[nodiscard]] std::uint32_t CurrentItemId(VolumeContext& volume);

@@ -2,7 +2,6 @@
 
 #include <fmt/core.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -14,7 +13,6 @@
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_protection.hpp"
 #include "volume/overflow_extents.hpp"
-#include "volume/pc_side.hpp"
 #include "volume/volume_change.hpp"
 
 namespace vellmark {
@@ -25,18 +23,14 @@ constexpr int kTextDeletion = 1089;
 constexpr int kTextFolderNotEmpty = 1163;
 
 // Frees runs, each of which must lie in the volume and be in use: the blocks of others would go
-// with them, and runs that overlap would be counted twice. What the PC side needs becomes blocks
-// that are not to be given out; without a node to say so they are in use all the same.
+// with them, and runs that overlap would be counted twice. What the PC side needs stays
+// in use, and gets an owner when the change is written (volume/bad_blocks.hpp).
 TreeResult FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs) {
         if (std::uint64_t{run.startBlock} + run.blockCount > volume.totalBlocks() ||
             !IsInUse(volume.allocation, run))
             return TreeResult::Damaged;
         FreeExtents(volume, {run});
-        for (const BlockRun& kept : WithinPcSide(volume, run))
-            if (const TreeResult result = AddToBadBlocks(volume, kept);
-                result != TreeResult::Done && result != TreeResult::Full)
-                return result;
     }
     return TreeResult::Done;
 }
@@ -146,17 +140,10 @@ EditResult DeleteFile(VolumeContext& volume, std::uint32_t parentId, const Catal
     if (RecordTypeOf(volume, data) != CatalogRecordType::File)
         return EditResult::Damaged;
     const std::uint32_t id = CurrentItemId(volume);
-    std::array<std::vector<BlockRun>, 2> runs;
-    if (volume.isHfsPlus) {
-        const auto& record = RecordIn<HfsPlusFileRecord>(data);
-        runs = {RunsOf(record.dataFork.extents), RunsOf(record.resourceFork.extents)};
-    } else {
-        const auto& record = RecordIn<HfsFileRecord>(data);
-        runs = {RunsOf(record.dataExtents), RunsOf(record.resourceExtents)};
-    }
-    result = FreeFork(volume, id, kDataFork, runs[0]);
+    const auto [dataRuns, resourceRuns] = RunsOfForks(volume, data);
+    result = FreeFork(volume, id, kDataFork, dataRuns);
     if (result == TreeResult::Done)
-        result = FreeFork(volume, id, kResourceFork, runs[1]);
+        result = FreeFork(volume, id, kResourceFork, resourceRuns);
     if (result == TreeResult::Done)
         result = RemoveRecords(volume, key, id);
     CountItem(volume, parentId, false, -1);

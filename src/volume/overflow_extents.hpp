@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "volume/catalog_keys.hpp"
+#include "volume/catalog_records.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/volume_context.hpp"
 
@@ -23,19 +24,25 @@ struct OverflowRecord {
     std::vector<BlockRun> runs;
 };
 
+/// The records of a fork whose first `heldRuns` runs stand elsewhere, as its catalog record.
+[[nodiscard]] std::vector<OverflowRecord> OverflowRecords(bool isHfsPlus, std::uint32_t fileId,
+                                                          std::uint8_t fork,
+                                                          const std::vector<BlockRun>& runs,
+                                                          std::size_t heldRuns);
+
+/// The bytes behind the key.
+[[nodiscard]] RecordData OverflowData(bool isHfsPlus, const OverflowRecord& record);
+
 /// All records that a fork has in the tree; `fork` is 0 for data, 255 for the resource fork.
 [[nodiscard]] TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                                     std::vector<OverflowRecord>& records);
 
-/// Writes down those of a new fork's runs that its catalog record does not hold. The tree grows
-/// where it has to: `Full` when there is no room for that.
+/// Adds one record. The tree grows where it has to: `Full` when there is no room for that.
+[[nodiscard]] TreeResult AddOverflowRecord(VolumeContext& volume, const OverflowRecord& record);
+
+/// Writes down those of a new fork's runs that its catalog record does not hold.
 [[nodiscard]] TreeResult AddOverflow(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
                                      const std::vector<BlockRun>& runs);
-
-/// Adds a run to the file of blocks that are not to be given out, which has all its runs in the
-/// tree: other systems then know why no file has them. `Full` when the tree has no free node for
-/// it; nothing is changed then.
-[[nodiscard]] TreeResult AddToBadBlocks(VolumeContext& volume, BlockRun run);
 
 /// Writes down a further run of the catalog's file, whose header tells `told` of its `oldBlocks`:
 /// behind the last record that it has in the tree, as long as that one has room, else in a record

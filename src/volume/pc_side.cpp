@@ -103,19 +103,4 @@ std::vector<BlockRun> WithoutPcSide(const VolumeContext& volume, BlockRun run) {
     return parts;
 }
 
-std::vector<BlockRun> WithinPcSide(const VolumeContext& volume, BlockRun run) {
-    std::vector<BlockRun> parts;
-    std::uint32_t from = run.startBlock;
-    const auto addUpTo = [&](std::uint32_t block) {
-        if (from < block)
-            parts.push_back({from, block - from});
-    };
-    for (const BlockRun& other : WithoutPcSide(volume, run)) {
-        addUpTo(other.startBlock);
-        from = other.startBlock + other.blockCount;
-    }
-    addUpTo(run.startBlock + run.blockCount);
-    return parts;
-}
-
 }  // namespace vellmark

@@ -14,8 +14,7 @@ namespace vellmark {
 /// volume's own structures lie in them.
 void FindPcSide(VolumeContext& volume);
 
-/// The parts of a run that the PC side does not need, and those that it does.
+/// The parts of a run that the PC side does not need.
 [[nodiscard]] std::vector<BlockRun> WithoutPcSide(const VolumeContext& volume, BlockRun run);
-[[nodiscard]] std::vector<BlockRun> WithinPcSide(const VolumeContext& volume, BlockRun run);
 
 }  // namespace vellmark

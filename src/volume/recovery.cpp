@@ -31,10 +31,9 @@ std::uint32_t CatchUpWithRecord(VolumeContext& volume, ConstByteSpan key, ByteSp
         case CatalogRecordType::Folder:
             return RecordIn<HfsFolderRecord>(data).folderId;
         case CatalogRecordType::File: {
-            const auto& file = RecordIn<HfsFileRecord>(data);
-            MarkAsUsed(volume, RunsOf(file.dataExtents));
-            MarkAsUsed(volume, RunsOf(file.resourceExtents));
-            return file.fileId;
+            for (const std::vector<BlockRun>& fork : RunsOfForks(volume, data))
+                MarkAsUsed(volume, fork);
+            return RecordIn<HfsFileRecord>(data).fileId;
         }
         default:
             return KeyParent(key);

@@ -49,8 +49,10 @@ class Image:
 
     @property
     def problems(self):
-        """What is wrong with the image."""
-        return [text for text in self.examination.problems if not KEPT.match(text)]
+        """What is wrong with the image; every used block of its volume has an owner."""
+        orphans = self.volume.orphans() if self.volume else 0
+        return ([text for text in self.examination.problems if not KEPT.match(text)] +
+                [f"{orphans} blocks are in use without an owner"] * (orphans > 0))
 
     @property
     def volume_sector(self):

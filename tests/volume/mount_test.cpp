@@ -22,25 +22,6 @@ class Mount : public ::testing::Test {
     VolumeContext volume_;
 };
 
-TEST_F(Mount, HfsBehindAMap) {
-    Bytes disk = MappedDisk(60);
-    PutHfs(disk, 96, {}, "Caf\x8E/b");
-    ASSERT_TRUE(mount(disk));
-    EXPECT_FALSE(volume_.isHfsPlus);
-    EXPECT_FALSE(volume_.readOnlyReasons.any());
-    EXPECT_EQ(volume_.partitionStart, 96u);
-    EXPECT_EQ(volume_.volumeOffset, 96u + 5);
-    EXPECT_EQ(volume_.partitionSectors, 60u);
-    EXPECT_EQ(volume_.totalSectors, 200u) << "as the driver descriptor tells";
-    EXPECT_EQ(volume_.blockSize, 1024u);
-    EXPECT_EQ(volume_.sectorsPerBlock, 2u);
-    EXPECT_EQ(volume_.bitmapSectors, 2u);
-    EXPECT_EQ(volume_.bitmapBytes, 1024u);
-    EXPECT_EQ(volume_.totalBlocks(), 20u);
-    EXPECT_EQ(volume_.catalog.nodeSize, 512u);
-    EXPECT_EQ(VolumeName(volume_), "Café:b");
-}
-
 TEST_F(Mount, APartitionEndsWithTheImageWhateverTheMapTells) {
     Bytes disk = MappedDisk(0xFFFFFF00);
     PutHfs(disk, 96, {}, "A");
@@ -63,22 +44,6 @@ TEST_F(Mount, BareVolumesAreForReading) {
     EXPECT_EQ(volume_.totalSectors, 60u);
 }
 
-TEST_F(Mount, HfsPlusWithEitherSignature) {
-    for (const std::uint16_t signature : {kHfsPlusSignature, kHfsxSignature}) {
-        Bytes disk = MappedDisk(64);
-        PutHfsPlus(disk, 96, {.signature = signature});
-        ASSERT_TRUE(mount(disk));
-        EXPECT_TRUE(volume_.isHfsPlus);
-        EXPECT_EQ(volume_.partitionStart, 96u);
-        EXPECT_EQ(volume_.volumeOffset, 96u);
-        EXPECT_EQ(volume_.totalSectors, 60u) << "of the volume, not of the disk";
-        EXPECT_EQ(volume_.bitmapBytes, 8u);
-        EXPECT_EQ(volume_.catalog.nodeSize, 1024u);
-        EXPECT_EQ(volume_.extents.nodeSize, 512u);
-    }
-}
-
-// HFSX compares by the tree's own word; HFS+ never by value alone.
 TEST_F(Mount, BinaryNamesOnlyWithTheSignatureForThem) {
     struct Case {
         std::uint16_t signature;

@@ -5,6 +5,7 @@
 #include "IO/iso_image.hpp"
 #include "IO/redo_log.hpp"
 #include "volume/allocation.hpp"
+#include "volume/bad_blocks.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/overflow_extents.hpp"
@@ -135,6 +136,7 @@ CatalogName NameOf(const VolumeContext& volume, const std::string& letters) {
 }
 
 std::vector<Bytes> StateOf(VolumeContext& volume) {
+    (void)GivePcSideAnOwner(volume);
     MasterDirectoryBlock hfsHeader = volume.mdb;
     VolumeHeader plusHeader = volume.vhb;
     AllocationState allocation = volume.allocation;
