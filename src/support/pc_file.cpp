@@ -392,7 +392,6 @@ int TargetFile::publish(bool replace, bool durable) {
     if (const int error = giveName(replace); error != 0)
         return error;
     published_ = true;
-    file_.unlock();
     return isKept ? FlushFolder(FolderOf(path_)) : 0;
 }
 

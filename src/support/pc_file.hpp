@@ -148,7 +148,8 @@ class TargetFile {
 
     /// Opens the temporary file in the folder of `path`; see `file().isOpen()`. With `rightsOf`
     /// that file's owner and permissions are the ones that count, in place of the older file's.
-    /// Until it gets its name it is locked, so that others see that it is in work.
+    /// It is locked while it is open, so that others see that it is in work; who takes `file` over
+    /// when it has its name takes the lock along.
     explicit TargetFile(std::string path, const std::string& rightsOf = {},
                         Sweep sweep = Sweep::Yes);
     /// Removes what was not published.
