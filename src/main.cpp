@@ -13,6 +13,7 @@
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
 #include "session/verbs.hpp"
+#include "support/file_lock.hpp"
 
 namespace {
 
@@ -51,6 +52,8 @@ int Run(int argc, char** argv) {
     std::error_code ignored;
     const std::string temporary = std::filesystem::temp_directory_path(ignored).string();
     const bool showsErrors = ::isatty(STDERR_FILENO) != 0;
+    // Not in the braces below: g++ 12 then takes the text in it for uninitialised at -O3.
+    const FileGuard guard{kLockWaitMs, LogFolder(Variable("XDG_STATE_HOME"), home)};
     CommandContext context{.input = std::cin,
                            .output = std::cout,
                            .errors = std::cerr,
@@ -60,7 +63,7 @@ int Run(int argc, char** argv) {
                            .asks = showsErrors && ::isatty(STDIN_FILENO) != 0,
                            .showsProgress = showsErrors,
                            .lockFolder = RuntimeFolder(Variable("XDG_RUNTIME_DIR"), temporary),
-                           .guard = {kLockWaitMs, LogFolder(Variable("XDG_STATE_HOME"), home)},
+                           .guard = guard,
                            .settings = &settings,
                            .locale = MessageLocale(),
                            .shippedSignatures = ShippedSignatures()};
