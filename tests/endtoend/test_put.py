@@ -85,7 +85,8 @@ class Put(Case):
         for kind, (_, put) in self.images.items():
             with self.subTest(kind=kind):
                 self.assertIn(b"pipe: It is a pipe", put.stderr)
-                self.assertEqual(put.stderr.count(b"\n"), 1)
+                # On HFS two names are shortened, under a line of their own.
+                self.assertEqual(put.stderr.count(b"\n"), 4 - 3 * (kind == "plus"))
                 self.assertIn(b" - Copied: 7 f. (0.976 MB)", put.stdout)
 
     @unittest.skipUnless(shutil.which("hmount"), "needs hfsutils")
@@ -144,7 +145,8 @@ class Put(Case):
                         got = self.vellmark("get", image, "Fünf", "--mode", mode, "-o", target)
                         self.assertEqual((got.returncode, got.stderr), (DONE, b""))
                     if mode == "macbinary":
-                        self.assertEqual((first / "Fünf").read_bytes(), sent)
+                        self.assertEqual((first / "Fünf").read_bytes(),
+                                         sent + bytes(-len(sent) % 128))
                     # Dates of the other forms are those of the PC file.
                     for name in os.listdir(first):
                         ours, theirs = ((folder / name).read_bytes() for folder in (first, second))
@@ -243,7 +245,8 @@ class PutRefuses(Case):
             self.vellmark("format", image, "--size", "2M", "--label", "V", *options)
             for run in range(2):
                 put = self.vellmark("put", image, LONG, "--replace", "yes")
-                self.assertEqual((put.returncode, put.stderr), (DONE, b""), run)
+                self.assertEqual(put.returncode, DONE, run)
+                self.assertEqual(b"names were shortened" in put.stderr, kind == "hfs")
             files = Image(image).mac_files()
             self.assertEqual(sorted(entry.data.read() for entry in files.values()), [b"1", b"2"])
             self.assertEqual(len({path[0] for path in files}), 1)
