@@ -155,6 +155,7 @@ CopyInResult FolderImport::putContents(const std::string& path, std::uint32_t id
         (void)LeaveOut(batch_, path, fmt::format("It cannot be read: {}.", SystemErrorText(error)));
     // A name that needs no change is not to be taken by one that was changed into it.
     std::vector<const PcItem*> order;
+    order.reserve(items.size());
     for (const PcItem& item : items)
         order.push_back(&item);
     std::stable_partition(order.begin(), order.end(), [this](const PcItem* item) {
