@@ -114,7 +114,7 @@ ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPa
         result.problem = fmt::format("{}: {}", name, result.problem);
         return result;
     }
-    if (const int error = target.publish(true, false); error != 0)
+    if (const int error = target.publish(true, !options.isPassing); error != 0)
         return notMade(kExpansionFailed, error);
     RemoveRedoLogs(outPath, options.guard);
     result.code = kFileExpanded;

@@ -23,6 +23,7 @@ inline constexpr std::int64_t kFileNotExpanded = -2;
 
 struct ExpandOptions {
     bool verify = false;      ///< compare the checksums that the image carries
+    bool isPassing = false;   ///< the plain image is passed on, and need not outlast a power cut
     std::string status = {};  ///< what the progress says about it
     FileGuard guard = {};     ///< of a file that the plain image replaces
     unsigned threads = 0;  ///< that expand blocks, at most four; 0 for as many as there are cores

@@ -337,7 +337,7 @@ CompileResult Compiler::write() {
     JournalStep(context_, CompileStep::WriteTables);
     if ((tables && !CopyTables(iso_, *tables, image)) || !image.setSize(imageBytes()))
         return targetFailed(image.error());
-    const int error = target.publish(context_.replace, false);
+    const int error = target.publish(context_.replace, !context_.isPassing);
     if (error != 0)
         return targetFailed(error);
     RemoveRedoLogs(context_.targetPath, context_.guard);

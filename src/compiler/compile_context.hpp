@@ -64,6 +64,7 @@ struct CompileContext {
     std::uint64_t freeBytes = 0;         ///< room in the Macintosh volume that no file takes
     bool strictIso = false;       ///< sort the ISO trees as ECMA-119 asks, and tell of deep folders
     bool replace = false;         ///< an existing image may be replaced
+    bool isPassing = false;       ///< the image is passed on, and need not outlast a power cut
     bool projectChanged = false;  ///< since it was opened: save it with the image
     FileGuard guard = {};         ///< of an image that is replaced
     std::string tableFolder = ".";              ///< where the temporary tables lie

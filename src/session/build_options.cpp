@@ -82,6 +82,7 @@ int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& 
     compile.strictIso = options.strictIso;
     compile.freeBytes = SizeOf(options.free, kMegabyte).value_or(0);
     compile.replace = options.force;
+    compile.isPassing = options.toOutput;
     compile.guard = context.guard;
     compile.projectChanged = options.projectChanged;
     compile.tableFolder = tables.path();

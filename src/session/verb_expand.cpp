@@ -53,6 +53,7 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
     const ExpandResult result =
         ExpandImageFile(options.image, target, terminal.progress,
                         {.verify = options.verify,
+                         .isPassing = output.isStandardOutput(),
                          .status = FormatText(kTextDecompressing, context.language, name),
                          .guard = context.guard});
     terminal.progress.clear();
