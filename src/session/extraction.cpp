@@ -31,8 +31,8 @@ Extraction Extractor::take(TreeView& tree, const ViewEntry& entry, const std::st
         targets_.abandonFolders();
         return Extraction::Stopped;
     }
-    targets_.leave(entry.modified);
-    return Extraction::Done;
+    const std::string sentence = targets_.leave(entry.modified);
+    return sentence.empty() ? Extraction::Done : skip(entry, sentence);
 }
 
 Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& sink) {
@@ -67,7 +67,8 @@ bool Extractor::enter(const ViewEntry& folder) {
 }
 
 void Extractor::leave(const ViewEntry& folder) {
-    targets_.leave(folder.modified);
+    if (const std::string sentence = targets_.leave(folder.modified); !sentence.empty())
+        skip(folder, sentence);
 }
 
 void Extractor::problem(const std::string& sentence) {

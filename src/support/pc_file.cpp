@@ -93,8 +93,8 @@ bool IsAbandoned(int folder, const char* name, const TemporaryName& parts) {
     return (isLockKnown && !parts.isKept) || (::kill(parts.process, 0) != 0 && errno == ESRCH);
 }
 
-// Hands the names in a folder to the device. 0, or the system's error number; a file system that
-// cannot do it keeps its own order, and a folder that may not be read hands over nothing.
+}  // namespace
+
 int FlushFolder(const std::string& folder) {
     const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
@@ -103,8 +103,6 @@ int FlushFolder(const std::string& folder) {
     ::close(descriptor);
     return error == EINVAL || error == EROFS ? 0 : error;
 }
-
-}  // namespace
 
 PcFile::PcFile(std::string_view path, Mode mode) : path_(path) {
     // O_NONBLOCK: opening a pipe must not wait for its other end. It does nothing to plain files.
@@ -392,7 +390,7 @@ int TargetFile::publish(bool replace, bool durable) {
     if (const int error = giveName(replace); error != 0)
         return error;
     published_ = true;
-    return isKept ? FlushFolder(FolderOf(path_)) : 0;
+    return durable ? FlushFolder(FolderOf(path_)) : 0;
 }
 
 void RemoveAbandonedTargets(const std::string& folder) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -207,9 +208,20 @@ std::string PcTargets::enter(const std::string& folder) {
     return {};
 }
 
-void PcTargets::leave(const std::optional<UnixSeconds>& modified) {
-    SetDate(folders_.back().path, modified);
+std::string PcTargets::leave(const std::optional<UnixSeconds>& modified) {
+    const OpenFolder left = std::move(folders_.back());
     folders_.pop_back();
+    SetDate(left.path, modified);
+    const int error = left.hasReplaced ? FlushFolder(left.path) : 0;
+    return error != 0 ? Unwritable(left.path, error).problem : std::string{};
+}
+
+// The run failed anyhow; what it replaced before stays replaced.
+void PcTargets::abandonFolders() {
+    for (const OpenFolder& folder : folders_)
+        if (folder.hasReplaced)
+            (void)FlushFolder(folder.path);
+    folders_.clear();
 }
 
 PcWriting PcTargets::write(const PcTarget& target, const FillTarget& fill) {
@@ -218,6 +230,10 @@ PcWriting PcTargets::write(const PcTarget& target, const FillTarget& fill) {
     PcWriting writing = WritePcTarget(target, fill);
     if (!writing.problem.empty())
         return writing;
+    if (target.replace && !folders_.empty())
+        folders_.back().hasReplaced = true;
+    else if (const int error = target.replace ? FlushFolder(FolderOf(target.path)) : 0; error != 0)
+        return Unwritable(target.path, error);
     brought().add(target.path);
     if (!target.sidecar.empty())
         brought().add(target.sidecar);

@@ -82,14 +82,16 @@ class PcTargets {
     /// Makes a folder, or takes one that is there and was not brought by this run, and goes into
     /// it; a sentence when that fails. A symbolic link is not followed: it could lead anywhere.
     [[nodiscard]] std::string enter(const std::string& folder);
-    /// Goes back out of it and gives it its date.
-    void leave(const std::optional<UnixSeconds>& modified);
+    /// Goes back out of it and gives it its date; a sentence when names in it may not be kept.
+    [[nodiscard]] std::string leave(const std::optional<UnixSeconds>& modified);
     /// Path of the folder that is being filled.
     [[nodiscard]] const std::string& folder() const { return folders_.back().path; }
     /// Forgets the folders that were not left.
-    void abandonFolders() { folders_.clear(); }
+    void abandonFolders();
 
-    /// `WritePcTarget`; what came of it is noted.
+    /// `WritePcTarget`; what came of it is noted. A name that may have been an older file's is on
+    /// the device before this returns or, in the folder that is being filled, before that is left:
+    /// once for all its files, as each time takes as long as a small file does.
     [[nodiscard]] PcWriting write(const PcTarget& target, const FillTarget& fill);
 
   private:
@@ -97,6 +99,7 @@ class PcTargets {
         std::string path;
         std::set<std::string> names;
         BroughtItems brought;
+        bool hasReplaced = false;  ///< names that are still to come to the device
     };
 
     [[nodiscard]] const BroughtItems& brought() const {

@@ -235,8 +235,8 @@ CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::str
     const CopyOutResult result = copyContents(folder, path, level);
     if (EndsWalk(result))
         return result;
-    batch_.targets.leave(GivenDate(folder.modified));
-    return CopyOutResult::Done;
+    const std::string problem = batch_.targets.leave(GivenDate(folder.modified));
+    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch_, path, problem);
 }
 
 }  // namespace
@@ -299,8 +299,8 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
         batch.targets.abandonFolders();
         return result;
     }
-    batch.targets.leave(GivenDate(folder.modified));
-    return CopyOutResult::Done;
+    const std::string problem = batch.targets.leave(GivenDate(folder.modified));
+    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch, path, problem);
 }
 
 CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std::string& path,

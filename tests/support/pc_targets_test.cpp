@@ -50,7 +50,7 @@ TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
         EXPECT_EQ(!targets.refusalOf(folder + name).empty(), isRefused) << name;
     EXPECT_NE(targets.enter(folder + "/link").find("symbolic link"), std::string::npos);
     ASSERT_EQ(targets.enter(folder + "/sub"), "");
-    targets.leave({});
+    ASSERT_EQ(targets.leave({}), "");
     EXPECT_NE(targets.enter(folder + "/sub"), "") << "it came from another item";
 }
 
