@@ -163,10 +163,10 @@ class TargetFile {
     [[nodiscard]] int lockOlder(unsigned waitMs);
     /// Gives the file its name. With `replace` false an existing file of that name is a failure
     /// (EEXIST). Where it takes the place of an older file, or with `durable`, the bytes are on the
-    /// device before the name is given, so that a power cut leaves the old file or the new one. With
-    /// `durable` the name is there too before this returns, else see `FlushFolder`. A file with a
-    /// failed transfer is not given its name. Returns 0 or the system's error number; one that comes
-    /// from handing over the name leaves the new file in its place.
+    /// device before the name is given, so that a power cut leaves the old file or the new one.
+    /// With `durable` the name is there too before this returns, else see `FlushFolder`. A file
+    /// with a failed transfer is not given its name. Returns 0 or the system's error number; one
+    /// that comes from handing over the name leaves the new file in its place.
     [[nodiscard]] int publish(bool replace, bool durable);
 
   private:
