@@ -173,8 +173,10 @@ def sleuth_list(image, sector):
     files, folders = {}, set()
     text = _run("fls", "-r", "-p", "-m", "", "-o", str(sector), image).decode()
     for line in text.splitlines():
-        _, name, number, mode, _, _, size, _, modified, *_ = line.split("|")
-        path = tuple(name.removeprefix("/").split("/"))
+        # A name may hold the sign that parts the fields.
+        name, number, mode, _, _, size, _, modified, *_ = line.split("|", 1)[1].rsplit("|", 9)
+        # As other systems do, it shows a slash of the Macintosh as a colon.
+        path = tuple(part.replace(":", "/") for part in name.removeprefix("/").split("/"))
         if path[0].startswith("$"):
             continue
         if mode.startswith("d"):

@@ -244,7 +244,7 @@ class MacJudges(ReadBack):
         files, _, folders = judges.seven_zip(image.path, out, "hfs")
         # Its versions differ in whether they give the composed form of letters with marks.
         def composed(contents):
-            return {tuple(normalize("NFC", part) for part in path): content
+            return {tuple(normalize("NFC", part).replace("/", "_") for part in path): content
                     for path, content in contents.items()}
         self.assert_same_tree(composed(self.contents(view)), composed(files))
         self.assertEqual(len(self.tree.folders), len(folders))
@@ -273,6 +273,8 @@ class MacJudges(ReadBack):
         """Catches a record that stands in the wrong place of a tree: GRUB searches by key."""
         sources = self.tree.expected(view)
         for path in self.some_paths(view, 150):
+            if any("/" in name for name in path):
+                continue  # It takes paths as one text.
             self.assertEqual(sources[path].content,
                              judges.grub_read(image.path, "loop0,apple2", path), path)
 
