@@ -33,6 +33,7 @@ function(vellmark_tests name)
   endif()
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_compile_definitions(test_${name} PRIVATE VELLMARK_SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
   target_link_libraries(test_${name} PRIVATE vellmark_options ${ARGN} GTest::gtest_main)
   # g++ 12 takes the strings of a table in braces for uninitialised when it optimises.
   target_compile_options(test_${name} PRIVATE -Wno-maybe-uninitialized)

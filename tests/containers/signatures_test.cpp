@@ -198,7 +198,7 @@ TEST(SignatureTable, EmptySignatureHidesWhatFollows) {
 }
 
 std::string ShippedFile() {
-    const auto path = std::filesystem::path(__FILE__).parent_path() / "../../data/default.sig";
+    const auto path = std::filesystem::path(VELLMARK_SOURCE_FOLDER) / "data/default.sig";
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }

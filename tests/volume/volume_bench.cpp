@@ -118,7 +118,7 @@ void ExpectReadersFindNoFault(const std::string& path) {
     if (!IsInstalled("python3"))
         return;
     const std::string readers =
-        (std::filesystem::path(__FILE__).parent_path().parent_path() / "endtoend").string();
+        (std::filesystem::path(VELLMARK_SOURCE_FOLDER) / "tests/endtoend").string();
     const CommandResult judged =
         RunCommand("/", "PYTHONDONTWRITEBYTECODE=1 PYTHONPATH='" + readers +
                             "' python3 -m readers '" + path + "'");
