@@ -15,26 +15,28 @@ function(vellmark_precompile target first)
   endif()
 endfunction()
 
-# One library a folder of src/. A room names the rooms it stands on; what it does not name does
-# not link, so an include against the direction of the house is found by the build.
+# One library a folder of src/, with the folders in it. A room names the rooms it stands on.
 function(vellmark_room name)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
   add_library(vellmark_${name} STATIC ${sources})
   target_include_directories(vellmark_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(vellmark_${name} PRIVATE vellmark_options PUBLIC ${ARGN})
   vellmark_precompile(vellmark_${name} vellmark_support <fmt/core.h>)
 endfunction()
 
-# One test program a folder of tests/, its cases found by ctest.
+# One test program a folder of tests/, its cases found by ctest. The benches of a room before it
+# that it works at as well can be named as files.
 function(vellmark_tests name)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
-  if(NOT sources)
-    return()
-  endif()
+  set(rooms ${ARGN})
+  list(FILTER rooms EXCLUDE REGEX "[.]cpp$")
+  set(benches ${ARGN})
+  list(FILTER benches INCLUDE REGEX "[.]cpp$")
+  list(APPEND sources ${benches})
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_compile_definitions(test_${name} PRIVATE VELLMARK_SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
-  target_link_libraries(test_${name} PRIVATE vellmark_options ${ARGN} GTest::gtest_main)
+  target_link_libraries(test_${name} PRIVATE vellmark_options ${rooms} GTest::gtest_main)
   # g++ 12 takes the strings of a table in braces for uninitialised when it optimises.
   target_compile_options(test_${name} PRIVATE -Wno-maybe-uninitialized)
   # What counts is what the tests call: that is built with all sanitizers. Their own code, which the

@@ -9,10 +9,10 @@
 #include <system_error>
 #include <vector>
 
+#include "session/exit_status.hpp"
 #include "session/program.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
-#include "session/verbs.hpp"
 #include "support/file_lock.hpp"
 
 namespace {

@@ -10,7 +10,7 @@
 
 #include "compiler/compile_context.hpp"
 #include "support/pc_folder.hpp"
-#include "volume/import_class.hpp"
+#include "transfer/import_class.hpp"
 
 namespace vellmark {
 

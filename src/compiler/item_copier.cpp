@@ -7,7 +7,7 @@
 #include "compiler/compile_journal.hpp"
 #include "compiler/item_forks.hpp"
 #include "support/encoding.hpp"
-#include "volume/import_source.hpp"
+#include "transfer/import_source.hpp"
 
 namespace vellmark {
 

@@ -6,8 +6,8 @@
 #include "containers/pc_name.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
+#include "transfer/import_source.hpp"
 #include "volume/hfs_structures.hpp"
-#include "volume/import_source.hpp"
 
 namespace vellmark {
 

@@ -16,8 +16,8 @@
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
 #include "support/watched_source.hpp"
-#include "volume/import_name.hpp"
-#include "volume/import_source.hpp"
+#include "transfer/import_name.hpp"
+#include "transfer/import_source.hpp"
 
 namespace vellmark {
 

@@ -14,7 +14,7 @@
 #include "support/clock.hpp"
 #include "support/pc_folder.hpp"
 #include "support/progress.hpp"
-#include "volume/import_class.hpp"
+#include "transfer/import_class.hpp"
 
 namespace vellmark {
 

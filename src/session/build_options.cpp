@@ -3,8 +3,8 @@
 #include <fmt/core.h>
 
 #include "compiler/compile.hpp"
+#include "session/exit_status.hpp"
 #include "session/sizes.hpp"
-#include "session/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"

@@ -10,7 +10,7 @@
 #include "support/messages.hpp"
 #include "support/pc_targets.hpp"
 #include "support/progress.hpp"
-#include "volume/copy_out.hpp"
+#include "transfer/copy_out.hpp"
 
 namespace vellmark {
 

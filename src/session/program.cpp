@@ -6,11 +6,11 @@
 #include <exception>
 #include <new>
 
-#include "session/batch.hpp"
+#include "session/batch/batch.hpp"
 #include "session/file_modes.hpp"
 #include "session/session_state.hpp"
 #include "session/terminal.hpp"
-#include "session/verbs.hpp"
+#include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "session/exit_status.hpp"
 #include "session/terminal.hpp"
-#include "session/verbs.hpp"
 #include "support/pc_folder.hpp"
 
 namespace vellmark {

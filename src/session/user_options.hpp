@@ -6,7 +6,7 @@
 #include "project/view_names.hpp"
 #include "session/command_context.hpp"
 #include "session/settings.hpp"
-#include "volume/pc_target_name.hpp"
+#include "transfer/pc_target_name.hpp"
 
 namespace vellmark {
 

@@ -1,5 +1,5 @@
 // Batch commands: which command lines are some, what they do, and the lock.
-#include "session/batch.hpp"
+#include "session/batch/batch.hpp"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,0 +1,156 @@
+#include "join/deshybridation.hpp"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "IO/raw_image.hpp"
+#include "join/disc_opening.hpp"
+#include "join/hybrid_map.hpp"
+#include "join/iso_reach.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_file.hpp"
+
+namespace vellmark {
+
+namespace {
+
+/// Descriptor and map entry, and three blocks more, as longer maps have.
+constexpr std::size_t kZeroedBytes = 2560;
+constexpr std::uint64_t kZeroedSectors = 2;
+static_assert(kZeroedBytes <= kZeroedSectors * kIsoSectorBytes);
+
+// Whether a partition that begins there must stay.
+PartitionKept KeptBehind(ByteSource& disc, const IsoReader& reader, std::uint64_t offset) {
+    switch (TreesReach(reader, offset)) {
+        case IsoReach::Behind:
+            return PartitionKept::HoldsIsoFiles;
+        case IsoReach::Unknown:
+            return PartitionKept::IsoDamaged;
+        case IsoReach::Within:
+            break;
+    }
+    return BootImagesReach(disc, offset) ? PartitionKept::HoldsIsoFiles : PartitionKept::No;
+}
+
+/// A hybrid image that was looked at.
+struct HybridDisc {
+    DiscForm form;
+    PartitionKept kept = PartitionKept::HoldsIsoFiles;
+    std::uint64_t cutAt = 0;  ///< bytes of the file; its length when nothing is cut off
+};
+
+// The first bytes of the file, in their form, with zeros in place of the map.
+std::vector<std::uint8_t> WithoutMap(const std::vector<std::uint8_t>& head, DiscForm form) {
+    std::vector<std::uint8_t> cleared = head;
+    for (std::uint64_t i = 0; i < kZeroedSectors; ++i) {
+        const auto at = static_cast<std::ptrdiff_t>(i * form.sectorBytes);
+        const std::size_t bytes =
+            i == 0 ? kIsoSectorBytes : kZeroedBytes - std::size_t{kIsoSectorBytes};
+        std::fill_n(cleared.begin() + at + form.dataOffset, bytes, std::uint8_t{0});
+        if (form.isRaw())
+            SetRawChecks(
+                std::span(cleared).subspan(static_cast<std::size_t>(at)).first<kRawSectorBytes>(),
+                form.kind());
+    }
+    return cleared;
+}
+
+// Nothing where the image is no hybrid; `why` says what it lacks.
+std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
+    const DiscForm form = FindDiscForm(file).value_or(DiscForm{});
+    RawDataSource raw(file, form);
+    ByteSource& disc = form.isRaw() ? static_cast<ByteSource&>(raw) : file;
+    const std::vector<FoundPartition> found = FindHfsPartitions(disc);
+    const auto partition = std::min_element(
+        found.begin(), found.end(),
+        [](const FoundPartition& a, const FoundPartition& b) { return a.offset < b.offset; });
+    if (partition == found.end()) {
+        why = "has no partition map with a Macintosh partition (Apple_HFS) in it.";
+        return std::nullopt;
+    }
+    if (partition->offset >= disc.size() ||
+        partition->sizeBytes > disc.size() - partition->offset) {
+        why = "is cut short: its Macintosh partition ends behind the end of the file.";
+        return std::nullopt;
+    }
+    // The volume of a disk without an ISO 9660 side would be lost with its map.
+    const auto reader = IsoReader::Open(disc);
+    if (!reader) {
+        why = "has no ISO 9660 side, and would be nothing without its Macintosh partition.";
+        return std::nullopt;
+    }
+    HybridDisc hybrid{form, PartitionKept::HoldsIsoFiles, file.size()};
+    if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
+        (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
+        hybrid.kept = KeptBehind(disc, *reader, partition->offset);
+    if (hybrid.kept == PartitionKept::No)
+        hybrid.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
+                                    : partition->offset;
+    return hybrid;
+}
+
+// First the map goes, then the partition: a power cut in between leaves a plain image with
+// something behind it that nothing leads to. The other way round it would leave a map that points
+// outside the file.
+enum class Changed { Wholly, NotAtAll, CutAndUnsure, NotBack };
+
+Changed Change(PcFile& file, const HybridDisc& disc) {
+    std::vector<std::uint8_t> head(
+        static_cast<std::size_t>(kZeroedSectors * disc.form.sectorBytes));
+    if (!file.readExactly(0, head))
+        return Changed::NotAtAll;
+    const std::uint64_t oldBytes = file.size();
+    const bool isCleared = file.writeAt(0, WithoutMap(head, disc.form)) && file.flush();
+    if (isCleared && (disc.cutAt == oldBytes || (file.setSize(disc.cutAt) && file.flush())))
+        return Changed::Wholly;
+    // The map leads to a partition that is all there, or it does not come back.
+    if (file.size() != oldBytes)
+        return Changed::CutAndUnsure;
+    return file.writeAt(0, head) && file.flush() ? Changed::NotAtAll : Changed::NotBack;
+}
+
+// What is left of a disc on which not all could be done.
+std::string_view Left(Changed changed) {
+    switch (changed) {
+        case Changed::CutAndUnsure:
+            return "Its Macintosh partition and the map of it are gone all the same, but the disk "
+                   "may not have taken that yet.";
+        case Changed::NotBack:
+            return "The map of its Macintosh partition is gone or may be damaged; nothing was cut "
+                   "off.";
+        case Changed::NotAtAll:
+        case Changed::Wholly:
+            break;
+    }
+    return "It is as it was.";
+}
+
+}  // namespace
+
+DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
+                                   const FileGuard& guard) {
+    const auto refuse = [&](DeshybridationResult result, const std::string& sentence) {
+        messages.showError(fmt::format("{} {}", Printable(path), sentence));
+        return DeshybridationOutcome{result};
+    };
+    PcFile file;
+    if (!OpenDiscToChange(path, guard, file, messages))
+        return {DeshybridationResult::NotOpened};
+    std::string why;
+    const auto disc = Examine(file, why);
+    if (!disc)
+        return refuse(DeshybridationResult::NoPartition, why);
+    if (const Changed changed = Change(file, *disc); changed != Changed::Wholly)
+        return refuse(
+            DeshybridationResult::NotWritten,
+            fmt::format("cannot be changed: {}. {}",
+                        file.error() != 0 ? file.errorText() : "it is cut short", Left(changed)));
+    return {DeshybridationResult::Done, disc->kept, disc->cutAt};
+}
+
+}  // namespace vellmark

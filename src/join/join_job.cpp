@@ -1,0 +1,132 @@
+#include "join/join_job.hpp"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "IO/sector_io.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextTooLargeForDisk = 1474;
+constexpr std::uint32_t kBlocksPerSector = kIsoSectorBytes / kSectorBytes;
+constexpr std::size_t kPieceBytes = 1 << 20;
+/// Raw sectors that are made at a time.
+constexpr std::size_t kRawPiece = 64;
+
+}  // namespace
+
+std::uint64_t JoinJob::partitionSectors() const {
+    return source.size() / kIsoSectorBytes;
+}
+
+HybridMap JoinJob::map(std::uint64_t start, std::uint64_t discSectors) const {
+    return MakeHybridMap(source.partition(), static_cast<std::uint32_t>(start * kBlocksPerSector),
+                         static_cast<std::uint32_t>(source.partitionBlocks()),
+                         static_cast<std::uint32_t>(discSectors * kBlocksPerSector));
+}
+
+bool JoinJob::hasRoom(std::uint64_t more, std::uint64_t whole) const {
+    const std::string folder = FolderOf(path);
+    if (JudgeTargetRoom(whole, whole, HoldsLargeFiles(folder)) != TargetRoom::Fits) {
+        messages.showMessage(messages.text(kTextTooLargeForDisk));
+        return false;
+    }
+    if (more <= FreeBytes(folder))
+        return true;
+    messages.showMessage(messages.text(kTextNoRoom));
+    return false;
+}
+
+HybridationResult JoinJob::refuse(HybridationResult result, const std::string& sentence) const {
+    messages.showError(fmt::format("{} {}", Printable(name), sentence));
+    return result;
+}
+
+HybridationResult JoinJob::writingEnded(const PcFile& target) const {
+    if (target.error() != 0)
+        return refuse(HybridationResult::NotWritten,
+                      fmt::format("cannot be written: {}. It is as it was.", target.errorText()));
+    if (disc.error() != 0)
+        return refuse(HybridationResult::NotWritten,
+                      fmt::format("cannot be read: {}. It is as it was.", disc.errorText()));
+    if (!source.isWhole()) {
+        messages.showError(fmt::format("{} could not be read whole; {} is as it was.",
+                                       Printable(source.path()), Printable(name)));
+        return HybridationResult::NotWritten;
+    }
+    messages.showMessage("Stopped as you wished; the disc image is as it was.");
+    return HybridationResult::Stopped;
+}
+
+HybridationResult JoinJob::notPublished(int error) const {
+    return refuse(HybridationResult::NotWritten,
+                  fmt::format("cannot be replaced: {}. It is as it was.", SystemErrorText(error)));
+}
+
+bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to, std::uint64_t toOffset,
+                 std::uint64_t count, Progress& progress) {
+    std::vector<std::uint8_t> piece;
+    for (std::uint64_t done = 0; done < count;) {
+        std::uint64_t bytes = from.copyTo(to, toOffset + done, fromOffset + done,
+                                          std::min<std::uint64_t>(count - done, kMostDirectCopy));
+        if (bytes == 0) {
+            piece.resize(kPieceBytes);
+            const std::size_t want =
+                static_cast<std::size_t>(std::min<std::uint64_t>(count - done, piece.size()));
+            bytes = from.readAt(fromOffset + done, std::span(piece).first(want));
+            if (bytes == 0 || !to.writeAt(toOffset + done,
+                                          std::span(piece).first(static_cast<std::size_t>(bytes))))
+                return false;
+        }
+        done += bytes;
+        if (!progress.chunk(bytes))
+            return false;
+    }
+    return true;
+}
+
+bool WriteRawSectors(ByteSource& data, PcFile& target, std::uint32_t number, RawKind kind,
+                     std::uint8_t submode, Progress& progress) {
+    const std::uint64_t count = data.size() / kIsoSectorBytes;
+    std::vector<std::uint8_t> blocks(kRawPiece * kIsoSectorBytes);
+    std::vector<std::uint8_t> raw(kRawPiece * kRawSectorBytes);
+    const std::size_t dataOffset =
+        kind == RawKind::Mode1 ? kRawMode1DataOffset : kRawMode2DataOffset;
+    for (std::uint64_t done = 0; done < count;) {
+        const std::size_t piece =
+            static_cast<std::size_t>(std::min<std::uint64_t>(count - done, kRawPiece));
+        if (!data.readExactly(done * kIsoSectorBytes,
+                              std::span(blocks).first(piece * kIsoSectorBytes)))
+            return false;
+        const std::uint32_t first = number + static_cast<std::uint32_t>(done);
+        for (std::size_t i = 0; i < piece; ++i) {
+            const RawSector sector =
+                std::span(raw).subspan(i * kRawSectorBytes).first<kRawSectorBytes>();
+            std::fill(sector.begin(), sector.end(), std::uint8_t{0});
+            std::memcpy(sector.data() + dataOffset, blocks.data() + i * kIsoSectorBytes,
+                        kIsoSectorBytes);
+            if (kind != RawKind::Mode1) {
+                sector[kRawSubmodeOffset] = submode;
+                sector[kRawSubmodeOffset + kRawSubheaderBytes] = submode;
+            }
+            SetRawHeader(sector, first + static_cast<std::uint32_t>(i), kind);
+            SetRawChecks(sector, kind);
+        }
+        if (!target.writeAt(std::uint64_t{first} * kRawSectorBytes,
+                            std::span(raw).first(piece * kRawSectorBytes)))
+            return false;
+        done += piece;
+        if (!progress.chunk(piece * kIsoSectorBytes))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace vellmark

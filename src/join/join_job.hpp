@@ -1,0 +1,51 @@
+// What the ways of joining a partition to a disc share: the open disc, the partition, and copies
+// that can be stopped.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "IO/raw_image.hpp"
+#include "join/hybridation.hpp"
+#include "join/join_source.hpp"
+#include "support/pc_file.hpp"
+
+namespace vellmark {
+
+struct JoinJob {
+    const std::string& name;  ///< of the disc, as it was given
+    const std::string& path;  ///< where it really lies; no link
+    PcFile& disc;
+    JoinSource& source;
+    const HybridationOptions& options;
+    Messages& messages;
+    Progress& progress;
+    DiscForm form;
+    std::uint64_t sizeBytes = 0;  ///< of the disc afterwards
+
+    /// Sectors of 2,048 bytes that the partition fills.
+    [[nodiscard]] std::uint64_t partitionSectors() const;
+    /// The map of a disc of `discSectors` sectors that has the partition at sector `start`.
+    [[nodiscard]] HybridMap map(std::uint64_t start, std::uint64_t discSectors) const;
+    /// Whether the disc's file system has room for `more` bytes and can hold a file of `whole`
+    /// bytes. False after a message.
+    [[nodiscard]] bool hasRoom(std::uint64_t more, std::uint64_t whole) const;
+    /// Says what is wrong with the disc, with its name in front.
+    HybridationResult refuse(HybridationResult result, const std::string& sentence) const;
+    /// Tells why writing `target` ended: `Stopped` when nothing failed.
+    HybridationResult writingEnded(const PcFile& target) const;
+    /// Tells why a finished file did not get its name.
+    HybridationResult notPublished(int error) const;
+};
+
+/// Copies `count` bytes, telling them to `progress`. False when a transfer failed or the work is
+/// to stop.
+[[nodiscard]] bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to,
+                               std::uint64_t toOffset, std::uint64_t count, Progress& progress);
+
+/// Writes the blocks of `data`, 2,048 bytes each, as the raw sectors of `target` from `number` on.
+/// As `CopyWatched` otherwise. `submode` goes into both copies of the subheader of mode 2.
+[[nodiscard]] bool WriteRawSectors(ByteSource& data, PcFile& target, std::uint32_t number,
+                                   RawKind kind, std::uint8_t submode, Progress& progress);
+
+}  // namespace vellmark

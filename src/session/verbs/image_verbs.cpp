@@ -1,0 +1,112 @@
+#include "session/verbs/image_verbs.hpp"
+
+#include <fmt/core.h>
+
+#include <cerrno>
+#include <ostream>
+
+#include "session/json_text.hpp"
+#include "session/partition.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "support/mac_dates.hpp"
+
+namespace vellmark {
+
+void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view otherwise) {
+    arguments.add("IMAGE", options.image, "Disc or disk image").required();
+    arguments
+        .add("-a,--as", options.as,
+             fmt::format("Tree to look at: iso, joliet or hfs (HFS+ too); {}", otherwise))
+        .oneOf({"iso", "joliet", "hfs"});
+    AddPartitionNumber(arguments, options.partition);
+}
+
+bool ViewRun::open(const ViewOptions& options) {
+    image = PlainImage::Open(options.image, Access::Read, context, terminal);
+    if (image)
+        view = ImageView::Open(*image, options.partition, context.clock, terminal.messages);
+    if (!view)
+        return false;
+    std::string present;
+    for (const auto& tree : view->trees()) {
+        const std::string_view keyword = TreeKeyword(tree->facts().kind);
+        present.append(present.empty() ? "" : ", ").append(keyword);
+        if (options.as.empty() || options.as == keyword)
+            trees.push_back(tree.get());
+    }
+    if (view->hasDamagedVolume() && (options.as.empty() || options.as == "hfs"))
+        problem(fmt::format("{}: The Macintosh volume is damaged and cannot be opened.",
+                            Printable(options.image)));
+    else if (trees.empty())
+        terminal.messages.showMessage(fmt::format("{} has no {} tree; it has: {}.",
+                                                  Printable(options.image), options.as, present));
+    return !trees.empty();
+}
+
+void ViewRun::problem(std::string_view sentence) {
+    failed = true;
+    terminal.messages.showMessage(sentence);
+}
+
+bool ViewRun::put(std::string_view text) {
+    errno = 0;
+    context.output.write(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!context.output.good() && context.outputError == 0)
+        context.outputError = errno;
+    return context.output.good() && !StopSignals::requested();
+}
+
+void ViewRun::putJson(const nlohmann::ordered_json& value) {
+    (void)put(JsonText(value) + "\n");
+}
+
+int ViewRun::exitStatus() const {
+    if (failed || StopSignals::requested())
+        return kExitFailed;
+    return leftOut || terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+}
+
+std::vector<FoundEntry> FindInTrees(ViewRun& run, const std::string& path) {
+    std::vector<FoundEntry> found;
+    bool damaged = false;
+    for (TreeView* tree : run.trees) {
+        std::string sentence;
+        std::optional<ViewEntry> entry = tree->find(path, sentence);
+        if (entry)
+            found.push_back({tree, std::move(*entry)});
+        if (!sentence.empty())
+            run.problem(sentence);
+        damaged = damaged || !sentence.empty();
+    }
+    if (found.empty() && !damaged)
+        run.problem(fmt::format("The image has no {}.", Printable(path)));
+    return found;
+}
+
+std::string TreeHeading(const TreeFacts& facts) {
+    return fmt::format("{}: {} ({})", TreeKeyword(facts.kind), Printable(facts.label),
+                       facts.format);
+}
+
+std::string DateText(const std::optional<UnixSeconds>& date) {
+    if (!date)
+        return "-";
+    const CivilTime time = ToCivil(*date);
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", time.year, time.month, time.day, time.hour,
+                       time.minute);
+}
+
+nlohmann::ordered_json DateJson(const std::optional<UnixSeconds>& date) {
+    if (!date)
+        return nullptr;
+    const CivilTime time = ToCivil(*date);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", time.year, time.month, time.day,
+                       time.hour, time.minute, time.second);
+}
+
+nlohmann::ordered_json TreeJson(const TreeFacts& facts) {
+    return {{"tree", TreeKeyword(facts.kind)}, {"format", facts.format}, {"label", facts.label}};
+}
+
+}  // namespace vellmark

@@ -1,0 +1,105 @@
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+#include "project/project_search.hpp"
+#include "project/refresh.hpp"
+#include "session/file_modes.hpp"
+#include "session/json_text.hpp"
+#include "session/project_rebuild.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "check";
+constexpr int kTextNoDifference = 1338;
+
+struct CheckVerbOptions {
+    std::string project;
+    bool json = false;
+    bool lines = false;
+    bool noAdditions = false;
+    bool dates = false;
+};
+
+void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& changes,
+             CommandContext& context) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const ProjectChange& change : changes)
+        list.push_back({{"change", WordOf(change.kind)},
+                        {"kind", change.isFolder ? "folder" : "file"},
+                        {"item", ItemPath(project, change.parent, change.name)},
+                        {"path", change.path},
+                        {"sizeBytes", change.sizeBytes},
+                        {"folder", change.parent},
+                        {"number", change.number}});
+    context.output << JsonText(list) << '\n';
+}
+
+void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& options,
+             bool isWhole, CommandContext& context) {
+    for (const ProjectChange& change : changes)
+        if (options.lines)
+            context.output << NarrowToUtf8(ReportLine(change));
+        else
+            context.output << ChangeLine(change) << '\n';
+    if (changes.empty() && isWhole && !options.lines)
+        context.output << Text(kTextNoDifference, context.language) << '\n';
+}
+
+int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
+    if (options.json && options.lines)
+        return UsageError(context, kName, "--json and --lines exclude each other.");
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, false));
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(options.project), ProjectModeOf(options.project),
+                          terminal.messages, project,
+                          {LockKind::Shared, context.guard.lockWaitMs}) != ProjectOpened::Opened)
+        return kExitFailed;
+    const std::vector<PcIdentity> never = NeverItems(*project, {}, context);
+    const CheckResult result = Check(*project, kRootFolder,
+                                     {.clock = context.clock,
+                                      .additions = !options.noAdditions,
+                                      .rootAdditions = !options.noAdditions,
+                                      .dates = options.dates,
+                                      .excluded = never},
+                                     terminal.messages, terminal.progress);
+    terminal.progress.clear();
+    if (result.isStopped) {
+        terminal.messages.showMessage("Stopped as you wished; nothing was told.");
+        return kExitFailed;
+    }
+    TellMissingRoots(*project, result.missingRoots, terminal.messages);
+    const bool isWhole = terminal.messages.skipped() == 0 && result.missingRoots.empty();
+    if (options.json)
+        PutJson(*project, result.changes, context);
+    else
+        PutText(result.changes, options, isWhole, context);
+    return result.changes.empty() && isWhole ? kExitDone : kExitSkipped;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<CheckVerbOptions>();
+    arguments.add("PROJECT", options->project, "Project file").required();
+    arguments.flag("--no-additions", options->noAdditions,
+                   "Leave out what is new in the folders of the PC");
+    arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
+    arguments.flag("-j,--json", options->json, "As JSON");
+    arguments.flag("--lines", options->lines,
+                   "Lines for a script: D, M or A, number of the folder, number of the item, "
+                   "length, folder on the PC and name, with | between them");
+    run = [options](CommandContext& context) { return RunCheck(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbCheck = {kName, "", "Tell what changed on the disk since a project was filled",
+                         "vellmark check disc.vlpr", SetUp};
+
+}  // namespace vellmark

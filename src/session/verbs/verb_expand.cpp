@@ -1,0 +1,88 @@
+#include <fmt/core.h>
+
+#include <memory>
+
+#include "IO/disk_image.hpp"
+#include "session/output_file.hpp"
+#include "session/plain_image.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+#include "support/texts.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "expand";
+constexpr int kTextDecompressing = 1505;
+
+struct ExpandVerbOptions {
+    std::string image;
+    std::string target;
+    bool verify = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+std::string DoneSentence(const ExpandVerbOptions& options, const ExpandResult& result) {
+    return fmt::format("{}: plain image, {} bytes{}\n", Printable(options.target), result.sizeBytes,
+                       result.checksumsCompared > 0
+                           ? fmt::format(", {} checksums agree", result.checksumsCompared)
+                           : "");
+}
+
+int Expand(const ExpandVerbOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    Messages& messages = terminal.messages;
+    const OutputFile output(options.target, "image");
+    const std::string& target = output.path();
+    if (!output.isReady(messages))
+        return kExitFailed;
+    if (AreSameFile(options.image, target)) {
+        messages.showMessage(
+            fmt::format("{} is the compressed image itself.", Printable(options.target)));
+        return kExitFailed;
+    }
+    if (!MayMakeFile(target, options.force, messages))
+        return kExitFailed;
+    const std::string name = Printable(options.image);
+    const ExpandResult result =
+        ExpandImageFile(options.image, target, terminal.progress,
+                        {.verify = options.verify,
+                         .isPassing = output.isStandardOutput(),
+                         .status = FormatText(kTextDecompressing, context.language, name),
+                         .guard = context.guard});
+    terminal.progress.clear();
+    TellExpansion(result, name, messages);
+    if (result.code != kFileExpanded)
+        return kExitFailed;
+    if (output.isStandardOutput())
+        return !output.send(context, messages) ? kExitFailed
+               : result.isIncomplete           ? kExitSkipped
+                                               : kExitDone;
+    if (!options.quiet)
+        context.output << DoneSentence(options, result);
+    return result.isIncomplete ? kExitSkipped : kExitDone;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<ExpandVerbOptions>();
+    arguments.add("IMAGE", options->image, "Compressed disk image (.dmg)").required();
+    arguments.add("TARGET", options->target, "Plain image to make; - for the standard output")
+        .required();
+    arguments.flag("--verify", options->verify, "Compare the checksums that the image carries");
+    arguments.flag("-f,--force", options->force, "Replace an existing file");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    run = [options](CommandContext& context) { return Expand(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbExpand = {kName, "", "Make a plain image of a compressed one",
+                          "vellmark expand disk.dmg disk.img", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,162 @@
+#include <fmt/core.h>
+
+#include <memory>
+#include <optional>
+
+#include "IO/redo_log.hpp"
+#include "IO/sector_io.hpp"
+#include "session/labels.hpp"
+#include "session/sizes.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "support/texts.hpp"
+#include "volume/formatter.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "format";
+constexpr std::string_view kSmallestBlocks = "smallest";
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextTooLargeForDisk = 1474;
+
+struct FormatOptions {
+    std::string path;
+    std::string size;
+    std::string label;
+    std::string blockSize;
+    bool hfsPlus = false;
+    bool zero = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+// Whole megabytes; nothing for any other size.
+std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
+    const auto bytes = SizeOf(text, kMegabyte);
+    return bytes && *bytes % kMegabyte == 0 ? std::optional(*bytes / kMegabyte) : std::nullopt;
+}
+
+// Why no volume can be so large; "" when one can.
+std::string SizeRefusal(const FormatOptions& options, std::optional<std::uint64_t> megabytes) {
+    if (!megabytes)
+        return fmt::format("{} is no size in whole megabytes, such as 100M or 2G.",
+                           Printable(options.size));
+    const std::uint32_t most = options.hfsPlus ? kLargestHfsPlusVolumeMb : kLargestHfsVolumeMb;
+    if (*megabytes >= kSmallestVolumeMb && *megabytes <= most)
+        return {};
+    return fmt::format("An {} volume can have {} to {} MB, not {}.",
+                       options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb, most, *megabytes);
+}
+
+// Settles the allocation block. Why it cannot be so; "" when it can.
+std::string SettleBlockSize(const FormatOptions& options, FormatInput& input) {
+    if (options.blockSize.empty())
+        return {};
+    if (input.isHfsPlus)
+        return "--block-size is for HFS; the blocks of an HFS+ volume have 2,048 bytes.";
+    const std::uint32_t smallest = SmallestHfsBlock(input.sizeMegabytes);
+    const auto bytes =
+        options.blockSize == kSmallestBlocks ? smallest : SizeOf(options.blockSize, 1);
+    if (!bytes || !FitsAsBlock(*bytes, input.sizeMegabytes))
+        return fmt::format(
+            "The blocks of an HFS volume of {} MB can have {} to {} bytes, in steps of 512, or be "
+            "the {}; {} is not that.",
+            input.sizeMegabytes, smallest, UsualHfsBlock(input.sizeMegabytes), kSmallestBlocks,
+            Printable(options.blockSize));
+    input.blockSize = static_cast<std::uint32_t>(*bytes);
+    return {};
+}
+
+bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
+    switch (CheckTargetRoom(FolderOf(path), bytes)) {
+        case TargetRoom::Fits:
+            return true;
+        case TargetRoom::TooLargeForFileSystem:
+            messages.showMessage(messages.text(kTextTooLargeForDisk));
+            return false;
+        case TargetRoom::NoRoom:
+            break;
+    }
+    messages.showMessage(messages.text(kTextNoRoom));
+    return false;
+}
+
+bool WriteVolume(const FormatInput& input, const std::string& path, bool replace,
+                 const CommandContext& context, Terminal& terminal) {
+    TargetFile target(path);
+    int error =
+        target.file().isOpen() ? target.lockOlder(context.guard.lockWaitMs) : target.file().error();
+    if (error == 0) {
+        const FormatResult result =
+            FormatVolume(input, target.file(), context.clock, terminal.progress);
+        if (result == FormatResult::Stopped || StopSignals::requested()) {
+            terminal.messages.showMessage("Stopped as you wished; nothing was made.");
+            return false;
+        }
+        error =
+            result == FormatResult::Done ? target.publish(replace, true) : target.file().error();
+    }
+    if (error == 0)
+        RemoveRedoLogs(path, context.guard);
+    else
+        terminal.messages.showMessage(
+            fmt::format("{} cannot be made: {}.", Printable(path), SystemErrorText(error)));
+    return error == 0;
+}
+
+int Format(const FormatOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    const std::optional<std::uint64_t> megabytes = MegabytesOf(options.size);
+    if (const std::string refusal = SizeRefusal(options, megabytes); !refusal.empty())
+        return UsageError(context, kName, refusal);
+    FormatInput input;
+    input.sizeMegabytes = static_cast<std::uint32_t>(*megabytes);
+    input.zeroAll = options.zero;
+    input.isHfsPlus = options.hfsPlus;
+    input.language = context.language;
+    if (const std::string refusal = SettleBlockSize(options, input); !refusal.empty())
+        return UsageError(context, kName, refusal);
+    const std::string path = FollowLink(options.path);
+    if (!CheckLabel(options.label, options.hfsPlus, terminal.messages) ||
+        !MayMakeFile(path, options.force, terminal.messages))
+        return kExitFailed;
+    input.label = options.label;
+    const std::uint64_t bytes = FormattedBytes(input);
+    if (!HasRoom(path, bytes, terminal.messages) ||
+        !WriteVolume(input, path, options.force, context, terminal))
+        return kExitFailed;
+    terminal.progress.clear();
+    if (!options.quiet)
+        context.output << Printable(options.path) << ": empty "
+                       << (options.hfsPlus ? "HFS+" : "HFS") << " volume, " << bytes << " bytes\n";
+    return kExitDone;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<FormatOptions>();
+    arguments.add("IMAGE", options->path, "Image to make").required();
+    arguments
+        .add("-s,--size", options->size,
+             "Size of the volume in whole megabytes: 100, 100M, 2G, 2048K")
+        .required();
+    arguments.add("-l,--label", options->label, "Name of the volume").required();
+    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
+    arguments.add("-b,--block-size", options->blockSize,
+                  "Allocation block of HFS: a size such as 2K, or smallest, for many small files");
+    arguments.flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
+    arguments.flag("-f,--force", options->force, "Replace an existing image");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    run = [options](CommandContext& context) { return Format(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbFormat = {kName, "mkfs", "Make an image with an empty volume",
+                          "vellmark format work.img --size 100M --label Work", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,323 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "session/extraction.hpp"
+#include "session/signature_file.hpp"
+#include "session/targets.hpp"
+#include "session/user_options.hpp"
+#include "session/verbs/image_verbs.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+#include "transfer/copy_out.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kStandardOutput = "-";
+
+struct GetOptions {
+    ViewOptions view;
+    std::vector<std::string> paths;
+    std::string target = ".";
+    std::string mode = "data";
+    std::string naming;  ///< empty: as the settings say
+    bool force = false;
+    bool quiet = false;
+
+    [[nodiscard]] bool toOutput() const { return target == kStandardOutput; }
+};
+
+template <typename Value>
+struct Keyword {
+    std::string_view word;
+    Value value;
+};
+
+constexpr std::array<Keyword<CopyMode>, 5> kModes = {{{"data", CopyMode::DataFork},
+                                                      {"resource", CopyMode::ResourceFork},
+                                                      {"macbinary", CopyMode::MacBinary},
+                                                      {"appledouble", CopyMode::AppleDouble},
+                                                      {"applesingle", CopyMode::AppleSingle}}};
+constexpr std::array<Keyword<NamingPolicy>, 4> kNamings = {
+    {{"catalog", NamingPolicy::Catalog},
+     {"extension", NamingPolicy::OwnExtension},
+     {"append", NamingPolicy::Append},
+     {"ask", NamingPolicy::Ask}}};
+
+template <typename Table>
+std::vector<std::string> WordsOf(const Table& table) {
+    std::vector<std::string> words;
+    words.reserve(table.size());
+    for (const auto& row : table)
+        words.emplace_back(row.word);
+    return words;
+}
+
+template <typename Table>
+auto ValueOf(const Table& table, std::string_view word) {
+    const auto row = std::find_if(table.begin(), table.end(),
+                                  [word](const auto& each) { return each.word == word; });
+    return row == table.end() ? table.front().value : row->value;
+}
+
+// The standard output as a target that is written from its start to its end.
+class OutputSink final : public ByteSink {
+  public:
+    explicit OutputSink(ViewRun& run) : run_(run) {}
+    [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t> bytes) override {
+        return run_.put({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+
+  private:
+    ViewRun& run_;
+};
+
+// The path of a name in a folder, as a person would write it.
+std::string InFolder(const std::string& folder, const std::string& name) {
+    return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
+}
+
+// Names stay as they are unless something else was chosen. The settings may want a person to be
+// asked, where there is none.
+NamingPolicy NamingOf(const GetOptions& options, const CommandContext& context) {
+    if (!options.naming.empty())
+        return ValueOf(kNamings, options.naming);
+    const UserOptions user = OptionsOf(context);
+    const bool canAsk = user.naming.policy != NamingPolicy::Ask || context.asks;
+    return user.choseNaming && canAsk ? user.naming.policy : NamingPolicy::Catalog;
+}
+
+ExistingFiles ExistingOf(const GetOptions& options, const CommandContext& context) {
+    return options.force  ? ExistingFiles::Replace
+           : context.asks ? ExistingFiles::Ask
+                          : ExistingFiles::Keep;
+}
+
+CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
+    CopyOutOptions copy;
+    copy.mode = ValueOf(kModes, options.mode);
+    copy.naming = OptionsOf(context).naming;
+    copy.naming.policy = NamingOf(options, context);
+    copy.existing = ExistingOf(options, context);
+    copy.keptHint = kForceHint;
+    copy.imagePath = options.view.image;
+    return copy;
+}
+
+// Takes the named items out, one after the other.
+class Getter {
+  public:
+    Getter(ViewRun& run, const GetOptions& options, const SignatureTable& signatures)
+        : run_(run),
+          options_(options),
+          messages_(run.terminal.messages),
+          output_(run),
+          copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
+                   run.terminal.progress, run.context.clock),
+          extractor_(ExistingOf(options, run.context), copyOut_.targets, copyOut_.replaceAnswer,
+                     messages_, run.terminal.progress) {}
+
+    /// False when the run is at its end: the user stopped it, or nothing more can be written.
+    [[nodiscard]] bool get(const std::string& path, bool intoFolder);
+    /// Settles what the run as a whole comes to.
+    void finish() {
+        run_.failed = run_.failed || extractor_.foundDamage() || copyOut_.foundDamage;
+        run_.leftOut = run_.leftOut || copyOut_.itemsLeftOut > 0 || extractor_.keptFiles();
+    }
+
+  private:
+    [[nodiscard]] std::optional<FoundEntry> find(const std::string& path);
+    [[nodiscard]] CopyOutResult copy(const FoundEntry& found, bool intoFolder);
+    [[nodiscard]] Extraction extract(const FoundEntry& found, bool intoFolder);
+    [[nodiscard]] std::string rootName(const FoundEntry& found) {
+        return PcFileName(found.tree->facts().label, kMostPcNameBytes, "/", messages_);
+    }
+    [[nodiscard]] std::string target(bool intoFolder, const std::string& name) const {
+        return intoFolder ? InFolder(options_.target, name) : FollowLink(options_.target);
+    }
+
+    ViewRun& run_;
+    const GetOptions& options_;
+    TerminalMessages& messages_;
+    OutputSink output_;
+    CopyOut copyOut_;
+    Extractor extractor_;
+};
+
+// The tree that knows most about a file comes first.
+constexpr std::array kPreference = {TreeKind::Hfs, TreeKind::Joliet, TreeKind::Iso};
+
+// The item of the first tree that has the path; damage on the way is told.
+std::optional<FoundEntry> Getter::find(const std::string& path) {
+    for (const TreeKind kind : kPreference)
+        for (TreeView* tree : run_.trees) {
+            if (tree->facts().kind != kind)
+                continue;
+            std::string sentence;
+            std::optional<ViewEntry> entry = tree->find(path, sentence);
+            if (!sentence.empty())
+                run_.problem(sentence);
+            if (entry)
+                return FoundEntry{tree, std::move(*entry)};
+        }
+    run_.problem(fmt::format("The image has no {}.", Printable(path)));
+    return std::nullopt;
+}
+
+CopyOutResult Getter::copy(const FoundEntry& found, bool intoFolder) {
+    const auto& item = std::get<CatalogItem>(found.entry.record);
+    if (options_.toOutput())
+        return CopyFileToSink(copyOut_, item, found.entry.path, output_);
+    // The root is called like the volume.
+    const std::optional<std::string> name = !intoFolder ? std::string{}
+                                            : found.entry.path.empty()
+                                                ? rootName(found)
+                                                : PcNameOf(copyOut_, item, found.entry.path);
+    return name ? CopyItemOut(copyOut_, item, found.entry.path, target(intoFolder, *name))
+                : CopyOutResult::BatchEnds;
+}
+
+Extraction Getter::extract(const FoundEntry& found, bool intoFolder) {
+    if (options_.toOutput())
+        return extractor_.takeTo(*found.tree, found.entry, output_);
+    const std::string name =
+        !intoFolder ? std::string{}
+        : found.entry.path.empty()
+            ? rootName(found)
+            : PcFileName(found.entry.name, kMostPcNameBytes, found.entry.path, messages_);
+    return extractor_.take(*found.tree, found.entry, target(intoFolder, name));
+}
+
+bool Getter::get(const std::string& path, bool intoFolder) {
+    const std::optional<FoundEntry> found = find(path);
+    if (!found)
+        return true;
+    if (options_.toOutput() && found->entry.isFolder) {
+        run_.problem(fmt::format("{} is a folder, which cannot go to the standard output.",
+                                 Printable(path)));
+        return true;
+    }
+    bool isDone = false;
+    bool goesOn = false;
+    if (found->tree->facts().kind == TreeKind::Hfs) {
+        const CopyOutResult result = copy(*found, intoFolder);
+        isDone = result == CopyOutResult::Done;
+        goesOn = isDone || result == CopyOutResult::LeftOut;
+    } else {
+        const Extraction result = extract(*found, intoFolder);
+        isDone = result == Extraction::Done;
+        goesOn = result != Extraction::Stopped;
+    }
+    // What was asked for by its name and is not there now makes the whole run fail.
+    run_.failed = run_.failed || !isDone;
+    return goesOn;
+}
+
+// Whether the target is a folder that takes the items in; nothing, after a message, when it has
+// to be one and is not.
+std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
+    if (options.toOutput())
+        return false;
+    const bool isFolder = PcFactsOf(options.target).kind == PcKind::Folder;
+    if (isFolder || (options.paths.size() == 1 && !options.target.ends_with('/')))
+        return isFolder;
+    run.problem(fmt::format("There is no folder {}.", Printable(options.target)));
+    return std::nullopt;
+}
+
+// The option that only the files of a Macintosh volume can follow; empty for none.
+std::string MacintoshOption(const GetOptions& options) {
+    if (options.mode != "data")
+        return "--mode " + options.mode;
+    return options.naming.empty() || options.naming == "catalog" ? std::string{}
+                                                                 : "--naming " + options.naming;
+}
+
+// What is wrong with options that do not go together; empty for nothing.
+std::string Contradiction(const GetOptions& options, const CommandContext& context) {
+    // What a shell makes of a variable that is not set would be the whole tree.
+    if (std::find(options.paths.begin(), options.paths.end(), "") != options.paths.end())
+        return "A PATH is empty; the whole tree is called /.";
+    if (options.mode == "appledouble" && options.toOutput())
+        return "--mode appledouble makes two files, which cannot go to the standard output.";
+    if (options.naming == "ask" && !context.asks)
+        return "--naming ask needs a terminal on which the names can be asked for.";
+    const std::string option = MacintoshOption(options);
+    return !option.empty() && !options.view.as.empty() && options.view.as != "hfs"
+               ? fmt::format(
+                     "{} is for files of a Macintosh volume, not of an ISO 9660 or Joliet "
+                     "tree.",
+                     option)
+               : std::string{};
+}
+
+int Get(const GetOptions& options, CommandContext& context) {
+    if (const std::string sentence = Contradiction(options, context); !sentence.empty())
+        return UsageError(context, "get", sentence);
+    const StopSignals signals;
+    ViewRun run(context, options.quiet);
+    const std::optional<bool> intoFolder = IsIntoFolder(run, options);
+    if (!intoFolder || !run.open(options.view))
+        return kExitFailed;
+    if (const std::string option = MacintoshOption(options); !option.empty()) {
+        if (run.view->tree(TreeKind::Hfs) == nullptr)
+            return UsageError(context, "get",
+                              fmt::format("{} is for files of a Macintosh volume, and {} has none.",
+                                          option, Printable(options.view.image)));
+        run.trees = {run.view->tree(TreeKind::Hfs)};
+    }
+    // Looking for the table of the user is for names alone that need it.
+    const NamingPolicy naming = NamingOf(options, context);
+    const bool needsTable = naming == NamingPolicy::OwnExtension || naming == NamingPolicy::Append;
+    const SignatureTable none;
+    Getter getter(run, options, needsTable ? SignaturesOf(context, run.terminal.messages) : none);
+    for (const std::string& path : options.paths)
+        if (!getter.get(path, *intoFolder))
+            break;
+    getter.finish();
+    if (StopSignals::requested())
+        run.problem("Stopped as you wished; what was written before stays.");
+    return run.exitStatus();
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<GetOptions>();
+    AddViewOptions(arguments, options->view,
+                   "without it, the first of hfs, joliet and iso that has the path");
+    arguments
+        .add("PATH", options->paths,
+             "Files, or folders with all that is in them, / between the names (a / in a "
+             "Macintosh name is written :); / alone is the whole tree")
+        .required();
+    arguments
+        .add("-o,--output", options->target,
+             "Folder to write to, or a new name when there is one PATH; - for the standard "
+             "output")
+        .showDefault();
+    arguments
+        .add("-m,--mode", options->mode,
+             "What a Macintosh file becomes: one of its forks, or a form that holds both")
+        .oneOf(WordsOf(kModes))
+        .showDefault();
+    arguments
+        .add("-n,--naming", options->naming,
+             "Name of a Macintosh file: as in the catalog, with the extension of its type "
+             "and creator where it has none or in any case, or asked for; without it, as the "
+             "settings say")
+        .oneOf(WordsOf(kNamings));
+    arguments.flag("-f,--force", options->force, "Replace existing files without a question");
+    arguments.flag("-q,--quiet", options->quiet, "No progress");
+    run = [options](CommandContext& context) { return Get(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbGet = {"get", "cp", "Take files and folders out of an image",
+                       "vellmark get photos.iso \"Holiday/Day 1\" -o Pictures", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,152 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "session/image_walk.hpp"
+#include "session/verbs/image_verbs.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/partition_choice.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct InfoOptions {
+    ViewOptions view;
+    bool json = false;
+};
+
+// The files and folders of a tree that does not tell their number.
+class Counter final : public TreeWalker {
+  public:
+    explicit Counter(ViewRun& run) : run_(run) {}
+    std::uint64_t files = 0;
+    std::uint64_t folders = 0;
+
+  protected:
+    [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t) override {
+        ++(entry.isFolder ? folders : files);
+        return Next::GoOn;
+    }
+    void problem(const std::string& sentence) override { run_.problem(sentence); }
+
+  private:
+    ViewRun& run_;
+};
+
+TreeFacts WholeFacts(ViewRun& run, TreeView& tree) {
+    TreeFacts facts = tree.facts();
+    if (facts.endByte > run.view->sizeBytes())
+        run.problem(
+            fmt::format("The image is cut short: its {} volume ends at byte {}, the image "
+                        "at byte {}.",
+                        facts.format, facts.endByte, run.view->sizeBytes()));
+    if (facts.fileCount)
+        return facts;
+    std::string sentence;
+    const std::optional<ViewEntry> root = tree.find({}, sentence);
+    Counter counter(run);
+    if (root)
+        (void)counter.walk(tree, *root);
+    facts.fileCount = counter.files;
+    facts.folderCount = counter.folders;
+    return facts;
+}
+
+nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
+    nlohmann::ordered_json json = TreeJson(facts);
+    json["sizeBytes"] = facts.sizeBytes();
+    json["blockSize"] = facts.blockSize;
+    json["blocks"] = facts.blockCount;
+    json["freeBlocks"] = nullptr;
+    json["freeBytes"] = nullptr;
+    if (facts.freeBlocks) {
+        json["freeBlocks"] = *facts.freeBlocks;
+        json["freeBytes"] = *facts.freeBlocks * facts.blockSize;
+    }
+    json["files"] = *facts.fileCount;
+    json["folders"] = *facts.folderCount;
+    json["created"] = DateJson(facts.created);
+    json["modified"] = DateJson(facts.modified);
+    for (const auto& [key, text] : facts.texts)
+        json[std::string(key)] = text;
+    if (facts.kind == TreeKind::Hfs) {
+        json["changeable"] = changeRefusal.empty();
+        json["changeRefusal"] = nullptr;
+        if (!changeRefusal.empty())
+            json["changeRefusal"] = changeRefusal;
+    }
+    return json;
+}
+
+void PutJson(ViewRun& run, const std::string& image) {
+    nlohmann::ordered_json json;
+    json["image"] = image;
+    json["sizeBytes"] = run.view->sizeBytes();
+    json["partitions"] = nlohmann::ordered_json::array();
+    for (const PartitionEntry& partition : run.view->partitions())
+        json["partitions"].push_back({{"number", json["partitions"].size() + 1},
+                                      {"name", PartitionName(partition)},
+                                      {"startSector", partition.startSector},
+                                      {"sectorCount", partition.sectorCount}});
+    json["trees"] = nlohmann::ordered_json::array();
+    for (TreeView* tree : run.trees)
+        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree), run.view->changeRefusal()));
+    run.putJson(json);
+}
+
+void PutTree(ViewRun& run, const TreeFacts& facts) {
+    const auto line = [&](std::string_view key, std::string_view value) {
+        (void)run.put(fmt::format("  {:<12} {}\n", key, value));
+    };
+    (void)run.put(fmt::format("\n{}\n", TreeHeading(facts)));
+    line("size", fmt::format("{} bytes, {} blocks of {}", facts.sizeBytes(), facts.blockCount,
+                             facts.blockSize));
+    if (facts.freeBlocks)
+        line("free", fmt::format("{} bytes", *facts.freeBlocks * facts.blockSize));
+    line("files", fmt::format("{}", *facts.fileCount));
+    line("folders", fmt::format("{}", *facts.folderCount));
+    line("created", DateText(facts.created));
+    line("modified", DateText(facts.modified));
+    for (const auto& [key, text] : facts.texts)
+        line(key, Printable(text));
+    if (facts.kind == TreeKind::Hfs)
+        line("changes", run.view->changeRefusal().empty() ? "possible" : run.view->changeRefusal());
+}
+
+void PutText(ViewRun& run, const std::string& image) {
+    (void)run.put(fmt::format("{}: {} bytes\n", Printable(image), run.view->sizeBytes()));
+    unsigned number = 0;
+    for (const PartitionEntry& partition : run.view->partitions())
+        (void)run.put(fmt::format("partition {}: sector {}, {} sectors\n",
+                                  PartitionLine(++number, partition, run.context.language),
+                                  partition.startSector, partition.sectorCount));
+    for (TreeView* tree : run.trees)
+        PutTree(run, WholeFacts(run, *tree));
+}
+
+int Info(const InfoOptions& options, CommandContext& context) {
+    ViewRun run(context, false);
+    if (!run.open(options.view))
+        return kExitFailed;
+    if (options.json)
+        PutJson(run, options.view.image);
+    else
+        PutText(run, options.view.image);
+    return run.exitStatus();
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<InfoOptions>();
+    AddViewOptions(arguments, options->view, "without it, all that are there");
+    arguments.flag("-j,--json", options->json, "As JSON, dates in UTC");
+    run = [options](CommandContext& context) { return Info(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbInfo = {"info", "", "Tell what an image holds", "vellmark info photos.iso", SetUp};
+
+}  // namespace vellmark

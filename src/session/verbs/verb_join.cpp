@@ -1,0 +1,80 @@
+#include <memory>
+#include <ostream>
+
+#include "join/hybridation.hpp"
+#include "session/terminal.hpp"
+#include "session/user_options.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+struct JoinOptions {
+    std::string disc;
+    std::string partition;
+    bool opensRoot = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+std::string_view FormWords(HybridForm form) {
+    switch (form) {
+        case HybridForm::Plain:
+            break;
+        case HybridForm::Repacked:
+            return ", no longer raw";
+        case HybridForm::Raw:
+            return ", raw";
+        case HybridForm::VideoCd:
+            return ", Video CD";
+    }
+    return "";
+}
+
+int Join(const JoinOptions& options, CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    HybridationOptions hybridation;
+    hybridation.opensRoot = options.opensRoot || OptionsOf(context).opensRoot;
+    hybridation.force = options.force;
+    hybridation.asks = context.asks;
+    hybridation.guard = context.guard;
+    const HybridationOutcome outcome = Hybridate(options.disc, options.partition, hybridation,
+                                                 terminal.messages, terminal.progress);
+    terminal.progress.clear();
+    if (outcome.result != HybridationResult::Done) {
+        if (outcome.needsForce && !context.asks)
+            terminal.messages.showMessage("Nothing was changed; --force joins it all the same.");
+        return kExitFailed;
+    }
+    if (!options.quiet)
+        context.output << Printable(options.disc) << ": ISO 9660 + "
+                       << (outcome.isHfsPlus ? "HFS+" : "HFS") << FormWords(outcome.form) << ", "
+                       << outcome.sizeBytes << " bytes\n";
+    return kExitDone;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<JoinOptions>();
+    arguments.add("IMAGE", options->disc, "ISO 9660 image that gets the partition").required();
+    arguments
+        .add("VOLUME", options->partition,
+             "Image with a Macintosh partition; a compressed one (.dmg) too")
+        .required();
+    arguments.flag("--open-root", options->opensRoot,
+                   "A Macintosh opens the window of the root folder when the disc is put in");
+    arguments.flag("-f,--force", options->force,
+                   "Overwrite what a bootable disc has where the partition map goes, and older "
+                   "backup files of a Video CD");
+    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    run = [options](CommandContext& context) { return Join(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbJoin = {"join", "", "Join a Macintosh partition to a finished ISO 9660 image",
+                        "vellmark join disc.iso work.img", SetUp};
+
+}  // namespace vellmark

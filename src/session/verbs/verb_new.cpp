@@ -1,0 +1,80 @@
+#include <memory>
+
+#include "session/file_modes.hpp"
+#include "session/labels.hpp"
+#include "session/open_project.hpp"
+#include "session/targets.hpp"
+#include "session/terminal.hpp"
+#include "session/user_options.hpp"
+#include "session/verbs/format_choice.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "new";
+
+struct NewOptions {
+    std::string path;
+    std::string label;
+    FormatChoice format;
+    bool rebuild = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+int New(const NewOptions& options, CommandContext& context) {
+    if (options.format.contradicts())
+        return UsageError(context, kName, FormatChoice::kContradiction);
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    const ProjectMode mode = ProjectModeOf(options.path);
+    if (mode == ProjectMode::IsoPlus && options.format.isHfsPlus)
+        return UsageError(context, kName, "An ISO+ project has no HFS+ side.");
+    const std::string path = FollowLink(options.path);
+    if (!MayMakeFile(path, options.force, terminal.messages))
+        return kExitFailed;
+    ProjectDefaults defaults = NewProjectDefaults(context, mode);
+    options.format.apply(defaults);
+    defaults.rebuild = defaults.rebuild || options.rebuild;
+    ProjectAccess access = ChangingAccess(context);
+    access.mayReplace = options.force;
+    ProjectFile project = ProjectFile::Create(path, mode, defaults, access);
+    if (!options.label.empty() &&
+        !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
+        return kExitFailed;
+    if (!project.save(terminal.messages))
+        return kExitFailed;
+    if (!options.quiet)
+        context.output << Printable(options.path) << ": new "
+                       << (mode == ProjectMode::IsoPlus ? "ISO+"
+                           : defaults.isHfsPlus         ? "hybrid HFS+"
+                                                        : "hybrid HFS")
+                       << " project\n";
+    return kExitDone;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<NewOptions>();
+    arguments
+        .add("PROJECT", options->path,
+             "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
+        .required();
+    options->format.addTo(arguments);
+    arguments.add("-l,--label", options->label,
+                  "Name of the volume; without it, the name of the image when it is built");
+    arguments.flag("--rebuild", options->rebuild,
+                   "Bring the project up to date with the disk before each build");
+    arguments.flag("-f,--force", options->force, "Replace an existing file");
+    arguments.flag("-q,--quiet", options->quiet, "No result line");
+    run = [options](CommandContext& context) { return New(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbNew = {kName, "", "Make an empty project",
+                       "vellmark new disc.vlpr --label \"My disc\"", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,135 @@
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "containers/names.hpp"
+#include "project/replace_signature.hpp"
+#include "session/file_modes.hpp"
+#include "session/open_project.hpp"
+#include "session/verbs/change_run.hpp"
+#include "session/verbs/verbs.hpp"
+#include "support/encoding.hpp"
+#include "volume/catalog_search.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::string_view kName = "replace-signature";
+constexpr int kTextEditSignature = 1195;
+
+struct ReplaceOptions {
+    PartitionOptions partition;
+    std::string oldSignature;
+    std::string newSignature;
+    bool ask = false;
+    bool quiet = false;
+};
+
+// Eight letters; nothing when they are more or fewer, or no MacRoman.
+std::optional<std::array<char, 8>> SignatureOf(const std::string& typed) {
+    const std::optional<std::string> mac = WideToMacRomanExact(Utf8ToWide(typed));
+    std::array<char, 8> signature{};
+    if (!mac || mac->size() != signature.size())
+        return std::nullopt;
+    std::copy(mac->begin(), mac->end(), signature.begin());
+    return signature;
+}
+
+using Signature = std::array<char, 8>;
+
+// Asks for one file, when each is asked for.
+bool Agrees(const ReplaceOptions& options, RememberedAnswer& answer, const std::string& name,
+            Terminal& terminal, Language language) {
+    return !options.ask ||
+           answer.ask(terminal.messages, FormatText(kTextEditSignature, language,
+                                                    options.oldSignature, Printable(name)));
+}
+
+void TellCount(std::int64_t count, const ReplaceOptions& options, CommandContext& context) {
+    if (!options.quiet)
+        context.output << fmt::format("{} file{} changed\n", count, count == 1 ? "" : "s");
+}
+
+int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const Signature& to,
+                     CommandContext& context) {
+    const StopSignals signals;
+    Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    std::optional<ProjectFile> project;
+    if (!OpenForChange(options.partition.image, context, terminal.messages, project))
+        return kExitFailed;
+    RememberedAnswer answer;
+    const std::int64_t count =
+        ReplaceSignature(*project, from, to, [&](const ProjectRecord& record) {
+            return Agrees(options, answer, NarrowToUtf8(record.sourceName()), terminal,
+                          context.language);
+        });
+    if (StopSignals::requested()) {
+        terminal.messages.showMessage("Stopped as you wished; nothing was changed.");
+        return kExitFailed;
+    }
+    if (count > 0) {
+        BackUpBeforeChange(*project, context, terminal.messages);
+        if (!project->save(terminal.messages))
+            return kExitFailed;
+    }
+    TellCount(count, options, context);
+    return kExitDone;
+}
+
+int Replace(const ReplaceOptions& options, CommandContext& context) {
+    const auto from = SignatureOf(options.oldSignature);
+    const auto to = SignatureOf(options.newSignature);
+    if (!from || !to)
+        return UsageError(
+            context, kName,
+            fmt::format("A signature is eight characters, type and creator, and {} is not that.",
+                        Printable(from ? options.newSignature : options.oldSignature)));
+    if (options.ask && !context.asks)
+        return UsageError(context, kName, "--ask needs a terminal.");
+    if (const FileMode mode = FileModeOf(options.partition.image);
+        mode == FileMode::Project || mode == FileMode::IsoPlus) {
+        if (options.partition.partition || options.partition.writable)
+            return UsageError(context, kName, "A project has no partitions and no protection.");
+        return ReplaceInProject(options, *from, *to, context);
+    }
+    ChangeRun run(context, options.quiet);
+    if (!run.open(options.partition))
+        return kExitFailed;
+    RememberedAnswer answer;
+    const auto agrees = [&](const SearchHit& hit) {
+        return Agrees(options, answer, ShownName(run.volume(), hit.name), run.terminal,
+                      context.language);
+    };
+    Replaced replaced;
+    const TreeResult result = ReplaceSignature(run.volume(), *from, *to, replaced, agrees);
+    if (result != TreeResult::Done)
+        run.problem(CatalogProblem(result, "on the way through all files; nothing was changed"));
+    for (const SearchHit& hit : replaced.refused) {
+        const std::string path = Printable(PathOf(run.volume(), hit));
+        run.terminal.messages.itemSkipped(
+            path, EditSentence(EditResult::Protected, path, context.language));
+    }
+    const int status = run.finish();
+    if (result == TreeResult::Done)
+        TellCount(static_cast<std::int64_t>(replaced.count), options, context);
+    return status;
+}
+
+void SetUp(OptionSet& arguments, RunVerb& run) {
+    const auto options = std::make_shared<ReplaceOptions>();
+    AddPartitionOptions(arguments, options->partition);  // a project stands in the image's place
+    arguments.add("OLD", options->oldSignature, "Type and creator, eight characters").required();
+    arguments.add("NEW", options->newSignature, "What takes their place").required();
+    arguments.flag("--ask", options->ask, "Ask for each file");
+    arguments.flag("-q,--quiet", options->quiet, "No result line");
+    run = [options](CommandContext& context) { return Replace(*options, context); };
+}
+
+}  // namespace
+
+const Verb kVerbReplaceSignature = {kName, "", "Give all files of one signature another one",
+                                    "vellmark replace-signature work.img TEXTR*ch TEXTttxt", SetUp};
+
+}  // namespace vellmark

@@ -1,0 +1,318 @@
+#include "transfer/copy_in.hpp"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "containers/mac_binary.hpp"
+#include "support/encoding.hpp"
+#include "transfer/import_batch.hpp"
+#include "transfer/import_folder.hpp"
+#include "transfer/import_source.hpp"
+#include "volume/edit_result.hpp"
+#include "volume/file_store.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextCopyOf = 1123;
+constexpr int kTextNoContainer = 1158;
+constexpr int kTextTooFragmented = 1159;
+constexpr int kTextReplace = 1161;
+
+constexpr std::string_view kVolumeIconName = ".VolumeIcon.icns";
+constexpr std::string_view kFolderIconName = "Icon\r";
+
+bool HasNoSignature(const FinderInfo& finder) {
+    return std::all_of(finder.signature.begin(), finder.signature.end(),
+                       [](char c) { return c == '\0'; });
+}
+
+bool KeepsDates(ImportClass importClass) {
+    return importClass == ImportClass::MacBinary || importClass == ImportClass::BinHex;
+}
+
+/// One file on its way.
+class FileImport {
+  public:
+    FileImport(CopyIn& batch, const std::string& path, const PcFacts& facts, std::uint32_t folderId)
+        : batch_(batch), path_(path), facts_(facts), folderId_(folderId) {}
+
+    [[nodiscard]] CopyInResult run();
+
+  private:
+    [[nodiscard]] CopyInResult copy();
+    [[nodiscard]] std::optional<CopyInResult> openSource(PcFile file);
+    [[nodiscard]] bool acceptsDamage();
+    void tellPlain(const std::string& wrong);
+    [[nodiscard]] NewFile describe();
+    [[nodiscard]] FinderInfo finderInfo() const;
+    void setDates(NewFile& file) const;
+    [[nodiscard]] std::optional<CatalogName> name();
+    [[nodiscard]] CopyInResult putCustomIcon(NewFile file);
+    [[nodiscard]] CopyInResult store(NewFile file);
+    [[nodiscard]] std::optional<CopyInResult> settleExisting(NewFile& file);
+    [[nodiscard]] CopyInResult leaveThere(EditResult reason, const NewFile& file);
+    [[nodiscard]] CopyInResult resultOf(StoreResult result, const NewFile& file);
+
+    CopyIn& batch_;
+    const std::string& path_;
+    PcFacts facts_;
+    std::uint32_t folderId_;
+    ImportClass class_ = ImportClass::Plain;
+    ImportSource source_;
+    bool isNameChanged_ = false;
+};
+
+CopyInResult FileImport::run() {
+    const CopyInResult result = copy();
+    // A wish to stop ends a question too, and is not told from its answer there.
+    return result == CopyInResult::LeftOut && !batch_.progress.chunk(0) ? CopyInResult::Stopped
+                                                                        : result;
+}
+
+CopyInResult FileImport::copy() {
+    if (const std::string refusal = RefusalOf(batch_, path_, facts_); !refusal.empty())
+        return LeaveOut(batch_, path_, refusal);
+    PcFile opened(path_, PcFile::Mode::Read);
+    if (!opened.isOpen())
+        return LeaveOut(batch_, path_, UnreadableSentence(opened.error()));
+    const std::optional<ImportClass> found =
+        ClassifyPcFile(opened, batch_.options.containers, batch_.answers, batch_.messages);
+    if (!found)
+        return LeaveOut(batch_, path_, "Nobody said whether it is to be taken apart.");
+    class_ = *found;
+    if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
+        return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
+    const bool isCut = class_ == ImportClass::Plain &&
+                       batch_.options.containers != ContainerPolicy::Never &&
+                       !IsMacBinaryFile(opened) && FormOfMacBinary(opened) == MacBinaryForm::Cut;
+    if (const auto end = openSource(std::move(opened)))
+        return *end;
+    if (isCut)
+        tellPlain(FaultSentence(ContainerFault::DataForkCut));
+    NewFile file = describe();
+    if (KeepsDates(class_) && IsCustomIconFile(source_.info()))
+        return putCustomIcon(std::move(file));
+    std::optional<CatalogName> fileName = name();
+    if (!fileName)
+        return LeaveOut(batch_, path_, kNameTooLong);
+    file.name = std::move(*fileName);
+    return store(std::move(file));
+}
+
+// Nothing when the source is open and may be used.
+std::optional<CopyInResult> FileImport::openSource(PcFile file) {
+    const std::string problem =
+        source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
+                     batch_.temporary, batch_.progress);
+    if (source_.stopped())
+        return CopyInResult::Stopped;
+    const std::string wrong = problem.empty() ? source_.damage() : problem;
+    // A text that only quotes the first line of BinHex has nothing that could be taken.
+    const bool isQuote = class_ == ImportClass::BinHex && !source_.isContainer();
+    if (wrong.empty() || (problem.empty() && !isQuote && acceptsDamage()))
+        return std::nullopt;
+    if (class_ == ImportClass::Plain || source_.isContainer() ||
+        batch_.options.mode == CopyMode::MacBinary)
+        return LeaveOut(batch_, path_, wrong);
+    class_ = ImportClass::Plain;
+    source_.becomePlain(batch_.options.mode == CopyMode::ResourceFork);
+    tellPlain(wrong);
+    return std::nullopt;
+}
+
+// The file itself is copied, which is named all the same.
+void FileImport::tellPlain(const std::string& wrong) {
+    (void)LeaveOut(batch_, path_, "It is copied as a plain file. " + wrong);
+}
+
+bool FileImport::acceptsDamage() {
+    const std::string remark = fmt::format("{}: {}", Printable(path_), source_.damage());
+    if (batch_.options.containers == ContainerPolicy::Always) {
+        batch_.messages.showTimedMessage(remark + " What is there of it is copied.");
+        return true;
+    }
+    return batch_.messages.askYesNo(remark + "\nDo you want to copy what is there of it?");
+}
+
+NewFile FileImport::describe() {
+    NewFile file;
+    file.parentId = folderId_;
+    file.finder = finderInfo();
+    setDates(file);
+    file.data = &source_.data();
+    file.resource = &source_.resource();
+    file.hasSourceChanged = [this] { return source_.hasChanged(); };
+    return file;
+}
+
+FinderInfo FileImport::finderInfo() const {
+    FinderInfo finder = source_.info().finder;
+    const std::string pcName = PcNameOfPath(path_);
+    const bool isPcFile = class_ == ImportClass::Plain || class_ == ImportClass::NamedStreams;
+    if (isPcFile && pcName.starts_with('.'))
+        finder.flags = static_cast<std::uint16_t>(finder.flags | kFinderInvisible);
+    if (!KeepsDates(class_) && HasNoSignature(finder)) {
+        const std::string signature = batch_.signatures.SignatureOf(Utf8ToNarrow(pcName));
+        std::copy_n(signature.begin(), std::min(signature.size(), finder.signature.size()),
+                    finder.signature.begin());
+    }
+    if (batch_.options.type)
+        std::copy(batch_.options.type->begin(), batch_.options.type->end(),
+                  finder.signature.begin());
+    if (batch_.options.creator)
+        std::copy(batch_.options.creator->begin(), batch_.options.creator->end(),
+                  finder.signature.begin() + 4);
+    return finder;
+}
+
+// MacBinary has local time. No creation date there means now, no other one the creation date.
+void FileImport::setDates(NewFile& file) const {
+    const VolumeContext& volume = batch_.volume;
+    if (!KeepsDates(class_)) {
+        file.created = file.modified = VolumeDate(volume, facts_.modified, batch_.clock);
+        return;
+    }
+    const auto ofVolume = [&](MacSeconds local) {
+        return local == 0 || !volume.isHfsPlus ? local
+                                               : ToMacGmt(FromMacLocal(local, batch_.clock));
+    };
+    const MacFileInfo& info = source_.info();
+    file.created =
+        info.created != 0 ? ofVolume(info.created) : MacDateNow(batch_.clock, volume.isHfsPlus);
+    file.modified = info.modified != 0 ? ofVolume(info.modified) : file.created;
+}
+
+std::optional<CatalogName> FileImport::name() {
+    std::optional<ImportedName> imported =
+        ImportContainerName(batch_.volume, source_.info().name, PcNameOfPath(path_), folderId_,
+                            batch_.options.truncation, batch_.messages, batch_.clock);
+    if (!imported)
+        return std::nullopt;
+    isNameChanged_ = imported->isChanged;
+    return std::move(imported->name);
+}
+
+CopyInResult FileImport::putCustomIcon(NewFile file) {
+    file.finder.flags = static_cast<std::uint16_t>(file.finder.flags | kFinderInvisible);
+    if (folderId_ == kRootFolderId) {
+        file.name = NameFromMacRoman(batch_.volume, kVolumeIconName).value_or(CatalogName{});
+        if (const CopyInResult result = store(file); result != CopyInResult::Done)
+            return result;
+    }
+    file.name = NameFromMacRoman(batch_.volume, kFolderIconName).value_or(CatalogName{});
+    const CopyInResult result = store(std::move(file));
+    if (result != CopyInResult::Done)
+        return result;
+    return MarkCustomIcon(batch_.volume, folderId_) == TreeResult::Done
+               ? CopyInResult::Done
+               : EndBatch(batch_, path_, "The catalog of the volume is damaged.");
+}
+
+CopyInResult FileImport::store(NewFile file) {
+    if (IsEmptyName(batch_.volume, file.name))
+        return LeaveOut(batch_, path_, "Nothing of its name can stand on the volume.");
+    if (const auto end = settleExisting(file))
+        return *end;
+    const std::uint64_t bytes = source_.sizeBytes();
+    batch_.progress.text(Say(batch_, kTextCopyOf, Printable(path_), ShownIn(batch_, file.name)));
+    batch_.progress.fileStart(Printable(path_), bytes, 0);
+    const StoreResult stored = AddFileToCatalog(batch_.volume, file, batch_.clock, batch_.progress);
+    if (stored == StoreResult::Done) {
+        ++batch_.filesCopied;
+        batch_.bytesCopied += bytes;
+        if (isNameChanged_)
+            TellChangedName(batch_, path_, file.name);
+    }
+    return resultOf(stored, file);
+}
+
+// Nothing when the file may go there; what it is to replace is then noted in it.
+std::optional<CopyInResult> FileImport::settleExisting(NewFile& file) {
+    std::optional<CatalogItem> there;
+    const TreeResult found = FindNamed(batch_.volume, folderId_, file.name, batch_.clock, there);
+    if (found != TreeResult::Done)
+        return EndBatch(batch_, path_, CatalogProblem(found, "where the file would go"));
+    if (!there)
+        return std::nullopt;
+    const std::string shown = ShownIn(batch_, file.name);
+    if (there->isFolder)
+        return LeaveOut(batch_, path_, fmt::format("A folder is called {} there.", shown));
+    if (there->id >= batch_.firstNewId)
+        return LeaveOut(batch_, path_,
+                        fmt::format("Another of these items has got the name {} there.", shown));
+    if (batch_.options.existing == ExistingFiles::Keep)
+        return LeaveOut(batch_, path_,
+                        fmt::format("{} exists already{}.", shown, batch_.options.keptHint));
+    if (batch_.options.existing == ExistingFiles::Ask &&
+        !batch_.answers.replace.ask(batch_.messages, Say(batch_, kTextReplace, shown))) {
+        ++batch_.itemsLeftOut;
+        return CopyInResult::LeftOut;
+    }
+    file.replaced = std::move(there);
+    return std::nullopt;
+}
+
+// The file that is there already cannot go.
+CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
+    return LeaveOut(batch_, path_,
+                    EditSentence(reason, ShownIn(batch_, file.name), batch_.messages.language()));
+}
+
+CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
+    switch (result) {
+        case StoreResult::Done:
+            if (source_.hasChanged())
+                (void)LeaveOut(batch_, path_,
+                               "It changed while it took the place and the room of an older one; "
+                               "what is on the volume can be mixed.");
+            return batch_.progress.fileEnd(0) ? CopyInResult::Done : CopyInResult::Stopped;
+        case StoreResult::Exists:
+            return LeaveOut(batch_, path_,
+                            fmt::format("{} exists already.", ShownIn(batch_, file.name)));
+        case StoreResult::NoRoom:
+            return EndForRoom(batch_, path_,
+                              (file.data != nullptr ? file.data->size() : 0) +
+                                  (file.resource != nullptr ? file.resource->size() : 0));
+        case StoreResult::TooFragmented:
+            return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
+        case StoreResult::FolderFull:
+            return LeaveOut(batch_, path_, kFolderFullSentence);
+        case StoreResult::ForkTooLong:
+            return LeaveOut(batch_, path_,
+                            "A fork of 2 GiB or more is too long for an HFS volume.");
+        case StoreResult::SourceFailed:
+            return LeaveOut(batch_, path_, "It could not be read whole.");
+        case StoreResult::SourceChanged:
+            return LeaveOut(batch_, path_, "It changed while it was copied.");
+        case StoreResult::TargetFailed:
+            return EndBatch(batch_, path_, "The image could not be written.");
+        case StoreResult::Protected:
+            return leaveThere(EditResult::Protected, file);
+        case StoreResult::Attributes:
+            return leaveThere(EditResult::Attributes, file);
+        case StoreResult::Damaged:
+            return EndBatch(batch_, path_,
+                            CatalogProblem(TreeResult::Damaged, "where the file would go"));
+        case StoreResult::Stopped:
+            return CopyInResult::Stopped;
+    }
+    return CopyInResult::BatchEnds;
+}
+
+}  // namespace
+
+CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, const PcFacts& facts,
+                        std::uint32_t folderId) {
+    return FileImport(batch, path, facts, folderId).run();
+}
+
+CopyInResult CopyItemIn(CopyIn& batch, const std::string& path, std::uint32_t folderId) {
+    const PcFacts facts = PcFactsOf(path);
+    return facts.kind == PcKind::Folder ? CopyFolderIn(batch, path, folderId)
+                                        : CopyFileIn(batch, path, facts, folderId);
+}
+
+}  // namespace vellmark

@@ -1,0 +1,327 @@
+#include "transfer/copy_out.hpp"
+
+#include <fmt/core.h>
+
+#include <cerrno>
+
+#include "containers/apple_single.hpp"
+#include "support/encoding.hpp"
+#include "support/watched_source.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNoRoom = 1073;
+constexpr int kTextCopyingFolder = 1118;
+constexpr int kTextNoDataFork = 1119;
+constexpr int kTextNoResourceFork = 1120;
+constexpr int kTextExistsAborting = 1121;
+constexpr int kTextCopyOf = 1123;
+constexpr int kTextReplace = 1161;
+
+constexpr std::string_view kSidecarPrefix = "._";
+
+template <typename... Operands>
+std::string Say(const CopyOut& batch, int number, const Operands&... operands) {
+    return FormatText(number, batch.messages.language(), operands...);
+}
+
+std::string Shown(const std::string& path) {
+    return path.empty() ? "/" : Printable(path);
+}
+
+CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, std::string_view reason) {
+    ++batch.itemsLeftOut;
+    batch.messages.itemSkipped(Shown(path), reason);
+    return CopyOutResult::LeftOut;
+}
+
+void TellDamage(CopyOut& batch, const std::string& sentence) {
+    batch.foundDamage = true;
+    batch.messages.showMessage(sentence);
+}
+
+std::string SidecarOf(const CopyOut& batch, const std::string& target) {
+    return batch.options.mode == CopyMode::AppleDouble ? SidecarPath(target) : std::string{};
+}
+
+// The text that says that the fork which the mode asks for is empty; 0 when there is something to
+// copy. A file that is wholly empty becomes an empty file: it would be lost otherwise.
+int EmptyForkText(const CopyOut& batch, const CatalogItem& file) {
+    const bool hasData = file.data.sizeBytes != 0;
+    const bool hasResource = file.resource.sizeBytes != 0;
+    if (batch.options.mode == CopyMode::DataFork && !hasData && hasResource)
+        return kTextNoDataFork;
+    return batch.options.mode == CopyMode::ResourceFork && !hasResource ? kTextNoResourceFork : 0;
+}
+
+bool IsNothingToCopy(CopyOut& batch, const CatalogItem& file, const std::string& path) {
+    const int text = file.linkReference == 0 ? EmptyForkText(batch, file) : 0;
+    if (text == 0)
+        return false;
+    ++batch.itemsLeftOut;
+    if (!batch.hidesEmptyForks)
+        batch.hidesEmptyForks = batch.messages.showRememberable(Say(batch, text, Shown(path)));
+    return true;
+}
+
+// Nothing when what has the target's name already may be replaced.
+std::optional<CopyOutResult> RefuseExisting(CopyOut& batch, const std::string& path,
+                                            const std::string& target) {
+    const std::string shown = Printable(target);
+    if (batch.options.naming.policy == NamingPolicy::Ask) {
+        batch.messages.showMessage(Say(batch, kTextExistsAborting, shown));
+        return CopyOutResult::BatchEnds;
+    }
+    if (batch.options.existing == ExistingFiles::Keep)
+        return LeaveOut(batch, path,
+                        fmt::format("{} exists already{}.", shown, batch.options.keptHint));
+    if (batch.replaceAnswer.ask(batch.messages, Say(batch, kTextReplace, shown)))
+        return std::nullopt;
+    ++batch.itemsLeftOut;
+    return CopyOutResult::LeftOut;
+}
+
+// Nothing when both files can be written, or the one where there is no sidecar.
+std::optional<CopyOutResult> RefuseTargets(CopyOut& batch, const std::string& path,
+                                           const std::string& target, const std::string& sidecar) {
+    for (const std::string& made : {target, sidecar})
+        if (const std::string refusal = batch.targets.refusalOf(made);
+            !made.empty() && !refusal.empty())
+            return LeaveOut(batch, path, refusal);
+    if (batch.options.existing == ExistingFiles::Replace)
+        return std::nullopt;
+    // A pair is one item, about which nobody is asked twice.
+    if (PcTargets::exists(target))
+        return RefuseExisting(batch, path, target);
+    return PcTargets::exists(sidecar) ? RefuseExisting(batch, path, sidecar) : std::nullopt;
+}
+
+// The bytes of one file: its forks, watched, and its facts.
+class Form {
+  public:
+    Form(CopyOut& batch, const CatalogItem& file, const OpenForks& forks)
+        : mode_(batch.options.mode),
+          info_(MacFileInfoOf(batch.volume, file, mode_, batch.clock)),
+          data_(*forks.data, batch.progress),
+          resource_(*forks.resource, batch.progress) {}
+
+    [[nodiscard]] ContainerFault write(ByteSink& target, ByteSink* sidecar) {
+        return WriteForm(mode_, info_, data_, resource_, target, sidecar);
+    }
+    [[nodiscard]] bool stopped() const { return data_.stopped() || resource_.stopped(); }
+    [[nodiscard]] std::uint64_t sizeBytes() const { return data_.size() + resource_.size(); }
+
+  private:
+    CopyMode mode_;
+    MacFileInfo info_;
+    WatchedSource data_;
+    WatchedSource resource_;
+};
+
+// A free space of 0 may be one that nobody knows: then the transfer itself tells.
+bool HasRoom(const CopyOut& batch, const std::string& target, std::uint64_t bytes) {
+    const std::uint64_t room = batch.options.freeBytes(FolderOf(target));
+    return room == 0 || room >= bytes;
+}
+
+CopyOutResult EndWithoutRoom(CopyOut& batch) {
+    batch.messages.showMessage(Say(batch, kTextNoRoom));
+    return CopyOutResult::BatchEnds;
+}
+
+void TellCompressed(CopyOut& batch, const CatalogItem& file, const std::string& path) {
+    if (file.isCompressed)
+        batch.messages.showMessage(fmt::format(
+            "{}: Its contents are stored compressed; the forks are copied as they are stored.",
+            Shown(path)));
+}
+
+CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::string& path,
+                        const std::string& target, const OpenForks& forks) {
+    Form form(batch, file, forks);
+    if (!HasRoom(batch, target, form.sizeBytes()))
+        return EndWithoutRoom(batch);
+    batch.progress.text(Say(batch, kTextCopyOf, Shown(path), Printable(target)));
+    batch.progress.fileStart(Shown(path), form.sizeBytes(), 0);
+    const std::string sidecar = SidecarOf(batch, target);
+    // What is not to be replaced was refused before, and what came in between stays.
+    const bool replaces = PcTargets::exists(target) || PcTargets::exists(sidecar);
+    const PcTarget pcTarget{target, sidecar, replaces, GivenDate(file.modified)};
+    const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
+        return FormProblem(form.write(out, beside));
+    });
+    if (form.stopped())
+        return CopyOutResult::Stopped;
+    if (writing.error == ENOSPC || writing.error == EDQUOT)
+        return EndWithoutRoom(batch);
+    if (!writing.problem.empty())
+        return LeaveOut(batch, path, writing.problem);
+    TellCompressed(batch, file, path);
+    return batch.progress.fileEnd(0) ? CopyOutResult::Done : CopyOutResult::Stopped;
+}
+
+class FolderCopier {
+  public:
+    FolderCopier(CopyOut& batch, std::uint32_t startId) : batch_(batch), guard_(startId) {}
+
+    [[nodiscard]] CopyOutResult copyContents(const CatalogItem& folder, const std::string& path,
+                                             std::size_t level);
+
+  private:
+    [[nodiscard]] CopyOutResult copyChild(const CatalogItem& item, const std::string& path,
+                                          std::size_t level);
+    [[nodiscard]] CopyOutResult copyFolder(const CatalogItem& folder, const std::string& path,
+                                           const std::string& target, std::size_t level);
+
+    CopyOut& batch_;
+    WalkGuard guard_;
+};
+
+bool EndsWalk(CopyOutResult result) {
+    return result == CopyOutResult::Stopped || result == CopyOutResult::BatchEnds;
+}
+
+CopyOutResult FolderCopier::copyContents(const CatalogItem& folder, const std::string& path,
+                                         std::size_t level) {
+    std::vector<CatalogItem> items;
+    const TreeResult listed = ListFolder(batch_.volume, folder.id, batch_.clock, items);
+    if (listed != TreeResult::Done)
+        TellDamage(batch_, CatalogProblem(listed, path.empty() ? "in the root folder"
+                                                               : "in the folder " + Shown(path)));
+    for (CatalogItem& item : items) {
+        if (const std::string end = guard_.refuseEntry(); !end.empty()) {
+            TellDamage(batch_, end);
+            return CopyOutResult::BatchEnds;
+        }
+        const CatalogItem child = batch_.links.resolve(std::move(item));
+        const CopyOutResult result =
+            copyChild(child, path.empty() ? child.name : path + "/" + child.name, level);
+        if (EndsWalk(result))
+            return result;
+    }
+    return CopyOutResult::Done;
+}
+
+CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string& path,
+                                      std::size_t level) {
+    const std::optional<std::string> name = PcNameOf(batch_, item, path);
+    if (!name)
+        return CopyOutResult::BatchEnds;
+    const bool hasSidecar = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
+    if (!batch_.targets.claimName(*name))
+        return LeaveOut(batch_, path, "Another item of its folder has the same name on the PC.");
+    if (const std::string sidecar = std::string(kSidecarPrefix) + *name;
+        hasSidecar && !batch_.targets.claimName(sidecar))
+        return LeaveOut(batch_, path,
+                        fmt::format("Its second file would be {}, a name that another item of its "
+                                    "folder has on the PC.",
+                                    Printable(sidecar)));
+    const std::string target = batch_.targets.folder() + "/" + *name;
+    return item.isFolder ? copyFolder(item, path, target, level + 1)
+                         : CopyFileOut(batch_, item, path, target);
+}
+
+CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::string& path,
+                                       const std::string& target, std::size_t level) {
+    if (const std::string refusal = guard_.refuseFolder(folder.id, path, level); !refusal.empty()) {
+        TellDamage(batch_, refusal);
+        return CopyOutResult::LeftOut;
+    }
+    if (const std::string problem = batch_.targets.enter(target); !problem.empty())
+        return LeaveOut(batch_, path, problem);
+    batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Shown(path), Printable(target)));
+    const CopyOutResult result = copyContents(folder, path, level);
+    if (EndsWalk(result))
+        return result;
+    const std::string problem = batch_.targets.leave(GivenDate(folder.modified));
+    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch_, path, problem);
+}
+
+}  // namespace
+
+std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
+                                    const std::string& path) {
+    if (item.isFolder)
+        return PcFileName(item.name, kMostPcNameBytes, path, batch.messages);
+    // The second file of a pair has a longer name.
+    const std::size_t mostBytes =
+        kMostPcNameBytes -
+        (batch.options.mode == CopyMode::AppleDouble ? kSidecarPrefix.size() : 0);
+    std::string name =
+        PcTargetName(item.name, item.signature, batch.options.naming, batch.signatures);
+    if (batch.options.naming.policy == NamingPolicy::Ask) {
+        std::optional<std::string> given = batch.messages.askFileName(name);
+        if (!given) {
+            batch.messages.showMessage("No name was given; nothing more is copied.");
+            return std::nullopt;
+        }
+        name = std::move(*given);
+    }
+    return PcFileName(name, mostBytes, path, batch.messages);
+}
+
+CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::string& path,
+                          const std::string& target) {
+    const std::string sidecar = item.isFolder ? std::string{} : SidecarOf(batch, target);
+    for (const std::string& made : {target, sidecar})
+        if (!made.empty() && !batch.targets.claim(made))
+            return LeaveOut(batch, path, fmt::format("{} has just been written.", Printable(made)));
+    return item.isFolder ? CopyFolderOut(batch, item, path, target)
+                         : CopyFileOut(batch, batch.links.resolve(item), path, target);
+}
+
+CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::string& path,
+                          const std::string& target) {
+    if (!batch.progress.chunk(0))
+        return CopyOutResult::Stopped;
+    if (IsNothingToCopy(batch, item, path)) {
+        TellCompressed(batch, item, path);
+        return CopyOutResult::LeftOut;
+    }
+    if (const auto refused = RefuseTargets(batch, path, target, SidecarOf(batch, target)))
+        return *refused;
+    OpenForks forks;
+    if (const std::string problem = OpenFormForks(batch.volume, item, batch.options.mode, forks);
+        !problem.empty())
+        return LeaveOut(batch, path, problem);
+    return WriteFile(batch, item, path, target, forks);
+}
+
+CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std::string& path,
+                            const std::string& target) {
+    if (const std::string problem = batch.targets.enter(target); !problem.empty())
+        return LeaveOut(batch, path, problem);
+    batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
+    const CopyOutResult result = FolderCopier(batch, folder.id).copyContents(folder, path, 0);
+    if (EndsWalk(result)) {
+        batch.targets.abandonFolders();
+        return result;
+    }
+    const std::string problem = batch.targets.leave(GivenDate(folder.modified));
+    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch, path, problem);
+}
+
+CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std::string& path,
+                             ByteSink& sink) {
+    const CatalogItem file = batch.links.resolve(item);
+    if (IsNothingToCopy(batch, file, path)) {
+        TellCompressed(batch, file, path);
+        return CopyOutResult::LeftOut;
+    }
+    OpenForks forks;
+    if (const std::string problem = OpenFormForks(batch.volume, file, batch.options.mode, forks);
+        !problem.empty())
+        return LeaveOut(batch, path, problem);
+    Form form(batch, file, forks);
+    const ContainerFault fault = form.write(sink, nullptr);
+    if (form.stopped() || fault == ContainerFault::TargetFailed)
+        return CopyOutResult::Stopped;
+    if (fault != ContainerFault::None)
+        return LeaveOut(batch, path, FormProblem(fault));
+    TellCompressed(batch, file, path);
+    return CopyOutResult::Done;
+}
+
+}  // namespace vellmark

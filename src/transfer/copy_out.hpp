@@ -1,0 +1,93 @@
+// Copies files and folders of a mounted volume to the PC, in one of five forms. Nothing on the
+// volume changes. What cannot be copied is named and left out; the rest goes on.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "support/messages.hpp"
+#include "support/pc_targets.hpp"
+#include "support/progress.hpp"
+#include "support/walk_guard.hpp"
+#include "transfer/copy_form.hpp"
+#include "transfer/pc_target_name.hpp"
+#include "volume/hard_links.hpp"
+
+namespace vellmark {
+
+/// What happens to a file of the PC that has the name of a target.
+enum class ExistingFiles { Keep, Replace, Ask };
+
+struct CopyOutOptions {
+    CopyMode mode = CopyMode::DataFork;
+    PcNaming naming;
+    ExistingFiles existing = ExistingFiles::Keep;
+    std::string keptHint;   ///< added to the remark that a file is kept
+    std::string imagePath;  ///< never written over
+    /// Bytes that the file system of a folder has room for; 0 when unknown.
+    std::function<std::uint64_t(const std::string& folder)> freeBytes = FreeBytes;
+};
+
+enum class CopyOutResult {
+    Done,
+    LeftOut,   ///< the item itself, after a message that names it
+    Stopped,   ///< by the user
+    BatchEnds  ///< after a message: nothing more can be copied
+};
+
+/// One batch. What it refers to must outlive it.
+struct CopyOut {
+    CopyOut(VolumeContext& openVolume, CopyOutOptions copyOptions,
+            const SignatureTable& signatureTable, Messages& partner, Progress& watcher,
+            const Clock& zone)
+        : volume(openVolume),
+          options(std::move(copyOptions)),
+          signatures(signatureTable),
+          messages(partner),
+          progress(watcher),
+          clock(zone),
+          targets(options.imagePath),
+          links(openVolume, zone) {}
+
+    VolumeContext& volume;
+    CopyOutOptions options;
+    const SignatureTable& signatures;
+    Messages& messages;
+    Progress& progress;
+    const Clock& clock;
+
+    PcTargets targets;
+    HardLinks links;
+    RememberedAnswer replaceAnswer;
+    bool hidesEmptyForks = false;  ///< files without the wanted fork are not named any more
+    std::uint64_t itemsLeftOut = 0;
+    bool foundDamage = false;  ///< a part of the catalog could not be read, which was told
+};
+
+/// The name of an item on the PC by the batch's policy; nothing, after a message, when a person was
+/// asked for it and gave none. Folders keep their names. One that is too long is cut, after a
+/// remark that names `path`.
+[[nodiscard]] std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
+                                                  const std::string& path);
+
+/// Copies a file, or a folder with all that is in it, to the path `target`. `path` is the item's
+/// path on the volume, for messages; empty for the root. Within one batch a target is written once.
+[[nodiscard]] CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item,
+                                        const std::string& path, const std::string& target);
+
+/// A file alone. A data fork that is empty while the resource fork is not makes no file, and
+/// neither does an empty resource fork where only that is wanted.
+[[nodiscard]] CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item,
+                                        const std::string& path, const std::string& target);
+
+/// A folder. One that is there takes in what is missing.
+[[nodiscard]] CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder,
+                                          const std::string& path, const std::string& target);
+
+/// Writes a file's form to a sink, in one go from its start. `AppleDouble` gives the data fork.
+[[nodiscard]] CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item,
+                                           const std::string& path, ByteSink& sink);
+
+}  // namespace vellmark

@@ -1,0 +1,96 @@
+#include "transfer/import_batch.hpp"
+
+#include <fmt/core.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "support/encoding.hpp"
+#include "transfer/import_source.hpp"
+#include "volume/room_remark.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNoRoom = 1073;
+
+constexpr int kTextCopied = 1122;
+
+constexpr std::uint64_t kMegabyte = 1024 * 1024;
+
+std::uint32_t NextId(const VolumeContext& volume) {
+    return volume.isHfsPlus ? volume.vhb.nextCatalogId : volume.mdb.nextCatalogId;
+}
+
+}  // namespace
+
+CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
+               const SignatureTable& signatureTable, Messages& partner, Progress& watcher,
+               const Clock& zone)
+    : volume(openVolume),
+      options(std::move(copyOptions)),
+      signatures(signatureTable),
+      messages(partner),
+      progress(watcher),
+      clock(zone),
+      image(options.imagePath.empty() ? PcFacts{} : PcFactsOf(options.imagePath)),
+      firstNewId(NextId(openVolume)) {
+    options.truncation.replaces = options.existing == ExistingFiles::Replace;
+    options.truncation.firstNewId = firstNewId;
+}
+
+CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes) {
+    const std::string remark = RoomRemark(batch.volume, wantedBytes);
+    return EndBatch(batch, path, Say(batch, kTextNoRoom) + (remark.empty() ? "" : "\n" + remark));
+}
+
+CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason) {
+    ++batch.itemsLeftOut;
+    batch.messages.itemSkipped(Printable(path), reason);
+    return CopyInResult::LeftOut;
+}
+
+CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason) {
+    (void)LeaveOut(batch, path, reason);
+    return CopyInResult::BatchEnds;
+}
+
+std::string PcNameOfPath(const std::string& path) {
+    std::string name = std::filesystem::path(path).filename().string();
+    if (!name.empty() && name != "." && name != "..")
+        return name;
+    std::error_code error;
+    return std::filesystem::canonical(path, error).filename().string();
+}
+
+std::string RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts) {
+    if (facts.kind == PcKind::Missing)
+        return facts.isLink ? "It is a symbolic link that leads nowhere." : "It cannot be found.";
+    if (facts.kind == PcKind::Special)
+        return "It is a pipe, a socket or a device.";
+    if (facts.kind == PcKind::File && batch.image.kind == PcKind::File &&
+        facts.device == batch.image.device && facts.inode == batch.image.inode)
+        return "It is the image itself.";
+    if (facts.kind == PcKind::Folder)
+        if (const int error = ReadRefusal(path); error != 0)
+            return UnreadableSentence(error);
+    return {};
+}
+
+std::string ShownIn(const CopyIn& batch, const CatalogName& name) {
+    return Printable(ShownName(batch.volume, name));
+}
+
+void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name) {
+    batch.messages.nameChanged(
+        Printable(path),
+        fmt::format("{} \"{}\"", batch.volume.isHfsPlus ? "HFS+" : "HFS", ShownIn(batch, name)));
+}
+
+std::string CopiedText(const CopyIn& batch) {
+    const std::uint64_t thousandths = batch.bytesCopied % kMegabyte * 1000 / kMegabyte;
+    return Say(batch, kTextCopied, batch.filesCopied, batch.bytesCopied / kMegabyte, thousandths);
+}
+
+}  // namespace vellmark

@@ -1,0 +1,42 @@
+// What files and folders on their way into a volume have in common.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "transfer/copy_in.hpp"
+
+namespace vellmark {
+
+template <typename... Operands>
+[[nodiscard]] std::string Say(const CopyIn& batch, int number, const Operands&... operands) {
+    return FormatText(number, batch.messages.language(), operands...);
+}
+
+/// Why an item is left out whose name a person did not settle.
+inline constexpr std::string_view kNameTooLong =
+    "Its name is too long for the volume, and it got no other one.";
+
+/// Names an item that is left out, and counts it.
+CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason);
+
+/// Names an item at which the batch ends.
+CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason);
+
+/// The same where the volume has no room for it: what was wanted, in bytes.
+CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes);
+
+/// The last name of a path, also of one that ends in `/`, `.` or `..`; empty for the PC's root.
+[[nodiscard]] std::string PcNameOfPath(const std::string& path);
+
+/// Why an item cannot be copied at all, as a sentence; "" when it can.
+[[nodiscard]] std::string RefusalOf(const CopyIn& batch, const std::string& path,
+                                    const PcFacts& facts);
+
+/// Tells that an item got a name that is not its own.
+void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name);
+
+/// A name as it is shown, fit for a terminal.
+[[nodiscard]] std::string ShownIn(const CopyIn& batch, const CatalogName& name);
+
+}  // namespace vellmark

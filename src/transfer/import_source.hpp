@@ -1,0 +1,81 @@
+// A file of the PC, opened as the Macintosh file that it holds: facts and forks.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "containers/fork_pair.hpp"
+#include "support/pc_file.hpp"
+#include "support/progress.hpp"
+#include "transfer/import_class.hpp"
+
+namespace vellmark {
+
+/// A fault as a sentence, "" for none.
+[[nodiscard]] std::string FaultSentence(ContainerFault fault);
+/// Why a file was left out that the system refuses to read.
+[[nodiscard]] std::string UnreadableSentence(int error);
+
+class ImportSource {
+  public:
+    /// Opens a file of that class; of a plain one the bytes are the resource fork when
+    /// `plainIsResource`. BinHex is decoded into a file of `temporary`, which is made when it is
+    /// first needed. "", or why the file cannot be used, as a sentence.
+    [[nodiscard]] std::string open(const std::string& path, ImportClass importClass,
+                                   bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                                   Progress& progress);
+    /// The same with the file open already.
+    [[nodiscard]] std::string open(PcFile file, ImportClass importClass, bool plainIsResource,
+                                   std::optional<TemporaryFolder>& temporary, Progress& progress);
+    ImportSource() = default;
+    ImportSource(const ImportSource&) = delete;
+    ImportSource& operator=(const ImportSource&) = delete;
+
+    /// What is wrong with a container that can be used all the same, as a sentence; "" for nothing.
+    [[nodiscard]] const std::string& damage() const { return damage_; }
+    /// Whether the file is a container, as far as what is wrong with it leaves that certain; a file
+    /// with a companion or streams is none, nor is one that ends before its MacBinary header says.
+    [[nodiscard]] bool isContainer() const;
+    /// The file as it lies, whatever class it was opened as.
+    void becomePlain(bool plainIsResource);
+    /// Decoding ended because the work is to stop.
+    [[nodiscard]] bool stopped() const { return stopped_; }
+
+    /// Name (MacRoman, empty when the PC's name is to be taken), Finder's information, and the
+    /// dates that MacBinary and BinHex tell, in local time. The bundle bit is right for the fork.
+    [[nodiscard]] const MacFileInfo& info() const { return container_.info; }
+    /// Both live as long as the source.
+    [[nodiscard]] ByteSource& data() { return *data_; }
+    [[nodiscard]] ByteSource& resource() { return *resource_; }
+    [[nodiscard]] std::uint64_t sizeBytes() const { return data_->size() + resource_->size(); }
+
+    /// Whether the file, or its companion, is another than when it was opened.
+    [[nodiscard]] bool hasChanged() const { return file_.hasChanged() || beside_.hasChanged(); }
+    /// Date of the last change of the file when it was opened.
+    [[nodiscard]] UnixSeconds openedDate() const { return file_.openedDate(); }
+
+  private:
+    [[nodiscard]] std::string openForks(const std::string& path, ImportClass importClass,
+                                        bool plainIsResource,
+                                        std::optional<TemporaryFolder>& temporary,
+                                        Progress& progress);
+    [[nodiscard]] std::string openStreams(const std::string& path);
+    [[nodiscard]] std::string openDouble(const std::string& path);
+    [[nodiscard]] std::string openBinHex(std::optional<TemporaryFolder>& temporary,
+                                         Progress& progress);
+    [[nodiscard]] std::string take(const MacContainer& container);
+
+    PcFile file_;
+    PcFile beside_;  ///< the companion, or what BinHex was decoded to
+    MemoryBytes stream_;
+    MacContainer container_;
+    std::string damage_;
+    ImportClass class_ = ImportClass::Plain;
+    ContainerFault fault_ = ContainerFault::None;
+    bool stopped_ = false;
+    ByteSource* data_ = &container_.data;
+    ByteSource* resource_ = &container_.resource;
+};
+
+}  // namespace vellmark
