@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/reason.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -65,6 +66,20 @@ class Messages {
 
     /// One line for the journal, kept where one is open; `level` 1 is a step, 2 a file.
     virtual void log(int /*level*/, std::string_view /*line*/) {}
+
+    /// The same with a reason, in the person's words.
+    void showMessage(const Reason& reason) { showMessage(words(reason)); }
+    void showTimedMessage(const Reason& reason) { showTimedMessage(words(reason)); }
+    void showError(const Reason& reason) { showError(words(reason)); }
+    void logMessage(const Reason& reason) { logMessage(words(reason)); }
+    void itemSkipped(std::string_view item, const Reason& reason) {
+        itemSkipped(item, words(reason));
+    }
+    [[nodiscard]] bool askYesNo(const Reason& question) { return askYesNo(words(question)); }
+    [[nodiscard]] Answer askYesNoRemember(const Reason& question) {
+        return askYesNoRemember(words(question));
+    }
+    [[nodiscard]] std::string words(const Reason& reason) const { return reason.words(language()); }
 
     /// The language of the person.
     [[nodiscard]] virtual Language language() const { return Language::English; }

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "support/file_lock.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -437,10 +438,7 @@ FileStamp StampOf(const std::string& path) {
 }
 
 std::string SystemErrorText(int error) {
-    // What a file says that is locked.
-    if (error == EWOULDBLOCK)
-        return "another process is using it";
-    return std::generic_category().message(error);
+    return SystemErrorText(error, Language::English);
 }
 
 std::uint64_t FreeBytes(const std::string& folder) {

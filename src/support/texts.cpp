@@ -73,7 +73,7 @@ std::string_view Text(int number, Language language) {
                                         : Find(kEnglish, number);
 }
 
-std::string FormatOperands(std::string_view format, std::initializer_list<TextOperand> operands) {
+std::string FormatOperands(std::string_view format, std::span<const TextOperand> operands) {
     fmt::dynamic_format_arg_store<fmt::printf_context> store;
     for (const TextOperand& operand : operands)
         std::visit([&store](auto value) { store.push_back(value); }, operand.value);

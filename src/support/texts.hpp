@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstdint>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -35,7 +36,12 @@ class TextOperand {
 /// count for nothing. The work is done in one place, as the library behind it is
 /// large and slow to compile.
 [[nodiscard]] std::string FormatOperands(std::string_view format,
-                                         std::initializer_list<TextOperand> operands);
+                                         std::span<const TextOperand> operands);
+
+[[nodiscard]] inline std::string FormatOperands(std::string_view format,
+                                                std::initializer_list<TextOperand> operands) {
+    return FormatOperands(format, std::span(operands.begin(), operands.size()));
+}
 
 /// The text with its operands put in.
 template <typename... Operands>
