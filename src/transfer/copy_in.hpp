@@ -33,7 +33,8 @@ struct CopyInOptions {
     ImportTruncation truncation = {};
     std::optional<std::array<char, 4>> type = {};  ///< in place of what a file would have
     std::optional<std::array<char, 4>> creator = {};
-    std::string imagePath = {};  ///< never put into itself
+    std::string imagePath = {};    ///< never put into itself
+    std::string journalPath = {};  ///< of the open journal, which this run writes to; never put
 };
 
 enum class CopyInResult {
@@ -62,6 +63,7 @@ struct CopyIn {
     std::uint64_t itemsLeftOut = 0;
 
     PcFacts image;
+    PcFacts journal;
     std::uint32_t firstNewId;  ///< items from here on were made by this batch
     std::optional<TemporaryFolder> temporary;
     std::set<std::pair<std::uint64_t, std::uint64_t>> linkedFolders;  ///< entered through a link

@@ -179,6 +179,8 @@ CopyInResult FolderImport::putItem(const std::vector<PcItem>& items, const PcIte
     if (item.facts.kind == PcKind::File && item.name.starts_with(kCompanionPrefix) &&
         isCompanion(items, item, itemPath))
         return CopyInResult::Done;
+    if (IsJournal(batch_, item.facts))
+        return CopyInResult::Done;
     return CopyFileIn(batch_, itemPath, item.facts, id);
 }
 

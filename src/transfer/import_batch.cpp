@@ -23,6 +23,15 @@ std::uint32_t NextId(const VolumeContext& volume) {
     return volume.isHfsPlus ? volume.vhb.nextCatalogId : volume.mdb.nextCatalogId;
 }
 
+PcFacts FactsOfOwn(const std::string& path) {
+    return path.empty() ? PcFacts{} : PcFactsOf(path);
+}
+
+bool IsFile(const PcFacts& own, const PcFacts& facts) {
+    return facts.kind == PcKind::File && own.kind == PcKind::File && facts.device == own.device &&
+           facts.inode == own.inode;
+}
+
 }  // namespace
 
 CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
@@ -34,7 +43,8 @@ CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
       messages(partner),
       progress(watcher),
       clock(zone),
-      image(options.imagePath.empty() ? PcFacts{} : PcFactsOf(options.imagePath)),
+      image(FactsOfOwn(options.imagePath)),
+      journal(FactsOfOwn(options.journalPath)),
       firstNewId(NextId(openVolume)) {
     options.truncation.replaces = options.existing == ExistingFiles::Replace;
     options.truncation.firstNewId = firstNewId;
@@ -64,14 +74,19 @@ std::string PcNameOfPath(const std::string& path) {
     return std::filesystem::canonical(path, error).filename().string();
 }
 
+bool IsJournal(const CopyIn& batch, const PcFacts& facts) {
+    return IsFile(batch.journal, facts);
+}
+
 std::string RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts) {
     if (facts.kind == PcKind::Missing)
         return facts.isLink ? "It is a symbolic link that leads nowhere." : "It cannot be found.";
     if (facts.kind == PcKind::Special)
         return "It is a pipe, a socket or a device.";
-    if (facts.kind == PcKind::File && batch.image.kind == PcKind::File &&
-        facts.device == batch.image.device && facts.inode == batch.image.inode)
+    if (IsFile(batch.image, facts))
         return "It is the image itself.";
+    if (IsJournal(batch, facts))
+        return "It is the open journal.";
     if (facts.kind == PcKind::Folder)
         if (const int error = ReadRefusal(path); error != 0)
             return UnreadableSentence(error);

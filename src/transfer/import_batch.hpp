@@ -29,6 +29,9 @@ CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wa
 /// The last name of a path, also of one that ends in `/`, `.` or `..`; empty for the PC's root.
 [[nodiscard]] std::string PcNameOfPath(const std::string& path);
 
+/// Whether what stands there is the journal of this run.
+[[nodiscard]] bool IsJournal(const CopyIn& batch, const PcFacts& facts);
+
 /// Why an item cannot be copied at all, as a sentence; "" when it can.
 [[nodiscard]] std::string RefusalOf(const CopyIn& batch, const std::string& path,
                                     const PcFacts& facts);

@@ -204,8 +204,9 @@ class PutRefuses(Case):
                 self.assertEqual(result.returncode, status, result.stderr)
                 self.assertIn(text, result.stderr)
                 self.assertEqual(image.read_bytes(), before)
-        for name, text in (("missing", b"cannot be found"), ("v.img", b"the image itself")):
-            result = self.vellmark("put", image, name)
+        for name, text in (("missing", b"cannot be found"), ("v.img", b"the image itself"),
+                           ("log", b"the open journal")):
+            result = self.vellmark("--log", "log", "put", image, name)
             self.assertEqual(result.returncode, 1)
             self.assertIn(text, result.stderr)
         if os.geteuid() != 0:

@@ -140,6 +140,7 @@ class CopyInTest : public ::testing::TestWithParam<bool> {
         messages_.texts.clear();
         messages_.skipped.clear();
         options.imagePath = path_;
+        options.journalPath = in("tree/journal");
         options.truncation.automatic = true;
         CopyIn batch(volume_, options, signatures_, messages_, progress_, kClock);
         const CopyInResult result = CopyItemIn(batch, in(name), kRootFolderId);
@@ -449,6 +450,7 @@ TEST_P(CopyInTest, AFolderComesWithAllThatCanBeRead) {
     write("tree/.hid/deep/b", "b");
     write("tree/d", "data");
     write("tree/._d", AppleFileOf({"", "APPLtest", 0, {}, BytesOf("rsrc")}, false));
+    write("tree/journal", "never");
     write("tree/._orphan", AppleFileOf({"", "APPLtest", 0, {}, BytesOf("rsrc")}, false));
     write("tree/._a", "no companion");
     fs::create_directory_symlink("..", in("tree/loop"));

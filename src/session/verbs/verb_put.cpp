@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "session/extraction.hpp"
+#include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/change_run.hpp"
@@ -85,6 +86,8 @@ CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& con
     if (!options.creator.empty())
         copy.creator = FourLetterCode(options.creator);
     copy.imagePath = options.partition.image;
+    if (context.session != nullptr)
+        copy.journalPath = context.session->journal.path();
     return copy;
 }
 
