@@ -49,6 +49,7 @@ std::optional<AppleMap> ReadAppleMap(ByteSource& disk) {
         offset = kUsualBlock;
     if (map.blockBytes == 0 || !ReadEntry(disk, offset, entry))
         return std::nullopt;
+    map.offset = offset;
     const std::uint32_t count = std::min<std::uint32_t>(entry.mapEntries, kMostMapEntries);
     do {
         map.entries.push_back(entry);

@@ -16,6 +16,7 @@ struct AppleMap {
     DriverDescriptor descriptor{};  ///< all zero where there is none
     /// Bytes of a block: the entries are one block apart, and count in blocks.
     std::uint32_t blockBytes = 512;
+    std::uint64_t offset = 0;                ///< byte of the first entry
     std::vector<PartitionMapEntry> entries;  ///< the first at least
 };
 

@@ -8,9 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "IO/apple_map.hpp"
 #include "IO/raw_image.hpp"
+#include "IO/sector_io.hpp"
 #include "join/disc_opening.hpp"
-#include "join/hybrid_map.hpp"
 #include "join/iso_reach.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -20,9 +21,25 @@ namespace vellmark {
 namespace {
 
 /// Descriptor and map entry, and three blocks more, as longer maps have.
-constexpr std::size_t kZeroedBytes = 2560;
+constexpr std::uint64_t kZeroedBytes = 2560;
 constexpr std::uint64_t kZeroedSectors = 2;
 static_assert(kZeroedBytes <= kZeroedSectors * kIsoSectorBytes);
+
+/// What is zeroed of a disc's data: bytes from its start.
+struct ZeroedRange {
+    std::uint64_t begin = 0;
+    std::uint64_t end = kZeroedBytes;
+};
+
+bool BootRecordReaches(ByteSource& disc, std::uint64_t offset) {
+    MasterBootRecord record;
+    return disc.readRecord(0, record) && record.signature == kBootRecordSignature &&
+           std::any_of(record.entries.begin(), record.entries.end(), [&](const MbrEntry& entry) {
+               return entry.type != 0 &&
+                      (std::uint64_t{entry.firstSector} + entry.sectorCount) * kSectorBytes >
+                          offset;
+           });
+}
 
 // Whether a partition that begins there must stay.
 PartitionKept KeptBehind(ByteSource& disc, const IsoReader& reader, std::uint64_t offset) {
@@ -42,16 +59,24 @@ struct HybridDisc {
     DiscForm form;
     PartitionKept kept = PartitionKept::HoldsIsoFiles;
     std::uint64_t cutAt = 0;  ///< bytes of the file; its length when nothing is cut off
+    ZeroedRange zeroed = {};
 };
 
 // The first bytes of the file, in their form, with zeros in place of the map.
-std::vector<std::uint8_t> WithoutMap(const std::vector<std::uint8_t>& head, DiscForm form) {
+std::vector<std::uint8_t> WithoutMap(const std::vector<std::uint8_t>& head,
+                                     const HybridDisc& disc) {
+    const DiscForm form = disc.form;
     std::vector<std::uint8_t> cleared = head;
     for (std::uint64_t i = 0; i < kZeroedSectors; ++i) {
         const auto at = static_cast<std::ptrdiff_t>(i * form.sectorBytes);
-        const std::size_t bytes =
-            i == 0 ? kIsoSectorBytes : kZeroedBytes - std::size_t{kIsoSectorBytes};
-        std::fill_n(cleared.begin() + at + form.dataOffset, bytes, std::uint8_t{0});
+        const std::uint64_t start = i * kIsoSectorBytes;
+        const std::uint64_t begin = std::max(disc.zeroed.begin, start);
+        const std::uint64_t end = std::min(disc.zeroed.end, start + kIsoSectorBytes);
+        if (begin >= end)
+            continue;
+        std::fill_n(
+            cleared.begin() + at + form.dataOffset + static_cast<std::ptrdiff_t>(begin - start),
+            end - begin, std::uint8_t{0});
         if (form.isRaw())
             SetRawChecks(
                 std::span(cleared).subspan(static_cast<std::size_t>(at)).first<kRawSectorBytes>(),
@@ -60,16 +85,41 @@ std::vector<std::uint8_t> WithoutMap(const std::vector<std::uint8_t>& head, Disc
     return cleared;
 }
 
+/// A Macintosh partition of a disc.
+struct MappedPartition {
+    std::uint64_t offset = 0;  ///< bytes
+    std::uint64_t sizeBytes = 0;
+    bool hasDescriptor = false;
+    ZeroedRange zeroed = {};  ///< of its map
+};
+
+// The first of them on the disc. Behind a boot record only what leads to a volume is a map: some
+// other code could begin as an entry does. The record stays, and so does what follows the map.
+std::optional<MappedPartition> FindFirstPartition(ByteSource& disc) {
+    const std::optional<AppleMap> map = ReadAppleMap(disc);
+    if (!map)
+        return std::nullopt;
+    const bool hasDescriptor = map->descriptor.signature == kDriverDescriptorSignature;
+    std::optional<MappedPartition> first;
+    for (const PartitionMapEntry& entry : map->entries) {
+        const std::uint64_t offset = std::uint64_t{entry.startBlock} * map->blockBytes;
+        if (IsHfsEntry(entry) && (!first || offset < first->offset) &&
+            (hasDescriptor || VolumeSignatureAt(disc, offset) != 0))
+            first = {offset, std::uint64_t{entry.blockCount} * map->blockBytes, hasDescriptor};
+    }
+    if (first && !hasDescriptor)
+        first->zeroed = {map->offset,
+                         std::min(map->offset + map->entries.size() * kSectorBytes, kZeroedBytes)};
+    return first;
+}
+
 // Nothing where the image is no hybrid; `why` says what it lacks.
 std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
     const DiscForm form = FindDiscForm(file).value_or(DiscForm{});
     RawDataSource raw(file, form);
     ByteSource& disc = form.isRaw() ? static_cast<ByteSource&>(raw) : file;
-    const std::vector<FoundPartition> found = FindHfsPartitions(disc);
-    const auto partition = std::min_element(
-        found.begin(), found.end(),
-        [](const FoundPartition& a, const FoundPartition& b) { return a.offset < b.offset; });
-    if (partition == found.end()) {
+    const std::optional<MappedPartition> partition = FindFirstPartition(disc);
+    if (!partition) {
         why = "has no partition map with a Macintosh partition (Apple_HFS) in it.";
         return std::nullopt;
     }
@@ -84,14 +134,30 @@ std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
         why = "has no ISO 9660 side, and would be nothing without its Macintosh partition.";
         return std::nullopt;
     }
-    HybridDisc hybrid{form, PartitionKept::HoldsIsoFiles, file.size()};
+    HybridDisc hybrid{form, PartitionKept::HoldsIsoFiles, file.size(), partition->zeroed};
     if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
         (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
         hybrid.kept = KeptBehind(disc, *reader, partition->offset);
+    if (hybrid.kept == PartitionKept::No && !partition->hasDescriptor &&
+        BootRecordReaches(disc, partition->offset))
+        hybrid.kept = PartitionKept::InBootRecord;
     if (hybrid.kept == PartitionKept::No)
         hybrid.cutAt = form.isRaw() ? partition->offset / kIsoSectorBytes * kRawSectorBytes
                                     : partition->offset;
     return hybrid;
+}
+
+// One block of 512 bytes after the other, each on the device before the next, as devices may take
+// one and lose another: without the first the map is whole all the same and split again, as behind
+// a boot record, and without its first entry no map is there.
+bool Clear(PcFile& file, std::span<const std::uint8_t> cleared) {
+    for (std::size_t at = 0; at < cleared.size();) {
+        const std::size_t bytes = at < 2 * kSectorBytes ? kSectorBytes : cleared.size() - at;
+        if (!file.writeAt(at, cleared.subspan(at, bytes)) || !file.flush())
+            return false;
+        at += bytes;
+    }
+    return true;
 }
 
 // First the map goes, then the partition: a power cut in between leaves a plain image with
@@ -105,7 +171,7 @@ Changed Change(PcFile& file, const HybridDisc& disc) {
     if (!file.readExactly(0, head))
         return Changed::NotAtAll;
     const std::uint64_t oldBytes = file.size();
-    const bool isCleared = file.writeAt(0, WithoutMap(head, disc.form)) && file.flush();
+    const bool isCleared = Clear(file, WithoutMap(head, disc));
     if (isCleared && (disc.cutAt == oldBytes || (file.setSize(disc.cutAt) && file.flush())))
         return Changed::Wholly;
     // The map leads to a partition that is all there, or it does not come back.

@@ -20,7 +20,8 @@ enum class DeshybridationResult : int {
 enum class PartitionKept {
     No,
     HoldsIsoFiles,  ///< something of the ISO 9660 side lies behind its start
-    IsoDamaged      ///< a directory cannot be read, and nobody can tell
+    IsoDamaged,     ///< a directory cannot be read, and nobody can tell
+    InBootRecord    ///< a partition of the boot record reaches behind its start
 };
 
 struct DeshybridationOutcome {
@@ -29,9 +30,11 @@ struct DeshybridationOutcome {
     std::uint64_t sizeBytes = 0;  ///< of the image, when it is done
 };
 
-/// Takes driver descriptor and partition map away: the first 2,560 bytes become zeros. The file
+/// Takes driver descriptor and partition map away: the first 2,560 bytes become zeros, of a disc
+/// with a boot record in place of the descriptor the entries of the map in them alone. The file
 /// then ends where the first Macintosh partition began, unless files, directories or boot images of
-/// the ISO 9660 side lie behind that place. Works on plain and on raw images. Everything but `Done`
+/// the ISO 9660 side, or partitions of the boot record, lie behind that place. Works on plain and
+/// on raw images. Everything but `Done`
 /// has been told; the image is then as it was, unless the disk failed after the first change.
 [[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
                                                  const FileGuard& guard = {});

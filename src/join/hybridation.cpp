@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <limits>
 #include <optional>
@@ -56,22 +57,40 @@ bool HasMapBehindBootRecord(ByteSource& data) {
            std::any_of(map->entries.begin(), map->entries.end(), IsHfsEntry);
 }
 
-// What is left of a join that a power cut ended while it wrote the map: some of its three blocks,
-// with zeros in the places of the others. It leads nowhere, and the join can be done again.
-bool IsTornMap(const JoinJob& job, const MapArea& area) {
+// What is left of a join that a power cut ended while it wrote the map: some of its three blocks.
+// It leads nowhere, and the join can be done again.
+enum class TornMap {
+    No,
+    OverZeros,  ///< in the places of the others is nothing
+    OverOther   ///< there is something of what the disc had before
+};
+
+TornMap FindTornMap(const JoinJob& job, const MapArea& area) {
     // The descriptor that a join writes tells blocks of 512 bytes.
     constexpr std::array<std::string_view, 3> kMarks = {std::string_view("ER\2\0", 4), "PM", "PM"};
     std::size_t present = 0;
+    bool hasOther = false;
     for (std::size_t i = 0; i < kMarks.size(); ++i) {
         const auto block = std::span(area).subspan(i * kSectorBytes, kSectorBytes);
         if (std::equal(kMarks[i].begin(), kMarks[i].end(), block.begin()))
             ++present;
         else if (!std::all_of(block.begin(), block.end(), [](std::uint8_t b) { return b == 0; }))
-            return false;
+            hasOther = true;
     }
     RawDataSource raw(job.disc, job.form);
     ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
-    return present != 0 && present != kMarks.size() && FindHfsPartitions(data).empty();
+    if (present == 0 || present == kMarks.size() || !FindHfsPartitions(data).empty())
+        return TornMap::No;
+    if (!hasOther)
+        return TornMap::OverZeros;
+    // The descriptor of another disc is told by its size: what a join appends is on the device
+    // before the descriptor is.
+    DriverDescriptor descriptor;
+    std::memcpy(&descriptor, area.data(), sizeof descriptor);
+    const bool isOfJoin = descriptor.signature == kDriverDescriptorSignature &&
+                          descriptor.blockSize == kSectorBytes &&
+                          std::uint64_t{descriptor.blockCount} * kSectorBytes == data.size();
+    return isOfJoin ? TornMap::OverOther : TornMap::No;
 }
 
 // What stands where the map goes; false when the file is too short to have it.
@@ -119,7 +138,7 @@ HybridationResult Recognise(JoinJob& job) {
     MapArea area;
     if (!job.disc.readExactly(0, area))
         return job.refuse(HybridationResult::NotIso, "is too short to be a disc image.");
-    if (HasDescriptor(area) && !IsTornMap(job, area))
+    if (HasDescriptor(area) && FindTornMap(job, area) == TornMap::No)
         return RefuseSecondSide(job);
     const std::optional<DiscForm> form = FindDiscForm(job.disc);
     if (!form || (form->isRaw() && !IsRawIso(job.disc, *form)))
@@ -135,8 +154,8 @@ HybridationResult Recognise(JoinJob& job) {
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
     RawDataSource raw(job.disc, job.form);
     ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
-    const bool hasMap =
-        (HasDescriptor(area) || HasMapBehindBootRecord(data)) && !IsTornMap(job, area);
+    const bool hasMap = (HasDescriptor(area) || HasMapBehindBootRecord(data)) &&
+                        FindTornMap(job, area) == TornMap::No;
     return hasMap || HasVolume(job) ? RefuseSecondSide(job) : CheckLength(job);
 }
 
@@ -147,7 +166,7 @@ HybridationResult AskForMapArea(const JoinJob& job, HybridationOutcome& outcome)
         return job.refuse(HybridationResult::NotIso, "cannot be read.");
     const bool isEmpty =
         std::all_of(area.begin(), area.end(), [](std::uint8_t byte) { return byte == 0; });
-    if (isEmpty || IsTornMap(job, area) || job.options.force ||
+    if (isEmpty || FindTornMap(job, area) == TornMap::OverZeros || job.options.force ||
         job.messages.askYesNo(fmt::format(
             "{} has something in its first {} bytes, as discs have that a PC starts from. The map "
             "of the Macintosh partition would take its place.\nContinue?",

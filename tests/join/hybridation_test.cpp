@@ -446,16 +446,24 @@ TEST_F(HybridationTest, AStoppedJoinLeavesTheDiscAsItWas) {
 // Catches a disc that stays half joined for good: any of the three blocks may be all that came to
 // the device.
 TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
-    for (int present = 1; present < 7; ++present) {
+    for (int i = 2; i < 14; ++i) {
+        const int present = i / 2;
+        const bool hasOther = i % 2 == 1;
         make();
-        ASSERT_EQ(join().result, HybridationResult::Done);
+        std::fill_n(oldDisc_.begin(), hasOther ? 1536 : 0, std::uint8_t{0x90});
+        file("disc.iso", oldDisc_);
+        ASSERT_EQ(join({.force = hasOther}).result, HybridationResult::Done);
         Bytes torn = testing::ReadFile(disc_);
         for (int block = 0; block < 3; ++block)
             if ((present >> block & 1) == 0)
-                std::fill_n(torn.begin() + 512 * block, 512, std::uint8_t{0});
+                std::copy_n(oldDisc_.begin() + 512 * block, 512, torn.begin() + 512 * block);
         file("disc.iso", torn);
-        EXPECT_EQ(join().result, HybridationResult::Done) << present;
-        EXPECT_EQ(join().result, HybridationResult::HasMap) << present;
+        // What is behind other code is a map like any other, which a split takes away.
+        const bool isMap = hasOther && present == 6;
+        EXPECT_EQ(join({.force = hasOther}).result,
+                  isMap ? HybridationResult::HasMap : HybridationResult::Done)
+            << i;
+        EXPECT_EQ(join({.force = true}).result, HybridationResult::HasMap) << i;
     }
 }
 
@@ -490,7 +498,7 @@ TEST_F(HybridationTest, ASplitThatFailsSaysWhatIsLeft) {
         unsigned failing;
         bool isCut;
         const char* told;
-    } cases[] = {{1, false, "nothing was cut off"}, {2, true, "are gone all the same"}};
+    } cases[] = {{1, false, "nothing was cut off"}, {8, true, "are gone all the same"}};
     for (const auto& c : cases) {
         make();
         ASSERT_EQ(join().result, HybridationResult::Done);
@@ -514,8 +522,8 @@ TEST_F(HybridationTest, WhatIsNoHybridIsNotSplit) {
         const char* name;
         std::function<void(Bytes& disc)> change;
     } cases[] = {
-        {"no descriptor", [](Bytes& d) { d[0] = 0; }},
         {"no map", [](Bytes& d) { d[512] = 0; }},
+        {"neither descriptor nor volume", [](Bytes& d) { d[0] = d[27 * 2048 + 1024] = 0; }},
         {"no Macintosh partition", [](Bytes& d) { d[1024 + 50] = 'x'; }},
         {"a partition behind the end", [](Bytes& d) { testing::Put(d, 1024 + 8, be32(1u << 30)); }},
         {"a partition that is cut", [](Bytes& d) { d.resize(d.size() - 513); }},
@@ -554,6 +562,32 @@ TEST_F(HybridationTest, ASplitKeepsTheFilesOfThePc) {
         if (c.isCut)
             expected.resize(std::size_t{c.start} * 2048);
         EXPECT_EQ(testing::ReadFile(disc_), expected) << c.start;
+    }
+}
+
+// Nor does what else stands in front of a disc go with the map: other code, or nothing, as behind a
+// split that a power cut ended.
+TEST_F(HybridationTest, ASplitKeepsABootRecord) {
+    const struct {
+        std::uint8_t code;
+        std::uint32_t sectors;  // of a partition of the record
+        PartitionKept kept;
+    } cases[] = {{0, 0, PartitionKept::No},
+                 {0x90, 27 * 4, PartitionKept::No},
+                 {0x90, 27 * 4 + 1, PartitionKept::InBootRecord}};
+    for (const auto& c : cases) {
+        make();
+        ASSERT_EQ(join().result, HybridationResult::Done);
+        Bytes disc = testing::ReadFile(disc_);
+        std::fill_n(disc.begin(), 512, c.code);
+        std::fill_n(disc.begin() + 446, 66, std::uint8_t{0});
+        disc[1536] = c.code;
+        testing::PutBootEntry(disc, 0, c.code, 0, c.sectors);
+        file("disc.iso", disc);
+        EXPECT_EQ(Deshybridate(disc_, messages_).kept, c.kept);
+        std::fill_n(disc.begin() + 512, 1024, std::uint8_t{0});
+        disc.resize(c.kept == PartitionKept::No ? std::size_t{27} * 2048 : disc.size());
+        EXPECT_EQ(testing::ReadFile(disc_), disc) << c.sectors;
     }
 }
 

@@ -22,6 +22,9 @@ std::string_view Words(PartitionKept kept) {
         case PartitionKept::HoldsIsoFiles:
             return "partition map removed; ISO files lie behind the start of the Macintosh "
                    "partition";
+        case PartitionKept::InBootRecord:
+            return "partition map removed; a partition of the boot record reaches behind the start "
+                   "of the Macintosh partition";
         case PartitionKept::IsoDamaged:
             break;
     }
