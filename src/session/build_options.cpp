@@ -41,18 +41,15 @@ std::string_view ModeName(CompileMode mode) {
 }  // namespace
 
 void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
-    arguments.add("-k,--kind", options.kind, "hybrid, iso (no Macintosh side) or hfs (no PC side)")
+    arguments.add("-k,--kind", options.kind, Sentence::kHelpKind)
         .oneOf({"hybrid", "iso", "hfs"})
         .showDefault();
-    arguments.flag("--postgap", options.postgap, "Add 150 empty sectors behind the data");
-    arguments.add("--free", options.free,
-                  "Room to leave free in the Macintosh volume for later changes: 500K, 100M, 2G");
-    arguments.flag("--strict-iso", options.strictIso,
-                   "Sort directories and path tables as ISO 9660 asks, and tell of folders below "
-                   "its eight levels");
-    arguments.flag("-f,--force", options.force, "Replace an existing image");
-    arguments.flag("-q,--quiet", options.quiet, "No progress, no remarks, no result line");
-    arguments.flag("-v,--verbose", options.verbose, kVerboseHelp);
+    arguments.flag("--postgap", options.postgap, Sentence::kHelpPostgap);
+    arguments.add("--free", options.free, Sentence::kHelpFree);
+    arguments.flag("--strict-iso", options.strictIso, Sentence::kHelpStrictIso);
+    arguments.flag(option::kForceImage, options.force);
+    arguments.flag(option::kQuiet, options.quiet);
+    arguments.flag(option::kVerbose, options.verbose);
 }
 
 std::string BuildRefusal(const BuildOptions& options, ProjectMode mode) {

@@ -28,22 +28,27 @@ bool Option::wasGiven() const {
     return option_->count() > 0;
 }
 
-Option OptionSet::add(const std::string& name, std::string& value, const std::string& help) {
-    return Option(app_.add_option(name, value, help));
+template <typename Value>
+Option OptionSet::addValue(std::string_view name, Value& value, const Reason& help, Sentence type) {
+    CLI::Option* option = app_.add_option(std::string(name), value, help.words(language_));
+    option->type_name(std::string(SentenceText(type, language_)));
+    return Option(option);
 }
 
-Option OptionSet::add(const std::string& name, std::vector<std::string>& values,
-                      const std::string& help) {
-    return Option(app_.add_option(name, values, help));
+Option OptionSet::add(std::string_view name, std::string& value, const Reason& help) {
+    return addValue(name, value, help, Sentence::kHelpText);
 }
 
-Option OptionSet::add(const std::string& name, std::optional<unsigned>& value,
-                      const std::string& help) {
-    return Option(app_.add_option(name, value, help));
+Option OptionSet::add(std::string_view name, std::vector<std::string>& values, const Reason& help) {
+    return addValue(name, values, help, Sentence::kHelpText);
 }
 
-Option OptionSet::flag(const std::string& name, bool& value, const std::string& help) {
-    return Option(app_.add_flag(name, value, help));
+Option OptionSet::add(std::string_view name, std::optional<unsigned>& value, const Reason& help) {
+    return addValue(name, value, help, Sentence::kHelpNumber);
+}
+
+Option OptionSet::flag(std::string_view name, bool& value, const Reason& help) {
+    return Option(app_.add_flag(std::string(name), value, help.words(language_)));
 }
 
 }  // namespace vellmark

@@ -5,7 +5,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "support/reason.hpp"
+#include "support/sentences.hpp"
+#include "support/texts.hpp"
 
 namespace CLI {
 class App;
@@ -32,19 +37,59 @@ class Option {
     CLI::Option* option_;
 };
 
-/// The options of one verb. The values that they fill must live until the verb has run.
+/// An option that several verbs have.
+struct SharedOption {
+    std::string_view name;
+    Sentence help;
+};
+
+namespace option {
+inline constexpr SharedOption kImage{"IMAGE", Sentence::kHelpImage};
+inline constexpr SharedOption kProject{"PROJECT", Sentence::kHelpProject};
+inline constexpr SharedOption kExistingProject{"PROJECT", Sentence::kHelpExistingProject};
+inline constexpr SharedOption kPartition{"-p,--partition", Sentence::kHelpPartition};
+inline constexpr SharedOption kForceFile{"-f,--force", Sentence::kHelpForceFile};
+inline constexpr SharedOption kForceImage{"-f,--force", Sentence::kHelpForceImage};
+inline constexpr SharedOption kJson{"-j,--json", Sentence::kHelpJson};
+inline constexpr SharedOption kJsonDates{"-j,--json", Sentence::kHelpJsonDates};
+inline constexpr SharedOption kVerbose{"-v,--verbose", Sentence::kHelpVerbose};
+inline constexpr SharedOption kNoAdditions{"--no-additions", Sentence::kHelpNoAdditions};
+inline constexpr SharedOption kDates{"--dates", Sentence::kHelpDates};
+// What a verb does not say any more depends on what it says.
+inline constexpr SharedOption kQuiet{"-q,--quiet", Sentence::kHelpQuiet};
+inline constexpr SharedOption kQuietProgress{"-q,--quiet", Sentence::kHelpQuietProgress};
+inline constexpr SharedOption kQuietProgressResult{"-q,--quiet",
+                                                   Sentence::kHelpQuietProgressResult};
+inline constexpr SharedOption kQuietRemarks{"-q,--quiet", Sentence::kHelpQuietRemarks};
+inline constexpr SharedOption kQuietResult{"-q,--quiet", Sentence::kHelpQuietResult};
+}  // namespace option
+
+/// The options of one verb, with their help in the language of the person. The values that they
+/// fill must live until the verb has run.
 class OptionSet {
   public:
-    explicit OptionSet(CLI::App& app) : app_(app) {}
+    OptionSet(CLI::App& app, Language language) : app_(app), language_(language) {}
 
     /// `-o,--output` for an option, `IMAGE` for an argument by its place.
-    Option add(const std::string& name, std::string& value, const std::string& help);
-    Option add(const std::string& name, std::vector<std::string>& values, const std::string& help);
-    Option add(const std::string& name, std::optional<unsigned>& value, const std::string& help);
-    Option flag(const std::string& name, bool& value, const std::string& help);
+    Option add(std::string_view name, std::string& value, const Reason& help);
+    Option add(std::string_view name, std::vector<std::string>& values, const Reason& help);
+    Option add(std::string_view name, std::optional<unsigned>& value, const Reason& help);
+    Option flag(std::string_view name, bool& value, const Reason& help);
+
+    template <typename Value>
+    Option add(const SharedOption& shared, Value& value) {
+        return add(shared.name, value, shared.help);
+    }
+    Option flag(const SharedOption& shared, bool& value) {
+        return flag(shared.name, value, shared.help);
+    }
 
   private:
+    template <typename Value>
+    Option addValue(std::string_view name, Value& value, const Reason& help, Sentence type);
+
     CLI::App& app_;
+    Language language_;
 };
 
 }  // namespace vellmark

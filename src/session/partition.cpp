@@ -27,17 +27,13 @@ std::string ClosingSentence(const std::string& image, const std::string& problem
 }  // namespace
 
 void AddPartitionNumber(OptionSet& arguments, std::optional<unsigned>& partition) {
-    arguments.add("-p,--partition", partition,
-                  "Macintosh partition, as info numbers them; without it, the first that holds a "
-                  "volume");
+    arguments.add(option::kPartition, partition);
 }
 
 void AddPartitionOptions(OptionSet& arguments, PartitionOptions& options) {
-    arguments.add("IMAGE", options.image, "Disc or disk image").required();
+    arguments.add(option::kImage, options.image).required();
     AddPartitionNumber(arguments, options.partition);
-    arguments.flag("-w,--writable", options.writable,
-                   "Change a bare volume too, one without a partition map in front of it, and a "
-                   "locked one");
+    arguments.flag("-w,--writable", options.writable, Sentence::kHelpWritable);
 }
 
 std::string ChangeRefusal(const ReadOnlyReasons& reasons) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <exception>
 #include <new>
+#include <optional>
 
 #include "session/batch/batch.hpp"
 #include "session/file_modes.hpp"
@@ -43,7 +44,8 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
                             [&](CommandContext& c) { return RunBatch(*option, arguments, c); });
     if (first.starts_with('-'))
         return RunVerbs(arguments, context);
-    return RunInSession({}, context, [&](CommandContext& c) { return TellNoWindow(first, c); });
+    return RunInSession({.language = ChosenLanguage(arguments)}, context,
+                        [&](CommandContext& c) { return TellNoWindow(first, c); });
 }
 
 // The engine throws nothing, the libraries below it do where the system refuses memory. What was
@@ -62,6 +64,7 @@ int RunToItsEnd(std::span<const std::string> arguments, CommandContext& context)
 }  // namespace
 
 int RunProgram(std::span<const std::string> arguments, CommandContext& context) {
+    context.language = SpokenLanguage(std::nullopt, context);
     int status = RunToItsEnd(arguments, context);
     if (status == kExitDone && context.readIncomplete)
         status = kExitSkipped;

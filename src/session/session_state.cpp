@@ -23,8 +23,7 @@ void ReadSettings(const SessionChoices& choices, SessionState& state, CommandCon
     if (state.store.read(setting::kExtension).value_or("").empty())
         state.store.write(setting::kExtension, Settings{}.extension);
     state.settings = LoadSettings(state.store);
-    context.language =
-        choices.language.value_or(state.settings.language.value_or(LanguageOf(context.locale)));
+    context.language = SpokenLanguage(choices.language, context);
 }
 
 }  // namespace
@@ -51,6 +50,12 @@ Language LanguageOf(std::string_view locale) {
                     std::string_view("_.@-").find(locale[kFrench.size()]) != std::string_view::npos)
                ? Language::French
                : Language::English;
+}
+
+Language SpokenLanguage(std::optional<Language> choice, const CommandContext& context) {
+    if (!choice && context.settings)
+        choice = LoadSettings(*context.settings).language;
+    return choice.value_or(LanguageOf(context.locale));
 }
 
 int RunInSession(const SessionChoices& choices, CommandContext& context,

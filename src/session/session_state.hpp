@@ -40,11 +40,14 @@ struct SessionChoices {
 /// The language of a locale's name, such as `fr_FR.UTF-8`.
 [[nodiscard]] Language LanguageOf(std::string_view locale);
 
-/// Runs something in a session: settles the language (the choice, else the setting, else the
-/// locale), reads the settings, opens the journal that was chosen or that the settings want opened,
-/// and closes it afterwards. The first run writes the generic extension; nothing else is saved. A
-/// journal that was chosen and cannot be opened ends the run with a message, one of the settings is
-/// told and done without.
+/// The language to speak: the choice, else that of the settings, else that of the locale.
+[[nodiscard]] Language SpokenLanguage(std::optional<Language> choice,
+                                      const CommandContext& context);
+
+/// Runs something in a session: settles the language, reads the settings, opens the journal that
+/// was chosen or that the settings want opened, and closes it afterwards. The first run writes the
+/// generic extension; nothing else is saved. A journal that was chosen and cannot be opened ends
+/// the run with a message, one of the settings is told and done without.
 [[nodiscard]] int RunInSession(const SessionChoices& choices, CommandContext& context,
                                const std::function<int(CommandContext& context)>& run);
 

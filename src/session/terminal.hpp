@@ -129,10 +129,6 @@ class TerminalMessages final : public Messages {
     std::vector<std::string> changedNames_;
 };
 
-/// The help of the option that names every changed name.
-inline constexpr const char* kVerboseHelp =
-    "Name every item whose name was shortened or changed, not only the first ones";
-
 /// Both ports over one terminal.
 struct Terminal {
     Terminal(CommandContext& context, TerminalOptions options)

@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "session/session_state.hpp"
+#include "session/verbs/parser_words.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 
@@ -27,7 +30,16 @@ const std::array kVerbs = {&kVerbMake,   &kVerbNew,     &kVerbAdd,
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";
 
+constexpr std::string_view kLanguageOption = "--lang";
+constexpr std::string_view kJournalOption = "--log";
+constexpr std::string_view kLanguageEquals = "--lang=";
+constexpr std::string_view kEnglish = "en";
 constexpr std::string_view kFrench = "fr";
+
+std::optional<Language> LanguageNamed(std::string_view word) {
+    return word.empty() ? std::nullopt
+                        : std::optional(word == kFrench ? Language::French : Language::English);
+}
 
 // The options in front of the verb.
 struct ProgramOptions {
@@ -35,17 +47,44 @@ struct ProgramOptions {
     std::string journal;
 
     [[nodiscard]] SessionChoices choices(std::vector<std::string> files) const {
-        return {language.empty()
-                    ? std::nullopt
-                    : std::optional(language == kFrench ? Language::French : Language::English),
-                journal, std::move(files)};
+        return {LanguageNamed(language), journal, std::move(files)};
     }
 };
 
-void AddProgramOptions(CLI::App& app, ProgramOptions& options) {
-    app.add_option("--lang", options.language, "Language of the messages: en or fr")
-        ->check(CLI::IsMember(std::vector<std::string>{"en", std::string(kFrench)}));
-    app.add_option("--log", options.journal, "File that messages and steps are added to");
+void AddProgramOptions(OptionSet arguments, ProgramOptions& options) {
+    arguments.add(kLanguageOption, options.language, Sentence::kHelpLanguage)
+        .oneOf({std::string(kEnglish), std::string(kFrench)});
+    arguments.add(kJournalOption, options.journal, Sentence::kHelpLog);
+}
+
+// The arguments with the language in front of the verb, which is where the parser knows it: a
+// person adds `--lang fr` to what was typed before.
+std::vector<std::string> WithLanguageFirst(std::span<const std::string> arguments) {
+    std::vector<std::string> first;
+    std::vector<std::string> others;
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+        if (arguments[i] == "--") {
+            others.insert(others.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i),
+                          arguments.end());
+            break;
+        } else if (arguments[i].starts_with(kLanguageEquals)) {
+            first.push_back(arguments[i]);
+        } else if (arguments[i] == kLanguageOption && i + 1 < arguments.size()) {
+            first.insert(first.end(), {arguments[i], arguments[i + 1]});
+            ++i;
+        } else {
+            others.push_back(arguments[i]);
+        }
+    first.insert(first.end(), others.begin(), others.end());
+    return first;
+}
+
+// Where the verb stands.
+std::size_t VerbPlace(std::span<const std::string> arguments) {
+    std::size_t at = 0;
+    while (at < arguments.size() && arguments[at].starts_with("--l"))
+        at += arguments[at] == kLanguageOption || arguments[at] == kJournalOption ? 2 : 1;
+    return at;
 }
 
 // The files that a verb works on, under the names that verbs have for them.
@@ -59,21 +98,54 @@ std::vector<std::string> FilesOf(CLI::App& app) {
 }
 
 // What is wrong where no verb was understood.
-std::string NoVerbSentence(std::span<const std::string> arguments, const CLI::ParseError& error) {
-    std::size_t at = 0;
-    while (at < arguments.size() && arguments[at].starts_with("--l"))
-        at += arguments[at] == "--lang" || arguments[at] == "--log" ? 2 : 1;
-    if (at < arguments.size())
-        return fmt::format("{} is no verb and no option.", Printable(arguments[at]));
-    return dynamic_cast<const CLI::RequiredError*>(&error) ? "A verb is missing." : error.what();
+Reason NoVerbReason(std::span<const std::string> arguments, const CLI::ParseError& error,
+                    Language language) {
+    if (const std::size_t at = VerbPlace(arguments); at < arguments.size())
+        return Reason(Sentence::kNoSuchVerb, Printable(arguments[at]));
+    return dynamic_cast<const CLI::RequiredError*>(&error) ? Reason(Sentence::kVerbMissing)
+                                                           : ParserReason(error.what(), language);
+}
+
+CLI::App* AddVerb(CLI::App& app, const Verb& verb, Language language) {
+    CLI::App* added = app.add_subcommand(std::string(verb.name),
+                                         std::string(SentenceText(verb.summary, language)));
+    SetHelpOption(*added, language);
+    if (!verb.alias.empty())
+        added->alias(std::string(verb.alias));
+    added->footer(Reason(Sentence::kHelpExample, verb.example).words(language));
+    return added;
+}
+
+// `help VERB` means `VERB --help`.
+void ReplaceHelpVerb(std::vector<std::string>& arguments) {
+    const std::size_t at = VerbPlace(arguments);
+    if (at >= arguments.size() || arguments[at] != kHelpVerb)
+        return;
+    arguments.erase(arguments.begin() + static_cast<std::ptrdiff_t>(at));
+    arguments.emplace_back("--help");
 }
 
 }  // namespace
 
+int UsageError(CommandContext& context, std::string_view verb, const Reason& reason) {
+    return UsageError(context, verb, reason.words(context.language));
+}
+
 int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence) {
-    context.errors << "vellmark: " << sentence << "\nTry: vellmark " << verb
-                   << (verb.empty() ? "" : " ") << "--help\n";
+    const std::string help = fmt::format("vellmark {}{}--help", verb, verb.empty() ? "" : " ");
+    context.errors << "vellmark: " << sentence << '\n'
+                   << Reason(Sentence::kTryHelp, help).words(context.language) << '\n';
     return kExitUsage;
+}
+
+std::optional<Language> ChosenLanguage(std::span<const std::string> arguments) {
+    std::string_view word;
+    for (std::size_t i = 0; i < arguments.size() && arguments[i] != "--"; ++i)
+        if (arguments[i] == kLanguageOption && i + 1 < arguments.size())
+            word = arguments[++i];
+        else if (arguments[i].starts_with(kLanguageEquals))
+            word = std::string_view(arguments[i]).substr(kLanguageEquals.size());
+    return word == kFrench || word == kEnglish ? LanguageNamed(word) : std::nullopt;
 }
 
 bool IsVerbOrOption(std::string_view argument) {
@@ -83,40 +155,36 @@ bool IsVerbOrOption(std::string_view argument) {
            });
 }
 
-int RunVerbs(std::span<const std::string> arguments, CommandContext& context) {
-    CLI::App app("Builds and edits Macintosh and hybrid CD-ROM images.", "vellmark");
-    app.set_version_flag("--version", "vellmark " VELLMARK_VERSION);
+int RunVerbs(std::span<const std::string> given, CommandContext& context) {
+    std::vector<std::string> arguments = WithLanguageFirst(given);
+    const Language language = SpokenLanguage(ChosenLanguage(arguments), context);
+    context.language = language;
+    CLI::App app(std::string(SentenceText(Sentence::kProgramSummary, language)), "vellmark");
+    SetParserLanguage(app, language);
     app.require_subcommand(1);
     ProgramOptions program;
-    AddProgramOptions(app, program);
+    AddProgramOptions(OptionSet(app, language), program);
     std::array<RunVerb, kVerbs.size()> runs;
     std::array<CLI::App*, kVerbs.size()> apps{};
     for (std::size_t i = 0; i < kVerbs.size(); ++i) {
         const Verb& verb = *kVerbs[i];
-        apps[i] = app.add_subcommand(std::string(verb.name), std::string(verb.summary));
-        if (!verb.alias.empty())
-            apps[i]->alias(std::string(verb.alias));
-        apps[i]->footer("Example:\n  " + std::string(verb.example));
-        OptionSet options(*apps[i]);
+        apps[i] = AddVerb(app, verb, language);
+        OptionSet options(*apps[i], language);
         verb.setUp(options, runs[i]);
     }
-    // The parser wants the last argument first.
-    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-    if (!reversed.empty() && reversed.back() == kHelpVerb) {
-        reversed.pop_back();
-        reversed.insert(reversed.begin(), "--help");
-    }
+    ReplaceHelpVerb(arguments);
     try {
-        app.parse(reversed);
+        // The parser wants the last argument first.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success& wanted) {
         return app.exit(wanted, context.output, context.errors);
     } catch (const CLI::ParseError& error) {
         std::string_view name;
         for (std::size_t i = 0; i < kVerbs.size(); ++i)
             name = apps[i]->parsed() ? kVerbs[i]->name : name;
-        return UsageError(
-            context, name,
-            name.empty() ? NoVerbSentence(arguments, error) : std::string(error.what()));
+        return UsageError(context, name,
+                          name.empty() ? NoVerbReason(arguments, error, language)
+                                       : ParserReason(error.what(), language));
     }
     for (std::size_t i = 0; i < kVerbs.size(); ++i)
         if (apps[i]->parsed())

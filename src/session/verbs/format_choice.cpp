@@ -3,8 +3,8 @@
 namespace vellmark {
 
 void FormatChoice::addTo(OptionSet& arguments) {
-    arguments.flag("--hfsplus", isHfsPlus, "HFS+ on the Macintosh side instead of HFS");
-    arguments.flag("--hfs", isHfs, "HFS, also where the settings want HFS+");
+    arguments.flag("--hfsplus", isHfsPlus, Sentence::kHelpProjectHfsPlus);
+    arguments.flag("--hfs", isHfs, Sentence::kHelpProjectHfs);
 }
 
 }  // namespace vellmark

@@ -13,11 +13,9 @@
 
 namespace vellmark {
 
-void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view otherwise) {
-    arguments.add("IMAGE", options.image, "Disc or disk image").required();
-    arguments
-        .add("-a,--as", options.as,
-             fmt::format("Tree to look at: iso, joliet or hfs (HFS+ too); {}", otherwise))
+void AddViewOptions(OptionSet& arguments, ViewOptions& options, Sentence otherwise) {
+    arguments.add(option::kImage, options.image).required();
+    arguments.add("-a,--as", options.as, Reason(Sentence::kHelpTree, otherwise))
         .oneOf({"iso", "joliet", "hfs"});
     AddPartitionNumber(arguments, options.partition);
 }

@@ -24,7 +24,7 @@ struct ViewOptions {
 };
 
 /// Declares IMAGE, `--partition` and `--as`, whose meaning without it is `otherwise`.
-void AddViewOptions(OptionSet& arguments, ViewOptions& options, std::string_view otherwise);
+void AddViewOptions(OptionSet& arguments, ViewOptions& options, Sentence otherwise);
 
 /// One run of such a verb.
 struct ViewRun {

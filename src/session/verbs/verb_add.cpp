@@ -111,39 +111,28 @@ int Add(const AddOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AddOptions>();
-    arguments.add("PROJECT", options->project, "Project file, which must be there").required();
-    arguments
-        .add("PATH", options->paths,
-             "Files and folders to add; FOLDER/* (in quotes) adds what is in a folder")
-        .required();
-    arguments.add("-t,--to", options->to,
-                  "Folder of the project to add to, made when it is not there: A/B");
-    arguments.add("--view", options->view, "View to add to: iso, hybrid or hfs")
+    arguments.add(option::kExistingProject, options->project).required();
+    arguments.add("PATH", options->paths, Sentence::kHelpAddPaths).required();
+    arguments.add("-t,--to", options->to, Sentence::kHelpAddTo);
+    arguments.add("--view", options->view, Sentence::kHelpAddView)
         .oneOf({"iso", "hybrid", "hfs"})
         .showDefault();
-    arguments
-        .add("--containers-in-iso", options->containersInIso,
-             "Whether MacBinary, BinHex, AppleDouble and AppleSingle files go in the ISO view too")
+    arguments.add("--containers-in-iso", options->containersInIso, Sentence::kHelpContainersInIso)
         .oneOf({"ask", "yes", "no"})
         .showDefault();
-    arguments
-        .add("--exe-in-hfs", options->exeInHfs,
-             "Whether programs of the PC (.exe) go in the HFS view too")
+    arguments.add("--exe-in-hfs", options->exeInHfs, Sentence::kHelpExeInHfs)
         .oneOf({"ask", "yes", "no"})
         .showDefault();
-    arguments
-        .add("--truncate", options->truncate,
-             "Shorten names that are too long without a question, or ask; without it, as the "
-             "settings say")
+    arguments.add("--truncate", options->truncate, Sentence::kHelpAddTruncate)
         .oneOf({"auto", "ask"});
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
-    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
+    arguments.flag(option::kQuiet, options->quiet);
+    arguments.flag(option::kVerbose, options->verbose);
     run = [options](CommandContext& context) { return Add(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbAdd = {kName, "", "Add files and folders to a project",
+const Verb kVerbAdd = {kName, "", Sentence::kSummaryAdd,
                        "vellmark add disc.vlpr Photos readme.txt --to \"For everyone\"", SetUp};
 
 }  // namespace vellmark

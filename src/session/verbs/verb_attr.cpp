@@ -212,25 +212,23 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     for (const FlagName& flag : kFlags)
         names.emplace_back(flag.name);
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("PATH", options->paths, "Files and folders, / between the names").required();
-    arguments.add("--type", options->type, "New type, up to four characters");
-    arguments.add("--creator", options->creator, "New creator, up to four characters");
-    arguments.add("--set", options->set, "Finder flags to set, with commas between them")
+    arguments.add("PATH", options->paths, Sentence::kHelpItems).required();
+    arguments.add("--type", options->type, Sentence::kHelpNewType);
+    arguments.add("--creator", options->creator, Sentence::kHelpNewCreator);
+    arguments.add("--set", options->set, Sentence::kHelpSetFlags).separatedBy(',').oneOf(names);
+    arguments.add("--clear", options->clear, Sentence::kHelpClearFlags)
         .separatedBy(',')
         .oneOf(names);
-    arguments.add("--clear", options->clear, "Finder flags to clear").separatedBy(',').oneOf(names);
-    arguments.add("--created", options->created, "New creation date, in UTC");
-    arguments.add("--modified", options->modified, "New modification date, in UTC");
-    arguments
-        .add("--locked", options->locked, "Whether a file is locked, or with the path / the volume")
-        .oneOf({"yes", "no"});
+    arguments.add("--created", options->created, Sentence::kHelpCreated);
+    arguments.add("--modified", options->modified, Sentence::kHelpModified);
+    arguments.add("--locked", options->locked, Sentence::kHelpLocked).oneOf({"yes", "no"});
     run = [options](CommandContext& context) { return Attr(*options, context); };
 }
 
 }  // namespace
 
 const Verb kVerbAttr = {
-    kName, "", "Show or change type, creator, Finder flags and dates of items",
+    kName, "", Sentence::kSummaryAttr,
     "vellmark attr work.img \"Read Me\" --type TEXT --creator ttxt --set invisible", SetUp};
 
 }  // namespace vellmark

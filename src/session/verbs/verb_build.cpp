@@ -62,19 +62,16 @@ int Build(BuildVerbOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<BuildVerbOptions>();
-    arguments.add("PROJECT", options->project, "Project file").required();
-    arguments.add("-o,--output", options->build.output,
-                  "Image to make; without it, the project's path with the extension iso, or dmg "
-                  "for --kind hfs; - for the standard output");
-    arguments.flag("--rebuild", options->rebuild,
-                   "Bring the project up to date with the disk first");
+    arguments.add(option::kProject, options->project).required();
+    arguments.add("-o,--output", options->build.output, Sentence::kHelpBuildOutput);
+    arguments.flag("--rebuild", options->rebuild, Sentence::kHelpRebuildFirst);
     AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Build(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbBuild = {kName, "", "Build the image of a project",
-                         "vellmark build disc.vlpr -o disc.iso", SetUp};
+const Verb kVerbBuild = {kName, "", Sentence::kSummaryBuild, "vellmark build disc.vlpr -o disc.iso",
+                         SetUp};
 
 }  // namespace vellmark

@@ -86,20 +86,16 @@ int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<CheckVerbOptions>();
-    arguments.add("PROJECT", options->project, "Project file").required();
-    arguments.flag("--no-additions", options->noAdditions,
-                   "Leave out what is new in the folders of the PC");
-    arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
-    arguments.flag("-j,--json", options->json, "As JSON");
-    arguments.flag("--lines", options->lines,
-                   "Lines for a script: D, M or A, number of the folder, number of the item, "
-                   "length, folder on the PC and name, with | between them");
+    arguments.add(option::kProject, options->project).required();
+    arguments.flag(option::kNoAdditions, options->noAdditions);
+    arguments.flag(option::kDates, options->dates);
+    arguments.flag(option::kJson, options->json);
+    arguments.flag("--lines", options->lines, Sentence::kHelpLines);
     run = [options](CommandContext& context) { return RunCheck(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbCheck = {kName, "", "Tell what changed on the disk since a project was filled",
-                         "vellmark check disc.vlpr", SetUp};
+const Verb kVerbCheck = {kName, "", Sentence::kSummaryCheck, "vellmark check disc.vlpr", SetUp};
 
 }  // namespace vellmark

@@ -228,10 +228,10 @@ int Config(const ConfigOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ConfigOptions>();
-    arguments.add("ACTION", options->action, "list (without it as well), get or set")
+    arguments.add("ACTION", options->action, Sentence::kHelpConfigAction)
         .oneOf({"list", "get", "set"});
-    const Option name = arguments.add("NAME", options->name, "Setting, as list names it");
-    const Option value = arguments.add("VALUE", options->value, "What it becomes");
+    const Option name = arguments.add("NAME", options->name, Sentence::kHelpConfigName);
+    const Option value = arguments.add("VALUE", options->value, Sentence::kHelpConfigValue);
     run = [options, name, value](CommandContext& context) {
         options->hasName = name.wasGiven();
         options->hasValue = value.wasGiven();
@@ -241,7 +241,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
 
 }  // namespace
 
-const Verb kVerbConfig = {kName, "", "Show or change settings", "vellmark config set language fr",
+const Verb kVerbConfig = {kName, "", Sentence::kSummaryConfig, "vellmark config set language fr",
                           SetUp};
 
 }  // namespace vellmark

@@ -71,18 +71,17 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ExpandVerbOptions>();
-    arguments.add("IMAGE", options->image, "Compressed disk image (.dmg)").required();
-    arguments.add("TARGET", options->target, "Plain image to make; - for the standard output")
-        .required();
-    arguments.flag("--verify", options->verify, "Compare the checksums that the image carries");
-    arguments.flag("-f,--force", options->force, "Replace an existing file");
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    arguments.add("IMAGE", options->image, Sentence::kHelpCompressed).required();
+    arguments.add("TARGET", options->target, Sentence::kHelpPlainTarget).required();
+    arguments.flag("--verify", options->verify, Sentence::kHelpVerify);
+    arguments.flag(option::kForceFile, options->force);
+    arguments.flag(option::kQuietProgressResult, options->quiet);
     run = [options](CommandContext& context) { return Expand(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbExpand = {kName, "", "Make a plain image of a compressed one",
-                          "vellmark expand disk.dmg disk.img", SetUp};
+const Verb kVerbExpand = {kName, "", Sentence::kSummaryExpand, "vellmark expand disk.dmg disk.img",
+                          SetUp};
 
 }  // namespace vellmark

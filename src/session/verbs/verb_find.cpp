@@ -125,24 +125,21 @@ int Find(const FindOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<FindOptions>();
-    arguments.add("IMAGE", options->image, "Disc or disk image, or a project").required();
+    arguments.add("IMAGE", options->image, Sentence::kHelpImageOrProject).required();
     AddPartitionNumber(arguments, options->partition);
-    arguments.add("NAME", options->pattern,
-                  "Name of a file or folder; with a * all names that hold the part before it or "
-                  "the part behind it (in small letters for HFS)");
-    arguments.add("-s,--signature", options->signature,
-                  "Files of a type or a creator, or of both in eight letters");
-    arguments.add("--view", options->view, "Names of a project that are sought: iso, hybrid or hfs")
+    arguments.add("NAME", options->pattern, Sentence::kHelpFindName);
+    arguments.add("-s,--signature", options->signature, Sentence::kHelpFindSignature);
+    arguments.add("--view", options->view, Sentence::kHelpFindView)
         .oneOf({"iso", "hybrid", "hfs"})
         .showDefault();
-    arguments.flag("-a,--all", options->all, fmt::format("More than {} hits", kMostHits));
-    arguments.flag("-j,--json", options->json, "As JSON");
+    arguments.flag("-a,--all", options->all, Reason(Sentence::kHelpFindAll, kMostHits));
+    arguments.flag(option::kJson, options->json);
     run = [options](CommandContext& context) { return Find(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbFind = {"find", "", "Find items of a Macintosh volume or a project",
+const Verb kVerbFind = {"find", "", Sentence::kSummaryFind,
                         "vellmark find work.img --signature TEXT", SetUp};
 
 }  // namespace vellmark

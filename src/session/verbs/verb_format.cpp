@@ -139,24 +139,20 @@ int Format(const FormatOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<FormatOptions>();
-    arguments.add("IMAGE", options->path, "Image to make").required();
-    arguments
-        .add("-s,--size", options->size,
-             "Size of the volume in whole megabytes: 100, 100M, 2G, 2048K")
-        .required();
-    arguments.add("-l,--label", options->label, "Name of the volume").required();
-    arguments.flag("--hfsplus", options->hfsPlus, "HFS+ instead of HFS");
-    arguments.add("-b,--block-size", options->blockSize,
-                  "Allocation block of HFS: a size such as 2K, or smallest, for many small files");
-    arguments.flag("-z,--zero", options->zero, "Write every byte, so that the image has no holes");
-    arguments.flag("-f,--force", options->force, "Replace an existing image");
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    arguments.add("IMAGE", options->path, Sentence::kHelpImageToMake).required();
+    arguments.add("-s,--size", options->size, Sentence::kHelpVolumeSize).required();
+    arguments.add("-l,--label", options->label, Sentence::kHelpVolumeName).required();
+    arguments.flag("--hfsplus", options->hfsPlus, Sentence::kHelpHfsPlus);
+    arguments.add("-b,--block-size", options->blockSize, Sentence::kHelpBlockSize);
+    arguments.flag("-z,--zero", options->zero, Sentence::kHelpZero);
+    arguments.flag(option::kForceImage, options->force);
+    arguments.flag(option::kQuietProgressResult, options->quiet);
     run = [options](CommandContext& context) { return Format(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbFormat = {kName, "mkfs", "Make an image with an empty volume",
+const Verb kVerbFormat = {kName, "mkfs", Sentence::kSummaryFormat,
                           "vellmark format work.img --size 100M --label Work", SetUp};
 
 }  // namespace vellmark

@@ -287,37 +287,21 @@ int Get(const GetOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<GetOptions>();
-    AddViewOptions(arguments, options->view,
-                   "without it, the first of hfs, joliet and iso that has the path");
-    arguments
-        .add("PATH", options->paths,
-             "Files, or folders with all that is in them, / between the names (a / in a "
-             "Macintosh name is written :); / alone is the whole tree")
-        .required();
-    arguments
-        .add("-o,--output", options->target,
-             "Folder to write to, or a new name when there is one PATH; - for the standard "
-             "output")
-        .showDefault();
-    arguments
-        .add("-m,--mode", options->mode,
-             "What a Macintosh file becomes: one of its forks, or a form that holds both")
+    AddViewOptions(arguments, options->view, Sentence::kHelpGetTree);
+    arguments.add("PATH", options->paths, Sentence::kHelpGetPaths).required();
+    arguments.add("-o,--output", options->target, Sentence::kHelpGetOutput).showDefault();
+    arguments.add("-m,--mode", options->mode, Sentence::kHelpGetMode)
         .oneOf(WordsOf(kModes))
         .showDefault();
-    arguments
-        .add("-n,--naming", options->naming,
-             "Name of a Macintosh file: as in the catalog, with the extension of its type "
-             "and creator where it has none or in any case, or asked for; without it, as the "
-             "settings say")
-        .oneOf(WordsOf(kNamings));
-    arguments.flag("-f,--force", options->force, "Replace existing files without a question");
-    arguments.flag("-q,--quiet", options->quiet, "No progress");
+    arguments.add("-n,--naming", options->naming, Sentence::kHelpNaming).oneOf(WordsOf(kNamings));
+    arguments.flag("-f,--force", options->force, Sentence::kHelpForceUnasked);
+    arguments.flag(option::kQuietProgress, options->quiet);
     run = [options](CommandContext& context) { return Get(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbGet = {"get", "cp", "Take files and folders out of an image",
+const Verb kVerbGet = {"get", "cp", Sentence::kSummaryGet,
                        "vellmark get photos.iso \"Holiday/Day 1\" -o Pictures", SetUp};
 
 }  // namespace vellmark

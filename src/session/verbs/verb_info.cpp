@@ -140,13 +140,13 @@ int Info(const InfoOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<InfoOptions>();
-    AddViewOptions(arguments, options->view, "without it, all that are there");
-    arguments.flag("-j,--json", options->json, "As JSON, dates in UTC");
+    AddViewOptions(arguments, options->view, Sentence::kHelpAnyTree);
+    arguments.flag(option::kJsonDates, options->json);
     run = [options](CommandContext& context) { return Info(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbInfo = {"info", "", "Tell what an image holds", "vellmark info photos.iso", SetUp};
+const Verb kVerbInfo = {"info", "", Sentence::kSummaryInfo, "vellmark info photos.iso", SetUp};
 
 }  // namespace vellmark

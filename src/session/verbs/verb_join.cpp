@@ -58,23 +58,17 @@ int Join(const JoinOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<JoinOptions>();
-    arguments.add("IMAGE", options->disc, "ISO 9660 image that gets the partition").required();
-    arguments
-        .add("VOLUME", options->partition,
-             "Image with a Macintosh partition; a compressed one (.dmg) too")
-        .required();
-    arguments.flag("--open-root", options->opensRoot,
-                   "A Macintosh opens the window of the root folder when the disc is put in");
-    arguments.flag("-f,--force", options->force,
-                   "Overwrite what a bootable disc has where the partition map goes, and older "
-                   "backup files of a Video CD");
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no result line");
+    arguments.add("IMAGE", options->disc, Sentence::kHelpJoinImage).required();
+    arguments.add("VOLUME", options->partition, Sentence::kHelpJoinVolume).required();
+    arguments.flag("--open-root", options->opensRoot, Sentence::kHelpOpenRoot);
+    arguments.flag("-f,--force", options->force, Sentence::kHelpJoinForce);
+    arguments.flag(option::kQuietProgressResult, options->quiet);
     run = [options](CommandContext& context) { return Join(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbJoin = {"join", "", "Join a Macintosh partition to a finished ISO 9660 image",
-                        "vellmark join disc.iso work.img", SetUp};
+const Verb kVerbJoin = {"join", "", Sentence::kSummaryJoin, "vellmark join disc.iso work.img",
+                        SetUp};
 
 }  // namespace vellmark

@@ -38,15 +38,13 @@ int Label(const LabelOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<LabelOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("LABEL", options->label,
-                  "The new name: up to 27 characters of MacRoman in HFS, 255 in HFS+; without it, "
-                  "the present one is shown");
+    arguments.add("LABEL", options->label, Sentence::kHelpNewLabel);
     run = [options](CommandContext& context) { return Label(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbLabel = {"label", "", "Show or change the name of a Macintosh volume",
+const Verb kVerbLabel = {"label", "", Sentence::kSummaryLabel,
                          "vellmark label work.img \"My Disk\"", SetUp};
 
 }  // namespace vellmark

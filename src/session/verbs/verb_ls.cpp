@@ -184,21 +184,17 @@ int Ls(const LsOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<LsOptions>();
-    AddViewOptions(arguments, options->view, "without it, all that are there");
-    arguments.add("PATH", options->path,
-                  "Folder or file, / between the names (a / in a Macintosh name is written :); "
-                  "without it, the root");
-    arguments.flag("-j,--json", options->json, "As JSON, dates in UTC");
-    arguments.flag("-l,--long", options->details,
-                   "Kind, size, size of the resource fork, date in UTC, type and creator, name");
-    arguments.flag("-R,--recursive", options->recursive,
-                   "Everything below the folder too, with paths from the root");
+    AddViewOptions(arguments, options->view, Sentence::kHelpAnyTree);
+    arguments.add("PATH", options->path, Sentence::kHelpLsPath);
+    arguments.flag(option::kJsonDates, options->json);
+    arguments.flag("-l,--long", options->details, Sentence::kHelpLong);
+    arguments.flag("-R,--recursive", options->recursive, Sentence::kHelpRecursive);
     run = [options](CommandContext& context) { return Ls(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbLs = {"ls", "dir", "List a folder of an image",
+const Verb kVerbLs = {"ls", "dir", Sentence::kSummaryLs,
                       "vellmark ls photos.iso \"Holiday/Day 1\" --as hfs -l", SetUp};
 
 }  // namespace vellmark

@@ -111,19 +111,17 @@ int Make(MakeOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MakeOptions>();
-    arguments.add("FOLDER", options->folder, "Folder whose contents go into the image").required();
-    arguments.add("-o,--output", options->build.output, "Image to make; - for the standard output")
-        .required();
+    arguments.add("FOLDER", options->folder, Sentence::kHelpMakeFolder).required();
+    arguments.add("-o,--output", options->build.output, Sentence::kHelpImageOutput).required();
     options->format.addTo(arguments);
-    arguments.add("-l,--label", options->label,
-                  "Name of the volume; without it, the name of the image");
+    arguments.add("-l,--label", options->label, Sentence::kHelpMakeLabel);
     AddBuildOptions(arguments, options->build);
     run = [options](CommandContext& context) { return Make(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbMake = {kName, "mk", "Make one image from a folder",
+const Verb kVerbMake = {kName, "mk", Sentence::kSummaryMake,
                         "vellmark make Photos -o photos.iso --label Photos", SetUp};
 
 }  // namespace vellmark

@@ -57,15 +57,14 @@ int Mkdir(const MkdirOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MkdirOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("FOLDER", options->paths, "Folders to make, / between the names").required();
-    arguments.flag("--parents", options->parents,
-                   "Make what is missing on the way, and say nothing of folders that are there");
+    arguments.add("FOLDER", options->paths, Sentence::kHelpNewFolders).required();
+    arguments.flag("--parents", options->parents, Sentence::kHelpParents);
     run = [options](CommandContext& context) { return Mkdir(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbMkdir = {"mkdir", "", "Make folders on a Macintosh volume",
+const Verb kVerbMkdir = {"mkdir", "", Sentence::kSummaryMkdir,
                          "vellmark mkdir work.img --parents Letters/2026", SetUp};
 
 }  // namespace vellmark

@@ -58,15 +58,14 @@ int Mv(const MvOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<MvOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("PATH", options->paths, "Files and folders to move, / between the names")
-        .required();
-    arguments.add("-t,--to", options->target, "Folder to move them into; / is the root").required();
+    arguments.add("PATH", options->paths, Sentence::kHelpMvPaths).required();
+    arguments.add("-t,--to", options->target, Sentence::kHelpMvTo).required();
     run = [options](CommandContext& context) { return Mv(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbMv = {"mv", "", "Move files and folders of a Macintosh volume",
+const Verb kVerbMv = {"mv", "", Sentence::kSummaryMv,
                       "vellmark mv work.img Drafts/Plan Notes --to Archive", SetUp};
 
 }  // namespace vellmark

@@ -58,23 +58,18 @@ int New(const NewOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<NewOptions>();
-    arguments
-        .add("PROJECT", options->path,
-             "Project file to make: .vlpr for a hybrid project, .vlso for an ISO+ one")
-        .required();
+    arguments.add("PROJECT", options->path, Sentence::kHelpNewProject).required();
     options->format.addTo(arguments);
-    arguments.add("-l,--label", options->label,
-                  "Name of the volume; without it, the name of the image when it is built");
-    arguments.flag("--rebuild", options->rebuild,
-                   "Bring the project up to date with the disk before each build");
-    arguments.flag("-f,--force", options->force, "Replace an existing file");
-    arguments.flag("-q,--quiet", options->quiet, "No result line");
+    arguments.add("-l,--label", options->label, Sentence::kHelpProjectLabel);
+    arguments.flag("--rebuild", options->rebuild, Sentence::kHelpRebuildEach);
+    arguments.flag(option::kForceFile, options->force);
+    arguments.flag(option::kQuietResult, options->quiet);
     run = [options](CommandContext& context) { return New(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbNew = {kName, "", "Make an empty project",
+const Verb kVerbNew = {kName, "", Sentence::kSummaryNew,
                        "vellmark new disc.vlpr --label \"My disc\"", SetUp};
 
 }  // namespace vellmark

@@ -82,16 +82,16 @@ int RunPath(const PathOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<PathOptions>();
-    arguments.add("PROJECT", options->project, "Project file, which must be there").required();
-    arguments.add("OLD", options->oldPath, "Folder of the PC that items come from").required();
-    arguments.add("NEW", options->newPath, "Folder that takes its place").required();
-    arguments.flag("-q,--quiet", options->quiet, "No remarks, no result line");
+    arguments.add(option::kExistingProject, options->project).required();
+    arguments.add("OLD", options->oldPath, Sentence::kHelpOldPath).required();
+    arguments.add("NEW", options->newPath, Sentence::kHelpNewPath).required();
+    arguments.flag(option::kQuietRemarks, options->quiet);
     run = [options](CommandContext& context) { return RunPath(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbPath = {kName, "", "Tell a project where its files lie now",
+const Verb kVerbPath = {kName, "", Sentence::kSummaryPath,
                         "vellmark path disc.vlpr /home/me/Photos /mnt/Archive/Photos", SetUp};
 
 }  // namespace vellmark

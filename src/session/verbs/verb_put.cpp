@@ -216,47 +216,31 @@ int Put(const PutOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<PutOptions>();
-    const auto words = [&arguments](const std::string& name, std::string& word,
-                                    const std::string& help,
+    const auto words = [&arguments](const std::string& name, std::string& word, Sentence help,
                                     const std::vector<std::string>& choices) {
         Option option = arguments.add(name, word, help).oneOf(choices);
         if (!word.empty())
             option.showDefault();
     };
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("FILE", options->paths, "Files, or folders with all that is in them").required();
-    arguments.add("-t,--to", options->to,
-                  "Folder of the volume to put them into, / between the names (a / in a "
-                  "Macintosh name is written :); without it, the root");
-    arguments.flag("--parents", options->makesFolder, "Make what is missing of that folder");
-    arguments.add("--type", options->type,
-                  "Type of the files, up to four characters; without it, by their extension");
-    arguments.add("--creator", options->creator, "Creator of the files, in the same way");
-    words("--replace", options->replace,
-          "Whether existing files are replaced and existing folders filled; ask keeps them where "
-          "nobody can be asked",
-          {"ask", "yes", "no"});
-    arguments.flag("-f,--force", options->force, "The same as --replace yes");
-    words("--containers", options->containers,
-          "Whether MacBinary, BinHex, AppleSingle and AppleDouble files are taken apart; yes takes "
-          "damaged ones too",
-          {"ask", "yes", "no"});
-    words("-m,--mode", options->mode,
-          "Fork that takes the bytes of a plain file; macbinary copies MacBinary and BinHex files "
-          "alone",
-          {"data", "resource", "macbinary"});
-    words("--truncate", options->truncate,
-          "Whether names that are too long are shortened without a question; without it, as the "
-          "settings say",
-          {"ask", "yes"});
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
-    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
+    arguments.add("FILE", options->paths, Sentence::kHelpPutFiles).required();
+    arguments.add("-t,--to", options->to, Sentence::kHelpPutTo);
+    arguments.flag("--parents", options->makesFolder, Sentence::kHelpPutParents);
+    arguments.add("--type", options->type, Sentence::kHelpPutType);
+    arguments.add("--creator", options->creator, Sentence::kHelpPutCreator);
+    words("--replace", options->replace, Sentence::kHelpReplace, {"ask", "yes", "no"});
+    arguments.flag("-f,--force", options->force, Sentence::kHelpReplaceAll);
+    words("--containers", options->containers, Sentence::kHelpContainers, {"ask", "yes", "no"});
+    words("-m,--mode", options->mode, Sentence::kHelpPutMode, {"data", "resource", "macbinary"});
+    words("--truncate", options->truncate, Sentence::kHelpPutTruncate, {"ask", "yes"});
+    arguments.flag(option::kQuiet, options->quiet);
+    arguments.flag(option::kVerbose, options->verbose);
     run = [options](CommandContext& context) { return Put(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbPut = {kName, "", "Put files and folders into a Macintosh volume",
+const Verb kVerbPut = {kName, "", Sentence::kSummaryPut,
                        "vellmark put work.img Letters \"Read me.txt\" --to Documents", SetUp};
 
 }  // namespace vellmark

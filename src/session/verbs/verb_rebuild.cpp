@@ -48,22 +48,18 @@ int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RebuildVerbOptions>();
-    arguments.add("PROJECT", options->project, "Project file, which must be there").required();
-    arguments.flag("--no-additions", options->noAdditions,
-                   "Leave out what is new in the folders of the PC");
-    arguments.flag("--dates", options->dates, "Also files of the same length whose date differs");
-    arguments.flag(
-        "--drop-missing", options->dropsMissing,
-        "Also take out what came from folders that are not there at all; without it such "
-        "a project is left as it is");
-    arguments.flag("-q,--quiet", options->quiet, "No progress, no remarks, no result line");
-    arguments.flag("-v,--verbose", options->verbose, kVerboseHelp);
+    arguments.add(option::kExistingProject, options->project).required();
+    arguments.flag(option::kNoAdditions, options->noAdditions);
+    arguments.flag(option::kDates, options->dates);
+    arguments.flag("--drop-missing", options->dropsMissing, Sentence::kHelpDropMissing);
+    arguments.flag(option::kQuiet, options->quiet);
+    arguments.flag(option::kVerbose, options->verbose);
     run = [options](CommandContext& context) { return RunRebuild(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbRebuild = {"rebuild", "", "Bring a project up to date with the disk",
-                           "vellmark rebuild disc.vlpr", SetUp};
+const Verb kVerbRebuild = {"rebuild", "", Sentence::kSummaryRebuild, "vellmark rebuild disc.vlpr",
+                           SetUp};
 
 }  // namespace vellmark

@@ -47,15 +47,14 @@ int Rename(const RenameOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RenameOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("PATH", options->path, "File or folder, / between the names").required();
-    arguments.add("NAME", options->name, "Its new name in the same folder (a / in it is written :)")
-        .required();
+    arguments.add("PATH", options->path, Sentence::kHelpItem).required();
+    arguments.add("NAME", options->name, Sentence::kHelpNewName).required();
     run = [options](CommandContext& context) { return Rename(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbRename = {"rename", "", "Give a file or folder of a Macintosh volume another name",
+const Verb kVerbRename = {"rename", "", Sentence::kSummaryRename,
                           "vellmark rename work.img Notes/Plan \"Plan B\"", SetUp};
 
 }  // namespace vellmark

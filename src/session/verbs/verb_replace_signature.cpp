@@ -120,16 +120,16 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ReplaceOptions>();
     AddPartitionOptions(arguments, options->partition);  // a project stands in the image's place
-    arguments.add("OLD", options->oldSignature, "Type and creator, eight characters").required();
-    arguments.add("NEW", options->newSignature, "What takes their place").required();
-    arguments.flag("--ask", options->ask, "Ask for each file");
-    arguments.flag("-q,--quiet", options->quiet, "No result line");
+    arguments.add("OLD", options->oldSignature, Sentence::kHelpOldSignature).required();
+    arguments.add("NEW", options->newSignature, Sentence::kHelpNewSignature).required();
+    arguments.flag("--ask", options->ask, Sentence::kHelpAsk);
+    arguments.flag(option::kQuietResult, options->quiet);
     run = [options](CommandContext& context) { return Replace(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbReplaceSignature = {kName, "", "Give all files of one signature another one",
+const Verb kVerbReplaceSignature = {kName, "", Sentence::kSummaryReplaceSignature,
                                     "vellmark replace-signature work.img TEXTR*ch TEXTttxt", SetUp};
 
 }  // namespace vellmark

@@ -59,19 +59,15 @@ int Rm(const RmOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RmOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments
-        .add("PATH", options->paths,
-             "Files, or folders with all that is in them, / between the names (a / in a "
-             "Macintosh name is written :)")
-        .required();
-    arguments.flag("-f,--force", options->force, "Delete folders that are not empty unasked");
-    arguments.flag("-q,--quiet", options->quiet, "No progress");
+    arguments.add("PATH", options->paths, Sentence::kHelpRmPaths).required();
+    arguments.flag("-f,--force", options->force, Sentence::kHelpRmForce);
+    arguments.flag(option::kQuietProgress, options->quiet);
     run = [options](CommandContext& context) { return Rm(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbRm = {"rm", "", "Delete files and folders of a Macintosh volume",
-                      "vellmark rm work.img Drafts \"Read Me\"", SetUp};
+const Verb kVerbRm = {"rm", "", Sentence::kSummaryRm, "vellmark rm work.img Drafts \"Read Me\"",
+                      SetUp};
 
 }  // namespace vellmark

@@ -173,22 +173,19 @@ int Sig(const SigOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SigOptions>();
-    arguments.add("NAME", options->names, "Names of files on the PC, which need not be there");
-    arguments.add(
-        "-t,--type", options->type,
-        "The entry for a Macintosh file of that type, or of a type and a creator in eight "
-        "letters");
-    arguments.add("-c,--creator", options->creator, "The same with that creator");
-    arguments.flag("-l,--list", options->list, "The whole table");
-    arguments.add("--file", options->file, "Use this .sig file");
-    arguments.add("--register", options->registered, "Keep this .sig file as the table to use");
-    arguments.flag("-j,--json", options->json, "As JSON");
+    arguments.add("NAME", options->names, Sentence::kHelpSigNames);
+    arguments.add("-t,--type", options->type, Sentence::kHelpSigType);
+    arguments.add("-c,--creator", options->creator, Sentence::kHelpSigCreator);
+    arguments.flag("-l,--list", options->list, Sentence::kHelpSigList);
+    arguments.add("--file", options->file, Sentence::kHelpSigFile);
+    arguments.add("--register", options->registered, Sentence::kHelpSigRegister);
+    arguments.flag(option::kJson, options->json);
     run = [options](CommandContext& context) { return Sig(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbSig = {kName, "", "Show which Macintosh type and creator belong to a name",
-                       "vellmark sig photo.jpg letter.txt", SetUp};
+const Verb kVerbSig = {kName, "", Sentence::kSummarySig, "vellmark sig photo.jpg letter.txt",
+                       SetUp};
 
 }  // namespace vellmark

@@ -46,14 +46,13 @@ int Split(const SplitOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SplitOptions>();
-    arguments.add("IMAGE", options->disc, "Hybrid disc image").required();
-    arguments.flag("-q,--quiet", options->quiet, "No result line");
+    arguments.add("IMAGE", options->disc, Sentence::kHelpHybridImage).required();
+    arguments.flag(option::kQuietResult, options->quiet);
     run = [options](CommandContext& context) { return Split(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbSplit = {"split", "", "Take the Macintosh partition off a hybrid disc image",
-                         "vellmark split disc.iso", SetUp};
+const Verb kVerbSplit = {"split", "", Sentence::kSummarySplit, "vellmark split disc.iso", SetUp};
 
 }  // namespace vellmark

@@ -55,13 +55,13 @@ int Swap(const SwapOptions& options, CommandContext& context) {
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<SwapOptions>();
     AddPartitionOptions(arguments, options->partition);
-    arguments.add("PATH", options->paths, "Files, / between the names").required();
+    arguments.add("PATH", options->paths, Sentence::kHelpSwapPaths).required();
     run = [options](CommandContext& context) { return Swap(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbSwap = {"swap", "", "Exchange the data and the resource fork of files",
+const Verb kVerbSwap = {"swap", "", Sentence::kSummarySwap,
                         "vellmark swap work.img \"Font Suitcase\"", SetUp};
 
 }  // namespace vellmark

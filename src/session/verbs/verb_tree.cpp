@@ -61,16 +61,14 @@ int Tree(const TreeOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<TreeOptions>();
-    AddViewOptions(arguments, options->view, "without it, all that are there");
-    arguments.add("PATH", options->path,
-                  "Folder to begin with, / between the names (a / in a Macintosh name is written "
-                  ":); without it, the root");
+    AddViewOptions(arguments, options->view, Sentence::kHelpAnyTree);
+    arguments.add("PATH", options->path, Sentence::kHelpTreePath);
     run = [options](CommandContext& context) { return Tree(*options, context); };
 }
 
 }  // namespace
 
-const Verb kVerbTree = {"tree", "", "Show all folders and files of an image",
-                        "vellmark tree photos.iso --as joliet", SetUp};
+const Verb kVerbTree = {"tree", "", Sentence::kSummaryTree, "vellmark tree photos.iso --as joliet",
+                        SetUp};
 
 }  // namespace vellmark

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "session/command_context.hpp"
 #include "session/exit_status.hpp"
 #include "session/options.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -19,7 +21,7 @@ using RunVerb = std::function<int(CommandContext& context)>;
 struct Verb {
     std::string_view name;
     std::string_view alias;    ///< a shorter or more familiar name, "" for none
-    std::string_view summary;  ///< one line of help
+    Sentence summary;          ///< one line of help
     std::string_view example;  ///< a command line
     /// Declares the options and hands over what to run.
     void (*setUp)(OptionSet& arguments, RunVerb& run);
@@ -56,11 +58,15 @@ extern const Verb kVerbTree;
 /// Whether the first argument is for `RunVerbs`: a verb, or an option that none of them owns.
 [[nodiscard]] bool IsVerbOrOption(std::string_view argument);
 
+/// The language that `--lang` names, wherever it stands; nothing without it or for an unknown one.
+[[nodiscard]] std::optional<Language> ChosenLanguage(std::span<const std::string> arguments);
+
 /// Runs a command line of verbs and options; `arguments` without the program's name.
 [[nodiscard]] int RunVerbs(std::span<const std::string> arguments, CommandContext& context);
 
 /// Tells on standard error what is wrong with the usage of a verb ("" for all), and where help is
 /// found. Returns the exit status for it.
+int UsageError(CommandContext& context, std::string_view verb, const Reason& reason);
 int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence);
 
 }  // namespace vellmark
