@@ -3,12 +3,12 @@
 #include <fmt/core.h>
 
 #include "session/file_modes.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

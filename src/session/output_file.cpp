@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "session/build_options.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include "IO/sector_batch.hpp"
+#include "session/reading_ports.hpp"
 #include "support/encoding.hpp"
 #include "volume/allocation.hpp"
 #include "volume/edit_result.hpp"
@@ -49,7 +50,7 @@ std::string ChangeRefusal(const ReadOnlyReasons& reasons) {
 std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, CommandContext& context,
                                            Terminal& terminal, Access access) {
     Messages& messages = terminal.messages;
-    std::optional<PlainImage> image = PlainImage::Open(options.image, access, context, terminal);
+    std::optional<PlainImage> image = OpenPlainImage(options.image, access, context, terminal);
     if (!image)
         return nullptr;
     std::unique_ptr<Partition> partition(new Partition(context.clock, std::move(*image)));

@@ -6,9 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "reading/plain_image.hpp"
 #include "session/command_context.hpp"
 #include "session/options.hpp"
-#include "session/plain_image.hpp"
+#include "session/terminal.hpp"
 #include "support/messages.hpp"
 #include "volume/mount.hpp"
 #include "volume/volume_context.hpp"

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-#include "session/targets.hpp"
 #include "support/encoding.hpp"
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

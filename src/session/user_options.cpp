@@ -29,6 +29,31 @@ UserOptions OptionsOf(const CommandContext& context) {
     return OptionsOf(context.session ? context.session->settings : Settings{}, context.language);
 }
 
+ExistingFiles ExistingFilesOf(bool force, const CommandContext& context) {
+    return force ? ExistingFiles::Replace : context.asks ? ExistingFiles::Ask : ExistingFiles::Keep;
+}
+
+CopyOutOptions CopyOutOptionsOf(const CommandContext& context) {
+    const UserOptions user = OptionsOf(context);
+    const bool canAsk = user.naming.policy != NamingPolicy::Ask || context.asks;
+    CopyOutOptions copy;
+    copy.naming = user.naming;
+    if (!user.choseNaming || !canAsk)
+        copy.naming.policy = NamingPolicy::Catalog;
+    copy.existing = ExistingFilesOf(false, context);
+    copy.keptHint = kForceHint;
+    return copy;
+}
+
+CopyInOptions CopyInOptionsOf(const CommandContext& context) {
+    const UserOptions user = OptionsOf(context);
+    return {.existing = ExistingFilesOf(false, context),
+            .keptHint = std::string(kForceHint),
+            .truncation = {.automatic = user.shortensImported,
+                           .addsCrc = user.addsCrc || !context.asks,
+                           .asks = context.asks}};
+}
+
 ProjectDefaults NewProjectDefaults(const CommandContext& context, ProjectMode mode) {
     ProjectDefaults defaults = OptionsOf(context).newProject;
     if (mode == ProjectMode::IsoPlus)

@@ -2,10 +2,14 @@
 // options; what works takes them as values.
 #pragma once
 
+#include <string_view>
+
 #include "project/project_file.hpp"
 #include "project/view_names.hpp"
 #include "session/command_context.hpp"
 #include "session/settings.hpp"
+#include "transfer/copy_in.hpp"
+#include "transfer/copy_out.hpp"
 #include "transfer/pc_target_name.hpp"
 
 namespace vellmark {
@@ -30,6 +34,16 @@ struct UserOptions {
 [[nodiscard]] UserOptions OptionsOf(const Settings& settings, Language language);
 /// Those of the running session; outside of one every setting has its default.
 [[nodiscard]] UserOptions OptionsOf(const CommandContext& context);
+
+/// Said of a file that is kept where another one was to have its name.
+inline constexpr std::string_view kForceHint = "; --force replaces it";
+
+/// What happens to such a file: nobody may be there to say that it may be lost.
+[[nodiscard]] ExistingFiles ExistingFilesOf(bool force, const CommandContext& context);
+/// Copies out of a volume as the settings want them, names as in the catalog unless the settings
+/// choose others that need nobody to be asked; and into one. A command line stands above them.
+[[nodiscard]] CopyOutOptions CopyOutOptionsOf(const CommandContext& context);
+[[nodiscard]] CopyInOptions CopyInOptionsOf(const CommandContext& context);
 
 /// What a new project of that kind begins with: an ISO+ project has no Macintosh volume.
 [[nodiscard]] ProjectDefaults NewProjectDefaults(const CommandContext& context, ProjectMode mode);

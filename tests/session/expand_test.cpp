@@ -1,5 +1,5 @@
 // A compressed image on a terminal: what is asked, and what becomes of the answers.
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 
 // Behind the others, which know only one namespace called testing.
 #include "IO/disk_image_maker.hpp"

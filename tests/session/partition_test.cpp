@@ -1,7 +1,7 @@
 // The volume that a verb opens: what is refused, and what comes back when it is closed.
 #include "session/partition.hpp"
 
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 #include "volume/allocation.hpp"
 #include "volume/catalog_changes.hpp"
 

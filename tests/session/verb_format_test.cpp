@@ -1,5 +1,5 @@
 // `format`: which sizes and labels are taken, and that another program mounts the volume.
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 
 namespace vellmark {
 namespace {

@@ -2,8 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "session/extraction.hpp"
-#include "session/reading_bench.hpp"
+#include "reading/extraction.hpp"
+#include "reading/reading_bench.hpp"
 
 namespace vellmark {
 namespace {

@@ -1,5 +1,5 @@
 // `ls`, `tree` and `info`: what they show of images, against the folder that went in.
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 
 namespace vellmark {
 namespace {

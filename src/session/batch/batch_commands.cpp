@@ -12,19 +12,20 @@
 #include "join/hybridation.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_folders.hpp"
+#include "reading/plain_image.hpp"
 #include "session/file_modes.hpp"
 #include "session/include_list.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
-#include "session/plain_image.hpp"
 #include "session/project_rebuild.hpp"
+#include "session/reading_ports.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
-#include "session/targets.hpp"
 #include "session/user_options.hpp"
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 
@@ -170,18 +171,11 @@ BatchResult BatchRebuild(const BatchJob& job) {
 }
 
 BatchResult BatchExpand(const BatchJob& job) {
-    Messages& messages = job.terminal.messages;
-    const std::string target = FollowLink(job.argument);
-    if (AreSameFile(job.project, target)) {
-        messages.showMessage(
-            fmt::format("{} is the compressed image itself.", Printable(job.argument)));
-        return BatchResult::NotCreated;
-    }
-    if (!MayMakeFile(target, true, messages))
-        return BatchResult::NotCreated;
-    const ExpandResult result =
-        ExpandImageFile(job.project, target, job.terminal.progress, {.guard = job.context.guard});
-    TellExpansion(result, Printable(job.project), messages);
+    const ExpandResult result = ExpandToFile({.image = job.project,
+                                              .target = FollowLink(job.argument),
+                                              .named = job.argument,
+                                              .replace = true},
+                                             PortsOf(job.context, job.terminal));
     job.context.readIncomplete = result.isIncomplete;
     return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
            : result.code == kFileNotExpanded ? BatchResult::NotCreated

@@ -7,6 +7,7 @@
 
 #include "session/json_text.hpp"
 #include "session/partition.hpp"
+#include "session/reading_ports.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
@@ -21,7 +22,7 @@ void AddViewOptions(OptionSet& arguments, ViewOptions& options, Sentence otherwi
 }
 
 bool ViewRun::open(const ViewOptions& options) {
-    image = PlainImage::Open(options.image, Access::Read, context, terminal);
+    image = OpenPlainImage(options.image, Access::Read, context, terminal);
     if (image)
         view = ImageView::Open(*image, options.partition, context.clock, terminal.messages);
     if (!view)

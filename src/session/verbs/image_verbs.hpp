@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "reading/image_view.hpp"
 #include "session/command_context.hpp"
-#include "session/image_view.hpp"
 #include "session/options.hpp"
 #include "session/terminal.hpp"
 

@@ -8,12 +8,12 @@
 #include "session/open_project.hpp"
 #include "session/output_file.hpp"
 #include "session/project_rebuild.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 #include "transfer/import_batch.hpp"
 
 namespace vellmark {

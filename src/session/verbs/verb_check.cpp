@@ -7,10 +7,10 @@
 #include "session/file_modes.hpp"
 #include "session/json_text.hpp"
 #include "session/project_rebuild.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

@@ -2,22 +2,18 @@
 
 #include <memory>
 
-#include "IO/disk_image.hpp"
+#include "reading/plain_image.hpp"
 #include "session/output_file.hpp"
-#include "session/plain_image.hpp"
-#include "session/targets.hpp"
+#include "session/reading_ports.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_folder.hpp"
-#include "support/texts.hpp"
 
 namespace vellmark {
 
 namespace {
 
 constexpr std::string_view kName = "expand";
-constexpr int kTextDecompressing = 1505;
 
 struct ExpandVerbOptions {
     std::string image;
@@ -39,25 +35,16 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     Messages& messages = terminal.messages;
     const OutputFile output(options.target, "image");
-    const std::string& target = output.path();
     if (!output.isReady(messages))
         return kExitFailed;
-    if (AreSameFile(options.image, target)) {
-        messages.showMessage(
-            fmt::format("{} is the compressed image itself.", Printable(options.target)));
-        return kExitFailed;
-    }
-    if (!MayMakeFile(target, options.force, messages))
-        return kExitFailed;
-    const std::string name = Printable(options.image);
-    const ExpandResult result =
-        ExpandImageFile(options.image, target, terminal.progress,
-                        {.verify = options.verify,
-                         .isPassing = output.isStandardOutput(),
-                         .status = FormatText(kTextDecompressing, context.language, name),
-                         .guard = context.guard});
+    const ExpandResult result = ExpandToFile({.image = options.image,
+                                              .target = output.path(),
+                                              .named = options.target,
+                                              .replace = options.force,
+                                              .verify = options.verify,
+                                              .isPassing = output.isStandardOutput()},
+                                             PortsOf(context, terminal));
     terminal.progress.clear();
-    TellExpansion(result, name, messages);
     if (result.code != kFileExpanded)
         return kExitFailed;
     if (output.isStandardOutput())

@@ -10,11 +10,11 @@
 #include "project/project_search.hpp"
 #include "session/file_modes.hpp"
 #include "session/json_text.hpp"
-#include "session/targets.hpp"
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/targets.hpp"
 #include "volume/catalog_search.hpp"
 
 namespace vellmark {

@@ -7,10 +7,10 @@
 #include "IO/sector_io.hpp"
 #include "session/labels.hpp"
 #include "session/sizes.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/targets.hpp"
 #include "support/texts.hpp"
 #include "volume/formatter.hpp"
 

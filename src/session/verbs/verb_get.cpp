@@ -4,14 +4,14 @@
 #include <array>
 #include <memory>
 
-#include "session/extraction.hpp"
+#include "reading/extraction.hpp"
 #include "session/signature_file.hpp"
-#include "session/targets.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 #include "transfer/copy_out.hpp"
 
 namespace vellmark {
@@ -82,29 +82,12 @@ std::string InFolder(const std::string& folder, const std::string& name) {
     return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
 }
 
-// Names stay as they are unless something else was chosen. The settings may want a person to be
-// asked, where there is none.
-NamingPolicy NamingOf(const GetOptions& options, const CommandContext& context) {
-    if (!options.naming.empty())
-        return ValueOf(kNamings, options.naming);
-    const UserOptions user = OptionsOf(context);
-    const bool canAsk = user.naming.policy != NamingPolicy::Ask || context.asks;
-    return user.choseNaming && canAsk ? user.naming.policy : NamingPolicy::Catalog;
-}
-
-ExistingFiles ExistingOf(const GetOptions& options, const CommandContext& context) {
-    return options.force  ? ExistingFiles::Replace
-           : context.asks ? ExistingFiles::Ask
-                          : ExistingFiles::Keep;
-}
-
 CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
-    CopyOutOptions copy;
+    CopyOutOptions copy = CopyOutOptionsOf(context);
     copy.mode = ValueOf(kModes, options.mode);
-    copy.naming = OptionsOf(context).naming;
-    copy.naming.policy = NamingOf(options, context);
-    copy.existing = ExistingOf(options, context);
-    copy.keptHint = kForceHint;
+    if (!options.naming.empty())
+        copy.naming.policy = ValueOf(kNamings, options.naming);
+    copy.existing = ExistingFilesOf(options.force, context);
     copy.imagePath = options.view.image;
     return copy;
 }
@@ -119,8 +102,8 @@ class Getter {
           output_(run),
           copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
                    run.terminal.progress, run.context.clock),
-          extractor_(ExistingOf(options, run.context), copyOut_.targets, copyOut_.replaceAnswer,
-                     messages_, run.terminal.progress) {}
+          extractor_(copyOut_.options.existing, copyOut_.options.keptHint, copyOut_.targets,
+                     copyOut_.replaceAnswer, messages_, run.terminal.progress) {}
 
     /// False when the run is at its end: the user stopped it, or nothing more can be written.
     [[nodiscard]] bool get(const std::string& path, bool intoFolder);
@@ -272,7 +255,7 @@ int Get(const GetOptions& options, CommandContext& context) {
         run.trees = {run.view->tree(TreeKind::Hfs)};
     }
     // Looking for the table of the user is for names alone that need it.
-    const NamingPolicy naming = NamingOf(options, context);
+    const NamingPolicy naming = CopyOptionsOf(options, context).naming.policy;
     const bool needsTable = naming == NamingPolicy::OwnExtension || naming == NamingPolicy::Append;
     const SignatureTable none;
     Getter getter(run, options, needsTable ? SignaturesOf(context, run.terminal.messages) : none);

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "session/image_walk.hpp"
+#include "reading/image_walk.hpp"
+#include "session/partition.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
@@ -55,6 +56,11 @@ TreeFacts WholeFacts(ViewRun& run, TreeView& tree) {
     return facts;
 }
 
+// Why the Macintosh volume cannot be changed, in sentences; "" when it can.
+std::string RefusalOf(const ImageView& view) {
+    return view.imageRefusal().empty() ? ChangeRefusal(view.changeReasons()) : view.imageRefusal();
+}
+
 nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
     nlohmann::ordered_json json = TreeJson(facts);
     json["sizeBytes"] = facts.sizeBytes();
@@ -93,7 +99,7 @@ void PutJson(ViewRun& run, const std::string& image) {
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
     for (TreeView* tree : run.trees)
-        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree), run.view->changeRefusal()));
+        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree), RefusalOf(*run.view)));
     run.putJson(json);
 }
 
@@ -112,8 +118,10 @@ void PutTree(ViewRun& run, const TreeFacts& facts) {
     line("modified", DateText(facts.modified));
     for (const auto& [key, text] : facts.texts)
         line(key, Printable(text));
-    if (facts.kind == TreeKind::Hfs)
-        line("changes", run.view->changeRefusal().empty() ? "possible" : run.view->changeRefusal());
+    if (facts.kind == TreeKind::Hfs) {
+        const std::string refusal = RefusalOf(*run.view);
+        line("changes", refusal.empty() ? "possible" : refusal);
+    }
 }
 
 void PutText(ViewRun& run, const std::string& image) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "session/image_walk.hpp"
+#include "reading/image_walk.hpp"
 #include "session/json_text.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"

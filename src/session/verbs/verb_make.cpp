@@ -13,7 +13,6 @@
 #include "session/output_file.hpp"
 #include "session/project_rebuild.hpp"
 #include "session/signature_file.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/format_choice.hpp"
@@ -21,6 +20,7 @@
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

@@ -3,12 +3,12 @@
 #include "session/file_modes.hpp"
 #include "session/labels.hpp"
 #include "session/open_project.hpp"
-#include "session/targets.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/format_choice.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 

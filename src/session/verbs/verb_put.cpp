@@ -6,7 +6,6 @@
 #include <span>
 #include <vector>
 
-#include "session/extraction.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/user_options.hpp"
@@ -55,32 +54,21 @@ std::string Contradiction(const PutOptions& options) {
     return {};
 }
 
-ExistingFiles ExistingOf(const PutOptions& options, const CommandContext& context) {
-    if (options.force || options.replace == "yes")
-        return ExistingFiles::Replace;
-    // Nobody is there to say that a file may be lost.
-    return options.replace == "no" || !context.asks ? ExistingFiles::Keep : ExistingFiles::Ask;
-}
-
-ImportTruncation TruncationOf(const PutOptions& options, const CommandContext& context) {
-    const UserOptions user = OptionsOf(context);
-    const bool isYes = options.truncate == "yes";
-    return {.automatic = isYes || (options.truncate.empty() && user.shortensImported),
-            .addsCrc = isYes || !context.asks || user.addsCrc,
-            .asks = context.asks};
-}
-
 CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& context) {
-    CopyInOptions copy;
+    CopyInOptions copy = CopyInOptionsOf(context);
     copy.mode = options.mode == "resource"    ? CopyMode::ResourceFork
                 : options.mode == "macbinary" ? CopyMode::MacBinary
                                               : CopyMode::DataFork;
     copy.containers = options.containers == "yes"  ? ContainerPolicy::Always
                       : options.containers == "no" ? ContainerPolicy::Never
                                                    : ContainerPolicy::Ask;
-    copy.existing = ExistingOf(options, context);
-    copy.keptHint = kForceHint;
-    copy.truncation = TruncationOf(options, context);
+    copy.existing = options.replace == "no" && !options.force
+                        ? ExistingFiles::Keep
+                        : ExistingFilesOf(options.force || options.replace == "yes", context);
+    if (!options.truncate.empty())
+        copy.truncation.automatic = options.truncate == "yes";
+    if (options.truncate == "yes")
+        copy.truncation.addsCrc = true;
     if (!options.type.empty())
         copy.type = FourLetterCode(options.type);
     if (!options.creator.empty())

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "session/image_walk.hpp"
+#include "reading/image_walk.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"

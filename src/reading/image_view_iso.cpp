@@ -4,7 +4,7 @@
 #include <map>
 #include <utility>
 
-#include "session/image_view.hpp"
+#include "reading/image_view.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {

@@ -1,21 +1,18 @@
 // Takes files and folders of an ISO 9660 or Joliet tree out to the PC, with their names and dates.
-// What a Macintosh tree holds goes out through `CopyItemOut` (volume/copy_out.hpp).
+// What a Macintosh tree holds goes out through `CopyItemOut` (transfer/copy_out.hpp).
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "session/image_walk.hpp"
+#include "reading/image_walk.hpp"
 #include "support/messages.hpp"
 #include "support/pc_targets.hpp"
 #include "support/progress.hpp"
 #include "transfer/copy_out.hpp"
 
 namespace vellmark {
-
-/// Said of a file that is kept.
-inline constexpr std::string_view kForceHint = "; --force replaces it";
 
 enum class Extraction {
     Done,
@@ -25,11 +22,13 @@ enum class Extraction {
 
 class Extractor final : public TreeWalker {
   public:
-    /// `targets` are those of the whole run, whatever tree they come from. `replaceAnswer` keeps
-    /// what a person says to all of the files that exist already.
-    Extractor(ExistingFiles existing, PcTargets& targets, RememberedAnswer& replaceAnswer,
-              Messages& messages, Progress& progress)
+    /// `keptHint` is added to the remark that a file is kept. `targets` are those of the whole run,
+    /// whatever tree they come from. `replaceAnswer` keeps what a person says to all of the files
+    /// that exist already.
+    Extractor(ExistingFiles existing, std::string keptHint, PcTargets& targets,
+              RememberedAnswer& replaceAnswer, Messages& messages, Progress& progress)
         : existing_(existing),
+          keptHint_(std::move(keptHint)),
           replaceAnswer_(replaceAnswer),
           messages_(messages),
           progress_(progress),
@@ -59,6 +58,7 @@ class Extractor final : public TreeWalker {
     Extraction skip(const ViewEntry& entry, std::string_view reason);
 
     ExistingFiles existing_;
+    std::string keptHint_;
     RememberedAnswer& replaceAnswer_;
     Messages& messages_;
     Progress& progress_;

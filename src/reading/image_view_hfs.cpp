@@ -1,7 +1,7 @@
 #include <fmt/core.h>
 
 #include "containers/names.hpp"
-#include "session/image_view.hpp"
+#include "reading/image_view.hpp"
 #include "support/encoding.hpp"
 #include "volume/hard_links.hpp"
 #include "volume/mount.hpp"

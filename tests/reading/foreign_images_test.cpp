@@ -1,5 +1,5 @@
 // Images that other programs made: what is listed and taken out is what went in.
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 
 namespace vellmark {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "session/image_view.hpp"
+#include "reading/image_view.hpp"
 #include "support/walk_guard.hpp"
 
 namespace vellmark {

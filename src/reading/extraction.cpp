@@ -1,4 +1,4 @@
-#include "session/extraction.hpp"
+#include "reading/extraction.hpp"
 
 #include <fmt/core.h>
 
@@ -87,7 +87,7 @@ bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
         return mayGo;
     }
     if (refusal.empty() && isTaken)
-        refusal = fmt::format("{} exists already{}.", Printable(target), kForceHint);
+        refusal = fmt::format("{} exists already{}.", Printable(target), keptHint_);
     if (!refusal.empty())
         skip(file, refusal);
     return refusal.empty();

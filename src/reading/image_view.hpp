@@ -15,7 +15,7 @@
 
 #include "IO/iso_reader.hpp"
 #include "IO/recognition.hpp"
-#include "session/plain_image.hpp"
+#include "reading/plain_image.hpp"
 #include "support/messages.hpp"
 #include "volume/catalog.hpp"
 #include "volume/volume_context.hpp"
@@ -123,8 +123,10 @@ class ImageView {
     [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
     /// The Macintosh volume, which the tree of kind `Hfs` shows.
     [[nodiscard]] VolumeContext& volume() { return volume_; }
-    /// Why the Macintosh volume could not be changed, in sentences; "" when it could.
-    [[nodiscard]] const std::string& changeRefusal() const { return changeRefusal_; }
+    /// Why nothing in the image can be changed, as a sentence; "" when it can be.
+    [[nodiscard]] const std::string& imageRefusal() const { return imageRefusal_; }
+    /// Why the Macintosh volume could not be changed, were the image opened for that.
+    [[nodiscard]] const ReadOnlyReasons& changeReasons() const { return changeReasons_; }
     /// A Macintosh volume is there and cannot be used.
     [[nodiscard]] bool hasDamagedVolume() const { return damagedVolume_; }
 
@@ -140,7 +142,8 @@ class ImageView {
     std::optional<IsoReader> iso_;
     std::vector<PartitionEntry> partitions_;
     std::vector<std::unique_ptr<TreeView>> trees_;
-    std::string changeRefusal_;
+    std::string imageRefusal_;
+    ReadOnlyReasons changeReasons_;
     bool damagedVolume_ = false;
 };
 

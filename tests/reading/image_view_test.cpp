@@ -2,8 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "session/image_view.hpp"
-#include "session/reading_bench.hpp"
+#include "reading/image_view.hpp"
+#include "reading/reading_bench.hpp"
 
 namespace vellmark {
 namespace {

@@ -1,6 +1,5 @@
-#include "session/targets.hpp"
+#include "support/targets.hpp"
 
-#include <fmt/core.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,34 +9,32 @@
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
 namespace {
 
-// Empty when a file can be made there.
-std::string RefusalOf(const std::string& path, bool replace) {
+// Nothing when a file can be made there.
+Reason RefusalOf(const std::string& path, bool replace) {
     const std::string name = Printable(path);
     if (path.empty())
-        return "The file to make needs a name.";
+        return Sentence::kTargetNeedsName;
     const PcFacts facts = PcFactsOf(path);
     if (facts.kind == PcKind::Folder || path.ends_with('/'))
-        return fmt::format("{} names a folder, not a file.", name);
+        return Reason(Sentence::kTargetIsFolder, name);
     if (facts.kind == PcKind::Special)
-        return fmt::format("{} is a pipe, a socket or a device, which is never replaced.", name);
+        return Reason(Sentence::kTargetIsSpecial, name);
     if (!replace && (facts.kind == PcKind::File || facts.isLink))
-        return fmt::format("{} exists already; --force replaces it.", name);
+        return Reason(Sentence::kTargetExists, name);
     const std::string folder = FolderOf(path);
     const PcKind folderKind = PcFactsOf(folder).kind;
     if (folderKind != PcKind::Folder)
-        return fmt::format(
-            "{} cannot be made: {}.", name,
-            folderKind == PcKind::Missing
-                ? fmt::format("there is no folder {}, or it cannot be entered", Printable(folder))
-                : fmt::format("{} is no folder", Printable(folder)));
+        return Reason(folderKind == PcKind::Missing ? Sentence::kTargetLacksFolder
+                                                    : Sentence::kTargetNotInFolder,
+                      name, Printable(folder));
     if (::access(folder.c_str(), W_OK | X_OK) != 0)
-        return fmt::format("{} cannot be made, as nothing can be written into the folder {}: {}.",
-                           name, Printable(folder), SystemErrorText(errno));
+        return Reason(Sentence::kTargetFolderClosed, name, Printable(folder), SystemError{errno});
     return {};
 }
 
@@ -53,10 +50,10 @@ std::string FollowLink(const std::string& path) {
 }
 
 bool MayMakeFile(const std::string& path, bool replace, Messages& messages) {
-    const std::string refusal = RefusalOf(path, replace);
-    if (!refusal.empty())
+    const Reason refusal = RefusalOf(path, replace);
+    if (refusal)
         messages.showMessage(refusal);
-    return refusal.empty();
+    return !refusal;
 }
 
 }  // namespace vellmark

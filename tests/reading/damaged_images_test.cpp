@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <random>
 
-#include "session/reading_bench.hpp"
+#include "reading/reading_bench.hpp"
 
 // Behind the other, where its namespace hides nothing.
 #include "IO/iso_image.hpp"

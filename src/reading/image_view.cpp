@@ -1,4 +1,4 @@
-#include "session/image_view.hpp"
+#include "reading/image_view.hpp"
 
 #include <fmt/core.h>
 #include <unistd.h>
@@ -9,7 +9,6 @@
 #include "IO/apple_map.hpp"
 #include "IO/disk_image.hpp"
 #include "IO/raw_image.hpp"
-#include "session/partition.hpp"
 #include "support/encoding.hpp"
 #include "volume/mount.hpp"
 #include "volume/pc_side.hpp"
@@ -116,13 +115,11 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
 // The image was opened for reading on purpose, which does not mean that it may only be read.
 void ImageView::judgeChanges(bool isExpanded) {
     FindPcSide(volume_);
-    ReadOnlyReasons reasons = volume_.readOnlyReasons;
+    changeReasons_ = volume_.readOnlyReasons;
     if (::access(volume_.imagePath.c_str(), W_OK) == 0)
-        reasons.remove(ReadOnlyReason::File);
-    changeRefusal_ = isExpanded ? std::string(ClassRefusal(ImageClass::TrailerDiskImage))
-                                : ImageRefusal(*volume_.image);
-    if (changeRefusal_.empty())
-        changeRefusal_ = ChangeRefusal(reasons);
+        changeReasons_.remove(ReadOnlyReason::File);
+    imageRefusal_ = isExpanded ? std::string(ClassRefusal(ImageClass::TrailerDiskImage))
+                               : ImageRefusal(*volume_.image);
 }
 
 bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {

@@ -1,4 +1,4 @@
-#include "session/image_walk.hpp"
+#include "reading/image_walk.hpp"
 
 #include <span>
 #include <variant>
