@@ -192,7 +192,7 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     if (countRecords() > kMostProjectRecords)
         return show(fmt::format("it would hold more than {} items", kMostProjectRecords));
     const bool isOwn = held_ && path == path_;
-    if (isOwn && StampOf(path) != stamp_)
+    if (isOwn && !StampOf(path).isSameVersion(stamp_))
         return show("it has been changed or removed since it was read");
     TargetFile target(path);
     PcFile& file = target.file();

@@ -48,6 +48,21 @@ constexpr std::string_view kTemporarySuffix = ".tmp";
 /// In the place of the number: an older file, kept until the new one stands (support/pc_targets).
 constexpr std::string_view kKeptWord = "kept";
 
+FileStamp StampOfFacts(const struct stat& facts) {
+    const auto moment = [](const timespec& time) {
+        return FileStamp::Moment{time.tv_sec, time.tv_nsec};
+    };
+    return {facts.st_dev,
+            facts.st_ino,
+            static_cast<std::uint64_t>(facts.st_size),
+            moment(facts.st_mtim),
+            moment(facts.st_ctim),
+            static_cast<std::uint64_t>(facts.st_nlink),
+            static_cast<std::uint32_t>(facts.st_mode),
+            static_cast<std::uint32_t>(facts.st_uid),
+            static_cast<std::uint32_t>(facts.st_gid)};
+}
+
 bool HasName(const std::string& path) {
     struct stat facts {};
     return ::lstat(path.c_str(), &facts) == 0;
@@ -163,28 +178,21 @@ std::uint64_t PcFile::size() const {
                : 0;
 }
 
-std::optional<PcFile::Stamp> PcFile::stamp() const {
+std::optional<FileStamp> PcFile::stamp() const {
     struct stat facts {};
     if (::fstat(descriptor_, &facts) != 0)
         return std::nullopt;
-    const auto moment = [](const timespec& time) { return Moment{time.tv_sec, time.tv_nsec}; };
-    return Stamp{static_cast<std::uint64_t>(facts.st_size),
-                 moment(facts.st_mtim),
-                 moment(facts.st_ctim),
-                 static_cast<std::uint64_t>(facts.st_nlink),
-                 static_cast<std::uint32_t>(facts.st_mode),
-                 static_cast<std::uint32_t>(facts.st_uid),
-                 static_cast<std::uint32_t>(facts.st_gid)};
+    return StampOfFacts(facts);
 }
 
 bool PcFile::hasChanged() const {
-    const std::optional<Stamp> now = opened_ ? stamp() : std::nullopt;
+    const std::optional<FileStamp> now = opened_ ? stamp() : std::nullopt;
     if (!now)
         return false;
     const bool isTouched = now->changed != opened_->changed && now->links == opened_->links &&
                            now->mode == opened_->mode && now->user == opened_->user &&
                            now->group == opened_->group;
-    return now->sizeBytes != opened_->sizeBytes || now->modified != opened_->modified || isTouched;
+    return !now->isSameVersion(*opened_) || isTouched;
 }
 
 std::size_t PcFile::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
@@ -433,8 +441,7 @@ FileStamp StampOf(const std::string& path) {
     struct stat facts {};
     if (::stat(path.c_str(), &facts) != 0)
         return {};
-    return {facts.st_dev, facts.st_ino, static_cast<std::uint64_t>(facts.st_size),
-            facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec};
+    return StampOfFacts(facts);
 }
 
 std::string SystemErrorText(int error) {

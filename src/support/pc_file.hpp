@@ -22,16 +22,28 @@ namespace vellmark {
 /// alone.
 enum class LockKind { Shared, Exclusive };
 
-/// By what a file is known to be the one that it was: which file it is, its length, and when its
-/// bytes were changed last.
+/// What a file was at some time, by which it is known to be the one that it was.
 struct FileStamp {
+    struct Moment {
+        UnixSeconds seconds = 0;
+        std::int64_t nanoseconds = 0;
+        bool operator==(const Moment&) const = default;
+    };
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     std::uint64_t sizeBytes = 0;
-    std::int64_t modifiedSeconds = 0;
-    std::int64_t modifiedNanoseconds = 0;
+    Moment modified;  ///< its contents
+    Moment changed;   ///< anything about it
+    std::uint64_t links = 0;
+    std::uint32_t mode = 0;
+    std::uint32_t user = 0;
+    std::uint32_t group = 0;
 
-    [[nodiscard]] bool operator==(const FileStamp&) const = default;
+    /// The same file, of the same length, whose bytes were changed last at the same time.
+    [[nodiscard]] bool isSameVersion(const FileStamp& other) const {
+        return device == other.device && inode == other.inode && sizeBytes == other.sizeBytes &&
+               modified == other.modified;
+    }
 };
 /// All zero when there is no such file.
 [[nodiscard]] FileStamp StampOf(const std::string& path);
@@ -109,28 +121,13 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] std::string descriptorPath() const;
 
   private:
-    struct Moment {
-        UnixSeconds seconds = 0;
-        std::int64_t nanoseconds = 0;
-        bool operator==(const Moment&) const = default;
-    };
-    /// What a file was when it was opened.
-    struct Stamp {
-        std::uint64_t sizeBytes = 0;
-        Moment modified;  ///< its contents
-        Moment changed;   ///< anything about it
-        std::uint64_t links = 0;
-        std::uint32_t mode = 0;
-        std::uint32_t user = 0;
-        std::uint32_t group = 0;
-    };
-    [[nodiscard]] std::optional<Stamp> stamp() const;
+    [[nodiscard]] std::optional<FileStamp> stamp() const;
 
     std::string path_;
     int descriptor_ = -1;
     int error_ = 0;
     /// Of a file that is only read: it counts with the length that it had when it was opened.
-    std::optional<Stamp> opened_;
+    std::optional<FileStamp> opened_;
     bool hasLost_ = false;  ///< what was written did not come to the device
     ReadPatch patch_;
 
