@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
-#include <vector>
 
 #include "support/pc_folder.hpp"
 
@@ -63,42 +62,6 @@ bool ReadRun(PcFile& image, const SectorRequest& request, std::span<std::uint8_t
 bool WriteRun(PcFile& image, const SectorRequest& request, std::span<const std::uint8_t> buffer) {
     return request.startSector <= kLastSector &&
            image.writeAt(request.startSector * kSectorBytes, buffer);
-}
-
-// One stream as the person sees it: a bar when it is longer than one round.
-class StreamBar {
-  public:
-    StreamBar(Progress& progress, std::uint64_t sectors, std::uint64_t bytes)
-        : progress_(progress), untold_(bytes), inChunks_(sectors > kStreamSectors) {
-        const std::uint64_t steps = inChunks_ ? sectors / kStreamSectors + 1 : 0;
-        progress_.fileStart(
-            {}, bytes,
-            static_cast<int>(std::min<std::uint64_t>(steps, std::numeric_limits<int>::max())));
-    }
-    [[nodiscard]] bool step(std::uint64_t bytes) {
-        if (!inChunks_)
-            return true;
-        untold_ -= std::min(bytes, untold_);
-        return progress_.chunk(bytes);
-    }
-    [[nodiscard]] StreamResult end() {
-        return progress_.fileEnd(untold_) ? StreamResult::Done : StreamResult::Stopped;
-    }
-
-  private:
-    Progress& progress_;
-    std::uint64_t untold_;
-    bool inChunks_;
-};
-
-// Fills a round from the source; what lies behind the source's end is zero. False when the source
-// gave less than its size promises.
-bool FillRound(ByteSource& in, std::uint64_t offset, std::span<std::uint8_t> round) {
-    const std::uint64_t size = in.size();
-    const std::size_t there = static_cast<std::size_t>(
-        std::min<std::uint64_t>(round.size(), offset < size ? size - offset : 0));
-    std::fill(round.begin() + static_cast<std::ptrdiff_t>(there), round.end(), std::uint8_t{0});
-    return in.readAt(offset, round.first(there)) == there;
 }
 
 }  // namespace
@@ -180,58 +143,6 @@ std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block) {
 
 std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks) {
     return blocks * context.blockSize / context.sectorSize;
-}
-
-StreamResult StreamSectorsToFile(MediumContext& context, ByteSink& out, std::uint64_t outOffset,
-                                 std::uint64_t firstSector, std::uint64_t bytes,
-                                 Progress& progress) {
-    std::uint64_t sectors = bytes / kSectorBytes + (bytes % kSectorBytes != 0 ? 1 : 0);
-    StreamBar bar(progress, sectors, bytes);
-    std::vector<std::uint8_t> buffer(
-        static_cast<std::size_t>(std::min<std::uint64_t>(sectors, kStreamSectors)) * kSectorBytes);
-    while (sectors > 0) {
-        const std::uint64_t round = std::min<std::uint64_t>(sectors, kStreamSectors);
-        const std::span<std::uint8_t> read(buffer.data(),
-                                           static_cast<std::size_t>(round * kSectorBytes));
-        const int result = ReadSectors(context.transferSlot, firstSector, read);
-        const std::uint64_t wanted = std::min<std::uint64_t>(read.size(), bytes);
-        if (result < 0)
-            return StreamResult::ShortRead;
-        if (!out.writeAt(outOffset, read.first(static_cast<std::size_t>(wanted))))
-            return StreamResult::ShortWrite;
-        if (result != 0)
-            return StreamResult::ShortRead;
-        sectors -= round;
-        firstSector += round;
-        outOffset += wanted;
-        bytes -= wanted;
-        if (!bar.step(wanted))
-            return StreamResult::Stopped;
-    }
-    return bar.end();
-}
-
-StreamResult StreamFileToSectors(MediumContext& context, ByteSource& in, std::uint64_t inOffset,
-                                 std::uint64_t firstSector, std::uint64_t sectors,
-                                 Progress& progress) {
-    StreamBar bar(progress, sectors, sectors * kSectorBytes);
-    std::vector<std::uint8_t> buffer(
-        static_cast<std::size_t>(std::min<std::uint64_t>(sectors, kStreamSectors)) * kSectorBytes);
-    while (sectors > 0) {
-        const std::uint64_t round = std::min<std::uint64_t>(sectors, kStreamSectors);
-        const std::span<std::uint8_t> piece(buffer.data(),
-                                            static_cast<std::size_t>(round * kSectorBytes));
-        if (!FillRound(in, inOffset, piece))
-            return StreamResult::ShortRead;
-        if (WriteSectors(context.transferSlot, firstSector, piece) != 0)
-            return StreamResult::ShortWrite;
-        sectors -= round;
-        firstSector += round;
-        inOffset += piece.size();
-        if (!bar.step(piece.size()))
-            return StreamResult::Stopped;
-    }
-    return bar.end();
 }
 
 TargetRoom CheckTargetRoom(const std::string& folder, std::uint64_t bytes) {

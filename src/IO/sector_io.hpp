@@ -1,6 +1,6 @@
 // Sectors of an image: the record of the open medium, the slot through which every sector of a
-// volume is read and written, the way from allocation blocks to sectors, and long runs of sectors
-// to and from PC files. A sector is 512 bytes here.
+// volume is read and written, and the way from allocation blocks to sectors. A sector is 512 bytes
+// here.
 #pragma once
 
 #include <cstdint>
@@ -10,15 +10,13 @@
 #include <string>
 
 #include "IO/content_samples.hpp"
-#include "support/byte_source.hpp"
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
-#include "support/progress.hpp"
 
 namespace vellmark {
 
 inline constexpr std::uint32_t kSectorBytes = 512;
-/// Most sectors of one round of a stream.
+/// Most sectors of one round of a long transfer.
 inline constexpr std::uint32_t kStreamSectors = 64;
 
 /// The operation codes of READ(16) and WRITE(16) (SCSI Block Commands).
@@ -135,26 +133,6 @@ int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
 [[nodiscard]] std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block);
 /// Sectors that so many allocation blocks fill.
 [[nodiscard]] std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks);
-
-/// How a copy of a run of bytes ended. Everything but `Done` means that the target is not whole.
-enum class StreamResult {
-    Done,
-    ShortRead,   ///< the source ended or failed before the last byte asked for
-    ShortWrite,  ///< the target did not take everything
-    Stopped,     ///< the `Progress` asked to stop
-};
-
-/// Copies `bytes` bytes from `firstSector` on to `out` at `outOffset`; the tail of the last sector
-/// stays behind. More than 64 sectors are told to `progress` in chunks. After a short read the
-/// round is written as far as it goes, with zeros for the rest, and the copy ends.
-[[nodiscard]] StreamResult StreamSectorsToFile(MediumContext& context, ByteSink& out,
-                                               std::uint64_t outOffset, std::uint64_t firstSector,
-                                               std::uint64_t bytes, Progress& progress);
-/// Fills `sectors` sectors from `firstSector` on with what `in` holds at `inOffset`, and with zeros
-/// behind its end. A source that gives less than its size promises is a `ShortRead`.
-[[nodiscard]] StreamResult StreamFileToSectors(MediumContext& context, ByteSource& in,
-                                               std::uint64_t inOffset, std::uint64_t firstSector,
-                                               std::uint64_t sectors, Progress& progress);
 
 enum class TargetRoom { Fits, TooLargeForFileSystem, NoRoom };
 
