@@ -254,9 +254,7 @@ CompileResult Compiler::layOut() {
             }
             if (plan_.largestFork > kMostHfsForkBytes)
                 return fail(CompileResult::CopyFailed,
-                            fmt::format("{}: A fork of 2 GiB or more is too long for an HFS "
-                                        "volume.",
-                                        plan_.largestName));
+                            fmt::format("{}: {}", plan_.largestName, kForkTooLongSentence));
             size = *chosen;
         }
         fileBlocks_ = PlaceFiles(plan_, size);

@@ -281,8 +281,7 @@ CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
         case StoreResult::FolderFull:
             return LeaveOut(batch_, path_, kFolderFullSentence);
         case StoreResult::ForkTooLong:
-            return LeaveOut(batch_, path_,
-                            "A fork of 2 GiB or more is too long for an HFS volume.");
+            return LeaveOut(batch_, path_, kForkTooLongSentence);
         case StoreResult::SourceFailed:
             return LeaveOut(batch_, path_, "It could not be read whole.");
         case StoreResult::SourceChanged:

@@ -29,6 +29,9 @@ enum class EditResult {
 /// Why a folder of an HFS volume takes no more: its record counts them in 16 bits.
 inline constexpr std::string_view kFolderFullSentence =
     "The folder has 65,535 items, and a folder of an HFS volume holds no more.";
+/// Why an HFS volume takes no fork longer than `kMostHfsForkBytes`.
+inline constexpr std::string_view kForkTooLongSentence =
+    "A fork of 2 GiB or more is too long for an HFS volume.";
 /// What a person should know of a folder with more than `kMostItemsShownInHfs`.
 inline constexpr std::string_view kLargeFolderRemark =
     "A folder of the HFS volume has more than 32,767 items, and some Macintosh systems show no "
