@@ -205,6 +205,38 @@ TEST_F(CompileTest, AForkTooLargeForHfsTurnsTheProjectToHfsPlus) {
     EXPECT_EQ(CompileProject(request), CompileResult::Aborted);
     EXPECT_EQ(request.mode, CompileMode::HybridHfsPlus);
     EXPECT_TRUE(made.header().isHfsPlus());
+    // Nor does an image of HFS alone take a fork of 2 GiB, and it has nothing to turn to.
+    for (const std::uint64_t size : {0x7FFFFFFFull, 0x80000000ull}) {
+        std::filesystem::resize_file(tree() + "/huge.bin", size);
+        progress_.stop = false;
+        ProjectFile again = project();
+        progress_.stop = true;
+        CompileContext alone = context(again);
+        alone.kind = ImageKind::Hfs;
+        const bool isTooLong = size > 0x7FFFFFFF;
+        EXPECT_EQ(CompileProject(alone),
+                  isTooLong ? CompileResult::CopyFailed : CompileResult::Aborted);
+        EXPECT_EQ(messages_.shown.back().find("huge.bin: A fork of 2 GiB") != std::string::npos,
+                  isTooLong);
+    }
+}
+
+TEST_F(CompileTest, AFolderThatSomeSystemsShowInPartIsToldOf) {
+    for (const int count : {32'767, 32'768}) {
+        ProjectFile made = EmptyProject();
+        ProjectFile::Run folders;
+        for (int i = 1; i <= count; ++i) {
+            folders.push_back(Item(kRootFolder, made.giveFolderNumber("f"), std::to_string(i)));
+            folders.back().setAccessPath(kProjectOnlyPath);
+        }
+        made.mergeChildren(kRootFolder, std::move(folders));
+        CompileContext request = context(made);
+        request.kind = ImageKind::Hfs;
+        request.replace = true;
+        messages_.shown.clear();
+        EXPECT_EQ(CompileProject(request), CompileResult::Done);
+        EXPECT_EQ(messages_.shown.size(), count > 32'767 ? 1u : 0u) << messages_.shown.back();
+    }
 }
 
 TEST(ImageWriterTest, FilesFollowOneAnotherOnBlocksAroundTheBuffersEnd) {

@@ -212,44 +212,6 @@ class Hybridation(Discs):
                 self.done("join", image, self.volumes["hfs"])
                 self.assertEqual(track.read_bytes(), image.read_bytes())
 
-    def test_cut_disc(self):
-        """Catches a partition that takes the place of files that are missing."""
-        image = self.copy(self.disc, "disc.iso")
-        # Behind the last file there is padding, which may be missing.
-        first, sectors = self.last_file(image)
-        whole = (first + sectors) * 2048
-        for size, status in ((whole - 2048, FAILED), (whole, DONE)):
-            with self.subTest(size=size):
-                shutil.copyfile(self.disc, image)
-                os.truncate(image, size)
-                result = self.vellmark("join", image, self.volumes["hfs"], "--force")
-                self.assertEqual(status, result.returncode, result.stderr)
-                self.assertIn(b"cut short" if status == FAILED else b"", result.stderr)
-                if status == FAILED:
-                    self.assertEqual(self.disc.read_bytes()[:size], image.read_bytes())
-        self.assert_both_sides(image, "hfs")
-
-    @staticmethod
-    def last_file(image):
-        """First sector and number of sectors of what lies last on a disc, as isoinfo tells it."""
-        lines = subprocess.run(["isoinfo", "-l", "-i", image], check=True,
-                               capture_output=True, text=True).stdout.splitlines()
-        return max((int(fields[1].split()[0]), -(-int(fields[0].split()[4]) // 2048))
-                   for fields in (line.split("[") for line in lines) if len(fields) == 2)
-
-    def test_hybrid_without_a_map(self):
-        """Catches a Macintosh side without a map that a new map would cover."""
-        image = self.here / "foreign.iso"
-        subprocess.run(["genisoimage", "-quiet", "-hfs", "-o", image, self.work / "pc"],
-                       check=True, stderr=subprocess.DEVNULL)
-        before = image.read_bytes()
-        for arguments in (("join", image, self.volumes["hfs"], "--force"),
-                          ("/H", self.volumes["hfs"], image)):
-            result = self.vellmark(*arguments)
-            self.assertEqual(FAILED, result.returncode)
-            self.assertIn(b"already contains", result.stderr)
-            self.assertEqual(before, image.read_bytes())
-
     def test_disc_that_its_owner_may_only_read(self):
         """Catches a disc that stays closed to its owner, or open to writing afterwards."""
         image = self.copy(self.disc, "disc.iso")

@@ -42,6 +42,8 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
         PcFile image(path, PcFile::Mode::Read);
         ASSERT_TRUE(image.readExactly(0, headers));
     }
+    // Nor the bitmap of the bad blocks, which follow the trees of 8 and 40 nodes.
+    headers[3 * kSectorBytes + 48 / 8] = 0;
     for (int i = 0; i < 9; ++i)
         ASSERT_EQ(Put(volume, "old " + std::to_string(i), Bytes(3000, 1)), StoreResult::Done);
     std::uint32_t folderId = 0;
@@ -50,6 +52,7 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
     MasterDirectoryBlock mdb;
     std::memcpy(&mdb, headers.data() + 2 * kSectorBytes, sizeof mdb);
     mdb.attributes = static_cast<std::uint16_t>(mdb.attributes & ~kVolumeUnmounted);
+    mdb.freeBlocks = static_cast<std::uint16_t>(mdb.freeBlocks + 2);
     mdb.fileCount = 9;
     mdb.rootFileCount = 9;
     mdb.folderCount = 1;

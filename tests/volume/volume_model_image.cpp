@@ -19,6 +19,8 @@ namespace vellmark::testing {
 namespace {
 
 constexpr std::uint32_t kExtentsNodes = 8;
+/// Behind the trees, as another program found them.
+constexpr std::uint32_t kBadBlocks = 2;
 
 std::uint32_t BlocksOf(const VolumeShape& shape, std::uint64_t bytes) {
     return static_cast<std::uint32_t>((bytes + shape.blockSize - 1) / shape.blockSize);
@@ -51,6 +53,8 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
         params.allocationFile = file(BlocksOf(shape, (shape.totalBlocks + 4095) / 4096 * 512));
     params.extentsFile = file(BlocksOf(shape, kExtentsNodes * nodeSize));
     params.catalogFile = file(BlocksOf(shape, shape.catalogNodes * nodeSize));
+    next += kBadBlocks;
+    params.hasBadBlocks = true;
     params.nextAllocation = next;
     params.freeBlocks = shape.totalBlocks - next - BlocksAtEnd(shape);
     return params;
@@ -104,7 +108,8 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
                           : writeHeaders(BuildMasterDirectoryBlock(params))) ||
         !image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) ||
         !WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
-                          params.extentsFile.blockCount * shape.blockSize))
+                          params.extentsFile.blockCount * shape.blockSize,
+                          {{params.nextAllocation - kBadBlocks, kBadBlocks}}))
         return false;
     return shape.isHfsPlus
                ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
