@@ -15,7 +15,7 @@ from program import local_offset
 
 MAC_EPOCH = 2_082_844_800       # seconds from 1904 to 1970
 MAC_LAST = 0xFFFFFFFF
-MANY = 2000
+MANY = 400
 SUMMER_2001, WINTER_2001 = 1_004_229_000, 1_004_232_600     # 02:30 twice, the clock is set back
 DATES = {"new": None, "old": 915_148_800, "ancient": -2_147_483_648, "far": 2_840_140_800,
          "summer": SUMMER_2001, "winter": WINTER_2001}

@@ -1,84 +1,58 @@
 """Finds everything in an image that the readers of this package can judge."""
 
-from . import udif
 from .hfs import HfsVolume
 from .hfsplus import HfsPlusVolume
 from .iso9660 import IsoImage
-from .partition import GPT_HFS_PLUS, PartitionTable
+from .partition import PartitionTable
 from .window import FormatError, Window
 
-_HFS_TYPES = {"Apple_HFS", "Apple_HFSX", GPT_HFS_PLUS, "0xAF"}
 _VOLUME_HEADER = 1024
 
 
 class Examination:
-    """What the image in `buffer` holds: readers by label, and all problems and warnings."""
+    """What the image in `buffer` holds: readers by label, and all that is wrong with it."""
 
-    def __init__(self, buffer, relaxed_names=False):
+    def __init__(self, buffer):
         self.readers = {}
-        self.partitions = []
-        self.problems = []
-        self.warnings = []
-        if udif.is_udif(buffer):
-            try:
-                buffer, found = udif.unpack(buffer)
-                self.problems += found
-            except FormatError as error:
-                self.problems.append(str(error))
-                return
+        self.order = []         # what stands in another order than ISO 9660 has it
         self.buffer = Window(buffer)
         table = PartitionTable(buffer)
         self.partitions = table.partitions
-        self.problems += table.check()
-        self._iso(relaxed_names)
-        self._volumes()
+        self.problems = list(table.problems)
+        if self._signature(16 * 2048 + 1, 5) == b"CD001":
+            self._add("ISO 9660", lambda: IsoImage(self.buffer))
+        starts = [(row.start, row.length) for row in self.partitions if row.type == "Apple_HFS"]
+        for start, length in starts or [(0, None)]:
+            self._volume(f"volume at byte {start}", start, length)
         if not self.readers:
             self.problems.append("nothing in the image is known")
         for label, reader in self.readers.items():
             self.problems += [f"{label}: {problem}" for problem in reader.check()]
+            if isinstance(reader, IsoImage):
+                self.order += reader.results[1]
 
     def _signature(self, offset, count=2):
-        if offset + count > self.buffer.length:
-            return b""
-        return self.buffer.read(offset, count)
+        return self.buffer.read(offset, count) if offset + count <= self.buffer.length else b""
 
-    def _iso(self, relaxed_names):
-        if self._signature(16 * 2048 + 1, 5) != b"CD001":
-            return
+    def _add(self, label, read):
         try:
-            image = IsoImage(self.buffer, relaxed_names)
-        except FormatError as error:
-            self.problems.append(f"ISO 9660: {error}")
-            return
-        self.readers["ISO 9660"] = image
-        self.warnings += [f"ISO 9660: {warning}" for warning in image.warnings()]
-
-    def _volumes(self):
-        seen = set()
-        for row in self.partitions:
-            if row.type not in _HFS_TYPES or (row.start, row.length) in seen:
-                continue
-            seen.add((row.start, row.length))
-            if not self._volume(f"{row.scheme} {row.type} at byte {row.start}", row.start,
-                                row.length):
-                self.problems.append(f"{row.scheme} {row.type} at byte {row.start}: no volume "
-                                     "in the partition")
-        if not any(start == 0 for start, _ in seen):
-            self._volume("volume at byte 0", 0, None)
-
-    def _volume(self, label, start, length):
-        """True when there is an HFS or HFS Plus volume at byte `start`."""
-        signature = self._signature(start + _VOLUME_HEADER)
-        if signature not in (b"BD", b"H+", b"HX"):
-            return False
-        try:
-            kind = HfsVolume if signature == b"BD" else HfsPlusVolume
-            volume = kind(self.buffer, start, length)
-            if length is None and "ISO 9660" in self.readers:
-                volume = kind(self.buffer, start, volume.own_length())
-            if kind is HfsVolume and volume.embedded() is not None:
-                volume = HfsPlusVolume(volume.window)
-            self.readers[label] = volume
+            self.readers[label] = read()
         except FormatError as error:
             self.problems.append(f"{label}: {error}")
-        return True
+
+    def _volume(self, label, start, length):
+        kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume, b"HX": HfsPlusVolume}.get(
+            self._signature(start + _VOLUME_HEADER))
+        if kind is None:
+            if length is not None:
+                self.problems.append(f"{label}: there is none")
+            return
+
+        def read():
+            volume = kind(self.buffer, start, length)
+            if length is None and "ISO 9660" in self.readers:
+                # A hybrid disc without a partition map has more than the volume in its file.
+                volume = kind(self.buffer, start, volume.own_length())
+            inside = isinstance(volume, HfsVolume) and volume.embedded()
+            return HfsPlusVolume(volume.window) if inside else volume
+        self._add(label, read)

@@ -80,11 +80,11 @@ def _used_slots(extents, label, problems):
     return used
 
 
-def check_fork(fork, block_size, label, problems):
+def check_fork(fork, block_size, label):
     """Lengths of a fork against its extents."""
     held = sum(count for _, count in fork.extents)
     if held != fork.blocks:
-        problems.append(f"{label}: extents hold {held} blocks, the record says {fork.blocks}")
+        yield f"{label}: extents hold {held} blocks, the record says {fork.blocks}"
     if fork.logical > fork.blocks * block_size:
-        problems.append(f"{label}: logical length {fork.logical} is more than its "
-                        f"{fork.blocks} blocks hold")
+        yield (f"{label}: logical length {fork.logical} is more than its {fork.blocks} blocks "
+               "hold")

@@ -1,25 +1,27 @@
-"""Reader of ISO 9660 (ECMA-119) images with their Joliet tree."""
+"""Reader of ISO 9660 (ECMA-119) images with their Joliet tree: strict about tables, order and reach.
+
+What isoinfo, isovfy and xorriso judge as well, such as the letters of identifiers, is left to them.
+"""
 
 import struct
 from dataclasses import dataclass, field
 from functools import cached_property
+from itertools import chain
 
 from .window import FormatError, Window
 
 SECTOR = 2048
-FIRST_DESCRIPTOR = 16
-MAX_DESCRIPTORS = 64
+FIRST_DESCRIPTOR, MAX_DESCRIPTORS = 16, 64
 PRIMARY, SUPPLEMENTARY, TERMINATOR = 1, 2, 255
 JOLIET_ESCAPES = (b"%/@", b"%/C", b"%/E")
-FOLDER, ASSOCIATED, MULTI_EXTENT = 0x02, 0x04, 0x80
+FOLDER, ASSOCIATED = 0x02, 0x04
 APPLE_FIELD, APPLE_VERSION = 14, 2
 
 
 def both_endian(raw, label, problems):
     """The number that stands little-endian, then big-endian in `raw`."""
     half = len(raw) // 2
-    little = int.from_bytes(raw[:half], "little")
-    big = int.from_bytes(raw[half:], "big")
+    little, big = int.from_bytes(raw[:half], "little"), int.from_bytes(raw[half:], "big")
     if little != big:
         problems.append(f"{label}: {little} little-endian, {big} big-endian")
     return little
@@ -30,31 +32,18 @@ class Descriptor:
 
     def __init__(self, raw, label, problems):
         self.raw = raw
-        self.label = label
-        self.type = raw[0]
-        self.flags = raw[7]
-        self.escapes = raw[88:120]
-        self.joliet = self.type == SUPPLEMENTARY and self.escapes[:3] in JOLIET_ESCAPES
-        self.system_id = self.text(raw[8:40])
-        self.volume_id = self.text(raw[40:72])
-        number = {}
-        for name, at, size in (("volume space size", 80, 8), ("volume set size", 120, 4),
-                               ("volume sequence number", 124, 4), ("logical block size", 128, 4),
-                               ("path table size", 132, 8)):
-            number[name] = both_endian(raw[at:at + size], f"{label}, {name}", problems)
-        self.space = number["volume space size"]
-        self.set_size = number["volume set size"]
-        self.sequence = number["volume sequence number"]
-        self.block_size = number["logical block size"]
-        self.path_table_size = number["path table size"]
-        self.tables_l = struct.unpack_from("<II", raw, 140)
-        self.tables_m = struct.unpack_from(">II", raw, 148)
-
-    def text(self, raw):
-        """A padded identifier of the descriptor."""
-        if self.joliet:
-            return raw[:len(raw) // 2 * 2].decode("utf-16-be", "replace").rstrip(" \0")
-        return raw.decode("latin-1").rstrip(" \0")
+        self.joliet = raw[0] == SUPPLEMENTARY and raw[88:91] in JOLIET_ESCAPES
+        self.volume_id = raw[40:72].decode("utf-16-be" if self.joliet else "latin-1").rstrip(" \0")
+        self.space, sets, sequence, block, self.path_table_size = (
+            both_endian(raw[at:at + size], f"{label}, number at {at}", problems)
+            for at, size in ((80, 8), (120, 4), (124, 4), (128, 4), (132, 8)))
+        self.tables_l, self.tables_m = (struct.unpack_from(order + "II", raw, at)
+                                        for order, at in (("<", 140), (">", 148)))
+        if (sets, sequence, block) != (1, 1, SECTOR):
+            problems.append(f"{label}: volume {sequence} of {sets}, blocks of {block} bytes")
+        if any(raw[72:80]) or any(raw[1395:]) or raw[881] != 1 or raw[156] != 34 or \
+                raw[188:190] != b"\1\0":
+            problems.append(f"{label}: fields of fixed contents have others")
 
 
 @dataclass
@@ -66,32 +55,31 @@ class AppleInfo:
     finder_flags: int
 
 
-def apple_info(system_use):
-    """The AppleInfo at the start of a system use area, or None."""
-    if len(system_use) < APPLE_FIELD or system_use[:2] != b"AA":
-        return None
-    return AppleInfo(system_use[4:8], system_use[8:12], int.from_bytes(system_use[12:14], "big"))
-
-
 @dataclass
 class Record:
     """A directory record as it stands on the disc."""
 
-    extent: int             # first logical block, extended attribute record not included
-    attribute_blocks: int
+    extent: int             # first logical block
     size: int
     date: bytes             # 7 bytes: year since 1900 ... second, offset in quarter hours
     flags: int
-    unit_size: int
-    gap: int
-    sequence: int
     identifier: bytes
     system_use: bytes
+    fixed: bytes            # extended attributes, file unit, gap, volume: as of one plain extent
 
-    @property
-    def first(self):
-        """The first block of the data."""
-        return self.extent + self.attribute_blocks
+
+def parse_record(raw, label, problems):
+    """The directory record at the start of `raw`, whose first byte is its length."""
+    length = raw[0]
+    if length < 34 or length > len(raw) or length % 2 or 33 + raw[32] > length:
+        raise FormatError(f"{label}: directory record of {length} bytes")
+    end = 33 + raw[32]
+    use = end + (1 - raw[32] % 2)
+    if any(raw[end:use]):
+        problems.append(f"{label}: padding byte after the identifier is not zero")
+    return Record(both_endian(raw[2:10], f"{label}, extent", problems),
+                  both_endian(raw[10:18], f"{label}, data length", problems), raw[18:25], raw[25],
+                  raw[33:end], raw[use:length], raw[1:2] + raw[26:32])
 
 
 @dataclass
@@ -100,222 +88,132 @@ class Directory:
 
     path: tuple
     record: Record
-    parent: object                  # Directory, or None for the root
+    parent: object                                  # Directory, or None for the root
     records: list = field(default_factory=list)     # without "." and ".."
     children: list = field(default_factory=list)    # Directory
+
+    def label(self, tree):
+        """Its name in messages."""
+        return f"{tree} /{'/'.join(self.path)}"
 
 
 @dataclass
 class Entry:
-    """A file or folder; the sections of a file of many extents are joined."""
+    """A file or folder."""
 
     path: tuple
-    identifier: bytes
-    is_folder: bool
-    size: int
-    extents: list           # (first block, bytes)
-    flags: int
-    date: bytes
-    system_use: bytes
+    record: Record
     window: Window
 
-    @property
-    def extent(self):
-        """The first block."""
-        return self.extents[0][0]
+    is_folder = property(lambda self: bool(self.record.flags & FOLDER))
+    extent = property(lambda self: self.record.extent)
+    size = property(lambda self: self.record.size)
+    flags = property(lambda self: self.record.flags)
+    date = property(lambda self: self.record.date)
 
     @property
     def apple(self):
-        """Type and creator, where the disc tells them."""
-        return apple_info(self.system_use)
+        """Type and creator, where the disc tells them; else None."""
+        use = self.record.system_use
+        if len(use) < APPLE_FIELD or use[:2] != b"AA":
+            return None
+        return AppleInfo(use[4:8], use[8:12], int.from_bytes(use[12:14], "big"))
 
     def read(self):
         """The bytes of the file."""
-        return b"".join(self.window.read(first * SECTOR, size) for first, size in self.extents)
-
-
-def parse_record(raw, label, problems):
-    """The directory record at the start of `raw`, whose first byte is its length."""
-    length = raw[0]
-    if length < 34 or length > len(raw) or 33 + raw[32] > length:
-        raise FormatError(f"{label}: directory record of {length} bytes with an identifier of "
-                          f"{raw[32] if len(raw) > 32 else '?'}")
-    extent = both_endian(raw[2:10], f"{label}, extent", problems)
-    size = both_endian(raw[10:18], f"{label}, data length", problems)
-    sequence = both_endian(raw[28:32], f"{label}, volume sequence number", problems)
-    end = 33 + raw[32]
-    use = end + (1 - raw[32] % 2)
-    if length % 2:
-        problems.append(f"{label}: directory record of odd length {length}")
-    if use > end and raw[end:use] not in (b"\0", b""):
-        problems.append(f"{label}: padding byte after the identifier is not zero")
-    return Record(extent, raw[1], size, raw[18:25], raw[25], raw[26], raw[27], sequence,
-                  raw[33:end], raw[use:length])
+        return self.window.read(self.extent * SECTOR, self.size)
 
 
 class IsoImage:
-    """The ISO 9660 volume at the start of `buffer`.
+    """The ISO 9660 volume at the start of `buffer`."""
 
-    With `relaxed_names`, characters and lengths of identifiers that ECMA-119 does not allow are
-    warnings instead of problems.
-    """
-
-    def __init__(self, buffer, relaxed_names=False):
+    def __init__(self, buffer):
         self.window = Window(buffer)
-        self.relaxed_names = relaxed_names
         self.problems = []
         self.descriptors = {}       # 'iso', 'joliet'
-        self.terminator = None
-        self._read_descriptors()
-        if "iso" not in self.descriptors:
-            raise FormatError("no primary volume descriptor")
-
-    def _read_descriptors(self):
-        for index in range(MAX_DESCRIPTORS):
-            sector = FIRST_DESCRIPTOR + index
+        self.end = 0                # of the descriptors, in sectors
+        for sector in range(FIRST_DESCRIPTOR, FIRST_DESCRIPTOR + MAX_DESCRIPTORS):
             raw = self.window.read(sector * SECTOR, SECTOR)
             label = f"descriptor at sector {sector}"
             if raw[1:6] != b"CD001":
                 raise FormatError(f"{label}: no 'CD001'")
-            kind = raw[0]
-            if kind == TERMINATOR:
-                self.terminator = sector
-                if any(raw[7:]):
-                    self.problems.append(f"{label}: the terminator is not zero after its version")
-                return
-            if kind in (PRIMARY, SUPPLEMENTARY):
-                self._keep(Descriptor(raw, label, self.problems))
-            elif kind > 3:
-                self.problems.append(f"{label}: type {kind} is reserved")
-            # An enhanced descriptor, a supplementary one of version 2, has file structure 2.
-            if raw[6] != 1 and not (kind == SUPPLEMENTARY and raw[6] == 2):
-                self.problems.append(f"{label}: version {raw[6]}")
-        raise FormatError("no volume descriptor set terminator")
-
-    def _keep(self, descriptor):
-        if descriptor.type == PRIMARY:
-            if "iso" in self.descriptors:
-                same = self.descriptors["iso"].raw == descriptor.raw
-                if not same:
-                    self.problems.append(f"{descriptor.label}: differs from the first primary one")
-                return
-            self.descriptors["iso"] = descriptor
-        elif descriptor.joliet:
-            if "joliet" in self.descriptors:
-                self.problems.append(f"{descriptor.label}: a second Joliet descriptor")
-                return
-            self.descriptors["joliet"] = descriptor
-
-    def name_text(self, tree, identifier):
-        """The identifier as text."""
-        if tree == "joliet":
-            return identifier.decode("utf-16-be", "replace")
-        return identifier.decode("latin-1")
+            if raw[6] != 1 or raw[0] == TERMINATOR and any(raw[7:]):
+                self.problems.append(f"{label}: version {raw[6]}, or a terminator that holds more")
+            if raw[0] == TERMINATOR:
+                self.end = sector + 1
+                break
+            if raw[0] in (PRIMARY, SUPPLEMENTARY):
+                found = Descriptor(raw, label, self.problems)
+                tree = "joliet" if found.joliet else "iso"
+                if tree in self.descriptors:
+                    self.problems.append(f"{label}: a second one of its kind")
+                self.descriptors.setdefault(tree, found)
+        if not self.end or "iso" not in self.descriptors:
+            raise FormatError("no primary volume descriptor, or no end of the descriptors")
 
     def root_record(self, tree):
         """The root's directory record in the descriptor."""
-        raw = self.descriptors[tree].raw[156:190]
-        return parse_record(raw, f"{tree} root", [])
+        return parse_record(self.descriptors[tree].raw[156:190], f"{tree} root", [])
 
     @cached_property
     def trees(self):
-        """The root Directory of each tree; all that is wrong with records is in `problems`."""
-        return {tree: self._read_tree(tree) for tree in self.descriptors}
+        """The directories of each tree, in one list for each level; faults are in `problems`."""
+        return {tree: self._levels(tree) for tree in self.descriptors}
 
-    def _read_tree(self, tree):
-        root = Directory((), self.root_record(tree), None)
-        pending, seen = [root], {root.record.first}
-        while pending:
-            directory = pending.pop()
-            self._read_directory(tree, directory)
-            for record in directory.records:
-                if not record.flags & FOLDER:
-                    continue
-                name = self.name_text(tree, record.identifier)
-                child = Directory(directory.path + (name,), record, directory)
-                directory.children.append(child)
-                if record.first in seen:
-                    self.problems.append(f"{tree} {'/'.join(child.path)}: its blocks are those of "
+    def _levels(self, tree):
+        parse_record(self.descriptors[tree].raw[156:190], f"{tree} root", self.problems)
+        levels = [[Directory((), self.root_record(tree), None)]]
+        seen = set()
+        while levels[-1]:
+            for directory in levels[-1]:
+                if directory.record.extent in seen:
+                    self.problems.append(f"{directory.label(tree)}: its blocks are those of "
                                          "another directory")
-                    continue
-                seen.add(record.first)
-                pending.append(child)
-        return root
+                else:
+                    self._read_directory(tree, directory)
+                seen.add(directory.record.extent)
+            levels.append([child for directory in levels[-1] for child in directory.children])
+        return levels[:-1]
 
     def _read_directory(self, tree, directory):
-        label = f"{tree} /{'/'.join(directory.path)}"
-        size = directory.record.size
+        label, size = directory.label(tree), directory.record.size
         if size == 0 or size % SECTOR:
             self.problems.append(f"{label}: directory of {size} bytes")
-        try:
-            data = self.window.read(directory.record.first * SECTOR, size)
-        except FormatError as error:
-            self.problems.append(f"{label}: {error}")
-            return
+        data = self.window.read(directory.record.extent * SECTOR, size)
         records = []
         for start in range(0, len(data), SECTOR):
             sector, at = data[start:start + SECTOR], 0
             while at < len(sector) and sector[at]:
-                if at + sector[at] > len(sector):
-                    self.problems.append(f"{label}: a record crosses the end of its sector")
-                    break
-                try:
-                    records.append(parse_record(sector[at:], f"{label} record {len(records)}",
-                                                self.problems))
-                except FormatError as error:
-                    self.problems.append(str(error))
-                    break
+                records.append(parse_record(sector[at:], f"{label} record {len(records)}",
+                                            self.problems))
                 at += sector[at]
-            else:
-                if any(sector[at:]):
-                    self.problems.append(f"{label}: bytes after the last record of a sector")
-        self._dot_records(label, directory, records)
+            if any(sector[at:]):
+                self.problems.append(f"{label}: bytes after the last record of a sector")
+        for index, of in enumerate((directory, directory.parent or directory)):
+            dots = records[index] if index < len(records) else None
+            if dots is None or dots.identifier != bytes([index]) or not dots.flags & FOLDER or \
+                    (dots.extent, dots.size) != (of.record.extent, of.record.size):
+                self.problems.append(f"{label}: record {index} is not {'.' * (index + 1)!r}")
         directory.records = records[2:]
-
-    def _dot_records(self, label, directory, records):
-        parent = directory.parent or directory
-        for index, (name, of) in enumerate(((".", directory), ("..", parent))):
-            if index >= len(records) or records[index].identifier != bytes([index]):
-                self.problems.append(f"{label}: record {index} is not '{name}'")
-                continue
-            got = records[index]
-            if (got.extent, got.size) != (of.record.extent, of.record.size):
-                self.problems.append(f"{label}: '{name}' is {got.extent}+{got.size}, not "
-                                     f"{of.record.extent}+{of.record.size}")
-            if not got.flags & FOLDER:
-                self.problems.append(f"{label}: '{name}' is no directory")
+        codec = "utf-16-be" if tree == "joliet" else "latin-1"
+        directory.children = [
+            Directory(directory.path + (record.identifier.decode(codec, "replace"),), record,
+                      directory) for record in directory.records if record.flags & FOLDER]
 
     def walk(self, tree="iso"):
         """Yields every file and folder of 'iso' or 'joliet', folders before their contents."""
-        pending = [self.trees[tree]]
-        while pending:
-            directory = pending.pop()
-            sections = []
+        codec = "utf-16-be" if tree == "joliet" else "latin-1"
+        for directory in chain.from_iterable(self.trees[tree]):
             for record in directory.records:
-                sections.append(record)
-                if record.flags & MULTI_EXTENT:
-                    continue
-                yield self._entry(tree, directory, sections)
-                sections = []
-            pending += directory.children
+                name = record.identifier.decode(codec, "replace")
+                yield Entry(directory.path + (name,), record, self.window)
 
-    def _entry(self, tree, directory, sections):
-        last = sections[-1]
-        name = self.name_text(tree, last.identifier)
-        return Entry(directory.path + (name,), last.identifier, bool(last.flags & FOLDER),
-                     sum(record.size for record in sections),
-                     [(record.first, record.size) for record in sections], last.flags, last.date,
-                     last.system_use, self.window)
+    @cached_property
+    def results(self):
+        """(every fault of the volume, what stands in another order), as sentences."""
+        from .iso9660_check import check
+        return check(self)
 
     def check(self):
         """Every fault of the volume as a list of sentences."""
-        return self._results[0]
-
-    def warnings(self):
-        """What a careful writer would do otherwise: orders, depth."""
-        return self._results[1]
-
-    @cached_property
-    def _results(self):
-        from .iso9660_check import check
-        return check(self)
+        return self.results[0]
