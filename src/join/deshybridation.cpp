@@ -1,11 +1,8 @@
 #include "join/deshybridation.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "IO/apple_map.hpp"
@@ -15,6 +12,8 @@
 #include "join/iso_reach.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
+#include "support/result.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -113,27 +112,20 @@ std::optional<MappedPartition> FindFirstPartition(ByteSource& disc) {
     return first;
 }
 
-// Nothing where the image is no hybrid; `why` says what it lacks.
-std::optional<HybridDisc> Examine(PcFile& file, std::string& why) {
+// The hybrid, or the sentence that says what the image lacks to be one.
+tl::expected<HybridDisc, Sentence> Examine(PcFile& file) {
     const DiscForm form = FindDiscForm(file).value_or(DiscForm{});
     RawDataSource raw(file, form);
     ByteSource& disc = form.isRaw() ? static_cast<ByteSource&>(raw) : file;
     const std::optional<MappedPartition> partition = FindFirstPartition(disc);
-    if (!partition) {
-        why = "has no partition map with a Macintosh partition (Apple_HFS) in it.";
-        return std::nullopt;
-    }
-    if (partition->offset >= disc.size() ||
-        partition->sizeBytes > disc.size() - partition->offset) {
-        why = "is cut short: its Macintosh partition ends behind the end of the file.";
-        return std::nullopt;
-    }
+    if (!partition)
+        return tl::unexpected(Sentence::kNoMappedPartition);
+    if (partition->offset >= disc.size() || partition->sizeBytes > disc.size() - partition->offset)
+        return tl::unexpected(Sentence::kHybridCutShort);
     // The volume of a disk without an ISO 9660 side would be lost with its map.
     const auto reader = IsoReader::Open(disc);
-    if (!reader) {
-        why = "has no ISO 9660 side, and would be nothing without its Macintosh partition.";
-        return std::nullopt;
-    }
+    if (!reader)
+        return tl::unexpected(Sentence::kNoIsoSide);
     HybridDisc hybrid{form, PartitionKept::HoldsIsoFiles, file.size(), partition->zeroed};
     if (partition->offset >= kZeroedSectors * kIsoSectorBytes &&
         (!form.isRaw() || partition->offset % kIsoSectorBytes == 0))
@@ -181,42 +173,39 @@ Changed Change(PcFile& file, const HybridDisc& disc) {
 }
 
 // What is left of a disc on which not all could be done.
-std::string_view Left(Changed changed) {
+Sentence Left(Changed changed) {
     switch (changed) {
         case Changed::CutAndUnsure:
-            return "Its Macintosh partition and the map of it are gone all the same, but the disk "
-                   "may not have taken that yet.";
+            return Sentence::kMapAndPartitionGone;
         case Changed::NotBack:
-            return "The map of its Macintosh partition is gone or may be damaged; nothing was cut "
-                   "off.";
+            return Sentence::kMapGoneOrDamaged;
         case Changed::NotAtAll:
         case Changed::Wholly:
             break;
     }
-    return "It is as it was.";
+    return Sentence::kItIsAsItWas;
 }
 
 }  // namespace
 
 DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
                                    const FileGuard& guard) {
-    const auto refuse = [&](DeshybridationResult result, const std::string& sentence) {
-        messages.showError(fmt::format("{} {}", Printable(path), sentence));
-        return DeshybridationOutcome{result};
-    };
     PcFile file;
     if (!OpenDiscToChange(path, guard, file, messages))
         return {DeshybridationResult::NotOpened};
-    std::string why;
-    const auto disc = Examine(file, why);
-    if (!disc)
-        return refuse(DeshybridationResult::NoPartition, why);
-    if (const Changed changed = Change(file, *disc); changed != Changed::Wholly)
-        return refuse(
-            DeshybridationResult::NotWritten,
-            fmt::format("cannot be changed: {}. {}",
-                        file.error() != 0 ? file.errorText() : "it is cut short", Left(changed)));
-    return {DeshybridationResult::Done, disc->kept, disc->cutAt};
+    const auto disc = Examine(file);
+    if (!disc) {
+        messages.showError(Reason(disc.error(), Printable(path)));
+        return {DeshybridationResult::NoPartition};
+    }
+    const Changed changed = Change(file, *disc);
+    if (changed == Changed::Wholly)
+        return {DeshybridationResult::Done, disc->kept, disc->cutAt};
+    const Reason why =
+        file.error() != 0 ? Reason(SystemError{file.error()}) : Reason(Sentence::kItIsCutShort);
+    messages.showError(
+        Reason(Sentence::kHybridNotChanged, Printable(path), why, Reason(Left(changed))));
+    return {DeshybridationResult::NotWritten};
 }
 
 }  // namespace vellmark

@@ -1,14 +1,13 @@
 #include "join/disc_opening.hpp"
 
-#include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <string_view>
 
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "volume/recovery.hpp"
 
 namespace vellmark {
@@ -37,18 +36,18 @@ PcFile OpenWritable(const std::string& path) {
 
 bool OpenDiscToChange(const std::string& path, const FileGuard& guard, PcFile& disc,
                       Messages& messages) {
-    const auto refuse = [&](std::string_view reason) {
-        messages.showError(fmt::format("{} {}.", Printable(path), reason));
+    const auto refuse = [&](Sentence sentence) {
+        messages.showError(Reason(sentence, Printable(path)));
         return false;
     };
     const PcKind kind = PcFactsOf(path).kind;
     if (kind == PcKind::Special)
-        return refuse("is a pipe, a socket or a device, not a disc image");
+        return refuse(Sentence::kDiscIsSpecial);
     if (kind == PcKind::Folder)
-        return refuse("is a folder, not a disc image");
+        return refuse(Sentence::kDiscIsFolder);
     disc = OpenLocked([&] { return OpenWritable(path); }, LockKind::Exclusive, guard.lockWaitMs);
     if (disc.error() == EWOULDBLOCK)
-        return refuse("is being used by another process");
+        return refuse(Sentence::kDiscInUse);
     if (!disc.isOpen()) {
         FileOpenError(messages, path, SystemErrorText(disc.error()));
         return false;

@@ -1,7 +1,5 @@
 #include "join/hybridation.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -20,6 +18,7 @@
 #include "join/video_cd.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -99,15 +98,15 @@ bool ReadMapArea(PcFile& disc, DiscForm form, MapArea& area) {
 }
 
 HybridationResult RefuseSecondSide(const JoinJob& job) {
-    return job.refuse(HybridationResult::HasMap,
-                      fmt::format("cannot be joined: {}", job.messages.text(kTextHasPartition)));
+    return job.refuse(HybridationResult::HasMap, Sentence::kDiscCannotBeJoined,
+                      ToldText{kTextHasPartition});
 }
 
 HybridationResult AskForOtherDisc(const JoinJob& job) {
     if (!job.options.asks)
-        return job.refuse(HybridationResult::NotIso, "is not an ISO 9660 image file.");
-    return job.messages.askYesNo(job.messages.text(kTextNotIso)) ? HybridationResult::Done
-                                                                 : HybridationResult::Stopped;
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscNotIso);
+    return job.messages.askYesNo(Reason(ToldText{kTextNotIso})) ? HybridationResult::Done
+                                                                : HybridationResult::Stopped;
 }
 
 HybridForm FormOf(const JoinJob& job) {
@@ -127,17 +126,14 @@ HybridationResult CheckLength(const JoinJob& job) {
     const auto reader = IsoReader::Open(data);
     if (!reader || TreesReach(*reader, data.size()) != IsoReach::Behind)
         return HybridationResult::Done;
-    return job.refuse(HybridationResult::NotIso,
-                      fmt::format("is cut short: it has {} bytes of data, and files or directories "
-                                  "of its ISO 9660 side lie behind their end.",
-                                  data.size()));
+    return job.refuse(HybridationResult::NotIso, Sentence::kDiscCutShort, data.size());
 }
 
 // Looks at the disc and settles its form. Nothing but `Done` goes on.
 HybridationResult Recognise(JoinJob& job) {
     MapArea area;
     if (!job.disc.readExactly(0, area))
-        return job.refuse(HybridationResult::NotIso, "is too short to be a disc image.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscTooShort);
     if (HasDescriptor(area) && FindTornMap(job, area) == TornMap::No)
         return RefuseSecondSide(job);
     const std::optional<DiscForm> form = FindDiscForm(job.disc);
@@ -146,12 +142,10 @@ HybridationResult Recognise(JoinJob& job) {
     job.form = *form;
     if (job.form.isRaw() && job.disc.size() % kRawSectorBytes != 0 &&
         (FormOf(job) != HybridForm::Raw || !EndsInTornJoin(job)))
-        return job.refuse(HybridationResult::NotIso,
-                          fmt::format("looks like a raw image, but its {} bytes are no whole "
-                                      "sectors of {}.",
-                                      job.disc.size(), kRawSectorBytes));
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscNoWholeSectors, job.disc.size(),
+                          kRawSectorBytes);
     if (!ReadMapArea(job.disc, job.form, area))
-        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscCannotBeRead);
     RawDataSource raw(job.disc, job.form);
     ByteSource& data = job.form.isRaw() ? static_cast<ByteSource&>(raw) : job.disc;
     const bool hasMap = (HasDescriptor(area) || HasMapBehindBootRecord(data)) &&
@@ -163,14 +157,12 @@ HybridationResult Recognise(JoinJob& job) {
 HybridationResult AskForMapArea(const JoinJob& job, HybridationOutcome& outcome) {
     MapArea area;
     if (!ReadMapArea(job.disc, job.form, area))
-        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscCannotBeRead);
     const bool isEmpty =
         std::all_of(area.begin(), area.end(), [](std::uint8_t byte) { return byte == 0; });
     if (isEmpty || FindTornMap(job, area) == TornMap::OverZeros || job.options.force ||
-        job.messages.askYesNo(fmt::format(
-            "{} has something in its first {} bytes, as discs have that a PC starts from. The map "
-            "of the Macintosh partition would take its place.\nContinue?",
-            Printable(job.name), kHybridMapBytes)))
+        job.messages.askYesNo(
+            Reason(Sentence::kAskForMapArea, Printable(job.name), kHybridMapBytes)))
         return HybridationResult::Done;
     outcome.needsForce = true;
     return HybridationResult::Stopped;
@@ -195,8 +187,7 @@ HybridationResult ResultOf(JoinSourceResult result) {
 HybridationResult AskForSize(const JoinJob& job) {
     const std::uint64_t partition = job.source.size();
     if (!job.options.asks || job.disc.size() + partition <= kDiscBytes ||
-        job.messages.askYesNo(
-            FormatText(kTextLargerThanDisc, job.messages.language(), job.disc.size(), partition)))
+        job.messages.askYesNo(Reason::Told(kTextLargerThanDisc, job.disc.size(), partition)))
         return HybridationResult::Done;
     return HybridationResult::Stopped;
 }
@@ -212,9 +203,7 @@ HybridationResult CheckLimits(const JoinJob& job, HybridForm form) {
                  : std::numeric_limits<std::uint32_t>::max() / (kIsoSectorBytes / kSectorBytes);
     if (sectors <= most)
         return HybridationResult::Done;
-    return job.refuse(
-        HybridationResult::NotWritten,
-        fmt::format("would become too large for its format: {} sectors, of {}.", sectors, most));
+    return job.refuse(HybridationResult::NotWritten, Sentence::kDiscTooManySectors, sectors, most);
 }
 
 HybridationResult Join(JoinJob& job, HybridationOutcome& outcome) {
@@ -236,8 +225,8 @@ HybridationResult Join(JoinJob& job, HybridationOutcome& outcome) {
 }
 
 // All steps up to the first change, and the join.
-HybridationResult Run(JoinJob& job, const std::string& partitionPath, HybridationOutcome& outcome) {
-    if (!job.source.open(partitionPath, job.options.guard, job.messages))
+HybridationResult Run(JoinJob& job, const JoinPartition& partition, HybridationOutcome& outcome) {
+    if (!job.source.open(partition, job.options.guard, job.messages))
         return HybridationResult::PartitionNotOpened;
     HybridationResult result = Recognise(job);
     if (result == HybridationResult::Done)
@@ -251,7 +240,7 @@ HybridationResult Run(JoinJob& job, const std::string& partitionPath, Hybridatio
 
 }  // namespace
 
-HybridationOutcome Hybridate(const std::string& discPath, const std::string& partitionPath,
+HybridationOutcome Hybridate(const std::string& discPath, const JoinPartition& partition,
                              const HybridationOptions& options, Messages& messages,
                              Progress& progress) {
     HybridationOutcome outcome;
@@ -261,14 +250,14 @@ HybridationOutcome Hybridate(const std::string& discPath, const std::string& par
         outcome.result = HybridationResult::DiscNotOpened;
         return outcome;
     }
-    if (AreSameFile(path, partitionPath)) {
-        messages.showError(fmt::format("{} cannot be joined to itself.", Printable(discPath)));
+    if (AreSameFile(path, partition.path)) {
+        messages.showError(Reason(Sentence::kJoinedToItself, Printable(discPath)));
         outcome.result = HybridationResult::PartitionNotOpened;
         return outcome;
     }
     JoinSource source;
     JoinJob job{discPath, path, disc, source, options, messages, progress, {}};
-    outcome.result = Run(job, partitionPath, outcome);
+    outcome.result = Run(job, partition, outcome);
     outcome.isHfsPlus = source.isHfsPlus();
     outcome.sizeBytes = job.sizeBytes;
     return outcome;

@@ -15,6 +15,7 @@
 
 #include "support/file_lock.hpp"
 #include "support/messages.hpp"
+#include "support/pc_file.hpp"
 #include "support/progress.hpp"
 
 namespace vellmark {
@@ -51,11 +52,17 @@ struct HybridationOutcome {
     std::uint64_t sizeBytes = 0;  ///< of the disc, when it is done
 };
 
+/// The image that has the partition.
+struct JoinPartition {
+    std::string path;        ///< messages call it so, too
+    PcFile* open = nullptr;  ///< where it is open already: its file, in which nothing is pending
+};
+
 /// Joins the first Macintosh partition of an image to a disc. Everything but `Done` has been told;
 /// the disc is then as it was. Nothing is changed before all that can be known has been looked at.
 /// Zeros behind the partition fill its last sector of 2,048 bytes, and its image stays as it is.
 [[nodiscard]] HybridationOutcome Hybridate(const std::string& discPath,
-                                           const std::string& partitionPath,
+                                           const JoinPartition& partition,
                                            const HybridationOptions& options, Messages& messages,
                                            Progress& progress);
 

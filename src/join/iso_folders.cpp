@@ -1,8 +1,10 @@
 #include "join/iso_folders.hpp"
 
+#include <string>
+
 namespace vellmark {
 
-std::string ForEachIsoFolder(const IsoReader& reader, IsoTree tree, const VisitIsoFolder& visit) {
+Reason ForEachIsoFolder(const IsoReader& reader, IsoTree tree, const VisitIsoFolder& visit) {
     struct Level {
         IsoEntry folder;
         std::size_t level;
@@ -17,7 +19,7 @@ std::string ForEachIsoFolder(const IsoReader& reader, IsoTree tree, const VisitI
         std::string problem;
         const auto entries = reader.list(tree, here.folder, problem);
         if (!entries)
-            return problem;
+            return Reason::Plain(problem);
         if (!visit(here.folder, *entries))
             return {};
         for (const IsoEntry& entry : *entries)

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <functional>
-#include <string>
 #include <vector>
 
 #include "IO/iso_reader.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -13,8 +13,8 @@ namespace vellmark {
 using VisitIsoFolder =
     std::function<bool(const IsoEntry& folder, const std::vector<IsoEntry>& entries)>;
 
-/// Visits each folder once, the root first. "", or a sentence when a directory is damaged.
-[[nodiscard]] std::string ForEachIsoFolder(const IsoReader& reader, IsoTree tree,
-                                           const VisitIsoFolder& visit);
+/// Visits each folder once, the root first. A reason when a directory is damaged.
+[[nodiscard]] Reason ForEachIsoFolder(const IsoReader& reader, IsoTree tree,
+                                      const VisitIsoFolder& visit);
 
 }  // namespace vellmark

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "IO/boot_areas.hpp"
@@ -25,8 +24,8 @@ IsoReach TreeReach(const IsoReader& reader, IsoTree tree, std::uint64_t limit) {
                                            [&](const IsoEntry& e) { return GoesBehind(e, limit); });
         return !isBehind;
     };
-    const std::string damage = ForEachIsoFolder(reader, tree, visit);
-    return isBehind ? IsoReach::Behind : !damage.empty() ? IsoReach::Unknown : IsoReach::Within;
+    const bool isDamaged = !ForEachIsoFolder(reader, tree, visit).isNone();
+    return isBehind ? IsoReach::Behind : isDamaged ? IsoReach::Unknown : IsoReach::Within;
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "join/join_forms.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -50,7 +48,7 @@ HybridationResult AppendThenHead(JoinJob& job, std::uint64_t oldBytes,
                                  std::span<const std::uint8_t> head) {
     std::vector<std::uint8_t> oldHead(head.size());
     if (!job.disc.readExactly(0, oldHead))
-        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscCannotBeRead);
     const bool isAppended = append() && job.disc.flush();
     if (isAppended && job.disc.writeAt(0, head) && job.disc.flush()) {
         job.sizeBytes = job.disc.size();
@@ -58,10 +56,8 @@ HybridationResult AppendThenHead(JoinJob& job, std::uint64_t oldBytes,
     }
     const bool isBack = (!isAppended || job.disc.writeAt(0, oldHead)) && job.disc.setSize(oldBytes);
     return isBack ? job.writingEnded(job.disc)
-                  : job.refuse(HybridationResult::NotWritten,
-                               fmt::format("cannot be written, nor brought back to its {} bytes: "
-                                           "{}.",
-                                           oldBytes, job.disc.errorText()));
+                  : job.refuse(HybridationResult::NotWritten, Sentence::kDiscNotBroughtBack,
+                               oldBytes, SystemError{job.disc.error()});
 }
 
 // Only a disc of one track of data can have more data behind it.
@@ -173,16 +169,14 @@ HybridationResult JoinRaw(JoinJob& job) {
     const std::uint64_t start = (oldBytes + kRawSectorBytes - 1) / kRawSectorBytes;
     const std::uint64_t total = start + job.partitionSectors();
     if (!HasOneDataTrack(job))
-        return job.refuse(HybridationResult::NotIso,
-                          "has more than one track, or does not end in one of data; only discs of "
-                          "one track, and Video CDs, can be joined in their raw form.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscOfSeveralTracks);
     if (!job.hasRoom(total * kRawSectorBytes - oldBytes, total * kRawSectorBytes))
         return HybridationResult::NotWritten;
     const RawKind kind = job.form.kind();
     const HybridMap map = job.map(start, total);
     std::array<std::uint8_t, kRawSectorBytes> head;
     if (!job.disc.readExactly(0, head))
-        return job.refuse(HybridationResult::NotIso, "cannot be read.");
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscCannotBeRead);
     std::memcpy(head.data() + job.form.dataOffset, &map, sizeof map);
     SetRawHeader(head, 0, kind);
     SetRawChecks(head, kind);
@@ -209,10 +203,7 @@ HybridationResult JoinRepacked(JoinJob& job) {
     std::optional<std::uint64_t> wrong;
     bool isWhole = Repack(job, file, wrong);
     if (wrong)
-        return job.refuse(HybridationResult::NotIso,
-                          fmt::format("has another kind of sector at {}; only a raw image of one "
-                                      "kind can be repacked.",
-                                      *wrong));
+        return job.refuse(HybridationResult::NotIso, Sentence::kDiscOfSeveralKinds, *wrong);
     job.progress.text(job.messages.text(kTextHybridating));
     isWhole = isWhole && CopyWatched(job.source, 0, file, start * kIsoSectorBytes,
                                      job.source.size(), job.progress);

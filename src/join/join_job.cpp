@@ -1,13 +1,10 @@
 #include "join/join_job.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 #include "IO/sector_io.hpp"
-#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -35,39 +32,34 @@ HybridMap JoinJob::map(std::uint64_t start, std::uint64_t discSectors) const {
 bool JoinJob::hasRoom(std::uint64_t more, std::uint64_t whole) const {
     const std::string folder = FolderOf(path);
     if (JudgeTargetRoom(whole, whole, HoldsLargeFiles(folder)) != TargetRoom::Fits) {
-        messages.showMessage(messages.text(kTextTooLargeForDisk));
+        messages.showMessage(Reason(ToldText{kTextTooLargeForDisk}));
         return false;
     }
     if (more <= FreeBytes(folder))
         return true;
-    messages.showMessage(messages.text(kTextNoRoom));
+    messages.showMessage(Reason(ToldText{kTextNoRoom}));
     return false;
-}
-
-HybridationResult JoinJob::refuse(HybridationResult result, const std::string& sentence) const {
-    messages.showError(fmt::format("{} {}", Printable(name), sentence));
-    return result;
 }
 
 HybridationResult JoinJob::writingEnded(const PcFile& target) const {
     if (target.error() != 0)
-        return refuse(HybridationResult::NotWritten,
-                      fmt::format("cannot be written: {}. It is as it was.", target.errorText()));
+        return refuse(HybridationResult::NotWritten, Sentence::kDiscCannotBeWritten,
+                      SystemError{target.error()});
     if (disc.error() != 0)
-        return refuse(HybridationResult::NotWritten,
-                      fmt::format("cannot be read: {}. It is as it was.", disc.errorText()));
+        return refuse(HybridationResult::NotWritten, Sentence::kDiscReadFailed,
+                      SystemError{disc.error()});
     if (!source.isWhole()) {
-        messages.showError(fmt::format("{} could not be read whole; {} is as it was.",
-                                       Printable(source.path()), Printable(name)));
+        messages.showError(
+            Reason(Sentence::kVolumeNotReadWhole, Printable(source.path()), Printable(name)));
         return HybridationResult::NotWritten;
     }
-    messages.showMessage("Stopped as you wished; the disc image is as it was.");
+    messages.showMessage(Reason(Sentence::kStoppedDiscAsItWas));
     return HybridationResult::Stopped;
 }
 
 HybridationResult JoinJob::notPublished(int error) const {
-    return refuse(HybridationResult::NotWritten,
-                  fmt::format("cannot be replaced: {}. It is as it was.", SystemErrorText(error)));
+    return refuse(HybridationResult::NotWritten, Sentence::kDiscCannotBeReplaced,
+                  SystemError{error});
 }
 
 bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to, std::uint64_t toOffset,

@@ -4,11 +4,14 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "IO/raw_image.hpp"
 #include "join/hybridation.hpp"
 #include "join/join_source.hpp"
+#include "support/encoding.hpp"
 #include "support/pc_file.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -30,8 +33,13 @@ struct JoinJob {
     /// Whether the disc's file system has room for `more` bytes and can hold a file of `whole`
     /// bytes. False after a message.
     [[nodiscard]] bool hasRoom(std::uint64_t more, std::uint64_t whole) const;
-    /// Says what is wrong with the disc, with its name in front.
-    HybridationResult refuse(HybridationResult result, const std::string& sentence) const;
+    /// Says what is wrong with the disc: its name is the first operand of the sentence.
+    template <typename... Operands>
+    HybridationResult refuse(HybridationResult result, Sentence sentence,
+                             Operands&&... operands) const {
+        messages.showError(Reason(sentence, Printable(name), std::forward<Operands>(operands)...));
+        return result;
+    }
     /// Tells why writing `target` ended: `Stopped` when nothing failed.
     HybridationResult writingEnded(const PcFile& target) const;
     /// Tells why a finished file did not get its name.

@@ -1,7 +1,5 @@
 #include "join/join_source.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -11,6 +9,7 @@
 #include "IO/iso_structures.hpp"
 #include "IO/recognition.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/hfs_plus_structures.hpp"
 #include "volume/hfs_structures.hpp"
 #include "volume/mount.hpp"
@@ -44,12 +43,12 @@ std::uint64_t VolumeBytes(ByteSource& disk, std::uint64_t partition) {
 
 }  // namespace
 
-bool JoinSource::open(const std::string& path, const FileGuard& guard, Messages& messages) {
-    path_ = path;
+bool JoinSource::open(const JoinPartition& image, const FileGuard& guard, Messages& messages) {
+    path_ = image.path;
     image_.guard = guard;
-    if (!OpenImageFile(image_, path, Access::Read, messages))
+    if (image.open == nullptr && !OpenImageFile(image_, path_, Access::Read, messages))
         return false;
-    disk_ = image_.image.get();
+    disk_ = image.open != nullptr ? image.open : image_.image.get();
     return true;
 }
 
@@ -66,10 +65,7 @@ JoinSourceResult JoinSource::prepare(bool opensRoot, Messages& messages, Progres
         });
     const auto chosen = sound != found.end() ? sound : found.begin();
     if (chosen == found.end() || chosen->offset + kLeastPartitionBytes > disk_->size()) {
-        messages.showError(fmt::format(
-            "{} has no partition map with a Macintosh volume (Apple_HFS) in it, and cannot be "
-            "joined to a disc.",
-            Printable(path_)));
+        messages.showError(Reason(Sentence::kNoMappedVolume, Printable(path_)));
         return JoinSourceResult::NoPartition;
     }
     partition_ = *chosen;
@@ -83,8 +79,8 @@ JoinSourceResult JoinSource::prepare(bool opensRoot, Messages& messages, Progres
 
 // A compressed image gives way to what it holds.
 JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
-    const auto refuse = [&](std::string_view reason, JoinSourceResult result) {
-        messages.showError(fmt::format("{}: {}", Printable(path_), reason));
+    const auto refuse = [&](const Operand& reason, JoinSourceResult result) {
+        messages.showError(Reason(Sentence::kJoined, Printable(path_), ": ", reason));
         return result;
     };
     ImageClass imageClass = ClassifyImage(*disk_);
@@ -93,7 +89,7 @@ JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
         ExpandResult result;
         expanded_ = ExpandedImage::Open(path_, progress, result);
         if (!expanded_ && result.isStopped) {
-            messages.showMessage("Stopped as you wished; the disc image is as it was.");
+            messages.showMessage(Reason(Sentence::kStoppedDiscAsItWas));
             return JoinSourceResult::Stopped;
         }
         if (!expanded_) {
@@ -110,9 +106,8 @@ JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
     if (imageClass == ImageClass::Plain)
         return JoinSourceResult::Found;
     if (imageClass == ImageClass::SparseImage)
-        return refuse("Sparse disk images cannot be read.", JoinSourceResult::Refused);
-    return refuse("A disk with a boot record cannot be joined to a disc.",
-                  JoinSourceResult::Refused);
+        return refuse(Sentence::kSparseImage, JoinSourceResult::Refused);
+    return refuse(Sentence::kBootRecordNotJoined, JoinSourceResult::Refused);
 }
 
 // A partition that promises a volume and lacks it, or the end of it, is not worth a disc.
@@ -120,17 +115,12 @@ JoinSourceResult JoinSource::checkVolume(Messages& messages) const {
     const std::uint64_t volume = VolumeBytes(*disk_, partition_.offset);
     const std::uint64_t rest = disk_->size() - partition_.offset;
     if (volume == 0) {
-        messages.showError(fmt::format(
-            "{} has a Macintosh partition (Apple_HFS) without an HFS or HFS+ volume in it, and "
-            "cannot be joined to a disc.",
-            Printable(path_)));
+        messages.showError(Reason(Sentence::kPartitionWithoutVolume, Printable(path_)));
         return JoinSourceResult::NoPartition;
     }
     if (volume <= rest)
         return JoinSourceResult::Found;
-    messages.showError(
-        fmt::format("{} is cut short: its Macintosh volume has {} bytes, and {} of them are there.",
-                    Printable(path_), volume, rest));
+    messages.showError(Reason(Sentence::kVolumeCutShort, Printable(path_), volume, rest));
     return JoinSourceResult::Refused;
 }
 

@@ -7,6 +7,7 @@
 
 #include "IO/expanded_image.hpp"
 #include "join/hybrid_map.hpp"
+#include "join/hybridation.hpp"
 #include "support/byte_source.hpp"
 #include "support/file_lock.hpp"
 #include "support/messages.hpp"
@@ -26,8 +27,8 @@ enum class JoinSourceResult {
 /// Reads the partition from its first byte on, zeros behind its end.
 class JoinSource final : public ByteSource {
   public:
-    /// Opens the file. False after a message.
-    [[nodiscard]] bool open(const std::string& path, const FileGuard& guard, Messages& messages);
+    /// Opens the file, unless it is open. False after a message.
+    [[nodiscard]] bool open(const JoinPartition& image, const FileGuard& guard, Messages& messages);
     /// Finds the first partition of type "Apple_HFS" in it. A compressed disk image is expanded
     /// into a temporary file that lives as long as this. `opensRoot` lets a Macintosh open the
     /// window of the root folder when the disc is put in; the image itself stays as it is.
@@ -59,7 +60,7 @@ class JoinSource final : public ByteSource {
     void findRootWord();
 
     std::string path_;
-    VolumeContext image_;  ///< its file alone
+    VolumeContext image_;  ///< its file alone, where it was not open
     std::unique_ptr<ExpandedImage> expanded_;
     ByteSource* disk_ = nullptr;
     FoundPartition partition_;

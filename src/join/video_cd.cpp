@@ -1,6 +1,5 @@
 #include "join/video_cd.hpp"
 
-#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,8 +23,8 @@ namespace {
 
 constexpr int kTextPleaseWait = 1059;
 constexpr int kTextHybridating = 1094;
-constexpr std::string_view kCopyingIso = "Copying the ISO track...";
-constexpr std::string_view kCopyingVideo = "Copying the video tracks...";
+constexpr int kTextCopyingIso = 1345;
+constexpr int kTextCopyingVideo = 1346;
 
 constexpr std::uint64_t kEntriesSector = 151;
 constexpr std::string_view kEntriesMark = "ENTRYVCD";
@@ -91,35 +90,34 @@ struct Plan {
     [[nodiscard]] std::uint32_t sectors() const { return oldSectors + added; }
 };
 
-// Moves the entries on; "" or what is wrong with them.
-std::string PlanEntries(ByteSource& image, Plan& plan) {
+// Moves the entries on; nothing, or what is wrong with them.
+Reason PlanEntries(ByteSource& image, Plan& plan) {
     EntryTable table;
     if (!ReadTable(image, table) || table.count == 0 || table.count > kMostEntries)
-        return "Its table of entries is damaged.";
+        return Sentence::kEntriesDamaged;
     const auto first = SectorOf(table.entries[0]);
     if (!first || *first <= kEntriesSector || *first >= plan.oldSectors)
-        return "Its first entry lies outside the image.";
+        return Sentence::kFirstEntryOutside;
     plan.videoSector = *first;
     for (std::size_t i = 0; i < table.count; ++i) {
         const auto sector = SectorOf(table.entries[i]);
         if (!sector || *sector < *first || *sector >= plan.oldSectors)
-            return fmt::format("Entry {} of its table lies outside its video tracks.", i + 1);
+            return Reason(Sentence::kEntryOutside, i + 1);
         SetSector(table.entries[i], *sector + plan.added);
     }
     std::memcpy(plan.changed[kEntriesSector].data(), &table, sizeof table);
     return {};
 }
 
-// Map, volume descriptor and directories; "" or what is wrong with them.
-std::string PlanIsoTrack(const JoinJob& job, ByteSource& data, Plan& plan) {
-    std::string problem = MoveFilesOn(data, plan.videoSector, plan.added, plan.changed);
-    if (!problem.empty())
+// Map, volume descriptor and directories; nothing, or what is wrong with them.
+Reason PlanIsoTrack(const JoinJob& job, ByteSource& data, Plan& plan) {
+    if (Reason problem = MoveFilesOn(data, plan.videoSector, plan.added, plan.changed))
         return problem;
     SectorData& head = plan.changed[0];
     SectorData& descriptor = plan.changed[kIsoFirstDescriptor];
     if (!data.readExactly(0, head) ||
         !data.readExactly(std::uint64_t{kIsoFirstDescriptor} * kIsoSectorBytes, descriptor))
-        return "It cannot be read.";
+        return Sentence::kItCannotBeRead;
     const HybridMap map = job.map(plan.videoSector, plan.sectors());
     std::memcpy(head.data(), &map, sizeof map);
     const both32 spaceSize = plan.sectors();
@@ -128,26 +126,25 @@ std::string PlanIsoTrack(const JoinJob& job, ByteSource& data, Plan& plan) {
     return {};
 }
 
-std::string PlanSheet(const JoinJob& job, Plan& plan) {
+Reason PlanSheet(const JoinJob& job, Plan& plan) {
     plan.sheetPath = CueSheetPath(job.path);
     if (plan.sheetPath.empty())
         return {};
     const auto sheet = MoveTracks(CueSheetOf(job.path), plan.videoSector, plan.added);
     if (!sheet)
-        return fmt::format("Its cue sheet {} is not for this image, or is damaged.",
-                           Printable(plan.sheetPath));
+        return Reason(Sentence::kSheetOfAnother, Printable(plan.sheetPath));
     plan.sheet = *sheet;
     return {};
 }
 
-// The names that the old files get, which nothing has; "" or that there are none.
-std::string PlanBackups(const JoinJob& job, Plan& plan) {
+// The names that the old files get, which nothing has; a reason where there are none.
+Reason PlanBackups(const JoinJob& job, Plan& plan) {
     std::vector<BackedUpFile> files = {{job.path, "BAK"}};
     if (!plan.sheetPath.empty())
         files.push_back({plan.sheetPath, "BAC"});
     const auto paths = BackupPaths(files, [](const std::string&) { return false; });
     if (paths.empty())
-        return "All names are taken that could keep the old file.";
+        return Sentence::kNoNameForBackup;
     plan.imageBackup = paths.front();
     plan.sheetBackup = plan.sheetPath.empty() ? std::string{} : paths.back();
     return {};
@@ -189,7 +186,7 @@ bool CopySectors(const JoinJob& job, const Plan& plan, PcFile& target, std::uint
 bool WriteImage(const JoinJob& job, const Plan& plan, PcFile& target) {
     job.progress.begin(std::uint64_t{plan.sectors()} * kIsoSectorBytes);
     job.progress.text(job.messages.text(kTextPleaseWait));
-    job.progress.text(kCopyingIso);
+    job.progress.text(job.messages.text(kTextCopyingIso));
     if (!CopySectors(job, plan, target, 0, plan.videoSector, 0))
         return false;
     job.progress.text(job.messages.text(kTextHybridating));
@@ -200,7 +197,7 @@ bool WriteImage(const JoinJob& job, const Plan& plan, PcFile& target) {
         !WriteRawSectors(gap, target, plan.videoSector + partitionSectors, RawKind::Mode2Form1, 0,
                          job.progress))
         return false;
-    job.progress.text(kCopyingVideo);
+    job.progress.text(job.messages.text(kTextCopyingVideo));
     return CopySectors(job, plan, target, plan.videoSector, plan.oldSectors, plan.added);
 }
 
@@ -254,9 +251,7 @@ int Publish(const JoinJob& job, const Plan& plan, TargetFile& image, TargetFile*
 void TellBackup(const JoinJob& job, const Plan& plan) {
     if (plan.imageBackup == WithExtension(job.path, "BAK"))
         return;
-    job.messages.showTimedMessage(
-        fmt::format("The disc as it was is kept as {}, as a usual name of a backup is taken.",
-                    Printable(plan.imageBackup)));
+    job.messages.showTimedMessage(Reason(Sentence::kDiscKeptAs, Printable(plan.imageBackup)));
 }
 
 HybridationResult Write(JoinJob& job, const Plan& plan) {
@@ -289,17 +284,15 @@ HybridationResult JoinVideoCd(JoinJob& job) {
     plan.oldSectors = static_cast<std::uint32_t>(job.disc.size() / kRawSectorBytes);
     plan.added = static_cast<std::uint32_t>(job.partitionSectors()) + kVideoGapSectors;
     RawDataSource data(job.disc, job.form);
-    std::string problem = PlanEntries(job.disc, plan);
-    if (problem.empty())
+    Reason problem = PlanEntries(job.disc, plan);
+    if (!problem)
         problem = PlanIsoTrack(job, data, plan);
-    if (problem.empty())
+    if (!problem)
         problem = PlanSheet(job, plan);
-    if (!problem.empty())
-        return job.refuse(HybridationResult::NotIso,
-                          "is a Video CD that cannot be joined. " + problem);
-    problem = PlanBackups(job, plan);
-    if (!problem.empty())
-        return job.refuse(HybridationResult::NotWritten, "cannot be joined. " + problem);
+    if (problem)
+        return job.refuse(HybridationResult::NotIso, Sentence::kVideoCdNotJoined, problem);
+    if (const Reason noName = PlanBackups(job, plan))
+        return job.refuse(HybridationResult::NotWritten, Sentence::kJoinRefused, noName);
     const std::uint64_t bytes = std::uint64_t{plan.sectors()} * kRawSectorBytes;
     return job.hasRoom(bytes, bytes) ? Write(job, plan) : HybridationResult::NotWritten;
 }

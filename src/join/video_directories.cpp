@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "join/iso_folders.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -28,14 +29,14 @@ bool MoveRecords(SectorData& sector, std::uint64_t first, std::uint32_t count) {
     return hasChanged;
 }
 
-// Moves the records of one folder; "" or why it cannot be done.
-std::string MoveIn(ByteSource& disc, const IsoEntry& folder, std::uint64_t first,
-                   std::uint32_t count, ChangedSectors& changed) {
+// Moves the records of one folder; a reason when it cannot be done.
+Reason MoveIn(ByteSource& disc, const IsoEntry& folder, std::uint64_t first, std::uint32_t count,
+              ChangedSectors& changed) {
     for (const IsoExtent& extent : folder.extents) {
         const std::uint64_t start = extent.offset / kIsoSectorBytes;
         const std::uint64_t sectors = (extent.sizeBytes + kIsoSectorBytes - 1) / kIsoSectorBytes;
         if (extent.offset % kIsoSectorBytes != 0 || start + sectors > first)
-            return "A directory lies behind the first video track.";
+            return Sentence::kDirectoryBehindVideo;
         for (std::uint64_t sector = start; sector < start + sectors; ++sector) {
             SectorData data;
             // The two trees share their files, but no directories.
@@ -49,22 +50,23 @@ std::string MoveIn(ByteSource& disc, const IsoEntry& folder, std::uint64_t first
 
 }  // namespace
 
-std::string MoveFilesOn(ByteSource& disc, std::uint64_t first, std::uint32_t count,
-                        ChangedSectors& changed) {
+Reason MoveFilesOn(ByteSource& disc, std::uint64_t first, std::uint32_t count,
+                   ChangedSectors& changed) {
     const auto reader = IsoReader::Open(disc);
     if (!reader || reader->info(IsoTree::Iso).blockSize != kIsoSectorBytes)
-        return "Its volume descriptor is damaged.";
-    std::string problem;
+        return Sentence::kDescriptorDamaged;
+    Reason problem;
     const auto visit = [&](const IsoEntry& folder, const std::vector<IsoEntry>&) {
         problem = MoveIn(disc, folder, first, count, changed);
-        return problem.empty();
+        return !problem;
     };
     for (const IsoTree tree : {IsoTree::Iso, IsoTree::Joliet}) {
         if (tree == IsoTree::Joliet && !reader->hasJoliet())
             continue;
-        const std::string damage = ForEachIsoFolder(*reader, tree, visit);
-        if (!damage.empty() || !problem.empty())
-            return damage.empty() ? problem : damage;
+        if (Reason damage = ForEachIsoFolder(*reader, tree, visit))
+            return damage;
+        if (problem)
+            return problem;
     }
     return {};
 }

@@ -4,10 +4,10 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <string>
 
 #include "IO/iso_structures.hpp"
 #include "support/byte_source.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -16,9 +16,9 @@ using SectorData = std::array<std::uint8_t, kIsoSectorBytes>;
 using ChangedSectors = std::map<std::uint64_t, SectorData>;
 
 /// Finds the sectors of directories that tell of files at sector `first` or behind it, and moves
-/// those files on by `count` sectors in them. "", or a sentence when a directory is damaged or lies
-/// there itself.
-[[nodiscard]] std::string MoveFilesOn(ByteSource& disc, std::uint64_t first, std::uint32_t count,
-                                      ChangedSectors& changed);
+/// those files on by `count` sectors in them. A reason when a directory is damaged or lies there
+/// itself.
+[[nodiscard]] Reason MoveFilesOn(ByteSource& disc, std::uint64_t first, std::uint32_t count,
+                                 ChangedSectors& changed);
 
 }  // namespace vellmark

@@ -125,13 +125,13 @@ class LayoutEdges(Case):
             for name in ("a", "a.b", "a-b", "a-", "A1.c", "A1", "a.b.c", "A.B-c", "Ab", "é.txt"):
                 (self.source / place / name).write_text(name)
         plain = self.build("--label", "Order")
-        self.assertIn("out of order", "".join(plain.examination.warnings))
+        self.assertIn("out of order", "".join(plain.examination.order))
         result = self.vellmark("make", self.source, "-o", plain.path, "--force", "--strict-iso")
         self.assertEqual(0, result.returncode)
         self.assertIn(b"below the eighth level, which ISO 9660 does not allow: 2", result.stderr)
         image = Image(plain.path)
         self.assertEqual([], image.problems)
-        self.assertNotIn("out of order", "".join(image.examination.warnings))
+        self.assertNotIn("out of order", "".join(image.examination.order))
         self.assertEqual(*({path: entry.read() for path, entry in each.iso_files("joliet").items()}
                            for each in (plain, image)))
 

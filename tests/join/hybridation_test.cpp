@@ -98,7 +98,7 @@ class HybridationTest : public ::testing::Test {
         return testing::MakeFile(folder_, name, bytes);
     }
     HybridationOutcome join(const HybridationOptions& options = {}) {
-        return Hybridate(disc_, volume_, options, messages_, progress_);
+        return Hybridate(disc_, {volume_}, options, messages_, progress_);
     }
     // A disc of 26 sectors and a bit, and a disk for it.
     void make(const Disk& disk = {}, const std::string& name = "disc.iso") {
@@ -430,7 +430,7 @@ TEST_F(HybridationTest, AStoppedJoinLeavesTheDiscAsItWas) {
                 const Bytes old = isRaw ? Raw(testing::SmallDisc(), 16) : testing::SmallDisc();
                 disc_ = file(name, old);
                 testing::RecordedProgress progress(stopAt);
-                const auto outcome = Hybridate(disc_, volume_, {}, messages_, progress);
+                const auto outcome = Hybridate(disc_, {volume_}, {}, messages_, progress);
                 if (outcome.result == HybridationResult::Done)
                     break;
                 ++stops;

@@ -185,8 +185,8 @@ BatchResult BatchExpand(const BatchJob& job) {
 BatchResult BatchJoin(const BatchJob& job) {
     const HybridationOptions options{
         .opensRoot = OptionsOf(job.context).opensRoot, .force = true, .guard = job.context.guard};
-    const HybridationOutcome outcome =
-        Hybridate(job.argument, job.project, options, job.terminal.messages, job.terminal.progress);
+    const HybridationOutcome outcome = Hybridate(job.argument, {job.project}, options,
+                                                 job.terminal.messages, job.terminal.progress);
     switch (outcome.result) {
         case HybridationResult::Done:
             return BatchResult::DoneAndOpen;

@@ -41,7 +41,7 @@ int Join(const JoinOptions& options, CommandContext& context) {
     hybridation.force = options.force;
     hybridation.asks = context.asks;
     hybridation.guard = context.guard;
-    const HybridationOutcome outcome = Hybridate(options.disc, options.partition, hybridation,
+    const HybridationOutcome outcome = Hybridate(options.disc, {options.partition}, hybridation,
                                                  terminal.messages, terminal.progress);
     terminal.progress.clear();
     if (outcome.result != HybridationResult::Done) {
