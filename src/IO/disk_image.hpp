@@ -12,14 +12,17 @@
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
-/// Results of an expansion beside 0, the negative codes of zlib, and the type of an unknown block.
-inline constexpr std::int64_t kExpansionFailed = -1;
-/// Results of `ExpandImageFile` beside those and the class of a disk with a boot record (6 or 7).
-inline constexpr std::int64_t kFileExpanded = 1;
-inline constexpr std::int64_t kFileNotExpanded = -2;
+/// How an expansion ended.
+enum class ExpandEnd : std::uint8_t {
+    Done,
+    NotBegun,  ///< a file cannot be opened or made, or the one to expand is no disk image
+    Failed,    ///< what was written by then is not whole
+    Stopped    ///< `Progress` said no
+};
 
 struct ExpandOptions {
     bool verify = false;      ///< compare the checksums that the image carries
@@ -29,13 +32,12 @@ struct ExpandOptions {
     unsigned threads = 0;  ///< that expand blocks, at most four; 0 for as many as there are cores
 };
 
-/// How an expansion ended.
+/// What came of an expansion.
 struct ExpandResult {
-    std::int64_t code = 0;     ///< see above
-    std::string problem = {};  ///< why, in sentences without the file's name; empty when it is done
-    std::string remark = {};   ///< what is odd about an image that was expanded, in sentences
+    ExpandEnd end = ExpandEnd::Done;
+    Reason problem = {};          ///< why it is not done, without the file's name
+    Reason remark = {};           ///< what is odd about an image that was expanded
     bool isIncomplete = false;    ///< it was expanded as it is, and zeros stand for what it lacks
-    bool isStopped = false;       ///< `Progress` said no; `code` is `kExpansionFailed` then
     std::uint64_t sizeBytes = 0;  ///< of the plain image
     std::uint64_t checksumsCompared = 0;  ///< with `verify`
 };
@@ -50,9 +52,8 @@ struct ExpandResult {
 /// no table is a failure unless the trailer's checksum shows that no table is missing, and each
 /// block follows the one before it.
 ///
-/// 0 when it is done; `kExpansionFailed` without a usable trailer, for a table or block that is
-/// damaged, and when something cannot be read or written; a negative code of zlib for a damaged
-/// zlib block; the type of a block that is not known. What was written by then is not whole.
+/// `Failed` without a usable trailer, for a table or block that is damaged or of a type that is not
+/// known, and when something cannot be read or written.
 [[nodiscard]] ExpandResult ExpandImage(ByteSource& source, PcFile& target, Progress& progress,
                                        const ExpandOptions& options = {});
 
@@ -64,13 +65,12 @@ struct ExpandResult {
 /// can be looked for. A file can look like a compressed image by its first bytes alone.
 [[nodiscard]] bool IsCompressedImage(ByteSource& file);
 
-/// Why an image cannot be opened as it is, as a sentence; "" when it can.
-[[nodiscard]] std::string ImageRefusal(ByteSource& file);
+/// Why an image cannot be opened as it is; none when it can.
+[[nodiscard]] Reason ImageRefusal(ByteSource& file);
 
 /// Expands the file of one path into that of another, which appears, in place of an older one, only
-/// when it is whole. `code` is `kFileExpanded` when it is done; `kFileNotExpanded` when a file
-/// cannot be opened or the first is no disk image; `kExpansionFailed` for a sparse image; the class
-/// of a disk with a boot record; else what `ExpandImage` gives. `problem` names the file.
+/// when it is whole. `Failed` too for a sparse image and for a disk with a boot record, which needs
+/// no expanding. `problem` names the file.
 [[nodiscard]] ExpandResult ExpandImageFile(const std::string& inPath, const std::string& outPath,
                                            Progress& progress, const ExpandOptions& options = {});
 

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <limits>
 
-#include "IO/disk_image.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -159,31 +159,21 @@ struct Match {
 
 }  // namespace
 
-std::string_view BlockEndSentence(BlockEnd end) {
+Sentence BlockEndSentence(BlockEnd end) {
     switch (end) {
         case BlockEnd::Damaged:
-            return "its compressed data is damaged";
+            return Sentence::kBlockDamaged;
         case BlockEnd::Cut:
-            return "its compressed data is cut short";
+            return Sentence::kBlockCut;
         case BlockEnd::TooLong:
-            return "it expands to more than it says";
+            return Sentence::kBlockExpandsTooFar;
         case BlockEnd::NoMemory:
-            return "its compressed data wants more memory than is given";
+            return Sentence::kBlockWantsMemory;
         case BlockEnd::Done:
         case BlockEnd::Stopped:
             break;
     }
-    return {};
-}
-
-std::int64_t BlockEndCode(BlockEnd end, BlockType type) {
-    if (end == BlockEnd::Done)
-        return 0;
-    if (type != BlockType::Zlib || end == BlockEnd::Stopped)
-        return kExpansionFailed;
-    return end == BlockEnd::Cut        ? Z_BUF_ERROR
-           : end == BlockEnd::NoMemory ? Z_MEM_ERROR
-                                       : Z_DATA_ERROR;
+    return Sentence::kNone;
 }
 
 BlockEnd ExpandStream(BlockType type, StoredPieces& stored, PlainPieces& plain) {

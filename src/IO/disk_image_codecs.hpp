@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string_view>
 
 #include "IO/disk_image_format.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -38,10 +38,8 @@ enum class BlockEnd {
     NoMemory  ///< the stream wants more memory than is given
 };
 
-/// How messages put it, "" for `Done` and `Stopped`.
-[[nodiscard]] std::string_view BlockEndSentence(BlockEnd end);
-/// The result of an expansion that such an end gives: of a zlib block the code of zlib.
-[[nodiscard]] std::int64_t BlockEndCode(BlockEnd end, BlockType type);
+/// How messages put it, as a part of a sentence; `kNone` for `Done` and `Stopped`.
+[[nodiscard]] Sentence BlockEndSentence(BlockEnd end);
 
 /// Whether a block of that type is expanded by `ExpandStream`.
 [[nodiscard]] constexpr bool IsStreamType(BlockType type) {

@@ -1,12 +1,11 @@
 #include "IO/disk_image_expansion.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <thread>
 
 #include "IO/disk_image_pieces.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -50,30 +49,32 @@ Expansion::Expansion(ByteSource& source, PcFile& target, Progress& progress,
       ring_(ThreadsOf(options) + kWaitingBlocks),
       pool_(ThreadsOf(options)) {}
 
-bool Expansion::fail(std::int64_t code, std::string problem) {
-    if (result_.code == 0) {
-        result_.code = code;
+bool Expansion::fail(Reason problem) {
+    if (!hasFailed()) {
+        result_.end = ExpandEnd::Failed;
         result_.problem = std::move(problem);
     }
     return false;
 }
 
 bool Expansion::failRead() {
-    return fail(kExpansionFailed, "Its data cannot be read.");
+    return fail(Sentence::kExpandUnreadable);
 }
 
 bool Expansion::failWrite() {
-    return fail(kExpansionFailed,
-                fmt::format("The plain image cannot be written: {}.", target_.errorText()));
+    return fail(Reason(Sentence::kExpandUnwritable, target_.failure()));
 }
 
 bool Expansion::failTables() {
-    return tables_.isStopped() ? stop() : fail(tables_.code(), tables_.problem());
+    return tables_.isStopped() ? stop() : fail(tables_.problem());
 }
 
 bool Expansion::stop() {
-    result_.isStopped = result_.code == 0;
-    return fail(kExpansionFailed, "Stopped as you wished.");
+    if (!hasFailed()) {
+        result_.end = ExpandEnd::Stopped;
+        result_.problem = Sentence::kStoppedAsWished;
+    }
+    return false;
 }
 
 ExpandResult Expansion::run() {
@@ -83,19 +84,17 @@ ExpandResult Expansion::run() {
         }
     if (next == BlockTables::Next::Failed)
         (void)failTables();
-    if (result_.code == 0 && tables_.number() == 0)
-        fail(kExpansionFailed, trailer_.sectorCount == 0 && trailer_.version == 0
-                                   ? "Its trailer allows no block table."
-                                   : "Its property list holds no block table.");
+    if (!hasFailed() && tables_.number() == 0)
+        fail(trailer_.sectorCount == 0 && trailer_.version == 0 ? Sentence::kTrailerAllowsNoTable
+                                                                : Sentence::kListHasNoTable);
     // Sectors behind the last block are missing too, and zeros stand for them.
     if (const std::uint64_t told = trailer_.sectorCount; told <= kMostFilledSectors)
         result_.sizeBytes = std::max(result_.sizeBytes, told * kSector);
-    if (result_.code == 0 && target_.size() < result_.sizeBytes &&
-        !target_.setSize(result_.sizeBytes))
+    if (!hasFailed() && target_.size() < result_.sizeBytes && !target_.setSize(result_.sizeBytes))
         failWrite();
-    if (result_.code == 0 && options_.verify)
+    if (!hasFailed() && options_.verify)
         (void)compareTrailer();
-    if (result_.code == 0)
+    if (!hasFailed())
         addRemarks();
     return result_;
 }
@@ -125,9 +124,7 @@ bool Expansion::plan() {
     const std::string folder = FolderOf(target_.path());
     const std::uint64_t room = FreeBytes(folder);
     return room == 0 || total <= room ||
-           fail(kExpansionFailed,
-                fmt::format("Expanded it needs {} bytes, and only {} are free in {}.", total, room,
-                            Printable(folder)));
+           fail(Reason(Sentence::kExpandNoRoom, total, room, Printable(folder)));
 }
 
 bool Expansion::expandTable() {
@@ -201,8 +198,7 @@ bool Expansion::retireOldest() {
         return progress_.chunk(0) || stop();
     }
     if (job.end != BlockEnd::Done)
-        return fail(BlockEndCode(job.end, place.type),
-                    fmt::format("Wrong {}: {}.", BlockName(place), BlockEndSentence(job.end)));
+        return fail(Reason(Sentence::kWrongBlock, BlockName(place), BlockEndSentence(job.end)));
     if (job.length < place.sizeBytes)
         noteShort(place);
     if (takesCrc_) {
@@ -223,9 +219,7 @@ bool Expansion::write(std::uint64_t position, std::span<const std::uint8_t> byte
 // A block that is too long for the memory: piece by piece, on this thread.
 bool Expansion::expandLarge(const BlockPlace& place) {
     if (place.type == BlockType::Adc)
-        return fail(
-            kExpansionFailed,
-            fmt::format("Wrong {}: it is longer than such a block can be.", BlockName(place)));
+        return fail(Reason(Sentence::kWrongBlock, BlockName(place), Sentence::kBlockTooLong));
     SourcePieces stored(source_, place.storedOffset, place.storedBytes);
     TargetPieces plain(place.sizeBytes, [&](std::uint64_t offset, auto bytes) {
         if (takesCrc_)
@@ -234,13 +228,12 @@ bool Expansion::expandLarge(const BlockPlace& place) {
     });
     const BlockEnd end = IsStreamType(place.type) ? ExpandStream(place.type, stored, plain)
                                                   : CopyPieces(stored, plain);
-    if (result_.code != 0)
+    if (hasFailed())
         return false;
     if (stored.failed())
         return failRead();
     if (end != BlockEnd::Done)
-        return fail(BlockEndCode(end, place.type),
-                    fmt::format("Wrong {}: {}.", BlockName(place), BlockEndSentence(end)));
+        return fail(Reason(Sentence::kWrongBlock, BlockName(place), BlockEndSentence(end)));
     if (plain.left() > 0)
         noteShort(place);
     crc_.addZeros(plain.left());
@@ -274,9 +267,8 @@ bool Expansion::finishTable() {
         return true;
     ++result_.checksumsCompared;
     return crc_.value() == expected.value ||
-           fail(kExpansionFailed,
-                fmt::format("Table {} has the checksum {:08X}, and what it expands to {:08X}.",
-                            tables_.number(), std::uint32_t{expected.value}, crc_.value()));
+           fail(Reason(Sentence::kTableChecksumDiffers, tables_.number(),
+                       std::uint32_t{expected.value}, crc_.value()));
 }
 
 bool Expansion::rewriteWithPatterns() {
@@ -304,28 +296,22 @@ bool Expansion::compareTrailer() {
         return stop();
     result_.checksumsCompared += compared.compared;
     unknownChecksums_ += compared.unknown;
-    return compared.problem.empty() || fail(kExpansionFailed, compared.problem);
+    return !compared.problem || fail(compared.problem);
 }
 
 void Expansion::addRemarks() {
-    std::vector<std::string> remarks;
+    std::vector<Reason> remarks;
     if (shortBlocks_ > 0)
-        remarks.push_back(
-            fmt::format("Fewer bytes than they say, and so zeros behind them, came out of {} of "
-                        "its blocks; the "
-                        "first is {}.",
-                        shortBlocks_, firstShort_));
+        remarks.emplace_back(Sentence::kExpandShortBlocks, shortBlocks_, firstShort_);
     if (const std::uint64_t missing = tables_.missingSectors(); missing > 0)
-        remarks.push_back(fmt::format("Its tables leave out {} of its {} sectors.", missing,
-                                      std::uint64_t{trailer_.sectorCount}));
+        remarks.emplace_back(Sentence::kExpandMissingSectors, missing,
+                             std::uint64_t{trailer_.sectorCount});
     result_.isIncomplete = !remarks.empty();
     if (options_.verify && unknownChecksums_ > 0)
-        remarks.push_back(fmt::format("{} of its checksums are of a kind that is not compared.",
-                                      unknownChecksums_));
+        remarks.emplace_back(Sentence::kExpandOtherChecksums, unknownChecksums_);
     else if (options_.verify && result_.checksumsCompared == 0)
-        remarks.emplace_back("It has no checksums that could be compared.");
-    for (const std::string& remark : remarks)
-        result_.remark += (result_.remark.empty() ? "" : " ") + remark;
+        remarks.emplace_back(Sentence::kExpandNoChecksums);
+    result_.remark = Reason::Joined(std::move(remarks), " ");
 }
 
 }  // namespace vellmark

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "IO/disk_image.hpp"
@@ -36,7 +35,8 @@ class Expansion {
     [[nodiscard]] bool readStored(BlockJob& job);
     [[nodiscard]] bool write(std::uint64_t position, std::span<const std::uint8_t> bytes);
 
-    bool fail(std::int64_t code, std::string problem);
+    [[nodiscard]] bool hasFailed() const { return result_.end != ExpandEnd::Done; }
+    bool fail(Reason problem);
     bool failRead();
     bool failTables();
     bool failWrite();
@@ -59,7 +59,7 @@ class Expansion {
     bool isAmbiguous_ = false;
     std::uint64_t unknownChecksums_ = 0;
     std::uint64_t shortBlocks_ = 0;
-    std::string firstShort_;
+    Reason firstShort_;
 
     std::vector<BlockJob> ring_;
     std::size_t oldest_ = 0;

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 #include "support/endian.hpp"
 
@@ -89,30 +88,5 @@ enum class BlockType : std::uint32_t {
     Lzma = 0x80000008,   ///< an xz stream
     End = 0xFFFFFFFF     ///< of the table
 };
-
-/// How messages call it; "" for a type that is not known at all.
-[[nodiscard]] constexpr std::string_view BlockTypeName(BlockType type) {
-    switch (type) {
-        case BlockType::Zero:
-        case BlockType::Ignored:
-            return "zeros";
-        case BlockType::Raw:
-            return "raw";
-        case BlockType::Adc:
-            return "Apple Data Compression";
-        case BlockType::Zlib:
-            return "zlib";
-        case BlockType::Bzip2:
-            return "bzip2";
-        case BlockType::Lzfse:
-            return "LZFSE";
-        case BlockType::Lzma:
-            return "LZMA";
-        case BlockType::Comment:
-        case BlockType::End:
-            break;
-    }
-    return {};
-}
 
 }  // namespace vellmark

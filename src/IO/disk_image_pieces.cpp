@@ -1,12 +1,11 @@
 #include "IO/disk_image_pieces.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "IO/disk_image_crc.hpp"
 #include "IO/disk_image_list.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -24,7 +23,7 @@ std::uint32_t DataCrc(ByteSource& source, const DiskImageTrailer& trailer, Progr
         result.isStopped = !progress.chunk(0);
     }
     if (pieces.failed())
-        result.problem = "Its data cannot be read.";
+        result.problem = Sentence::kExpandUnreadable;
     return crc.value();
 }
 
@@ -43,12 +42,12 @@ std::uint32_t TablesCrc(ByteSource& source, const DiskImageTrailer& trailer, Pro
     return crc.value();
 }
 
-void Compare(std::string_view what, const DiskImageChecksum& expected, std::uint32_t found,
+void Compare(Sentence what, const DiskImageChecksum& expected, std::uint32_t found,
              TrailerComparison& result) {
     ++result.compared;
-    if (result.problem.empty() && found != expected.value)
-        result.problem = fmt::format("The checksum of {} is {:08X}, and should be {:08X}.", what,
-                                     found, std::uint32_t{expected.value});
+    if (!result.problem && found != expected.value)
+        result.problem =
+            Reason(Sentence::kChecksumDiffers, what, found, std::uint32_t{expected.value});
 }
 
 bool IsCompared(const DiskImageChecksum& expected, TrailerComparison& result) {
@@ -104,13 +103,13 @@ TrailerComparison CompareTrailer(ByteSource& source, const DiskImageTrailer& tra
     if (IsCompared(trailer.dataChecksum, result)) {
         const std::uint64_t size = source.size();
         if (trailer.dataStart > size || trailer.dataLength > size - trailer.dataStart)
-            result.problem = "Its trailer tells of data outside the file.";
+            result.problem = Sentence::kTrailerDataOutside;
         else
-            Compare("its stored data", trailer.dataChecksum,
+            Compare(Sentence::kOfStoredData, trailer.dataChecksum,
                     DataCrc(source, trailer, progress, result), result);
     }
     if (IsCompared(trailer.tableChecksum, result))
-        Compare("the checksums of its tables", trailer.tableChecksum,
+        Compare(Sentence::kOfTableChecksums, trailer.tableChecksum,
                 TablesCrc(source, trailer, progress, result), result);
     return result;
 }

@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "IO/disk_image_codecs.hpp"
 #include "IO/disk_image_format.hpp"
 #include "support/byte_source.hpp"
 #include "support/progress.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -54,7 +54,7 @@ class TargetPieces final : public PlainPieces {
 
 /// How the checksums of the trailer compare with the file.
 struct TrailerComparison {
-    std::string problem = {};  ///< a sentence; "" when they agree
+    Reason problem = {};  ///< none when they agree
     unsigned compared = 0;
     unsigned unknown = 0;  ///< of a kind that is not compared
     bool isStopped = false;

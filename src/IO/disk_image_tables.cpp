@@ -1,11 +1,9 @@
 #include "IO/disk_image_tables.hpp"
 
-#include <fmt/core.h>
-
 #include <iterator>
 
-#include "IO/disk_image.hpp"
 #include "IO/disk_image_codecs.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -49,32 +47,57 @@ bool IsEmptyStream(const BlockEntry& entry) {
            entry.sectorCount == 0 && entry.storedLength == 0;
 }
 
-std::string UnknownSentence(BlockType type) {
-    const std::string_view name = BlockTypeName(type);
-    return name.empty() ? fmt::format("is of a type that is not known ({:08X})",
-                                      static_cast<std::uint32_t>(type))
-                        : fmt::format("is compressed with {}, which cannot be expanded", name);
+// How messages call a type; none for one that is not known at all.
+Reason BlockTypeName(BlockType type) {
+    switch (type) {
+        case BlockType::Zero:
+        case BlockType::Ignored:
+            return Sentence::kBlockOfZeros;
+        case BlockType::Raw:
+            return Sentence::kBlockRaw;
+        case BlockType::Adc:
+            return Reason::Plain("Apple Data Compression");
+        case BlockType::Zlib:
+            return Reason::Plain("zlib");
+        case BlockType::Bzip2:
+            return Reason::Plain("bzip2");
+        case BlockType::Lzfse:
+            return Reason::Plain("LZFSE");
+        case BlockType::Lzma:
+            return Reason::Plain("LZMA");
+        case BlockType::Comment:
+        case BlockType::End:
+            break;
+    }
+    return {};
+}
+
+Reason UnknownType(const BlockPlace& block) {
+    if (const Reason name = BlockTypeName(block.type))
+        return Reason(Sentence::kBlockTypeNotExpanded, block.number, block.table, name);
+    return Reason(Sentence::kBlockTypeUnknown, block.number, block.table,
+                  static_cast<std::uint32_t>(block.type));
 }
 
 }  // namespace
 
-std::string ReadTrailer(ByteSource& source, DiskImageTrailer& trailer) {
+Reason ReadTrailer(ByteSource& source, DiskImageTrailer& trailer) {
     const std::uint64_t size = source.size();
     if (size < sizeof trailer || !source.readRecord(size - sizeof trailer, trailer) ||
         trailer.signature != kTrailerSignature)
-        return "It does not end in the trailer of a disk image.";
+        return Sentence::kTrailerMissing;
     if (trailer.dataLength != trailer.listOffset)
-        return "Its property list does not stand directly behind its data.";
+        return Sentence::kTrailerListApart;
     if (trailer.listOffset > size || trailer.listLength > size - trailer.listOffset)
-        return "Its trailer tells of a property list outside the file.";
+        return Sentence::kTrailerListOutside;
     if (trailer.listLength > kMostListMegabytes << 20)
-        return fmt::format("Its property list is longer than {} MiB.", kMostListMegabytes);
+        return Reason(Sentence::kTrailerListTooLong, kMostListMegabytes);
     if (trailer.sectorCount > kMostSectors)
-        return "Its trailer tells of more sectors than any disk has.";
+        return Sentence::kTrailerTooManySectors;
     return {};
 }
 
-std::string SectorRuns::add(std::uint64_t first, std::uint64_t count) {
+Reason SectorRuns::add(std::uint64_t first, std::uint64_t count) {
     if (count == 0)
         return {};
     const std::uint64_t end = first + count;
@@ -82,7 +105,7 @@ std::string SectorRuns::add(std::uint64_t first, std::uint64_t count) {
     const auto before = next == runs_.begin() ? runs_.end() : std::prev(next);
     if ((next != runs_.end() && next->first < end) ||
         (before != runs_.end() && before->second > first))
-        return "it goes where an earlier block went";
+        return Sentence::kBlockOverEarlier;
     const bool touchesNext = next != runs_.end() && next->first == end;
     const std::uint64_t wholeEnd = touchesNext ? next->second : end;
     if (touchesNext)
@@ -92,14 +115,14 @@ std::string SectorRuns::add(std::uint64_t first, std::uint64_t count) {
     else if (runs_.size() < kMostRuns)
         runs_.emplace(first, wholeEnd);
     else
-        return "the blocks go to too many separate places";
+        return Sentence::kBlocksScattered;
     return {};
 }
 
-std::string BlockName(const BlockPlace& block) {
-    const std::string_view name = BlockTypeName(block.type);
-    return fmt::format("block {} of table {}{}", block.number, block.table,
-                       name.empty() ? std::string{} : fmt::format(" ({})", name));
+Reason BlockName(const BlockPlace& block) {
+    const Reason name = BlockTypeName(block.type);
+    return name ? Reason(Sentence::kBlockNameWithKind, block.number, block.table, name)
+                : Reason(Sentence::kBlockName, block.number, block.table);
 }
 
 BlockTables::BlockTables(ByteSource& source, const DiskImageTrailer& trailer, Progress& progress)
@@ -109,8 +132,7 @@ BlockTables::BlockTables(ByteSource& source, const DiskImageTrailer& trailer, Pr
       mostTables_(trailer.version),
       allTables_(trailer.tableChecksum) {}
 
-BlockTables::Next BlockTables::fail(std::int64_t code, std::string problem) {
-    code_ = code;
+BlockTables::Next BlockTables::fail(Reason problem) {
     problem_ = std::move(problem);
     return Next::Failed;
 }
@@ -135,9 +157,7 @@ BlockTables::Next BlockTables::nextTable() {
         if (!isSized() && sawAllTables())
             return Next::End;
         if (!isSized())
-            return fail(
-                kExpansionFailed,
-                fmt::format("Section {} of its property list is no block table.", table_ + 1));
+            return fail(Reason(Sentence::kSectionIsNoTable, table_ + 1));
     }
     return Next::End;
 }
@@ -156,9 +176,7 @@ BlockTables::Next BlockTables::nextBlock(BlockPlace& block) {
     do {
         ++block_;
         if (!ReadRecord(sections_, entry))
-            return fail(kExpansionFailed,
-                        fmt::format("Table {} ends without an end mark, behind {} blocks.", table_,
-                                    block_ - 1));
+            return fail(Reason(Sentence::kTableWithoutEnd, table_, block_ - 1));
         block = BlockPlace{.type = static_cast<BlockType>(std::uint32_t{entry.type}),
                            .table = table_,
                            .number = block_};
@@ -166,15 +184,14 @@ BlockTables::Next BlockTables::nextBlock(BlockPlace& block) {
             return Next::End;
     } while (block.type == BlockType::Comment || IsEmptyStream(entry));
     if (!IsKnown(block.type))
-        return fail(std::uint32_t{entry.type}, fmt::format("Block {} of table {} {}.", block_,
-                                                           table_, UnknownSentence(block.type)));
-    if (const std::string problem = place(entry, block); !problem.empty())
-        return fail(kExpansionFailed, fmt::format("Wrong {}: {}.", BlockName(block), problem));
+        return fail(UnknownType(block));
+    if (const Reason problem = place(entry, block))
+        return fail(Reason(Sentence::kWrongBlock, BlockName(block), problem));
     return Next::Found;
 }
 
-// Where a block goes; "" or why it cannot go there.
-std::string BlockTables::place(const BlockEntry& entry, BlockPlace& block) {
+// Where a block goes, or why it cannot go there.
+Reason BlockTables::place(const BlockEntry& entry, BlockPlace& block) {
     const std::uint64_t count = entry.sectorCount;
     std::uint64_t first = covered_;
     if (isSized()) {
@@ -182,28 +199,28 @@ std::string BlockTables::place(const BlockEntry& entry, BlockPlace& block) {
         const std::uint64_t offset = entry.firstSector;
         if (base > sectorCount_ || offset > sectorCount_ - base ||
             count > sectorCount_ - base - offset)
-            return fmt::format("it goes beyond the {} sectors of the image", sectorCount_);
+            return Reason(Sentence::kBlockBeyondImage, sectorCount_);
         first = base + offset;
-        if (std::string problem = isAgain_ ? "" : runs_.add(first, count); !problem.empty())
+        if (Reason problem = isAgain_ ? Reason() : runs_.add(first, count))
             return problem;
     } else if (count > kMostSectors - covered_) {
-        return "the image would have more sectors than any disk has";
+        return Sentence::kBlocksTooManySectors;
     }
     covered_ += count;
     block.position = first * kSector;
     block.sizeBytes = count * kSector;
-    return block.isZeros() ? std::string{} : placeStored(entry, block);
+    return block.isZeros() ? Reason() : placeStored(entry, block);
 }
 
 // Where its stored bytes lie, which of a raw block are as many as it stands for.
-std::string BlockTables::placeStored(const BlockEntry& entry, BlockPlace& block) const {
+Reason BlockTables::placeStored(const BlockEntry& entry, BlockPlace& block) const {
     block.storedOffset = entry.storedOffset;
     block.storedBytes =
         block.type == BlockType::Raw ? block.sizeBytes : std::uint64_t{entry.storedLength};
     const std::uint64_t size = source_.size();
     return block.storedOffset > size || block.storedBytes > size - block.storedOffset
-               ? "its data lies outside the file"
-               : std::string{};
+               ? Reason(Sentence::kBlockDataOutside)
+               : Reason();
 }
 
 }  // namespace vellmark

@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <string>
 
 #include "IO/disk_image_crc.hpp"
 #include "IO/disk_image_format.hpp"
 #include "IO/disk_image_list.hpp"
 #include "support/byte_source.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
-/// Reads the trailer. A sentence when there is none, or when its property list does not stand
+/// Reads the trailer. A reason when there is none, or when its property list does not stand
 /// directly behind the data and inside the file, or is longer than any image needs it.
-[[nodiscard]] std::string ReadTrailer(ByteSource& source, DiskImageTrailer& trailer);
+[[nodiscard]] Reason ReadTrailer(ByteSource& source, DiskImageTrailer& trailer);
 
 /// One run of sectors of the plain image.
 struct BlockPlace {
@@ -36,15 +36,15 @@ struct BlockPlace {
 class SectorRuns {
   public:
     /// Why a run cannot be added: sectors of it were added before, or there are more separate runs
-    /// than are kept; "" when it was added.
-    [[nodiscard]] std::string add(std::uint64_t first, std::uint64_t count);
+    /// than are kept; none when it was added.
+    [[nodiscard]] Reason add(std::uint64_t first, std::uint64_t count);
 
   private:
     std::map<std::uint64_t, std::uint64_t> runs_;  ///< end by start; no two of them touch
 };
 
 /// `block 3 of table 1 (zlib)`.
-[[nodiscard]] std::string BlockName(const BlockPlace& block);
+[[nodiscard]] Reason BlockName(const BlockPlace& block);
 
 class BlockTables {
   public:
@@ -62,9 +62,8 @@ class BlockTables {
     [[nodiscard]] const DiskImageChecksum& checksum() const { return header_.checksum; }
     /// The table's number, from 1.
     [[nodiscard]] unsigned number() const { return table_; }
-    /// After `Failed`: the result of the expansion and why.
-    [[nodiscard]] std::int64_t code() const { return code_; }
-    [[nodiscard]] const std::string& problem() const { return problem_; }
+    /// Why it failed; none when `Progress` said no.
+    [[nodiscard]] const Reason& problem() const { return problem_; }
     /// `Progress` said no, which is a failure too.
     [[nodiscard]] bool isStopped() const { return sections_.isStopped(); }
     /// Sectors of the image that the blocks so far do not stand for; 0 where the trailer does not
@@ -78,9 +77,9 @@ class BlockTables {
     [[nodiscard]] bool sawAllTables() const {
         return table_ > 0 && allTables_.isCrc32() && tablesCrc_.value() == allTables_.value;
     }
-    Next fail(std::int64_t code, std::string problem);
-    [[nodiscard]] std::string place(const BlockEntry& entry, BlockPlace& block);
-    [[nodiscard]] std::string placeStored(const BlockEntry& entry, BlockPlace& block) const;
+    Next fail(Reason problem);
+    [[nodiscard]] Reason place(const BlockEntry& entry, BlockPlace& block);
+    [[nodiscard]] Reason placeStored(const BlockEntry& entry, BlockPlace& block) const;
 
     ByteSource& source_;
     DataSections sections_;
@@ -95,8 +94,7 @@ class BlockTables {
     bool isAgain_ = false;           ///< the table was rewound: its blocks are in `runs_`
     std::uint64_t covered_ = 0;      ///< sectors of the blocks so far
     std::uint64_t coveredThen_ = 0;  ///< the same at the start of the table
-    std::int64_t code_ = 0;
-    std::string problem_;
+    Reason problem_;
 };
 
 }  // namespace vellmark

@@ -1,30 +1,28 @@
 #include "IO/expanded_image.hpp"
 
-#include <fmt/core.h>
-
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
 std::unique_ptr<ExpandedImage> ExpandedImage::Open(const std::string& path, Progress& progress,
                                                    ExpandResult& result,
                                                    const ExpandOptions& options) {
-    result = {.code = kFileNotExpanded};
-    const auto fail = [&](std::string_view reason) {
-        result.problem = fmt::format("{}: {}", Printable(path), reason);
+    result = {.end = ExpandEnd::NotBegun};
+    const auto fail = [&](Reason reason) {
+        result.problem = Reason(Sentence::kNamedReason, Printable(path), std::move(reason));
         return nullptr;
     };
     PcFile source(path, PcFile::Mode::Read);
     if (!source.isOpen())
-        return fail(fmt::format("It cannot be opened: {}.", source.errorText()));
+        return fail(Reason(Sentence::kImageNotOpened, source.failure()));
     std::unique_ptr<ExpandedImage> image(new ExpandedImage);
     image->file_ = UnnamedTemporaryFile();
     if (!image->file_.isOpen())
-        return fail(fmt::format("A temporary file for its plain image cannot be made: {}.",
-                                image->file_.errorText()));
+        return fail(Reason(Sentence::kNoTemporaryImage, image->file_.failure()));
     image->path_ = image->file_.descriptorPath();
     result = ExpandImage(source, image->file_, progress, options);
-    return result.code == 0 ? std::move(image) : fail(result.problem);
+    return result.end == ExpandEnd::Done ? std::move(image) : fail(result.problem);
 }
 
 }  // namespace vellmark

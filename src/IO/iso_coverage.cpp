@@ -25,8 +25,8 @@ class Coverage {
   private:
     void add(std::uint64_t offset, std::uint64_t sizeBytes);
     void addPathTables(const IsoVolumeDescriptor& descriptor);
-    [[nodiscard]] std::string addTree(const IsoVolumeDescriptor& descriptor);
-    [[nodiscard]] std::string addFolder(const IsoReader& reader, const IsoEntry& folder);
+    [[nodiscard]] bool addTree(const IsoVolumeDescriptor& descriptor);
+    [[nodiscard]] bool addFolder(const IsoReader& reader, const IsoEntry& folder);
     void addExtents(const IsoEntry& entry);
 
     struct OpenFolder {
@@ -64,29 +64,29 @@ void Coverage::addExtents(const IsoEntry& entry) {
     }
 }
 
-std::string Coverage::addFolder(const IsoReader& reader, const IsoEntry& folder) {
+// False when it cannot be told which bytes they are.
+bool Coverage::addFolder(const IsoReader& reader, const IsoEntry& folder) {
     addExtents(folder);
-    std::string problem;
-    const auto entries = reader.list(IsoTree::Iso, folder, problem);
+    const auto entries = reader.list(IsoTree::Iso, folder);
     if (!entries)
-        return problem;
+        return false;
     const std::size_t level = open_.back().level + 1;
     open_.pop_back();
     for (const IsoEntry& entry : *entries) {
         if (entry.isFolder)
             open_.push_back({entry, level});
         else if (entry.interleaved)
-            return "A file is written with gaps.";
+            return false;
         else
             addExtents(entry);
     }
-    return {};
+    return true;
 }
 
-std::string Coverage::addTree(const IsoVolumeDescriptor& descriptor) {
+bool Coverage::addTree(const IsoVolumeDescriptor& descriptor) {
     const std::optional<IsoReader> reader = IsoReader::OpenTree(image_, descriptor);
     if (!reader)
-        return "A volume descriptor tells blocks of an impossible size.";
+        return false;
     addPathTables(descriptor);
     open_ = {{reader->root(IsoTree::Iso), 0}};
     while (!open_.empty()) {
@@ -96,12 +96,12 @@ std::string Coverage::addTree(const IsoVolumeDescriptor& descriptor) {
             continue;
         }
         if (open_.back().level > IsoWalkGuard::kMostLevels || folder.sizeBytes > unseenBytes_)
-            return "Its directories lie within each other.";
+            return false;
         unseenBytes_ -= folder.sizeBytes;
-        if (std::string problem = addFolder(*reader, folder); !problem.empty())
-            return problem;
+        if (!addFolder(*reader, folder))
+            return false;
     }
-    return {};
+    return true;
 }
 
 // Ranges in rising order, joined where they touch.
@@ -119,7 +119,7 @@ std::vector<ByteRange> Joined(std::vector<ByteRange> ranges) {
 }
 
 IsoCoverage Coverage::run() {
-    std::string problem;
+    bool isWhole = true;
     bool hasTree = false;
     for (std::uint32_t i = 0; i < kMostDescriptors; ++i) {
         IsoVolumeDescriptor descriptor;
@@ -131,19 +131,17 @@ IsoCoverage Coverage::run() {
         if (descriptor.type == kIsoDescriptorTerminator)
             break;
         hasTree = hasTree || descriptor.type == kIsoDescriptorPrimary;
-        if (problem.empty() && (descriptor.type == kIsoDescriptorPrimary ||
-                                descriptor.type == kIsoDescriptorSupplementary))
-            problem = addTree(descriptor);
+        if (isWhole && (descriptor.type == kIsoDescriptorPrimary ||
+                        descriptor.type == kIsoDescriptorSupplementary))
+            isWhole = addTree(descriptor);
     }
     // The mark alone, which some volumes carry in front of them, stands for no tree.
     if (!hasTree)
         return {};
     const auto areas = FindBootAreas(image_);
-    if (!areas && problem.empty())
-        problem = "A boot catalog cannot be read.";
     for (const BootArea& area : areas.value_or(std::vector<BootArea>{}))
         add(area.offset, area.sizeBytes);
-    return {Joined(std::move(ranges_)), std::move(problem)};
+    return {Joined(std::move(ranges_)), isWhole && areas};
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "support/byte_source.hpp"
@@ -18,7 +17,9 @@ struct ByteRange {
 
 struct IsoCoverage {
     std::vector<ByteRange> ranges;  ///< in rising order, apart from each other
-    std::string problem;            ///< a sentence when not all of them can be told
+    /// False when a directory or boot catalog is damaged, or a file is written with gaps: there are
+    /// bytes of which it cannot be told.
+    bool isWhole = true;
 };
 
 /// Volume descriptors, path tables, directories, files with all their extents and attributes, boot

@@ -1,13 +1,12 @@
 #include "IO/iso_directory.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -19,9 +18,9 @@ constexpr std::size_t kMostRecords = 200'000;
 constexpr std::uint64_t kPieceBytes = 16 * kIsoSectorBytes;
 
 // What a directory is called in a sentence.
-std::string FolderWords(const IsoEntry& folder) {
-    return folder.name.empty() ? "The root directory"
-                               : fmt::format("The directory \"{}\"", Printable(folder.name));
+Reason FolderWords(const IsoEntry& folder) {
+    return folder.name.empty() ? Reason(Sentence::kIsoRootDirectory)
+                               : Reason(Sentence::kIsoDirectory, Printable(folder.name));
 }
 
 // The folder itself and the one above have names of one byte, 0 and 1.
@@ -49,19 +48,18 @@ IsoEntry IsoEntryOf(const IsoDirectoryRecord& record, std::string_view name, Iso
     return entry;
 }
 
-IsoDirectory::Step IsoDirectory::next(IsoEntry& entry, std::string& error) {
-    error.clear();
-    if (const std::string problem = isChecked_ ? std::string{} : problemOf(); !problem.empty())
-        return fail(problem, error);
+IsoDirectory::Step IsoDirectory::next(IsoEntry& entry) {
+    if (Reason fault = isChecked_ ? Reason() : faultOf())
+        return fail(std::move(fault));
     isChecked_ = true;
     bool isLastPart = false;
-    Step step = nextRecord(entry, isLastPart, error);
+    Step step = nextRecord(entry, isLastPart);
     while (step == Step::Entry && !isLastPart) {
         IsoEntry part;
-        step = nextRecord(part, isLastPart, error);
+        step = nextRecord(part, isLastPart);
         const bool isPart = step == Step::Entry && part.fullName == entry.fullName;
         if (step == Step::End || (step == Step::Entry && !isPart))
-            return fail(fmt::format("lacks the last part of \"{}\"", Printable(entry.name)), error);
+            return fail(Reason(Sentence::kIsoLacksPart, Printable(entry.name)));
         if (isPart) {
             entry.sizeBytes += part.sizeBytes;
             entry.extents.push_back(part.extents.front());
@@ -70,13 +68,13 @@ IsoDirectory::Step IsoDirectory::next(IsoEntry& entry, std::string& error) {
     return step;
 }
 
-IsoDirectory::Step IsoDirectory::nextRecord(IsoEntry& entry, bool& isLastPart, std::string& error) {
+IsoDirectory::Step IsoDirectory::nextRecord(IsoEntry& entry, bool& isLastPart) {
     while (true) {
         // Behind the last record of a sector stands a length of 0.
         if (at_ < piece_.size() && piece_[at_] == 0)
             at_ = std::min((at_ / kIsoSectorBytes + 1) * kIsoSectorBytes, piece_.size());
         if (at_ >= piece_.size()) {
-            if (const Step step = readPiece(error); step != Step::Entry)
+            if (const Step step = readPiece(); step != Step::Entry)
                 return step;
             continue;
         }
@@ -85,21 +83,17 @@ IsoDirectory::Step IsoDirectory::nextRecord(IsoEntry& entry, bool& isLastPart, s
         const std::size_t length = piece_[at_];
         IsoDirectoryRecord record;
         if (length <= sizeof(record) || length > room)
-            return fail(
-                fmt::format("has a record of {} bytes at byte {} of a sector", length, inSector),
-                error);
+            return fail(Reason(Sentence::kIsoRecordLength, length, inSector));
         std::memcpy(&record, piece_.data() + at_, sizeof(record));
         if (record.nameLength == 0 || record.nameLength > length - sizeof(record))
-            return fail(fmt::format("has a record with a name of {} bytes at byte {} of a sector",
-                                    record.nameLength, inSector),
-                        error);
+            return fail(Reason(Sentence::kIsoNameLength, record.nameLength, inSector));
         const std::string_view name(
             reinterpret_cast<const char*>(piece_.data()) + at_ + sizeof(record), record.nameLength);
         at_ += length;
         if (IsSelfOrParent(name))
             continue;
         if (++records_ > kMostRecords)
-            return fail(fmt::format("has more than {} records", kMostRecords), error);
+            return fail(Reason(Sentence::kIsoTooManyRecords, kMostRecords));
         entry = IsoEntryOf(record, name, tree_, blockSize_);
         isLastPart = (record.flags & kIsoFlagMultiExtent) == 0;
         return Step::Entry;
@@ -107,7 +101,7 @@ IsoDirectory::Step IsoDirectory::nextRecord(IsoEntry& entry, bool& isLastPart, s
 }
 
 // `Entry` when there are bytes again.
-IsoDirectory::Step IsoDirectory::readPiece(std::string& error) {
+IsoDirectory::Step IsoDirectory::readPiece() {
     while (extent_ < folder_.extents.size() && done_ >= folder_.extents[extent_].sizeBytes) {
         ++extent_;
         done_ = 0;
@@ -119,27 +113,26 @@ IsoDirectory::Step IsoDirectory::readPiece(std::string& error) {
         static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, extent.sizeBytes - done_)));
     at_ = 0;
     if (!image_.readExactly(extent.offset + done_, piece_))
-        return fail("cannot be read", error);
+        return fail(Sentence::kIsoUnreadable);
     done_ += piece_.size();
     return Step::Entry;
 }
 
-IsoDirectory::Step IsoDirectory::fail(std::string_view reason, std::string& error) const {
-    error = fmt::format("{} {}.", FolderWords(folder_), reason);
+IsoDirectory::Step IsoDirectory::fail(Reason reason) {
+    problem_ = Reason(Sentence::kIsoDirectoryFault, FolderWords(folder_), std::move(reason));
     return Step::Damaged;
 }
 
 // What speaks against reading it at all.
-std::string IsoDirectory::problemOf() const {
+Reason IsoDirectory::faultOf() const {
     if (!folder_.isFolder)
-        return "is a file";
+        return Sentence::kIsoIsFile;
     if (folder_.sizeBytes > kMostDirectoryBytes)
-        return fmt::format("claims a size of {} bytes", folder_.sizeBytes);
+        return Reason(Sentence::kIsoTooLarge, folder_.sizeBytes);
     const std::uint64_t imageBytes = image_.size();
     for (const IsoExtent& extent : folder_.extents)
         if (extent.offset > imageBytes || extent.sizeBytes > imageBytes - extent.offset)
-            return fmt::format("lies outside the image ({} bytes at sector {})", extent.sizeBytes,
-                               folder_.extentSector);
+            return Reason(Sentence::kIsoOutside, extent.sizeBytes, folder_.extentSector);
     return {};
 }
 

@@ -4,11 +4,11 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "IO/iso_entry.hpp"
 #include "support/byte_source.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -25,15 +25,16 @@ class IsoDirectory {
         : image_(image), folder_(folder), tree_(tree), blockSize_(blockSize) {}
 
     /// The next entry, without `.` and `..`; the extents of a file in several parts are joined.
-    /// `error` becomes a sentence when the directory is damaged, else "".
-    [[nodiscard]] Step next(IsoEntry& entry, std::string& error);
+    [[nodiscard]] Step next(IsoEntry& entry);
+    /// After `Damaged`: what is wrong with the directory.
+    [[nodiscard]] const Reason& problem() const { return problem_; }
 
   private:
     /// The next record, whatever it is.
-    [[nodiscard]] Step nextRecord(IsoEntry& entry, bool& isLastPart, std::string& error);
-    [[nodiscard]] Step readPiece(std::string& error);
-    [[nodiscard]] Step fail(std::string_view reason, std::string& error) const;
-    [[nodiscard]] std::string problemOf() const;
+    [[nodiscard]] Step nextRecord(IsoEntry& entry, bool& isLastPart);
+    [[nodiscard]] Step readPiece();
+    [[nodiscard]] Step fail(Reason reason);
+    [[nodiscard]] Reason faultOf() const;
 
     ByteSource& image_;
     const IsoEntry& folder_;
@@ -45,6 +46,7 @@ class IsoDirectory {
     std::vector<std::uint8_t> piece_;  ///< whole sectors, but at the end of an extent
     std::size_t at_ = 0;               ///< in the piece
     std::size_t records_ = 0;
+    Reason problem_;
 };
 
 /// One entry as a record tells it. The name is that of the record, in the tree's own coding.

@@ -1,7 +1,5 @@
 #include "IO/iso_reader.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -97,28 +95,27 @@ std::optional<IsoReader> IsoReader::Open(ByteSource& image) {
     return reader;
 }
 
-std::optional<std::vector<IsoEntry>> IsoReader::list(IsoTree tree, const IsoEntry& folder,
-                                                     std::string& error) const {
+Result<std::vector<IsoEntry>> IsoReader::list(IsoTree tree, const IsoEntry& folder) const {
     std::vector<IsoEntry> entries;
     IsoDirectory directory = open(tree, folder);
     IsoEntry entry;
-    IsoDirectory::Step step = directory.next(entry, error);
-    for (; step == IsoDirectory::Step::Entry; step = directory.next(entry, error))
+    IsoDirectory::Step step = directory.next(entry);
+    for (; step == IsoDirectory::Step::Entry; step = directory.next(entry))
         entries.push_back(std::move(entry));
     if (step == IsoDirectory::Step::Damaged)
-        return std::nullopt;
+        return Failed(directory.problem());
     return entries;
 }
 
-// The entry of a folder that answers best to a name; nothing when none does, or with a sentence.
-std::optional<IsoEntry> IsoReader::bestMatch(IsoTree tree, const IsoEntry& folder,
-                                             std::string_view wanted, std::string& error) const {
+// The entry of a folder that answers best to a name; nothing when none does.
+Result<std::optional<IsoEntry>> IsoReader::bestMatch(IsoTree tree, const IsoEntry& folder,
+                                                     std::string_view wanted) const {
     std::optional<IsoEntry> best;
     int bestMatch = 0;
     IsoDirectory directory = open(tree, folder);
     IsoEntry entry;
-    IsoDirectory::Step step = directory.next(entry, error);
-    for (; step == IsoDirectory::Step::Entry; step = directory.next(entry, error)) {
+    IsoDirectory::Step step = directory.next(entry);
+    for (; step == IsoDirectory::Step::Entry; step = directory.next(entry)) {
         // Of a file and what is associated with it, the name means the file.
         const int match = MatchOf(tree, entry, wanted) * 2 - (entry.associated ? 1 : 0);
         if (match > bestMatch) {
@@ -126,24 +123,23 @@ std::optional<IsoEntry> IsoReader::bestMatch(IsoTree tree, const IsoEntry& folde
             bestMatch = match;
         }
     }
-    return step == IsoDirectory::Step::End ? best : std::nullopt;
+    if (step == IsoDirectory::Step::Damaged)
+        return Failed(directory.problem());
+    return best;
 }
 
-std::optional<IsoEntry> IsoReader::find(IsoTree tree, std::string_view path,
-                                        std::string& error) const {
-    error.clear();
-    std::optional<IsoEntry> entry = root(tree);
-    while (entry && !path.empty()) {
+Result<std::optional<IsoEntry>> IsoReader::find(IsoTree tree, std::string_view path) const {
+    Result<std::optional<IsoEntry>> found = root(tree);
+    while (found && *found && !path.empty()) {
         const std::size_t slash = std::min(path.find('/'), path.size());
         const std::string_view part = path.substr(0, slash);
         path.remove_prefix(std::min(slash + 1, path.size()));
         if (part.empty())
             continue;
-        if (!entry->isFolder)
-            return std::nullopt;
-        entry = bestMatch(tree, IsoEntry(*entry), part, error);
+        const IsoEntry folder = std::move(**found);
+        found = folder.isFolder ? bestMatch(tree, folder, part) : std::nullopt;
     }
-    return entry;
+    return found;
 }
 
 std::size_t IsoFileSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {

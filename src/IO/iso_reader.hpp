@@ -1,5 +1,5 @@
 // A reader of the ISO 9660 and Joliet trees of a disc image (ECMA-119, and the Joliet extension of
-// it). It believes nothing that the image says without looking: damaged discs give a sentence.
+// it). It believes nothing that the image says without looking: damaged discs give a reason.
 #pragma once
 
 #include <algorithm>
@@ -16,6 +16,7 @@
 #include "IO/iso_text.hpp"
 #include "support/byte_source.hpp"
 #include "support/clock.hpp"
+#include "support/result.hpp"
 #include "support/walk_guard.hpp"
 
 namespace vellmark {
@@ -59,17 +60,14 @@ class IsoReader {
     [[nodiscard]] IsoDirectory open(IsoTree tree, const IsoEntry& folder) const {
         return {*image_, tree, of(tree).info.blockSize, folder};
     }
-    /// The same at once: up to 200,000 entries. Nothing, and a sentence in `error`, when the
-    /// directory is damaged.
-    [[nodiscard]] std::optional<std::vector<IsoEntry>> list(IsoTree tree, const IsoEntry& folder,
-                                                            std::string& error) const;
+    /// The same at once: up to 200,000 entries. A reason when the directory is damaged.
+    [[nodiscard]] Result<std::vector<IsoEntry>> list(IsoTree tree, const IsoEntry& folder) const;
 
     /// The entry of a path with `/` between its parts; an empty path is the root. ISO names are
     /// compared without regard to case, with or without their version; Joliet names as they are
-    /// first, then without regard to the case of ASCII letters. Nothing with an empty `error` when
-    /// there is no such entry, nothing with a sentence when a directory on the way is damaged.
-    [[nodiscard]] std::optional<IsoEntry> find(IsoTree tree, std::string_view path,
-                                               std::string& error) const;
+    /// first, then without regard to the case of ASCII letters. Nothing when there is no such
+    /// entry, a reason when a directory on the way is damaged.
+    [[nodiscard]] Result<std::optional<IsoEntry>> find(IsoTree tree, std::string_view path) const;
 
   private:
     struct Tree {
@@ -80,9 +78,8 @@ class IsoReader {
     explicit IsoReader(ByteSource& image) : image_(&image) {}
     [[nodiscard]] static std::optional<Tree> ReadTree(const IsoVolumeDescriptor& descriptor,
                                                       IsoTree tree);
-    [[nodiscard]] std::optional<IsoEntry> bestMatch(IsoTree tree, const IsoEntry& folder,
-                                                    std::string_view wanted,
-                                                    std::string& error) const;
+    [[nodiscard]] Result<std::optional<IsoEntry>> bestMatch(IsoTree tree, const IsoEntry& folder,
+                                                            std::string_view wanted) const;
     [[nodiscard]] const Tree& of(IsoTree tree) const {
         return *trees_[static_cast<std::size_t>(tree)];
     }

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "IO/apple_map.hpp"
+#include "support/sentences.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -261,16 +262,15 @@ ImageClass ClassifyImage(ByteSource& file) {
     return result == ImageClass::Plain && hasTrailer ? ImageClass::TrailerDiskImage : result;
 }
 
-std::string_view ClassRefusal(ImageClass imageClass) {
+Reason ClassRefusal(ImageClass imageClass) {
     switch (imageClass) {
         case ImageClass::PartitionDiskImage:
         case ImageClass::Bzip2DiskImage:
         case ImageClass::ZlibDiskImage:
         case ImageClass::TrailerDiskImage:
-            return "It is a compressed disk image, and cannot be used as it is; the verb expand "
-                   "makes a plain image of it.";
+            return Sentence::kCompressedImage;
         case ImageClass::SparseImage:
-            return "It is a sparse disk image, which cannot be opened.";
+            return Sentence::kSparseImageRefused;
         case ImageClass::Plain:
         case ImageClass::ProtectiveBootRecord:
         case ImageClass::MacintoshBootRecord:

@@ -13,6 +13,7 @@
 #include "IO/sector_io.hpp"
 #include "support/byte_source.hpp"
 #include "support/messages.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -32,8 +33,8 @@ enum class ImageClass {
 /// `koly` trailer: a plain disk may begin with its partition map as well.
 [[nodiscard]] ImageClass ClassifyImage(ByteSource& file);
 
-/// Why an image of a class cannot be opened, as a sentence; "" when it can.
-[[nodiscard]] std::string_view ClassRefusal(ImageClass imageClass);
+/// Why an image of a class cannot be opened; none when it can.
+[[nodiscard]] Reason ClassRefusal(ImageClass imageClass);
 
 /// One partition that the scan offers.
 struct PartitionEntry {

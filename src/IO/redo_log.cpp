@@ -11,6 +11,7 @@
 
 #include "IO/redo_places.hpp"
 #include "support/endian.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -182,20 +183,20 @@ constexpr std::uint64_t MostLogBytes(std::uint64_t imageBytes) {
            imageBytes / kRedoSectorBytes * (sizeof(PieceHeader) + sizeof(be32));
 }
 
-// Reads a log; a part of a sentence says why it cannot be used.
-std::string ReadLog(PcFile& file, RedoLog& log) {
+// Reads a log; none, or why it cannot be used.
+Reason ReadLog(PcFile& file, RedoLog& log) {
     Header header;
     if (!file.readRecord(0, header) || header.magic != kMagic)
-        return file.error() != 0 ? file.errorText() : "it is no log of a change";
+        return file.error() != 0 ? file.failure() : Sentence::kLogIsNone;
     if (header.version != kVersion)
-        return "it was left by another version of this program";
+        return Sentence::kLogOfOtherVersion;
     if (header.logBytes != file.size() || file.size() > MostLogBytes(header.imageBytes))
-        return "it is damaged";
+        return Sentence::kLogDamaged;
     log.imageBytes = header.imageBytes;
     log.mark = {header.markOffset, header.mark};
     log.bytes.resize(static_cast<std::size_t>(file.size()));
     if (!file.readExactly(0, log.bytes))
-        return file.error() != 0 ? file.errorText() : "it is damaged";
+        return file.error() != 0 ? file.failure() : Sentence::kLogDamaged;
     Header unsummed = header;
     unsummed.checksum = 0;
     std::uint32_t checksum = AddToChecksum(0, BytesOf(unsummed));
@@ -203,8 +204,8 @@ std::string ReadLog(PcFile& file, RedoLog& log) {
     return checksum == header.checksum && FindContents(log, header.contentCount) &&
                    FindPieces(log, sizeof(Header) + log.contents.size() * sizeof(ContentSum),
                               header.pieceCount)
-               ? ""
-               : "it is damaged";
+               ? Reason()
+               : Reason(Sentence::kLogDamaged);
 }
 
 // Whether each sector of a piece is as it was before the change, as it is to be, or marked.
@@ -223,12 +224,12 @@ bool IsBeforeOrAfter(const RedoLog& log, std::size_t number, std::span<const std
 }
 
 // Whether the image is the one of the log, before, during or after its change.
-RedoState StateOf(PcFile& image, const RedoLog& log, std::string& problem) {
+RedoState StateOf(PcFile& image, const RedoLog& log, Reason& problem) {
     if (image.size() != log.imageBytes)
         return RedoState::Foreign;
     std::vector<std::uint8_t> now(kRedoSectorBytes);
     const auto cannotRead = [&] {
-        problem = fmt::format("the image cannot be read: {}", image.errorText());
+        problem = Reason(Sentence::kLogImageUnreadable, image.failure());
         return RedoState::Unusable;
     };
     for (const auto& [offset, sum] : log.contents) {
@@ -254,8 +255,8 @@ FoundRedoLog LookAt(const std::string& path, PcFile& image) {
     if (file.error() == ENOENT || file.error() == ENOTDIR)
         return {};
     const auto log = std::make_shared<RedoLog>();
-    found.problem = file.isOpen() ? ReadLog(file, *log) : file.errorText();
-    if (found.problem.empty())
+    found.problem = file.isOpen() ? ReadLog(file, *log) : file.failure();
+    if (!found.problem)
         found.state = StateOf(image, *log, found.problem);
     if (found.state == RedoState::Pending)
         found.log = log;
@@ -307,7 +308,7 @@ FoundRedoLog FindRedoLog(PcFile& image, const std::string& imagePath, const File
     FoundRedoLog best = LookAt(RedoLogPath(imagePath), image);
     std::vector<KeptLog> kept;
     if (const int error = FindKeptLogs(InodeOf(image), imagePath, guard, kept); error != 0)
-        return {RedoState::Unusable, guard.logFolder, SystemErrorText(error), {}};
+        return {RedoState::Unusable, guard.logFolder, SystemError{error}, {}};
     for (const KeptLog& place : kept) {
         FoundRedoLog found = LookAt(place.path, image);
         // One that was made under another path is this image's only when it fits.

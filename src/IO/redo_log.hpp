@@ -20,6 +20,7 @@
 #include "IO/content_samples.hpp"
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -80,7 +81,7 @@ enum class RedoState {
 struct FoundRedoLog {
     RedoState state = RedoState::None;
     std::string path;
-    std::string problem;                 ///< why the log is unusable, as a part of a sentence
+    Reason problem;                      ///< why the log is unusable, as a part of a sentence
     std::shared_ptr<const RedoLog> log;  ///< of `Pending`
 };
 

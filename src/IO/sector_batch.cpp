@@ -1,11 +1,11 @@
 #include "IO/sector_batch.hpp"
 
-#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -68,24 +68,22 @@ CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
         return image.reserve(piece.offset, piece.bytes.size());
     });
     if (!hasRoom || !image.flush()) {
-        problem_ = image.errorText();
+        problem_ = image.failure();
         return CommitResult::NotBegun;
     }
     const RedoWriting log =
         WriteRedoLog(image, context.imagePath, context.guard, pieces, mark, context.contents);
     if (log.error != 0) {
-        problem_ = fmt::format("what must be kept before, in {}, cannot be written: {}",
-                               Printable(log.path), SystemErrorText(log.error));
+        problem_ = Reason(Sentence::kLogNotWritten, Printable(log.path), SystemError{log.error});
         return CommitResult::NotBegun;
     }
     const auto toSlot = [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
         return WriteSectors(context.transferSlot2, offset / kSectorBytes, bytes) == 0;
     };
     if (!CarryOut(pieces, mark, image, toSlot)) {
-        problem_ = fmt::format(
-            "{}. What is missing lies in {}, and is written when the image is "
-            "changed the next time",
-            image.error() != 0 ? image.errorText() : "a part was not written", Printable(log.path));
+        problem_ = Reason(Sentence::kCommitInterrupted,
+                          image.error() != 0 ? image.failure() : Sentence::kCommitIncomplete,
+                          Printable(log.path));
         return CommitResult::Interrupted;
     }
     ::unlink(log.path.c_str());
@@ -94,7 +92,7 @@ CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
 }
 
 CommitResult SectorBatch::commit(MediumContext& context, const RedoMark& mark) {
-    problem_.clear();
+    problem_ = {};
     result_ = CommitResult::Done;
     if (runs_.empty())
         return result_;

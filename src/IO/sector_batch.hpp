@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "IO/redo_log.hpp"
@@ -40,8 +39,8 @@ class SectorBatch {
     /// the form that it has meanwhile. When not all could be written, the batch keeps everything
     /// for another try. It is empty afterwards otherwise, and an empty one does nothing.
     [[nodiscard]] CommitResult commit(MediumContext& context, const RedoMark& mark);
-    /// Why the last commit was not done, as a part of a sentence; "" when it was.
-    [[nodiscard]] const std::string& problem() const { return problem_; }
+    /// Why the last commit was not done, as a part of a sentence; none when it was.
+    [[nodiscard]] const Reason& problem() const { return problem_; }
     /// How the last commit ended.
     [[nodiscard]] CommitResult result() const { return result_; }
     [[nodiscard]] bool isEmpty() const { return runs_.empty(); }
@@ -59,7 +58,7 @@ class SectorBatch {
 
     std::vector<Run> runs_;
     std::vector<std::uint8_t> bytes_;
-    std::string problem_;
+    Reason problem_;
     CommitResult result_ = CommitResult::Done;
 };
 

@@ -49,7 +49,7 @@ bool OpenDiscToChange(const std::string& path, const FileGuard& guard, PcFile& d
     if (disc.error() == EWOULDBLOCK)
         return refuse(Sentence::kDiscInUse);
     if (!disc.isOpen()) {
-        FileOpenError(messages, path, SystemErrorText(disc.error()));
+        FileOpenError(messages, path, disc.failure());
         return false;
     }
     return CompleteInterruptedChange(disc, path, guard, Access::Change, messages);

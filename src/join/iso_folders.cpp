@@ -16,10 +16,9 @@ Reason ForEachIsoFolder(const IsoReader& reader, IsoTree tree, const VisitIsoFol
         open.pop_back();
         if (!guard.enter(here.folder, here.level))
             continue;
-        std::string problem;
-        const auto entries = reader.list(tree, here.folder, problem);
+        const auto entries = reader.list(tree, here.folder);
         if (!entries)
-            return Reason::Plain(problem);
+            return entries.error();
         if (!visit(here.folder, *entries))
             return {};
         for (const IsoEntry& entry : *entries)

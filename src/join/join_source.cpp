@@ -88,14 +88,14 @@ JoinSourceResult JoinSource::expand(Messages& messages, Progress& progress) {
         imageClass <= ImageClass::TrailerDiskImage) {
         ExpandResult result;
         expanded_ = ExpandedImage::Open(path_, progress, result);
-        if (!expanded_ && result.isStopped) {
+        if (!expanded_ && result.end == ExpandEnd::Stopped) {
             messages.showMessage(Reason(Sentence::kStoppedDiscAsItWas));
             return JoinSourceResult::Stopped;
         }
         if (!expanded_) {
             messages.showError(result.problem);
-            return result.code == kFileNotExpanded ? JoinSourceResult::NoTemporaryFile
-                                                   : JoinSourceResult::Refused;
+            return result.end == ExpandEnd::NotBegun ? JoinSourceResult::NoTemporaryFile
+                                                     : JoinSourceResult::Refused;
         }
         // Zeros in a volume are no loss of one file alone.
         if (result.isIncomplete)

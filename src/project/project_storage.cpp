@@ -52,7 +52,7 @@ void ShowRefusal(ProjectOpened result, const PcFile& file, Messages& messages) {
         case ProjectOpened::Opened:
             break;
         case ProjectOpened::CannotOpen:
-            FileOpenError(messages, file.path(), file.errorText());
+            FileOpenError(messages, file.path(), file.failure());
             break;
         case ProjectOpened::NotAProject:
             messages.showMessage(FormatText(kTextNotAProject, messages.language(), path));

@@ -25,14 +25,14 @@ Extraction Extractor::take(TreeView& tree, const ViewEntry& entry, const std::st
         return skip(entry, fmt::format("{} has just been written.", Printable(target)));
     if (!entry.isFolder)
         return takeFile(entry, target);
-    if (const std::string sentence = targets_.enter(target); !sentence.empty())
-        return skip(entry, sentence);
+    if (const Reason problem = targets_.enter(target))
+        return skip(entry, messages_.words(problem));
     if (!walk(tree, entry)) {
         targets_.abandonFolders();
         return Extraction::Stopped;
     }
-    const std::string sentence = targets_.leave(entry.modified);
-    return sentence.empty() ? Extraction::Done : skip(entry, sentence);
+    const Reason problem = targets_.leave(entry.modified);
+    return problem ? skip(entry, messages_.words(problem)) : Extraction::Done;
 }
 
 Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& sink) {
@@ -60,15 +60,15 @@ TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
 }
 
 bool Extractor::enter(const ViewEntry& folder) {
-    const std::string sentence = targets_.enter(targets_.folder() + "/" + PcFileName(folder.name));
-    if (!sentence.empty())
-        skip(folder, sentence);
-    return sentence.empty();
+    const Reason problem = targets_.enter(targets_.folder() + "/" + PcFileName(folder.name));
+    if (problem)
+        skip(folder, messages_.words(problem));
+    return problem.isNone();
 }
 
 void Extractor::leave(const ViewEntry& folder) {
-    if (const std::string sentence = targets_.leave(folder.modified); !sentence.empty())
-        skip(folder, sentence);
+    if (const Reason problem = targets_.leave(folder.modified))
+        skip(folder, messages_.words(problem));
 }
 
 void Extractor::problem(const std::string& sentence) {
@@ -78,7 +78,7 @@ void Extractor::problem(const std::string& sentence) {
 
 // False after a message, or when the person wants to keep what is there.
 bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
-    std::string refusal = targets_.refusalOf(target);
+    std::string refusal = messages_.words(targets_.refusalOf(target));
     const bool isTaken = existing_ != ExistingFiles::Replace && PcTargets::exists(target);
     if (refusal.empty() && isTaken && existing_ == ExistingFiles::Ask) {
         const bool mayGo = replaceAnswer_.ask(
@@ -107,12 +107,12 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
     const PcWriting writing =
         targets_.write({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
             return CopyFork(watched, out, 0) == ContainerFault::None
-                       ? std::string{}
-                       : std::string(kContentsCutShort);
+                       ? Reason()
+                       : Reason::Plain(std::string(kContentsCutShort));
         });
     if (watched.stopped())
         return Extraction::Stopped;
-    return writing.problem.empty() ? Extraction::Done : skip(file, writing.problem);
+    return writing.problem ? skip(file, messages_.words(writing.problem)) : Extraction::Done;
 }
 
 Extraction Extractor::skip(const ViewEntry& entry, std::string_view reason) {

@@ -118,8 +118,8 @@ void ImageView::judgeChanges(bool isExpanded) {
     changeReasons_ = volume_.readOnlyReasons;
     if (::access(volume_.imagePath.c_str(), W_OK) == 0)
         changeReasons_.remove(ReadOnlyReason::File);
-    imageRefusal_ = isExpanded ? std::string(ClassRefusal(ImageClass::TrailerDiskImage))
-                               : ImageRefusal(*volume_.image);
+    imageRefusal_ =
+        isExpanded ? ClassRefusal(ImageClass::TrailerDiskImage) : ImageRefusal(*volume_.image);
 }
 
 bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
@@ -130,11 +130,11 @@ bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
 // Why an image without a tree has none.
 std::string ImageView::whyEmpty(const Messages& messages) {
     if (volume_.image->error() != 0)
-        return fmt::format("It cannot be read: {}.", volume_.image->errorText());
+        return fmt::format("It cannot be read: {}.", messages.words(volume_.image->failure()));
     if (sizeBytes() == 0)
         return std::string(messages.text(kTextEmptyFile));
-    if (std::string refusal = ImageRefusal(*volume_.image); !refusal.empty())
-        return refusal;
+    if (const Reason refusal = ImageRefusal(*volume_.image))
+        return messages.words(refusal);
     if (volume_.readOnlyReasons.has(ReadOnlyReason::CutImage))
         return CutImageSentence();
     if (damagedVolume_)

@@ -124,7 +124,7 @@ class ImageView {
     /// The Macintosh volume, which the tree of kind `Hfs` shows.
     [[nodiscard]] VolumeContext& volume() { return volume_; }
     /// Why nothing in the image can be changed, as a sentence; "" when it can be.
-    [[nodiscard]] const std::string& imageRefusal() const { return imageRefusal_; }
+    [[nodiscard]] const Reason& imageRefusal() const { return imageRefusal_; }
     /// Why the Macintosh volume could not be changed, were the image opened for that.
     [[nodiscard]] const ReadOnlyReasons& changeReasons() const { return changeReasons_; }
     /// A Macintosh volume is there and cannot be used.
@@ -142,7 +142,7 @@ class ImageView {
     std::optional<IsoReader> iso_;
     std::vector<PartitionEntry> partitions_;
     std::vector<std::unique_ptr<TreeView>> trees_;
-    std::string imageRefusal_;
+    Reason imageRefusal_;
     ReadOnlyReasons changeReasons_;
     bool damagedVolume_ = false;
 };

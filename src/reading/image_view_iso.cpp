@@ -89,7 +89,11 @@ std::unique_ptr<ByteSource> IsoTreeView::open(const ViewEntry& file, std::string
 }
 
 std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::string& problem) {
-    const std::optional<IsoEntry> found = reader_.find(tree_, path, problem);
+    problem.clear();
+    const auto looked = reader_.find(tree_, path);
+    if (!looked)
+        problem = looked.error().words(Language::English);
+    const std::optional<IsoEntry> found = looked.value_or(std::nullopt);
     if (!found)
         return std::nullopt;
     if (found->isFolder || path.empty())
@@ -97,8 +101,8 @@ std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::stri
     // In its folder stands also what is associated with it.
     const std::size_t slash = path.rfind('/');
     const auto folder =
-        reader_.find(tree_, path.substr(0, slash == std::string_view::npos ? 0 : slash), problem);
-    if (!folder)
+        reader_.find(tree_, path.substr(0, slash == std::string_view::npos ? 0 : slash));
+    if (!folder || !*folder)
         return EntryOf(*found);
     std::optional<ViewEntry> same;
     const auto isSame = [&](ViewEntry&& entry) {
@@ -107,7 +111,7 @@ std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::stri
             same = std::move(entry);
         return !same;
     };
-    eachEntry(EntryOf(*folder), isSame, problem);
+    eachEntry(EntryOf(**folder), isSame, problem);
     return same ? std::move(same) : EntryOf(*found);
 }
 
@@ -115,9 +119,11 @@ void IsoTreeView::eachRecord(const IsoEntry& folder, const std::function<bool(Is
                              std::string& problem) {
     IsoDirectory directory = reader_.open(tree_, folder);
     IsoEntry record;
-    while (directory.next(record, problem) == IsoDirectory::Step::Entry)
+    problem.clear();
+    while (directory.next(record) == IsoDirectory::Step::Entry)
         if (!take(std::move(record)))
             return;
+    problem = directory.problem().words(Language::English);
 }
 
 // The forks that stand as records of their own. Few folders have any, and only those are read once

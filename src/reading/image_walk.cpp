@@ -38,8 +38,8 @@ bool TreeWalker::walkFolder(const ViewEntry& folder, std::size_t level, WalkGuar
 }
 
 bool TreeWalker::walkEntry(const ViewEntry& entry, std::size_t level, WalkGuard& guard) {
-    if (const std::string end = guard.refuseEntry(); !end.empty()) {
-        problem(end);
+    if (const Reason end = guard.refuseEntry()) {
+        problem(end.words(Language::English));
         return false;
     }
     const Next next = visit(entry, level);
@@ -55,13 +55,13 @@ bool TreeWalker::walkEntry(const ViewEntry& entry, std::size_t level, WalkGuard&
 }
 
 bool TreeWalker::mayEnter(const ViewEntry& folder, std::size_t level, WalkGuard& guard) {
-    std::string refusal = guard.refuseFolder(folder.id, folder.path, level);
+    Reason refusal = guard.refuseFolder(folder.id, folder.path, level);
     for (const IsoExtent& extent : ExtentsOf(folder))
-        if (refusal.empty())
+        if (!refusal)
             refusal = guard.refuseBytes(extent.offset, extent.sizeBytes, folder.path);
-    if (!refusal.empty())
-        problem(refusal);
-    return refusal.empty();
+    if (refusal)
+        problem(refusal.words(Language::English));
+    return refusal.isNone();
 }
 
 }  // namespace vellmark

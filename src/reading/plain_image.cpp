@@ -34,12 +34,12 @@ ExpandOptions OptionsFor(const std::string& image, const ReadingPorts& ports) {
 // Why an image was not expanded, or what is odd about it when it was: where something is missing,
 // even to somebody who wants no remarks.
 void TellExpansion(const ExpandResult& result, const std::string& image, Messages& messages) {
-    const Reason remark(Sentence::kJoined, Printable(image), ": ", result.remark);
-    if (!result.problem.empty())
+    const Reason remark(Sentence::kNamedReason, Printable(image), result.remark);
+    if (result.problem)
         messages.showError(result.problem);
     else if (result.isIncomplete)
         messages.showError(remark);
-    else if (!result.remark.empty())
+    else if (result.remark)
         messages.logMessage(remark);
 }
 
@@ -80,7 +80,7 @@ std::optional<std::string> KeptPath(const std::string& image, Messages& messages
 
 ExpandResult ExpandToFile(const ExpandRequest& request, const ReadingPorts& ports) {
     ExpandResult result;
-    result.code = kFileNotExpanded;
+    result.end = ExpandEnd::NotBegun;
     if (!IsOther(request.image, request.target,
                  request.named.empty() ? request.target : request.named, ports.messages) ||
         !MayMakeFile(request.target, request.replace, ports.messages))
@@ -124,7 +124,7 @@ bool PlainImage::expand(const ReadingPorts& ports) {
         path_ = *kept_;
     }
     isIncomplete_ = result.isIncomplete;
-    return expanded_ || result.code == kFileExpanded;
+    return result.end == ExpandEnd::Done;
 }
 
 }  // namespace vellmark

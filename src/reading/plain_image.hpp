@@ -21,9 +21,9 @@ struct ExpandRequest {
     bool isPassing = false;  ///< the plain image is passed on, and need not outlast a power cut
 };
 
-/// Makes a plain image of a compressed one, whole or not at all. `code` is as `ExpandImageFile` has
-/// it, and `kFileNotExpanded` for a target that is the image itself or cannot be made; all that is
-/// odd has been told.
+/// Makes a plain image of a compressed one, whole or not at all. The result is that of
+/// `ExpandImageFile`, and `NotBegun` for a target that is the image itself or cannot be made; all
+/// that is odd has been told.
 [[nodiscard]] ExpandResult ExpandToFile(const ExpandRequest& request, const ReadingPorts& ports);
 
 class PlainImage {

@@ -77,8 +77,8 @@ std::unique_ptr<Partition> Partition::Open(const PartitionOptions& options, Comm
 
 std::string Partition::closingProblem() {
     const TreeResult flushed = FlushVolume(volume_, clock_);
-    if (!volume_.allocation.unfinished.problem().empty())
-        return volume_.allocation.unfinished.problem();
+    if (const Reason& problem = volume_.allocation.unfinished.problem())
+        return problem.words(Language::English);
     const bool onDevice = access_ == Access::Read || volume_.image->flush();
     if (volume_.image->error() != 0)
         return volume_.image->errorText();

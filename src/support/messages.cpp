@@ -1,6 +1,7 @@
 #include "support/messages.hpp"
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -10,9 +11,9 @@ constexpr int kTextOpenError = 1385;
 
 }  // namespace
 
-void FileOpenError(Messages& messages, std::string_view path, std::string_view reason) {
-    messages.showError(FormatText(kTextOpenError, messages.language(), Printable(path)) + " " +
-                       std::string(reason) + ".");
+void FileOpenError(Messages& messages, std::string_view path, const Reason& reason) {
+    messages.showError(
+        Reason(Sentence::kFileOpenError, Reason::Told(kTextOpenError, Printable(path)), reason));
 }
 
 Answer RememberedAnswer::answer(Messages& messages, std::string_view question) {

@@ -87,8 +87,11 @@ class Messages {
     [[nodiscard]] std::string_view text(int number) const { return Text(number, language()); }
 };
 
-/// Tells that a file could not be opened, and the system's `reason`.
-void FileOpenError(Messages& messages, std::string_view path, std::string_view reason);
+/// Tells that a file could not be opened, and why.
+void FileOpenError(Messages& messages, std::string_view path, const Reason& reason);
+inline void FileOpenError(Messages& messages, std::string_view path, std::string_view reason) {
+    FileOpenError(messages, path, Reason::Plain(std::string(reason)));
+}
 
 /// What is kept of the answers to one question that a batch asks for many items.
 enum class Remembered : int {
@@ -104,8 +107,12 @@ struct RememberedAnswer {
 
     /// The answer for this item: the kept one, else the person's, which is kept when it is for all.
     [[nodiscard]] Answer answer(Messages& messages, std::string_view question);
+    [[nodiscard]] Answer answer(Messages& messages, const Reason& question) {
+        return answer(messages, messages.words(question));
+    }
     /// True for yes to this item or to all.
-    [[nodiscard]] bool ask(Messages& messages, std::string_view question) {
+    template <typename Question>
+    [[nodiscard]] bool ask(Messages& messages, const Question& question) {
         const Answer given = answer(messages, question);
         return given == Answer::Yes || given == Answer::YesToAll;
     }

@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "support/file_lock.hpp"
-#include "support/reason.hpp"
 
 namespace vellmark {
 

@@ -15,6 +15,7 @@
 
 #include "support/byte_source.hpp"
 #include "support/clock.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -108,7 +109,9 @@ class PcFile final : public ByteSource, public ByteSink {
 
     /// The system's number of the first failure, of opening or of a transfer; 0 when all went well.
     [[nodiscard]] int error() const { return error_; }
-    /// That failure in words, "" when there was none.
+    /// That failure as a reason, none when there was none.
+    [[nodiscard]] Reason failure() const { return SystemError{error_}; }
+    /// The same in English.
     [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
     /// Of a file that is only read: whether it is another than when it was opened. Its size and the

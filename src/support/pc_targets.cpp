@@ -15,6 +15,7 @@
 
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -24,9 +25,6 @@ constexpr char32_t kPrivateControls = 0xF000;
 /// What `Utf8ToWide` makes of a byte outside UTF-8.
 constexpr char32_t kFirstByteEscape = 0xDC80;
 constexpr char32_t kLastByteEscape = 0xDCFF;
-
-constexpr std::string_view kSameName =
-    "This run has just written {}: its folder takes the two names for one.";
 
 // Two paths that some file system takes for one have one form: without regard to case, composed,
 // and without the blanks and full stops that the FAT family drops from the end of a name.
@@ -58,8 +56,7 @@ void SetDate(const std::string& path, const std::optional<UnixSeconds>& modified
 }
 
 PcWriting Unwritable(const std::string& path, int error) {
-    return {fmt::format("{} cannot be written: {}.", Printable(path), SystemErrorText(error)),
-            error};
+    return {Reason(Sentence::kCannotBeWritten, Printable(path), SystemError{error}), error};
 }
 
 // A second name of a file that is about to be replaced, to give it back.
@@ -95,10 +92,10 @@ PcWriting WriteSingle(const PcTarget& target, const FillTarget& fill) {
     TargetFile out(target.path, {}, TargetFile::Sweep::No);
     if (!out.file().isOpen())
         return Unwritable(target.path, out.file().error());
-    std::string problem = fill(out.file(), nullptr);
+    Reason problem = fill(out.file(), nullptr);
     if (out.file().error() != 0)
         return Unwritable(target.path, out.file().error());
-    if (!problem.empty())
+    if (problem)
         return {std::move(problem), 0};
     const int error = out.publish(target.replace, false);
     return error != 0 ? Unwritable(target.path, error) : PcWriting{};
@@ -111,12 +108,12 @@ PcWriting WritePair(const PcTarget& target, const FillTarget& fill) {
         return Unwritable(target.path, out.file().error());
     if (!beside.file().isOpen())
         return Unwritable(target.sidecar, beside.file().error());
-    std::string problem = fill(out.file(), &beside.file());
+    Reason problem = fill(out.file(), &beside.file());
     if (out.file().error() != 0)
         return Unwritable(target.path, out.file().error());
     if (beside.file().error() != 0)
         return Unwritable(target.sidecar, beside.file().error());
-    if (!problem.empty())
+    if (problem)
         return {std::move(problem), 0};
     KeptFile older(target.sidecar);
     if (const int error = beside.publish(target.replace, false); error != 0)
@@ -147,9 +144,9 @@ std::string SafePcName(std::string name) {
 PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill) {
     PcWriting writing =
         target.sidecar.empty() ? WriteSingle(target, fill) : WritePair(target, fill);
-    if (writing.problem.empty())
+    if (!writing.problem)
         SetDate(target.path, target.modified);
-    if (writing.problem.empty() && !target.sidecar.empty())
+    if (!writing.problem && !target.sidecar.empty())
         SetDate(target.sidecar, target.modified);
     return writing;
 }
@@ -171,17 +168,17 @@ bool BroughtItems::has(const std::string& path) const {
                        [&](const auto& each) { return AreSameFile(each.second, path); });
 }
 
-std::string PcTargets::refusalOf(const std::string& target) const {
+Reason PcTargets::refusalOf(const std::string& target) const {
     const PcFacts facts = PcFactsOf(target);
     if (facts.kind == PcKind::Folder)
-        return fmt::format("{} is a folder.", Printable(target));
+        return Reason(Sentence::kPcTargetIsFolder, Printable(target));
     if (facts.kind == PcKind::Special)
-        return fmt::format("{} is a pipe, a socket or a device.", Printable(target));
+        return Reason(Sentence::kPcTargetIsSpecial, Printable(target));
     if (brought().has(target))
-        return fmt::format(kSameName, Printable(target));
+        return Reason(Sentence::kPcTargetSameName, Printable(target));
     return AreSameFile(target, protectedPath_)
-               ? fmt::format("{} is the image itself.", Printable(target))
-               : std::string{};
+               ? Reason(Sentence::kPcTargetIsImage, Printable(target))
+               : Reason();
 }
 
 bool PcTargets::exists(const std::string& target) {
@@ -189,16 +186,16 @@ bool PcTargets::exists(const std::string& target) {
     return facts.kind != PcKind::Missing || facts.isLink;
 }
 
-std::string PcTargets::enter(const std::string& folder) {
+Reason PcTargets::enter(const std::string& folder) {
     const bool isMade = ::mkdir(folder.c_str(), 0777) == 0;
     const int error = errno;
     const PcFacts facts = PcFactsOf(folder);
     if (!isMade && facts.isLink)
-        return fmt::format("{} is a symbolic link, which is not followed.", Printable(folder));
+        return Reason(Sentence::kPcTargetIsLink, Printable(folder));
     if (!isMade && (error != EEXIST || facts.kind != PcKind::Folder))
-        return fmt::format("{} cannot be made: {}.", Printable(folder), SystemErrorText(error));
+        return Reason(Sentence::kCannotBeMade, Printable(folder), SystemError{error});
     if (!isMade && brought().has(folder))
-        return fmt::format(kSameName, Printable(folder));
+        return Reason(Sentence::kPcTargetSameName, Printable(folder));
     brought().add(folder);
     if (folders_.empty())
         sweep(FolderOf(folder));
@@ -208,12 +205,12 @@ std::string PcTargets::enter(const std::string& folder) {
     return {};
 }
 
-std::string PcTargets::leave(const std::optional<UnixSeconds>& modified) {
+Reason PcTargets::leave(const std::optional<UnixSeconds>& modified) {
     const OpenFolder left = std::move(folders_.back());
     folders_.pop_back();
     SetDate(left.path, modified);
     const int error = left.hasReplaced ? FlushFolder(left.path) : 0;
-    return error != 0 ? Unwritable(left.path, error).problem : std::string{};
+    return error != 0 ? Unwritable(left.path, error).problem : Reason();
 }
 
 // The run failed anyhow; what it replaced before stays replaced.
@@ -228,7 +225,7 @@ PcWriting PcTargets::write(const PcTarget& target, const FillTarget& fill) {
     if (folders_.empty())
         sweep(FolderOf(target.path));
     PcWriting writing = WritePcTarget(target, fill);
-    if (!writing.problem.empty())
+    if (writing.problem)
         return writing;
     if (target.replace && !folders_.empty())
         folders_.back().hasReplaced = true;

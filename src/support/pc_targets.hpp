@@ -13,6 +13,7 @@
 
 #include "support/clock.hpp"
 #include "support/pc_file.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -32,13 +33,13 @@ struct PcTarget {
 
 /// How writing a target ended.
 struct PcWriting {
-    std::string problem;  ///< a sentence; empty when the target is there
-    int error = 0;        ///< the system's number when a target could not be written
+    Reason problem;  ///< none when the target is there
+    int error = 0;   ///< the system's number when a target could not be written
 };
 
-/// Writes the bytes of a target; a sentence when they cannot be had. A failed transfer to one of
-/// the files needs none.
-using FillTarget = std::function<std::string(PcFile& file, PcFile* sidecar)>;
+/// Writes the bytes of a target; a reason when they cannot be had. A failed transfer to one of the
+/// files needs none.
+using FillTarget = std::function<Reason(PcFile& file, PcFile* sidecar)>;
 
 /// Writes a target under temporary names and publishes it. Whatever fails before, older files of
 /// its names stay as they were.
@@ -73,17 +74,17 @@ class PcTargets {
         return folders_.back().names.insert(name).second;
     }
 
-    /// Why no file can be written there, whether or not one may be replaced; empty for none. What
+    /// Why no file can be written there, whether or not one may be replaced. What
     /// this run has brought is never replaced.
-    [[nodiscard]] std::string refusalOf(const std::string& target) const;
+    [[nodiscard]] Reason refusalOf(const std::string& target) const;
     /// Something has that name already.
     [[nodiscard]] static bool exists(const std::string& target);
 
     /// Makes a folder, or takes one that is there and was not brought by this run, and goes into
-    /// it; a sentence when that fails. A symbolic link is not followed: it could lead anywhere.
-    [[nodiscard]] std::string enter(const std::string& folder);
-    /// Goes back out of it and gives it its date; a sentence when names in it may not be kept.
-    [[nodiscard]] std::string leave(const std::optional<UnixSeconds>& modified);
+    /// it; a reason when that fails. A symbolic link is not followed: it could lead anywhere.
+    [[nodiscard]] Reason enter(const std::string& folder);
+    /// Goes back out of it and gives it its date; a reason when names in it may not be kept.
+    [[nodiscard]] Reason leave(const std::optional<UnixSeconds>& modified);
     /// Path of the folder that is being filled.
     [[nodiscard]] const std::string& folder() const { return folders_.back().path; }
     /// Forgets the folders that were not left.

@@ -38,7 +38,10 @@ Operand::Operand(Sentence sentence) : Operand(Reason(sentence)) {}
 
 Operand::Operand(Reason reason) : value_(std::make_shared<const Reason>(std::move(reason))) {}
 
-Reason::Reason(SystemError error) : sentence_(Sentence::kOnlyOperand), operands_{Operand(error)} {}
+Reason::Reason(SystemError error) {
+    if (error.number != 0)
+        *this = Reason(Sentence::kOnlyOperand, error);
+}
 
 Reason Reason::Joined(std::vector<Reason> parts, std::string_view separator) {
     Reason joined;

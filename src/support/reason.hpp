@@ -70,6 +70,7 @@ class Reason {
     template <typename... Operands>
     requires(sizeof...(Operands) > 0) explicit Reason(Sentence sentence, Operands&&... operands)
         : sentence_(sentence), operands_{Operand(std::forward<Operands>(operands))...} {}
+    /// None for an error number of 0.
     Reason(SystemError error);
     Reason(ToldText text) : told_(text.number) {}
     /// A numbered text with its operands.

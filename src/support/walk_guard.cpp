@@ -1,10 +1,9 @@
 #include "support/walk_guard.hpp"
 
-#include <fmt/core.h>
-
 #include <iterator>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -31,38 +30,28 @@ bool SeenBytes::add(std::uint64_t offset, std::uint64_t count) {
     return true;
 }
 
-std::string WalkGuard::refuseEntry() {
+Reason WalkGuard::refuseEntry() {
     if (refused_ > kMostRefused)
-        return fmt::format(
-            "More than {} folders of the tree cannot be entered; the rest is left "
-            "out.",
-            kMostRefused);
-    if (++entries_ <= mostEntries_)
-        return {};
-    return fmt::format("The tree has more than {} entries; the rest is left out.", mostEntries_);
+        return Reason(Sentence::kWalkTooManyRefused, kMostRefused);
+    return ++entries_ <= mostEntries_ ? Reason()
+                                      : Reason(Sentence::kWalkTooManyEntries, mostEntries_);
 }
 
-std::string WalkGuard::refuseFolder(std::uint64_t id, std::string_view path, std::size_t level) {
+Reason WalkGuard::refuseFolder(std::uint64_t id, std::string_view path, std::size_t level) {
     if (level > kMostLevels)
-        return refuse(fmt::format("The folder {} lies more than {} levels deep and is left out.",
-                                  Printable(path), kMostLevels));
-    if (!entered_.insert(id).second)
-        return refuse(fmt::format(
-            "The folder {} is in the tree a second time and is left out there.", Printable(path)));
-    return {};
+        return refuse(Reason(Sentence::kWalkTooDeep, Printable(path), kMostLevels));
+    return entered_.insert(id).second ? Reason()
+                                      : refuse(Reason(Sentence::kWalkTwice, Printable(path)));
 }
 
-std::string WalkGuard::refuseBytes(std::uint64_t offset, std::uint64_t count,
-                                   std::string_view path) {
-    if (seen_.add(offset, count))
-        return {};
-    return refuse(fmt::format("The folder {} lies in bytes of another folder and is left out.",
-                              Printable(path)));
+Reason WalkGuard::refuseBytes(std::uint64_t offset, std::uint64_t count, std::string_view path) {
+    return seen_.add(offset, count) ? Reason()
+                                    : refuse(Reason(Sentence::kWalkOverlap, Printable(path)));
 }
 
-std::string WalkGuard::refuse(std::string sentence) {
+Reason WalkGuard::refuse(Reason reason) {
     ++refused_;
-    return sentence;
+    return reason;
 }
 
 }  // namespace vellmark

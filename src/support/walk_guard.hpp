@@ -7,8 +7,9 @@
 #include <cstdint>
 #include <map>
 #include <set>
-#include <string>
 #include <string_view>
+
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -36,19 +37,18 @@ class WalkGuard {
     explicit WalkGuard(std::uint64_t start, std::uint64_t mostEntries = kMostEntries)
         : mostEntries_(mostEntries), entered_{start} {}
 
-    /// Counts an entry: empty, or a sentence when the walk is to end here.
-    [[nodiscard]] std::string refuseEntry();
-    /// Notes a folder: empty, or a sentence when it is not to be entered. `level` is 1 for a folder
+    /// Counts an entry: a reason when the walk is to end here.
+    [[nodiscard]] Reason refuseEntry();
+    /// Notes a folder: a reason when it is not to be entered. `level` is 1 for a folder
     /// in the first one.
-    [[nodiscard]] std::string refuseFolder(std::uint64_t id, std::string_view path,
-                                           std::size_t level);
-    /// Notes the bytes that a folder lies in, where they are known: empty, or a sentence when some
-    /// of them were those of another one. Folders that overlap are more than any walk could end.
-    [[nodiscard]] std::string refuseBytes(std::uint64_t offset, std::uint64_t count,
-                                          std::string_view path);
+    [[nodiscard]] Reason refuseFolder(std::uint64_t id, std::string_view path, std::size_t level);
+    /// Notes the bytes that a folder lies in, where they are known: a reason when some of
+    /// them were those of another one. Folders that overlap are more than any walk could end.
+    [[nodiscard]] Reason refuseBytes(std::uint64_t offset, std::uint64_t count,
+                                     std::string_view path);
 
   private:
-    [[nodiscard]] std::string refuse(std::string sentence);
+    [[nodiscard]] Reason refuse(Reason reason);
 
     std::uint64_t mostEntries_;
     std::uint64_t entries_ = 0;

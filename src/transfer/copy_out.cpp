@@ -31,7 +31,8 @@ std::string Shown(const std::string& path) {
     return path.empty() ? "/" : Printable(path);
 }
 
-CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, std::string_view reason) {
+template <typename Words>
+CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, const Words& reason) {
     ++batch.itemsLeftOut;
     batch.messages.itemSkipped(Shown(path), reason);
     return CopyOutResult::LeftOut;
@@ -87,8 +88,7 @@ std::optional<CopyOutResult> RefuseExisting(CopyOut& batch, const std::string& p
 std::optional<CopyOutResult> RefuseTargets(CopyOut& batch, const std::string& path,
                                            const std::string& target, const std::string& sidecar) {
     for (const std::string& made : {target, sidecar})
-        if (const std::string refusal = batch.targets.refusalOf(made);
-            !made.empty() && !refusal.empty())
+        if (const Reason refusal = batch.targets.refusalOf(made); !made.empty() && refusal)
             return LeaveOut(batch, path, refusal);
     if (batch.options.existing == ExistingFiles::Replace)
         return std::nullopt;
@@ -150,13 +150,13 @@ CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::stri
     const bool replaces = PcTargets::exists(target) || PcTargets::exists(sidecar);
     const PcTarget pcTarget{target, sidecar, replaces, GivenDate(file.modified)};
     const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
-        return FormProblem(form.write(out, beside));
+        return Reason::Plain(FormProblem(form.write(out, beside)));
     });
     if (form.stopped())
         return CopyOutResult::Stopped;
     if (writing.error == ENOSPC || writing.error == EDQUOT)
         return EndWithoutRoom(batch);
-    if (!writing.problem.empty())
+    if (writing.problem)
         return LeaveOut(batch, path, writing.problem);
     TellCompressed(batch, file, path);
     return batch.progress.fileEnd(0) ? CopyOutResult::Done : CopyOutResult::Stopped;
@@ -191,8 +191,8 @@ CopyOutResult FolderCopier::copyContents(const CatalogItem& folder, const std::s
         TellDamage(batch_, CatalogProblem(listed, path.empty() ? "in the root folder"
                                                                : "in the folder " + Shown(path)));
     for (CatalogItem& item : items) {
-        if (const std::string end = guard_.refuseEntry(); !end.empty()) {
-            TellDamage(batch_, end);
+        if (const Reason end = guard_.refuseEntry()) {
+            TellDamage(batch_, batch_.messages.words(end));
             return CopyOutResult::BatchEnds;
         }
         const CatalogItem child = batch_.links.resolve(std::move(item));
@@ -225,18 +225,18 @@ CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string
 
 CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::string& path,
                                        const std::string& target, std::size_t level) {
-    if (const std::string refusal = guard_.refuseFolder(folder.id, path, level); !refusal.empty()) {
-        TellDamage(batch_, refusal);
+    if (const Reason refusal = guard_.refuseFolder(folder.id, path, level)) {
+        TellDamage(batch_, batch_.messages.words(refusal));
         return CopyOutResult::LeftOut;
     }
-    if (const std::string problem = batch_.targets.enter(target); !problem.empty())
+    if (const Reason problem = batch_.targets.enter(target))
         return LeaveOut(batch_, path, problem);
     batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Shown(path), Printable(target)));
     const CopyOutResult result = copyContents(folder, path, level);
     if (EndsWalk(result))
         return result;
-    const std::string problem = batch_.targets.leave(GivenDate(folder.modified));
-    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch_, path, problem);
+    const Reason problem = batch_.targets.leave(GivenDate(folder.modified));
+    return problem ? LeaveOut(batch_, path, problem) : CopyOutResult::Done;
 }
 
 }  // namespace
@@ -291,7 +291,7 @@ CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::st
 
 CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std::string& path,
                             const std::string& target) {
-    if (const std::string problem = batch.targets.enter(target); !problem.empty())
+    if (const Reason problem = batch.targets.enter(target))
         return LeaveOut(batch, path, problem);
     batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
     const CopyOutResult result = FolderCopier(batch, folder.id).copyContents(folder, path, 0);
@@ -299,8 +299,8 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
         batch.targets.abandonFolders();
         return result;
     }
-    const std::string problem = batch.targets.leave(GivenDate(folder.modified));
-    return problem.empty() ? CopyOutResult::Done : LeaveOut(batch, path, problem);
+    const Reason problem = batch.targets.leave(GivenDate(folder.modified));
+    return problem ? LeaveOut(batch, path, problem) : CopyOutResult::Done;
 }
 
 CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std::string& path,

@@ -104,13 +104,13 @@ EditResult FolderDeleter::deleteChild(const CatalogItem& child, std::size_t leve
     context_.progress.text(FormatText(kTextDeletion, context_.messages.language(), child.name));
     if (!context_.progress.chunk(0))
         return EditResult::Stopped;
-    if (!guard_.refuseEntry().empty())
+    if (guard_.refuseEntry())
         return EditResult::Damaged;
     if (!child.isFolder)
         return DeleteFile(volume_, child.parentId, child.catalogName);
-    return guard_.refuseFolder(child.id, child.name, level).empty()
-               ? deleteFolder(child.parentId, child.catalogName, child.id, level)
-               : EditResult::Damaged;
+    return guard_.refuseFolder(child.id, child.name, level)
+               ? EditResult::Damaged
+               : deleteFolder(child.parentId, child.catalogName, child.id, level);
 }
 
 // Whether a folder may go: an empty one, or one that the user agrees to.

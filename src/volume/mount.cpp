@@ -221,8 +221,8 @@ bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint6
 std::string MountProblem(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (volume.image->size() == 0)
         return std::string(messages.text(kTextEmptyFile));
-    if (std::string refusal = ImageRefusal(*volume.image); !refusal.empty())
-        return refusal;
+    if (const Reason refusal = ImageRefusal(*volume.image))
+        return messages.words(refusal);
     if (request.partition) {
         std::vector<PartitionEntry> partitions;
         (void)ScanMedium(volume, partitions, &messages);
@@ -251,7 +251,7 @@ bool OpenFile(VolumeContext& volume, const std::string& path, Access access, Mes
         return refuse(access == Access::Read ? "is being changed by another process"
                                              : "is being used by another process");
     if (opening.result == OpenResult::Failed) {
-        FileOpenError(messages, path, SystemErrorText(opening.systemError));
+        FileOpenError(messages, path, SystemError{opening.systemError});
         return false;
     }
     return true;

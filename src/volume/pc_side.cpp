@@ -77,7 +77,7 @@ void FindPcSide(VolumeContext& volume) {
         return;
     const IsoCoverage coverage = CoverIso(*volume.image);
     volume.pcSide = BlocksIn(volume, coverage.ranges);
-    if (!coverage.problem.empty())
+    if (!coverage.isWhole)
         volume.readOnlyReasons.add(ReadOnlyReason::PcSideUnknown);
     else if (SharesStructures(volume, coverage.ranges))
         volume.readOnlyReasons.add(ReadOnlyReason::PcSideShared);

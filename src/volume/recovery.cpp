@@ -70,7 +70,7 @@ void ShowInterrupted(const InterruptedChange& change) {
             change.messages.showTimedMessage(fmt::format(
                 "{}: a change may have been interrupted, and what is shown may be older, or only a "
                 "part of it: {} cannot be used: {}.",
-                change.name, log, change.found.problem));
+                change.name, log, change.messages.words(change.found.problem)));
             break;
     }
 }
@@ -104,7 +104,7 @@ bool Settle(const InterruptedChange& change) {
             "{} is not changed: a change of it may have been interrupted, and {}, which would "
             "complete it, cannot be used: {}. Mend that, or move the file elsewhere to do without "
             "it.",
-            change.name, log, change.found.problem));
+            change.name, log, change.messages.words(change.found.problem)));
         return false;
     }
     const std::string aside = PutRedoLogAside(change.found.path);

@@ -90,16 +90,16 @@ TEST(SectorRuns, TakeEachSectorOnceAndNotTooManyRuns) {
             const auto begin = taken.begin() + static_cast<std::ptrdiff_t>(first);
             const auto end = begin + static_cast<std::ptrdiff_t>(count);
             const bool isFree = std::find(begin, end, true) == end;
-            EXPECT_EQ(runs.add(first, count).empty(), isFree) << first << '+' << count;
+            EXPECT_EQ(runs.add(first, count).isNone(), isFree) << first << '+' << count;
             if (isFree)
                 std::fill(begin, end, true);
         }
     }
     SectorRuns scattered;
     for (std::uint64_t i = 0; i < 65536; ++i)
-        ASSERT_EQ(scattered.add(2 * i, 1), "");
-    EXPECT_NE(scattered.add(1 << 20, 1), "");
-    EXPECT_EQ(scattered.add(1, 1), "") << "joins two of them";
+        ASSERT_FALSE(scattered.add(2 * i, 1));
+    EXPECT_TRUE(scattered.add(1 << 20, 1));
+    EXPECT_FALSE(scattered.add(1, 1)) << "joins two of them";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "IO/disk_image.hpp"
 #include "IO/disk_image_codecs.hpp"
 #include "IO/disk_image_maker.hpp"
+#include "support/words.hpp"
 
 namespace vellmark {
 namespace {
@@ -74,8 +75,8 @@ TEST(ExpandImage, EveryKindOfBlockInSeveralTablesWithAnyNumberOfThreads) {
         }
         for (const unsigned threads : {1U, 2U, 4U}) {
             const Expanded expanded = Expand(maker.make(), {.verify = true, .threads = threads});
-            EXPECT_EQ(expanded.result.code, 0) << expanded.result.problem;
-            EXPECT_EQ(expanded.result.remark, "");
+            EXPECT_EQ(expanded.result.end, ExpandEnd::Done) << expanded.result.problem;
+            EXPECT_FALSE(expanded.result.remark);
             EXPECT_EQ(expanded.result.checksumsCompared, 5);
             EXPECT_TRUE(expanded.plain == expected) << told << threads;
         }
@@ -90,7 +91,7 @@ TEST(ExpandImage, BlocksLongerThanTheMemoryGoByInPieces) {
                      BlockOf(kZlibBlock, Sectors(2, 2))},
                     ImageMaker::Crc(Sectors(1, 1) + plain + Sectors(2, 2)));
         const Expanded expanded = Expand(maker.make(), {.verify = true});
-        EXPECT_EQ(expanded.result.code, 0) << expanded.result.problem;
+        EXPECT_EQ(expanded.result.end, ExpandEnd::Done) << expanded.result.problem;
         EXPECT_TRUE(expanded.plain == Sectors(1, 1) + plain + Sectors(2, 2)) << type;
     }
 }
@@ -126,138 +127,145 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
     using Make = std::function<void(ImageMaker&)>;
     struct Case {
         std::string_view name;
-        std::int64_t code;
-        std::size_t size;  // of the plain image, where the code is 0
+        ExpandEnd end;
+        std::size_t size;  // of the plain image, where it is done
         std::string_view words;
         Make make;
     };
+    constexpr ExpandEnd kDone = ExpandEnd::Done;
+    constexpr ExpandEnd kFailed = ExpandEnd::Failed;
     const auto unsized = [](ImageMaker& m) { m.sectorCount = 0; };
     const Case cases[] = {
-        {"an end mark alone", 0, 0, "", [&](ImageMaker& m) { m.table({}); }},
-        {"no table at all", -1, 0, "holds no block table", [&](ImageMaker&) {}},
-        {"none, where the sectors are counted", -1, 0, "holds no block table",
+        {"an end mark alone", kDone, 0, "", [&](ImageMaker& m) { m.table({}); }},
+        {"no table at all", kFailed, 0, "holds no block table", [&](ImageMaker&) {}},
+        {"none, where the sectors are counted", kFailed, 0, "holds no block table",
          [&](ImageMaker& m) {
              m.sectorCount = 9;
              m.section("");
          }},
-        {"none that the version allows", -1, 0, "allows no block table",
+        {"none that the version allows", kFailed, 0, "allows no block table",
          [&](ImageMaker& m) {
              unsized(m);
              m.version = 0;
              m.table({good});
          }},
-        {"a stream of nothing", 0, 2048, "",
+        {"a stream of nothing", kDone, 2048, "",
          [&](ImageMaker& m) {
              m.table({{kZlibBlock, 0}, {kBzip2Block, 0}, good, {kLzmaBlock, 0}});
          }},
-        {"the version caps the tables", 0, 2048, "",
+        {"the version caps the tables", kDone, 2048, "",
          [&](ImageMaker& m) {
              unsized(m);
              m.version = 1;
              m.table({good}).table({BlockOf(kZlibBlock, two)});
          }},
-        {"an empty section ends them", 0, 2048, "",
+        {"an empty section ends them", kDone, 2048, "",
          [&](ImageMaker& m) {
              unsized(m);
              m.table({good}).section("").table({good});
          }},
-        {"another section", -1, 0, "Section 2 of its property list is no block table",
+        {"another section", kFailed, 0, "Section 2 of its property list is no block table",
          [&](ImageMaker& m) {
              unsized(m);
              m.table({good}).section("Zm9yayBvZiBhIHJlc291cmNl").table({good});
          }},
-        {"a section that does not end", 0, 2048, "",
+        {"a section that does not end", kDone, 2048, "",
          [&](ImageMaker& m) {
              m.table({good});
              m.section("");
          }},
-        {"an unknown type", 0x80000003, 0, "lock 2 of table 1 is of a type that is not known (8",
+        {"an unknown type", kFailed, 0, "lock 2 of table 1 is of a type that is not known (8",
          [&](ImageMaker& m) {
              m.table({good, {0x80000003, 1}});
          }},
-        {"LZFSE", 0x80000007, 0, "compressed with LZFSE",
+        {"LZFSE", kFailed, 0, "compressed with LZFSE",
          [&](ImageMaker& m) {
              m.table({good, {0x80000007, 1}});
          }},
-        {"a table without its end mark", -1, 0, "Table 1 ends without an end mark, behind 1 bl",
+        {"a table without its end mark", kFailed, 0,
+         "Table 1 ends without an end mark, behind 1 bl",
          [&](ImageMaker& m) { m.table({good}, 0, false); }},
-        {"zlib, damaged", Z_DATA_ERROR, 0, "block 2 of table 1 (zlib): its compressed data is dam",
+        {"zlib, damaged", kFailed, 0, "block 2 of table 1 (zlib): its compressed data is dam",
          [&](ImageMaker& m) {
              m.table({good, block(kZlibBlock, two, damage)});
          }},
-        {"zlib, cut", Z_BUF_ERROR, 0, "block 1 of table 1 (zlib): its compressed data is cut",
+        {"zlib, cut", kFailed, 0, "block 1 of table 1 (zlib): its compressed data is cut",
          [&](ImageMaker& m) { m.table({block(kZlibBlock, two, cut)}); }},
-        {"zlib, too long", Z_DATA_ERROR, 0, "expands to more than it says",
+        {"zlib, too long", kFailed, 0, "expands to more than it says",
          [&](ImageMaker& m) { m.table({block(kZlibBlock, two, smaller)}); }},
-        {"zlib, short", 0, 2560, "Fewer bytes than they say",
+        {"zlib, short", kDone, 2560, "Fewer bytes than they say",
          [&](ImageMaker& m) { m.table({block(kZlibBlock, two, larger)}); }},
-        {"bzip2, damaged", -1, 0, "table 2 (bzip2): its compressed data is damaged",
+        {"bzip2, damaged", kFailed, 0, "table 2 (bzip2): its compressed data is damaged",
          [&](ImageMaker& m) { m.table({good}).table({block(kBzip2Block, two, damage)}); }},
-        {"bzip2, cut", -1, 0, "cut short",
+        {"bzip2, cut", kFailed, 0, "cut short",
          [&](ImageMaker& m) { m.table({block(kBzip2Block, two, cut)}); }},
-        {"bzip2, too long", -1, 0, "expands to more",
+        {"bzip2, too long", kFailed, 0, "expands to more",
          [&](ImageMaker& m) { m.table({block(kBzip2Block, two, smaller)}); }},
-        {"LZMA, damaged", -1, 0, "(LZMA): its compressed data is damaged",
+        {"LZMA, damaged", kFailed, 0, "(LZMA): its compressed data is damaged",
          [&](ImageMaker& m) { m.table({block(kLzmaBlock, two, damage)}); }},
-        {"LZMA, cut", -1, 0, "cut short",
+        {"LZMA, cut", kFailed, 0, "cut short",
          [&](ImageMaker& m) { m.table({block(kLzmaBlock, two, cut)}); }},
-        {"ADC, cut", -1, 0, "(Apple Data Compression): its compressed data is cut",
+        {"ADC, cut", kFailed, 0, "(Apple Data Compression): its compressed data is cut",
          [&](ImageMaker& m) { m.table({block(kAdcBlock, two, cut)}); }},
-        {"ADC, too long", -1, 0, "expands to more",
+        {"ADC, too long", kFailed, 0, "expands to more",
          [&](ImageMaker& m) { m.table({block(kAdcBlock, two, smaller)}); }},
-        {"stored bytes outside the file", -1, 0, "block 1 of table 1 (zlib): its data lies outside",
+        {"stored bytes outside the file", kFailed, 0,
+         "block 1 of table 1 (zlib): its data lies outside",
          [&](ImageMaker& m) {
              m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.offset = ~0ULL - 9; })});
          }},
-        {"more stored bytes than the file has", -1, 0, "its data lies outside",
+        {"more stored bytes than the file has", kFailed, 0, "its data lies outside",
          [&](ImageMaker& m) {
              m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.length = 1ULL << 32; })});
          }},
-        {"a raw block that the file does not hold", -1, 0, "(raw): its data lies outside",
+        {"a raw block that the file does not hold", kFailed, 0, "(raw): its data lies outside",
          [&](ImageMaker& m) {
              m.table({block(kRawBlock, one, [](MadeBlock& b) { b.sectors = 1 << 20; })});
          }},
-        {"a position outside the image", -1, 0, "goes beyond the 4 sectors",
+        {"a position outside the image", kFailed, 0, "goes beyond the 4 sectors",
          [&](ImageMaker& m) {
              m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.position = ~0ULL - 1; })});
          }},
-        {"a block over the end of another", -1, 0, "block 2 of table 1 (zlib): it goes where an ea",
+        {"a block over the end of another", kFailed, 0,
+         "block 2 of table 1 (zlib): it goes where an ea",
          [&](ImageMaker& m) {
              m.sectorCount = 9;
              m.table({good, block(kZlibBlock, two, [](MadeBlock& b) { b.position = 3; })});
          }},
-        {"zeros over the start of a block of another table", -1, 0, "block 1 of table 2 (zeros): i",
+        {"zeros over the start of a block of another table", kFailed, 0,
+         "block 1 of table 2 (zeros): i",
          [&](ImageMaker& m) {
              m.sectorCount = 9;
              m.table({block(kZlibBlock, one, [](MadeBlock& b) { b.position = 5; })});
              m.table({{kZeroBlock, 4}});
          }},
-        {"more sectors than fit 64 bits", -1, 0, "more sectors than any disk has",
+        {"more sectors than fit 64 bits", kFailed, 0, "more sectors than any disk has",
          [&](ImageMaker& m) {
              unsized(m);
              m.table({good, {kZeroBlock, ~0ULL}});
          }},
-        {"a count that no disk has", -1, 0, "more sectors than any disk has",
+        {"a count that no disk has", kFailed, 0, "more sectors than any disk has",
          [&](ImageMaker& m) {
              m.sectorCount = 1ULL << 60;
              m.table({good});
          }},
-        {"tables that leave something out", 0, 5120, "leave out 6 of its 10 sectors",
+        {"tables that leave something out", kDone, 5120, "leave out 6 of its 10 sectors",
          [&](ImageMaker& m) {
              m.sectorCount = 10;
              m.table({good});
          }},
-        {"a count that no file has where blocks end before", 0, 2048, "leave out 4503599627370492",
+        {"a count that no file has where blocks end before", kDone, 2048,
+         "leave out 4503599627370492",
          [&](ImageMaker& m) {
              m.sectorCount = 1ULL << 52;
              m.table({good});
          }},
-        {"a list outside the file", -1, 0, "property list outside the file",
+        {"a list outside the file", kFailed, 0, "property list outside the file",
          [&](ImageMaker& m) {
              m.table({good});
              m.listLengthLie = 1ULL << 40;
          }},
-        {"a list elsewhere", -1, 0, "does not stand directly behind its data",
+        {"a list elsewhere", kFailed, 0, "does not stand directly behind its data",
          [&](ImageMaker& m) {
              m.table({good});
              m.dataLengthLie = 1;
@@ -268,18 +276,18 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         c.make(maker);
         for (const unsigned threads : {1U, 4U}) {
             const Expanded expanded = Expand(maker.make(), {.threads = threads});
-            EXPECT_EQ(expanded.result.code, c.code) << c.name << ": " << expanded.result.problem;
-            const std::string said = expanded.result.problem + expanded.result.remark;
+            EXPECT_EQ(expanded.result.end, c.end) << c.name << ": " << expanded.result.problem;
+            const std::string said = Words(expanded.result.problem) + Words(expanded.result.remark);
             EXPECT_NE(said.find(c.words), said.npos) << c.name << ": " << said;
             EXPECT_EQ(said.empty(), c.words.empty()) << c.name << ": " << said;
-            if (c.code == 0) {
+            if (c.end == kDone) {
                 EXPECT_EQ(expanded.plain.size(), c.size) << c.name;
                 EXPECT_EQ(expanded.result.sizeBytes, c.size) << c.name;
             }
         }
     }
-    EXPECT_EQ(Expand(Bytes(4096, 'x')).result.code, -1);
-    EXPECT_EQ(Expand({}).result.code, -1);
+    EXPECT_EQ(Expand(Bytes(4096, 'x')).result.end, kFailed);
+    EXPECT_EQ(Expand({}).result.end, kFailed);
 }
 
 TEST(ExpandImage, TheFirstWrongBlockIsToldWhateverTheThreadsDo) {
@@ -295,8 +303,9 @@ TEST(ExpandImage, TheFirstWrongBlockIsToldWhateverTheThreadsDo) {
     maker.table(blocks);
     for (int turn = 0; turn < 8; ++turn) {
         const ExpandResult result = Expand(maker.make(), {.threads = 4}).result;
-        EXPECT_EQ(result.code, Z_DATA_ERROR);
-        EXPECT_NE(result.problem.find("block 18 of table 1"), std::string::npos) << result.problem;
+        EXPECT_EQ(result.end, ExpandEnd::Failed);
+        EXPECT_NE(Words(result.problem).find("block 18 of table 1"), std::string::npos)
+            << result.problem;
     }
 }
 
@@ -312,10 +321,10 @@ TEST(ExpandImage, ChecksumsAreComparedOnRequestAlone) {
                                                         {wrongData, "of its stored data"},
                                                         {wrongMaster, "the checksums of its tab"}};
     for (const auto& [image, words] : cases) {
-        EXPECT_EQ(Expand(image).result.code, 0);
+        EXPECT_EQ(Expand(image).result.end, ExpandEnd::Done);
         const ExpandResult result = Expand(image, {.verify = true}).result;
-        EXPECT_EQ(result.code, kExpansionFailed) << words;
-        EXPECT_NE(result.problem.find(words), std::string::npos) << result.problem;
+        EXPECT_EQ(result.end, ExpandEnd::Failed) << words;
+        EXPECT_NE(Words(result.problem).find(words), std::string::npos) << result.problem;
     }
 }
 
@@ -362,7 +371,7 @@ TEST(ExpandImage, DamageAnywhereGivesAResultAndNeverMoreThanTheImageSays) {
         for (unsigned i = 0; i < 1 + random() % 4; ++i)
             image[random() % image.size()] = static_cast<std::uint8_t>(random());
         const Expanded expanded = Expand(image, {.threads = 2});
-        EXPECT_EQ(expanded.result.code != 0, !expanded.result.problem.empty());
+        EXPECT_EQ(expanded.result.end != ExpandEnd::Done, !expanded.result.problem.isNone());
         // A damaged count may tell of none, or of more.
         be64 told;
         std::copy_n(image.end() - 20, sizeof told, reinterpret_cast<std::uint8_t*>(&told));
@@ -380,8 +389,7 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
     for (const int stopAt : {1, 7, 20}) {
         RecordedProgress progress(stopAt);
         const ExpandResult result = ExpandImageFile(in, out, progress);
-        EXPECT_TRUE(result.isStopped);
-        EXPECT_EQ(result.code, kExpansionFailed);
+        EXPECT_EQ(result.end, ExpandEnd::Stopped);
         EXPECT_EQ(ReadFile(out), BytesOf("older"));
     }
     // Before any block: a list of many tables that hold nothing.
@@ -390,14 +398,14 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
         empty.table({});
     empty.sectorCount = 1;
     const ExpandResult stopped = Expand(empty.make(), {}, 10).result;
-    EXPECT_TRUE(stopped.isStopped) << stopped.problem;
+    EXPECT_EQ(stopped.end, ExpandEnd::Stopped) << stopped.problem;
 
     MemoryBytes source(ReadFile(in));
     RecordedProgress progress;
     PcFile full("/dev/full", PcFile::Mode::ReadWrite);
     const ExpandResult result = ExpandImage(source, full, progress);
-    EXPECT_EQ(result.code, kExpansionFailed);
-    EXPECT_NE(result.problem.find("cannot be written: No space left"), std::string::npos);
+    EXPECT_EQ(result.end, ExpandEnd::Failed);
+    EXPECT_NE(Words(result.problem).find("cannot be written: No space left"), std::string::npos);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 

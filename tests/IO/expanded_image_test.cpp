@@ -5,13 +5,14 @@
 
 #include "IO/disk_image_maker.hpp"
 #include "IO/expanded_image.hpp"
+#include "support/words.hpp"
 
 namespace vellmark {
 namespace {
 
 using namespace testing;  // NOLINT(google-build-using-namespace)
 
-TEST(ExpandImageFile, GivesTheCodesThatItsCallersKnow) {
+TEST(ExpandImageFile, EndsAsItsCallersKnow) {
     const TemporaryFolder folder;
     const std::string out = folder.path() + "/out.img";
     Bytes boot(1024);
@@ -26,27 +27,25 @@ TEST(ExpandImageFile, GivesTheCodesThatItsCallersKnow) {
     // The trailer is that of a disk image inside the disk.
     Bytes disk = protective;
     disk.insert(disk.end(), good.begin(), good.end());
-    const std::pair<Bytes, std::int64_t> cases[] = {{Bytes(2048), kFileNotExpanded},
-                                                    {BytesOf("sprs"), kExpansionFailed},
-                                                    {protective, 6},
-                                                    {boot, 7},
-                                                    {Bytes(2048, 'x'), -1},
-                                                    {disk, 6},
-                                                    {rawFirst, kFileExpanded},
-                                                    {good, kFileExpanded}};
+    const std::pair<Bytes, ExpandEnd> cases[] = {
+        {Bytes(2048), ExpandEnd::NotBegun},    {BytesOf("sprs"), ExpandEnd::Failed},
+        {protective, ExpandEnd::Failed},       {boot, ExpandEnd::Failed},
+        {Bytes(2048, 'x'), ExpandEnd::Failed}, {disk, ExpandEnd::Failed},
+        {rawFirst, ExpandEnd::Done},           {good, ExpandEnd::Done}};
     RecordedProgress progress;
-    for (const auto& [bytes, code] : cases) {
+    for (const auto& [bytes, end] : cases) {
         const std::string in = MakeFile(folder, "in", bytes);
         const ExpandResult result = ExpandImageFile(in, out, progress);
-        EXPECT_EQ(result.code, code);
-        EXPECT_EQ(result.problem.starts_with(in), code != kFileExpanded) << result.problem;
-        EXPECT_EQ(std::filesystem::remove(out), code == kFileExpanded);
+        EXPECT_EQ(result.end, end);
+        EXPECT_EQ(Words(result.problem).starts_with(in), end != ExpandEnd::Done) << result.problem;
+        EXPECT_EQ(std::filesystem::remove(out), end == ExpandEnd::Done);
     }
     const ExpandResult nameless = ExpandImageFile("", out, progress);
-    EXPECT_EQ(nameless.code, kFileNotExpanded);
-    EXPECT_EQ(nameless.problem, "The image to expand needs a name.");
-    EXPECT_EQ(ExpandImageFile(folder.path() + "/none", out, progress).code, kFileNotExpanded);
-    EXPECT_EQ(ExpandImageFile(folder.path() + "/in", "/none/out", progress).code, kFileNotExpanded);
+    EXPECT_EQ(nameless.end, ExpandEnd::NotBegun);
+    EXPECT_EQ(Words(nameless.problem), "The image to expand needs a name.");
+    EXPECT_EQ(ExpandImageFile(folder.path() + "/none", out, progress).end, ExpandEnd::NotBegun);
+    EXPECT_EQ(ExpandImageFile(folder.path() + "/in", "/none/out", progress).end,
+              ExpandEnd::NotBegun);
 }
 
 TEST(ExpandedImage, IsReadByItsPathAndHasNoName) {
@@ -61,7 +60,7 @@ TEST(ExpandedImage, IsReadByItsPathAndHasNoName) {
     EXPECT_NE(std::filesystem::read_symlink(image->path()).string().find("(deleted)"),
               std::string::npos);
     EXPECT_FALSE(ExpandedImage::Open(folder.path(), progress, result));
-    EXPECT_NE(result.problem, "");
+    EXPECT_TRUE(result.problem);
 }
 
 }  // namespace

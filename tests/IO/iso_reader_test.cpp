@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "IO/iso_image.hpp"
+#include "support/words.hpp"
 
 namespace vellmark {
 namespace {
@@ -23,11 +24,11 @@ std::vector<std::string> NamesOf(const std::vector<IsoEntry>& entries) {
     return names;
 }
 
-// The disc and its reader, and the last sentence of an error.
+// The disc and its reader.
 struct Disc {
     explicit Disc(Bytes bytes) : image(std::move(bytes)), reader(IsoReader::Open(image)) {}
-    std::optional<std::vector<IsoEntry>> listRoot(IsoTree tree = IsoTree::Iso) {
-        return reader->list(tree, reader->root(tree), error);
+    Result<std::vector<IsoEntry>> listRoot(IsoTree tree = IsoTree::Iso) {
+        return reader->list(tree, reader->root(tree));
     }
     std::string read(const IsoEntry& entry) {
         IsoFileSource source(image, entry);
@@ -37,7 +38,6 @@ struct Disc {
     }
     MemoryBytes image;
     std::optional<IsoReader> reader;
-    std::string error;
 };
 
 TEST(IsoReader, TellsWhatTheDescriptorsSay) {
@@ -85,7 +85,7 @@ TEST(IsoReader, NeedsAPrimaryDescriptor) {
 TEST(IsoReader, ListsAFolderInTheOrderOfTheDisc) {
     Disc disc(SmallDisc());
     const auto entries = disc.listRoot();
-    ASSERT_TRUE(entries) << disc.error;
+    ASSERT_TRUE(entries);
     EXPECT_EQ(NamesOf(*entries),
               (std::vector<std::string>{"FOLDER", "NODOT", "READ.ME", "READ.ME", "TWO.BIN"}));
     EXPECT_TRUE((*entries)[0].isFolder);
@@ -102,16 +102,16 @@ TEST(IsoReader, ListsAFolderInTheOrderOfTheDisc) {
 TEST(IsoReader, ListsTheJolietTree) {
     Disc disc(SmallDisc());
     const auto entries = disc.listRoot(IsoTree::Joliet);
-    ASSERT_TRUE(entries) << disc.error;
+    ASSERT_TRUE(entries);
     EXPECT_EQ(NamesOf(*entries), (std::vector<std::string>{"F\u00F3lder", "Read me", "read me"}));
-    const auto inside = disc.reader->list(IsoTree::Joliet, entries->front(), disc.error);
-    ASSERT_TRUE(inside) << disc.error;
+    const auto inside = disc.reader->list(IsoTree::Joliet, entries->front());
+    ASSERT_TRUE(inside);
     EXPECT_EQ(NamesOf(*inside), std::vector<std::string>{"deep.txt"});
 }
 
 TEST(IsoReader, JoinsTheExtentsOfAFile) {
     Disc disc(SmallDisc());
-    const auto file = disc.reader->find(IsoTree::Iso, "TWO.BIN", disc.error);
+    const auto file = disc.reader->find(IsoTree::Iso, "TWO.BIN").value();
     ASSERT_TRUE(file);
     EXPECT_EQ(file->sizeBytes, 2055u);
     const std::string text = disc.read(*file);
@@ -154,11 +154,11 @@ TEST(IsoReader, FindsPaths) {
     };
     Disc disc(SmallDisc());
     for (const Case& c : cases) {
-        const auto found = disc.reader->find(c.tree, c.path, disc.error);
-        EXPECT_EQ(found ? disc.read(*found) : "-", c.contents) << c.path;
-        EXPECT_EQ(disc.error, "") << "not there is no damage";
+        const auto found = disc.reader->find(c.tree, c.path);
+        ASSERT_TRUE(found) << "not there is no damage";
+        EXPECT_EQ(*found ? disc.read(**found) : "-", c.contents) << c.path;
     }
-    EXPECT_EQ(disc.reader->find(IsoTree::Iso, "/", disc.error)->extentSector, 19u);
+    EXPECT_EQ((*disc.reader->find(IsoTree::Iso, "/"))->extentSector, 19u);
 }
 
 TEST(IsoReader, DamagedDirectoriesGiveASentenceThatNamesThem) {
@@ -181,18 +181,18 @@ TEST(IsoReader, DamagedDirectoriesGiveASentenceThatNamesThem) {
         Bytes bytes = SmallDisc();
         bytes[c.offset] = c.value;
         Disc disc(bytes);
-        EXPECT_FALSE(disc.reader->find(IsoTree::Iso, "FOLDER/DEEP.TXT", disc.error));
-        EXPECT_NE(disc.error.find(c.part), std::string::npos) << disc.error;
+        const auto found = disc.reader->find(IsoTree::Iso, "FOLDER/DEEP.TXT");
+        ASSERT_FALSE(found);
+        EXPECT_NE(Words(found.error()).find(c.part), std::string::npos) << found.error();
     }
     Disc disc(SmallDisc());
-    const auto file = disc.reader->find(IsoTree::Iso, "READ.ME", disc.error);
-    EXPECT_FALSE(disc.reader->list(IsoTree::Iso, *file, disc.error));
-    EXPECT_EQ(disc.error, "The directory \"READ.ME\" is a file.");
+    const auto file = *disc.reader->find(IsoTree::Iso, "READ.ME");
+    EXPECT_EQ(Words(disc.reader->list(IsoTree::Iso, *file).error()),
+              "The directory \"READ.ME\" is a file.");
     Bytes bytes = SmallDisc();
     bytes[kIsoRootAt] = 5;
     Disc damagedRoot(bytes);
-    EXPECT_FALSE(damagedRoot.listRoot());
-    EXPECT_EQ(damagedRoot.error,
+    EXPECT_EQ(Words(damagedRoot.listRoot().error()),
               "The root directory has a record of 5 bytes at byte 0 of a sector.");
 }
 
@@ -208,7 +208,7 @@ TEST(IsoReader, RecordsGoOnInTheNextSectorAfterALengthOf0) {
     Put(bytes, kPrimaryAt + 166, both32(2 * 2048));
     Disc disc(bytes);
     const auto entries = disc.listRoot();
-    ASSERT_TRUE(entries) << disc.error;
+    ASSERT_TRUE(entries);
     ASSERT_EQ(entries->size(), 6u);
     EXPECT_EQ(entries->back().name, "DEEP.TXT");
 }
@@ -223,7 +223,7 @@ TEST(IsoReader, LogicalBlocksAndExtendedAttributesMoveTheContents) {
     bytes[kIsoRootAt + 68 + 38] = 0;
     Disc disc(bytes);
     const auto entries = disc.listRoot();
-    ASSERT_TRUE(entries) << disc.error;
+    ASSERT_TRUE(entries);
     ASSERT_EQ(entries->size(), 1u);
     EXPECT_EQ(disc.read(entries->front()), "hello");
 }
@@ -281,9 +281,9 @@ TEST(IsoWalkGuard, EntersEachFolderOnceAndNotTooDeep) {
 // Walks everything that can be reached; returns the number of entries.
 std::size_t WalkAll(ByteSource& image, const IsoReader& reader, IsoTree tree,
                     const IsoEntry& folder, IsoWalkGuard& guard, std::size_t level) {
-    std::string error;
-    const auto entries =
-        guard.enter(folder, level) ? reader.list(tree, folder, error) : std::nullopt;
+    if (!guard.enter(folder, level))
+        return 0;
+    const auto entries = reader.list(tree, folder);
     if (!entries)
         return 0;
     std::size_t count = entries->size();

@@ -10,6 +10,7 @@
 
 #include "IO/sector_batch.hpp"
 #include "support/endian.hpp"
+#include "support/words.hpp"
 
 namespace vellmark {
 namespace {
@@ -64,7 +65,7 @@ class RedoLogTest : public ::testing::Test {
     // Shown, and when it was carried out, the change is there.
     void expectCompleted(bool isCarriedOut) {
         const FoundRedoLog found = find();
-        ASSERT_EQ(found.state, RedoState::Pending) << found.problem;
+        ASSERT_EQ(found.state, RedoState::Pending) << Words(found.problem);
         PcFile image(path_, PcFile::Mode::ReadWrite);
         image.seeThrough(ShownThrough(found.log));
         Bytes shown(kSectors * kSectorBytes);
@@ -141,7 +142,7 @@ TEST_F(RedoLogTest, OneThatCannotBeUsedStandsAgainstChanges) {
         writeTo(path, bytes);
         const FoundRedoLog found = find();
         ASSERT_EQ(found.state, RedoState::Unusable);
-        ASSERT_NE(found.problem, "");
+        ASSERT_TRUE(found.problem);
     };
     for (std::size_t at = 0; at < whole.size(); at += at < 700 ? 1 : 97) {
         SCOPED_TRACE(at);
@@ -219,7 +220,7 @@ TEST_F(Batch, IsWrittenWholeOrAgain) {
         const bool isDone = failing == kWrites;
         EXPECT_EQ(batch.commit(context, mark_),
                   isDone ? CommitResult::Done : CommitResult::Interrupted);
-        EXPECT_EQ(batch.problem().empty(), isDone);
+        EXPECT_EQ(batch.problem().isNone(), isDone);
         EXPECT_EQ(find().state, isDone ? RedoState::None : RedoState::Pending);
         // Without its log, too, an image that is not whole is seen to be none.
         EXPECT_EQ(read()[kMarked], failing == 0 ? 1 : isDone ? 2 : 9);
@@ -253,7 +254,7 @@ TEST_F(Batch, WithoutALogNothingIsWritten) {
     fill(context, batch);
     std::filesystem::create_directory(RedoLogPath(path_));
     EXPECT_EQ(batch.commit(context, mark_), CommitResult::NotBegun);
-    EXPECT_NE(batch.problem(), "");
+    EXPECT_TRUE(batch.problem());
     EXPECT_TRUE(read() == image(1));
     std::filesystem::remove(RedoLogPath(path_));
     EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/sentences.hpp"
+
 namespace vellmark {
 namespace {
 
@@ -37,21 +39,21 @@ TEST(SafePcName, NoNameLeavesItsFolder) {
 TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
     const TemporaryFolder outer;
     const std::string folder = outer.path() + "/new";
-    const FillTarget fill = [](PcFile&, PcFile*) { return std::string(); };
+    const FillTarget fill = [](PcFile&, PcFile*) { return Reason(); };
     PcTargets targets("");
-    ASSERT_EQ(targets.enter(folder), "");
-    ASSERT_EQ(targets.write({folder + "/a", folder + "/._a", true, {}}, fill).problem, "");
+    ASSERT_FALSE(targets.enter(folder));
+    ASSERT_FALSE(targets.write({folder + "/a", folder + "/._a", true, {}}, fill).problem);
     fs::create_hard_link(folder + "/a", folder + "/A");
     fs::create_hard_link(folder + "/._a", folder + "/._A");
     std::ofstream(folder + "/b") << "older";
     fs::create_directory_symlink("/", folder + "/link");
     for (const auto& [name, isRefused] : {std::pair{"/A", true}, std::pair{"/._A", true},
                                           std::pair{"/b", false}, std::pair{"/c", false}})
-        EXPECT_EQ(!targets.refusalOf(folder + name).empty(), isRefused) << name;
-    EXPECT_NE(targets.enter(folder + "/link").find("symbolic link"), std::string::npos);
-    ASSERT_EQ(targets.enter(folder + "/sub"), "");
-    ASSERT_EQ(targets.leave({}), "");
-    EXPECT_NE(targets.enter(folder + "/sub"), "") << "it came from another item";
+        EXPECT_EQ(!targets.refusalOf(folder + name).isNone(), isRefused) << name;
+    EXPECT_EQ(targets.enter(folder + "/link").sentence(), Sentence::kPcTargetIsLink);
+    ASSERT_FALSE(targets.enter(folder + "/sub"));
+    ASSERT_FALSE(targets.leave({}));
+    EXPECT_TRUE(targets.enter(folder + "/sub")) << "it came from another item";
 }
 
 std::string Contents(const std::string& path) {
@@ -64,8 +66,8 @@ TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
     const FillTarget fill = [](PcFile& file, PcFile* sidecar) {
         const std::uint8_t byte = 'n';
         return file.writeAt(0, {&byte, 1}) && sidecar != nullptr && sidecar->writeAt(0, {&byte, 1})
-                   ? ""
-                   : "not written";
+                   ? Reason()
+                   : Reason::Plain("not written");
     };
     for (const bool isOlderThere : {true, false}) {
         const TemporaryFolder folder;
@@ -77,7 +79,7 @@ TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
         EXPECT_EQ(Contents(target.sidecar), isOlderThere ? "older" : "");
         EXPECT_EQ(PcTargets::exists(target.sidecar), isOlderThere);
         fs::remove_all(target.path);
-        EXPECT_EQ(WritePcTarget(target, fill).problem, "");
+        EXPECT_FALSE(WritePcTarget(target, fill).problem);
         EXPECT_EQ(Contents(target.path) + Contents(target.sidecar), "nn");
         EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 2)
             << "no temporary file stays";

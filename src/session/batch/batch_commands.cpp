@@ -177,9 +177,9 @@ BatchResult BatchExpand(const BatchJob& job) {
                                               .replace = true},
                                              PortsOf(job.context, job.terminal));
     job.context.readIncomplete = result.isIncomplete;
-    return result.code == kFileExpanded      ? BatchResult::DoneAndOpen
-           : result.code == kFileNotExpanded ? BatchResult::NotCreated
-                                             : BatchResult::NotOpened;
+    return result.end == ExpandEnd::Done       ? BatchResult::DoneAndOpen
+           : result.end == ExpandEnd::NotBegun ? BatchResult::NotCreated
+                                               : BatchResult::NotOpened;
 }
 
 BatchResult BatchJoin(const BatchJob& job) {

@@ -45,7 +45,7 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
                                               .isPassing = output.isStandardOutput()},
                                              PortsOf(context, terminal));
     terminal.progress.clear();
-    if (result.code != kFileExpanded)
+    if (result.end != ExpandEnd::Done)
         return kExitFailed;
     if (output.isStandardOutput())
         return !output.send(context, messages) ? kExitFailed

@@ -58,7 +58,8 @@ TreeFacts WholeFacts(ViewRun& run, TreeView& tree) {
 
 // Why the Macintosh volume cannot be changed, in sentences; "" when it can.
 std::string RefusalOf(const ImageView& view) {
-    return view.imageRefusal().empty() ? ChangeRefusal(view.changeReasons()) : view.imageRefusal();
+    return view.imageRefusal() ? view.imageRefusal().words(Language::English)
+                               : ChangeRefusal(view.changeReasons());
 }
 
 nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
