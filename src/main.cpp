@@ -6,14 +6,17 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "session/exit_status.hpp"
 #include "session/program.hpp"
+#include "session/session_state.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
 #include "support/file_lock.hpp"
+#include "support/sentences.hpp"
 
 namespace {
 
@@ -26,9 +29,9 @@ std::string Variable(const char* name) {
 }
 
 // The first of these variables that is set counts.
-std::string MessageLocale() {
+std::string_view MessageLocale() {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
-        if (std::string value = Variable(name); !value.empty())
+        if (const char* value = std::getenv(name); value && *value != '\0')
             return value;
     return {};
 }
@@ -65,7 +68,7 @@ int Run(int argc, char** argv) {
                            .lockFolder = RuntimeFolder(Variable("XDG_RUNTIME_DIR"), temporary),
                            .guard = guard,
                            .settings = &settings,
-                           .locale = MessageLocale(),
+                           .locale = std::string(MessageLocale()),
                            .shippedSignatures = ShippedSignatures()};
     const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     return RunProgram(arguments, context);
@@ -74,12 +77,15 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    using namespace vellmark;
     try {
         return Run(argc, argv);
     } catch (const std::exception&) {
         // Only what comes before and behind a command ends here, and it only needs memory.
-        (void)std::fputs("vellmark: The system does not give the memory that this needs.\n",
-                         stderr);
-        return vellmark::kExitFailed;
+        const std::string_view words =
+            SentenceText(Sentence::kNoMemory, LanguageOf(MessageLocale()));
+        (void)std::fprintf(stderr, "vellmark: %.*s\n", static_cast<int>(words.size()),
+                           words.data());
+        return kExitFailed;
     }
 }

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "support/reason.hpp"
+
 namespace vellmark {
 
 class InstanceLock {
@@ -22,16 +24,16 @@ class InstanceLock {
     InstanceLock& operator=(const InstanceLock&) = delete;
 
     [[nodiscard]] State state() const { return state_; }
-    /// Why the lock is unavailable, as a sentence.
-    [[nodiscard]] const std::string& reason() const { return reason_; }
+    /// Why the lock is unavailable.
+    [[nodiscard]] const Reason& reason() const { return reason_; }
 
   private:
-    /// Why the lock is unavailable, "" when it is not.
-    std::string take(const std::string& folder, const std::string& path);
+    /// Why the lock is unavailable; none when it is not.
+    Reason take(const std::string& folder, const std::string& path);
 
     int descriptor_ = -1;
     State state_ = State::Unavailable;
-    std::string reason_;
+    Reason reason_;
 };
 
 }  // namespace vellmark

@@ -10,6 +10,7 @@
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -61,21 +62,21 @@ std::string JournalTime(const Clock& clock) {
                        time.hour, time.minute, time.second, hundredths - seconds * 100);
 }
 
-std::string Journal::open(const std::string& path) {
+Reason Journal::open(const std::string& path) {
     if (isOpen())
         close();
     // A pipe would make the work wait for its reader.
     if (PcFactsOf(path).kind == PcKind::Special)
-        return "It is a pipe, a socket or a device";
+        return Sentence::kJournalIsSpecial;
     file_.reset(std::fopen(path.c_str(), "a+be"));
     if (!isOpen())
-        return SystemErrorText(errno);
+        return SystemError{errno};
     if (!IsEmptyOrJournal(*file_)) {
         file_.reset();
-        return "It holds something else than a journal";
+        return Sentence::kJournalIsOther;
     }
     path_ = path;
-    return "";
+    return {};
 }
 
 void Journal::mark() {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "support/clock.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -19,9 +20,9 @@ class Journal {
     explicit Journal(const Clock& clock) : clock_(&clock) {}
 
     /// Goes on at the end of the file, which is made when it is not there. A file that holds
-    /// anything but a journal stays as it is. A journal that was open is closed. The reason, in
-    /// words, why that cannot be; "" when it is open.
-    [[nodiscard]] std::string open(const std::string& path);
+    /// anything but a journal stays as it is. A journal that was open is closed. Why that cannot
+    /// be; none when it is open.
+    [[nodiscard]] Reason open(const std::string& path);
     [[nodiscard]] bool isOpen() const { return file_ != nullptr; }
     /// Of the open file, "" when there is none.
     [[nodiscard]] const std::string& path() const { return path_; }

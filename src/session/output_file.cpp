@@ -1,7 +1,5 @@
 #include "session/output_file.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <ostream>
@@ -9,6 +7,7 @@
 
 #include "session/build_options.hpp"
 #include "session/terminal.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 
 namespace vellmark {
@@ -44,10 +43,9 @@ bool OutputFile::send(CommandContext& context, Messages& messages) const {
         piece.resize(
             static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, file.size() - done)));
         if (StopSignals::requested() || !file.readExactly(done, piece)) {
-            messages.showMessage(
-                StopSignals::requested()
-                    ? std::string("Stopped as you wished.")
-                    : fmt::format("What was made cannot be read again: {}.", file.errorText()));
+            messages.showMessage(StopSignals::requested() ? Reason(Sentence::kOutputStopped)
+                                                          : Reason(Sentence::kOutputUnreadable,
+                                                                   SystemError{file.error()}));
             return false;
         }
         context.output.write(reinterpret_cast<const char*>(piece.data()),

@@ -1,7 +1,5 @@
 #include "session/program.hpp"
 
-#include <fmt/core.h>
-
 #include <cerrno>
 #include <exception>
 #include <new>
@@ -13,7 +11,7 @@
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_file.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -24,12 +22,11 @@ constexpr int kTextNotManaged = 1386;
 // Where the window would open.
 int TellNoWindow(const std::string& path, CommandContext& context) {
     Terminal terminal(context, {});
-    terminal.messages.showMessage(
-        path.empty() ? "This build has no window to open."
-        : FileModeOf(path) == FileMode::Unknown
-            ? FormatText(kTextNotManaged, context.language, Printable(path))
-            : fmt::format("This build has no window to open {} in.", Printable(path)));
-    context.errors << "Try: vellmark --help\n";
+    terminal.messages.showMessage(path.empty() ? Reason(Sentence::kNoWindow)
+                                  : FileModeOf(path) == FileMode::Unknown
+                                      ? Reason::Told(kTextNotManaged, Printable(path))
+                                      : Reason(Sentence::kNoWindowFor, Printable(path)));
+    context.errors << TryHelp({}, context.language) << '\n';
     return kExitFailed;
 }
 
@@ -48,15 +45,19 @@ int Run(std::span<const std::string> arguments, CommandContext& context) {
                         [&](CommandContext& c) { return TellNoWindow(first, c); });
 }
 
+void TellFailure(const Reason& reason, CommandContext& context) {
+    context.errors << "vellmark: " << reason.words(context.language) << '\n';
+}
+
 // The engine throws nothing, the libraries below it do where the system refuses memory. What was
 // begun is taken back on the way here, as after any failure.
 int RunToItsEnd(std::span<const std::string> arguments, CommandContext& context) {
     try {
         return Run(arguments, context);
     } catch (const std::bad_alloc&) {
-        context.errors << "vellmark: The system does not give the memory that this needs.\n";
+        TellFailure(Sentence::kNoMemory, context);
     } catch (const std::exception& problem) {
-        context.errors << "vellmark: It could not be done: " << Printable(problem.what()) << ".\n";
+        TellFailure(Reason(Sentence::kNotDone, Printable(problem.what())), context);
     }
     return kExitFailed;
 }
@@ -74,8 +75,9 @@ int RunProgram(std::span<const std::string> arguments, CommandContext& context) 
     const int error = context.outputError != 0 ? context.outputError : errno;
     // A reader that has seen enough, such as a pager, is no failure that wants a word.
     if (error != EPIPE)
-        context.errors << "vellmark: The result cannot be written to standard output"
-                       << (error != 0 ? ": " + SystemErrorText(error) : "") << ".\n";
+        TellFailure(error != 0 ? Reason(Sentence::kOutputNotWrittenAs, SystemError{error})
+                               : Reason(Sentence::kOutputNotWritten),
+                    context);
     return kExitFailed;
 }
 

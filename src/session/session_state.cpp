@@ -7,6 +7,7 @@
 #include "session/exit_status.hpp"
 #include "session/terminal.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -33,12 +34,11 @@ bool OpenJournal(const std::string& path, std::span<const std::string> files, Se
     const bool isTaken = std::any_of(files.begin(), files.end(), [&](const std::string& file) {
         return AreSamePath(file, path);
     });
-    const std::string reason =
-        isTaken ? "The command works on that file itself" : state.journal.open(path);
-    if (reason.empty())
+    const Reason reason = isTaken ? Reason(Sentence::kJournalIsWorkedOn) : state.journal.open(path);
+    if (!reason)
         return true;
     Terminal terminal(context, {});
-    FileOpenError(terminal.messages, path, reason);
+    FileOpenError(terminal.messages, path, terminal.messages.words(reason));
     return false;
 }
 

@@ -13,6 +13,8 @@
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/result.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 
 namespace vellmark {
@@ -58,22 +60,19 @@ std::string Unescaped(std::string_view line) {
     return value;
 }
 
-// The bytes of the file. Nothing when it is there and cannot be read, with the reason.
-std::optional<std::string> Contents(const std::string& path, std::string& reason) {
+// The bytes of the file, "" where there is none.
+Result<std::string> Contents(const std::string& path) {
     const PcFacts facts = PcFactsOf(path);
     if (facts.kind == PcKind::Missing && !facts.isLink)
-        return std::string{};
-    if (facts.kind != PcKind::File || facts.sizeBytes > kMostBytes) {
-        reason = "it is no file of settings";
-        return std::nullopt;
-    }
+        return std::string();
+    if (facts.kind != PcKind::File || facts.sizeBytes > kMostBytes)
+        return Failed(Sentence::kSettingsNoFile);
     PcFile file(path, PcFile::Mode::Read);
     std::string bytes(static_cast<std::size_t>(facts.sizeBytes), '\0');
     bytes.resize(file.readAt(0, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
-    if (file.error() == 0)
-        return bytes;
-    reason = file.errorText();
-    return std::nullopt;
+    if (file.error() != 0)
+        return Failed(SystemError{file.error()});
+    return bytes;
 }
 
 std::vector<std::string_view> LinesOf(std::string_view bytes) {
@@ -110,8 +109,9 @@ PcFile LockedSettings(const std::string& path, unsigned waitMs) {
 }  // namespace
 
 std::optional<std::string> SettingsFile::read(std::string_view name) const {
-    std::string reason;
-    const auto bytes = path_.empty() ? std::nullopt : Contents(path_, reason);
+    if (path_.empty())
+        return std::nullopt;
+    const Result<std::string> bytes = Contents(path_);
     if (!bytes)
         return std::nullopt;
     for (const std::string_view line : LinesOf(*bytes))
@@ -120,18 +120,17 @@ std::optional<std::string> SettingsFile::read(std::string_view name) const {
     return std::nullopt;
 }
 
-std::string SettingsFile::write(std::string_view name, std::string_view value) {
+Reason SettingsFile::write(std::string_view name, std::string_view value) {
     if (path_.empty())
-        return "there is no folder for settings, as neither XDG_CONFIG_HOME nor HOME names one";
+        return Sentence::kSettingsNoFolder;
     std::error_code ignored;  // what is missing shows when the file is made
     std::filesystem::create_directories(FolderOf(path_), ignored);
     const PcFile held = LockedSettings(FollowLink(path_), lockWaitMs_);
     if (held.error() == EWOULDBLOCK)
-        return fmt::format("{} cannot be written: {}", Printable(path_), held.errorText());
-    std::string reason;
-    const auto before = Contents(path_, reason);
+        return Reason(Sentence::kSettingsUnwritable, Printable(path_), SystemError{held.error()});
+    const Result<std::string> before = Contents(path_);
     if (!before)
-        return fmt::format("{}: {}", Printable(path_), reason);
+        return Reason(Sentence::kSettingsUnreadable, Printable(path_), before.error());
     std::string after;
     const std::string wanted = fmt::format("{}={}\n", name, Escaped(value));
     bool replaced = false;
@@ -151,9 +150,8 @@ std::string SettingsFile::write(std::string_view name, std::string_view value) {
             0, {reinterpret_cast<const std::uint8_t*>(after.data()), after.size()});
         error = target.publish(true, true);
     }
-    return error == 0
-               ? ""
-               : fmt::format("{} cannot be written: {}", Printable(path_), SystemErrorText(error));
+    return error == 0 ? Reason()
+                      : Reason(Sentence::kSettingsUnwritable, Printable(path_), SystemError{error});
 }
 
 }  // namespace vellmark

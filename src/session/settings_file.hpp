@@ -17,7 +17,7 @@ class SettingsFile final : public SettingsStore {
         : path_(std::move(path)), lockWaitMs_(lockWaitMs) {}
 
     [[nodiscard]] std::optional<std::string> read(std::string_view name) const override;
-    std::string write(std::string_view name, std::string_view value) override;
+    Reason write(std::string_view name, std::string_view value) override;
 
   private:
     std::string path_;

@@ -1,7 +1,5 @@
 #include "session/terminal.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <atomic>
 #include <charconv>
@@ -9,6 +7,7 @@
 
 #include "session/session_state.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -48,19 +47,6 @@ std::string OneLine(std::string_view text) {
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c == '\n' || c == '\t'; }, ' ');
     return Printable(line);
-}
-
-/// What can be typed, behind a question.
-struct Choices {
-    std::string_view oneItem;
-    std::string_view yesForAll;
-    std::string_view noForAll;
-};
-constexpr Choices kEnglishChoices = {"y/n", ", Y yes to all", ", N no to all"};
-constexpr Choices kFrenchChoices = {"o/n", ", O oui pour tous", ", N non pour tous"};
-
-const Choices& ChoicesIn(Language language) {
-    return language == Language::French ? kFrenchChoices : kEnglishChoices;
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -199,7 +185,7 @@ void TerminalMessages::showTimedMessage(std::string_view text) {
 
 void TerminalMessages::itemSkipped(std::string_view item, std::string_view reason) {
     ++skipped_;
-    showMessage("skipped " + std::string(item) + ": " + std::string(reason));
+    showMessage(words(Reason(Sentence::kItemSkipped, item, reason)));
 }
 
 void TerminalMessages::nameChanged(std::string_view item, std::string_view given) {
@@ -211,9 +197,10 @@ void TerminalMessages::tellChangedNames(bool all) {
         return;
     const std::size_t count = changedNames_.size();
     const std::size_t told = all ? count : std::min(count, kNamesTold);
-    showTimedMessage(fmt::format("{} {} shortened, or had characters replaced or digits added{}:",
-                                 count, count == 1 ? "name was" : "names were",
-                                 told < count ? ", among them (--verbose names all)" : ""));
+    showTimedMessage(words(Reason(told < count ? Sentence::kNamesChangedAmong
+                                  : count == 1 ? Sentence::kOneNameChanged
+                                               : Sentence::kNamesChanged,
+                                  count)));
     for (std::size_t i = 0; i < told; ++i)
         showTimedMessage("  " + changedNames_[i]);
     changedNames_.clear();
@@ -236,9 +223,7 @@ TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view
     TruncationAnswer answer{true, !options_.asks, std::string(proposal)};
     if (options_.asks) {
         const Answer given =
-            readAnswer("The name " + std::string(fullName) + " is too long. Shorten it to " +
-                           std::string(proposal) + "?",
-                       Range::YesForAll);
+            readAnswer(words(Reason(Sentence::kAskShorten, fullName, proposal)), Range::YesForAll);
         answer.accepted = IsYes(given);
         answer.automatic = given == Answer::YesToAll;
     }
@@ -249,7 +234,8 @@ std::optional<std::string> TerminalMessages::askFileName(std::string_view propos
     if (!options_.asks)
         return std::string(proposal);
     std::optional<std::string> line =
-        readLine("Name for " + Printable(proposal) + "?", "Enter keeps it");
+        readLine(words(Reason(Sentence::kAskFileName, Printable(proposal))),
+                 words(Sentence::kEnterKeepsName));
     if (line && line->empty())
         line = proposal;
     return line;
@@ -273,12 +259,11 @@ std::optional<std::size_t> TerminalMessages::askChoice(std::string_view question
 }
 
 Answer TerminalMessages::readAnswer(std::string_view question, Range range) {
-    const Choices& choices = ChoicesIn(context_.language);
-    std::string hint(choices.oneItem);
+    std::string hint = words(Sentence::kChoiceYesNo);
     if (range != Range::OneItem)
-        hint += choices.yesForAll;
+        hint += words(Sentence::kChoiceYesForAll);
     if (range == Range::BothForAll)
-        hint += choices.noForAll;
+        hint += words(Sentence::kChoiceNoForAll);
     for (int tries = 0; tries < kMostTries; ++tries) {
         const std::optional<std::string> line = readLine(question, hint);
         if (!line)

@@ -87,6 +87,13 @@ class TerminalMessages final : public Messages {
     TerminalMessages(CommandContext& context, TerminalOptions options, TerminalProgress& progress)
         : context_(context), options_(options), progress_(progress) {}
 
+    using Messages::askYesNo;
+    using Messages::askYesNoRemember;
+    using Messages::itemSkipped;
+    using Messages::logMessage;
+    using Messages::showError;
+    using Messages::showMessage;
+    using Messages::showTimedMessage;
     void showMessage(std::string_view text) override;
     void showError(std::string_view text) override;
     void showTimedMessage(std::string_view text) override;
@@ -97,12 +104,11 @@ class TerminalMessages final : public Messages {
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName kind, std::string_view fullName,
                                                  std::string_view proposal) override;
     [[nodiscard]] std::optional<std::string> askFileName(std::string_view proposal) override;
+    /// The names are numbered for it.
+    [[nodiscard]] std::optional<std::size_t> askChoice(std::string_view question,
+                                                       std::span<const std::string> names) override;
     void log(int level, std::string_view line) override;
     [[nodiscard]] Language language() const override { return context_.language; }
-
-    /// Which of these names the person picks by its number; nothing without an answer or a person.
-    [[nodiscard]] std::optional<std::size_t> askChoice(std::string_view question,
-                                                       std::span<const std::string> names);
 
     void nameChanged(std::string_view item, std::string_view given) override;
     /// Says how many names were changed since the last time, and names the first of them, or all

@@ -2,7 +2,9 @@
 // dialog, a terminal, answers given in advance, or the script of a test.
 #pragma once
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -62,6 +64,13 @@ class Messages {
     /// is asked, the proposal.
     [[nodiscard]] virtual std::optional<std::string> askFileName(std::string_view proposal) {
         return std::string(proposal);
+    }
+
+    /// Which of these names the person picks, counted from 0; nothing without an answer or a
+    /// person.
+    [[nodiscard]] virtual std::optional<std::size_t> askChoice(
+        std::string_view /*question*/, std::span<const std::string> /*names*/) {
+        return std::nullopt;
     }
 
     /// One line for the journal, kept where one is open; `level` 1 is a step, 2 a file.

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/reason.hpp"
+
 namespace vellmark {
 
 /// One text value (UTF-8) by name.
@@ -14,9 +16,9 @@ class SettingsStore {
     virtual ~SettingsStore() = default;
     /// Nothing when there is no such value, or it cannot be read.
     [[nodiscard]] virtual std::optional<std::string> read(std::string_view name) const = 0;
-    /// Why the value could not be kept, in words; "" when it was. Start and end of a run say
-    /// nothing about that: the default stands in next time.
-    virtual std::string write(std::string_view name, std::string_view value) = 0;
+    /// Why the value could not be kept; none when it was. Start and end of a run say nothing about
+    /// that: the default stands in next time.
+    virtual Reason write(std::string_view name, std::string_view value) = 0;
 };
 
 /// Values that live as long as the object.
@@ -26,7 +28,7 @@ class MemorySettings final : public SettingsStore {
         const auto found = values.find(name);
         return found == values.end() ? std::nullopt : std::optional(found->second);
     }
-    std::string write(std::string_view name, std::string_view value) override {
+    Reason write(std::string_view name, std::string_view value) override {
         values.insert_or_assign(std::string(name), value);
         return {};
     }

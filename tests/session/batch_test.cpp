@@ -227,7 +227,7 @@ TEST_F(BatchTest, WhatIsLeftOutIsNamedAndTold) {
 
 TEST_F(BatchTest, ASecondInstanceEndsAtOnceAndVerbsDoNotMind) {
     const InstanceLock other(lockFolder_);
-    ASSERT_EQ(other.state(), InstanceLock::State::Taken) << other.reason();
+    ASSERT_EQ(other.state(), InstanceLock::State::Taken) << other.reason().words(Language::English);
     const Disk before = disk();
     for (const char* option : {"/L", "/Z"}) {
         EXPECT_EQ(run({option, "p.vlpr", "x"}), 1);

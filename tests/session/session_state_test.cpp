@@ -63,23 +63,23 @@ TEST_F(SessionTest, JournalLinesHaveTheirTimeAndEndInCrLf) {
     clock.value = 0;
     Journal journal(clock);
     journal.message("lost");
-    EXPECT_NE(journal.open("none/a.log"), "");
-    EXPECT_NE(journal.open("/dev/null"), "");
+    EXPECT_TRUE(journal.open("none/a.log"));
+    EXPECT_TRUE(journal.open("/dev/null"));
     // Catches a setting or an option that names an image, a project or a letter.
     for (const std::string other :
          {"x", "***********\r\n", "1/2/3\r\n", "2001/9/9 -  2:46:40:07"}) {
         Write("other", other);
-        EXPECT_NE(journal.open("other"), "") << other;
+        EXPECT_TRUE(journal.open("other")) << other;
         journal.close();
         EXPECT_EQ(Bytes("other"), other);
     }
     for (const char* own : {"", "**********\n", "2001/9/9 -  2:46:40:07\tbad\r\n"}) {
         Write("a.log", own);
-        EXPECT_EQ(journal.open("a.log"), "") << own;
+        EXPECT_FALSE(journal.open("a.log")) << own;
         journal.close();
     }
     Write("a.log", "1999/12/31 - 23:59:59:99 - old\r\n");
-    ASSERT_EQ(journal.open("a.log"), "");
+    ASSERT_FALSE(journal.open("a.log"));
     journal.mark();
     journal.message("two\nlines");
     journal.failure("bad");

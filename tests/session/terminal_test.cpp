@@ -2,6 +2,8 @@
 #include "session/terminal.hpp"
 
 #include <csignal>
+#include <map>
+#include <optional>
 
 #include "session/session_bench.hpp"
 
@@ -10,11 +12,20 @@ namespace {
 
 class TerminalTest : public testing::Test {
   protected:
+    /// A person who types that.
+    TerminalMessages typing(const std::string& typed) {
+        input_.clear();
+        input_.str(typed);
+        errors_.str("");
+        return TerminalMessages(context_, {.asks = true}, progress_);
+    }
+
     std::istringstream input_;
     std::ostringstream output_;
     std::ostringstream errors_;
     FixedClock clock_{0};
     CommandContext context_{input_, output_, errors_, clock_};
+    TerminalProgress progress_{context_, {}};
 };
 
 TEST_F(TerminalTest, WithoutAPersonNothingIsWaitedForAndNothingIsLost) {
@@ -30,56 +41,55 @@ TEST_F(TerminalTest, WithoutAPersonNothingIsWaitedForAndNothingIsLost) {
 }
 
 TEST_F(TerminalTest, AnswersOfAPerson) {
-    constexpr Language kEnglish = Language::English;
-    constexpr Language kFrench = Language::French;
+    // A capital letter alone is for all; what is no answer is asked again.
     const struct {
         Language language;
         const char* typed;
         Answer answer;
-        int questions;  // one that was not answered is put again
-    } cases[] = {{kEnglish, "y\n", Answer::Yes, 1},
-                 {kEnglish, " Yes \r\n", Answer::Yes, 1},
-                 {kEnglish, "Y\n", Answer::YesToAll, 1},
-                 {kEnglish, "no\n", Answer::No, 1},
-                 {kEnglish, "NO\n", Answer::No, 1},
-                 {kEnglish, "N\n", Answer::NoToAll, 1},
-                 {kEnglish, "\nnot yet\noui\nn\n", Answer::No, 4},
-                 {kEnglish, "nope\n", Answer::None, 2},
-                 {kEnglish, "", Answer::None, 1},
-                 {kFrench, "o\n", Answer::Yes, 1},
-                 {kFrench, "Oui\n", Answer::Yes, 1},
-                 {kFrench, "yes\n", Answer::Yes, 1},
-                 {kFrench, "O\n", Answer::YesToAll, 1},
-                 {kFrench, "non\n", Answer::No, 1},
-                 {kFrench, "N\n", Answer::NoToAll, 1}};
+        int questions;
+    } cases[] = {{Language::English, " Yes \r\n", Answer::Yes, 1},
+                 {Language::English, "Y\n", Answer::YesToAll, 1},
+                 {Language::English, "NO\n", Answer::No, 1},
+                 {Language::English, "N\n", Answer::NoToAll, 1},
+                 {Language::English, "\nnot yet\noui\nn\n", Answer::No, 4},
+                 {Language::English, "nope\n", Answer::None, 2},
+                 {Language::English, "", Answer::None, 1},
+                 {Language::French, "o\n", Answer::Yes, 1},
+                 {Language::French, "Oui\n", Answer::Yes, 1},
+                 {Language::French, "yes\n", Answer::Yes, 1},
+                 {Language::French, "O\n", Answer::YesToAll, 1},
+                 {Language::French, "non\n", Answer::No, 1}};
     for (const auto& c : cases) {
         context_.language = c.language;
-        Terminal terminal(context_, {.asks = true});
-        const auto typed = [&] {
-            input_.clear();
-            input_.str(c.typed);
-            errors_.str("");
-        };
-        const bool yes = c.answer == Answer::Yes || c.answer == Answer::YesToAll;
-        typed();
-        EXPECT_EQ(terminal.messages.askYesNoRemember("It"), c.answer) << c.typed;
+        TerminalMessages messages = typing(c.typed);
+        EXPECT_EQ(messages.askYesNoRemember("It"), c.answer) << c.typed;
         std::string asked;
         for (int i = 0; i < c.questions; ++i)
-            asked += c.language == kFrench ? "It [o/n, O oui pour tous, N non pour tous] "
-                                           : "It [y/n, Y yes to all, N no to all] ";
+            asked += c.language == Language::French ? "It [o/n, O oui pour tous, N non pour tous] "
+                                                    : "It [y/n, Y yes to all, N no to all] ";
         EXPECT_EQ(errors_.str(), asked + (c.answer == Answer::None ? "\n" : "")) << c.typed;
-        typed();
-        EXPECT_EQ(terminal.messages.askYesNo("?"), yes) << c.typed;
-        typed();
-        const TruncationAnswer answer =
-            terminal.messages.askTruncation(TruncatedName::Iso, "ab", "a");
-        EXPECT_EQ(answer.accepted, yes) << c.typed;
-        EXPECT_EQ(answer.automatic, c.answer == Answer::YesToAll) << c.typed;
+        const bool yes = c.answer == Answer::Yes || c.answer == Answer::YesToAll;
+        EXPECT_EQ(typing(c.typed).askYesNo("?"), yes) << c.typed;
+        const TruncationAnswer shortened =
+            typing(c.typed).askTruncation(TruncatedName::Iso, "ab", "a");
+        EXPECT_EQ(shortened.accepted, yes) << c.typed;
+        EXPECT_EQ(shortened.automatic, c.answer == Answer::YesToAll) << c.typed;
     }
-    input_.clear();
-    input_.str(std::string(1000, '\n'));
-    EXPECT_EQ(Terminal(context_, {.asks = true}).messages.askYesNoRemember("?"), Answer::None)
+    EXPECT_EQ(typing(std::string(1000, '\n')).askYesNoRemember("?"), Answer::None)
         << "a question is not put for ever";
+}
+
+TEST_F(TerminalTest, APersonNamesAFileOrPicksOneByItsNumber) {
+    EXPECT_EQ(typing("\n").askFileName("ab"), "ab");
+    EXPECT_EQ(typing("c\n").askFileName("ab"), "c");
+    EXPECT_FALSE(typing("").askFileName("ab"));
+    const std::vector<std::string> names = {"a", "b\x1B"};
+    for (const auto& [typed, choice] : std::map<std::string, std::optional<std::size_t>>{
+             {" 1 \n", 0}, {"2\n", 1}, {"0\n", {}}, {"3\n", {}}, {"1x\n", {}}, {"", {}}})
+        EXPECT_EQ(typing(typed).askChoice("Which?", names), choice) << typed;
+    (void)typing("1\n").askChoice("Which?", names);
+    EXPECT_EQ(errors_.str(), "1. a\n2. b\uFFFD\nWhich? [1-2] ");
+    EXPECT_FALSE(Terminal(context_, {}).messages.askChoice("Which?", names));
 }
 
 TEST_F(TerminalTest, QuietHidesRemarksButNoFailure) {

@@ -92,9 +92,8 @@ int RunBatch(const BatchOption& option, std::span<const std::string> arguments,
     Terminal terminal(context, {.quiet = true});
     const InstanceLock lock(context.lockFolder);
     if (lock.state() != InstanceLock::State::Taken) {
-        terminal.messages.showMessage(lock.state() == InstanceLock::State::Busy
-                                          ? Text(kTextRunning, context.language)
-                                          : std::string_view(lock.reason()));
+        terminal.messages.showMessage(
+            lock.state() == InstanceLock::State::Busy ? Reason::Told(kTextRunning) : lock.reason());
         return kExitFailed;
     }
     const BatchResult result = Run(option, arguments, context, terminal);

@@ -127,14 +127,17 @@ void ReplaceHelpVerb(std::vector<std::string>& arguments) {
 
 }  // namespace
 
+std::string TryHelp(std::string_view verb, Language language) {
+    const std::string help = fmt::format("vellmark {}{}--help", verb, verb.empty() ? "" : " ");
+    return Reason(Sentence::kTryHelp, help).words(language);
+}
+
 int UsageError(CommandContext& context, std::string_view verb, const Reason& reason) {
     return UsageError(context, verb, reason.words(context.language));
 }
 
 int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence) {
-    const std::string help = fmt::format("vellmark {}{}--help", verb, verb.empty() ? "" : " ");
-    context.errors << "vellmark: " << sentence << '\n'
-                   << Reason(Sentence::kTryHelp, help).words(context.language) << '\n';
+    context.errors << "vellmark: " << sentence << '\n' << TryHelp(verb, context.language) << '\n';
     return kExitUsage;
 }
 

@@ -76,48 +76,33 @@ std::array<std::string, 2> CodesOf(const SigOptions& options) {
     return {WideToUtf8(type.substr(0, kCodeBytes)), WideToUtf8(type.substr(kCodeBytes))};
 }
 
-// What speaks against the options; "" when nothing does.
-std::string Refusal(const SigOptions& options) {
+// What speaks against the options.
+Reason Refusal(const SigOptions& options) {
     const int jobs =
         !options.names.empty() + !options.type.empty() + options.list + !options.registered.empty();
     if (jobs != 1)
-        return "Give either names of files, or one of --type, --list and --register.";
+        return Sentence::kSigOneJob;
     if (!options.creator.empty() && options.type.empty())
-        return "--creator needs --type.";
+        return Sentence::kSigCreatorAlone;
     for (const std::string& code : CodesOf(options))
         if (!code.empty() && !CodeOf(code))
-            return fmt::format("{} has more than four characters, as a type or creator has them.",
-                               Printable(code));
+            return Reason(Sentence::kSigCodeTooLong, Printable(code));
     return {};
 }
 
-// Any text has lines that can be read as entries of no extension.
-bool HasEntry(const std::string& bytes) {
-    const SignatureTable table = SignatureTable::Parse(bytes, false);
-    const auto entries = table.rows().subspan(1);
-    return std::any_of(entries.begin(), entries.end(), [](const SignatureRow& row) {
-        return row.extension.find(' ') == std::string::npos &&
-               row.signature.size() == 2 * kCodeBytes;
-    });
-}
-
 bool Register(ViewRun& run, const std::string& path) {
-    std::string reason;
-    const auto bytes = ReadSigFile(path, reason);
-    if (!bytes) {
-        FileOpenError(run.terminal.messages, path, reason);
+    Messages& messages = run.terminal.messages;
+    const auto bytes = ReadSigFile(path, messages);
+    if (!bytes)
+        return false;
+    if (!HasSignatures(*bytes)) {
+        messages.showMessage(Reason(Sentence::kSigNoEntry, Printable(path)));
         return false;
     }
-    if (!HasEntry(*bytes)) {
-        run.problem(fmt::format(
-            "{} has no entry of a signature table, as TXT,TEXTttxt: the table in use stays.",
-            Printable(path)));
-        return false;
-    }
-    reason = RegisterSigFile(run.context.session->store, path);
-    if (!reason.empty())
-        run.problem(fmt::format("The setting cannot be kept: {}.", reason));
-    return reason.empty();
+    const Reason reason = RegisterSigFile(run.context.session->store, path);
+    if (reason)
+        messages.showMessage(Reason(Sentence::kSettingNotKept, reason));
+    return !reason;
 }
 
 std::vector<Found> Find(const SigOptions& options, const SignatureTable& table,
@@ -140,26 +125,25 @@ std::vector<Found> Find(const SigOptions& options, const SignatureTable& table,
 int Sig(const SigOptions& options, CommandContext& context) {
     const StopSignals signals;
     ViewRun run(context, false);
-    if (const std::string refusal = Refusal(options); !refusal.empty())
+    if (const Reason refusal = Refusal(options))
         return UsageError(context, kName, refusal);
     if (!options.registered.empty())
         return Register(run, options.registered) ? kExitDone : kExitFailed;
     SignatureTable given;
     if (!options.file.empty()) {
-        std::string reason;
-        const auto bytes = ReadSigFile(options.file, reason);
-        if (!bytes) {
-            FileOpenError(run.terminal.messages, options.file, reason);
+        const auto bytes = ReadSigFile(options.file, run.terminal.messages);
+        if (!bytes)
             return kExitFailed;
-        }
         given = SignatureTable::Parse(*bytes, context.language == Language::French);
     }
     const SignatureTable& table =
         options.file.empty() ? SignaturesOf(context, run.terminal.messages) : given;
     const std::vector<Found> found = Find(options, table, OptionsOf(context).naming.extendsUnknown);
     if (found.empty())
-        run.problem(fmt::format("The table has no entry for {}{}.", Printable(options.type),
-                                options.creator.empty() ? "" : "/" + Printable(options.creator)));
+        run.problem(run.terminal.messages.words(
+            Reason(Sentence::kSigNotFound,
+                   Printable(options.type) +
+                       (options.creator.empty() ? "" : "/" + Printable(options.creator)))));
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (const Found& each : found)
         if (options.json)

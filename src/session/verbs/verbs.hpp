@@ -64,6 +64,9 @@ extern const Verb kVerbTree;
 /// Runs a command line of verbs and options; `arguments` without the program's name.
 [[nodiscard]] int RunVerbs(std::span<const std::string> arguments, CommandContext& context);
 
+/// Where the help of a verb ("" for all of them) is found, as a line without its end.
+[[nodiscard]] std::string TryHelp(std::string_view verb, Language language);
+
 /// Tells on standard error what is wrong with the usage of a verb ("" for all), and where help is
 /// found. Returns the exit status for it.
 int UsageError(CommandContext& context, std::string_view verb, const Reason& reason);
