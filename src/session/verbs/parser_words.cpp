@@ -21,11 +21,10 @@ constexpr std::array kArguments = {
     Sentence::kArgumentVolume};
 
 // What the parser says, one that another could be taken for behind it.
-constexpr std::array kErrors = {Sentence::kParserUnexpected,   Sentence::kParserUnexpectedMany,
-                                Sentence::kParserConvert,      Sentence::kParserNotIn,
-                                Sentence::kParserMissing,      Sentence::kParserAtMost,
-                                Sentence::kParserFlagValue,    Sentence::kParserFlagMany,
-                                Sentence::kParserFlagOverride, Sentence::kParserRequired};
+constexpr std::array kErrors = {Sentence::kParserUnexpected, Sentence::kParserUnexpectedMany,
+                                Sentence::kParserConvert,    Sentence::kParserNotIn,
+                                Sentence::kParserMissing,    Sentence::kParserAtMost,
+                                Sentence::kParserRequired};
 
 constexpr std::size_t kMostOperands = 3;
 using Operands = std::array<std::string, kMostOperands>;
