@@ -138,15 +138,15 @@ bool ProjectFile::deleteItem(std::int32_t parent, std::int32_t number) {
     return removed.folders + removed.files > 0;
 }
 
-RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers) {
-    RemovedItems removed;
+ProjectFile::Run ProjectFile::takeItems(std::int32_t parent,
+                                        std::span<const std::int32_t> numbers) {
+    Run taken;
     raised_.clear();
     const auto found = children_.find(parent);
     if (found == children_.end())
-        return removed;
+        return taken;
     Run& run = found->second;
     std::unordered_set<std::int32_t> wanted(numbers.begin(), numbers.end());
-    std::vector<std::int32_t> folders;
     std::size_t firstGap = run.size();
     std::size_t kept = 0;
     for (std::size_t i = 0; i < run.size(); ++i) {
@@ -158,9 +158,7 @@ RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::
             continue;
         }
         firstGap = std::min(firstGap, i);
-        ++(number > 0 ? removed.folders : removed.files);
-        if (number > kRootFolder)
-            folders.push_back(number);
+        taken.push_back(run[i]);
         if (const auto known = places_.find(number);
             known != places_.end() && known->second.parent == parent)
             places_.erase(known);
@@ -170,10 +168,37 @@ RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::
         children_.erase(found);
     else
         reindex(parent, firstGap);
-    for (std::int32_t top : folders)
-        for (std::int32_t folder : foldersFrom(top))
-            eraseRun(folder);
+    return taken;
+}
+
+RemovedItems ProjectFile::deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers) {
+    RemovedItems removed;
+    for (const ProjectRecord& record : takeItems(parent, numbers)) {
+        ++(record.isFolder() ? removed.folders : removed.files);
+        if (record.number > kRootFolder)
+            for (std::int32_t folder : foldersFrom(record.number))
+                eraseRun(folder);
+    }
     return removed;
+}
+
+bool ProjectFile::replaceItem(const ProjectRecord& record) {
+    const auto found = places_.find(record.number);
+    if (found == places_.end() || found->second.parent != record.parent)
+        return false;
+    const std::int32_t folder = record.parent;
+    children_[folder][found->second.position] = record;
+    raised_.clear();
+    putInOrder(folder);
+    return true;
+}
+
+void ProjectFile::putInOrder(std::int32_t folder) {
+    Run& run = children_[folder];
+    if (std::is_sorted(run.begin(), run.end(), ByIsoName))
+        return;
+    std::stable_sort(run.begin(), run.end(), ByIsoName);
+    reindex(folder, 0);
 }
 
 bool ProjectFile::isFree(std::int32_t number) const {
@@ -268,8 +293,7 @@ ProjectTotals ProjectFile::totals() const {
 void ProjectFile::takeOver(std::map<std::int32_t, Run>&& children) {
     children_ = std::move(children);
     for (auto& [parent, run] : children_) {
-        if (!std::is_sorted(run.begin(), run.end(), ByIsoName))
-            std::stable_sort(run.begin(), run.end(), ByIsoName);
+        putInOrder(parent);
         run.shrink_to_fit();
         reindex(parent, 0);
     }

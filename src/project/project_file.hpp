@@ -128,6 +128,13 @@ class ProjectFile {
     /// twice the first goes. Tells how many were there.
     RemovedItems deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers);
 
+    /// Takes items out of one folder, with the records that go; what lies below a folder stays in
+    /// memory, for `mergeChildren` to find it under its number again.
+    [[nodiscard]] Run takeItems(std::int32_t parent, std::span<const std::int32_t> numbers);
+    /// Puts a record in the place of the one of its number and folder; its ISO name may be another.
+    /// False when there is none.
+    bool replaceItem(const ProjectRecord& record);
+
     /// The next number for a folder of that name; 0 when all are used up.
     [[nodiscard]] std::int32_t giveFolderNumber(std::string_view name);
     /// The next number for a file, negative; 0 when all are used up.
@@ -163,6 +170,19 @@ class ProjectFile {
             for (const ProjectRecord& record : run)
                 use(record);
     }
+    /// The folder and all folders below it, each once.
+    [[nodiscard]] std::vector<std::int32_t> foldersFrom(std::int32_t folder) const;
+    /// Calls `change(span of records)` for the items of one folder, if it has any, and puts them in
+    /// order again: ISO names may change, numbers and parents may not.
+    template <typename Change>
+    void changeFolder(std::int32_t folder, Change change) {
+        raised_.clear();
+        const auto found = children_.find(folder);
+        if (found == children_.end())
+            return;
+        change(std::span<ProjectRecord>(found->second));
+        putInOrder(folder);
+    }
     /// Calls `change(span of records)` for the items of each folder; as for `findByNumber`,
     /// numbers, parents and ISO names stay.
     template <typename Change>
@@ -188,8 +208,7 @@ class ProjectFile {
     /// Renews the places of a run's records from `position` on.
     void reindex(std::int32_t parent, std::size_t position);
     void eraseRun(std::int32_t parent);
-    /// The folder and all folders below it, each once.
-    [[nodiscard]] std::vector<std::int32_t> foldersFrom(std::int32_t folder) const;
+    void putInOrder(std::int32_t folder);
     [[nodiscard]] bool writeTo(const std::string& path, Messages& messages);
 
     std::string path_;
