@@ -1,5 +1,6 @@
 #include "project/custom_icon.hpp"
 
+#include <algorithm>
 #include <string_view>
 
 #include "support/encoding.hpp"
@@ -42,6 +43,28 @@ bool IsPlacedIcon(const ProjectRecord& record) {
         return false;
     return record.parent == kRootFolder ? IsVolumeIcon(record)
                                         : record.hfsName().starts_with(kIconName);
+}
+
+bool IsIconFile(const ProjectRecord& record) {
+    return IsPlacedIcon(record) ||
+           (!record.isFolder() && record.macBinary() && record.signature() == kIconSignature &&
+            record.hfsName().starts_with(kIconName));
+}
+
+void RenewIconMark(ProjectFile& project, std::int32_t folder) {
+    const ProjectFile::Run& run = project.childrenOf(folder);
+    const bool has = std::any_of(run.begin(), run.end(), [](const ProjectRecord& record) {
+        return record.isIn(ProjectView::Hfs) && IsPlacedIcon(record);
+    });
+    if (folder == kRootFolder)
+        project.header().setCustomIcon(has);
+    else if (ProjectRecord* record = project.findByNumber(folder))
+        record->setCustomIcon(has);
+}
+
+void BecomeFolderIcon(ProjectRecord& record) {
+    record.setHfsName(kIconName);
+    record.setHfsNameLocked(false);
 }
 
 void ForgetCustomIcon(ProjectFile& project, const ProjectRecord& record) {

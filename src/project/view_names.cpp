@@ -167,6 +167,40 @@ void ViewNames(ProjectRecord& record, std::u16string_view pcName, const ProjectF
     }
 }
 
+bool IsRefusedName(const ProjectRecord& record, std::string_view name) {
+    return name == kRefusedName && record.sourceName() != kRefusedName;
+}
+
+bool EnterView(ProjectRecord& record, ProjectView view, const ProjectFile& project,
+               SiblingNames& siblings, TruncationAnswers& answers, Messages& messages) {
+    const std::string source(record.sourceName());
+    if (view == ProjectView::Iso) {
+        const std::string known(record.isoName());
+        record.setIsoInclusion(1);
+        if (known.empty() || IsRefusedName(record, known) ||
+            known == CutName(source, kIsoNameLimit))
+            MakeIsoName(record, siblings, answers.iso, messages);
+        else
+            record.setIsoName(siblings.takeIso(known, source));
+        return record.isoInclusion() != 0;
+    }
+    const std::string known(record.hfsName());
+    const bool isHfsPlus = project.header().isHfsPlus();
+    const std::u16string wide = NarrowToWide(source);
+    const std::string own = CutName(WholeHfsName(wide, source, isHfsPlus),
+                                    isHfsPlus ? kHfsPlusNameLimit : kHfsNameLimit);
+    const bool isMade = known.empty() || IsRefusedName(record, known) ||
+                        (known == own && !record.hfsNameLocked() && !BringsItsHfsName(record));
+    record.setHfsInclusion(1);
+    if (!isMade)
+        record.setHfsName(siblings.takeHfs(known, source, wide));
+    else if (isHfsPlus)
+        MakeHfsPlusName(record, wide, siblings);
+    else
+        MakeHfsName(record, wide, siblings, answers.hfs, messages);
+    return record.hfsInclusion() != 0;
+}
+
 void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
                       std::string_view brought, std::string_view path, const ProjectFile& project,
                       Messages& messages) {

@@ -34,6 +34,16 @@ inline constexpr TruncationAnswers kShortenAll = {true, true, true};
 void ViewNames(ProjectRecord& record, std::u16string_view pcName, const ProjectFile& project,
                SiblingNames& siblings, TruncationAnswers& answers, Messages& messages);
 
+/// Takes an item into one view, ISO or HFS: the name that it has there stays when it fits and
+/// nobody else has it, else it is made as `ViewNames` does. False when the person refused a name;
+/// the item is not in the view then.
+[[nodiscard]] bool EnterView(ProjectRecord& record, ProjectView view, const ProjectFile& project,
+                             SiblingNames& siblings, TruncationAnswers& answers,
+                             Messages& messages);
+
+/// Whether a name of the item stands for one whose shortening was refused.
+[[nodiscard]] bool IsRefusedName(const ProjectRecord& record, std::string_view name);
+
 /// Tells the person when the record of an item got names, by `ViewNames`, that are not its own:
 /// shortened, with characters replaced, or with digits. `path` names the item, fit for a terminal.
 void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
