@@ -12,6 +12,7 @@
 
 #include "containers/short_name.hpp"
 #include "project/custom_icon.hpp"
+#include "project/item_deletion.hpp"
 #include "project/sibling_names.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
@@ -24,7 +25,6 @@ namespace {
 
 constexpr int kTextModification = 1088;
 constexpr int kTextDeletion = 1089;
-constexpr int kTextFolderNotEmpty = 1163;
 
 constexpr int kJournalFile = 2;
 
@@ -180,8 +180,7 @@ std::string Rereading::freeHfsName(const ProjectRecord& record, const std::strin
 std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
                            RememberedAnswer& confirm, Messages& messages, Progress& progress,
                            const AcceptedLine& accepted) {
-    // Folder by folder, so that the records of each are moved once.
-    std::map<std::int32_t, std::vector<std::int32_t>> byFolder;
+    ItemDeletion deletion(project, confirm, messages);
     for (const ProjectChange& change : report) {
         if (change.kind != ChangeKind::Deleted)
             continue;
@@ -190,24 +189,13 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
             messages.itemSkipped(Printable(change.path), kNoSuchItem);
             continue;
         }
-        if (record->isFolder() && project.countChildren(record->number) > 0 &&
-            !confirm.ask(messages, FormatText(kTextFolderNotEmpty, messages.language(),
-                                              Printable(NarrowToUtf8(change.name)))))
+        if (!deletion.add(*record, Printable(NarrowToUtf8(change.name))))
             continue;
-        if (IsPlacedIcon(*record))
-            ForgetCustomIcon(project, *record);
-        byFolder[change.parent].push_back(change.number);
         Tell(progress, kTextDeletion, change.path, messages);
         if (accepted)
             accepted(change);
     }
-    std::int64_t count = 0;
-    for (const auto& [folder, numbers] : byFolder) {
-        const RemovedItems removed = project.deleteItems(folder, numbers);
-        project.addCounters(folder, -removed.folders, -removed.files);
-        count += removed.folders + removed.files;
-    }
-    return count;
+    return deletion.finish();
 }
 
 std::int64_t AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
