@@ -1,7 +1,5 @@
 #include "compiler/automatic_label.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <optional>
 #include <string_view>
@@ -9,6 +7,7 @@
 #include "containers/pc_name.hpp"
 #include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -51,9 +50,7 @@ bool SettleLabels(ProjectHeader& header, const std::string& targetPath, Messages
         label = LabelOf(ImageName(targetPath));
         if (!label)
             messages.showTimedMessage(
-                fmt::format("The name of {} has characters that no label can hold: the volume is "
-                            "called \"{}\".",
-                            Printable(targetPath), messages.text(kTextUntitled)));
+                Reason(Sentence::kNameIsNoLabel, Printable(targetPath), ToldText{kTextUntitled}));
     }
     const std::string given = label.value_or(UntitledLabel(messages.language()));
     if (namesIso || header.isoLabel().empty())

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "compiler/build_request.hpp"
 #include "project/project_file.hpp"
 #include "support/clock.hpp"
-#include "support/file_lock.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
 
@@ -40,34 +39,22 @@ enum class CompileMode : int {
 
 enum class CompileResult : int {
     Done = 0,
-    Aborted = -1,         ///< stopped by the user
-    CopyFailed = -2,      ///< a source could not be read, or the target not written
-    TablesFailed = -3,    ///< the temporary tables could not be made
-    NoRoom = -4,          ///< the target's disk is too small
-    Empty = -5,           ///< nothing to put into the image
-    TargetFailed = -6,    ///< the target cannot be created
-    ProjectNotSaved = -7  ///< the image is there, but what it settled about the project is lost
+    Aborted = -1,       ///< stopped by the user
+    CopyFailed = -2,    ///< a source could not be read, or the target not written
+    TablesFailed = -3,  ///< the temporary tables could not be made
+    NoRoom = -4,        ///< the target's disk is too small
+    Empty = -5,         ///< nothing to put into the image
+    TargetFailed = -6,  ///< the target cannot be created
+    NotRebuilt = -7     ///< the rebuild before it was stopped, or sources are not there
 };
 
-/// What the person asked for.
-enum class ImageKind { Hybrid, Iso, Hfs };
-
-/// One compile request, handed down through the steps.
+/// One compile, handed down through its steps.
 struct CompileContext {
     ProjectFile& project;
+    const BuildRequest& request;
     Messages& messages;
     Progress& progress;
     const Clock& clock;
-    std::string targetPath;              ///< path of the image
-    ImageKind kind = ImageKind::Hybrid;  ///< an ISO+ project has one kind of its own
-    bool postgap = false;                ///< add `kPostgapSectors`
-    std::uint64_t freeBytes = 0;         ///< room in the Macintosh volume that no file takes
-    bool strictIso = false;       ///< sort the ISO trees as ECMA-119 asks, and tell of deep folders
-    bool replace = false;         ///< an existing image may be replaced
-    bool isPassing = false;       ///< the image is passed on, and need not outlast a power cut
-    bool projectChanged = false;  ///< since it was opened: save it with the image
-    FileGuard guard = {};         ///< of an image that is replaced
-    std::string tableFolder = ".";              ///< where the temporary tables lie
     CompileMode mode = CompileMode::HybridHfs;  ///< settled by the driver
 };
 

@@ -1,17 +1,17 @@
 #include "compiler/disc_names.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <set>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "containers/name_order.hpp"
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "containers/short_name.hpp"
+#include "project/view_names.hpp"
 #include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -237,7 +237,7 @@ class FolderNames {
     std::unordered_set<std::u16string> joliet_;  // in capitals
     std::set<std::string, HfsLess> hfs_;
     std::set<std::u16string, HfsPlusLess> hfsPlus_;
-    std::string told_;  // of the item at hand: names that are not its own
+    std::vector<Reason> told_;  // of the item at hand: names that are not its own
 };
 
 void FolderNames::name(const Naming& naming) {
@@ -251,7 +251,7 @@ void FolderNames::name(const Naming& naming) {
     const ProjectRecord& record = naming.record();
     const bool isMade = record.accessPath() == kProjectOnlyPath;
     const std::string folder = isMade ? std::string{} : NarrowToUtf8(record.accessPath());
-    messages_.nameChanged(Printable(folder + WideToUtf8(naming.diskName)), told_);
+    TellNames(Printable(folder + WideToUtf8(naming.diskName)), std::move(told_), messages_);
 }
 
 void FolderNames::nameJoliet(const Naming& naming) {
@@ -282,7 +282,7 @@ void FolderNames::nameMacintosh(const Naming& naming) {
 }
 
 void FolderNames::tell(std::string_view tree, const std::string& name) {
-    told_ += fmt::format("{}{} \"{}\"", told_.empty() ? "" : ", ", tree, Printable(name));
+    told_.push_back(NameInTree(tree, name));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include "project/pc_sources.hpp"
 #include "project/stray_records.hpp"
 #include "support/encoding.hpp"
-#include "support/texts.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -22,12 +22,12 @@ class PlanMaker {
     PlanMaker(CompileContext& context, DiscPlan& plan)
         : context_(context),
           plan_(plan),
-          target_(PcFactsOf(context.targetPath)),
+          target_(PcFactsOf(context.request.targetPath)),
           forks_(context, plan) {}
 
     CompileResult run() {
         plan_.appleExtension = context_.mode == CompileMode::IsoPlus;
-        plan_.strictIso = context_.strictIso;
+        plan_.strictIso = context_.request.strictIso;
         plan_.folders.emplace_back().number = kRootFolder;
         entered_.insert(kRootFolder);
         std::vector<std::pair<std::int32_t, std::size_t>>
@@ -99,7 +99,7 @@ class PlanMaker {
 
     void tellStrayRecords() {
         FindStrayRecords(context_.project,
-                         [this](const ProjectRecord& record, std::string_view reason) {
+                         [this](const ProjectRecord& record, const Reason& reason) {
                              if ((HasIso(context_.mode) && record.isoInclusion() != 0) ||
                                  (HasMacintosh(context_.mode) && record.hfsInclusion() != 0))
                                  plan_.leftOut.emplace_back(SourceText(record), reason);
@@ -119,10 +119,10 @@ class PlanMaker {
         PcFacts facts;
         const std::string path = resolver_.resolve(record.accessPath(), record.sourceName(), facts);
         if (facts.kind == PcKind::Missing)
-            return refuse(record, "is not there any more");
+            return refuse(record, Sentence::kPlanGone);
         if (facts.kind != (record.isFolder() ? PcKind::Folder : PcKind::File))
             return refuse(record,
-                          record.isFolder() ? "is no folder any more" : "is no file any more");
+                          record.isFolder() ? Sentence::kPlanNoFolder : Sentence::kPlanNoFile);
         diskName = Utf8ToWide(path.substr(path.find_last_of('/') + 1));
         item.modified = facts.modified;
         if (record.isFolder())
@@ -130,11 +130,11 @@ class PlanMaker {
         // The image that is being replaced is not part of itself.
         if (target_.kind == PcKind::File && target_.inode == facts.inode &&
             target_.device == facts.device) {
-            plan_.leftOut.emplace_back(SourceText(record), "It is the image that is made.");
+            plan_.leftOut.emplace_back(SourceText(record), Sentence::kPlanIsImage);
             return Found::LeftOut;
         }
         if (facts.sizeBytes > kLargestFile)
-            return refuse(record, "has 4 GiB or more, which no file of an image can have");
+            return refuse(record, Sentence::kPlanTooLarge);
         switch (forks_.measure(item, path, static_cast<std::uint32_t>(facts.sizeBytes))) {
             case ForkPlanner::Result::Stopped:
                 return Found::Stopped;
@@ -156,8 +156,8 @@ class PlanMaker {
         return Found::Here;
     }
 
-    Found refuse(const ProjectRecord& record, std::string_view reason) {
-        context_.messages.showMessage(SourceText(record) + " " + std::string(reason) + ".");
+    Found refuse(const ProjectRecord& record, Sentence sentence) {
+        context_.messages.showMessage(Reason(sentence, SourceText(record)));
         return Found::Refused;
     }
 

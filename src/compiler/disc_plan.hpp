@@ -82,7 +82,7 @@ struct DiscPlan {
     /// Directories and path tables are sorted as ECMA-119 asks, not as the project's records are.
     bool strictIso = false;
     /// What is not, or not wholly, in the image, and why; for `Messages::itemSkipped`.
-    std::vector<std::pair<std::string, std::string>> leftOut;
+    std::vector<std::pair<std::string, Reason>> leftOut;
 
     [[nodiscard]] const DiscItem* itemOf(const DiscFolder& folder) const {
         return folder.parent == kNoFolder ? nullptr
@@ -98,9 +98,9 @@ struct DiscPlan {
 
 /// Reads the project and looks every item up on the PC: sizes are those that files and containers
 /// have now. Items that `mode` does not show are left out, and so are, by name in
-/// `DiscPlan::leftOut`, those that it cannot hold and those whose
-/// folder is not in the project. `CopyFailed`, after a message that names the item, when one is
-/// missing or cannot be read; `Aborted` when the user stopped the work.
+/// `DiscPlan::leftOut`, those that it cannot hold and those whose folder is not in the project.
+/// `CopyFailed`, after a message that names the item, when one is missing or cannot be read;
+/// `Aborted` when the user stopped the work.
 [[nodiscard]] CompileResult MakeDiscPlan(CompileContext& context, DiscPlan& plan);
 
 /// Gives every piece its place: one after the other, each beginning on an allocation block. Returns

@@ -17,41 +17,39 @@ std::uint32_t ChunkFor(std::uint32_t sizeBytes) {
     return sizeBytes < 2 * 0x280000 ? kMegabyte : 2 * kMegabyte;
 }
 
-std::uint64_t PaddingBehind(std::uint64_t sizeBytes, std::uint32_t blockSize) {
-    return (blockSize - sizeBytes % blockSize) % blockSize;
-}
-
 }  // namespace
 
-ImageWriter::ImageWriter(PcFile& image, std::uint64_t offset, Progress& progress)
-    : image_(image), progress_(progress), offset_(offset), buffer_(kBufferBytes) {}
+ImageWriter::ImageWriter(PcFile& image, Progress& progress)
+    : image_(image), progress_(progress), buffer_(kBufferBytes) {}
 
-CopyResult ImageWriter::copyFile(PcFile& source, std::string_view name, std::uint32_t sizeBytes,
-                                 std::uint32_t blockSize) {
-    return copy(source, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
-        if (image_.copyFrom(source, done, offset_ + done, piece) == piece)
+CopyResult ImageWriter::copyFile(PcFile& source, std::string_view name, std::uint64_t place,
+                                 std::uint32_t sizeBytes) {
+    return copy(source, name, place, sizeBytes, [&](std::uint32_t done, std::uint32_t piece) {
+        if (image_.copyFrom(source, done, offset_, piece) == piece)
             return CopyResult::Done;
         return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
     });
 }
 
-CopyResult ImageWriter::copyFork(ByteSource& fork, std::string_view name, std::uint32_t sizeBytes,
-                                 std::uint32_t blockSize) {
-    return copy(fork, name, sizeBytes, blockSize, [&](std::uint32_t done, std::uint32_t piece) {
+CopyResult ImageWriter::copyFork(ByteSource& fork, std::string_view name, std::uint64_t place,
+                                 std::uint32_t sizeBytes) {
+    return copy(fork, name, place, sizeBytes, [&](std::uint32_t done, std::uint32_t piece) {
         const std::span<std::uint8_t> bytes(buffer_.data(), piece);
         if (!fork.readExactly(done, bytes))
             return CopyResult::SourceFailed;
-        return image_.writeAt(offset_ + done, bytes) ? CopyResult::Done : CopyResult::TargetFailed;
+        return image_.writeAt(offset_, bytes) ? CopyResult::Done : CopyResult::TargetFailed;
     });
 }
 
 template <typename CopyPiece>
-CopyResult ImageWriter::copy(ByteSource& source, std::string_view name, std::uint32_t sizeBytes,
-                             std::uint32_t blockSize, CopyPiece copyPiece) {
+CopyResult ImageWriter::copy(ByteSource& source, std::string_view name, std::uint64_t place,
+                             std::uint32_t sizeBytes, CopyPiece copyPiece) {
+    if (const CopyResult result = goTo(place); result != CopyResult::Done)
+        return result;
     const std::uint32_t chunk = ChunkFor(sizeBytes);
     if (sizeBytes < kChunksOfLarge * chunk) {
         progress_.fileStart(name, sizeBytes, 0);
-        const CopyResult result = copySmall(source, sizeBytes, blockSize);
+        const CopyResult result = copySmall(source, sizeBytes);
         if (result != CopyResult::Done)
             return result;
         return progress_.fileEnd(sizeBytes) ? CopyResult::Done : CopyResult::Stopped;
@@ -64,17 +62,31 @@ CopyResult ImageWriter::copy(ByteSource& source, std::string_view name, std::uin
         if (const CopyResult result = copyPiece(done, piece); result != CopyResult::Done)
             return result;
         done += piece;
+        offset_ += piece;
         if (!progress_.chunk(piece))
             return CopyResult::Stopped;
     }
-    offset_ += sizeBytes + PaddingBehind(sizeBytes, blockSize);
     return progress_.fileEnd(0) ? CopyResult::Done : CopyResult::Stopped;
 }
 
-CopyResult ImageWriter::copySmall(ByteSource& source, std::uint32_t sizeBytes,
-                                  std::uint32_t blockSize) {
-    std::uint32_t done = 0;
-    while (done < sizeBytes) {
+// Small gaps are filled in the buffer, so that the files around them go out in one piece.
+CopyResult ImageWriter::goTo(std::uint64_t place) {
+    if (place < offset_ + filled_)
+        return CopyResult::PlaceTaken;
+    const std::uint64_t gap = place - offset_ - filled_;
+    if (filled_ == 0 || gap > buffer_.size() - filled_) {
+        if (const CopyResult result = finish(); result != CopyResult::Done)
+            return result;
+        offset_ = place;
+        return CopyResult::Done;
+    }
+    std::fill_n(buffer_.begin() + static_cast<std::ptrdiff_t>(filled_), gap, std::uint8_t{0});
+    filled_ += static_cast<std::size_t>(gap);
+    return CopyResult::Done;
+}
+
+CopyResult ImageWriter::copySmall(ByteSource& source, std::uint32_t sizeBytes) {
+    for (std::uint32_t done = 0; done < sizeBytes;) {
         if (filled_ == buffer_.size())
             if (const CopyResult result = finish(); result != CopyResult::Done)
                 return result;
@@ -84,15 +96,6 @@ CopyResult ImageWriter::copySmall(ByteSource& source, std::uint32_t sizeBytes,
         filled_ += piece;
         done += static_cast<std::uint32_t>(piece);
     }
-    const std::uint64_t padding = PaddingBehind(sizeBytes, blockSize);
-    if (padding > buffer_.size() - filled_) {
-        if (const CopyResult result = finish(); result != CopyResult::Done)
-            return result;
-        offset_ += padding;
-        return CopyResult::Done;
-    }
-    std::fill_n(buffer_.begin() + static_cast<std::ptrdiff_t>(filled_), padding, std::uint8_t{0});
-    filled_ += padding;
     return CopyResult::Done;
 }
 

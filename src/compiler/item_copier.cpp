@@ -1,12 +1,11 @@
 #include "compiler/item_copier.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
 #include "compiler/compile_journal.hpp"
 #include "compiler/item_forks.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "transfer/import_source.hpp"
 
 namespace vellmark {
@@ -15,7 +14,8 @@ ItemCopier::ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& im
                        std::uint64_t fileArea, std::uint32_t blockSize)
     : context_(context),
       plan_(plan),
-      writer_(image, fileArea, context.progress),
+      writer_(image, context.progress),
+      fileArea_(fileArea),
       blockSize_(blockSize) {}
 
 CopyResult ItemCopier::run() {
@@ -23,8 +23,11 @@ CopyResult ItemCopier::run() {
     for (const DiscFolder& folder : plan_.folders) {
         JournalStep(context_, CompileStep::EnterFolder);
         for (const DiscItem& item : folder.items)
-            if (const CopyResult result = copy(item); result != CopyResult::Done)
+            if (const CopyResult result = copy(item); result != CopyResult::Done) {
+                if (result == CopyResult::PlaceTaken)
+                    problem_ = Reason(Sentence::kPlaceTaken, Printable(pathOf(*item.record)));
                 return result;
+            }
     }
     return writer_.finish();
 }
@@ -53,22 +56,22 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
     if (forks.stopped())
         return CopyResult::Stopped;
     if (!problem.empty()) {
-        problem_ = fmt::format("{}: {}", Printable(path), problem);
+        problem_ = Reason(Sentence::kNamedReason, Printable(path), Reason::Plain(problem));
         return CopyResult::SourceFailed;
     }
     for (const RunKind kind : RunOrder(plan_.appleExtension)) {
-        const std::uint32_t sizeBytes = item.run(kind).sizeBytes;
-        if (sizeBytes == 0)
+        const DiscRun& run = item.run(kind);
+        if (run.sizeBytes == 0)
             continue;
         const bool isFile = kind == RunKind::File && IsFileOfPc(item.source, plan_.appleExtension);
         ByteSource& fork = kind == RunKind::Resource ? forks.resource() : forks.data();
-        if (!isFile && fork.size() > sizeBytes)
+        if (!isFile && fork.size() > run.sizeBytes)
             return tellChanged(path);
-        const CopyResult result =
-            isFile ? copyFile(item, path) : writer_.copyFork(fork, path, sizeBytes, blockSize_);
-        if (result == CopyResult::SourceFailed && problem_.empty())
-            problem_ =
-                fmt::format("A fork of {} became shorter while it was copied.", Printable(path));
+        const CopyResult result = isFile
+                                      ? copyFile(item, path)
+                                      : writer_.copyFork(fork, path, placeOf(run), run.sizeBytes);
+        if (result == CopyResult::SourceFailed && !problem_)
+            problem_ = Reason(Sentence::kForkBecameShorter, Printable(path));
         if (result != CopyResult::Done)
             return result;
     }
@@ -77,25 +80,28 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
 }
 
 CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
-    const std::uint32_t sizeBytes = item.run(RunKind::File).sizeBytes;
+    const DiscRun& run = item.run(RunKind::File);
     PcFile source(path, PcFile::Mode::Read);
-    if (source.isOpen() && (source.size() > sizeBytes || source.openedDate() != item.modified))
+    if (source.isOpen() && (source.size() > run.sizeBytes || source.openedDate() != item.modified))
         return tellChanged(path);
     const CopyResult result = source.isOpen()
-                                  ? writer_.copyFile(source, path, sizeBytes, blockSize_)
+                                  ? writer_.copyFile(source, path, placeOf(run), run.sizeBytes)
                                   : CopyResult::SourceFailed;
     if (result == CopyResult::SourceFailed)
-        problem_ =
-            fmt::format("{} {}.", Printable(path),
-                        source.error() != 0 ? "cannot be read: " + SystemErrorText(source.error())
-                                            : std::string("became shorter while it was copied"));
+        problem_ = source.error() != 0 ? Reason(Sentence::kSourceUnreadable, Printable(path),
+                                                SystemError{source.error()})
+                                       : Reason(Sentence::kFileBecameShorter, Printable(path));
     return result == CopyResult::Done && source.hasChanged() ? tellChanged(path) : result;
 }
 
 // An image with the one half of a file from before a change and the other from after it is none.
 CopyResult ItemCopier::tellChanged(const std::string& path) {
-    problem_ = fmt::format("{} changed while the image was made.", Printable(path));
+    problem_ = Reason(Sentence::kChangedWhileBuilt, Printable(path));
     return CopyResult::SourceFailed;
+}
+
+std::uint64_t ItemCopier::placeOf(const DiscRun& run) const {
+    return fileArea_ + std::uint64_t{run.startBlock} * blockSize_;
 }
 
 std::string ItemCopier::pathOf(const ProjectRecord& record) {

@@ -18,25 +18,27 @@ class ItemCopier {
     ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image, std::uint64_t fileArea,
                std::uint32_t blockSize);
 
-    /// Every piece in the order of its place. `problem` tells what failed, apart from a target that
-    /// could not be written.
+    /// Every piece to the place that the plan gave it. `problem` is what failed, apart from a
+    /// target that could not be written.
     [[nodiscard]] CopyResult run();
-    [[nodiscard]] const std::string& problem() const { return problem_; }
+    [[nodiscard]] const Reason& problem() const { return problem_; }
 
   private:
     [[nodiscard]] CopyResult copy(const DiscItem& item);
     [[nodiscard]] CopyResult copyForks(const DiscItem& item, const std::string& path);
     [[nodiscard]] CopyResult copyFile(const DiscItem& item, const std::string& path);
     [[nodiscard]] CopyResult tellChanged(const std::string& path);
+    [[nodiscard]] std::uint64_t placeOf(const DiscRun& run) const;
     [[nodiscard]] std::string pathOf(const ProjectRecord& record);
 
     CompileContext& context_;
     const DiscPlan& plan_;
     ImageWriter writer_;
+    std::uint64_t fileArea_;
     std::uint32_t blockSize_;
     PcPathResolver resolver_;
     std::optional<TemporaryFolder> temporary_;
-    std::string problem_;
+    Reason problem_;
 };
 
 }  // namespace vellmark

@@ -1,11 +1,10 @@
 #include "compiler/item_forks.hpp"
 
-#include <fmt/core.h>
-
 #include "containers/apple_single.hpp"
 #include "containers/pc_name.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "transfer/import_source.hpp"
 #include "volume/hfs_structures.hpp"
 
@@ -16,12 +15,11 @@ namespace {
 /// What containers agree on; the low byte has the colour and what the Finder keeps for itself.
 constexpr std::uint16_t kKeptFinderFlags = 0xFF00;
 
-std::string ProblemOfCompanion(const std::string& path) {
-    const std::string sidecar = SidecarPath(path);
-    if (PcFactsOf(sidecar).kind == PcKind::File)
+Reason ProblemOfCompanion(const std::string& path) {
+    const std::string companion = SidecarPath(path);
+    if (PcFactsOf(companion).kind == PcKind::File)
         return {};
-    return fmt::format("Its companion {} is not there any more.",
-                       Printable(sidecar.substr(sidecar.rfind('/') + 1)));
+    return Reason(Sentence::kCompanionGone, Printable(companion.substr(companion.rfind('/') + 1)));
 }
 
 std::uint16_t FlagsOfRecord(const ProjectRecord& record) {
@@ -41,18 +39,18 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
     if (item.source == ImportClass::Plain || !(item.inHfs || plan_.appleExtension))
         return Result::Planned;
     if (plan_.appleExtension && item.source == ImportClass::NamedStreams) {
-        leaveOut(path, "An image with Apple extensions takes no files with named streams.");
+        leaveOut(path, Sentence::kStreamsInIsoPlus);
         return Result::LeftOut;
     }
     if (item.source == ImportClass::AppleDouble)
-        if (const std::string problem = ProblemOfCompanion(path); !problem.empty())
+        if (const Reason problem = ProblemOfCompanion(path))
             return withoutForks(item, path, problem, false);
     if (item.source == ImportClass::BinHex)
         context_.progress.text(context_.messages.text(kTextDecodingBinHex));
     PcFile file(path, PcFile::Mode::Read);
     if (!file.isOpen()) {
         context_.messages.showMessage(
-            fmt::format("{} cannot be read: {}.", Printable(path), file.errorText()));
+            Reason(Sentence::kSourceUnreadable, Printable(path), SystemError{file.error()}));
         return Result::Refused;
     }
     ImportSource forks;
@@ -61,13 +59,11 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
     if (forks.stopped())
         return Result::Stopped;
     if (!problem.empty() || !forks.damage().empty())
-        return withoutForks(item, path, problem.empty() ? forks.damage() : problem,
+        return withoutForks(item, path, Reason::Plain(problem.empty() ? forks.damage() : problem),
                             forks.isContainer());
     if (item.source == ImportClass::NamedStreams && item.record->resourceSize > 0 &&
         forks.resource().size() == 0)
-        leaveOut(path,
-                 "It has no resource fork in the image. Its stream AFP_Resource is not there any "
-                 "more.");
+        leaveOut(path, Sentence::kStreamGone);
     if (item.source == ImportClass::MacBinary || item.source == ImportClass::BinHex)
         item.containerName = ContainerMacName(forks.info().name);
     item.finderFlags |= static_cast<std::uint16_t>(forks.info().finder.flags & kKeptFinderFlags);
@@ -88,18 +84,18 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
 }
 
 ForkPlanner::Result ForkPlanner::withoutForks(DiscItem& item, const std::string& path,
-                                              const std::string& problem, bool isContainer) {
+                                              const Reason& problem, bool isContainer) {
     const bool isOnPcAlone = isContainer && item.inIso && !plan_.appleExtension;
-    leaveOut(path, (isOnPcAlone                    ? "It is in the ISO view of the image alone. "
-                    : !HoldsBothForks(item.source) ? "It has no resource fork in the image. "
-                                                   : "It is in the image as a plain file. ") +
-                       problem);
+    leaveOut(path, Reason(isOnPcAlone                    ? Sentence::kInIsoViewAlone
+                          : !HoldsBothForks(item.source) ? Sentence::kWithoutResourceFork
+                                                         : Sentence::kInImageAsPlain,
+                          problem));
     item.source = ImportClass::Plain;
     item.inHfs = item.inHfs && !isOnPcAlone;
     return Result::Planned;
 }
 
-void ForkPlanner::leaveOut(const std::string& path, const std::string& reason) {
+void ForkPlanner::leaveOut(const std::string& path, const Reason& reason) {
     plan_.leftOut.emplace_back(Printable(path), reason);
 }
 

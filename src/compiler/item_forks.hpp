@@ -1,4 +1,4 @@
-// The forks of an item: where they are on the PC, and how long they are now. What a record tells of
+// The forks of an item: where they are on the PC, and how long they are now. What a record has of
 // them is what they were when it was made.
 #pragma once
 
@@ -43,8 +43,8 @@ class ForkPlanner {
 
   private:
     [[nodiscard]] Result withoutForks(DiscItem& item, const std::string& path,
-                                      const std::string& problem, bool isContainer);
-    void leaveOut(const std::string& path, const std::string& reason);
+                                      const Reason& problem, bool isContainer);
+    void leaveOut(const std::string& path, const Reason& reason);
 
     CompileContext& context_;
     DiscPlan& plan_;

@@ -1,8 +1,5 @@
 #include "project/accept.hpp"
 
-#include <fmt/core.h>
-
-#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -12,11 +9,14 @@
 
 #include "containers/short_name.hpp"
 #include "project/custom_icon.hpp"
+#include "project/inclusion_refusals.hpp"
 #include "project/item_deletion.hpp"
+#include "project/pc_sources.hpp"
 #include "project/sibling_names.hpp"
 #include "project/source_coding.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
+#include "support/sentences.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -27,8 +27,6 @@ constexpr int kTextModification = 1088;
 constexpr int kTextDeletion = 1089;
 
 constexpr int kJournalFile = 2;
-
-constexpr std::string_view kNoSuchItem = "the project has no such item any more";
 
 void Tell(Progress& progress, int text, const std::string& path, const Messages& messages) {
     progress.journal(kJournalFile, FormatText(text, messages.language(), Printable(path)));
@@ -43,6 +41,7 @@ class Rereading {
 
     /// False after telling why the line was left out, or when the work is to stop.
     [[nodiscard]] bool accept(const ProjectChange& change);
+    [[nodiscard]] std::int64_t skipped() const { return skipped_; }
 
   private:
     [[nodiscard]] bool rereadFile(ProjectRecord& record, const ProjectChange& change);
@@ -52,8 +51,12 @@ class Rereading {
     [[nodiscard]] SiblingNames& namesOf(std::int32_t folder);
     [[nodiscard]] std::string freeHfsName(const ProjectRecord& record, const std::string& wanted,
                                           std::u16string_view pcName);
-    [[nodiscard]] bool refuse(const ProjectChange& change, std::string_view reason) {
+    void skip(const ProjectChange& change, const Reason& reason) {
         messages_.itemSkipped(Printable(change.path), reason);
+        ++skipped_;
+    }
+    [[nodiscard]] bool refuse(const ProjectChange& change, const Reason& reason) {
+        skip(change, reason);
         return false;
     }
 
@@ -61,6 +64,7 @@ class Rereading {
     const InclusionOptions& options_;
     Messages& messages_;
     Progress& progress_;
+    std::int64_t skipped_ = 0;
     std::int32_t namedFolder_ = 0;  // whose names are at hand
     std::optional<SiblingNames> names_;
 };
@@ -68,7 +72,7 @@ class Rereading {
 bool Rereading::accept(const ProjectChange& change) {
     ProjectRecord* record = project_.findByNumber(change.number);
     if (!record || record->parent != change.parent || record->isFolder() != change.isFolder)
-        return refuse(change, kNoSuchItem);
+        return refuse(change, Sentence::kItemGone);
     if (!record->isFolder() && !rereadFile(*record, change))
         return false;
     if (record->isoInclusion() < 0)
@@ -83,25 +87,23 @@ bool Rereading::rereadFile(ProjectRecord& record, const ProjectChange& change) {
     PcItem item = PcItemOf(change.path.substr(change.path.find_last_of('/') + 1));
     item.facts = PcFactsOf(change.path);
     if (item.facts.kind != PcKind::File)
-        return refuse(change, "it cannot be found");
+        return refuse(change, Sentence::kNotFound);
     if (const int error = ReadRefusal(change.path); error != 0)
-        return refuse(change, SystemErrorText(error));
-    if (item.facts.sizeBytes > std::numeric_limits<std::uint32_t>::max())
-        return refuse(change,
-                      fmt::format("its size of {} bytes is 4 GiB or more, which a project cannot "
-                                  "hold",
-                                  item.facts.sizeBytes));
-    const std::string companion = FolderOf(change.path) + "/._" + item.name;
+        return refuse(change, SystemError{error});
+    if (const Reason refusal = SizeRefusal(item.facts))
+        return refuse(change, refusal);
+    const std::string companion =
+        FolderOf(change.path) + '/' + std::string(kCompanionPrefix) + item.name;
     const bool hasCompanion = PcFactsOf(companion).kind == PcKind::File;
     const SourceCoding source =
         FindSourceCoding(change.path, item.facts.sizeBytes, hasCompanion, progress_);
     if (source.isStopped)
         return false;
-    if (!source.refusal.empty())
+    if (source.refusal)
         return refuse(change, source.refusal);
     takeOver(record, source, item);
-    if (!source.damage.empty())
-        messages_.itemSkipped(Printable(change.path), source.damage);
+    if (source.damage)
+        skip(change, source.damage);
     return true;
 }
 
@@ -177,16 +179,18 @@ std::string Rereading::freeHfsName(const ProjectRecord& record, const std::strin
 
 }  // namespace
 
-std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
-                           RememberedAnswer& confirm, Messages& messages, Progress& progress,
-                           const AcceptedLine& accepted) {
+Acceptance AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
+                         RememberedAnswer& confirm, Messages& messages, Progress& progress,
+                         const AcceptedLine& accepted) {
     ItemDeletion deletion(project, confirm, messages);
+    Acceptance result;
     for (const ProjectChange& change : report) {
         if (change.kind != ChangeKind::Deleted)
             continue;
         const ProjectRecord* record = project.findChild(change.parent, change.number);
         if (!record || record->isFolder() != change.isFolder) {
-            messages.itemSkipped(Printable(change.path), kNoSuchItem);
+            messages.itemSkipped(Printable(change.path), Sentence::kItemGone);
+            ++result.skipped;
             continue;
         }
         if (!deletion.add(*record, Printable(NarrowToUtf8(change.name))))
@@ -195,24 +199,25 @@ std::int64_t AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> 
         if (accepted)
             accepted(change);
     }
-    return deletion.finish();
+    result.items = deletion.finish();
+    return result;
 }
 
-std::int64_t AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
-                            const InclusionOptions& options, Messages& messages, Progress& progress,
-                            const AcceptedLine& accepted) {
+Acceptance AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
+                          const InclusionOptions& options, Messages& messages, Progress& progress,
+                          const AcceptedLine& accepted) {
     Rereading rereading(project, options, messages, progress);
-    std::int64_t count = 0;
+    std::int64_t items = 0;
     for (const ProjectChange& change : report) {
         if (!progress.chunk(0))
             break;
         if (change.kind != ChangeKind::Modified || !rereading.accept(change))
             continue;
-        ++count;
+        ++items;
         if (accepted)
             accepted(change);
     }
-    return count;
+    return {items, rereading.skipped()};
 }
 
 InclusionResult AcceptAdded(ProjectFile& project, std::span<const ProjectChange> report,

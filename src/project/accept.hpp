@@ -20,23 +20,25 @@ namespace vellmark {
 /// Called with each line that was accepted; may be empty.
 using AcceptedLine = std::function<void(const ProjectChange& change)>;
 
+/// What a function of these did.
+struct Acceptance {
+    std::int64_t items = 0;    ///< taken out or changed, not counting what lay below
+    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`
+};
+
 /// Takes the deleted items out, folders with all that the project has below them: of one that holds
 /// something the person is asked first, unless `confirm` keeps an answer. The counters of the
-/// folders are brought up to date. Returns how many items were taken out, not counting what lay
-/// below.
-[[nodiscard]] std::int64_t AcceptDeleted(ProjectFile& project,
-                                         std::span<const ProjectChange> report,
-                                         RememberedAnswer& confirm, Messages& messages,
-                                         Progress& progress, const AcceptedLine& accepted = {});
+/// folders are brought up to date.
+[[nodiscard]] Acceptance AcceptDeleted(ProjectFile& project, std::span<const ProjectChange> report,
+                                       RememberedAnswer& confirm, Messages& messages,
+                                       Progress& progress, const AcceptedLine& accepted = {});
 
 /// Takes over what is on the disk now: lengths and dates, and of a file that is or was a container
 /// coding, signature, name and flags as well. The signature of a plain file stays as it is. A mark
-/// of missing goes. Of `options` the lookup of signatures and the clock are used. Returns how many
-/// items were changed.
-[[nodiscard]] std::int64_t AcceptModified(ProjectFile& project,
-                                          std::span<const ProjectChange> report,
-                                          const InclusionOptions& options, Messages& messages,
-                                          Progress& progress, const AcceptedLine& accepted = {});
+/// of missing goes. Of `options` the lookup of signatures and the clock are used.
+[[nodiscard]] Acceptance AcceptModified(ProjectFile& project, std::span<const ProjectChange> report,
+                                        const InclusionOptions& options, Messages& messages,
+                                        Progress& progress, const AcceptedLine& accepted = {});
 
 /// Includes the new items in their folders, folders with all that is in them.
 [[nodiscard]] InclusionResult AcceptAdded(ProjectFile& project,

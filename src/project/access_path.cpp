@@ -1,15 +1,16 @@
 #include "project/access_path.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
+#include <filesystem>
 #include <set>
+#include <system_error>
 
 #include "project/ansi_fold.hpp"
 #include "project/folder_chain.hpp"
 #include "project/pc_sources.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -37,51 +38,52 @@ class PathChange {
           old_(WithSeparator(oldPath, isForeign_ ? kForeignSeparator : '/')),
           new_(WithSeparator(newPath, '/')) {}
 
-    /// True when the record is another now.
-    [[nodiscard]] bool apply(ProjectRecord& record, Messages& messages) const;
+    /// Counts the record when it is another now, or was left out.
+    void apply(ProjectRecord& record, PathsChanged& result, Messages& messages) const;
 
   private:
-    [[nodiscard]] bool set(ProjectRecord& record, const std::string& path, std::string_view name,
-                           Messages& messages) const;
+    static void set(ProjectRecord& record, const std::string& path, std::string_view name,
+                    PathsChanged& result, Messages& messages);
 
     bool isForeign_;
     std::string old_;
     std::string new_;
 };
 
-bool PathChange::apply(ProjectRecord& record, Messages& messages) const {
+void PathChange::apply(ProjectRecord& record, PathsChanged& result, Messages& messages) const {
     const std::string_view path = record.accessPath();
     if (path.starts_with(old_)) {
         std::string rest(path.substr(old_.size()));
         if (isForeign_)
             std::replace(rest.begin(), rest.end(), kForeignSeparator, '/');
-        return set(record, new_ + rest, record.sourceName(), messages);
+        set(record, new_ + rest, record.sourceName(), result, messages);
+        return;
     }
     // The folder that the old path names.
     if (!record.isFolder() || path.empty() || path == kProjectOnlyPath ||
         std::string(path).append(record.sourceName()) + old_.back() != old_)
-        return false;
+        return;
     const std::string bare = new_.substr(0, new_.size() - 1);
     const std::size_t slash = bare.find_last_of('/');
     if (slash == std::string::npos || slash + 1 == bare.size()) {
-        messages.itemSkipped(SourceText(record), fmt::format("{} is no name for a folder",
-                                                             Printable(NarrowToUtf8(new_))));
-        return false;
+        messages.itemSkipped(SourceText(record),
+                             Reason(Sentence::kNoNameForFolder, Printable(NarrowToUtf8(new_))));
+        ++result.skipped;
+        return;
     }
-    return set(record, bare.substr(0, slash + 1), bare.substr(slash + 1), messages);
+    set(record, bare.substr(0, slash + 1), bare.substr(slash + 1), result, messages);
 }
 
-bool PathChange::set(ProjectRecord& record, const std::string& path, std::string_view name,
-                     Messages& messages) const {
+void PathChange::set(ProjectRecord& record, const std::string& path, std::string_view name,
+                     PathsChanged& result, Messages& messages) {
     if (path == record.accessPath() && name == record.sourceName())
-        return false;
+        return;
     if (path.size() > kAccessPathLimit || name.size() > kSourceNameLimit) {
-        messages.itemSkipped(
-            Printable(NarrowToUtf8(path + std::string(name))),
-            fmt::format("its path would have {} characters and its name {}, and a project holds {} "
-                        "and {}",
-                        path.size(), name.size(), kAccessPathLimit, kSourceNameLimit));
-        return false;
+        messages.itemSkipped(Printable(NarrowToUtf8(path + std::string(name))),
+                             Reason(Sentence::kPathTooLong, path.size(), name.size(),
+                                    kAccessPathLimit, kSourceNameLimit));
+        ++result.skipped;
+        return;
     }
     if (name != record.sourceName()) {
         const std::string copy(name);
@@ -89,7 +91,7 @@ bool PathChange::set(ProjectRecord& record, const std::string& path, std::string
         record.setShortName(copy);
     }
     record.setAccessPath(path);
-    return true;
+    ++result.items;
 }
 
 // All numbers of folders below one, itself included.
@@ -112,15 +114,30 @@ bool IsCalled(const PcItem& item, const std::string& foldedName) {
 
 }  // namespace
 
-std::int64_t ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
+std::string RecordPathOf(const std::string& typed) {
+    if (typed.empty())
+        return {};
+    std::error_code error;
+    std::string path = std::filesystem::absolute(typed, error).lexically_normal().string();
+    if (error)
+        return {};
+    // Of a folder that is there, components that Windows-1252 lacks have their 8.3 names.
+    return PcListings().accessPathOf(WithSeparator(path, '/'));
+}
+
+std::string OldRecordPathOf(const std::string& typed) {
+    return IsForeign(typed) ? Utf8ToNarrow(typed) : RecordPathOf(typed);
+}
+
+PathsChanged ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
                               std::string_view newPath, Messages& messages) {
     const PathChange change(oldPath, newPath);
-    std::int64_t count = 0;
+    PathsChanged result;
     project.changeRuns([&](std::span<ProjectRecord> run) {
         for (ProjectRecord& record : run)
-            count += change.apply(record, messages);
+            change.apply(record, result, messages);
     });
-    return count;
+    return result;
 }
 
 std::vector<std::string> Locate(std::span<const std::string> places, std::string_view sourceName,
@@ -154,28 +171,25 @@ std::vector<std::string> Locate(std::span<const std::string> places, std::string
 
 bool ReplaceSource(ProjectFile& project, std::int32_t number, const std::string& path,
                    Messages& messages) {
-    const auto refuse = [&](std::string_view reason) {
-        messages.showMessage(
-            fmt::format("{} cannot take the place of the item: {}.", Printable(path), reason));
+    const auto refuse = [&](Sentence reason) {
+        messages.showMessage(Reason(Sentence::kCannotReplaceSource, Printable(path), reason));
         return false;
     };
     ProjectRecord* record = project.findByNumber(number);
     if (!record)
-        return refuse("the project has no such item");
+        return refuse(Sentence::kNoSuchItem);
     const std::optional<PcSelection> selection = SelectOnPc(path);
     if (!selection || selection->isPattern)
-        return refuse("it cannot be found");
+        return refuse(Sentence::kNotFound);
     PcListings listings;
     const PcItem item = listings.find(selection->folder, selection->name);
     if (item.facts.kind != (record->isFolder() ? PcKind::Folder : PcKind::File))
-        return refuse(record->isFolder() ? "it is no folder" : "it is no file");
+        return refuse(record->isFolder() ? Sentence::kIsNoFolder : Sentence::kIsNoFile);
     const std::string accessPath = listings.accessPathOf(selection->folder);
     const std::string& name = SourceNameOf(item);
     if (accessPath.empty() || name.empty() || accessPath.size() > kAccessPathLimit ||
         name.size() > kSourceNameLimit)
-        return refuse(
-            "its path is longer than a project holds, or has characters outside "
-            "Windows-1252");
+        return refuse(Sentence::kSourcePathRefused);
 
     const std::string before = std::string(record->accessPath()).append(record->sourceName());
     record->setAccessPath(accessPath);
@@ -186,10 +200,11 @@ bool ReplaceSource(ProjectFile& project, std::int32_t number, const std::string&
         return true;
     const std::set<std::int32_t> folders = FoldersBelow(project, number);
     const PathChange change(before, accessPath + name);
+    PathsChanged below;
     project.changeRuns([&](std::span<ProjectRecord> run) {
         if (folders.contains(run.front().parent))
-            for (ProjectRecord& below : run)
-                (void)change.apply(below, messages);
+            for (ProjectRecord& inside : run)
+                change.apply(inside, below, messages);
     });
     return true;
 }

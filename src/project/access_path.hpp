@@ -14,15 +14,26 @@
 
 namespace vellmark {
 
+/// The path of a folder of the PC, as a person gives it, as records have it: Windows-1252, `/` at
+/// its end. Empty when no record can hold it.
+[[nodiscard]] std::string RecordPathOf(const std::string& typed);
+/// The same of a path that items of a project have: one with `\` alone comes from another system
+/// and stays as it is.
+[[nodiscard]] std::string OldRecordPathOf(const std::string& typed);
+
+/// What became of the items of a path.
+struct PathsChanged {
+    std::int64_t items = 0;
+    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`
+};
+
 /// Puts `newPath` in the place of `oldPath` (both Windows-1252, as records have them; a missing
 /// separator at their ends is added) at the start of every access path, case by case. A folder that
 /// is itself what `oldPath` names becomes what `newPath` names, its source name included; the names
 /// in the views stay. Where `oldPath` is written with `\` throughout, as in a project made on
 /// another system, what follows it comes to be written with `/`. An item whose new path is longer
 /// than a record holds is told through `Messages::itemSkipped` and left as it is.
-///
-/// Returns how many items were changed.
-[[nodiscard]] std::int64_t ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
+[[nodiscard]] PathsChanged ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
                                             std::string_view newPath, Messages& messages);
 
 /// Most places that a search tells.

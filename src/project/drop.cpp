@@ -29,8 +29,8 @@ std::optional<InclusionResult> AddDropped(DropTarget& target, std::span<const st
                                 options.view != ProjectView::Iso);
     // Worth a word only after a wait.
     if (const std::int64_t seconds = options.clock.now() - begin; seconds >= kMinute)
-        messages.showTimedMessage(FormatText(kTextCompleted, messages.language(), seconds / kMinute,
-                                             seconds % kMinute, result.folders, result.files));
+        messages.showTimedMessage(Reason::Told(kTextCompleted, seconds / kMinute, seconds % kMinute,
+                                               result.folders, result.files));
     return result;
 }
 

@@ -1,19 +1,16 @@
 #include "project/inclusion.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <iterator>
-#include <limits>
 #include <set>
 
 #include "project/custom_icon.hpp"
 #include "project/folder_batch.hpp"
+#include "project/inclusion_refusals.hpp"
 #include "project/pc_sources.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
-#include "support/pc_file.hpp"
+#include "support/sentences.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
@@ -28,7 +25,6 @@ constexpr int kTextSameName = 1406;
 constexpr int kTextIncluding = 1456;
 
 constexpr int kJournalFile = 2;
-constexpr std::string_view kCompanionPrefix = "._";
 /// Items between two looks at the status line.
 constexpr std::int64_t kItemsBetweenTexts = 64;
 
@@ -65,12 +61,16 @@ class Inclusion {
         : project_(project), options_(options), messages_(messages), progress_(progress) {}
 
     InclusionResult run(std::span<const std::string> paths, std::int32_t parent);
+    InclusionResult runAllOf(const std::string& folder, std::int32_t parent);
 
   private:
+    template <typename AddTop>
+    InclusionResult runFrom(std::int32_t parent, AddTop addTop);
+    void goTo(const std::string& folder);
     void addNamed(FolderBatch& batch, const std::string& given);
     void tellConflict(Conflict conflict, const std::string& path);
     /// A path that stands for nothing.
-    void refuseName(const std::string& given, std::string_view message);
+    void refuseName(const std::string& given, Sentence sentence);
     void addFitting(FolderBatch& batch, const PcSelection& selection);
     void scan(const Subfolder& folder);
     void addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where);
@@ -87,12 +87,10 @@ class Inclusion {
 
     [[nodiscard]] bool isExcluded(const PcItem& item) const;
     [[nodiscard]] PcKind kindOf(const Location& where, const std::string& name);
-    /// Why the item cannot be included at all; empty when it can.
-    [[nodiscard]] std::string refusal(const PcItem& item, const Location& where) const;
     [[nodiscard]] ProjectView viewFor(std::int32_t folder) const;
     [[nodiscard]] bool mayGoOn();
     void fail(InclusionStatus status);
-    void skip(const std::string& path, std::string_view reason);
+    void skip(const std::string& path, const Reason& reason);
 
     ProjectFile& project_;
     InclusionOptions& options_;
@@ -108,17 +106,32 @@ class Inclusion {
 };
 
 InclusionResult Inclusion::run(std::span<const std::string> paths, std::int32_t parent) {
+    return runFrom(parent, [&](FolderBatch& batch) {
+        for (const std::string& path : paths)
+            if (mayGoOn())
+                addNamed(batch, path);
+    });
+}
+
+InclusionResult Inclusion::runAllOf(const std::string& folder, std::int32_t parent) {
+    return runFrom(parent, [&](FolderBatch& batch) {
+        const PcSelection all = SelectAllOf(folder);
+        goTo(all.folder);
+        addFitting(batch, all);
+    });
+}
+
+template <typename AddTop>
+InclusionResult Inclusion::runFrom(std::int32_t parent, AddTop addTop) {
     if (!project_.isFolder(parent)) {
-        messages_.showMessage(fmt::format("The project {} has no folder with the number {}.",
-                                          Printable(project_.path()), parent));
+        messages_.showMessage(
+            Reason(Sentence::kNoFolderNumber, Printable(project_.path()), parent));
         result_.status = InclusionStatus::NoSuchFolder;
         return result_;
     }
     progress_.text(messages_.text(kTextIncluding));
     FolderBatch batch(project_, parent, viewFor(parent));
-    for (const std::string& path : paths)
-        if (mayGoOn())
-            addNamed(batch, path);
+    addTop(batch);
     if (!mayGoOn())
         return result_;
     batch.mergeInto(project_);
@@ -142,14 +155,10 @@ InclusionResult Inclusion::run(std::span<const std::string> paths, std::int32_t 
 void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
     const std::optional<PcSelection> selection = SelectOnPc(given);
     if (!selection) {
-        refuseName(given, fmt::format("{} names no file or folder that can be included.",
-                                      Printable(given)));
+        refuseName(given, Sentence::kNamesNothing);
         return;
     }
-    if (selection->folder != chainFolder_) {
-        chainFolder_ = selection->folder;
-        chain_ = ChainOf(chainFolder_);
-    }
+    goTo(selection->folder);
     if (selection->isPattern) {
         addFitting(batch, *selection);
         return;
@@ -162,26 +171,34 @@ void Inclusion::addNamed(FolderBatch& batch, const std::string& given) {
         tellConflict(conflict, selection->folder + item.name);
 }
 
+// The folder that named items lie in.
+void Inclusion::goTo(const std::string& folder) {
+    if (folder == chainFolder_)
+        return;
+    chainFolder_ = folder;
+    chain_ = ChainOf(folder);
+}
+
 void Inclusion::tellConflict(Conflict conflict, const std::string& path) {
     const bool sameName = conflict == Conflict::SameName;
     const bool isIsoPlus = project_.mode() == ProjectMode::IsoPlus;
     if (!sameName && (options_.toleratesConflicts || isIsoPlus))
         return;
     if (options_.toleratesConflicts || isIsoPlus) {
-        skip(path, messages_.text(kTextSameName));
+        skip(path, ToldText{kTextSameName});
         return;
     }
     fail(InclusionStatus::Conflict);
     messages_.showMessage(
-        sameName ? fmt::format("{}: {}", Printable(path), messages_.text(kTextSameName))
-                 : FormatText(kTextAlreadyThere, messages_.language(), Printable(path)));
+        sameName ? Reason(Sentence::kNamedReason, Printable(path), ToldText{kTextSameName})
+                 : Reason::Told(kTextAlreadyThere, Printable(path)));
 }
 
 void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
     int error = 0;
     const std::vector<PcItem> listing = ListPcFolder(selection.folder, error);
     if (error != 0) {
-        skip(selection.folder, SystemErrorText(error));
+        skip(selection.folder, SystemError{error});
         return;
     }
     std::vector<PcItem> items;
@@ -189,20 +206,19 @@ void Inclusion::addFitting(FolderBatch& batch, const PcSelection& selection) {
                  [&](const PcItem& item) { return MatchesPattern(item.name, selection.name); });
     const bool takesAll = selection.name == "*" || selection.name == "*.*";
     if (items.empty() && !(listing.empty() && takesAll)) {
-        const std::string pattern = selection.folder + selection.name;
-        refuseName(pattern, fmt::format("No file or folder fits {}.", Printable(pattern)));
+        refuseName(selection.folder + selection.name, Sentence::kNothingFits);
         return;
     }
     const std::string accessPath = listings_.accessPathOf(selection.folder);
     addAll(batch, items, {selection.folder, accessPath, chain_, listing});
 }
 
-void Inclusion::refuseName(const std::string& given, std::string_view message) {
+void Inclusion::refuseName(const std::string& given, Sentence sentence) {
     if (options_.toleratesMissing) {
-        skip(given, "it names no file or folder that can be included");
+        skip(given, Sentence::kItemNamesNothing);
         return;
     }
-    messages_.showMessage(message);
+    messages_.showMessage(Reason(sentence, Printable(given)));
     fail(InclusionStatus::NotFound);
 }
 
@@ -210,7 +226,7 @@ void Inclusion::scan(const Subfolder& folder) {
     int error = 0;
     const std::vector<PcItem> items = ListPcFolder(folder.path, error);
     if (error != 0) {
-        skip(folder.path, SystemErrorText(error));
+        skip(folder.path, SystemError{error});
         return;
     }
     const std::string accessPath = listings_.accessPathOf(folder.path);
@@ -222,13 +238,14 @@ void Inclusion::scan(const Subfolder& folder) {
 
 void Inclusion::addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where) {
     for (const PcItem& item : items)
-        if (!IsCompanion(item) && !isExcluded(item) && refusal(item, where).empty())
+        if (!IsCompanion(item) && !isExcluded(item) &&
+            !InclusionRefusal(item, where.folder, where.accessPath))
             batch.names().reserve(Utf8ToWide(item.name), SourceNameOf(item));
     for (const PcItem& item : items) {
         if (!mayGoOn())
             return;
         if (addItem(batch, item, where) == Conflict::SameName)
-            skip(where.folder + item.name, messages_.text(kTextSameName));
+            skip(where.folder + item.name, ToldText{kTextSameName});
     }
 }
 
@@ -236,15 +253,15 @@ Conflict Inclusion::addItem(FolderBatch& batch, const PcItem& item, const Locati
     const std::string path = where.folder + item.name;
     if (isExcluded(item)) {
         if (where.isNamed)
-            skip(path, "it is a file of the project itself");
+            skip(path, Sentence::kFileOfProject);
         return Conflict::None;
     }
     if (IsCompanion(item)) {
         passCompanion(item, where);
         return Conflict::None;
     }
-    if (const std::string reason = refusal(item, where); !reason.empty()) {
-        skip(path, reason);
+    if (const Reason refusal = InclusionRefusal(item, where.folder, where.accessPath)) {
+        skip(path, refusal);
         return Conflict::None;
     }
     const std::string sourceName = SourceNameOf(item);
@@ -272,11 +289,11 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
     const std::string path = where.folder + item.name;
     const PcIdentity identity = IdentityOf(item.facts);
     if (IsIn(where.chain, identity)) {
-        skip(path, "it leads back to a folder that it lies in");
+        skip(path, Sentence::kLeadsBack);
         return;
     }
     if (item.facts.isLink && !linked_.insert(identity).second) {
-        skip(path, "the folder that this link leads to has been included through another link");
+        skip(path, Sentence::kLinkedTwice);
         return;
     }
     record.modified = ToMacLocal(item.facts.modified, options_.clock);
@@ -285,7 +302,7 @@ void Inclusion::addFolder(FolderBatch& batch, ProjectRecord& record, const PcIte
     record.setIsoInclusion(batch.view() != ProjectView::Hfs);
     record.setHfsInclusion(batch.view() != ProjectView::Iso);
     if (record.number == 0) {
-        skip(path, "the project has no number left for a folder");
+        skip(path, Sentence::kNoNumberForFolder);
         return;
     }
     finish(batch, record, item, where, {});
@@ -304,20 +321,20 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
         result_.status = InclusionStatus::Stopped;
         return;
     }
-    if (!source.refusal.empty()) {
+    if (source.refusal) {
         skip(path, source.refusal);
         return;
     }
     record.number = project_.giveFileNumber();
     if (record.number == 0) {
-        skip(path, "the project has no number left for a file");
+        skip(path, Sentence::kNoNumberForFile);
         return;
     }
     FillFileRecord(record, source, item, project_.header().isHfsPlus(), options_.signatureOf,
                    options_.clock);
     if (project_.mode() == ProjectMode::IsoPlus) {
         record.setIsoInclusion(1);
-    } else if (!source.damage.empty() && IsContainerClass(ClassOf(record))) {
+    } else if (source.damage && IsContainerClass(ClassOf(record))) {
         // Whatever is said of containers, the PC keeps its file.
         record.setIsoInclusion(batch.view() != ProjectView::Hfs);
         record.setHfsInclusion(batch.view() != ProjectView::Iso);
@@ -327,8 +344,8 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
     if (source.isCustomIconFile)
         PlaceCustomIcon(project_, record, batch.names());
     finish(batch, record, item, where, ContainerNameIn(source, project_.header().isHfsPlus()));
-    if (!source.damage.empty() && !(options_.buildTells && source.coding != ForkCoding::None))
-        skip(path, "It is taken as a plain file. " + source.damage);
+    if (source.damage && !(options_.buildTellsForks && source.coding != ForkCoding::None))
+        skip(path, Reason(Sentence::kTakenAsPlain, source.damage));
     ++result_.files;
 }
 
@@ -336,10 +353,9 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
 void Inclusion::passCompanion(const PcItem& item, const Location& where) {
     const std::string name = item.name.substr(kCompanionPrefix.size());
     if (kindOf(where, name) == PcKind::Missing)
-        skip(where.folder + item.name, "the file that it belongs to is not there");
+        skip(where.folder + item.name, Sentence::kCompanionAlone);
     else if (where.isNamed)
-        skip(where.folder + item.name,
-             fmt::format("it belongs to {} and comes with it", Printable(name)));
+        skip(where.folder + item.name, Reason(Sentence::kCompanionComesAlong, Printable(name)));
 }
 
 void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
@@ -347,7 +363,9 @@ void Inclusion::finish(FolderBatch& batch, ProjectRecord& record, const PcItem& 
     const std::string path = where.folder + item.name;
     ViewNames(record, Utf8ToWide(item.name), project_, batch.names(), options_.truncation,
               messages_);
-    TellChangedNames(record, Utf8ToWide(item.name), brought, Printable(path), project_, messages_);
+    if (!options_.buildTellsNames)
+        TellChangedNames(record, Utf8ToWide(item.name), brought, Printable(path), project_,
+                         messages_);
     batch.add(record);
     progress_.journal(kJournalFile,
                       FormatText(kTextAddition, messages_.language(), Printable(path)));
@@ -369,34 +387,6 @@ PcKind Inclusion::kindOf(const Location& where, const std::string& name) {
         [](const PcItem& item, const std::string& wanted) { return item.name < wanted; });
     return found != where.listing.end() && found->name == name ? found->facts.kind
                                                                : PcKind::Missing;
-}
-
-std::string Inclusion::refusal(const PcItem& item, const Location& where) const {
-    const PcFacts& facts = item.facts;
-    if (facts.kind == PcKind::Missing) {
-        // A folder that may be listed need not let us look at its items.
-        if (const int error = ReadRefusal(where.folder + item.name); error != 0 && error != ENOENT)
-            return SystemErrorText(error);
-        return facts.isLink ? "it is a symbolic link that leads nowhere" : "it cannot be found";
-    }
-    if (facts.kind == PcKind::Special)
-        return "it is a pipe, a socket or a device";
-    if (facts.kind == PcKind::Folder)
-        if (const int error = ReadRefusal(where.folder + item.name); error != 0)
-            return SystemErrorText(error);
-    if (facts.sizeBytes > std::numeric_limits<std::uint32_t>::max() && facts.kind == PcKind::File)
-        return fmt::format("its size of {} bytes is 4 GiB or more, which a project cannot hold",
-                           facts.sizeBytes);
-    const std::string sourceName = SourceNameOf(item);
-    if (where.accessPath.empty() || sourceName.empty())
-        return "its path has characters outside Windows-1252, and no 8.3 name to use instead";
-    if (where.accessPath.size() > kAccessPathLimit)
-        return fmt::format("the path of its folder has {} characters, and a project holds {}",
-                           where.accessPath.size(), kAccessPathLimit);
-    if (sourceName.size() > kSourceNameLimit)
-        return fmt::format("its name has {} characters, and a project holds {}", sourceName.size(),
-                           kSourceNameLimit);
-    return {};
 }
 
 ProjectView Inclusion::viewFor(std::int32_t folder) const {
@@ -422,7 +412,7 @@ void Inclusion::fail(InclusionStatus status) {
         result_.status = status;
 }
 
-void Inclusion::skip(const std::string& path, std::string_view reason) {
+void Inclusion::skip(const std::string& path, const Reason& reason) {
     messages_.itemSkipped(Printable(path), reason);
     ++result_.skipped;
 }
@@ -439,6 +429,11 @@ InclusionResult Include(ProjectFile& project, std::span<const std::string> paths
                         std::int32_t parent, InclusionOptions& options, Messages& messages,
                         Progress& progress) {
     return Inclusion(project, options, messages, progress).run(paths, parent);
+}
+
+InclusionResult IncludeAllOf(ProjectFile& project, const std::string& folder, std::int32_t parent,
+                             InclusionOptions& options, Messages& messages, Progress& progress) {
+    return Inclusion(project, options, messages, progress).runAllOf(folder, parent);
 }
 
 }  // namespace vellmark

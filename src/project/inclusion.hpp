@@ -35,8 +35,10 @@ struct InclusionOptions {
     /// A path that names nothing is left out like any other item: for a list of which the rest is
     /// to be done.
     bool toleratesMissing = false;
-    /// The forks that cannot be taken are told by the build that follows at once.
-    bool buildTells = false;
+    /// The forks that cannot be taken, and the names that items got, are told by the build that
+    /// follows at once.
+    bool buildTellsForks = false;
+    bool buildTellsNames = false;
     /// Called with the path of each item that was added, folders without a `/`; may be empty.
     std::function<void(const std::string& path)> added = {};
 };
@@ -56,6 +58,9 @@ struct InclusionResult {
     std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`, each by name: what was
                                ///< left out, and files without their forks
     InclusionStatus status = InclusionStatus::Done;
+
+    /// Nothing of what was named could be taken.
+    [[nodiscard]] bool isVain() const { return files + folders == 0 && skipped > 0; }
 };
 
 /// Adds to the folder `parent` of the project what `path` names: a file, a folder with all that is
@@ -83,5 +88,10 @@ struct InclusionResult {
 [[nodiscard]] InclusionResult Include(ProjectFile& project, std::span<const std::string> paths,
                                       std::int32_t parent, InclusionOptions& options,
                                       Messages& messages, Progress& progress);
+
+/// The same for all that lies in a folder of the PC, which is there.
+[[nodiscard]] InclusionResult IncludeAllOf(ProjectFile& project, const std::string& folder,
+                                           std::int32_t parent, InclusionOptions& options,
+                                           Messages& messages, Progress& progress);
 
 }  // namespace vellmark

@@ -102,8 +102,8 @@ void DecideViews(ProjectRecord& record, ProjectView view, std::string_view shown
     const Views views =
         rule.question == kNoQuestion || !kept
             ? rule.yes
-            : Outcome(rule, kept->answer(messages, FormatText(rule.question, messages.language(),
-                                                              shownPath)));
+            : Outcome(rule, kept->answer(messages,
+                                         messages.words(Reason::Told(rule.question, shownPath))));
     record.setIsoInclusion(views.iso);
     record.setHfsInclusion(views.hfs);
 }

@@ -75,6 +75,17 @@ std::optional<PcSelection> SelectOnPc(std::string_view given) {
     return asSlashed ? asSlashed : asItStands;
 }
 
+PcSelection SelectAllOf(const std::string& folder) {
+    std::error_code error;
+    fs::path path = fs::absolute(folder, error);
+    if (!error && HasParentSteps(path))
+        path = fs::canonical(path, error);
+    std::string text = error ? folder : path.lexically_normal().string();
+    if (!text.ends_with('/'))
+        text += '/';
+    return {std::move(text), "*", true};
+}
+
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
     if (pattern == "*" || pattern == "*.*")
         return true;

@@ -26,6 +26,12 @@ struct PcSelection {
 /// wins. Nothing when it names neither an item with a name nor a pattern in a folder that exists.
 [[nodiscard]] std::optional<PcSelection> SelectOnPc(std::string_view given);
 
+/// All that lies in a folder, whose path is taken as it stands.
+[[nodiscard]] PcSelection SelectAllOf(const std::string& folder);
+
+/// Begins the name of the companion file that keeps the other fork of a file on the PC.
+inline constexpr std::string_view kCompanionPrefix = "._";
+
 /// Whether a name (UTF-8) fits a pattern: `*` stands for any characters, `?` for one. `*.*` fits
 /// every name.
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);

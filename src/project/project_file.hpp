@@ -87,7 +87,9 @@ class ProjectFile {
                                             Messages& messages, std::optional<ProjectFile>& project,
                                             const ProjectAccess& access = {});
 
+    /// "" of a project that is made for one image alone and has no file.
     [[nodiscard]] const std::string& path() const { return path_; }
+    [[nodiscard]] bool hasFile() const { return !path_.empty(); }
     [[nodiscard]] ProjectMode mode() const { return mode_; }
     [[nodiscard]] const ProjectHeader& header() const { return header_; }
     [[nodiscard]] ProjectHeader& header() { return header_; }

@@ -1,7 +1,5 @@
 #include "project/project_folders.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -9,7 +7,7 @@
 #include "project/folder_batch.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
-#include "support/texts.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -28,30 +26,27 @@ std::vector<std::string_view> PartsOf(std::string_view path, std::string_view se
     return parts;
 }
 
-// Why no folder of the project can have this name; empty when it can.
-std::string RefusalOf(std::string_view name) {
+// Why no folder of the project can have this name; none when it can.
+Reason RefusalOf(std::string_view name) {
     const std::string narrow = Utf8ToNarrow(name);
     if (name.empty())
-        return "it is empty";
+        return Sentence::kIsEmpty;
     if (name == "." || name == "..")
-        return "it stands for another folder";
+        return Sentence::kNameOfOtherFolder;
     if (name.find_first_of("/\\") != std::string_view::npos)
-        return "it holds a path separator";
+        return Sentence::kNameHasSeparator;
     if (NarrowToUtf8(narrow) != name)
-        return "it holds a character outside Windows-1252";
+        return Sentence::kNameNotNarrow;
     if (narrow.size() > kSourceNameLimit)
-        return fmt::format("it has {} characters, and a project holds {}", narrow.size(),
-                           kSourceNameLimit);
+        return Reason(Sentence::kNameTooLong, narrow.size(), kSourceNameLimit);
     return {};
 }
 
 bool MayBeNamed(std::string_view name, Messages& messages) {
-    const std::string reason = RefusalOf(name);
-    if (!reason.empty())
-        messages.showMessage(
-            fmt::format("The folder \"{}\" cannot be made: its name is refused, as {}.",
-                        Printable(name), reason));
-    return reason.empty();
+    const Reason refusal = RefusalOf(name);
+    if (refusal)
+        messages.showMessage(Reason(Sentence::kNewFolderNameRefused, Printable(name), refusal));
+    return refusal.isNone();
 }
 
 ProjectView ViewFor(const ProjectFile& project, const NewFolderOptions& options) {
@@ -86,10 +81,8 @@ std::int32_t NewFolder(ProjectFile& project, std::string_view name, std::int32_t
         isThere || !project.isFolder(parent) ? 0 : project.giveFolderNumber(narrow);
     if (number == 0) {
         messages.showMessage(
-            isThere ? fmt::format("{}: {}", Printable(name), messages.text(kTextSameName))
-                    : fmt::format("The folder \"{}\" cannot be made: the project has no "
-                                  "number left for it, or no folder {} to hold it.",
-                                  Printable(name), parent));
+            isThere ? Reason(Sentence::kNamedReason, Printable(name), ToldText{kTextSameName})
+                    : Reason(Sentence::kFolderNotMade, Printable(name), parent));
         return 0;
     }
     ProjectRecord record;

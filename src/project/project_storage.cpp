@@ -1,8 +1,6 @@
 // How a project comes from its file and goes back into it.
 #include <unistd.h>
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -15,7 +13,7 @@
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
-#include "support/texts.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -55,20 +53,17 @@ void ShowRefusal(ProjectOpened result, const PcFile& file, Messages& messages) {
             FileOpenError(messages, file.path(), file.failure());
             break;
         case ProjectOpened::NotAProject:
-            messages.showMessage(FormatText(kTextNotAProject, messages.language(), path));
+            messages.showMessage(Reason::Told(kTextNotAProject, path));
             break;
         case ProjectOpened::OlderProject:
-            messages.showMessage(FormatText(kTextOlderProject, messages.language(), path));
+            messages.showMessage(Reason::Told(kTextOlderProject, path));
             break;
         case ProjectOpened::Cut:
             messages.showMessage(
-                fmt::format("The project file\n{}\nis cut short or damaged: its length of {} bytes "
-                            "is no multiple of {}.",
-                            path, file.size(), kProjectRecordBytes));
+                Reason(Sentence::kProjectCut, path, file.size(), kProjectRecordBytes));
             break;
         case ProjectOpened::TooLarge:
-            messages.showMessage(fmt::format("The project file\n{}\nholds more than {} items.",
-                                             path, kMostProjectRecords));
+            messages.showMessage(Reason(Sentence::kProjectTooLarge, path, kMostProjectRecords));
             break;
     }
 }
@@ -171,7 +166,7 @@ bool ProjectFile::saveAs(const std::string& newPath, Messages& messages) {
         target.inode == source.inode)
         return true;
     if (target.kind != PcKind::Missing &&
-        !messages.askYesNo(FormatText(kTextOverwrite, messages.language(), Printable(newPath))))
+        !messages.askYesNo(Reason::Told(kTextOverwrite, Printable(newPath))))
         return false;
     if (!writeTo(newPath, messages))
         return false;
@@ -184,22 +179,21 @@ bool ProjectFile::saveAs(const std::string& newPath, Messages& messages) {
 }
 
 bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
-    const auto show = [&](std::string_view reason) {
-        messages.showMessage(
-            fmt::format("The project file\n{}\ncannot be written: {}.", Printable(path), reason));
+    const auto show = [&](const Reason& reason) {
+        messages.showMessage(Reason(Sentence::kProjectNotWritten, Printable(path), reason));
         return false;
     };
     if (countRecords() > kMostProjectRecords)
-        return show(fmt::format("it would hold more than {} items", kMostProjectRecords));
+        return show(Reason(Sentence::kTooManyItems, kMostProjectRecords));
     const bool isOwn = held_ && path == path_;
     if (isOwn && !StampOf(path).isSameVersion(stamp_))
-        return show("it has been changed or removed since it was read");
+        return show(Sentence::kChangedSinceRead);
     TargetFile target(path);
     PcFile& file = target.file();
     if (!file.isOpen())
-        return show(file.errorText());
+        return show(SystemError{file.error()});
     if (const int error = isOwn ? 0 : target.lockOlder(access_.waitMs); error != 0)
-        return show(SystemErrorText(error));
+        return show(SystemError{error});
     bool written = file.writeRecord(0, header_);
     std::uint64_t offset = kProjectRecordBytes;
     for (const auto& [parent, run] : children_) {
@@ -207,11 +201,11 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
         offset += run.size() * kProjectRecordBytes;
     }
     if (!written)
-        return show(file.errorText());
+        return show(SystemError{file.error()});
     // The lock passes on to the new file before anybody else can have it.
     (void)file.lock(access_.lock);
     if (const int error = target.publish(held_ || access_.mayReplace, true); error != 0)
-        return show(SystemErrorText(error));
+        return show(SystemError{error});
     stamp_ = StampOf(path);
     held_ = std::make_shared<PcFile>(std::move(file));
     return true;

@@ -17,14 +17,13 @@
 #include "project/stray_records.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
-#include "support/texts.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
 namespace {
 
 constexpr int kTextRefreshing = 1339;
-constexpr std::string_view kCompanionPrefix = "._";
 
 /// A folder of the project that is still to be compared.
 struct FolderToCheck {
@@ -93,6 +92,7 @@ class Checker {
     [[nodiscard]] bool isNoAddition(const PcItem& item) const;
     void dropSecondLinks();
     void tellUnknown(const std::string& path, int error);
+    void skip(const std::string& path, const Reason& reason);
     [[nodiscard]] bool mayGoOn();
 
     const ProjectFile& project_;
@@ -119,8 +119,8 @@ CheckResult Checker::run(std::int32_t folder) {
     }
     dropSecondLinks();
     if (folder == kRootFolder)
-        FindStrayRecords(project_, [this](const ProjectRecord& record, std::string_view reason) {
-            messages_.itemSkipped(SourceText(record), reason);
+        FindStrayRecords(project_, [this](const ProjectRecord& record, const Reason& reason) {
+            skip(SourceText(record), reason);
         });
     return std::move(result_);
 }
@@ -301,10 +301,9 @@ bool Checker::forksDiffer(const ProjectRecord& record, const SourceFolder& sourc
     if (!hasForksBeside && !(options_.dates && hasOwnDates))
         return false;
     const SourceCoding coding = FindSourceCoding(path, item.facts.sizeBytes, companion, progress_);
-    const std::string& problem = coding.refusal.empty() ? coding.damage : coding.refusal;
-    if (!problem.empty())
-        messages_.itemSkipped(Printable(path), problem);
-    if (coding.isStopped || !coding.refusal.empty())
+    if (const Reason& problem = coding.refusal ? coding.refusal : coding.damage)
+        skip(Printable(path), problem);
+    if (coding.isStopped || coding.refusal)
         return false;
     ProjectRecord fresh = record;
     FillFileRecord(fresh, coding, item, project_.header().isHfsPlus(), {}, options_.clock);
@@ -318,8 +317,7 @@ void Checker::findAdditions(Comparison& comparison, const SourceFolder& source) 
     std::optional<FolderBatch> batch;  // costs more than the rest where nothing is new
     for (const PcItem& item : source.items()) {
         if (source.isLostCompanion(item))
-            messages_.itemSkipped(Printable(source.path() + item.name),
-                                  "the file that it belongs to is not there");
+            skip(Printable(source.path() + item.name), Sentence::kCompanionAlone);
         if (comparison.known.contains(&item) || isNoAddition(item))
             continue;
         if (!batch) {
@@ -368,7 +366,12 @@ void Checker::dropSecondLinks() {
 
 void Checker::tellUnknown(const std::string& path, int error) {
     if (unknown_.insert(path).second)
-        messages_.itemSkipped(Printable(path), SystemErrorText(error));
+        skip(Printable(path), SystemError{error});
+}
+
+void Checker::skip(const std::string& path, const Reason& reason) {
+    messages_.itemSkipped(path, reason);
+    ++result_.skipped;
 }
 
 bool Checker::mayGoOn() {

@@ -52,7 +52,14 @@ struct CheckResult {
     /// Source roots that are not there: paths of the system that end in `/`, or what records have
     /// of another system. Their items are neither changed nor gone.
     std::vector<std::string> missingRoots;
+    /// What could not be looked at, or is out of place in the project: told, each by name.
+    std::int64_t skipped = 0;
     bool isStopped = false;  ///< by the user
+
+    /// Project and disk agree, as far as the disk could be looked at.
+    [[nodiscard]] bool foundNothing() const { return changes.empty() && isWhole(); }
+    /// All of the disk could be looked at.
+    [[nodiscard]] bool isWhole() const { return skipped == 0 && missingRoots.empty(); }
 };
 
 /// Compares a folder of the project and all below it. Of a folder that is gone nothing below it is

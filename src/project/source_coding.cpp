@@ -1,7 +1,5 @@
 #include "project/source_coding.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
 #include "containers/apple_single.hpp"
@@ -15,6 +13,7 @@
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
 #include "support/pc_file.hpp"
+#include "support/sentences.hpp"
 #include "support/watched_source.hpp"
 #include "transfer/import_name.hpp"
 #include "transfer/import_source.hpp"
@@ -77,7 +76,7 @@ void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info) {
     found.isInvisible = (info.finder.flags & kIsInvisible) != 0;
     found.hasCustomIcon = false;
     found.hidesExtension = false;
-    found.damage.clear();
+    found.damage = {};
 }
 
 // The two Apple formats tell of flags that the other ones leave to whoever opens the file, and may
@@ -98,34 +97,35 @@ void TakeDamaged(SourceCoding& found, ForkCoding coding, ContainerFault fault,
         found.dataSize = sizeBytes;
         found.signature.reset();
     }
-    found.damage = FaultSentence(fault);
+    found.damage = Reason::Plain(FaultSentence(fault));
 }
 
 void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_t dataSize) {
-    const std::string sidecarPath = SidecarPath(path);
+    const std::string companionPath = SidecarPath(path);
     // A companion that is a pipe would be waited for.
-    if (PcFactsOf(sidecarPath).kind != PcKind::File)
+    if (PcFactsOf(companionPath).kind != PcKind::File)
         return;
-    const std::string shown = Printable(sidecarPath.substr(sidecarPath.rfind('/') + 1));
-    PcFile sidecar(sidecarPath, PcFile::Mode::Read);
-    if (!sidecar.isOpen()) {
+    const std::string shown = Printable(companionPath.substr(companionPath.rfind('/') + 1));
+    PcFile companion(companionPath, PcFile::Mode::Read);
+    if (!companion.isOpen()) {
         // Its forks would be lost in silence.
         found.isAppleDouble = true;
         found.coding = ForkCoding::AppleFiles;
         found.damage =
-            fmt::format("Its companion {} cannot be read: {}.", shown, sidecar.errorText());
+            Reason(Sentence::kCompanionUnreadable, shown, SystemError{companion.error()});
         return;
     }
-    if (!IsAppleDoubleFile(sidecar))
+    if (!IsAppleDoubleFile(companion))
         return;
     found.isAppleDouble = true;
-    const MacContainer container = ReadDoubleResource(sidecar);
+    const MacContainer container = ReadDoubleResource(companion);
     TakeApple(found, container);
     found.dataSize = dataSize;
     if (container.fault == ContainerFault::None)
         return;
     found.resourceSize = 0;
-    found.damage = fmt::format("In its companion {}: {}", shown, FaultSentence(container.fault));
+    found.damage =
+        Reason(Sentence::kCompanionDamaged, shown, Reason::Plain(FaultSentence(container.fault)));
 }
 
 void LookForAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes) {
@@ -145,7 +145,7 @@ void LookForMacBinary(SourceCoding& found, ByteSource& file) {
         return;
     const MacContainer container = ReadMacBinary(file);
     if (form == MacBinaryForm::Cut) {
-        found.damage = FaultSentence(container.fault);
+        found.damage = Reason::Plain(FaultSentence(container.fault));
         return;
     }
     found.isMacBinary = true;
@@ -177,8 +177,7 @@ void LookForStreams(SourceCoding& found, const std::string& path) {
     MemoryBytes resource;
     if (const int error = ReadResourceStream(path, resource); error != 0) {
         found.coding = ForkCoding::NamedStreams;
-        found.damage =
-            fmt::format("Its stream AFP_Resource cannot be read: {}.", SystemErrorText(error));
+        found.damage = Reason(Sentence::kStreamUnreadable, SystemError{error});
     }
     const std::optional<FinderInfo> finder = ReadAfpInfo(path);
     const bool hasSignature = finder && finder->signature != std::array<char, 8>{};
@@ -222,7 +221,7 @@ SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes, 
     PcFile file(path, PcFile::Mode::Read);
     HeadSource head(file, sizeBytes);
     if (file.error() != 0) {
-        found.refusal = file.errorText();
+        found.refusal = SystemError{file.error()};
         return found;
     }
     found.dataSize = static_cast<std::uint32_t>(sizeBytes);

@@ -14,6 +14,7 @@
 #include "support/clock.hpp"
 #include "support/pc_folder.hpp"
 #include "support/progress.hpp"
+#include "support/reason.hpp"
 #include "transfer/import_class.hpp"
 
 namespace vellmark {
@@ -44,12 +45,12 @@ struct SourceCoding {
     bool hidesExtension = false;
     bool isInvisible = false;  ///< to the Finder
 
-    /// Why the file cannot be included, in the form of a reason behind a name; "" when it can.
-    std::string refusal;
-    /// What is wrong with its forks, as a sentence; "" for nothing. Without forks it is a plain
-    /// file. `coding` tells where they would lie: a container that is damaged is one of the PC's
+    /// Why the file cannot be included, in the form of a reason behind a name; none when it can.
+    Reason refusal;
+    /// What is wrong with its forks, as a sentence; none for nothing. Without forks it is a plain
+    /// file. `coding` says where they would lie: a container that is damaged is one of the PC's
     /// alone.
-    std::string damage;
+    Reason damage;
     /// The user stopped the work while a container was looked through.
     bool isStopped = false;
 };

@@ -12,8 +12,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr std::string_view kCompanionPrefix = "._";
-
 // With these the system says that there is nothing; any other failure says nothing about it.
 bool MeansGone(int error) {
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;

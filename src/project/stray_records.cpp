@@ -3,11 +3,13 @@
 #include <unordered_set>
 #include <vector>
 
+#include "support/sentences.hpp"
+
 namespace vellmark {
 
 void FindStrayRecords(
     const ProjectFile& project,
-    const std::function<void(const ProjectRecord& record, std::string_view reason)>& tell) {
+    const std::function<void(const ProjectRecord& record, const Reason& reason)>& tell) {
     std::vector<std::int32_t> folders = {kRootFolder};
     std::unordered_set<std::int32_t> reached = {kRootFolder};
     for (std::size_t i = 0; i < folders.size(); ++i)
@@ -17,11 +19,11 @@ void FindStrayRecords(
             if (reached.insert(record.number).second)
                 folders.push_back(record.number);
             else
-                tell(record, "Another folder of the project has its number.");
+                tell(record, Sentence::kStraySecondNumber);
         }
     project.forEachRecord([&](const ProjectRecord& record) {
         if (!reached.contains(record.parent))
-            tell(record, "It lies in a folder that the project does not have.");
+            tell(record, Sentence::kStrayFolder);
     });
 }
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <functional>
-#include <string_view>
 
 #include "project/project_file.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
@@ -13,6 +13,6 @@ namespace vellmark {
 /// and for each folder with a number that another one has. `reason` is a sentence.
 void FindStrayRecords(
     const ProjectFile& project,
-    const std::function<void(const ProjectRecord& record, std::string_view reason)>& tell);
+    const std::function<void(const ProjectRecord& record, const Reason& reason)>& tell);
 
 }  // namespace vellmark

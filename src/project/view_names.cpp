@@ -1,13 +1,14 @@
 #include "project/view_names.hpp"
 
-#include <fmt/core.h>
-
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "containers/short_name.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/catalog_name.hpp"
 
 namespace vellmark {
@@ -205,10 +206,10 @@ void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
                       std::string_view brought, std::string_view path, const ProjectFile& project,
                       Messages& messages) {
     const bool isHfsPlus = project.header().isHfsPlus();
-    std::string told;
+    std::vector<Reason> told;
     // What the field of the record does not hold comes from the disk.
     if (record.isIn(ProjectView::Iso) && record.isoName() != record.sourceName())
-        told = fmt::format("Joliet \"{}\"", Printable(NarrowToUtf8(record.isoName())));
+        told.push_back(NameInTree("Joliet", NarrowToUtf8(record.isoName())));
     if (project.mode() == ProjectMode::Hybrid && record.isIn(ProjectView::Hfs) &&
         !record.hfsNameLocked() && !record.unicodeOnDisk()) {
         const MacName own = PcToMacName(pcName);
@@ -218,12 +219,19 @@ void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
         const bool isChanged =
             record.hfsName() != whole || (brought.empty() && !isHfsPlus && !own.isExact);
         if (isChanged)
-            told += fmt::format("{}{} \"{}\"", told.empty() ? "" : ", ", isHfsPlus ? "HFS+" : "HFS",
-                                Printable(isHfsPlus ? NarrowToUtf8(record.hfsName())
-                                                    : ShownHfsName(record.hfsName())));
+            told.push_back(isHfsPlus ? NameInTree("HFS+", NarrowToUtf8(record.hfsName()))
+                                     : NameInTree("HFS", ShownHfsName(record.hfsName())));
     }
-    if (!told.empty())
-        messages.nameChanged(path, told);
+    TellNames(path, std::move(told), messages);
+}
+
+Reason NameInTree(std::string_view tree, const std::string& name) {
+    return Reason(Sentence::kNameInTree, tree, Printable(name));
+}
+
+void TellNames(std::string_view item, std::vector<Reason> names, Messages& messages) {
+    if (!names.empty())
+        messages.nameChanged(item, messages.words(Reason::Joined(std::move(names), ", ")));
 }
 
 void RedoNamesForHfsPlus(ProjectFile& project) {
@@ -238,11 +246,10 @@ void RedoNamesForHfs(ProjectFile& project) {
     header.setHfsLabel(CutName(PcToMacName(NarrowToWide(header.hfsLabel())).bytes, kHfsLabelLimit));
 }
 
-void TurnToHfsPlus(ProjectFile& project, Messages& messages, std::string_view reason) {
+void TurnToHfsPlus(ProjectFile& project, Messages& messages, const Reason& reason) {
     project.header().setHfsPlus(true);
     RedoNamesForHfsPlus(project);
-    messages.showTimedMessage(
-        fmt::format("{}\nIt is now an HFS+ project, and its names were made anew.", reason));
+    messages.showTimedMessage(Reason(Sentence::kTurnedToHfsPlus, reason));
 }
 
 void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, Messages& messages) {
@@ -250,8 +257,7 @@ void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, M
         totals.hfsRecords <= kMostHfsRecords)
         return;
     TurnToHfsPlus(project, messages,
-                  fmt::format("HFS holds at most {} files and folders, and this project has {}.",
-                              kMostHfsRecords, totals.hfsRecords));
+                  Reason(Sentence::kTooManyForHfs, kMostHfsRecords, totals.hfsRecords));
 }
 
 }  // namespace vellmark

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "project/project_file.hpp"
 #include "project/sibling_names.hpp"
@@ -50,6 +51,11 @@ void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
                       std::string_view brought, std::string_view path, const ProjectFile& project,
                       Messages& messages);
 
+/// A name that an item has in one of the trees, to be told; `name` is UTF-8.
+[[nodiscard]] Reason NameInTree(std::string_view tree, const std::string& name);
+/// Tells which names an item got; nothing when there are none.
+void TellNames(std::string_view item, std::vector<Reason> names, Messages& messages);
+
 /// A MacRoman name as far as an HFS+ project holds it, `_` for the rest.
 struct NarrowName {
     std::string bytes;  ///< Windows-1252
@@ -62,7 +68,7 @@ struct NarrowName {
 void RedoNamesForHfsPlus(ProjectFile& project);
 
 /// Makes the project an HFS+ one, its names with it, and tells the user why.
-void TurnToHfsPlus(ProjectFile& project, Messages& messages, std::string_view reason);
+void TurnToHfsPlus(ProjectFile& project, Messages& messages, const Reason& reason);
 /// The same when a hybrid project has more files and folders in its HFS view than HFS holds.
 void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, Messages& messages);
 /// Makes all HFS names anew after the project became an HFS one: cut and mapped to MacRoman.

@@ -1,13 +1,10 @@
 #include "session/build_options.hpp"
 
-#include <fmt/core.h>
-
-#include "compiler/compile.hpp"
+#include "project/open_project.hpp"
 #include "session/exit_status.hpp"
 #include "session/sizes.hpp"
 #include "support/encoding.hpp"
-#include "support/pc_file.hpp"
-#include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -20,7 +17,7 @@ ImageKind KindOf(const std::string& name) {
     return name == "iso" ? ImageKind::Iso : name == "hfs" ? ImageKind::Hfs : ImageKind::Hybrid;
 }
 
-std::string_view ModeName(CompileMode mode) {
+Operand ModeName(CompileMode mode) {
     switch (mode) {
         case CompileMode::HybridHfs:
             return "ISO 9660 + Joliet + HFS";
@@ -35,7 +32,7 @@ std::string_view ModeName(CompileMode mode) {
         case CompileMode::IsoPlus:
             break;
     }
-    return "ISO 9660 + Joliet + Apple extensions";
+    return Sentence::kIsoPlusKind;
 }
 
 }  // namespace
@@ -52,54 +49,54 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
     arguments.flag(option::kVerbose, options.verbose);
 }
 
-std::string BuildRefusal(const BuildOptions& options, ProjectMode mode) {
+Reason BuildRefusal(const BuildOptions& options, ProjectMode mode) {
     if (mode == ProjectMode::IsoPlus && options.kind != kHybridKind)
-        return "An ISO+ project is built into one kind of image.";
+        return Sentence::kOneKindOfImage;
     if (options.strictIso && options.kind == "hfs")
-        return "--strict-iso is for the PC side, which --kind hfs leaves out.";
+        return Sentence::kStrictIsoWithoutIso;
     if (options.free.empty())
         return {};
     if (mode == ProjectMode::IsoPlus || options.kind == "iso")
-        return "--free leaves room in a Macintosh volume, and this image has none.";
+        return Sentence::kFreeWithoutVolume;
     const auto bytes = SizeOf(options.free, kMegabyte);
     return bytes && *bytes <= kMostFreeBytes
-               ? std::string{}
-               : fmt::format("{} is no size up to 2T, such as 500K or 100M.",
-                             Printable(options.free));
+               ? Reason()
+               : Reason(Sentence::kNoFreeSize, Printable(options.free));
 }
 
-int RunBuild(ProjectFile& project, const BuildOptions& options, CommandContext& context,
-             Terminal& terminal) {
-    const TemporaryFolder tables;
-    if (!HasTemporaryFolder(tables.path(), terminal.messages))
+BuildRequest RequestOf(const BuildOptions& options, const OutputFile& output,
+                       const CommandContext& context) {
+    BuildRequest request;
+    request.targetPath = output.path();
+    request.kind = KindOf(options.kind);
+    request.postgap = options.postgap;
+    request.strictIso = options.strictIso;
+    request.freeBytes = SizeOf(options.free, kMegabyte).value_or(0);
+    request.replace = options.force;
+    request.isPassing = output.isStandardOutput();
+    request.guard = context.guard;
+    return request;
+}
+
+int BuildAndTell(ProjectFile& project, const BuildRequest& request, const BuildOptions& options,
+                 const OutputFile& output, CommandContext& context, Terminal& terminal) {
+    Messages& messages = terminal.messages;
+    const BuildOutcome outcome =
+        BuildProject(project, request, {messages, terminal.progress, context.clock});
+    if (outcome.result != CompileResult::Done)
         return kExitFailed;
-    CompileContext compile{project,       terminal.messages, terminal.progress,
-                           context.clock, options.output,    KindOf(options.kind)};
-    compile.postgap = options.postgap;
-    compile.strictIso = options.strictIso;
-    compile.freeBytes = SizeOf(options.free, kMegabyte).value_or(0);
-    compile.replace = options.force;
-    compile.isPassing = options.toOutput;
-    compile.guard = context.guard;
-    compile.projectChanged = options.projectChanged;
-    compile.tableFolder = tables.path();
-    // The build settles what the names are.
-    terminal.messages.forgetChangedNames();
-    if (CompileProject(compile) != CompileResult::Done)
+    if (outcome.settled.any() && project.hasFile() && !SaveAfterBuild(project, messages))
         return kExitFailed;
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
-    if (!options.quiet && !options.toOutput)
-        context.output << Printable(options.output) << ": " << ModeName(compile.mode) << ", "
-                       << PcFactsOf(options.output).sizeBytes << " bytes\n";
-    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
-}
-
-bool HasTemporaryFolder(const std::string& path, Messages& messages) {
-    if (path.empty())
-        messages.showMessage(
-            "No temporary folder can be made; the variable TMPDIR names where such folders lie.");
-    return !path.empty();
+    if (!options.quiet && !output.isStandardOutput())
+        context.output << messages.words(Reason(Sentence::kImageBuilt, Printable(output.path()),
+                                                ModeName(outcome.summary.mode),
+                                                outcome.summary.imageBytes))
+                       << '\n';
+    if (!output.send(context, messages))
+        return kExitFailed;
+    return outcome.skipped > 0 ? kExitSkipped : kExitDone;
 }
 
 }  // namespace vellmark

@@ -1,11 +1,12 @@
-// What `make` and `build` share: the options of a compile, and running it.
+// What `make` and `build` share: the options of a build, and what is said of one.
 #pragma once
 
 #include <string>
 
-#include "compiler/compile_context.hpp"
+#include "compiler/build_project.hpp"
 #include "session/command_context.hpp"
 #include "session/options.hpp"
+#include "session/output_file.hpp"
 #include "session/terminal.hpp"
 
 namespace vellmark {
@@ -20,23 +21,23 @@ struct BuildOptions {
     std::string free;  ///< a size; "" for nothing
     bool force = false;
     bool quiet = false;
-    bool verbose = false;         ///< name every changed name
-    bool toOutput = false;        ///< the standard output takes the image, and no line about it
-    bool projectChanged = false;  ///< before the build: it is saved with the image
+    bool verbose = false;  ///< name every changed name
 };
 
 /// Declares the options on a verb, apart from the output.
 void AddBuildOptions(OptionSet& arguments, BuildOptions& options);
 
-/// What of the options does not go together, or is no value, as a sentence; "" for nothing.
-[[nodiscard]] std::string BuildRefusal(const BuildOptions& options, ProjectMode mode);
+/// What of the options does not go together, or is no value; none for nothing.
+[[nodiscard]] Reason BuildRefusal(const BuildOptions& options, ProjectMode mode);
 
-/// Compiles the project to `options.output`, its tables in a private folder, and tells what came
-/// out. Returns an exit status.
-[[nodiscard]] int RunBuild(ProjectFile& project, const BuildOptions& options,
-                           CommandContext& context, Terminal& terminal);
+/// The image that the options ask for.
+[[nodiscard]] BuildRequest RequestOf(const BuildOptions& options, const OutputFile& output,
+                                     const CommandContext& context);
 
-/// Whether a folder for temporary files was made; what speaks against it has been shown.
-[[nodiscard]] bool HasTemporaryFolder(const std::string& path, Messages& messages);
+/// Builds the project, saves what the build settled about one that has a file, sends an image to
+/// the standard output that goes there, and says what came out. Returns an exit status.
+[[nodiscard]] int BuildAndTell(ProjectFile& project, const BuildRequest& request,
+                               const BuildOptions& options, const OutputFile& output,
+                               CommandContext& context, Terminal& terminal);
 
 }  // namespace vellmark

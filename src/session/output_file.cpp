@@ -5,7 +5,6 @@
 #include <ostream>
 #include <vector>
 
-#include "session/build_options.hpp"
 #include "session/terminal.hpp"
 #include "support/sentences.hpp"
 #include "support/targets.hpp"
@@ -30,7 +29,10 @@ OutputFile::OutputFile(const std::string& named, std::string_view standIn) {
 }
 
 bool OutputFile::isReady(Messages& messages) const {
-    return !isStandardOutput() || HasTemporaryFolder(folder_->path(), messages);
+    const bool isReady = !isStandardOutput() || !folder_->path().empty();
+    if (!isReady)
+        messages.showMessage(Sentence::kNoTemporaryFolder);
+    return isReady;
 }
 
 bool OutputFile::send(CommandContext& context, Messages& messages) const {

@@ -114,8 +114,6 @@ class TerminalMessages final : public Messages {
     /// Says how many names were changed since the last time, and names the first of them, or all
     /// where every one was asked for.
     void tellChangedNames(bool all);
-    /// What was noted of them before does not count.
-    void forgetChangedNames() { changedNames_.clear(); }
 
     /// Items left out so far.
     [[nodiscard]] std::uint64_t skipped() const { return skipped_; }

@@ -1,7 +1,5 @@
 #include "session/batch/batch.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
 #include "session/batch/batch_commands.hpp"
@@ -9,6 +7,7 @@
 #include "session/instance_lock.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -49,21 +48,20 @@ BatchResult Run(const BatchOption& option, std::span<const std::string> argument
                                    [&](const Row& r) { return r.fits(option); });
     if (row == std::end(kRows))
         return BatchResult::NotUnderstood;
+    Messages& messages = terminal.messages;
     const bool opensLog = option.second == kWithJournal;
     const bool takesArgument = row->takesArgument || opensLog;
     const std::size_t wanted = takesArgument ? 3 : 2;
     if (arguments.size() < wanted) {
-        terminal.messages.showMessage(
-            fmt::format("{} needs {}.", Printable(arguments[0]),
-                        takesArgument ? "a project and an argument" : "a project"));
+        messages.showMessage(
+            Reason(takesArgument ? Sentence::kBatchNeedsArgument : Sentence::kBatchNeedsProject,
+                   Printable(arguments[0])));
         return BatchResult::NotUnderstood;
     }
     // As a rule a pattern that the shell has put names in the place of: all but the first of them
     // would be lost in silence.
     if (arguments.size() > kMostArguments) {
-        terminal.messages.showMessage(
-            fmt::format("{} takes no more than two parameters; a pattern stands in quotes.",
-                        Printable(arguments[0])));
+        messages.showMessage(Reason(Sentence::kBatchTooManyArguments, Printable(arguments[0])));
         return BatchResult::NotUnderstood;
     }
     return row->run({SideOf(option.second), arguments[1],
@@ -90,17 +88,17 @@ int RunBatch(const BatchOption& option, std::span<const std::string> arguments,
              CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, {.quiet = true});
+    Messages& messages = terminal.messages;
     const InstanceLock lock(context.lockFolder);
     if (lock.state() != InstanceLock::State::Taken) {
-        terminal.messages.showMessage(
+        messages.showMessage(
             lock.state() == InstanceLock::State::Busy ? Reason::Told(kTextRunning) : lock.reason());
         return kExitFailed;
     }
     const BatchResult result = Run(option, arguments, context, terminal);
     // Some commands go on to the start with a window, which does not know them, when they are done.
     if (result != BatchResult::Done)
-        terminal.messages.showMessage(
-            FormatText(kTextNotManaged, context.language, Printable(arguments[0])));
+        messages.showMessage(Reason::Told(kTextNotManaged, Printable(arguments[0])));
     if (result != BatchResult::Done && result != BatchResult::DoneAndOpen)
         return kExitFailed;
     return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;

@@ -1,23 +1,21 @@
 #include "session/batch/batch_commands.hpp"
 
-#include <fmt/core.h>
-
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "IO/disk_image.hpp"
-#include "compiler/compile.hpp"
+#include "compiler/build_project.hpp"
 #include "join/deshybridation.hpp"
 #include "join/hybridation.hpp"
-#include "project/inclusion.hpp"
+#include "project/include_contents.hpp"
+#include "project/labels.hpp"
+#include "project/open_project.hpp"
 #include "project/project_folders.hpp"
+#include "project/rebuild.hpp"
 #include "reading/plain_image.hpp"
 #include "session/file_modes.hpp"
-#include "session/include_list.hpp"
-#include "session/labels.hpp"
-#include "session/open_project.hpp"
-#include "session/project_rebuild.hpp"
+#include "session/project_options.hpp"
 #include "session/reading_ports.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
@@ -25,6 +23,7 @@
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 
 namespace vellmark {
@@ -48,10 +47,7 @@ bool OpenOrCreate(const BatchJob& job, std::optional<ProjectFile>& project) {
         return OpenForChange(job.project, job.context, messages, project);
     const FileMode mode = FileModeOf(job.project);
     if (mode != FileMode::Project && mode != FileMode::IsoPlus) {
-        messages.showMessage(
-            fmt::format("{} is not there, and no project is made under that name: projects end in "
-                        ".vlpr, .cat or .vlso.",
-                        Printable(job.project)));
+        messages.showMessage(Reason(Sentence::kBatchNoProjectName, Printable(job.project)));
         return false;
     }
     if (!MayMakeFile(job.project, false, messages))
@@ -67,15 +63,8 @@ BatchResult Save(ProjectFile& project, Messages& messages) {
     return project.save(messages) ? BatchResult::Done : BatchResult::NotOpened;
 }
 
-BatchResult ResultOf(CompileResult result) {
-    switch (result) {
-        case CompileResult::Done:
-            return BatchResult::Done;
-        case CompileResult::NoRoom:
-            return BatchResult::NoRoom;
-        default:
-            return BatchResult::NotCreated;
-    }
+Ports PortsOf(const BatchJob& job) {
+    return {job.terminal.messages, job.terminal.progress, job.context.clock};
 }
 
 }  // namespace
@@ -84,32 +73,37 @@ BatchResult BatchCompile(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
     const ProjectMode mode = ProjectModeOf(job.project);
     if (mode == ProjectMode::IsoPlus && job.side != BatchSide::Both) {
-        messages.showMessage("An ISO+ project is built into one kind of image.");
+        messages.showMessage(Sentence::kOneKindOfImage);
         return BatchResult::NotUnderstood;
     }
     std::optional<ProjectFile> project;
     if (ProjectFile::Open(FollowLink(job.project), mode, messages, project,
                           ChangingAccess(job.context)) != ProjectOpened::Opened)
         return BatchResult::NotOpened;
-    const std::string image = FollowLink(WithExtension(job.project, "ISO"));
-    if (AreSameFile(image, job.project)) {
-        messages.showMessage(
-            fmt::format("The image {} would replace its own project.", Printable(image)));
+    BuildRequest request;
+    request.targetPath = FollowLink(WithExtension(job.project, "ISO"));
+    if (const Reason refusal = TargetRefusal(*project, request.targetPath)) {
+        messages.showMessage(refusal);
         return BatchResult::NotCreated;
     }
-    bool changed = false;
-    if (!MayMakeFile(image, true, messages) ||
-        !RebuildBeforeBuild(*project, false, image, job.context, job.terminal, changed))
+    if (!MayMakeFile(request.targetPath, true, messages))
         return BatchResult::NotCreated;
-    const ImageKind kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
-                           : job.side == BatchSide::Iso ? ImageKind::Iso
-                                                        : ImageKind::Hybrid;
-    CompileContext compile{*project,          messages, job.terminal.progress,
-                           job.context.clock, image,    kind};
-    compile.replace = true;
-    compile.guard = job.context.guard;
-    compile.projectChanged = changed;
-    return ResultOf(CompileProject(compile));
+    request.kind = job.side == BatchSide::Hfs   ? ImageKind::Hfs
+                   : job.side == BatchSide::Iso ? ImageKind::Iso
+                                                : ImageKind::Hybrid;
+    request.replace = true;
+    request.guard = job.context.guard;
+    request.tableFolder = ".";
+    request.rebuilds = project->header().rebuildBeforeCompile();
+    if (request.rebuilds)
+        request.rebuild = RebuildRequestOf(job.context, messages);
+    request.backsUp = OptionsOf(job.context).backsUpProjects;
+    const BuildOutcome outcome = BuildProject(*project, request, PortsOf(job));
+    if (outcome.result != CompileResult::Done)
+        return outcome.result == CompileResult::NoRoom ? BatchResult::NoRoom
+                                                       : BatchResult::NotCreated;
+    return !outcome.settled.any() || SaveAfterBuild(*project, messages) ? BatchResult::Done
+                                                                        : BatchResult::NotCreated;
 }
 
 BatchResult BatchMakeFolders(const BatchJob& job) {
@@ -125,27 +119,23 @@ BatchResult BatchMakeFolders(const BatchJob& job) {
 
 BatchResult BatchInclude(const BatchJob& job) {
     Messages& messages = job.terminal.messages;
-    const bool isList = job.argument.starts_with(kListSign);
-    std::vector<std::string> paths;
-    if (!isList)
-        paths.push_back(job.argument);
-    else if (!ReadIncludeList(job.argument.substr(1), paths, messages))
-        return BatchResult::NotFound;
+    ContentsRequest request;
+    if (job.argument.starts_with(kListSign))
+        request.list = job.argument.substr(1);
+    else
+        request.paths.push_back(job.argument);
     std::optional<ProjectFile> project;
     if (!OpenOrCreate(job, project))
         return BatchResult::NotOpened;
     InclusionOptions options{job.context.clock, ViewOf(job.side), kYesToAll, kShortenAll};
-    options.signatureOf = SignatureLookupOf(job.context, job.terminal.messages);
-    options.excluded = OwnFiles(*project, job.context);
+    options.signatureOf = SignatureLookupOf(job.context, messages);
+    options.excluded = OwnFiles(*project, JournalOf(job.context));
     options.toleratesConflicts = true;
-    options.toleratesMissing = isList;
-    const InclusionResult included =
-        Include(*project, paths, kRootFolder, options, messages, job.terminal.progress);
-    if (!IsWorthSaving(included, messages))
+    const InclusionResult included = IncludeContents(*project, request, options, PortsOf(job));
+    if (included.status != InclusionStatus::Done)
         return BatchResult::NotFound;
     // Nothing that was named could be taken: no project comes into being for it.
-    const bool isVain = included.files + included.folders == 0 && included.skipped > 0;
-    if (isVain && PcFactsOf(job.project).kind == PcKind::Missing)
+    if (included.isVain() && PcFactsOf(job.project).kind == PcKind::Missing)
         return BatchResult::NotFound;
     return Save(*project, messages);
 }
@@ -161,13 +151,13 @@ BatchResult BatchRebuild(const BatchJob& job) {
     std::optional<ProjectFile> project;
     if (!OpenForChange(job.project, job.context, messages, project))
         return BatchResult::NotOpened;
-    RebuildResult result;
-    if (!RebuildInMemory(*project, {}, job.context, job.terminal, result))
+    const RebuildResult result =
+        Rebuild(*project, RebuildRequestOf(job.context, messages), PortsOf(job));
+    if (!result.isWhole())
         return BatchResult::NotCreated;
-    if (!result.hasChanges())
+    if (!result.hasChanges() || SaveWithBackup(*project, job.context, messages))
         return BatchResult::Done;
-    BackUpBeforeChange(*project, job.context, messages);
-    return Save(*project, messages);
+    return BatchResult::NotOpened;
 }
 
 BatchResult BatchExpand(const BatchJob& job) {
@@ -218,8 +208,10 @@ BatchResult BatchSetLabel(const BatchJob& job) {
     const LabelSide side = job.side == BatchSide::Hfs   ? LabelSide::Hfs
                            : job.side == BatchSide::Iso ? LabelSide::Iso
                                                         : LabelSide::Both;
-    if (!SetLabels(*project, job.argument, side, messages))
+    if (const Reason refusal = SetLabels(*project, job.argument, side)) {
+        messages.showMessage(refusal);
         return BatchResult::NotCreated;
+    }
     return Save(*project, messages);
 }
 

@@ -1,12 +1,10 @@
-#include <fmt/core.h>
-
 #include <memory>
 #include <vector>
 
-#include "project/project_folders.hpp"
+#include "project/include_contents.hpp"
+#include "project/rebuild.hpp"
 #include "session/file_modes.hpp"
-#include "session/open_project.hpp"
-#include "session/project_rebuild.hpp"
+#include "session/project_options.hpp"
 #include "session/signature_file.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
@@ -50,62 +48,37 @@ InclusionAnswers AnswersOf(const AddOptions& options, bool asks) {
     return {containers, containers, AnswerOf(exe, Remembered::YesToEach)};
 }
 
-// Items of a folder are in the views of the folder: say so when that is not what was asked for.
-void TellView(const ProjectFile& project, std::int32_t folder, const AddOptions& options,
-              Messages& messages) {
-    if (folder == kRootFolder || project.mode() == ProjectMode::IsoPlus ||
-        project.folderView(folder) == ViewOf(options.view))
-        return;
-    const ProjectView view = project.folderView(folder);
-    messages.showTimedMessage(fmt::format(
-        "The folder {} is in {}: what is added to it is there too.", Printable(options.to),
-        view == ProjectView::Iso   ? "the ISO view alone"
-        : view == ProjectView::Hfs ? "the HFS view alone"
-                                   : "both views"));
-}
-
-InclusionResult AddAll(ProjectFile& project, const AddOptions& options, CommandContext& context,
-                       Terminal& terminal) {
-    const ProjectView view = ViewOf(options.view);
-    NewFolderOptions folders{.clock = context.clock, .view = view, .widens = false};
-    if (options.truncate == "auto")
-        folders.truncation = kShortenAll;
-    else if (options.truncate.empty())
-        folders.truncation = OptionsOf(context).shortenInViews;
-    const std::int32_t folder = NewPathFolder(project, options.to, folders, terminal.messages);
-    if (folder == 0)
-        return {0, 0, 0, InclusionStatus::NoSuchFolder};
-    TellView(project, folder, options, terminal.messages);
-    InclusionOptions inclusion{context.clock, view};
-    inclusion.truncation = folders.truncation;
-    inclusion.answers = AnswersOf(options, context.asks);
-    inclusion.excluded = OwnFiles(project, context);
-    inclusion.signatureOf = SignatureLookupOf(context, terminal.messages);
-    return Include(project, options.paths, folder, inclusion, terminal.messages, terminal.progress);
-}
-
 int Add(const AddOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    Messages& messages = terminal.messages;
     if (ProjectModeOf(options.project) == ProjectMode::IsoPlus &&
         ViewOf(options.view) == ProjectView::Hfs)
-        return UsageError(context, kName, "An ISO+ project has no HFS view.");
+        return UsageError(context, kName, Sentence::kIsoPlusHasNoHfs);
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.project, context, terminal.messages, project))
+    if (!OpenForChange(options.project, context, messages, project))
         return kExitFailed;
-    const InclusionResult included = AddAll(*project, options, context, terminal);
-    if (!IsWorthSaving(included, terminal.messages))
+    InclusionOptions inclusion{context.clock, ViewOf(options.view)};
+    if (options.truncate == "auto")
+        inclusion.truncation = kShortenAll;
+    else if (options.truncate.empty())
+        inclusion.truncation = OptionsOf(context).shortenInViews;
+    inclusion.answers = AnswersOf(options, context.asks);
+    inclusion.excluded = OwnFiles(*project, JournalOf(context));
+    inclusion.signatureOf = SignatureLookupOf(context, messages);
+    const InclusionResult included =
+        IncludeContents(*project, {.paths = options.paths, .target = options.to}, inclusion,
+                        {messages, terminal.progress, context.clock});
+    if (included.status != InclusionStatus::Done)
         return kExitFailed;
-    if (included.files + included.folders > 0) {
-        BackUpBeforeChange(*project, context, terminal.messages);
-        if (!project->save(terminal.messages))
-            return kExitFailed;
-    }
+    if (included.files + included.folders > 0 && !SaveWithBackup(*project, context, messages))
+        return kExitFailed;
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet)
-        context.output << fmt::format("{}: {} folders and {} files added\n",
-                                      Printable(options.project), included.folders, included.files);
+        context.output << messages.words(Reason(Sentence::kItemsAdded, Printable(options.project),
+                                                included.folders, included.files))
+                       << '\n';
     return included.skipped > 0 ? kExitSkipped : kExitDone;
 }
 

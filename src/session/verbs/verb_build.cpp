@@ -1,17 +1,13 @@
-#include <fmt/core.h>
-
 #include <memory>
 #include <optional>
 
 #include "session/build_options.hpp"
 #include "session/file_modes.hpp"
-#include "session/open_project.hpp"
-#include "session/output_file.hpp"
-#include "session/project_rebuild.hpp"
+#include "session/project_options.hpp"
 #include "session/terminal.hpp"
+#include "session/user_options.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/backup_path.hpp"
-#include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 #include "support/targets.hpp"
 #include "transfer/import_batch.hpp"
@@ -28,36 +24,34 @@ struct BuildVerbOptions {
     bool rebuild = false;
 };
 
-int Build(BuildVerbOptions& options, CommandContext& context) {
+int RunBuild(const BuildVerbOptions& options, CommandContext& context) {
+    const BuildOptions& build = options.build;
     const ProjectMode mode = ProjectModeOf(options.project);
-    if (const std::string refusal = BuildRefusal(options.build, mode); !refusal.empty())
+    if (const Reason refusal = BuildRefusal(build, mode))
         return UsageError(context, kName, refusal);
     const StopSignals signals;
-    Terminal terminal(context, TerminalOptionsOf(context, options.build.quiet));
-    BuildOptions& build = options.build;
-    if (build.output.empty())
-        build.output = WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso");
-    const OutputFile output(
-        build.output,
-        PcNameOfPath(WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso")));
-    if (!output.isReady(terminal.messages))
+    Terminal terminal(context, TerminalOptionsOf(context, build.quiet));
+    Messages& messages = terminal.messages;
+    const std::string usual = WithExtension(options.project, build.kind == "hfs" ? "dmg" : "iso");
+    const OutputFile output(build.output.empty() ? usual : build.output, PcNameOfPath(usual));
+    if (!output.isReady(messages))
         return kExitFailed;
-    build.output = output.path();
-    build.toOutput = output.isStandardOutput();
-    if (AreSameFile(options.project, build.output)) {
-        terminal.messages.showMessage(
-            fmt::format("The image {} would replace its own project.", Printable(build.output)));
+    std::optional<ProjectFile> project;
+    if (ProjectFile::Open(FollowLink(options.project), mode, messages, project,
+                          ChangingAccess(context)) != ProjectOpened::Opened)
+        return kExitFailed;
+    if (const Reason refusal = TargetRefusal(*project, output.path())) {
+        messages.showMessage(refusal);
         return kExitFailed;
     }
-    std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(options.project), mode, terminal.messages, project,
-                          ChangingAccess(context)) != ProjectOpened::Opened ||
-        !MayMakeFile(build.output, build.force, terminal.messages) ||
-        !RebuildBeforeBuild(*project, options.rebuild, build.output, context, terminal,
-                            build.projectChanged))
+    if (!MayMakeFile(output.path(), build.force, messages))
         return kExitFailed;
-    const int status = RunBuild(*project, build, context, terminal);
-    return status == kExitFailed || output.send(context, terminal.messages) ? status : kExitFailed;
+    BuildRequest request = RequestOf(build, output, context);
+    request.rebuilds = options.rebuild || project->header().rebuildBeforeCompile();
+    if (request.rebuilds)
+        request.rebuild = RebuildRequestOf(context, messages);
+    request.backsUp = OptionsOf(context).backsUpProjects;
+    return BuildAndTell(*project, request, build, output, context, terminal);
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
@@ -66,7 +60,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("-o,--output", options->build.output, Sentence::kHelpBuildOutput);
     arguments.flag("--rebuild", options->rebuild, Sentence::kHelpRebuildFirst);
     AddBuildOptions(arguments, options->build);
-    run = [options](CommandContext& context) { return Build(*options, context); };
+    run = [options](CommandContext& context) { return RunBuild(*options, context); };
 }
 
 }  // namespace

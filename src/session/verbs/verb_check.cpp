@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "project/project_search.hpp"
-#include "project/refresh.hpp"
+#include "project/rebuild.hpp"
 #include "session/file_modes.hpp"
 #include "session/json_text.hpp"
-#include "session/project_rebuild.hpp"
+#include "session/project_options.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
@@ -27,11 +27,18 @@ struct CheckVerbOptions {
     bool dates = false;
 };
 
+// The word of a change for a script, whatever the language.
+std::string_view KeyOf(ChangeKind kind) {
+    return kind == ChangeKind::Deleted    ? "deleted"
+           : kind == ChangeKind::Modified ? "modified"
+                                          : "added";
+}
+
 void PutJson(const ProjectFile& project, const std::vector<ProjectChange>& changes,
              CommandContext& context) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const ProjectChange& change : changes)
-        list.push_back({{"change", WordOf(change.kind)},
+        list.push_back({{"change", KeyOf(change.kind)},
                         {"kind", change.isFolder ? "folder" : "file"},
                         {"item", ItemPath(project, change.parent, change.name)},
                         {"path", change.path},
@@ -47,41 +54,41 @@ void PutText(const std::vector<ProjectChange>& changes, const CheckVerbOptions& 
         if (options.lines)
             context.output << NarrowToUtf8(ReportLine(change));
         else
-            context.output << ChangeLine(change) << '\n';
+            context.output << ChangeLine(change).words(context.language) << '\n';
     if (changes.empty() && isWhole && !options.lines)
         context.output << Text(kTextNoDifference, context.language) << '\n';
 }
 
 int RunCheck(const CheckVerbOptions& options, CommandContext& context) {
     if (options.json && options.lines)
-        return UsageError(context, kName, "--json and --lines exclude each other.");
+        return UsageError(context, kName, Sentence::kJsonOrLines);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, false));
+    Messages& messages = terminal.messages;
     std::optional<ProjectFile> project;
-    if (ProjectFile::Open(FollowLink(options.project), ProjectModeOf(options.project),
-                          terminal.messages, project,
+    if (ProjectFile::Open(FollowLink(options.project), ProjectModeOf(options.project), messages,
+                          project,
                           {LockKind::Shared, context.guard.lockWaitMs}) != ProjectOpened::Opened)
         return kExitFailed;
-    const std::vector<PcIdentity> never = NeverItems(*project, {}, context);
+    const std::vector<PcIdentity> never = NeverItems(*project, {}, JournalOf(context));
     const CheckResult result = Check(*project, kRootFolder,
                                      {.clock = context.clock,
                                       .additions = !options.noAdditions,
                                       .rootAdditions = !options.noAdditions,
                                       .dates = options.dates,
                                       .excluded = never},
-                                     terminal.messages, terminal.progress);
+                                     messages, terminal.progress);
     terminal.progress.clear();
     if (result.isStopped) {
-        terminal.messages.showMessage("Stopped as you wished; nothing was told.");
+        messages.showMessage(Sentence::kStoppedUntold);
         return kExitFailed;
     }
-    TellMissingRoots(*project, result.missingRoots, terminal.messages);
-    const bool isWhole = terminal.messages.skipped() == 0 && result.missingRoots.empty();
+    TellMissingRoots(*project, result.missingRoots, messages);
     if (options.json)
         PutJson(*project, result.changes, context);
     else
-        PutText(result.changes, options, isWhole, context);
-    return result.changes.empty() && isWhole ? kExitDone : kExitSkipped;
+        PutText(result.changes, options, result.isWhole(), context);
+    return result.foundNothing() ? kExitDone : kExitSkipped;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {

@@ -5,7 +5,7 @@
 
 #include "IO/redo_log.hpp"
 #include "IO/sector_io.hpp"
-#include "session/labels.hpp"
+#include "project/labels.hpp"
 #include "session/sizes.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
@@ -122,8 +122,12 @@ int Format(const FormatOptions& options, CommandContext& context) {
     if (const std::string refusal = SettleBlockSize(options, input); !refusal.empty())
         return UsageError(context, kName, refusal);
     const std::string path = FollowLink(options.path);
-    if (!CheckLabel(options.label, options.hfsPlus, terminal.messages) ||
-        !MayMakeFile(path, options.force, terminal.messages))
+    Messages& messages = terminal.messages;
+    if (const Reason refusal = CheckLabel(options.label, options.hfsPlus)) {
+        messages.showMessage(refusal);
+        return kExitFailed;
+    }
+    if (!MayMakeFile(path, options.force, messages))
         return kExitFailed;
     input.label = options.label;
     const std::uint64_t bytes = FormattedBytes(input);

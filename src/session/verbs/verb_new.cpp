@@ -1,8 +1,8 @@
 #include <memory>
 
+#include "project/labels.hpp"
 #include "session/file_modes.hpp"
-#include "session/labels.hpp"
-#include "session/open_project.hpp"
+#include "session/project_options.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/format_choice.hpp"
@@ -32,7 +32,7 @@ int New(const NewOptions& options, CommandContext& context) {
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     const ProjectMode mode = ProjectModeOf(options.path);
     if (mode == ProjectMode::IsoPlus && options.format.isHfsPlus)
-        return UsageError(context, kName, "An ISO+ project has no HFS+ side.");
+        return UsageError(context, kName, Sentence::kIsoPlusHasNoHfsPlus);
     const std::string path = FollowLink(options.path);
     if (!MayMakeFile(path, options.force, terminal.messages))
         return kExitFailed;
@@ -42,17 +42,21 @@ int New(const NewOptions& options, CommandContext& context) {
     ProjectAccess access = ChangingAccess(context);
     access.mayReplace = options.force;
     ProjectFile project = ProjectFile::Create(path, mode, defaults, access);
-    if (!options.label.empty() &&
-        !SetLabels(project, options.label, LabelSide::Both, terminal.messages))
+    Messages& messages = terminal.messages;
+    if (!options.label.empty())
+        if (const Reason refusal = SetLabels(project, options.label, LabelSide::Both)) {
+            messages.showMessage(refusal);
+            return kExitFailed;
+        }
+    if (!project.save(messages))
         return kExitFailed;
-    if (!project.save(terminal.messages))
-        return kExitFailed;
+    const std::string shown = Printable(options.path);
     if (!options.quiet)
-        context.output << Printable(options.path) << ": new "
-                       << (mode == ProjectMode::IsoPlus ? "ISO+"
-                           : defaults.isHfsPlus         ? "hybrid HFS+"
-                                                        : "hybrid HFS")
-                       << " project\n";
+        context.output << messages.words(mode == ProjectMode::IsoPlus
+                                             ? Reason(Sentence::kNewIsoPlusProject, shown)
+                                             : Reason(Sentence::kNewHybridProject, shown,
+                                                      defaults.isHfsPlus ? "HFS+" : "HFS"))
+                       << '\n';
     return kExitDone;
 }
 

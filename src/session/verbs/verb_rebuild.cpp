@@ -1,7 +1,6 @@
 #include <memory>
 
-#include "session/open_project.hpp"
-#include "session/project_rebuild.hpp"
+#include "session/project_options.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 
@@ -21,29 +20,26 @@ struct RebuildVerbOptions {
 int RunRebuild(const RebuildVerbOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
+    Messages& messages = terminal.messages;
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.project, context, terminal.messages, project))
+    if (!OpenForChange(options.project, context, messages, project))
         return kExitFailed;
-    RebuildResult result;
-    if (!RebuildInMemory(*project,
-                         {.additions = !options.noAdditions,
-                          .dates = options.dates,
-                          .dropsMissing = options.dropsMissing},
-                         context, terminal, result))
+    RebuildRequest request = RebuildRequestOf(context, messages);
+    request.additions = !options.noAdditions;
+    request.dates = options.dates;
+    request.dropsMissing = options.dropsMissing;
+    const RebuildResult result =
+        Rebuild(*project, request, {messages, terminal.progress, context.clock});
+    if (!result.isWhole() || (result.hasChanges() && !SaveWithBackup(*project, context, messages)))
         return kExitFailed;
-    if (result.hasChanges()) {
-        BackUpBeforeChange(*project, context, terminal.messages);
-        if (!project->save(terminal.messages))
-            return kExitFailed;
-    }
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
-    if (options.quiet)
-        return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
-    for (const ProjectChange& change : result.changes)
-        context.output << ChangeLine(change) << '\n';
-    context.output << RebuildSentence(*project, result) << '\n';
-    return terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+    if (!options.quiet) {
+        for (const ProjectChange& change : result.changes)
+            context.output << messages.words(ChangeLine(change)) << '\n';
+        context.output << messages.words(RebuildSummary(*project, result)) << '\n';
+    }
+    return result.skipped > 0 ? kExitSkipped : kExitDone;
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {

@@ -1,12 +1,10 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <memory>
 
 #include "containers/names.hpp"
 #include "project/replace_signature.hpp"
 #include "session/file_modes.hpp"
-#include "session/open_project.hpp"
+#include "session/project_options.hpp"
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
@@ -43,13 +41,17 @@ using Signature = std::array<char, 8>;
 bool Agrees(const ReplaceOptions& options, RememberedAnswer& answer, const std::string& name,
             Terminal& terminal, Language language) {
     return !options.ask ||
-           answer.ask(terminal.messages, FormatText(kTextEditSignature, language,
-                                                    options.oldSignature, Printable(name)));
+           answer.ask(terminal.messages,
+                      Reason::Told(kTextEditSignature, options.oldSignature, Printable(name))
+                          .words(language));
 }
 
 void TellCount(std::int64_t count, const ReplaceOptions& options, CommandContext& context) {
     if (!options.quiet)
-        context.output << fmt::format("{} file{} changed\n", count, count == 1 ? "" : "s");
+        context.output << Reason(count == 1 ? Sentence::kOneFileChanged : Sentence::kFilesChanged,
+                                 count)
+                              .words(context.language)
+                       << '\n';
 }
 
 int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const Signature& to,
@@ -65,15 +67,13 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
             return Agrees(options, answer, NarrowToUtf8(record.sourceName()), terminal,
                           context.language);
         });
-    if (StopSignals::requested()) {
-        terminal.messages.showMessage("Stopped as you wished; nothing was changed.");
+    Messages& messages = terminal.messages;
+    if (!terminal.progress.chunk(0)) {
+        messages.showMessage(Sentence::kStoppedUnchanged);
         return kExitFailed;
     }
-    if (count > 0) {
-        BackUpBeforeChange(*project, context, terminal.messages);
-        if (!project->save(terminal.messages))
-            return kExitFailed;
-    }
+    if (count > 0 && !SaveWithBackup(*project, context, messages))
+        return kExitFailed;
     TellCount(count, options, context);
     return kExitDone;
 }
@@ -82,16 +82,15 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
     const auto from = SignatureOf(options.oldSignature);
     const auto to = SignatureOf(options.newSignature);
     if (!from || !to)
-        return UsageError(
-            context, kName,
-            fmt::format("A signature is eight characters, type and creator, and {} is not that.",
-                        Printable(from ? options.newSignature : options.oldSignature)));
+        return UsageError(context, kName,
+                          Reason(Sentence::kNoSignatureTyped,
+                                 Printable(from ? options.newSignature : options.oldSignature)));
     if (options.ask && !context.asks)
-        return UsageError(context, kName, "--ask needs a terminal.");
+        return UsageError(context, kName, Sentence::kAskNeedsTerminal);
     if (const FileMode mode = FileModeOf(options.partition.image);
         mode == FileMode::Project || mode == FileMode::IsoPlus) {
         if (options.partition.partition || options.partition.writable)
-            return UsageError(context, kName, "A project has no partitions and no protection.");
+            return UsageError(context, kName, Sentence::kProjectHasNoPartitions);
         return ReplaceInProject(options, *from, *to, context);
     }
     ChangeRun run(context, options.quiet);

@@ -1,6 +1,4 @@
-#include "session/include_list.hpp"
-
-#include <fmt/core.h>
+#include "project/include_list.hpp"
 
 #include <algorithm>
 #include <string_view>
@@ -8,6 +6,7 @@
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -19,16 +18,16 @@ constexpr std::size_t kLongestLine = 4096;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r";
 
-// Why a line is no path; "" when it may be one.
-std::string_view RefusalOf(std::string_view line) {
+// Why a line is no path; none when it may be one.
+Reason RefusalOf(std::string_view line) {
     if (line.empty())
-        return "it is empty";
+        return Sentence::kIsEmpty;
     if (line.size() > kLongestLine)
-        return "it is longer than any path";
+        return Sentence::kLineTooLong;
     const bool hasControl = std::any_of(line.begin(), line.end(), [](char c) {
         return static_cast<unsigned char>(c) < 0x20 && c != '\t';
     });
-    return hasControl ? "it is no text" : std::string_view{};
+    return hasControl ? Reason(Sentence::kLineIsNoText) : Reason();
 }
 
 std::string_view Trimmed(std::string_view line) {
@@ -38,48 +37,49 @@ std::string_view Trimmed(std::string_view line) {
     return line.substr(first, line.find_last_not_of(kBlanks) + 1 - first);
 }
 
-// The whole file; nothing, and the reason in words, when it cannot be read.
-bool ReadWhole(const std::string& path, std::string& bytes, std::string& reason) {
+// The whole file.
+Result<std::string> ReadWhole(const std::string& path) {
     const PcFacts facts = PcFactsOf(path);
     if (facts.kind == PcKind::Folder || facts.kind == PcKind::Special)
-        reason = "it is no file";
-    else if (facts.sizeBytes > kMostBytes)
-        reason = "it is too large for a list";
-    if (!reason.empty())
-        return false;
+        return Failed(Sentence::kIsNoFile);
+    if (facts.sizeBytes > kMostBytes)
+        return Failed(Sentence::kListTooLarge);
     PcFile file(path, PcFile::Mode::Read);
-    bytes.resize(static_cast<std::size_t>(facts.sizeBytes));
+    std::string bytes(static_cast<std::size_t>(facts.sizeBytes), '\0');
     if (file.isOpen())
         bytes.resize(file.readAt(0, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
-    reason = file.errorText();
-    return file.error() == 0;
+    if (file.error() != 0)
+        return Failed(Reason(SystemError{file.error()}));
+    return bytes;
 }
 
 }  // namespace
 
-bool ReadIncludeList(const std::string& path, std::vector<std::string>& lines, Messages& messages) {
-    std::string bytes;
-    std::string reason;
-    if (!ReadWhole(path, bytes, reason)) {
-        messages.showMessage(
-            fmt::format("The list {} cannot be read: {}.", Printable(path), reason));
-        return false;
-    }
-    std::string_view rest = bytes;
+Result<std::vector<std::string>> ReadIncludeList(const std::string& path, std::int64_t& skipped,
+                                                 Messages& messages) {
+    const Result<std::string> bytes = ReadWhole(path);
+    if (!bytes)
+        return Failed(Sentence::kListUnreadable, Printable(path), bytes.error());
+    std::vector<std::string> lines;
+    std::string_view rest = *bytes;
     if (rest.starts_with(kByteOrderMark))
         rest.remove_prefix(kByteOrderMark.size());
     for (std::size_t number = 1; !rest.empty(); ++number) {
         const std::size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = Trimmed(rest.substr(0, end));
         rest.remove_prefix(std::min(end + 1, rest.size()));
-        if (const std::string_view refusal = RefusalOf(line); refusal.empty())
+        const Reason refusal = RefusalOf(line);
+        if (!refusal) {
             lines.emplace_back(line);
-        else
-            messages.itemSkipped(fmt::format("{}, line {}", Printable(path), number), refusal);
+            continue;
+        }
+        messages.itemSkipped(messages.words(Reason(Sentence::kLineOfList, Printable(path), number)),
+                             refusal);
+        ++skipped;
     }
     if (lines.empty())
-        messages.showMessage(fmt::format("The list {} names nothing.", Printable(path)));
-    return !lines.empty();
+        return Failed(Sentence::kListNamesNothing, Printable(path));
+    return lines;
 }
 
 }  // namespace vellmark

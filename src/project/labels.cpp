@@ -1,12 +1,13 @@
-#include "session/labels.hpp"
-
-#include <fmt/core.h>
+#include "project/labels.hpp"
 
 #include <algorithm>
+#include <string_view>
 
 #include "project/view_names.hpp"
 #include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
+#include "support/result.hpp"
+#include "support/sentences.hpp"
 #include "volume/catalog_name.hpp"
 
 namespace vellmark {
@@ -40,13 +41,11 @@ std::u16string LettersOf(const std::string& label) {
     return ComposeName(Utf8ToWide(label));
 }
 
-bool HasRightLength(const LabelRule& rule, const std::string& label, Messages& messages) {
+Reason LengthRefusal(const LabelRule& rule, const std::string& label) {
     const std::size_t letters = LettersOf(label).size();
     if (letters > 0 && letters <= rule.limit)
-        return true;
-    messages.showMessage(fmt::format("The label \"{}\" has {} letters; {} takes 1 to {}.",
-                                     Printable(label), letters, rule.system, rule.limit));
-    return false;
+        return {};
+    return Reason(Sentence::kLabelLength, Printable(label), letters, rule.system, rule.limit);
 }
 
 // In Windows-1252, `_` for what that lacks.
@@ -56,53 +55,44 @@ std::string NarrowWithGaps(std::u16string letters) {
     return WideToNarrow(letters);
 }
 
-void Refuse(const std::string& label, std::string_view reason, Messages& messages) {
-    messages.showMessage(fmt::format("The label \"{}\" has {}.", Printable(label), reason));
-}
-
 // In Windows-1252, as an ISO side and an HFS+ project keep it.
-std::optional<std::string> NarrowLabel(const LabelRule& rule, const std::string& label,
-                                       Messages& messages) {
+Result<std::string> NarrowLabel(const LabelRule& rule, const std::string& label) {
     const std::u16string letters = LettersOf(label);
-    if (!IsNarrow(letters) || HasControl(label)) {
-        Refuse(label, "a character outside Western European letters", messages);
-        return std::nullopt;
-    }
-    return HasRightLength(rule, label, messages) ? std::optional(WideToNarrow(letters))
-                                                 : std::nullopt;
+    if (!IsNarrow(letters) || HasControl(label))
+        return Failed(Sentence::kLabelNotNarrow, Printable(label));
+    if (Reason refusal = LengthRefusal(rule, label))
+        return Failed(std::move(refusal));
+    return WideToNarrow(letters);
 }
 
 }  // namespace
 
-bool CheckLabel(const std::string& label, bool isHfsPlus, Messages& messages) {
-    if (HasControl(label)) {
-        Refuse(label, "a control character", messages);
-        return false;
-    }
-    if (!HasRightLength(isHfsPlus ? kHfsPlusRule : kHfsRule, label, messages))
-        return false;
-    if (!LabelFromShown(isHfsPlus, label)) {
-        Refuse(label, "a character that is not in the character set of HFS, MacRoman", messages);
-        return false;
-    }
-    return true;
+Reason CheckLabel(const std::string& label, bool isHfsPlus) {
+    if (HasControl(label))
+        return Reason(Sentence::kLabelControl, Printable(label));
+    if (Reason refusal = LengthRefusal(isHfsPlus ? kHfsPlusRule : kHfsRule, label))
+        return refusal;
+    if (!LabelFromShown(isHfsPlus, label))
+        return Reason(Sentence::kLabelNotMacRoman, Printable(label));
+    return {};
 }
 
-bool SetLabels(ProjectFile& project, const std::string& label, LabelSide side, Messages& messages) {
+Reason SetLabels(ProjectFile& project, const std::string& label, LabelSide side) {
     ProjectHeader& header = project.header();
     if (project.mode() == ProjectMode::IsoPlus || side == LabelSide::Iso) {
-        const auto narrow = NarrowLabel(kIsoRule, label, messages);
-        if (narrow)
-            header.setIsoLabel(*narrow);
-        return narrow.has_value();
+        const Result<std::string> narrow = NarrowLabel(kIsoRule, label);
+        if (!narrow)
+            return narrow.error();
+        header.setIsoLabel(*narrow);
+        return {};
     }
-    if (!CheckLabel(label, header.isHfsPlus(), messages))
-        return false;
+    if (Reason refusal = CheckLabel(label, header.isHfsPlus()))
+        return refusal;
     std::string macLabel;
     if (header.isHfsPlus()) {
-        const auto narrow = NarrowLabel(kHfsPlusRule, label, messages);
+        const Result<std::string> narrow = NarrowLabel(kHfsPlusRule, label);
         if (!narrow)
-            return false;
+            return narrow.error();
         macLabel = *narrow;
         std::replace(macLabel.begin(), macLabel.end(), ':', '/');
     } else {
@@ -111,7 +101,7 @@ bool SetLabels(ProjectFile& project, const std::string& label, LabelSide side, M
     header.setHfsLabel(macLabel);
     if (side == LabelSide::Both)
         header.setIsoLabel(NarrowWithGaps(LettersOf(label)));
-    return true;
+    return {};
 }
 
 }  // namespace vellmark
