@@ -1,9 +1,11 @@
 #include "compiler/build_preparation.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 
 #include "compiler/automatic_label.hpp"
+#include "compiler/catalog_growth.hpp"
 #include "compiler/compile_journal.hpp"
 #include "compiler/iso_order.hpp"
 #include "compiler/pc_blocks.hpp"
@@ -28,8 +30,6 @@ constexpr int kTextEmptyIsoPlus = 1553;
 constexpr std::size_t kMostIsoFolders = 65535;
 /// Where the volume of an image without ISO tables begins, in sectors of 2048 bytes.
 constexpr std::uint32_t kPureHfsStart = 16;
-/// Times that a catalog which came out too small is laid out anew.
-constexpr int kLayoutRounds = 8;
 
 class Preparation {
   public:
@@ -44,6 +44,7 @@ class Preparation {
     bool mayLeaveRoom();
     CompileResult plan();
     CompileResult layOut();
+    void place(std::uint32_t blockSize);
     TreeResult buildCatalog(std::uint32_t blockSize, std::uint32_t leaves);
     CompileResult turnToHfsPlus();
     void tellDeepFolders();
@@ -168,44 +169,46 @@ void Preparation::tellLargeFolders() {
         context_.messages.showTimedMessage(kLargeFolderRemark);
 }
 
-// The catalog is sized by an estimate; where it does not fit, all is laid out anew with more room.
 CompileResult Preparation::layOut() {
     JournalStep(context_, CompileStep::ComputeIso);
     JournalStep(context_, CompileStep::ComputeHfs);
-    const bool isHfs = HasMacintosh(context_.mode) && !IsHfsPlusMode(context_.mode);
-    std::uint32_t leaves = 0;
-    for (int round = 0; round < kLayoutRounds; ++round) {
-        leaves = round == 0 ? CountCatalogLeaves(plan_, IsHfsPlusMode(context_.mode))
-                            : leaves + leaves / 4 + 4;
-        std::uint32_t size = kDiscSectorBytes;
-        if (isHfs) {
-            const auto chosen = ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode),
-                                                   context_.request.freeBytes);
-            if (!chosen) {
-                const CompileResult turned = turnToHfsPlus();
-                return turned == CompileResult::Done ? layOut() : turned;
-            }
-            if (plan_.largestFork > kMostHfsForkBytes)
-                return fail(CompileResult::CopyFailed,
-                            Reason(Sentence::kNamedReason, plan_.largestName,
-                                   Reason::Plain(std::string(kForkTooLongSentence))));
-            size = *chosen;
-        }
-        image_.fileBlocks = PlaceFiles(plan_, size);
-        if (HasIso(context_.mode))
-            image_.iso = ComputeLayout(plan_, size);
-        if (!HasMacintosh(context_.mode))
-            return CompileResult::Done;
-        const TreeResult result = buildCatalog(size, leaves);
-        if (result == TreeResult::Done && image_.hfs.imageSectors <= UINT32_MAX)
-            return CompileResult::Done;
-        if (result == TreeResult::Done)
-            return fail(CompileResult::CopyFailed,
-                        Reason(Sentence::kImageTooLarge, image_.hfs.imageSectors * 512));
-        if (result != TreeResult::Full)
-            break;
+    if (!HasMacintosh(context_.mode)) {
+        place(kDiscSectorBytes);
+        return CompileResult::Done;
     }
-    return fail(CompileResult::CopyFailed, Sentence::kCatalogNotBuilt);
+    const bool plus = IsHfsPlusMode(context_.mode);
+    bool isTooMuch = false;
+    const TreeResult built =
+        GrowUntilItFits(CountCatalogLeaves(plan_, plus), [&](std::uint32_t leaves) {
+            const auto size = plus ? std::optional(kDiscSectorBytes)
+                                   : ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode),
+                                                        context_.request.freeBytes);
+            isTooMuch = !size;
+            if (isTooMuch || (!plus && plan_.largestFork > kMostHfsForkBytes))
+                return TreeResult::Done;
+            place(*size);
+            return buildCatalog(*size, leaves);
+        });
+    if (isTooMuch) {
+        const CompileResult turned = turnToHfsPlus();
+        return turned == CompileResult::Done ? layOut() : turned;
+    }
+    if (!plus && plan_.largestFork > kMostHfsForkBytes)
+        return fail(CompileResult::CopyFailed,
+                    Reason(Sentence::kNamedReason, plan_.largestName,
+                           Reason::Plain(std::string(kForkTooLongSentence))));
+    if (built != TreeResult::Done)
+        return fail(CompileResult::CopyFailed, Sentence::kCatalogNotBuilt);
+    if (image_.hfs.imageSectors > UINT32_MAX)
+        return fail(CompileResult::CopyFailed,
+                    Reason(Sentence::kImageTooLarge, image_.hfs.imageSectors * 512));
+    return CompileResult::Done;
+}
+
+void Preparation::place(std::uint32_t blockSize) {
+    image_.fileBlocks = PlaceFiles(plan_, blockSize);
+    if (HasIso(context_.mode))
+        image_.iso = ComputeLayout(plan_, blockSize);
 }
 
 TreeResult Preparation::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves) {

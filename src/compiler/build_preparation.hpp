@@ -9,7 +9,7 @@
 #include "compiler/disc_plan.hpp"
 #include "compiler/hfs_layout.hpp"
 #include "compiler/iso_layout.hpp"
-#include "volume/node_store.hpp"
+#include "volume/btree.hpp"
 
 namespace vellmark {
 

@@ -1,4 +1,4 @@
-// What the tests of the compiler share: a folder of sources, a project made of it, and a compile.
+// What the tests of the compiler share: a folder of sources, a project made of it, and a build.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,23 +6,22 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "compiler/compile.hpp"
+#include "compiler/build_project.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_bench.hpp"
 #include "support/pc_file.hpp"
 
 namespace vellmark::test {
 
-/// Progress that runs a script: stops, or does something, at the n-th file that is begun.
+/// Progress that runs a script: stops, or does something, at each file that is begun.
 class ScriptedProgress final : public Progress {
   public:
     std::function<void(std::string_view name)> onFile;
     bool stop = false;
-    std::vector<std::string> journalLines;
+    std::string steps;  ///< the lines of the journal that name steps, in English
 
     void fileStart(std::string_view name, std::uint64_t, int) override {
         if (onFile)
@@ -30,49 +29,46 @@ class ScriptedProgress final : public Progress {
     }
     bool chunk(std::uint64_t) override { return !stop; }
     bool fileEnd(std::uint64_t) override { return !stop; }
-    void journal(int, std::string_view line) override { journalLines.emplace_back(line); }
+    void journal(int, std::string_view line) override {
+        if (line.starts_with("==>"))
+            steps.append(line.substr(3, line.find("./") - 3)).append(";");
+    }
 };
 
 /// A private folder with a tree of sources in `tree/`, and images beside it in `out/`.
 class CompilerTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        ASSERT_FALSE(folder_.path().empty());
+    CompilerTest() {
         std::filesystem::create_directories(tree());
         std::filesystem::create_directories(out());
+        request_.targetPath = out() + "/disc.iso";
     }
 
     [[nodiscard]] std::string tree() const { return folder_.path() + "/tree"; }
     [[nodiscard]] std::string out() const { return folder_.path() + "/out"; }
-    [[nodiscard]] std::string image() const { return out() + "/disc.iso"; }
-
     void write(const std::string& name, const std::string& content) const {
-        const std::filesystem::path path = tree() + "/" + name;
-        std::filesystem::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << content;
+        Write(tree() + "/" + name, content);
     }
 
     /// The project of everything in the tree.
     [[nodiscard]] ProjectFile project(bool isHfsPlus = false) {
-        ProjectDefaults defaults;
-        defaults.isHfsPlus = isHfsPlus;
-        defaults.label = "Disc";
-        ProjectFile made =
-            ProjectFile::Create(folder_.path() + "/test.vlpr", ProjectMode::Hybrid, defaults);
+        ProjectFile made = ProjectFile::Create(folder_.path() + "/test.vlpr", ProjectMode::Hybrid,
+                                               {.isHfsPlus = isHfsPlus, .label = "Disc"});
         InclusionOptions options{clock_};
-        options.truncation = {true, true, true};
+        options.truncation = kShortenAll;
         EXPECT_EQ(Include(made, tree() + "/*", kRootFolder, options, messages_, progress_).status,
                   InclusionStatus::Done);
         return made;
     }
-
-    [[nodiscard]] CompileContext context(ProjectFile& made) {
-        CompileContext context{made, messages_, progress_, clock_, image()};
-        context.tableFolder = out();
-        return context;
+    BuildOutcome build(ProjectFile& made) { return BuildProject(made, request_, ports_); }
+    [[nodiscard]] DiscPlan planOf(ProjectFile& made, CompileMode mode) {
+        CompileContext context{made, request_, messages_, progress_, clock_, mode};
+        DiscPlan plan;
+        EXPECT_EQ(MakeDiscPlan(context, plan), CompileResult::Done);
+        return plan;
     }
 
-    [[nodiscard]] std::vector<std::string> filesIn(const std::string& folder) const {
+    [[nodiscard]] static std::vector<std::string> filesIn(const std::string& folder) {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(folder))
             names.push_back(entry.path().filename().string());
@@ -83,6 +79,8 @@ class CompilerTest : public ::testing::Test {
     FixedClock clock_{1'600'000'000};
     ScriptedMessages messages_;
     ScriptedProgress progress_;
+    Ports ports_{messages_, progress_, clock_};
+    BuildRequest request_;
 };
 
 }  // namespace vellmark::test

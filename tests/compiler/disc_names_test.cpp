@@ -6,6 +6,7 @@
 #include <set>
 
 #include "containers/name_order.hpp"
+#include "project/project_bench.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 
@@ -16,22 +17,6 @@ namespace {
 struct Source {
     std::string name;  // UTF-8
     bool isFolder = false;
-};
-
-// Keeps what is said of names.
-class ToldNames final : public Messages {
-  public:
-    std::vector<std::string> names;
-    void showMessage(std::string_view) override {}
-    void itemSkipped(std::string_view, std::string_view) override {}
-    bool askYesNo(std::string_view) override { return false; }
-    Answer askYesNoRemember(std::string_view) override { return Answer::None; }
-    TruncationAnswer askTruncation(TruncatedName, std::string_view, std::string_view) override {
-        return {};
-    }
-    void nameChanged(std::string_view item, std::string_view given) override {
-        names.push_back(std::string(item) + ": " + std::string(given));
-    }
 };
 
 class NamedFolder {
@@ -61,7 +46,7 @@ class NamedFolder {
         AssignNames(items, diskNames_, mode, told);
     }
     std::vector<DiscItem> items;
-    ToldNames told;
+    test::ScriptedMessages told;
 
   private:
     std::vector<ProjectRecord> records_;
@@ -86,16 +71,27 @@ TEST(DiscNames, IsoNamesAreTheShortNamesInCapitals) {
         EXPECT_EQ(NameOne(row.source).isoName, row.iso) << row.source.name;
 }
 
-TEST(DiscNames, IsoNamesAreUniqueAcrossFilesAndFolders) {
+TEST(DiscNames, IsoNamesThatAreTakenGetLettersWithinTheirEight) {
     const NamedFolder folder({{"a.b", true}, {"ab", true}, {"AB"}, {"x.txt"}, {"X.TXT"}},
                              CompileMode::HybridHfs);
-    std::set<std::string> names;
-    for (const DiscItem& item : folder.items) {
-        EXPECT_TRUE(names.insert(item.isoName).second) << item.isoName;
-        EXPECT_LE(item.isoName.size(), 12u);
-        EXPECT_EQ(item.isoName.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_."),
-                  std::string::npos);
+    std::vector<std::string> names;
+    for (const DiscItem& item : folder.items)
+        names.push_back(item.isoName);
+    EXPECT_EQ(names, (std::vector<std::string>{"AB", "AB_A", "AB_B", "X.TXT", "X_A.TXT"}));
+    // All ways to write eight letters in capitals and small ones.
+    std::vector<Source> twins;
+    for (int i = 0; i < 30; ++i) {
+        twins.push_back({"abcdefgh.txt"});
+        for (std::size_t letter = 0; letter < 5; ++letter)
+            if ((i >> letter & 1) != 0)
+                twins.back().name[letter] = static_cast<char>('A' + letter);
     }
+    const NamedFolder many(twins, CompileMode::PureIso);
+    EXPECT_EQ(many.items[0].isoName, "ABCDEFGH.TXT");
+    EXPECT_EQ(many.items[1].isoName, "ABCDEF_A.TXT");
+    EXPECT_EQ(many.items[26].isoName, "ABCDEF_Z.TXT");
+    EXPECT_EQ(many.items[27].isoName, "ABCDE_AA.TXT");
+    EXPECT_EQ(many.items[29].isoName, "ABCDE_AC.TXT");
 }
 
 TEST(DiscNames, JolietKeepsWhatUcs2CanSayAndReplacesWhatItForbids) {
@@ -127,8 +123,8 @@ TEST(DiscNames, NamesThatOnlyDifferInCaseCollide) {
         EXPECT_EQ(a.jolietName, u"readme.txt");
         EXPECT_EQ(b.jolietName, u"README-9658.txt");
         const std::string tree = mode == CompileMode::HybridHfs ? "HFS" : "HFS+";
-        EXPECT_EQ(folder.told.names, std::vector{"/pc/README.txt: Joliet \"README-9658.txt\", " +
-                                                 tree + " \"README-9658.txt\""});
+        EXPECT_EQ(folder.told.renamed, std::vector{"/pc/README.txt: Joliet \"README-9658.txt\", " +
+                                                   tree + " \"README-9658.txt\""});
         if (mode == CompileMode::HybridHfs) {
             EXPECT_NE(CompareHfsKeyNames(a.hfsName, b.hfsName), 0);
             EXPECT_EQ(b.hfsName.size(), std::string("README-0000.txt").size()) << b.hfsName;
@@ -147,7 +143,7 @@ TEST(DiscNames, HfsTakesTheTrueNameWhereTheRecordHasTheShortOne) {
     EXPECT_EQ(folder.items[0].hfsName, "\xBA \xB9.txt");
     EXPECT_EQ(folder.items[1].hfsName, "caf\x8E");
     EXPECT_EQ(folder.items[2].hfsName, "_.txt");
-    EXPECT_EQ(folder.told.names, std::vector<std::string>{"/pc/\u65E5.txt: HFS \"_.txt\""});
+    EXPECT_EQ(folder.told.renamed, std::vector<std::string>{"/pc/\u65E5.txt: HFS \"_.txt\""});
     EXPECT_EQ(NameOne({"cafe\u0301.a"}).jolietName, u"caf\u00E9.a");
 }
 
@@ -172,7 +168,7 @@ TEST(DiscNames, AFileOfAServerHasItsNameOnTheDiskUnlessItIsLocked) {
         item.record = &record;
         item.inHfs = true;
         std::vector<DiscItem> items = {item};
-        ToldNames told;
+        test::ScriptedMessages told;
         AssignNames(items, {u"r\u00E9sum\u00E9 \u2014 a name of more than 31 units.txt"},
                     CompileMode::HybridHfs, told);
         EXPECT_EQ(items[0].hfsName,
@@ -193,14 +189,14 @@ TEST(DiscNames, AContainerNamesItsFileWhateverItIsCalledOnTheDisk) {
     item.record = &record;
     item.inHfs = true;
     item.containerName = "\xB6 1";
-    ToldNames told;
+    test::ScriptedMessages told;
     for (const bool isCopy : {false, true}) {
         record.setUnicodeOnDisk(isCopy);
         std::vector<DiscItem> items = {item};
         AssignNames(items, {u"\u65E5.bin"}, CompileMode::HybridHfsPlus, told);
         EXPECT_EQ(items[0].hfsPlusName, isCopy ? u"\u2202 1" : u"_ 1");
     }
-    EXPECT_TRUE(told.names.empty());
+    EXPECT_TRUE(told.renamed.empty());
 }
 
 TEST(DiscNames, ThousandsOfNamesThatShareTheirBeginningAllStayApart) {

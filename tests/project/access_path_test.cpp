@@ -46,7 +46,7 @@ TEST(AccessPath, OnePathTakesThePlaceOfAnother) {
         project.insert(record);
         ScriptedMessages messages;
         const bool changes = *c.expected != '\0';
-        EXPECT_EQ(ChangeAccessPath(project, c.oldPath, c.newPath, messages), changes)
+        EXPECT_EQ(ChangeAccessPath(project, c.oldPath, c.newPath, messages).items, changes)
             << c.path << c.name << " from " << c.oldPath;
         const ProjectRecord& after = project.childrenOf(1)[0];
         EXPECT_EQ(std::string(after.accessPath()).append(after.sourceName()),
@@ -61,10 +61,10 @@ TEST(AccessPath, WhatARecordCannotHoldStaysAndIsNamed) {
     project.insert(Item(1, -1, "f"));
     ScriptedMessages messages;
     const std::string longPath = "/" + std::string(254, 'x');
-    EXPECT_EQ(ChangeAccessPath(project, "/pc", longPath, messages), 0);
+    EXPECT_EQ(ChangeAccessPath(project, "/pc", longPath, messages).skipped, 1);
     EXPECT_EQ(project.childrenOf(1)[0].accessPath(), "/pc/");
     EXPECT_EQ(messages.skipped.size(), 1u);
-    EXPECT_EQ(ChangeAccessPath(project, "/pc", longPath.substr(0, 254), messages), 1);
+    EXPECT_EQ(ChangeAccessPath(project, "/pc", longPath.substr(0, 254), messages).items, 1);
 }
 
 TEST(AccessPath, AMissingItemIsFoundByItsNameAndComesFromThere) {

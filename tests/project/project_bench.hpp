@@ -25,6 +25,7 @@ class ScriptedMessages final : public Messages {
   public:
     std::vector<std::string> shown;
     std::vector<std::pair<std::string, std::string>> skipped;
+    std::vector<std::string> renamed;  ///< what is said of names
     std::vector<std::string> questions;
     std::deque<bool> yesNo;
     std::deque<Answer> remembered;
@@ -36,6 +37,9 @@ class ScriptedMessages final : public Messages {
     void showMessage(std::string_view text) override { shown.emplace_back(text); }
     void itemSkipped(std::string_view item, std::string_view reason) override {
         skipped.emplace_back(item, reason);
+    }
+    void nameChanged(std::string_view item, std::string_view given) override {
+        renamed.push_back(std::string(item) + ": " + std::string(given));
     }
     bool askYesNo(std::string_view question) override {
         questions.emplace_back(question);

@@ -118,7 +118,7 @@ class RefreshTest : public testing::Test {
             .changes;
     }
     RebuildResult rebuild(ProjectFile& project, bool dates = false) {
-        return Rebuild(project, {options_, true, dates}, messages_, progress_);
+        return Rebuild(project, {.dates = dates}, {messages_, progress_, clock_});
     }
     /// `D sub/deep 0`: kind, path in the tree, length.
     [[nodiscard]] Lines linesOf(const std::vector<ProjectChange>& changes) const {
@@ -336,13 +336,13 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
     project.findByNumber(ByName(project, 1).at("empty").number)->setIsoInclusion(0);
     RememberedAnswer confirm;
     messages_.remembered = {Answer::No, Answer::Yes};
-    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_), 0);
+    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 0);
     EXPECT_TRUE(ByName(project, 1).contains("sub")) << "the person said no";
-    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_), 1);
+    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 1);
     EXPECT_EQ(project.header().rootFolders, 1u);
     EXPECT_EQ(messages_.questions.size(), 2u);
 
-    EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_), 1);
+    EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_).items, 1);
     const ProjectRecord plain = ByName(project, 1).at("plain.txt");
     EXPECT_EQ(plain.sourceSize, 7u);
     EXPECT_EQ(plain.dataSize, 7u);
@@ -354,9 +354,9 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
     EXPECT_TRUE(messages_.skipped.empty());
 
     // A report that is out of date does nothing but tell.
-    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_), 0);
+    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 0);
     remove("plain.txt");
-    EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_), 0);
+    EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_).items, 0);
     EXPECT_EQ(messages_.skipped.size(), 2u);
 }
 

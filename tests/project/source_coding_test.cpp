@@ -79,8 +79,8 @@ class SourceCodingTest : public ::testing::Test {
         item.facts.modified = kOnDisk - kMacEpochOffset;
         Progress progress;
         const SourceCoding source = FindSourceCoding(path_, item.facts.sizeBytes, true, progress);
-        EXPECT_EQ(source.refusal, "");
-        damage_ = source.damage;
+        EXPECT_FALSE(source.refusal);
+        damage_ = source.damage.words(Language::English);
         ProjectRecord filled;
         filled.setSourceName("n.txt");
         FillFileRecord(

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "session/build_options.hpp"
 #include "session/session_bench.hpp"
 
 namespace vellmark {
@@ -185,26 +184,6 @@ TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
         EXPECT_NE(err_.find(c.inErrors), std::string::npos) << c.inErrors << err_;
         EXPECT_EQ(disk(), before) << c.inErrors;
     }
-}
-
-TEST_F(BuildTest, AStopLeavesTheOldImageAndNoOther) {
-    Write("old.iso", "an image of last year");
-    const Disk before = disk();
-    std::istringstream input;
-    std::ostringstream output;
-    std::ostringstream errors;
-    CommandContext context{input, output, errors, clock_};
-    const StopSignals signals;
-    Terminal terminal(context, {});
-    ProjectFile project = opened("p.vlpr");
-    BuildOptions options;
-    options.output = "old.iso";
-    options.force = true;
-    ASSERT_EQ(::raise(SIGINT), 0);
-    EXPECT_EQ(RunBuild(project, options, context, terminal), 1);
-    EXPECT_NE(errors.str().find("aborted"), std::string::npos) << errors.str();
-    EXPECT_EQ(output.str(), "");
-    EXPECT_EQ(disk(), before);
 }
 
 }  // namespace
