@@ -2,8 +2,8 @@
 
 #include "support/backup_path.hpp"
 #include "support/encoding.hpp"
-#include "support/targets.hpp"
 #include "support/sentences.hpp"
+#include "support/targets.hpp"
 
 namespace vellmark {
 
