@@ -183,7 +183,7 @@ CompileResult Build::fail(CompileResult result, const Reason& reason) {
 CompileResult Build::targetFailed(int error) {
     return fail(
         CompileResult::TargetFailed,
-        Reason(Sentence::kImageNotWritten, Printable(request_.targetPath), SystemError{error}));
+        Reason(Sentence::kCannotBeWritten, Printable(request_.targetPath), SystemError{error}));
 }
 
 BuildOutcome BuildProject(ProjectFile& project, const BuildRequest& request, const Ports& ports) {
