@@ -39,10 +39,10 @@ struct DiscItem {
     ImportClass source = ImportClass::Plain;  ///< where the forks are
     bool dataIsFile = true;                   ///< the data fork is the piece `File`, else `Data`
     std::uint16_t finderFlags = 0;            ///< in Macintosh volumes
-    std::string containerName;                ///< MacRoman: of a container that tells one
+    std::string containerName;                ///< MacRoman: of a container that stores one
     std::array<DiscRun, kRunKinds> runs;
     UnixSeconds modified = 0;    ///< of the item on the PC
-    MacSeconds created = 0;      ///< local; told by the container as later than the modification
+    MacSeconds created = 0;      ///< local; of a container that stores one behind the modification
     std::string isoName;         ///< identifier without version
     std::u16string jolietName;   ///< identifier without version
     std::string hfsName;         ///< MacRoman, in HFS images

@@ -29,7 +29,7 @@ struct HfsLayout {
     std::uint32_t usedBlocks = 0;        ///< in use: the first ones, in HFS+ the last one besides
     std::uint64_t fileAreaStart = 0;     ///< first sector of the files
     std::uint64_t imageSectors = 0;      ///< of the whole image without a postgap
-    std::uint64_t partitionSectors = 0;  ///< what the partition map tells
+    std::uint64_t partitionSectors = 0;  ///< what the partition map stores
 
     [[nodiscard]] std::uint32_t blockSize() const { return sectorsPerBlock * 512; }
     [[nodiscard]] std::uint64_t sectorOf(std::uint32_t block) const {

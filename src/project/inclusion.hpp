@@ -25,7 +25,7 @@ struct InclusionOptions {
     ProjectView view = ProjectView::Hybrid;  ///< the view worked in; an ISO+ project has only ISO
     InclusionAnswers answers = {};
     TruncationAnswers truncation = {};
-    /// For files whose container tells none; without a lookup, `kDefaultSignature`.
+    /// For files whose container holds none; without a lookup, `kDefaultSignature`.
     SignatureLookup signatureOf = {};
     /// Files that are passed over in silence: an image being made is never its own source.
     std::vector<PcIdentity> excluded = {};

@@ -26,12 +26,6 @@ std::uint32_t Added(std::uint32_t count, std::int64_t change) {
     return static_cast<std::uint32_t>(std::clamp<std::int64_t>(count + bounded, 0, most));
 }
 
-std::string_view NameInView(const ProjectRecord& record, ProjectView view) {
-    return view == ProjectView::Iso   ? record.isoName()
-           : view == ProjectView::Hfs ? record.hfsName()
-                                      : record.sourceName();
-}
-
 }  // namespace
 
 const ProjectFile::Run& ProjectFile::childrenOf(std::int32_t folder) const {
@@ -72,14 +66,6 @@ ProjectRecord* ProjectFile::at(std::int32_t number) {
 const ProjectRecord* ProjectFile::findChild(std::int32_t folder, std::int32_t number) const {
     const ProjectRecord* record = findByNumber(number);
     return record && record->parent == folder ? record : nullptr;
-}
-
-const ProjectRecord* ProjectFile::findByName(std::int32_t folder, std::string_view name,
-                                             ProjectView view) const {
-    for (const ProjectRecord& record : childrenOf(folder))
-        if (record.isIn(view) && NameInView(record, view) == name)
-            return &record;
-    return nullptr;
 }
 
 const ProjectRecord* ProjectFile::findByHfsName(std::int32_t folder, std::string_view name) const {
@@ -131,11 +117,6 @@ void ProjectFile::mergeChildren(std::int32_t parent, Run&& records) {
         run = std::move(merged);
     }
     reindex(parent, 0);
-}
-
-bool ProjectFile::deleteItem(std::int32_t parent, std::int32_t number) {
-    const RemovedItems removed = deleteItems(parent, {&number, 1});
-    return removed.folders + removed.files > 0;
 }
 
 ProjectFile::Run ProjectFile::takeItems(std::int32_t parent,
@@ -237,19 +218,6 @@ void ProjectFile::addCounters(std::int32_t folder, std::int64_t folders, std::in
     } else if (ProjectRecord* record = at(folder)) {
         record->dataSize = Added(record->dataSize, folders);
         record->resourceSize = Added(record->resourceSize, files);
-    }
-}
-
-void ProjectFile::setViewFlagsDown(std::int32_t folder, int iso, int hfs) {
-    raised_.clear();
-    for (std::int32_t below : foldersFrom(folder)) {
-        const auto found = children_.find(below);
-        if (found == children_.end())
-            continue;
-        for (ProjectRecord& record : found->second) {
-            record.setIsoInclusion(iso);
-            record.setHfsInclusion(hfs);
-        }
     }
 }
 

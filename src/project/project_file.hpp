@@ -1,7 +1,6 @@
-// A project: the header, and all items as one sequence of records sorted by the number of their
-// folder and, inside a folder, by ISO name in plain byte order. The file is mirrored in memory, one
-// run of records a folder, and written whole by `save`: what `save` writes is the format's byte
-// sequence, with no other state beside it.
+// A project in memory: its header, and its items, one run of records for each folder. Runs are kept
+// in the order of the folders' numbers, the records of a run in that of their ISO names, byte by
+// byte; that is the order of the records in the file too. `save` writes the whole file anew.
 //
 // A project file may come from anywhere. Nothing but its signature, version and length is checked
 // when it is opened, so every operation here stands folders that contain each other, items without
@@ -25,7 +24,7 @@
 
 namespace vellmark {
 
-/// What a project is built into: the file itself does not tell.
+/// What a project is built into. The file does not say it: its name does.
 enum class ProjectMode {
     Hybrid,  ///< ISO 9660 with HFS or HFS+, three views
     IsoPlus  ///< ISO 9660 with the Apple extensions, the ISO view alone
@@ -105,10 +104,6 @@ class ProjectFile {
     [[nodiscard]] ProjectRecord* findByNumber(std::int32_t number);
     /// The item of that number if it lies in that folder.
     [[nodiscard]] const ProjectRecord* findChild(std::int32_t folder, std::int32_t number) const;
-    /// The first item of the view with that name: the ISO name, the source name (Hybrid) or the HFS
-    /// name, case by case.
-    [[nodiscard]] const ProjectRecord* findByName(std::int32_t folder, std::string_view name,
-                                                  ProjectView view) const;
     /// The first item with that HFS name, in whatever view.
     [[nodiscard]] const ProjectRecord* findByHfsName(std::int32_t folder,
                                                      std::string_view name) const;
@@ -123,11 +118,8 @@ class ProjectFile {
     void insert(const ProjectRecord& record);
     /// Puts many records of one folder in their places. Their parent numbers must be `parent`.
     void mergeChildren(std::int32_t parent, Run&& records);
-    /// Takes the item out, and all that lies below it; the counters of its folder are the
-    /// caller's. False when the folder has no such item.
-    bool deleteItem(std::int32_t parent, std::int32_t number);
-    /// The same for many items of one folder, whose records are moved once; of a number that stands
-    /// twice the first goes. Tells how many were there.
+    /// Takes items of one folder out, and all that lies below them; of a number that stands twice
+    /// the first goes. The counters of the folder are the caller's. Says how many were there.
     RemovedItems deleteItems(std::int32_t parent, std::span<const std::int32_t> numbers);
 
     /// Takes items out of one folder, with the records that go; what lies below a folder stays in
@@ -144,8 +136,6 @@ class ProjectFile {
 
     /// Adds to the counters of a folder; they stop at 0.
     void addCounters(std::int32_t folder, std::int64_t folders, std::int64_t files);
-    /// Gives everything below the folder these inclusions (0, 1, -1).
-    void setViewFlagsDown(std::int32_t folder, int iso, int hfs);
     /// Gives the folder and those above it each inclusion that is not 0 and that they lack, unless
     /// its name in that view was refused.
     void setViewFlagsUp(std::int32_t folder, int iso, int hfs);

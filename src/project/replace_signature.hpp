@@ -11,7 +11,7 @@ namespace vellmark {
 
 /// Gives every file whose type and creator are the eight bytes of `from` (MacRoman) those of `to`.
 /// `agrees`, when it is given, is asked about each. Files are untouched, containers too: the record
-/// tells what the image will have. Returns how many were changed.
+/// has what the image will have. Returns how many were changed.
 [[nodiscard]] std::int64_t ReplaceSignature(
     ProjectFile& project, const std::array<char, 8>& from, const std::array<char, 8>& to,
     const std::function<bool(const ProjectRecord& record)>& agrees);

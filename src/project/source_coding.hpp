@@ -1,6 +1,6 @@
-// What a file of the PC is as a Macintosh file, as far as its record in a project tells: in which
-// container its forks lie, how long they are, and what its container says of type, creator, name,
-// dates and flags.
+// What a file of the PC is as a Macintosh file, as far as its record in a project stores it: in
+// which container its forks lie, how long they are, and what its container says of type, creator,
+// name, dates and flags.
 #pragma once
 
 #include <array>
@@ -69,7 +69,7 @@ struct SourceCoding {
 void FillFileRecord(ProjectRecord& record, const SourceCoding& source, const PcItem& item,
                     bool isHfsPlus, const SignatureLookup& signatureOf, const Clock& clock);
 
-/// The whole name that a container tells, in the form of the project; empty where none does.
+/// The whole name that a container stores, in the form of the project; empty where none does.
 [[nodiscard]] std::string ContainerNameIn(const SourceCoding& source, bool isHfsPlus);
 
 /// How the file of a record is opened as a Macintosh file.

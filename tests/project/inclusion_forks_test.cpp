@@ -1,4 +1,5 @@
-// Inclusion of Macintosh files and their companions, of lists, and of what is dropped.
+// Inclusion of Macintosh files and their companions, of lists, and of what is
+// dropped.
 #include "project/drop.hpp"
 #include "project/inclusion_bench.hpp"
 #include "support/pc_folder.hpp"
@@ -12,7 +13,8 @@ using test::EmptyProject;
 using test::InclusionTest;
 using test::Write;
 
-// The icon of a folder, in MacBinary: a name, type and creator, and 5 bytes of data.
+// The icon of a folder, in MacBinary: a name, type and creator, and 5 bytes of
+// data.
 std::string IconFile(std::string_view name) {
     std::string file(133, 'd');
     file.replace(0, 128, 128, '\0');
@@ -89,53 +91,6 @@ TEST_F(InclusionTest, ACustomIconMarksItsFolderOrBecomesTheVolumes) {
     Write(tree_ + ".VolumeIcon.icns", "icns");
     EXPECT_EQ(include(tree_ + "*").files, 4);
     EXPECT_FALSE(project_.header().customIcon()) << "the name is taken";
-}
-
-TEST_F(InclusionTest, NamesOfContainersAreKeptApartFromOthers) {
-    Write(tree_ + "a.bin", IconFile("Name"));
-    Write(tree_ + "b.bin", IconFile("NAME"));
-    Write(tree_ + "name", "data");
-    options_.answers = kYesToAll;
-    EXPECT_EQ(include(base_ + "tree").files, 3);
-    const auto items = ByName(project_, 18);
-    EXPECT_EQ(items.at("name").hfsName(), "name");
-    EXPECT_EQ(items.at("a.bin").isoName(), "a.bin");
-    std::set<std::string_view> hfsNames;
-    for (const auto& [name, record] : items)
-        hfsNames.insert(record.hfsName());
-    EXPECT_EQ(hfsNames.size(), 3u);
-}
-
-TEST_F(InclusionTest, OfAListThatIsToBeDoneWhatNamesNothingIsLeftOut) {
-    for (const char* name : {"a", "other/A", "c"})
-        Write(tree_ + name);
-    const std::vector<std::string> paths = {tree_ + "absent",  tree_ + "a",      tree_ + "a",
-                                            tree_ + "other/A", tree_ + "*.none", tree_ + "c"};
-    options_.toleratesConflicts = true;
-    options_.toleratesMissing = true;
-    const InclusionResult result =
-        Include(project_, paths, kRootFolder, options_, messages_, progress_);
-    EXPECT_EQ(result.status, InclusionStatus::Done);
-    EXPECT_EQ(result.files, 2);
-    EXPECT_EQ(result.skipped, 3) << "what is there already is no matter";
-    EXPECT_TRUE(messages_.shown.empty());
-    options_.toleratesMissing = false;
-    fs::create_directory(base_ + "none");
-    EXPECT_EQ(include(base_ + "none/*").status, InclusionStatus::Done) << "all of nothing";
-    EXPECT_EQ(include(base_ + "none/*.zip").status, InclusionStatus::NotFound);
-}
-
-TEST_F(InclusionTest, WhatIsThereAlreadyIsNoMatterInAnIsoPlusProject) {
-    project_ = EmptyProject(false, ProjectMode::IsoPlus);
-    Write(tree_ + "a");
-    options_.excluded = {IdentityOf(PcFactsOf(tree_ + "a"))};
-    EXPECT_EQ(include(tree_ + "a").skipped, 1) << "a file of the project that is named is told of";
-    options_.excluded.clear();
-    EXPECT_EQ(include(tree_ + "a").files, 1);
-    const InclusionResult again = include(tree_ + "a");
-    EXPECT_EQ(again.status, InclusionStatus::Done);
-    EXPECT_EQ(again.files + again.skipped, 0);
-    EXPECT_TRUE(messages_.shown.empty());
 }
 
 class Holder final : public DropTarget {

@@ -36,7 +36,8 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
         ProjectRecord record;
         ProjectView view;
         bool asks;
-        std::string outcome[4];  // in the order of kAnswers; the first alone without a question
+        std::string outcome[4];  // in the order of kAnswers; the first alone without
+                                 // a question
     };
     const Case cases[] = {
         {Container(), ProjectView::Iso, true, {"H", "H", "I", "I"}},
@@ -64,7 +65,8 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
             EXPECT_EQ(ViewsOf(record), c.outcome[i]);
             EXPECT_EQ(messages.questions.size(), c.asks ? 1u : 0u);
 
-            // An answer to all is kept for this kind of file, and is not asked for again.
+            // An answer to all is kept for this kind of file, and is not asked for
+            // again.
             const bool kept = c.asks && (i == 1 || i == 3);
             if (c.asks && !kept)
                 messages.remembered = {kAnswers[i]};

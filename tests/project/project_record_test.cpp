@@ -1,136 +1,89 @@
-// Each field of a record against its bytes, which are found by offset and not by name.
+// A record and a header against their bytes, which are found by offset and not
+// by name.
 #include "project/project_record.hpp"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vellmark {
 namespace {
 
-using Raw = std::array<std::uint8_t, kProjectRecordBytes>;
-
 template <typename Record>
-Raw RawOf(const Record& record) {
-    Raw raw{};
-    std::memcpy(raw.data(), &record, raw.size());
-    return raw;
+std::string BytesOf(const Record& record) {
+    return {reinterpret_cast<const char*>(&record), sizeof record};
 }
 
-TEST(ProjectRecord, NumbersLieLittleEndianAtTheirOffsets) {
-    struct Case {
-        std::size_t offset;
-        std::function<void(ProjectRecord&)> set;
-    };
-    const Case cases[] = {
-        {0, [](ProjectRecord& r) { r.parent = 0x04030201; }},
-        {4, [](ProjectRecord& r) { r.number = 0x04030201; }},
-        {16, [](ProjectRecord& r) { r.dataSize = 0x04030201; }},
-        {20, [](ProjectRecord& r) { r.resourceSize = 0x04030201; }},
-        {24, [](ProjectRecord& r) { r.sourceSize = 0x04030201; }},
-        {64, [](ProjectRecord& r) { r.created = 0x04030201; }},
-        {68, [](ProjectRecord& r) { r.modified = 0x04030201; }},
-    };
-    for (const Case& c : cases) {
-        ProjectRecord record;
-        c.set(record);
-        Raw expected{};
-        for (std::uint8_t i = 0; i < 4; ++i)
-            expected[c.offset + i] = static_cast<std::uint8_t>(i + 1);
-        EXPECT_EQ(RawOf(record), expected) << "offset " << c.offset;
-    }
+std::string Expected(const std::vector<std::pair<std::size_t, std::string>>& pieces) {
+    std::string bytes(756, '\0');
+    for (const auto& [offset, piece] : pieces)
+        bytes.replace(offset, piece.size(), piece);
+    return bytes;
 }
 
-TEST(ProjectRecord, EachFlagIsItsOwnBits) {
-    struct Case {
-        std::size_t offset;
-        std::uint8_t bits;
-        std::function<void(ProjectRecord&)> set;
-        std::function<bool(const ProjectRecord&)> get;
-    };
-    using R = ProjectRecord;
-    const Case cases[] = {
-        {12, 0x01, [](R& r) { r.setIsoInclusion(1); },
-         [](const R& r) { return r.isoInclusion() == 1; }},
-        {12, 0x03, [](R& r) { r.setIsoInclusion(-1); },
-         [](const R& r) { return r.isoInclusion() == -1; }},
-        {13, 0x01, [](R& r) { r.setHfsInclusion(1); },
-         [](const R& r) { return r.hfsInclusion() == 1; }},
-        {13, 0x03, [](R& r) { r.setHfsInclusion(-1); },
-         [](const R& r) { return r.hfsInclusion() == -1; }},
-        {13, 0x04, [](R& r) { r.setUnicodeOnDisk(true); }, &R::unicodeOnDisk},
-        {13, 0x08, [](R& r) { r.setAppleDouble(true); }, &R::appleDouble},
-        {13, 0x10, [](R& r) { r.setAppleSingle(true); }, &R::appleSingle},
-        {13, 0x20, [](R& r) { r.setHiddenExtension(true); }, &R::hiddenExtension},
-        {14, 0x01, [](R& r) { r.setMacBinary(true); }, &R::macBinary},
-        {14, 0x02, [](R& r) { r.setHiddenInIso(true); }, &R::hiddenInIso},
-        {14, 0x08, [](R& r) { r.setHiddenInHfs(true); }, &R::hiddenInHfs},
-        {14, 0x20, [](R& r) { r.setRefresh(true); }, &R::refresh},
-        {14, 0x40, [](R& r) { r.setIsoNameLocked(true); }, &R::isoNameLocked},
-        {14, 0x80, [](R& r) { r.setHfsNameLocked(true); }, &R::hfsNameLocked},
-        {15, 0x01, [](R& r) { r.setBinHex(true); }, &R::binHex},
-        {15, 0x04, [](R& r) { r.setCustomIcon(true); }, &R::customIcon},
-        {15, 0x08, [](R& r) { r.setShortNameFlag(true); }, &R::shortNameFlag},
-        {15, 0x40, [](R& r) { r.setCoding(ForkCoding::BinHex); },
-         [](const R& r) { return r.coding() == ForkCoding::BinHex; }},
-    };
-    for (const Case& c : cases) {
-        ProjectRecord record;
-        EXPECT_FALSE(c.get(record));
-        c.set(record);
-        Raw expected{};
-        expected[c.offset] = c.bits;
-        EXPECT_EQ(RawOf(record), expected) << c.offset << " " << int{c.bits};
-        EXPECT_TRUE(c.get(record)) << c.offset << " " << int{c.bits};
+TEST(ProjectRecord, EachFieldLiesAtItsOffset) {
+    ProjectRecord record;
+    record.parent = 0x04030201;
+    record.number = -2;
+    record.dataSize = 0x11223344;
+    record.resourceSize = 5;
+    record.sourceSize = 6;
+    record.created = 7;
+    record.modified = 8;
+    record.setIsoInclusion(1);
+    record.setHfsInclusion(-1);
+    record.setUnicodeOnDisk(true);
+    record.setAppleSingle(true);
+    record.setMacBinary(true);
+    record.setHiddenInHfs(true);
+    record.setIsoNameLocked(true);
+    record.setCustomIcon(true);
+    record.setCoding(ForkCoding::BinHex);
+    record.setSignature("TYPEcrea!");
+    record.setAccessPath(std::string(300, 'p'));
+    record.setSourceName(std::string(300, 's'));
+    record.setShortName(std::string(300, 'n'));
+    record.setIsoName("iso");
+    record.setHfsName("hfs");
+    EXPECT_EQ(BytesOf(record), Expected({{0, "\1\2\3\4\xFE\xFF\xFF\xFF"},
+                                         {12, "\x01\x17\x49\x44\x44\x33\x22\x11\5"},
+                                         {24, "\6"},
+                                         {64, "\7"},
+                                         {68, "\x08"},
+                                         {102, "TYPEcrea"},
+                                         {112, std::string(255, 'p')},
+                                         {368, std::string(243, 's')},
+                                         {612, std::string(12, 'n')},
+                                         {624, "iso"},
+                                         {692, "hfs"}}));
+    record.setHfsInclusion(0);
+    record.setUnicodeOnDisk(false);
+    record.setAppleSingle(false);
+    record.setAppleDouble(true);
+    record.setHiddenExtension(true);
+    record.setMacBinary(false);
+    record.setHiddenInHfs(false);
+    record.setHiddenInIso(true);
+    record.setIsoNameLocked(false);
+    record.setHfsNameLocked(true);
+    record.setRefresh(true);
+    record.setBinHex(true);
+    record.setCustomIcon(false);
+    record.setShortNameFlag(true);
+    record.setCoding(ForkCoding::NamedStreams);
+    EXPECT_EQ(BytesOf(record).substr(12, 4), "\x01\x28\xA2\x19");
+    EXPECT_EQ(record.isoInclusion(), 1);
+    EXPECT_TRUE(record.isIn(ProjectView::Hybrid) && !record.isIn(ProjectView::Hfs));
 
-        // Among set bits all around it, the flag is still told and changes nothing else.
-        Raw full{};
-        full.fill(0xFF);
-        std::memcpy(static_cast<void*>(&record), full.data(), full.size());
-        c.set(record);
-        full[c.offset] = RawOf(record)[c.offset];
-        EXPECT_EQ(RawOf(record), full);
-        EXPECT_TRUE(c.get(record));
-    }
+    // A field without an end, as a damaged file may hold it.
+    std::memset(static_cast<void*>(&record), 'y', sizeof record);
+    EXPECT_EQ(record.hfsName().size(), 64u);
+    EXPECT_EQ(record.signature().size(), 8u);
 }
 
-TEST(ProjectRecord, TextsLieAtTheirOffsetsAndAreCutAtTheirFields) {
-    struct Case {
-        std::size_t offset;
-        std::size_t longest;
-        std::function<void(ProjectRecord&, std::string_view)> set;
-        std::function<std::string_view(const ProjectRecord&)> get;
-    };
-    using R = ProjectRecord;
-    const Case cases[] = {
-        {102, 8, &R::setSignature, &R::signature},
-        {112, 255, &R::setAccessPath, &R::accessPath},
-        {368, 243, &R::setSourceName, &R::sourceName},
-        {612, 12, &R::setShortName, &R::shortName},
-        {624, 67, &R::setIsoName, &R::isoName},
-        {692, 63, &R::setHfsName, &R::hfsName},
-    };
-    for (const Case& c : cases) {
-        ProjectRecord record;
-        c.set(record, std::string(300, 'x'));
-        EXPECT_EQ(c.get(record), std::string(c.longest, 'x'));
-        Raw expected{};
-        std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(c.offset), c.longest, 'x');
-        EXPECT_EQ(RawOf(record), expected) << c.offset;
-        c.set(record, "ab");
-        EXPECT_EQ(c.get(record), "ab");
-        EXPECT_EQ(RawOf(record)[c.offset + 2], 0) << "the rest of an older text";
-
-        // A field without an end, as a damaged file may hold it.
-        std::memset(static_cast<void*>(&record), 'y', sizeof record);
-        EXPECT_LE(c.get(record).size(), 256u);
-        EXPECT_GE(c.get(record).size(), c.longest);
-    }
-}
-
-TEST(ProjectHeader, FieldsLieAtTheirOffsets) {
+TEST(ProjectHeader, EachFieldLiesAtItsOffset) {
     ProjectHeader header;
     header.lastFolder = 0x11;
     header.setHfsPlus(true);
@@ -153,32 +106,23 @@ TEST(ProjectHeader, FieldsLieAtTheirOffsets) {
     header.totalSectors = 6;
     header.setIsoLabel("I");
     header.setHfsLabel("H");
-    Raw expected{};
-    const std::pair<std::size_t, int> bytes[] = {
-        {8, 0x11},  {13, 0x01}, {14, 0x21}, {15, 0x04}, {16, 1},    {20, 2},    {24, 3},
-        {28, 4},    {32, 'S'},  {64, 'V'},  {192, 'P'}, {320, 'D'}, {448, 'A'}, {576, 'C'},
-        {588, 'B'}, {600, 'L'}, {612, 5},   {616, 6},   {624, 'I'}, {692, 'H'}};
-    for (const auto& [offset, value] : bytes)
-        expected[offset] = static_cast<std::uint8_t>(value);
-    EXPECT_EQ(RawOf(header), expected);
-    header.setHfsPlus(false);
-    header.setOpenRoot(false);
-    EXPECT_FALSE(header.isHfsPlus());
-    EXPECT_FALSE(header.openRoot());
-    EXPECT_TRUE(header.rebuildBeforeCompile());
-    EXPECT_TRUE(header.customIcon());
-}
-
-TEST(ProjectRecord, TheHybridViewIsEitherOfTheOthers) {
-    for (int iso : {0, 1, -1})
-        for (int hfs : {0, 1, -1}) {
-            ProjectRecord record;
-            record.setIsoInclusion(iso);
-            record.setHfsInclusion(hfs);
-            EXPECT_EQ(record.isIn(ProjectView::Iso), iso != 0);
-            EXPECT_EQ(record.isIn(ProjectView::Hfs), hfs != 0);
-            EXPECT_EQ(record.isIn(ProjectView::Hybrid), iso != 0 || hfs != 0);
-        }
+    EXPECT_EQ(BytesOf(header), Expected({{8, "\x11"},
+                                         {13, "\x01\x21\x04\1"},
+                                         {20, "\2"},
+                                         {24, "\3"},
+                                         {28, "\4"},
+                                         {32, "S"},
+                                         {64, "V"},
+                                         {192, "P"},
+                                         {320, "D"},
+                                         {448, "A"},
+                                         {576, "C"},
+                                         {588, "B"},
+                                         {600, "L"},
+                                         {612, "\5"},
+                                         {616, "\6"},
+                                         {624, "I"},
+                                         {692, "H"}}));
 }
 
 }  // namespace

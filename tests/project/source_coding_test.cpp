@@ -1,5 +1,5 @@
-// What the record of a file in a container holds: containers made by hand, byte by byte, each in
-// both kinds of project.
+// What the record of a file in a container holds: containers made by hand, byte
+// by byte, each in both kinds of project.
 #include "project/source_coding.hpp"
 
 #include <gtest/gtest.h>
@@ -166,21 +166,6 @@ TEST_F(SourceCodingTest, EachContainerFillsTheRecord) {
             EXPECT_EQ(found.modified, kOnDisk);
             EXPECT_EQ(found.created, kOnDisk);
         }
-    }
-}
-
-TEST_F(SourceCodingTest, DatesOfMacBinaryWinWhereTheyAreTold) {
-    const struct {
-        std::uint32_t toldCreated, toldModified, created, modified;
-    } cases[] = {{0, 0, kOnDisk, kOnDisk},
-                 {100, 200, 100, 200},
-                 {100, 0, 100, kOnDisk},
-                 {0, 200, 200, 200},
-                 {300, 200, 200, 200}};  // no file is changed before it is made
-    for (const auto& c : cases) {
-        Write(path_, MacBinaryBytes{.created = c.toldCreated, .modified = c.toldModified}.bytes());
-        EXPECT_EQ(record(false).created, c.created) << c.toldCreated << " " << c.toldModified;
-        EXPECT_EQ(record(false).modified, c.modified) << c.toldCreated << " " << c.toldModified;
     }
 }
 

@@ -1,4 +1,5 @@
-// View names: limits, questions, character sets, and names that would meet in one folder.
+// View names: limits, questions, character sets, and names that would meet in
+// one folder.
 #include "project/view_names.hpp"
 
 #include <gtest/gtest.h>
@@ -47,7 +48,8 @@ TEST_F(ViewNamesTest, NamesWithinTheLimitsAreAskedAboutNowhere) {
     EXPECT_EQ(named("plain", false, 1, 1, ProjectMode::IsoPlus).hfsName(), "before");
 }
 
-// The field of an HFS+ project is shorter than its names: nobody is asked about a copy.
+// The field of an HFS+ project is shorter than its names: nobody is asked about
+// a copy.
 TEST_F(ViewNamesTest, ANameThatIsTooLongIsAskedAboutUntilTheAnswerIsAutomatic) {
     messages_.truncations = {{true, false, "mine"}, {true, true, ""}, {true, false, X(200)}};
     const std::string longName = X(62) + ".txt";
@@ -80,26 +82,6 @@ TEST_F(ViewNamesTest, ARefusalTakesTheItemOutOfThatViewAlone) {
     EXPECT_EQ(record.hfsInclusion(), 0);
 }
 
-TEST_F(ViewNamesTest, InAViewThatTheItemIsNotInNothingIsAsked) {
-    EXPECT_EQ(named(X(70), true, 0, 0).isoName(), X(62));
-    EXPECT_EQ(named(X(40) + "\xE9", false, 1, 0).hfsName(), X(31));
-}
-
-TEST_F(ViewNamesTest, AFileWithAContainerKeepsItsHfsName) {
-    const ProjectFile project = EmptyProject();
-    SiblingNames siblings({}, false);
-    for (int kind = 0; kind < 3; ++kind) {
-        ProjectRecord record = Item(1, -1, "f.bin");
-        record.setHfsName("Inner");
-        record.setMacBinary(kind == 0);
-        record.setBinHex(kind == 1);
-        record.setCoding(kind == 2 ? ForkCoding::NamedStreams : ForkCoding::None);
-        ViewNames(record, u"f.bin", project, siblings, answers_, messages_);
-        EXPECT_EQ(record.hfsName(), "Inner");
-        EXPECT_EQ(record.isoName(), "f.bin");
-    }
-}
-
 TEST(SiblingNames, ANameThatIsTakenGivesWayInItsViewOnly) {
     const ProjectRecord there[] = {Item(1, -1, "iso", 1, 0), Item(1, -2, "hfs", 0, 1)};
     SiblingNames names(there, false);
@@ -130,18 +112,6 @@ TEST(SiblingNames, ANaturalNameIsKeptForItsOwner) {
     EXPECT_EQ(names.takeHfs("_", "E1234567", u"\u65E5"), "_-2A67");
     EXPECT_EQ(names.takeHfs("_", "_", u"_"), "_");
     EXPECT_EQ(names.takeIso("_", "_"), "_");
-}
-
-TEST(SiblingNames, ManyNamesWithOneHeadStayApartAndInTheirLimit) {
-    SiblingNames names({}, false);
-    std::set<std::string> seen;
-    for (int i = 0; i < 3000; ++i) {
-        const std::string source = X(40) + std::to_string(i) + ".jpeg";
-        const std::string name = names.takeHfs(CutName(source, 31), source, NarrowToWide(source));
-        EXPECT_LE(name.size(), 31u);
-        EXPECT_TRUE(name.ends_with(".jpeg"));
-        EXPECT_TRUE(seen.insert(name).second) << name;
-    }
 }
 
 TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {

@@ -79,16 +79,6 @@ TEST_F(BatchTest, FoldersAndInclusionsGoInTheViewOfTheSecondLetter) {
     EXPECT_FALSE(fs::exists("p.BAK"));
 }
 
-TEST_F(BatchTest, AFolderIsIncludedItselfAndAPatternItsContents) {
-    expectSilent({"/I", "p.vlpr", "in/"});
-    expectSilent({"/I", "q.vlpr", "in/*"});
-    expectSilent({"/I", "r.vlpr", "in\\*.txt"});
-    EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"in IH"}));
-    EXPECT_EQ(itemsOf(opened("p.vlpr"), 18), (Names{"a.txt IH", "sub IH"}));
-    EXPECT_EQ(itemsOf(opened("q.vlpr"), 1), (Names{"a.txt IH", "sub IH"}));
-    EXPECT_EQ(itemsOf(opened("r.vlpr"), 1), (Names{"a.txt IH"}));
-}
-
 TEST_F(BatchTest, QuestionsAreAnsweredWithYesEvenOnATerminal) {
     asks_ = true;
     const std::string longName = std::string(70, 'n') + ".exe";
@@ -116,16 +106,6 @@ TEST_F(BatchTest, AListNamesWhatIsIncludedAndItsFaultsAreTold) {
                              "torn.txt, line 4: it is no text", "torn.txt, line 5: it is longer",
                              "*.none: it names no"})
         EXPECT_NE(err_.find(told), std::string::npos) << told << "\n" << err_;
-}
-
-TEST_F(BatchTest, TypesAndCreatorsComeFromTheSignatureTable) {
-    Write("../own.sig", "TXT,TEXTttxt,Text\r\n");
-    shippedSignatures_ = {"../own.sig"};
-    expectSilent({"/I", "p.vlpr", "in/a.txt"});
-    EXPECT_EQ(opened("p.vlpr").childrenOf(1)[0].signature(), "TEXTttxt");
-    EXPECT_EQ(run({"new", "q.vlpr"}), 0);
-    EXPECT_EQ(run({"add", "q.vlpr", "in/a.txt"}), 0) << err_;
-    EXPECT_EQ(opened("q.vlpr").childrenOf(1)[0].signature(), "TEXTttxt");
 }
 
 TEST_F(BatchTest, LabelsOfOneSideOrBoth) {
@@ -218,13 +198,6 @@ TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
     }
 }
 
-TEST_F(BatchTest, WhatIsLeftOutIsNamedAndTold) {
-    fs::create_symlink("nowhere", "in/dangling");
-    EXPECT_EQ(run({"/I", "p.vlpr", "in"}), 3);
-    EXPECT_NE(err_.find("in/dangling"), std::string::npos) << err_;
-    EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"in IH"}));
-}
-
 TEST_F(BatchTest, ASecondInstanceEndsAtOnceAndVerbsDoNotMind) {
     const InstanceLock other(lockFolder_);
     ASSERT_EQ(other.state(), InstanceLock::State::Taken) << other.reason().words(Language::English);
@@ -235,17 +208,6 @@ TEST_F(BatchTest, ASecondInstanceEndsAtOnceAndVerbsDoNotMind) {
         EXPECT_EQ(disk(), before);
     }
     EXPECT_EQ(run({"new", "p.vlpr"}), 0) << err_;
-}
-
-TEST_F(BatchTest, TheLockIsFreeAgainAfterwards) {
-    expectSilent({"/L", "p.vlpr", "x"});
-    EXPECT_EQ(run({"/Z"}), 1);
-    expectSilent({"/L", "p.vlpr", "y"});
-    {
-        const InstanceLock held(lockFolder_);
-        EXPECT_EQ(InstanceLock(lockFolder_).state(), InstanceLock::State::Busy);
-    }
-    EXPECT_EQ(InstanceLock(lockFolder_).state(), InstanceLock::State::Taken);
 }
 
 TEST_F(BatchTest, TheSystemReleasesTheLockOfAProcessThatDies) {

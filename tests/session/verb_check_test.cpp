@@ -56,6 +56,15 @@ TEST_F(CheckTest, TheStatusTellsWhetherAnythingDiffers) {
     EXPECT_EQ(run({"check", "p.vlpr", "--json", "--lines"}), 2);
 }
 
+TEST_F(CheckTest, WhatCannotBeJudgedIsNoAgreement) {
+    Write("in/._lost", "a companion without its file");
+    EXPECT_EQ(run({"check", "p.vlpr", "--json"}), 3);
+    EXPECT_EQ(out_, "[]\n");
+    EXPECT_NE(err_.find("in/._lost"), std::string::npos) << err_;
+    EXPECT_EQ(run({"rebuild", "p.vlpr", "-q"}), 3);
+    EXPECT_EQ(run({"build", "p.vlpr", "--rebuild", "-q"}), 3);
+}
+
 TEST_F(CheckTest, ARebuildBringsTheProjectUpToDateAndKeepsTheOldOne) {
     const std::string before = test::Bytes("p.vlpr");
     EXPECT_EQ(run({"rebuild", "p.vlpr"}), 0) << err_;

@@ -110,20 +110,6 @@ TEST_F(MakeTest, WhatCannotBeDoneLeavesNothingBehind) {
     }
 }
 
-TEST_F(MakeTest, FoldersThatMayNotBeReadOrWrittenAreRefused) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "root may read and write everything";
-    fs::create_directories("closed");
-    fs::permissions("closed", fs::perms::none);
-    EXPECT_EQ(run({"make", "closed", "-o", "x.iso"}), 1);
-    EXPECT_NE(err_.find("The folder closed cannot be read: Permission denied."), std::string::npos)
-        << err_;
-    fs::permissions("closed", fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_EQ(run({"make", "in", "-o", "closed/x.iso"}), 1);
-    EXPECT_NE(err_.find("the folder closed: Permission denied."), std::string::npos) << err_;
-    fs::permissions("closed", fs::perms::owner_all);
-}
-
 class BuildTest : public SessionTest {
   protected:
     BuildTest() {
@@ -144,15 +130,6 @@ TEST_F(BuildTest, TheImageLiesBesideTheProjectUnlessItIsNamed) {
     EXPECT_EQ(run({"build", "p.vlpr"}), 1) << "p.iso is there";
     EXPECT_EQ(run({"build", "p.vlpr", "--force"}), 0) << err_;
     EXPECT_FALSE(fs::exists("p.BAK")) << "a build changes nothing that would need a copy";
-}
-
-TEST_F(BuildTest, TheImageThatIsReplacedIsNotTakenAsASource) {
-    Write("disc/p.iso", "an older image that lies in the folder");
-    Write("disc/b.txt", "its neighbour");
-    EXPECT_EQ(run({"add", "p.vlpr", "disc"}), 0) << err_;
-    EXPECT_EQ(run({"build", "p.vlpr", "-o", "disc/p.iso", "--force"}), 3) << err_;
-    EXPECT_EQ(CountIn("disc/p.iso", "an older image"), 0);
-    EXPECT_EQ(CountIn("disc/p.iso", "its neighbour"), 1);
 }
 
 TEST_F(BuildTest, WhatCannotBeBuiltLeavesTheOldImage) {
