@@ -91,8 +91,8 @@ int RunBatch(const BatchOption& option, std::span<const std::string> arguments,
     Messages& messages = terminal.messages;
     const InstanceLock lock(context.lockFolder);
     if (lock.state() != InstanceLock::State::Taken) {
-        messages.showMessage(
-            lock.state() == InstanceLock::State::Busy ? Reason::Told(kTextRunning) : lock.reason());
+        messages.showMessage(lock.state() == InstanceLock::State::Busy ? Reason::Told(kTextRunning)
+                                                                       : lock.reason());
         return kExitFailed;
     }
     const BatchResult result = Run(option, arguments, context, terminal);
