@@ -9,9 +9,6 @@ namespace {
 
 constexpr std::uint32_t kUsualBlock = 512;
 constexpr std::uint64_t kVolumeHeaderByte = 1024;
-constexpr std::string_view kMapType = "Apple_partition_map";
-constexpr std::string_view kHfsType = "Apple_HFS";
-constexpr std::string_view kHfsxType = "Apple_HFSX";
 
 bool ReadEntry(ByteSource& disk, std::uint64_t offset, PartitionMapEntry& entry) {
     return disk.readRecord(offset, entry) && entry.signature == kPartitionMapSignature;
@@ -24,7 +21,7 @@ std::uint32_t FindBlockSize(ByteSource& disk, const DriverDescriptor& descriptor
     PartitionMapEntry entry;
     const std::uint32_t told = descriptor.blockSize;
     const bool isThere = told != 0 && told % kUsualBlock == 0 && ReadEntry(disk, told, entry);
-    if (isThere && (told == kUsualBlock || MapText(entry.type) == kMapType))
+    if (isThere && (told == kUsualBlock || MapText(entry.type) == kMapPartitionType))
         return told;
     if (ReadEntry(disk, kUsualBlock, entry))
         return kUsualBlock;
@@ -65,7 +62,7 @@ std::string_view MapText(const std::array<char, 32>& field) {
 
 bool IsHfsEntry(const PartitionMapEntry& entry) {
     const std::string_view type = MapText(entry.type);
-    return kHfsType.starts_with(type) || type == kHfsxType;
+    return kHfsPartitionType.starts_with(type) || type == kHfsxPartitionType;
 }
 
 std::uint16_t VolumeSignatureAt(ByteSource& disk, std::uint64_t start) {

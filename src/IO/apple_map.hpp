@@ -20,7 +20,7 @@ struct AppleMap {
     std::vector<PartitionMapEntry> entries;  ///< the first at least
 };
 
-/// Entries that are read at most, whatever the map tells.
+/// Most entries that are read, whatever count the map holds.
 inline constexpr std::uint32_t kMostMapEntries = 1024;
 
 /// Reads the map as far as its first entry says that it goes, or up to the first block that is no

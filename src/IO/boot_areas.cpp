@@ -44,7 +44,7 @@ std::uint32_t Little(std::span<const std::uint8_t> bytes, std::size_t at) {
     return word;
 }
 
-// The sector count of the catalog tells what a computer loads, which may be the beginning only.
+// The sector count in the catalog is what a computer loads, which may be the beginning only.
 std::uint64_t ImageBytes(ByteSource& disc, std::span<const std::uint8_t> entry,
                          std::uint32_t place) {
     le16 sectors;
@@ -73,7 +73,7 @@ bool AddCatalog(ByteSource& disc, std::uint64_t offset, std::vector<BootArea>& a
     areas.push_back({offset, catalog.size()});
     for (std::size_t at = kEntryBytes; at < catalog.size(); at += kEntryBytes) {
         const std::span<const std::uint8_t> entry(catalog.data() + at, kEntryBytes);
-        // The first entry tells of an image even where a computer is not to start from it.
+        // The first entry has an image even where a computer is not to start from it.
         const std::uint32_t place = Little(entry, kEntryImage);
         if (entry[0] == kBootable || (at == kEntryBytes && entry[0] == 0 && place != 0))
             areas.push_back(

@@ -13,7 +13,7 @@ namespace vellmark {
 /// Bytes of a disc, from its start.
 struct BootArea {
     std::uint64_t offset = 0;
-    std::uint64_t sizeBytes = 0;  ///< of an image: as far as the disc tells it, at least a sector
+    std::uint64_t sizeBytes = 0;  ///< of an image: as far as the disc shows it, at least a sector
 };
 
 /// All boot catalogs and boot images; none on most discs. Nothing when a catalog cannot be read.

@@ -1,7 +1,7 @@
 // Apple disk images (UDIF, `.dmg`) expanded into plain images. A trailer of 512 bytes ends the
-// file and tells where its property list lies; the `<data>` sections of that list are Base64 texts
-// of the block tables, whose entries say how each run of sectors is stored. All numbers of the
-// format are big-endian.
+// file and holds the place of its property list; the `<data>` sections of that list are Base64
+// texts of the block tables, whose entries say how each run of sectors is stored. All numbers of
+// the format are big-endian.
 #pragma once
 
 #include <cstdint>
@@ -46,7 +46,7 @@ struct ExpandResult {
 /// holes of it. Blocks are expanded by several threads and written by the calling one in the order
 /// of the tables, and so the result does not depend on their timing. Flat memory, below 64 MiB.
 ///
-/// Where the trailer tells the number of sectors, all tables are followed until so many were seen,
+/// Where the trailer holds the number of sectors, all tables are followed until so many were seen,
 /// sections that are no tables are passed over, and each block goes to its own position. Where it
 /// does not, the format version in the trailer is the highest number of tables, a section that is
 /// no table is a failure unless the trailer's checksum shows that no table is missing, and each

@@ -16,7 +16,7 @@ constexpr unsigned kMostThreads = 4;
 /// Blocks that wait while every thread has one: the files are read and written meanwhile.
 constexpr unsigned kWaitingBlocks = 3;
 constexpr std::uint64_t kSector = 512;
-/// 8 TiB: a trailer that tells of more is taken to be wrong where the blocks end before.
+/// 8 TiB: a trailer that claims more is taken to be wrong where the blocks end before.
 constexpr std::uint64_t kMostFilledSectors = std::uint64_t{1} << 34;
 
 unsigned ThreadsOf(const ExpandOptions& options) {
@@ -251,7 +251,7 @@ void Expansion::noteShort(const BlockPlace& place) {
         firstShort_ = BlockName(place);
 }
 
-// The table's checksum tells which reading of its overlapping matches is the right one.
+// The table's checksum shows which reading of its overlapping matches is the right one.
 bool Expansion::finishTable() {
     const DiskImageChecksum& expected = tables_.checksum();
     if (!expected.isCrc32()) {

@@ -40,7 +40,7 @@ struct DiskImageTrailer {
     std::array<std::uint8_t, 120> reserved;
     DiskImageChecksum tableChecksum;  ///< of the values of the tables' checksums, one by one
     be32 variant;
-    be64 sectorCount;  ///< of the plain image; 0: not told
+    be64 sectorCount;  ///< of the plain image; 0: not known
     std::array<std::uint8_t, 12> rest;
 };
 static_assert(sizeof(DiskImageTrailer) == 512 && alignof(DiskImageTrailer) == 1);

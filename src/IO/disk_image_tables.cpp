@@ -153,7 +153,7 @@ BlockTables::Next BlockTables::nextTable() {
         if (isStopped())
             return Next::Failed;
         // Other resources have such sections too: a whole image has them between its tables and
-        // behind them. Without a count, the checksum of all tables tells that these were all.
+        // behind them. Without a count, the checksum of all tables shows that these were all.
         if (!isSized() && sawAllTables())
             return Next::End;
         if (!isSized())

@@ -67,7 +67,7 @@ class BlockTables {
     /// `Progress` said no, which is a failure too.
     [[nodiscard]] bool isStopped() const { return sections_.isStopped(); }
     /// Sectors of the image that the blocks so far do not stand for; 0 where the trailer does not
-    /// tell how many there are.
+    /// say how many there are.
     [[nodiscard]] std::uint64_t missingSectors() const {
         return isSized() ? sectorCount_ - covered_ : 0;
     }
@@ -83,7 +83,7 @@ class BlockTables {
 
     ByteSource& source_;
     DataSections sections_;
-    std::uint64_t sectorCount_;  ///< of the image; 0 when the trailer does not tell
+    std::uint64_t sectorCount_;  ///< of the image; 0 when the trailer does not say
     std::uint32_t mostTables_;   ///< where it does not
     DiskImageChecksum allTables_;
     RunningCrc tablesCrc_;  ///< what `allTables_` would be of the tables so far

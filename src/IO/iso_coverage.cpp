@@ -64,7 +64,7 @@ void Coverage::addExtents(const IsoEntry& entry) {
     }
 }
 
-// False when it cannot be told which bytes they are.
+// False when it is not known which bytes they are.
 bool Coverage::addFolder(const IsoReader& reader, const IsoEntry& folder) {
     addExtents(folder);
     const auto entries = reader.list(IsoTree::Iso, folder);

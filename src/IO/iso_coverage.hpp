@@ -17,8 +17,8 @@ struct ByteRange {
 
 struct IsoCoverage {
     std::vector<ByteRange> ranges;  ///< in rising order, apart from each other
-    /// False when a directory or boot catalog is damaged, or a file is written with gaps: there are
-    /// bytes of which it cannot be told.
+    /// False when a directory or boot catalog is damaged, or a file is written with gaps: then more
+    /// bytes than these may be needed.
     bool isWhole = true;
 };
 

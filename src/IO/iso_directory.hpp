@@ -49,7 +49,7 @@ class IsoDirectory {
     Reason problem_;
 };
 
-/// One entry as a record tells it. The name is that of the record, in the tree's own coding.
+/// One entry from its record. `name` is that of the record, in the tree's own coding.
 [[nodiscard]] IsoEntry IsoEntryOf(const IsoDirectoryRecord& record, std::string_view name,
                                   IsoTree tree, std::uint32_t blockSize);
 

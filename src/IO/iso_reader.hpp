@@ -21,7 +21,7 @@
 
 namespace vellmark {
 
-/// What a volume descriptor tells. Texts are UTF-8 without the blanks that fill their fields.
+/// What a volume descriptor holds. Texts are UTF-8 without the blanks that fill their fields.
 struct IsoVolumeInfo {
     std::string systemId;
     std::string volumeId;
@@ -51,7 +51,7 @@ class IsoReader {
                                                            const IsoVolumeDescriptor& descriptor);
 
     [[nodiscard]] bool hasJoliet() const { return trees_[1].has_value(); }
-    /// What the descriptor of a tree tells; of Joliet only when `hasJoliet`.
+    /// What the descriptor of a tree holds; of Joliet only when `hasJoliet`.
     [[nodiscard]] const IsoVolumeInfo& info(IsoTree tree) const { return of(tree).info; }
     /// The root folder of a tree, its name empty; of Joliet only when `hasJoliet`.
     [[nodiscard]] const IsoEntry& root(IsoTree tree) const { return of(tree).root; }

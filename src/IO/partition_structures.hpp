@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "support/endian.hpp"
 
@@ -24,6 +25,11 @@ inline constexpr std::uint16_t kBootRecordSignature = 0x55AA;
 [[nodiscard]] constexpr bool IsHfsPlusSignature(std::uint16_t signature) {
     return signature == kHfsPlusSignature || signature == kHfsxSignature;
 }
+
+/// Types of partitions in an Apple map.
+inline constexpr std::string_view kMapPartitionType = "Apple_partition_map";
+inline constexpr std::string_view kHfsPartitionType = "Apple_HFS";
+inline constexpr std::string_view kHfsxPartitionType = "Apple_HFSX";
 
 inline constexpr std::uint8_t kMbrTypeMacintosh = 0xAF;
 inline constexpr std::uint8_t kMbrTypeProtective = 0xEE;

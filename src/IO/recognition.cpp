@@ -46,8 +46,8 @@ bool HasSignature(Bytes bytes, std::uint64_t offset, std::uint16_t signature) {
     return word && *word == signature;
 }
 
-// A sector behind the end of a short image is no loss of data: nothing is taken from it that its
-// signature does not vouch for. The image file itself still remembers a failure of the system.
+// Reading behind the end of a short image is no failed transfer: the zeros that come for it have no
+// signature, and nothing is taken from them. Failures of the system stay in the image file.
 void ProbeSectors(MediumContext& context, std::uint64_t startSector,
                   std::span<std::uint8_t> buffer) {
     const bool failedBefore = context.transferFailed;
@@ -96,7 +96,7 @@ std::u16string GptName(Bytes entry) {
     return name;
 }
 
-// Sum of a start and a count that a disk tells.
+// Sum of a start and a count from the disk, which may be any numbers.
 std::uint64_t SectorBehind(std::uint64_t start, std::uint64_t count) {
     const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     return count > most - start ? most : start + count;
@@ -179,8 +179,9 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
                       {false, std::string(Text(kUnnamedText, language)), entry.firstSector,
                        entry.sectorCount, SectorBehind(entry.firstSector, entry.sectorCount)});
         } else if (entry.type == kMbrTypeProtective) {
-            // The number is set, not added, and the position stays: the table behind the entry
-            // stands for the whole disk, and a later Macintosh entry takes its first record.
+            // Kept on purpose: the result becomes the number of the table's partitions, without
+            // those of earlier entries, and a later Macintosh entry replaces the first partition of
+            // the table in the list.
             result = ParseGptEntries(context, buffer, entry, position, list);
         }
     }
@@ -196,7 +197,8 @@ bool HoldsVolume(MediumContext& context, const PartitionEntry& partition) {
            VolumeSignatureAt(*context.image, partition.startSector * kSectorBytes) != 0;
 }
 
-// A boot record, and behind it a map: what it tells counts where the record leads to no volume.
+// A boot record, and maybe an Apple map behind it. The map counts where no partition of the record
+// holds a volume.
 int ScanBootedDisc(MediumContext& context, Bytes buffer, const MasterBootRecord& record,
                    std::vector<PartitionEntry>& list, Language language) {
     const int result = ScanBootRecord(context, buffer, record, list, language);
@@ -285,10 +287,9 @@ int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list, Messag
     context.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     std::vector<std::uint8_t> buffer(std::size_t{kScanSectors} * kSectorBytes);
     ProbeSectors(context, 0, buffer);
-    context.sectorSize = kSectorBytes;
     if (messages != nullptr)
-        messages->log(1, FormatOperands(kScanLine, {context.maxTransferSectors,
-                                                    context.totalSectors, context.sectorSize}));
+        messages->log(
+            1, FormatOperands(kScanLine, {kStreamSectors, context.totalSectors, kSectorBytes}));
     context.partitionCount = ScanBuffer(
         context, buffer, list, messages != nullptr ? messages->language() : Language::English);
     return context.partitionCount;

@@ -17,7 +17,7 @@
 
 namespace vellmark {
 
-/// What the first look at a file tells about the way to open it.
+/// What a file is by its first and last sectors, which decides how it is opened.
 enum class ImageClass {
     Plain = 0,                 ///< a volume, a partitioned disk, or nothing known: scan it
     PartitionDiskImage = 1,    ///< compressed disk image that starts with a partition map

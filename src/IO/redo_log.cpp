@@ -27,7 +27,7 @@ struct Header {
     be32 checksum = 0;    ///< CRC-32 of header and pieces, with 0 here
     be64 logBytes = 0;    ///< of the whole file
     be64 imageBytes = 0;  ///< of the image
-    be64 markOffset = 0;  ///< of the sector that tells of the change
+    be64 markOffset = 0;  ///< of the sector that marks the change
     be64 contentCount = 0;
     be64 pieceCount = 0;
     std::array<std::uint8_t, kRedoSectorBytes> mark{};  ///< that sector meanwhile

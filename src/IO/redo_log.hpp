@@ -32,7 +32,7 @@ struct RedoPiece {
     std::span<const std::uint8_t> bytes;
 };
 
-/// The sector that tells that the image is being changed, for whoever sees it without its log. It
+/// The sector that marks the image as being changed, for whoever sees it without its log. It
 /// is one of those that the change writes: the first to be written, in this form, and the last, in
 /// the form that it is to have.
 struct RedoMark {

@@ -18,7 +18,7 @@ struct KeptLog {
     bool hasItsPath = false;  ///< made under the path of the image; else for a file of its number
 };
 
-/// The number that the file system gives the open file; nothing when it does not tell.
+/// The number that the file system gives the open file; nothing when it gives none.
 [[nodiscard]] std::optional<std::uint64_t> InodeOf(const PcFile& image);
 
 /// The name of a log in the user's folder: a hash of the image's path, wherever links lead, and the

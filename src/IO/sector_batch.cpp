@@ -10,22 +10,17 @@
 namespace vellmark {
 
 SectorBatch::Recording::Recording(MediumContext& context, SectorBatch& batch)
-    : context_(context), slot_(context.transferSlot), slot2_(context.transferSlot2) {
-    const auto recording = [&batch](const TransferSlot& original) -> TransferSlot {
-        return [&batch, original](const SectorRequest& request) {
-            if (request.command != kCommandWrite)
-                return original(request);
-            batch.add(request);
-            return 0;
-        };
+    : context_(context), slot_(context.transferSlot) {
+    context_.transferSlot = [&batch, original = slot_](const SectorRequest& request) {
+        if (request.command != kCommandWrite)
+            return original(request);
+        batch.add(request);
+        return 0;
     };
-    context_.transferSlot = recording(slot_);
-    context_.transferSlot2 = recording(slot2_);
 }
 
 SectorBatch::Recording::~Recording() {
     context_.transferSlot = slot_;
-    context_.transferSlot2 = slot2_;
 }
 
 void SectorBatch::add(const SectorRequest& request) {
@@ -78,7 +73,7 @@ CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
         return CommitResult::NotBegun;
     }
     const auto toSlot = [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
-        return WriteSectors(context.transferSlot2, offset / kSectorBytes, bytes) == 0;
+        return WriteSectors(context.transferSlot, offset / kSectorBytes, bytes) == 0;
     };
     if (!CarryOut(pieces, mark, image, toSlot)) {
         problem_ = Reason(Sentence::kCommitInterrupted,

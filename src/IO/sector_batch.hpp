@@ -15,10 +15,10 @@ enum class CommitResult {
     Interrupted  ///< what is missing stands in the redo log
 };
 
-/// Takes up what is written through the slots of a record, until it is committed in one piece.
+/// Takes up what is written through the slot of a record, until it is committed in one piece.
 class SectorBatch {
   public:
-    /// While it lives, writes through both slots go into the batch. Reads go to the image: what
+    /// While it lives, writes through the slot go into the batch. Reads go to the image: what
     /// has been taken up is not seen by them.
     class Recording {
       public:
@@ -30,10 +30,9 @@ class SectorBatch {
       private:
         MediumContext& context_;
         TransferSlot slot_;
-        TransferSlot slot2_;
     };
 
-    /// Writes all sectors in rising order through `transferSlot2`. What was written to the image
+    /// Writes all sectors in rising order through the slot. What was written to the image
     /// before is on the device first, then the file system has room for all that is to come, then
     /// there is a redo log, and then come the sectors; without a log none. `mark` is one of them in
     /// the form that it has meanwhile. When not all could be written, the batch keeps everything

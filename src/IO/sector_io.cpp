@@ -14,21 +14,16 @@ namespace {
 constexpr std::uint64_t kLastSector = std::numeric_limits<std::int64_t>::max() / kSectorBytes -
                                       std::numeric_limits<std::uint32_t>::max();
 
-void UseImageSlots(MediumContext& context) {
-    const TransferSlot slot = [&context](const SectorRequest& request) {
+void UseImageSlot(MediumContext& context) {
+    context.transferSlot = [&context](const SectorRequest& request) {
         return TransferSectors(context, request);
     };
-    context.transferSlot = slot;
-    context.transferSlot2 = slot;
-    context.mediumKind = MediumKind::FileImage;
 }
 
 void ForgetMedium(MediumContext& context) {
     CloseImage(context);
-    UseImageSlots(context);
+    UseImageSlot(context);
     context.contents.clear();
-    context.sectorSize = kSectorBytes;
-    context.maxTransferSectors = kStreamSectors;
     context.totalSectors = 0;
     context.driverBlockSize = 0;
     context.partitionCount = 0;
@@ -67,7 +62,7 @@ bool WriteRun(PcFile& image, const SectorRequest& request, std::span<const std::
 }  // namespace
 
 MediumContext::MediumContext() {
-    UseImageSlots(*this);
+    UseImageSlot(*this);
 }
 
 ImageOpening OpenImage(MediumContext& context, const std::string& path) {
@@ -86,11 +81,6 @@ ImageOpening OpenImageForReading(MediumContext& context, const std::string& path
         context.readOnlyReasons.add(ReadOnlyReason::File);
     }
     return opening;
-}
-
-ImageOpening CreateImage(MediumContext& context, const std::string& path) {
-    ForgetMedium(context);
-    return OpenAs(context, path, PcFile::Mode::CreateTruncate);
 }
 
 void CloseImage(MediumContext& context) {
@@ -136,13 +126,7 @@ int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
 }
 
 std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block) {
-    if (context.mediumKind != MediumKind::FileImage)
-        return block;
     return std::uint64_t{block} * context.sectorsPerBlock + context.volumeOffset;
-}
-
-std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks) {
-    return blocks * context.blockSize / context.sectorSize;
 }
 
 TargetRoom CheckTargetRoom(const std::string& folder, std::uint64_t bytes) {

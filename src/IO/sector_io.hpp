@@ -34,8 +34,6 @@ struct SectorRequest {
 /// What carries a request out: 0 for a full transfer, 1 for a short one, -1 without a medium.
 using TransferSlot = std::function<int(const SectorRequest&)>;
 
-enum class MediumKind : std::int32_t { FileImage = 3 };
-
 /// Why nothing may be changed on a medium. Several reasons can hold at once.
 enum class ReadOnlyReason : std::uint16_t {
     File = 1,             ///< the image could only be opened for reading
@@ -68,23 +66,19 @@ class ReadOnlyReasons {
     std::uint16_t bits_ = 0;
 };
 
-/// The record of the open medium. The slots refer to the record, so it stays where it was made.
+/// The record of the open medium. The slot refers to the record, so it stays where it was made.
 struct MediumContext {
     MediumContext();
     ~MediumContext() = default;
     MediumContext(const MediumContext&) = delete;
     MediumContext& operator=(const MediumContext&) = delete;
 
-    FileGuard guard;                ///< how images are opened; stays when one is closed
-    std::string imagePath;          ///< empty while no image is open
-    std::shared_ptr<PcFile> image;  ///< null while no image is open
-    ContentSamples contents;        ///< written since the last commit
-    MediumKind mediumKind = MediumKind::FileImage;
-    TransferSlot transferSlot;   ///< nodes, headers and file contents
-    TransferSlot transferSlot2;  ///< header and bitmap of a volume
-    std::uint16_t sectorSize = kSectorBytes;
-    std::uint16_t maxTransferSectors = kStreamSectors;
-    std::uint64_t totalSectors = 0;     ///< 0 while nothing has told the size of the medium
+    FileGuard guard;                    ///< how images are opened; stays when one is closed
+    std::string imagePath;              ///< empty while no image is open
+    std::shared_ptr<PcFile> image;      ///< null while no image is open
+    ContentSamples contents;            ///< written since the last commit
+    TransferSlot transferSlot;          ///< everything that is read and written
+    std::uint64_t totalSectors = 0;     ///< 0 while the size of the medium is not known
     std::uint16_t driverBlockSize = 0;  ///< bytes, of the driver descriptor; 0 without one
     std::int32_t partitionCount = 0;    ///< result of the last scan of the medium
     /// Sectors, added to every block: of HFS the first sector of the allocation area, of HFS+ the
@@ -107,14 +101,12 @@ struct ImageOpening {
 
 /// Opens an image for reading and writing, with nobody else at it, or else for reading only, which
 /// is then a reason of the record. What the record knew of an earlier medium is forgotten first,
-/// and both slots lead to `TransferSectors`. EWOULDBLOCK when others keep the image for longer than
+/// and the slot leads to `TransferSectors`. EWOULDBLOCK when others keep the image for longer than
 /// the guard of the record waits.
 [[nodiscard]] ImageOpening OpenImage(MediumContext& context, const std::string& path);
 /// The same for work that changes nothing: the file is never opened for writing, and others may
 /// read it too.
 [[nodiscard]] ImageOpening OpenImageForReading(MediumContext& context, const std::string& path);
-/// Makes a new image, emptying a file of that name.
-[[nodiscard]] ImageOpening CreateImage(MediumContext& context, const std::string& path);
 /// Closes the image and empties the path.
 void CloseImage(MediumContext& context);
 
@@ -131,8 +123,6 @@ int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
 
 /// First sector of an allocation block.
 [[nodiscard]] std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block);
-/// Sectors that so many allocation blocks fill.
-[[nodiscard]] std::uint64_t BlockCountToSectors(const MediumContext& context, std::uint64_t blocks);
 
 enum class TargetRoom { Fits, TooLargeForFileSystem, NoRoom };
 
@@ -146,7 +136,8 @@ inline constexpr std::uint64_t kLargeImageBytes = 0xFFFF0001;
         return TargetRoom::TooLargeForFileSystem;
     return bytes > freeBytes ? TargetRoom::NoRoom : TargetRoom::Fits;
 }
-/// The same for a folder of the PC. A folder that is not there fits: making the file tells why not.
+/// The same for a folder of the PC. A folder that is not there fits: making the file gives the
+/// reason.
 [[nodiscard]] TargetRoom CheckTargetRoom(const std::string& folder, std::uint64_t bytes);
 
 }  // namespace vellmark

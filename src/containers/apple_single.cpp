@@ -1,10 +1,13 @@
 #include "containers/apple_single.hpp"
 
 #include <algorithm>
+#include <array>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
 
 namespace vellmark {
 namespace {
@@ -179,7 +182,11 @@ std::string SidecarPath(std::string_view path) {
 }
 
 bool IsAppleDoublePair(std::string_view path) {
-    PcFile sidecar(SidecarPath(path), PcFile::Mode::Read);
+    const std::string sidecarPath = SidecarPath(path);
+    // One that is a pipe would be waited for.
+    if (PcFactsOf(sidecarPath).kind != PcKind::File)
+        return false;
+    PcFile sidecar(sidecarPath, PcFile::Mode::Read);
     return sidecar.isOpen() && IsAppleDoubleFile(sidecar);
 }
 
@@ -189,15 +196,6 @@ MacContainer ReadSingleForks(ByteSource& file) {
 
 MacContainer ReadDoubleResource(ByteSource& sidecar) {
     return ReadAppleFile(sidecar, kAppleDoubleMagic);
-}
-
-std::optional<std::array<char, 8>> ReadFinderSignature(ByteSource& file) {
-    if (!IsAppleSingleFile(file) && !IsAppleDoubleFile(file))
-        return std::nullopt;
-    const EntryTable table = ReadEntryTable(file);
-    if (SliceOf(file, table.finder).size() < sizeof(FinderInfo::signature))
-        return std::nullopt;
-    return ReadFinderInfo(file, table).signature;
 }
 
 ContainerFault WriteAppleSingle(ByteSink& target, const MacFileInfo& info, ByteSource& data,

@@ -5,9 +5,7 @@
 // since 1904, where the published format counts from 2000. Nothing here reads them.
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -58,7 +56,7 @@ static_assert(sizeof(AppleFileDates) == 16);
 
 /// The path of the sidecar: `._` before the last name of the path.
 [[nodiscard]] std::string SidecarPath(std::string_view path);
-/// The path has a sidecar that begins with the magic of AppleDouble.
+/// The path has a sidecar, a plain file, that begins with the magic of AppleDouble.
 [[nodiscard]] bool IsAppleDoublePair(std::string_view path);
 
 /// The forks and the Finder information of an AppleSingle file. A fork without an entry is empty;
@@ -69,9 +67,6 @@ static_assert(sizeof(AppleFileDates) == 16);
 /// The same of a sidecar; its data fork is the other file, and an entry for it is not looked at.
 /// One whose table is cut short is usable too, with nothing in it.
 [[nodiscard]] MacContainer ReadDoubleResource(ByteSource& sidecar);
-/// File type and creator from a file of either format; nothing when it is neither or has none. They
-/// may be eight zeros: then the file has no signature of its own.
-[[nodiscard]] std::optional<std::array<char, 8>> ReadFinderSignature(ByteSource& file);
 
 /// Writes an AppleSingle file whole: 74 bytes of header, dates, Finder information, resource fork,
 /// data fork. Name and lengths of `info` are not looked at. Faults: `ForkTooLong`, `SourceFailed`,

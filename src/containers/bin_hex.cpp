@@ -189,16 +189,6 @@ bool IsBinHexFile(ByteSource& text) {
     return FindText(text).has_value();
 }
 
-BinHexOutcome PeekBinHexHeader(ByteSource& text) {
-    const std::optional<std::uint64_t> offset = FindText(text);
-    if (!offset) {
-        BinHexOutcome outcome;
-        outcome.fault = ContainerFault::NotThisFormat;
-        return outcome;
-    }
-    return ChooseHeader(text, *offset).outcome;
-}
-
 BinHexOutcome DecodeBinHex(ByteSource& text, ByteSink& target) {
     const std::optional<std::uint64_t> offset = FindText(text);
     BinHexOutcome none;
@@ -213,7 +203,7 @@ BinHexOutcome DecodeBinHex(ByteSource& text, ByteSink& target) {
         pass.outcome.fault == ContainerFault::TargetFailed || !pass.rulesDiffer ||
         header.rule == BinHexRunRule::RunsByte)
         return pass.outcome;
-    // A right header under both rules tells the same lengths, so the second writing covers the
+    // A right header has the same lengths under both rules, so the second writing covers the
     // first wholly.
     const Pass other = RunPass(text, *offset, BinHexRunRule::RunsByte, nullptr);
     if (other.provenForks <= pass.provenForks ||

@@ -14,7 +14,7 @@ namespace vellmark {
 /// What decoding found.
 struct BinHexOutcome {
     ContainerFault fault = ContainerFault::None;
-    bool usable = false;  ///< the header was read, so that `info` tells what is there
+    bool usable = false;  ///< the header was read, and `info` is filled
     MacFileInfo info;     ///< name, signature, Finder flags and lengths; no dates
 };
 
@@ -22,17 +22,13 @@ struct BinHexOutcome {
 /// no zero byte before it.
 [[nodiscard]] bool IsBinHexFile(ByteSource& text);
 
-/// Reads the header without the forks, however long it is. Faults: `NotThisFormat`, `HeaderCut`,
-/// `HeaderInvalid` (length of the name), `HeaderChecksum`, which leaves it usable. An empty name is
-/// taken from a header with a right checksum only.
-[[nodiscard]] BinHexOutcome PeekBinHexHeader(ByteSource& text);
-
 /// Writes the file in MacBinary form to `target`, from its byte 0; one without a name as `?`. A
 /// file with wrong checksums and one that ends too soon are damaged but usable: what there is of
-/// them is written, and the lengths in the header are those that were told. Faults: those of the
-/// header, `DataForkCut`, `ResourceForkCut`, `DataChecksum`, `ResourceChecksum`, `TargetFailed`.
-/// The checksum of an empty resource fork may be missing. Memory stays the same whatever the
-/// lengths are.
+/// them is written, and the lengths in the header stay as they were. Faults:
+/// `NotThisFormat`, `HeaderCut`, `HeaderInvalid` (length of the name; an empty one is taken from a
+/// header with a right checksum only), `HeaderChecksum`, `DataForkCut`, `ResourceForkCut`,
+/// `DataChecksum`, `ResourceChecksum`, `TargetFailed`. The checksum of an empty resource fork may
+/// be missing. Memory stays the same whatever the lengths are.
 [[nodiscard]] BinHexOutcome DecodeBinHex(ByteSource& text, ByteSink& target);
 
 }  // namespace vellmark

@@ -25,7 +25,7 @@ class BinHexReader {
 
     /// Reads up to `out.size()` bytes; fewer mean that the text has ended. Line ends, blanks and
     /// further colons are passed over wherever they stand; any other character that is none of the
-    /// format's stands for a value of 0, and the checksums tell.
+    /// format's stands for a value of 0, and a checksum is wrong then.
     [[nodiscard]] std::size_t read(std::span<std::uint8_t> out);
     /// Up to here the two rules would have given different bytes.
     [[nodiscard]] bool rulesDiffer() const { return rulesDiffer_; }

@@ -1,15 +1,10 @@
-// The bundle bit: the Finder looks for an application's icons only in files that carry it, and a
-// container from elsewhere may have lost it.
+// The bundle bit (`kFinderHasBundle`): the Finder looks for an application's icons only in files
+// that carry it, and a container from elsewhere may have lost it.
 #pragma once
-
-#include <cstdint>
 
 #include "support/byte_source.hpp"
 
 namespace vellmark {
-
-/// Finder flag of a file with a bundle resource.
-inline constexpr std::uint16_t kHasBundleFlag = 0x2000;
 
 /// Whether the type list of a resource fork names "BNDL" (Inside Macintosh: More Macintosh Toolbox,
 /// Resource Manager). Only forks in the form that the system itself writes are looked into: the

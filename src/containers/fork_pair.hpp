@@ -2,13 +2,12 @@
 // its two forks as slices of the container, and the ways in which a container can be wrong.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 
+#include "containers/finder_info.hpp"
 #include "support/byte_source.hpp"
-#include "support/endian.hpp"
 #include "support/mac_dates.hpp"
 
 namespace vellmark {
@@ -22,7 +21,7 @@ enum class ContainerFault {
     HeaderChecksum,       ///< BinHex: the header's checksum is wrong
     EntryOverlapsHeader,  ///< AppleSingle, AppleDouble: an entry begins within the table of entries
     FinderInfoCut,     ///< AppleSingle, AppleDouble: the Finder's information goes beyond the file
-    DataForkCut,       ///< the told length of the data fork goes beyond the file
+    DataForkCut,       ///< the length of the data fork goes beyond the file
     ResourceForkCut,   ///< the same of the resource fork
     DataChecksum,      ///< BinHex: the data fork's checksum is wrong or missing
     ResourceChecksum,  ///< BinHex: the resource fork's checksum is wrong or missing
@@ -38,28 +37,16 @@ enum class ContainerFault {
            fault != ContainerFault::HeaderInvalid && fault != ContainerFault::HeaderChecksum;
 }
 
-/// The Finder's information of a file, as catalog records keep it in two halves: FInfo and FXInfo
-/// (Inside Macintosh: Macintosh Toolbox Essentials, Finder Interface).
-struct FinderInfo {
-    std::array<char, 8> signature{};  ///< file type, then creator, MacRoman; zeros: none
-    be16 flags;                       ///< kHasBundle and its like
-    be16 locationV;                   ///< of the icon in its window
-    be16 locationH;
-    be16 windowFolder;
-    std::array<std::uint8_t, 16> extended{};
-};
-static_assert(sizeof(FinderInfo) == 32 && alignof(FinderInfo) == 1);
-
-/// What a container tells of its file, or is told of it.
+/// What a container holds about its file besides the forks.
 struct MacFileInfo {
     std::string name;  ///< MacRoman; empty where the format keeps no name
     FinderInfo finder;
-    /// Seconds since 1904 in the time that the format or the volume keeps; 0: not told.
+    /// Seconds since 1904 in the time that the format or the volume keeps; 0: not known.
     MacSeconds created = 0;
     MacSeconds modified = 0;
     MacSeconds backedUp = 0;
     std::optional<MacSeconds> accessed;  ///< nothing on HFS, which keeps none
-    std::uint32_t dataLength = 0;        ///< bytes, as told by the container
+    std::uint32_t dataLength = 0;        ///< bytes, as the container has it
     std::uint32_t resourceLength = 0;
 };
 
@@ -92,7 +79,7 @@ struct MacContainer {
     SliceSource resource;
 };
 
-/// The end of a slice that was told as `length` bytes at `offset` lies beyond the source.
+/// Whether `length` bytes at `offset` go beyond the source.
 [[nodiscard]] bool EndsBeyond(const ByteSource& source, std::uint64_t offset, std::uint64_t length);
 
 /// Copies a whole fork to `offset` of the target, in pieces. Gives `None`, `SourceFailed` or

@@ -90,25 +90,6 @@ HfsPlusName AnsiToHfsPlusName(std::string_view ansi) {
     return Finish(Decompose(wide, CanonicalForm::HfsPlus));
 }
 
-HfsPlusName MacToHfsPlusName(std::string_view mac, std::size_t maxBytes) {
-    mac = mac.substr(0, maxBytes);
-    HfsPlusName name;
-    UnitPair pair{};
-    for (char c : mac.substr(0, mac.find('\0'))) {
-        const auto byte = static_cast<std::uint8_t>(c);
-        if (byte < 0x7F)
-            name += static_cast<char16_t>(byte);
-        else if (byte > 0x7F)
-            name.append(pair.data(), Store(pair, kMacToHfsPlusHigh[byte - 0x80]));
-    }
-    return Finish(std::move(name));
-}
-
-std::string HfsPlusNameToAnsi(const HfsPlusName& name) {
-    const std::u16string_view units = name;
-    return WideToNarrow(Compose(units.substr(0, units.find(u'\0')), CanonicalForm::HfsPlus));
-}
-
 std::u16string HfsPlusNameToWide(const HfsPlusName& name) {
     return Compose(name, CanonicalForm::HfsPlus);
 }

@@ -21,13 +21,6 @@ inline constexpr std::size_t kHfsPlusNameMax = 255;
 /// Windows-1252 to HFS+. A colon stays. A 0 ends the name.
 [[nodiscard]] HfsPlusName AnsiToHfsPlusName(std::string_view ansi);
 
-/// MacRoman to HFS+ by `kMacToHfsPlusHigh`, up to a 0 or `maxBytes` bytes. 7F and CA are dropped.
-[[nodiscard]] HfsPlusName MacToHfsPlusName(std::string_view mac,
-                                           std::size_t maxBytes = std::string_view::npos);
-
-/// Composed, then Windows-1252; `?` where it has no such character. A 0 ends the name.
-[[nodiscard]] std::string HfsPlusNameToAnsi(const HfsPlusName& name);
-
 /// Composed, for showing a name. U+F8FF, a colon and a 0 stay.
 [[nodiscard]] std::u16string HfsPlusNameToWide(const HfsPlusName& name);
 

@@ -98,14 +98,6 @@ bool IsMacBinaryFile(ByteSource& file) {
     return IsMacBinary(header, HasChecksum(header) ? 0 : static_cast<std::int64_t>(file.size()));
 }
 
-MacBinaryForm FormOfMacBinary(ByteSource& file) {
-    MacBinaryHeader header;
-    if (!file.readRecord(0, header) || !IsMacBinary(header, 0))
-        return MacBinaryForm::None;
-    return ReadMacBinary(file).fault == ContainerFault::None ? MacBinaryForm::Whole
-                                                             : MacBinaryForm::Cut;
-}
-
 MacContainer ReadMacBinary(ByteSource& file) {
     MacContainer container;
     MacBinaryHeader header;

@@ -28,7 +28,7 @@ struct MacBinaryHeader {
     std::uint8_t zero82 = 0;
     be32 dataLength;  ///< bytes
     be32 resourceLength;
-    be32 created;  ///< seconds since 1904, local time; 0: not told
+    be32 created;  ///< seconds since 1904, local time; 0: not known
     be32 modified;
     be16 commentLength;             ///< the comment lies behind the resource fork
     std::uint8_t finderFlagsLow{};  ///< from version II on
@@ -59,14 +59,6 @@ static_assert(offsetof(MacBinaryHeader, checksum) == 124);
 [[nodiscard]] bool IsMacBinary(const MacBinaryHeader& header, std::int64_t fileSize);
 /// The same for a file. Of one whose header has its checksum the lengths are not held against it.
 [[nodiscard]] bool IsMacBinaryFile(ByteSource& file);
-
-/// What a file is by its header and by its length.
-enum class MacBinaryForm {
-    None,
-    Whole,
-    Cut  ///< a header of MacBinary whose lengths go beyond the file, which makes it a plain file
-};
-[[nodiscard]] MacBinaryForm FormOfMacBinary(ByteSource& file);
 
 /// Reads a file as MacBinary, also one that the recogniser refuses for its signature or its empty
 /// forks. Faults: `HeaderCut`, `NotThisFormat` (bytes 0 and 82), `HeaderInvalid` (length of the

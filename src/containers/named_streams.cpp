@@ -35,7 +35,7 @@ bool HasStream(const std::string& path, const StreamNames& names) {
     return HasAttribute(path, names.plain) || HasAttribute(path, names.byServer);
 }
 
-// Nothing when there is none or it cannot be read, which `error` tells apart.
+// Nothing when there is none, or when it cannot be read: then `error` is not 0.
 std::optional<Value> ReadAttribute(const std::string& path, const char* name, int& error) {
     Value value(kMostBytes);
     const ssize_t got = ::getxattr(path.c_str(), name, value.data(), value.size());
@@ -47,7 +47,7 @@ std::optional<Value> ReadAttribute(const std::string& path, const char* name, in
     return value;
 }
 
-// The end of the map as the header of a resource fork tells it; 0 when there is no header.
+// The end of the map by the header of a resource fork; 0 when there is no header.
 std::uint64_t EndOfMap(const Value& fork) {
     struct {
         be32 dataOffset;
@@ -73,12 +73,8 @@ bool HasByteTooMany(const std::string& path, const Value& fork) {
 
 }  // namespace
 
-bool HasResourceStream(const std::string& path) {
-    return HasStream(path, kResource);
-}
-
 bool HasNamedStreams(const std::string& path) {
-    // Most files have no attributes at all, which one call tells.
+    // Most files have no attributes at all, which one call shows.
     if (::listxattr(path.c_str(), nullptr, 0) == 0)
         return false;
     return HasStream(path, kResource) || HasStream(path, kAfpInfo);

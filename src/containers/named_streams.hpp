@@ -1,6 +1,6 @@
 // Macintosh files that a file server left on the PC: the data fork is the file, and two named
 // streams hold the rest. Linux keeps such streams as extended attributes of the user, under the
-// names of the streams or under names with a prefix that tells where a stream came from.
+// names of the streams or under names with a prefix that names where a stream came from.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +26,6 @@ static_assert(offsetof(AfpInfo, finder) == 16);
 
 inline constexpr std::uint32_t kAfpInfoSignature = 0x41465000;
 
-/// The file has the stream AFP_Resource.
-[[nodiscard]] bool HasResourceStream(const std::string& path);
 /// The file has one of the two streams.
 [[nodiscard]] bool HasNamedStreams(const std::string& path);
 

@@ -27,14 +27,6 @@ namespace vellmark {
 /// above U+F02A vanish; all others give `_`.
 [[nodiscard]] std::string WideToMacName(std::u16string_view wide);
 
-/// The twin without the table: units up to U+00FE give the byte of the same value, U+20AC gives 80.
-[[nodiscard]] std::string WideToAnsiName(std::u16string_view wide);
-
-/// ANSI name to wide PC name. Makes private codes: for control characters, for what a PC name
-/// forbids, for the byte F0, and for one space or full stop at the very end. Every other byte gives
-/// the unit of the same value.
-[[nodiscard]] std::u16string AnsiToWideName(std::string_view ansi);
-
 /// MacRoman to UTF-16, precomposed, by Apple's published mapping: to show names of HFS volumes.
 /// F0 gives U+F8FF, DB gives U+20AC. A 0 gives U+0000.
 [[nodiscard]] std::u16string MacNameToWide(std::string_view mac);
@@ -45,21 +37,12 @@ namespace vellmark {
 
 /// The units of a Joliet name, in host order.
 [[nodiscard]] std::u16string AnsiToJolietUnits(std::string_view ansi);
-/// The way back, decomposed letters included; `?` where Windows-1252 has no such character.
-[[nodiscard]] std::string JolietUnitsToAnsi(std::u16string_view units);
 
-/// Each byte through the table; a table entry 0 ends the result.
-[[nodiscard]] std::string TranslateBytes(std::string_view source,
-                                         const std::array<std::uint8_t, 256>& table);
 /// By `kPcToMacTable`, with `_` for a character without an equivalent: a name is not cut short.
 [[nodiscard]] std::string AnsiToMacName(std::string_view ansi);
-/// By `kMacToPcTable`.
+/// By `kMacToPcTable`, where an entry 0 ends the name.
 [[nodiscard]] std::string MacToAnsiName(std::string_view mac);
 
-/// What a PC file name cannot hold, control characters included.
-inline constexpr std::string_view kPcForbiddenChars =
-    "/\\|:<>*?\"\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E\x0F"
-    "\x10\x11\x12\x13\x14\x15\x16\x17\x18\x19\x1A\x1B\x1C\x1D\x1E\x1F";
 /// What a Macintosh file name cannot hold.
 inline constexpr std::string_view kMacForbiddenChars = ":";
 

@@ -33,7 +33,7 @@ struct MacUnicodeName {
 };
 [[nodiscard]] MacUnicodeName PcToHfsPlusName(std::u16string_view pcName);
 
-/// The MacRoman name that a container tells, `_` for a colon; a 0 ends it.
+/// The MacRoman name that a container holds, `_` for a colon; a 0 ends it.
 [[nodiscard]] std::string ContainerMacName(std::string_view told);
 /// A MacRoman name for HFS+; nothing of it is lost.
 [[nodiscard]] HfsPlusName MacRomanToHfsPlusName(std::string_view macName);

@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint16_t kBlockBytes = 512;
 constexpr std::uint32_t kHybridMapEntries = 2;
-constexpr std::string_view kMapType = "Apple_partition_map";
 /// Of a driver descriptor, from its `drivers` on: device, then the number of drivers.
 constexpr std::size_t kDriverCountOffset = 8;
 
@@ -20,7 +19,7 @@ constexpr std::size_t kDriverCountOffset = 8;
 // entry for a map in blocks of 512.
 PartitionMapEntry MapEntryOf(const FoundPartition& partition) {
     PartitionMapEntry entry = partition.map.mapEntry;
-    if (partition.blockBytes == kBlockBytes && MapText(entry.type) == kMapType)
+    if (partition.blockBytes == kBlockBytes && MapText(entry.type) == kMapPartitionType)
         return entry;
     entry = {};
     entry.signature = kPartitionMapSignature;
@@ -30,7 +29,7 @@ PartitionMapEntry MapEntryOf(const FoundPartition& partition) {
     entry.status = partition.map.hfsEntry.status;
     constexpr std::string_view kName = "Apple";
     std::copy(kName.begin(), kName.end(), entry.name.begin());
-    std::copy(kMapType.begin(), kMapType.end(), entry.type.begin());
+    std::copy(kMapPartitionType.begin(), kMapPartitionType.end(), entry.type.begin());
     return entry;
 }
 

@@ -154,7 +154,7 @@ std::vector<std::string> Locate(std::span<const std::string> places, std::string
         const std::string folder = std::move(pending.back());
         pending.pop_back();
         const PcFacts facts = PcFactsOf(folder);
-        if (!visited.insert({facts.device, facts.inode}).second)
+        if (!visited.insert(IdentityOf(facts)).second)
             continue;
         progress.text(Printable(folder));
         int error = 0;

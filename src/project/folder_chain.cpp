@@ -5,10 +5,6 @@
 
 namespace vellmark {
 
-PcIdentity IdentityOf(const PcFacts& facts) {
-    return {facts.device, facts.inode};
-}
-
 ChainPtr ChainOf(const std::string& folder) {
     std::error_code error;
     const std::filesystem::path path = std::filesystem::canonical(folder, error);

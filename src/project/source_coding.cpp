@@ -22,11 +22,6 @@ namespace vellmark {
 
 namespace {
 
-// Finder flags (Inside Macintosh: Macintosh Toolbox Essentials, Finder Interface).
-constexpr std::uint16_t kHidesExtension = 0x0010;
-constexpr std::uint16_t kHasCustomIcon = 0x0400;
-constexpr std::uint16_t kIsInvisible = 0x4000;
-
 /// Where the marks of all formats stand.
 constexpr std::size_t kHeadBytes = 128;
 
@@ -73,7 +68,7 @@ void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info) {
     found.hfsName = info.name;
     found.created = info.created;
     found.modified = info.modified;
-    found.isInvisible = (info.finder.flags & kIsInvisible) != 0;
+    found.isInvisible = (info.finder.flags & kFinderInvisible) != 0;
     found.hasCustomIcon = false;
     found.hidesExtension = false;
     found.damage = {};
@@ -83,8 +78,8 @@ void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info) {
 // keep no type and creator.
 void TakeApple(SourceCoding& found, const MacContainer& container) {
     Take(found, ForkCoding::AppleFiles, container.info);
-    found.hasCustomIcon = (container.info.finder.flags & kHasCustomIcon) != 0;
-    found.hidesExtension = (container.info.finder.flags & kHidesExtension) != 0;
+    found.hasCustomIcon = (container.info.finder.flags & kFinderCustomIcon) != 0;
+    found.hidesExtension = (container.info.finder.flags & kFinderHidesExtension) != 0;
     if (container.info.finder.signature == std::array<char, 8>{})
         found.signature.reset();
 }
@@ -128,9 +123,7 @@ void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_
         Reason(Sentence::kCompanionDamaged, shown, Reason::Plain(FaultSentence(container.fault)));
 }
 
-void LookForAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes) {
-    if (!IsAppleSingleFile(file))
-        return;
+void LookAtAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes) {
     const MacContainer container = ReadSingleForks(file);
     found.isAppleSingle = IsContainerStill(container.fault);
     if (container.fault == ContainerFault::None)
@@ -139,12 +132,10 @@ void LookForAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t siz
         TakeDamaged(found, ForkCoding::AppleFiles, container.fault, sizeBytes);
 }
 
-void LookForMacBinary(SourceCoding& found, ByteSource& file) {
-    const MacBinaryForm form = FormOfMacBinary(file);
-    if (form == MacBinaryForm::None)
-        return;
+void LookAtMacBinary(SourceCoding& found, ByteSource& file) {
     const MacContainer container = ReadMacBinary(file);
-    if (form == MacBinaryForm::Cut) {
+    // A header whose lengths go beyond the file makes it a plain one.
+    if (container.fault != ContainerFault::None) {
         found.damage = Reason::Plain(FaultSentence(container.fault));
         return;
     }
@@ -153,10 +144,8 @@ void LookForMacBinary(SourceCoding& found, ByteSource& file) {
     found.isCustomIconFile = IsCustomIconFile(container.info);
 }
 
-void LookForBinHex(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes,
-                   Progress& progress) {
-    if (!IsBinHexFile(file))
-        return;
+void LookAtBinHex(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes,
+                  Progress& progress) {
     WatchedSource text(file, progress);
     NowhereSink nowhere;
     const BinHexOutcome outcome = DecodeBinHex(text, nowhere);
@@ -227,9 +216,19 @@ SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes, 
     found.dataSize = static_cast<std::uint32_t>(sizeBytes);
     if (companion)
         LookForCompanion(found, path, found.dataSize);
-    LookForAppleSingle(found, head, found.dataSize);
-    LookForMacBinary(found, head);
-    LookForBinHex(found, head, static_cast<std::uint32_t>(sizeBytes), progress);
+    switch (ContainerOf(head)) {
+        case ContainerKind::AppleSingle:
+            LookAtAppleSingle(found, head, static_cast<std::uint32_t>(sizeBytes));
+            break;
+        case ContainerKind::MacBinary:
+            LookAtMacBinary(found, head);
+            break;
+        case ContainerKind::BinHex:
+            LookAtBinHex(found, head, static_cast<std::uint32_t>(sizeBytes), progress);
+            break;
+        default:
+            break;
+    }
     if (found.coding == ForkCoding::None)
         LookForStreams(found, path);
     return found;

@@ -26,8 +26,8 @@ enum class CanonicalForm {
 /// on a Macintosh come in letters and marks. What is one character stays that character.
 [[nodiscard]] std::u16string ComposeName(std::u16string_view name);
 
-/// A name without regard to case, for readers that do not tell capitals from small letters: each
-/// unit as its capital.
+/// A name without regard to case, for readers that take capitals and small letters for the same:
+/// each unit as its capital.
 [[nodiscard]] std::u16string FoldCase(std::u16string_view name);
 
 /// Puts the marks behind each letter in canonical order.

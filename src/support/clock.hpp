@@ -1,4 +1,4 @@
-// The port that tells the time, so that a build can be repeated to the byte.
+// The port that gives the time, so that a build can be repeated to the byte.
 #pragma once
 
 #include <cstdint>

@@ -48,7 +48,7 @@ class Messages {
     /// A message about one item that was left out while the rest of the command goes on.
     virtual void itemSkipped(std::string_view item, std::string_view reason) = 0;
     /// An item got names that are not its own: shortened, with characters replaced, or with digits.
-    /// `given` tells where which: `HFS "A very long na.txt", Joliet "..."`. Both are fit for a
+    /// `given` lists which, and where: `HFS "A very long na.txt", Joliet "..."`. Both are fit for a
     /// terminal.
     virtual void nameChanged(std::string_view /*item*/, std::string_view /*given*/) {}
     /// True for yes.

@@ -238,7 +238,7 @@ bool PcFile::setSize(std::uint64_t sizeBytes) {
 }
 
 bool PcFile::flush() {
-    // The system tells a loss once, and forgets what was lost: trying again would seem to succeed.
+    // The system reports a loss once and forgets it: a second try would seem to succeed.
     if (hasLost_)
         return false;
     // A target such as a pipe has nothing to hand over.
@@ -301,7 +301,7 @@ std::uint64_t PcFile::copyFrom(PcFile& from, std::uint64_t fromOffset, std::uint
                 done += static_cast<std::uint64_t>(moved);
                 continue;
             }
-            // 0 is the end, or a file system that only claims to do it; the plain way tells which.
+            // 0 is the end, or a file system that only claims to do it; a plain read shows which.
             buffer.resize(static_cast<std::size_t>(std::min(count - done, kCopyPiece)));
         }
         const std::size_t want =

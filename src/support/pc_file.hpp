@@ -95,7 +95,7 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] bool lock(LockKind kind);
     /// Whether `path` still leads to this very file, and not to one that took its place since.
     [[nodiscard]] bool hasItsPath() const;
-    /// Closes the file, for a reason that `error` then tells.
+    /// Closes the file; `error` has the reason from then on.
     void refuse(int error);
     /// What is read from now on is seen through `patch`.
     void seeThrough(ReadPatch patch) { patch_ = std::move(patch); }
@@ -115,7 +115,7 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
     /// Of a file that is only read: whether it is another than when it was opened. Its size and the
-    /// date of its last change tell that, and the date of its inode where rights, owner and links
+    /// date of its last change show that, and the date of its inode where rights, owner and links
     /// are the same, as a date can be set back.
     [[nodiscard]] bool hasChanged() const;
     /// Date of the last change when it was opened; 0 for a file that is not only read.

@@ -1,6 +1,7 @@
 // What lies in a folder of the PC: the names in every form, the kinds, sizes and dates.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -27,6 +28,16 @@ struct PcFacts {
     std::uint64_t device = 0;  ///< with `inode`: which object it really is
     std::uint64_t inode = 0;
 };
+
+/// Which object of the PC something really is, whatever paths lead to it.
+struct PcIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    auto operator<=>(const PcIdentity&) const = default;
+};
+[[nodiscard]] constexpr PcIdentity IdentityOf(const PcFacts& facts) {
+    return {facts.device, facts.inode};
+}
 
 /// One entry of a folder.
 struct PcItem {

@@ -14,7 +14,6 @@
 #include <utility>
 
 #include "support/encoding.hpp"
-#include "support/pc_folder.hpp"
 #include "support/sentences.hpp"
 
 namespace vellmark {
@@ -153,7 +152,7 @@ PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill) {
 
 void BroughtItems::add(const std::string& path) {
     const PcFacts facts = PcFactsOf(path);
-    identities_.emplace(facts.device, facts.inode);
+    identities_.insert(IdentityOf(facts));
     paths_.emplace(FoldedPath(path), path);
 }
 
@@ -161,7 +160,7 @@ bool BroughtItems::has(const std::string& path) const {
     const PcFacts facts = PcFactsOf(path);
     if (facts.kind == PcKind::Missing || facts.isLink)
         return false;
-    if (identities_.contains({facts.device, facts.inode}))
+    if (identities_.contains(IdentityOf(facts)))
         return true;
     const auto [first, last] = paths_.equal_range(FoldedPath(path));
     return std::any_of(first, last,

@@ -2,7 +2,6 @@
 // one name once, whole or not at all, with the date of the original.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <set>
@@ -13,6 +12,7 @@
 
 #include "support/clock.hpp"
 #include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
 #include "support/reason.hpp"
 
 namespace vellmark {
@@ -57,7 +57,7 @@ class BroughtItems {
   private:
     /// Which object it is. File systems of the FAT family may number one anew while nobody has it
     /// open: then the names that are equal without regard to case lead to it.
-    std::set<std::pair<std::uint64_t, std::uint64_t>> identities_;
+    std::set<PcIdentity> identities_;
     std::unordered_multimap<std::string, std::string> paths_;  // by their folded form
 };
 

@@ -1,4 +1,4 @@
-// The port through which long work tells how far it is and asks whether it may go on.
+// The port through which long work reports how far it is and asks whether it may go on.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ class Progress {
     }
     /// A part of a large file was copied.
     [[nodiscard]] virtual bool chunk(std::uint64_t /*bytes*/) { return true; }
-    /// A file ended; `bytes` is what its chunks had not told yet.
+    /// A file ended; `bytes` is what its chunks have not counted yet.
     [[nodiscard]] virtual bool fileEnd(std::uint64_t /*bytes*/) { return true; }
     /// One line for the journal; `level` 1 is a step, 2 a file.
     virtual void journal(int /*level*/, std::string_view /*line*/) {}

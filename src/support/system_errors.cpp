@@ -14,7 +14,7 @@ struct Row {
 };
 
 // What a person meets. The system's own words depend on which languages it was given, so all others
-// are told in English.
+// are shown in English.
 constexpr Row kRows[] = {
     // What a file says that is locked.
     {EWOULDBLOCK, Sentence::kFileInUse},

@@ -37,8 +37,8 @@ std::string_view Find(const Row (&rows)[count], int number) {
     return row != std::ranges::end(rows) && row->number == number ? row->text : std::string_view{};
 }
 
-// The letters behind `%` that told a C library how wide an operand is: an operand tells that
-// itself.
+// The letters behind `%` that say to a C library how wide an operand is: operands here know that
+// themselves.
 constexpr std::string_view kSizes[] = {"I64", "I32", "ll", "l", "L", "hh", "h"};
 
 std::string WithoutSizes(std::string_view format) {

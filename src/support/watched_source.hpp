@@ -1,4 +1,4 @@
-// A source whose readers are told to a `Progress`: long copies show how far they are, and end
+// A source that reports each read to a `Progress`: long copies show how far they are, and end
 // within one piece when they are to stop.
 #pragma once
 

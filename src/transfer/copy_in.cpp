@@ -85,9 +85,10 @@ CopyInResult FileImport::copy() {
     class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
-    const bool isCut = class_ == ImportClass::Plain &&
-                       batch_.options.containers != ContainerPolicy::Never &&
-                       !IsMacBinaryFile(opened) && FormOfMacBinary(opened) == MacBinaryForm::Cut;
+    const bool isCut =
+        class_ == ImportClass::Plain && batch_.options.containers != ContainerPolicy::Never &&
+        ContainerOf(opened) == ContainerKind::MacBinary && !IsMacBinaryFile(opened) &&
+        ReadMacBinary(opened).fault != ContainerFault::None;
     if (const auto end = openSource(std::move(opened)))
         return *end;
     if (isCut)

@@ -66,7 +66,7 @@ struct CopyIn {
     PcFacts journal;
     std::uint32_t firstNewId;  ///< items from here on were made by this batch
     std::optional<TemporaryFolder> temporary;
-    std::set<std::pair<std::uint64_t, std::uint64_t>> linkedFolders;  ///< entered through a link
+    std::set<PcIdentity> linkedFolders;  ///< entered through a link
 };
 
 /// Copies what stands at a path of the PC into a folder of the volume.

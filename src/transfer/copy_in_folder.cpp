@@ -22,17 +22,11 @@ constexpr int kTextFolderExists = 1160;
 constexpr std::string_view kCompanionPrefix = "._";
 constexpr std::string_view kLeadsBack = "It leads back to a folder that it lies in.";
 
-using Identity = std::pair<std::uint64_t, std::uint64_t>;
-
-Identity IdentityOf(const PcFacts& facts) {
-    return {facts.device, facts.inode};
-}
-
 // The folders that a path lies in, the path itself not among them.
-std::vector<Identity> FoldersAbove(const std::string& path) {
+std::vector<PcIdentity> FoldersAbove(const std::string& path) {
     std::error_code error;
     const std::filesystem::path whole = std::filesystem::canonical(path, error);
-    std::vector<Identity> above;
+    std::vector<PcIdentity> above;
     if (error)
         return above;
     std::filesystem::path step;
@@ -49,7 +43,7 @@ bool EndsWalk(CopyInResult result) {
 
 class FolderImport {
   public:
-    FolderImport(CopyIn& batch, std::vector<Identity> above)
+    FolderImport(CopyIn& batch, std::vector<PcIdentity> above)
         : batch_(batch), above_(std::move(above)) {}
 
     [[nodiscard]] CopyInResult putFolder(const std::string& path, std::uint32_t parentId);
@@ -67,7 +61,7 @@ class FolderImport {
                                    const std::string& path);
 
     CopyIn& batch_;
-    std::vector<Identity> above_;  ///< folders that are being copied, and those that hold them
+    std::vector<PcIdentity> above_;  ///< folders that are being copied, and those that hold them
     std::size_t level_ = 0;
 };
 
@@ -97,7 +91,7 @@ std::string FolderImport::refuse(const std::string& path, const PcFacts& facts) 
         return refusal;
     if (level_ > WalkGuard::kMostLevels)
         return "Folders deeper than this are not copied.";
-    const Identity identity = IdentityOf(facts);
+    const PcIdentity identity = IdentityOf(facts);
     if (std::find(above_.begin(), above_.end(), identity) != above_.end())
         return std::string(kLeadsBack);
     if (facts.isLink && !batch_.linkedFolders.insert(identity).second)

@@ -1,13 +1,9 @@
 #include "transfer/import_class.hpp"
 
-#include "containers/apple_single.hpp"
-#include "containers/bin_hex.hpp"
 #include "containers/mac_binary.hpp"
-#include "containers/named_streams.hpp"
 #include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
-#include "support/pc_folder.hpp"
 
 namespace vellmark {
 
@@ -45,16 +41,13 @@ std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,
             return std::nullopt;
         return answer == Answer::Yes || answer == Answer::YesToAll ? container : ImportClass::Plain;
     };
-    if (IsMacBinaryFile(file))
-        return settle(ImportClass::MacBinary, answers.macBinary, kTextMacBinary);
-    if (IsBinHexFile(file))
-        return settle(ImportClass::BinHex, answers.binHex, kTextBinHex);
-    if (IsAppleSingleFile(file))
-        return ImportClass::AppleSingle;
-    // A companion that is a pipe would be waited for.
-    if (PcFactsOf(SidecarPath(path)).kind == PcKind::File && IsAppleDoublePair(path))
-        return ImportClass::AppleDouble;
-    return HasNamedStreams(path) ? ImportClass::NamedStreams : ImportClass::Plain;
+    const ContainerKind kind = ContainerOf(file);
+    // The lengths of the header may go beyond the file, which makes it a plain one.
+    if (kind == ContainerKind::MacBinary && IsMacBinaryFile(file))
+        return settle(kind, answers.macBinary, kTextMacBinary);
+    if (kind == ContainerKind::BinHex)
+        return settle(kind, answers.binHex, kTextBinHex);
+    return kind == ContainerKind::AppleSingle ? kind : ContainerBeside(path);
 }
 
 }  // namespace vellmark

@@ -5,20 +5,14 @@
 #include <string>
 #include <string_view>
 
+#include "containers/container_kind.hpp"
 #include "support/messages.hpp"
 #include "support/pc_file.hpp"
 
 namespace vellmark {
 
-/// In the order in which they are told; a file has one class.
-enum class ImportClass {
-    Plain,
-    MacBinary,
-    BinHex,
-    NamedStreams,
-    AppleSingle,
-    AppleDouble,  ///< the file has a companion `._NAME`
-};
+/// As which of them a file comes in.
+using ImportClass = ContainerKind;
 
 /// Whether containers are taken apart.
 enum class ContainerPolicy {
@@ -37,8 +31,8 @@ struct CopyAnswers {
 /// A name for a question: up to 40 characters of it, fit to be shown.
 [[nodiscard]] std::string NameForQuestion(std::string_view pcName);
 
-/// Tests in the order MacBinary, BinHex, AppleSingle, AppleDouble, streams. A person's no to one of
-/// the first two ends them. Nothing when a person was asked and gave no answer.
+/// A file is what its bytes are, else what stands beside it. A person's no to MacBinary or BinHex
+/// makes it a plain one. Nothing when a person was asked and gave no answer.
 [[nodiscard]] std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,
                                                         CopyAnswers& answers, Messages& messages);
 

@@ -67,7 +67,7 @@ std::string ImportSource::open(PcFile file, ImportClass importClass, bool plainI
         openForks(file_.path(), importClass, plainIsResource, temporary, progress);
     if (problem.empty() && HasBundleResource(*resource_))
         container_.info.finder.flags =
-            static_cast<std::uint16_t>(container_.info.finder.flags | kHasBundleFlag);
+            static_cast<std::uint16_t>(container_.info.finder.flags | kFinderHasBundle);
     return problem;
 }
 

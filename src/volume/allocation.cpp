@@ -21,8 +21,8 @@ std::uint64_t WholeSectors(std::uint64_t bytes) {
 }
 
 bool Transfer(VolumeContext& volume, std::int32_t command, std::uint64_t sector, ByteSpan bytes) {
-    return volume.transferSlot2({command, static_cast<std::uint32_t>(bytes.size() / kSectorBytes),
-                                 sector, bytes}) == 0;
+    return volume.transferSlot({command, static_cast<std::uint32_t>(bytes.size() / kSectorBytes),
+                                sector, bytes}) == 0;
 }
 
 template <typename Header>

@@ -127,8 +127,7 @@ StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, bool maySto
 
 template <typename Record>
 void CopyFacts(const NewFile& file, Record& record) {
-    record.finderInfo = {file.finder.signature, file.finder.flags, file.finder.locationV,
-                         file.finder.locationH, file.finder.windowFolder};
+    record.finderInfo = file.finder.first();
     record.extendedFinderInfo = file.finder.extended;
     record.backupDate = file.backedUp;
 }

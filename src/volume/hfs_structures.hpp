@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "IO/partition_structures.hpp"
+#include "containers/finder_info.hpp"
 #include "support/endian.hpp"
 
 namespace vellmark {
@@ -84,11 +85,6 @@ enum class CatalogRecordType : std::uint8_t {
     FileThread = 4
 };
 
-/// Finder flags that this program sets, as 16-bit values.
-inline constexpr std::uint16_t kFinderInvisible = 0x4000;
-inline constexpr std::uint16_t kFinderCustomIcon = 0x0400;
-inline constexpr std::uint16_t kFinderInited = 0x0100;
-
 /// First 16 bytes of the Finder's information of a folder.
 struct FolderFinderInfo {
     be16 windowTop;
@@ -101,16 +97,6 @@ struct FolderFinderInfo {
     be16 view;
 };
 static_assert(sizeof(FolderFinderInfo) == 16);
-
-/// First 16 bytes of the Finder's information of a file.
-struct FileFinderInfo {
-    std::array<char, 8> signature;  ///< type, then creator
-    be16 flags;
-    be16 locationV;
-    be16 locationH;
-    be16 windowFolder;
-};
-static_assert(sizeof(FileFinderInfo) == 16);
 
 struct HfsFolderRecord {
     std::uint8_t type;

@@ -32,7 +32,7 @@ constexpr std::uint64_t kHeaderSector = 2;
 constexpr std::uint32_t kMaxHfsPlusBlock = 1u << 26;
 
 bool ReadHeaderSector(VolumeContext& volume, std::uint64_t sector, ByteSpan bytes) {
-    return volume.transferSlot2({kCommandRead, 1, sector, bytes}) == 0;
+    return volume.transferSlot({kCommandRead, 1, sector, bytes}) == 0;
 }
 
 bool SetHfs(VolumeContext& volume) {

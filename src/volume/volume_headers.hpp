@@ -78,8 +78,6 @@ void MarkUsed(std::span<std::uint8_t> bitmap, std::uint32_t block);
                                               std::string_view name, std::string_view type,
                                               std::uint32_t status);
 
-inline constexpr std::string_view kMapPartitionType = "Apple_partition_map";
-inline constexpr std::string_view kHfsPartitionType = "Apple_HFS";
 /// Status word of both entries: valid, allocated, writable.
 inline constexpr std::uint32_t kMapStatus = 19;
 

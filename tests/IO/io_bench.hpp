@@ -18,12 +18,7 @@ namespace vellmark::testing {
 class RecordedProgress final : public Progress {
   public:
     explicit RecordedProgress(int stopAt = 0) : stopAt_(stopAt) {}
-    void fileStart(std::string_view, std::uint64_t sizeBytes, int chunkCount) override {
-        told = sizeBytes;
-        steps = chunkCount;
-    }
     [[nodiscard]] bool chunk(std::uint64_t bytes) override {
-        ++chunks;
         counted += bytes;
         return ++calls_ != stopAt_;
     }
@@ -31,9 +26,6 @@ class RecordedProgress final : public Progress {
         counted += bytes;
         return ++calls_ != stopAt_;
     }
-    int steps = -1;
-    int chunks = 0;
-    std::uint64_t told = 0;
     std::uint64_t counted = 0;
 
   private:

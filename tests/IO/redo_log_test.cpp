@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -11,6 +13,21 @@
 #include "IO/sector_batch.hpp"
 #include "support/endian.hpp"
 #include "support/words.hpp"
+
+namespace {
+// Files that were handed to the device, and whether the redo log was there then.
+std::vector<std::pair<std::string, bool>> handedOver;
+std::string logPath;
+}  // namespace
+
+// Stands in front of the system's call, whose effect nothing but a power cut shows.
+extern "C" int fsync(int descriptor) {
+    namespace fs = std::filesystem;
+    handedOver.emplace_back(
+        fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor)).filename().string(),
+        fs::exists(logPath));
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
 
 namespace vellmark {
 namespace {
@@ -168,14 +185,6 @@ TEST_F(RedoLogTest, OneThatCannotBeUsedStandsAgainstChanges) {
     EXPECT_NE(log(path_).error, 0);
 }
 
-TEST_F(RedoLogTest, IsAsPrivateAsItsImage) {
-    ASSERT_EQ(::chmod(path_.c_str(), 0604), 0);
-    log();
-    struct stat facts {};
-    ASSERT_EQ(::stat(RedoLogPath(path_).c_str(), &facts), 0);
-    EXPECT_EQ(facts.st_mode & 0777u, 0604u);
-}
-
 TEST_F(RedoLogTest, LiesInTheUsersFolderWhereTheImagesIsClosed) {
     const RedoWriting writing = log(kClosedPath);
     ASSERT_EQ(writing.error, 0);
@@ -207,14 +216,14 @@ class Batch : public RedoLogTest {
 TEST_F(Batch, IsWrittenWholeOrAgain) {
     MediumContext context;
     ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
-    const TransferSlot real = context.transferSlot2;
+    const TransferSlot real = context.transferSlot;
     constexpr int kWrites = 6;  // the mark, what is before and behind it, two pieces, its sector
     for (int failing = 0; failing <= kWrites; ++failing) {
         SCOPED_TRACE(failing);
         SectorBatch batch;
         fill(context, batch);
         int left = failing;
-        context.transferSlot2 = [&](const SectorRequest& request) {
+        context.transferSlot = [&](const SectorRequest& request) {
             return left-- > 0 ? real(request) : 1;
         };
         const bool isDone = failing == kWrites;
@@ -224,7 +233,7 @@ TEST_F(Batch, IsWrittenWholeOrAgain) {
         EXPECT_EQ(find().state, isDone ? RedoState::None : RedoState::Pending);
         // Without its log, too, an image that is not whole is seen to be none.
         EXPECT_EQ(read()[kMarked], failing == 0 ? 1 : isDone ? 2 : 9);
-        context.transferSlot2 = real;
+        context.transferSlot = real;
         EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);
         EXPECT_EQ(find().state, RedoState::None);
         EXPECT_TRUE(read() == after());
@@ -240,11 +249,32 @@ TEST_F(Batch, IsNotCompletedWithoutTheContentsThatBelongToIt) {
     fill(context, batch);
     for (const std::uint8_t value : Bytes{5, 6})
         ASSERT_EQ(WriteSectors(context.transferSlot, 60, Bytes(4 * kSectorBytes, value)), 0);
-    context.transferSlot2 = [](const SectorRequest&) { return 1; };
+    context.transferSlot = [](const SectorRequest&) { return 1; };
     EXPECT_EQ(batch.commit(context, mark_), CommitResult::Interrupted);
     EXPECT_EQ(find().state, RedoState::Pending);
     writeTo(path_, image(1));
     EXPECT_EQ(find().state, RedoState::Foreign);
+}
+
+// What was written before, the log and its name, the mark, all else, the marked sector: each is on
+// the device before the next, and only then the log goes.
+TEST_F(Batch, IsOnTheDeviceStepByStep) {
+    MediumContext context;
+    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+    SectorBatch batch;
+    fill(context, batch);
+    logPath = RedoLogPath(path_);
+    handedOver.clear();
+    ASSERT_EQ(batch.commit(context, mark_), CommitResult::Done);
+    ASSERT_EQ(handedOver.size(), 6u);
+    const std::string folder = std::filesystem::path(folder_.path()).filename().string();
+    for (const auto& [step, name, hasLog] : {std::tuple{0, std::string("image"), false},
+                                             {2, folder, true},
+                                             {3, "image", true},
+                                             {4, "image", true},
+                                             {5, "image", true}})
+        EXPECT_EQ(handedOver[static_cast<std::size_t>(step)], std::pair(name, hasLog)) << step;
+    EXPECT_FALSE(std::filesystem::exists(logPath));
 }
 
 TEST_F(Batch, WithoutALogNothingIsWritten) {

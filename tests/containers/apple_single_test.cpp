@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "containers/codec_bench.hpp"
-#include "support/pc_file.hpp"
 
 namespace vellmark {
 namespace {
@@ -61,32 +60,23 @@ TEST(AppleSingle, WrittenByteForByte) {
         MacFileInfo info = SomeInfo();
         if (!onHfs)
             info.accessed = 0xC0000009;
+        Bytes tail = SomeInfoBytes(onHfs ? 0x80000000 : 0xC0000009);
+        Append(tail, Pattern(300, 5));
         MemoryBytes data(Pattern(70));
         MemoryBytes resource(Pattern(300, 5));
         MemoryBytes target;
+        MemoryBytes sidecar;
+        ASSERT_EQ(WriteAppleDouble(target, sidecar, info, data, resource), ContainerFault::None);
+        Bytes expected = Header(0x00051607, {{8, 62, 16}, {9, 78, 32}, {2, 110, 300}});
+        Append(expected, tail);
+        EXPECT_EQ(sidecar.bytes(), expected);
+        EXPECT_EQ(target.bytes(), Pattern(70));
         ASSERT_EQ(WriteAppleSingle(target, info, data, resource), ContainerFault::None);
-        Bytes expected =
-            Header(0x00051600, {{8, 74, 16}, {9, 90, 32}, {2, 122, 300}, {1, 422, 70}});
-        ASSERT_EQ(expected.size(), 74u);
-        Append(expected, SomeInfoBytes(onHfs ? 0x80000000 : 0xC0000009));
-        Append(expected, Pattern(300, 5));
+        expected = Header(0x00051600, {{8, 74, 16}, {9, 90, 32}, {2, 122, 300}, {1, 422, 70}});
+        Append(expected, tail);
         Append(expected, Pattern(70));
         EXPECT_EQ(target.bytes(), expected);
     }
-}
-
-TEST(AppleDouble, WrittenByteForByte) {
-    MemoryBytes data(Pattern(70));
-    MemoryBytes resource(Pattern(300, 5));
-    MemoryBytes target;
-    MemoryBytes sidecar;
-    ASSERT_EQ(WriteAppleDouble(target, sidecar, SomeInfo(), data, resource), ContainerFault::None);
-    Bytes expected = Header(0x00051607, {{8, 62, 16}, {9, 78, 32}, {2, 110, 300}});
-    ASSERT_EQ(expected.size(), 62u);
-    Append(expected, SomeInfoBytes(0x80000000));
-    Append(expected, Pattern(300, 5));
-    EXPECT_EQ(sidecar.bytes(), expected);
-    EXPECT_EQ(target.bytes(), Pattern(70));
 }
 
 TEST(AppleSingle, EntriesInAnyOrderAndOfAnyKind) {
@@ -116,23 +106,8 @@ TEST(AppleSingle, EntriesInAnyOrderAndOfAnyKind) {
     EXPECT_EQ(container.info.resourceLength, 12u);
     EXPECT_EQ(container.info.finder.flags, 0x1111);
     EXPECT_EQ(container.info.finder.extended[15], 0x11);
-    const std::array<char, 8> signature = {'A', 'P', 'P', 'L', 't', 'e', 's', 't'};
-    EXPECT_EQ(ReadFinderSignature(file), signature);
+    EXPECT_EQ(std::string(container.info.finder.signature.data(), 8), "APPLtest");
     EXPECT_EQ(ReadDoubleResource(file).fault, ContainerFault::NotThisFormat);
-}
-
-TEST(AppleSingle, WithoutEntriesNothingIsThere) {
-    for (const std::uint32_t magic : {kAppleSingleMagic, kAppleDoubleMagic}) {
-        MemoryBytes file(Header(magic, {}));
-        MacContainer container =
-            magic == kAppleSingleMagic ? ReadSingleForks(file) : ReadDoubleResource(file);
-        EXPECT_EQ(container.fault, ContainerFault::None);
-        EXPECT_TRUE(container.usable);
-        EXPECT_EQ(container.data.size() + container.resource.size(), 0u);
-        EXPECT_EQ(ReadFinderSignature(file), std::nullopt);
-        EXPECT_EQ(IsAppleSingleFile(file), magic == kAppleSingleMagic);
-        EXPECT_EQ(IsAppleDoubleFile(file), magic == kAppleDoubleMagic);
-    }
 }
 
 TEST(AppleSingle, ShortFinderInformation) {
@@ -141,7 +116,7 @@ TEST(AppleSingle, ShortFinderInformation) {
         Append(bytes, BytesOf("TEXTR*ch\x20\x40"));
         bytes.resize(38 + length, 0);
         MemoryBytes file(bytes);
-        EXPECT_EQ(ReadFinderSignature(file).has_value(), length >= 8) << length;
+        EXPECT_EQ(ReadDoubleResource(file).info.finder.signature[0], length >= 8 ? 'T' : 0);
         EXPECT_EQ(ReadDoubleResource(file).info.finder.flags, length >= 10 ? 0x2040 : 0) << length;
     }
 }
@@ -215,40 +190,6 @@ TEST(AppleSingle, ForksThatTheFormatCannotHold) {
         MemoryBytes target;
         EXPECT_EQ(WriteAppleSingle(target, SomeInfo(), data, resource), c.fault) << c.resource;
     }
-}
-
-TEST(AppleDouble, PairsAreKnownByTheSidecar) {
-    EXPECT_EQ(SidecarPath("Report.doc"), "._Report.doc");
-    EXPECT_EQ(SidecarPath("/a.b/c/Report"), "/a.b/c/._Report");
-    EXPECT_EQ(SidecarPath("./x"), "./._x");
-    const TemporaryFolder folder;
-    const std::string path = folder.path() + "/Report.doc";
-    EXPECT_FALSE(IsAppleDoublePair(path));
-    testing::WriteFile(folder.path() + "/._Report.doc", {0, 5, 0x16});
-    EXPECT_FALSE(IsAppleDoublePair(path));
-    testing::WriteFile(folder.path() + "/._Report.doc", Header(kAppleSingleMagic, {}));
-    EXPECT_FALSE(IsAppleDoublePair(path));
-    testing::WriteFile(folder.path() + "/._Report.doc", Header(kAppleDoubleMagic, {}));
-    EXPECT_TRUE(IsAppleDoublePair(path));
-    std::filesystem::create_directory(folder.path() + "/._folder");
-    EXPECT_FALSE(IsAppleDoublePair(folder.path() + "/folder"));
-}
-
-TEST(AppleDouble, SamplesOfOtherSystems) {
-    const TemporaryFolder folder;
-    const Bytes plain = testing::Sample("enc/ad/._test_file");
-    const Bytes extended = testing::Sample("enc/ad/._file3");
-    if (plain.empty() || extended.empty())
-        GTEST_SKIP() << "VELLMARK_SAMPLES does not name a folder with enc/ad";
-    MemoryBytes first(plain);
-    MacContainer container = ReadDoubleResource(first);
-    EXPECT_EQ(container.fault, ContainerFault::None);
-    EXPECT_EQ(testing::Contents(container.resource), BytesOf("resource fork\n"));
-    MemoryBytes second(extended);
-    container = ReadDoubleResource(second);
-    EXPECT_EQ(container.fault, ContainerFault::None);
-    EXPECT_EQ(container.resource.size(), 0u);
-    EXPECT_EQ((ReadFinderSignature(second)), (std::array<char, 8>{}));
 }
 
 }  // namespace

@@ -193,45 +193,8 @@ inline bool RunIn(const std::string& folder, const std::string& command) {
     return std::system(line.c_str()) == 0;
 }
 
-/// A file of the first form with what hfsutils want on top of it: version, checksum, the low byte
-/// of the flags in its place, and a tail that fills up its last 128 bytes.
-inline Bytes AsMacBinaryTwo(Bytes file) {
-    if (file[122] == 0) {
-        file[122] = file[123] = 129;
-        const Bytes crc = Be(RegisterCrc(Bytes(file.begin(), file.begin() + 124)), 2);
-        std::copy(crc.begin(), crc.end(), file.begin() + 124);
-    }
-    file.resize((file.size() + 127) / 128 * 128, 0);
-    return file;
-}
-
-/// Puts a MacBinary file onto a new HFS volume under the name X, then runs `command`.
-inline bool RunHfsutils(const std::string& folder, const Bytes& macBinary,
-                        const std::string& command) {
-    WriteFile(folder + "/in.bin", AsMacBinaryTwo(macBinary));
-    return RunIn(folder,
-                 "export TZ=UTC && truncate -s 900K volume && hformat -l V volume && "
-                 "hmount volume && hcopy -m in.bin :X && " +
-                     command);
-}
-
 inline bool HasProgram(const std::string& name) {
     return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-/// A sample of another program; empty when the folder is not told or lacks it.
-inline Bytes Sample(const std::string& name) {
-    const char* folder = std::getenv("VELLMARK_SAMPLES");
-    const std::string path = std::string(folder != nullptr ? folder : "") + "/" + name;
-    return folder != nullptr && std::filesystem::exists(path) ? ReadFile(path) : Bytes();
-}
-
-inline std::string Sha256(const std::string& folder, const Bytes& bytes) {
-    WriteFile(folder + "/hashed", bytes);
-    if (!RunIn(folder, "sha256sum hashed"))
-        return "";
-    const Bytes told = ReadFile(folder + "/output.txt");
-    return std::string(told.begin(), told.end()).substr(0, 64);
 }
 
 }  // namespace vellmark::testing

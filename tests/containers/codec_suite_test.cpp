@@ -153,12 +153,6 @@ TEST_P(CodecSuite, EachFormIsTakenForItselfAlone) {
     }
 }
 
-// An empty Macintosh file in MacBinary form stays a plain file; the marked forms are known.
-TEST_P(CodecSuite, EmptyFilesAreKnownWhereTheFormHasAMark) {
-    MemoryBytes file(Written(codec(), FileOf(0, 0)));
-    EXPECT_EQ(codec().recognises(file), GetParam() != 0);
-}
-
 TEST_P(CodecSuite, CutAtEachLength) {
     const MacFile file = FileOf(150, 128);
     const Bytes whole = Written(codec(), file);
@@ -187,7 +181,7 @@ TEST_P(CodecSuite, EachByteOfASmallFileChanged) {
     const std::uint32_t seed = std::random_device{}();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < 300; ++round) {
         Bytes changed = whole;
         for (int i = 0; i < 6; ++i)
             changed[random() % changed.size()] = static_cast<std::uint8_t>(random());
@@ -231,35 +225,6 @@ TEST(BinHexTarget, FailingTransfersAreTold) {
         ASSERT_EQ(fault, ContainerFault::TargetFailed) << writes;
     }
     EXPECT_GE(writes, 1 + 4 + 2);
-}
-
-TEST(SliceSource, StaysWithinItsBounds) {
-    MemoryBytes whole(Pattern(100));
-    struct Case {
-        std::uint64_t offset;
-        std::uint64_t length;
-        std::uint64_t size;
-    };
-    for (const Case c : {Case{10, 20, 20},
-                         {90, 20, 10},
-                         {100, 1, 0},
-                         {UINT64_MAX, UINT64_MAX, 0},
-                         {1, UINT64_MAX, 99}}) {
-        SliceSource slice(whole, c.offset, c.length);
-        EXPECT_EQ(slice.size(), c.size);
-        Bytes buffer(200);
-        EXPECT_EQ(slice.readAt(0, buffer), c.size);
-        EXPECT_EQ(slice.readAt(c.size, buffer), 0u);
-        EXPECT_EQ(slice.readAt(UINT64_MAX, buffer), 0u);
-        if (c.size > 5) {
-            EXPECT_EQ(slice.readAt(5, buffer), c.size - 5);
-            EXPECT_EQ(buffer[0], whole.bytes()[c.offset + 5]);
-        }
-    }
-    SliceSource none;
-    EXPECT_EQ(none.size(), 0u);
-    Bytes buffer(1);
-    EXPECT_EQ(none.readAt(0, buffer), 0u);
 }
 
 // Where another program can judge what is written, it reads the same file.

@@ -87,51 +87,6 @@ TEST(HfsPlusNames, LongNamesAreCutBetweenLetters) {
     EXPECT_EQ(WideToHfsPlusName(repeat(u"a", 254) + u"\u09CB"), repeat(u"a", 254).substr(0, 253));
     EXPECT_EQ(WideToHfsPlusName(u"a" + repeat(u"\u0301", 300)).size(), 255u);
     EXPECT_EQ(AnsiToHfsPlusName(std::string(200, '\xE9')), repeat(u"e\u0301", 127));
-    EXPECT_EQ(MacToHfsPlusName(std::string(200, '\x8E')), repeat(u"e\u0301", 127));
-}
-
-TEST(HfsPlusNames, AnsiNamesTakeTheCodePage) {
-    EXPECT_EQ(AnsiToHfsPlusName("\xE9\x80\x8A:/"), u"e\u0301\u20ACS\u030C:/");
-    EXPECT_EQ(AnsiToHfsPlusName("\x91\x88\x9E"), u"\u2018\u02C6z\u030C");
-    EXPECT_EQ(AnsiToHfsPlusName("a\0b"s), u"a");
-    EXPECT_EQ(HfsPlusNameToAnsi(u"e\u0301\u20ACS\u030C:/"), "\xE9\x80\x8A:/");
-    EXPECT_EQ(HfsPlusNameToAnsi(u"\u4E00\uF8FF😀a\0b"s), "???a");
-    for (int byte = 1; byte < 256; ++byte) {
-        const std::string ansi(1, static_cast<char>(byte));
-        const bool unused =
-            byte == 0x81 || byte == 0x8D || byte == 0x8F || byte == 0x90 || byte == 0x9D;
-        EXPECT_EQ(HfsPlusNameToAnsi(AnsiToHfsPlusName(ansi)), unused ? "?" : ansi) << byte;
-    }
-}
-
-TEST(HfsPlusNames, MacRomanGoesByItsOwnTable) {
-    EXPECT_EQ(MacToHfsPlusName("a\x8E:/\x7F\xCA"
-                               "b"),
-              u"ae\u0301:/b");
-    EXPECT_EQ(MacToHfsPlusName("\xCA"), u"");
-    EXPECT_EQ(MacToHfsPlusName("\x97\x98"), u"o\u0301o\u0301");
-    EXPECT_EQ(MacToHfsPlusName("\xA1\xA5\xDA\xDB\xE1\xF0"),
-              u"\u02B0\u00B7\u2223\u00A4\u2027\uF02A");
-    EXPECT_EQ(MacToHfsPlusName("\xF6\xF7\xF8\xF9"), u" \u0302 \u030B \u0304 \u0304");
-    EXPECT_EQ(MacToHfsPlusName("\xFA\xFB\xFC\xFD\xFE\xFF"),
-              u" \u0307 \u030A \u0327 \u0308 \u0328 \u0306");
-    EXPECT_EQ(MacToHfsPlusName("\xEA\xEB\xED"), u"I\u0301I\u0302I\u0300");
-    EXPECT_EQ(MacToHfsPlusName("abc", 2), u"ab");
-    EXPECT_EQ(MacToHfsPlusName("a\0c"s, 3), u"a");
-    EXPECT_EQ(MacToHfsPlusName("", 3), u"");
-}
-
-// All other entries follow the published mapping; the set catches a slip of the table.
-TEST(HfsPlusNames, MacRomanTableLeavesThePublishedMappingInKnownPlaces) {
-    std::set<int> differing;
-    for (int byte = 1; byte < 256; ++byte) {
-        const std::string mac(1, static_cast<char>(byte));
-        if (HfsPlusNameToWide(MacToHfsPlusName(mac)) != MacNameToWide(mac))
-            differing.insert(byte);
-    }
-    const std::set<int> known = {0x7F, 0x98, 0xA1, 0xA5, 0xCA, 0xDA, 0xDB, 0xE1, 0xF0, 0xF6,
-                                 0xF7, 0xF8, 0xF9, 0xFA, 0xFB, 0xFC, 0xFD, 0xFE, 0xFF};
-    EXPECT_EQ(differing, known);
 }
 
 TEST(HfsPlusNames, ShownNamesAreComposed) {

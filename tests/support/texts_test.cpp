@@ -1,54 +1,21 @@
+// Both tables of what a person reads: the rows of two languages go together, and each can be shown.
 #include "support/texts.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <climits>
-#include <ranges>
+#include <deque>
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "support/encoding.hpp"
+#include "support/messages.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 namespace {
-
-constexpr int kFirst = 1000;
-constexpr int kLast = 6048;
-
-// A row that was lost, or that the search by halves misses, changes the number.
-TEST(Texts, TableIsComplete) {
-    for (const Language language : {Language::English, Language::French}) {
-        int rows = 0;
-        for (int number = 0; number < static_cast<int>(Language::French); ++number) {
-            rows += Text(number, language).empty() ? 0 : 1;
-            EXPECT_EQ(Text(number).empty(), Text(number, Language::French).empty()) << number;
-        }
-        EXPECT_EQ(rows, 1005);
-    }
-}
-
-TEST(Texts, KnownRows) {
-    EXPECT_EQ(Text(1000), "&Close");
-    EXPECT_EQ(Text(1386), "The file %s\nis not managed by Vellmark.");
-    EXPECT_EQ(Text(6048), "Deselect All");
-}
-
-TEST(Texts, UnknownNumbersAreEmpty) {
-    for (int number : {0, -1, 999, 1031, 6049, 9999, 20000, INT_MAX, INT_MIN}) {
-        EXPECT_EQ(Text(number), "") << number;
-        EXPECT_EQ(Text(number, Language::French), "") << number;
-    }
-    EXPECT_EQ(Text(11031), "");
-}
-
-TEST(Texts, FrenchStandsTenThousandHigher) {
-    EXPECT_EQ(Text(1000, Language::French), "&Fermer");
-    EXPECT_EQ(Text(11002), "&Annuler");
-    EXPECT_EQ(Text(11002, Language::French), "&Annuler");
-    EXPECT_EQ(Text(6048, Language::French), "Tout désélectionner");
-}
 
 // The conversions of a text in order, each with its width.
 std::vector<std::string> Conversions(std::string_view text) {
@@ -68,62 +35,41 @@ struct Pair {
     std::string_view english, french;
 };
 
+// A row that was lost, or that the search by halves misses, changes their number.
 std::vector<Pair> Pairs() {
     std::vector<Pair> pairs;
-    for (int number = kFirst; number <= kLast; ++number)
+    for (int number = 0; number < static_cast<int>(Language::French); ++number) {
         if (!Text(number).empty())
             pairs.push_back({number, Text(number), Text(number, Language::French)});
+        EXPECT_EQ(Text(number).empty(), Text(number, Language::French).empty()) << number;
+    }
+    EXPECT_EQ(pairs.size(), 1005U);
     return pairs;
 }
 
-// An operand that changes its place or kind would print a size as a name.
-TEST(Texts, TwinsTakeTheSameOperands) {
-    for (const Pair& pair : Pairs())
-        EXPECT_EQ(Conversions(pair.english), Conversions(pair.french)) << pair.number;
-}
-
-// The patterns of a filter are every second field: a lost, mistyped or translated one hides files.
-TEST(Texts, FiltersFindTheFilesOfTheirCaptions) {
-    const std::regex caption(R"([^\[(]+[\[(](.+)[\])])");
-    const std::regex patterns(R"(\.DS_Store|\*\.(\*|\w+)(;\*\.\w+)*)");
-    std::size_t filters = 0;
+// An operand that changes its place or kind would print a size as a name; one that the formatter
+// does not know would throw in front of a user.
+TEST(Texts, TwinsTakeTheSameOperandsAndCanBeFormatted) {
     for (const Pair& pair : Pairs()) {
-        std::vector<std::string> found[2];
-        for (const auto part : std::views::split(pair.english, '|'))
-            found[0].emplace_back(part.begin(), part.end());
-        for (const auto part : std::views::split(pair.french, '|'))
-            found[1].emplace_back(part.begin(), part.end());
-        ASSERT_EQ(found[0].size(), found[1].size()) << pair.number;
-        for (std::size_t i = 1; i < found[0].size(); i += 2) {
-            EXPECT_EQ(found[0][i], found[1][i]) << pair.number;
-            EXPECT_TRUE(std::regex_match(found[0][i], patterns)) << found[0][i];
-            for (const auto& fields : found)
-                EXPECT_EQ(std::regex_replace(fields[i - 1], caption, "$1"), fields[i]);
-            filters += i / 2 == 0 ? 1U : 0U;
+        const std::vector<std::string> conversions = Conversions(pair.english);
+        EXPECT_EQ(conversions, Conversions(pair.french)) << pair.number;
+        std::vector<TextOperand> operands;
+        for (const std::string& conversion : conversions)
+            operands.push_back(conversion.back() == 's' ? TextOperand("name")
+                                                        : TextOperand(0x1'2345'6789));
+        for (const std::string_view text : {pair.english, pair.french}) {
+            std::string formatted;
+            EXPECT_NO_THROW(formatted = FormatOperands(text, operands)) << text;
+            EXPECT_EQ(formatted.find('%'), std::string::npos) << text;
         }
     }
-    EXPECT_EQ(filters, 12U);
 }
 
-// A tab parts the word of a journal line from its path; anywhere else it was meant as a line break.
-// English takes letters of other languages for the name of one alone.
-TEST(Texts, HoldTheCharactersOfTheirLanguage) {
-    const auto isOther = [](char c) { return (c < ' ' && c != '\n') || c > '~'; };
-    for (const Pair& pair : Pairs()) {
-        const bool tab = pair.number >= 1088 && pair.number <= 1090;
-        EXPECT_EQ(pair.french.find('\t') != pair.french.npos, tab) << pair.number;
-        const auto others = std::ranges::count_if(pair.english, isOther);
-        EXPECT_EQ(others > 0, tab || pair.number == 1268) << pair.english;
-    }
-    EXPECT_TRUE(Text(1542).starts_with("The ")) << Text(1542);
-}
-
-// Where a hint is shown, a caption's accelerator, blanks that keep a value apart, a list of
-// extensions without a caption: these must not differ, whatever the words.
+// Where a hint is shown, a caption's accelerator, blanks that keep a value apart: these must not
+// differ, whatever the words. French sets a blank before some signs.
 TEST(Texts, TwinsHaveTheSameForm) {
     for (const Pair& pair : Pairs()) {
-        const bool filter = pair.english.find('|') != pair.english.npos;
-        if (!filter) {
+        if (pair.english.find('|') == pair.english.npos) {
             EXPECT_EQ(pair.english.starts_with('.'), pair.french.starts_with('.')) << pair.number;
         }
         EXPECT_EQ(std::ranges::count(pair.english, '&'), std::ranges::count(pair.french, '&'))
@@ -132,36 +78,15 @@ TEST(Texts, TwinsHaveTheSameForm) {
             EXPECT_EQ(pair.english.starts_with(edge), pair.french.starts_with(edge)) << pair.number;
             EXPECT_EQ(pair.english.ends_with(edge), pair.french.ends_with(edge)) << pair.number;
         }
-        if (pair.english.starts_with("*.") && !pair.english.ends_with(')')) {
-            EXPECT_EQ(pair.english, pair.french);
-        }
-        EXPECT_LE(pair.french.size(), 256U) << pair.number;
-    }
-}
-
-// French sets a blank before these signs; one that was forgotten, or two of them, show at once.
-TEST(Texts, FrenchPunctuation) {
-    for (const Pair& pair : Pairs()) {
-        const std::string_view text = pair.french;
-        for (std::size_t at = 1; at < text.size(); ++at) {
-            const bool ends = at + 1 == text.size() || text[at + 1] == ' ' || text[at + 1] == '\n';
-            if (ends && std::string_view("?!:").find(text[at]) != text.npos) {
-                EXPECT_EQ(text[at - 1], ' ') << text;
+        EXPECT_EQ(pair.french.find("  "), pair.french.npos) << pair.french;
+        for (std::size_t at = 1; at < pair.french.size(); ++at) {
+            const bool ends = at + 1 == pair.french.size() || pair.french[at + 1] == ' ' ||
+                              pair.french[at + 1] == '\n';
+            if (ends && std::string_view("?!:").find(pair.french[at]) != std::string_view::npos) {
+                EXPECT_EQ(pair.french[at - 1], ' ') << pair.french;
             }
         }
-        EXPECT_EQ(text.find("  "), text.npos) << text;
     }
-}
-
-char Accelerator(std::string_view caption) {
-    for (std::size_t at = 0; at + 1 < caption.size(); ++at) {
-        if (caption[at] != '&')
-            continue;
-        if (caption[at + 1] != '&')
-            return caption[at + 1];
-        ++at;
-    }
-    return '\0';
 }
 
 // Of two captions of one menu with the same letter only the first can be reached by its key.
@@ -176,57 +101,99 @@ TEST(Texts, AcceleratorsDifferWithinAMenu) {
         {1043, 1044},
         {1263, 1264, 1265},
     };
-    for (const auto& menu : menus) {
+    const std::regex accelerator(R"((?:^|[^&])(?:&&)*&([^&]))");
+    for (const auto& menu : menus)
         for (const Language language : {Language::English, Language::French}) {
-            std::string letters;
+            std::set<std::string> letters;
             for (const int number : menu) {
-                const std::string letter =
-                    AsciiUpper(std::string(1, Accelerator(Text(number, language))));
-                if (letter[0] == '\0')
-                    continue;
-                EXPECT_EQ(letters.find(letter), letters.npos) << Text(number, language);
-                letters += letter;
+                const std::string caption(Text(number, language));
+                std::smatch found;
+                if (std::regex_search(caption, found, accelerator)) {
+                    EXPECT_TRUE(letters.insert(AsciiUpper(found[1].str())).second) << caption;
+                }
             }
             EXPECT_FALSE(letters.empty()) << menu.front();
         }
-    }
-}
-
-// A length prefix or a conversion that the formatter does not know would throw in front of a user.
-TEST(Texts, EveryTextCanBeFormatted) {
-    std::size_t withOperands = 0;
-    for (int number = kFirst; number <= kLast + static_cast<int>(Language::French); ++number) {
-        const std::string_view text = Text(number);
-        std::vector<TextOperand> operands;
-        for (const std::string& conversion : Conversions(text)) {
-            EXPECT_NE(std::string("sdux").find(conversion.back()), std::string::npos) << text;
-            if (conversion.back() == 's')
-                operands.emplace_back("name");
-            else
-                operands.emplace_back(0x1'2345'6789);
-            ++withOperands;
-        }
-        ASSERT_LE(operands.size(), 6U) << text;
-        operands.resize(6, 0);
-        std::string formatted;
-        EXPECT_NO_THROW(formatted = FormatOperands(text, {operands[0], operands[1], operands[2],
-                                                          operands[3], operands[4], operands[5]}))
-            << text;
-        EXPECT_EQ(formatted.find('%'), std::string::npos) << text;
-    }
-    EXPECT_EQ(withOperands, 2U * 93);
 }
 
 TEST(Texts, OperandsOfAnySize) {
-    EXPECT_EQ(FormatText(1077, std::uint64_t{1} << 33, std::uint16_t{7}),
-              "The resulting file will be greater\nthan a normal CD-ROM.\n"
-              "(8589934592 + 7 > 650 MB)");
     EXPECT_EQ(FormatText(1201, "a", 7u), "a.007MB");
     EXPECT_EQ(FormatText(1215, -1, std::uint64_t{1} << 33), "Abs. Sect. -1, Length 8589934592");
-    EXPECT_EQ(FormatText(3045, "a", "Data", 12, "b"), "a (Data, length: 12 bytes)[b]");
     EXPECT_EQ(FormatOperands("100 %% of %d l%s", {3, "L"}), "100 % of 3 lL");
     EXPECT_EQ(FormatText(1457, Language::French, 3, 4, 5, 6),
               "Inclusion terminée en  3'04\" pour 5 dossiers et 6 fichiers.");
+}
+
+// Rows of the second table: none is empty, stands twice, or takes an operand in one language alone,
+// and each can be put together. `{}` is one operand after the other, `{1}` the second.
+TEST(Sentences, RowsAreWholeAndTheirTwinsTakeTheSameOperands) {
+    const struct {
+        std::string name, english, french;
+    } rows[] = {
+#define VELLMARK_SENTENCE(name, english, french) {#name, english, french},
+#include "support/sentences.inc"
+#undef VELLMARK_SENTENCE
+    };
+    const std::regex placeholder(R"(\{(\d*)(?::[^}]*)?\})");
+    const auto operandsOf = [&](const std::string& text) {
+        std::set<std::string> found;
+        for (std::sregex_iterator at(text.begin(), text.end(), placeholder), end; at != end; ++at)
+            found.insert((*at)[1].length() > 0 ? (*at)[1].str() : std::to_string(found.size()));
+        return found;
+    };
+    std::set<std::string> names;
+    for (const auto& row : rows) {
+        EXPECT_TRUE(names.insert(row.name).second) << row.name;
+        EXPECT_EQ(operandsOf(row.english), operandsOf(row.french)) << row.name;
+        const Reason reason(static_cast<Sentence>(names.size()), 1, 2, 3, 4, 5, 6, 7, 8, 9);
+        for (const Language language : {Language::English, Language::French})
+            EXPECT_NO_THROW(EXPECT_NE(reason.words(language), "")) << row.name;
+    }
+}
+
+TEST(Reasons, AreWordsOfTheirPartsInALanguage) {
+    const Reason inner(Sentence::kCannotBeOpened, "a", SystemError{2});
+    EXPECT_EQ(Reason(Sentence::kNamedReason, "b", inner).words(Language::French),
+              "b : a ne peut pas être ouvert : Aucun fichier ou dossier de ce type.");
+    EXPECT_EQ(Reason::Joined({inner, Reason(), ToldText{1000}}, "+").words(Language::English),
+              "a cannot be opened: No such file or directory.+&Close");
+    EXPECT_FALSE(Reason(SystemError{0}) || Reason::Plain("") || Reason::Joined({}, " "));
+}
+
+class Scripted final : public Messages {
+  public:
+    std::deque<Answer> answers;
+
+    void showMessage(std::string_view) override {}
+    void itemSkipped(std::string_view, std::string_view) override {}
+    bool askYesNo(std::string_view) override { return false; }
+    Answer askYesNoRemember(std::string_view) override {
+        const Answer answer = answers.at(0);
+        answers.pop_front();
+        return answer;
+    }
+    TruncationAnswer askTruncation(TruncatedName, std::string_view, std::string_view) override {
+        return {};
+    }
+};
+
+TEST(RememberedAnswer, IsAskedUntilTheAnswerIsForAll) {
+    const struct {
+        std::deque<Answer> answers;
+        const char* yes;  // y or n for each of four items
+    } cases[] = {{{Answer::Yes, Answer::No, Answer::Yes, Answer::No}, "ynyn"},
+                 {{Answer::No, Answer::YesToAll}, "nyyy"},
+                 {{Answer::Yes, Answer::NoToAll}, "ynnn"}};
+    for (const auto& c : cases) {
+        Scripted messages;
+        messages.answers = c.answers;
+        RememberedAnswer remembered;
+        std::string yes;
+        for (int item = 0; item < 4; ++item)
+            yes += remembered.ask(messages, "?") ? 'y' : 'n';
+        EXPECT_EQ(yes, c.yes);
+        EXPECT_TRUE(messages.answers.empty()) << c.yes;
+    }
 }
 
 }  // namespace

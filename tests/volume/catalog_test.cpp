@@ -346,7 +346,7 @@ TEST_P(Catalog, AFailedTransferIsToldByCreationAndFlush) {
             }
             return TransferSectors(volume_, request);
         };
-        volume_.transferSlot = volume_.transferSlot2 = failing;
+        volume_.transferSlot = failing;
         TreeResult result = TreeResult::Done;
         for (int i = 0; i < 12 && result == TreeResult::Done; ++i)
             result = tryCreate("folder " + std::to_string(i), 2);

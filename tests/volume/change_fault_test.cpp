@@ -35,7 +35,7 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
     void failWrites(int first) {
         left_ = first;
         hasFailed_ = false;
-        volume_.transferSlot = volume_.transferSlot2 = [this](const SectorRequest& request) {
+        volume_.transferSlot = [this](const SectorRequest& request) {
             hasFailed_ = hasFailed_ || (request.command == kCommandWrite && --left_ <= 0);
             return hasFailed_ && request.command == kCommandWrite
                        ? 1
@@ -43,7 +43,7 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
         };
     }
     void mendWrites() {
-        volume_.transferSlot = volume_.transferSlot2 = [this](const SectorRequest& request) {
+        volume_.transferSlot = [this](const SectorRequest& request) {
             return TransferSectors(volume_, request);
         };
     }

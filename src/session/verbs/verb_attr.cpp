@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "containers/finder_info.hpp"
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
@@ -21,17 +22,20 @@ namespace {
 
 constexpr std::string_view kName = "attr";
 
-// Finder flags by the names that are used for them (Inside Macintosh: Macintosh Toolbox Essentials,
-// Finder Interface).
+// Finder flags by the names that are used for them.
 struct FlagName {
     std::string_view name;
     std::uint16_t bit;
 };
-constexpr std::array kFlags = {FlagName{"invisible", 0x4000},   FlagName{"bundle", 0x2000},
-                               FlagName{"name-locked", 0x1000}, FlagName{"stationery", 0x0800},
-                               FlagName{"custom-icon", 0x0400}, FlagName{"no-inits", 0x0080},
-                               FlagName{"inited", 0x0100},      FlagName{"shared", 0x0040},
-                               FlagName{"alias", 0x8000}};
+constexpr std::array kFlags = {FlagName{"invisible", kFinderInvisible},
+                               FlagName{"bundle", kFinderHasBundle},
+                               FlagName{"name-locked", kFinderNameLocked},
+                               FlagName{"stationery", kFinderStationery},
+                               FlagName{"custom-icon", kFinderCustomIcon},
+                               FlagName{"no-inits", kFinderNoInits},
+                               FlagName{"inited", kFinderInited},
+                               FlagName{"shared", kFinderShared},
+                               FlagName{"alias", kFinderAlias}};
 
 struct AttrOptions {
     PartitionOptions partition;
