@@ -1,4 +1,4 @@
-// The cue sheet of a raw disc image: a text beside the image that tells where its tracks begin, one
+// The cue sheet of a raw disc image: a text beside the image with the positions of its tracks, one
 // statement a line. Positions are minutes, seconds and frames from the start of the image.
 #pragma once
 

@@ -13,7 +13,7 @@ enum class DeshybridationResult : int {
     Done = 0,
     NotOpened = -1,    ///< or nobody may write to it
     NoPartition = -2,  ///< no descriptor, map and Macintosh partition in it, or no ISO 9660 image
-    NotWritten = -3    ///< a failure of the disk; what is left of the image has been told
+    NotWritten = -3    ///< a failure of the disk; a message has said what is left of the image
 };
 
 /// Why the map alone is gone, and not the partition.
@@ -34,8 +34,8 @@ struct DeshybridationOutcome {
 /// with a boot record in place of the descriptor the entries of the map in them alone. The file
 /// then ends where the first Macintosh partition began, unless files, directories or boot images of
 /// the ISO 9660 side, or partitions of the boot record, lie behind that place. Works on plain and
-/// on raw images. Everything but `Done`
-/// has been told; the image is then as it was, unless the disk failed after the first change.
+/// on raw images. A message says why it is not
+/// `Done`; the image is then as it was, unless the disk failed after the first change.
 [[nodiscard]] DeshybridationOutcome Deshybridate(const std::string& path, Messages& messages,
                                                  const FileGuard& guard = {});
 

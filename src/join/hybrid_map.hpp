@@ -24,7 +24,7 @@ struct FoundPartition {
     HybridMap map;  ///< as they stand there; the first entry may be of any type
     std::uint32_t blockBytes = 0;
     std::uint64_t offset = 0;     ///< bytes from the start of the disk
-    std::uint64_t sizeBytes = 0;  ///< as its entry tells
+    std::uint64_t sizeBytes = 0;  ///< as stored in its entry
 };
 
 /// Finds all of them, in the order of the map. None where there is no descriptor, no map behind it

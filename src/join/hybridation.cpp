@@ -65,7 +65,7 @@ enum class TornMap {
 };
 
 TornMap FindTornMap(const JoinJob& job, const MapArea& area) {
-    // The descriptor that a join writes tells blocks of 512 bytes.
+    // A join writes a descriptor with blocks of 512 bytes.
     constexpr std::array<std::string_view, 3> kMarks = {std::string_view("ER\2\0", 4), "PM", "PM"};
     std::size_t present = 0;
     bool hasOther = false;

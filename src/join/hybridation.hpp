@@ -1,6 +1,6 @@
 // A Macintosh partition joined to a finished ISO 9660 image, so that a Macintosh reads the one and
 // a PC the other: the partition follows the image, and a partition map in the first 1,536 bytes,
-// which ISO 9660 leaves to the system (ECMA-119, 6.2.1), tells where.
+// which ISO 9660 leaves to the system (ECMA-119, 6.2.1), holds its position.
 //
 // What the disc is settles how it is done:
 // - a plain image is changed in place: first the partition is put behind it, then the map in front;
@@ -58,7 +58,7 @@ struct JoinPartition {
     PcFile* open = nullptr;  ///< where it is open already: its file, in which nothing is pending
 };
 
-/// Joins the first Macintosh partition of an image to a disc. Everything but `Done` has been told;
+/// Joins the first Macintosh partition of an image to a disc. A message says why it is not `Done`;
 /// the disc is then as it was. Nothing is changed before all that can be known has been looked at.
 /// Zeros behind the partition fill its last sector of 2,048 bytes, and its image stays as it is.
 [[nodiscard]] HybridationOutcome Hybridate(const std::string& discPath,

@@ -124,9 +124,9 @@ JoinSourceResult JoinSource::checkVolume(Messages& messages) const {
     return JoinSourceResult::Refused;
 }
 
-// The partition reaches as far as its entry says. One that lies, or tells less than the volume in
+// The partition reaches as far as its entry says. One that is wrong, or shorter than the volume in
 // it, goes on to the end of the image. Where that end has no second header, and the volume has one
-// straight behind its blocks, it is the volume that tells.
+// straight behind its blocks, the size in its header counts.
 void JoinSource::measure() {
     const std::uint64_t rest = disk_->size() - partition_.offset;
     const std::uint64_t volume = VolumeBytes(*disk_, partition_.offset);

@@ -32,7 +32,7 @@ class JoinSource final : public ByteSource {
     /// Finds the first partition of type "Apple_HFS" in it. A compressed disk image is expanded
     /// into a temporary file that lives as long as this. `opensRoot` lets a Macintosh open the
     /// window of the root folder when the disc is put in; the image itself stays as it is.
-    /// Everything but `Found` has been told.
+    /// A message says why it is not `Found`.
     [[nodiscard]] JoinSourceResult prepare(bool opensRoot, Messages& messages, Progress& progress);
 
     /// Bytes, a multiple of 2,048: the partition and the zeros behind it.

@@ -1,6 +1,6 @@
 // Joining a partition to the raw image of a Video CD: an ISO 9660 track, then tracks of video. The
-// partition goes between them, a gap of 150 sectors behind it, and all that tells where the video
-// lies is moved on: the table of entries in sector 151, the ISO directories, the cue sheet.
+// partition goes between them, a gap of 150 sectors behind it, and all stored positions of the
+// video are raised: the table of entries in sector 151, the ISO directories, the cue sheet.
 #pragma once
 
 #include <cstdint>

@@ -83,7 +83,7 @@ bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
     if (refusal.empty() && isTaken && existing_ == ExistingFiles::Ask) {
         const bool mayGo = replaceAnswer_.ask(
             messages_, FormatText(kTextReplace, messages_.language(), Printable(target)));
-        keptFiles_ = keptFiles_ || !mayGo;
+        itemsLeftOut_ += mayGo ? 0 : 1;
         return mayGo;
     }
     if (refusal.empty() && isTaken)
@@ -116,6 +116,7 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
 }
 
 Extraction Extractor::skip(const ViewEntry& entry, std::string_view reason) {
+    ++itemsLeftOut_;
     messages_.itemSkipped(NameOf(entry), reason);
     return Extraction::Skipped;
 }

@@ -41,10 +41,10 @@ class Extractor final : public TreeWalker {
     /// Writes the contents of a file to a sink, in one go from the start. A sink that takes no more
     /// stops it.
     [[nodiscard]] Extraction takeTo(TreeView& tree, const ViewEntry& file, ByteSink& sink);
-    /// Parts of the tree that could not be read, each told.
+    /// Parts of the tree could not be read; a message named each.
     [[nodiscard]] bool foundDamage() const { return foundDamage_; }
-    /// Files that a person wanted to keep as they are on the PC.
-    [[nodiscard]] bool keptFiles() const { return keptFiles_; }
+    /// Items that were not written, those among them that a person wanted to keep as they are.
+    [[nodiscard]] std::uint64_t itemsLeftOut() const { return itemsLeftOut_; }
 
   protected:
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t level) override;
@@ -65,7 +65,7 @@ class Extractor final : public TreeWalker {
     PcTargets& targets_;
     TreeView* source_ = nullptr;
     bool foundDamage_ = false;
-    bool keptFiles_ = false;
+    std::uint64_t itemsLeftOut_ = 0;
 };
 
 }  // namespace vellmark

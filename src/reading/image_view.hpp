@@ -50,7 +50,7 @@ struct ViewEntry {
     std::variant<IsoEntry, CatalogItem> record;  ///< as the tree has it
 };
 
-/// What a tree tells about itself.
+/// Facts of a tree as a whole.
 struct TreeFacts {
     TreeKind kind = TreeKind::Iso;
     std::string format;  ///< "ISO 9660", "Joliet", "HFS", "HFS+" or "HFSX"
@@ -58,7 +58,7 @@ struct TreeFacts {
     std::uint32_t blockSize = 0;
     std::uint64_t blockCount = 0;
     std::optional<std::uint64_t> freeBlocks;   ///< nothing where a tree knows no free blocks
-    std::optional<std::uint64_t> fileCount;    ///< as the volume tells; nothing where it does not
+    std::optional<std::uint64_t> fileCount;    ///< as stored in the header; nothing without one
     std::optional<std::uint64_t> folderCount;  ///< without the root
     std::optional<UnixSeconds> created;
     std::optional<UnixSeconds> modified;

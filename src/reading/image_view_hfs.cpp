@@ -18,8 +18,8 @@ std::string_view FormatName(const VolumeContext& volume) {
 }
 
 // The creation date of the header is GMT, as all others. Other systems write the local time of the
-// zone that they were in, which nothing tells: that shows in the creation date of the root folder,
-// the same moment in GMT.
+// zone that they were in, which is not stored: it follows from the creation date of the root
+// folder, the same moment in GMT.
 UnixSeconds HfsPlusCreation(VolumeContext& volume, const Clock& clock) {
     constexpr UnixSeconds kZoneStep = 15 * 60;
     constexpr UnixSeconds kFarthestZone = 14 * 60 * 60;

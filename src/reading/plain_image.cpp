@@ -43,7 +43,7 @@ void TellExpansion(const ExpandResult& result, const std::string& image, Message
         messages.logMessage(remark);
 }
 
-// A target that is the image itself is refused, told under the name that the person gave it.
+// A target that is the image itself is refused; the message has the name that the person gave it.
 bool IsOther(const std::string& image, const std::string& target, const std::string& named,
              Messages& messages) {
     if (!AreSameFile(image, target))

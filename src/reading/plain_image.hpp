@@ -22,8 +22,8 @@ struct ExpandRequest {
 };
 
 /// Makes a plain image of a compressed one, whole or not at all. The result is that of
-/// `ExpandImageFile`, and `NotBegun` for a target that is the image itself or cannot be made; all
-/// that is odd has been told.
+/// `ExpandImageFile`, and `NotBegun` for a target that is the image itself or cannot be made;
+/// messages say all that is odd.
 [[nodiscard]] ExpandResult ExpandToFile(const ExpandRequest& request, const ReadingPorts& ports);
 
 class PlainImage {
@@ -50,7 +50,7 @@ class PlainImage {
     [[nodiscard]] const FileGuard& guard() const { return guard_; }
     /// It goes with this object, and so do changes.
     [[nodiscard]] bool isTemporary() const { return expanded_ != nullptr; }
-    /// It lacks something that the compressed one should have had, which was told.
+    /// It lacks something that the compressed one should have had, as a message said.
     [[nodiscard]] bool isIncomplete() const { return isIncomplete_; }
 
   private:

@@ -45,14 +45,6 @@ class LayoutEdges(Case):
                 if image.volume:
                     self.assertEqual({("alone",)}, image.mac_folders())
 
-    def test_one_empty_file(self):
-        """Catches a file without bytes that points at the bytes of another."""
-        (self.source / "nothing").touch()
-        image = self.build()
-        self.assertEqual((0, 0), (image.iso_files("iso")[("NOTHING",)].extent,
-                                  image.iso_files("iso")[("NOTHING",)].size))
-        self.assertEqual([], image.mac_files()[("nothing",)].data.extents)
-
     def test_labels(self):
         """Catches a label that is cut too early or that runs into the field behind it."""
         self.files(1)
@@ -75,13 +67,6 @@ class LayoutEdges(Case):
             self.assertEqual(FAILED, result.returncode)
             self.assertIn(str(limit), result.stderr.decode())
             self.assertFalse((self.here / "no.iso").exists())
-
-    def test_label_from_the_name_of_the_image(self):
-        """Catches an image without --label that is called Untitled."""
-        self.files(1)
-        image = self.build(name="My Disc.iso")
-        self.assertEqual("MY_DISC", image.iso.descriptors["iso"].volume_id)
-        self.assertEqual("My Disc", image.volume.name)
 
     def test_small_volume_is_padded(self):
         """Catches a volume that is smaller than a floppy: hfsutils mounts none such."""
@@ -164,16 +149,6 @@ class LayoutEdges(Case):
         self.assertEqual(b"00019" + b"." * 11,
                          judges.grub_read(image.path, "loop0,apple2", ("f00019",)))
 
-    def test_hfs_plus_keeps_its_block_size(self):
-        """Catches blocks that grow where 32 bits count them."""
-        with open(self.source / "large", "wb") as file:
-            file.truncate(150 * MEGABYTE)
-        self.files(2)
-        image = self.build("--hfsplus")
-        self.assertEqual(2048, image.volume.block_size)
-        self.assertEqual(b"00001" + b"." * 11,
-                         judges.grub_read(image.path, "loop0,apple2", ("f00001",)))
-
     def test_map_nodes(self):
         """Catches a catalog beyond the 2,048 nodes that the map of its header node covers."""
         for folder in range(4):
@@ -183,25 +158,6 @@ class LayoutEdges(Case):
         self.assertEqual(4400, len(image.mac_files()))
         _, folders, found = judges.hfs_utils(image.path, self.here / "out")
         self.assertEqual((4, 4400), (len(folders), len(found)))
-
-    def test_files_of_whole_blocks(self):
-        """Catches a block too many or too few where a file ends at the end of a block."""
-        for size in (2047, 2048, 2049, 4096):
-            (self.source / f"s{size}").write_bytes(os.urandom(size))
-        image = self.build()
-        blocks = {path[0]: entry.data.blocks for path, entry in image.mac_files().items()}
-        self.assertEqual({"s2047": 1, "s2048": 1, "s2049": 2, "s4096": 2}, blocks)
-
-    def test_names_of_2000_files_that_the_short_form_makes_alike(self):
-        """Catches ISO identifiers that are the same after the cut to 8 and 3 letters."""
-        place = self.source / "alike"
-        place.mkdir()
-        for index in range(2000):
-            (place / f"The same beginning of the name {index:04d}.jpeg").touch()
-        image = self.build()
-        self.assertEqual(2000, len(image.iso_files("iso")))
-        self.assertEqual(2000, len(image.mac_files()))
-        self.assertEqual(2000, len(image.iso_files("joliet")))
 
     @unittest.skipIf(os.environ.get("VELLMARK_SLOW_BUILD"), "takes long without optimisation")
     def test_60000_files(self):

@@ -1,6 +1,7 @@
-// Joining and splitting discs: what a map says, which discs and partitions are refused and left as
-// they were, and what a person is asked. The images are made field by field; other programs judge
-// whole ones in the tests of the program.
+// Joining and splitting discs: what a map says, which discs and partitions are
+// refused and left as they were, and what a person is asked. The images are
+// made field by field; other programs judge whole ones in the tests of the
+// program.
 #include "join/hybridation.hpp"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <sstream>
 
 #include "IO/disk_bytes.hpp"
 #include "IO/iso_image.hpp"
@@ -118,8 +120,9 @@ class HybridationTest : public ::testing::Test {
     Bytes partition_;
 };
 
-// Catches a partition that is cut, or not where the map says; a map in other blocks than 512; an
-// entry of another partition; a driver that is named and not there.
+// Catches a partition that is cut, or not where the map says; a map in other
+// blocks than 512; an entry of another partition; a driver that is named and
+// not there.
 TEST_F(HybridationTest, TheMapLeadsToThePartitionBehindTheDisc) {
     const Disk disks[] = {{},
                           {.isPlus = true},
@@ -159,7 +162,8 @@ TEST_F(HybridationTest, TheMapLeadsToThePartitionBehindTheDisc) {
     }
 }
 
-// The word in the header, Inside Macintosh: Files (drFndrInfo) and TN1150 (finderInfo).
+// The word in the header, Inside Macintosh: Files (drFndrInfo) and TN1150
+// (finderInfo).
 TEST_F(HybridationTest, TheRootOpensOnTheDiscAndNotInItsSource) {
     for (const bool isPlus : {false, true}) {
         make({.isPlus = isPlus});
@@ -173,85 +177,59 @@ TEST_F(HybridationTest, TheRootOpensOnTheDiscAndNotInItsSource) {
     }
 }
 
+// A copy with bytes written over, `AT:HEX`, and cut, `=SIZE`; a word for each.
+Bytes Damaged(Bytes bytes, std::istringstream words) {
+    for (std::string word; words >> word;) {
+        const std::size_t colon = word.find(':');
+        if (colon == word.npos)
+            bytes.resize(std::stoul(word.substr(1)));
+        for (std::size_t i = 0; colon != word.npos && colon + 1 + 2 * i < word.size(); ++i)
+            bytes.at(std::stoul(word) + i) = static_cast<std::uint8_t>(
+                std::stoul(word.substr(colon + 1 + 2 * i, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
 // Each is refused for its own reason, and nothing of the disc has changed.
 TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
     using Result = HybridationResult;
     const struct {
         const char* name;
-        std::function<void(Bytes& disc, Bytes& volume)> change;
+        const char* damage;
         Result result;
     } cases[] = {
-        {"a second partition", [](Bytes& d, Bytes&) { testing::PutText(d, 0, "ER"); },
-         Result::HasMap},
-        {"a Macintosh volume without a map",
-         [](Bytes& d, Bytes&) { testing::PutText(d, 1024, "BD"); }, Result::HasMap},
-        {"the same, HFS+", [](Bytes& d, Bytes&) { testing::PutText(d, 1024, "H+"); },
-         Result::HasMap},
-        {"a file that goes on behind the end", [](Bytes& d, Bytes&) { d.resize(25 * 2048 + 2); },
-         Result::NotIso},
-        {"the same in the Joliet tree alone",
-         [](Bytes& d, Bytes&) { testing::Put(d, testing::kJolietFolderAt + 68 + 2, both32(27)); },
-         Result::NotIso},
-        {"a directory behind the end",
-         [](Bytes& d, Bytes&) { testing::Put(d, testing::kPrimaryAt + 158, both32(99)); },
-         Result::NotIso},
-        {"a mark of older tools in a file of another kind",
-         [](Bytes& d, Bytes&) {
-             testing::PutText(d, 32'769, "-----");
-             testing::PutText(d, 37'320, "CD001");
-             d.resize(20 * 2352);
-         },
-         Result::NotIso},
-        {"no ISO image", [](Bytes& d, Bytes&) { testing::PutText(d, 32'769, "XD001"); },
-         Result::NotIso},
-        {"a cut disc", [](Bytes& d, Bytes&) { d.resize(1000); }, Result::NotIso},
-        {"an empty disc", [](Bytes& d, Bytes&) { d.clear(); }, Result::NotIso},
-        {"a raw disc that is cut",
-         [](Bytes& d, Bytes&) {
-             testing::PutText(d, 32'769, "-----");
-             testing::PutText(d, 37'649, "CD001");
-         },
-         Result::NotIso},
-        {"no descriptor", [](Bytes&, Bytes& v) { v[0] = 0; }, Result::PartitionNotOpened},
-        {"no map", [](Bytes&, Bytes& v) { v[512] = 0; }, Result::PartitionNotOpened},
-        {"no Macintosh partition", [](Bytes&, Bytes& v) { v[1024 + 48] = 'B'; },
-         Result::PartitionNotOpened},
-        {"a partition without a volume",
-         [](Bytes&, Bytes& v) { testing::PutText(v, 8 * 512 + 1024, "XX"); },
-         Result::PartitionNotOpened},
-        {"a volume without blocks",
-         [](Bytes&, Bytes& v) { testing::Put(v, 8 * 512 + 1024 + 18, be16(0)); },
-         Result::PartitionNotOpened},
-        {"a volume that is cut",
-         [](Bytes&, Bytes& v) { v.resize(8 * 512 + 5 * 512 + 3 * 512 + 1024 - 1); },
-         Result::ImageRefused},
-        {"a partition outside its disk",
-         [](Bytes&, Bytes& v) { testing::Put(v, 1024 + 8, be32(0xFFFFFFFF)); },
-         Result::PartitionNotOpened},
-        {"a map without end",
-         [](Bytes&, Bytes& v) {
-             testing::Put(v, 512 + 4, be32(0xFFFFFFFF));
-             v[1024 + 48] = 'B';
-         },
-         Result::PartitionNotOpened},
-        {"an empty volume", [](Bytes&, Bytes& v) { v.clear(); }, Result::PartitionNotOpened},
-        {"a sparse image", [](Bytes&, Bytes& v) { testing::PutText(v, 0, "sp"); },
-         Result::ImageRefused},
-        {"a GUID table",
-         [](Bytes&, Bytes& v) {
-             testing::PutBootEntry(v, 0, 0xEE, 1, 1);
-             v[0] = 0;
-         },
-         Result::ImageRefused},
-        {"a compressed image without a trailer",
-         [](Bytes&, Bytes& v) { testing::PutText(v, 0, "x"); }, Result::ImageRefused}};
+        {"a second partition", "disc 0:4552", Result::HasMap},
+        {"a volume without a map", "disc 1024:4244", Result::HasMap},
+        {"the same, HFS+", "disc 1024:482B", Result::HasMap},
+        {"a file behind the end", "disc =51202", Result::NotIso},
+        {"the same in the Joliet tree", "disc 45126:1B0000000000001B", Result::NotIso},
+        {"a directory behind the end", "disc 32926:6300000000000063", Result::NotIso},
+        {"a mark of older tools", "disc 32769:2D2D2D2D2D 37320:4344303031 =47040", Result::NotIso},
+        {"no ISO image", "disc 32769:58", Result::NotIso},
+        {"a cut disc", "disc =1000", Result::NotIso},
+        {"an empty disc", "disc =0", Result::NotIso},
+        {"a raw disc that is cut", "disc 32769:2D2D2D2D2D 37649:4344303031", Result::NotIso},
+        {"no descriptor", "volume 0:00", Result::PartitionNotOpened},
+        {"no map", "volume 512:00", Result::PartitionNotOpened},
+        {"no Macintosh partition", "volume 1072:42", Result::PartitionNotOpened},
+        {"a partition without a volume", "volume 5120:5858", Result::PartitionNotOpened},
+        {"a volume without blocks", "volume 5138:0000", Result::PartitionNotOpened},
+        {"a partition outside its disk", "volume 1032:FFFFFFFF", Result::PartitionNotOpened},
+        {"a map without end", "volume 516:FFFFFFFF 1072:42", Result::PartitionNotOpened},
+        {"an empty volume", "volume =0", Result::PartitionNotOpened},
+        {"a volume that is cut", "volume =9215", Result::ImageRefused},
+        {"a sparse image", "volume 0:7370", Result::ImageRefused},
+        {"a GUID table", "volume 0:00 450:EE 510:55AA", Result::ImageRefused},
+        {"a compressed one without a trailer", "volume 0:78", Result::ImageRefused}};
     for (const auto& c : cases) {
         make();
-        Bytes disc = oldDisc_;
-        Bytes volume = testing::ReadFile(volume_);
-        c.change(disc, volume);
-        file("disc.iso", disc);
-        file("volume.img", volume);
+        std::istringstream words(c.damage);
+        std::string which;
+        words >> which;
+        const std::string& path = which == "disc" ? disc_ : volume_;
+        file(which == "disc" ? "disc.iso" : "volume.img",
+             Damaged(testing::ReadFile(path), std::move(words)));
+        const Bytes disc = testing::ReadFile(disc_);
         messages_.shown.clear();
         EXPECT_EQ(join({.force = true}).result, c.result) << c.name;
         EXPECT_EQ(testing::ReadFile(disc_), disc) << c.name;
@@ -266,6 +244,20 @@ TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
     volume_ = disc_;
     EXPECT_EQ(join().result, HybridationResult::PartitionNotOpened);
     EXPECT_EQ(testing::ReadFile(disc_), oldDisc_);
+}
+
+// A volume that somebody changes is locked against any other opening, not
+// against its owner.
+TEST_F(HybridationTest, AnOpenVolumeIsJoinedByWhoHasItOpen) {
+    make();
+    PcFile open = OpenLocked([&] { return PcFile(volume_, PcFile::Mode::ReadWrite); },
+                             LockKind::Exclusive, 0);
+    EXPECT_EQ(join().result, HybridationResult::PartitionNotOpened);
+    ASSERT_EQ(Hybridate(disc_, {volume_, &open}, {}, messages_, progress_).result,
+              HybridationResult::Done);
+    EXPECT_EQ(Slice(testing::ReadFile(disc_), 27 * 2048, 27 * 2048 + partition_.size()),
+              partition_);
+    EXPECT_TRUE(open.isOpen());
 }
 
 // A no leaves the disc; a yes goes on; nobody is asked what need not be.
@@ -377,25 +369,6 @@ TEST_F(HybridationTest, RawDiscsGetTheSameDataAsPlainOnes) {
         }
 }
 
-// The mark of older tools: whatever lies at byte 24 of each 2,352 bytes is taken, where that is an
-// ISO 9660 image.
-TEST_F(HybridationTest, TheOldMarkStandsForMode2) {
-    make();
-    Bytes raw(20 * 2352);
-    for (std::size_t i = 2000; i < raw.size(); ++i)
-        raw[i] = static_cast<std::uint8_t>(i * 31 / 7);
-    testing::PutText(raw, 32'769, "-----");
-    testing::PutText(raw, 37'321, "CD001");
-    testing::PutText(raw, 37'657, "CD001");
-    disc_ = file("disc.iso", raw);
-    const HybridationOutcome outcome = join();
-    ASSERT_EQ(outcome.result, HybridationResult::Done);
-    EXPECT_EQ(outcome.form, HybridForm::Repacked);
-    const Bytes joined = testing::ReadFile(disc_);
-    EXPECT_EQ(Slice(joined, 1536, 20 * 2048), Slice(DataOf(raw, 24), 1536, 20 * 2048));
-    EXPECT_EQ(Slice(joined, 20 * 2048, 20 * 2048 + partition_.size()), partition_);
-}
-
 // A track of sound, or sectors of form 2, would be lost in a plain image.
 TEST_F(HybridationTest, RawDiscsOfSeveralKindsAreLeftAsTheyWere) {
     const struct {
@@ -420,7 +393,8 @@ TEST_F(HybridationTest, RawDiscsOfSeveralKindsAreLeftAsTheyWere) {
     }
 }
 
-// Whenever the person stops it, the disc has its old bytes and nothing is left beside it.
+// Whenever the person stops it, the disc has its old bytes and nothing is left
+// beside it.
 TEST_F(HybridationTest, AStoppedJoinLeavesTheDiscAsItWas) {
     for (const bool isRaw : {false, true})
         for (const char* name : {"disc.bin", "disc.iso"}) {
@@ -443,8 +417,8 @@ TEST_F(HybridationTest, AStoppedJoinLeavesTheDiscAsItWas) {
         EXPECT_FALSE(entry.path().filename().string().starts_with('.')) << entry.path();
 }
 
-// Catches a disc that stays half joined for good: any of the three blocks may be all that came to
-// the device.
+// Catches a disc that stays half joined for good: any of the three blocks may
+// be all that came to the device.
 TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
     for (int i = 2; i < 14; ++i) {
         const int present = i / 2;
@@ -458,7 +432,8 @@ TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
             if ((present >> block & 1) == 0)
                 std::copy_n(oldDisc_.begin() + 512 * block, 512, torn.begin() + 512 * block);
         file("disc.iso", torn);
-        // What is behind other code is a map like any other, which a split takes away.
+        // What is behind other code is a map like any other, which a split takes
+        // away.
         const bool isMap = hasOther && present == 6;
         EXPECT_EQ(join({.force = hasOther}).result,
                   isMap ? HybridationResult::HasMap : HybridationResult::Done)
@@ -467,8 +442,8 @@ TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
     }
 }
 
-// The same of a raw disc before it has a map: the file may end anywhere, and any of the blocks of
-// 512 bytes of the partition may be missing.
+// The same of a raw disc before it has a map: the file may end anywhere, and
+// any of the blocks of 512 bytes of the partition may be missing.
 TEST_F(HybridationTest, AJoinThatWasTornInItsRawSectorsIsDoneAgain) {
     make();
     const Bytes old = Raw(testing::SmallDisc(), 16);
@@ -518,24 +493,13 @@ TEST_F(HybridationTest, WhatIsNoHybridIsNotSplit) {
     make();
     ASSERT_EQ(join().result, HybridationResult::Done);
     const Bytes joined = testing::ReadFile(disc_);
-    const struct {
-        const char* name;
-        std::function<void(Bytes& disc)> change;
-    } cases[] = {
-        {"no map", [](Bytes& d) { d[512] = 0; }},
-        {"neither descriptor nor volume", [](Bytes& d) { d[0] = d[27 * 2048 + 1024] = 0; }},
-        {"no Macintosh partition", [](Bytes& d) { d[1024 + 50] = 'x'; }},
-        {"a partition behind the end", [](Bytes& d) { testing::Put(d, 1024 + 8, be32(1u << 30)); }},
-        {"a partition that is cut", [](Bytes& d) { d.resize(d.size() - 513); }},
-        {"no ISO image", [](Bytes& d) { testing::PutText(d, 32'769, "XD001"); }},
-        {"nothing", [](Bytes& d) { d.clear(); }}};
-    for (const auto& c : cases) {
-        Bytes disc = joined;
-        c.change(disc);
+    for (const char* damage :
+         {"512:00", "0:00 56320:00", "1074:78", "1032:40", "=65023", "32769:58", "=0"}) {
+        const Bytes disc = Damaged(joined, std::istringstream(damage));
         file("disc.iso", disc);
         EXPECT_EQ(Deshybridate(disc_, messages_).result, DeshybridationResult::NoPartition)
-            << c.name;
-        EXPECT_EQ(testing::ReadFile(disc_), disc) << c.name;
+            << damage;
+        EXPECT_EQ(testing::ReadFile(disc_), disc) << damage;
     }
     EXPECT_EQ(Deshybridate(folder_.path() + "/absent", messages_).result,
               DeshybridationResult::NotOpened);
@@ -565,8 +529,8 @@ TEST_F(HybridationTest, ASplitKeepsTheFilesOfThePc) {
     }
 }
 
-// Nor does what else stands in front of a disc go with the map: other code, or nothing, as behind a
-// split that a power cut ended.
+// Nor does what else stands in front of a disc go with the map: other code, or
+// nothing, as behind a split that a power cut ended.
 TEST_F(HybridationTest, ASplitKeepsABootRecord) {
     const struct {
         std::uint8_t code;

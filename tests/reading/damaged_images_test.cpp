@@ -16,7 +16,7 @@ using test::Bytes;
 using test::ReadingTest;
 using test::Write;
 
-constexpr int kRounds = 60;
+constexpr int kRounds = 20;
 
 class DamagedImageTest : public ReadingTest {
   protected:
@@ -116,7 +116,7 @@ TEST_F(DamagedImageTest, DirectoriesThatOverlapAreReadOnce) {
 TEST_F(DamagedImageTest, AnImageCutAnywhere) {
     make("disc.iso", {"--hfsplus"});
     const std::string whole = Bytes("disc.iso");
-    for (std::size_t cut = 1; cut < whole.size(); cut += 1 + whole.size() / 40) {
+    for (std::size_t cut = 1; cut < whole.size(); cut += 1 + whole.size() / 15) {
         Write("bad.iso", whole.substr(0, cut));
         readAll("cut at " + std::to_string(cut));
     }

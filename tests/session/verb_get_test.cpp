@@ -1,8 +1,7 @@
-// `get`: what is taken out of an image equals what went in, and nothing else is touched.
+// `get`: what a command line asks for, and how the run ends. What becomes of an item in each form
+// is tried with the copies (tests/transfer) and the takes (tests/reading).
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include "reading/extraction.hpp"
 #include "reading/reading_bench.hpp"
 
 namespace vellmark {
@@ -10,34 +9,18 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::Bytes;
-using test::DateOf;
-using test::ReadingTest;
 using test::Write;
 
-class GetTest : public ReadingTest {};
-
-TEST_F(GetTest, EveryTreeGivesTheFolderBack) {
-    for (const char* format : {"--hfsplus", "--postgap"}) {
-        make("disc.iso", {"--force", format});
-        for (const char* tree : {"joliet", "hfs"}) {
-            const std::string out = std::string("out") + format + tree;
-            EXPECT_EQ(run({"get", "disc.iso", "/", "--as", tree, "-o", out}), 0) << err_;
-            EXPECT_EQ(err_, "");
-            expectSame(out, "in");
-            EXPECT_EQ(DateOf(out + "/Sub Folder/large.bin"), test::kFileDate) << out;
-            EXPECT_EQ(DateOf(out + "/empty"), test::kFileDate) << out;
-        }
+class GetTest : public test::ReadingTest {
+  protected:
+    // A run that ends with that status and says these words; "" for none.
+    void expect(std::vector<std::string> arguments, int status, std::string_view words) {
+        arguments.insert(arguments.begin(), {"get", "disc.iso"});
+        EXPECT_EQ(run(arguments), status) << arguments.back() << err_;
+        EXPECT_NE(err_.find(words), std::string::npos) << arguments.back() << err_;
+        EXPECT_EQ(err_.empty(), words.empty()) << err_;
     }
-    // The ISO tree has other names, but the same contents.
-    EXPECT_EQ(run({"get", "disc.iso", "/", "--as", "iso", "-o", "iso"}), 0) << err_;
-    std::multiset<std::string> expected;
-    std::multiset<std::string> found;
-    for (const auto& [path, contents] : below("in"))
-        expected.insert(contents);
-    for (const auto& [path, contents] : below("iso"))
-        found.insert(contents);
-    EXPECT_TRUE(found == expected);
-}
+};
 
 TEST_F(GetTest, TheTargetIsAFolderANameOrTheOutput) {
     make("disc.iso");
@@ -57,46 +40,57 @@ TEST_F(GetTest, TheTargetIsAFolderANameOrTheOutput) {
         EXPECT_EQ(Bytes(c.made), "hello\n") << c.made;
         fs::remove(c.made);
     }
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder/large.bin", "-o", "-"}), 0) << err_;
+    expect({"Sub Folder/large.bin", "-o", "-"}, 0, "");
     EXPECT_TRUE(out_ == test::Pattern(70'000));
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "-o", "-"}), 1);
-    EXPECT_NE(err_.find("Sub Folder is a folder"), std::string::npos) << err_;
     // The root is called like the volume.
-    EXPECT_EQ(run({"get", "disc.iso", "/"}), 0) << err_;
+    expect({"/"}, 0, "");
     expectSame("My disc", "in");
 }
 
-TEST_F(GetTest, SeveralItemsNeedAFolder) {
-    make("disc.iso");
-    for (const char* target : {"missing", "missing/", "disc.iso"}) {
-        EXPECT_EQ(run({"get", "disc.iso", "empty", "Read Me.txt", "-o", target}), 1);
-        EXPECT_NE(err_.find("no folder"), std::string::npos) << err_;
-    }
-    fs::create_directories("there");
-    EXPECT_EQ(run({"get", "disc.iso", "empty", "no such", "Sub Folder/Deep", "-o", "there"}), 1)
-        << "one of the named items is missing";
-    EXPECT_NE(err_.find("has no no such."), std::string::npos) << err_;
-    EXPECT_EQ(below("there").size(), 3u) << "the others are there";
-    EXPECT_EQ(run({"get", "disc.iso"}), 2) << "nothing is named";
-}
-
-TEST_F(GetTest, NothingIsReplacedWithoutForce) {
+TEST_F(GetTest, WhatCannotBeDoneIsSaid) {
+    Write("in/disc.iso", "a file of the same name");
+    Write("in/a/same.txt", "first");
+    Write("in/b/same.txt", "second");
     make("disc.iso");
     Write("out/Sub Folder/large.bin", "mine");
+    Write("out/Sub Folder/Deep", "a file where a folder is to be");
     fs::create_directories("out/empty");
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "-o", "out"}), 3);
-    EXPECT_NE(err_.find("skipped Sub Folder/large.bin"), std::string::npos) << err_;
-    EXPECT_EQ(Bytes("out/Sub Folder/large.bin"), "mine");
-    EXPECT_EQ(Bytes("out/Sub Folder/Deep/caf\u00E9.txt"), "un caf\u00E9\n") << "the rest came";
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder/large.bin", "-o", "out/Sub Folder"}), 1)
-        << "the one item that was asked for";
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "-o", "out", "--force"}), 0) << err_;
-    EXPECT_TRUE(Bytes("out/Sub Folder/large.bin") == test::Pattern(70'000));
-    EXPECT_EQ(run({"get", "disc.iso", "empty", "-o", "out", "--force"}), 1)
-        << "a folder is never replaced by a file";
     ASSERT_EQ(::mkfifo("out/Read Me.txt", 0600), 0);
-    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "-o", "out", "--force"}), 1);
-    EXPECT_TRUE(fs::is_fifo("out/Read Me.txt"));
+    const std::string before = Bytes("disc.iso");
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* words;
+    } cases[] = {
+        {{"empty", "Read Me.txt", "-o", "missing"}, 1, "There is no folder missing."},
+        {{"empty", "-o", "missing/"}, 1, "There is no folder missing/."},
+        {{"empty", "Read Me.txt", "-o", "disc.iso"}, 1, "There is no folder disc.iso."},
+        {{"no such", "-o", "out"}, 1, "has no no such."},
+        {{}, 2, "PATH"},
+        {{"", "-o", "none"}, 2, "the whole tree is called /"},
+        {{"Sub Folder", "-o", "-"}, 1, "Sub Folder is a folder"},
+        {{"Sub Folder", "-o", "out"}, 3, "skipped Sub Folder/Deep"},
+        {{"Sub Folder/large.bin", "-o", "out/Sub Folder"}, 1, "exists already; --force"},
+        {{"empty", "-o", "out", "--force"}, 1, "skipped empty"},
+        {{"Read Me.txt", "-o", "out", "--force"}, 1, "pipe"},
+        {{"disc.iso", "--force"}, 1, "is the image itself"},
+        {{"a/same.txt", "b/same.txt", "-o", "out", "-f"}, 1, "skipped b/same.txt"},
+        {{"Read Me.txt", "--mode", "macbinary", "--as", "joliet"}, 2, "Joliet tree"},
+        {{"Read Me.txt", "--naming", "append", "--as", "iso"}, 2, "--naming append"},
+        {{"Read Me.txt", "--mode", "appledouble", "-o", "-"}, 2, "two files"},
+        {{"Read Me.txt", "--naming", "ask"}, 2, "needs a terminal"},
+        {{"Read Me.txt", "--mode", "resource"}, 1, "has no resource fork"}};
+    for (const auto& c : cases)
+        expect(c.arguments, c.status, c.words);
+    EXPECT_EQ(Bytes("out/Sub Folder/large.bin"), "mine");
+    EXPECT_EQ(Bytes("out/same.txt"), "first");
+    EXPECT_EQ(Bytes("disc.iso"), before);
+    for (const char* made : {"none", "Read Me.txt"})
+        EXPECT_FALSE(fs::exists(made)) << made;
+    expect({"Sub Folder/large.bin", "-o", "out/Sub Folder", "--force"}, 0, "");
+    EXPECT_TRUE(Bytes("out/Sub Folder/large.bin") == test::Pattern(70'000));
+    make("disc.iso", {"--kind", "iso", "--force"});
+    expect({"Read Me.txt", "--mode", "applesingle"}, 2, "disc.iso has none");
 }
 
 TEST_F(GetTest, APersonIsAskedWhatMayBeReplaced) {
@@ -125,82 +119,13 @@ TEST_F(GetTest, APersonIsAskedWhatMayBeReplaced) {
     }
 }
 
-// Catches a variable of the shell that is not set and takes out the whole tree.
-TEST_F(GetTest, AnEmptyPathIsNotTheRoot) {
+TEST_F(GetTest, SettingsNameFilesWhereNoOptionDoes) {
     make("disc.iso");
-    EXPECT_EQ(run({"get", "disc.iso", "", "-o", "out"}), 2);
-    EXPECT_FALSE(fs::exists("out"));
-}
-
-TEST_F(GetTest, TheImageIsNotReplacedByItsOwnContents) {
-    Write("in/disc.iso", "a file of the same name");
-    make("disc.iso");
-    const std::string before = Bytes("disc.iso");
-    EXPECT_EQ(run({"get", "disc.iso", "disc.iso", "--force"}), 1);
-    EXPECT_NE(err_.find("is the image itself"), std::string::npos) << err_;
-    EXPECT_EQ(Bytes("disc.iso"), before);
-}
-
-TEST_F(GetTest, OneRunWritesEachTargetOnce) {
-    Write("in/a/same.txt", "first");
-    Write("in/b/same.txt", "second");
-    make("disc.iso");
-    fs::create_directories("out");
-    EXPECT_EQ(run({"get", "disc.iso", "a/same.txt", "b/same.txt", "-o", "out", "--force"}), 1);
-    EXPECT_NE(err_.find("skipped b/same.txt"), std::string::npos) << err_;
-    EXPECT_EQ(Bytes("out/same.txt"), "first");
-}
-
-TEST_F(GetTest, AnItemThatCannotBeWrittenIsNamedAndTheRestGoesOn) {
-    make("disc.iso");
-    Write("out/Sub Folder/Deep", "a file where a folder is to be");
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "-o", "out"}), 3);
-    EXPECT_NE(err_.find("skipped Sub Folder/Deep"), std::string::npos) << err_;
-    EXPECT_TRUE(Bytes("out/Sub Folder/large.bin") == test::Pattern(70'000));
-    for (const auto& [path, contents] : disk())
-        EXPECT_EQ(path.find(".tmp"), std::string::npos) << path;
-}
-
-class MacintoshFormTest : public GetTest {
-  protected:
-    void expectUsage(const std::vector<std::string>& options, const std::string& reason) {
-        std::vector<std::string> line = {"get", "disc.iso", "Read Me.txt"};
-        line.insert(line.end(), options.begin(), options.end());
-        EXPECT_EQ(run(line), 2) << err_;
-        EXPECT_NE(err_.find(reason), std::string::npos) << err_;
-    }
-};
-
-TEST_F(MacintoshFormTest, OptionsThatDoNotGoTogetherAreRefused) {
-    make("disc.iso", {"--kind", "iso"});
-    expectUsage({"--mode", "applesingle"}, "disc.iso has none");
-    make("disc.iso", {"--force"});
-    expectUsage({"--mode", "macbinary", "--as", "joliet"}, "not of an ISO 9660 or Joliet tree");
-    expectUsage({"--naming", "append", "--as", "iso"}, "--naming append");
-    expectUsage({"--mode", "appledouble", "-o", "-"}, "two files");
-    expectUsage({"--naming", "ask"}, "needs a terminal");
-    expectUsage({"--mode", "both"}, "--mode");
-    EXPECT_FALSE(fs::exists("Read Me.txt"));
-}
-
-TEST_F(MacintoshFormTest, FormsAndNamesAreThoseThatAreAskedFor) {
-    make("disc.iso");
-    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--mode", "macbinary", "-o", "-"}), 0) << err_;
-    EXPECT_EQ(out_.size(), 256u);
-    EXPECT_EQ(out_.substr(1, 12), "\vRead Me.txt");
-    EXPECT_EQ(out_.substr(128, 7), std::string("hello\n\0", 7));
-    // No file here has a resource fork: nothing can be made, which is told.
-    EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--mode", "resource"}), 1);
-    EXPECT_NE(err_.find("has no resource fork"), std::string::npos) << err_;
-    EXPECT_EQ(run({"get", "disc.iso", "Sub Folder", "--mode", "resource", "-o", "out"}), 3);
-    EXPECT_EQ(below("out").size(), 1u);
-    // Settings name files where no option does.
     const std::string kept = "Read Me.txt.TXT";
     for (const char* policy : {"append", "ask", "catalog"}) {
         EXPECT_EQ(run({"config", "set", "naming", policy}), 0) << err_;
         EXPECT_EQ(run({"get", "disc.iso", "Read Me.txt", "--force"}), 0) << err_;
         EXPECT_EQ(fs::remove(kept), policy == std::string("append")) << policy;
-        fs::remove("Read Me.txt");
     }
     asks_ = true;
     typed_ = "new/name\n";

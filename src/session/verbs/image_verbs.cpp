@@ -63,24 +63,13 @@ void ViewRun::putJson(const nlohmann::ordered_json& value) {
 int ViewRun::exitStatus() const {
     if (failed || StopSignals::requested())
         return kExitFailed;
-    return leftOut || terminal.messages.skipped() > 0 ? kExitSkipped : kExitDone;
+    return leftOut ? kExitSkipped : kExitDone;
 }
 
-std::vector<FoundEntry> FindInTrees(ViewRun& run, const std::string& path) {
-    std::vector<FoundEntry> found;
-    bool damaged = false;
-    for (TreeView* tree : run.trees) {
-        std::string sentence;
-        std::optional<ViewEntry> entry = tree->find(path, sentence);
-        if (entry)
-            found.push_back({tree, std::move(*entry)});
-        if (!sentence.empty())
-            run.problem(sentence);
-        damaged = damaged || !sentence.empty();
-    }
-    if (found.empty() && !damaged)
-        run.problem(fmt::format("The image has no {}.", Printable(path)));
-    return found;
+std::vector<FoundEntry> ViewRun::find(const std::string& path) {
+    FoundEntries found = FindInTrees(trees, path, terminal.messages);
+    failed = failed || found.hasFailed;
+    return std::move(found.entries);
 }
 
 std::string TreeHeading(const TreeFacts& facts) {

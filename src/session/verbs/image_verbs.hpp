@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "reading/image_view.hpp"
+#include "reading/tree_search.hpp"
 #include "session/command_context.hpp"
 #include "session/options.hpp"
 #include "session/terminal.hpp"
@@ -33,6 +33,9 @@ struct ViewRun {
 
     /// Opens the image and settles the trees that are asked for. False after a message.
     [[nodiscard]] bool open(const ViewOptions& options);
+    /// What the path names in each of the trees that has it. When none has it, or one is damaged on
+    /// the way, a message says so and the run fails.
+    [[nodiscard]] std::vector<FoundEntry> find(const std::string& path);
     /// A sentence about something damaged: the run goes on and fails at its end.
     void problem(std::string_view sentence);
     /// Writes a part of the result. False when nobody reads it any more or it cannot be written.
@@ -47,18 +50,8 @@ struct ViewRun {
     std::unique_ptr<ImageView> view;
     std::vector<TreeView*> trees;
     bool failed = false;
-    bool leftOut = false;  ///< items that were named in another way than by `itemSkipped`
+    bool leftOut = false;  ///< items, after a message for each
 };
-
-/// An entry that a path names in one of the trees.
-struct FoundEntry {
-    TreeView* tree = nullptr;
-    ViewEntry entry;
-};
-
-/// What the path names in each of the trees that has it. When none has it, or one is damaged on
-/// the way, that is told and makes the run fail.
-[[nodiscard]] std::vector<FoundEntry> FindInTrees(ViewRun& run, const std::string& path);
 
 /// `iso: LABEL (ISO 9660)`.
 [[nodiscard]] std::string TreeHeading(const TreeFacts& facts);

@@ -4,15 +4,14 @@
 #include <array>
 #include <memory>
 
-#include "reading/extraction.hpp"
+#include "reading/take_out.hpp"
+#include "session/reading_ports.hpp"
 #include "session/signature_file.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
-#include "support/targets.hpp"
-#include "transfer/copy_out.hpp"
 
 namespace vellmark {
 
@@ -77,11 +76,6 @@ class OutputSink final : public ByteSink {
     ViewRun& run_;
 };
 
-// The path of a name in a folder, as a person would write it.
-std::string InFolder(const std::string& folder, const std::string& name) {
-    return folder == "." ? name : folder + (folder.ends_with('/') ? "" : "/") + name;
-}
-
 CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& context) {
     CopyOutOptions copy = CopyOutOptionsOf(context);
     copy.mode = ValueOf(kModes, options.mode);
@@ -90,115 +84,6 @@ CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& co
     copy.existing = ExistingFilesOf(options.force, context);
     copy.imagePath = options.view.image;
     return copy;
-}
-
-// Takes the named items out, one after the other.
-class Getter {
-  public:
-    Getter(ViewRun& run, const GetOptions& options, const SignatureTable& signatures)
-        : run_(run),
-          options_(options),
-          messages_(run.terminal.messages),
-          output_(run),
-          copyOut_(run.view->volume(), CopyOptionsOf(options, run.context), signatures, messages_,
-                   run.terminal.progress, run.context.clock),
-          extractor_(copyOut_.options.existing, copyOut_.options.keptHint, copyOut_.targets,
-                     copyOut_.replaceAnswer, messages_, run.terminal.progress) {}
-
-    /// False when the run is at its end: the user stopped it, or nothing more can be written.
-    [[nodiscard]] bool get(const std::string& path, bool intoFolder);
-    /// Settles what the run as a whole comes to.
-    void finish() {
-        run_.failed = run_.failed || extractor_.foundDamage() || copyOut_.foundDamage;
-        run_.leftOut = run_.leftOut || copyOut_.itemsLeftOut > 0 || extractor_.keptFiles();
-    }
-
-  private:
-    [[nodiscard]] std::optional<FoundEntry> find(const std::string& path);
-    [[nodiscard]] CopyOutResult copy(const FoundEntry& found, bool intoFolder);
-    [[nodiscard]] Extraction extract(const FoundEntry& found, bool intoFolder);
-    [[nodiscard]] std::string rootName(const FoundEntry& found) {
-        return PcFileName(found.tree->facts().label, kMostPcNameBytes, "/", messages_);
-    }
-    [[nodiscard]] std::string target(bool intoFolder, const std::string& name) const {
-        return intoFolder ? InFolder(options_.target, name) : FollowLink(options_.target);
-    }
-
-    ViewRun& run_;
-    const GetOptions& options_;
-    TerminalMessages& messages_;
-    OutputSink output_;
-    CopyOut copyOut_;
-    Extractor extractor_;
-};
-
-// The tree that knows most about a file comes first.
-constexpr std::array kPreference = {TreeKind::Hfs, TreeKind::Joliet, TreeKind::Iso};
-
-// The item of the first tree that has the path; damage on the way is told.
-std::optional<FoundEntry> Getter::find(const std::string& path) {
-    for (const TreeKind kind : kPreference)
-        for (TreeView* tree : run_.trees) {
-            if (tree->facts().kind != kind)
-                continue;
-            std::string sentence;
-            std::optional<ViewEntry> entry = tree->find(path, sentence);
-            if (!sentence.empty())
-                run_.problem(sentence);
-            if (entry)
-                return FoundEntry{tree, std::move(*entry)};
-        }
-    run_.problem(fmt::format("The image has no {}.", Printable(path)));
-    return std::nullopt;
-}
-
-CopyOutResult Getter::copy(const FoundEntry& found, bool intoFolder) {
-    const auto& item = std::get<CatalogItem>(found.entry.record);
-    if (options_.toOutput())
-        return CopyFileToSink(copyOut_, item, found.entry.path, output_);
-    // The root is called like the volume.
-    const std::optional<std::string> name = !intoFolder ? std::string{}
-                                            : found.entry.path.empty()
-                                                ? rootName(found)
-                                                : PcNameOf(copyOut_, item, found.entry.path);
-    return name ? CopyItemOut(copyOut_, item, found.entry.path, target(intoFolder, *name))
-                : CopyOutResult::BatchEnds;
-}
-
-Extraction Getter::extract(const FoundEntry& found, bool intoFolder) {
-    if (options_.toOutput())
-        return extractor_.takeTo(*found.tree, found.entry, output_);
-    const std::string name =
-        !intoFolder ? std::string{}
-        : found.entry.path.empty()
-            ? rootName(found)
-            : PcFileName(found.entry.name, kMostPcNameBytes, found.entry.path, messages_);
-    return extractor_.take(*found.tree, found.entry, target(intoFolder, name));
-}
-
-bool Getter::get(const std::string& path, bool intoFolder) {
-    const std::optional<FoundEntry> found = find(path);
-    if (!found)
-        return true;
-    if (options_.toOutput() && found->entry.isFolder) {
-        run_.problem(fmt::format("{} is a folder, which cannot go to the standard output.",
-                                 Printable(path)));
-        return true;
-    }
-    bool isDone = false;
-    bool goesOn = false;
-    if (found->tree->facts().kind == TreeKind::Hfs) {
-        const CopyOutResult result = copy(*found, intoFolder);
-        isDone = result == CopyOutResult::Done;
-        goesOn = isDone || result == CopyOutResult::LeftOut;
-    } else {
-        const Extraction result = extract(*found, intoFolder);
-        isDone = result == Extraction::Done;
-        goesOn = result != Extraction::Stopped;
-    }
-    // What was asked for by its name and is not there now makes the whole run fail.
-    run_.failed = run_.failed || !isDone;
-    return goesOn;
 }
 
 // Whether the target is a folder that takes the items in; nothing, after a message, when it has
@@ -258,11 +143,17 @@ int Get(const GetOptions& options, CommandContext& context) {
     const NamingPolicy naming = CopyOptionsOf(options, context).naming.policy;
     const bool needsTable = naming == NamingPolicy::OwnExtension || naming == NamingPolicy::Append;
     const SignatureTable none;
-    Getter getter(run, options, needsTable ? SignaturesOf(context, run.terminal.messages) : none);
-    for (const std::string& path : options.paths)
-        if (!getter.get(path, *intoFolder))
-            break;
-    getter.finish();
+    OutputSink output(run);
+    const TakeOutOutcome outcome =
+        TakeOut(*run.view, run.trees,
+                {.paths = options.paths,
+                 .target = options.target,
+                 .intoFolder = *intoFolder,
+                 .copy = CopyOptionsOf(options, context)},
+                needsTable ? SignaturesOf(context, run.terminal.messages) : none,
+                PortsOf(context, run.terminal), options.toOutput() ? &output : nullptr);
+    run.failed = run.failed || outcome.hasFailed;
+    run.leftOut = outcome.hasLeftOut;
     if (StopSignals::requested())
         run.problem("Stopped as you wished; what was written before stays.");
     return run.exitStatus();

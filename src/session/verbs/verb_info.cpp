@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "reading/image_walk.hpp"
+#include "reading/tree_search.hpp"
 #include "session/partition.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
@@ -19,41 +19,10 @@ struct InfoOptions {
     bool json = false;
 };
 
-// The files and folders of a tree that does not tell their number.
-class Counter final : public TreeWalker {
-  public:
-    explicit Counter(ViewRun& run) : run_(run) {}
-    std::uint64_t files = 0;
-    std::uint64_t folders = 0;
-
-  protected:
-    [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t) override {
-        ++(entry.isFolder ? folders : files);
-        return Next::GoOn;
-    }
-    void problem(const std::string& sentence) override { run_.problem(sentence); }
-
-  private:
-    ViewRun& run_;
-};
-
-TreeFacts WholeFacts(ViewRun& run, TreeView& tree) {
-    TreeFacts facts = tree.facts();
-    if (facts.endByte > run.view->sizeBytes())
-        run.problem(
-            fmt::format("The image is cut short: its {} volume ends at byte {}, the image "
-                        "at byte {}.",
-                        facts.format, facts.endByte, run.view->sizeBytes()));
-    if (facts.fileCount)
-        return facts;
-    std::string sentence;
-    const std::optional<ViewEntry> root = tree.find({}, sentence);
-    Counter counter(run);
-    if (root)
-        (void)counter.walk(tree, *root);
-    facts.fileCount = counter.files;
-    facts.folderCount = counter.folders;
-    return facts;
+TreeFacts FactsOf(ViewRun& run, TreeView& tree) {
+    WholeFacts whole = WholeFactsOf(*run.view, tree, run.terminal.messages);
+    run.failed = run.failed || whole.isDamaged;
+    return std::move(whole.facts);
 }
 
 // Why the Macintosh volume cannot be changed, in sentences; "" when it can.
@@ -100,7 +69,7 @@ void PutJson(ViewRun& run, const std::string& image) {
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
     for (TreeView* tree : run.trees)
-        json["trees"].push_back(TreeInfo(WholeFacts(run, *tree), RefusalOf(*run.view)));
+        json["trees"].push_back(TreeInfo(FactsOf(run, *tree), RefusalOf(*run.view)));
     run.putJson(json);
 }
 
@@ -133,7 +102,7 @@ void PutText(ViewRun& run, const std::string& image) {
                                   PartitionLine(++number, partition, run.context.language),
                                   partition.startSector, partition.sectorCount));
     for (TreeView* tree : run.trees)
-        PutTree(run, WholeFacts(run, *tree));
+        PutTree(run, FactsOf(run, *tree));
 }
 
 int Info(const InfoOptions& options, CommandContext& context) {

@@ -48,7 +48,7 @@ class Lister final : public TreeWalker {
 };
 
 // Hands on what is listed for a path, a file itself, or what is in a folder, one entry after the
-// other, as a listing can be longer than memory. What is damaged is told when `tells`.
+// other, as a listing can be longer than memory. Messages name what is damaged when `tells`.
 void EachListed(ViewRun& run, const FoundEntry& found, bool recursive, bool tells,
                 const TakeListed& take) {
     if (!found.entry.isFolder) {
@@ -174,7 +174,7 @@ int Ls(const LsOptions& options, CommandContext& context) {
     ViewRun run(context, false);
     if (!run.open(options.view))
         return kExitFailed;
-    const std::vector<FoundEntry> found = FindInTrees(run, options.path);
+    const std::vector<FoundEntry> found = run.find(options.path);
     if (options.json)
         PutJson(run, found, options.recursive);
     else

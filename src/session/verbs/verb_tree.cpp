@@ -48,7 +48,7 @@ int Tree(const TreeOptions& options, CommandContext& context) {
     if (!run.open(options.view))
         return kExitFailed;
     bool first = true;
-    for (const FoundEntry& found : FindInTrees(run, options.path)) {
+    for (const FoundEntry& found : run.find(options.path)) {
         if (run.trees.size() > 1 &&
             !run.put(fmt::format("{}{}\n", first ? "" : "\n", TreeHeading(found.tree->facts()))))
             break;

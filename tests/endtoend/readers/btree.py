@@ -8,7 +8,6 @@ from .blocks import spread_bits
 from .window import FormatError
 
 LEAF, INDEX, HEADER, MAP = 0xFF, 0, 1, 2
-KIND_NAMES = {LEAF: "leaf", INDEX: "index", HEADER: "header", MAP: "map"}
 
 
 @dataclass(frozen=True)
@@ -78,17 +77,11 @@ class BTree:
             raise FormatError(f"{self.label}: node {number} is outside the file")
         raw = self.data[at:at + size]
         forward, backward, kind, height, count, reserved = struct.unpack_from(">IIBBHH", raw)
-        if 14 + 2 * (count + 1) > size:
-            raise FormatError(f"{self.label}: node {number} has an impossible record count {count}")
-        offsets = struct.unpack_from(f">{count + 1}H", raw, size - 2 * (count + 1))[::-1]
-        if offsets[0] != 14:
-            raise FormatError(f"{self.label}: node {number} has its first record at {offsets[0]}")
-        for before, after in zip(offsets, offsets[1:]):
-            if after <= before or after & 1:
-                raise FormatError(f"{self.label}: node {number} has the record offset {after} "
-                                  f"after {before}")
-        if offsets[-1] > size - 2 * (count + 1):
-            raise FormatError(f"{self.label}: records of node {number} run into its offsets")
+        end = size - 2 * (count + 1)
+        offsets = struct.unpack_from(f">{count + 1}H", raw, end)[::-1] if end >= 14 else (0,)
+        if offsets[0] != 14 or offsets[-1] > end or any(
+                after <= before or after & 1 for before, after in zip(offsets, offsets[1:])):
+            raise FormatError(f"{self.label}: node {number} has impossible records, {count} of them")
         records = [raw[a:b] for a, b in zip(offsets, offsets[1:])]
         return Node(number, forward, backward, kind, height, reserved, records)
 
@@ -137,18 +130,12 @@ class _TreeChecker:
         tree = self.tree
         node = tree.node(0)
         self._descriptor(node, HEADER, 0)
-        if node.backward:
-            self.say("the header node has a backward link")
         if [len(record) for record in node.records] != [106, 128, tree.node_size - 256]:
-            self.say("the header node's records are not 106, 128 and "
-                     f"{tree.node_size - 256} bytes")
-        if len(node.records) < 3:
-            raise FormatError(f"{tree.label}: the header node has no map record")
-        if tree.max_key != tree.keys.max_length:
-            self.say(f"greatest key length {tree.max_key}, not {tree.keys.max_length}")
-        if tree.total_nodes * tree.node_size != len(tree.data):
-            self.say(f"{tree.total_nodes} nodes of {tree.node_size} bytes do not fill the file of "
-                     f"{len(tree.data)} bytes")
+            raise FormatError(f"{tree.label}: the header node has other records")
+        if node.backward or tree.max_key != tree.keys.max_length or \
+                tree.total_nodes * tree.node_size != len(tree.data):
+            self.say(f"a backward link of the header node, greatest key length {tree.max_key}, or "
+                     f"{tree.total_nodes} nodes in {len(tree.data)} bytes")
         self.used.add(0)
         packed, previous, number = node.records[2], 0, node.forward
         while number:
@@ -157,21 +144,17 @@ class _TreeChecker:
             self.used.add(number)
             node = tree.node(number)
             self._descriptor(node, MAP, 0)
-            if node.backward not in (0, previous):
-                self.say(f"map node {number} links back to {node.backward}, not {previous}")
-            if len(node.records) != 1:
-                self.say(f"map node {number} has {len(node.records)} records, not 1")
-            packed += node.records[0] if node.records else b""
+            if node.backward not in (0, previous) or len(node.records) != 1:
+                self.say(f"map node {number} links back to {node.backward}, not {previous}, or has "
+                         f"{len(node.records)} records")
+            packed += b"".join(node.records)
             previous, number = number, node.forward
         return spread_bits(packed)
 
     def _descriptor(self, node, kind, height):
-        if node.kind != kind:
-            self.say(f"node {node.number} has kind {node.kind}, not {KIND_NAMES[kind]}")
-        if node.height != height:
-            self.say(f"node {node.number} has height {node.height}, not {height}")
-        if node.reserved:
-            self.say(f"node {node.number} has non-zero reserved bytes")
+        if (node.kind, node.height, node.reserved) != (kind, height, 0):
+            self.say(f"node {node.number} has kind {node.kind} and height {node.height}, not {kind} "
+                     f"and {height}, or reserved bytes that are not zero")
 
     def _descend(self):
         """Visits every node below the root once, left to right."""
@@ -208,8 +191,9 @@ class _TreeChecker:
         children, before = [], None
         for index, record in enumerate(node.records):
             body, data = keys.split(record)
-            if len(body) > keys.max_length:
-                self.say(f"node {number} record {index}: key length {len(body)} is more than "
+            if len(body) > keys.max_length or height > 1 and not keys.variable_index and \
+                    len(body) != keys.max_length:
+                self.say(f"node {number} record {index}: key length {len(body)}, the longest is "
                          f"{keys.max_length}")
             value = keys.order(body)
             if index == 0 and parent_key is not None and value != parent_key:
@@ -218,9 +202,6 @@ class _TreeChecker:
                 self.say(f"node {number} record {index}: key is not above the one before")
             before = value
             if height > 1:
-                if not keys.variable_index and len(body) != keys.max_length:
-                    self.say(f"node {number} record {index}: index key length {len(body)}, "
-                             f"not {keys.max_length}")
                 if len(data) != 4:
                     raise FormatError(f"{tree.label}: node {number} record {index}: pointer of "
                                       f"{len(data)} bytes")
@@ -239,11 +220,9 @@ class _TreeChecker:
                     self.say(f"node {node.number} links forward to {node.forward}, not {right}")
             self._borders(nodes)
         leaves = self.levels.get(1, [])
-        if leaves:
-            if tree.first_leaf != leaves[0].number:
-                self.say(f"first leaf {tree.first_leaf}, not {leaves[0].number}")
-            if tree.last_leaf != leaves[-1].number:
-                self.say(f"last leaf {tree.last_leaf}, not {leaves[-1].number}")
+        if leaves and (tree.first_leaf, tree.last_leaf) != (leaves[0].number, leaves[-1].number):
+            self.say(f"first and last leaf {tree.first_leaf} and {tree.last_leaf} in the header, "
+                     f"not {leaves[0].number} and {leaves[-1].number}")
         count = sum(len(node.records) for node in leaves)
         if tree.leaf_records != count:
             self.say(f"{tree.leaf_records} leaf records in the header, {count} in the leaves")
