@@ -1,9 +1,8 @@
 #include "reading/extraction.hpp"
 
-#include <fmt/core.h>
-
 #include "containers/fork_pair.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/watched_source.hpp"
 #include "volume/open_fork.hpp"
 
@@ -22,35 +21,36 @@ std::string NameOf(const ViewEntry& entry) {
 Extraction Extractor::take(TreeView& tree, const ViewEntry& entry, const std::string& target) {
     source_ = &tree;
     if (!targets_.claim(target))
-        return skip(entry, fmt::format("{} has just been written.", Printable(target)));
+        return skip(entry, Reason(Sentence::kTakenJustNow, Printable(target)));
     if (!entry.isFolder)
         return takeFile(entry, target);
     if (const Reason problem = targets_.enter(target))
-        return skip(entry, messages_.words(problem));
+        return skip(entry, problem);
     if (!walk(tree, entry)) {
         targets_.abandonFolders();
         return Extraction::Stopped;
     }
     const Reason problem = targets_.leave(entry.modified);
-    return problem ? skip(entry, messages_.words(problem)) : Extraction::Done;
+    return problem ? skip(entry, problem) : Extraction::Done;
 }
 
 Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& sink) {
-    std::string sentence;
-    const std::unique_ptr<ByteSource> source = tree.open(file, sentence);
+    const auto source = tree.open(file);
     if (!source)
-        return skip(file, sentence);
-    WatchedSource watched(*source, progress_);
+        return skip(file, source.error());
+    WatchedSource watched(**source, progress_);
     const ContainerFault fault = CopyFork(watched, sink, 0);
     if (watched.stopped() || fault == ContainerFault::TargetFailed)
         return Extraction::Stopped;
-    return fault == ContainerFault::None ? Extraction::Done : skip(file, kContentsCutShort);
+    return fault == ContainerFault::None
+               ? Extraction::Done
+               : skip(file, Reason::Plain(std::string(kContentsCutShort)));
 }
 
 TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
     const std::string name = PcFileName(entry.name, kMostPcNameBytes, entry.path, messages_);
     if (!targets_.claimName(name)) {
-        skip(entry, "Another item of its folder has the same name on the PC.");
+        skip(entry, Sentence::kTakenNameOnPc);
         return Next::Pass;
     }
     if (entry.isFolder)
@@ -62,35 +62,35 @@ TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
 bool Extractor::enter(const ViewEntry& folder) {
     const Reason problem = targets_.enter(targets_.folder() + "/" + PcFileName(folder.name));
     if (problem)
-        skip(folder, messages_.words(problem));
+        skip(folder, problem);
     return problem.isNone();
 }
 
 void Extractor::leave(const ViewEntry& folder) {
     if (const Reason problem = targets_.leave(folder.modified))
-        skip(folder, messages_.words(problem));
+        skip(folder, problem);
 }
 
-void Extractor::problem(const std::string& sentence) {
+void Extractor::problem(const Reason& reason) {
     foundDamage_ = true;
-    messages_.showMessage(sentence);
+    messages_.showMessage(reason);
 }
 
 // False after a message, or when the person wants to keep what is there.
 bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
-    std::string refusal = messages_.words(targets_.refusalOf(target));
+    Reason refusal = targets_.refusalOf(target);
     const bool isTaken = existing_ != ExistingFiles::Replace && PcTargets::exists(target);
-    if (refusal.empty() && isTaken && existing_ == ExistingFiles::Ask) {
+    if (!refusal && isTaken && existing_ == ExistingFiles::Ask) {
         const bool mayGo = replaceAnswer_.ask(
             messages_, FormatText(kTextReplace, messages_.language(), Printable(target)));
         itemsLeftOut_ += mayGo ? 0 : 1;
         return mayGo;
     }
-    if (refusal.empty() && isTaken)
-        refusal = fmt::format("{} exists already{}.", Printable(target), keptHint_);
-    if (!refusal.empty())
+    if (!refusal && isTaken)
+        refusal = Reason(Sentence::kTakenAlready, Printable(target), keptHint_);
+    if (refusal)
         skip(file, refusal);
-    return refusal.empty();
+    return !refusal;
 }
 
 Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target) {
@@ -98,12 +98,11 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
         return progress_.chunk(0) ? Extraction::Skipped : Extraction::Stopped;
     // What was not to be replaced was refused, and what comes in between stays.
     const bool replaces = PcTargets::exists(target);
-    std::string sentence;
-    const std::unique_ptr<ByteSource> source = source_->open(file, sentence);
+    const auto source = source_->open(file);
     if (!source)
-        return skip(file, sentence);
+        return skip(file, source.error());
     progress_.text(NameOf(file));
-    WatchedSource watched(*source, progress_);
+    WatchedSource watched(**source, progress_);
     const PcWriting writing =
         targets_.write({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
             return CopyFork(watched, out, 0) == ContainerFault::None
@@ -112,10 +111,10 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
         });
     if (watched.stopped())
         return Extraction::Stopped;
-    return writing.problem ? skip(file, messages_.words(writing.problem)) : Extraction::Done;
+    return writing.problem ? skip(file, writing.problem) : Extraction::Done;
 }
 
-Extraction Extractor::skip(const ViewEntry& entry, std::string_view reason) {
+Extraction Extractor::skip(const ViewEntry& entry, const Reason& reason) {
     ++itemsLeftOut_;
     messages_.itemSkipped(NameOf(entry), reason);
     return Extraction::Skipped;

@@ -50,12 +50,12 @@ class Extractor final : public TreeWalker {
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t level) override;
     [[nodiscard]] bool enter(const ViewEntry& folder) override;
     void leave(const ViewEntry& folder) override;
-    void problem(const std::string& sentence) override;
+    void problem(const Reason& reason) override;
 
   private:
     [[nodiscard]] Extraction takeFile(const ViewEntry& file, const std::string& target);
     [[nodiscard]] bool mayWrite(const ViewEntry& file, const std::string& target);
-    Extraction skip(const ViewEntry& entry, std::string_view reason);
+    Extraction skip(const ViewEntry& entry, const Reason& reason);
 
     ExistingFiles existing_;
     std::string keptHint_;

@@ -1,6 +1,5 @@
 #include "reading/image_view.hpp"
 
-#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include "IO/disk_image.hpp"
 #include "IO/raw_image.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/mount.hpp"
 #include "volume/pc_side.hpp"
 #include "volume/read_only.hpp"
@@ -46,25 +46,23 @@ std::string_view TreeKeyword(TreeKind kind) {
     return "hfs";
 }
 
-std::optional<ViewEntry> TreeView::find(std::string_view path, std::string& problem) {
-    problem.clear();
+Lookup TreeView::find(std::string_view path) {
     const std::string normal = Normalized(path);
-    std::optional<ViewEntry> entry = findEntry(normal, problem);
-    if (entry) {
+    Lookup found = findEntry(normal);
+    if (found.entry) {
         // The way as it was asked for, the last name as the tree has it.
         const std::size_t slash = normal.rfind('/');
-        entry->path = normal.substr(0, slash == std::string::npos ? 0 : slash + 1) + entry->name;
+        found.entry->path =
+            normal.substr(0, slash == std::string::npos ? 0 : slash + 1) + found.entry->name;
     }
-    return entry;
+    return found;
 }
 
-void TreeView::each(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
-    problem.clear();
-    const auto withPath = [&](ViewEntry&& entry) {
+Reason TreeView::each(const ViewEntry& folder, const TakeEntry& take) {
+    return eachEntry(folder, [&](ViewEntry&& entry) {
         entry.path = folder.path.empty() ? entry.name : folder.path + "/" + entry.name;
         return take(std::move(entry));
-    };
-    eachEntry(folder, withPath, problem);
+    });
 }
 
 std::unique_ptr<ImageView> ImageView::Open(const PlainImage& image,
@@ -74,20 +72,20 @@ std::unique_ptr<ImageView> ImageView::Open(const PlainImage& image,
     view->volume_.guard = image.guard();
     if (!OpenImageFile(view->volume_, image.path(), Access::Read, messages))
         return nullptr;
-    std::string problem;
+    Reason problem;
     if (view->sizeBytes() != 0)
         problem = view->findTrees(partition, clock, messages, image.isTemporary());
-    if (problem.empty() && view->trees_.empty())
-        problem = view->whyEmpty(messages);
-    if (problem.empty())
+    if (!problem && view->trees_.empty())
+        problem = view->whyEmpty();
+    if (!problem)
         return view;
-    messages.showError(fmt::format("{}: {}", Printable(image.name()), problem));
+    messages.showError(Reason(Sentence::kNamedReason, Printable(image.name()), problem));
     return nullptr;
 }
 
-// Why the partition that was asked for cannot be shown; "" when it can.
-std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock,
-                                 Messages& messages, bool isExpanded) {
+// Why the partition that was asked for cannot be shown.
+Reason ImageView::findTrees(std::optional<unsigned> partition, const Clock& clock,
+                            Messages& messages, bool isExpanded) {
     iso_ = IsoReader::Open(*volume_.image);
     if (iso_)
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Iso, *volume_.image));
@@ -97,11 +95,10 @@ std::string ImageView::findTrees(std::optional<unsigned> partition, const Clock&
     std::vector<std::uint64_t> starts = {0, volume_.volumeOffset};
     for (const PartitionEntry& entry : partitions_)
         starts.push_back(entry.startSector);
-    std::string problem =
-        partition ? ChoosePartition(volume_, partitions_, *partition, messages.language())
-                  : std::string{};
-    if (!problem.empty())
-        return problem;
+    if (partition)
+        if (Reason problem = Reason::Plain(
+                ChoosePartition(volume_, partitions_, *partition, messages.language())))
+            return problem;
     if (volume_.isMounted || MountRequest(volume_)) {
         judgeChanges(isExpanded);
         trees_.push_back(MakeHfsTreeView(volume_, clock));
@@ -128,25 +125,21 @@ bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
 }
 
 // Why an image without a tree has none.
-std::string ImageView::whyEmpty(const Messages& messages) {
+Reason ImageView::whyEmpty() {
     if (volume_.image->error() != 0)
-        return fmt::format("It cannot be read: {}.", messages.words(volume_.image->failure()));
+        return Reason(Sentence::kItCannotBeReadAs, volume_.image->failure());
     if (sizeBytes() == 0)
-        return std::string(messages.text(kTextEmptyFile));
-    if (const Reason refusal = ImageRefusal(*volume_.image))
-        return messages.words(refusal);
+        return ToldText{kTextEmptyFile};
+    if (Reason refusal = ImageRefusal(*volume_.image))
+        return refusal;
     if (volume_.readOnlyReasons.has(ReadOnlyReason::CutImage))
-        return CutImageSentence();
+        return Reason::Plain(CutImageSentence());
     if (damagedVolume_)
-        return "It holds a Macintosh volume that is damaged and cannot be opened.";
+        return Sentence::kHoldsDamagedVolume;
     if (const auto form = FindDiscForm(*volume_.image);
         form && form->isRaw() && IsRawIso(*volume_.image, *form))
-        return fmt::format(
-            "It is a raw disc image with sectors of {} bytes, which cannot be "
-            "looked into; a plain one has {} bytes a sector.",
-            kRawSectorBytes, kIsoSectorBytes);
-    return "It holds no ISO 9660 tree and no Macintosh volume; it is no image, or is damaged or "
-           "cut short.";
+        return Reason(Sentence::kRawImageNotShown, kRawSectorBytes, kIsoSectorBytes);
+    return Sentence::kHoldsNoTree;
 }
 
 TreeView* ImageView::tree(TreeKind kind) const {

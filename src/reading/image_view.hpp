@@ -17,6 +17,7 @@
 #include "IO/recognition.hpp"
 #include "reading/plain_image.hpp"
 #include "support/messages.hpp"
+#include "support/result.hpp"
 #include "volume/catalog.hpp"
 #include "volume/volume_context.hpp"
 
@@ -72,7 +73,13 @@ struct TreeFacts {
 /// Gets an entry, which it may take; false when no more are wanted.
 using TakeEntry = std::function<bool(ViewEntry&& entry)>;
 
-/// One tree. Failures come as a sentence in `problem`, which is "" when all went well.
+/// What a path leads to.
+struct Lookup {
+    std::optional<ViewEntry> entry;  ///< nothing when there is no such entry
+    Reason problem;                  ///< what is damaged on the way, if anything
+};
+
+/// One tree.
 class TreeView {
   public:
     explicit TreeView(TreeFacts facts) : facts_(std::move(facts)) {}
@@ -83,22 +90,19 @@ class TreeView {
     [[nodiscard]] const TreeFacts& facts() const { return facts_; }
 
     /// The entry of a path with `/` between the names, compared as the tree compares names; the
-    /// root for an empty path. Nothing with an empty `problem` when there is no such entry.
-    [[nodiscard]] std::optional<ViewEntry> find(std::string_view path, std::string& problem);
+    /// root for an empty path.
+    [[nodiscard]] Lookup find(std::string_view path);
     /// Hands on the entries of a folder in the order of the tree, those before a damaged place too,
     /// until `take` returns false. An entry need not be kept: a folder may have more than memory.
-    void each(const ViewEntry& folder, const TakeEntry& take, std::string& problem);
-    /// The contents of a file, or its data fork. Nothing, with a sentence, when they cannot be
-    /// read. The image must outlive it.
-    [[nodiscard]] virtual std::unique_ptr<ByteSource> open(const ViewEntry& file,
-                                                           std::string& problem) = 0;
+    /// What is damaged, if anything.
+    [[nodiscard]] Reason each(const ViewEntry& folder, const TakeEntry& take);
+    /// The contents of a file, or its data fork. The image must outlive it.
+    [[nodiscard]] virtual Result<std::unique_ptr<ByteSource>> open(const ViewEntry& file) = 0;
 
   protected:
     /// The same without the paths of entries. `path` has no empty parts.
-    [[nodiscard]] virtual std::optional<ViewEntry> findEntry(std::string_view path,
-                                                             std::string& problem) = 0;
-    virtual void eachEntry(const ViewEntry& folder, const TakeEntry& take,
-                           std::string& problem) = 0;
+    [[nodiscard]] virtual Lookup findEntry(std::string_view path) = 0;
+    [[nodiscard]] virtual Reason eachEntry(const ViewEntry& folder, const TakeEntry& take) = 0;
 
   private:
     TreeFacts facts_;
@@ -123,7 +127,7 @@ class ImageView {
     [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
     /// The Macintosh volume, which the tree of kind `Hfs` shows.
     [[nodiscard]] VolumeContext& volume() { return volume_; }
-    /// Why nothing in the image can be changed, as a sentence; "" when it can be.
+    /// Why nothing in the image can be changed; none when it can be.
     [[nodiscard]] const Reason& imageRefusal() const { return imageRefusal_; }
     /// Why the Macintosh volume could not be changed, were the image opened for that.
     [[nodiscard]] const ReadOnlyReasons& changeReasons() const { return changeReasons_; }
@@ -132,11 +136,11 @@ class ImageView {
 
   private:
     ImageView() = default;
-    [[nodiscard]] std::string findTrees(std::optional<unsigned> partition, const Clock& clock,
-                                        Messages& messages, bool isExpanded);
+    [[nodiscard]] Reason findTrees(std::optional<unsigned> partition, const Clock& clock,
+                                   Messages& messages, bool isExpanded);
     void judgeChanges(bool isExpanded);
     [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
-    [[nodiscard]] std::string whyEmpty(const Messages& messages);
+    [[nodiscard]] Reason whyEmpty();
 
     VolumeContext volume_;
     std::optional<IsoReader> iso_;

@@ -83,13 +83,11 @@ class HfsTreeView final : public TreeView {
     HfsTreeView(VolumeContext& volume, const Clock& clock)
         : TreeView(FactsOf(volume, clock)), volume_(volume), clock_(clock), links_(volume, clock) {}
 
-    [[nodiscard]] std::unique_ptr<ByteSource> open(const ViewEntry& file,
-                                                   std::string& problem) override;
+    [[nodiscard]] Result<std::unique_ptr<ByteSource>> open(const ViewEntry& file) override;
 
   protected:
-    [[nodiscard]] std::optional<ViewEntry> findEntry(std::string_view path,
-                                                     std::string& problem) override;
-    void eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) override;
+    [[nodiscard]] Lookup findEntry(std::string_view path) override;
+    [[nodiscard]] Reason eachEntry(const ViewEntry& folder, const TakeEntry& take) override;
 
   private:
     [[nodiscard]] ViewEntry behindLink(CatalogItem item);
@@ -107,33 +105,39 @@ ViewEntry HfsTreeView::behindLink(CatalogItem item) {
     return entry;
 }
 
-std::unique_ptr<ByteSource> HfsTreeView::open(const ViewEntry& file, std::string& problem) {
-    return OpenFork(volume_, std::get<CatalogItem>(file.record), false, problem);
+Result<std::unique_ptr<ByteSource>> HfsTreeView::open(const ViewEntry& file) {
+    std::string problem;
+    auto fork = OpenFork(volume_, std::get<CatalogItem>(file.record), false, problem);
+    if (!fork)
+        return Failed(Reason::Plain(problem));
+    return fork;
 }
 
-std::optional<ViewEntry> HfsTreeView::findEntry(std::string_view path, std::string& problem) {
+Lookup HfsTreeView::findEntry(std::string_view path) {
     std::optional<CatalogItem> item;
-    problem = CatalogProblem(
+    Lookup found;
+    found.problem = Reason::Plain(CatalogProblem(
         FindPath(volume_, path, clock_, item),
-        path.empty() ? "at its root" : fmt::format("on the way to {}", Printable(path)));
-    if (!problem.empty() || !item)
-        return std::nullopt;
-    ViewEntry entry = behindLink(std::move(*item));
+        path.empty() ? "at its root" : fmt::format("on the way to {}", Printable(path))));
+    if (found.problem || !item)
+        return found;
+    found.entry = behindLink(std::move(*item));
     if (path.empty())
-        entry.name.clear();
-    return entry;
+        found.entry->name.clear();
+    return found;
 }
 
-void HfsTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
+Reason HfsTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take) {
     std::vector<CatalogItem> items;
     const auto id = static_cast<std::uint32_t>(folder.id);
-    problem = CatalogProblem(ListFolder(volume_, id, clock_, items),
-                             folder.path.empty()
-                                 ? "in the root folder"
-                                 : fmt::format("in the folder {}", Printable(folder.path)));
+    Reason problem = Reason::Plain(CatalogProblem(
+        ListFolder(volume_, id, clock_, items),
+        folder.path.empty() ? "in the root folder"
+                            : fmt::format("in the folder {}", Printable(folder.path))));
     for (CatalogItem& item : items)
         if (!take(behindLink(std::move(item))))
-            return;
+            break;
+    return problem;
 }
 
 }  // namespace

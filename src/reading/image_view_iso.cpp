@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "reading/image_view.hpp"
-#include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -61,49 +61,44 @@ class IsoTreeView final : public TreeView {
     IsoTreeView(IsoReader& reader, IsoTree tree, ByteSource& image)
         : TreeView(FactsOf(reader, tree)), reader_(reader), tree_(tree), image_(image) {}
 
-    [[nodiscard]] std::unique_ptr<ByteSource> open(const ViewEntry& file,
-                                                   std::string& problem) override;
+    [[nodiscard]] Result<std::unique_ptr<ByteSource>> open(const ViewEntry& file) override;
 
   protected:
-    [[nodiscard]] std::optional<ViewEntry> findEntry(std::string_view path,
-                                                     std::string& problem) override;
-    void eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) override;
+    [[nodiscard]] Lookup findEntry(std::string_view path) override;
+    [[nodiscard]] Reason eachEntry(const ViewEntry& folder, const TakeEntry& take) override;
 
   private:
-    void eachRecord(const IsoEntry& folder, const std::function<bool(IsoEntry&&)>& take,
-                    std::string& problem);
-    [[nodiscard]] Forks forksIn(const IsoEntry& folder, std::string& problem);
+    [[nodiscard]] Reason eachRecord(const IsoEntry& folder,
+                                    const std::function<bool(IsoEntry&&)>& take);
+    [[nodiscard]] Forks forksIn(const IsoEntry& folder);
 
     IsoReader& reader_;
     IsoTree tree_;
     ByteSource& image_;
 };
 
-std::unique_ptr<ByteSource> IsoTreeView::open(const ViewEntry& file, std::string& problem) {
-    problem.clear();
+Result<std::unique_ptr<ByteSource>> IsoTreeView::open(const ViewEntry& file) {
     const auto& record = std::get<IsoEntry>(file.record);
-    if (!record.interleaved)
-        return std::make_unique<IsoFileSource>(image_, record);
-    problem = "It is interleaved, that is, written with gaps, and cannot be read.";
-    return nullptr;
+    if (record.interleaved)
+        return Failed(Sentence::kIsInterleaved);
+    return std::make_unique<IsoFileSource>(image_, record);
 }
 
-std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::string& problem) {
-    problem.clear();
+Lookup IsoTreeView::findEntry(std::string_view path) {
     const auto looked = reader_.find(tree_, path);
     if (!looked)
-        problem = looked.error().words(Language::English);
-    const std::optional<IsoEntry> found = looked.value_or(std::nullopt);
+        return {std::nullopt, looked.error()};
+    const std::optional<IsoEntry>& found = *looked;
     if (!found)
-        return std::nullopt;
+        return {};
     if (found->isFolder || path.empty())
-        return EntryOf(*found);
+        return {EntryOf(*found), {}};
     // In its folder stands also what is associated with it.
     const std::size_t slash = path.rfind('/');
     const auto folder =
         reader_.find(tree_, path.substr(0, slash == std::string_view::npos ? 0 : slash));
     if (!folder || !*folder)
-        return EntryOf(*found);
+        return {EntryOf(*found), {}};
     std::optional<ViewEntry> same;
     const auto isSame = [&](ViewEntry&& entry) {
         const auto& record = std::get<IsoEntry>(entry.record);
@@ -111,24 +106,23 @@ std::optional<ViewEntry> IsoTreeView::findEntry(std::string_view path, std::stri
             same = std::move(entry);
         return !same;
     };
-    eachEntry(EntryOf(**folder), isSame, problem);
-    return same ? std::move(same) : EntryOf(*found);
+    Reason problem = eachEntry(EntryOf(**folder), isSame);
+    return {same ? std::move(same) : EntryOf(*found), std::move(problem)};
 }
 
-void IsoTreeView::eachRecord(const IsoEntry& folder, const std::function<bool(IsoEntry&&)>& take,
-                             std::string& problem) {
+Reason IsoTreeView::eachRecord(const IsoEntry& folder,
+                               const std::function<bool(IsoEntry&&)>& take) {
     IsoDirectory directory = reader_.open(tree_, folder);
     IsoEntry record;
-    problem.clear();
     while (directory.next(record) == IsoDirectory::Step::Entry)
         if (!take(std::move(record)))
-            return;
-    problem = directory.problem().words(Language::English);
+            return {};
+    return directory.problem();
 }
 
 // The forks that stand as records of their own. Few folders have any, and only those are read once
 // more for the files that the forks belong to.
-Forks IsoTreeView::forksIn(const IsoEntry& folder, std::string& problem) {
+Forks IsoTreeView::forksIn(const IsoEntry& folder) {
     Forks forks;
     const auto noteFork = [&](IsoEntry&& record) {
         if (record.associated)
@@ -142,16 +136,17 @@ Forks IsoTreeView::forksIn(const IsoEntry& folder, std::string& problem) {
             fork->second.hasFile = true;
         return true;
     };
-    eachRecord(folder, noteFork, problem);
+    // The walk that shows the entries meets the same damage, and says so.
+    (void)eachRecord(folder, noteFork);
     if (!forks.empty())
-        eachRecord(folder, noteFile, problem);
+        (void)eachRecord(folder, noteFile);
     return forks;
 }
 
 // A file and its resource fork have the same name; they are shown as one.
-void IsoTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take, std::string& problem) {
+Reason IsoTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take) {
     const auto& place = std::get<IsoEntry>(folder.record);
-    const Forks forks = forksIn(place, problem);
+    const Forks forks = forksIn(place);
     const auto show = [&](IsoEntry&& record) {
         const auto fork = forks.empty() ? forks.end() : forks.find(record.fullName);
         if (fork == forks.end())
@@ -164,7 +159,7 @@ void IsoTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take, std:
             entry.resourceBytes = fork->second.sizeBytes;
         return take(std::move(entry));
     };
-    eachRecord(place, show, problem);
+    return eachRecord(place, show);
 }
 
 }  // namespace

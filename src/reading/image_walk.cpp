@@ -30,16 +30,14 @@ bool TreeWalker::walkFolder(const ViewEntry& folder, std::size_t level, WalkGuar
         goesOn = walkEntry(entry, level, guard);
         return goesOn;
     };
-    std::string sentence;
-    tree_->each(folder, take, sentence);
-    if (!sentence.empty())
-        problem(sentence);
+    if (const Reason damage = tree_->each(folder, take))
+        problem(damage);
     return goesOn;
 }
 
 bool TreeWalker::walkEntry(const ViewEntry& entry, std::size_t level, WalkGuard& guard) {
     if (const Reason end = guard.refuseEntry()) {
-        problem(end.words(Language::English));
+        problem(end);
         return false;
     }
     const Next next = visit(entry, level);
@@ -60,7 +58,7 @@ bool TreeWalker::mayEnter(const ViewEntry& folder, std::size_t level, WalkGuard&
         if (!refusal)
             refusal = guard.refuseBytes(extent.offset, extent.sizeBytes, folder.path);
     if (refusal)
-        problem(refusal.words(Language::English));
+        problem(refusal);
     return refusal.isNone();
 }
 

@@ -34,7 +34,7 @@ class TreeWalker {
     /// After what is in a folder that was entered.
     virtual void leave(const ViewEntry& /*folder*/) {}
     /// Something of the tree cannot be read; the walk goes on.
-    virtual void problem(const std::string& sentence) = 0;
+    virtual void problem(const Reason& reason) = 0;
 
   private:
     [[nodiscard]] bool walkFolder(const ViewEntry& folder, std::size_t level, WalkGuard& guard);

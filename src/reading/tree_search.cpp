@@ -10,17 +10,15 @@ namespace vellmark {
 
 namespace {
 
-// Adds what one tree has to what the others have. False after a sentence about damage.
-bool AddFrom(TreeView& tree, const std::string& path, FoundEntries& found, Messages& messages) {
-    std::string problem;
-    std::optional<ViewEntry> entry = tree.find(path, problem);
-    if (entry)
-        found.entries.push_back({&tree, std::move(*entry)});
-    if (problem.empty())
-        return true;
-    messages.showMessage(problem);
+// Adds what one tree has to what the others have.
+void AddFrom(TreeView& tree, const std::string& path, FoundEntries& found, Messages& messages) {
+    Lookup looked = tree.find(path);
+    if (looked.entry)
+        found.entries.push_back({&tree, std::move(*looked.entry)});
+    if (!looked.problem)
+        return;
+    messages.showMessage(looked.problem);
     found.hasFailed = true;
-    return false;
 }
 
 void TellMissing(const std::string& path, FoundEntries& found, Messages& messages) {
@@ -41,9 +39,9 @@ class Counter final : public TreeWalker {
         ++(entry.isFolder ? folders : files);
         return Next::GoOn;
     }
-    void problem(const std::string& sentence) override {
+    void problem(const Reason& reason) override {
         foundDamage = true;
-        messages_.showMessage(sentence);
+        messages_.showMessage(reason);
     }
 
   private:
@@ -56,7 +54,7 @@ FoundEntries FindInTrees(std::span<TreeView* const> trees, const std::string& pa
                          Messages& messages) {
     FoundEntries found;
     for (TreeView* tree : trees)
-        (void)AddFrom(*tree, path, found, messages);
+        AddFrom(*tree, path, found, messages);
     if (found.entries.empty() && !found.hasFailed)
         TellMissing(path, found, messages);
     return found;
@@ -69,7 +67,7 @@ FoundEntries FindInBestTree(std::span<TreeView* const> trees, const std::string&
     for (const TreeKind kind : kPreference)
         for (TreeView* tree : trees)
             if (tree->facts().kind == kind && found.entries.empty())
-                (void)AddFrom(*tree, path, found, messages);
+                AddFrom(*tree, path, found, messages);
     if (found.entries.empty())
         TellMissing(path, found, messages);
     return found;
@@ -85,11 +83,10 @@ WholeFacts WholeFactsOf(const ImageView& view, TreeView& tree, Messages& message
     }
     if (facts.fileCount)
         return whole;
-    std::string problem;
-    const std::optional<ViewEntry> root = tree.find({}, problem);
+    const Lookup root = tree.find({});
     Counter counter(messages);
-    if (root)
-        (void)counter.walk(tree, *root);
+    if (root.entry)
+        (void)counter.walk(tree, *root.entry);
     facts.fileCount = counter.files;
     facts.folderCount = counter.folders;
     whole.isDamaged = whole.isDamaged || counter.foundDamage;

@@ -73,6 +73,17 @@ class Case(unittest.TestCase):
                                  f"{result.stderr.decode(errors='replace')}")
         return Path(image)
 
+    def stop(self, number, arguments, is_writing, **changes):
+        """Runs the program and sends it a signal once `is_writing(process)`; (status, errors)."""
+        with subprocess.Popen([VELLMARK, *map(os.fspath, arguments)], env=environment(**changes),
+                              stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE) as process:
+            while process.poll() is None and not is_writing(process):
+                time.sleep(0.002)
+            process.send_signal(number)
+            said = process.communicate(timeout=30)[1]
+        return process.returncode, said
+
     def assert_same_tree(self, expected, got):
         """Two dictionaries of path and bytes; the message names paths, never contents."""
         self.assertEqual(([], []), (sorted(expected.keys() - got.keys()),

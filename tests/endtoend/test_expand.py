@@ -5,7 +5,6 @@ import resource
 import shutil
 import signal
 import subprocess
-import time
 import unittest
 
 import disk_images
@@ -157,31 +156,21 @@ class Expand(Case):
                        signal.SIGKILL):
             for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):
                 with self.subTest(signal=number, verb=verb[0]):
-                    self._stop(number, verb)
+                    status, said = self.stop(number, verb, self._is_writing,
+                                             TMPDIR=str(self.scratch))
+                    killed = number == signal.SIGKILL
+                    self.assertEqual(-number if killed else FAILED, status, said)
+                    self.assertIn(b"" if killed else b"Stopped as you wished", said)
                     left = os.listdir(self.scratch)
                     shutil.rmtree(self.scratch)
                     self.scratch.mkdir()
-                    if number != signal.SIGKILL or verb[0] == "ls":
+                    if not killed or verb[0] == "ls":
                         self.assertEqual([], left)
 
-    def _stop(self, number, verb):
-        with subprocess.Popen([VELLMARK, *verb], env=environment(TMPDIR=str(self.scratch)),
-                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE) as process:
-            while process.poll() is None and not self._is_writing(process.pid):
-                time.sleep(0.002)
-            process.send_signal(number)
-            _, said = process.communicate(timeout=30)
-        if number == signal.SIGKILL:
-            self.assertEqual(-number, process.returncode)
-        else:
-            self.assertEqual(FAILED, process.returncode, said)
-            self.assertIn(b"Stopped as you wished", said)
-
-    def _is_writing(self, pid):
+    def _is_writing(self, process):
         try:
-            for name in os.listdir(f"/proc/{pid}/fd"):
-                path = f"/proc/{pid}/fd/{name}"
+            for name in os.listdir(f"/proc/{process.pid}/fd"):
+                path = f"/proc/{process.pid}/fd/{name}"
                 if str(self.scratch) in os.readlink(path) and os.stat(path).st_size > 1 << 20:
                     return True
         except FileNotFoundError:

@@ -6,7 +6,6 @@ import resource
 import shutil
 import signal
 import subprocess
-import time
 import unittest
 
 from images import KINDS
@@ -122,30 +121,22 @@ class Stopping(Failures):
                 # In a directory of its own, so that what it keeps there is seen too.
                 scratch = self.here / f"tmp{int(number)}"
                 scratch.mkdir()
-                with subprocess.Popen(
-                        [VELLMARK, "make", self.source, "-o", self.image, "--force"],
-                        env=environment(TMPDIR=str(scratch)), stderr=subprocess.PIPE,
-                        stdin=subprocess.DEVNULL) as process:
-                    self._wait_for_the_copy(process)
-                    process.send_signal(number)
-                    _, said = process.communicate(timeout=30)
-                self.assertEqual(FAILED, process.returncode, said)
+                status, said = self.stop(
+                    number, ["make", self.source, "-o", self.image, "--force"],
+                    self._is_copying, TMPDIR=str(scratch))
+                self.assertEqual(FAILED, status, said)
                 self.assertIn(b"abort", said.lower())
                 self.assertEqual(["disc.iso"], self.left())
                 self.assertEqual(b"old", self.image.read_bytes())
                 self.assertEqual([], os.listdir(scratch))
 
-    def _wait_for_the_copy(self, process):
+    def _is_copying(self, _):
         # The new image is under way when it has grown past its tables.
-        while process.poll() is None:
-            for name in os.listdir(self.target):
-                try:
-                    if name != "disc.iso" and (self.target / name).stat().st_size > 8 * MEGABYTE:
-                        return
-                except FileNotFoundError:
-                    pass
-            time.sleep(0.002)
-        self.fail("the build ended before it could be stopped")
+        try:
+            return any(name != "disc.iso" and (self.target / name).stat().st_size > 8 * MEGABYTE
+                       for name in os.listdir(self.target))
+        except FileNotFoundError:
+            return False
 
     def tearDown(self):
         shutil.rmtree(self.here)

@@ -182,13 +182,6 @@ class InIsoPlus(Forks):
             moment = DISK_DATE if source.coding == "plain" else source.gmt_date - MAC_EPOCH
             self.assertEqual(moment, iso_moment(entries[source.pc_name].date), source.pc_name)
 
-    def test_data_follows_its_resource_fork(self):
-        """Catches forks in the other order."""
-        data, rsrc = self.entries("iso", False), self.entries("iso", True)
-        for name, entry in rsrc.items():
-            if data[name].size:
-                self.assertEqual(data[name].extent, entry.extent + -(-entry.size // 2048), name)
-
     def test_other_programs(self):
         """Catches forks that xorriso and isoinfo do not find."""
         files = judges.xorriso(self.image.path, self.work / "x", "joliet")[0]

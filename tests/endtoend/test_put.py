@@ -106,39 +106,6 @@ class Put(Case):
                         date}
                     self.assertIn(int(place.stat().st_mtime), known)
 
-    def test_containers_go_in_and_out(self):
-        """Catches a form that loses something on its way through a volume."""
-        date = 3_000_000_000
-        sent = mac_binary("Fünf".encode("mac_roman"), b"APPLtest", 0x2100, b"data" * 100,
-                          b"no real fork", (date, date))
-        for kind, (original, _) in self.images.items():
-            image = self.work / f"forms {kind}.img"
-            shutil.copy(original, image)
-            for mode in ("macbinary", "applesingle", "appledouble"):
-                with self.subTest(kind=kind, mode=mode):
-                    first, second = self.work / f"1 {kind} {mode}", self.work / f"2 {kind} {mode}"
-                    first.mkdir()
-                    (self.work / "sent.bin").write_bytes(sent)
-                    for source, target in ((self.work / "sent.bin", first),
-                                           (first / "Fünf", second)):
-                        target.mkdir(exist_ok=True)
-                        put = self.vellmark("put", image, source, "--force")
-                        self.assertEqual((put.returncode, put.stderr), (DONE, b""))
-                        got = self.vellmark("get", image, "Fünf", "--mode", mode, "-o", target)
-                        self.assertEqual((got.returncode, got.stderr), (DONE, b""))
-                    if mode == "macbinary":
-                        self.assertEqual((first / "Fünf").read_bytes(),
-                                         sent + bytes(-len(sent) % 128))
-                    # Dates of the other forms are those of the PC file.
-                    for name in os.listdir(first):
-                        ours, theirs = ((folder / name).read_bytes() for folder in (first, second))
-                        start = {"applesingle": 74, "appledouble": 62}.get(mode, 0)
-                        if name.startswith("._") or mode == "applesingle":
-                            ours = ours[:start] + ours[start + 16:]
-                            theirs = theirs[:start] + theirs[start + 16:]
-                        self.assertEqual(ours, theirs, name)
-
-
     @unittest.skipUnless(shutil.which("macunpack") and shutil.which("binhex"), "needs macutils")
     def test_macutils(self):
         """Catches a MacBinary file that others take apart wrongly, and a BinHex of theirs misread."""

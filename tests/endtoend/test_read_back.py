@@ -7,7 +7,6 @@ import random
 import re
 import unittest
 from pathlib import Path
-from unicodedata import normalize
 
 import judges
 from images import BLOCK, KINDS, Image
@@ -220,17 +219,6 @@ class ReadBack(Case):
             self.assertEqual((*type_of(source), 0, source.mac_local, INVISIBLE if source.hidden else 0),
                              (got.type, got.creator, got.rsrc_size, got.modified,
                               got.finder_flags), path)
-
-    @on_images("plus")
-    def test_hfs_plus_by_7zz(self, view, image, out):
-        """Catches a catalog or a fork that 7zz reads otherwise."""
-        files, _, folders = judges.seven_zip(image.path, out, "hfs")
-        # Its versions differ in whether they give the composed form of letters with marks.
-        def composed(contents):
-            return {tuple(normalize("NFC", part).replace("/", "_") for part in path): content
-                    for path, content in contents.items()}
-        self.assert_same_tree(composed(self.contents(view)), composed(files))
-        self.assertEqual(len(self.tree.folders), len(folders))
 
     @on_images("plus")
     def test_hfs_plus_by_sleuthkit(self, view, image, _):

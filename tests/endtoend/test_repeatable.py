@@ -38,5 +38,6 @@ class Repeatable(Case):
                                    *kind.options)
                 self.assertTrue(first.read_bytes() == second.read_bytes())
 
+
 if __name__ == "__main__":
     unittest.main()

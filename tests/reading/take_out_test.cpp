@@ -22,11 +22,10 @@ class TakeOutTest : public test::ReadingTest {
         const auto image = PlainImage::Choose("disc.iso", Access::Read, ports);
         const auto view = ImageView::Open(*image, std::nullopt, clock_, messages);
         TreeView* chosen = view->tree(tree == "hfs" ? TreeKind::Hfs : TreeKind::Joliet);
-        return TakeOut(*view, std::span(&chosen, 1),
-                       {.paths = std::move(paths),
-                        .target = target,
-                        .intoFolder = fs::is_directory(target)},
-                       {}, ports, nullptr);
+        return TakeOut(
+            *view, std::span(&chosen, 1),
+            {.paths = std::move(paths), .target = target, .intoFolder = fs::is_directory(target)},
+            {}, ports, nullptr);
     }
 };
 

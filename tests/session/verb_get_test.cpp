@@ -61,25 +61,24 @@ TEST_F(GetTest, WhatCannotBeDoneIsSaid) {
         std::vector<std::string> arguments;
         int status;
         const char* words;
-    } cases[] = {
-        {{"empty", "Read Me.txt", "-o", "missing"}, 1, "There is no folder missing."},
-        {{"empty", "-o", "missing/"}, 1, "There is no folder missing/."},
-        {{"empty", "Read Me.txt", "-o", "disc.iso"}, 1, "There is no folder disc.iso."},
-        {{"no such", "-o", "out"}, 1, "has no no such."},
-        {{}, 2, "PATH"},
-        {{"", "-o", "none"}, 2, "the whole tree is called /"},
-        {{"Sub Folder", "-o", "-"}, 1, "Sub Folder is a folder"},
-        {{"Sub Folder", "-o", "out"}, 3, "skipped Sub Folder/Deep"},
-        {{"Sub Folder/large.bin", "-o", "out/Sub Folder"}, 1, "exists already; --force"},
-        {{"empty", "-o", "out", "--force"}, 1, "skipped empty"},
-        {{"Read Me.txt", "-o", "out", "--force"}, 1, "pipe"},
-        {{"disc.iso", "--force"}, 1, "is the image itself"},
-        {{"a/same.txt", "b/same.txt", "-o", "out", "-f"}, 1, "skipped b/same.txt"},
-        {{"Read Me.txt", "--mode", "macbinary", "--as", "joliet"}, 2, "Joliet tree"},
-        {{"Read Me.txt", "--naming", "append", "--as", "iso"}, 2, "--naming append"},
-        {{"Read Me.txt", "--mode", "appledouble", "-o", "-"}, 2, "two files"},
-        {{"Read Me.txt", "--naming", "ask"}, 2, "needs a terminal"},
-        {{"Read Me.txt", "--mode", "resource"}, 1, "has no resource fork"}};
+    } cases[] = {{{"empty", "Read Me.txt", "-o", "missing"}, 1, "There is no folder missing."},
+                 {{"empty", "-o", "missing/"}, 1, "There is no folder missing/."},
+                 {{"empty", "Read Me.txt", "-o", "disc.iso"}, 1, "There is no folder disc.iso."},
+                 {{"no such", "-o", "out"}, 1, "has no no such."},
+                 {{}, 2, "PATH"},
+                 {{"", "-o", "none"}, 2, "the whole tree is called /"},
+                 {{"Sub Folder", "-o", "-"}, 1, "Sub Folder is a folder"},
+                 {{"Sub Folder", "-o", "out"}, 3, "skipped Sub Folder/Deep"},
+                 {{"Sub Folder/large.bin", "-o", "out/Sub Folder"}, 1, "exists already; --force"},
+                 {{"empty", "-o", "out", "--force"}, 1, "skipped empty"},
+                 {{"Read Me.txt", "-o", "out", "--force"}, 1, "pipe"},
+                 {{"disc.iso", "--force"}, 1, "is the image itself"},
+                 {{"a/same.txt", "b/same.txt", "-o", "out", "-f"}, 1, "skipped b/same.txt"},
+                 {{"Read Me.txt", "--mode", "macbinary", "--as", "joliet"}, 2, "Joliet tree"},
+                 {{"Read Me.txt", "--naming", "append", "--as", "iso"}, 2, "--naming append"},
+                 {{"Read Me.txt", "--mode", "appledouble", "-o", "-"}, 2, "two files"},
+                 {{"Read Me.txt", "--naming", "ask"}, 2, "needs a terminal"},
+                 {{"Read Me.txt", "--mode", "resource"}, 1, "has no resource fork"}};
     for (const auto& c : cases)
         expect(c.arguments, c.status, c.words);
     EXPECT_EQ(Bytes("out/Sub Folder/large.bin"), "mine");

@@ -11,6 +11,7 @@
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -35,17 +36,16 @@ bool ViewRun::open(const ViewOptions& options) {
             trees.push_back(tree.get());
     }
     if (view->hasDamagedVolume() && (options.as.empty() || options.as == "hfs"))
-        problem(fmt::format("{}: The Macintosh volume is damaged and cannot be opened.",
-                            Printable(options.image)));
+        problem(Reason(Sentence::kVolumeIsDamaged, Printable(options.image)));
     else if (trees.empty())
-        terminal.messages.showMessage(fmt::format("{} has no {} tree; it has: {}.",
-                                                  Printable(options.image), options.as, present));
+        terminal.messages.showMessage(
+            Reason(Sentence::kHasNoSuchTree, Printable(options.image), options.as, present));
     return !trees.empty();
 }
 
-void ViewRun::problem(std::string_view sentence) {
+void ViewRun::problem(const Reason& reason) {
     failed = true;
-    terminal.messages.showMessage(sentence);
+    terminal.messages.showMessage(reason);
 }
 
 bool ViewRun::put(std::string_view text) {

@@ -37,7 +37,7 @@ struct ViewRun {
     /// the way, a message says so and the run fails.
     [[nodiscard]] std::vector<FoundEntry> find(const std::string& path);
     /// A sentence about something damaged: the run goes on and fails at its end.
-    void problem(std::string_view sentence);
+    void problem(const Reason& reason);
     /// Writes a part of the result. False when nobody reads it any more or it cannot be written.
     [[nodiscard]] bool put(std::string_view text);
     /// Writes a value as JSON (session/json_text.hpp).

@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <memory>
 
 #include "reading/plain_image.hpp"
@@ -8,6 +6,7 @@
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -23,11 +22,11 @@ struct ExpandVerbOptions {
     bool quiet = false;
 };
 
-std::string DoneSentence(const ExpandVerbOptions& options, const ExpandResult& result) {
-    return fmt::format("{}: plain image, {} bytes{}\n", Printable(options.target), result.sizeBytes,
-                       result.checksumsCompared > 0
-                           ? fmt::format(", {} checksums agree", result.checksumsCompared)
-                           : "");
+Reason DoneSentence(const ExpandVerbOptions& options, const ExpandResult& result) {
+    const Reason checksums = result.checksumsCompared > 0
+                                 ? Reason(Sentence::kExpandChecksums, result.checksumsCompared)
+                                 : Reason();
+    return Reason(Sentence::kExpandDone, Printable(options.target), result.sizeBytes, checksums);
 }
 
 int Expand(const ExpandVerbOptions& options, CommandContext& context) {
@@ -52,7 +51,7 @@ int Expand(const ExpandVerbOptions& options, CommandContext& context) {
                : result.isIncomplete           ? kExitSkipped
                                                : kExitDone;
     if (!options.quiet)
-        context.output << DoneSentence(options, result);
+        context.output << messages.words(DoneSentence(options, result)) << '\n';
     return result.isIncomplete ? kExitSkipped : kExitDone;
 }
 

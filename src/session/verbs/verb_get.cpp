@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -12,6 +10,7 @@
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -94,7 +93,7 @@ std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
     const bool isFolder = PcFactsOf(options.target).kind == PcKind::Folder;
     if (isFolder || (options.paths.size() == 1 && !options.target.ends_with('/')))
         return isFolder;
-    run.problem(fmt::format("There is no folder {}.", Printable(options.target)));
+    run.problem(Reason(Sentence::kThereIsNoFolder, Printable(options.target)));
     return std::nullopt;
 }
 
@@ -106,27 +105,24 @@ std::string MacintoshOption(const GetOptions& options) {
                                                                  : "--naming " + options.naming;
 }
 
-// What is wrong with options that do not go together; empty for nothing.
-std::string Contradiction(const GetOptions& options, const CommandContext& context) {
+// What is wrong with options that do not go together.
+Reason Contradiction(const GetOptions& options, const CommandContext& context) {
     // What a shell makes of a variable that is not set would be the whole tree.
     if (std::find(options.paths.begin(), options.paths.end(), "") != options.paths.end())
-        return "A PATH is empty; the whole tree is called /.";
+        return Sentence::kGetPathIsEmpty;
     if (options.mode == "appledouble" && options.toOutput())
-        return "--mode appledouble makes two files, which cannot go to the standard output.";
+        return Sentence::kGetTwoFiles;
     if (options.naming == "ask" && !context.asks)
-        return "--naming ask needs a terminal on which the names can be asked for.";
+        return Sentence::kGetNamingAsk;
     const std::string option = MacintoshOption(options);
-    return !option.empty() && !options.view.as.empty() && options.view.as != "hfs"
-               ? fmt::format(
-                     "{} is for files of a Macintosh volume, not of an ISO 9660 or Joliet "
-                     "tree.",
-                     option)
-               : std::string{};
+    if (option.empty() || options.view.as.empty() || options.view.as == "hfs")
+        return {};
+    return Reason(Sentence::kGetNotOfThatTree, option);
 }
 
 int Get(const GetOptions& options, CommandContext& context) {
-    if (const std::string sentence = Contradiction(options, context); !sentence.empty())
-        return UsageError(context, "get", sentence);
+    if (const Reason reason = Contradiction(options, context))
+        return UsageError(context, "get", reason);
     const StopSignals signals;
     ViewRun run(context, options.quiet);
     const std::optional<bool> intoFolder = IsIntoFolder(run, options);
@@ -134,9 +130,9 @@ int Get(const GetOptions& options, CommandContext& context) {
         return kExitFailed;
     if (const std::string option = MacintoshOption(options); !option.empty()) {
         if (run.view->tree(TreeKind::Hfs) == nullptr)
-            return UsageError(context, "get",
-                              fmt::format("{} is for files of a Macintosh volume, and {} has none.",
-                                          option, Printable(options.view.image)));
+            return UsageError(
+                context, "get",
+                Reason(Sentence::kGetNoVolume, option, Printable(options.view.image)));
         run.trees = {run.view->tree(TreeKind::Hfs)};
     }
     // Looking for the table of the user is for names alone that need it.
@@ -155,7 +151,7 @@ int Get(const GetOptions& options, CommandContext& context) {
     run.failed = run.failed || outcome.hasFailed;
     run.leftOut = outcome.hasLeftOut;
     if (StopSignals::requested())
-        run.problem("Stopped as you wished; what was written before stays.");
+        run.problem(Sentence::kStoppedWrittenStays);
     return run.exitStatus();
 }
 

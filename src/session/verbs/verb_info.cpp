@@ -8,6 +8,7 @@
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/partition_choice.hpp"
 
 namespace vellmark {
@@ -25,10 +26,10 @@ TreeFacts FactsOf(ViewRun& run, TreeView& tree) {
     return std::move(whole.facts);
 }
 
-// Why the Macintosh volume cannot be changed, in sentences; "" when it can.
-std::string RefusalOf(const ImageView& view) {
-    return view.imageRefusal() ? view.imageRefusal().words(Language::English)
-                               : ChangeRefusal(view.changeReasons());
+// Why the Macintosh volume cannot be changed; none when it can be.
+Reason RefusalOf(const ImageView& view) {
+    return view.imageRefusal() ? view.imageRefusal()
+                               : Reason::Plain(ChangeRefusal(view.changeReasons()));
 }
 
 nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
@@ -69,38 +70,46 @@ void PutJson(ViewRun& run, const std::string& image) {
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
     for (TreeView* tree : run.trees)
-        json["trees"].push_back(TreeInfo(FactsOf(run, *tree), RefusalOf(*run.view)));
+        json["trees"].push_back(
+            TreeInfo(FactsOf(run, *tree), run.terminal.messages.words(RefusalOf(*run.view))));
     run.putJson(json);
 }
 
 void PutTree(ViewRun& run, const TreeFacts& facts) {
+    const Messages& messages = run.terminal.messages;
     const auto line = [&](std::string_view key, std::string_view value) {
         (void)run.put(fmt::format("  {:<12} {}\n", key, value));
     };
+    const auto named = [&](Sentence key, const Reason& value) {
+        line(messages.words(key), messages.words(value));
+    };
     (void)run.put(fmt::format("\n{}\n", TreeHeading(facts)));
-    line("size", fmt::format("{} bytes, {} blocks of {}", facts.sizeBytes(), facts.blockCount,
-                             facts.blockSize));
+    named(Sentence::kInfoSize,
+          Reason(Sentence::kInfoSizeText, facts.sizeBytes(), facts.blockCount, facts.blockSize));
     if (facts.freeBlocks)
-        line("free", fmt::format("{} bytes", *facts.freeBlocks * facts.blockSize));
-    line("files", fmt::format("{}", *facts.fileCount));
-    line("folders", fmt::format("{}", *facts.folderCount));
-    line("created", DateText(facts.created));
-    line("modified", DateText(facts.modified));
+        named(Sentence::kInfoFree,
+              Reason(Sentence::kInfoFreeText, *facts.freeBlocks * facts.blockSize));
+    named(Sentence::kInfoFiles, Reason(Sentence::kOnlyOperand, *facts.fileCount));
+    named(Sentence::kInfoFolders, Reason(Sentence::kOnlyOperand, *facts.folderCount));
+    named(Sentence::kInfoCreated, Reason::Plain(DateText(facts.created)));
+    named(Sentence::kInfoModified, Reason::Plain(DateText(facts.modified)));
     for (const auto& [key, text] : facts.texts)
         line(key, Printable(text));
     if (facts.kind == TreeKind::Hfs) {
-        const std::string refusal = RefusalOf(*run.view);
-        line("changes", refusal.empty() ? "possible" : refusal);
+        const Reason refusal = RefusalOf(*run.view);
+        named(Sentence::kInfoChanges, refusal ? refusal : Reason(Sentence::kInfoPossible));
     }
 }
 
 void PutText(ViewRun& run, const std::string& image) {
-    (void)run.put(fmt::format("{}: {} bytes\n", Printable(image), run.view->sizeBytes()));
+    const Messages& messages = run.terminal.messages;
+    const auto line = [&](const Reason& reason) { (void)run.put(messages.words(reason) + '\n'); };
+    line(Reason(Sentence::kInfoBytes, Printable(image), run.view->sizeBytes()));
     unsigned number = 0;
     for (const PartitionEntry& partition : run.view->partitions())
-        (void)run.put(fmt::format("partition {}: sector {}, {} sectors\n",
-                                  PartitionLine(++number, partition, run.context.language),
-                                  partition.startSector, partition.sectorCount));
+        line(Reason(Sentence::kInfoPartition,
+                    PartitionLine(++number, partition, run.context.language), partition.startSector,
+                    partition.sectorCount));
     for (TreeView* tree : run.trees)
         PutTree(run, FactsOf(run, *tree));
 }

@@ -6,6 +6,7 @@
 #include "session/user_options.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -19,16 +20,16 @@ struct JoinOptions {
     bool quiet = false;
 };
 
-std::string_view FormWords(HybridForm form) {
+Operand FormWords(HybridForm form) {
     switch (form) {
         case HybridForm::Plain:
             break;
         case HybridForm::Repacked:
-            return ", no longer raw";
+            return Sentence::kJoinNoLongerRaw;
         case HybridForm::Raw:
-            return ", raw";
+            return Sentence::kJoinRaw;
         case HybridForm::VideoCd:
-            return ", Video CD";
+            return Sentence::kJoinVideoCd;
     }
     return "";
 }
@@ -46,13 +47,15 @@ int Join(const JoinOptions& options, CommandContext& context) {
     terminal.progress.clear();
     if (outcome.result != HybridationResult::Done) {
         if (outcome.needsForce && !context.asks)
-            terminal.messages.showMessage("Nothing was changed; --force joins it all the same.");
+            terminal.messages.showMessage(Reason(Sentence::kJoinWithForce));
         return kExitFailed;
     }
     if (!options.quiet)
-        context.output << Printable(options.disc) << ": ISO 9660 + "
-                       << (outcome.isHfsPlus ? "HFS+" : "HFS") << FormWords(outcome.form) << ", "
-                       << outcome.sizeBytes << " bytes\n";
+        context.output << terminal.messages.words(
+                              Reason(Sentence::kJoinDone, Printable(options.disc),
+                                     outcome.isHfsPlus ? "HFS+" : "HFS", FormWords(outcome.form),
+                                     outcome.sizeBytes))
+                       << '\n';
     return kExitDone;
 }
 

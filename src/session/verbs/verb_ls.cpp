@@ -36,9 +36,9 @@ class Lister final : public TreeWalker {
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t) override {
         return take_(entry) ? Next::GoOn : Next::Stop;
     }
-    void problem(const std::string& sentence) override {
+    void problem(const Reason& reason) override {
         if (tells_)
-            run_.problem(sentence);
+            run_.problem(reason);
     }
 
   private:
@@ -59,11 +59,10 @@ void EachListed(ViewRun& run, const FoundEntry& found, bool recursive, bool tell
         (void)Lister(run, take, tells).walk(*found.tree, found.entry);
         return;
     }
-    std::string sentence;
-    found.tree->each(
-        found.entry, [&](ViewEntry&& entry) { return take(entry); }, sentence);
-    if (tells && !sentence.empty())
-        run.problem(sentence);
+    const Reason damage =
+        found.tree->each(found.entry, [&](ViewEntry&& entry) { return take(entry); });
+    if (tells && damage)
+        run.problem(damage);
 }
 
 nlohmann::ordered_json LettersJson(const std::string& letters) {

@@ -5,6 +5,7 @@
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -15,20 +16,18 @@ struct SplitOptions {
     bool quiet = false;
 };
 
-std::string_view Words(PartitionKept kept) {
+Sentence Words(PartitionKept kept) {
     switch (kept) {
         case PartitionKept::No:
-            return "Macintosh partition cut off";
+            return Sentence::kSplitCutOff;
         case PartitionKept::HoldsIsoFiles:
-            return "partition map removed; ISO files lie behind the start of the Macintosh "
-                   "partition";
+            return Sentence::kSplitKeptFiles;
         case PartitionKept::InBootRecord:
-            return "partition map removed; a partition of the boot record reaches behind the start "
-                   "of the Macintosh partition";
+            return Sentence::kSplitKeptRecord;
         case PartitionKept::IsoDamaged:
             break;
     }
-    return "partition map removed; a directory of the ISO side is damaged, and nothing was cut off";
+    return Sentence::kSplitKeptDamaged;
 }
 
 int Split(const SplitOptions& options, CommandContext& context) {
@@ -39,8 +38,10 @@ int Split(const SplitOptions& options, CommandContext& context) {
     if (outcome.result != DeshybridationResult::Done)
         return kExitFailed;
     if (!options.quiet)
-        context.output << Printable(options.disc) << ": " << Words(outcome.kept) << ", "
-                       << outcome.sizeBytes << " bytes\n";
+        context.output << terminal.messages.words(Reason(Sentence::kSplitDone,
+                                                         Printable(options.disc),
+                                                         Words(outcome.kept), outcome.sizeBytes))
+                       << '\n';
     return kExitDone;
 }
 

@@ -31,7 +31,7 @@ class Printer final : public TreeWalker {
     [[nodiscard]] Next visit(const ViewEntry& entry, std::size_t level) override {
         return putEntry(entry, level + 1) ? Next::GoOn : Next::Stop;
     }
-    void problem(const std::string& sentence) override { run_.problem(sentence); }
+    void problem(const Reason& reason) override { run_.problem(reason); }
 
   private:
     ViewRun& run_;
