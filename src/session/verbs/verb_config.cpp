@@ -58,7 +58,7 @@ int Set(ViewRun& run, const SettingRow& row, const std::string& value) {
     if (!text)
         return UsageError(run.context, kName, text.error());
     if (const Reason reason = state.store.write(row.key, *text))
-        run.problem(run.terminal.messages.words(Reason(Sentence::kSettingNotKept, reason)));
+        run.problem(Reason(Sentence::kSettingNotKept, reason));
     return run.exitStatus();
 }
 

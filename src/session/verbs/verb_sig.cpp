@@ -140,10 +140,9 @@ int Sig(const SigOptions& options, CommandContext& context) {
         options.file.empty() ? SignaturesOf(context, run.terminal.messages) : given;
     const std::vector<Found> found = Find(options, table, OptionsOf(context).naming.extendsUnknown);
     if (found.empty())
-        run.problem(run.terminal.messages.words(
-            Reason(Sentence::kSigNotFound,
-                   Printable(options.type) +
-                       (options.creator.empty() ? "" : "/" + Printable(options.creator)))));
+        run.problem(Reason(Sentence::kSigNotFound,
+                           Printable(options.type) +
+                               (options.creator.empty() ? "" : "/" + Printable(options.creator))));
     nlohmann::ordered_json rows = nlohmann::ordered_json::array();
     for (const Found& each : found)
         if (options.json)
