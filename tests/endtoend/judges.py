@@ -75,11 +75,6 @@ def isoinfo_list(image, *options):
     return [line for line in text.splitlines() if line]
 
 
-def isovfy(image):
-    """What isovfy says last of the directories of the ISO 9660 tree."""
-    return _run("isovfy", image).decode("iso8859-1").splitlines()[-1]
-
-
 def isoinfo_file(image, path, *options):
     """The bytes of one file."""
     return _run("isoinfo", *options, "-i", image, "-x", path.encode("iso8859-1"))

@@ -112,7 +112,8 @@ class Expand(Case):
         image = self.image("bad.dmg", bytes(2) + good[2:])
         result = self.vellmark("expand", image, "none.img")
         self.assertEqual((FAILED, b""), (result.returncode, result.stdout))
-        self.assertIn(b"bad.dmg: Block", result.stderr.replace(b"block", b"Block"))
+        self.assertIn(b"bad.dmg: ", result.stderr)
+        self.assertIn(b"compressed data is damaged", result.stderr)
         self.assertFalse((self.work / "none.img").exists())
         image = self.image("good.dmg", good)
         for arguments in ((image, image, "--force"), (image, self.plain_path)):
