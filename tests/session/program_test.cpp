@@ -14,41 +14,29 @@ namespace vellmark {
 namespace {
 
 using test::SessionTest;
+using test::Split;
 using test::Write;
 
 TEST(FileModes, TheExtensionSettlesTheMode) {
-    const struct {
-        const char* path;
-        FileMode mode;
-    } cases[] = {{"a.vlpr", FileMode::Project},
-                 {"a.CaT", FileMode::Project},
-                 {"a.iso", FileMode::Partition},
-                 {"a.DMG", FileMode::Partition},
-                 {"a.vlso", FileMode::IsoPlus},
-                 // Compared over the length of the table's text only.
-                 {"a.isofoo", FileMode::Partition},
-                 {"a.vlp", FileMode::Unknown},
-                 {"a.iso.txt", FileMode::Unknown},
-                 {"", FileMode::Unknown},
-                 // A point in the name of a folder is no extension of the file.
-                 {"x.iso/a", FileMode::Unknown},
-                 {"x.iso\\a", FileMode::Unknown},
-                 {"x.txt\\a.vlso", FileMode::IsoPlus}};
-    for (const auto& c : cases)
-        EXPECT_EQ(FileModeOf(c.path), c.mode) << c.path;
+    // Compared over the length of the known extension alone; a point in the name of a folder is no
+    // extension of the file.
+    const std::map<FileMode, std::vector<std::string>> cases = {
+        {FileMode::Project, {"a.vlpr", "a.CaT"}},
+        {FileMode::Partition, {"a.hfs", "a.iso", "a.DMG", "a.isofoo"}},
+        {FileMode::IsoPlus, {"a.vlso", "x.txt\\a.vlso"}},
+        {FileMode::Unknown, {"a.vlp", "a.iso.txt", "", "x.iso/a", "x.iso\\a"}}};
+    for (const auto& [mode, paths] : cases)
+        for (const std::string& path : paths)
+            EXPECT_EQ(FileModeOf(path), mode) << path;
 }
 
 TEST(FileModes, TheExtensionIsReplacedInTheNameAlone) {
-    const struct {
-        const char* path;
-        const char* result;
-    } cases[] = {{"a.vlpr", "a.iso"},
-                 {"a", "a.iso"},
-                 {"d.x/a", "d.x/a.iso"},
-                 {"d.x/a.b.c", "d.x/a.b.iso"},
-                 {"d/.hidden", "d/.hidden.iso"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(WithExtension(c.path, "iso"), c.result) << c.path;
+    const std::map<std::string, std::string> cases = {{"a.vlpr", "a.iso"},
+                                                      {"d.x/a", "d.x/a.iso"},
+                                                      {"d.x/a.b.c", "d.x/a.b.iso"},
+                                                      {"d/.hidden", "d/.hidden.iso"}};
+    for (const auto& [path, result] : cases)
+        EXPECT_EQ(WithExtension(path, "iso"), result);
 }
 
 // Memory is refused in the middle of a command: a clock that throws stands for the library.
@@ -88,66 +76,57 @@ TEST_F(SessionTest, AnExceptionEndsACommandWithASentence) {
         }
 }
 
+// A line a case: the arguments, the status, a part of the output or of the errors.
+constexpr std::string_view kRuns = R"(
+--help|0|make
+-h|0|make
+--version|0|vellmark 
+help|0|make
+help add|0|Example:
+--nonsense|2|--nonsense is no verb
+--lang en|2|A verb is missing.
+--lang en mkae|2|mkae is no verb
+make full -- --lang fr|2|--output is required
+make full --lang fr|2|--output est obligatoire
+--lang fr help add|0|Exemple :
+--lang de info x|2|--lang: de not in
+--log . info there.iso|1|Error opening file .. Is a directory.
+-nonsense|2|Try: vellmark --help
+make|2|Try: vellmark make --help
+make full|2|--output is required
+make full -o x.iso --kind tape|2|tape not in
+make full there.iso -o x.iso|2|there.iso
+add p.vlpr|2|PATH is required
+add p.vlso full --view hfs|2|no HFS view
+new p.vlso --hfsplus|2|no HFS+ side
+build p.vlso --kind hfs|2|one kind of image
+make full -o x --kind hfs --strict-iso|2|for the PC side
+make full -o x --kind iso --free 1M|2|room in a Macintosh
+build p.vlso --free 1M|2|room in a Macintosh
+make full -o x --free 3T|2|3T is no size up to 2T
+/Z p.vlpr|1|The file /Z is not managed by Vellmark.
+-X|1|The file -X is not managed
+there.iso|1|no window to open there.iso
+new.vlpr|1|no window to open new.vlpr
+mkae full|1|The file mkae is not managed
+/tmp|1|The file /tmp is not managed
+)";
+
 TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
     Write("full/a.txt", "a");
     Write("there.iso", "old");
-    const struct {
-        std::vector<std::string> arguments;
-        int status;
-        const char* inOutput;
-        const char* inErrors;
-    } cases[] = {
-        {{}, 1, "", "no window"},
-        {{"--help"}, 0, "make", ""},
-        {{"-h"}, 0, "make", ""},
-        {{"--version"}, 0, "vellmark ", ""},
-        {{"help"}, 0, "make", ""},
-        {{"help", "add"}, 0, "Example:", ""},
-        // Wrong usage says where help is found.
-        {{"--nonsense"}, 2, "", "--nonsense is no verb"},
-        {{"--lang", "en"}, 2, "", "A verb is missing."},
-        {{"--lang", "en", "mkae"}, 2, "", "mkae is no verb"},
-        {{"make", "full", "--", "--lang", "fr"}, 2, "", "--output is required"},
-        {{"make", "full", "--lang", "fr"}, 2, "", "--output est obligatoire\nEssayez : "},
-        {{"--lang", "fr", "help", "add"}, 0, "Exemple :", ""},
-        {{"--lang", "de", "info", "x"}, 2, "", "--lang: de not in"},
-        {{"--log", ".", "info", "there.iso"}, 1, "", "Error opening file .. Is a directory."},
-        {{"-nonsense"}, 2, "", "Try: vellmark --help"},
-        {{"make"}, 2, "", "Try: vellmark make --help"},
-        {{"make", "full"}, 2, "", "--output is required"},
-        {{"make", "full", "-o", "x.iso", "--kind", "tape"}, 2, "", "tape not in"},
-        {{"make", "full", "there.iso", "-o", "x.iso"}, 2, "", "there.iso"},
-        {{"add", "p.vlpr"}, 2, "", "PATH is required"},
-        {{"add", "p.vlso", "full", "--view", "hfs"}, 2, "", "no HFS view"},
-        {{"new", "p.vlso", "--hfsplus"}, 2, "", "no HFS+ side"},
-        {{"build", "p.vlso", "--kind", "hfs"}, 2, "", "one kind of image"},
-        {{"make", "full", "-o", "x", "--kind", "hfs", "--strict-iso"}, 2, "", "for the PC side"},
-        {{"make", "full", "-o", "x", "--kind", "iso", "--free", "1M"},
-         2,
-         "",
-         "room in a Macintosh"},
-        {{"build", "p.vlso", "--free", "1M"}, 2, "", "room in a Macintosh"},
-        {{"make", "full", "-o", "x", "--free", "3T"}, 2, "", "3T is no size up to 2T"},
-        // A batch command that is not known: the message names the option itself.
-        {{"/Z", "p.vlpr"}, 1, "", "The file /Z is not managed by Vellmark."},
-        {{"-X"}, 1, "", "The file -X is not managed"},
-        // Paths: what a window would show, and what it would not.
-        {{"there.iso"}, 1, "", "no window to open there.iso"},
-        {{"new.vlpr"}, 1, "", "no window to open new.vlpr"},
-        {{"mkae", "full"}, 1, "", "The file mkae is not managed"},
-        {{"/tmp"}, 1, "", "The file /tmp is not managed"},
-    };
     const Disk before = disk();
-    for (const auto& c : cases) {
-        const int status = run(c.arguments);
-        const std::string line = testing::PrintToString(c.arguments);
-        EXPECT_EQ(status, c.status) << line;
-        EXPECT_NE(out_.find(c.inOutput), std::string::npos) << line << out_;
-        EXPECT_NE(err_.find(c.inErrors), std::string::npos) << line << err_;
-        EXPECT_EQ(out_.empty(), status != 0) << line << out_;
-        EXPECT_EQ(err_.empty(), status == 0) << line << err_;
+    for (const std::string& line : Split(std::string(kRuns), '\n')) {
+        const std::vector<std::string> columns = Split(line, '|');
+        const int status = run(Split(columns.at(0), ' '));
+        EXPECT_EQ(std::to_string(status), columns.at(1)) << line << err_;
+        EXPECT_NE((status == 0 ? out_ : err_).find(columns.at(2)), std::string::npos)
+            << line << out_ << err_;
+        EXPECT_TRUE((status == 0 ? err_ : out_).empty()) << line << out_ << err_;
         EXPECT_EQ(disk(), before) << line;
     }
+    EXPECT_EQ(run({}), 1);
+    EXPECT_NE(err_.find("no window"), std::string::npos);
 }
 
 TEST_F(SessionTest, AnOutputThatCannotBeWrittenIsAFailure) {

@@ -34,6 +34,16 @@ inline void Write(const std::filesystem::path& path, std::string_view bytes) {
     ASSERT_TRUE(out.good()) << path;
 }
 
+/// The parts of a text between separators; empty ones are left out.
+inline std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream in(text);
+    for (std::string part; std::getline(in, part, separator);)
+        if (!part.empty())
+            parts.push_back(part);
+    return parts;
+}
+
 /// Each test runs in a new folder, which is the current one: `work`, with `lock` beside it.
 class SessionTest : public testing::Test {
   protected:

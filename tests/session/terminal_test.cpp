@@ -92,6 +92,47 @@ TEST_F(TerminalTest, APersonNamesAFileOrPicksOneByItsNumber) {
     EXPECT_FALSE(Terminal(context_, {}).messages.askChoice("Which?", names));
 }
 
+TEST_F(TerminalTest, WhatIsSaidOfNamesIsInTheLanguageOfThePerson) {
+    const std::map<Language, std::string> said = {
+        {Language::English,
+         "The name ab is too long. Shorten it to a? [y/n, Y yes to all] \n"
+         "Name for ab? [Enter keeps it] \n"
+         "vellmark: skipped ab: gone\n"
+         "vellmark: 1 name was shortened, or had characters replaced or digits added:\n"
+         "vellmark:   ab: a\n"
+         "vellmark: 4 names were shortened, or had characters replaced or digits added, "
+         "among them (--verbose names all):\n"},
+        {Language::French,
+         "Le nom ab est trop long. Le tronquer en a ? [o/n, O oui pour tous] \n"
+         "Quel nom pour ab ? [Entrée pour le garder] \n"
+         "vellmark: ab ignoré : gone\n"
+         "vellmark: 1 nom a été tronqué, ou modifié par des caractères de remplacement ou des "
+         "chiffres :\n"
+         "vellmark:   ab: a\n"
+         "vellmark: 4 noms ont été tronqués, ou modifiés par des caractères de remplacement ou "
+         "des chiffres, dont (--verbose les donne tous) :\n"}};
+    for (const auto& [language, text] : said) {
+        context_.language = language;
+        TerminalMessages messages = typing("");
+        EXPECT_FALSE(messages.askTruncation(TruncatedName::Hfs, "ab", "a").accepted);
+        EXPECT_FALSE(messages.askFileName("ab"));
+        messages.itemSkipped("ab", "gone");
+        for (const int names : {1, 4}) {
+            for (int i = 0; i < names; ++i)
+                messages.nameChanged("ab", "a");
+            messages.tellChangedNames(false);
+        }
+        const std::string line = "vellmark:   ab: a\n";
+        EXPECT_EQ(errors_.str(), text + line + line + line) << "three of four are named";
+        errors_.str("");
+        for (int i = 0; i < 4; ++i)
+            messages.nameChanged("ab", "a");
+        messages.tellChangedNames(true);
+        messages.tellChangedNames(true);
+        EXPECT_TRUE(errors_.str().ends_with(":\n" + line + line + line + line)) << "once";
+    }
+}
+
 TEST_F(TerminalTest, QuietHidesRemarksButNoFailure) {
     Terminal terminal(context_, {.quiet = true});
     terminal.messages.showTimedMessage("a remark");
