@@ -45,7 +45,7 @@ bool OutputFile::send(CommandContext& context, Messages& messages) const {
         piece.resize(
             static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, file.size() - done)));
         if (StopSignals::requested() || !file.readExactly(done, piece)) {
-            messages.showMessage(StopSignals::requested() ? Reason(Sentence::kOutputStopped)
+            messages.showMessage(StopSignals::requested() ? Reason(Sentence::kStoppedAsWished)
                                                           : Reason(Sentence::kOutputUnreadable,
                                                                    SystemError{file.error()}));
             return false;

@@ -130,7 +130,7 @@ Reason SettingsFile::write(std::string_view name, std::string_view value) {
         return Reason(Sentence::kSettingsUnwritable, Printable(path_), SystemError{held.error()});
     const Result<std::string> before = Contents(path_);
     if (!before)
-        return Reason(Sentence::kSettingsUnreadable, Printable(path_), before.error());
+        return Reason(Sentence::kNamedReason, Printable(path_), before.error());
     std::string after;
     const std::string wanted = fmt::format("{}={}\n", name, Escaped(value));
     bool replaced = false;

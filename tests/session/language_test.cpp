@@ -109,7 +109,7 @@ config set extension a/b|a/b is no extension: it has one to four characters, and
 config set signatures none|none cannot be read as a signature table: No such file or directory.|none ne peut pas être lu comme table de signatures : Aucun fichier ou dossier de ce type.
 config set journal folder|folder is no file.|folder n'est pas un fichier.
 --log plain config|Error opening file plain. It holds something else than a journal.|Erreur à l'ouverture du fichier plain. Il contient autre chose qu'un journal.
---log /dev/null config|Error opening file /dev/null. It is a pipe, a socket or a device.|Erreur à l'ouverture du fichier /dev/null. C'est un tube, un socket ou un périphérique.
+--log /dev/null config|Error opening file /dev/null. It is a pipe, a socket or a device.|Erreur à l'ouverture du fichier /dev/null. C'est un tube, une prise réseau ou un périphérique.
 --log a.vlpr new a.vlpr|Error opening file a.vlpr. The command works on that file itself.|Erreur à l'ouverture du fichier a.vlpr. La commande travaille sur ce fichier lui-même.
 )";
 

@@ -2,11 +2,14 @@
 #include "session/program.hpp"
 
 #include <cerrno>
+#include <csignal>
 #include <map>
 #include <new>
 #include <stdexcept>
 
 #include "session/file_modes.hpp"
+#include "session/json_text.hpp"
+#include "session/output_file.hpp"
 #include "session/session_bench.hpp"
 #include "support/backup_path.hpp"
 
@@ -104,6 +107,7 @@ make full -o x --kind hfs --strict-iso|2|for the PC side
 make full -o x --kind iso --free 1M|2|room in a Macintosh
 build p.vlso --free 1M|2|room in a Macintosh
 make full -o x --free 3T|2|3T is no size up to 2T
+make full -o x --free 16777217T|2|16777217T is no size up to 2T
 /Z p.vlpr|1|The file /Z is not managed by Vellmark.
 -X|1|The file -X is not managed
 there.iso|1|no window to open there.iso
@@ -129,6 +133,40 @@ TEST_F(SessionTest, TheFirstArgumentDecidesAndTheStatusTells) {
     EXPECT_NE(err_.find("no window"), std::string::npos);
 }
 
+TEST_F(SessionTest, WhatWasMadeGoesToTheOutputWholeUnlessItIsStopped) {
+    std::istringstream input;
+    const std::string bytes(2'500'000, 'x');
+    for (const bool stops : {false, true}) {
+        std::ostringstream output;
+        std::ostringstream errors;
+        CommandContext context{input, output, errors, clock_};
+        Terminal terminal(context, {});
+        const OutputFile file("-", "a.iso");
+        Write(file.path(), bytes);
+        const StopSignals signals;
+        if (stops) {
+            ASSERT_EQ(::raise(SIGTERM), 0);
+        }
+        EXPECT_EQ(file.send(context, terminal.messages), !stops);
+        EXPECT_EQ(output.str(), stops ? "" : bytes);
+        EXPECT_EQ(errors.str(), stops ? "vellmark: Stopped as you wished.\n" : "");
+    }
+}
+
+TEST(Json, WhatCannotBeSeenIsEscapedAsReadersOfJsonKnowIt) {
+    EXPECT_EQ(JsonText({{"a", "\U000E0001\u200B\xFF"}}),
+              "{\n  \"a\": \"\\udb40\\udc01\\u200b\uFFFD\"\n}");
+}
+
+TEST_F(SessionTest, ACommandThatReadAnIncompleteImageIsNotWhollyDone) {
+    std::istringstream input;
+    std::ostringstream output;
+    CommandContext context{input, output, output, clock_};
+    context.readIncomplete = true;
+    EXPECT_EQ(RunProgram(Split("config", ' '), context), 3);
+    EXPECT_EQ(RunProgram(Split("config get colour", ' '), context), 2);
+}
+
 TEST_F(SessionTest, AnOutputThatCannotBeWrittenIsAFailure) {
     std::istringstream input;
     std::ostringstream output;
@@ -143,7 +181,7 @@ TEST_F(SessionTest, AnOutputThatCannotBeWrittenIsAFailure) {
         std::ostringstream errors;
         CommandContext context{input, output, errors, clock_};
         context.outputError = error;
-        EXPECT_EQ(RunProgram(std::vector<std::string>{"--version"}, context), 1);
+        EXPECT_EQ(RunProgram(Split("--version", ' '), context), 1);
         EXPECT_EQ(errors.str(), sentence);
     }
 }

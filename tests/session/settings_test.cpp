@@ -4,6 +4,7 @@
 #include "session/session_bench.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
+#include "session/user_options.hpp"
 
 namespace vellmark {
 namespace {
@@ -190,6 +191,21 @@ TEST_F(SessionTest, FilesKeepTheirNamesUntilAnotherNamingIsChosen) {
         settings_.values = {{"Options", options}};
         EXPECT_EQ(run({"get", "x.iso", "note", "-o", "."}), 0) << err_;
         EXPECT_TRUE(std::filesystem::remove(name)) << options;
+    }
+}
+
+// Nobody who could be asked: no file is lost, and of two names that are cut alike none is left out.
+TEST_F(SessionTest, CopiesAreAskedAboutWhereSomebodyIsThere) {
+    for (const bool asks : {false, true}) {
+        std::istringstream input;
+        std::ostringstream output;
+        const CommandContext context{input, output, output, clock_, asks};
+        EXPECT_EQ(CopyOutOptionsOf(context).existing,
+                  asks ? ExistingFiles::Ask : ExistingFiles::Keep);
+        const CopyInOptions in = CopyInOptionsOf(context);
+        EXPECT_EQ(in.existing, asks ? ExistingFiles::Ask : ExistingFiles::Keep);
+        EXPECT_EQ(in.truncation.addsCrc, !asks);
+        EXPECT_EQ(in.truncation.asks, asks);
     }
 }
 
