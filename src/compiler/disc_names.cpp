@@ -11,6 +11,7 @@
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "containers/short_name.hpp"
+#include "containers/unique_name.hpp"
 #include "project/view_names.hpp"
 #include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
@@ -51,12 +52,8 @@ bool Insert(std::unordered_set<std::u16string>& folded, const std::u16string& na
 // Takes a name into those of its tree, with digits of `crcOf()` if another item has it.
 template <typename Set, typename Name, typename CrcOf>
 Name TakeUnique(Set& used, const Name& name, std::size_t limit, CrcOf crcOf) {
-    if (Insert(used, name))
-        return name;
-    const std::uint16_t crc = crcOf();
-    for (unsigned round = 0;; ++round)
-        if (Name other = WithTail(name, DigitsTail(crc, round), limit); Insert(used, other))
-            return other;
+    return NameWithDigits(
+        name, limit, [&used](const Name& taken) { return Insert(used, taken); }, crcOf);
 }
 
 struct IsoParts {

@@ -5,6 +5,7 @@
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "containers/short_name.hpp"
+#include "containers/unique_name.hpp"
 #include "project/ansi_fold.hpp"
 
 namespace vellmark {
@@ -60,24 +61,17 @@ void SiblingNames::reserve(std::u16string_view pcName, std::string_view sourceNa
 }
 
 std::string SiblingNames::takeIso(std::string_view wanted, std::string_view sourceName) {
-    std::string name(wanted);
-    for (unsigned round = 0; !Take(iso_, name, sourceName); ++round)
-        name = FallbackName(sourceName, round);
-    return name;
+    return FirstFreeName(
+        std::string(wanted), [&](const std::string& name) { return Take(iso_, name, sourceName); },
+        [&](unsigned round) { return FallbackName(sourceName, round); });
 }
 
 std::string SiblingNames::takeHfs(std::string_view wanted, std::string_view sourceName,
                                   std::u16string_view pcName) {
-    std::string name(wanted);
-    if (Take(hfs_, hfsKey(name), sourceName))
-        return name;
-    const std::size_t limit = isHfsPlus_ ? kHfsPlusNameLimit : kHfsNameLimit;
-    const std::uint16_t crc = isHfsPlus_ ? PcNameCrc(pcName) : MacNameCrc(pcName);
-    for (unsigned round = 0;; ++round) {
-        name = WithTail(wanted, DigitsTail(crc, round), limit);
-        if (Take(hfs_, hfsKey(name), sourceName))
-            return name;
-    }
+    return NameWithDigits(
+        std::string(wanted), isHfsPlus_ ? kHfsPlusNameLimit : kHfsNameLimit,
+        [&](const std::string& name) { return Take(hfs_, hfsKey(name), sourceName); },
+        [&] { return isHfsPlus_ ? PcNameCrc(pcName) : MacNameCrc(pcName); });
 }
 
 std::string SiblingNames::hfsKey(std::string_view name) const {
