@@ -66,6 +66,7 @@ int Run(int argc, char** argv) {
                            .asks = showsErrors && ::isatty(STDIN_FILENO) != 0,
                            .showsProgress = showsErrors,
                            .lockFolder = RuntimeFolder(Variable("XDG_RUNTIME_DIR"), temporary),
+                           .dataFolder = DataFolder(Variable("XDG_DATA_HOME"), home),
                            .guard = guard,
                            .settings = &settings,
                            .locale = std::string(MessageLocale()),

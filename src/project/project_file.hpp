@@ -154,6 +154,9 @@ class ProjectFile {
     /// Saves, then makes `newPath` the project's file, asking before it takes the place of another.
     /// A project that still bears its default name leaves no file behind under it.
     [[nodiscard]] bool saveAs(const std::string& newPath, Messages& messages);
+    /// The same after whoever calls has asked. The file that the project had is not written, so
+    /// that one which cannot be is no obstacle.
+    [[nodiscard]] bool moveTo(const std::string& newPath, Messages& messages);
 
     /// Calls `use(record)` for every item, in file order.
     template <typename Use>
@@ -201,6 +204,7 @@ class ProjectFile {
     void reindex(std::int32_t parent, std::size_t position);
     void eraseRun(std::int32_t parent);
     void putInOrder(std::int32_t folder);
+    void bringHeaderUpToDate(Messages& messages);
     [[nodiscard]] bool writeTo(const std::string& path, Messages& messages);
 
     std::string path_;

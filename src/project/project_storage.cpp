@@ -145,7 +145,7 @@ ProjectOpened ProjectFile::Open(const std::string& path, ProjectMode mode, Messa
     return result;
 }
 
-bool ProjectFile::save(Messages& messages) {
+void ProjectFile::bringHeaderUpToDate(Messages& messages) {
     ProjectTotals sums = totals();
     TurnToHfsPlusIfTooMany(*this, sums, messages);
     const bool counted = mode_ == ProjectMode::Hybrid;
@@ -153,21 +153,28 @@ bool ProjectFile::save(Messages& messages) {
     header_.isoRecords = counted ? sums.isoRecords : 0;
     header_.totalSectors = static_cast<std::uint32_t>(sums.sectors);
     header_.zero620 = 0;
+}
+
+bool ProjectFile::save(Messages& messages) {
+    bringHeaderUpToDate(messages);
     return writeTo(path_, messages);
 }
 
 bool ProjectFile::saveAs(const std::string& newPath, Messages& messages) {
-    const std::string oldPath = path_;
     if (!save(messages))
         return false;
     const PcFacts target = PcFactsOf(newPath);
-    const PcFacts source = PcFactsOf(oldPath);
-    if (target.kind != PcKind::Missing && target.device == source.device &&
-        target.inode == source.inode)
-        return true;
-    if (target.kind != PcKind::Missing &&
+    if (target.kind != PcKind::Missing && !AreSameFile(newPath, path_) &&
         !messages.askYesNo(Reason::Told(kTextOverwrite, Printable(newPath))))
         return false;
+    return moveTo(newPath, messages);
+}
+
+bool ProjectFile::moveTo(const std::string& newPath, Messages& messages) {
+    bringHeaderUpToDate(messages);
+    if (AreSameFile(newPath, path_))
+        return writeTo(path_, messages);
+    const std::string oldPath = path_;
     if (!writeTo(newPath, messages))
         return false;
     path_ = newPath;

@@ -25,6 +25,7 @@ struct CommandContext {
     bool asks = false;            ///< the input is a terminal: somebody can answer a question
     bool showsProgress = false;   ///< the errors go to a terminal: a line may be drawn over
     std::string lockFolder = {};  ///< where the lock of batch commands lies
+    std::string dataFolder = {};  ///< where projects without a name lie; "" for nowhere
     FileGuard guard = {};         ///< how files are opened that others may change too
     Language language = Language::English;  ///< settled when the session begins
     int outputError = 0;  ///< the system's number of a failure to write results, once one is known

@@ -9,6 +9,7 @@
 
 #include "containers/signatures.hpp"
 #include "session/command_context.hpp"
+#include "session/documents.hpp"
 #include "session/journal.hpp"
 #include "session/settings.hpp"
 
@@ -23,6 +24,8 @@ struct SessionState {
     Journal journal;
     /// Empty until something needs it, see `SignaturesOf`.
     std::optional<SignatureTable> signatures;
+    /// What is open, and how it is looked at: `Session` sees to it.
+    Documents documents;
 };
 
 /// What a command line asks for in place of the settings.

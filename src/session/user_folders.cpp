@@ -24,6 +24,13 @@ std::string SettingsPath(const std::string& given, const std::string& home) {
     return home.starts_with('/') ? home + "/.config" + kFile : "";
 }
 
+std::string DataFolder(const std::string& given, const std::string& home) {
+    constexpr const char* kFolder = "/vellmark";
+    if (given.starts_with('/'))
+        return given + kFolder;
+    return home.starts_with('/') ? home + "/.local/share" + kFolder : "";
+}
+
 std::string LogFolder(const std::string& given, const std::string& home) {
     constexpr const char* kFolder = "/vellmark/redo";
     if (given.starts_with('/'))

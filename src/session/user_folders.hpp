@@ -18,6 +18,10 @@ namespace vellmark {
 /// absolute path, else below `.config` in `home`. "" when there is neither.
 [[nodiscard]] std::string SettingsPath(const std::string& given, const std::string& home);
 
+/// The folder for projects without a name: below `given` (the value of XDG_DATA_HOME) when that is
+/// an absolute path, else below `.local/share` in `home`. "" when there is neither.
+[[nodiscard]] std::string DataFolder(const std::string& given, const std::string& home);
+
 /// The folder for redo logs of images in whose own folder none can be made: below `given` (the
 /// value of XDG_STATE_HOME) when that is an absolute path, else below `.local/state` in `home`. ""
 /// when there is neither.

@@ -1,0 +1,70 @@
+#include "session/partition_document.hpp"
+
+#include <utility>
+
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
+#include "support/texts.hpp"
+#include "volume/allocation.hpp"
+#include "volume/catalog.hpp"
+#include "volume/mount.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextAnalyzing = 1303;
+constexpr int kTextNullLength = 1409;
+constexpr int kTextOpening = 1471;
+
+}  // namespace
+
+std::unique_ptr<PartitionDocument> PartitionDocument::Open(const std::string& path,
+                                                           const ReadingPorts& ports) {
+    const PcFacts facts = PcFactsOf(path);
+    if (facts.kind == PcKind::File && facts.sizeBytes == 0) {
+        ports.messages.showTimedMessage(ports.messages.text(kTextNullLength));
+        return nullptr;
+    }
+    std::optional<PlainImage> image = PlainImage::Choose(path, Access::Read, ports);
+    if (!image || !image->expand(ports))
+        return nullptr;
+    ports.progress.text(ports.messages.words(Reason::Told(kTextOpening, Printable(path))));
+    std::unique_ptr<PartitionDocument> document(new PartitionDocument(std::move(*image)));
+    const PlainImage& plain = document->image_;
+    VolumeContext& volume = document->volume_;
+    volume.guard = plain.guard();
+    ports.progress.text(ports.messages.text(kTextAnalyzing));
+    const Access access = plain.isTemporary() ? Access::Read : Access::Change;
+    if (!OpenVolume(volume, {.path = plain.path(), .access = access, .name = plain.name()},
+                    ports.messages))
+        return nullptr;
+    // Whoever opens a volume without a map in front of it in a window means to work on it.
+    volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
+    document->isReadOnly_ = access == Access::Read || volume.readOnlyReasons.any();
+    return document;
+}
+
+PartitionDocument::~PartitionDocument() {
+    ReleaseAllocationState(volume_);
+    CloseImage(volume_);
+}
+
+std::uint32_t PartitionDocument::parentOf(std::uint32_t folder) {
+    const std::uint32_t parent = folder == kRootFolderId ? 0 : ParentOf(volume_, folder);
+    return parent < kRootFolderId ? kRootFolderId : parent;
+}
+
+bool PartitionDocument::save(const Clock& clock, Messages& messages) {
+    if (isReadOnly_)
+        return true;
+    const bool isWritten = FlushVolume(volume_, clock) == TreeResult::Done &&
+                           volume_.image->flush() && !volume_.transferFailed;
+    if (!isWritten)
+        messages.showError(Reason(Sentence::kPartitionNotSaved, Printable(path()),
+                                  SystemError{volume_.image->error()}));
+    return isWritten;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,44 @@
+// The disk image that is open in Partition mode.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "reading/plain_image.hpp"
+#include "reading/ports.hpp"
+#include "volume/volume_context.hpp"
+
+namespace vellmark {
+
+class PartitionDocument {
+  public:
+    /// Opens an image to be changed, and to be read where it may not be: its file or its volume is
+    /// protected, or it is a compressed one that was expanded into a temporary file, with which
+    /// changes would go. Before a compressed one is expanded the person is asked whether, and
+    /// whether the plain image is to be kept, under a name that is the document's then. Null after
+    /// a message, or when the person did not want it.
+    [[nodiscard]] static std::unique_ptr<PartitionDocument> Open(const std::string& path,
+                                                                 const ReadingPorts& ports);
+    ~PartitionDocument();
+    PartitionDocument(const PartitionDocument&) = delete;
+    PartitionDocument& operator=(const PartitionDocument&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return image_.name(); }
+    [[nodiscard]] bool isReadOnly() const { return isReadOnly_; }
+    [[nodiscard]] VolumeContext& volume() { return volume_; }
+    /// Number of the folder that holds a folder; root holds itself.
+    [[nodiscard]] std::uint32_t parentOf(std::uint32_t folder);
+
+    /// Writes what was changed, and hands it to the device. False after a message.
+    [[nodiscard]] bool save(const Clock& clock, Messages& messages);
+
+  private:
+    explicit PartitionDocument(PlainImage image) : image_(std::move(image)) {}
+
+    PlainImage image_;
+    VolumeContext volume_;
+    bool isReadOnly_ = false;
+};
+
+}  // namespace vellmark
