@@ -166,7 +166,7 @@ void Preparation::tellLargeFolders() {
         std::any_of(plan_.folders.begin(), plan_.folders.end(), [](const DiscFolder& folder) {
             return folder.hfsChildren > kMostItemsShownInHfs;
         }))
-        context_.messages.showTimedMessage(kLargeFolderRemark);
+        context_.messages.showTimedMessage(Reason(Sentence::kLargeFolderRemark));
 }
 
 CompileResult Preparation::layOut() {
@@ -194,9 +194,8 @@ CompileResult Preparation::layOut() {
         return turned == CompileResult::Done ? layOut() : turned;
     }
     if (!plus && plan_.largestFork > kMostHfsForkBytes)
-        return fail(CompileResult::CopyFailed,
-                    Reason(Sentence::kNamedReason, plan_.largestName,
-                           Reason::Plain(std::string(kForkTooLongSentence))));
+        return fail(CompileResult::CopyFailed, Reason(Sentence::kNamedReason, plan_.largestName,
+                                                      Sentence::kForkTooLongForHfs));
     if (built != TreeResult::Done)
         return fail(CompileResult::CopyFailed, Sentence::kCatalogNotBuilt);
     if (image_.hfs.imageSectors > UINT32_MAX)

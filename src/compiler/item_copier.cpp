@@ -52,11 +52,11 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
     if (item.source == ImportClass::BinHex)
         context_.progress.text(context_.messages.text(kTextDecodingBinHex));
     ImportSource forks;
-    const std::string problem = forks.open(path, item.source, false, temporary_, context_.progress);
+    const Reason problem = forks.open(path, item.source, false, temporary_, context_.progress);
     if (forks.stopped())
         return CopyResult::Stopped;
-    if (!problem.empty()) {
-        problem_ = Reason(Sentence::kNamedReason, Printable(path), Reason::Plain(problem));
+    if (problem) {
+        problem_ = Reason(Sentence::kNamedReason, Printable(path), problem);
         return CopyResult::SourceFailed;
     }
     for (const RunKind kind : RunOrder(plan_.appleExtension)) {

@@ -54,13 +54,12 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
         return Result::Refused;
     }
     ImportSource forks;
-    const std::string problem =
+    const Reason problem =
         forks.open(std::move(file), item.source, false, temporary_, context_.progress);
     if (forks.stopped())
         return Result::Stopped;
-    if (!problem.empty() || !forks.damage().empty())
-        return withoutForks(item, path, Reason::Plain(problem.empty() ? forks.damage() : problem),
-                            forks.isContainer());
+    if (problem || forks.damage())
+        return withoutForks(item, path, problem ? problem : forks.damage(), forks.isContainer());
     if (item.source == ImportClass::NamedStreams && item.record->resourceSize > 0 &&
         forks.resource().size() == 0)
         leaveOut(path, Sentence::kStreamGone);

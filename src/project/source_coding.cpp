@@ -92,7 +92,7 @@ void TakeDamaged(SourceCoding& found, ForkCoding coding, ContainerFault fault,
         found.dataSize = sizeBytes;
         found.signature.reset();
     }
-    found.damage = Reason::Plain(FaultSentence(fault));
+    found.damage = FaultProblem(fault);
 }
 
 void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_t dataSize) {
@@ -119,8 +119,7 @@ void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_
     if (container.fault == ContainerFault::None)
         return;
     found.resourceSize = 0;
-    found.damage =
-        Reason(Sentence::kCompanionDamaged, shown, Reason::Plain(FaultSentence(container.fault)));
+    found.damage = Reason(Sentence::kCompanionDamaged, shown, FaultProblem(container.fault));
 }
 
 void LookAtAppleSingle(SourceCoding& found, ByteSource& file, std::uint32_t sizeBytes) {
@@ -136,7 +135,7 @@ void LookAtMacBinary(SourceCoding& found, ByteSource& file) {
     const MacContainer container = ReadMacBinary(file);
     // A header whose lengths go beyond the file makes it a plain one.
     if (container.fault != ContainerFault::None) {
-        found.damage = Reason::Plain(FaultSentence(container.fault));
+        found.damage = FaultProblem(container.fault);
         return;
     }
     found.isMacBinary = true;

@@ -42,9 +42,8 @@ Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& si
     const ContainerFault fault = CopyFork(watched, sink, 0);
     if (watched.stopped() || fault == ContainerFault::TargetFailed)
         return Extraction::Stopped;
-    return fault == ContainerFault::None
-               ? Extraction::Done
-               : skip(file, Reason::Plain(std::string(kContentsCutShort)));
+    return fault == ContainerFault::None ? Extraction::Done
+                                         : skip(file, Sentence::kContentsCutShort);
 }
 
 TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
@@ -107,7 +106,7 @@ Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target)
         targets_.write({target, {}, replaces, file.modified}, [&](PcFile& out, PcFile*) {
             return CopyFork(watched, out, 0) == ContainerFault::None
                        ? Reason()
-                       : Reason::Plain(std::string(kContentsCutShort));
+                       : Reason(Sentence::kContentsCutShort);
         });
     if (watched.stopped())
         return Extraction::Stopped;

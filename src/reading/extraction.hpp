@@ -25,7 +25,7 @@ class Extractor final : public TreeWalker {
     /// `keptHint` is added to the remark that a file is kept. `targets` are those of the whole run,
     /// whatever tree they come from. `replaceAnswer` keeps what a person says to all of the files
     /// that exist already.
-    Extractor(ExistingFiles existing, std::string keptHint, PcTargets& targets,
+    Extractor(ExistingFiles existing, Reason keptHint, PcTargets& targets,
               RememberedAnswer& replaceAnswer, Messages& messages, Progress& progress)
         : existing_(existing),
           keptHint_(std::move(keptHint)),
@@ -58,7 +58,7 @@ class Extractor final : public TreeWalker {
     Extraction skip(const ViewEntry& entry, const Reason& reason);
 
     ExistingFiles existing_;
-    std::string keptHint_;
+    Reason keptHint_;
     RememberedAnswer& replaceAnswer_;
     Messages& messages_;
     Progress& progress_;

@@ -96,8 +96,7 @@ Reason ImageView::findTrees(std::optional<unsigned> partition, const Clock& cloc
     for (const PartitionEntry& entry : partitions_)
         starts.push_back(entry.startSector);
     if (partition)
-        if (Reason problem = Reason::Plain(
-                ChoosePartition(volume_, partitions_, *partition, messages.language())))
+        if (Reason problem = ChoosePartition(volume_, partitions_, *partition))
             return problem;
     if (volume_.isMounted || MountRequest(volume_)) {
         judgeChanges(isExpanded);
@@ -133,7 +132,7 @@ Reason ImageView::whyEmpty() {
     if (Reason refusal = ImageRefusal(*volume_.image))
         return refusal;
     if (volume_.readOnlyReasons.has(ReadOnlyReason::CutImage))
-        return Reason::Plain(CutImageSentence());
+        return Sentence::kImageEndsBeforeVolume;
     if (damagedVolume_)
         return Sentence::kHoldsDamagedVolume;
     if (const auto form = FindDiscForm(*volume_.image);

@@ -1,8 +1,7 @@
-#include <fmt/core.h>
-
 #include "containers/names.hpp"
 #include "reading/image_view.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/hard_links.hpp"
 #include "volume/mount.hpp"
 #include "volume/open_fork.hpp"
@@ -106,19 +105,16 @@ ViewEntry HfsTreeView::behindLink(CatalogItem item) {
 }
 
 Result<std::unique_ptr<ByteSource>> HfsTreeView::open(const ViewEntry& file) {
-    std::string problem;
-    auto fork = OpenFork(volume_, std::get<CatalogItem>(file.record), false, problem);
-    if (!fork)
-        return Failed(Reason::Plain(problem));
-    return fork;
+    return OpenFork(volume_, std::get<CatalogItem>(file.record), false);
 }
 
 Lookup HfsTreeView::findEntry(std::string_view path) {
     std::optional<CatalogItem> item;
     Lookup found;
-    found.problem = Reason::Plain(CatalogProblem(
-        FindPath(volume_, path, clock_, item),
-        path.empty() ? "at its root" : fmt::format("on the way to {}", Printable(path))));
+    found.problem =
+        CatalogProblem(FindPath(volume_, path, clock_, item),
+                       path.empty() ? Reason(Sentence::kPlaceAtRoot)
+                                    : Reason(Sentence::kPlaceOnTheWayTo, Printable(path)));
     if (found.problem || !item)
         return found;
     found.entry = behindLink(std::move(*item));
@@ -130,10 +126,10 @@ Lookup HfsTreeView::findEntry(std::string_view path) {
 Reason HfsTreeView::eachEntry(const ViewEntry& folder, const TakeEntry& take) {
     std::vector<CatalogItem> items;
     const auto id = static_cast<std::uint32_t>(folder.id);
-    Reason problem = Reason::Plain(CatalogProblem(
-        ListFolder(volume_, id, clock_, items),
-        folder.path.empty() ? "in the root folder"
-                            : fmt::format("in the folder {}", Printable(folder.path))));
+    Reason problem = CatalogProblem(ListFolder(volume_, id, clock_, items),
+                                    folder.path.empty()
+                                        ? Reason(Sentence::kPlaceInRootFolder)
+                                        : Reason(Sentence::kPlaceInFolder, Printable(folder.path)));
     for (CatalogItem& item : items)
         if (!take(behindLink(std::move(item))))
             break;

@@ -2,6 +2,7 @@
 
 #include "compiler/automatic_label.hpp"
 #include "session/session_state.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -41,14 +42,14 @@ CopyOutOptions CopyOutOptionsOf(const CommandContext& context) {
     if (!user.choseNaming || !canAsk)
         copy.naming.policy = NamingPolicy::Catalog;
     copy.existing = ExistingFilesOf(false, context);
-    copy.keptHint = kForceHint;
+    copy.keptHint = Sentence::kForceHint;
     return copy;
 }
 
 CopyInOptions CopyInOptionsOf(const CommandContext& context) {
     const UserOptions user = OptionsOf(context);
     return {.existing = ExistingFilesOf(false, context),
-            .keptHint = std::string(kForceHint),
+            .keptHint = Sentence::kForceHint,
             .truncation = {.automatic = user.shortensImported,
                            .addsCrc = user.addsCrc || !context.asks,
                            .asks = context.asks}};

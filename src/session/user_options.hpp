@@ -35,10 +35,8 @@ struct UserOptions {
 /// Those of the running session; outside of one every setting has its default.
 [[nodiscard]] UserOptions OptionsOf(const CommandContext& context);
 
-/// Said of a file that is kept where another one was to have its name.
-inline constexpr std::string_view kForceHint = "; --force replaces it";
-
-/// What happens to such a file: nobody may be there to say that it may be lost.
+/// What happens to a file whose name another one is to have: nobody may be there to say that it may
+/// be lost.
 [[nodiscard]] ExistingFiles ExistingFilesOf(bool force, const CommandContext& context);
 /// Copies out of a volume as the settings want them, names as in the catalog unless the settings
 /// choose others that need nobody to be asked; and into one. A command line stands above them.

@@ -1,10 +1,12 @@
 #include "transfer/copy_form.hpp"
 
 #include <cstring>
+#include <utility>
 
 #include "containers/apple_single.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/pc_name.hpp"
+#include "support/sentences.hpp"
 #include "volume/open_fork.hpp"
 
 namespace vellmark {
@@ -64,15 +66,17 @@ MacFileInfo MacFileInfoOf(const VolumeContext& volume, const CatalogItem& file, 
     return info;
 }
 
-std::string OpenFormForks(VolumeContext& volume, const CatalogItem& file, CopyMode mode,
-                          OpenForks& forks) {
-    forks = {std::make_unique<MemoryBytes>(), std::make_unique<MemoryBytes>()};
-    std::string problem;
-    if (HasDataFork(mode))
-        forks.data = OpenFork(volume, file, false, problem);
-    if (problem.empty() && HasResourceFork(mode))
-        forks.resource = OpenFork(volume, file, true, problem);
-    return problem;
+Result<OpenForks> OpenFormForks(VolumeContext& volume, const CatalogItem& file, CopyMode mode) {
+    OpenForks forks = {std::make_unique<MemoryBytes>(), std::make_unique<MemoryBytes>()};
+    for (const bool resource : {false, true}) {
+        if (!(resource ? HasResourceFork(mode) : HasDataFork(mode)))
+            continue;
+        Result<std::unique_ptr<ByteSource>> fork = OpenFork(volume, file, resource);
+        if (!fork)
+            return Failed(std::move(fork.error()));
+        (resource ? forks.resource : forks.data) = std::move(*fork);
+    }
+    return forks;
 }
 
 ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& data,
@@ -94,17 +98,17 @@ ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& dat
     return CopyFork(data, target, 0);
 }
 
-std::string FormProblem(ContainerFault fault) {
+Reason FormProblem(ContainerFault fault) {
     switch (fault) {
         case ContainerFault::None:
         case ContainerFault::TargetFailed:
             return {};
         case ContainerFault::ForkTooLong:
-            return "Its forks are too long for this form, which can tell 4 GB at most.";
+            return Sentence::kFormTooLong;
         case ContainerFault::HeaderInvalid:
-            return "Its name has nothing that a MacBinary header could hold.";
+            return Sentence::kNoMacBinaryName;
         default:
-            return std::string(kContentsCutShort);
+            return Sentence::kContentsCutShort;
     }
 }
 

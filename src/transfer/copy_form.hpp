@@ -6,6 +6,7 @@
 #include <string>
 
 #include "containers/fork_pair.hpp"
+#include "support/result.hpp"
 #include "volume/catalog.hpp"
 
 namespace vellmark {
@@ -36,15 +37,14 @@ struct OpenForks {
     std::unique_ptr<ByteSource> data;
     std::unique_ptr<ByteSource> resource;
 };
-/// Opens them. A sentence when that fails, else "".
-[[nodiscard]] std::string OpenFormForks(VolumeContext& volume, const CatalogItem& file,
-                                        CopyMode mode, OpenForks& forks);
+[[nodiscard]] Result<OpenForks> OpenFormForks(VolumeContext& volume, const CatalogItem& file,
+                                              CopyMode mode);
 
 /// Writes a form from its start to its end without gaps. `sidecar` is for `AppleDouble` only.
 [[nodiscard]] ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& data,
                                        ByteSource& resource, ByteSink& target, ByteSink* sidecar);
 
-/// Why a form cannot be written, as a sentence; "" when the target is at fault.
-[[nodiscard]] std::string FormProblem(ContainerFault fault);
+/// Why a form cannot be written; none when the target is at fault.
+[[nodiscard]] Reason FormProblem(ContainerFault fault);
 
 }  // namespace vellmark

@@ -1,11 +1,10 @@
 #include "transfer/copy_in.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 
 #include "containers/mac_binary.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "transfer/import_batch.hpp"
 #include "transfer/import_folder.hpp"
 #include "transfer/import_source.hpp"
@@ -45,7 +44,7 @@ class FileImport {
     [[nodiscard]] CopyInResult copy();
     [[nodiscard]] std::optional<CopyInResult> openSource(PcFile file);
     [[nodiscard]] bool acceptsDamage();
-    void tellPlain(const std::string& wrong);
+    void tellPlain(const Reason& wrong);
     [[nodiscard]] NewFile describe();
     [[nodiscard]] FinderInfo finderInfo() const;
     void setDates(NewFile& file) const;
@@ -73,18 +72,18 @@ CopyInResult FileImport::run() {
 }
 
 CopyInResult FileImport::copy() {
-    if (const std::string refusal = RefusalOf(batch_, path_, facts_); !refusal.empty())
+    if (const Reason refusal = RefusalOf(batch_, path_, facts_))
         return LeaveOut(batch_, path_, refusal);
     PcFile opened(path_, PcFile::Mode::Read);
     if (!opened.isOpen())
-        return LeaveOut(batch_, path_, UnreadableSentence(opened.error()));
+        return LeaveOut(batch_, path_, Unreadable(opened.error()));
     const std::optional<ImportClass> found =
         ClassifyPcFile(opened, batch_.options.containers, batch_.answers, batch_.messages);
     if (!found)
-        return LeaveOut(batch_, path_, "Nobody said whether it is to be taken apart.");
+        return LeaveOut(batch_, path_, Sentence::kNobodySaidTakeApart);
     class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
-        return LeaveOut(batch_, path_, Say(batch_, kTextNoContainer, Printable(path_)));
+        return LeaveOut(batch_, path_, Reason::Told(kTextNoContainer, Printable(path_)));
     const bool isCut =
         class_ == ImportClass::Plain && batch_.options.containers != ContainerPolicy::Never &&
         ContainerOf(opened) == ContainerKind::MacBinary && !IsMacBinaryFile(opened) &&
@@ -92,28 +91,28 @@ CopyInResult FileImport::copy() {
     if (const auto end = openSource(std::move(opened)))
         return *end;
     if (isCut)
-        tellPlain(FaultSentence(ContainerFault::DataForkCut));
+        tellPlain(FaultProblem(ContainerFault::DataForkCut));
     NewFile file = describe();
     if (KeepsDates(class_) && IsCustomIconFile(source_.info()))
         return putCustomIcon(std::move(file));
     std::optional<CatalogName> fileName = name();
     if (!fileName)
-        return LeaveOut(batch_, path_, kNameTooLong);
+        return LeaveOut(batch_, path_, Sentence::kNameGotNoShorter);
     file.name = std::move(*fileName);
     return store(std::move(file));
 }
 
 // Nothing when the source is open and may be used.
 std::optional<CopyInResult> FileImport::openSource(PcFile file) {
-    const std::string problem =
+    const Reason problem =
         source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
                      batch_.temporary, batch_.progress);
     if (source_.stopped())
         return CopyInResult::Stopped;
-    const std::string wrong = problem.empty() ? source_.damage() : problem;
+    const Reason wrong = problem ? problem : source_.damage();
     // A text that only quotes the first line of BinHex has nothing that could be taken.
     const bool isQuote = class_ == ImportClass::BinHex && !source_.isContainer();
-    if (wrong.empty() || (problem.empty() && !isQuote && acceptsDamage()))
+    if (!wrong || (!problem && !isQuote && acceptsDamage()))
         return std::nullopt;
     if (class_ == ImportClass::Plain || source_.isContainer() ||
         batch_.options.mode == CopyMode::MacBinary)
@@ -125,17 +124,18 @@ std::optional<CopyInResult> FileImport::openSource(PcFile file) {
 }
 
 // The file itself is copied, which is named all the same.
-void FileImport::tellPlain(const std::string& wrong) {
-    (void)LeaveOut(batch_, path_, "It is copied as a plain file. " + wrong);
+void FileImport::tellPlain(const Reason& wrong) {
+    (void)LeaveOut(batch_, path_, Reason(Sentence::kCopiedAsPlain, wrong));
 }
 
 bool FileImport::acceptsDamage() {
-    const std::string remark = fmt::format("{}: {}", Printable(path_), source_.damage());
     if (batch_.options.containers == ContainerPolicy::Always) {
-        batch_.messages.showTimedMessage(remark + " What is there of it is copied.");
+        batch_.messages.showTimedMessage(
+            Reason(Sentence::kTakesWhatIsThere, Printable(path_), source_.damage()));
         return true;
     }
-    return batch_.messages.askYesNo(remark + "\nDo you want to copy what is there of it?");
+    return batch_.messages.askYesNo(
+        Reason(Sentence::kAsksWhatIsThere, Printable(path_), source_.damage()));
 }
 
 NewFile FileImport::describe() {
@@ -171,7 +171,7 @@ FinderInfo FileImport::finderInfo() const {
 
 // MacBinary has local time. No creation date there means now, no other one the creation date.
 void FileImport::setDates(NewFile& file) const {
-    const VolumeContext& volume = batch_.volume;
+    const VolumeContext& volume = *batch_.volume;
     if (!KeepsDates(class_)) {
         file.created = file.modified = VolumeDate(volume, facts_.modified, batch_.clock);
         return;
@@ -209,16 +209,17 @@ CopyInResult FileImport::putCustomIcon(NewFile file) {
         return result;
     return MarkCustomIcon(batch_.volume, folderId_) == TreeResult::Done
                ? CopyInResult::Done
-               : EndBatch(batch_, path_, "The catalog of the volume is damaged.");
+               : EndBatch(batch_, path_, Sentence::kCatalogOfVolumeDamaged);
 }
 
 CopyInResult FileImport::store(NewFile file) {
     if (IsEmptyName(batch_.volume, file.name))
-        return LeaveOut(batch_, path_, "Nothing of its name can stand on the volume.");
+        return LeaveOut(batch_, path_, Sentence::kNoNameLeft);
     if (const auto end = settleExisting(file))
         return *end;
     const std::uint64_t bytes = source_.sizeBytes();
-    batch_.progress.text(Say(batch_, kTextCopyOf, Printable(path_), ShownIn(batch_, file.name)));
+    batch_.progress.text(batch_.messages.words(
+        Reason::Told(kTextCopyOf, Printable(path_), ShownIn(batch_, file.name))));
     batch_.progress.fileStart(Printable(path_), bytes, 0);
     const StoreResult stored = AddFileToCatalog(batch_.volume, file, batch_.clock, batch_.progress);
     if (stored == StoreResult::Done) {
@@ -235,20 +236,20 @@ std::optional<CopyInResult> FileImport::settleExisting(NewFile& file) {
     std::optional<CatalogItem> there;
     const TreeResult found = FindNamed(batch_.volume, folderId_, file.name, batch_.clock, there);
     if (found != TreeResult::Done)
-        return EndBatch(batch_, path_, CatalogProblem(found, "where the file would go"));
+        return EndBatch(batch_, path_, CatalogProblem(found, Sentence::kPlaceWhereFileGoes));
     if (!there)
         return std::nullopt;
     const std::string shown = ShownIn(batch_, file.name);
     if (there->isFolder)
-        return LeaveOut(batch_, path_, fmt::format("A folder is called {} there.", shown));
+        return LeaveOut(batch_, path_, Reason(Sentence::kFolderIsCalledSo, shown));
     if (there->id >= batch_.firstNewId)
-        return LeaveOut(batch_, path_,
-                        fmt::format("Another of these items has got the name {} there.", shown));
+        return LeaveOut(batch_, path_, Reason(Sentence::kAnotherGotName, shown));
     if (batch_.options.existing == ExistingFiles::Keep)
         return LeaveOut(batch_, path_,
-                        fmt::format("{} exists already{}.", shown, batch_.options.keptHint));
+                        Reason(Sentence::kExistsAlready, shown, batch_.options.keptHint));
     if (batch_.options.existing == ExistingFiles::Ask &&
-        !batch_.answers.replace.ask(batch_.messages, Say(batch_, kTextReplace, shown))) {
+        !batch_.answers.replace.ask(batch_.messages,
+                                    batch_.messages.words(Reason::Told(kTextReplace, shown)))) {
         ++batch_.itemsLeftOut;
         return CopyInResult::LeftOut;
     }
@@ -258,44 +259,41 @@ std::optional<CopyInResult> FileImport::settleExisting(NewFile& file) {
 
 // The file that is there already cannot go.
 CopyInResult FileImport::leaveThere(EditResult reason, const NewFile& file) {
-    return LeaveOut(batch_, path_,
-                    EditSentence(reason, ShownIn(batch_, file.name), batch_.messages.language()));
+    return LeaveOut(batch_, path_, EditProblem(reason, ShownIn(batch_, file.name)));
 }
 
 CopyInResult FileImport::resultOf(StoreResult result, const NewFile& file) {
     switch (result) {
         case StoreResult::Done:
             if (source_.hasChanged())
-                (void)LeaveOut(batch_, path_,
-                               "It changed while it took the place and the room of an older one; "
-                               "what is on the volume can be mixed.");
+                (void)LeaveOut(batch_, path_, Sentence::kMixedContents);
             return batch_.progress.fileEnd(0) ? CopyInResult::Done : CopyInResult::Stopped;
         case StoreResult::Exists:
             return LeaveOut(batch_, path_,
-                            fmt::format("{} exists already.", ShownIn(batch_, file.name)));
+                            Reason(Sentence::kExistsAlready, ShownIn(batch_, file.name), ""));
         case StoreResult::NoRoom:
             return EndForRoom(batch_, path_,
                               (file.data != nullptr ? file.data->size() : 0) +
                                   (file.resource != nullptr ? file.resource->size() : 0));
         case StoreResult::TooFragmented:
-            return LeaveOut(batch_, path_, Say(batch_, kTextTooFragmented));
+            return LeaveOut(batch_, path_, ToldText{kTextTooFragmented});
         case StoreResult::FolderFull:
-            return LeaveOut(batch_, path_, kFolderFullSentence);
+            return LeaveOut(batch_, path_, Sentence::kFolderFull);
         case StoreResult::ForkTooLong:
-            return LeaveOut(batch_, path_, kForkTooLongSentence);
+            return LeaveOut(batch_, path_, Sentence::kForkTooLongForHfs);
         case StoreResult::SourceFailed:
-            return LeaveOut(batch_, path_, "It could not be read whole.");
+            return LeaveOut(batch_, path_, Sentence::kNotReadWhole);
         case StoreResult::SourceChanged:
-            return LeaveOut(batch_, path_, "It changed while it was copied.");
+            return LeaveOut(batch_, path_, Sentence::kChangedWhileCopied);
         case StoreResult::TargetFailed:
-            return EndBatch(batch_, path_, "The image could not be written.");
+            return EndBatch(batch_, path_, Sentence::kImageNotWritten);
         case StoreResult::Protected:
             return leaveThere(EditResult::Protected, file);
         case StoreResult::Attributes:
             return leaveThere(EditResult::Attributes, file);
         case StoreResult::Damaged:
             return EndBatch(batch_, path_,
-                            CatalogProblem(TreeResult::Damaged, "where the file would go"));
+                            CatalogProblem(TreeResult::Damaged, Sentence::kPlaceWhereFileGoes));
         case StoreResult::Stopped:
             return CopyInResult::Stopped;
     }

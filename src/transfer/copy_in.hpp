@@ -1,7 +1,6 @@
 // Copies files and folders of the PC into a mounted volume. A file's own form decides what it
 // becomes: a plain file, or the Macintosh file that a container holds. What cannot be copied is
-// named and left out; the rest goes on. Changes stand between `LoadAllocationState` and
-// `FlushVolume` (volume/allocation.hpp).
+// named and left out; the rest goes on.
 #pragma once
 
 #include <array>
@@ -20,6 +19,7 @@
 #include "transfer/copy_out.hpp"
 #include "transfer/import_class.hpp"
 #include "transfer/import_name.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -29,7 +29,7 @@ struct CopyInOptions {
     CopyMode mode = CopyMode::DataFork;
     ContainerPolicy containers = ContainerPolicy::Ask;
     ExistingFiles existing = ExistingFiles::Ask;  ///< `Replace` also fills folders that are there
-    std::string keptHint = {};                    ///< added to the remark that a file is kept
+    Reason keptHint = {};                         ///< added to the remark that a file is kept
     ImportTruncation truncation = {};
     std::optional<std::array<char, 4>> type = {};  ///< in place of what a file would have
     std::optional<std::array<char, 4>> creator = {};
@@ -46,11 +46,11 @@ enum class CopyInResult {
 
 /// One batch. What it refers to must outlive it.
 struct CopyIn {
-    CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
+    CopyIn(WritableVolume& openVolume, CopyInOptions copyOptions,
            const SignatureTable& signatureTable, Messages& partner, Progress& watcher,
            const Clock& zone);
 
-    VolumeContext& volume;
+    WritableVolume& volume;
     CopyInOptions options;
     const SignatureTable& signatures;
     Messages& messages;
@@ -83,7 +83,7 @@ struct CopyIn {
 [[nodiscard]] CopyInResult CopyFolderIn(CopyIn& batch, const std::string& path,
                                         std::uint32_t folderId);
 
-/// ` - Copied: 3 f. (1.250 MB)`, in the person's language; 1 MB is 2^20 bytes.
-[[nodiscard]] std::string CopiedText(const CopyIn& batch);
+/// ` - Copied: 3 f. (1.250 MB)`; 1 MB is 2^20 bytes.
+[[nodiscard]] Reason CopiedText(const CopyIn& batch);
 
 }  // namespace vellmark

@@ -1,11 +1,10 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 
 #include "containers/apple_single.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/walk_guard.hpp"
 #include "transfer/import_batch.hpp"
 #include "transfer/import_folder.hpp"
@@ -20,7 +19,6 @@ constexpr int kTextCopyingFolder = 1118;
 constexpr int kTextFolderExists = 1160;
 
 constexpr std::string_view kCompanionPrefix = "._";
-constexpr std::string_view kLeadsBack = "It leads back to a folder that it lies in.";
 
 // The folders that a path lies in, the path itself not among them.
 std::vector<PcIdentity> FoldersAbove(const std::string& path) {
@@ -49,7 +47,7 @@ class FolderImport {
     [[nodiscard]] CopyInResult putFolder(const std::string& path, std::uint32_t parentId);
 
   private:
-    [[nodiscard]] std::string refuse(const std::string& path, const PcFacts& facts);
+    [[nodiscard]] Reason refuse(const std::string& path, const PcFacts& facts);
     [[nodiscard]] CopyInResult makeFolder(const std::string& path, std::uint32_t parentId,
                                           std::uint32_t& id, bool& isNew);
     [[nodiscard]] std::optional<CopyInResult> settleExisting(const std::string& path,
@@ -67,7 +65,7 @@ class FolderImport {
 
 CopyInResult FolderImport::putFolder(const std::string& path, std::uint32_t parentId) {
     const PcFacts facts = PcFactsOf(path);
-    if (const std::string refusal = refuse(path, facts); !refusal.empty())
+    if (const Reason refusal = refuse(path, facts))
         return LeaveOut(batch_, path, refusal);
     std::uint32_t id = 0;
     bool isNew = false;
@@ -82,35 +80,36 @@ CopyInResult FolderImport::putFolder(const std::string& path, std::uint32_t pare
     // Last, as each item that comes in may have changed the date.
     const bool hidden = PcNameOfPath(path).starts_with('.');
     if (isNew && SetFolderFacts(batch_.volume, id, facts, hidden, batch_.clock) != TreeResult::Done)
-        return EndBatch(batch_, path, CatalogProblem(TreeResult::Damaged, "at the new folder"));
+        return EndBatch(batch_, path,
+                        CatalogProblem(TreeResult::Damaged, Sentence::kPlaceAtNewFolder));
     return result;
 }
 
-std::string FolderImport::refuse(const std::string& path, const PcFacts& facts) {
-    if (std::string refusal = RefusalOf(batch_, path, facts); !refusal.empty())
+Reason FolderImport::refuse(const std::string& path, const PcFacts& facts) {
+    if (Reason refusal = RefusalOf(batch_, path, facts))
         return refusal;
     if (level_ > WalkGuard::kMostLevels)
-        return "Folders deeper than this are not copied.";
+        return Sentence::kTooDeep;
     const PcIdentity identity = IdentityOf(facts);
     if (std::find(above_.begin(), above_.end(), identity) != above_.end())
-        return std::string(kLeadsBack);
+        return Sentence::kLeadsBack;
     if (facts.isLink && !batch_.linkedFolders.insert(identity).second)
-        return "The folder that this link leads to has been copied through another link.";
+        return Sentence::kCopiedThroughLink;
     return {};
 }
 
 // The folder of the volume that takes the contents, which the volume may have already.
 CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t parentId,
                                       std::uint32_t& id, bool& isNew) {
-    VolumeContext& volume = batch_.volume;
+    WritableVolume& volume = batch_.volume;
     const std::string pcName = PcNameOfPath(path);
     const std::optional<ImportedName> imported = ImportName(
         volume, pcName, parentId, batch_.options.truncation, batch_.messages, batch_.clock);
     if (!imported)
-        return LeaveOut(batch_, path, kNameTooLong);
+        return LeaveOut(batch_, path, Sentence::kNameGotNoShorter);
     const CatalogName& name = imported->name;
     if (IsEmptyName(volume, name))
-        return LeaveOut(batch_, path, "Nothing of its name can stand on the volume.");
+        return LeaveOut(batch_, path, Sentence::kNoNameLeft);
     std::optional<CatalogItem> there;
     TreeResult result = FindNamed(volume, parentId, name, batch_.clock, there);
     if (result == TreeResult::Done && there) {
@@ -118,7 +117,8 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
         return settleExisting(path, *there).value_or(CopyInResult::Done);
     }
     const std::string shown = ShownIn(batch_, name);
-    batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Printable(path), shown));
+    batch_.messages.log(
+        2, batch_.messages.words(Reason::Told(kTextCopyingFolder, Printable(path), shown)));
     if (result == TreeResult::Done)
         result = CreateFolder(volume, name, parentId, batch_.clock, id);
     isNew = result == TreeResult::Done;
@@ -127,26 +127,26 @@ CopyInResult FolderImport::makeFolder(const std::string& path, std::uint32_t par
     if (result == TreeResult::Full)
         return EndForRoom(batch_, path, 0);
     if (result == TreeResult::FolderFull)
-        return LeaveOut(batch_, path, kFolderFullSentence);
+        return LeaveOut(batch_, path, Sentence::kFolderFull);
     return isNew ? CopyInResult::Done
-                 : EndBatch(batch_, path, CatalogProblem(result, "where the folder would go"));
+                 : EndBatch(batch_, path, CatalogProblem(result, Sentence::kPlaceWhereFolderGoes));
 }
 
 std::optional<CopyInResult> FolderImport::settleExisting(const std::string& path,
                                                          const CatalogItem& there) const {
     const std::string shown = ShownIn(batch_, there.catalogName);
     if (!there.isFolder)
-        return LeaveOut(batch_, path, fmt::format("A file is called {} there.", shown));
+        return LeaveOut(batch_, path, Reason(Sentence::kFileIsCalledSo, shown));
     if (batch_.options.existing == ExistingFiles::Replace)
         return std::nullopt;
-    return LeaveOut(batch_, path, Say(batch_, kTextFolderExists, shown));
+    return LeaveOut(batch_, path, Reason::Told(kTextFolderExists, shown));
 }
 
 CopyInResult FolderImport::putContents(const std::string& path, std::uint32_t id) {
     int error = 0;
     const std::vector<PcItem> items = ListPcFolder(path, error);
     if (error != 0)
-        (void)LeaveOut(batch_, path, fmt::format("It cannot be read: {}.", SystemErrorText(error)));
+        (void)LeaveOut(batch_, path, Reason(Sentence::kUnreadable, SystemError{error}));
     // A name that needs no change is not to be taken by one that was changed into it.
     std::vector<const PcItem*> order;
     order.reserve(items.size());
@@ -196,9 +196,7 @@ bool FolderImport::isCompanion(const std::vector<PcItem>& items, const PcItem& i
     // Where containers alone are copied, it is left out by that rule.
     if (file.isOpen() && batch_.options.mode != CopyMode::MacBinary)
         batch_.messages.showTimedMessage(
-            fmt::format("{}: {}; it is copied as a plain file.", Printable(path),
-                        isPaired ? "It is named like a companion, but is none"
-                                 : "The file that it is the companion of is not there"));
+            Reason(isPaired ? Sentence::kNoCompanion : Sentence::kCompanionAlone, Printable(path)));
     return false;
 }
 

@@ -1,11 +1,10 @@
 #include "transfer/copy_out.hpp"
 
-#include <fmt/core.h>
-
 #include <cerrno>
 
 #include "containers/apple_single.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/watched_source.hpp"
 
 namespace vellmark {
@@ -22,25 +21,19 @@ constexpr int kTextReplace = 1161;
 
 constexpr std::string_view kSidecarPrefix = "._";
 
-template <typename... Operands>
-std::string Say(const CopyOut& batch, int number, const Operands&... operands) {
-    return FormatText(number, batch.messages.language(), operands...);
-}
-
 std::string Shown(const std::string& path) {
     return path.empty() ? "/" : Printable(path);
 }
 
-template <typename Words>
-CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, const Words& reason) {
+CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, const Reason& reason) {
     ++batch.itemsLeftOut;
     batch.messages.itemSkipped(Shown(path), reason);
     return CopyOutResult::LeftOut;
 }
 
-void TellDamage(CopyOut& batch, const std::string& sentence) {
+void TellDamage(CopyOut& batch, const Reason& problem) {
     batch.foundDamage = true;
-    batch.messages.showMessage(sentence);
+    batch.messages.showMessage(problem);
 }
 
 std::string SidecarOf(const CopyOut& batch, const std::string& target) {
@@ -63,7 +56,8 @@ bool IsNothingToCopy(CopyOut& batch, const CatalogItem& file, const std::string&
         return false;
     ++batch.itemsLeftOut;
     if (!batch.hidesEmptyForks)
-        batch.hidesEmptyForks = batch.messages.showRememberable(Say(batch, text, Shown(path)));
+        batch.hidesEmptyForks =
+            batch.messages.showRememberable(batch.messages.words(Reason::Told(text, Shown(path))));
     return true;
 }
 
@@ -72,13 +66,14 @@ std::optional<CopyOutResult> RefuseExisting(CopyOut& batch, const std::string& p
                                             const std::string& target) {
     const std::string shown = Printable(target);
     if (batch.options.naming.policy == NamingPolicy::Ask) {
-        batch.messages.showMessage(Say(batch, kTextExistsAborting, shown));
+        batch.messages.showMessage(Reason::Told(kTextExistsAborting, shown));
         return CopyOutResult::BatchEnds;
     }
     if (batch.options.existing == ExistingFiles::Keep)
         return LeaveOut(batch, path,
-                        fmt::format("{} exists already{}.", shown, batch.options.keptHint));
-    if (batch.replaceAnswer.ask(batch.messages, Say(batch, kTextReplace, shown)))
+                        Reason(Sentence::kExistsAlready, shown, batch.options.keptHint));
+    if (batch.replaceAnswer.ask(batch.messages,
+                                batch.messages.words(Reason::Told(kTextReplace, shown))))
         return std::nullopt;
     ++batch.itemsLeftOut;
     return CopyOutResult::LeftOut;
@@ -127,15 +122,13 @@ bool HasRoom(const CopyOut& batch, const std::string& target, std::uint64_t byte
 }
 
 CopyOutResult EndWithoutRoom(CopyOut& batch) {
-    batch.messages.showMessage(Say(batch, kTextNoRoom));
+    batch.messages.showMessage(Reason(ToldText{kTextNoRoom}));
     return CopyOutResult::BatchEnds;
 }
 
 void TellCompressed(CopyOut& batch, const CatalogItem& file, const std::string& path) {
     if (file.isCompressed)
-        batch.messages.showMessage(fmt::format(
-            "{}: Its contents are stored compressed; the forks are copied as they are stored.",
-            Shown(path)));
+        batch.messages.showMessage(Reason(Sentence::kStoredCompressed, Shown(path)));
 }
 
 CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::string& path,
@@ -143,14 +136,15 @@ CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::stri
     Form form(batch, file, forks);
     if (!HasRoom(batch, target, form.sizeBytes()))
         return EndWithoutRoom(batch);
-    batch.progress.text(Say(batch, kTextCopyOf, Shown(path), Printable(target)));
+    batch.progress.text(
+        batch.messages.words(Reason::Told(kTextCopyOf, Shown(path), Printable(target))));
     batch.progress.fileStart(Shown(path), form.sizeBytes(), 0);
     const std::string sidecar = SidecarOf(batch, target);
     // What is not to be replaced was refused before, and what came in between stays.
     const bool replaces = PcTargets::exists(target) || PcTargets::exists(sidecar);
     const PcTarget pcTarget{target, sidecar, replaces, GivenDate(file.modified)};
     const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
-        return Reason::Plain(FormProblem(form.write(out, beside)));
+        return FormProblem(form.write(out, beside));
     });
     if (form.stopped())
         return CopyOutResult::Stopped;
@@ -188,11 +182,13 @@ CopyOutResult FolderCopier::copyContents(const CatalogItem& folder, const std::s
     std::vector<CatalogItem> items;
     const TreeResult listed = ListFolder(batch_.volume, folder.id, batch_.clock, items);
     if (listed != TreeResult::Done)
-        TellDamage(batch_, CatalogProblem(listed, path.empty() ? "in the root folder"
-                                                               : "in the folder " + Shown(path)));
+        TellDamage(
+            batch_,
+            CatalogProblem(listed, path.empty() ? Reason(Sentence::kPlaceInRootFolder)
+                                                : Reason(Sentence::kPlaceInFolder, Shown(path))));
     for (CatalogItem& item : items) {
         if (const Reason end = guard_.refuseEntry()) {
-            TellDamage(batch_, batch_.messages.words(end));
+            TellDamage(batch_, end);
             return CopyOutResult::BatchEnds;
         }
         const CatalogItem child = batch_.links.resolve(std::move(item));
@@ -211,13 +207,10 @@ CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string
         return CopyOutResult::BatchEnds;
     const bool hasSidecar = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
     if (!batch_.targets.claimName(*name))
-        return LeaveOut(batch_, path, "Another item of its folder has the same name on the PC.");
+        return LeaveOut(batch_, path, Sentence::kSameNameOnPc);
     if (const std::string sidecar = std::string(kSidecarPrefix) + *name;
         hasSidecar && !batch_.targets.claimName(sidecar))
-        return LeaveOut(batch_, path,
-                        fmt::format("Its second file would be {}, a name that another item of its "
-                                    "folder has on the PC.",
-                                    Printable(sidecar)));
+        return LeaveOut(batch_, path, Reason(Sentence::kSecondFileTaken, Printable(sidecar)));
     const std::string target = batch_.targets.folder() + "/" + *name;
     return item.isFolder ? copyFolder(item, path, target, level + 1)
                          : CopyFileOut(batch_, item, path, target);
@@ -226,12 +219,13 @@ CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string
 CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::string& path,
                                        const std::string& target, std::size_t level) {
     if (const Reason refusal = guard_.refuseFolder(folder.id, path, level)) {
-        TellDamage(batch_, batch_.messages.words(refusal));
+        TellDamage(batch_, refusal);
         return CopyOutResult::LeftOut;
     }
     if (const Reason problem = batch_.targets.enter(target))
         return LeaveOut(batch_, path, problem);
-    batch_.messages.log(2, Say(batch_, kTextCopyingFolder, Shown(path), Printable(target)));
+    batch_.messages.log(
+        2, batch_.messages.words(Reason::Told(kTextCopyingFolder, Shown(path), Printable(target))));
     const CopyOutResult result = copyContents(folder, path, level);
     if (EndsWalk(result))
         return result;
@@ -254,7 +248,7 @@ std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
     if (batch.options.naming.policy == NamingPolicy::Ask) {
         std::optional<std::string> given = batch.messages.askFileName(name);
         if (!given) {
-            batch.messages.showMessage("No name was given; nothing more is copied.");
+            batch.messages.showMessage(Reason(Sentence::kNoNameGiven));
             return std::nullopt;
         }
         name = std::move(*given);
@@ -267,7 +261,7 @@ CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::st
     const std::string sidecar = item.isFolder ? std::string{} : SidecarOf(batch, target);
     for (const std::string& made : {target, sidecar})
         if (!made.empty() && !batch.targets.claim(made))
-            return LeaveOut(batch, path, fmt::format("{} has just been written.", Printable(made)));
+            return LeaveOut(batch, path, Reason(Sentence::kJustWritten, Printable(made)));
     return item.isFolder ? CopyFolderOut(batch, item, path, target)
                          : CopyFileOut(batch, batch.links.resolve(item), path, target);
 }
@@ -282,18 +276,17 @@ CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::st
     }
     if (const auto refused = RefuseTargets(batch, path, target, SidecarOf(batch, target)))
         return *refused;
-    OpenForks forks;
-    if (const std::string problem = OpenFormForks(batch.volume, item, batch.options.mode, forks);
-        !problem.empty())
-        return LeaveOut(batch, path, problem);
-    return WriteFile(batch, item, path, target, forks);
+    const Result<OpenForks> forks = OpenFormForks(batch.volume, item, batch.options.mode);
+    return forks ? WriteFile(batch, item, path, target, *forks)
+                 : LeaveOut(batch, path, forks.error());
 }
 
 CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std::string& path,
                             const std::string& target) {
     if (const Reason problem = batch.targets.enter(target))
         return LeaveOut(batch, path, problem);
-    batch.messages.log(2, Say(batch, kTextCopyingFolder, Shown(path), Printable(target)));
+    batch.messages.log(
+        2, batch.messages.words(Reason::Told(kTextCopyingFolder, Shown(path), Printable(target))));
     const CopyOutResult result = FolderCopier(batch, folder.id).copyContents(folder, path, 0);
     if (EndsWalk(result)) {
         batch.targets.abandonFolders();
@@ -310,11 +303,10 @@ CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item, const std:
         TellCompressed(batch, file, path);
         return CopyOutResult::LeftOut;
     }
-    OpenForks forks;
-    if (const std::string problem = OpenFormForks(batch.volume, file, batch.options.mode, forks);
-        !problem.empty())
-        return LeaveOut(batch, path, problem);
-    Form form(batch, file, forks);
+    const Result<OpenForks> forks = OpenFormForks(batch.volume, file, batch.options.mode);
+    if (!forks)
+        return LeaveOut(batch, path, forks.error());
+    Form form(batch, file, *forks);
     const ContainerFault fault = form.write(sink, nullptr);
     if (form.stopped() || fault == ContainerFault::TargetFailed)
         return CopyOutResult::Stopped;

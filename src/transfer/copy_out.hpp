@@ -24,7 +24,7 @@ struct CopyOutOptions {
     CopyMode mode = CopyMode::DataFork;
     PcNaming naming;
     ExistingFiles existing = ExistingFiles::Keep;
-    std::string keptHint;   ///< added to the remark that a file is kept
+    Reason keptHint;        ///< added to the remark that a file is kept
     std::string imagePath;  ///< never written over
     /// Bytes that the file system of a folder has room for; 0 when unknown.
     std::function<std::uint64_t(const std::string& folder)> freeBytes = FreeBytes;

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "transfer/import_source.hpp"
 #include "volume/room_remark.hpp"
 
@@ -34,7 +35,7 @@ bool IsFile(const PcFacts& own, const PcFacts& facts) {
 
 }  // namespace
 
-CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
+CopyIn::CopyIn(WritableVolume& openVolume, CopyInOptions copyOptions,
                const SignatureTable& signatureTable, Messages& partner, Progress& watcher,
                const Clock& zone)
     : volume(openVolume),
@@ -51,17 +52,18 @@ CopyIn::CopyIn(VolumeContext& openVolume, CopyInOptions copyOptions,
 }
 
 CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes) {
-    const std::string remark = RoomRemark(batch.volume, wantedBytes);
-    return EndBatch(batch, path, Say(batch, kTextNoRoom) + (remark.empty() ? "" : "\n" + remark));
+    return EndBatch(
+        batch, path,
+        Reason::Joined({ToldText{kTextNoRoom}, RoomRemark(batch.volume, wantedBytes)}, "\n"));
 }
 
-CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason) {
+CopyInResult LeaveOut(CopyIn& batch, const std::string& path, const Reason& reason) {
     ++batch.itemsLeftOut;
     batch.messages.itemSkipped(Printable(path), reason);
     return CopyInResult::LeftOut;
 }
 
-CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason) {
+CopyInResult EndBatch(CopyIn& batch, const std::string& path, const Reason& reason) {
     (void)LeaveOut(batch, path, reason);
     return CopyInResult::BatchEnds;
 }
@@ -78,18 +80,18 @@ bool IsJournal(const CopyIn& batch, const PcFacts& facts) {
     return IsFile(batch.journal, facts);
 }
 
-std::string RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts) {
+Reason RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts) {
     if (facts.kind == PcKind::Missing)
-        return facts.isLink ? "It is a symbolic link that leads nowhere." : "It cannot be found.";
+        return facts.isLink ? Sentence::kLinkLeadsNowhere : Sentence::kNotFound;
     if (facts.kind == PcKind::Special)
-        return "It is a pipe, a socket or a device.";
+        return Sentence::kSpecialFile;
     if (IsFile(batch.image, facts))
-        return "It is the image itself.";
+        return Sentence::kImageItself;
     if (IsJournal(batch, facts))
-        return "It is the open journal.";
+        return Sentence::kOpenJournalItself;
     if (facts.kind == PcKind::Folder)
         if (const int error = ReadRefusal(path); error != 0)
-            return UnreadableSentence(error);
+            return Unreadable(error);
     return {};
 }
 
@@ -100,12 +102,12 @@ std::string ShownIn(const CopyIn& batch, const CatalogName& name) {
 void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name) {
     batch.messages.nameChanged(
         Printable(path),
-        fmt::format("{} \"{}\"", batch.volume.isHfsPlus ? "HFS+" : "HFS", ShownIn(batch, name)));
+        fmt::format("{} \"{}\"", batch.volume->isHfsPlus ? "HFS+" : "HFS", ShownIn(batch, name)));
 }
 
-std::string CopiedText(const CopyIn& batch) {
+Reason CopiedText(const CopyIn& batch) {
     const std::uint64_t thousandths = batch.bytesCopied % kMegabyte * 1000 / kMegabyte;
-    return Say(batch, kTextCopied, batch.filesCopied, batch.bytesCopied / kMegabyte, thousandths);
+    return Reason::Told(kTextCopied, batch.filesCopied, batch.bytesCopied / kMegabyte, thousandths);
 }
 
 }  // namespace vellmark

@@ -2,26 +2,16 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "transfer/copy_in.hpp"
 
 namespace vellmark {
 
-template <typename... Operands>
-[[nodiscard]] std::string Say(const CopyIn& batch, int number, const Operands&... operands) {
-    return FormatText(number, batch.messages.language(), operands...);
-}
-
-/// Why an item is left out whose name a person did not settle.
-inline constexpr std::string_view kNameTooLong =
-    "Its name is too long for the volume, and it got no other one.";
-
 /// Names an item that is left out, and counts it.
-CopyInResult LeaveOut(CopyIn& batch, const std::string& path, std::string_view reason);
+CopyInResult LeaveOut(CopyIn& batch, const std::string& path, const Reason& reason);
 
 /// Names an item at which the batch ends.
-CopyInResult EndBatch(CopyIn& batch, const std::string& path, std::string_view reason);
+CopyInResult EndBatch(CopyIn& batch, const std::string& path, const Reason& reason);
 
 /// The same where the volume has no room for it: what was wanted, in bytes.
 CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wantedBytes);
@@ -32,9 +22,8 @@ CopyInResult EndForRoom(CopyIn& batch, const std::string& path, std::uint64_t wa
 /// Whether what stands there is the journal of this run.
 [[nodiscard]] bool IsJournal(const CopyIn& batch, const PcFacts& facts);
 
-/// Why an item cannot be copied at all, as a sentence; "" when it can.
-[[nodiscard]] std::string RefusalOf(const CopyIn& batch, const std::string& path,
-                                    const PcFacts& facts);
+/// Why an item cannot be copied at all; none when it can.
+[[nodiscard]] Reason RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts);
 
 /// Tells that an item got a name that is not its own.
 void TellChangedName(CopyIn& batch, const std::string& path, const CatalogName& name);

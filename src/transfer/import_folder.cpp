@@ -14,13 +14,13 @@ struct FolderFields {
 };
 
 template <typename Change>
-TreeResult ChangeFolder(VolumeContext& volume, std::uint32_t folderId, Change change) {
+TreeResult ChangeFolder(WritableVolume& volume, std::uint32_t folderId, Change change) {
     bool found = false;
     if (const TreeResult result = StandOnFolder(volume, folderId, found);
         result != TreeResult::Done || !found)
         return result == TreeResult::Done ? TreeResult::Missing : result;
     const ByteSpan data = CurrentData(volume);
-    if (volume.isHfsPlus) {
+    if (volume->isHfsPlus) {
         auto& record = RecordIn<HfsPlusFolderRecord>(data);
         change({record.finderInfo.flags, record.creationDate, record.contentModificationDate});
     } else {
@@ -36,7 +36,7 @@ MacSeconds VolumeDate(const VolumeContext& volume, UnixSeconds at, const Clock& 
     return volume.isHfsPlus ? ToMacGmt(at) : ToMacLocal(at, clock);
 }
 
-TreeResult SetFolderFacts(VolumeContext& volume, std::uint32_t folderId, const PcFacts& facts,
+TreeResult SetFolderFacts(WritableVolume& volume, std::uint32_t folderId, const PcFacts& facts,
                           bool hidden, const Clock& clock) {
     const MacSeconds date = VolumeDate(volume, facts.modified, clock);
     return ChangeFolder(volume, folderId, [&](const FolderFields& fields) {
@@ -47,7 +47,7 @@ TreeResult SetFolderFacts(VolumeContext& volume, std::uint32_t folderId, const P
     });
 }
 
-TreeResult MarkCustomIcon(VolumeContext& volume, std::uint32_t folderId) {
+TreeResult MarkCustomIcon(WritableVolume& volume, std::uint32_t folderId) {
     return ChangeFolder(volume, folderId, [](const FolderFields& fields) {
         fields.flags =
             static_cast<std::uint16_t>((fields.flags | kFinderCustomIcon) & ~kFinderInited);

@@ -4,7 +4,7 @@
 #include "support/mac_dates.hpp"
 #include "support/pc_folder.hpp"
 #include "volume/btree.hpp"
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -14,10 +14,10 @@ namespace vellmark {
 
 /// Gives a folder the date of one of the PC, and makes it invisible when that is hidden. `Missing`
 /// when there is no such folder.
-[[nodiscard]] TreeResult SetFolderFacts(VolumeContext& volume, std::uint32_t folderId,
+[[nodiscard]] TreeResult SetFolderFacts(WritableVolume& volume, std::uint32_t folderId,
                                         const PcFacts& facts, bool hidden, const Clock& clock);
 
 /// Tells the Finder that a folder has an icon of its own, which it has not seen yet.
-[[nodiscard]] TreeResult MarkCustomIcon(VolumeContext& volume, std::uint32_t folderId);
+[[nodiscard]] TreeResult MarkCustomIcon(WritableVolume& volume, std::uint32_t folderId);
 
 }  // namespace vellmark

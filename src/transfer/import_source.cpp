@@ -1,6 +1,6 @@
 #include "transfer/import_source.hpp"
 
-#include <fmt/core.h>
+#include <utility>
 
 #include "containers/apple_single.hpp"
 #include "containers/bin_hex.hpp"
@@ -8,72 +8,71 @@
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/watched_source.hpp"
 
 namespace vellmark {
 
-std::string FaultSentence(ContainerFault fault) {
+Reason FaultProblem(ContainerFault fault) {
     switch (fault) {
         case ContainerFault::None:
-            return {};
+            break;
         case ContainerFault::NotThisFormat:
-            return "The container is not what its beginning says.";
+            return Sentence::kContainerNotThisFormat;
         case ContainerFault::HeaderCut:
-            return "The header of the container is cut short.";
+            return Sentence::kContainerHeaderCut;
         case ContainerFault::HeaderInvalid:
-            return "The header of the container has no usable name.";
+            return Sentence::kContainerHeaderInvalid;
         case ContainerFault::HeaderChecksum:
-            return "The header of the container has a wrong checksum.";
+            return Sentence::kContainerHeaderChecksum;
         case ContainerFault::EntryOverlapsHeader:
-            return "An entry of the container begins within its header.";
+            return Sentence::kContainerEntryInHeader;
         case ContainerFault::FinderInfoCut:
-            return "The Finder's information in the container is cut short.";
+            return Sentence::kContainerFinderInfoCut;
         case ContainerFault::DataForkCut:
-            return "The data fork in the container is cut short.";
+            return Sentence::kContainerDataForkCut;
         case ContainerFault::ResourceForkCut:
-            return "The resource fork in the container is cut short.";
+            return Sentence::kContainerResourceForkCut;
         case ContainerFault::DataChecksum:
-            return "The data fork in the container has a wrong checksum.";
+            return Sentence::kContainerDataChecksum;
         case ContainerFault::ResourceChecksum:
-            return "The resource fork in the container has a wrong checksum.";
+            return Sentence::kContainerResourceChecksum;
         case ContainerFault::ForkTooLong:
-            return "A fork in the container is too long.";
+            return Sentence::kContainerForkTooLong;
         case ContainerFault::SourceFailed:
-            return "The container cannot be read whole.";
+            return Sentence::kContainerUnreadable;
         case ContainerFault::TargetFailed:
-            return "The container cannot be decoded to a temporary file.";
+            return Sentence::kContainerNotDecoded;
     }
     return {};
 }
 
-std::string UnreadableSentence(int error) {
-    return fmt::format("It cannot be read: {}.", SystemErrorText(error));
+Reason Unreadable(int error) {
+    return Reason(Sentence::kUnreadable, SystemError{error});
 }
 
-std::string ImportSource::open(const std::string& path, ImportClass importClass,
-                               bool plainIsResource, std::optional<TemporaryFolder>& temporary,
-                               Progress& progress) {
+Reason ImportSource::open(const std::string& path, ImportClass importClass, bool plainIsResource,
+                          std::optional<TemporaryFolder>& temporary, Progress& progress) {
     return open(PcFile(path, PcFile::Mode::Read), importClass, plainIsResource, temporary,
                 progress);
 }
 
-std::string ImportSource::open(PcFile file, ImportClass importClass, bool plainIsResource,
-                               std::optional<TemporaryFolder>& temporary, Progress& progress) {
+Reason ImportSource::open(PcFile file, ImportClass importClass, bool plainIsResource,
+                          std::optional<TemporaryFolder>& temporary, Progress& progress) {
     file_ = std::move(file);
     class_ = importClass;
     if (!file_.isOpen())
-        return UnreadableSentence(file_.error());
-    std::string problem =
-        openForks(file_.path(), importClass, plainIsResource, temporary, progress);
-    if (problem.empty() && HasBundleResource(*resource_))
+        return Unreadable(file_.error());
+    Reason problem = openForks(file_.path(), importClass, plainIsResource, temporary, progress);
+    if (!problem && HasBundleResource(*resource_))
         container_.info.finder.flags =
             static_cast<std::uint16_t>(container_.info.finder.flags | kFinderHasBundle);
     return problem;
 }
 
-std::string ImportSource::openForks(const std::string& path, ImportClass importClass,
-                                    bool plainIsResource, std::optional<TemporaryFolder>& temporary,
-                                    Progress& progress) {
+Reason ImportSource::openForks(const std::string& path, ImportClass importClass,
+                               bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                               Progress& progress) {
     switch (importClass) {
         case ImportClass::Plain:
             becomePlain(plainIsResource);
@@ -95,7 +94,7 @@ std::string ImportSource::openForks(const std::string& path, ImportClass importC
 void ImportSource::becomePlain(bool plainIsResource) {
     class_ = ImportClass::Plain;
     fault_ = ContainerFault::None;
-    damage_.clear();
+    damage_ = {};
     container_ = {};
     data_ = plainIsResource ? static_cast<ByteSource*>(&container_.data) : &file_;
     resource_ = plainIsResource ? static_cast<ByteSource*>(&file_) : &container_.resource;
@@ -117,59 +116,56 @@ bool ImportSource::isContainer() const {
 }
 
 // Type and creator alone are taken: the other flags of a server's file are its own.
-std::string ImportSource::openStreams(const std::string& path) {
+Reason ImportSource::openStreams(const std::string& path) {
     data_ = &file_;
     resource_ = &stream_;
     if (const std::optional<FinderInfo> finder = ReadAfpInfo(path))
         container_.info.finder.signature = finder->signature;
     const int error = ReadResourceStream(path, stream_);
-    return error == 0
-               ? std::string{}
-               : fmt::format("Its stream AFP_Resource cannot be read: {}.", SystemErrorText(error));
+    return error == 0 ? Reason() : Reason(Sentence::kStreamUnreadable, SystemError{error});
 }
 
-std::string ImportSource::openDouble(const std::string& path) {
+Reason ImportSource::openDouble(const std::string& path) {
     const std::string sidecar = SidecarPath(path);
     beside_ = PcFile(sidecar, PcFile::Mode::Read);
-    std::string problem =
-        beside_.isOpen() ? take(ReadDoubleResource(beside_)) : UnreadableSentence(beside_.error());
+    Reason problem =
+        beside_.isOpen() ? take(ReadDoubleResource(beside_)) : Unreadable(beside_.error());
     data_ = &file_;
     const std::string name = Printable(sidecar.substr(sidecar.rfind('/') + 1));
-    for (std::string* sentence : {&problem, &damage_})
-        if (!sentence->empty())
-            *sentence = fmt::format("In its companion {}: {}", name, *sentence);
+    for (Reason* reason : {&problem, &damage_})
+        if (*reason)
+            *reason = Reason(Sentence::kInItsCompanion, name, std::move(*reason));
     return problem;
 }
 
-std::string ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary,
-                                     Progress& progress) {
+Reason ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary, Progress& progress) {
     if (!temporary)
         temporary.emplace();
     beside_ = PcFile(temporary->path() + "/decoded", PcFile::Mode::CreateTruncate);
     if (!beside_.isOpen())
-        return fmt::format("It cannot be decoded to a temporary file: {}.", beside_.errorText());
+        return Reason(Sentence::kNotDecoded, SystemError{beside_.error()});
     WatchedSource text(file_, progress);
     const BinHexOutcome outcome = DecodeBinHex(text, beside_);
     stopped_ = text.stopped();
     fault_ = outcome.fault;
     if (!outcome.usable || outcome.fault == ContainerFault::TargetFailed)
-        return FaultSentence(outcome.fault);
-    std::string problem = take(ReadMacBinary(beside_));
+        return FaultProblem(outcome.fault);
+    Reason problem = take(ReadMacBinary(beside_));
     container_.info.name = outcome.info.name;
     // What is wrong with the text tells more than what is missing of its result.
     fault_ = outcome.fault;
     if (outcome.fault != ContainerFault::None)
-        damage_ = FaultSentence(outcome.fault);
+        damage_ = FaultProblem(outcome.fault);
     return problem;
 }
 
-std::string ImportSource::take(const MacContainer& container) {
+Reason ImportSource::take(const MacContainer& container) {
     container_ = container;
     fault_ = container.fault;
-    std::string sentence = FaultSentence(container.fault);
+    Reason problem = FaultProblem(container.fault);
     if (!container.usable)
-        return sentence;
-    damage_ = std::move(sentence);
+        return problem;
+    damage_ = std::move(problem);
     return {};
 }
 

@@ -8,32 +8,33 @@
 #include "containers/fork_pair.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
+#include "support/reason.hpp"
 #include "transfer/import_class.hpp"
 
 namespace vellmark {
 
-/// A fault as a sentence, "" for none.
-[[nodiscard]] std::string FaultSentence(ContainerFault fault);
+/// What is wrong with a container; none for `None`.
+[[nodiscard]] Reason FaultProblem(ContainerFault fault);
 /// Why a file was left out that the system refuses to read.
-[[nodiscard]] std::string UnreadableSentence(int error);
+[[nodiscard]] Reason Unreadable(int error);
 
 class ImportSource {
   public:
     /// Opens a file of that class; of a plain one the bytes are the resource fork when
     /// `plainIsResource`. BinHex is decoded into a file of `temporary`, which is made when it is
-    /// first needed. "", or why the file cannot be used, as a sentence.
-    [[nodiscard]] std::string open(const std::string& path, ImportClass importClass,
-                                   bool plainIsResource, std::optional<TemporaryFolder>& temporary,
-                                   Progress& progress);
+    /// first needed. None, or why the file cannot be used.
+    [[nodiscard]] Reason open(const std::string& path, ImportClass importClass,
+                              bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                              Progress& progress);
     /// The same with the file open already.
-    [[nodiscard]] std::string open(PcFile file, ImportClass importClass, bool plainIsResource,
-                                   std::optional<TemporaryFolder>& temporary, Progress& progress);
+    [[nodiscard]] Reason open(PcFile file, ImportClass importClass, bool plainIsResource,
+                              std::optional<TemporaryFolder>& temporary, Progress& progress);
     ImportSource() = default;
     ImportSource(const ImportSource&) = delete;
     ImportSource& operator=(const ImportSource&) = delete;
 
-    /// What is wrong with a container that can be used all the same, as a sentence; "" for nothing.
-    [[nodiscard]] const std::string& damage() const { return damage_; }
+    /// What is wrong with a container that can be used all the same; none for nothing.
+    [[nodiscard]] const Reason& damage() const { return damage_; }
     /// Whether the file is a container, as far as what is wrong with it leaves that certain; a file
     /// with a companion or streams is none, nor is one that ends before its MacBinary header says.
     [[nodiscard]] bool isContainer() const;
@@ -56,21 +57,19 @@ class ImportSource {
     [[nodiscard]] UnixSeconds openedDate() const { return file_.openedDate(); }
 
   private:
-    [[nodiscard]] std::string openForks(const std::string& path, ImportClass importClass,
-                                        bool plainIsResource,
-                                        std::optional<TemporaryFolder>& temporary,
-                                        Progress& progress);
-    [[nodiscard]] std::string openStreams(const std::string& path);
-    [[nodiscard]] std::string openDouble(const std::string& path);
-    [[nodiscard]] std::string openBinHex(std::optional<TemporaryFolder>& temporary,
-                                         Progress& progress);
-    [[nodiscard]] std::string take(const MacContainer& container);
+    [[nodiscard]] Reason openForks(const std::string& path, ImportClass importClass,
+                                   bool plainIsResource, std::optional<TemporaryFolder>& temporary,
+                                   Progress& progress);
+    [[nodiscard]] Reason openStreams(const std::string& path);
+    [[nodiscard]] Reason openDouble(const std::string& path);
+    [[nodiscard]] Reason openBinHex(std::optional<TemporaryFolder>& temporary, Progress& progress);
+    [[nodiscard]] Reason take(const MacContainer& container);
 
     PcFile file_;
     PcFile beside_;  ///< the companion, or what BinHex was decoded to
     MemoryBytes stream_;
     MacContainer container_;
-    std::string damage_;
+    Reason damage_;
     ImportClass class_ = ImportClass::Plain;
     ContainerFault fault_ = ContainerFault::None;
     bool stopped_ = false;

@@ -1,12 +1,11 @@
 #include "transfer/pc_target_name.hpp"
 
-#include <fmt/core.h>
-
 #include <utility>
 
 #include "containers/names.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_targets.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -64,8 +63,7 @@ std::string PcFileName(std::string_view name, std::size_t mostBytes, std::string
     std::string shortName = PcFileName(std::string(name), mostBytes);
     if (SafePcName(std::string(name)).size() > shortName.size())
         messages.showTimedMessage(
-            fmt::format("{} has a name of more than {} bytes, and comes out as {}.",
-                        Printable(path), mostBytes, Printable(shortName)));
+            Reason(Sentence::kNameCutOnPc, Printable(path), mostBytes, Printable(shortName)));
     return shortName;
 }
 

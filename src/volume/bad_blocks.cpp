@@ -38,49 +38,49 @@ bool AreEqual(const OverflowRecord& a, const OverflowRecord& b) {
 
 // Puts the records of the bad block file in the place of those that it has. What is the same at
 // their beginning stays as it is.
-TreeResult Replace(VolumeContext& volume, const std::vector<OverflowRecord>& old,
+TreeResult Replace(WritableVolume& volume, const std::vector<OverflowRecord>& old,
                    const std::vector<OverflowRecord>& records) {
     auto [was, is] =
         std::mismatch(old.begin(), old.end(), records.begin(), records.end(), AreEqual);
     TreeResult result = TreeResult::Done;
     for (; was != old.end() && result == TreeResult::Done; ++was)
-        result = RemoveTreeRecord(volume.extents, was->key);
+        result = RemoveTreeRecord(volume->extents, was->key);
     for (; is != records.end() && result == TreeResult::Done; ++is)
         result = AddOverflowRecord(volume, *is);
     return result;
 }
 
-void TellOfBadBlocks(VolumeContext& volume) {
-    if (volume.isHfsPlus)
-        volume.vhb.attributes = volume.vhb.attributes | kVolumeSparedBlocks;
+void TellOfBadBlocks(WritableVolume& volume) {
+    if (volume->isHfsPlus)
+        volume->vhb.attributes = volume->vhb.attributes | kVolumeSparedBlocks;
     else
-        volume.mdb.attributes =
-            static_cast<std::uint16_t>(volume.mdb.attributes | kVolumeSparedBlocks);
+        volume->mdb.attributes =
+            static_cast<std::uint16_t>(volume->mdb.attributes | kVolumeSparedBlocks);
 }
 
 // All runs that something of the volume has, the bad block file included.
-TreeResult FindOwned(VolumeContext& volume, std::vector<BlockRun>& owned) {
+TreeResult FindOwned(WritableVolume& volume, std::vector<BlockRun>& owned) {
     const auto add = [&](const std::vector<BlockRun>& runs) {
         for (const BlockRun& run : runs)
-            if (std::uint64_t{run.startBlock} + run.blockCount <= volume.totalBlocks())
+            if (std::uint64_t{run.startBlock} + run.blockCount <= volume->totalBlocks())
                 owned.push_back(run);
     };
-    add(volume.catalogNodes->runs());
-    add(volume.extentsNodes->runs());
-    add(volume.allocation.file);
-    if (volume.isHfsPlus) {
-        add(RunsOf(volume.vhb.attributesFile.extents));
-        add(RunsOf(volume.vhb.startupFile.extents));
+    add(volume->catalogNodes->runs());
+    add(volume->extentsNodes->runs());
+    add(volume.allocation().file);
+    if (volume->isHfsPlus) {
+        add(RunsOf(volume->vhb.attributesFile.extents));
+        add(RunsOf(volume->vhb.startupFile.extents));
     }
-    const TreeResult extents = ForEachLeaf(volume.extents, [&](NodeView leaf) {
+    const TreeResult extents = ForEachLeaf(volume->extents, [&](NodeView leaf) {
         for (std::size_t i = 0; i < leaf.count(); ++i)
-            add(volume.isHfsPlus ? RunsIn<HfsPlusExtentRecord>(leaf.data(i))
-                                 : RunsIn<HfsExtentRecord>(leaf.data(i)));
+            add(volume->isHfsPlus ? RunsIn<HfsPlusExtentRecord>(leaf.data(i))
+                                  : RunsIn<HfsExtentRecord>(leaf.data(i)));
         return TreeResult::Done;
     });
     if (extents != TreeResult::Done)
         return extents;
-    return ForEachLeaf(volume.catalog, [&](NodeView leaf) {
+    return ForEachLeaf(volume->catalog, [&](NodeView leaf) {
         for (std::size_t i = 0; i < leaf.count(); ++i)
             if (RecordTypeOf(volume, leaf.data(i)) == CatalogRecordType::File)
                 for (const std::vector<BlockRun>& fork : RunsOfForks(volume, leaf.data(i)))
@@ -112,14 +112,14 @@ std::vector<BlockRun> Without(const std::vector<BlockRun>& runs,
 
 }  // namespace
 
-TreeResult GivePcSideAnOwner(VolumeContext& volume) {
-    if (!volume.pcSide || volume.pcSide->empty())
+TreeResult GivePcSideAnOwner(WritableVolume& volume) {
+    if (!volume->pcSide || volume->pcSide->empty())
         return TreeResult::Done;
     std::vector<BlockRun> owned;
     TreeResult result = FindOwned(volume, owned);
     if (result != TreeResult::Done)
         return result == TreeResult::Failed ? result : TreeResult::Done;
-    std::vector<BlockRun> runs = Without(*volume.pcSide, Joined(std::move(owned)));
+    std::vector<BlockRun> runs = Without(*volume->pcSide, Joined(std::move(owned)));
     if (runs.empty())
         return TreeResult::Done;
     std::vector<OverflowRecord> old;
@@ -127,12 +127,12 @@ TreeResult GivePcSideAnOwner(VolumeContext& volume) {
     for (const OverflowRecord& record : old)
         runs.insert(runs.end(), record.runs.begin(), record.runs.end());
     const bool isSound = std::all_of(runs.begin(), runs.end(), [&](const BlockRun& run) {
-        return std::uint64_t{run.startBlock} + run.blockCount <= volume.totalBlocks();
+        return std::uint64_t{run.startBlock} + run.blockCount <= volume->totalBlocks();
     });
     if (result == TreeResult::Done && isSound) {
         VolumeChange change(volume);
         result = Replace(volume, old,
-                         OverflowRecords(volume.isHfsPlus, kBadBlockFileId, kDataFork,
+                         OverflowRecords(volume->isHfsPlus, kBadBlockFileId, kDataFork,
                                          Joined(std::move(runs)), 0));
         TellOfBadBlocks(volume);
         result = change.end(result);

@@ -4,7 +4,7 @@
 // Macintosh that repairs the volume, blocks without an owner would be free.
 #pragma once
 
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -12,6 +12,6 @@ namespace vellmark {
 /// deletion of a file that both sides show. Where there is no room for the records, or the trees
 /// are damaged, such blocks are in use without an owner, and the next change tries again: no change
 /// fails for it. `Failed` when a node cannot be read or written.
-[[nodiscard]] TreeResult GivePcSideAnOwner(VolumeContext& volume);
+[[nodiscard]] TreeResult GivePcSideAnOwner(WritableVolume& volume);
 
 }  // namespace vellmark

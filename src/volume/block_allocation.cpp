@@ -16,31 +16,31 @@ constexpr std::uint32_t kHfsPlusShare = 8;
 constexpr std::uint32_t kHfsHintBits = 32;
 constexpr std::uint32_t kHfsPlusHintBits = 8;
 
-void AddFreeBlocks(VolumeContext& volume, std::int64_t delta) {
-    const std::int64_t sum = std::int64_t{volume.freeBlocks()} + delta;
-    if (volume.isHfsPlus)
-        volume.vhb.freeBlocks = static_cast<std::uint32_t>(sum);
+void AddFreeBlocks(WritableVolume& volume, std::int64_t delta) {
+    const std::int64_t sum = std::int64_t{volume->freeBlocks()} + delta;
+    if (volume->isHfsPlus)
+        volume->vhb.freeBlocks = static_cast<std::uint32_t>(sum);
     else
-        volume.mdb.freeBlocks = static_cast<std::uint16_t>(sum);
+        volume->mdb.freeBlocks = static_cast<std::uint16_t>(sum);
 }
 
-void Take(VolumeContext& volume, BlockRun run) {
-    MarkRun(volume.allocation, run, true);
+void Take(WritableVolume& volume, BlockRun run) {
+    MarkRun(volume.allocation(), run, true);
     AddFreeBlocks(volume, -std::int64_t{run.blockCount});
 }
 
-void SetHint(VolumeContext& volume, std::uint32_t block) {
-    if (volume.isHfsPlus)
-        volume.vhb.nextAllocation = block;
+void SetHint(WritableVolume& volume, std::uint32_t block) {
+    if (volume->isHfsPlus)
+        volume->vhb.nextAllocation = block;
     else
-        volume.mdb.nextAllocation = static_cast<std::uint16_t>(block);
+        volume->mdb.nextAllocation = static_cast<std::uint16_t>(block);
 }
 
 // By the told rules, in as many runs as a catalog record holds.
-bool TryReserve(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
+bool TryReserve(WritableVolume& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
     BlockRun run;
     runs.clear();
-    while (blocks > 0 && runs.size() < RunsPerRecord(volume.isHfsPlus) &&
+    while (blocks > 0 && runs.size() < RunsPerRecord(volume->isHfsPlus) &&
            AllocateRun(volume, blocks, run)) {
         runs.push_back(run);
         blocks -= run.blockCount;
@@ -53,8 +53,8 @@ bool TryReserve(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRu
 }
 
 // All runs of free blocks.
-std::vector<BlockRun> FreeRuns(const VolumeContext& volume) {
-    const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
+std::vector<BlockRun> FreeRuns(const WritableVolume& volume) {
+    const std::vector<std::uint8_t>& bitmap = volume.allocation().bitmap;
     const std::uint32_t end = AllocationEnd(volume);
     std::vector<BlockRun> runs;
     for (std::uint32_t block = NextFreeBlock(bitmap, 0, end); block < end;) {
@@ -70,7 +70,7 @@ bool IsLonger(const BlockRun& a, const BlockRun& b) {
 }
 
 // The longest runs, in the order in which they lie.
-bool ReserveLongest(VolumeContext& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
+bool ReserveLongest(WritableVolume& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
     std::vector<BlockRun> free = FreeRuns(volume);
     std::stable_sort(free.begin(), free.end(), IsLonger);
     for (const BlockRun& run : free) {
@@ -92,14 +92,14 @@ bool ReserveLongest(VolumeContext& volume, std::uint32_t blocks, std::vector<Blo
 
 }  // namespace
 
-std::uint64_t BlocksFor(const VolumeContext& volume, std::uint64_t bytes) {
-    return bytes / volume.blockSize + (bytes % volume.blockSize != 0 ? 1 : 0);
+std::uint64_t BlocksFor(const WritableVolume& volume, std::uint64_t bytes) {
+    return bytes / volume->blockSize + (bytes % volume->blockSize != 0 ? 1 : 0);
 }
 
-bool AllocateRunHfs(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
-    const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
+bool AllocateRunHfs(WritableVolume& volume, std::uint32_t wanted, BlockRun& run) {
+    const std::vector<std::uint8_t>& bitmap = volume.allocation().bitmap;
     const std::uint32_t end = AllocationEnd(volume);
-    std::uint32_t block = volume.mdb.nextAllocation / kHfsHintBits * kHfsHintBits;
+    std::uint32_t block = volume->mdb.nextAllocation / kHfsHintBits * kHfsHintBits;
     for (;;) {
         block = block < end ? NextFreeBlock(bitmap, block, end) : end;
         // A fork is not begun where it could not end.
@@ -116,10 +116,10 @@ bool AllocateRunHfs(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) 
     }
 }
 
-bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
-    const std::vector<std::uint8_t>& bitmap = volume.allocation.bitmap;
+bool AllocateRunHfsPlus(WritableVolume& volume, std::uint32_t wanted, BlockRun& run) {
+    const std::vector<std::uint8_t>& bitmap = volume.allocation().bitmap;
     const std::uint32_t end = AllocationEnd(volume);
-    std::uint32_t block = volume.vhb.nextAllocation / kHfsPlusHintBits * kHfsPlusHintBits;
+    std::uint32_t block = volume->vhb.nextAllocation / kHfsPlusHintBits * kHfsPlusHintBits;
     for (bool isFirst = true;; isFirst = false) {
         block = block < end ? NextFreeBlock(bitmap, block, end) : end;
         if (block == end)
@@ -139,16 +139,16 @@ bool AllocateRunHfsPlus(VolumeContext& volume, std::uint32_t wanted, BlockRun& r
     }
 }
 
-bool AllocateRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
-    return volume.isHfsPlus ? AllocateRunHfsPlus(volume, wanted, run)
-                            : AllocateRunHfs(volume, wanted, run);
+bool AllocateRun(WritableVolume& volume, std::uint32_t wanted, BlockRun& run) {
+    return volume->isHfsPlus ? AllocateRunHfsPlus(volume, wanted, run)
+                             : AllocateRunHfs(volume, wanted, run);
 }
 
-bool AllocateBehind(VolumeContext& volume, BlockRun before, std::uint32_t wanted, BlockRun& run) {
+bool AllocateBehind(WritableVolume& volume, BlockRun before, std::uint32_t wanted, BlockRun& run) {
     const std::uint32_t start = before.startBlock + before.blockCount;
     const std::uint32_t end = AllocationEnd(volume);
     const std::uint32_t count =
-        start < end ? CountFreeBlocks(volume.allocation.bitmap, start, wanted, end) : 0;
+        start < end ? CountFreeBlocks(volume.allocation().bitmap, start, wanted, end) : 0;
     if (count == 0)
         return false;
     run = {start, count};
@@ -156,7 +156,7 @@ bool AllocateBehind(VolumeContext& volume, BlockRun before, std::uint32_t wanted
     return true;
 }
 
-bool AllocateLongestRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& run) {
+bool AllocateLongestRun(WritableVolume& volume, std::uint32_t wanted, BlockRun& run) {
     const std::vector<BlockRun> free = FreeRuns(volume);
     const auto longest = std::min_element(free.begin(), free.end(), IsLonger);
     if (longest == free.end())
@@ -166,19 +166,19 @@ bool AllocateLongestRun(VolumeContext& volume, std::uint32_t wanted, BlockRun& r
     return true;
 }
 
-std::uint32_t AllocationEnd(const VolumeContext& volume) {
-    const std::uint32_t blocks = volume.totalBlocks();
-    return volume.isHfsPlus || blocks == 0 ? blocks : blocks - 1;
+std::uint32_t AllocationEnd(const WritableVolume& volume) {
+    const std::uint32_t blocks = volume->totalBlocks();
+    return volume->isHfsPlus || blocks == 0 ? blocks : blocks - 1;
 }
 
-void RestartAllocation(VolumeContext& volume) {
+void RestartAllocation(WritableVolume& volume) {
     SetHint(volume, 0);
 }
 
-bool ReserveBlocks(VolumeContext& volume, std::uint64_t bytes, std::vector<BlockRun>& runs) {
+bool ReserveBlocks(WritableVolume& volume, std::uint64_t bytes, std::vector<BlockRun>& runs) {
     const std::uint64_t blocks = BlocksFor(volume, bytes);
     runs.clear();
-    if (blocks > volume.freeBlocks())
+    if (blocks > volume->freeBlocks())
         return false;
     const auto wanted = static_cast<std::uint32_t>(blocks);
     if (TryReserve(volume, wanted, runs))
@@ -187,11 +187,11 @@ bool ReserveBlocks(VolumeContext& volume, std::uint64_t bytes, std::vector<Block
     return TryReserve(volume, wanted, runs) || ReserveLongest(volume, wanted, runs);
 }
 
-void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs) {
-    std::uint32_t lowest = volume.isHfsPlus ? std::uint32_t{volume.vhb.nextAllocation} : 0;
+void FreeExtents(WritableVolume& volume, const std::vector<BlockRun>& runs) {
+    std::uint32_t lowest = volume->isHfsPlus ? std::uint32_t{volume->vhb.nextAllocation} : 0;
     for (const BlockRun& whole : runs)
         for (const BlockRun& run : WithoutPcSide(volume, whole)) {
-            MarkFreed(volume.allocation, run);
+            MarkFreed(volume.allocation(), run);
             AddFreeBlocks(volume, run.blockCount);
             lowest = std::min(lowest, run.startBlock);
         }
@@ -199,9 +199,9 @@ void FreeExtents(VolumeContext& volume, const std::vector<BlockRun>& runs) {
         SetHint(volume, lowest);
 }
 
-void ReturnBlocks(VolumeContext& volume, const std::vector<BlockRun>& runs) {
+void ReturnBlocks(WritableVolume& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs) {
-        MarkRun(volume.allocation, run, false);
+        MarkRun(volume.allocation(), run, false);
         AddFreeBlocks(volume, run.blockCount);
     }
 }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 

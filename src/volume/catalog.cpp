@@ -1,10 +1,10 @@
 #include "volume/catalog.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include "support/sentences.hpp"
 #include "volume/catalog_keys.hpp"
 
 namespace vellmark {
@@ -158,11 +158,12 @@ TreeResult FindRoot(VolumeContext& volume, const Clock& clock, std::optional<Cat
 
 }  // namespace
 
-std::string CatalogProblem(TreeResult result, std::string_view place) {
+Reason CatalogProblem(TreeResult result, Reason place) {
     if (result == TreeResult::Done)
         return {};
-    return fmt::format("The Macintosh catalog {} {}.",
-                       result == TreeResult::Failed ? "cannot be read" : "is damaged", place);
+    return Reason(
+        result == TreeResult::Failed ? Sentence::kCatalogUnreadable : Sentence::kCatalogDamaged,
+        std::move(place));
 }
 
 TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId, const Clock& clock,
@@ -228,26 +229,6 @@ TreeResult ForkRuns(VolumeContext& volume, const CatalogItem& item, bool resourc
                     std::vector<BlockRun>& runs) {
     return FollowExtents(volume, item.id, resource ? kResourceFork : kDataFork,
                          resource ? item.resource : item.data, runs);
-}
-
-std::uint32_t ParentOf(VolumeContext& volume, std::uint32_t folderId) {
-    bool found = false;
-    if (FindKey(volume.catalog, ThreadKey(volume, folderId), found) != TreeResult::Done || !found)
-        return 0;
-    const ConstByteSpan data = volume.catalog.view().data(volume.catalog.index);
-    if (!IsType(volume, data, CatalogRecordType::FolderThread))
-        return 0;
-    HfsThreadRecord hfs;
-    HfsPlusThreadHead plus;
-    if (volume.isHfsPlus)
-        return ReadRecord(data, plus) ? std::uint32_t{plus.parentId} : 0;
-    return ReadRecord(data, hfs) ? std::uint32_t{hfs.parentId} : 0;
-}
-
-std::uint32_t FolderIdByName(VolumeContext& volume, std::string_view name, std::uint32_t parentId) {
-    std::optional<CatalogItem> item;
-    const TreeResult result = FindItem(volume, parentId, name, FixedClock(0), item);
-    return result == TreeResult::Done && item && item->isFolder ? item->id : 0;
 }
 
 }  // namespace vellmark

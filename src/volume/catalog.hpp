@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/mac_dates.hpp"
+#include "support/reason.hpp"
 #include "volume/catalog_name.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/volume_context.hpp"
@@ -46,8 +47,8 @@ struct CatalogItem {
     ForkInfo resource;  ///< files
 };
 
-/// What is wrong with the catalog at a place ("in the root folder"), as a sentence; "" for `Done`.
-[[nodiscard]] std::string CatalogProblem(TreeResult result, std::string_view place);
+/// What is wrong with the catalog at a place (`Sentence::kPlaceInRootFolder`); none for `Done`.
+[[nodiscard]] Reason CatalogProblem(TreeResult result, Reason place);
 
 /// The items of a folder, in the order of the catalog. Items before a damaged place are kept.
 [[nodiscard]] TreeResult ListFolder(VolumeContext& volume, std::uint32_t folderId,
@@ -71,11 +72,5 @@ struct CatalogItem {
 /// All runs of a file's fork, those of the overflow tree included.
 [[nodiscard]] TreeResult ForkRuns(VolumeContext& volume, const CatalogItem& item, bool resource,
                                   std::vector<BlockRun>& runs);
-
-/// Parent of a folder, by its thread; 0 when there is none.
-[[nodiscard]] std::uint32_t ParentOf(VolumeContext& volume, std::uint32_t folderId);
-/// Id of a folder's subfolder of that shown name; 0 when there is none.
-[[nodiscard]] std::uint32_t FolderIdByName(VolumeContext& volume, std::string_view name,
-                                           std::uint32_t parentId);
 
 }  // namespace vellmark

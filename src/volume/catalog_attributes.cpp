@@ -50,14 +50,14 @@ void ChangeHfsPlusDates(Record& record, const AttributeChange& change) {
         record.contentModificationDate = ToMacGmt(*change.modified);
 }
 
-void ChangeRecord(const VolumeContext& volume, ByteSpan data, const AttributeChange& change,
+void ChangeRecord(const WritableVolume& volume, ByteSpan data, const AttributeChange& change,
                   const Clock& clock) {
     const bool isFolder = RecordTypeOf(volume, data) == CatalogRecordType::Folder;
-    if (volume.isHfsPlus && isFolder) {
+    if (volume->isHfsPlus && isFolder) {
         auto& record = RecordIn<HfsPlusFolderRecord>(data);
         ChangeFinderFlags(record, change);
         ChangeHfsPlusDates(record, change);
-    } else if (volume.isHfsPlus) {
+    } else if (volume->isHfsPlus) {
         auto& record = RecordIn<HfsPlusFileRecord>(data);
         ChangeFinderFlags(record, change);
         ChangeHfsPlusDates(record, change);
@@ -112,10 +112,8 @@ SwapResult SwapHfsPlus(HfsPlusFileRecord& record, std::uint32_t blockSize) {
 
 }  // namespace
 
-EditResult ChangeAttributes(VolumeContext& volume, std::uint32_t parentId, const CatalogName& name,
+EditResult ChangeAttributes(WritableVolume& volume, std::uint32_t parentId, const CatalogName& name,
                             const AttributeChange& change, const Clock& clock) {
-    if (volume.allocation.bitmap.empty())
-        return EditResult::Failed;
     bool found = false;
     if (const TreeResult result = StandOnItem(volume, ItemKey(volume, parentId, name), found);
         result != TreeResult::Done || !found)
@@ -126,9 +124,7 @@ EditResult ChangeAttributes(VolumeContext& volume, std::uint32_t parentId, const
     return ToEditResult(StoreCurrentNode(volume));
 }
 
-SwapResult SwapForks(VolumeContext& volume, const CatalogName& name, std::uint32_t parentId) {
-    if (volume.allocation.bitmap.empty())
-        return SwapResult::Failed;
+SwapResult SwapForks(WritableVolume& volume, const CatalogName& name, std::uint32_t parentId) {
     bool found = false;
     if (StandOnItem(volume, ItemKey(volume, parentId, name), found) != TreeResult::Done)
         return SwapResult::Failed;
@@ -137,9 +133,9 @@ SwapResult SwapForks(VolumeContext& volume, const CatalogName& name, std::uint32
         return SwapResult::NotFound;
     if (RefuseChange(volume) != EditResult::Done)
         return SwapResult::Protected;
-    const SwapResult result = volume.isHfsPlus
-                                  ? SwapHfsPlus(RecordIn<HfsPlusFileRecord>(data), volume.blockSize)
-                                  : SwapHfs(RecordIn<HfsFileRecord>(data), volume.blockSize);
+    const SwapResult result =
+        volume->isHfsPlus ? SwapHfsPlus(RecordIn<HfsPlusFileRecord>(data), volume->blockSize)
+                          : SwapHfs(RecordIn<HfsFileRecord>(data), volume->blockSize);
     if (result != SwapResult::Done)
         return result;
     return StoreCurrentNode(volume) == TreeResult::Done ? result : SwapResult::Failed;

@@ -25,17 +25,17 @@ constexpr int kTextFolderNotEmpty = 1163;
 // Frees runs, each of which must lie in the volume and be in use: the blocks of others would go
 // with them, and runs that overlap would be counted twice. What the PC side needs stays
 // in use, and gets an owner when the change is written (volume/bad_blocks.hpp).
-TreeResult FreeRuns(VolumeContext& volume, const std::vector<BlockRun>& runs) {
+TreeResult FreeRuns(WritableVolume& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs) {
-        if (std::uint64_t{run.startBlock} + run.blockCount > volume.totalBlocks() ||
-            !IsInUse(volume.allocation, run))
+        if (std::uint64_t{run.startBlock} + run.blockCount > volume->totalBlocks() ||
+            !IsInUse(volume.allocation(), run))
             return TreeResult::Damaged;
         FreeExtents(volume, {run});
     }
     return TreeResult::Done;
 }
 
-TreeResult FreeFork(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+TreeResult FreeFork(WritableVolume& volume, std::uint32_t fileId, std::uint8_t fork,
                     const std::vector<BlockRun>& runs) {
     std::vector<OverflowRecord> overflow;
     if (const TreeResult result = OverflowOf(volume, fileId, fork, overflow);
@@ -46,7 +46,7 @@ TreeResult FreeFork(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fo
     for (const OverflowRecord& record : overflow) {
         if (const TreeResult result = FreeRuns(volume, record.runs); result != TreeResult::Done)
             return result;
-        if (const TreeResult result = RemoveTreeRecord(volume.extents, record.key);
+        if (const TreeResult result = RemoveTreeRecord(volume->extents, record.key);
             result != TreeResult::Done)
             return result;
     }
@@ -54,17 +54,17 @@ TreeResult FreeFork(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fo
 }
 
 // Takes out an item's record and its thread; only a file of HFS has none as a rule.
-TreeResult RemoveRecords(VolumeContext& volume, const TreeKey& key, std::uint32_t id) {
-    const TreeResult result = RemoveTreeRecord(volume.catalog, key);
+TreeResult RemoveRecords(WritableVolume& volume, const TreeKey& key, std::uint32_t id) {
+    const TreeResult result = RemoveTreeRecord(volume->catalog, key);
     if (result != TreeResult::Done)
         return result;
-    const TreeResult thread = RemoveTreeRecord(volume.catalog, ThreadKey(volume, id));
+    const TreeResult thread = RemoveTreeRecord(volume->catalog, ThreadKey(volume, id));
     return thread == TreeResult::Missing ? TreeResult::Done : thread;
 }
 
 class FolderDeleter {
   public:
-    FolderDeleter(VolumeContext& volume, DeleteContext& context, std::uint32_t rootId)
+    FolderDeleter(WritableVolume& volume, DeleteContext& context, std::uint32_t rootId)
         : volume_(volume), context_(context), guard_(rootId) {}
 
     EditResult deleteFolder(std::uint32_t parentId, const CatalogName& name, std::uint32_t id,
@@ -73,7 +73,7 @@ class FolderDeleter {
   private:
     EditResult deleteChild(const CatalogItem& child, std::size_t level);
 
-    VolumeContext& volume_;
+    WritableVolume& volume_;
     DeleteContext& context_;
     WalkGuard guard_;
 };
@@ -114,7 +114,8 @@ EditResult FolderDeleter::deleteChild(const CatalogItem& child, std::size_t leve
 }
 
 // Whether a folder may go: an empty one, or one that the user agrees to.
-EditResult ConfirmFolder(VolumeContext& volume, const CatalogItem& folder, DeleteContext& context) {
+EditResult ConfirmFolder(WritableVolume& volume, const CatalogItem& folder,
+                         DeleteContext& context) {
     std::vector<CatalogItem> children;
     if (const TreeResult result = ListFolder(volume, folder.id, context.clock, children);
         result != TreeResult::Done)
@@ -128,7 +129,7 @@ EditResult ConfirmFolder(VolumeContext& volume, const CatalogItem& folder, Delet
 
 }  // namespace
 
-EditResult DeleteFile(VolumeContext& volume, std::uint32_t parentId, const CatalogName& name) {
+EditResult DeleteFile(WritableVolume& volume, std::uint32_t parentId, const CatalogName& name) {
     const TreeKey key = ItemKey(volume, parentId, name);
     bool found = false;
     TreeResult result = StandOnItem(volume, key, found);
@@ -150,10 +151,8 @@ EditResult DeleteFile(VolumeContext& volume, std::uint32_t parentId, const Catal
     return ToEditResult(result);
 }
 
-EditResult DeleteItemByName(VolumeContext& volume, const CatalogName& name, std::uint32_t parentId,
+EditResult DeleteItemByName(WritableVolume& volume, const CatalogName& name, std::uint32_t parentId,
                             DeleteContext& context) {
-    if (volume.allocation.bitmap.empty())
-        return EditResult::Failed;
     std::optional<CatalogItem> item;
     if (const TreeResult result = FindNamed(volume, parentId, name, context.clock, item);
         result != TreeResult::Done || !item)

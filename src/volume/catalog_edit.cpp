@@ -23,7 +23,7 @@ struct TakenItem {
     RecordData data;
 };
 
-EditResult TakeUp(VolumeContext& volume, const TreeKey& key, TakenItem& item) {
+EditResult TakeUp(WritableVolume& volume, const TreeKey& key, TakenItem& item) {
     bool found = false;
     if (const TreeResult result = StandOnItem(volume, key, found);
         result != TreeResult::Done || !found)
@@ -38,21 +38,21 @@ EditResult TakeUp(VolumeContext& volume, const TreeKey& key, TakenItem& item) {
 }
 
 // Whether another item than `ownId` has that key.
-TreeResult IsTaken(VolumeContext& volume, const TreeKey& key, std::uint32_t ownId, bool& taken) {
+TreeResult IsTaken(WritableVolume& volume, const TreeKey& key, std::uint32_t ownId, bool& taken) {
     bool found = false;
-    const TreeResult result = FindKey(volume.catalog, key, found);
+    const TreeResult result = FindKey(volume->catalog, key, found);
     taken = found && CurrentItemId(volume) != ownId;
     return result;
 }
 
-RecordData ThreadData(const VolumeContext& volume, CatalogRecordType type, std::uint32_t parentId,
+RecordData ThreadData(const WritableVolume& volume, CatalogRecordType type, std::uint32_t parentId,
                       const CatalogName& name) {
-    return volume.isHfsPlus ? HfsPlusThreadData(type, parentId, name.hfsPlus)
-                            : HfsThreadData(type, parentId, name.hfs);
+    return volume->isHfsPlus ? HfsPlusThreadData(type, parentId, name.hfsPlus)
+                             : HfsThreadData(type, parentId, name.hfs);
 }
 
 // The thread of an item, where it has one, tells its new place.
-TreeResult RewriteThread(VolumeContext& volume, std::uint32_t id, std::uint32_t parentId,
+TreeResult RewriteThread(WritableVolume& volume, std::uint32_t id, std::uint32_t parentId,
                          const CatalogName& name) {
     std::optional<ThreadFacts> thread;
     TreeResult result = ReadThread(volume, id, thread);
@@ -60,9 +60,9 @@ TreeResult RewriteThread(VolumeContext& volume, std::uint32_t id, std::uint32_t 
         return result;
     const TreeKey key = ThreadKey(volume, id);
     const CatalogRecordType type = thread->type;
-    result = RemoveTreeRecord(volume.catalog, key);
+    result = RemoveTreeRecord(volume->catalog, key);
     return result == TreeResult::Done
-               ? InsertTreeRecord(volume.catalog, key, ThreadData(volume, type, parentId, name))
+               ? InsertTreeRecord(volume->catalog, key, ThreadData(volume, type, parentId, name))
                : result;
 }
 
@@ -70,16 +70,16 @@ TreeResult RewriteThread(VolumeContext& volume, std::uint32_t id, std::uint32_t 
 constexpr unsigned kRecords = 4;
 
 // Puts a record from one key to another, and its thread after it.
-TreeResult Rekey(VolumeContext& volume, const TakenItem& item, const TreeKey& from,
+TreeResult Rekey(WritableVolume& volume, const TakenItem& item, const TreeKey& from,
                  std::uint32_t parentId, const CatalogName& name) {
-    TreeResult result = RemoveTreeRecord(volume.catalog, from);
+    TreeResult result = RemoveTreeRecord(volume->catalog, from);
     if (result == TreeResult::Done)
-        result = InsertTreeRecord(volume.catalog, ItemKey(volume, parentId, name), item.data);
+        result = InsertTreeRecord(volume->catalog, ItemKey(volume, parentId, name), item.data);
     return result == TreeResult::Done ? RewriteThread(volume, item.id, parentId, name) : result;
 }
 
 // Whether a folder is the folder `id` or lies somewhere inside it.
-TreeResult LiesInside(VolumeContext& volume, std::uint32_t folderId, std::uint32_t id,
+TreeResult LiesInside(WritableVolume& volume, std::uint32_t folderId, std::uint32_t id,
                       bool& inside) {
     inside = false;
     for (unsigned level = 0; folderId != kRootParentId; ++level) {
@@ -98,7 +98,7 @@ TreeResult LiesInside(VolumeContext& volume, std::uint32_t folderId, std::uint32
     return TreeResult::Done;
 }
 
-TreeResult CountMove(VolumeContext& volume, bool isFolder, std::uint32_t sourceId,
+TreeResult CountMove(WritableVolume& volume, bool isFolder, std::uint32_t sourceId,
                      std::uint32_t targetId) {
     CountItem(volume, sourceId, isFolder, -1);
     CountItem(volume, targetId, isFolder, 1);
@@ -108,10 +108,8 @@ TreeResult CountMove(VolumeContext& volume, bool isFolder, std::uint32_t sourceI
 
 }  // namespace
 
-EditResult RenameItem(VolumeContext& volume, std::uint32_t parentId, const CatalogName& oldName,
+EditResult RenameItem(WritableVolume& volume, std::uint32_t parentId, const CatalogName& oldName,
                       const CatalogName& newName) {
-    if (volume.allocation.bitmap.empty())
-        return EditResult::Failed;
     const TreeKey from = ItemKey(volume, parentId, oldName);
     TakenItem item;
     if (const EditResult result = TakeUp(volume, from, item); result != EditResult::Done)
@@ -125,10 +123,8 @@ EditResult RenameItem(VolumeContext& volume, std::uint32_t parentId, const Catal
                                     [&] { return Rekey(volume, item, from, parentId, newName); }));
 }
 
-EditResult MoveItem(VolumeContext& volume, const CatalogName& name, std::uint32_t sourceId,
+EditResult MoveItem(WritableVolume& volume, const CatalogName& name, std::uint32_t sourceId,
                     std::uint32_t targetId) {
-    if (volume.allocation.bitmap.empty())
-        return EditResult::Failed;
     const TreeKey from = ItemKey(volume, sourceId, name);
     TakenItem item;
     if (const EditResult result = TakeUp(volume, from, item); result != EditResult::Done)
@@ -150,10 +146,8 @@ EditResult MoveItem(VolumeContext& volume, const CatalogName& name, std::uint32_
     }));
 }
 
-EditResult RenameVolume(VolumeContext& volume, std::string_view label) {
-    if (volume.allocation.bitmap.empty())
-        return EditResult::Failed;
-    const std::optional<CatalogName> name = LabelFromShown(volume.isHfsPlus, label);
+EditResult RenameVolume(WritableVolume& volume, std::string_view label) {
+    const std::optional<CatalogName> name = LabelFromShown(volume->isHfsPlus, label);
     if (!name)
         return EditResult::BadName;
     std::optional<ThreadFacts> thread;
@@ -165,8 +159,8 @@ EditResult RenameVolume(VolumeContext& volume, std::string_view label) {
     if (const EditResult result = TakeUp(volume, from, root); result != EditResult::Done)
         return result == EditResult::Missing ? EditResult::Damaged : result;
     return ToEditResult(ChangeTrees(volume, kRecords, [&] {
-        if (!volume.isHfsPlus) {
-            auto& field = volume.mdb.volumeName;
+        if (!volume->isHfsPlus) {
+            auto& field = volume->mdb.volumeName;
             field.fill(0);
             field[0] = static_cast<std::uint8_t>(name->hfs.size());
             std::copy(name->hfs.begin(), name->hfs.end(), field.begin() + 1);

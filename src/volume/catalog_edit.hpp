@@ -1,6 +1,5 @@
-// Items of a volume renamed, moved and relabelled in place. Changes stand between
-// `LoadAllocationState` and `FlushVolume` (volume/allocation.hpp); every one happens wholly or not
-// at all.
+// Items of a volume renamed, moved and relabelled in place. Every change happens wholly or
+// not at all.
 #pragma once
 
 #include <array>
@@ -10,20 +9,21 @@
 
 #include "volume/catalog.hpp"
 #include "volume/edit_result.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
 /// Gives an item another name in its folder. A name that differs only in case, or in what the
 /// catalog's comparison passes over, is a change too.
-[[nodiscard]] EditResult RenameItem(VolumeContext& volume, std::uint32_t parentId,
+[[nodiscard]] EditResult RenameItem(WritableVolume& volume, std::uint32_t parentId,
                                     const CatalogName& oldName, const CatalogName& newName);
 
 /// Moves an item into another folder under its name.
-[[nodiscard]] EditResult MoveItem(VolumeContext& volume, const CatalogName& name,
+[[nodiscard]] EditResult MoveItem(WritableVolume& volume, const CatalogName& name,
                                   std::uint32_t sourceId, std::uint32_t targetId);
 
 /// Gives the volume another name, in the form that a person typed.
-[[nodiscard]] EditResult RenameVolume(VolumeContext& volume, std::string_view label);
+[[nodiscard]] EditResult RenameVolume(WritableVolume& volume, std::string_view label);
 
 /// What of an item's record is to be changed; the rest stays.
 struct AttributeChange {
@@ -34,8 +34,13 @@ struct AttributeChange {
     std::optional<UnixSeconds> created;
     std::optional<UnixSeconds> modified;
     std::optional<bool> isLocked;  ///< files
+
+    [[nodiscard]] bool isEmpty() const {
+        return !type && !creator && !created && !modified && !isLocked && setFlags == 0 &&
+               clearFlags == 0;
+    }
 };
-[[nodiscard]] EditResult ChangeAttributes(VolumeContext& volume, std::uint32_t parentId,
+[[nodiscard]] EditResult ChangeAttributes(WritableVolume& volume, std::uint32_t parentId,
                                           const CatalogName& name, const AttributeChange& change,
                                           const Clock& clock);
 
@@ -49,7 +54,7 @@ enum class SwapResult {
     Failed
 };
 /// Exchanges the data and the resource fork of a file.
-[[nodiscard]] SwapResult SwapForks(VolumeContext& volume, const CatalogName& name,
+[[nodiscard]] SwapResult SwapForks(WritableVolume& volume, const CatalogName& name,
                                    std::uint32_t parentId);
 
 }  // namespace vellmark

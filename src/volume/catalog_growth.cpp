@@ -11,7 +11,7 @@ namespace {
 
 class Growing {
   public:
-    Growing(VolumeContext& volume, const std::function<ChangeTry()>& change)
+    Growing(WritableVolume& volume, const std::function<ChangeTry()>& change)
         : volume_(volume), change_(change) {}
 
     // One try, after the catalog has grown by some blocks.
@@ -20,10 +20,10 @@ class Growing {
         if (blocks != 0)
             if (const TreeResult grown = ExtendCatalog(volume_, blocks); grown != TreeResult::Done)
                 return grown == TreeResult::Full ? ChangeTry::NoRoom : ToChangeTry(grown);
-        volume_.catalog.keptOldKey = false;
+        volume_->catalog.keptOldKey = false;
         const ChangeTry result = change_();
         // Searches would find everything, but other systems want each key where it belongs.
-        if (result == ChangeTry::Done && volume_.catalog.keptOldKey && !isLast)
+        if (result == ChangeTry::Done && volume_->catalog.keptOldKey && !isLast)
             return ChangeTry::NoNodes;
         if (result == ChangeTry::Done)
             change.keep();
@@ -31,7 +31,7 @@ class Growing {
     }
 
   private:
-    VolumeContext& volume_;
+    WritableVolume& volume_;
     const std::function<ChangeTry()>& change_;
 };
 
@@ -54,16 +54,16 @@ ChangeTry ToChangeTry(TreeResult result) {
     }
 }
 
-ChangeTry ChangeCatalog(VolumeContext& volume, unsigned records,
+ChangeTry ChangeCatalog(WritableVolume& volume, unsigned records,
                         const std::function<ChangeTry()>& change) {
     Growing growing(volume, change);
     ChangeTry result = growing.once(0);
     if (result != ChangeTry::NoNodes)
         return result;
-    const std::uint32_t unit = GrowthUnit(volume, volume.catalog);
+    const std::uint32_t unit = GrowthUnit(volume, volume->catalog);
     const std::uint32_t modest = ModestGrowth(volume, true);
     const std::uint32_t most =
-        modest + NodesForInsertions(volume.catalog.header().depth, records) * unit;
+        modest + NodesForInsertions(volume->catalog.header().depth, records) * unit;
     result = growing.once(modest);
     for (std::uint32_t blocks = modest; result == ChangeTry::NoNodes && blocks < most;)
         result = growing.once(blocks += unit);
@@ -78,7 +78,7 @@ ChangeTry ChangeCatalog(VolumeContext& volume, unsigned records,
     return LacksRoom(result) ? growing.once(0, true) : result;
 }
 
-TreeResult ChangeTrees(VolumeContext& volume, unsigned records,
+TreeResult ChangeTrees(WritableVolume& volume, unsigned records,
                        const std::function<TreeResult()>& change) {
     TreeResult kept = TreeResult::Done;
     switch (ChangeCatalog(volume, records, [&] {

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -22,10 +22,10 @@ enum class ChangeTry {
 /// has no free node for it is it tried again, with nodes more: a modest number first
 /// (`ModestGrowth`), then as few as will do. What needs no node needs no blocks either. `records`
 /// is how many records the change inserts at most.
-[[nodiscard]] ChangeTry ChangeCatalog(VolumeContext& volume, unsigned records,
+[[nodiscard]] ChangeTry ChangeCatalog(WritableVolume& volume, unsigned records,
                                       const std::function<ChangeTry()>& change);
 /// The same for a change that nothing but the trees takes part in.
-[[nodiscard]] TreeResult ChangeTrees(VolumeContext& volume, unsigned records,
+[[nodiscard]] TreeResult ChangeTrees(WritableVolume& volume, unsigned records,
                                      const std::function<TreeResult()>& change);
 
 }  // namespace vellmark

@@ -109,12 +109,10 @@ TreeResult FindBySignature(VolumeContext& volume, std::string_view signature,
     });
 }
 
-TreeResult ReplaceSignature(VolumeContext& volume, const std::array<char, 8>& oldSignature,
+TreeResult ReplaceSignature(WritableVolume& volume, const std::array<char, 8>& oldSignature,
                             const std::array<char, 8>& newSignature, Replaced& replaced,
                             const std::function<bool(const SearchHit&)>& agrees) {
     replaced = {};
-    if (volume.allocation.bitmap.empty())
-        return TreeResult::Failed;
     VolumeChange change(volume);
     return change.end(
         ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {

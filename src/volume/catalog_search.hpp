@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "volume/catalog.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -41,7 +42,7 @@ struct Replaced {
 
 /// Gives all files of one signature another one, but for those that later systems protect. `agrees`
 /// is asked for each; without it all are changed.
-[[nodiscard]] TreeResult ReplaceSignature(VolumeContext& volume,
+[[nodiscard]] TreeResult ReplaceSignature(WritableVolume& volume,
                                           const std::array<char, 8>& oldSignature,
                                           const std::array<char, 8>& newSignature,
                                           Replaced& replaced,

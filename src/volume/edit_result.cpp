@@ -1,6 +1,6 @@
 #include "volume/edit_result.hpp"
 
-#include <fmt/core.h>
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -31,45 +31,36 @@ EditResult ToEditResult(TreeResult result) {
     return EditResult::Failed;
 }
 
-std::string EditSentence(EditResult result, std::string_view item, Language language) {
+Reason EditProblem(EditResult result, std::string_view item) {
     switch (result) {
         case EditResult::Done:
         case EditResult::Declined:
         case EditResult::Stopped:
             return {};
         case EditResult::Missing:
-            return fmt::format("The volume has no {}.", item);
+            return Reason(Sentence::kVolumeHasNo, item);
         case EditResult::Exists:
-            return fmt::format("The folder has an item {} already.", item);
+            return Reason(Sentence::kFolderHasAlready, item);
         case EditResult::IntoItself:
-            return FormatText(kTextIntoItself, language, std::string(item));
+            return Reason::Told(kTextIntoItself, item);
         case EditResult::BadName:
-            return fmt::format(
-                "{} is no name that this volume can have: it is too long, or has "
-                "characters that the volume's format lacks.",
-                item);
+            return Reason(Sentence::kNoNameOfVolume, item);
         case EditResult::Protected:
-            return fmt::format(
-                "{} is a hard link or a compressed file of a later system, which is not changed.",
-                item);
+            return Reason(Sentence::kLinkOrCompressed, item);
         case EditResult::Attributes:
-            return fmt::format(
-                "{} has extended attributes of a later system, which would be left "
-                "behind without it.",
-                item);
+            return Reason(Sentence::kHasAttributes, item);
         case EditResult::Overflow:
-            return fmt::format("{} is too fragmented for that.", item);
+            return Reason(Sentence::kTooFragmented, item);
         case EditResult::Full:
-            return fmt::format("{}: {}", item, Text(kTextCatalogFull, language));
+            return Reason(Sentence::kNamed, item, ToldText{kTextCatalogFull});
         case EditResult::FolderFull:
-            return fmt::format("{}: {}", item, kFolderFullSentence);
+            return Reason(Sentence::kNamed, item, Sentence::kFolderFull);
         case EditResult::Damaged:
-            return fmt::format("{}: the volume's catalog is damaged there; nothing was changed.",
-                               item);
+            return Reason(Sentence::kCatalogDamagedThere, item);
         case EditResult::Failed:
             break;
     }
-    return fmt::format("{}: the image cannot be read or written.", item);
+    return Reason(Sentence::kImageTransferFailed, item);
 }
 
 }  // namespace vellmark

@@ -1,10 +1,9 @@
-// How a change of a volume's catalog ended, and the sentence for it.
+// How a change of a volume's catalog ended, and what is said of it.
 #pragma once
 
-#include <string>
 #include <string_view>
 
-#include "support/texts.hpp"
+#include "support/reason.hpp"
 #include "volume/btree.hpp"
 
 namespace vellmark {
@@ -26,20 +25,10 @@ enum class EditResult {
     Failed       ///< the image cannot be read or written
 };
 
-/// Why a folder of an HFS volume takes no more: its record counts them in 16 bits.
-inline constexpr std::string_view kFolderFullSentence =
-    "The folder has 65,535 items, and a folder of an HFS volume holds no more.";
-/// Why an HFS volume takes no fork longer than `kMostHfsForkBytes`.
-inline constexpr std::string_view kForkTooLongSentence =
-    "A fork of 2 GiB or more is too long for an HFS volume.";
-/// What a person should know of a folder with more than `kMostItemsShownInHfs`.
-inline constexpr std::string_view kLargeFolderRemark =
-    "A folder of the HFS volume has more than 32,767 items, and some Macintosh systems show no "
-    "more.";
-
 [[nodiscard]] EditResult ToEditResult(TreeResult result);
 
-/// Why nothing was changed, as a sentence that names the item.
-[[nodiscard]] std::string EditSentence(EditResult result, std::string_view item, Language language);
+/// Why nothing was changed. `item` is a path or name, fit to be shown. None when it was changed,
+/// and when the user did not want it.
+[[nodiscard]] Reason EditProblem(EditResult result, std::string_view item);
 
 }  // namespace vellmark

@@ -7,7 +7,6 @@
 #include <span>
 #include <vector>
 
-#include "volume/allocation.hpp"
 #include "volume/block_allocation.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_access.hpp"
@@ -56,7 +55,7 @@ StoreResult ToStoreResult(TreeResult result) {
 }
 
 // Blocks for both forks, or for none.
-bool ReserveForks(VolumeContext& volume, PlacedFork& data, PlacedFork& resource) {
+bool ReserveForks(WritableVolume& volume, PlacedFork& data, PlacedFork& resource) {
     if (!ReserveBlocks(volume, data.sizeBytes, data.runs))
         return false;
     if (ReserveBlocks(volume, resource.sizeBytes, resource.runs))
@@ -81,22 +80,23 @@ StoreResult TryToRead(const PlacedFork& fork, Progress& progress) {
 
 // Whole sectors from `done` on, without our memory where the source lies in a file. Returns their
 // bytes; 0 when it does not, or too little is left.
-std::uint64_t CopyDirectly(VolumeContext& volume, const PlacedFork& fork, std::uint64_t done) {
+std::uint64_t CopyDirectly(WritableVolume& volume, const PlacedFork& fork, std::uint64_t done) {
     const ForkPlace place = PlaceInFork(volume, fork.runs, done);
     const std::uint64_t bytes = std::min({fork.sizeBytes - done, place.bytes, kMostDirectCopy}) /
                                 kSectorBytes * kSectorBytes;
     if (bytes < kLeastDirectCopy)
         return 0;
-    const std::uint64_t copied = fork.source->copyTo(*volume.image, place.imageOffset, done, bytes);
+    const std::uint64_t copied =
+        fork.source->copyTo(*volume->image, place.imageOffset, done, bytes);
     std::array<std::uint8_t, kSectorBytes> first;
     const bool isKnown =
-        copied >= first.size() && volume.image->readExactly(place.imageOffset, first);
-    volume.contents.note(place.imageOffset, bytes,
-                         std::span(first).first(isKnown ? first.size() : 0));
+        copied >= first.size() && volume->image->readExactly(place.imageOffset, first);
+    volume->contents.note(place.imageOffset, bytes,
+                          std::span(first).first(isKnown ? first.size() : 0));
     return copied / kSectorBytes * kSectorBytes;
 }
 
-StoreResult WriteFork(VolumeContext& volume, const PlacedFork& fork, bool mayStop,
+StoreResult WriteFork(WritableVolume& volume, const PlacedFork& fork, bool mayStop,
                       Progress& progress) {
     std::vector<std::uint8_t> buffer;
     bool isDirect = true;
@@ -132,14 +132,14 @@ void CopyFacts(const NewFile& file, Record& record) {
     record.backupDate = file.backedUp;
 }
 
-RecordData HfsData(const VolumeContext& volume, const NewFile& file, const FileFacts& facts,
+RecordData HfsData(const WritableVolume& volume, const NewFile& file, const FileFacts& facts,
                    const PlacedFork& data, const PlacedFork& resource) {
-    RecordData bytes = HfsFileData(facts, volume.blockSize);
+    RecordData bytes = HfsFileData(facts, volume->blockSize);
     auto& record = RecordIn<HfsFileRecord>(bytes);
     CopyFacts(file, record);
     record.flags = file.isLocked ? kHfsLocked : 0;
     const auto physical = [&](const PlacedFork& fork) {
-        return static_cast<std::uint32_t>(BlocksFor(volume, fork.sizeBytes) * volume.blockSize);
+        return static_cast<std::uint32_t>(BlocksFor(volume, fork.sizeBytes) * volume->blockSize);
     };
     record.dataLogicalSize = static_cast<std::uint32_t>(data.sizeBytes);
     record.dataPhysicalSize = physical(data);
@@ -152,14 +152,14 @@ RecordData HfsData(const VolumeContext& volume, const NewFile& file, const FileF
     return bytes;
 }
 
-void FillFork(const VolumeContext& volume, const PlacedFork& fork, ForkRecord& record) {
+void FillFork(const WritableVolume& volume, const PlacedFork& fork, ForkRecord& record) {
     record.logicalSize = fork.sizeBytes;
     record.totalBlocks = static_cast<std::uint32_t>(BlocksFor(volume, fork.sizeBytes));
     for (const BlockRun& run : fork.runs)
         (void)AddRun(record.extents, run);
 }
 
-RecordData HfsPlusData(const VolumeContext& volume, const NewFile& file, const FileFacts& facts,
+RecordData HfsPlusData(const WritableVolume& volume, const NewFile& file, const FileFacts& facts,
                        const PlacedFork& data, const PlacedFork& resource) {
     RecordData bytes = HfsPlusFileData(facts);
     auto& record = RecordIn<HfsPlusFileRecord>(bytes);
@@ -171,25 +171,25 @@ RecordData HfsPlusData(const VolumeContext& volume, const NewFile& file, const F
     return bytes;
 }
 
-TreeResult InsertRecords(VolumeContext& volume, const NewFile& file, std::uint32_t id,
+TreeResult InsertRecords(WritableVolume& volume, const NewFile& file, std::uint32_t id,
                          const PlacedFork& data, const PlacedFork& resource) {
     FileFacts facts;
     facts.id = id;
     facts.created = file.created;
     facts.modified = file.modified;
     const TreeKey key = ItemKey(volume, file.parentId, file.name);
-    if (!volume.isHfsPlus)
-        return InsertTreeRecord(volume.catalog, key, HfsData(volume, file, facts, data, resource));
+    if (!volume->isHfsPlus)
+        return InsertTreeRecord(volume->catalog, key, HfsData(volume, file, facts, data, resource));
     const TreeResult result =
-        InsertTreeRecord(volume.catalog, key, HfsPlusData(volume, file, facts, data, resource));
+        InsertTreeRecord(volume->catalog, key, HfsPlusData(volume, file, facts, data, resource));
     return result != TreeResult::Done
                ? result
-               : InsertTreeRecord(volume.catalog, ThreadKey(volume, facts.id),
+               : InsertTreeRecord(volume->catalog, ThreadKey(volume, facts.id),
                                   HfsPlusThreadData(CatalogRecordType::FileThread, file.parentId,
                                                     file.name.hfsPlus));
 }
 
-StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
+StoreResult DeleteReplaced(WritableVolume& volume, const NewFile& file) {
     switch (DeleteFile(volume, file.replaced->parentId, file.replaced->catalogName)) {
         case EditResult::Done:
             return StoreResult::Done;
@@ -205,9 +205,9 @@ StoreResult DeleteReplaced(VolumeContext& volume, const NewFile& file) {
 }
 
 // What HFS+ got for a fork of the blocks that it still wanted, run by run.
-void LogRuns(const VolumeContext& volume, const NewFile& file, const PlacedFork& fork,
+void LogRuns(const WritableVolume& volume, const NewFile& file, const PlacedFork& fork,
              Progress& progress) {
-    if (!volume.isHfsPlus)
+    if (!volume->isHfsPlus)
         return;
     std::uint64_t wanted = BlocksFor(volume, fork.sizeBytes);
     for (const BlockRun& run : fork.runs) {
@@ -230,7 +230,7 @@ bool HasSourceChanged(const NewFile& file) {
 /// One file on its way into the volume.
 class FileStore {
   public:
-    FileStore(VolumeContext& volume, const NewFile& file, Replacing replacing, Progress& progress)
+    FileStore(WritableVolume& volume, const NewFile& file, Replacing replacing, Progress& progress)
         : volume_(volume),
           file_(file),
           goesFirst_(replacing == Replacing::First),
@@ -242,7 +242,7 @@ class FileStore {
     StoreResult place();
     StoreResult write();
 
-    VolumeContext& volume_;
+    WritableVolume& volume_;
     const NewFile& file_;
     const bool goesFirst_;
     Progress& progress_;
@@ -258,7 +258,7 @@ StoreResult FileStore::place() {
     StoreResult result = StoreResult::Done;
     if (goesFirst_) {
         result = DeleteReplaced(volume_, file_);
-        FreeWhatWasFreed(volume_.allocation);
+        FreeWhatWasFreed(volume_.allocation());
     }
     if (result == StoreResult::Done && !ReserveForks(volume_, data_, resource_))
         result = StoreResult::NoRoom;
@@ -327,7 +327,7 @@ StoreResult FileStore::run() {
     }
 }
 
-StoreResult TryToAdd(VolumeContext& volume, const NewFile& file, Replacing replacing,
+StoreResult TryToAdd(WritableVolume& volume, const NewFile& file, Replacing replacing,
                      Progress& progress) {
     return FileStore(volume, file, replacing, progress).run();
 }
@@ -336,19 +336,17 @@ bool NeedsRoom(StoreResult result) {
     return result == StoreResult::NoRoom || result == StoreResult::TooFragmented;
 }
 
-bool IsTooLong(const VolumeContext& volume, const NewFile& file) {
+bool IsTooLong(const WritableVolume& volume, const NewFile& file) {
     const auto isTooLong = [](const ByteSource* fork) {
         return fork != nullptr && fork->size() > kMostHfsForkBytes;
     };
-    return !volume.isHfsPlus && (isTooLong(file.data) || isTooLong(file.resource));
+    return !volume->isHfsPlus && (isTooLong(file.data) || isTooLong(file.resource));
 }
 
 }  // namespace
 
-StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, const Clock& clock,
+StoreResult AddFileToCatalog(WritableVolume& volume, const NewFile& file, const Clock& clock,
                              Progress& progress) {
-    if (volume.allocation.bitmap.empty())
-        return StoreResult::TargetFailed;
     if (IsTooLong(volume, file))
         return StoreResult::ForkTooLong;
     const std::uint32_t replacedId = file.replaced ? file.replaced->id : 0;
@@ -356,12 +354,12 @@ StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file, const C
         result != TreeResult::Done)
         return ToStoreResult(result);
     // A batch of any length takes no more memory than this for what it has changed.
-    if (volume.catalogNodes->changedBytes() > kMostChangedBytes &&
-        CheckpointVolume(volume, clock) != TreeResult::Done)
+    if (volume->catalogNodes->changedBytes() > kMostChangedBytes &&
+        volume.flush(clock) != TreeResult::Done)
         return StoreResult::TargetFailed;
     StoreResult result = TryToAdd(volume, file, Replacing::Last, progress);
-    if (NeedsRoom(result) && !volume.allocation.freed.empty()) {
-        if (CheckpointVolume(volume, clock) != TreeResult::Done)
+    if (NeedsRoom(result) && !volume.allocation().freed.empty()) {
+        if (volume.flush(clock) != TreeResult::Done)
             return StoreResult::TargetFailed;
         result = TryToAdd(volume, file, Replacing::Last, progress);
     }

@@ -1,5 +1,4 @@
-// Whole files put into a volume: blocks reserved, forks written, records added. Changes stand
-// between `LoadAllocationState` and `FlushVolume` (volume/allocation.hpp).
+// Whole files put into a volume: blocks reserved, forks written, records added.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include "containers/fork_pair.hpp"
 #include "support/progress.hpp"
 #include "volume/catalog.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -50,7 +50,7 @@ enum class StoreResult {
 
 /// Adds a file. Unless it is `Done` the volume is as it was, but for bytes of free blocks. What was
 /// changed before is flushed where that makes room.
-[[nodiscard]] StoreResult AddFileToCatalog(VolumeContext& volume, const NewFile& file,
+[[nodiscard]] StoreResult AddFileToCatalog(WritableVolume& volume, const NewFile& file,
                                            const Clock& clock, Progress& progress);
 
 }  // namespace vellmark

@@ -1,18 +1,17 @@
 #include "volume/mount.hpp"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "IO/disk_image.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "support/texts.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog.hpp"
 #include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
@@ -145,10 +144,8 @@ bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork)
     return OpenTree(isCatalog ? volume.catalog : volume.extents, format, *nodes, nodeSize);
 }
 
-// What was known of the volume that was mounted before: its bitmap must never be written into the
-// next one.
+// What was known of the volume that was mounted before.
 void ForgetVolume(VolumeContext& volume) {
-    ReleaseAllocationState(volume);
     volume.isMounted = false;
     volume.pcSide.reset();
     for (const ReadOnlyReason reason :
@@ -217,39 +214,39 @@ bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint6
     return TryMount(volume, partition.startSector, partition.endSector, totalSectors);
 }
 
-// Why no volume of the open image can be mounted; "" when one was.
-std::string MountProblem(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
+// Why no volume of the open image can be mounted; none when one was.
+Reason MountProblem(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (volume.image->size() == 0)
-        return std::string(messages.text(kTextEmptyFile));
-    if (const Reason refusal = ImageRefusal(*volume.image))
-        return messages.words(refusal);
+        return ToldText{kTextEmptyFile};
+    if (Reason refusal = ImageRefusal(*volume.image))
+        return refusal;
     if (request.partition) {
         std::vector<PartitionEntry> partitions;
         (void)ScanMedium(volume, partitions, &messages);
-        return ChoosePartition(volume, partitions, *request.partition, messages.language());
+        return ChoosePartition(volume, partitions, *request.partition);
     }
     if (MountRequest(volume, &messages))
         return {};
-    return volume.readOnlyReasons.has(ReadOnlyReason::CutImage)
-               ? CutImageSentence()
-               : std::string(messages.text(kTextNoVolume));
+    if (volume.readOnlyReasons.has(ReadOnlyReason::CutImage))
+        return Sentence::kImageEndsBeforeVolume;
+    return ToldText{kTextNoVolume};
 }
 
 // False after a message.
 bool OpenFile(VolumeContext& volume, const std::string& path, Access access, Messages& messages) {
-    const auto refuse = [&](std::string_view reason) {
-        messages.showError(fmt::format("{} {}.", Printable(path), reason));
+    const auto refuse = [&](Sentence sentence) {
+        messages.showError(Reason(sentence, Printable(path)));
         return false;
     };
     if (PcFactsOf(path).kind == PcKind::Special)
-        return refuse("is a pipe, a socket or a device, not an image file");
+        return refuse(Sentence::kSpecialNoImage);
     const ImageOpening opening =
         access == Access::Read ? OpenImageForReading(volume, path) : OpenImage(volume, path);
     if (opening.systemError == EISDIR)
-        return refuse("is a folder, not an image");
+        return refuse(Sentence::kFolderNoImage);
     if (opening.systemError == EWOULDBLOCK)
-        return refuse(access == Access::Read ? "is being changed by another process"
-                                             : "is being used by another process");
+        return refuse(access == Access::Read ? Sentence::kImageBeingChanged
+                                             : Sentence::kImageBeingUsed);
     if (opening.result == OpenResult::Failed) {
         FileOpenError(messages, path, SystemError{opening.systemError});
         return false;
@@ -310,15 +307,16 @@ bool MountRequest(VolumeContext& volume, Messages* messages) {
     return TryMount(volume, 0, 0, totalSectors);
 }
 
-std::string ChoosePartition(VolumeContext& volume, const std::vector<PartitionEntry>& partitions,
-                            unsigned number, Language language) {
-    std::string problem = ChoiceProblem(partitions, number, language);
-    if (problem.empty() && !TryMount(volume, partitions[number - 1], volume.totalSectors)) {
-        problem = fmt::format("Partition {} holds no volume that can be opened.", number);
-        if (volume.readOnlyReasons.has(ReadOnlyReason::CutImage))
-            problem += " " + CutImageSentence();
-    }
-    return problem;
+Reason ChoosePartition(VolumeContext& volume, const std::vector<PartitionEntry>& partitions,
+                       unsigned number) {
+    if (Reason problem = ChoiceProblem(partitions, number))
+        return problem;
+    if (TryMount(volume, partitions[number - 1], volume.totalSectors))
+        return {};
+    const bool isCut = volume.readOnlyReasons.has(ReadOnlyReason::CutImage);
+    return Reason::Joined({Reason(Sentence::kChosenWithoutVolume, number),
+                           isCut ? Sentence::kImageEndsBeforeVolume : Sentence::kNone},
+                          " ");
 }
 
 bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access,
@@ -338,8 +336,8 @@ bool OpenImageFile(VolumeContext& volume, const std::string& path, Access access
 bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& messages) {
     if (!OpenImageFile(volume, request.path, request.access, messages))
         return false;
-    const std::string problem = MountProblem(volume, request, messages);
-    if (problem.empty()) {
+    Reason problem = MountProblem(volume, request, messages);
+    if (!problem) {
         if (request.writable)
             volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
         if (request.writable || request.unlocks)
@@ -348,8 +346,9 @@ bool OpenVolume(VolumeContext& volume, const OpenRequest& request, Messages& mes
             FindPcSide(volume);
         return true;
     }
-    messages.showError(fmt::format(
-        "{}: {}", Printable(request.name.empty() ? request.path : request.name), problem));
+    messages.showError(Reason(Sentence::kNamed,
+                              Printable(request.name.empty() ? request.path : request.name),
+                              std::move(problem)));
     CloseImage(volume);
     return false;
 }

@@ -53,11 +53,10 @@ struct OpenRequest {
 /// as for `ScanMedium`.
 [[nodiscard]] bool MountRequest(VolumeContext& volume, Messages* messages = nullptr);
 
-/// Mounts one of the partitions that `ScanMedium` found, `number` from 1. "", or a sentence why
-/// not.
-[[nodiscard]] std::string ChoosePartition(VolumeContext& volume,
-                                          const std::vector<PartitionEntry>& partitions,
-                                          unsigned number, Language language);
+/// Mounts one of the partitions that `ScanMedium` found, `number` from 1. None, or why not.
+[[nodiscard]] Reason ChoosePartition(VolumeContext& volume,
+                                     const std::vector<PartitionEntry>& partitions,
+                                     unsigned number);
 
 /// Name of the mounted volume, UTF-8, a slash in it shown as `:`.
 [[nodiscard]] std::string VolumeName(VolumeContext& volume);

@@ -1,6 +1,9 @@
 #include "volume/open_fork.hpp"
 
+#include <utility>
 #include <vector>
+
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
@@ -15,17 +18,17 @@ std::uint64_t BytesOf(const VolumeContext& volume, const std::vector<BlockRun>& 
 
 }  // namespace
 
-std::unique_ptr<ByteSource> OpenFork(VolumeContext& volume, const CatalogItem& file, bool resource,
-                                     std::string& problem) {
+Result<std::unique_ptr<ByteSource>> OpenFork(VolumeContext& volume, const CatalogItem& file,
+                                             bool resource) {
+    if (file.linkReference != 0)
+        return Failed(Sentence::kDanglingHardLink);
     const ForkInfo& fork = resource ? file.resource : file.data;
     std::vector<BlockRun> runs;
-    problem = file.linkReference != 0 ? "It is a hard link to a file that is not there."
-                                      : CatalogProblem(ForkRuns(volume, file, resource, runs),
-                                                       "where it lists the blocks");
-    if (problem.empty() && BytesOf(volume, runs) < fork.sizeBytes)
-        problem = kContentsCutShort;
-    if (!problem.empty())
-        return nullptr;
+    if (Reason problem =
+            CatalogProblem(ForkRuns(volume, file, resource, runs), Sentence::kPlaceOfBlocks))
+        return Failed(std::move(problem));
+    if (BytesOf(volume, runs) < fork.sizeBytes)
+        return Failed(Sentence::kContentsCutShort);
     if (volume.isHfsPlus && runs.size() > fork.runs.size())
         volume.readOnlyReasons.add(ReadOnlyReason::OverflowRead);
     return std::make_unique<ForkSource>(volume, std::move(runs), fork.sizeBytes);

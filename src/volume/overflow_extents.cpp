@@ -15,16 +15,16 @@ TreeKey ExtentsKey(bool isHfsPlus, std::uint32_t fileId, std::uint8_t fork,
 }
 
 // Bytes of an extents key that tell the file and the fork: all but the start block at its end.
-std::size_t OwnerBytes(const VolumeContext& volume, ConstByteSpan key) {
-    return key.size() - (volume.isHfsPlus ? sizeof(be32) : sizeof(be16));
+std::size_t OwnerBytes(const WritableVolume& volume, ConstByteSpan key) {
+    return key.size() - (volume->isHfsPlus ? sizeof(be32) : sizeof(be16));
 }
 
-TreeResult Insert(VolumeContext& volume, const TreeKey& key, ConstByteSpan data) {
-    const TreeResult result = InsertTreeRecord(volume.extents, key, data);
+TreeResult Insert(WritableVolume& volume, const TreeKey& key, ConstByteSpan data) {
+    const TreeResult result = InsertTreeRecord(volume->extents, key, data);
     if (result != TreeResult::Full)
         return result;
     const TreeResult grown = ExtendExtentsTree(volume);
-    return grown == TreeResult::Done ? InsertTreeRecord(volume.extents, key, data) : grown;
+    return grown == TreeResult::Done ? InsertTreeRecord(volume->extents, key, data) : grown;
 }
 
 template <typename Record>
@@ -37,17 +37,18 @@ RecordData DataOf(const std::vector<BlockRun>& runs) {
 }
 
 template <typename Record>
-TreeResult AddCatalogRun(VolumeContext& volume, std::uint32_t startBlock, std::uint32_t oldBlocks,
+TreeResult AddCatalogRun(WritableVolume& volume, std::uint32_t startBlock, std::uint32_t oldBlocks,
                          BlockRun run) {
     const auto keyAt = [&](std::uint32_t block) {
-        return ExtentsKey(volume.isHfsPlus, kCatalogFileId, kDataFork, block);
+        return ExtentsKey(volume->isHfsPlus, kCatalogFileId, kDataFork, block);
     };
     while (startBlock < oldBlocks) {
         bool found = false;
-        if (const TreeResult result = FindKey(volume.extents, keyAt(startBlock), found);
+        if (const TreeResult result = FindKey(volume->extents, keyAt(startBlock), found);
             result != TreeResult::Done)
             return result;
-        const ByteSpan data = found ? volume.extents.view().data(volume.extents.index) : ByteSpan{};
+        const ByteSpan data =
+            found ? volume->extents.view().data(volume->extents.index) : ByteSpan{};
         if (data.size() < sizeof(Record))
             return TreeResult::Damaged;
         auto& record = *reinterpret_cast<Record*>(data.data());
@@ -56,7 +57,7 @@ TreeResult AddCatalogRun(VolumeContext& volume, std::uint32_t startBlock, std::u
             return TreeResult::Damaged;
         startBlock += blocks;
         if (startBlock == oldBlocks && AppendRun(record, run))
-            return volume.extents.store->write(volume.extents.node, volume.extents.nodeBuffer)
+            return volume->extents.store->write(volume->extents.node, volume->extents.nodeBuffer)
                        ? TreeResult::Done
                        : TreeResult::Failed;
     }
@@ -67,29 +68,29 @@ TreeResult AddCatalogRun(VolumeContext& volume, std::uint32_t startBlock, std::u
 
 }  // namespace
 
-TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+TreeResult OverflowOf(WritableVolume& volume, std::uint32_t fileId, std::uint8_t fork,
                       std::vector<OverflowRecord>& records) {
-    const TreeKey first = ExtentsKey(volume.isHfsPlus, fileId, fork, 0);
+    const TreeKey first = ExtentsKey(volume->isHfsPlus, fileId, fork, 0);
     const std::size_t owner = OwnerBytes(volume, first);
     bool found = false;
-    TreeResult result = FindKey(volume.extents, first, found);
+    TreeResult result = FindKey(volume->extents, first, found);
     if (result == TreeResult::Done)
-        result = SettleOnRecord(volume.extents, found);
+        result = SettleOnRecord(volume->extents, found);
     while (result == TreeResult::Done && found) {
-        const NodeView node = volume.extents.view();
-        const ConstByteSpan key = node.key(volume.extents.index);
+        const NodeView node = volume->extents.view();
+        const ConstByteSpan key = node.key(volume->extents.index);
         if (key.size() != first.size() ||
             !std::equal(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(owner),
                         key.begin()))
             break;
         // A fork has no more records than its volume has blocks.
-        if (records.size() >= volume.totalBlocks())
+        if (records.size() >= volume->totalBlocks())
             return TreeResult::Damaged;
-        const ConstByteSpan data = node.data(volume.extents.index);
-        records.push_back({TreeKey(key.begin(), key.end()), volume.isHfsPlus
+        const ConstByteSpan data = node.data(volume->extents.index);
+        records.push_back({TreeKey(key.begin(), key.end()), volume->isHfsPlus
                                                                 ? RunsIn<HfsPlusExtentRecord>(data)
                                                                 : RunsIn<HfsExtentRecord>(data)});
-        result = NextRecord(volume.extents, found);
+        result = NextRecord(volume->extents, found);
     }
     return result;
 }
@@ -116,23 +117,23 @@ RecordData OverflowData(bool isHfsPlus, const OverflowRecord& record) {
                      : DataOf<HfsExtentRecord>(record.runs);
 }
 
-TreeResult AddOverflowRecord(VolumeContext& volume, const OverflowRecord& record) {
-    return Insert(volume, record.key, OverflowData(volume.isHfsPlus, record));
+TreeResult AddOverflowRecord(WritableVolume& volume, const OverflowRecord& record) {
+    return Insert(volume, record.key, OverflowData(volume->isHfsPlus, record));
 }
 
-TreeResult AddOverflow(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+TreeResult AddOverflow(WritableVolume& volume, std::uint32_t fileId, std::uint8_t fork,
                        const std::vector<BlockRun>& runs) {
     for (const OverflowRecord& record :
-         OverflowRecords(volume.isHfsPlus, fileId, fork, runs, RunsPerRecord(volume.isHfsPlus)))
+         OverflowRecords(volume->isHfsPlus, fileId, fork, runs, RunsPerRecord(volume->isHfsPlus)))
         if (const TreeResult result = AddOverflowRecord(volume, record); result != TreeResult::Done)
             return result;
     return TreeResult::Done;
 }
 
-TreeResult AddCatalogOverflow(VolumeContext& volume, std::uint32_t told, std::uint32_t oldBlocks,
+TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t told, std::uint32_t oldBlocks,
                               BlockRun run) {
-    return volume.isHfsPlus ? AddCatalogRun<HfsPlusExtentRecord>(volume, told, oldBlocks, run)
-                            : AddCatalogRun<HfsExtentRecord>(volume, told, oldBlocks, run);
+    return volume->isHfsPlus ? AddCatalogRun<HfsPlusExtentRecord>(volume, told, oldBlocks, run)
+                             : AddCatalogRun<HfsExtentRecord>(volume, told, oldBlocks, run);
 }
 
 }  // namespace vellmark

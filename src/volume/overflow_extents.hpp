@@ -9,7 +9,7 @@
 #include "volume/catalog_keys.hpp"
 #include "volume/catalog_records.hpp"
 #include "volume/fork_reader.hpp"
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -34,20 +34,20 @@ struct OverflowRecord {
 [[nodiscard]] RecordData OverflowData(bool isHfsPlus, const OverflowRecord& record);
 
 /// All records that a fork has in the tree; `fork` is 0 for data, 255 for the resource fork.
-[[nodiscard]] TreeResult OverflowOf(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
+[[nodiscard]] TreeResult OverflowOf(WritableVolume& volume, std::uint32_t fileId, std::uint8_t fork,
                                     std::vector<OverflowRecord>& records);
 
 /// Adds one record. The tree grows where it has to: `Full` when there is no room for that.
-[[nodiscard]] TreeResult AddOverflowRecord(VolumeContext& volume, const OverflowRecord& record);
+[[nodiscard]] TreeResult AddOverflowRecord(WritableVolume& volume, const OverflowRecord& record);
 
 /// Writes down those of a new fork's runs that its catalog record does not hold.
-[[nodiscard]] TreeResult AddOverflow(VolumeContext& volume, std::uint32_t fileId, std::uint8_t fork,
-                                     const std::vector<BlockRun>& runs);
+[[nodiscard]] TreeResult AddOverflow(WritableVolume& volume, std::uint32_t fileId,
+                                     std::uint8_t fork, const std::vector<BlockRun>& runs);
 
 /// Writes down a further run of the catalog's file, whose header tells `told` of its `oldBlocks`:
 /// behind the last record that it has in the tree, as long as that one has room, else in a record
 /// of its own.
-[[nodiscard]] TreeResult AddCatalogOverflow(VolumeContext& volume, std::uint32_t told,
+[[nodiscard]] TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t told,
                                             std::uint32_t oldBlocks, BlockRun run);
 
 }  // namespace vellmark

@@ -1,8 +1,9 @@
 #include "volume/partition_choice.hpp"
 
-#include <fmt/core.h>
+#include <utility>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/catalog.hpp"
 
 namespace vellmark {
@@ -19,22 +20,21 @@ std::string PartitionName(const PartitionEntry& partition) {
                                       : WideToUtf8(partition.wideName);
 }
 
-std::string PartitionLine(unsigned number, const PartitionEntry& partition, Language language) {
-    return FormatText(kTextPartition, language, number, Printable(PartitionName(partition)),
-                      partition.isWindows ? "Windows" : "MacOS",
-                      partition.sectorCount / kSectorsPerMegabyte);
+Reason PartitionLine(unsigned number, const PartitionEntry& partition) {
+    return Reason::Told(kTextPartition, number, Printable(PartitionName(partition)),
+                        partition.isWindows ? "Windows" : "MacOS",
+                        partition.sectorCount / kSectorsPerMegabyte);
 }
 
-std::string ChoiceProblem(const std::vector<PartitionEntry>& partitions, unsigned number,
-                          Language language) {
+Reason ChoiceProblem(const std::vector<PartitionEntry>& partitions, unsigned number) {
     if (number >= 1 && number <= partitions.size())
         return {};
-    std::string text = fmt::format("There is no partition {}", number);
     if (partitions.empty())
-        return text + "; the image is not divided into Macintosh partitions.";
+        return Reason(Sentence::kNoPartitionsAtAll, number);
+    std::vector<Reason> lines;
     for (unsigned i = 0; i < partitions.size(); ++i)
-        text += (i == 0 ? "; there are: " : ", ") + PartitionLine(i + 1, partitions[i], language);
-    return text + ".";
+        lines.push_back(PartitionLine(i + 1, partitions[i]));
+    return Reason(Sentence::kNoSuchPartition, number, Reason::Joined(std::move(lines), ", "));
 }
 
 }  // namespace vellmark

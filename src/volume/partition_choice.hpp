@@ -5,20 +5,18 @@
 #include <vector>
 
 #include "IO/recognition.hpp"
-#include "support/texts.hpp"
+#include "support/reason.hpp"
 
 namespace vellmark {
 
 /// The name of a partition in UTF-8.
 [[nodiscard]] std::string PartitionName(const PartitionEntry& partition);
 
-/// `[1] Photos (Type MacOS, size 12 MB)`, in UTF-8 and in the person's language.
-[[nodiscard]] std::string PartitionLine(unsigned number, const PartitionEntry& partition,
-                                        Language language);
+/// `[1] Photos (Type MacOS, size 12 MB)`.
+[[nodiscard]] Reason PartitionLine(unsigned number, const PartitionEntry& partition);
 
-/// Why the partition of a number (from 1) cannot be chosen, as a sentence with those that can; ""
-/// when it is there.
-[[nodiscard]] std::string ChoiceProblem(const std::vector<PartitionEntry>& partitions,
-                                        unsigned number, Language language);
+/// Why the partition of a number (from 1) cannot be chosen, with those that can; none when it is
+/// there.
+[[nodiscard]] Reason ChoiceProblem(const std::vector<PartitionEntry>& partitions, unsigned number);
 
 }  // namespace vellmark

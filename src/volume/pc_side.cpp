@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "IO/iso_coverage.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 

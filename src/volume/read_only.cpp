@@ -1,7 +1,9 @@
 #include "volume/read_only.hpp"
 
-#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "support/sentences.hpp"
 #include "volume/journal.hpp"
 
 namespace vellmark {
@@ -20,36 +22,18 @@ constexpr std::uint32_t kVariableIndexKeys = 4;
 constexpr std::uint8_t kCompareBinary = 0xBC;
 constexpr std::uint8_t kCompareFoldingCase = 0xCF;
 
-struct Reason {
-    ReadOnlyReason reason;
-    std::string_view sentence;
-};
-
-constexpr Reason kReasons[] = {
-    {ReadOnlyReason::CutImage, "The image ends before its volume does."},
-    {ReadOnlyReason::File, "The image file may only be read."},
-    {ReadOnlyReason::BareVolume,
-     "It is a bare volume, with no partition map and no driver descriptor in front of it."},
-    {ReadOnlyReason::Locked, "The volume is locked."},
-    {ReadOnlyReason::NotUnmounted,
-     "The volume was not unmounted cleanly, so that its records may not fit together."},
-    {ReadOnlyReason::Journal,
-     "The volume has a journal in which changes wait that were not carried out, or which cannot "
-     "be read."},
-    {ReadOnlyReason::BinaryNames,
-     "The catalog of the volume (HFSX) tells upper and lower case apart, which this version "
-     "cannot change."},
-    {ReadOnlyReason::UnknownTree,
-     "The volume's trees keep their keys in a way that this version cannot change."},
-    {ReadOnlyReason::OverflowRead,
-     "A file was read whose blocks go on in the extents overflow tree; until the image is opened "
-     "again, the volume may only be read."},
-    {ReadOnlyReason::PcSideUnknown,
-     "The image has a PC side (ISO 9660) that is damaged, so that it cannot be told which blocks "
-     "it "
-     "shares with the Macintosh side."},
-    {ReadOnlyReason::PcSideShared,
-     "The volume's own structures lie where the PC side (ISO 9660) of the image has files."},
+constexpr std::pair<ReadOnlyReason, Sentence> kReasons[] = {
+    {ReadOnlyReason::CutImage, Sentence::kImageEndsBeforeVolume},
+    {ReadOnlyReason::File, Sentence::kImageFileReadOnly},
+    {ReadOnlyReason::BareVolume, Sentence::kBareVolume},
+    {ReadOnlyReason::Locked, Sentence::kVolumeLocked},
+    {ReadOnlyReason::NotUnmounted, Sentence::kVolumeNotUnmounted},
+    {ReadOnlyReason::Journal, Sentence::kJournalHoldsChanges},
+    {ReadOnlyReason::BinaryNames, Sentence::kBinaryNames},
+    {ReadOnlyReason::UnknownTree, Sentence::kUnknownTree},
+    {ReadOnlyReason::OverflowRead, Sentence::kOverflowFileRead},
+    {ReadOnlyReason::PcSideUnknown, Sentence::kPcSideUnknown},
+    {ReadOnlyReason::PcSideShared, Sentence::kPcSideShared},
 };
 
 std::uint32_t AttributesOf(const VolumeContext& volume) {
@@ -95,36 +79,33 @@ bool IsVolumeLocked(const VolumeContext& volume) {
     return (AttributesOf(volume) & (kHardwareLock | kSoftwareLock)) != 0;
 }
 
-void SetVolumeLock(VolumeContext& volume, bool isLocked) {
+void SetVolumeLock(WritableVolume& volume, bool isLocked) {
     std::uint32_t attributes = AttributesOf(volume) & ~(kHardwareLock | kSoftwareLock);
     if (isLocked)
         attributes |= kSoftwareLock;
-    if (volume.isHfsPlus)
-        volume.vhb.attributes = attributes;
+    if (volume->isHfsPlus)
+        volume->vhb.attributes = attributes;
     else
-        volume.mdb.attributes = static_cast<std::uint16_t>(attributes);
+        volume->mdb.attributes = static_cast<std::uint16_t>(attributes);
 }
 
-std::string ReadOnlySentence(const ReadOnlyReasons& reasons) {
-    std::string text;
+Reason ChangeRefusal(const ReadOnlyReasons& reasons) {
+    std::vector<Reason> parts;
     for (const auto& [reason, sentence] : kReasons)
         if (reasons.has(reason))
-            text.append(text.empty() ? "" : " ").append(sentence);
-    return text;
+            parts.emplace_back(sentence);
+    ReadOnlyReasons others = reasons;
+    others.remove(ReadOnlyReason::BareVolume);
+    others.remove(ReadOnlyReason::Locked);
+    if (!parts.empty() && !others.any())
+        parts.emplace_back(Sentence::kWritableHelps);
+    return Reason::Joined(std::move(parts), " ");
 }
 
-std::string CutImageSentence() {
-    ReadOnlyReasons reasons;
-    reasons.add(ReadOnlyReason::CutImage);
-    return ReadOnlySentence(reasons);
-}
-
-std::string VolumeRemark(const VolumeContext& volume) {
+Reason VolumeRemark(const VolumeContext& volume) {
     // Emulators that are ended hard leave HFS volumes so; the format's own systems go on with them.
     const bool isRemark = !volume.isHfsPlus && (AttributesOf(volume) & kVolumeUnmounted) == 0;
-    return isRemark ? "The volume was not unmounted cleanly; its bitmap of blocks is brought up to "
-                      "its catalog."
-                    : "";
+    return isRemark ? Reason(Sentence::kBitmapCaughtUp).as(Severity::Remark) : Reason();
 }
 
 }  // namespace vellmark

@@ -1,9 +1,8 @@
 // Why a mounted volume may only be read, and how that is told.
 #pragma once
 
-#include <string>
-
-#include "volume/volume_context.hpp"
+#include "support/reason.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -11,17 +10,15 @@ namespace vellmark {
 /// and the medium stay.
 void JudgeVolume(VolumeContext& volume);
 
-/// The reasons, a sentence each; "" when there are none.
-[[nodiscard]] std::string ReadOnlySentence(const ReadOnlyReasons& reasons);
-
-/// The one for `CutImage`, which also keeps a volume from being opened at all.
-[[nodiscard]] std::string CutImageSentence();
+/// Why a volume with those reasons cannot be changed, and what helps where anything does; none when
+/// nothing speaks against it.
+[[nodiscard]] Reason ChangeRefusal(const ReadOnlyReasons& reasons);
 
 [[nodiscard]] bool IsVolumeLocked(const VolumeContext& volume);
-/// Locks the volume, or takes every lock off it; between `LoadAllocationState` and `FlushVolume`.
-void SetVolumeLock(VolumeContext& volume, bool isLocked);
+/// Locks the volume, or takes every lock off it.
+void SetVolumeLock(WritableVolume& volume, bool isLocked);
 
-/// What a person who changes the volume should know although it stops nothing; "" for nothing.
-[[nodiscard]] std::string VolumeRemark(const VolumeContext& volume);
+/// What a person who changes the volume should know although it stops nothing; none for nothing.
+[[nodiscard]] Reason VolumeRemark(const VolumeContext& volume);
 
 }  // namespace vellmark

@@ -1,6 +1,5 @@
 #include "volume/recovery.hpp"
 
-#include <fmt/core.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 
 #include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/fork_reader.hpp"
@@ -18,15 +18,15 @@ namespace vellmark {
 namespace {
 
 // Runs that lie outside the volume are left alone: nothing is ever written there.
-void MarkAsUsed(VolumeContext& volume, const std::vector<BlockRun>& runs) {
+void MarkAsUsed(WritableVolume& volume, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs)
-        if (std::uint64_t{run.startBlock} + run.blockCount <= volume.totalBlocks() &&
-            !IsWhollyUsed(volume.allocation.bitmap, run))
-            MarkRun(volume.allocation, run, true);
+        if (std::uint64_t{run.startBlock} + run.blockCount <= volume->totalBlocks() &&
+            !IsWhollyUsed(volume.allocation().bitmap, run))
+            MarkRun(volume.allocation(), run, true);
 }
 
 // Marks a record's extents. Returns the number of the item.
-std::uint32_t CatchUpWithRecord(VolumeContext& volume, ConstByteSpan key, ByteSpan data) {
+std::uint32_t CatchUpWithRecord(WritableVolume& volume, ConstByteSpan key, ByteSpan data) {
     switch (RecordTypeOf(volume, data).value_or(CatalogRecordType{})) {
         case CatalogRecordType::Folder:
             return RecordIn<HfsFolderRecord>(data).folderId;
@@ -49,28 +49,23 @@ struct InterruptedChange {
     Messages& messages;
 };
 
+void Tell(const InterruptedChange& change, Sentence sentence) {
+    change.messages.showTimedMessage(
+        Reason(sentence, change.name, Printable(change.found.path), change.found.problem));
+}
+
 // An image that is only read.
 void ShowInterrupted(const InterruptedChange& change) {
-    const std::string log = Printable(change.found.path);
     switch (change.found.state) {
         case RedoState::Pending:
             change.image.seeThrough(ShownThrough(change.found.log));
-            change.messages.showTimedMessage(fmt::format(
-                "{}: a change was interrupted. It is shown completed, and will be completed when "
-                "the image is changed the next time; {} is needed for that.",
-                change.name, log));
+            Tell(change, Sentence::kInterruptedShown);
             break;
         case RedoState::Foreign:
-            change.messages.showTimedMessage(fmt::format(
-                "{}: {} is what is left of a change that was interrupted. Something else has "
-                "changed the image since, so it is shown without that change.",
-                change.name, log));
+            Tell(change, Sentence::kInterruptedForeign);
             break;
         default:
-            change.messages.showTimedMessage(fmt::format(
-                "{}: a change may have been interrupted, and what is shown may be older, or only a "
-                "part of it: {} cannot be used: {}.",
-                change.name, log, change.messages.words(change.found.problem)));
+            Tell(change, Sentence::kInterruptedUnknown);
             break;
     }
 }
@@ -82,15 +77,12 @@ bool Complete(const InterruptedChange& change) {
         return image.writeAt(offset, bytes);
     };
     if (CarryOut(log.pieces, log.mark, image, write) && ::unlink(change.found.path.c_str()) == 0) {
-        change.messages.showTimedMessage(
-            fmt::format("{}: a change that was interrupted has been completed.", change.name));
+        Tell(change, Sentence::kInterruptedCompleted);
         return true;
     }
-    change.messages.showMessage(fmt::format(
-        "{}: a change was interrupted. What is missing lies in {}, and cannot be written, or that "
-        "file cannot be removed: {}.",
-        change.name, Printable(change.found.path),
-        image.error() != 0 ? image.errorText() : SystemErrorText(errno)));
+    const int error = image.error() != 0 ? image.error() : errno;
+    change.messages.showMessage(Reason(Sentence::kInterruptedNotCompleted, change.name,
+                                       Printable(change.found.path), SystemError{error}));
     return false;
 }
 
@@ -100,26 +92,18 @@ bool Settle(const InterruptedChange& change) {
     if (change.found.state == RedoState::Pending)
         return Complete(change);
     if (change.found.state == RedoState::Unusable) {
-        change.messages.showMessage(fmt::format(
-            "{} is not changed: a change of it may have been interrupted, and {}, which would "
-            "complete it, cannot be used: {}. Mend that, or move the file elsewhere to do without "
-            "it.",
-            change.name, log, change.messages.words(change.found.problem)));
+        change.messages.showMessage(
+            Reason(Sentence::kRedoLogUnusable, change.name, log, change.found.problem));
         return false;
     }
     const std::string aside = PutRedoLogAside(change.found.path);
     if (aside.empty()) {
-        change.messages.showMessage(fmt::format(
-            "{} is not changed: {} is what is left of a change that was interrupted, and of no use "
-            "any more, as something else has changed the image since. It cannot be renamed: {}. "
-            "Move it elsewhere.",
-            change.name, log, SystemErrorText(errno)));
+        change.messages.showMessage(
+            Reason(Sentence::kRedoLogInTheWay, change.name, log, SystemError{errno}));
         return false;
     }
-    change.messages.showTimedMessage(fmt::format(
-        "{}: a change was interrupted, and cannot be completed any more, as something else has "
-        "changed the image since. What it would have written is now in {}.",
-        change.name, Printable(aside)));
+    change.messages.showTimedMessage(
+        Reason(Sentence::kRedoLogPutAside, change.name, Printable(aside)));
     return true;
 }
 
@@ -143,11 +127,11 @@ bool CompleteInterruptedChange(PcFile& image, const std::string& path, const Fil
     return false;
 }
 
-TreeResult CatchUpWithCatalog(VolumeContext& volume) {
-    MasterDirectoryBlock& mdb = volume.mdb;
-    MarkAsUsed(volume, volume.catalogNodes->runs());
-    MarkAsUsed(volume, volume.extentsNodes->runs());
-    const TreeResult extents = ForEachLeaf(volume.extents, [&](NodeView leaf) {
+TreeResult CatchUpWithCatalog(WritableVolume& volume) {
+    MasterDirectoryBlock& mdb = volume->mdb;
+    MarkAsUsed(volume, volume->catalogNodes->runs());
+    MarkAsUsed(volume, volume->extentsNodes->runs());
+    const TreeResult extents = ForEachLeaf(volume->extents, [&](NodeView leaf) {
         for (std::size_t i = 0; i < leaf.count(); ++i)
             MarkAsUsed(volume, RunsIn<HfsExtentRecord>(leaf.data(i)));
         return TreeResult::Done;
@@ -155,7 +139,7 @@ TreeResult CatchUpWithCatalog(VolumeContext& volume) {
     if (extents != TreeResult::Done)
         return extents;
     std::uint32_t highest = 0;
-    const TreeResult catalog = ForEachLeaf(volume.catalog, [&](NodeView leaf) {
+    const TreeResult catalog = ForEachLeaf(volume->catalog, [&](NodeView leaf) {
         for (std::size_t i = 0; i < leaf.count(); ++i)
             highest = std::max(highest, CatchUpWithRecord(volume, leaf.key(i), leaf.data(i)));
         return TreeResult::Done;

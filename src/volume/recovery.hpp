@@ -4,6 +4,7 @@
 
 #include "support/messages.hpp"
 #include "volume/mount.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -18,6 +19,6 @@ namespace vellmark {
 /// HFS: what the catalog and the extents tree have in use is marked in the loaded bitmap, and the
 /// next number is raised above all that are there. Emulators that are ended hard leave both behind
 /// the catalog; new files would then overwrite others.
-[[nodiscard]] TreeResult CatchUpWithCatalog(VolumeContext& volume);
+[[nodiscard]] TreeResult CatchUpWithCatalog(WritableVolume& volume);
 
 }  // namespace vellmark

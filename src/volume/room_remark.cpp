@@ -1,7 +1,6 @@
 #include "volume/room_remark.hpp"
 
-#include <fmt/core.h>
-
+#include "support/sentences.hpp"
 #include "volume/catalog_access.hpp"
 #include "volume/fork_reader.hpp"
 
@@ -27,20 +26,17 @@ TreeResult UnusedBytes(VolumeContext& volume, std::uint64_t& bytes) {
 
 }  // namespace
 
-std::string RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes) {
+Reason RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes) {
     const std::uint64_t size = std::uint64_t{volume.totalBlocks()} * volume.blockSize;
     const bool canBeSmaller = !volume.isHfsPlus && volume.blockSize > kSectorBytes &&
                               size / (volume.blockSize - kSectorBytes) <= kHfsLimit;
     if (volume.pcSide && !volume.pcSide->empty())
-        return "What the PC side of the disc shows keeps its blocks.";
+        return Sentence::kPcSideKeepsBlocks;
     std::uint64_t unused = 0;
     if (!canBeSmaller || UnusedBytes(volume, unused) != TreeResult::Done ||
         unused + std::uint64_t{volume.freeBlocks()} * volume.blockSize < wantedBytes)
         return {};
-    return fmt::format(
-        "What is used up are its {} blocks of {} bytes, and not its bytes: {} bytes of them hold "
-        "nothing. A volume made with format --block-size takes more files.",
-        volume.totalBlocks(), volume.blockSize, unused);
+    return Reason(Sentence::kBlocksUsedUp, volume.totalBlocks(), volume.blockSize, unused);
 }
 
 }  // namespace vellmark

@@ -2,15 +2,15 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "support/reason.hpp"
 #include "volume/volume_context.hpp"
 
 namespace vellmark {
 
-/// Why a volume took no `wantedBytes` more, as a sentence: on a hybrid disc because of what its PC
+/// Why a volume took no `wantedBytes` more: on a hybrid disc because of what its PC
 /// side keeps, or when the blocks of an HFS volume are used up and not its bytes, as they would be
-/// enough were its blocks as small as they can be. "" otherwise. Reads the whole catalog.
-[[nodiscard]] std::string RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes);
+/// enough were its blocks as small as they can be. None otherwise. Reads the whole catalog.
+[[nodiscard]] Reason RoomRemark(VolumeContext& volume, std::uint64_t wantedBytes);
 
 }  // namespace vellmark

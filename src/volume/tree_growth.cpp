@@ -13,22 +13,22 @@ namespace {
 
 constexpr std::uint32_t kZeroSectors = 1024;
 
-TreeCursor& TreeOf(VolumeContext& volume, bool isCatalog) {
-    return isCatalog ? volume.catalog : volume.extents;
+TreeCursor& TreeOf(WritableVolume& volume, bool isCatalog) {
+    return isCatalog ? volume->catalog : volume->extents;
 }
 
-VolumeNodes& NodesOf(VolumeContext& volume, bool isCatalog) {
-    return isCatalog ? *volume.catalogNodes : *volume.extentsNodes;
+VolumeNodes& NodesOf(WritableVolume& volume, bool isCatalog) {
+    return isCatalog ? *volume->catalogNodes : *volume->extentsNodes;
 }
 
 // New nodes begin as zeros.
-bool ZeroRun(VolumeContext& volume, BlockRun run) {
+bool ZeroRun(WritableVolume& volume, BlockRun run) {
     std::uint64_t sector = BlockToSector(volume, run.startBlock);
-    std::uint64_t left = std::uint64_t{run.blockCount} * volume.sectorsPerBlock;
+    std::uint64_t left = std::uint64_t{run.blockCount} * volume->sectorsPerBlock;
     std::vector<std::uint8_t> zeros(std::min<std::uint64_t>(left, kZeroSectors) * kSectorBytes);
     while (left > 0) {
         const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(left, kZeroSectors));
-        if (volume.transferSlot({kCommandWrite, count, sector, zeros}) != 0)
+        if (volume->transferSlot({kCommandWrite, count, sector, zeros}) != 0)
             return false;
         sector += count;
         left -= count;
@@ -38,7 +38,7 @@ bool ZeroRun(VolumeContext& volume, BlockRun run) {
 
 // A run of whole units: behind the last one of the file where that is free, so that the two are
 // one, else where files would go, else the longest.
-bool TakeRun(VolumeContext& volume, const std::vector<BlockRun>& file, std::uint32_t unit,
+bool TakeRun(WritableVolume& volume, const std::vector<BlockRun>& file, std::uint32_t unit,
              std::uint32_t wanted, BlockRun& run) {
     const auto trim = [&] {
         const std::uint32_t rest = run.blockCount % unit;
@@ -63,18 +63,19 @@ bool AddToHeader(Record& extents, BlockRun run, std::uint32_t told, std::uint32_
 }
 
 // Writes down that the tree's file, of `oldBlocks` until now, goes on with the run.
-TreeResult RecordRun(VolumeContext& volume, bool isCatalog, std::uint32_t oldBlocks, BlockRun run) {
-    const std::uint64_t bytes = std::uint64_t{run.blockCount} * volume.blockSize;
+TreeResult RecordRun(WritableVolume& volume, bool isCatalog, std::uint32_t oldBlocks,
+                     BlockRun run) {
+    const std::uint64_t bytes = std::uint64_t{run.blockCount} * volume->blockSize;
     std::uint32_t told = 0;
     bool isInHeader = false;
-    if (volume.isHfsPlus) {
-        ForkRecord& fork = isCatalog ? volume.vhb.catalogFile : volume.vhb.extentsFile;
+    if (volume->isHfsPlus) {
+        ForkRecord& fork = isCatalog ? volume->vhb.catalogFile : volume->vhb.extentsFile;
         told = BlocksOf(RunsOf(fork.extents));
         isInHeader = AddToHeader(fork.extents, run, told, oldBlocks);
         fork.logicalSize = fork.logicalSize + bytes;
         fork.totalBlocks = fork.totalBlocks + run.blockCount;
     } else {
-        MasterDirectoryBlock& mdb = volume.mdb;
+        MasterDirectoryBlock& mdb = volume->mdb;
         HfsExtentRecord& extents = isCatalog ? mdb.catalogFileExtents : mdb.extentsFileExtents;
         be32& size = isCatalog ? mdb.catalogFileSize : mdb.extentsFileSize;
         told = BlocksOf(RunsOf(extents));
@@ -86,7 +87,7 @@ TreeResult RecordRun(VolumeContext& volume, bool isCatalog, std::uint32_t oldBlo
     return isCatalog ? AddCatalogOverflow(volume, told, oldBlocks, run) : TreeResult::Full;
 }
 
-TreeResult AddOneRun(VolumeContext& volume, bool isCatalog, std::uint32_t wanted,
+TreeResult AddOneRun(WritableVolume& volume, bool isCatalog, std::uint32_t wanted,
                      std::uint32_t& got) {
     TreeCursor& tree = TreeOf(volume, isCatalog);
     VolumeNodes& nodes = NodesOf(volume, isCatalog);
@@ -98,28 +99,30 @@ TreeResult AddOneRun(VolumeContext& volume, bool isCatalog, std::uint32_t wanted
         return TreeResult::Failed;
     got = run.blockCount;
     nodes.addRun(run);
-    const std::uint64_t added = std::uint64_t{run.blockCount} * volume.blockSize / tree.nodeSize;
+    const std::uint64_t added = std::uint64_t{run.blockCount} * volume->blockSize / tree.nodeSize;
     const TreeResult result = GrowTree(tree, static_cast<std::uint32_t>(added));
     return result == TreeResult::Done ? RecordRun(volume, isCatalog, oldBlocks, run) : result;
 }
 
 }  // namespace
 
-std::uint32_t GrowthUnit(const VolumeContext& volume, const TreeCursor& tree) {
-    return std::max(tree.nodeSize / volume.blockSize, 1u);
+std::uint32_t GrowthUnit(const WritableVolume& volume, const TreeCursor& tree) {
+    return std::max(tree.nodeSize / volume->blockSize, 1u);
 }
 
-std::uint32_t ModestGrowth(const VolumeContext& volume, bool isCatalog) {
-    const std::uint32_t unit = GrowthUnit(volume, isCatalog ? volume.catalog : volume.extents);
+std::uint32_t ModestGrowth(const WritableVolume& volume, bool isCatalog) {
+    const std::uint32_t unit = GrowthUnit(volume, isCatalog ? volume->catalog : volume->extents);
     const std::uint32_t clump =
-        volume.isHfsPlus
-            ? std::uint32_t{(isCatalog ? volume.vhb.catalogFile : volume.vhb.extentsFile).clumpSize}
-            : std::uint32_t{isCatalog ? volume.mdb.catalogClumpSize : volume.mdb.extentsClumpSize};
-    const std::uint32_t blocks = std::min(clump / volume.blockSize, volume.freeBlocks() / 4);
+        volume->isHfsPlus
+            ? std::uint32_t{(isCatalog ? volume->vhb.catalogFile : volume->vhb.extentsFile)
+                                .clumpSize}
+            : std::uint32_t{isCatalog ? volume->mdb.catalogClumpSize
+                                      : volume->mdb.extentsClumpSize};
+    const std::uint32_t blocks = std::min(clump / volume->blockSize, volume->freeBlocks() / 4);
     return std::max(blocks / unit * unit, unit);
 }
 
-TreeResult ExtendCatalog(VolumeContext& volume, std::uint32_t wanted) {
+TreeResult ExtendCatalog(WritableVolume& volume, std::uint32_t wanted) {
     TreeResult result = TreeResult::Done;
     std::uint32_t added = 0;
     while (added < wanted && result == TreeResult::Done) {
@@ -131,7 +134,7 @@ TreeResult ExtendCatalog(VolumeContext& volume, std::uint32_t wanted) {
     return result == TreeResult::Full && added != 0 ? TreeResult::Done : result;
 }
 
-TreeResult ExtendExtentsTree(VolumeContext& volume) {
+TreeResult ExtendExtentsTree(WritableVolume& volume) {
     std::uint32_t got = 0;
     return AddOneRun(volume, false, ModestGrowth(volume, false), got);
 }

@@ -6,37 +6,37 @@
 
 namespace vellmark {
 
-VolumeChange::VolumeChange(VolumeContext& volume)
+VolumeChange::VolumeChange(WritableVolume& volume)
     : volume_(volume),
       hadLargeFolder_(volume.hasLargeFolder),
-      mdb_(volume.mdb),
-      vhb_(volume.vhb),
-      catalog_(StateOf(volume.catalog)),
-      extents_(StateOf(volume.extents)) {
-    volume.catalogNodes->setSavepoint();
-    volume.extentsNodes->setSavepoint();
-    volume.allocation.hasSavepoint = true;
-    volume.allocation.sinceSavepoint.clear();
+      mdb_(volume->mdb),
+      vhb_(volume->vhb),
+      catalog_(StateOf(volume->catalog)),
+      extents_(StateOf(volume->extents)) {
+    volume->catalogNodes->setSavepoint();
+    volume->extentsNodes->setSavepoint();
+    volume.allocation().hasSavepoint = true;
+    volume.allocation().sinceSavepoint.clear();
 }
 
 VolumeChange::~VolumeChange() {
     if (kept_)
         return;
-    volume_.catalogNodes->rollBack();
-    volume_.extentsNodes->rollBack();
-    Restore(volume_.catalog, catalog_);
-    Restore(volume_.extents, extents_);
-    UndoMarks(volume_.allocation);
+    volume_->catalogNodes->rollBack();
+    volume_->extentsNodes->rollBack();
+    Restore(volume_->catalog, catalog_);
+    Restore(volume_->extents, extents_);
+    UndoMarks(volume_.allocation());
     volume_.hasLargeFolder = hadLargeFolder_;
-    volume_.mdb = mdb_;
-    volume_.vhb = vhb_;
+    volume_->mdb = mdb_;
+    volume_->vhb = vhb_;
 }
 
 void VolumeChange::keep() {
     kept_ = true;
-    volume_.catalogNodes->keep();
-    volume_.extentsNodes->keep();
-    volume_.allocation.hasSavepoint = false;
+    volume_->catalogNodes->keep();
+    volume_->extentsNodes->keep();
+    volume_.allocation().hasSavepoint = false;
 }
 
 VolumeChange::TreeState VolumeChange::StateOf(const TreeCursor& tree) {

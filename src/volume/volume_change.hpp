@@ -1,18 +1,19 @@
 // One change of a volume that happens wholly or not at all: what trees, header and bitmap knew
-// before comes back unless the change is kept. It lies in memory until `FlushVolume`.
+// before comes back unless the change is kept. It lies in memory until the volume
+// is flushed.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
 /// Changes do not nest: one ends before the next begins.
 class VolumeChange {
   public:
-    explicit VolumeChange(VolumeContext& volume);
+    explicit VolumeChange(WritableVolume& volume);
     /// Takes the change back when it was not kept.
     ~VolumeChange();
     VolumeChange(const VolumeChange&) = delete;
@@ -36,7 +37,7 @@ class VolumeChange {
     [[nodiscard]] static TreeState StateOf(const TreeCursor& tree);
     static void Restore(TreeCursor& tree, TreeState& state);
 
-    VolumeContext& volume_;
+    WritableVolume& volume_;
     bool kept_ = false;
     bool hadLargeFolder_;
     MasterDirectoryBlock mdb_;

@@ -1,5 +1,5 @@
-// The open volume: the medium, its header, its two trees, and its bitmap while a change is under
-// way. Two volumes can be open in one process; each has a record of its own.
+// The open volume: the medium, its header and its two trees. Two volumes can be open in one
+// process; each has a record of its own.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "IO/sector_batch.hpp"
 #include "IO/sector_io.hpp"
 #include "volume/btree.hpp"
 #include "volume/hfs_plus_structures.hpp"
@@ -60,27 +59,6 @@ class VolumeNodes final : public NodeStore {
     std::size_t runsBefore_ = 0;
 };
 
-/// Blocks in use while a change is under way: a set bit is a block in use, most significant first.
-struct AllocationState {
-    std::vector<std::uint8_t> bitmap;  ///< empty while nothing is loaded
-    std::vector<BlockRun> file;        ///< HFS+: where the allocation file lies
-    /// Start and count of what was given up since the last flush. The medium still refers to these
-    /// blocks, so nothing is put there and the bitmap has them in use.
-    std::map<std::uint32_t, std::uint32_t> freed;
-    std::size_t changedFrom = 0;  ///< bytes of the bitmap that the medium does not have yet
-    std::size_t changedEnd = 0;
-    SectorBatch unfinished;  ///< what a flush that failed has not written, or not all of it
-
-    /// One step of marking, to be undone by its opposite.
-    enum class Mark { Used, Free, Freed, NotFreed };
-    struct Marking {
-        BlockRun run;
-        Mark mark = Mark::Used;
-    };
-    bool hasSavepoint = false;
-    std::vector<Marking> sinceSavepoint;
-};
-
 struct VolumeContext : MediumContext {
     bool isMounted = false;
     bool isHfsPlus = false;
@@ -93,12 +71,9 @@ struct VolumeContext : MediumContext {
     TreeCursor extents;
     std::unique_ptr<VolumeNodes> catalogNodes;
     std::unique_ptr<VolumeNodes> extentsNodes;
-    AllocationState allocation;
     /// Blocks that the ISO 9660 side of the image needs, in rising order (volume/pc_side.hpp);
     /// nothing as long as it was not looked for.
     std::optional<std::vector<BlockRun>> pcSide;
-    /// HFS: a folder was given more items than some systems show.
-    bool hasLargeFolder = false;
 
     /// Allocation blocks of the volume.
     [[nodiscard]] std::uint32_t totalBlocks() const {

@@ -121,10 +121,7 @@ class CopyInTest : public ::testing::TestWithParam<bool> {
         open();
         fs::create_directory(in());
     }
-    void open() {
-        ASSERT_TRUE(testing::Open(volume_, path_));
-        ASSERT_EQ(LoadAllocationState(volume_), TreeResult::Done);
-    }
+    void open() { ASSERT_TRUE(volume_.open(path_)); }
     [[nodiscard]] std::string in(const std::string& name = "") const {
         return folder_.path() + "/in" + (name.empty() ? "" : "/" + name);
     }
@@ -172,7 +169,7 @@ class CopyInTest : public ::testing::TestWithParam<bool> {
 
     TemporaryFolder folder_;
     std::string path_;
-    VolumeContext volume_;
+    testing::TestVolume volume_;
     SignatureTable signatures_ = SignatureTable::Parse("TXT,TEXTttxt,\r\nHQX,TEXTBnHq,\r\n", false);
     AskedMessages messages_;
     StoppingProgress progress_;
@@ -293,7 +290,7 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
         EXPECT_TRUE(testing::ReadFork(volume_, *item, false) == c.data);
         EXPECT_TRUE(testing::ReadFork(volume_, *item, true) == c.resource);
     }
-    ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+    ASSERT_EQ(volume_.flush(), TreeResult::Done);
     testing::ExpectReadersFindNoFault(path_);
 }
 
@@ -477,7 +474,7 @@ TEST_P(CopyInTest, AFolderComesWithAllThatCanBeRead) {
     EXPECT_EQ(find("tree/d")->resource.sizeBytes, 4u);
     EXPECT_EQ(copied_, 7u);
     EXPECT_EQ(find("tree")->valence, 6u);
-    ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+    ASSERT_EQ(volume_.flush(), TreeResult::Done);
     testing::ExpectReadersFindNoFault(path_);
 }
 
@@ -503,7 +500,7 @@ TEST_P(CopyInTest, AFullVolumeOrAWishEndsTheBatch) {
     progress_.left = 2;
     EXPECT_EQ(put("t", {.existing = ExistingFiles::Replace}), CopyInResult::Stopped);
     EXPECT_EQ(paths(), (std::vector<std::string>{"t", "t/1"}));
-    ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+    ASSERT_EQ(volume_.flush(), TreeResult::Done);
     testing::ExpectReadersFindNoFault(path_);
 }
 

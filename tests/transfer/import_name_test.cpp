@@ -37,8 +37,7 @@ class ShortNames : public ::testing::TestWithParam<bool> {
   protected:
     void SetUp() override {
         path_ = testing::FormatSmall(folder_, GetParam());
-        ASSERT_TRUE(testing::Open(volume_, path_));
-        ASSERT_EQ(LoadAllocationState(volume_), TreeResult::Done);
+        ASSERT_TRUE(volume_.open(path_));
     }
     std::string import(const std::string& pc) {
         const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
@@ -51,7 +50,7 @@ class ShortNames : public ::testing::TestWithParam<bool> {
     [[nodiscard]] std::size_t limit() const { return GetParam() ? 255 : 31; }
     TemporaryFolder folder_;
     std::string path_;
-    VolumeContext volume_;
+    testing::TestVolume volume_;
     AskedMessages messages_;
     ImportTruncation truncation_;
 };
@@ -94,7 +93,7 @@ TEST_P(ShortNames, MayBeTypedWhereTheyAreTaken) {
 // Two names of the PC that one batch brings, and that the catalog takes for one.
 TEST_P(ShortNames, OfOneBatchAreToldApart) {
     truncation_.firstNewId =
-        volume_.isHfsPlus ? volume_.vhb.nextCatalogId : volume_.mdb.nextCatalogId;
+        volume_->isHfsPlus ? volume_->vhb.nextCatalogId : volume_->mdb.nextCatalogId;
     take("Case.txt");
     EXPECT_EQ(import("Case.txt"), "Case.txt") << "the same name";
     EXPECT_EQ(import("case.txt"), "case-E71D.txt");

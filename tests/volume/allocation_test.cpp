@@ -1,8 +1,10 @@
-#include "volume/allocation.hpp"
-
+// The bitmap of blocks: which of it reaches the image, where the copy of the header stands, and
+// which free blocks are taken by the rules of each format.
 #include <gtest/gtest.h>
 
-#include "volume/volume_bench.hpp"
+#include "volume/block_allocation.hpp"
+#include "volume/block_bitmap.hpp"
+#include "volume/volume_model.hpp"
 
 namespace vellmark {
 namespace {
@@ -10,7 +12,6 @@ namespace {
 using testing::Big;
 using testing::Bytes;
 using testing::BytesAt;
-using testing::kClock;
 
 class Allocation : public ::testing::TestWithParam<bool> {
   protected:
@@ -38,21 +39,11 @@ class Allocation : public ::testing::TestWithParam<bool> {
     TemporaryFolder folder_;
     std::string path_;
     std::uint64_t size_ = 0;
-    VolumeContext volume_;
+    testing::TestVolume volume_;
 };
 INSTANTIATE_TEST_SUITE_P(BothFormats, Allocation, ::testing::Bool(), [](const auto& test) {
     return std::string(test.param ? "HfsPlus" : "Hfs");
 });
-
-TEST_P(Allocation, TheBitmapIsReadAsItLies) {
-    ASSERT_TRUE(testing::Open(volume_, path_));
-    ASSERT_EQ(LoadAllocationState(volume_), TreeResult::Done);
-    const std::uint64_t at = volumeAt_ + (isHfsPlus_ ? 2048 : 3 * 512);
-    EXPECT_EQ(volume_.allocation.bitmap, BytesAt(path_, at, volume_.bitmapSectors * 512));
-    EXPECT_EQ(volume_.freeBlocks(), isHfsPlus_ ? 1024u - 291 : 4096u - 512);
-    ReleaseAllocationState(volume_);
-    EXPECT_TRUE(volume_.allocation.bitmap.empty());
-}
 
 // A partition that is no multiple of the block size: the copy of an HFS+ header then stands behind
 // the last whole block, which may belong to a file. One that goes on for longer is another matter.
@@ -61,53 +52,194 @@ TEST_P(Allocation, TheCopyOfTheHeaderStandsAtTheEndOfThePartition) {
         SCOPED_TRACE(more);
         SetUp();
         lengthen(more);
-        ASSERT_TRUE(testing::Open(volume_, path_));
-        ASSERT_EQ(LoadAllocationState(volume_), TreeResult::Done);
+        ASSERT_TRUE(volume_.open(path_));
         const std::uint64_t end = size_ + (!isHfsPlus_ || more < 4 ? more * 512 : 0);
         const Bytes mark(512, 0x77);
         for (std::uint64_t at = size_ - 4 * 512; at < size_ + more * 512; at += 512)
             testing::WriteAt(path_, at, mark);
-        ASSERT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
+        ASSERT_EQ(volume_.flush(), TreeResult::Done);
         EXPECT_EQ(BytesAt(path_, end - 1024, 512), BytesAt(path_, volumeAt_ + 1024, 512));
         for (std::uint64_t at = size_ - 4 * 512; at < size_ + more * 512; at += 512)
             EXPECT_TRUE(at == end - 1024 || BytesAt(path_, at, 512) == mark) << at;
-        EXPECT_EQ(volume_.image->size(), size_ + more * 512);
+        EXPECT_EQ(volume_->image->size(), size_ + more * 512);
     }
 }
 
 TEST_P(Allocation, AnImageThatEndsBeforeItsVolumeIsNotChanged) {
-    for (const std::uint64_t cut : {512u, 1024u, 2048u, 4096u, 100'000u}) {
+    for (const std::uint64_t cut : {512u, 1024u, 2048u, 100'000u}) {
         SCOPED_TRACE(cut);
         SetUp();
         resize(size_ - cut);
-        ASSERT_TRUE(testing::Open(volume_, path_)) << "reading goes on";
         // In HFS the very last sector is none of the volume's.
-        const bool whole = !isHfsPlus_ && cut == 512;
-        EXPECT_EQ(volume_.readOnlyReasons.has(ReadOnlyReason::CutImage), !whole);
-        EXPECT_EQ(LoadAllocationState(volume_), whole ? TreeResult::Done : TreeResult::Failed);
-        EXPECT_EQ(FlushVolume(volume_, kClock), TreeResult::Done);
-        EXPECT_EQ(volume_.image->size(), size_ - cut);
+        const bool isWhole = !isHfsPlus_ && cut == 512;
+        EXPECT_EQ(volume_.open(path_), isWhole);
+        EXPECT_TRUE(volume_->isMounted) << "reading goes on";
+        EXPECT_EQ(volume_->readOnlyReasons.has(ReadOnlyReason::CutImage), !isWhole);
     }
 }
 
-class AllocationFile : public Allocation {};
-INSTANTIATE_TEST_SUITE_P(HfsPlus, AllocationFile, ::testing::Values(true));
-
-TEST_P(AllocationFile, DamageIsSeen) {
+TEST_P(Allocation, DamageOfTheAllocationFileIsSeen) {
+    if (!isHfsPlus_)
+        GTEST_SKIP() << "HFS has no such file";
     const std::uint64_t fork = volumeAt_ + 1024 + 112;
-    struct Case {
+    const struct {
         const char* what;
         std::uint64_t field;
         std::uint32_t value;
-    };
-    for (const Case c : {Case{"no blocks", fork + 12, 0}, Case{"first extent empty", fork + 20, 0},
-                         Case{"outside the volume", fork + 16, 1024},
-                         Case{"far outside", fork + 16, 0xFFFFFFFF}}) {
+    } cases[] = {{"no blocks", fork + 12, 0},
+                 {"first extent empty", fork + 20, 0},
+                 {"outside the volume", fork + 16, 1024},
+                 {"far outside", fork + 16, 0xFFFFFFFF}};
+    for (const auto& c : cases) {
         SetUp();
         putBig(c.field, c.value);
         ASSERT_TRUE(testing::Open(volume_, path_)) << c.what;
-        EXPECT_EQ(LoadAllocationState(volume_), TreeResult::Damaged) << c.what;
-        EXPECT_TRUE(volume_.allocation.bitmap.empty()) << c.what;
+        const auto loaded = WritableVolume::Load(volume_);
+        ASSERT_FALSE(loaded) << c.what;
+        EXPECT_EQ(loaded.error(), TreeResult::Damaged) << c.what;
+    }
+}
+
+// Only the sectors of the bitmap that a change touched are written, but all of these.
+TEST_P(Allocation, EachChangedSectorOfTheBitmapIsWritten) {
+    const testing::VolumeShape shape = {"", isHfsPlus_, 512, 20'000, 5};
+    ASSERT_TRUE(testing::MakeVolume(path_, shape));
+    const struct {
+        const char* what;
+        std::vector<BlockRun> runs;
+    } cases[] = {{"one bit of the next sector", {{4090, 7}}},
+                 {"two sectors", {{8000, 300}}},
+                 {"first and last", {{100, 8}, {19'900, 8}}},
+                 {"the other way round", {{12'290, 1}, {4200, 1}}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_TRUE(volume_.open(path_));
+        for (const BlockRun& run : c.runs)
+            MarkRun(volume_.allocation(), run, true);
+        const Bytes bitmap = volume_.allocation().bitmap;
+        ASSERT_EQ(volume_.flush(), TreeResult::Done);
+        ASSERT_TRUE(volume_.open(path_));
+        EXPECT_TRUE(volume_.allocation().bitmap == bitmap);
+    }
+}
+
+using Runs = std::vector<BlockRun>;
+
+constexpr std::uint32_t kBlocks = 1000;
+
+class AllocationRules : public ::testing::Test {
+  protected:
+    // A volume in which only those blocks are free.
+    void prepare(bool isHfsPlus, const Runs& freeRuns, std::uint32_t hint) {
+        ASSERT_TRUE(testing::MakeVolume(path_, {"", isHfsPlus, 512, kBlocks, 5}));
+        ASSERT_TRUE(volume_.open(path_));
+        MarkRun(volume_.allocation(), {0, kBlocks}, true);
+        std::uint32_t free = 0;
+        for (const BlockRun& run : freeRuns) {
+            MarkRun(volume_.allocation(), run, false);
+            free += run.blockCount;
+        }
+        volume_->mdb.freeBlocks = static_cast<std::uint16_t>(free);
+        volume_->mdb.nextAllocation = static_cast<std::uint16_t>(hint);
+        volume_->vhb.freeBlocks = free;
+        volume_->vhb.nextAllocation = hint;
+    }
+    std::uint32_t hint() {
+        return volume_->isHfsPlus ? std::uint32_t{volume_->vhb.nextAllocation}
+                                  : std::uint32_t{volume_->mdb.nextAllocation};
+    }
+
+    TemporaryFolder folder_;
+    const std::string path_ = folder_.path() + "/volume";
+    testing::TestVolume volume_;
+};
+
+TEST_F(AllocationRules, OneRun) {
+    const struct {
+        const char* what;
+        bool isHfsPlus;
+        Runs freeRuns;
+        std::uint32_t hint, wanted;
+        BlockRun got;  // no blocks: none
+        std::uint32_t hintAfter;
+    } cases[] = {
+        {"HFS does not wrap", false, {{100, 50}}, 160, 5, {0, 0}, 160},
+        {"HFS begins with the word of the hint", false, {{100, 50}}, 150, 5, {128, 5}, 133},
+        {"HFS, 9 of 20", false, {{200, 9}, {300, 10}, {400, 50}}, 0, 20, {300, 10}, 310},
+        {"HFS, all of 9", false, {{200, 9}, {300, 10}}, 0, 9, {200, 9}, 209},
+        {"HFS, up to the last block but one", false, {{980, 20}}, 0, 19, {980, 19}, 999},
+        {"HFS, not begun where it cannot end", false, {{980, 20}}, 0, 20, {0, 0}, 0},
+        {"HFS, a hint behind the end", false, {{980, 20}}, 60000, 1, {0, 0}, 60000},
+        {"HFS+ does not wrap", true, {{100, 50}}, 160, 5, {0, 0}, 160},
+        {"HFS+ begins with the byte of the hint", true, {{100, 50}}, 127, 5, {120, 5}, 125},
+        {"HFS+, 10 of 80", true, {{200, 10}, {300, 11}}, 0, 80, {300, 11}, 0},
+        {"HFS+, 11 of 80", true, {{200, 11}, {300, 80}}, 0, 80, {200, 11}, 211},
+        {"HFS+, a byte is skipped", true, {{200, 3}, {204, 40}}, 0, 80, {211, 33}, 0},
+        {"HFS+, none is skipped behind 8", true, {{200, 8}, {210, 20}}, 0, 80, {210, 20}, 0},
+        {"HFS+, up to the last block", true, {{990, 10}}, 0, 79, {990, 10}, 1000},
+        {"HFS+, a hint behind the end", true, {{980, 20}}, 0xFFFFFFFF, 1, {0, 0}, 0xFFFFFFFF},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        prepare(c.isHfsPlus, c.freeRuns, c.hint);
+        const std::uint32_t free = volume_->freeBlocks();
+        BlockRun run;
+        ASSERT_EQ(AllocateRun(volume_, c.wanted, run), c.got.blockCount != 0);
+        EXPECT_EQ(run.startBlock, c.got.startBlock);
+        EXPECT_EQ(run.blockCount, c.got.blockCount);
+        EXPECT_EQ(hint(), c.hintAfter);
+        EXPECT_EQ(volume_->freeBlocks(), free - c.got.blockCount);
+    }
+}
+
+TEST_F(AllocationRules, WholeForks) {
+    const Runs eight = {{32, 3},  {64, 2},  {96, 2},  {128, 2},
+                        {160, 2}, {192, 2}, {224, 1}, {256, 1}};
+    Runs nine = eight;
+    nine.push_back({288, 1});
+    const struct {
+        const char* what;
+        bool isHfsPlus;
+        Runs freeRuns;
+        std::uint32_t hint;
+        std::uint64_t bytes;
+        bool hasRoom;
+        std::size_t runs;
+    } cases[] = {
+        {"nothing needs nothing", false, {}, 0, 0, true, 0},
+        {"more than is free", false, {{32, 10}}, 0, 10 * 512 + 1, false, 0},
+        {"HFS, a fourth", false, {{32, 5}, {64, 10}, {96, 10}, {128, 10}}, 0, 32 * 512, true, 4},
+        {"HFS, the longest", false, {{32, 10}, {64, 9}, {96, 10}, {128, 20}}, 0, 40 * 512, true, 3},
+        {"HFS, all but the last block", false, {{32, 9}, {990, 10}}, 0, 19 * 512, false, 0},
+        {"HFS, from block 0", false, {{32, 20}}, 500, 20 * 512, true, 1},
+        {"HFS, short runs only", false, {{32, 9}, {64, 9}}, 0, 18 * 512, true, 2},
+        {"HFS+, eight runs", true, eight, 0, 15 * 512, true, 8},
+        {"HFS+, a ninth", true, nine, 0, 16 * 512, true, 9},
+        {"HFS+, from block 0", true, {{32, 20}}, 500, 20 * 512 - 1, true, 1},
+        {"more than 32 bits", true, {{32, 20}}, 0, 512ull << 33, false, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        prepare(c.isHfsPlus, c.freeRuns, c.hint);
+        AllocationState& state = volume_.allocation();
+        const Bytes before = state.bitmap;
+        const std::uint32_t free = volume_->freeBlocks();
+        Runs runs;
+        ASSERT_EQ(ReserveBlocks(volume_, c.bytes, runs), c.hasRoom);
+        ASSERT_EQ(runs.size(), c.runs);
+        EXPECT_EQ(TotalFreeBlocks(state.bitmap, kBlocks), volume_->freeBlocks());
+        EXPECT_EQ(volume_->freeBlocks(), free - (runs.empty() ? 0 : (c.bytes + 511) / 512));
+        // The medium may refer to them until the flush: nothing may be put there before.
+        const Bytes taken = state.bitmap;
+        FreeExtents(volume_, runs);
+        EXPECT_EQ(state.bitmap, taken);
+        for (const BlockRun& run : runs)
+            EXPECT_FALSE(IsInUse(state, run));
+        // Given back, all is as before, the blocks at the end of each run included.
+        FreeWhatWasFreed(state);
+        EXPECT_EQ(state.bitmap, before);
+        EXPECT_EQ(volume_->freeBlocks(), free);
+        EXPECT_TRUE(runs.empty() || hint() == (c.isHfsPlus ? 32u : 0u));
     }
 }
 

@@ -116,8 +116,7 @@ TEST_P(ForkInPieces, ReadingItBeyondItsRecordKeepsHfsPlusFromChanges) {
         else
             item_->resource.totalBlocks = BlocksOf(runs), item_->resource.sizeBytes = 1000;
         insertAllOverflow(runs);
-        std::string problem;
-        EXPECT_TRUE(OpenFork(volume_, *item_, true, problem)) << problem;
+        EXPECT_TRUE(OpenFork(volume_, *item_, true));
         EXPECT_EQ(volume_.readOnlyReasons.has(ReadOnlyReason::OverflowRead),
                   isHfsPlus_ && more == 1);
     }

@@ -1,6 +1,7 @@
 // Which volume of an image is opened, where it ends, and why it may only be read.
 #include <gtest/gtest.h>
 
+#include "volume/catalog_keys.hpp"
 #include "volume/read_only.hpp"
 #include "volume/volume_bench.hpp"
 #include "volume/volume_bytes.hpp"
@@ -24,7 +25,7 @@ class OpenedVolume : public ::testing::Test {
             EXPECT_EQ(volume_.readOnlyReasons.has(static_cast<ReadOnlyReason>(bit)),
                       (expected & bit) != 0)
                 << what << ", reason " << bit;
-        EXPECT_EQ(ReadOnlySentence(volume_.readOnlyReasons).empty(), expected == 0) << what;
+        EXPECT_EQ(ChangeRefusal(volume_.readOnlyReasons).isNone(), expected == 0) << what;
     }
     TemporaryFolder folder_;
     KeptMessages messages_;
@@ -71,7 +72,12 @@ TEST_F(OpenedVolume, MayOnlyBeReadForWhatItsHeadersTell) {
         disk[(96 + 20) * 512 + 51] = c.compare;
         disk[(96 + 20) * 512 + 55] = c.catalogShape;
         expectReasons(disk, c.reasons, c.what);
-        EXPECT_EQ(!VolumeRemark(volume_).empty(),
+        const bool isBinary = (c.reasons & kBinaryNames) != 0;
+        EXPECT_TRUE(!volume_.isHfsPlus || volume_.catalog.format.compare(
+                                              HfsPlusCatalogKey(2, u"A"),
+                                              HfsPlusCatalogKey(2, u"a")) == (isBinary ? -1 : 0))
+            << c.what;
+        EXPECT_EQ(static_cast<bool>(VolumeRemark(volume_)),
                   c.signature == kHfsSignature && (c.attributes & 0x100) == 0)
             << c.what;
     }
@@ -133,6 +139,10 @@ TEST_F(OpenedVolume, TheBareVolumeAndTheLockAreLiftedOnRequest) {
 // A wrong end would put the second header into a file, or onto something that is not the volume's.
 TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     // 5 sectors, 20 blocks of 2 sectors, 2 sectors behind them.
+    Bytes mapped = MappedDisk(0xFFFFFF00);
+    PutHfs(mapped, 96, {}, "V");
+    ASSERT_TRUE(open(mapped));
+    EXPECT_EQ(volume_.partitionSectors, 200u - 96) << "with the image, whatever the map says";
     Bytes bare;
     PutHfs(bare, 0, {}, "V");
     ASSERT_TRUE(open(bare));
@@ -173,6 +183,121 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     Put(wrapped, (96 + 2) * 512 + 128, be16(0xFFFF));
     ASSERT_TRUE(open(wrapped));
     EXPECT_EQ(volume_.partitionSectors, 104u - 18) << "not behind the wrapper's partition";
+}
+
+TEST_F(OpenedVolume, StepsThroughAWrapperByEitherUnit) {
+    // Embedded start 2, clump size 512, allocation area at 16: 18 sectors on, or 20 by the blocks.
+    const HfsHeader wrapper = {.blockSize = 1024,
+                               .allocationStart = 16,
+                               .clumpSize = 512,
+                               .embeddedSignature = kHfsPlusSignature,
+                               .embeddedStart = 2};
+    for (const std::size_t sectors : {18u, 20u}) {
+        Bytes disk = MappedDisk(104);
+        PutHfs(disk, 96, wrapper, "Wrapper");
+        std::fill(disk.begin() + 100 * 512, disk.end(), std::uint8_t{0});
+        PutHfsPlus(disk, 96 + sectors, {.totalBlocks = 50});
+        ASSERT_TRUE(open(disk)) << sectors;
+        EXPECT_TRUE(volume_.isHfsPlus);
+        EXPECT_EQ(volume_.volumeOffset, 96 + sectors);
+        EXPECT_EQ(volume_.totalSectors, 50u);
+    }
+    Bytes disk = MappedDisk(104);
+    PutHfs(disk, 96, wrapper, "Wrapper");
+    EXPECT_FALSE(open(disk)) << "with nothing in it";
+}
+
+TEST_F(OpenedVolume, HasAHeaderThatCanBe) {
+    const struct {
+        const char* what;
+        HfsHeader header;
+        bool opens;
+    } hfs[] = {
+        {"sound", {}, true},
+        {"block size 0", {.blockSize = 0}, false},
+        {"block size 513", {.blockSize = 513}, false},
+        {"block size 1536", {.blockSize = 1536}, true},
+        {"no blocks", {.totalBlocks = 0}, false},
+        {"bitmap behind the blocks", {.allocationStart = 3}, false},
+        {"no first catalog extent", {.catalogBlocks = 0}, false},
+        {"catalog outside", {.catalogStart = 19}, false},
+        {"a cache size where a wrapper has its sign", {.embeddedSignature = 0x0101}, false},
+    };
+    for (const auto& c : hfs) {
+        Bytes disk = MappedDisk(64);
+        PutHfs(disk, 96, c.header, "V");
+        EXPECT_EQ(open(disk), c.opens) << c.what;
+        EXPECT_EQ(volume_.image != nullptr, c.opens) << c.what;
+        EXPECT_EQ(messages_.texts.size(), c.opens ? 0u : 1u) << c.what;
+    }
+    const struct {
+        const char* what;
+        HfsPlusHeader header;
+        bool opens;
+    } plus[] = {
+        {"sound", {}, true},
+        {"block size 0", {.blockSize = 0}, false},
+        {"block size 768", {.blockSize = 768}, false},
+        {"block size 2^31", {.blockSize = 0x80000000}, false},
+        {"no blocks", {.totalBlocks = 0}, false},
+        {"system files outside", {.totalBlocks = 27}, false},
+        {"catalog node size 0", {.catalogNodeSize = 0}, false},
+        {"catalog node size 1000", {.catalogNodeSize = 1000}, false},
+        {"catalog node size 1536", {.catalogNodeSize = 1536}, false},
+        {"catalog nodes larger than their file", {.catalogNodeSize = 32768}, false},
+        {"extents node size 513", {.extentsNodeSize = 513}, false},
+    };
+    for (const auto& c : plus) {
+        Bytes disk = MappedDisk(64);
+        PutHfsPlus(disk, 96, c.header);
+        EXPECT_EQ(open(disk), c.opens) << c.what;
+    }
+}
+
+TEST_F(OpenedVolume, IsTheFirstBehindABootRecord) {
+    Bytes disk(200 * 512);
+    PutBootEntry(disk, 0, 0xAF, 10, 40);
+    PutBootEntry(disk, 1, 0xAF, 100, 64);
+    PutHfsPlus(disk, 100, {});
+    ASSERT_TRUE(open(disk));
+    EXPECT_EQ(volume_.partitionStart, 100u);
+}
+
+TEST_F(OpenedVolume, IsNoneWhereNoneIs) {
+    const struct {
+        const char* what;
+        Bytes bytes;
+        const char* problem;
+    } cases[] = {{"empty", {}, "Null length"},
+                 {"zeros", Bytes(100'000), "disk: "},
+                 {"pattern", Pattern(100'000), "disk: "},
+                 {"map without volumes", MappedDisk(64), "disk: "}};
+    for (const auto& c : cases) {
+        EXPECT_FALSE(open(c.bytes)) << c.what;
+        ASSERT_EQ(messages_.texts.size(), 1u) << c.what;
+        EXPECT_NE(messages_.texts[0].find(c.problem), std::string::npos) << messages_.texts[0];
+    }
+    EXPECT_FALSE(OpenVolume(volume_, {folder_.path() + "/missing"}, messages_));
+    EXPECT_NE(messages_.texts.back().find("missing"), std::string::npos);
+}
+
+// Sectors that are cut off take the opening along, never more.
+TEST_F(OpenedVolume, IsCutShortWithItsImage) {
+    Bytes disk = MappedDisk(64);
+    PutHfsPlus(disk, 96, {});
+    for (std::size_t sectors = 0; sectors < 200; ++sectors) {
+        const bool opened =
+            open({disk.begin(), disk.begin() + static_cast<std::ptrdiff_t>(sectors * 512)});
+        // The catalog's node 0 lies in sectors 116 and 117.
+        EXPECT_EQ(opened, sectors >= 118) << sectors;
+        // The map lies in the first three sectors; sector 1 tells that it goes on.
+        const bool isCut = volume_.readOnlyReasons.has(ReadOnlyReason::CutImage);
+        const std::uint64_t end =
+            96 + volume_.totalBlocks() * std::uint64_t{volume_.sectorsPerBlock};
+        EXPECT_EQ(isCut, sectors > 2 && (!opened || sectors < end)) << sectors;
+        EXPECT_TRUE(sectors <= 2 || opened ||
+                    messages_.texts.back().ends_with(": The image ends before its volume does."));
+    }
 }
 
 TEST_F(OpenedVolume, IsTheOneOfTheNumber) {
@@ -262,7 +387,7 @@ TEST_F(OpenedVolume, OfOtherProgramsMayBeChangedUnlessTheyLockedIt) {
         EXPECT_EQ(volume_.readOnlyReasons.has(ReadOnlyReason::Locked), c.locked) << c.program;
         ASSERT_TRUE(OpenVolume(volume_, {.path = path, .writable = true}, messages_));
         EXPECT_FALSE(volume_.readOnlyReasons.any()) << c.program;
-        EXPECT_EQ(VolumeRemark(volume_), "") << c.program;
+        EXPECT_FALSE(VolumeRemark(volume_)) << c.program;
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 using testing::Bytes;
 using testing::kClock;
 
-StoreResult Put(VolumeContext& volume, const std::string& name, const Bytes& bytes) {
+StoreResult Put(WritableVolume& volume, const std::string& name, const Bytes& bytes) {
     MemoryBytes data(bytes);
     Progress progress;
     NewFile file;
@@ -35,8 +35,8 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
     const TemporaryFolder folder;
     const std::string path = folder.path() + "/volume";
     ASSERT_TRUE(testing::MakeVolume(path, {"", false, 512, 2000, 40}));
-    VolumeContext volume;
-    ASSERT_TRUE(testing::OpenForChanges(volume, path));
+    testing::TestVolume volume;
+    ASSERT_TRUE(volume.open(path));
     Bytes headers(5 * kSectorBytes);
     {
         PcFile image(path, PcFile::Mode::Read);
@@ -48,7 +48,7 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
         ASSERT_EQ(Put(volume, "old " + std::to_string(i), Bytes(3000, 1)), StoreResult::Done);
     std::uint32_t folderId = 0;
     ASSERT_EQ(CreateFolder(volume, "folder", kRootFolderId, kClock, folderId), TreeResult::Done);
-    ASSERT_EQ(FlushVolume(volume, kClock), TreeResult::Done);
+    ASSERT_EQ(volume.flush(), TreeResult::Done);
     MasterDirectoryBlock mdb;
     std::memcpy(&mdb, headers.data() + 2 * kSectorBytes, sizeof mdb);
     mdb.attributes = static_cast<std::uint16_t>(mdb.attributes & ~kVolumeUnmounted);
@@ -62,12 +62,12 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
         PcFile image(path, PcFile::Mode::ReadWrite);
         ASSERT_TRUE(image.writeAt(0, headers));
     }
-    ASSERT_TRUE(testing::OpenForChanges(volume, path));
-    EXPECT_GT(volume.mdb.nextCatalogId, folderId);
+    ASSERT_TRUE(volume.open(path));
+    EXPECT_GT(volume->mdb.nextCatalogId, folderId);
     for (int i = 0; i < 9; ++i)
         ASSERT_EQ(Put(volume, "new " + std::to_string(i), Bytes(3000, 2)), StoreResult::Done);
-    ASSERT_EQ(FlushVolume(volume, kClock), TreeResult::Done);
-    ASSERT_TRUE(testing::OpenForChanges(volume, path));
+    ASSERT_EQ(volume.flush(), TreeResult::Done);
+    ASSERT_TRUE(volume.open(path));
     EXPECT_EQ(testing::FaultOfBlocks(volume), "");
     for (int i = 0; i < 9; ++i) {
         EXPECT_EQ(Contents(volume, "old " + std::to_string(i), i % 2 == 0), Bytes(3000, 1));

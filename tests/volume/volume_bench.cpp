@@ -36,6 +36,17 @@ bool Open(VolumeContext& volume, const std::string& path) {
     return opened;
 }
 
+bool TestVolume::open(const std::string& path, bool writable) {
+    KeptMessages messages;
+    writable_.reset();
+    if (!OpenVolume(context_, {path, writable}, messages))
+        return false;
+    auto loaded = WritableVolume::Load(context_);
+    if (loaded)
+        writable_.emplace(std::move(*loaded));
+    return loaded.has_value();
+}
+
 Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count) {
     PcFile file(path, PcFile::Mode::Read);
     Bytes bytes(count);

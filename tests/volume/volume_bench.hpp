@@ -4,14 +4,15 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "support/messages.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog.hpp"
 #include "volume/formatter.hpp"
 #include "volume/mount.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark::testing {
 
@@ -42,6 +43,23 @@ class KeptMessages : public Messages {
 
 /// Opens and mounts; false after the messages were put into the test's output.
 [[nodiscard]] bool Open(VolumeContext& volume, const std::string& path);
+
+/// A volume that is opened for changes, changed, and opened anew.
+class TestVolume {
+  public:
+    /// What was not flushed before is forgotten.
+    [[nodiscard]] bool open(const std::string& path, bool writable = true);
+    [[nodiscard]] TreeResult flush() { return writable_->flush(kClock); }
+
+    VolumeContext* operator->() { return &context_; }
+    operator VolumeContext&() { return context_; }
+    operator WritableVolume&() { return *writable_; }
+    [[nodiscard]] AllocationState& allocation() { return writable_->allocation(); }
+
+  private:
+    VolumeContext context_;
+    std::optional<WritableVolume> writable_;
+};
 
 [[nodiscard]] Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count);
 [[nodiscard]] std::uint64_t Big(const std::string& path, std::uint64_t offset, int width);

@@ -54,30 +54,28 @@ std::string NameOf(const Step& step) {
 
 VolumeModel::VolumeModel(const std::string& path, const VolumeShape& shape)
     : path_(path), hasPcSide_(shape.hasPcSide) {
-    volume_ = std::make_unique<VolumeContext>();
-    if (!MakeVolume(path, shape) || !OpenForChanges(*volume_, path))
-        volume_.reset();
+    (void)(MakeVolume(path, shape) && volume_.open(path));
 }
 
 std::string VolumeModel::apply(const Step& step) {
     std::mt19937 random(step.seed);
     // Looking at every node is most of the time that a step takes.
     const bool watches = step.seed % 4 == 0;
-    const std::vector<Bytes> before = watches ? StateOf(*volume_) : std::vector<Bytes>{};
+    const std::vector<Bytes> before = watches ? StateOf(volume_) : std::vector<Bytes>{};
     blocksWanted_ = 0;
     const Outcome outcome = carryOut(step, random);
     if (outcome == Outcome::Wrong)
         return "wrong result";
     if (outcome == Outcome::Done)
         return "";
-    if (watches && StateOf(*volume_) != before)
+    if (watches && StateOf(volume_) != before)
         return "refused, and yet something changed";
     if (outcome == Outcome::NoRoom) {
         ++refusals_;
         // A catalog that has to grow takes a node for each level and record at most.
-        const std::uint32_t growth = 20 * GrowthUnit(*volume_, volume_->catalog);
+        const std::uint32_t growth = 20 * GrowthUnit(volume_, volume_->catalog);
         const std::uint32_t free =
-            TotalFreeBlocks(volume_->allocation.bitmap, AllocationEnd(*volume_));
+            TotalFreeBlocks(volume_.allocation().bitmap, AllocationEnd(volume_));
         if (free >= blocksWanted_ + (blocksWanted_ == 0 ? 2 : 1) * growth)
             return fmt::format("no room, and yet {} blocks are free", free);
     }
@@ -158,7 +156,7 @@ VolumeModel::Outcome VolumeModel::makeFolder(std::mt19937& random) {
     const std::string name = randomName(random, volume_->isHfsPlus ? 255 : 31);
     const bool exists = items_.count({parent, Folded(name)}) != 0;
     std::uint32_t id = 0;
-    const TreeResult result = CreateFolder(*volume_, NameOf(*volume_, name), parent, kClock, id);
+    const TreeResult result = CreateFolder(volume_, NameOf(volume_, name), parent, kClock, id);
     if (result == TreeResult::Done && !exists) {
         items_[{parent, Folded(name)}] = {name, id, true, "", {}, {}};
         return Outcome::Done;
@@ -176,7 +174,7 @@ VolumeModel::Outcome VolumeModel::putFile(std::mt19937& random, bool replaces) {
     if (old != items_.end()) {
         parent = old->first.first;
         name = old->second.name;
-        if (FindNamed(*volume_, parent, NameOf(*volume_, name), kClock, file.replaced) !=
+        if (FindNamed(volume_, parent, NameOf(volume_, name), kClock, file.replaced) !=
                 TreeResult::Done ||
             !file.replaced)
             return Outcome::Wrong;
@@ -197,11 +195,11 @@ VolumeModel::Outcome VolumeModel::putFile(std::mt19937& random, bool replaces) {
     CutSource resource(item.resource);
     StoppingProgress progress(isStopped);
     file.parentId = parent;
-    file.name = NameOf(*volume_, name);
+    file.name = NameOf(volume_, name);
     std::copy(item.signature.begin(), item.signature.end(), file.finder.signature.begin());
     file.data = &data;
     file.resource = &resource;
-    const StoreResult result = AddFileToCatalog(*volume_, file, kClock, progress);
+    const StoreResult result = AddFileToCatalog(volume_, file, kClock, progress);
     if (IsNoRoom(result))
         return Outcome::NoRoom;
     if (result == StoreResult::TooFragmented)
@@ -228,7 +226,7 @@ VolumeModel::Outcome VolumeModel::deleteItem(std::mt19937& random) {
     StoppingProgress progress(Below(random, 5) == 0);
     RememberedAnswer answer;
     DeleteContext context{messages, progress, kClock, answer, false};
-    const EditResult result = DeleteItemByName(*volume_, NameOf(*volume_, name),
+    const EditResult result = DeleteItemByName(volume_, NameOf(volume_, name),
                                                none ? kRootFolderId : item->first.first, context);
     if (none || result == EditResult::Stopped)
         return result == EditResult::Missing || result == EditResult::Stopped ? Outcome::Refused
@@ -252,8 +250,8 @@ VolumeModel::Outcome VolumeModel::rename(std::mt19937& random, bool caseOnly) {
     const Key from = item->first;
     const Key to = {from.first, Folded(name)};
     const bool exists = to != from && items_.count(to) != 0;
-    const EditResult result = RenameItem(*volume_, from.first, NameOf(*volume_, item->second.name),
-                                         NameOf(*volume_, name));
+    const EditResult result =
+        RenameItem(volume_, from.first, NameOf(volume_, item->second.name), NameOf(volume_, name));
     if (result != EditResult::Done || exists)
         return exists && result == EditResult::Exists ? Outcome::Refused
                : IsNoRoom(result)                     ? Outcome::NoRoom
@@ -278,7 +276,7 @@ VolumeModel::Outcome VolumeModel::move(std::mt19937& random) {
                                 : items_.count(to) != 0 ? EditResult::Exists
                                                         : EditResult::Done;
     const EditResult result =
-        MoveItem(*volume_, NameOf(*volume_, item->second.name), from.first, target);
+        MoveItem(volume_, NameOf(volume_, item->second.name), from.first, target);
     if (IsNoRoom(result) && expected == EditResult::Done)
         return Outcome::NoRoom;
     if (result != expected)
@@ -294,7 +292,7 @@ VolumeModel::Outcome VolumeModel::move(std::mt19937& random) {
 VolumeModel::Outcome VolumeModel::relabel(std::mt19937& random) {
     const std::string label = randomName(random, volume_->isHfsPlus ? 255 : 28);
     const bool isTooLong = !volume_->isHfsPlus && label.size() > 27;
-    const EditResult result = RenameVolume(*volume_, label);
+    const EditResult result = RenameVolume(volume_, label);
     if (IsNoRoom(result))
         return Outcome::NoRoom;
     if (result != (isTooLong ? EditResult::BadName : EditResult::Done))
@@ -310,9 +308,9 @@ VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
     if (entry == items_.end())
         return Outcome::Refused;
     Item& item = entry->second;
-    const CatalogName name = NameOf(*volume_, item.name);
+    const CatalogName name = NameOf(volume_, item.name);
     if (swaps) {
-        const SwapResult result = SwapForks(*volume_, name, entry->first.first);
+        const SwapResult result = SwapForks(volume_, name, entry->first.first);
         if (result == SwapResult::DataForkOverflows || result == SwapResult::ResourceForkOverflows)
             return volume_->extents.header().leafRecords != 0 ? Outcome::Refused : Outcome::Wrong;
         std::swap(item.data, item.resource);
@@ -321,29 +319,29 @@ VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
     AttributeChange change;
     change.type = {'A', 'P', 'P', static_cast<char>('0' + Below(random, 10))};
     std::copy(change.type->begin(), change.type->end(), item.signature.begin());
-    return ChangeAttributes(*volume_, entry->first.first, name, change, kClock) == EditResult::Done
+    return ChangeAttributes(volume_, entry->first.first, name, change, kClock) == EditResult::Done
                ? Outcome::Done
                : Outcome::Wrong;
 }
 
 // A disc whose PC side shows what lies at some files of the volume, and at some free places.
 VolumeModel::Outcome VolumeModel::share(std::mt19937& random) {
-    if (!hasPcSide_ || pcFiles_.size() > 30 || FlushVolume(*volume_, kClock) != TreeResult::Done)
+    if (!hasPcSide_ || pcFiles_.size() > 30 || volume_.flush() != TreeResult::Done)
         return hasPcSide_ && pcFiles_.size() <= 30 ? Outcome::Wrong : Outcome::Refused;
     std::vector<BlockRun> places = {{Below(random, volume_->totalBlocks() - 9), Below(random, 9)}};
     const auto entry = randomItem(random, true);
     if (entry != items_.end()) {
         std::optional<CatalogItem> item;
         std::vector<BlockRun> runs;
-        if (FindNamed(*volume_, entry->first.first, NameOf(*volume_, entry->second.name), kClock,
+        if (FindNamed(volume_, entry->first.first, NameOf(volume_, entry->second.name), kClock,
                       item) != TreeResult::Done ||
-            !item || ForkRuns(*volume_, *item, false, runs) != TreeResult::Done)
+            !item || ForkRuns(volume_, *item, false, runs) != TreeResult::Done)
             return Outcome::Wrong;
         places.insert(places.end(), runs.begin(), runs.end());
     }
     PcFile image(path_, PcFile::Mode::ReadWrite);
     for (const BlockRun& run : places) {
-        const std::uint64_t from = BlockToSector(*volume_, run.startBlock) / 4 * 2048;
+        const std::uint64_t from = BlockToSector(volume_, run.startBlock) / 4 * 2048;
         Bytes file(std::uint64_t{run.blockCount} * volume_->blockSize);
         const std::uint64_t first = volume_->volumeOffset * kSectorBytes;
         const auto block = [&](std::uint64_t at) { return (at - first) / volume_->blockSize; };
@@ -360,8 +358,7 @@ VolumeModel::Outcome VolumeModel::share(std::mt19937& random) {
     }
     if (!WritePcTable(image, pcFiles_))
         return Outcome::Wrong;
-    volume_ = std::make_unique<VolumeContext>();
-    return OpenForChanges(*volume_, path_) ? Outcome::Done : Outcome::Wrong;
+    return volume_.open(path_) ? Outcome::Done : Outcome::Wrong;
 }
 
 std::string VolumeModel::comparePcSide() const {
@@ -373,13 +370,12 @@ std::string VolumeModel::comparePcSide() const {
 }
 
 std::string VolumeModel::compare() {
-    if (FlushVolume(*volume_, kClock) != TreeResult::Done)
+    if (volume_.flush() != TreeResult::Done)
         return "the flush failed";
-    volume_ = std::make_unique<VolumeContext>();
-    if (!OpenForChanges(*volume_, path_))
+    if (!volume_.open(path_))
         return "the volume cannot be opened any more";
-    if (VolumeName(*volume_) != label_)
-        return "the label is " + VolumeName(*volume_);
+    if (VolumeName(volume_) != label_)
+        return "the label is " + VolumeName(volume_);
     std::string fault = compareFolder(kRootFolderId);
     for (auto entry = items_.begin(); entry != items_.end() && fault.empty(); ++entry)
         if (entry->second.isFolder)
@@ -387,13 +383,13 @@ std::string VolumeModel::compare() {
     if (fault.empty())
         fault = comparePcSide();
     if (fault.empty())
-        fault = FaultOfBlocks(*volume_);
+        fault = FaultOfBlocks(volume_);
     return fault.empty() ? compareCounts() : fault;
 }
 
 std::string VolumeModel::compareFolder(std::uint32_t id) {
     std::vector<CatalogItem> listed;
-    if (ListFolder(*volume_, id, kClock, listed) != TreeResult::Done)
+    if (ListFolder(volume_, id, kClock, listed) != TreeResult::Done)
         return fmt::format("folder {} cannot be listed", id);
     auto expected = items_.lower_bound({id, ""});
     for (const CatalogItem& got : listed) {
@@ -406,7 +402,7 @@ std::string VolumeModel::compareFolder(std::uint32_t id) {
     }
     if (expected != items_.end() && expected->first.first == id)
         return expected->second.name + " is missing";
-    return ReadValence(*volume_, id) == listed.size() ? "" : fmt::format("valence of {}", id);
+    return ReadValence(volume_, id) == listed.size() ? "" : fmt::format("valence of {}", id);
 }
 
 std::string VolumeModel::compareItem(const CatalogItem& got, const Key& key, const Item& item) {
@@ -414,7 +410,7 @@ std::string VolumeModel::compareItem(const CatalogItem& got, const Key& key, con
         (item.isFolder && got.id != item.id))
         return got.name + " stands where " + item.name + " should";
     std::optional<ThreadFacts> thread;
-    if (ReadThread(*volume_, got.id, thread) != TreeResult::Done ||
+    if (ReadThread(volume_, got.id, thread) != TreeResult::Done ||
         thread.has_value() != (item.isFolder || volume_->isHfsPlus))
         return "thread of " + item.name;
     if (thread && (thread->parentId != key.first || thread->name != got.catalogName))
@@ -424,12 +420,12 @@ std::string VolumeModel::compareItem(const CatalogItem& got, const Key& key, con
     if (std::string(got.signature.begin(), got.signature.end()) != item.signature)
         return "signature of " + item.name;
     for (const bool resource : {false, true})
-        if (ReadFork(*volume_, got, resource) != (resource ? item.resource : item.data))
+        if (ReadFork(volume_, got, resource) != (resource ? item.resource : item.data))
             return (resource ? "resource fork of " : "data fork of ") + item.name;
     return "";
 }
 
-std::string VolumeModel::compareCounts() const {
+std::string VolumeModel::compareCounts() {
     std::array<std::uint32_t, 4> counts{};  // files, folders, and those of the root
     for (const auto& [key, item] : items_) {
         const std::size_t kind = item.isFolder ? 1 : 0;

@@ -4,7 +4,6 @@
 
 #include "IO/iso_image.hpp"
 #include "IO/redo_log.hpp"
-#include "volume/allocation.hpp"
 #include "volume/bad_blocks.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
@@ -128,23 +127,17 @@ bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
     return image.writeAt(kPcTableStart, table);
 }
 
-bool OpenForChanges(VolumeContext& volume, const std::string& path) {
-    KeptMessages messages;
-    return OpenVolume(volume, {path, true}, messages) &&
-           LoadAllocationState(volume) == TreeResult::Done;
-}
-
 CatalogName NameOf(const VolumeContext& volume, const std::string& letters) {
     if (!volume.isHfsPlus)
         return {letters, {}};
     return {{}, std::u16string(letters.begin(), letters.end())};
 }
 
-std::vector<Bytes> StateOf(VolumeContext& volume) {
+std::vector<Bytes> StateOf(WritableVolume& volume) {
     (void)GivePcSideAnOwner(volume);
-    MasterDirectoryBlock hfsHeader = volume.mdb;
-    VolumeHeader plusHeader = volume.vhb;
-    AllocationState allocation = volume.allocation;
+    MasterDirectoryBlock hfsHeader = volume->mdb;
+    VolumeHeader plusHeader = volume->vhb;
+    AllocationState allocation = volume.allocation();
     // What a flush in between changes is no change of the volume.
     hfsHeader.writeCount = 0;
     hfsHeader.modificationDate = 0;
@@ -155,10 +148,10 @@ std::vector<Bytes> StateOf(VolumeContext& volume) {
     FreeWhatWasFreed(allocation);
     const auto mdb = AsBytes(hfsHeader);
     const auto vhb = AsBytes(plusHeader);
-    for (TreeCursor* tree : {&volume.catalog, &volume.extents})
+    for (TreeCursor* tree : {&volume->catalog, &volume->extents})
         (void)FlushTree(*tree);
-    std::vector<Bytes> state = AllNodes(volume.catalog);
-    for (Bytes& node : AllNodes(volume.extents))
+    std::vector<Bytes> state = AllNodes(volume->catalog);
+    for (Bytes& node : AllNodes(volume->extents))
         state.push_back(std::move(node));
     state.emplace_back(mdb.begin(), mdb.end());
     state.emplace_back(vhb.begin(), vhb.end());
@@ -166,18 +159,18 @@ std::vector<Bytes> StateOf(VolumeContext& volume) {
     return state;
 }
 
-std::string FaultOfBlocks(VolumeContext& volume) {
-    const std::uint32_t total = volume.totalBlocks();
+std::string FaultOfBlocks(WritableVolume& volume) {
+    const std::uint32_t total = volume->totalBlocks();
     std::vector<int> uses(total);
-    for (const auto* nodes : {volume.catalogNodes.get(), volume.extentsNodes.get()})
+    for (const auto* nodes : {volume->catalogNodes.get(), volume->extentsNodes.get()})
         Count(uses, nodes->runs());
-    Count(uses, volume.allocation.file);
+    Count(uses, volume.allocation().file);
     std::vector<OverflowRecord> bad;
     if (OverflowOf(volume, kBadBlockFileId, kDataFork, bad) != TreeResult::Done)
         return "the blocks that are not to be given out";
     for (const OverflowRecord& record : bad)
         Count(uses, record.runs);
-    const VolumeShape shape{"", volume.isHfsPlus, volume.blockSize, total, 0};
+    const VolumeShape shape{"", volume->isHfsPlus, volume->blockSize, total, 0};
     Count(uses, {{0, BlocksInFront(shape)}, {total - BlocksAtEnd(shape), BlocksAtEnd(shape)}});
     const TreeResult walked =
         WalkVolume(volume, 100'000, [&](const std::string&, const CatalogItem& item) {
@@ -191,7 +184,7 @@ std::string FaultOfBlocks(VolumeContext& volume) {
         return "a folder cannot be listed";
     std::uint32_t free = 0;
     for (std::uint32_t block = 0; block < total; ++block) {
-        const bool marked = IsWhollyUsed(volume.allocation.bitmap, {block, 1});
+        const bool marked = IsWhollyUsed(volume.allocation().bitmap, {block, 1});
         // What the PC side needs is in use, whether a file of the volume has it or not.
         if (WithoutPcSide(volume, {block, 1}).empty() && uses[block] == 0)
             ++uses[block];
@@ -200,7 +193,7 @@ std::string FaultOfBlocks(VolumeContext& volume) {
                                marked ? "marked" : "not marked");
         free += marked ? 0 : 1;
     }
-    return free == volume.freeBlocks() ? "" : "number of free blocks";
+    return free == volume->freeBlocks() ? "" : "number of free blocks";
 }
 
 std::size_t CutSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {

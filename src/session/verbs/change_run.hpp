@@ -1,40 +1,57 @@
-// What the verbs that change a volume share: the open partition with its bitmap, items found by
-// their paths, and the way from what went wrong to an exit status.
+// What the verbs that work on one Macintosh volume share: the open image, and the way from what
+// went wrong to an exit status.
 #pragma once
 
-#include <array>
 #include <memory>
 #include <optional>
-#include <string>
-#include <string_view>
 
 #include "session/command_context.hpp"
-#include "session/partition.hpp"
+#include "session/reading_ports.hpp"
 #include "session/terminal.hpp"
-#include "volume/catalog.hpp"
-#include "volume/edit_result.hpp"
+#include "session/volume_options.hpp"
+#include "volume/opened_volume.hpp"
+#include "volume/path_changes.hpp"
 
 namespace vellmark {
 
-/// A signal to end does not end the process while it lives: see `StopSignals`.
+/// One that only reads. A compressed image is expanded for it.
+class ReadRun {
+  public:
+    ReadRun(CommandContext& context, bool quiet)
+        : terminal(context, TerminalOptionsOf(context, quiet)), context_(context) {}
+
+    /// Opens the volume. False after a message.
+    [[nodiscard]] bool open(const VolumeOptions& options);
+    [[nodiscard]] VolumeContext& volume() { return volume_->volume(); }
+    /// What could not be done: the run fails at its end.
+    void problem(const Reason& reason);
+    /// Closes the image; the exit status.
+    [[nodiscard]] int finish();
+
+    Terminal terminal;
+
+  private:
+    CommandContext& context_;
+    std::optional<PlainImage> image_;
+    std::unique_ptr<ReadVolume> volume_;
+    bool failed_ = false;
+};
+
+/// One that changes. A signal to end does not end the process while it lives: see `StopSignals`.
 class ChangeRun {
   public:
     ChangeRun(CommandContext& context, bool quiet = false)
         : terminal(context, TerminalOptionsOf(context, quiet)), context_(context) {}
 
     /// Opens the volume for changes. False after a message.
-    [[nodiscard]] bool open(const PartitionOptions& options);
-    [[nodiscard]] VolumeContext& volume() { return partition_->volume(); }
+    [[nodiscard]] bool open(const VolumeOptions& options);
+    [[nodiscard]] WritableVolume& volume() { return volume_->volume(); }
     [[nodiscard]] const Clock& clock() const { return context_.clock; }
 
-    /// The item of a path. Nothing after a message, which makes the run fail.
-    [[nodiscard]] std::optional<CatalogItem> find(const std::string& path);
-    /// The same for a folder.
-    [[nodiscard]] std::optional<CatalogItem> findFolder(const std::string& path);
-    /// A sentence about what could not be done: the run fails at its end.
-    void problem(std::string_view sentence);
-    /// Tells why an item was not changed; true when it was.
-    bool judge(EditResult result, const std::string& path);
+    /// What could not be done: the run fails at its end.
+    void problem(const Reason& reason);
+    /// Tells why a change was not made, where there is something to tell.
+    void judge(const PathChange& change);
     /// Writes everything back and closes the image; the exit status.
     [[nodiscard]] int finish();
 
@@ -45,18 +62,8 @@ class ChangeRun {
   private:
     const StopSignals signals_;
     CommandContext& context_;
-    std::unique_ptr<Partition> partition_;
+    std::optional<PlainImage> image_;
+    std::unique_ptr<ChangedVolume> volume_;
 };
-
-/// A path taken apart: the folder, "" for the root, and the last name, "" for the root itself.
-struct SplitPath {
-    std::string folder;
-    std::string name;
-};
-[[nodiscard]] SplitPath SplitVolumePath(std::string_view path);
-
-/// Four MacRoman letters as a person types them, filled up with blanks; nothing when they cannot be
-/// a type or a creator.
-[[nodiscard]] std::optional<std::array<char, 4>> FourLetterCode(const std::string& typed);
 
 }  // namespace vellmark

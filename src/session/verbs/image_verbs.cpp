@@ -6,9 +6,9 @@
 #include <ostream>
 
 #include "session/json_text.hpp"
-#include "session/partition.hpp"
 #include "session/reading_ports.hpp"
 #include "session/verbs/verbs.hpp"
+#include "session/volume_options.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
 #include "support/sentences.hpp"

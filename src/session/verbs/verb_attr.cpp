@@ -1,20 +1,17 @@
-#include <fmt/chrono.h>
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <ctime>
 #include <memory>
 #include <vector>
 
-#include "containers/finder_info.hpp"
+#include "containers/typed_signature.hpp"
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
-#include "volume/catalog_edit.hpp"
 #include "volume/read_only.hpp"
+#include "volume/typed_attributes.hpp"
 
 namespace vellmark {
 
@@ -22,23 +19,8 @@ namespace {
 
 constexpr std::string_view kName = "attr";
 
-// Finder flags by the names that are used for them.
-struct FlagName {
-    std::string_view name;
-    std::uint16_t bit;
-};
-constexpr std::array kFlags = {FlagName{"invisible", kFinderInvisible},
-                               FlagName{"bundle", kFinderHasBundle},
-                               FlagName{"name-locked", kFinderNameLocked},
-                               FlagName{"stationery", kFinderStationery},
-                               FlagName{"custom-icon", kFinderCustomIcon},
-                               FlagName{"no-inits", kFinderNoInits},
-                               FlagName{"inited", kFinderInited},
-                               FlagName{"shared", kFinderShared},
-                               FlagName{"alias", kFinderAlias}};
-
 struct AttrOptions {
-    PartitionOptions partition;
+    VolumeOptions volume;
     std::vector<std::string> paths;
     std::string type;
     std::string creator;
@@ -49,45 +31,11 @@ struct AttrOptions {
     std::string locked;
 };
 
-// `2026-11-21T10:46:05Z`, with a blank for the T, or without time or seconds; in UTC.
-std::optional<UnixSeconds> DateOf(const std::string& typed) {
-    for (const char* form : {"%Y-%m-%dT%H:%M:%SZ", "%Y-%m-%dT%H:%M:%S", "%Y-%m-%d %H:%M:%S",
-                             "%Y-%m-%dT%H:%M", "%Y-%m-%d %H:%M", "%Y-%m-%d"}) {
-        std::tm parts{};
-        const char* end = ::strptime(typed.c_str(), form, &parts);
-        if (end == nullptr || *end != '\0')
-            continue;
-        // 31 February would become a day of March.
-        std::tm counted = parts;
-        const UnixSeconds date = ::timegm(&counted);
-        return counted.tm_mday == parts.tm_mday && counted.tm_sec == parts.tm_sec
-                   ? std::optional(date)
-                   : std::nullopt;
-    }
-    return std::nullopt;
-}
-
-bool AddFlags(const std::vector<std::string>& names, std::uint16_t& bits) {
-    for (const std::string& name : names) {
-        const auto* found = std::find_if(kFlags.begin(), kFlags.end(),
-                                         [&](const FlagName& flag) { return flag.name == name; });
-        if (found == kFlags.end())
-            return false;
-        bits = static_cast<std::uint16_t>(bits | found->bit);
-    }
-    return true;
-}
-
-// Every date that a volume can keep lies between these.
-bool IsMacDate(UnixSeconds date) {
-    return FromMacGmt(ToMacGmt(date)) == date;
-}
-
 // The change that the options ask for; a sentence in `wrong` when one of them cannot be meant.
 AttributeChange ChangeOf(const AttrOptions& options, std::string& wrong) {
     AttributeChange change;
     const auto code = [&](const std::string& typed, std::string_view option) {
-        const auto letters = FourLetterCode(typed);
+        const auto letters = TypedCode(typed);
         if (!typed.empty() && !letters)
             wrong = fmt::format(
                 "--{} takes up to four characters of the Macintosh, and {} is not "
@@ -96,8 +44,8 @@ AttributeChange ChangeOf(const AttrOptions& options, std::string& wrong) {
         return letters;
     };
     const auto date = [&](const std::string& typed, std::string_view option) {
-        const auto seconds = typed.empty() ? std::nullopt : DateOf(typed);
-        if (!typed.empty() && (!seconds || !IsMacDate(*seconds)))
+        const auto seconds = typed.empty() ? std::nullopt : TypedDate(typed);
+        if (!typed.empty() && !seconds)
             wrong = fmt::format(
                 "--{} takes a date from 1904 to 2040 such as 1999-12-31T23:59:00Z, "
                 "and {} is not that.",
@@ -110,15 +58,9 @@ AttributeChange ChangeOf(const AttrOptions& options, std::string& wrong) {
     change.modified = date(options.modified, "modified");
     if (!options.locked.empty())
         change.isLocked = options.locked == "yes";
-    // The names were checked when the options were read.
-    (void)AddFlags(options.set, change.setFlags);
-    (void)AddFlags(options.clear, change.clearFlags);
+    change.setFlags = FinderFlagsOf(options.set);
+    change.clearFlags = FinderFlagsOf(options.clear);
     return change;
-}
-
-bool IsEmpty(const AttributeChange& change) {
-    return !change.type && !change.creator && !change.created && !change.modified &&
-           !change.isLocked && change.setFlags == 0 && change.clearFlags == 0;
 }
 
 std::string Letters(const std::array<char, 8>& signature, std::size_t at) {
@@ -127,7 +69,7 @@ std::string Letters(const std::array<char, 8>& signature, std::size_t at) {
 
 std::string FlagText(std::uint16_t flags) {
     std::string text;
-    for (const FlagName& flag : kFlags)
+    for (const FinderFlag& flag : kFinderFlags)
         if ((flags & flag.bit) != 0)
             text += (text.empty() ? "" : ",") + std::string(flag.name);
     return text.empty() ? "-" : text;
@@ -145,20 +87,13 @@ bool IsRootPath(const std::string& path) {
 }
 
 int Show(const AttrOptions& options, CommandContext& context) {
-    Terminal terminal(context, TerminalOptionsOf(context, true));
-    const auto partition = Partition::Open(options.partition, context, terminal, Access::Read);
-    if (!partition)
+    ReadRun run(context, true);
+    if (!run.open(options.volume))
         return kExitFailed;
-    bool failed = false;
     for (const std::string& path : options.paths) {
-        std::optional<CatalogItem> item;
-        const TreeResult result = FindPath(partition->volume(), path, context.clock, item);
-        if (result != TreeResult::Done || !item) {
-            failed = true;
-            terminal.messages.showMessage(
-                result != TreeResult::Done
-                    ? CatalogProblem(result, "on the way to " + Printable(path))
-                    : EditSentence(EditResult::Missing, Printable(path), context.language));
+        const Result<CatalogItem> item = ItemAt(run.volume(), path, context.clock);
+        if (!item) {
+            run.problem(item.error());
             continue;
         }
         context.output << fmt::format(
@@ -166,10 +101,9 @@ int Show(const AttrOptions& options, CommandContext& context) {
             "  modified  {}\n",
             Printable(path), item->isFolder ? "-" : Letters(item->signature, 0),
             item->isFolder ? "-" : Letters(item->signature, 4), FlagText(item->finderFlags),
-            LockText(partition->volume(), *item), DateText(item->created),
-            DateText(item->modified));
+            LockText(run.volume(), *item), DateText(item->created), DateText(item->modified));
     }
-    return partition->close(terminal.messages) && !failed ? kExitDone : kExitFailed;
+    return run.finish();
 }
 
 int Attr(const AttrOptions& options, CommandContext& context) {
@@ -177,45 +111,27 @@ int Attr(const AttrOptions& options, CommandContext& context) {
     const AttributeChange change = ChangeOf(options, wrong);
     if (!wrong.empty())
         return UsageError(context, kName, wrong);
-    if (IsEmpty(change))
+    if (change.isEmpty())
         return Show(options, context);
     ChangeRun run(context);
     // Who unlocks a volume need not say that a locked one may be changed.
-    PartitionOptions partition = options.partition;
-    partition.unlocks = change.isLocked == false &&
-                        std::any_of(options.paths.begin(), options.paths.end(), IsRootPath);
-    if (!run.open(partition))
+    VolumeOptions volume = options.volume;
+    volume.unlocks = change.isLocked == false &&
+                     std::any_of(options.paths.begin(), options.paths.end(), IsRootPath);
+    if (!run.open(volume))
         return kExitFailed;
-    for (const std::string& path : options.paths) {
-        const std::optional<CatalogItem> item = run.find(path);
-        if (!item)
-            continue;
-        const bool isRoot = item->id == kRootFolderId;
-        if (item->isFolder && (change.type || change.creator || (change.isLocked && !isRoot))) {
-            run.problem(fmt::format(
-                "{} is a folder, which has neither type and creator nor a lock.", Printable(path)));
-            continue;
-        }
-        AttributeChange ofRecord = change;
-        if (isRoot && change.isLocked) {
-            SetVolumeLock(run.volume(), *change.isLocked);
-            ofRecord.isLocked.reset();
-        }
-        if (!IsEmpty(ofRecord))
-            run.judge(ChangeAttributes(run.volume(), item->parentId, item->catalogName, ofRecord,
-                                       context.clock),
-                      path);
-    }
+    for (const std::string& path : options.paths)
+        run.judge(ChangeAttributesAt(run.volume(), path, change, context.clock));
     return run.finish();
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AttrOptions>();
     std::vector<std::string> names;
-    names.reserve(std::size(kFlags));
-    for (const FlagName& flag : kFlags)
+    names.reserve(std::size(kFinderFlags));
+    for (const FinderFlag& flag : kFinderFlags)
         names.emplace_back(flag.name);
-    AddPartitionOptions(arguments, options->partition);
+    AddVolumeOptions(arguments, options->volume);
     arguments.add("PATH", options->paths, Sentence::kHelpItems).required();
     arguments.add("--type", options->type, Sentence::kHelpNewType);
     arguments.add("--creator", options->creator, Sentence::kHelpNewCreator);

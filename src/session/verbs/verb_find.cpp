@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "containers/names.hpp"
+#include "containers/typed_signature.hpp"
 #include "project/project_search.hpp"
 #include "session/file_modes.hpp"
 #include "session/json_text.hpp"
@@ -14,12 +14,15 @@
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 #include "volume/catalog_search.hpp"
 
 namespace vellmark {
 
 namespace {
+
+constexpr std::size_t kSignatureLetters = 8;
 
 struct FindOptions {
     std::string image;
@@ -38,7 +41,8 @@ std::size_t MostHits(const FindOptions& options) {
 TreeResult Search(VolumeContext& volume, const FindOptions& options, std::vector<SearchHit>& hits) {
     if (options.signature.empty())
         return FindByName(volume, options.pattern, hits, MostHits(options));
-    const std::string signature = WideToMacRomanExact(Utf8ToWide(options.signature)).value_or("");
+    const std::string signature =
+        TypedMacLetters(options.signature, kSignatureLetters).value_or("");
     return FindBySignature(volume, signature, hits, MostHits(options));
 }
 
@@ -62,7 +66,8 @@ void TellEnd(const FindOptions& options, std::size_t hits, Messages& messages) {
             fmt::format("The search ended after {} hits; --all goes on.", kMostHits));
 }
 
-int FindInProject(const FindOptions& options, CommandContext& context, Terminal& terminal) {
+int FindInProject(const FindOptions& options, CommandContext& context) {
+    Terminal terminal(context, TerminalOptionsOf(context, false));
     std::optional<ProjectFile> project;
     if (ProjectFile::Open(FollowLink(options.image), ProjectModeOf(options.image),
                           terminal.messages, project) != ProjectOpened::Opened)
@@ -74,9 +79,9 @@ int FindInProject(const FindOptions& options, CommandContext& context, Terminal&
     const std::vector<std::int32_t> hits =
         options.signature.empty()
             ? FindItemsByName(searched, Utf8ToNarrow(options.pattern), view, MostHits(options))
-            : FindItemsBySignature(searched,
-                                   WideToMacRomanExact(Utf8ToWide(options.signature)).value_or(""),
-                                   MostHits(options));
+            : FindItemsBySignature(
+                  searched, TypedMacLetters(options.signature, kSignatureLetters).value_or(""),
+                  MostHits(options));
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const std::int32_t number : hits) {
         const ProjectRecord* record = searched.findByNumber(number);
@@ -97,30 +102,26 @@ int FindInProject(const FindOptions& options, CommandContext& context, Terminal&
 }
 
 int Find(const FindOptions& options, CommandContext& context) {
-    const std::size_t letters = Utf8ToWide(options.signature).size();
     if (options.pattern.empty() == options.signature.empty())
         return UsageError(context, "find", "Either a NAME or --signature is needed.");
-    if (letters > 8 || (letters > 0 && !WideToMacRomanExact(Utf8ToWide(options.signature))))
+    if (!options.signature.empty() && !TypedMacLetters(options.signature, kSignatureLetters))
         return UsageError(context, "find",
                           fmt::format("--signature takes up to eight characters of the Macintosh, "
                                       "and {} is not that.",
                                       Printable(options.signature)));
-    Terminal terminal(context, TerminalOptionsOf(context, false));
     const FileMode mode = FileModeOf(options.image);
     if (mode == FileMode::Project || mode == FileMode::IsoPlus)
-        return FindInProject(options, context, terminal);
-    const auto partition =
-        Partition::Open({options.image, options.partition}, context, terminal, Access::Read);
-    if (!partition)
+        return FindInProject(options, context);
+    ReadRun run(context, false);
+    if (!run.open({options.image, options.partition}))
         return kExitFailed;
     std::vector<SearchHit> hits;
-    const TreeResult result = Search(partition->volume(), options, hits);
-    Print(partition->volume(), options, hits, context);
-    TellEnd(options, hits.size(), terminal.messages);
-    if (result != TreeResult::Done)
-        terminal.messages.showMessage(CatalogProblem(result, "behind what was found"));
-    const bool isClosed = partition->close(terminal.messages);
-    return result == TreeResult::Done && isClosed ? kExitDone : kExitFailed;
+    const TreeResult result = Search(run.volume(), options, hits);
+    Print(run.volume(), options, hits, context);
+    TellEnd(options, hits.size(), run.terminal.messages);
+    if (const Reason problem = CatalogProblem(result, Sentence::kPlaceBehindHits))
+        run.problem(problem);
+    return run.finish();
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {

@@ -4,12 +4,12 @@
 #include <memory>
 
 #include "reading/tree_search.hpp"
-#include "session/partition.hpp"
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
 #include "volume/partition_choice.hpp"
+#include "volume/read_only.hpp"
 
 namespace vellmark {
 
@@ -26,10 +26,9 @@ TreeFacts FactsOf(ViewRun& run, TreeView& tree) {
     return std::move(whole.facts);
 }
 
-// Why the Macintosh volume cannot be changed; none when it can be.
+// Why the Macintosh volume cannot be changed; none when it can.
 Reason RefusalOf(const ImageView& view) {
-    return view.imageRefusal() ? view.imageRefusal()
-                               : Reason::Plain(ChangeRefusal(view.changeReasons()));
+    return view.imageRefusal() ? view.imageRefusal() : ChangeRefusal(view.changeReasons());
 }
 
 nlohmann::ordered_json TreeInfo(const TreeFacts& facts, const std::string& changeRefusal) {
@@ -107,9 +106,8 @@ void PutText(ViewRun& run, const std::string& image) {
     line(Reason(Sentence::kInfoBytes, Printable(image), run.view->sizeBytes()));
     unsigned number = 0;
     for (const PartitionEntry& partition : run.view->partitions())
-        line(Reason(Sentence::kInfoPartition,
-                    PartitionLine(++number, partition, run.context.language), partition.startSector,
-                    partition.sectorCount));
+        line(Reason(Sentence::kInfoPartition, PartitionLine(++number, partition),
+                    partition.startSector, partition.sectorCount));
     for (TreeView* tree : run.trees)
         PutTree(run, FactsOf(run, *tree));
 }

@@ -3,7 +3,6 @@
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
-#include "volume/catalog_edit.hpp"
 #include "volume/mount.hpp"
 
 namespace vellmark {
@@ -11,33 +10,31 @@ namespace vellmark {
 namespace {
 
 struct LabelOptions {
-    PartitionOptions partition;
+    VolumeOptions volume;
     std::string label;
 };
 
 int ShowLabel(const LabelOptions& options, CommandContext& context) {
-    Terminal terminal(context, TerminalOptionsOf(context, true));
-    const auto partition = Partition::Open(options.partition, context, terminal, Access::Read);
-    if (!partition)
+    ReadRun run(context, true);
+    if (!run.open(options.volume))
         return kExitFailed;
-    context.output << Printable(VolumeName(partition->volume())) << '\n';
-    return partition->close(terminal.messages) ? kExitDone : kExitFailed;
+    context.output << Printable(VolumeName(run.volume())) << '\n';
+    return run.finish();
 }
 
 int Label(const LabelOptions& options, CommandContext& context) {
     if (options.label.empty())
         return ShowLabel(options, context);
     ChangeRun run(context);
-    if (!run.open(options.partition))
+    if (!run.open(options.volume))
         return kExitFailed;
-    if (run.judge(RenameVolume(run.volume(), options.label), options.label))
-        run.terminal.messages.log(2, "*label " + options.label);
+    run.judge(Relabel(run.volume(), options.label, run.terminal.messages));
     return run.finish();
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<LabelOptions>();
-    AddPartitionOptions(arguments, options->partition);
+    AddVolumeOptions(arguments, options->volume);
     arguments.add("LABEL", options->label, Sentence::kHelpNewLabel);
     run = [options](CommandContext& context) { return Label(*options, context); };
 }

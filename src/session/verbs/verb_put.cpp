@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "containers/typed_signature.hpp"
 #include "session/session_state.hpp"
 #include "session/signature_file.hpp"
 #include "session/user_options.hpp"
@@ -13,9 +14,8 @@
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "transfer/copy_in.hpp"
-#include "volume/catalog_changes.hpp"
-#include "volume/edit_result.hpp"
 
 namespace vellmark {
 
@@ -24,7 +24,7 @@ namespace {
 constexpr std::string_view kName = "put";
 
 struct PutOptions {
-    PartitionOptions partition;
+    VolumeOptions volume;
     std::vector<std::string> paths;
     std::string to;
     bool makesFolder = false;
@@ -44,7 +44,7 @@ std::string Contradiction(const PutOptions& options) {
     const std::pair<std::string_view, const std::string&> codes[] = {{"type", options.type},
                                                                      {"creator", options.creator}};
     for (const auto& [name, typed] : codes)
-        if (!typed.empty() && !FourLetterCode(typed))
+        if (!typed.empty() && !TypedCode(typed))
             return fmt::format(
                 "--{} takes up to four characters of the Macintosh, and {} is not "
                 "that.",
@@ -70,81 +70,60 @@ CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& con
     if (options.truncate == "yes")
         copy.truncation.addsCrc = true;
     if (!options.type.empty())
-        copy.type = FourLetterCode(options.type);
+        copy.type = TypedCode(options.type);
     if (!options.creator.empty())
-        copy.creator = FourLetterCode(options.creator);
-    copy.imagePath = options.partition.image;
+        copy.creator = TypedCode(options.creator);
+    copy.imagePath = options.volume.image;
     if (context.session != nullptr)
         copy.journalPath = context.session->journal.path();
     return copy;
 }
 
-/// The folder of the volume that `--to` names.
-class TargetFolder {
-  public:
-    TargetFolder(VolumeContext& volume, const PutOptions& options, const Clock& clock)
-        : volume_(volume), options_(options), clock_(clock) {}
-
-    /// Finds it, or makes what is missing of it. A sentence when that fails, else "".
-    [[nodiscard]] std::string find();
-    [[nodiscard]] std::uint32_t id() const { return id_; }
-
-  private:
-    [[nodiscard]] std::string step(const std::string& name, const std::string& path);
-
-    VolumeContext& volume_;
-    const PutOptions& options_;
-    const Clock& clock_;
-    std::uint32_t id_ = kRootFolderId;
-};
-
-std::string TargetFolder::find() {
-    std::string_view rest = options_.to;
-    std::string path;
-    while (!rest.empty()) {
-        const std::size_t slash = rest.find('/');
-        const std::string name(rest.substr(0, slash));
-        rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
-        if (name.empty())
-            continue;
-        path += (path.empty() ? "" : "/") + name;
-        if (std::string problem = step(name, path); !problem.empty())
-            return problem;
-    }
-    return {};
+// A path of the volume as it is told: without slashes that no name stands between.
+std::string Tidied(std::string_view path) {
+    std::string tidy;
+    for (const char c : path)
+        if (c != '/' || (!tidy.empty() && tidy.back() != '/'))
+            tidy += c;
+    if (tidy.ends_with('/'))
+        tidy.pop_back();
+    return tidy;
 }
 
-std::string TargetFolder::step(const std::string& name, const std::string& path) {
-    const std::string shown = Printable(path);
-    std::optional<CatalogItem> there;
-    const TreeResult found = FindItem(volume_, id_, name, clock_, there);
-    if (found != TreeResult::Done)
-        return CatalogProblem(found, "on the way to " + shown);
-    if (there && !there->isFolder)
-        return fmt::format("{} is a file of the volume, not a folder.", shown);
-    if (there) {
-        id_ = there->id;
+// Why the folder that `--to` names cannot take the items; none when it can.
+Reason TargetProblem(const FolderWay& way) {
+    const std::string shown = Printable(way.path);
+    switch (way.result) {
+        case EditResult::Done:
+            return {};
+        case EditResult::Exists:
+            return Reason(Sentence::kFileNotFolder, shown);
+        case EditResult::Missing:
+            return Reason(Sentence::kNoFolderParents, shown);
+        case EditResult::BadName:
+            return Reason(Sentence::kNoFolderNameOfVolume,
+                          Printable(way.path.substr(way.path.rfind('/') + 1)));
+        case EditResult::FolderFull:
+            return Reason(Sentence::kNamed, shown, Sentence::kFolderFull);
+        case EditResult::Full:
+            return Reason(Sentence::kNoRoomForFolder, shown);
+        default:
+            break;
+    }
+    if (Reason problem = way.searchProblem())
+        return problem;
+    return CatalogProblem(
+        way.result == EditResult::Failed ? TreeResult::Failed : TreeResult::Damaged,
+        Reason(Sentence::kPlaceWhereGoes, shown));
+}
+
+// What the run did not come to; none for nothing.
+Reason NotReached(std::span<const std::string> paths) {
+    if (paths.empty())
         return {};
-    }
-    if (!options_.makesFolder)
-        return fmt::format("The volume has no folder {}; --parents makes it.", shown);
-    if (!NameFromShown(volume_, name))
-        return fmt::format("No folder of the volume can be called {}.", Printable(name));
-    const TreeResult made = CreateFolder(volume_, name, id_, clock_, id_);
-    if (made == TreeResult::FolderFull)
-        return fmt::format("{}: {}", shown, kFolderFullSentence);
-    return made == TreeResult::Done   ? std::string{}
-           : made == TreeResult::Full ? fmt::format("There is no room for the folder {}.", shown)
-                                      : CatalogProblem(made, "where " + shown + " would go");
-}
-
-// What the run did not come to, as a sentence; "" for nothing.
-std::string NotReached(std::span<const std::string> paths) {
-    if (paths.size() < 2)
-        return paths.empty() ? std::string{}
-                             : fmt::format("{} was not reached.", Printable(paths.front()));
-    return fmt::format("{} of the items were not reached: {} and those behind it.", paths.size(),
-                       Printable(paths.front()));
+    const std::string first = Printable(paths.front());
+    return paths.size() == 1 ? Reason(Sentence::kOneNotReached, first)
+                             : Reason(Sentence::kItemsNotReached, paths.size(), first);
 }
 
 // What was asked for by its name and is not there now makes the whole run fail.
@@ -156,13 +135,13 @@ void PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch, Ch
         const CopyInResult result = CopyItemIn(batch, path, folderId);
         run.failed = run.failed || result != CopyInResult::Done;
         if (result == CopyInResult::Stopped)
-            run.problem("Stopped as you wished; what was copied before stays.");
+            run.problem(Sentence::kStoppedCopiedStays);
         if (result != CopyInResult::Stopped && result != CopyInResult::BatchEnds)
             continue;
         if (PcFactsOf(path).kind == PcKind::Folder)
-            run.problem(fmt::format("The rest of {} was not copied.", Printable(path)));
-        if (const std::string sentence = NotReached(paths); !sentence.empty())
-            run.problem(sentence);
+            run.problem(Reason(Sentence::kRestNotCopied, Printable(path)));
+        if (const Reason reason = NotReached(paths))
+            run.problem(reason);
         return;
     }
 }
@@ -178,26 +157,31 @@ int Put(const PutOptions& options, CommandContext& context) {
     if (const std::string sentence = Contradiction(options); !sentence.empty())
         return UsageError(context, kName, sentence);
     ChangeRun run(context, options.quiet);
-    if (!run.open(options.partition))
+    if (!run.open(options.volume))
         return kExitFailed;
-    const std::string image = Printable(options.partition.image);
-    TargetFolder target(run.volume(), options, context.clock);
-    // The volume is let go as it was. Items that are all missing are named without a folder.
-    if (const std::string problem = NothingIsThere(options) ? std::string{} : target.find();
-        !problem.empty()) {
-        run.problem(fmt::format("{}: {}", image, problem));
+    const std::string image = Printable(options.volume.image);
+    // Items that are all missing are named without a folder.
+    const FolderWay target =
+        NothingIsThere(options)
+            ? FolderWay{EditResult::Done, kRootFolderId}
+            : WalkToFolder(run.volume(), Tidied(options.to),
+                           options.makesFolder ? MissingFolders::Make : MissingFolders::Refuse,
+                           context.clock);
+    // The volume is let go as it was.
+    if (const Reason problem = TargetProblem(target)) {
+        run.problem(Reason(Sentence::kNamed, image, problem));
         return kExitFailed;
     }
     CopyIn batch(run.volume(), CopyOptionsOf(options, context),
                  SignaturesOf(context, run.terminal.messages), run.terminal.messages,
                  run.terminal.progress, context.clock);
-    PutAll(options, target.id(), batch, run);
+    PutAll(options, target.id, batch, run);
     const int status = run.finish();
     run.terminal.progress.clear();
     if (run.isWritten)
         run.terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet && run.isWritten)
-        context.output << image << CopiedText(batch) << '\n';
+        context.output << image << CopiedText(batch).words(context.language) << '\n';
     // What a person wanted to keep was not named again.
     return status == kExitDone && batch.itemsLeftOut > 0 ? static_cast<int>(kExitSkipped) : status;
 }
@@ -210,7 +194,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         if (!word.empty())
             option.showDefault();
     };
-    AddPartitionOptions(arguments, options->partition);
+    AddVolumeOptions(arguments, options->volume);
     arguments.add("FILE", options->paths, Sentence::kHelpPutFiles).required();
     arguments.add("-t,--to", options->to, Sentence::kHelpPutTo);
     arguments.flag("--parents", options->makesFolder, Sentence::kHelpPutParents);

@@ -1,13 +1,13 @@
-#include <algorithm>
 #include <memory>
 
-#include "containers/names.hpp"
+#include "containers/typed_signature.hpp"
 #include "project/replace_signature.hpp"
 #include "session/file_modes.hpp"
 #include "session/project_options.hpp"
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/catalog_search.hpp"
 
 namespace vellmark {
@@ -18,22 +18,12 @@ constexpr std::string_view kName = "replace-signature";
 constexpr int kTextEditSignature = 1195;
 
 struct ReplaceOptions {
-    PartitionOptions partition;
+    VolumeOptions volume;
     std::string oldSignature;
     std::string newSignature;
     bool ask = false;
     bool quiet = false;
 };
-
-// Eight letters; nothing when they are more or fewer, or no MacRoman.
-std::optional<std::array<char, 8>> SignatureOf(const std::string& typed) {
-    const std::optional<std::string> mac = WideToMacRomanExact(Utf8ToWide(typed));
-    std::array<char, 8> signature{};
-    if (!mac || mac->size() != signature.size())
-        return std::nullopt;
-    std::copy(mac->begin(), mac->end(), signature.begin());
-    return signature;
-}
 
 using Signature = std::array<char, 8>;
 
@@ -59,7 +49,7 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     std::optional<ProjectFile> project;
-    if (!OpenForChange(options.partition.image, context, terminal.messages, project))
+    if (!OpenForChange(options.volume.image, context, terminal.messages, project))
         return kExitFailed;
     RememberedAnswer answer;
     const std::int64_t count =
@@ -79,22 +69,22 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
 }
 
 int Replace(const ReplaceOptions& options, CommandContext& context) {
-    const auto from = SignatureOf(options.oldSignature);
-    const auto to = SignatureOf(options.newSignature);
+    const auto from = TypedSignature(options.oldSignature);
+    const auto to = TypedSignature(options.newSignature);
     if (!from || !to)
         return UsageError(context, kName,
                           Reason(Sentence::kNoSignatureTyped,
                                  Printable(from ? options.newSignature : options.oldSignature)));
     if (options.ask && !context.asks)
         return UsageError(context, kName, Sentence::kAskNeedsTerminal);
-    if (const FileMode mode = FileModeOf(options.partition.image);
+    if (const FileMode mode = FileModeOf(options.volume.image);
         mode == FileMode::Project || mode == FileMode::IsoPlus) {
-        if (options.partition.partition || options.partition.writable)
+        if (options.volume.partition || options.volume.writable)
             return UsageError(context, kName, Sentence::kProjectHasNoPartitions);
         return ReplaceInProject(options, *from, *to, context);
     }
     ChangeRun run(context, options.quiet);
-    if (!run.open(options.partition))
+    if (!run.open(options.volume))
         return kExitFailed;
     RememberedAnswer answer;
     const auto agrees = [&](const SearchHit& hit) {
@@ -103,12 +93,11 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
     };
     Replaced replaced;
     const TreeResult result = ReplaceSignature(run.volume(), *from, *to, replaced, agrees);
-    if (result != TreeResult::Done)
-        run.problem(CatalogProblem(result, "on the way through all files; nothing was changed"));
+    if (const Reason problem = CatalogProblem(result, Sentence::kPlaceOfAllFiles))
+        run.problem(problem);
     for (const SearchHit& hit : replaced.refused) {
         const std::string path = Printable(PathOf(run.volume(), hit));
-        run.terminal.messages.itemSkipped(
-            path, EditSentence(EditResult::Protected, path, context.language));
+        run.terminal.messages.itemSkipped(path, EditProblem(EditResult::Protected, path));
     }
     const int status = run.finish();
     if (result == TreeResult::Done)
@@ -118,7 +107,7 @@ int Replace(const ReplaceOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<ReplaceOptions>();
-    AddPartitionOptions(arguments, options->partition);  // a project stands in the image's place
+    AddVolumeOptions(arguments, options->volume);  // a project stands in the image's place
     arguments.add("OLD", options->oldSignature, Sentence::kHelpOldSignature).required();
     arguments.add("NEW", options->newSignature, Sentence::kHelpNewSignature).required();
     arguments.flag("--ask", options->ask, Sentence::kHelpAsk);

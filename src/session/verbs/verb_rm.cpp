@@ -5,14 +5,14 @@
 #include "session/verbs/change_run.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
-#include "volume/catalog_delete.hpp"
+#include "support/sentences.hpp"
 
 namespace vellmark {
 
 namespace {
 
 struct RmOptions {
-    PartitionOptions partition;
+    VolumeOptions volume;
     std::vector<std::string> paths;
     bool force = false;
     bool quiet = false;
@@ -22,7 +22,7 @@ struct RmOptions {
 // settings. Where nobody can be asked it stays.
 int Rm(const RmOptions& options, CommandContext& context) {
     ChangeRun run(context, options.quiet);
-    if (!run.open(options.partition))
+    if (!run.open(options.volume))
         return kExitFailed;
     RememberedAnswer answer;
     const bool isSettled = options.force || OptionsOf(context).deletesSilently;
@@ -31,34 +31,26 @@ int Rm(const RmOptions& options, CommandContext& context) {
     DeleteContext deletion{run.terminal.messages, run.terminal.progress, context.clock, answer,
                            !isSettled};
     for (const std::string& path : options.paths) {
-        const std::optional<CatalogItem> item = run.find(path);
-        if (!item)
-            continue;
-        if (item->id == kRootFolderId) {
-            run.problem("The root of a volume cannot be deleted.");
-            continue;
-        }
-        const EditResult result =
-            DeleteItemByName(run.volume(), item->catalogName, item->parentId, deletion);
+        const PathChange change = DeleteAt(run.volume(), path, deletion);
         // A signal ends a question too.
-        if (result == EditResult::Stopped ||
-            (result == EditResult::Declined && StopSignals::requested())) {
-            run.problem(Printable(path) + " stays: stopped as you wished.");
+        if (change.result == EditResult::Stopped ||
+            (change.result == EditResult::Declined && StopSignals::requested())) {
+            run.problem(Reason(Sentence::kStaysStopped, Printable(path)));
             break;
         }
-        if (result == EditResult::Declined && !context.asks)
-            run.problem(Printable(path) + " is a folder that is not empty; --force deletes it.");
-        else if (result == EditResult::Declined)
-            run.terminal.messages.itemSkipped(Printable(path), "You wished to keep it.");
+        if (change.result == EditResult::Declined && !context.asks)
+            run.problem(Reason(Sentence::kFolderNotEmptyForce, Printable(path)));
+        else if (change.result == EditResult::Declined)
+            run.terminal.messages.itemSkipped(Printable(path), Sentence::kWishedToKeep);
         else
-            run.judge(result, deletion.obstacle.empty() ? path : path + "/" + deletion.obstacle);
+            run.judge(change);
     }
     return run.finish();
 }
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<RmOptions>();
-    AddPartitionOptions(arguments, options->partition);
+    AddVolumeOptions(arguments, options->volume);
     arguments.add("PATH", options->paths, Sentence::kHelpRmPaths).required();
     arguments.flag("-f,--force", options->force, Sentence::kHelpRmForce);
     arguments.flag(option::kQuietProgress, options->quiet);

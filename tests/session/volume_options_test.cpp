@@ -1,9 +1,7 @@
 // The volume that a verb opens: what is refused, and what comes back when it is closed.
-#include "session/partition.hpp"
-
 #include "reading/reading_bench.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog_changes.hpp"
+#include "volume/opened_volume.hpp"
 
 namespace vellmark {
 namespace {
@@ -11,22 +9,18 @@ namespace {
 using test::ReadingTest;
 using test::Write;
 
-class PartitionTest : public ReadingTest {
+class VolumeOptionsTest : public ReadingTest {
   protected:
-    PartitionTest() {
+    VolumeOptionsTest() {
         EXPECT_EQ(run({"format", "v.img", "--size", "1", "--label", "V", "-q"}), 0) << err_;
         // The volume alone, cut out of its partition.
         const auto row = json({"info", "v.img"})["partitions"][0];
         Write("bare.img", test::Bytes("v.img").substr(row["startSector"].get<std::size_t>() * 512,
                                                       row["sectorCount"].get<std::size_t>() * 512));
     }
-    std::unique_ptr<Partition> open(const PartitionOptions& options, Access access) {
-        errors_.str("");
-        return Partition::Open(options, context_, terminal_, access);
-    }
-    bool close(Partition& partition) {
-        errors_.str("");
-        return partition.close(terminal_.messages);
+    // The volume, opened for changes.
+    std::unique_ptr<ChangedVolume> change() {
+        return ChangedVolume::Open({"v.img"}, {}, terminal_.messages);
     }
 
     std::istringstream input_;
@@ -36,20 +30,18 @@ class PartitionTest : public ReadingTest {
     Terminal terminal_{context_, {}};
 };
 
-TEST_F(PartitionTest, ABareVolumeIsChangedOnRequestAlone) {
-    EXPECT_TRUE(open({"bare.img"}, Access::Read));
-    EXPECT_EQ(errors_.str(), "");
-    EXPECT_FALSE(open({"bare.img"}, Access::Change));
-    EXPECT_NE(errors_.str().find("bare.img cannot be changed. It is a bare volume"),
-              std::string::npos);
-    EXPECT_NE(errors_.str().find("--writable"), std::string::npos);
-    EXPECT_TRUE(open({.image = "bare.img", .writable = true}, Access::Change));
-    EXPECT_EQ(errors_.str(), "");
+TEST_F(VolumeOptionsTest, ABareVolumeIsChangedOnRequestAlone) {
+    EXPECT_EQ(run({"label", "bare.img"}), 0) << err_;
+    EXPECT_EQ(run({"mkdir", "bare.img", "a"}), 1);
+    EXPECT_NE(err_.find("bare.img cannot be changed. It is a bare volume"), std::string::npos);
+    EXPECT_NE(err_.find("--writable"), std::string::npos);
+    EXPECT_EQ(run({"mkdir", "--writable", "bare.img", "a"}), 0) << err_;
+    EXPECT_EQ(err_, "");
 }
 
 // Catches a count that wraps round, a full folder that is called a full catalog, and a warning for
 // each item.
-TEST_F(PartitionTest, AnHfsFolderTakesAsManyItemsAsItCanCount) {
+TEST_F(VolumeOptionsTest, AnHfsFolderTakesAsManyItemsAsItCanCount) {
     for (const char* name : {"f", "g", "h"})
         Write(name, "x");
     ASSERT_EQ(run({"mkdir", "v.img", "Full", "Other"}), 0) << err_;
@@ -69,19 +61,18 @@ TEST_F(PartitionTest, AnHfsFolderTakesAsManyItemsAsItCanCount) {
                  {0, {"put", "v.img", "h", "--to", "Full/d", "--parents", "-q"}, 1, full},
                  {0, {"put", "v.img", "f", "--to", "Full", "--force", "-q"}, 0, ""}};
     for (const auto& c : cases) {
-        auto partition = open({"v.img"}, Access::Change);
-        ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
+        const auto opened = change();
         std::optional<CatalogItem> folder;
-        ASSERT_EQ(FindPath(partition->volume(), "Full", clock_, folder), TreeResult::Done);
-        ASSERT_EQ(AddToValence(partition->volume(), c.more, folder->id), TreeResult::Done);
-        ASSERT_TRUE(close(*partition));
+        ASSERT_EQ(FindPath(opened->volume(), "Full", clock_, folder), TreeResult::Done);
+        ASSERT_EQ(AddToValence(opened->volume(), c.more, folder->id), TreeResult::Done);
+        (void)opened->close(clock_);
         EXPECT_EQ(run(c.arguments), c.status) << err_;
         EXPECT_EQ(err_.find(c.told), err_.rfind(c.told.empty() ? err_ : c.told)) << err_;
         EXPECT_NE(err_.find(c.told), std::string::npos) << c.told;
     }
 }
 
-TEST_F(PartitionTest, ALockedVolumeIsChangedOnRequestAndUnlocked) {
+TEST_F(VolumeOptionsTest, ALockedVolumeIsChangedOnRequestAndUnlocked) {
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -96,39 +87,33 @@ TEST_F(PartitionTest, ALockedVolumeIsChangedOnRequestAndUnlocked) {
         EXPECT_EQ(run(c.arguments), c.status) << c.arguments[0] << err_;
 }
 
-TEST_F(PartitionTest, ClosingWritesBackWhatWasLoadedAndNothingElse) {
+TEST_F(VolumeOptionsTest, ClosingWritesBackAndLettingGoDoesNot) {
     const std::string before = test::Bytes("v.img");
-    auto partition = open({"v.img"}, Access::Change);
-    ASSERT_TRUE(partition);
-    const auto at =
-        static_cast<std::size_t>((partition->volume().partitionStart + 2) * kSectorBytes);
-    EXPECT_TRUE(close(*partition));
-    EXPECT_TRUE(test::Bytes("v.img") == before);
-    partition = open({"v.img"}, Access::Change);
-    ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
-    partition.reset();
+    ASSERT_TRUE(change());
     EXPECT_TRUE(test::Bytes("v.img") == before) << "let go, not closed";
-    partition = open({"v.img"}, Access::Change);
-    ASSERT_EQ(LoadAllocationState(partition->volume()), TreeResult::Done);
-    EXPECT_TRUE(close(*partition));
+    const auto opened = change();
+    const auto at = static_cast<std::size_t>((opened->volume()->partitionStart + 2) * 512);
+    EXPECT_FALSE(opened->close(clock_));
     const std::string after = test::Bytes("v.img");
     EXPECT_EQ(after[at + 73], before[at + 73] + 1) << "count of writes";
     EXPECT_EQ(after.size(), before.size());
 }
 
-TEST_F(PartitionTest, ClosingTellsOfATransferThatFailed) {
-    for (const Access access : {Access::Read, Access::Change}) {
-        const auto partition = open({"v.img"}, access);
-        ASSERT_TRUE(partition);
+TEST_F(VolumeOptionsTest, ClosingTellsOfATransferThatFailed) {
+    const auto fail = [](VolumeContext& volume) {
         std::vector<std::uint8_t> sector(kSectorBytes);
-        const std::uint64_t behind = partition->volume().image->size() / kSectorBytes;
-        EXPECT_NE(ReadSectors(partition->volume().transferSlot, behind, sector), 0);
-        EXPECT_FALSE(close(*partition));
-        EXPECT_NE(errors_.str().find("v.img"), std::string::npos) << errors_.str();
-    }
+        const std::uint64_t behind = volume.image->size() / kSectorBytes;
+        EXPECT_NE(ReadSectors(volume.transferSlot, behind, sector), 0);
+    };
+    const auto changed = change();
+    fail(changed->volume());
+    EXPECT_NE(changed->close(clock_).words(Language::English).find("v.img"), std::string::npos);
+    const auto read = ReadVolume::Open({"v.img"}, {}, terminal_.messages);
+    fail(read->volume());
+    EXPECT_NE(read->close().words(Language::English).find("v.img"), std::string::npos);
 }
 
-TEST_F(PartitionTest, InfoNumbersThePartitionsAndTellsWhatMayBeChanged) {
+TEST_F(VolumeOptionsTest, InfoNumbersThePartitionsAndTellsWhatMayBeChanged) {
     EXPECT_EQ(run({"info", "v.img"}), 0) << err_;
     EXPECT_NE(out_.find("partition [1] V (Type MacOS, size 1 MB): sector "), std::string::npos)
         << out_;

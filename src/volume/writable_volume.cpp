@@ -1,10 +1,11 @@
-#include "volume/allocation.hpp"
+#include "volume/writable_volume.hpp"
 
 #include <algorithm>
 #include <cstring>
 
 #include "volume/bad_blocks.hpp"
 #include "volume/block_bitmap.hpp"
+#include "volume/catalog_keys.hpp"
 #include "volume/fork_reader.hpp"
 #include "volume/pc_side.hpp"
 #include "volume/recovery.hpp"
@@ -56,27 +57,6 @@ BitmapPart ChangedSectors(AllocationState& state) {
     return {from / kSectorBytes, ByteSpan(state.bitmap).subspan(from, end - from)};
 }
 
-bool FlushHfs(VolumeContext& volume, const Clock& clock) {
-    MasterDirectoryBlock& mdb = volume.mdb;
-    mdb.writeCount = mdb.writeCount + 1;
-    mdb.modificationDate = MacDateNow(clock, false);
-    const std::uint64_t first = volume.partitionStart + mdb.bitmapStartSector;
-    const auto [sector, bytes] = ChangedSectors(volume.allocation);
-    return Transfer(volume, kCommandWrite, first + sector, bytes) &&
-           WriteHeaders(volume, mdb, AlternateSector(volume));
-}
-
-bool FlushHfsPlus(VolumeContext& volume, const Clock& clock) {
-    VolumeHeader& header = volume.vhb;
-    header.writeCount = header.writeCount + 1;
-    header.modificationDate = MacDateNow(clock, true);
-    header.lastMountedVersion = kMountedBy;
-    const auto [sector, bytes] = ChangedSectors(volume.allocation);
-    return TransferFork(volume, volume.allocation.file, kCommandWrite, sector * kSectorBytes,
-                        bytes) &&
-           WriteHeaders(volume, header, AlternateSector(volume));
-}
-
 // The header as it stands, which says that the volume is in use.
 bool ReadMark(VolumeContext& volume, RedoMark& mark) {
     const std::uint64_t sector = volume.partitionStart + kHeaderSector;
@@ -97,13 +77,6 @@ bool ReadMark(VolumeContext& volume, RedoMark& mark) {
     return true;
 }
 
-bool CommitBatch(VolumeContext& volume) {
-    SectorBatch& batch = volume.allocation.unfinished;
-    RedoMark mark;
-    return batch.isEmpty() ||
-           (ReadMark(volume, mark) && batch.commit(volume, mark) == CommitResult::Done);
-}
-
 }  // namespace
 
 std::uint64_t AlternateSector(const VolumeContext& volume) {
@@ -116,87 +89,110 @@ std::uint64_t AlternateSector(const VolumeContext& volume) {
     return (isRemainder ? partitionEnd : blocksEnd) - 2;
 }
 
-TreeResult LoadAllocationState(VolumeContext& volume) {
+tl::expected<WritableVolume, TreeResult> WritableVolume::Load(VolumeContext& volume) {
+    WritableVolume writable(volume);
+    if (const TreeResult result = writable.load(); result != TreeResult::Done)
+        return tl::unexpected(result);
+    return writable;
+}
+
+TreeResult WritableVolume::load() {
+    VolumeContext& volume = *volume_;
     FindPcSide(volume);
     if (volume.readOnlyReasons.any())
         return TreeResult::Failed;
     if (!FitsImage(volume))
         return TreeResult::Damaged;
-    AllocationState& state = volume.allocation;
+    TreeResult result = readBitmap();
+    if (result == TreeResult::Done)
+        result = LoadNodeBitmap(volume.catalog);
+    if (result == TreeResult::Done)
+        result = LoadNodeBitmap(volume.extents);
+    if (result == TreeResult::Done && allocation_.bitmap.size() * 8 < volume.totalBlocks())
+        result = TreeResult::Damaged;
+    if (result == TreeResult::Done && !volume.isHfsPlus &&
+        (volume.mdb.attributes & kVolumeUnmounted) == 0)
+        result = CatchUpWithCatalog(*this);
+    if (result != TreeResult::Done)
+        return result;
+    // What an earlier program took for free is the PC side's all the same.
+    for (const BlockRun& run : *volume.pcSide)
+        if (!IsWhollyUsed(allocation_.bitmap, run))
+            MarkRun(allocation_, run, true);
+    // A count that the bitmap does not bear out would let a file be refused that fits, or begun
+    // that does not.
+    const std::uint32_t free = TotalFreeBlocks(allocation_.bitmap, volume.totalBlocks());
+    if (volume.isHfsPlus)
+        volume.vhb.freeBlocks = free;
+    else
+        volume.mdb.freeBlocks = static_cast<std::uint16_t>(free);
+    return TreeResult::Done;
+}
+
+TreeResult WritableVolume::readBitmap() {
+    VolumeContext& volume = *volume_;
     const std::uint64_t bytes = WholeSectors(volume.bitmapBytes);
     if (volume.isHfsPlus) {
         const ForkRecord& file = volume.vhb.allocationFile;
         if (std::uint64_t{file.totalBlocks} * volume.blockSize < bytes)
             return TreeResult::Damaged;
         const ForkInfo fork{file.logicalSize, file.totalBlocks, RunsOf(file.extents)};
-        if (const TreeResult result = FollowExtents(volume, kAllocationFileId, 0, fork, state.file);
+        if (const TreeResult result =
+                FollowExtents(volume, kAllocationFileId, kDataFork, fork, allocation_.file);
             result != TreeResult::Done)
             return result;
     }
-    state.bitmap.assign(bytes, 0);
+    allocation_.bitmap.assign(bytes, 0);
     const bool read =
         volume.isHfsPlus
-            ? TransferFork(volume, state.file, kCommandRead, 0, state.bitmap)
+            ? TransferFork(volume, allocation_.file, kCommandRead, 0, allocation_.bitmap)
             : Transfer(volume, kCommandRead, volume.partitionStart + volume.mdb.bitmapStartSector,
-                       state.bitmap);
-    TreeResult nodes = read ? LoadNodeBitmap(volume.catalog) : TreeResult::Failed;
-    if (nodes == TreeResult::Done)
-        nodes = LoadNodeBitmap(volume.extents);
-    if (nodes == TreeResult::Done && state.bitmap.size() * 8 < volume.totalBlocks())
-        nodes = TreeResult::Damaged;
-    if (nodes != TreeResult::Done) {
-        ReleaseAllocationState(volume);
-        return nodes;
-    }
-    if (!volume.isHfsPlus && (volume.mdb.attributes & kVolumeUnmounted) == 0)
-        if (const TreeResult result = CatchUpWithCatalog(volume); result != TreeResult::Done) {
-            ReleaseAllocationState(volume);
-            return result;
-        }
-    // What an earlier program took for free is the PC side's all the same.
-    for (const BlockRun& run : *volume.pcSide)
-        if (!IsWhollyUsed(state.bitmap, run))
-            MarkRun(state, run, true);
-    // A count that the bitmap does not bear out would let a file be refused that fits, or begun
-    // that does not.
-    const std::uint32_t free = TotalFreeBlocks(state.bitmap, volume.totalBlocks());
-    if (volume.isHfsPlus)
-        volume.vhb.freeBlocks = free;
-    else
-        volume.mdb.freeBlocks = static_cast<std::uint16_t>(free);
-    return nodes;
+                       allocation_.bitmap);
+    return read ? TreeResult::Done : TreeResult::Failed;
 }
 
-TreeResult CheckpointVolume(VolumeContext& volume, const Clock& clock) {
-    if (volume.allocation.bitmap.empty())
-        return TreeResult::Done;
-    if (!CommitBatch(volume))
+bool WritableVolume::writeHeaders(const Clock& clock) {
+    VolumeContext& volume = *volume_;
+    const auto [sector, bytes] = ChangedSectors(allocation_);
+    if (!volume.isHfsPlus) {
+        MasterDirectoryBlock& mdb = volume.mdb;
+        mdb.writeCount = mdb.writeCount + 1;
+        mdb.modificationDate = MacDateNow(clock, false);
+        const std::uint64_t first = volume.partitionStart + mdb.bitmapStartSector;
+        return Transfer(volume, kCommandWrite, first + sector, bytes) &&
+               WriteHeaders(volume, mdb, AlternateSector(volume));
+    }
+    VolumeHeader& header = volume.vhb;
+    header.writeCount = header.writeCount + 1;
+    header.modificationDate = MacDateNow(clock, true);
+    header.lastMountedVersion = kMountedBy;
+    return TransferFork(volume, allocation_.file, kCommandWrite, sector * kSectorBytes, bytes) &&
+           WriteHeaders(volume, header, AlternateSector(volume));
+}
+
+bool WritableVolume::commit() {
+    RedoMark mark;
+    return unfinished_.isEmpty() ||
+           (ReadMark(*volume_, mark) && unfinished_.commit(*volume_, mark) == CommitResult::Done);
+}
+
+TreeResult WritableVolume::flush(const Clock& clock) {
+    VolumeContext& volume = *volume_;
+    if (!commit())
         return TreeResult::Failed;
-    if (const TreeResult result = GivePcSideAnOwner(volume); result != TreeResult::Done)
+    if (const TreeResult result = GivePcSideAnOwner(*this); result != TreeResult::Done)
         return result;
     for (TreeCursor* tree : {&volume.catalog, &volume.extents})
         if (const TreeResult result = FlushTree(*tree); result != TreeResult::Done)
             return result;
-    FreeWhatWasFreed(volume.allocation);
+    FreeWhatWasFreed(allocation_);
     {
-        const SectorBatch::Recording recording(volume, volume.allocation.unfinished);
-        if (!volume.catalogNodes->flush() || !volume.extentsNodes->flush() ||
-            !(volume.isHfsPlus ? FlushHfsPlus(volume, clock) : FlushHfs(volume, clock)))
+        const SectorBatch::Recording recording(volume, unfinished_);
+        if (!volume.catalogNodes->flush() || !volume.extentsNodes->flush() || !writeHeaders(clock))
             return TreeResult::Failed;
     }
-    volume.allocation.changedFrom = volume.allocation.changedEnd = 0;
-    return CommitBatch(volume) ? TreeResult::Done : TreeResult::Failed;
-}
-
-TreeResult FlushVolume(VolumeContext& volume, const Clock& clock) {
-    const TreeResult result = CheckpointVolume(volume, clock);
-    if (result == TreeResult::Done)
-        ReleaseAllocationState(volume);
-    return result;
-}
-
-void ReleaseAllocationState(VolumeContext& volume) {
-    volume.allocation = AllocationState{};
+    allocation_.changedFrom = allocation_.changedEnd = 0;
+    return commit() ? TreeResult::Done : TreeResult::Failed;
 }
 
 }  // namespace vellmark
