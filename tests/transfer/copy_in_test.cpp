@@ -183,12 +183,22 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
     const MacSeconds told = isHfsPlus_ ? kToldDate - 3600 : kToldDate;
     const MacSeconds pc = local(kMacDate);
     const MacSeconds now = local(kNowMac);
-    const CopyInOptions none = {.containers = ContainerPolicy::Never};
+    const CopyInOptions plain = {.containers = ContainerPolicy::Never};
     const CopyInOptions resource = {.mode = CopyMode::ResourceFork};
     const CopyInOptions typed = {.type = {{'a', 'b', 'c', ' '}}};
     const Bytes binary = MacBinaryOf(mac, kToldDate, 0);
+    const Bytes none;
+    const Bytes abc = BytesOf("abc");
+    const Bytes undated = MacBinaryOf(bare, 0, 0);
+    const Bytes hex = testing::BinHexOf(mac);
+    const Bytes one = AppleFileOf(mac, true);
+    const Bytes bareOne = AppleFileOf(bare, true);
+    const Bytes beside = AppleFileOf(mac, false);
+    const Bytes& fork = mac.resource;
+    const std::string zero = bare.signature;
+    const std::string text = "TEXT????";
+    const std::string test = "APPLtest";
     const struct {
-        const char* what;
         const char* pcName;
         Bytes bytes;
         Bytes companion;
@@ -200,81 +210,21 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
         Bytes data;
         Bytes resource;
     } cases[] = {
-        {"plain", "a.txt", BytesOf("abc"), {}, {}, "a.txt", "TEXTttxt", 0, pc, BytesOf("abc"), {}},
-        {"unknown extension", "a.xyz", {}, {}, {}, "a.xyz", "TEXT????", 0, pc, {}, {}},
-        {"hidden", ".a", {}, {}, {}, ".a", "TEXT????", 0x4000, pc, {}, {}},
-        {"told type", "b.txt", {}, {}, typed, "b.txt", "abc ttxt", 0, pc, {}, {}},
-        {"to the resource fork",
-         "r",
-         mac.resource,
-         {},
-         resource,
-         "r",
-         "TEXT????",
-         0x2000,
-         pc,
-         {},
-         mac.resource},
-        {"MacBinary", "x", binary, {}, {}, "A:b", "APPLtest", 0x2140, told, mac.data, mac.resource},
-        {"MacBinary without dates",
-         "x0",
-         MacBinaryOf(bare, 0, 0),
-         {},
-         {},
-         "bare",
-         bare.signature,
-         0,
-         now,
-         {},
-         bare.resource},
-        {"MacBinary as it is", "y", binary, {}, none, "y", "TEXT????", 0, pc, binary, {}},
-        {"BinHex",
-         "x.hqx",
-         testing::BinHexOf(mac),
-         {},
-         {},
-         "A:b",
-         "APPLtest",
-         0x2140,
-         now,
-         mac.data,
-         mac.resource},
-        {"AppleSingle",
-         "s",
-         AppleFileOf(mac, true),
-         {},
-         {},
-         "s",
-         "APPLtest",
-         0x2140,
-         pc,
-         mac.data,
-         mac.resource},
-        {"AppleSingle without a signature",
-         "s.txt",
-         AppleFileOf(bare, true),
-         {},
-         {},
-         "s.txt",
-         "TEXTttxt",
-         0,
-         pc,
-         {},
-         bare.resource},
-        {"AppleDouble",
-         "d",
-         BytesOf("data"),
-         AppleFileOf(mac, false),
-         {},
-         "d",
-         "APPLtest",
-         0x2140,
-         pc,
-         BytesOf("data"),
-         mac.resource},
+        {"a.txt", abc, none, {}, "a.txt", "TEXTttxt", 0, pc, abc, none},
+        {"a.xyz", none, none, {}, "a.xyz", text, 0, pc, none, none},
+        {".a", none, none, {}, ".a", text, 0x4000, pc, none, none},
+        {"b.txt", none, none, typed, "b.txt", "abc ttxt", 0, pc, none, none},
+        {"r", fork, none, resource, "r", text, 0x2000, pc, none, fork},
+        {"x", binary, none, {}, "A:b", test, 0x2140, told, mac.data, fork},
+        {"x0", undated, none, {}, "bare", zero, 0, now, none, bare.resource},
+        {"y", binary, none, plain, "y", text, 0, pc, binary, none},
+        {"x.hqx", hex, none, {}, "A:b", test, 0x2140, now, mac.data, fork},
+        {"s", one, none, {}, "s", test, 0x2140, pc, mac.data, fork},
+        {"s.txt", bareOne, none, {}, "s.txt", "TEXTttxt", 0, pc, none, bare.resource},
+        {"d", abc, beside, {}, "d", test, 0x2140, pc, abc, fork},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.pcName);
         CopyInOptions options = c.options;
         options.existing = ExistingFiles::Replace;
         write(c.pcName, c.bytes);

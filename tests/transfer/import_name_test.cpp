@@ -41,6 +41,7 @@ class ShortNames : public ::testing::TestWithParam<bool> {
     }
     std::string import(const std::string& pc) {
         const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
+        isChanged_ = name && name->isChanged;
         return name ? ShownName(volume_, name->name) : "refused";
     }
     void take(const std::string& name) {
@@ -53,16 +54,19 @@ class ShortNames : public ::testing::TestWithParam<bool> {
     testing::TestVolume volume_;
     AskedMessages messages_;
     ImportTruncation truncation_;
+    bool isChanged_ = false;  ///< the name that was imported last
 };
 
 TEST_P(ShortNames, AreCutAndMadeUnique) {
     truncation_ = {true, false};
     const std::string stem(limit() - 1, 'x');
     EXPECT_EQ(import(stem + "y"), stem + "y") << "just fits";
+    EXPECT_FALSE(isChanged_);
     EXPECT_EQ(import(stem + " tail"), stem) << "blanks at the end go";
     const std::string name = stem + "yz.txt";
     const std::string cut = stem.substr(3) + ".txt";
     EXPECT_EQ(import(name), cut) << "the extension stays";
+    EXPECT_TRUE(isChanged_);
     EXPECT_EQ(messages_.texts.size(), 0u);
     take(cut);
     EXPECT_EQ(import(name), cut) << "no keeps it";

@@ -7,6 +7,7 @@
 
 #include "IO/redo_log.hpp"
 #include "support/sentences.hpp"
+#include "volume/block_allocation.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_delete.hpp"
 #include "volume/file_store.hpp"
@@ -64,6 +65,18 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
         file.resource = &resource;
         EXPECT_EQ(FindNamed(volume_, kRootFolderId, file.name, kClock, file.replaced),
                   TreeResult::Done);
+        return AddFileToCatalog(volume_, file, kClock, progress);
+    }
+    StoreResult putForks(const std::string& name, const Bytes& dataBytes,
+                         const Bytes& resourceBytes) {
+        MemoryBytes data(dataBytes);
+        MemoryBytes resource(resourceBytes);
+        Progress progress;
+        NewFile file;
+        file.parentId = kRootFolderId;
+        file.name = NameOf(volume_, name);
+        file.data = &data;
+        file.resource = &resource;
         return AddFileToCatalog(volume_, file, kClock, progress);
     }
     EditResult remove(const std::string& name) {
@@ -239,6 +252,65 @@ TEST_P(ChangeFault, AFileOfManyRunsGoesOnInTheExtentsTree) {
     }
     ASSERT_EQ(remove("scattered"), EditResult::Done);
     EXPECT_EQ(volume_->extents.header().leafRecords, records);
+    expectSound();
+}
+
+// Each fork of a file owns its own records: what one has goes, and what the other has stays.
+TEST_P(ChangeFault, ADeletionTakesTheRecordsOfItsForksAlone) {
+    (void)scatter();
+    const std::uint32_t records = volume_->extents.header().leafRecords;
+    const Bytes scattered(std::size_t{volume_->freeBlocks()} / 4 * volume_->blockSize, 3);
+    const Bytes nothing;
+    for (const bool resource : {false, true}) {
+        ASSERT_EQ(putForks("kept", scattered, nothing), StoreResult::Done);
+        ASSERT_EQ(putForks("gone", resource ? nothing : scattered, resource ? scattered : nothing),
+                  StoreResult::Done);
+        ASSERT_EQ(remove("gone"), EditResult::Done);
+        expectSound();
+        EXPECT_TRUE(contents("kept", false) == scattered);
+        ASSERT_EQ(remove("kept"), EditResult::Done);
+        EXPECT_EQ(volume_->extents.header().leafRecords, records);
+        expectSound();
+    }
+}
+
+// Files of the PC are copied without our memory, never over the end of a run of free blocks, and
+// what follows a fork in its last sector is zero.
+TEST_P(ChangeFault, FilesOfThePcFillTheirBlocksAndNoOthers) {
+    open({"", isHfsPlus_, 512, 16'000, isHfsPlus_ ? 5u : 40u});
+    const std::uint32_t row = 300;
+    for (const char* name : {"a", "b", "c", "d", "e", "f", "g", "h"})
+        ASSERT_EQ(put(name, Bytes(row * 512 / 2, name[0])), StoreResult::Done);
+    for (const char* name : {"a", "c", "e", "g"})
+        ASSERT_EQ(remove(name), EditResult::Done);
+    ASSERT_EQ(volume_.flush(), TreeResult::Done);
+    RestartAllocation(volume_);
+    Bytes bytes(4 * row * 512 + 2'400'000 + 100);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<std::uint8_t>(i % 251 + 1);
+    ASSERT_TRUE(PcFile(folder_.path() + "/source", PcFile::Mode::CreateTruncate).writeAt(0, bytes));
+    PcFile file(folder_.path() + "/source", PcFile::Mode::Read);
+    for (const bool isDirect : {true, false}) {
+        MemoryBytes memory(bytes);
+        NewFile newFile;
+        newFile.parentId = kRootFolderId;
+        newFile.name = NameOf(volume_, isDirect ? "direct" : "piecewise");
+        newFile.data = isDirect ? static_cast<ByteSource*>(&file) : &memory;
+        Progress progress;
+        ASSERT_EQ(AddFileToCatalog(volume_, newFile, kClock, progress), StoreResult::Done);
+        std::optional<CatalogItem> item;
+        ASSERT_EQ(FindNamed(volume_, kRootFolderId, newFile.name, kClock, item), TreeResult::Done);
+        std::vector<BlockRun> runs;
+        ASSERT_EQ(ForkRuns(volume_, *item, false, runs), TreeResult::Done);
+        EXPECT_EQ(runs.size() > 1, isDirect) << "which fills the gaps";
+        EXPECT_TRUE(ReadFork(volume_, *item, false) == bytes);
+        Bytes last(512);
+        ASSERT_TRUE(TransferFork(volume_, runs, kCommandRead, bytes.size() / 512 * 512, last));
+        EXPECT_TRUE(std::all_of(last.begin() + 100 % 512, last.end(),
+                                [](std::uint8_t byte) { return byte == 0; }));
+        for (const char* name : {"b", "d", "f", "h"})
+            EXPECT_TRUE(contents(name, true) == Bytes(row * 512 / 2, name[0])) << name;
+    }
     expectSound();
 }
 

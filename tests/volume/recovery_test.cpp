@@ -63,7 +63,15 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
         ASSERT_TRUE(image.writeAt(0, headers));
     }
     ASSERT_TRUE(volume.open(path));
-    EXPECT_GT(volume->mdb.nextCatalogId, folderId);
+    EXPECT_EQ(volume->mdb.nextCatalogId, folderId + 1);
+    // A header that is behind by that one item alone.
+    mdb.nextCatalogId = folderId;
+    {
+        PcFile image(path, PcFile::Mode::ReadWrite);
+        ASSERT_TRUE(image.writeRecord(2 * kSectorBytes, mdb));
+    }
+    ASSERT_TRUE(volume.open(path));
+    EXPECT_EQ(volume->mdb.nextCatalogId, folderId + 1);
     for (int i = 0; i < 9; ++i)
         ASSERT_EQ(Put(volume, "new " + std::to_string(i), Bytes(3000, 2)), StoreResult::Done);
     ASSERT_EQ(volume.flush(), TreeResult::Done);

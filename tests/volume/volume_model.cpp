@@ -53,8 +53,9 @@ std::string NameOf(const Step& step) {
 }
 
 VolumeModel::VolumeModel(const std::string& path, const VolumeShape& shape)
-    : path_(path), hasPcSide_(shape.hasPcSide) {
-    (void)(MakeVolume(path, shape) && volume_.open(path));
+    : path_(path), shape_(shape) {
+    if (MakeVolume(path, shape) && volume_.open(path))
+        frame_ = frame();
 }
 
 std::string VolumeModel::apply(const Step& step) {
@@ -326,8 +327,8 @@ VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
 
 // A disc whose PC side shows what lies at some files of the volume, and at some free places.
 VolumeModel::Outcome VolumeModel::share(std::mt19937& random) {
-    if (!hasPcSide_ || pcFiles_.size() > 30 || volume_.flush() != TreeResult::Done)
-        return hasPcSide_ && pcFiles_.size() <= 30 ? Outcome::Wrong : Outcome::Refused;
+    if (!shape_.hasPcSide || pcFiles_.size() > 30 || volume_.flush() != TreeResult::Done)
+        return shape_.hasPcSide && pcFiles_.size() <= 30 ? Outcome::Wrong : Outcome::Refused;
     std::vector<BlockRun> places = {{Below(random, volume_->totalBlocks() - 9), Below(random, 9)}};
     const auto entry = randomItem(random, true);
     if (entry != items_.end()) {
@@ -369,6 +370,14 @@ std::string VolumeModel::comparePcSide() const {
     return "";
 }
 
+Bytes VolumeModel::frame() const {
+    Bytes bytes = testing::BytesAt(path_, 0, shape_.frontBytes());
+    const std::uint64_t end = PcFile(path_, PcFile::Mode::Read).size();
+    const Bytes tail = testing::BytesAt(path_, end - shape_.tailBytes(), shape_.tailBytes());
+    bytes.insert(bytes.end(), tail.begin(), tail.end());
+    return bytes;
+}
+
 std::string VolumeModel::compare() {
     if (volume_.flush() != TreeResult::Done)
         return "the flush failed";
@@ -382,6 +391,8 @@ std::string VolumeModel::compare() {
             fault = compareFolder(entry->second.id);
     if (fault.empty())
         fault = comparePcSide();
+    if (fault.empty() && frame() != frame_)
+        fault = "what lies around the volume was changed";
     if (fault.empty())
         fault = FaultOfBlocks(volume_);
     return fault.empty() ? compareCounts() : fault;

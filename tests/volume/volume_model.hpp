@@ -25,6 +25,15 @@ struct VolumeShape {
     std::uint32_t totalBlocks;
     std::uint32_t catalogNodes;
     bool hasPcSide = false;  ///< files of an ISO 9660 tree come to lie in it
+    enum Place { WholeImage, InWrapper, BehindBootRecord, InGuidTable } place = WholeImage;
+    bool isHfsx = false;  ///< of the kind that compares names without regard to case
+
+    [[nodiscard]] bool isPlain() const { return !hasPcSide && place == WholeImage && !isHfsx; }
+    /// Bytes of the image in front of the volume, and behind it.
+    [[nodiscard]] std::uint64_t frontBytes() const {
+        return place == WholeImage ? 0 : place == InWrapper ? 20 * 512 : 64 * 512;
+    }
+    [[nodiscard]] std::uint64_t tailBytes() const { return place == WholeImage ? 0 : 40 * 512; }
 };
 inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
     return out << shape.name;
@@ -128,6 +137,8 @@ class VolumeModel {
     Outcome swapOrMark(std::mt19937& random, bool swaps);
     Outcome share(std::mt19937& random);
     [[nodiscard]] std::string comparePcSide() const;
+    /// What lies around the volume.
+    [[nodiscard]] Bytes frame() const;
 
     [[nodiscard]] std::string randomName(std::mt19937& random, std::size_t most) const;
     [[nodiscard]] Items::iterator randomItem(std::mt19937& random, bool fileOnly = false);
@@ -139,7 +150,8 @@ class VolumeModel {
     [[nodiscard]] std::string compareCounts();
 
     std::string path_;
-    bool hasPcSide_;
+    VolumeShape shape_;
+    Bytes frame_;
     std::map<std::uint32_t, Bytes> pcFiles_;  ///< of the ISO 9660 tree, by first sector
     TestVolume volume_;
     std::string label_ = "model";

@@ -10,6 +10,7 @@
 #include "volume/overflow_extents.hpp"
 #include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
+#include "volume/volume_bytes.hpp"
 #include "volume/volume_headers.hpp"
 #include "volume/volume_model.hpp"
 
@@ -59,6 +60,15 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
     return params;
 }
 
+VolumeHeader HeaderOf(const VolumeParams& params, const VolumeShape& shape) {
+    VolumeHeader header = BuildVolumeHeader(params);
+    if (shape.isHfsx) {
+        header.signature = kHfsxSignature;
+        header.version = std::uint16_t{5};
+    }
+    return header;
+}
+
 template <typename Name>
 bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shape,
                   const Name& label) {
@@ -75,6 +85,34 @@ void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs)
         for (std::uint32_t i = 0; i < run.blockCount; ++i)
             ++uses.at(run.startBlock + i);
+}
+
+// Puts a volume that fills its image where the shape has it. What lies behind it has a pattern.
+bool PutInPlace(const std::string& path, const VolumeShape& shape) {
+    const Bytes volume = BytesAt(path, 0, PcFile(path, PcFile::Mode::Read).size());
+    const auto first = static_cast<std::uint32_t>(shape.frontBytes() / 512);
+    const auto sectors = static_cast<std::uint32_t>(volume.size() / 512);
+    Bytes disk;
+    if (shape.place == VolumeShape::InWrapper) {
+        PutHfs(disk, 0,
+               {.blockSize = 1024,
+                .allocationStart = 16,
+                .clumpSize = 1024,
+                .embeddedSignature = kHfsPlusSignature,
+                .embeddedStart = 2,
+                .embeddedCount = static_cast<std::uint16_t>((sectors + 1) / 2)},
+               "Wrapper");
+    } else if (shape.place == VolumeShape::BehindBootRecord) {
+        PutBootEntry(disk, 0, 0xAF, first, sectors);
+    } else {
+        PutBootEntry(disk, 0, 0xEE, 1, 2 * sectors);
+        PutGptHeader(disk, 2, 4);
+        PutGptEntry(disk, 1024, kHfsGuidBytes, first, first + sectors - 1, u"V");
+    }
+    disk.resize(shape.frontBytes());
+    disk.insert(disk.end(), volume.begin(), volume.end());
+    disk.resize(disk.size() + shape.tailBytes(), 0x77);
+    return PcFile(path, PcFile::Mode::CreateTruncate).writeAt(0, disk);
 }
 
 }  // namespace
@@ -103,16 +141,18 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
     if (!image.setSize(bytes) || (shape.hasPcSide && !WritePcTable(image, {})) ||
-        !(shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
+        !(shape.isHfsPlus ? writeHeaders(HeaderOf(params, shape))
                           : writeHeaders(BuildMasterDirectoryBlock(params))) ||
         !image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) ||
         !WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
                           params.extentsFile.blockCount * shape.blockSize,
                           {{params.nextAllocation - kBadBlocks, kBadBlocks}}))
         return false;
-    return shape.isHfsPlus
-               ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
-               : WriteCatalog(image, at(params.catalogFile), shape, std::string_view("model"));
+    const bool isWritten =
+        shape.isHfsPlus
+            ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
+            : WriteCatalog(image, at(params.catalogFile), shape, std::string_view("model"));
+    return isWritten && (shape.place == VolumeShape::WholeImage || PutInPlace(path, shape));
 }
 
 bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {

@@ -1,0 +1,77 @@
+// What is on the device before what: the calls of the system are listed as they come.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "volume/catalog_changes.hpp"
+#include "volume/opened_volume.hpp"
+#include "volume/volume_bench.hpp"
+
+namespace {
+
+std::vector<std::string>& Calls() {
+    static std::vector<std::string> calls;
+    return calls;
+}
+
+void Note(const char* call, const std::string& path) {
+    Calls().push_back(std::string(call) + " " + std::filesystem::path(path).filename().string());
+}
+
+void Note(const char* call, int descriptor) {
+    std::error_code error;
+    Note(call, std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error)
+                   .string());
+}
+
+}  // namespace
+
+// In place of those of the C library, for this program.
+extern "C" {
+int fsync(int descriptor) {
+    Note("sync", descriptor);
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off64_t offset) {
+    Note("write", descriptor);
+    return ::syscall(SYS_pwrite64, descriptor, bytes, count, offset);
+}
+int unlink(const char* path) noexcept {
+    Note("unlink", path);
+    return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+}
+
+namespace vellmark {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+TEST(Sync, AChangeIsOnTheDeviceBeforeItsRedoLogGoesAndWhenItsImageIsClosed) {
+    const TemporaryFolder folder;
+    const std::string path = testing::FormatSmall(folder, false);
+    testing::KeptMessages messages;
+    const auto opened = ChangedVolume::Open({path}, {}, messages);
+    ASSERT_TRUE(opened);
+    std::uint32_t id = 0;
+    ASSERT_EQ(CreateFolder(opened->volume(), "new", kRootFolderId, testing::kClock, id),
+              TreeResult::Done);
+    Calls().clear();
+    EXPECT_FALSE(opened->close(testing::kClock));
+    const Lines calls = Calls();
+    const auto gone = std::find_if(calls.begin(), calls.end(), [](const std::string& call) {
+        return call.starts_with("unlink volume");
+    });
+    ASSERT_NE(gone, calls.end()) << "the redo log";
+    EXPECT_EQ(std::count(calls.begin(), gone, "write volume") > 1, true);
+    EXPECT_EQ(*std::prev(gone), "sync volume");
+    EXPECT_NE(std::find(gone, calls.end(), "sync volume"), calls.end());
+}
+
+}  // namespace
+}  // namespace vellmark
