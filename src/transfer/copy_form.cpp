@@ -13,7 +13,7 @@ namespace vellmark {
 
 namespace {
 
-/// The bits of the word that tell a form.
+/// The bits of the word that name a form.
 constexpr std::uint32_t kFormBits = 47;
 
 // MacRoman, as far as it has the characters.

@@ -66,7 +66,7 @@ class FileImport {
 
 CopyInResult FileImport::run() {
     const CopyInResult result = copy();
-    // A wish to stop ends a question too, and is not told from its answer there.
+    // A wish to stop ends a question too, and looks like an answer there.
     return result == CopyInResult::LeftOut && !batch_.progress.chunk(0) ? CopyInResult::Stopped
                                                                         : result;
 }

@@ -73,7 +73,7 @@ struct CopyIn {
 [[nodiscard]] CopyInResult CopyItemIn(CopyIn& batch, const std::string& path,
                                       std::uint32_t folderId);
 
-/// A file, with what the system tells of it. One of that name that is there is replaced as the
+/// A file, with what the system knows of it. One of that name that is there is replaced as the
 /// options say, but never one that the same batch has put there.
 [[nodiscard]] CopyInResult CopyFileIn(CopyIn& batch, const std::string& path, const PcFacts& facts,
                                       std::uint32_t folderId);

@@ -92,7 +92,7 @@ Reason FolderImport::refuse(const std::string& path, const PcFacts& facts) {
         return Sentence::kTooDeep;
     const PcIdentity identity = IdentityOf(facts);
     if (std::find(above_.begin(), above_.end(), identity) != above_.end())
-        return Sentence::kLeadsBack;
+        return Sentence::kPcLeadsBack;
     if (facts.isLink && !batch_.linkedFolders.insert(identity).second)
         return Sentence::kCopiedThroughLink;
     return {};
@@ -196,7 +196,7 @@ bool FolderImport::isCompanion(const std::vector<PcItem>& items, const PcItem& i
     // Where containers alone are copied, it is left out by that rule.
     if (file.isOpen() && batch_.options.mode != CopyMode::MacBinary)
         batch_.messages.showTimedMessage(
-            Reason(isPaired ? Sentence::kNoCompanion : Sentence::kCompanionAlone, Printable(path)));
+            Reason(isPaired ? Sentence::kNoCompanion : Sentence::kCompanionWithoutFile, Printable(path)));
     return false;
 }
 

@@ -115,7 +115,7 @@ class Form {
     WatchedSource resource_;
 };
 
-// A free space of 0 may be one that nobody knows: then the transfer itself tells.
+// A free space of 0 may be one that nobody knows: then the transfer itself fails.
 bool HasRoom(const CopyOut& batch, const std::string& target, std::uint64_t bytes) {
     const std::uint64_t room = batch.options.freeBytes(FolderOf(target));
     return room == 0 || room >= bytes;

@@ -63,7 +63,7 @@ struct CopyOut {
     RememberedAnswer replaceAnswer;
     bool hidesEmptyForks = false;  ///< files without the wanted fork are not named any more
     std::uint64_t itemsLeftOut = 0;
-    bool foundDamage = false;  ///< a part of the catalog could not be read, which was told
+    bool foundDamage = false;  ///< a part of the catalog could not be read, after a message
 };
 
 /// The name of an item on the PC by the batch's policy; nothing, after a message, when a person was

@@ -82,7 +82,7 @@ bool IsJournal(const CopyIn& batch, const PcFacts& facts) {
 
 Reason RefusalOf(const CopyIn& batch, const std::string& path, const PcFacts& facts) {
     if (facts.kind == PcKind::Missing)
-        return facts.isLink ? Sentence::kLinkLeadsNowhere : Sentence::kNotFound;
+        return facts.isLink ? Sentence::kLinkLeadsNowhere : Sentence::kPcNotFound;
     if (facts.kind == PcKind::Special)
         return Sentence::kSpecialFile;
     if (IsFile(batch.image, facts))

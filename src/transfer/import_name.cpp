@@ -76,7 +76,7 @@ class Naming {
                                         const CatalogName& otherwise) const;
     [[nodiscard]] std::optional<CatalogItem> itemOf(const CatalogName& name) const {
         std::optional<CatalogItem> there;
-        (void)FindNamed(volume_, folderId_, name, clock_, there);  // storing tells of damage
+        (void)FindNamed(volume_, folderId_, name, clock_, there);  // storing finds damage too
         return there;
     }
     [[nodiscard]] bool isTaken(const CatalogName& name) const { return itemOf(name).has_value(); }
@@ -112,14 +112,14 @@ ImportedName Naming::ofContainer(std::string_view macName) {
         whole.hfs = macName;
     CatalogName name = whole;
     CutToVolume(volume_, name);
-    // Another container may tell the same name.
+    // Another container may hold the same name.
     name = apart(name, false);
     const bool isChanged = name != whole;
     return {std::move(name), isChanged};
 }
 
-// A name that needs no shortening, apart from those of other items of the batch. Digits tell it
-// from one that differs in case, or in characters that the volume lacks.
+// A name that needs no shortening, apart from those of other items of the batch. Digits keep it
+// apart from one that differs in case, or in characters that the volume lacks.
 CatalogName Naming::apart(const CatalogName& name, bool isExact) {
     const std::optional<CatalogItem> there = itemOf(name);
     if (!there)
@@ -212,12 +212,12 @@ std::optional<ImportedName> ImportName(VolumeContext& volume, std::string_view p
     return Naming(volume, pcName, folderId, truncation, messages, clock).ofPc();
 }
 
-std::optional<ImportedName> ImportContainerName(VolumeContext& volume, std::string_view told,
+std::optional<ImportedName> ImportContainerName(VolumeContext& volume, std::string_view stored,
                                                 std::string_view pcName, std::uint32_t folderId,
                                                 ImportTruncation& truncation, Messages& messages,
                                                 const Clock& clock) {
     Naming naming(volume, pcName, folderId, truncation, messages, clock);
-    const std::string macName = ContainerMacName(told);
+    const std::string macName = ContainerMacName(stored);
     return macName.empty() ? naming.ofPc() : naming.ofContainer(macName);
 }
 

@@ -14,12 +14,12 @@ namespace vellmark {
 
 /// How names that are too long are shortened.
 struct ImportTruncation {
-    bool automatic = false;  ///< without a question; also set when a person says so
-    bool addsCrc = false;    ///< where the short name is taken, four digits make it another one
-    bool asks = true;        ///< a person can be asked where both are taken
-    bool replaces = false;   ///< an item that is there may give its short name to the new one
-    std::uint32_t firstNewId = 0;        ///< but not one from here on: the batch made it
-    std::set<std::uint32_t> given = {};  ///< nor one of these, whose names were given already
+    bool automatic = false;        ///< no question is asked; also set when a person says so
+    bool addsCrc = false;          ///< a short name that is taken gets four digits of a checksum
+    bool asks = true;              ///< a person can be asked when the name with digits is taken too
+    bool replaces = false;         ///< a new item may replace an older one that has its short name
+    std::uint32_t firstNewId = 0;  ///< items from this number on are of the same batch
+    std::set<std::uint32_t> given = {};  ///< older items that another one replaces already
 };
 
 /// A name that an item gets.
@@ -38,20 +38,20 @@ struct ImportedName {
 [[nodiscard]] bool IsEmptyName(const VolumeContext& volume, const CatalogName& name);
 
 /// The name that an item of the PC gets in a folder. One that is too long (over 31 bytes on HFS,
-/// 255 units on HFS+) is cut at the limit (containers/short_name.hpp). Nothing when a person gave
-/// it no shorter one. A short name may be one that the folder has. Where items are replaced, the
-/// item that came from a name that was changed is found again: under the name with the digits when
-/// that is there, else under the other one. A name that an item of the same batch has already, from
-/// another name of the PC, gets digits.
+/// 255 units on HFS+) is cut at the limit (containers/short_name.hpp). Nothing when a person was
+/// asked and gave no shorter one. The result may be a name that an older item of the folder has.
+/// When items are replaced, that is the older item which the same PC name led to: the one whose
+/// name has the digits of that PC name, else the one with the plain short name. A name that
+/// another item of the same batch has got already gets digits.
 [[nodiscard]] std::optional<ImportedName> ImportName(VolumeContext& volume, std::string_view pcName,
                                                      std::uint32_t folderId,
                                                      ImportTruncation& truncation,
                                                      Messages& messages, const Clock& clock);
 
-/// The same for a file whose container tells a MacRoman name; where nothing is left of that, the
-/// name on the PC counts.
+/// The same for a file whose container holds the MacRoman name `stored`; where nothing is left of
+/// it, the name on the PC counts.
 [[nodiscard]] std::optional<ImportedName> ImportContainerName(
-    VolumeContext& volume, std::string_view told, std::string_view pcName, std::uint32_t folderId,
+    VolumeContext& volume, std::string_view stored, std::string_view pcName, std::uint32_t folderId,
     ImportTruncation& truncation, Messages& messages, const Clock& clock);
 
 }  // namespace vellmark

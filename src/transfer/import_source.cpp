@@ -152,7 +152,7 @@ Reason ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary, Progr
         return FaultProblem(outcome.fault);
     Reason problem = take(ReadMacBinary(beside_));
     container_.info.name = outcome.info.name;
-    // What is wrong with the text tells more than what is missing of its result.
+    // What is wrong with the text says more than what is missing of its result.
     fault_ = outcome.fault;
     if (outcome.fault != ContainerFault::None)
         damage_ = FaultProblem(outcome.fault);

@@ -44,7 +44,7 @@ class ImportSource {
     [[nodiscard]] bool stopped() const { return stopped_; }
 
     /// Name (MacRoman, empty when the PC's name is to be taken), Finder's information, and the
-    /// dates that MacBinary and BinHex tell, in local time. The bundle bit is right for the fork.
+    /// dates that MacBinary and BinHex store, in local time. The bundle bit is right for the fork.
     [[nodiscard]] const MacFileInfo& info() const { return container_.info; }
     /// Both live as long as the source.
     [[nodiscard]] ByteSource& data() { return *data_; }

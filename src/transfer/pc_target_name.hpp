@@ -1,5 +1,5 @@
-// The name that a file of a volume gets on the PC: the catalog's name, with an extension that tells
-// the PC what the file's type and creator tell a Macintosh.
+// The name that a file of a volume gets on the PC: the catalog's name, with an extension that
+// stands for the file's type and creator on a PC.
 #pragma once
 
 #include <array>
@@ -42,7 +42,7 @@ struct PcNaming {
 /// the whole name (`NameCrcDigits`), in front of an extension of up to five bytes with its dot.
 [[nodiscard]] std::string PcFileName(std::string name, std::size_t mostBytes = kMostPcNameBytes);
 
-/// The same, told to the person when the name was cut. `path` is that of the item in its tree.
+/// The same, with a message when the name was cut. `path` is that of the item in its tree.
 [[nodiscard]] std::string PcFileName(std::string_view name, std::size_t mostBytes,
                                      std::string_view path, Messages& messages);
 

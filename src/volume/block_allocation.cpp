@@ -36,7 +36,7 @@ void SetHint(WritableVolume& volume, std::uint32_t block) {
         volume->mdb.nextAllocation = static_cast<std::uint16_t>(block);
 }
 
-// By the told rules, in as many runs as a catalog record holds.
+// By the rules of the format, in as many runs as a catalog record holds.
 bool TryReserve(WritableVolume& volume, std::uint32_t blocks, std::vector<BlockRun>& runs) {
     BlockRun run;
     runs.clear();

@@ -10,7 +10,7 @@ namespace vellmark {
 namespace {
 
 // No tree of these formats is higher than this: even with three records a node, 16 levels hold more
-// than node numbers can tell.
+// than node numbers can count.
 constexpr unsigned kMaxDepth = 16;
 
 constexpr std::uint32_t kMostEmptyLeaves = 1000;
@@ -48,7 +48,7 @@ std::vector<std::uint8_t> MakeMapNode(std::uint32_t nodeSize, std::uint32_t forw
 }
 
 // Every map node that the tree needs, in turn: `visit(bytes of its map, node, number)`. What may
-// follow behind them has no node to tell of.
+// follow behind them covers no node.
 template <typename Visit>
 TreeResult ForEachMapNode(TreeCursor& tree, Visit visit) {
     std::vector<std::uint8_t> node(tree.nodeSize);
@@ -353,7 +353,7 @@ TreeResult GrowTree(TreeCursor& tree, std::uint32_t addedNodes) {
     header.freeNodes = header.freeNodes + addedNodes;
     const std::uint32_t needed = MapNodesFor(header.totalNodes, tree.nodeSize);
     for (std::uint32_t i = mapNodes; i < needed; ++i) {
-        // A map node may be one of those that it tells of.
+        // A map node may be one of those that it covers.
         tree.nodeBitmap.resize(tree.nodeBitmap.size() + tree.nodeSize - kMapNodeOverhead);
         const std::uint32_t number = AllocateNode(tree).value_or(0);
         std::vector<std::uint8_t> last(tree.headerNode);

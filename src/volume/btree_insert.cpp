@@ -111,8 +111,8 @@ TreeResult Inserter::splitLeaf(const Path& path, ConstByteSpan record, std::size
     if (tree_.format.appendSplits && index == n) {
         right.insert(0, record);
     } else {
-        const std::size_t told = tree_.format.appendSplits ? n - n / 2 : n / 3 * 2;
-        const auto kept = SplitPoint(left, told, index, record.size());
+        const std::size_t usual = tree_.format.appendSplits ? n - n / 2 : n / 3 * 2;
+        const auto kept = SplitPoint(left, usual, index, record.size());
         if (!kept)
             return TreeResult::Damaged;
         left.moveTail(*kept, right);

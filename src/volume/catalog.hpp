@@ -31,7 +31,7 @@ struct CatalogItem {
     bool isFolder = false;
     std::string name;                 ///< to be shown: UTF-8, a slash of the name as `:`
     CatalogName catalogName;          ///< as the key has it
-    std::uint32_t valence = 0;        ///< folders: items directly inside, as the record tells
+    std::uint32_t valence = 0;        ///< folders: items directly inside, as the record counts
     std::array<char, 8> signature{};  ///< files: type, then creator
     /// HFS+: number of the file that holds the contents of this hard link; 0 for other files.
     std::uint32_t linkReference = 0;

@@ -33,7 +33,7 @@ template <typename Record>
 [[nodiscard]] std::array<std::vector<BlockRun>, 2> RunsOfForks(const VolumeContext& volume,
                                                                ByteSpan data);
 
-/// The id that the current folder or file record tells; 0 when it is neither.
+/// The id in the current folder or file record; 0 when it is neither.
 [[nodiscard]] std::uint32_t CurrentItemId(VolumeContext& volume);
 
 /// Stands on the record of an item. False when there is none, or one that is no file or folder.
@@ -43,7 +43,7 @@ template <typename Record>
 /// Writes the node of the record after a change that keeps its length.
 [[nodiscard]] TreeResult StoreCurrentNode(VolumeContext& volume);
 
-/// What a thread tells.
+/// What a thread stores.
 struct ThreadFacts {
     CatalogRecordType type = CatalogRecordType::FolderThread;
     std::uint32_t parentId = 0;

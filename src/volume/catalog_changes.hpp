@@ -12,10 +12,10 @@ namespace vellmark {
 
 /// The next free id, which is then used up.
 [[nodiscard]] std::uint32_t NextCatalogId(WritableVolume& volume);
-/// Items of a folder as its record tells; nothing when there is no such folder.
+/// Items of a folder as its record counts them; nothing when there is no such folder.
 [[nodiscard]] std::optional<std::uint32_t> ReadValence(WritableVolume& volume,
                                                        std::uint32_t folderId);
-/// Adds to the number of items that a folder's record tells.
+/// Adds to the number of items that a folder's record stores.
 [[nodiscard]] TreeResult AddToValence(WritableVolume& volume, std::int32_t delta,
                                       std::uint32_t folderId);
 

@@ -12,7 +12,7 @@
 
 namespace vellmark {
 
-/// What deleting asks and tells on its way.
+/// What deleting needs to ask and to show on its way.
 struct DeleteContext {
     Messages& messages;
     Progress& progress;

@@ -51,7 +51,7 @@ RecordData ThreadData(const WritableVolume& volume, CatalogRecordType type, std:
                              : HfsThreadData(type, parentId, name.hfs);
 }
 
-// The thread of an item, where it has one, tells its new place.
+// The thread of an item, where it has one, gets its new place.
 TreeResult RewriteThread(WritableVolume& volume, std::uint32_t id, std::uint32_t parentId,
                          const CatalogName& name) {
     std::optional<ThreadFacts> thread;

@@ -1,5 +1,5 @@
 // Keys of the four kinds of trees, as they lie in a node (Inside Macintosh: Files, chapter 2; Apple
-// Technical Note TN1150), and the rows that tell the trees apart.
+// Technical Note TN1150), and the rows in which the trees differ.
 #pragma once
 
 #include <cstdint>

@@ -16,7 +16,7 @@ namespace vellmark {
 
 using RecordData = std::vector<std::uint8_t>;
 
-/// What a folder record tells.
+/// What a folder record stores.
 struct FolderFacts {
     std::uint32_t id = 0;
     std::uint32_t valence = 0;  ///< items directly inside
@@ -35,7 +35,7 @@ struct ForkFacts {
     std::uint32_t blockCount = 0;  ///< 0: the fork is empty
 };
 
-/// What a file record tells.
+/// What a file record stores.
 struct FileFacts {
     std::uint32_t id = 0;
     std::array<char, 8> signature{};  ///< type, then creator

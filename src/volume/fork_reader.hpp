@@ -11,7 +11,7 @@
 
 namespace vellmark {
 
-/// One fork as a catalog record tells it.
+/// One fork as a catalog record stores it.
 struct ForkInfo {
     std::uint64_t sizeBytes = 0;
     std::uint32_t totalBlocks = 0;

@@ -57,7 +57,7 @@ struct Geometry {
     }
 };
 
-// HFS: as many blocks as 13 bits can almost tell, or smaller ones, behind boot blocks, header and
+// HFS: as many blocks as 13 bits can almost count, or smaller ones, behind boot blocks, header and
 // bitmap; the second header stands behind the last block, in the partition's last but one sector.
 // Smaller blocks leave the system files the room that they have with the usual ones.
 Geometry HfsGeometry(const FormatInput& input) {

@@ -1,4 +1,4 @@
-// Hard links of HFS+: files without contents of their own, which tell the number of the file that
+// Hard links of HFS+: files without contents of their own, which store the number of the file that
 // holds them (Apple Technical Note TN1150, "Hard Links").
 #pragma once
 

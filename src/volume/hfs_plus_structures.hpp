@@ -81,7 +81,7 @@ struct HfsPlusPermissions {
 };
 static_assert(sizeof(HfsPlusPermissions) == 16);
 
-/// Bits of a mode that tell the kind of file; all 0 where the permissions were never filled in.
+/// Bits of a mode that store the kind of file; all 0 where the permissions were never filled in.
 inline constexpr std::uint16_t kFileKindMask = 0170000;
 /// Owner flag: the contents are stored compressed, and the data fork is empty.
 inline constexpr std::uint8_t kOwnerCompressed = 0x20;

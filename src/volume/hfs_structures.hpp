@@ -20,7 +20,7 @@ inline constexpr std::uint32_t kCatalogFileId = 4;
 inline constexpr std::uint32_t kBadBlockFileId = 5;
 inline constexpr std::uint32_t kFirstUserId = 16;
 
-/// Largest number of allocation blocks, files or folders that 16-bit fields can tell.
+/// Largest number of allocation blocks, files or folders that 16-bit fields can count.
 inline constexpr std::uint32_t kHfsLimit = 65535;
 /// Items of an HFS folder beyond which systems that count them with a sign show no more.
 inline constexpr std::uint32_t kMostItemsShownInHfs = 32767;

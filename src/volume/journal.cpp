@@ -21,7 +21,7 @@ struct JournalInfoBlock {
 static_assert(sizeof(JournalInfoBlock) == 52);
 static_assert(offsetof(JournalInfoBlock, offset) == 36);
 
-// In the byte order of the machine that wrote it, which `endian` tells.
+// In the byte order of the machine that wrote it, which `endian` shows.
 template <typename Word, typename Long>
 struct JournalHeader {
     static constexpr std::uint32_t kMagic = 0x4A4E4C78;  // "JNLx"

@@ -68,15 +68,15 @@ bool SetHfsPlus(VolumeContext& volume) {
 }
 
 // The sectors that a wrapper keeps for the volume inside, counted in allocation blocks of the
-// wrapper. A wrapper that tells fewer than the volume has is not believed, and none reaches behind
+// wrapper. A wrapper that stores fewer than the volume has is not believed, and none reaches behind
 // its own partition.
 bool SetWrappedSize(VolumeContext& volume, std::uint64_t wrapper) {
     const MasterDirectoryBlock& mdb = volume.mdb;
-    const std::uint64_t told =
+    const std::uint64_t stored =
         std::uint64_t{mdb.embeddedExtent.blockCount} * mdb.blockSize / kSectorBytes;
     const std::uint64_t before = std::min(volume.volumeOffset - wrapper, volume.partitionSectors);
     volume.partitionSectors =
-        std::min(std::max(told, volume.totalSectors), volume.partitionSectors - before);
+        std::min(std::max(stored, volume.totalSectors), volume.partitionSectors - before);
     return true;
 }
 
@@ -115,7 +115,7 @@ const TreeFormat& CatalogFormat(const VolumeContext& volume, const TreeHeaderRec
     return binary ? kHfsxBinaryCatalogFormat : kHfsPlusCatalogFormat;
 }
 
-// Node 0 begins with the header record whatever the node size, which it tells itself.
+// Node 0 begins with the header record whatever the node size, which it stores itself.
 bool ReadTreeHeader(VolumeContext& volume, const std::vector<BlockRun>& runs,
                     TreeHeaderRecord& header) {
     std::array<std::uint8_t, kSectorBytes> sector;
@@ -127,7 +127,7 @@ bool ReadTreeHeader(VolumeContext& volume, const std::vector<BlockRun>& runs,
 
 bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork) {
     std::vector<BlockRun> runs = fork.runs;
-    // The extents file itself has no more extents than its header tells.
+    // The extents file itself has no more extents than its header stores.
     if (isCatalog &&
         FollowExtents(volume, kCatalogFileId, kDataFork, fork, runs) != TreeResult::Done)
         return false;
@@ -164,7 +164,7 @@ bool IsCutShort(const VolumeContext& volume, std::uint64_t imageSectors) {
            imageSectors;
 }
 
-// An HFS volume that nothing tells the size of, in an image that may hold more: it ends with the
+// An HFS volume of which no size is stored, in an image that may hold more: it ends with the
 // image only when its second header stands there.
 void FindEndOfHfs(VolumeContext& volume) {
     std::array<std::uint8_t, kSectorBytes> sector{};
@@ -185,14 +185,14 @@ void FindEndOfHfs(VolumeContext& volume) {
 bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t endSector,
               std::uint64_t totalSectors) {
     ForgetVolume(volume);
-    // A map may tell more sectors than the image has: nothing is ever written behind its end.
+    // A map may store more sectors than the image has: nothing is ever written behind its end.
     const std::uint64_t imageSectors = volume.image->size() / kSectorBytes;
     const std::uint64_t end = endSector != 0 ? std::min(endSector, imageSectors) : imageSectors;
     volume.volumeOffset = startSector;
     volume.partitionSectors = end - std::min(end, startSector);
     volume.totalSectors = totalSectors;
     const bool hasHeader = ReadVolumeHeader(volume);
-    // Where a map tells of a volume, its header may be among what is missing.
+    // Where a map lists a volume, its header may be among what is missing.
     const bool isCut = hasHeader ? IsCutShort(volume, imageSectors)
                                  : endSector != 0 && startSector + kHeaderSector >= imageSectors;
     volume.isMounted = hasHeader && OpenTrees(volume);

@@ -49,8 +49,8 @@ struct OpenRequest {
                               Messages& messages);
 
 /// Mounts the first partition of the open medium that really holds a volume. False when none does;
-/// `ReadOnlyReason::CutImage` then tells of one that goes on behind the end of the image. Messages
-/// as for `ScanMedium`.
+/// `ReadOnlyReason::CutImage` is then there for one that goes on behind the end of the image.
+/// Messages as for `ScanMedium`.
 [[nodiscard]] bool MountRequest(VolumeContext& volume, Messages* messages = nullptr);
 
 /// Mounts one of the partitions that `ScanMedium` found, `number` from 1. None, or why not.

@@ -14,7 +14,7 @@ TreeKey ExtentsKey(bool isHfsPlus, std::uint32_t fileId, std::uint8_t fork,
                      : HfsExtentsKey(fileId, fork, startBlock);
 }
 
-// Bytes of an extents key that tell the file and the fork: all but the start block at its end.
+// Bytes of an extents key that hold the file and the fork: all but the start block at its end.
 std::size_t OwnerBytes(const WritableVolume& volume, ConstByteSpan key) {
     return key.size() - (volume->isHfsPlus ? sizeof(be32) : sizeof(be16));
 }
@@ -130,10 +130,10 @@ TreeResult AddOverflow(WritableVolume& volume, std::uint32_t fileId, std::uint8_
     return TreeResult::Done;
 }
 
-TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t told, std::uint32_t oldBlocks,
-                              BlockRun run) {
-    return volume->isHfsPlus ? AddCatalogRun<HfsPlusExtentRecord>(volume, told, oldBlocks, run)
-                             : AddCatalogRun<HfsExtentRecord>(volume, told, oldBlocks, run);
+TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t inHeader,
+                              std::uint32_t oldBlocks, BlockRun run) {
+    return volume->isHfsPlus ? AddCatalogRun<HfsPlusExtentRecord>(volume, inHeader, oldBlocks, run)
+                             : AddCatalogRun<HfsExtentRecord>(volume, inHeader, oldBlocks, run);
 }
 
 }  // namespace vellmark

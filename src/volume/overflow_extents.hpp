@@ -44,10 +44,10 @@ struct OverflowRecord {
 [[nodiscard]] TreeResult AddOverflow(WritableVolume& volume, std::uint32_t fileId,
                                      std::uint8_t fork, const std::vector<BlockRun>& runs);
 
-/// Writes down a further run of the catalog's file, whose header tells `told` of its `oldBlocks`:
+/// Writes down a further run of the catalog's file, whose header has `inHeader` of its `oldBlocks`:
 /// behind the last record that it has in the tree, as long as that one has room, else in a record
 /// of its own.
-[[nodiscard]] TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t told,
+[[nodiscard]] TreeResult AddCatalogOverflow(WritableVolume& volume, std::uint32_t inHeader,
                                             std::uint32_t oldBlocks, BlockRun run);
 
 }  // namespace vellmark

@@ -43,7 +43,7 @@ std::string_view WithoutLastSlashes(std::string_view path) {
     return path;
 }
 
-// A file where a folder is needed, or one that cannot be made, as the one who makes it is told.
+// A name that cannot be one is damage to the catalog, and a wrong name to the one who typed it.
 EditResult ResultOfMaking(TreeResult result, const WritableVolume& volume, std::string_view name) {
     const bool isBadName = result == TreeResult::Damaged && !NameFromShown(volume, name);
     return isBadName ? EditResult::BadName : ToEditResult(result);
@@ -63,7 +63,7 @@ Result<CatalogItem> ItemAt(VolumeContext& volume, std::string_view path, const C
 Result<CatalogItem> FolderAt(VolumeContext& volume, std::string_view path, const Clock& clock) {
     Result<CatalogItem> item = ItemAt(volume, path, clock);
     if (item && !item->isFolder)
-        return Failed(Sentence::kIsNoFolder, Printable(path));
+        return Failed(Sentence::kPathIsNoFolder, Printable(path));
     return item;
 }
 

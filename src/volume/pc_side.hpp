@@ -10,7 +10,7 @@
 namespace vellmark {
 
 /// Looks through the ISO 9660 trees of the image, once for each mounted volume, and notes their
-/// blocks in `pcSide`. A reason for reading only is added where they cannot be told, or where the
+/// blocks in `pcSide`. A reason for reading only is added where they cannot be found, or where the
 /// volume's own structures lie in them.
 void FindPcSide(VolumeContext& volume);
 

@@ -1,4 +1,4 @@
-// Why a mounted volume may only be read, and how that is told.
+// Why a mounted volume may only be read, and the reasons as values.
 #pragma once
 
 #include "support/reason.hpp"

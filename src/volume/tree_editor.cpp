@@ -33,7 +33,7 @@ std::vector<std::uint8_t> PaddedRecord(ConstByteSpan key, ConstByteSpan data) {
     return record;
 }
 
-std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t told, std::size_t at,
+std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t usual, std::size_t at,
                                       std::size_t recordBytes) {
     const std::size_t n = node.count();
     const std::size_t room = node.bytes().size() - kNodeDescriptorSize;
@@ -46,7 +46,7 @@ std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t told, st
         const std::size_t records = (onLeft ? kept : n - kept) + 1;
         return bytes + recordBytes + 2 * (records + 1) <= room;
     };
-    std::size_t kept = std::clamp<std::size_t>(told, 1, n - 1);
+    std::size_t kept = std::clamp<std::size_t>(usual, 1, n - 1);
     while (kept > 1 && at <= kept && !fits(kept))
         --kept;
     while (kept + 1 < n && !fits(kept))
@@ -171,7 +171,7 @@ TreeResult TreeEditor::insertIndex(const Path& path, std::size_t level, std::siz
     return attach(path, level, *allocated);
 }
 
-// A record that tells a smaller key than the first one of its node still leads to every key, so the
+// A record that holds a smaller key than the first one of its node still leads to every key, so the
 // way down can be found anew for each level while the levels above are not right yet. That also
 // holds when a longer key finds neither room nor a free node: the old one then stays.
 TreeResult TreeEditor::refreshFirstKeys(ConstByteSpan firstKey) {

@@ -40,7 +40,7 @@ class TreeEditor {
     /// Makes the level above know the new right neighbour of the node at `level`; `left_` and
     /// `right_` hold the two.
     TreeResult attach(const Path& path, std::size_t level, std::uint32_t rightNumber);
-    /// `key` has become the first key of a node: index records above tell it, up to the first level
+    /// `key` has become the first key of a node: index records above get it, up to the first level
     /// where the record is not the first of its node.
     TreeResult refreshFirstKeys(ConstByteSpan key);
     /// Changes one link of a neighbour, which has to be of the same height.
@@ -69,10 +69,10 @@ class TreeEditor {
 /// Key and data as they lie in a node, each padded to an even length.
 [[nodiscard]] std::vector<std::uint8_t> PaddedRecord(ConstByteSpan key, ConstByteSpan data);
 
-/// How many records of a full node stay on the left: as many as `told`, unless their sizes are so
+/// How many records of a full node stay on the left: as many as `usual`, unless their sizes are so
 /// uneven that a new record, to be put before record `at`, would not fit on its side. Nothing when
 /// it fits nowhere, which only records larger than this program's own can bring about.
-[[nodiscard]] std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t told,
+[[nodiscard]] std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t usual,
                                                     std::size_t at, std::size_t recordBytes);
 
 }  // namespace vellmark

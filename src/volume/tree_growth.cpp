@@ -58,33 +58,33 @@ bool TakeRun(WritableVolume& volume, const std::vector<BlockRun>& file, std::uin
 }
 
 template <typename Record>
-bool AddToHeader(Record& extents, BlockRun run, std::uint32_t told, std::uint32_t oldBlocks) {
-    return told == oldBlocks && AppendRun(extents, run);
+bool AddToHeader(Record& extents, BlockRun run, std::uint32_t stored, std::uint32_t oldBlocks) {
+    return stored == oldBlocks && AppendRun(extents, run);
 }
 
 // Writes down that the tree's file, of `oldBlocks` until now, goes on with the run.
 TreeResult RecordRun(WritableVolume& volume, bool isCatalog, std::uint32_t oldBlocks,
                      BlockRun run) {
     const std::uint64_t bytes = std::uint64_t{run.blockCount} * volume->blockSize;
-    std::uint32_t told = 0;
+    std::uint32_t stored = 0;
     bool isInHeader = false;
     if (volume->isHfsPlus) {
         ForkRecord& fork = isCatalog ? volume->vhb.catalogFile : volume->vhb.extentsFile;
-        told = BlocksOf(RunsOf(fork.extents));
-        isInHeader = AddToHeader(fork.extents, run, told, oldBlocks);
+        stored = BlocksOf(RunsOf(fork.extents));
+        isInHeader = AddToHeader(fork.extents, run, stored, oldBlocks);
         fork.logicalSize = fork.logicalSize + bytes;
         fork.totalBlocks = fork.totalBlocks + run.blockCount;
     } else {
         MasterDirectoryBlock& mdb = volume->mdb;
         HfsExtentRecord& extents = isCatalog ? mdb.catalogFileExtents : mdb.extentsFileExtents;
         be32& size = isCatalog ? mdb.catalogFileSize : mdb.extentsFileSize;
-        told = BlocksOf(RunsOf(extents));
-        isInHeader = AddToHeader(extents, run, told, oldBlocks);
+        stored = BlocksOf(RunsOf(extents));
+        isInHeader = AddToHeader(extents, run, stored, oldBlocks);
         size = static_cast<std::uint32_t>(size + bytes);
     }
     if (isInHeader)
         return TreeResult::Done;
-    return isCatalog ? AddCatalogOverflow(volume, told, oldBlocks, run) : TreeResult::Full;
+    return isCatalog ? AddCatalogOverflow(volume, stored, oldBlocks, run) : TreeResult::Full;
 }
 
 TreeResult AddOneRun(WritableVolume& volume, bool isCatalog, std::uint32_t wanted,

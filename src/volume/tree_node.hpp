@@ -1,6 +1,6 @@
 // One node of a B-tree, in the form that HFS and HFS+ share (Inside Macintosh: Files, chapter 2;
 // Apple Technical Note TN1150): a descriptor, records from byte 14 on, and their offsets as 16-bit
-// words from the end of the node backwards, the last of them telling where free space begins.
+// words from the end of the node backwards, the last of them where free space begins.
 #pragma once
 
 #include <array>

@@ -21,7 +21,7 @@ struct SystemFile {
     std::uint32_t blockCount = 0;
 };
 
-/// What the header of a new volume tells.
+/// What the header of a new volume stores.
 struct VolumeParams {
     std::string label;            ///< HFS: MacRoman, at most 27 bytes are used
     MacSeconds now = 0;           ///< in the time of the format

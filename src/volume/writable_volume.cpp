@@ -38,7 +38,8 @@ std::uint64_t BlocksEnd(const VolumeContext& volume) {
     return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock;
 }
 
-// Whether all that a flush writes lies within the image, which may be cut short or tell nonsense.
+// Whether all that a flush writes lies within the image, which may be cut short, or its sizes
+// nonsense.
 bool FitsImage(const VolumeContext& volume) {
     const std::uint64_t sectors = volume.image->size() / kSectorBytes;
     return BlocksEnd(volume) <= sectors && AlternateSector(volume) < sectors;
