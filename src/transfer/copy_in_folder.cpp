@@ -195,8 +195,8 @@ bool FolderImport::isCompanion(const std::vector<PcItem>& items, const PcItem& i
         return true;
     // Where containers alone are copied, it is left out by that rule.
     if (file.isOpen() && batch_.options.mode != CopyMode::MacBinary)
-        batch_.messages.showTimedMessage(
-            Reason(isPaired ? Sentence::kNoCompanion : Sentence::kCompanionWithoutFile, Printable(path)));
+        batch_.messages.showTimedMessage(Reason(
+            isPaired ? Sentence::kNoCompanion : Sentence::kCompanionWithoutFile, Printable(path)));
     return false;
 }
 
