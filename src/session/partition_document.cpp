@@ -6,7 +6,6 @@
 #include "support/pc_folder.hpp"
 #include "support/sentences.hpp"
 #include "support/texts.hpp"
-#include "volume/allocation.hpp"
 #include "volume/catalog.hpp"
 #include "volume/mount.hpp"
 
@@ -47,8 +46,15 @@ std::unique_ptr<PartitionDocument> PartitionDocument::Open(const std::string& pa
 }
 
 PartitionDocument::~PartitionDocument() {
-    ReleaseAllocationState(volume_);
+    writable_.reset();
     CloseImage(volume_);
+}
+
+WritableVolume* PartitionDocument::writable() {
+    if (!isReadOnly_ && !writable_)
+        if (auto loaded = WritableVolume::Load(volume_))
+            writable_.emplace(std::move(*loaded));
+    return writable_ ? &*writable_ : nullptr;
 }
 
 std::uint32_t PartitionDocument::parentOf(std::uint32_t folder) {
@@ -59,8 +65,8 @@ std::uint32_t PartitionDocument::parentOf(std::uint32_t folder) {
 bool PartitionDocument::save(const Clock& clock, Messages& messages) {
     if (isReadOnly_)
         return true;
-    const bool isWritten = FlushVolume(volume_, clock) == TreeResult::Done &&
-                           volume_.image->flush() && !volume_.transferFailed;
+    const bool isFlushed = !writable_ || writable_->flush(clock) == TreeResult::Done;
+    const bool isWritten = isFlushed && volume_.image->flush() && !volume_.transferFailed;
     if (!isWritten)
         messages.showError(Reason(Sentence::kPartitionNotSaved, Printable(path()),
                                   SystemError{volume_.image->error()}));

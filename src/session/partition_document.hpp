@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "reading/plain_image.hpp"
 #include "reading/ports.hpp"
 #include "volume/volume_context.hpp"
+#include "volume/writable_volume.hpp"
 
 namespace vellmark {
 
@@ -27,6 +29,9 @@ class PartitionDocument {
     [[nodiscard]] const std::string& path() const { return image_.name(); }
     [[nodiscard]] bool isReadOnly() const { return isReadOnly_; }
     [[nodiscard]] VolumeContext& volume() { return volume_; }
+    /// The volume as every change of it takes it, from the first call on; null when it may only be
+    /// read.
+    [[nodiscard]] WritableVolume* writable();
     /// Number of the folder that holds a folder; root holds itself.
     [[nodiscard]] std::uint32_t parentOf(std::uint32_t folder);
 
@@ -38,6 +43,7 @@ class PartitionDocument {
 
     PlainImage image_;
     VolumeContext volume_;
+    std::optional<WritableVolume> writable_;
     bool isReadOnly_ = false;
 };
 

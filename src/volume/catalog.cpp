@@ -231,4 +231,18 @@ TreeResult ForkRuns(VolumeContext& volume, const CatalogItem& item, bool resourc
                          resource ? item.resource : item.data, runs);
 }
 
+std::uint32_t ParentOf(VolumeContext& volume, std::uint32_t folderId) {
+    bool found = false;
+    if (FindKey(volume.catalog, ThreadKey(volume, folderId), found) != TreeResult::Done || !found)
+        return 0;
+    const ConstByteSpan data = volume.catalog.view().data(volume.catalog.index);
+    if (!IsType(volume, data, CatalogRecordType::FolderThread))
+        return 0;
+    HfsThreadRecord hfs;
+    HfsPlusThreadHead plus;
+    if (volume.isHfsPlus)
+        return ReadRecord(data, plus) ? std::uint32_t{plus.parentId} : 0;
+    return ReadRecord(data, hfs) ? std::uint32_t{hfs.parentId} : 0;
+}
+
 }  // namespace vellmark

@@ -73,4 +73,7 @@ struct CatalogItem {
 [[nodiscard]] TreeResult ForkRuns(VolumeContext& volume, const CatalogItem& item, bool resource,
                                   std::vector<BlockRun>& runs);
 
+/// Parent of a folder, by its thread; 0 when there is none.
+[[nodiscard]] std::uint32_t ParentOf(VolumeContext& volume, std::uint32_t folderId);
+
 }  // namespace vellmark
