@@ -11,7 +11,7 @@
 
 namespace vellmark {
 
-/// One that is only read.
+/// A volume that is only read.
 class ReadVolume {
   public:
     /// Opens and mounts. Nothing after a message that names the image and the reason.
@@ -29,7 +29,7 @@ class ReadVolume {
     VolumeContext volume_;
 };
 
-/// One that is changed. What was not written when it goes is as if it had never been.
+/// A volume that is changed. What was not written when this goes has never been.
 class ChangedVolume {
   public:
     /// Opens the image, which no other process opens meanwhile, mounts its volume and loads its
