@@ -169,8 +169,8 @@ Result<std::int64_t> Move::run(std::span<const std::int32_t> numbers) {
             const ViewChoice own = ViewsOf(*std::as_const(project_).findByNumber(number));
             views = {views.iso || own.iso, views.hfs || own.hfs};
         }
-    if (const auto raised = RaiseFolders(project_, target_, views, answers_, messages_); !raised)
-        return raised;
+    if (auto raised = RaiseFolders(project_, target_, views, answers_, messages_); !raised)
+        return Failed(std::move(raised).error());
     take();
     SiblingNames names(project_.childrenOf(target_), project_.header().isHfsPlus());
     for (ProjectRecord& record : taken_)

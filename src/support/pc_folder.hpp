@@ -1,11 +1,11 @@
 // What lies in a folder of the PC: the names in every form, the kinds, sizes and dates.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "support/clock.hpp"
@@ -33,7 +33,11 @@ struct PcFacts {
 struct PcIdentity {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    auto operator<=>(const PcIdentity&) const = default;
+
+    friend bool operator==(const PcIdentity&, const PcIdentity&) = default;
+    friend bool operator<(const PcIdentity& a, const PcIdentity& b) {
+        return std::tie(a.device, a.inode) < std::tie(b.device, b.inode);
+    }
 };
 [[nodiscard]] constexpr PcIdentity IdentityOf(const PcFacts& facts) {
     return {facts.device, facts.inode};
