@@ -133,11 +133,8 @@ std::string TryHelp(std::string_view verb, Language language) {
 }
 
 int UsageError(CommandContext& context, std::string_view verb, const Reason& reason) {
-    return UsageError(context, verb, reason.words(context.language));
-}
-
-int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence) {
-    context.errors << "vellmark: " << sentence << '\n' << TryHelp(verb, context.language) << '\n';
+    context.errors << "vellmark: " << reason.words(context.language) << '\n'
+                   << TryHelp(verb, context.language) << '\n';
     return kExitUsage;
 }
 

@@ -1,8 +1,6 @@
 // Which Macintosh volume a new project has, as a command line may say it.
 #pragma once
 
-#include <string_view>
-
 #include "project/project_file.hpp"
 #include "session/options.hpp"
 
@@ -11,8 +9,6 @@ namespace vellmark {
 struct FormatChoice {
     bool isHfsPlus = false;
     bool isHfs = false;
-
-    static constexpr std::string_view kContradiction = "A volume is either HFS or HFS+.";
 
     /// Declares the options on a verb.
     void addTo(OptionSet& arguments);

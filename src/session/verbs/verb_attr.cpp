@@ -10,6 +10,7 @@
 #include "session/verbs/image_verbs.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "volume/read_only.hpp"
 #include "volume/typed_attributes.hpp"
 
@@ -31,25 +32,19 @@ struct AttrOptions {
     std::string locked;
 };
 
-// The change that the options ask for; a sentence in `wrong` when one of them cannot be meant.
-AttributeChange ChangeOf(const AttrOptions& options, std::string& wrong) {
+// The change that the options ask for; the reason in `wrong` when one of them cannot be meant.
+AttributeChange ChangeOf(const AttrOptions& options, Reason& wrong) {
     AttributeChange change;
     const auto code = [&](const std::string& typed, std::string_view option) {
         const auto letters = TypedCode(typed);
         if (!typed.empty() && !letters)
-            wrong = fmt::format(
-                "--{} takes up to four characters of the Macintosh, and {} is not "
-                "that.",
-                option, Printable(typed));
+            wrong = Reason(Sentence::kNoCode, option, Printable(typed));
         return letters;
     };
     const auto date = [&](const std::string& typed, std::string_view option) {
         const auto seconds = typed.empty() ? std::nullopt : TypedDate(typed);
         if (!typed.empty() && !seconds)
-            wrong = fmt::format(
-                "--{} takes a date from 1904 to 2040 such as 1999-12-31T23:59:00Z, "
-                "and {} is not that.",
-                option, Printable(typed));
+            wrong = Reason(Sentence::kNoMacDate, option, Printable(typed));
         return seconds;
     };
     change.type = code(options.type, "type");
@@ -107,9 +102,9 @@ int Show(const AttrOptions& options, CommandContext& context) {
 }
 
 int Attr(const AttrOptions& options, CommandContext& context) {
-    std::string wrong;
+    Reason wrong;
     const AttributeChange change = ChangeOf(options, wrong);
-    if (!wrong.empty())
+    if (wrong)
         return UsageError(context, kName, wrong);
     if (change.isEmpty())
         return Show(options, context);

@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -62,8 +60,7 @@ void Print(VolumeContext& volume, const FindOptions& options, const std::vector<
 
 void TellEnd(const FindOptions& options, std::size_t hits, Messages& messages) {
     if (!options.all && hits == kMostHits)
-        messages.showTimedMessage(
-            fmt::format("The search ended after {} hits; --all goes on.", kMostHits));
+        messages.showTimedMessage(Reason(Sentence::kSearchEnded, kMostHits));
 }
 
 int FindInProject(const FindOptions& options, CommandContext& context) {
@@ -103,12 +100,10 @@ int FindInProject(const FindOptions& options, CommandContext& context) {
 
 int Find(const FindOptions& options, CommandContext& context) {
     if (options.pattern.empty() == options.signature.empty())
-        return UsageError(context, "find", "Either a NAME or --signature is needed.");
+        return UsageError(context, "find", Sentence::kNameOrSignature);
     if (!options.signature.empty() && !TypedMacLetters(options.signature, kSignatureLetters))
         return UsageError(context, "find",
-                          fmt::format("--signature takes up to eight characters of the Macintosh, "
-                                      "and {} is not that.",
-                                      Printable(options.signature)));
+                          Reason(Sentence::kNoSignature, Printable(options.signature)));
     const FileMode mode = FileModeOf(options.image);
     if (mode == FileMode::Project || mode == FileMode::IsoPlus)
         return FindInProject(options, context);

@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <memory>
 #include <optional>
 
@@ -10,6 +8,7 @@
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 #include "support/texts.hpp"
 #include "volume/formatter.hpp"
@@ -40,33 +39,30 @@ std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
     return bytes && *bytes % kMegabyte == 0 ? std::optional(*bytes / kMegabyte) : std::nullopt;
 }
 
-// Why no volume can be so large; "" when one can.
-std::string SizeRefusal(const FormatOptions& options, std::optional<std::uint64_t> megabytes) {
+// Why no volume can be so large.
+Reason SizeRefusal(const FormatOptions& options, std::optional<std::uint64_t> megabytes) {
     if (!megabytes)
-        return fmt::format("{} is no size in whole megabytes, such as 100M or 2G.",
-                           Printable(options.size));
+        return Reason(Sentence::kNoWholeMegabytes, Printable(options.size));
     const std::uint32_t most = options.hfsPlus ? kLargestHfsPlusVolumeMb : kLargestHfsVolumeMb;
     if (*megabytes >= kSmallestVolumeMb && *megabytes <= most)
         return {};
-    return fmt::format("An {} volume can have {} to {} MB, not {}.",
-                       options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb, most, *megabytes);
+    return Reason(Sentence::kNoSizeOfVolume, options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb,
+                  most, *megabytes);
 }
 
-// Settles the allocation block. Why it cannot be so; "" when it can.
-std::string SettleBlockSize(const FormatOptions& options, FormatInput& input) {
+// Settles the allocation block, or says why it cannot be so.
+Reason SettleBlockSize(const FormatOptions& options, FormatInput& input) {
     if (options.blockSize.empty())
         return {};
     if (input.isHfsPlus)
-        return "--block-size is for HFS; the blocks of an HFS+ volume have 2,048 bytes.";
+        return Sentence::kBlockSizeIsForHfs;
     const std::uint32_t smallest = SmallestHfsBlock(input.sizeMegabytes);
     const auto bytes =
         options.blockSize == kSmallestBlocks ? smallest : SizeOf(options.blockSize, 1);
     if (!bytes || !FitsAsBlock(*bytes, input.sizeMegabytes))
-        return fmt::format(
-            "The blocks of an HFS volume of {} MB can have {} to {} bytes, in steps of 512, or be "
-            "the {}; {} is not that.",
-            input.sizeMegabytes, smallest, UsualHfsBlock(input.sizeMegabytes), kSmallestBlocks,
-            Printable(options.blockSize));
+        return Reason(Sentence::kNoBlockSize, input.sizeMegabytes, smallest,
+                      UsualHfsBlock(input.sizeMegabytes), kSmallestBlocks,
+                      Printable(options.blockSize));
     input.blockSize = static_cast<std::uint32_t>(*bytes);
     return {};
 }
@@ -94,7 +90,7 @@ bool WriteVolume(const FormatInput& input, const std::string& path, bool replace
         const FormatResult result =
             FormatVolume(input, target.file(), context.clock, terminal.progress);
         if (result == FormatResult::Stopped || StopSignals::requested()) {
-            terminal.messages.showMessage("Stopped as you wished; nothing was made.");
+            terminal.messages.showMessage(Sentence::kStoppedNothingMade);
             return false;
         }
         error =
@@ -104,7 +100,7 @@ bool WriteVolume(const FormatInput& input, const std::string& path, bool replace
         RemoveRedoLogs(path, context.guard);
     else
         terminal.messages.showMessage(
-            fmt::format("{} cannot be made: {}.", Printable(path), SystemErrorText(error)));
+            Reason(Sentence::kCannotBeMade, Printable(path), SystemError{error}));
     return error == 0;
 }
 
@@ -112,14 +108,14 @@ int Format(const FormatOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     const std::optional<std::uint64_t> megabytes = MegabytesOf(options.size);
-    if (const std::string refusal = SizeRefusal(options, megabytes); !refusal.empty())
+    if (const Reason refusal = SizeRefusal(options, megabytes))
         return UsageError(context, kName, refusal);
     FormatInput input;
     input.sizeMegabytes = static_cast<std::uint32_t>(*megabytes);
     input.zeroAll = options.zero;
     input.isHfsPlus = options.hfsPlus;
     input.language = context.language;
-    if (const std::string refusal = SettleBlockSize(options, input); !refusal.empty())
+    if (const Reason refusal = SettleBlockSize(options, input))
         return UsageError(context, kName, refusal);
     const std::string path = FollowLink(options.path);
     Messages& messages = terminal.messages;

@@ -13,6 +13,7 @@
 #include "session/verbs/format_choice.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 
 namespace vellmark {
@@ -59,7 +60,7 @@ int Fill(ProjectFile& project, const MakeOptions& options, const BuildRequest& r
 int Make(const MakeOptions& options, CommandContext& context) {
     const BuildOptions& build = options.build;
     if (options.format.contradicts())
-        return UsageError(context, kName, FormatChoice::kContradiction);
+        return UsageError(context, kName, Sentence::kHfsOrHfsPlus);
     if (const Reason refusal = BuildRefusal(build, ProjectMode::Hybrid))
         return UsageError(context, kName, refusal);
     const StopSignals signals;

@@ -8,6 +8,7 @@
 #include "session/verbs/format_choice.hpp"
 #include "session/verbs/verbs.hpp"
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "support/targets.hpp"
 
 namespace vellmark {
@@ -27,7 +28,7 @@ struct NewOptions {
 
 int New(const NewOptions& options, CommandContext& context) {
     if (options.format.contradicts())
-        return UsageError(context, kName, FormatChoice::kContradiction);
+        return UsageError(context, kName, Sentence::kHfsOrHfsPlus);
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
     const ProjectMode mode = ProjectModeOf(options.path);

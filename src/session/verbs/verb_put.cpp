@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -39,18 +37,15 @@ struct PutOptions {
     bool verbose = false;
 };
 
-// What is wrong with the options; empty for nothing.
-std::string Contradiction(const PutOptions& options) {
+// What is wrong with the options.
+Reason Contradiction(const PutOptions& options) {
     const std::pair<std::string_view, const std::string&> codes[] = {{"type", options.type},
                                                                      {"creator", options.creator}};
     for (const auto& [name, typed] : codes)
         if (!typed.empty() && !TypedCode(typed))
-            return fmt::format(
-                "--{} takes up to four characters of the Macintosh, and {} is not "
-                "that.",
-                name, Printable(typed));
+            return Reason(Sentence::kNoCode, name, Printable(typed));
     if (options.mode == "macbinary" && options.containers == "no")
-        return "--mode macbinary takes containers apart, and --containers no does not.";
+        return Sentence::kMacBinaryNeedsContainers;
     return {};
 }
 
@@ -154,8 +149,8 @@ bool NothingIsThere(const PutOptions& options) {
 }
 
 int Put(const PutOptions& options, CommandContext& context) {
-    if (const std::string sentence = Contradiction(options); !sentence.empty())
-        return UsageError(context, kName, sentence);
+    if (const Reason wrong = Contradiction(options))
+        return UsageError(context, kName, wrong);
     ChangeRun run(context, options.quiet);
     if (!run.open(options.volume))
         return kExitFailed;

@@ -70,6 +70,5 @@ extern const Verb kVerbTree;
 /// Tells on standard error what is wrong with the usage of a verb ("" for all), and where help is
 /// found. Returns the exit status for it.
 int UsageError(CommandContext& context, std::string_view verb, const Reason& reason);
-int UsageError(CommandContext& context, std::string_view verb, std::string_view sentence);
 
 }  // namespace vellmark
