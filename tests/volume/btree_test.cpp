@@ -13,28 +13,12 @@ namespace {
 using testing::Below;
 using testing::Bytes;
 using testing::FailingNodes;
+using testing::kSeed;
 using testing::TestRecord;
 using testing::TreeKind;
 using testing::TreeModel;
 
-constexpr unsigned kSeed = 1985;
-
-class BTree : public ::testing::TestWithParam<TreeKind> {
-  protected:
-    void create(NodeStore& store, std::uint32_t totalNodes) {
-        ASSERT_TRUE(CreateTree(tree_, *kind_.format, store, ShapeOf(kind_, totalNodes)));
-    }
-    TreeResult insert(const TestRecord& record) {
-        return InsertTreeRecord(tree_, record.key, record.data);
-    }
-
-    TreeResult remove(const TestRecord& record) { return RemoveTreeRecord(tree_, record.key); }
-
-    const TreeKind kind_ = GetParam();
-    std::mt19937 random_{kSeed};
-    MemoryNodes nodes_{kind_.nodeSize};
-    TreeCursor tree_;
-};
+class BTree : public testing::TreeTest {};
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, BTree, ::testing::ValuesIn(testing::kTreeKinds),
                          [](const auto& test) { return std::string(test.param.name); });

@@ -2,6 +2,8 @@
 // of their own, and a checker that reads the nodes without the code under test.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <map>
 #include <ostream>
@@ -83,6 +85,26 @@ class FailingNodes final : public NodeStore {
   private:
     MemoryNodes nodes_;
     int left_;
+};
+
+inline constexpr unsigned kSeed = 1985;
+
+/// A tree of each kind, in memory.
+class TreeTest : public ::testing::TestWithParam<TreeKind> {
+  protected:
+    void create(NodeStore& store, std::uint32_t totalNodes) {
+        ASSERT_TRUE(CreateTree(tree_, *kind_.format, store, ShapeOf(kind_, totalNodes)));
+    }
+    TreeResult insert(const TestRecord& record) {
+        return InsertTreeRecord(tree_, record.key, record.data);
+    }
+
+    TreeResult remove(const TestRecord& record) { return RemoveTreeRecord(tree_, record.key); }
+
+    const TreeKind kind_ = GetParam();
+    std::mt19937 random_{kSeed};
+    MemoryNodes nodes_{kind_.nodeSize};
+    TreeCursor tree_;
 };
 
 }  // namespace vellmark::testing
