@@ -81,6 +81,9 @@ CopyInResult FileImport::copy() {
         ClassifyPcFile(opened, batch_.options.containers, batch_.answers, batch_.messages);
     if (!found)
         return LeaveOut(batch_, path_, Sentence::kNobodySaidTakeApart);
+    // What could not be read may have been the head of a container.
+    if (opened.error() != 0)
+        return LeaveOut(batch_, path_, Unreadable(opened.error()));
     class_ = *found;
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Reason::Told(kTextNoContainer, Printable(path_)));
@@ -109,6 +112,9 @@ std::optional<CopyInResult> FileImport::openSource(PcFile file) {
                      batch_.temporary, batch_.progress);
     if (source_.stopped())
         return CopyInResult::Stopped;
+    // A device that fails is no damage of the container, and the file is not a plain one for it.
+    if (source_.readError() != 0)
+        return LeaveOut(batch_, path_, Unreadable(source_.readError()));
     const Reason wrong = problem ? problem : source_.damage();
     // A text that only quotes the first line of BinHex has nothing that could be taken.
     const bool isQuote = class_ == ImportClass::BinHex && !source_.isContainer();

@@ -128,8 +128,9 @@ Reason ImportSource::openStreams(const std::string& path) {
 Reason ImportSource::openDouble(const std::string& path) {
     const std::string sidecar = SidecarPath(path);
     beside_ = PcFile(sidecar, PcFile::Mode::Read);
-    Reason problem =
-        beside_.isOpen() ? take(ReadDoubleResource(beside_)) : Unreadable(beside_.error());
+    Reason problem = beside_.isOpen() ? take(ReadDoubleResource(beside_)) : Reason();
+    if (beside_.error() != 0)
+        problem = Unreadable(beside_.error());
     data_ = &file_;
     const std::string name = Printable(sidecar.substr(sidecar.rfind('/') + 1));
     for (Reason* reason : {&problem, &damage_})

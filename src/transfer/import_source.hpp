@@ -42,6 +42,8 @@ class ImportSource {
     void becomePlain(bool plainIsResource);
     /// Decoding ended because the work is to stop.
     [[nodiscard]] bool stopped() const { return stopped_; }
+    /// The system's number of a read of the file that failed, 0 for none.
+    [[nodiscard]] int readError() const { return file_.error(); }
 
     /// Name (MacRoman, empty when the PC's name is to be taken), Finder's information, and the
     /// dates that MacBinary and BinHex store, in local time. The bundle bit is right for the fork.

@@ -439,6 +439,14 @@ TEST_P(CopyInTest, AFileThatChangesWhileItIsCopiedIsLeftOut) {
     EXPECT_EQ(data("log.txt"), "as it was");
 }
 
+// The memory of a process has nothing at its first byte: the system's own file whose reads fail.
+TEST_P(CopyInTest, AFileWhoseHeadCannotBeReadIsNoPlainFile) {
+    fs::create_symlink("/proc/self/mem", in("failing"));
+    EXPECT_EQ(put("failing"), CopyInResult::LeftOut);
+    EXPECT_EQ(messages_.skipped,
+              std::vector<std::string>{"failing: It cannot be read: Input/output error."});
+}
+
 TEST_P(CopyInTest, AFullVolumeOrAWishEndsTheBatch) {
     write("t/1", "small");
     write("t/2", Bytes(3'000'000));
