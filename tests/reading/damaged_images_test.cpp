@@ -1,6 +1,7 @@
 // Whatever an image says, reading it ends: with the whole result, with a sentence, and never in a
 // crash, for ever, or outside the folder that was named.
 #include <algorithm>
+#include <numeric>
 #include <random>
 
 #include "reading/reading_bench.hpp"
@@ -39,14 +40,16 @@ class DamagedImageTest : public ReadingTest {
                 EXPECT_TRUE(nlohmann::json::accept(out_)) << what;
             }
         }
-        std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator("."))
-            names.insert(entry.path().filename().string());
-        EXPECT_EQ(names, (std::set<std::string>{"bad.iso", "disc.iso", "in", "out"})) << what;
-        std::set<std::string> above;
-        for (const auto& entry : fs::directory_iterator(root()))
-            above.insert(entry.path().filename().string());
-        EXPECT_EQ(above, (std::set<std::string>{"lock", "work"})) << what;
+        EXPECT_EQ(names("."), "bad.iso disc.iso in out ") << what;
+        EXPECT_EQ(names(root()), "lock work ") << what;
+    }
+
+  private:
+    static std::string names(const fs::path& folder) {
+        std::set<std::string> sorted;
+        for (const auto& entry : fs::directory_iterator(folder))
+            sorted.insert(entry.path().filename().string() + " ");
+        return std::accumulate(sorted.begin(), sorted.end(), std::string());
     }
 };
 
@@ -99,17 +102,11 @@ TEST_F(DamagedImageTest, DirectoriesThatOverlapAreReadOnce) {
         }
     }
     Write("bad.iso", {reinterpret_cast<const char*>(disc.data()), disc.size()});
-    for (const std::vector<std::string>& line : {std::vector<std::string>{"info"},
-                                                 {"ls", "-lR"},
-                                                 {"ls", "-R", "--json"},
-                                                 {"tree"},
-                                                 {"get", "/"}}) {
-        std::vector<std::string> arguments = line;
-        arguments.insert(arguments.begin() + 1, "bad.iso");
-        EXPECT_EQ(run(arguments), 1) << line[0];
-        EXPECT_NE(err_.find("in bytes of another folder"), std::string::npos) << err_;
-        EXPECT_NE(err_.find("the rest is left out"), std::string::npos) << err_;
-        EXPECT_LT(out_.size(), 200'000u) << line[0];
+    for (const char* line : {"info bad.iso", "ls bad.iso -lR", "ls bad.iso -R --json",
+                             "tree bad.iso", "get bad.iso /"}) {
+        play("1! " + std::string(line) + " => in bytes of another folder");
+        play("says => the rest is left out");
+        EXPECT_LT(out_.size(), 200'000u) << line;
     }
 }
 

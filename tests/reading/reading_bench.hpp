@@ -1,23 +1,13 @@
-// What the tests of the reading verbs share: a folder to make images of, and programs of others.
+// What the tests of the reading verbs share: a folder to make images of.
 #pragma once
 
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <cstdlib>
 
-#include "session/session_bench.hpp"
+#include "session/run_script.hpp"
 
 namespace vellmark::test {
-
-inline bool HasProgram(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-/// Runs a command of the shell, its output thrown away.
-inline bool Shell(const std::string& command) {
-    return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
-}
 
 /// Bytes that no two places have in the same order.
 inline std::string Pattern(std::size_t count) {
@@ -44,7 +34,7 @@ inline std::int64_t DateOf(const std::filesystem::path& path) {
 inline constexpr std::int64_t kFileDate = 1'588'748'890;
 
 /// A folder `in` whose names both sides hold, and images that `make` made of it.
-class ReadingTest : public SessionTest {
+class ReadingTest : public ScriptTest {
   protected:
     ReadingTest() {
         Write("in/Read Me.txt", "hello\n");
@@ -62,30 +52,15 @@ class ReadingTest : public SessionTest {
         ASSERT_EQ(run(options), 0) << err_;
     }
 
-    /// Everything below a folder, paths from there.
-    static Disk below(const std::string& folder) {
-        const std::filesystem::path before = std::filesystem::current_path();
-        std::filesystem::current_path(folder);
-        Disk found = disk();
-        std::filesystem::current_path(before);
-        return found;
-    }
-
     /// Two folders hold the same; what differs is named, its bytes are not shown.
     static void expectSame(const std::string& folder, const std::string& expected) {
-        const Disk there = below(folder);
-        const Disk wanted = below(expected);
-        Names names;
-        Names wantedNames;
-        for (const auto& [path, contents] : wanted)
-            wantedNames.push_back(path);
-        for (const auto& [path, contents] : there) {
-            names.push_back(path);
-            const auto same = wanted.find(path);
-            EXPECT_TRUE(same == wanted.end() || same->second == contents)
-                << folder << ": " << path << " has other bytes";
+        const Disk wanted = disk(expected);
+        Disk there = disk(folder);
+        for (const auto& [path, contents] : wanted) {
+            ASSERT_EQ(there.count(path), 1u) << folder << ": " << path;
+            EXPECT_TRUE(there[path] == contents) << folder << ": " << path << " has other bytes";
         }
-        EXPECT_EQ(names, wantedNames) << folder;
+        EXPECT_EQ(there.size(), wanted.size()) << folder;
     }
 
     nlohmann::json json(std::vector<std::string> arguments) {

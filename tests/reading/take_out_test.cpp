@@ -1,4 +1,4 @@
-// Items taken out of an image: what comes out equals what went in, whoever reads it.
+// Items taken out of an image: what comes out equals what went in, and a stop leaves nothing half.
 #include "reading/take_out.hpp"
 
 #include "reading/reading_bench.hpp"
@@ -9,38 +9,24 @@
 namespace vellmark {
 namespace {
 
-namespace fs = std::filesystem;
-
-// Nobody is there to ask, and nobody reads what is said.
-class NoMessages final : public Messages {
-  public:
-    using Messages::askYesNo;
-    using Messages::askYesNoRemember;
-    using Messages::itemSkipped;
-    using Messages::showMessage;
-    void showMessage(std::string_view) override {}
-    void itemSkipped(std::string_view, std::string_view) override {}
-    bool askYesNo(std::string_view) override { return false; }
-    Answer askYesNoRemember(std::string_view) override { return Answer::None; }
-    TruncationAnswer askTruncation(TruncatedName, std::string_view, std::string_view) override {
-        return {};
-    }
-};
-
 class TakeOutTest : public test::ReadingTest {
   protected:
-    TakeOutOutcome take(const std::string& tree, const std::string& target, int stopAt = 0,
-                        std::vector<std::string> paths = {"/"}) {
-        NoMessages messages;
+    TakeOutOutcome take(TreeKind kind, const std::string& target, int stopAt,
+                        std::vector<std::string> paths) {
+        std::istringstream input;
+        std::ostringstream unread;
+        CommandContext context{input, unread, unread, clock_};
+        Terminal terminal(context, {});
         testing::RecordedProgress progress(stopAt);
-        const ReadingPorts ports{.messages = messages, .progress = progress, .clock = clock_};
+        const ReadingPorts ports{
+            .messages = terminal.messages, .progress = progress, .clock = clock_};
         const auto image = PlainImage::Choose("disc.iso", Access::Read, ports);
-        const auto view = ImageView::Open(*image, std::nullopt, clock_, messages);
-        TreeView* chosen = view->tree(tree == "hfs" ? TreeKind::Hfs : TreeKind::Joliet);
+        const auto view = ImageView::Open(*image, std::nullopt, clock_, terminal.messages);
+        TreeView* chosen = view->tree(kind);
         return TakeOut(*view, std::span(&chosen, 1),
                        {.paths = std::move(paths),
                         .target = target,
-                        .intoFolder = fs::is_directory(target),
+                        .intoFolder = std::filesystem::is_directory(target),
                         .copy = {}},
                        {}, ports, nullptr);
     }
@@ -49,9 +35,9 @@ class TakeOutTest : public test::ReadingTest {
 TEST_F(TakeOutTest, EveryTreeGivesTheFolderBack) {
     for (const char* format : {"--hfsplus", "--postgap"}) {
         make("disc.iso", {"--force", format});
-        for (const char* tree : {"joliet", "hfs"}) {
-            const std::string out = std::string("out") + format + tree;
-            const TakeOutOutcome outcome = take(tree, out);
+        for (const TreeKind kind : {TreeKind::Joliet, TreeKind::Hfs}) {
+            const std::string out = format + std::to_string(static_cast<int>(kind));
+            const TakeOutOutcome outcome = take(kind, out, 0, {"/"});
             EXPECT_FALSE(outcome.hasFailed || outcome.hasLeftOut || outcome.isStopped) << out;
             expectSame(out, "in");
             for (const char* file : {"/Sub Folder/large.bin", "/empty"})
@@ -63,31 +49,31 @@ TEST_F(TakeOutTest, EveryTreeGivesTheFolderBack) {
 // Whenever a person stops it, nothing more is taken, and nothing half is left.
 TEST_F(TakeOutTest, AStoppedRunTakesNothingMore) {
     make("disc.iso");
-    for (const char* tree : {"joliet", "hfs"}) {
+    for (const TreeKind kind : {TreeKind::Joliet, TreeKind::Hfs}) {
         std::size_t last = 0;
         int stops = 0;
         int whole = 0;
-        for (int stopAt = 1; stopAt < 40; ++stopAt) {
-            fs::remove_all("out");
-            fs::create_directories("out");
-            const TakeOutOutcome outcome = take(tree, "out", stopAt, {"Sub Folder", "Read Me.txt"});
+        bool isStopped = true;
+        while (isStopped && stops < 40) {
+            std::filesystem::remove_all("out");
+            std::filesystem::create_directories("out");
+            const auto outcome = take(kind, "out", stops + 1, {"Sub Folder", "Read Me.txt"});
             std::size_t files = 0;
-            for (const auto& [path, contents] : below("out"))
+            for (const auto& [path, contents] : disk("out"))
                 if (!path.ends_with('/')) {
                     ++files;
-                    EXPECT_TRUE(contents == test::Bytes("in/" + path)) << tree << stopAt << path;
+                    EXPECT_TRUE(contents == test::Bytes("in/" + path)) << stops << path;
                 }
-            EXPECT_GE(files, last) << tree << stopAt;
+            EXPECT_GE(files, last) << stops;
             last = files;
-            if (!outcome.isStopped)
-                break;
-            ++stops;
-            EXPECT_TRUE(outcome.hasFailed);
-            whole += files == 3 ? 1 : 0;
+            isStopped = outcome.isStopped;
+            EXPECT_EQ(outcome.hasFailed, isStopped);
+            stops += isStopped ? 1 : 0;
+            whole += isStopped && files == 3 ? 1 : 0;
         }
-        EXPECT_EQ(last, 3u) << tree;
-        EXPECT_GT(stops, 2) << tree;
-        EXPECT_LE(whole, 1) << tree << ": only the end of the last file comes too late";
+        EXPECT_EQ(last, 3u);
+        EXPECT_GT(stops, 2);
+        EXPECT_LE(whole, 1) << "only the end of the last file comes too late";
     }
 }
 

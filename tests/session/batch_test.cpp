@@ -7,210 +7,167 @@
 #include <csignal>
 
 #include "session/instance_lock.hpp"
-#include "session/session_bench.hpp"
+#include "session/run_script.hpp"
 #include "session/user_folders.hpp"
 
 namespace vellmark {
 namespace {
 
 namespace fs = std::filesystem;
-using test::CountIn;
-using test::Names;
-using test::SessionTest;
-using test::SidesOf;
 using test::Write;
 
-TEST_F(SessionTest, OptionsOfBatchCommandsAreToldFromPaths) {
-    const struct {
-        const char* first;
-        std::optional<BatchOption> option;
-    } cases[] = {{"/C", BatchOption{'C', 0}},
-                 {"/c", BatchOption{'C', 0}},
-                 {"/ch", BatchOption{'C', 'H'}},
-                 {"-C", BatchOption{'C', 0}},
-                 {"-Ih", BatchOption{'I', 'H'}},
-                 {"\\C", BatchOption{'C', 0}},
-                 {"\\LI", BatchOption{'L', 'I'}},
-                 {"/9", BatchOption{'9', 0}},
-                 {"/C/", BatchOption{'C', '/'}},
-                 {"\\\\C", std::nullopt},
-                 {"//", std::nullopt},
-                 {"--", std::nullopt},
-                 {"--C", std::nullopt},
-                 {"/", std::nullopt},
-                 {"-", std::nullopt},
-                 {"", std::nullopt},
-                 {"/CHX", std::nullopt},
-                 {"/tmp", std::nullopt},
-                 {"-CHX", std::nullopt},
-                 {"C", std::nullopt},
-                 {"CH", std::nullopt}};
-    for (const auto& c : cases)
-        EXPECT_EQ(ParseBatchOption(c.first), c.option) << c.first;
-    Write("\\C", "a file of that name wins");
-    EXPECT_EQ(ParseBatchOption("\\C"), std::nullopt);
-}
-
-class BatchTest : public SessionTest {
+class BatchTest : public test::ScriptTest {
   protected:
     BatchTest() {
         Write("in/a.txt", "contents of a");
         Write("in/sub/b.exe", "contents of b");
     }
-    /// A batch command says nothing when all is well.
-    void expectSilent(const std::vector<std::string>& line) {
-        EXPECT_EQ(run(line), 0) << testing::PrintToString(line);
-        EXPECT_EQ(out_ + err_, "") << testing::PrintToString(line);
-    }
 };
 
-TEST_F(BatchTest, FoldersAndInclusionsGoInTheViewOfTheSecondLetter) {
-    expectSilent({"/F", "p.vlpr", "A\\B"});
-    expectSilent({"/FH", "p.vlpr", "H"});
-    expectSilent({"-fi", "p.vlpr", "A/I"});
-    expectSilent({"/IH", "p.vlpr", "in/a.txt"});
-    expectSilent({"/II", "p.vlpr", "in/sub"});
-    expectSilent({"/I", "p.vlpr", "in"});
-    const ProjectFile project = opened("p.vlpr");
-    EXPECT_EQ(itemsOf(project, 1), (Names{"A IH", "H H", "a.txt H", "in IH", "sub I"}));
-    EXPECT_EQ(itemsOf(project, 18), (Names{"B IH", "I I"}));
-    for (std::int32_t folder : {18, 19, 20, 21})
-        EXPECT_EQ(project.findByNumber(folder)->accessPath(), "..") << folder;
-    EXPECT_FALSE(fs::exists("p.BAK"));
+TEST_F(BatchTest, OptionsAreToldFromPaths) {
+    const std::map<std::string, std::optional<BatchOption>> cases = {
+        {"/C", BatchOption{'C', 0}},
+        {"/ch", BatchOption{'C', 'H'}},
+        {"-Ih", BatchOption{'I', 'H'}},
+        {"\\C", BatchOption{'C', 0}},
+        {"\\LI", BatchOption{'L', 'I'}},
+        {"/9", BatchOption{'9', 0}},
+        {"/C/", BatchOption{'C', '/'}},
+        {"\\\\C", {}},
+        {"//", {}},
+        {"--", {}},
+        {"--C", {}},
+        {"/", {}},
+        {"", {}},
+        {"/CHX", {}},
+        {"/tmp", {}},
+        {"-CHX", {}},
+        {"C", {}},
+        {"CH", {}}};
+    for (const auto& [first, option] : cases)
+        EXPECT_EQ(ParseBatchOption(first), option) << first;
+    Write("\\C", "a file of that name wins");
+    EXPECT_EQ(ParseBatchOption("\\C"), std::nullopt);
 }
 
-TEST_F(BatchTest, QuestionsAreAnsweredWithYesEvenOnATerminal) {
-    asks_ = true;
-    const std::string longName = std::string(70, 'n') + ".exe";
-    Write("in/" + longName, "x");
-    for (int again = 0; again < 2; ++again)  // what is there already is no failure
-        expectSilent({"/I", "p.vlpr", "in/*"});
-    expectSilent({"/I", "p.vlpr", "in/a.txt"});
-    EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"a.txt IH", longName + " IH", "sub IH"}));
-}
-
-TEST_F(BatchTest, AListNamesWhatIsIncludedAndItsFaultsAreTold) {
+TEST_F(BatchTest, CommandsActInTheViewOfTheSecondLetterWithoutAWord) {
+    const std::string tooLong(70, 'n');
+    Write("more/" + tooLong, "x");
     Write("in/c d.dat", "c");
-    Write("in/sub/e.dat", "e");
-    Write("whole.txt", "\xEF\xBB\xBFin\\a.txt\r\n  in/c d.dat\t\r\nin/sub/*.dat");
-    expectSilent({"/II", "p.vlpr", "$whole.txt"});
-    EXPECT_EQ(itemsOf(opened("p.vlpr"), 1), (Names{"a.txt I", "c d.dat I", "e.dat I"}));
-
+    Write("whole.txt", "\xEF\xBB\xBFin\\a.txt\r\n  in/c d.dat\t\r\nin/sub/*.exe");
     Write("torn.txt", std::string("in/a.txt\n\nin/nope\na\0b\n", 22) + std::string(5000, 'x') +
                           "\nin/*.none\nin/a.txt\nin/sub\n");
-    expectSilent({"/FH", "q.vlso", "A\\B"});  // an ISO+ project has the ISO view alone
-    EXPECT_EQ(run({"/I", "q.vlso", "$torn.txt"}), 3);
-    EXPECT_EQ(itemsOf(opened("q.vlso", ProjectMode::IsoPlus), 1),
-              (Names{"A I", "a.txt I", "sub I"}));
-    for (const char* told : {"torn.txt, line 2: it is empty", "in/nope: it names no",
-                             "torn.txt, line 4: it is no text", "torn.txt, line 5: it is longer",
-                             "*.none: it names no"})
-        EXPECT_NE(err_.find(told), std::string::npos) << told << "\n" << err_;
+    play(R"(
+0 /F p.vlpr A\B
+out
+none p.BAK
+0 /FH p.vlpr H
+0 -fi p.vlpr A/I
+0 /IH p.vlpr in/a.txt
+0 /II p.vlpr in/sub
+0 /I p.vlpr in
+items p.vlpr 1 => A IH, H H, a.txt H, in IH, sub I
+items p.vlpr 18 => B IH, I I
+# Questions are answered with yes, and what is there already is no failure.
+types
+0 /I q.vlpr more/*
+0 /I q.vlpr more/*
+out
+0 /II q.vlpr $whole.txt
+items q.vlpr 1 => a.txt I, b.exe I, c d.dat I, )" +
+         tooLong + R"( IH
+# An ISO+ project has the ISO view alone.
+0 /FH q.vlso A\B
+3 /I q.vlso $torn.txt => torn.txt, line 2: it is empty
+says => in/nope: it names no
+says => torn.txt, line 4: it is no text
+says => torn.txt, line 5: it is longer
+says => *.none: it names no
+items q.vlso 1 => A I, a.txt I, sub I
+)");
 }
 
 TEST_F(BatchTest, LabelsOfOneSideOrBoth) {
-    expectSilent({"/L", "p.vlpr", "Both"});
-    expectSilent({"/LH", "p.vlpr", "\xC3\xA9t\xC3\xA9"});
-    EXPECT_EQ(opened("p.vlpr").header().isoLabel(), "Both");
-    EXPECT_EQ(opened("p.vlpr").header().hfsLabel(), "\x8Et\x8E") << "MacRoman";
-    expectSilent({"/LI", "p.vlpr", "Other"});
-    EXPECT_EQ(opened("p.vlpr").header().isoLabel(), "Other");
-    EXPECT_EQ(opened("p.vlpr").header().hfsLabel(), "\x8Et\x8E");
-    expectSilent({"/L", "q.vlso", "One"});
-    EXPECT_EQ(opened("q.vlso", ProjectMode::IsoPlus).header().isoLabel(), "One");
+    const auto labels = [](const std::string& path) {
+        const ProjectFile project = opened(path);
+        return std::string(project.header().isoLabel()) + "|" +
+               std::string(project.header().hfsLabel());
+    };
+    play("0 /L p.vlpr Both\n0 /LH p.vlpr \u00E9t\u00E9\n0 /L q.vlso One");
+    EXPECT_EQ(labels("p.vlpr"), "Both|\x8Et\x8E") << "MacRoman";
+    play("0 /LI p.vlpr Other");
+    EXPECT_EQ(labels("p.vlpr"), "Other|\x8Et\x8E");
+    EXPECT_TRUE(labels("q.vlso").starts_with("One|"));
 }
 
 TEST_F(BatchTest, TheImageTakesTheNameOfTheProjectAndReplacesAnOlderOne) {
-    const struct {
-        const char* option;
-        const char* sides;
-    } cases[] = {{"/C", "IM"}, {"-CI", "I"}, {"\\ch", "M"}};
-    expectSilent({"/I", "p.vlpr", "in/*"});
-    std::uint64_t hybridBytes = 0;
-    for (const auto& c : cases) {
-        Write("p.ISO", "an older image");
-        expectSilent({c.option, "p.vlpr"});
-        EXPECT_EQ(SidesOf("p.ISO"), c.sides) << c.option;
-        EXPECT_EQ(CountIn("p.ISO", "contents of a"), 1) << c.option;
-        if (hybridBytes == 0)
-            hybridBytes = fs::file_size("p.ISO");
-    }
-    EXPECT_EQ(disk().size(), 6u) << "in and its three, p.vlpr, p.ISO: no tables are left";
-    EXPECT_EQ(run({"build", "p.vlpr", "-o", "x.iso"}), 0) << err_;
-    EXPECT_EQ(fs::file_size("x.iso"), hybridBytes) << "no postgap in a batch build either";
+    play(R"(
+0 /I p.vlpr in/*
+file p.ISO => an older image
+0 /C p.vlpr
+out
+sides p.ISO => IM
+0 -CI p.vlpr
+sides p.ISO => I
+0 \ch p.vlpr
+sides p.ISO => M
+has p.ISO 1 => contents of a
+0 /C p.vlpr
+0 build p.vlpr -o x.iso
+)");
+    EXPECT_EQ(disk().size(), 7u) << "in and its three, p.vlpr and two images: no tables are left";
+    EXPECT_EQ(fs::file_size("x.iso"), fs::file_size("p.ISO")) << "no postgap in a batch build";
 }
 
 TEST_F(BatchTest, AFailureNamesTheOptionAndChangesNothing) {
-    expectSilent({"/L", "p.vlpr", "P"});
-    expectSilent({"/I", "p.vlpr", "in"});
-    expectSilent({"/L", "q.vlso", "Q"});
-    expectSilent({"/L", "empty.vlpr", "E"});
-    Write("p2.vlpr", "no project");
-    Write("p2.lines", "\n");
-    Write("x.ISO", test::Bytes("p.vlpr"));
-    fs::create_directories("full.ISO");
-    fs::copy_file("p.vlpr", "full.vlpr");
-    const struct {
-        std::vector<std::string> line;
-        const char* inErrors;
-    } cases[] = {
-        {{"/C"}, "/C needs a project."},
-        {{"/C", "nope.vlpr"}, "Error opening file nope.vlpr"},
-        {{"/C", "p2.vlpr"}, "not recognized as a project file"},
-        {{"/C", "empty.vlpr"}, "contains no files"},
-        {{"/C", "x.ISO"}, "would replace its own project"},
-        {{"/C", "full.vlpr"}, "full.ISO names a folder"},
-        {{"/C", "q.vlso"}, "/C is not managed"},
-        {{"/CJ", "p.vlpr"}, "/CJ is not managed"},
-        {{"/C/", "p.vlpr"}, "/C/ is not managed"},
-        {{"/R", "nope.vlpr"}, "Error opening file nope.vlpr"},
-        {{"/RH", "p.vlpr"}, "/RH is not managed"},
-        {{"/RJ", "p.vlpr"}, "/RJ needs a project and an argument."},
-        {{"/RJ", "p.vlpr", "p.vlpr"}, "works on that file itself"},
-        {{"/RJ", "p.vlpr", "nope/log"}, "Error opening file nope/log"},
-        {{"/H", "a", "b"}, "/H is not managed"},
-        {{"/DC", "a", "b"}, "/DC is not managed"},
-        {{"/F", "p.vlpr"}, "/F needs a project and an argument."},
-        {{"/F", "p.vlpr", "A\\..\\B"}, "\"..\" cannot be made"},
-        {{"/F", "p2.vlpr", "A"}, "not recognized as a project file"},
-        {{"/F", "new.txt", "A"}, "new.txt is not there"},
-        {{"/F", "nope/new.vlpr", "A"}, "there is no folder nope"},
-        {{"/I", "p.vlpr", "nope"}, "nope names no file"},
-        {{"/I", "new.vlpr", "nope"}, "nope names no file"},
-        {{"/I", "p.vlpr", "$list"}, "The list list cannot be read: No such file"},
-        {{"/I", "p.vlpr", "$in"}, "The list in cannot be read: it is no file"},
-        {{"/I", "p.vlpr", "$p2.lines"}, "p2.lines names nothing"},
-        {{"/I", "p.vlpr", "in/a.txt", "in/sub"}, "a pattern stands in quotes"},
-        {{"/L", "p.vlpr", ""}, "takes 1 to 27"},
-        {{"/L", "new.vlpr", "1234567890123456789012345678"}, "HFS takes 1 to 27"},
-        {{"/L", "q.vlso", "123456789012345678901234567890123"}, "ISO 9660 takes 1 to 32"},
-        {{"/CH", "q.vlso"}, "An ISO+ project is built into one kind of image."},
-    };
-    const Disk before = disk();
-    for (const auto& c : cases) {
-        EXPECT_EQ(run(c.line), 1) << c.inErrors;
-        EXPECT_NE(err_.find(c.inErrors), std::string::npos) << c.inErrors << err_;
-        EXPECT_NE(err_.find("The file " + c.line[0] + " is not managed by Vellmark."),
-                  std::string::npos)
-            << err_;
-        EXPECT_EQ(out_, "");
-        EXPECT_EQ(disk(), before) << c.inErrors;
-    }
+    play(R"(
+0 /L p.vlpr P
+0 /I p.vlpr in
+0 /L q.vlso Q
+0 /L empty.vlpr E
+0 /L x.ISO.vlpr X
+move x.ISO.vlpr x.ISO
+0 /L full.vlpr E
+0 /I full.vlpr in
+folder full.ISO
+file p2.vlpr => no project
+file lines => \n
+1 /C => /C needs a project.
+says => The file /C is not managed by Vellmark.
+1 /C nope.vlpr => Error opening file nope.vlpr
+1 /C p2.vlpr => not recognized as a project file
+1 /C empty.vlpr => contains no files
+1 /C x.ISO => would replace its own project
+1 /C full.vlpr => full.ISO names a folder
+1 /C q.vlso => /C is not managed
+1 /CJ p.vlpr => /CJ is not managed
+1 /C/ p.vlpr => /C/ is not managed
+1 /R nope.vlpr => Error opening file nope.vlpr
+1 /RH p.vlpr => /RH is not managed
+1 /RJ p.vlpr => /RJ needs a project and an argument.
+1 /RJ p.vlpr p.vlpr => works on that file itself
+1 /RJ p.vlpr nope/log => Error opening file nope/log
+1 /H a b => /H is not managed
+1 /DC a b => /DC is not managed
+1 /F p.vlpr => /F needs a project and an argument.
+1 /F p.vlpr A\..\B => ".." cannot be made
+1 /F p2.vlpr A => not recognized as a project file
+1 /F new.txt A => new.txt is not there
+1 /F nope/new.vlpr A => there is no folder nope
+1 /I p.vlpr nope => nope names no file
+1 /I new.vlpr nope => nope names no file
+1 /I p.vlpr $list => The list list cannot be read: No such file
+1 /I p.vlpr $in => The list in cannot be read: it is no file
+1 /I p.vlpr $lines => lines names nothing
+1 /I p.vlpr in/a.txt in/sub => a pattern stands in quotes
+1 /L p.vlpr '' => takes 1 to 27
+1 /L new.vlpr 1234567890123456789012345678 => HFS takes 1 to 27
+1 /L q.vlso 123456789012345678901234567890123 => ISO 9660 takes 1 to 32
+1 /CH q.vlso => An ISO+ project is built into one kind of image.
+)");
 }
 
-TEST_F(BatchTest, ASecondInstanceEndsAtOnceAndVerbsDoNotMind) {
-    const InstanceLock other(lockFolder_);
-    ASSERT_EQ(other.state(), InstanceLock::State::Taken) << other.reason().words(Language::English);
-    const Disk before = disk();
-    for (const char* option : {"/L", "/Z"}) {
-        EXPECT_EQ(run({option, "p.vlpr", "x"}), 1);
-        EXPECT_EQ(err_, "vellmark: One instance of Vellmark already running. Closing...\n");
-        EXPECT_EQ(disk(), before);
-    }
-    EXPECT_EQ(run({"new", "p.vlpr"}), 0) << err_;
-}
-
-TEST_F(BatchTest, TheSystemReleasesTheLockOfAProcessThatDies) {
+TEST_F(BatchTest, ALockLetsOneInstanceWorkAndDiesWithItsProcess) {
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
     const pid_t child = ::fork();
@@ -221,46 +178,42 @@ TEST_F(BatchTest, TheSystemReleasesTheLockOfAProcessThatDies) {
             ::pause();
         ::_exit(0);
     }
-    ASSERT_GT(child, 0);
     char taken = 0;
     EXPECT_EQ(::read(ready[0], &taken, 1), 1);
     EXPECT_EQ(taken, '1');
-    EXPECT_EQ(InstanceLock(lockFolder_).state(), InstanceLock::State::Busy);
+    play(R"(
+1 /L p.vlpr x => One instance of Vellmark already running. Closing...
+1 /Z p.vlpr x => One instance
+0 new p.vlpr
+)");
+    ASSERT_GT(child, 0);
     ::kill(child, SIGKILL);
     ASSERT_EQ(::waitpid(child, nullptr, 0), child);
-    EXPECT_EQ(InstanceLock(lockFolder_).state(), InstanceLock::State::Taken);
+    play("0 /L p.vlpr x");
     ::close(ready[0]);
     ::close(ready[1]);
 }
 
 TEST_F(BatchTest, ALockThatOthersCouldTakeAwayIsNone) {
-    const Disk before = disk();
+    const std::string lock = lockFolder_;
     const std::string open = (root() / "open").string();
     fs::create_directories(open);
     fs::permissions(open, fs::perms::all);
-    lockFolder_ = open;
-    EXPECT_EQ(run({"/L", "p.vlpr", "x"}), 1);
-    EXPECT_NE(err_.find("does not belong to this user alone"), std::string::npos) << err_;
-    lockFolder_ = open + "/nope/deep";
-    EXPECT_EQ(run({"/L", "p.vlpr", "x"}), 1);
-    EXPECT_NE(err_.find("No such file or directory"), std::string::npos) << err_;
-    EXPECT_EQ(disk(), before);
-    lockFolder_ = open + "/made";
-    expectSilent({"/L", "p.vlpr", "x"});
-    EXPECT_TRUE(IsPrivateFolder(lockFolder_));
-}
-
-TEST_F(SessionTest, TheRuntimeFolderIsPrivateOrAnotherOne) {
+    for (const auto& [folder, line] : std::map<std::string, std::string>{
+             {open, "1 /L p.vlpr x => does not belong to this user alone"},
+             {open + "/nope/deep", "1 /L p.vlpr x => No such file or directory"},
+             {open + "/made", "0 /L p.vlpr x"}}) {
+        lockFolder_ = folder;
+        play(line);
+    }
+    EXPECT_TRUE(IsPrivateFolder(open + "/made"));
+    // The folder that the system gives to a user, or another one.
     const std::string fallback = "/t/vellmark-" + std::to_string(::geteuid());
-    const std::string lock = (root() / "lock").string();
-    EXPECT_EQ(RuntimeFolder(lock, "/t"), lock);
-    EXPECT_EQ(RuntimeFolder("", "/t"), fallback);
-    EXPECT_EQ(RuntimeFolder("lock", "/t"), fallback) << "no absolute path";
-    EXPECT_EQ(RuntimeFolder(lock + "/nope", "/t"), fallback);
     fs::create_symlink(lock, root() / "link");
-    EXPECT_EQ(RuntimeFolder((root() / "link").string(), "/t"), fallback);
-    fs::permissions(lock, fs::perms::owner_all | fs::perms::others_write);
-    EXPECT_EQ(RuntimeFolder(lock, "/t"), fallback);
+    EXPECT_EQ(RuntimeFolder(lock, "/t"), lock);
+    for (const std::string& other :
+         {std::string(), std::string("lock"), lock + "/nope", (root() / "link").string(), open})
+        EXPECT_EQ(RuntimeFolder(other, "/t"), fallback) << other;
 }
 
 }  // namespace

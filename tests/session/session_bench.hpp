@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -15,15 +14,19 @@
 #include <vector>
 
 #include "project/project_file.hpp"
+#include "session/file_modes.hpp"
 #include "session/program.hpp"
 #include "session/terminal.hpp"
 #include "support/pc_file.hpp"
 
 namespace vellmark::test {
 
+using Names = std::vector<std::string>;
+
 inline std::string Bytes(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
 inline void Write(const std::filesystem::path& path, std::string_view bytes) {
@@ -35,8 +38,8 @@ inline void Write(const std::filesystem::path& path, std::string_view bytes) {
 }
 
 /// The parts of a text between separators; empty ones are left out.
-inline std::vector<std::string> Split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
+inline Names Split(const std::string& text, char separator) {
+    Names parts;
     std::istringstream in(text);
     for (std::string part; std::getline(in, part, separator);)
         if (!part.empty())
@@ -60,17 +63,17 @@ class SessionTest : public testing::Test {
     [[nodiscard]] std::filesystem::path root() const { return folder_.path(); }
 
     /// Runs a command line and keeps what it wrote.
-    int run(const std::vector<std::string>& arguments) {
+    int run(const Names& arguments) {
         std::istringstream input(typed_);
         return runWith(input, arguments);
     }
-    int runWith(std::istream& input, const std::vector<std::string>& arguments) {
+    int runWith(std::istream& input, const Names& arguments) {
         std::ostringstream output;
         std::ostringstream errors;
         CommandContext context{.input = input,
-                               .output = output,
+                               .output = output_ != nullptr ? *output_ : output,
                                .errors = errors,
-                               .clock = clock_,
+                               .clock = *now_,
                                .asks = asks_,
                                .lockFolder = lockFolder_,
                                .settings = &settings_,
@@ -82,45 +85,38 @@ class SessionTest : public testing::Test {
         return status;
     }
 
-    /// All files below the current folder with their bytes; folders end in `/`.
-    [[nodiscard]] static Disk disk() {
+    /// All files below a folder with their bytes, paths from there; folders end in `/`.
+    [[nodiscard]] static Disk disk(const std::filesystem::path& folder = ".") {
         Disk disk;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator("."))
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+            const std::string path = entry.path().lexically_relative(folder).string();
             if (entry.is_directory())
-                disk[entry.path().string() + "/"] = "";
+                disk[path + "/"] = "";
             else
-                disk[entry.path().string()] = Bytes(entry.path());
+                disk[path] = entry.is_regular_file() ? Bytes(entry.path()) : "";
+        }
         return disk;
     }
 
     /// The project as its file holds it.
-    static ProjectFile opened(const std::string& path, ProjectMode mode = ProjectMode::Hybrid) {
+    static ProjectFile opened(const std::string& path) {
         std::istringstream input;
-        std::ostringstream output;
         std::ostringstream errors;
         const FixedClock clock{0};
-        CommandContext context{input, output, errors, clock};
+        CommandContext context{input, errors, errors, clock};
         Terminal terminal(context, {});
         std::optional<ProjectFile> project;
-        EXPECT_EQ(ProjectFile::Open(path, mode, terminal.messages, project), ProjectOpened::Opened)
+        EXPECT_EQ(ProjectFile::Open(path, ProjectModeOf(path), terminal.messages, project),
+                  ProjectOpened::Opened)
             << errors.str();
-        return project ? std::move(*project) : ProjectFile::Create(path, mode, {});
-    }
-    /// Source names of a folder's items, each with the views it is in: `a.txt IH`.
-    static std::vector<std::string> itemsOf(const ProjectFile& project, std::int32_t folder) {
-        std::vector<std::string> items;
-        for (const ProjectRecord& record : project.childrenOf(folder))
-            items.push_back(std::string(record.sourceName()) + " " +
-                            (record.isoInclusion() ? "I" : "") +
-                            (record.hfsInclusion() ? "H" : ""));
-        return items;
+        return project ? std::move(*project) : ProjectFile::Create(path, ProjectMode::Hybrid, {});
     }
 
     std::string typed_;
     bool asks_ = false;
     MemorySettings settings_;
     std::string locale_;
-    std::vector<std::string> shippedSignatures_;
+    Names shippedSignatures_;
     std::string out_;
     std::string err_;
 
@@ -130,32 +126,9 @@ class SessionTest : public testing::Test {
 
   protected:
     FixedClock clock_{1'000'000'000};
+    const Clock* now_ = &clock_;
+    std::ostream* output_ = nullptr;  ///< where results go; null for `out_`
     std::string lockFolder_ = (root() / "lock").string();
 };
-
-using Names = std::vector<std::string>;
-
-/// Which sides an image has, by the signatures at their places: `I` for the descriptor of ISO 9660
-/// in sector 16, `M` for the driver descriptor of Macintosh media at the start.
-inline std::string SidesOf(const std::string& path) {
-    const std::string image = Bytes(path);
-    std::string sides;
-    if (image.size() > 32774 && image.substr(32768, 6) ==
-                                    "\x01"
-                                    "CD001")
-        sides += 'I';
-    if (image.starts_with("ER"))
-        sides += 'M';
-    return sides;
-}
-
-/// How often a text stands in a file.
-inline int CountIn(const std::string& path, std::string_view text) {
-    const std::string bytes = Bytes(path);
-    int count = 0;
-    for (std::size_t at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1))
-        ++count;
-    return count;
-}
 
 }  // namespace vellmark::test

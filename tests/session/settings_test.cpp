@@ -1,7 +1,7 @@
 // What stands in for a setting that is missing or wrong, what is kept, and the file it is kept in.
 #include "session/settings.hpp"
 
-#include "session/session_bench.hpp"
+#include "session/run_script.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
 #include "session/user_options.hpp"
@@ -11,43 +11,34 @@ namespace {
 
 using test::Bytes;
 using test::Names;
-using test::SessionTest;
 using test::Write;
 
-TEST(Settings, AWindowOutsideTheScreenIsPutBack) {
-    const struct {
-        const char* kept;
-        WindowPlace place;
-    } cases[] = {{"", {50, 50, 700, 450, 120}},
-                 {"3000,2001,2001,-1,100", {50, 50, 750, 500, 100}},
-                 {"2500,2000,2000,2000,1000", {2500, 2000, 2000, 2000, 1000}},
-                 {"0,0,0,0,-1", {50, 50, 0, 0, 120}},
-                 {"60,60,700,400,400", {60, 60, 700, 400, 120}},
-                 {"x,,99999999999", {50, 50, 750, 450, 120}},
-                 {"1,2,3,4,1,6,7", {1, 2, 3, 4, 1}}};
-    for (const auto& c : cases) {
-        MemorySettings store;
-        store.write("Rect", c.kept);
-        EXPECT_EQ(LoadSettings(store).window, c.place) << c.kept;
-    }
-}
+class SettingsTest : public test::ScriptTest {};
 
-TEST(Settings, AValueThatIsWrongHasItsDefault) {
+TEST(Settings, AValueThatIsWrongHasItsDefaultAndAWindowIsOnTheScreen) {
+    const std::map<std::string, WindowPlace> places = {
+        {"", {50, 50, 700, 450, 120}},
+        {"3000,2001,2001,-1,100", {50, 50, 750, 500, 100}},
+        {"2500,2000,2000,2000,1000", {2500, 2000, 2000, 2000, 1000}},
+        {"0,0,0,0,-1", {50, 50, 0, 0, 120}},
+        {"60,60,700,400,400", {60, 60, 700, 400, 120}},
+        {"x,,99999999999", {50, 50, 750, 450, 120}},
+        {"1,2,3,4,1,6,7", {1, 2, 3, 4, 1}}};
     MemorySettings store;
+    for (const auto& [kept, place] : places) {
+        store.write("Rect", kept);
+        EXPECT_EQ(LoadSettings(store).window, place) << kept;
+    }
     for (const char* bad : {"", "x", "-1", "12x", "99999999999"}) {
-        for (const char* name :
-             {"Options", "VL-Options", "szProj", "szIsop", "Corps", "Col", "Ext"})
+        for (const char* name : {"Options", "VL-Options", "szProj", "szIsop", "Corps", "Ext"})
             store.write(name, bad);
         const Settings settings = LoadSettings(store);
-        EXPECT_EQ(settings.options, 0u) << bad;
-        EXPECT_EQ(settings.vlOptions, 0u) << bad;
+        EXPECT_EQ(settings.options + settings.vlOptions, 0u) << bad;
         EXPECT_EQ(settings.projectSizeMb, 700) << bad;
         EXPECT_EQ(settings.viewerFontPoints, 8) << bad;
-        EXPECT_EQ(settings.extension.empty(), false) << bad;
+        EXPECT_FALSE(settings.extension.empty()) << bad;
     }
-    store.write("Ext", "\u00e4bcdef");
-    store.write("Col", "1,x,0,4,5,6,7,8,9");
-    store.write("Lang", "7");
+    store.values = {{"Ext", "\u00e4bcdef"}, {"Col", "1,x,0,4,5,6,7,8,9"}, {"Lang", "7"}};
     const Settings settings = LoadSettings(store);
     EXPECT_EQ(settings.extension, "\u00e4bcd") << "four characters, not bytes";
     EXPECT_EQ(settings.columns, (ColumnWidths{1, 90, 0, 4, 5, 6, 7}));
@@ -61,32 +52,29 @@ TEST(Settings, TheModeIsKeptOnlyWhenThatIsWanted) {
             Settings settings;
             settings.vlOptions = options;
             SaveSettings(settings, mode, store);
-            const Settings read = LoadSettings(store);
             const bool keeps = (options & 1) != 0;
             const std::uint32_t bits = keeps ? static_cast<std::uint32_t>(mode) * 64 : 0;
             EXPECT_EQ(store.read("VL-Options"), std::to_string((options & ~192u) | bits));
-            EXPECT_EQ(read.startMode(), keeps ? mode : FileMode::Project);
-            EXPECT_FALSE(store.read("Lang")) << "never chosen";
-            EXPECT_FALSE(store.read("Journal")) << "no journal is opened";
+            EXPECT_EQ(LoadSettings(store).startMode(), keeps ? mode : FileMode::Project);
+            EXPECT_FALSE(store.read("Lang") || store.read("Journal")) << "never chosen";
         }
     Settings settings;
     settings.vlOptions = 1 | 192;
     EXPECT_EQ(settings.startMode(), FileMode::Project) << "there is no fourth mode";
 }
 
-TEST(Settings, FiveDocumentsOfAModeAreRememberedNewestFirst) {
+TEST(Settings, FiveDocumentsOfAModeAndTheFoldersAreRemembered) {
     MemorySettings store;
     for (const char* path : {"a", "b", "c", "b", "d", "e", "f"})
         NoteRecentFile(path, FileMode::Partition, store);
-    EXPECT_EQ(RecentFiles(store, FileMode::Partition),
-              (std::vector<std::string>{"f", "e", "d", "b", "c"}));
+    EXPECT_EQ(RecentFiles(store, FileMode::Partition), (Names{"f", "e", "d", "b", "c"}));
     EXPECT_TRUE(RecentFiles(store, FileMode::Project).empty());
     KeepFolderOf("/home/a/b.iso", setting::kCopyFolder, store);
     EXPECT_EQ(KeptFolder(store, "Reper", "/else"), "/home/a/");
     EXPECT_EQ(KeptFolder(store, "DProj", "/else"), "/else/");
 }
 
-TEST_F(SessionTest, TheSettingsFileKeepsEveryValueAndEveryLineItDoesNotKnow) {
+TEST_F(SettingsTest, TheFileKeepsEveryValueAndEveryLineItDoesNotKnow) {
     const std::string path = "made/for/it/settings";
     SettingsFile file(path);
     EXPECT_FALSE(file.read("Ext"));
@@ -102,10 +90,8 @@ TEST_F(SessionTest, TheSettingsFileKeepsEveryValueAndEveryLineItDoesNotKnow) {
               "# mine\nExt=C:\\\\new\\nline\\r = \\\\n\nJoker=x=y\nExtra=1\nWithout\n");
     Write(path, "Sign=C:\\temp\\");
     EXPECT_EQ(file.read("Sign"), "C:\\temp\\") << "typed by hand";
-
-    std::filesystem::create_directory("folder");
-    EXPECT_FALSE(SettingsFile("folder").read("Ext"));
     // What cannot be kept says where and why.
+    std::filesystem::create_directory("folder");
     for (const auto& [where, why] : std::map<std::string, std::string>{
              {"folder", "folder: it is no file of settings"},
              {path + "/below", path + "/below cannot be written: Not a directory"},
@@ -116,7 +102,7 @@ TEST_F(SessionTest, TheSettingsFileKeepsEveryValueAndEveryLineItDoesNotKnow) {
     EXPECT_EQ(SettingsPath("", ""), "");
 }
 
-TEST_F(SessionTest, EachBitHasItsNameAndTheOthersStay) {
+TEST_F(SettingsTest, TheVerbGivesEachBitItsNameAndTheOthersStay) {
     const struct {
         const char *name, *value, *otherwise, *key;
         unsigned bits;
@@ -143,22 +129,32 @@ TEST_F(SessionTest, EachBitHasItsNameAndTheOthersStay) {
     constexpr unsigned kForeign = 1u << 20;
     for (const auto& row : rows) {
         settings_.values = {{row.key, std::to_string(kForeign)}};
-        EXPECT_EQ(run({"config", "get", row.name}), 0);
-        EXPECT_EQ(out_, std::string(row.otherwise) + "\n") << row.name;
-        EXPECT_EQ(run({"config", "set", row.name, row.value}), 0) << err_;
-        EXPECT_EQ(settings_.read(row.key), std::to_string(kForeign | row.bits)) << row.name;
-        EXPECT_EQ(run({"config", "get", row.name}), 0);
-        EXPECT_EQ(out_, std::string(row.value) + "\n") << row.name;
+        const std::string name = row.name;
+        play("0 config get " + name + "\nout => " + row.otherwise + "\\n");
+        play("0 config set " + name + " " + row.value);
+        EXPECT_EQ(settings_.read(row.key), std::to_string(kForeign | row.bits)) << name;
+        play("0 config get " + name + "\nout => " + row.value + "\\n");
     }
+    play(R"(
+2 config set naming upper => naming
+2 config set extension five5 => five5
+2 config set colour red => colour
+2 config set naming => a name and a value
+0 config set extension hqx
+0 config set journal j.log
+0 config set delete-silently on
+0 config set delete-silently off
+0 config => extension        hqx
+)");
+    EXPECT_EQ(settings_.read("Journal"), std::filesystem::current_path() / "j.log");
+    EXPECT_EQ(settings_.read("Options"), "0");
 }
 
-TEST_F(SessionTest, TheSettingsOfProjectsActInVerbsAndBatchCommands) {
+TEST_F(SettingsTest, TheSettingsOfProjectsActInVerbsAndBatchCommands) {
     Write("in/" + std::string(70, 'n'), "x");
-    for (const unsigned bits : {0u, 2u | 4 | 8 | 16 | 512}) {
-        settings_.values = {{"VL-Options", std::to_string(bits)}, {"Lang", "1"}};
-        const bool isSet = bits != 0;
-        ASSERT_EQ(run({"new", "new.vlpr"}), 0) << err_;
-        ASSERT_EQ(run({"/F", "batch.vlpr", "folder"}), 0) << err_;
+    for (const bool isSet : {false, true}) {
+        settings_.values = {{"VL-Options", isSet ? "542" : "0"}, {"Lang", "1"}};
+        play("0 new new.vlpr\n0 /F batch.vlpr folder");
         for (const char* path : {"new.vlpr", "batch.vlpr"}) {
             const ProjectFile project = opened(path);
             EXPECT_EQ(project.header().openRoot(), isSet) << path;
@@ -166,74 +162,31 @@ TEST_F(SessionTest, TheSettingsOfProjectsActInVerbsAndBatchCommands) {
             EXPECT_EQ(project.header().rebuildBeforeCompile(), isSet) << path;
             EXPECT_EQ(project.header().isoLabel(), "Sans titre") << path;
         }
-        asks_ = true;
-        EXPECT_EQ(run({"add", "new.vlpr", "in"}), 0) << err_;
-        EXPECT_EQ(err_.find("trop long") == std::string::npos, isSet)
-            << "shortened unasked: " << err_;
-        asks_ = false;
+        play("types\n0! add new.vlpr in\nnobody");
+        EXPECT_EQ(err_.find("trop long") == std::string::npos, isSet) << "shortened unasked";
         EXPECT_NE(std::filesystem::exists("new.BAK"), isSet);
-        EXPECT_EQ(run({"make", "in", "-o", "x.iso", "-f"}), 0) << err_;
-        EXPECT_NE(out_.find(isSet ? "HFS+," : "HFS,"), std::string::npos) << out_;
-        EXPECT_EQ(run({"make", "in", "-o", "x.iso", "-f", "--hfs"}), 0) << err_;
-        EXPECT_NE(out_.find("HFS,"), std::string::npos) << out_;
-        EXPECT_EQ(run({"new", "x.vlpr", "--hfs", "--hfsplus"}), 2);
-        std::filesystem::remove_all("new.vlpr");
-        std::filesystem::remove_all("new.BAK");
-        std::filesystem::remove_all("batch.vlpr");
+        play("0! make in -o x.iso -f\nshows => " + std::string(isSet ? "HFS+," : "HFS,"));
+        play("0! make in -o x.iso -f --hfs\nshows => HFS,\nremove new.vlpr\nremove batch.vlpr");
+        std::filesystem::remove("new.BAK");
     }
-}
-
-TEST_F(SessionTest, FilesKeepTheirNamesUntilAnotherNamingIsChosen) {
-    Write("in/note", "x");
-    ASSERT_EQ(run({"make", "in", "-o", "x.iso"}), 0) << err_;
-    for (const auto& [options, name] : std::map<std::string, std::string>{
-             {"0", "note"}, {"1024", "note"}, {"1", "note.TXT"}, {"6", "note.TXT"}}) {
-        settings_.values = {{"Options", options}};
-        EXPECT_EQ(run({"get", "x.iso", "note", "-o", "."}), 0) << err_;
-        EXPECT_TRUE(std::filesystem::remove(name)) << options;
-    }
+    // The first run writes the extension and nothing else, and help writes nothing.
+    settings_.values.clear();
+    play("0 --help");
+    EXPECT_TRUE(settings_.values.empty());
+    play("0 sig a");
+    EXPECT_EQ(settings_.values, (decltype(settings_.values){{"Ext", "TXT"}}));
 }
 
 // Nobody who could be asked: no file is lost, and of two names that are cut alike none is left out.
-TEST_F(SessionTest, CopiesAreAskedAboutWhereSomebodyIsThere) {
+TEST_F(SettingsTest, CopiesAreAskedAboutWhereSomebodyIsThere) {
+    std::istringstream input;
+    std::ostringstream output;
     for (const bool asks : {false, true}) {
-        std::istringstream input;
-        std::ostringstream output;
-        const CommandContext context{input, output, output, clock_, asks};
-        EXPECT_EQ(CopyOutOptionsOf(context).existing,
-                  asks ? ExistingFiles::Ask : ExistingFiles::Keep);
-        const CopyInOptions in = CopyInOptionsOf(context);
+        const CopyInOptions in = CopyInOptionsOf({input, output, output, clock_, asks});
         EXPECT_EQ(in.existing, asks ? ExistingFiles::Ask : ExistingFiles::Keep);
         EXPECT_EQ(in.truncation.addsCrc, !asks);
         EXPECT_EQ(in.truncation.asks, asks);
     }
-}
-
-TEST_F(SessionTest, TheVerbChangesOneSettingAndRefusesWhatNoneCanBe) {
-    settings_.values = {{"Options", "1280"}};
-    const struct {
-        Names arguments;
-        int status;
-        const char* key;
-        std::string kept;
-    } cases[] = {{{"delete-silently", "off"}, 0, "Options", "256"},
-                 {{"naming", "upper"}, 2, "Options", "256"},
-                 {{"extension", "hqx"}, 0, "Ext", "hqx"},
-                 {{"extension", "five5"}, 2, "Ext", "hqx"},
-                 {{"colour", "red"}, 2, "Ext", "hqx"},
-                 {{"naming"}, 2, "Options", "256"},
-                 {{"language", "fr"}, 0, "Lang", "1"},
-                 {{"journal", "j.log"}, 0, "Journal", std::filesystem::current_path() / "j.log"},
-                 {{"journal", ""}, 0, "Journal", ""}};
-    for (const auto& c : cases) {
-        Names arguments = {"config", "set"};
-        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-        EXPECT_EQ(run(arguments), c.status) << c.arguments.back() << err_;
-        EXPECT_EQ(settings_.read(c.key), c.kept) << c.arguments.back();
-        EXPECT_EQ(err_.empty(), c.status == 0) << err_;
-    }
-    EXPECT_EQ(run({"config"}), 0);
-    EXPECT_NE(out_.find("extension        hqx "), std::string::npos) << out_;
 }
 
 }  // namespace

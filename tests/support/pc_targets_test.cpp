@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "support/sentences.hpp"
 
@@ -15,24 +14,18 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(SafePcName, NoNameLeavesItsFolder) {
-    const struct {
-        std::string name;
-        std::string safe;
-    } cases[] = {{"", "_"},
-                 {".", "_"},
-                 {"..", "__"},
-                 {"...", "..."},
-                 {"../../etc/passwd", ".._.._etc_passwd"},
-                 {"/", "_"},
-                 {std::string("\0\0x", 3), "__x"},
-                 {"Icon\r", "Icon\uF00D"},
-                 {"a\x1B[2J\x7F\u0085", "a\uF01B[2J__"},
-                 {"gpj\u202Eexe.\u200B", "gpj_exe._"},
-                 {"\xE2\x80\xFF", "\xE2\x80\xFF"},
-                 {"\u2764\uFE0F a\u200D", "\u2764\uFE0F a_"},
-                 {"a:b", "a:b"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(SafePcName(c.name), c.safe) << c.name;
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "_"},
+        {".", "_"},
+        {"..", "__"},
+        {"../../etc/passwd", ".._.._etc_passwd"},
+        {std::string("\0\0x", 3), "__x"},
+        {"a\x1B[2J\x7F\u0085", "a\uF01B[2J__"},
+        {"gpj\u202Eexe.\u200B", "gpj_exe._"},
+        {"\xE2\x80\xFF", "\xE2\x80\xFF"},
+        {"\u2764\uFE0F a\u200D:b", "\u2764\uFE0F a_:b"}};
+    for (const auto& [name, safe] : cases)
+        EXPECT_EQ(SafePcName(name), safe) << name;
 }
 
 // A second name that the folder takes for the first one: hard links stand for it here.
@@ -56,18 +49,11 @@ TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
     EXPECT_TRUE(targets.enter(folder + "/sub")) << "it came from another item";
 }
 
-std::string Contents(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 // A pair of files whose second one cannot get its name leaves the first as it was.
 TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
     const FillTarget fill = [](PcFile& file, PcFile* sidecar) {
-        const std::uint8_t byte = 'n';
-        return file.writeAt(0, {&byte, 1}) && sidecar != nullptr && sidecar->writeAt(0, {&byte, 1})
-                   ? Reason()
-                   : Reason::Plain("not written");
+        const bool isDone = file.setSize(1) && sidecar->setSize(1);
+        return isDone ? Reason() : Reason::Plain("not written");
     };
     for (const bool isOlderThere : {true, false}) {
         const TemporaryFolder folder;
@@ -76,11 +62,11 @@ TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
             std::ofstream(target.sidecar) << "older";
         fs::create_directories(target.path + "/in the way");
         EXPECT_NE(WritePcTarget(target, fill).error, 0);
-        EXPECT_EQ(Contents(target.sidecar), isOlderThere ? "older" : "");
         EXPECT_EQ(PcTargets::exists(target.sidecar), isOlderThere);
+        EXPECT_TRUE(!isOlderThere || fs::file_size(target.sidecar) == 5);
         fs::remove_all(target.path);
         EXPECT_FALSE(WritePcTarget(target, fill).problem);
-        EXPECT_EQ(Contents(target.path) + Contents(target.sidecar), "nn");
+        EXPECT_EQ(fs::file_size(target.path) + fs::file_size(target.sidecar), 2u);
         EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 2)
             << "no temporary file stays";
     }

@@ -1,0 +1,164 @@
+// The image that a verb opens: what is refused, what is asked about a compressed one, and what
+// comes back when a volume is closed.
+#include "reading/reading_bench.hpp"
+#include "session/volume_options.hpp"
+#include "volume/catalog_changes.hpp"
+#include "volume/opened_volume.hpp"
+
+// Behind the others, which know only one namespace called testing.
+#include "IO/disk_image_maker.hpp"
+
+namespace vellmark {
+namespace {
+
+using test::Bytes;
+using test::Write;
+
+class OpenedImage : public test::ReadingTest {
+  protected:
+    OpenedImage() {
+        play("0 format v.img --size 1 --label V -q");
+        plain_ = Bytes("v.img");
+    }
+    // The volume, opened for changes.
+    std::unique_ptr<ChangedVolume> change() {
+        return ChangedVolume::Open({"v.img"}, {}, terminal_.messages);
+    }
+    static std::string compressed(std::string plain) {
+        // Whole sectors, with the trailer of an image at their end.
+        plain.insert(plain.size() - 512, (512 - plain.size() % 512) % 512, '\0');
+        const testing::Bytes image =
+            testing::ImageMaker()
+                .table({testing::BlockOf(testing::kZlibBlock, testing::BytesOf(plain))})
+                .make();
+        return {image.begin(), image.end()};
+    }
+
+    std::string plain_;
+    std::istringstream input_;
+    std::ostringstream output_;
+    CommandContext context_{input_, output_, output_, clock_};
+    Terminal terminal_{context_, {}};
+};
+
+TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
+    // The volume alone, cut out of its partition.
+    const auto row = json({"info", "v.img"})["partitions"][0];
+    Write("bare.img", plain_.substr(row["startSector"].get<std::size_t>() * 512,
+                                    row["sectorCount"].get<std::size_t>() * 512));
+    play(R"(
+0 label bare.img
+1 mkdir bare.img a => bare.img cannot be changed. It is a bare volume
+says => --writable
+0 info bare.img => changes      It is a bare volume
+0 mkdir --writable bare.img a
+0 attr v.img / --locked yes
+1 mkdir v.img a => locked
+1 attr v.img / --set invisible => locked
+0 mkdir v.img --writable a
+1 mkdir v.img b => locked
+0 attr v.img / --locked no
+0 mkdir v.img b
+0 info v.img => partition [1] V (Type MacOS, size 1 MB): sector
+0 tree v.img --partition 1
+1 tree v.img --partition 2 => v.img: There is no partition 2; there are: [1] V
+1 info v.img --partition 2 => There is no partition 2
+1 get v.img / -p 2 => There is no partition 2
+)");
+}
+
+// Catches a count that wraps round, a full folder that is called a full catalog, and a warning for
+// each item.
+TEST_F(OpenedImage, AnHfsFolderTakesAsManyItemsAsItCanCount) {
+    play("0 mkdir v.img Full Other\nfile f => x\nfile g => x");
+    const std::string many = "more than 32,767 items";
+    const std::string full = "The folder has 65,535 items";
+    const struct {
+        std::int32_t more;
+        std::string line;
+        std::string told;
+    } cases[] = {{32'766, "0 mkdir v.img Full/a", ""},
+                 {0, "0! put v.img f g --to Full => ", many},
+                 {32'765, "0! mkdir v.img Full/b => ", many},
+                 {0, "1! mkdir v.img Full/c => ", full},
+                 {0, "1! mv v.img Other --to Full => ", full},
+                 {0, "1! put v.img bare --to Full -q => ", full},
+                 {0, "1! put v.img bare --to Full/d --parents -q => ", full},
+                 {0, "0 put v.img f --to Full --force -q", ""}};
+    Write("bare", "x");
+    for (const auto& c : cases) {
+        const auto opened = change();
+        std::optional<CatalogItem> folder;
+        ASSERT_EQ(FindPath(opened->volume(), "Full", clock_, folder), TreeResult::Done);
+        ASSERT_EQ(AddToValence(opened->volume(), c.more, folder->id), TreeResult::Done);
+        (void)opened->close(clock_);
+        play(c.line + c.told);
+        EXPECT_EQ(test::CountIn(err_, c.told.empty() ? "vellmark" : c.told),
+                  c.told.empty() ? 0 : 1);
+    }
+}
+
+TEST_F(OpenedImage, ClosingWritesBackAndTellsOfAFailureAndLettingGoDoesNot) {
+    ASSERT_TRUE(change());
+    EXPECT_TRUE(Bytes("v.img") == plain_) << "let go, not closed";
+    auto opened = change();
+    const auto at = static_cast<std::size_t>((opened->volume()->partitionStart + 2) * 512);
+    EXPECT_FALSE(opened->close(clock_));
+    const std::string after = Bytes("v.img");
+    EXPECT_EQ(after[at + 73], plain_[at + 73] + 1) << "count of writes";
+    EXPECT_EQ(after.size(), plain_.size());
+    const auto fail = [](VolumeContext& volume) {
+        std::vector<std::uint8_t> sector(kSectorBytes);
+        const std::uint64_t behind = volume.image->size() / kSectorBytes;
+        EXPECT_NE(ReadSectors(volume.transferSlot, behind, sector), 0);
+    };
+    opened = change();
+    fail(opened->volume());
+    EXPECT_NE(opened->close(clock_).words(Language::English).find("v.img"), std::string::npos);
+    const auto read = ReadVolume::Open({"v.img"}, {}, terminal_.messages);
+    fail(read->volume());
+    EXPECT_NE(read->close().words(Language::English).find("v.img"), std::string::npos);
+}
+
+TEST_F(OpenedImage, ACompressedOneIsExpandedAndKeptAsThePersonWants) {
+    const std::string image = compressed(plain_);
+    Write("d.dmg", image);
+    play(R"(
+types => n\n
+1! label d.dmg => Image d.dmg is compressed. Do you want to uncompress
+types
+1! label d.dmg => Do you want to uncompress
+types => y\nn\n
+0! label d.dmg => Do you want to save the uncompressed image?
+types => y\ny\n\n
+0! ls d.dmg => Name for d.img?
+types => y\ny\nd.img\n
+1! ls d.dmg => d.img exists already on the medium
+types => y\ny\nd.img\nn\nother\n
+0! ls d.dmg => Name for d.img?
+types => y\ny\nd.img\ny\n
+0! ls d.dmg => Do you want to overwrite it?
+types => y\ny\nd.dmg\n
+1! ls d.dmg => d.dmg is the compressed image itself
+types => y\ny\nother\ny\n
+0! label d.dmg New
+types => y\nn\n
+1! label d.dmg New => the verb expand makes a plain image
+nobody
+0 label other
+out => New\n
+)");
+    EXPECT_TRUE(Bytes("d.dmg") == image);
+    EXPECT_TRUE(Bytes("d.img") == plain_);
+    // What it holds is looked at again.
+    for (const auto& [plain, reason] : std::map<std::string, std::string>{
+             {"sprs" + std::string(4092, 'a'), "It is a sparse disk image"},
+             {image, "It is a compressed disk image"},
+             {std::string(4096, 'a'), "It holds no ISO 9660 tree"}}) {
+        Write("d.dmg", compressed(plain));
+        play("1 ls d.dmg => d.dmg: " + reason);
+    }
+}
+
+}  // namespace
+}  // namespace vellmark

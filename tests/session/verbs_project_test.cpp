@@ -1,0 +1,325 @@
+// Verbs that make, fill, check and build a project: what it holds afterwards, and that a failure
+// changes nothing.
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+
+#include "session/run_script.hpp"
+
+namespace vellmark {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Names;
+using test::Write;
+
+class ProjectVerbs : public test::ScriptTest {
+  protected:
+    ProjectVerbs() {
+        play(R"(
+file in/a.txt => a
+file in/sub/b.txt => b
+file c.exe => c
+0 new p.vlpr --label P
+)");
+    }
+};
+
+TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
+    const struct {
+        Names options;
+        bool isHfsPlus;
+        const char* label;
+    } cases[] = {{{"a.vlpr"}, false, "Untitled"},
+                 {{"b.vlpr", "--hfsplus"}, true, "Untitled"},
+                 {{"c.vlpr", "--label", "My disc"}, false, "My disc"},
+                 {{"e.vlso"}, false, "Untitled"},
+                 {{"no extension"}, false, "Untitled"}};
+    for (const auto& c : cases) {
+        Names line = c.options;
+        line.insert(line.begin(), "new");
+        EXPECT_EQ(run(line), 0) << err_;
+        EXPECT_TRUE(out_.starts_with(line[1] + ": new ")) << out_;
+        const ProjectFile project = opened(line[1]);
+        EXPECT_EQ(project.header().isHfsPlus(), c.isHfsPlus);
+        EXPECT_EQ(project.header().isoLabel(), c.label);
+        EXPECT_EQ(fs::file_size(line[1]), 756u);
+    }
+    play(R"(
+1 new a.vlpr => a.vlpr exists already
+1 new . --force => names a folder
+1 new nope/a.vlpr => no folder nope
+1 new a.vlpr --force --label 1234567890123456789012345678 => HFS takes 1 to 27
+2 new x.vlpr --hfs --hfsplus => either HFS or HFS+
+0 new a.vlpr --force --label Other
+)");
+    EXPECT_EQ(opened("a.vlpr").header().isoLabel(), "Other");
+}
+
+TEST_F(ProjectVerbs, AddPutsItemsInTheFolderAndTheView) {
+    play(R"(
+0 add p.vlpr in c.exe
+out => p.vlpr: 2 folders and 3 files added\n
+0 add p.vlpr in/* --view iso -q
+out
+items p.vlpr 1 => a.txt I, c.exe IH, in IH, sub I
+# A folder that is in other views says so.
+0! add p.vlpr c.exe --to in --view iso => The folder in is in both views
+0 add p.vlpr in/a.txt --to New\Deep/ --view hfs
+0! add p.vlpr in/sub/b.txt --to New/Deep --view iso => The folder New/Deep is in the HFS view alone
+items p.vlpr 21 => Deep H
+items p.vlpr 22 => a.txt H, b.txt H
+# A link to a project stays a link.
+folder real
+move p.vlpr real/p.vlpr
+link p.vlpr real/p.vlpr
+0 add p.vlpr c.exe --to Behind
+items real/p.vlpr 23 => c.exe IH
+)");
+    EXPECT_TRUE(fs::is_symlink("p.vlpr"));
+    const ProjectFile reader = opened("p.vlpr");
+    play("1 add p.vlpr in/sub => another process");
+}
+
+TEST_F(ProjectVerbs, WhatCannotBeAddedIsSaid) {
+    play(R"(
+0 add p.vlpr in
+link in/dangling nowhere
+file other/in/x => x
+3 add p.vlpr in --to Again => in/dangling
+items p.vlpr 20 => in IH
+3 add p.vlpr in/dangling => in/dangling
+3 add p.vlpr *.vlpr p.vlpr => a file of the project itself
+items p.vlpr 1 => Again IH, in IH
+1 add nope.vlpr in => nope.vlpr. No such file
+1 add c.exe in => not recognized as a project file
+1 add p.vlpr nope => nope names no file
+1 add p.vlpr *.none => No file or folder fits
+1 add p.vlpr '' => names no file or folder
+1 add p.vlpr c.exe in => already exists in the same folder
+1 add p.vlpr other/in => same name should only be included in different views
+1 add p.vlpr c.exe --to A/../B => ".." cannot be made
+1 add p.vlpr nope --to Made => nope names no file
+1 add p.vlpr c.exe --to in/a.txt => a.txt
+)");
+}
+
+TEST_F(ProjectVerbs, QuestionsAreAskedOnATerminalAloneAndNotWhereTheAnswerIsGiven) {
+    Write("s", std::string("\0\x05\x16\0\0\x02\0\0", 8) + std::string(18, '\0'));  // AppleSingle
+    const std::string longName(70, 'n');
+    Write(longName, "x");
+    play(R"(
+types => n\n
+0! add p.vlpr c.exe => c.exe is an executable program
+items p.vlpr 1 => c.exe I
+types
+0 add p.vlpr s c.exe --to A --containers-in-iso yes --exe-in-hfs yes
+items p.vlpr 18 => c.exe IH, s IH
+0 add p.vlpr s c.exe --to B --containers-in-iso no --exe-in-hfs no
+items p.vlpr 19 => c.exe I, s H
+0 add p.vlpr s c.exe --to C --containers-in-iso no --exe-in-hfs yes --view hfs
+items p.vlpr 20 => c.exe H, s H
+)" + ("0! add p.vlpr --truncate auto --to D " + longName + "\nitems p.vlpr 21 => " + longName +
+      " IH\nnobody\n0! add p.vlpr --to E " + longName + " => 1 name was shortened"));
+    EXPECT_EQ(opened("p.vlpr").childrenOf(21)[0].hfsName(), std::string(31, 'n'));
+}
+
+/// An answer that comes with a Ctrl-C.
+class InterruptedInput : public std::streambuf {
+    int_type underflow() override {
+        ::raise(SIGINT);
+        setg(answer_, answer_, answer_ + 2);
+        return 'Y';
+    }
+    char answer_[3] = "Y\n";
+};
+
+TEST_F(ProjectVerbs, AnInterruptedAddChangesNothing) {
+    asks_ = true;
+    const Disk before = disk();
+    InterruptedInput buffer;
+    std::istream input(&buffer);
+    EXPECT_EQ(runWith(input, {"add", "p.vlpr", "c.exe", "in"}), 1);
+    EXPECT_NE(err_.find("nothing was changed"), std::string::npos) << err_;
+    EXPECT_EQ(disk(), before);
+}
+
+constexpr const char* kChange = R"(
+remove in/a.txt
+file in/sub/b.txt => longer
+file in/sub/c.txt => c
+)";
+
+TEST_F(ProjectVerbs, CheckTellsWhatDiffersAndRebuildBringsItUpToDate) {
+    play(R"(
+0 add p.vlpr in/*
+remove p.BAK
+0 check p.vlpr
+0 check p.vlpr --json --dates
+out => []\n
+0 rebuild p.vlpr
+none p.BAK
+)");
+    play(kChange);
+    play(R"(
+3! check p.vlpr
+out => deleted   $PWD/in/a.txt\nmodified  $PWD/in/sub/b.txt\nadded     $PWD/in/sub/c.txt\n
+3! check p.vlpr --lines --no-additions
+out => D|1|-1|1|$PWD/in/|a.txt\r\nM|18|-2|6|$PWD/in/sub/|b.txt\r\n
+1 check no.vlpr => no.vlpr. No such file
+2 check p.vlpr --json --lines => --lines
+3! check p.vlpr --json
+)");
+    const auto json = nlohmann::json::parse(out_);
+    ASSERT_EQ(json.size(), 3u);
+    const nlohmann::json expected = {
+        {"change", "modified"}, {"item", "sub/b.txt"}, {"sizeBytes", 6}};
+    for (const auto& [key, value] : expected.items())
+        EXPECT_EQ(json[1][key], value) << json;
+    const std::string before = test::Bytes("p.vlpr");
+    play(R"(
+0 --log j.log rebuild p.vlpr => 1 items deleted, 1 modified, 0 folders and 1 files added\n
+shows => added     $PWD/in/sub/c.txt\n
+has j.log 1 => Deletion
+has j.log 1 => Modification
+has j.log 1 => Addition
+items p.vlpr 18 => b.txt IH, c.txt IH
+0 check p.vlpr --dates
+# What cannot be judged is no agreement.
+file in/._lost => a companion without its file
+3 check p.vlpr => in/._lost
+3 rebuild p.vlpr -q => in/._lost
+3 build p.vlpr --rebuild -q => in/._lost
+)");
+    EXPECT_EQ(test::Bytes("p.BAK"), before);
+    const ProjectFile project = opened("p.vlpr");
+    EXPECT_EQ(project.header().rootFiles, 0u);
+    EXPECT_EQ(project.findByNumber(18)->resourceSize, 2u) << "the counter of its files";
+}
+
+TEST_F(ProjectVerbs, NeitherTheProjectNorWhatIsMadeOfItBecomesItsItem) {
+    play(R"(
+remove c.exe
+0 new q.vlpr
+0 add q.vlpr in
+remove p.vlpr
+0 --log j.log rebuild q.vlpr
+file q.iso => an old image
+3! check q.vlpr
+out => added     $PWD/j.log\n
+0! build q.vlpr --rebuild --force
+items q.vlpr 1 => in IH, j.log IH
+0 --log in/open.log make in -o j.iso
+0 ls j.iso --as joliet
+out => a.txt\nsub\n
+)");
+}
+
+// A source that is not there, or that another system wrote, empties no project.
+TEST_F(ProjectVerbs, ARebuildWithoutItsSourceIsRefused) {
+    const auto makeForeign = [](const std::string& project) {
+        std::string bytes = test::Bytes(project);
+        for (std::size_t record = 756; record < bytes.size(); record += 756)
+            bytes.replace(record + 112, 256, std::string("C:\\Discs\\").append(247, '\0'));
+        Write(project, bytes);
+    };
+    const struct {
+        std::string added;  // in the folder `box`, which has other items too
+        std::string change;
+        std::string told;
+    } cases[] = {{"box/in", "move box/in away", "$PWD/box/in/"},
+                 {"box/in/*", "move box away", "$PWD/box/"},
+                 {"box/in/*", "remove box/in/sub\nremove box/in/a.txt", "$PWD/box/in/"},
+                 {"box/in", "", "C:\\Discs\\"}};
+    for (const auto& c : cases) {
+        for (const char* name : {"box", "away", "r.vlpr", "r.BAK"})
+            fs::remove_all(name);
+        Write("box/kept", "k");
+        fs::copy("in", "box/in", fs::copy_options::recursive);
+        play("0 new r.vlpr --rebuild\n0 add r.vlpr " + c.added + "\n" + c.change);
+        if (c.change.empty())
+            makeForeign("r.vlpr");
+        const std::string told = " => path r.vlpr '" + c.told + "' NEW\n";
+        play("3 check r.vlpr" + told + "out\n1 rebuild r.vlpr" + told + "1 build r.vlpr --rebuild" +
+             told + "1 /C r.vlpr" + told + "1 /R r.vlpr" + told +
+             "0 rebuild r.vlpr --drop-missing --no-additions\nitems r.vlpr 1");
+    }
+}
+
+TEST_F(ProjectVerbs, PathsSignaturesAndSearchesStayInTheProject) {
+    play(R"(
+0 add p.vlpr in/*
+0 add p.vlpr in/a.txt --to Why?
+0 find p.vlpr A.TXT
+out => a.txt\nWhy?/a.txt\n
+0 find p.vlpr *y?
+out => Why?/\n
+0 find p.vlpr s*B --view hfs
+out => sub/\n
+0 find p.vlpr txt
+out
+0 find p.vlpr --signature TEXT
+out => a.txt\nsub/b.txt\nWhy?/a.txt\n
+0 find p.vlpr --signature TEXTx
+out
+move in moved
+0 path p.vlpr in $PWD/./moved/
+out => Access path modified for 4 files/folders.\n
+0 check p.vlpr
+1 path p.vlpr in moved => No item of p.vlpr comes from
+2 replace-signature p.vlpr TEXT???? TEXTR*ch -p 1 => no partitions
+0 replace-signature p.vlpr NONENONE TEXTR*ch => 0 files changed
+0 replace-signature p.vlpr TEXT???? TEXTR*ch => 3 files changed
+)");
+    EXPECT_EQ(opened("p.vlpr").findByNumber(-2)->signature(), "TEXTR*ch");
+}
+
+TEST_F(ProjectVerbs, BuildMakesTheImageBesideTheProjectUnlessItIsNamed) {
+    play(R"(
+0 add p.vlpr in
+remove p.BAK
+0 build p.vlpr
+sides p.iso => IM
+1 build p.vlpr => p.iso exists already
+0 build p.vlpr --force
+0 build p.vlpr --kind hfs
+sides p.dmg => M
+0 build p.vlpr -o in/other.img --kind iso
+sides in/other.img => I
+none p.BAK
+file old.iso => an image of last year
+file no.vlpr => no project at all
+0 new plus.vlso
+0 new gone.vlpr --label x
+file gone.txt => here for now
+0 add gone.vlpr gone.txt
+remove gone.txt
+1 build nope.vlpr => nope.vlpr. No such file
+1 build no.vlpr => not recognized as a project file
+1 build in => in. Is a directory
+1 build plus.vlso => contains no files
+1 build p.vlpr -o ./in/../p.vlpr --force => would replace its own project
+1 build gone.vlpr -o old.iso --force => gone.txt is not there any more
+# A rebuild is asked for here, or by the project.
+0 new r.vlpr --rebuild
+0 add r.vlpr in/*
+)");
+    play(kChange);
+    play(R"(
+1 build p.vlpr -o 1.iso => a.txt is not there any more
+0! build p.vlpr -o 2.iso --rebuild
+0 ls 2.iso in/sub --as hfs
+out => b.txt\nc.txt\n
+0! /C r.vlpr
+0 ls r.ISO sub --as joliet
+out => b.txt\nc.txt\n
+file in/sub/d.txt => d
+0 /RJ r.vlpr r.log
+has r.log 1 => Addition
+)");
+    Write("cut.vlpr", test::Bytes("p.vlpr").substr(0, 1000));
+    play("1 build cut.vlpr => cut short or damaged");
+}
+
+}  // namespace
+}  // namespace vellmark
