@@ -54,12 +54,8 @@ inline Bytes Stored(std::uint32_t type, const Bytes& plain) {
         out.resize(length);
     } else if (type == kAdcBlock) {
         out.clear();
-        for (std::size_t at = 0; at < plain.size(); at += 128) {
-            const std::size_t count = std::min<std::size_t>(128, plain.size() - at);
-            out.push_back(static_cast<std::uint8_t>(0x80 + count - 1));
-            out.insert(out.end(), plain.begin() + static_cast<std::ptrdiff_t>(at),
-                       plain.begin() + static_cast<std::ptrdiff_t>(at + count));
-        }
+        for (std::size_t at = 0; at < plain.size(); at += 128)
+            out = out + Bytes{0xFF} + Slice(plain, at, at + 128);
     } else {
         return type == kRawBlock ? plain : Bytes{};
     }
@@ -72,12 +68,10 @@ inline std::string Base64(const Bytes& bytes) {
     std::string text;
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
         std::uint32_t group = 0;
-        for (std::size_t i = 0; i < 3; ++i)
-            group = group << 8 | (at + i < bytes.size() ? bytes[at + i] : 0U);
+        for (std::size_t i = at; i < at + 3; ++i)
+            group = group << 8 | (i < bytes.size() ? bytes[i] : 0U);
         for (std::size_t i = 0; i < 4; ++i)
             text += i > bytes.size() - at ? '=' : kDigits[group >> (18 - 6 * i) & 63];
-        if (at % 45 == 42)
-            text += "\n\t\t";
     }
     return text;
 }
@@ -101,8 +95,6 @@ class ImageMaker {
   public:
     std::uint32_t version = 4;
     std::optional<std::uint64_t> sectorCount = {};  ///< nothing: as many as the tables have
-    std::uint64_t listLengthLie = 0;
-    std::uint64_t dataLengthLie = 0;
 
     /// Adds a table. `crc` is that of what it expands to, 0 for none. Without `ends` the mark for
     /// its end is missing.
@@ -112,17 +104,13 @@ class ImageMaker {
         PutText(table, 0, "mish");
         Put(table, 8, be64(sectors_));
         if (crc != 0) {
-            Put(table, 64, be32(2));
-            Put(table, 68, be32(32));
-            Put(table, 72, be32(crc));
-            Bytes value(4);
-            Put(value, 0, be32(crc));
-            crcs_.insert(crcs_.end(), value.begin(), value.end());
+            PutCrc(table, 64, crc);
+            crcs_ = crcs_ + Slice(table, 72, 76);
         }
         std::uint64_t at = 0;
         for (const MadeBlock& block : blocks) {
             put(table, block, block.position.value_or(at));
-            data_.insert(data_.end(), block.stored.begin(), block.stored.end());
+            data_ = data_ + block.stored;
             at += block.sectors;
         }
         if (ends)
@@ -136,22 +124,19 @@ class ImageMaker {
         return *this;
     }
 
+    /// The image: data, property list, and the trailer in its last 512 bytes.
     [[nodiscard]] Bytes make() const {
-        Bytes image = data_;
-        const std::string list = "<plist><dict>\n" + list_ + "</dict></plist>\n";
-        image.insert(image.end(), list.begin(), list.end());
         Bytes trailer(512);
         PutText(trailer, 0, "koly");
         Put(trailer, 4, be32(version));
-        Put(trailer, 32, be64(data_.size() + dataLengthLie));
-        PutCrc(trailer, 80, data_);
+        Put(trailer, 32, be64(data_.size()));
+        PutCrc(trailer, 80, Crc(data_));
         Put(trailer, 216, be64(data_.size()));
-        Put(trailer, 224, be64(list.size() + listLengthLie));
+        Put(trailer, 224, be64(list_.size()));
         if (!crcs_.empty())
-            PutCrc(trailer, 352, crcs_);
+            PutCrc(trailer, 352, Crc(crcs_));
         Put(trailer, 492, be64(sectorCount.value_or(sectors_)));
-        image.insert(image.end(), trailer.begin(), trailer.end());
-        return image;
+        return data_ + BytesOf(list_) + trailer;
     }
 
     static std::uint32_t Crc(const Bytes& bytes) {
@@ -161,21 +146,19 @@ class ImageMaker {
   private:
     void put(Bytes& table, const MadeBlock& block, std::uint64_t position) const {
         const std::size_t at = table.size();
-        table.resize(at + 40);
-        Put(table, at, be32(block.type));
+        Put(table, at, be64(std::uint64_t{block.type} << 32));
         Put(table, at + 8, be64(position));
         Put(table, at + 16, be64(block.sectors));
         Put(table, at + 24, be64(block.offset.value_or(data_.size())));
         Put(table, at + 32, be64(block.length.value_or(block.stored.size())));
     }
-    static void PutCrc(Bytes& trailer, std::size_t at, const Bytes& bytes) {
-        Put(trailer, at, be32(2));
-        Put(trailer, at + 4, be32(32));
-        Put(trailer, at + 8, be32(Crc(bytes)));
+    static void PutCrc(Bytes& bytes, std::size_t at, std::uint32_t crc) {
+        Put(bytes, at, be64(0x2'0000'0020));
+        Put(bytes, at + 8, be32(crc));
     }
 
     Bytes data_;
-    std::string list_;
+    std::string list_ = "<plist>\n";
     Bytes crcs_;
     std::uint64_t sectors_ = 0;
 };

@@ -1,9 +1,9 @@
-// What the tests of this room share: a progress that keeps what it was told, files with known bytes
-// and big- and little-endian writing into a byte array.
+// What the tests of this room and of the containers share: a progress that keeps what it was told,
+// files with known bytes, and big- and little-endian writing into a byte array.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,10 +22,7 @@ class RecordedProgress final : public Progress {
         counted += bytes;
         return ++calls_ != stopAt_;
     }
-    [[nodiscard]] bool fileEnd(std::uint64_t bytes) override {
-        counted += bytes;
-        return ++calls_ != stopAt_;
-    }
+    [[nodiscard]] bool fileEnd(std::uint64_t bytes) override { return chunk(bytes); }
     std::uint64_t counted = 0;
 
   private:
@@ -35,16 +32,29 @@ class RecordedProgress final : public Progress {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Bytes that differ from sector to sector and from place to place.
-inline Bytes Pattern(std::size_t size) {
+/// Bytes that differ from place to place, long runs and markers of BinHex among them.
+inline Bytes Pattern(std::size_t size, unsigned kind = 0) {
     Bytes bytes(size);
     for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 512 * 13 + 1);
+        bytes[i] = static_cast<std::uint8_t>(i % 97 < 11   ? 0x90
+                                             : i % 89 < 30 ? kind
+                                                           : i * 7 + i / 251 + kind);
     return bytes;
 }
 
 inline Bytes BytesOf(std::string_view text) {
     return {text.begin(), text.end()};
+}
+
+/// The bytes from one place up to another, or to the end.
+inline Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t to) {
+    return {bytes.begin() + static_cast<std::ptrdiff_t>(std::min(from, bytes.size())),
+            bytes.begin() + static_cast<std::ptrdiff_t>(std::min(to, bytes.size()))};
+}
+
+inline Bytes operator+(Bytes first, const Bytes& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
 /// A file of the temporary folder that holds these bytes.
@@ -62,18 +72,15 @@ inline Bytes ReadFile(const std::string& path) {
     return bytes;
 }
 
-/// Puts a field or text at an offset, lengthening the bytes as needed.
+/// Puts bytes, a text or a field at an offset, lengthening what is there as needed.
+inline void PutText(Bytes& bytes, std::size_t offset, std::string_view text) {
+    bytes.resize(std::max(bytes.size(), offset + text.size()));
+    std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+}
 template <typename Field>
 void Put(Bytes& bytes, std::size_t offset, const Field& field) {
-    if (bytes.size() < offset + sizeof(field))
-        bytes.resize(offset + sizeof(field));
     const auto view = AsBytes(field);
-    std::copy(view.begin(), view.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
-}
-inline void PutText(Bytes& bytes, std::size_t offset, std::string_view text) {
-    if (bytes.size() < offset + text.size())
-        bytes.resize(offset + text.size());
-    std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+    PutText(bytes, offset, {reinterpret_cast<const char*>(view.data()), view.size()});
 }
 
 }  // namespace vellmark::testing

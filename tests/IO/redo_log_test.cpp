@@ -2,16 +2,14 @@
 #include "IO/redo_log.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <zlib.h>
 
-#include <algorithm>
 #include <filesystem>
 
+#include "IO/io_bench.hpp"
 #include "IO/sector_batch.hpp"
-#include "support/endian.hpp"
 #include "support/words.hpp"
 
 namespace {
@@ -32,156 +30,154 @@ extern "C" int fsync(int descriptor) {
 namespace vellmark {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace testing;  // NOLINT(google-build-using-namespace)
+namespace fs = std::filesystem;
 
-constexpr std::size_t kSectors = 100;
+constexpr std::size_t kImageBytes = 100 * kSectorBytes;
 constexpr std::uint64_t kMarked = 3 * kSectorBytes;
+const Bytes kBefore(kImageBytes, 1);
+const Bytes kChange(5 * kSectorBytes, 2);
+const std::vector<RedoPiece> kPieces = {
+    {2 * kSectorBytes, std::span(kChange).first(3 * kSectorBytes)},
+    {40 * kSectorBytes, kChange},
+    {99 * kSectorBytes, std::span(kChange).first(kSectorBytes)}};
 // In a folder where nobody makes a file, not even the system's owner.
 const std::string kClosedPath = "/sys/image";
+
+const Bytes kAfter = [] {
+    Bytes bytes = kBefore;
+    for (const RedoPiece& piece : kPieces)
+        std::copy(piece.bytes.begin(), piece.bytes.end(),
+                  bytes.begin() + static_cast<std::ptrdiff_t>(piece.offset));
+    return bytes;
+}();
 
 class RedoLogTest : public ::testing::Test {
   protected:
     void SetUp() override {
         mark_.offset = kMarked;
         mark_.bytes.fill(9);
-        writeTo(path_, image(1));
+        write(kBefore);
+        ASSERT_EQ(OpenImage(context_, path_).result, OpenResult::Opened);
     }
-    static Bytes image(std::uint8_t fill) { return Bytes(kSectors * kSectorBytes, fill); }
-    static void writeTo(const std::string& path, const Bytes& bytes) {
-        PcFile file(path, PcFile::Mode::CreateTruncate);
-        ASSERT_TRUE(file.writeAt(0, bytes));
+    void write(const Bytes& bytes) { ASSERT_EQ(MakeFile(folder_, "image", bytes), path_); }
+    Bytes read() { return ReadFile(path_); }
+    FoundRedoLog find(const std::string& path) {
+        PcFile file(path, PcFile::Mode::Read);
+        return FindRedoLog(file, path, guard_);
     }
-    static Bytes read(PcFile file) {
-        Bytes bytes(file.size());
-        EXPECT_TRUE(file.readExactly(0, bytes));
-        return bytes;
-    }
-    Bytes read() { return read(PcFile(path_, PcFile::Mode::Read)); }
-    FoundRedoLog find() {
-        PcFile file(path_, PcFile::Mode::Read);
-        return FindRedoLog(file, path_, guard_);
-    }
-    // Pieces of a change, and the image with them.
-    std::vector<RedoPiece> pieces() const {
-        return {{2 * kSectorBytes, std::span(changed_).first(3 * kSectorBytes)},
-                {40 * kSectorBytes, std::span(changed_).first(5 * kSectorBytes)},
-                {99 * kSectorBytes, std::span(changed_).first(kSectorBytes)}};
-    }
-    Bytes after() const {
-        Bytes bytes = image(1);
-        for (const RedoPiece& piece : pieces())
-            std::copy(piece.bytes.begin(), piece.bytes.end(),
-                      bytes.begin() + static_cast<std::ptrdiff_t>(piece.offset));
-        return bytes;
-    }
+    RedoState state() { return find(path_).state; }
     RedoWriting log(const std::string& imagePath) {
         PcFile file(path_, PcFile::Mode::Read);
-        return WriteRedoLog(file, imagePath, guard_, pieces(), mark_, {});
+        return WriteRedoLog(file, imagePath, guard_, kPieces, mark_, {});
     }
-    void log() { ASSERT_EQ(log(path_).error, 0); }
     // Shown, and when it was carried out, the change is there.
     void expectCompleted(bool isCarriedOut) {
-        const FoundRedoLog found = find();
+        const FoundRedoLog found = find(path_);
         ASSERT_EQ(found.state, RedoState::Pending) << Words(found.problem);
         PcFile image(path_, PcFile::Mode::ReadWrite);
         image.seeThrough(ShownThrough(found.log));
-        Bytes shown(kSectors * kSectorBytes);
+        Bytes shown(kImageBytes);
         for (std::size_t at = 0; at < shown.size(); at += 700)
             ASSERT_GT(image.readAt(at, std::span(shown).subspan(
                                            at, std::min<std::size_t>(700, shown.size() - at))),
                       0u);
-        ASSERT_TRUE(shown == after());
+        ASSERT_TRUE(shown == kAfter);
         PcFile copy(path_ + " copy", PcFile::Mode::CreateTruncate);
         ASSERT_EQ(copy.copyFrom(image, 0, 0, shown.size()), shown.size());
-        ASSERT_TRUE(read(std::move(copy)) == after());
+        ASSERT_TRUE(ReadFile(path_ + " copy") == kAfter);
         if (!isCarriedOut)
             return;
         ASSERT_TRUE(CarryOut(found.log->pieces, found.log->mark, image,
                              [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
                                  return image.writeAt(offset, bytes);
                              }));
-        ASSERT_TRUE(read() == after());
+        ASSERT_TRUE(read() == kAfter);
+    }
+    // Takes the change into a batch, which leaves the image as it is.
+    void fill(SectorBatch& batch) {
+        const SectorBatch::Recording recording(context_, batch);
+        for (const RedoPiece& piece : kPieces)
+            ASSERT_EQ(WriteSectors(context_.transferSlot, piece.offset / kSectorBytes, piece.bytes),
+                      0);
+        ASSERT_TRUE(read() == kBefore);
     }
 
     TemporaryFolder folder_;
     const std::string path_ = folder_.path() + "/image";
     const FileGuard guard_{0, folder_.path() + "/state/redo"};
-    const Bytes changed_ = Bytes(10 * kSectorBytes, 2);
     RedoMark mark_;
+    MediumContext context_;
 };
 
 // Sectors come to the device in any order.
 TEST_F(RedoLogTest, CompletesFromAnyPointOn) {
-    EXPECT_EQ(find().state, RedoState::None);
-    log();
-    for (std::size_t written = 0; written <= kSectors; ++written)
+    EXPECT_EQ(state(), RedoState::None);
+    ASSERT_EQ(log(path_).error, 0);
+    for (std::size_t written = 0; written <= kImageBytes; written += kSectorBytes)
         for (const bool fromTheEnd : {false, true})
             for (const bool isMarked : {false, true}) {
                 SCOPED_TRACE(written);
-                Bytes half = fromTheEnd ? image(1) : after();
-                const Bytes other = fromTheEnd ? after() : image(1);
-                std::copy(other.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes),
-                          other.end(),
-                          half.begin() + static_cast<std::ptrdiff_t>(written * kSectorBytes));
+                const Bytes first = fromTheEnd ? kBefore : kAfter;
+                const Bytes second = fromTheEnd ? kAfter : kBefore;
+                Bytes half = Slice(first, 0, written) + Slice(second, written, kImageBytes);
                 if (isMarked)
                     std::copy(mark_.bytes.begin(), mark_.bytes.end(), half.begin() + kMarked);
-                writeTo(path_, half);
+                write(half);
                 expectCompleted(written % 9 == 0);
             }
 }
 
 TEST_F(RedoLogTest, LeavesAnotherImageAlone) {
-    log();
-    std::vector<Bytes> others = {image(3), image(1), Bytes(100, 1)};
-    others[1].push_back(1);
-    for (const RedoPiece& piece : pieces()) {
-        others.push_back(image(1));
+    ASSERT_EQ(log(path_).error, 0);
+    std::vector<Bytes> others = {Bytes(kImageBytes, 3), kBefore + Bytes{1}, Bytes(100, 1)};
+    for (const RedoPiece& piece : kPieces) {
+        others.push_back(kBefore);
         others.back()[piece.offset + piece.bytes.size() - 1] = 77;
     }
     for (const Bytes& other : others) {
-        writeTo(path_, other);
-        EXPECT_EQ(find().state, RedoState::Foreign);
+        write(other);
+        EXPECT_EQ(state(), RedoState::Foreign);
         EXPECT_TRUE(read() == other);
     }
     const std::string aside = PutRedoLogAside(RedoLogPath(path_));
-    log();
+    ASSERT_EQ(log(path_).error, 0);
     EXPECT_NE(PutRedoLogAside(RedoLogPath(path_)), aside) << "none is lost";
-    EXPECT_EQ(find().state, RedoState::None);
-    EXPECT_TRUE(std::filesystem::exists(aside));
+    EXPECT_EQ(state(), RedoState::None);
+    EXPECT_TRUE(fs::exists(aside));
 }
 
 // What is wrong or missing in a log, or keeps it from being read, is no reason to do without it.
 TEST_F(RedoLogTest, OneThatCannotBeUsedStandsAgainstChanges) {
-    log();
+    ASSERT_EQ(log(path_).error, 0);
     const std::string path = RedoLogPath(path_);
-    const Bytes whole = read(PcFile(path, PcFile::Mode::Read));
-    const auto expectUnusable = [&](const Bytes& bytes) {
-        writeTo(path, bytes);
-        const FoundRedoLog found = find();
-        ASSERT_EQ(found.state, RedoState::Unusable);
-        ASSERT_TRUE(found.problem);
+    const Bytes whole = ReadFile(path);
+    const auto found = [&](const Bytes& bytes) {
+        (void)MakeFile(folder_, fs::path(path).filename(), bytes);
+        return find(path_);
     };
     for (std::size_t at = 0; at < whole.size(); at += at < 700 ? 1 : 97) {
-        SCOPED_TRACE(at);
         Bytes damaged = whole;
         damaged[at] ^= 0x40;
-        expectUnusable(damaged);
-        expectUnusable(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)));
+        for (const Bytes& bytes : {damaged, Slice(whole, 0, at)}) {
+            const FoundRedoLog unusable = found(bytes);
+            ASSERT_EQ(unusable.state, RedoState::Unusable) << at;
+            ASSERT_TRUE(unusable.problem);
+        }
     }
     // Lengths and places that are summed rightly: of image, mark, pieces and the first of these.
     for (const std::size_t at : {24u, 32u, 40u, 48u, 568u, 576u})
         for (const std::size_t byte : {0u, 5u}) {
             Bytes forged = whole;
             forged[at + byte] ^= 0x40;
-            std::fill_n(forged.begin() + 12, 4, std::uint8_t{0});
-            const be32 sum = static_cast<std::uint32_t>(::crc32_z(0, forged.data(), forged.size()));
-            std::memcpy(forged.data() + 12, &sum, sizeof sum);
-            writeTo(path, forged);
-            EXPECT_NE(find().state, RedoState::Pending) << at;
+            Put(forged, 12, be32(0));
+            const auto sum = ::crc32_z(0, forged.data(), forged.size());
+            Put(forged, 12, be32(static_cast<std::uint32_t>(sum)));
+            EXPECT_NE(found(forged).state, RedoState::Pending) << at;
         }
-    std::filesystem::remove(path);
-    std::filesystem::create_directory(path);
-    EXPECT_EQ(find().state, RedoState::Unusable);
+    fs::remove(path);
+    fs::create_directory(path);
+    EXPECT_EQ(state(), RedoState::Unusable);
     EXPECT_NE(log(path_).error, 0);
 }
 
@@ -189,106 +185,84 @@ TEST_F(RedoLogTest, LiesInTheUsersFolderWhereTheImagesIsClosed) {
     const RedoWriting writing = log(kClosedPath);
     ASSERT_EQ(writing.error, 0);
     ASSERT_TRUE(writing.path.starts_with(guard_.logFolder));
-    EXPECT_EQ(find().state, RedoState::Pending) << "known by its number, under another name";
-    const std::string copyPath = folder_.path() + "/copy";
-    writeTo(copyPath, image(1));
-    PcFile copy(copyPath, PcFile::Mode::Read);
-    EXPECT_EQ(FindRedoLog(copy, copyPath, guard_).state, RedoState::None);
+    EXPECT_EQ(state(), RedoState::Pending) << "known by its number, under another name";
+    PcFile copy(MakeFile(folder_, "copy", kBefore), PcFile::Mode::Read);
+    EXPECT_EQ(find(folder_.path() + "/copy").state, RedoState::None);
     EXPECT_EQ(FindRedoLog(copy, kClosedPath, guard_).state, RedoState::Pending) << "by its path";
-    writeTo(path_, image(4));
-    EXPECT_EQ(find().state, RedoState::None) << "not certainly this image's";
+    write(Bytes(kImageBytes, 4));
+    EXPECT_EQ(state(), RedoState::None) << "not certainly this image's";
     RemoveRedoLogs(kClosedPath, guard_);
-    EXPECT_FALSE(std::filesystem::exists(writing.path));
+    EXPECT_FALSE(fs::exists(writing.path));
 }
 
-class Batch : public RedoLogTest {
-  protected:
-    void fill(MediumContext& context, SectorBatch& batch) {
-        writeTo(path_, image(1));
-        const SectorBatch::Recording recording(context, batch);
-        for (const RedoPiece& piece : pieces())
-            ASSERT_EQ(WriteSectors(context.transferSlot, piece.offset / kSectorBytes, piece.bytes),
-                      0);
-        ASSERT_TRUE(read() == image(1));
-    }
-};
-
-TEST_F(Batch, IsWrittenWholeOrAgain) {
-    MediumContext context;
-    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
-    const TransferSlot real = context.transferSlot;
+TEST_F(RedoLogTest, ABatchIsWrittenWholeOrAgain) {
+    const TransferSlot real = context_.transferSlot;
     constexpr int kWrites = 6;  // the mark, what is before and behind it, two pieces, its sector
     for (int failing = 0; failing <= kWrites; ++failing) {
         SCOPED_TRACE(failing);
         SectorBatch batch;
-        fill(context, batch);
+        write(kBefore);
+        fill(batch);
         int left = failing;
-        context.transferSlot = [&](const SectorRequest& request) {
+        context_.transferSlot = [&](const SectorRequest& request) {
             return left-- > 0 ? real(request) : 1;
         };
         const bool isDone = failing == kWrites;
-        EXPECT_EQ(batch.commit(context, mark_),
+        EXPECT_EQ(batch.commit(context_, mark_),
                   isDone ? CommitResult::Done : CommitResult::Interrupted);
         EXPECT_EQ(batch.problem().isNone(), isDone);
-        EXPECT_EQ(find().state, isDone ? RedoState::None : RedoState::Pending);
+        EXPECT_EQ(state(), isDone ? RedoState::None : RedoState::Pending);
         // Without its log, too, an image that is not whole is seen to be none.
         EXPECT_EQ(read()[kMarked], failing == 0 ? 1 : isDone ? 2 : 9);
-        context.transferSlot = real;
-        EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);
-        EXPECT_EQ(find().state, RedoState::None);
-        EXPECT_TRUE(read() == after());
+        context_.transferSlot = real;
+        EXPECT_EQ(batch.commit(context_, mark_), CommitResult::Done);
+        EXPECT_EQ(state(), RedoState::None);
+        EXPECT_TRUE(read() == kAfter);
     }
 }
 
 // An image restored from a copy made before the change has the sectors of before, but not what the
 // change wrote into free ones.
-TEST_F(Batch, IsNotCompletedWithoutTheContentsThatBelongToIt) {
-    MediumContext context;
-    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+TEST_F(RedoLogTest, ABatchIsNotCompletedWithoutTheContentsThatBelongToIt) {
     SectorBatch batch;
-    fill(context, batch);
+    fill(batch);
     for (const std::uint8_t value : Bytes{5, 6})
-        ASSERT_EQ(WriteSectors(context.transferSlot, 60, Bytes(4 * kSectorBytes, value)), 0);
-    context.transferSlot = [](const SectorRequest&) { return 1; };
-    EXPECT_EQ(batch.commit(context, mark_), CommitResult::Interrupted);
-    EXPECT_EQ(find().state, RedoState::Pending);
-    writeTo(path_, image(1));
-    EXPECT_EQ(find().state, RedoState::Foreign);
+        ASSERT_EQ(WriteSectors(context_.transferSlot, 60, Bytes(4 * kSectorBytes, value)), 0);
+    context_.transferSlot = [](const SectorRequest&) { return 1; };
+    EXPECT_EQ(batch.commit(context_, mark_), CommitResult::Interrupted);
+    EXPECT_EQ(state(), RedoState::Pending);
+    write(kBefore);
+    EXPECT_EQ(state(), RedoState::Foreign);
 }
 
 // What was written before, the log and its name, the mark, all else, the marked sector: each is on
 // the device before the next, and only then the log goes.
-TEST_F(Batch, IsOnTheDeviceStepByStep) {
-    MediumContext context;
-    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+TEST_F(RedoLogTest, ABatchIsOnTheDeviceStepByStep) {
     SectorBatch batch;
-    fill(context, batch);
+    fill(batch);
     logPath = RedoLogPath(path_);
     handedOver.clear();
-    ASSERT_EQ(batch.commit(context, mark_), CommitResult::Done);
+    ASSERT_EQ(batch.commit(context_, mark_), CommitResult::Done);
     ASSERT_EQ(handedOver.size(), 6u);
-    const std::string folder = std::filesystem::path(folder_.path()).filename().string();
-    for (const auto& [step, name, hasLog] : {std::tuple{0, std::string("image"), false},
-                                             {2, folder, true},
-                                             {3, "image", true},
-                                             {4, "image", true},
-                                             {5, "image", true}})
-        EXPECT_EQ(handedOver[static_cast<std::size_t>(step)], std::pair(name, hasLog)) << step;
-    EXPECT_FALSE(std::filesystem::exists(logPath));
+    handedOver.erase(handedOver.begin() + 1);  // the log, under a name for the while
+    const std::string folder = fs::path(folder_.path()).filename();
+    EXPECT_EQ(
+        handedOver,
+        (std::vector<std::pair<std::string, bool>>{
+            {"image", false}, {folder, true}, {"image", true}, {"image", true}, {"image", true}}));
+    EXPECT_FALSE(fs::exists(logPath));
 }
 
-TEST_F(Batch, WithoutALogNothingIsWritten) {
-    MediumContext context;
-    ASSERT_EQ(OpenImage(context, path_).result, OpenResult::Opened);
+TEST_F(RedoLogTest, WithoutALogNothingOfABatchIsWritten) {
     SectorBatch batch;
-    fill(context, batch);
-    std::filesystem::create_directory(RedoLogPath(path_));
-    EXPECT_EQ(batch.commit(context, mark_), CommitResult::NotBegun);
+    fill(batch);
+    fs::create_directory(RedoLogPath(path_));
+    EXPECT_EQ(batch.commit(context_, mark_), CommitResult::NotBegun);
     EXPECT_TRUE(batch.problem());
-    EXPECT_TRUE(read() == image(1));
-    std::filesystem::remove(RedoLogPath(path_));
-    EXPECT_EQ(batch.commit(context, mark_), CommitResult::Done);
-    EXPECT_TRUE(read() == after());
+    EXPECT_TRUE(read() == kBefore);
+    fs::remove(RedoLogPath(path_));
+    EXPECT_EQ(batch.commit(context_, mark_), CommitResult::Done);
+    EXPECT_TRUE(read() == kAfter);
 }
 
 }  // namespace

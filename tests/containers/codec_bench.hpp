@@ -1,37 +1,11 @@
-// What the tests of the containers share: bytes by hand, sinks that fail, other programs, and a
-// writer of BinHex 4.0 made after RFC 1741, as slow and plain as the text.
+// What the tests of the containers share: bytes by hand, sources and sinks that fail, and a writer
+// of BinHex 4.0 made after RFC 1741, as slow and plain as the text.
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <string_view>
-#include <vector>
-
+#include "IO/io_bench.hpp"
 #include "containers/fork_pair.hpp"
 
 namespace vellmark::testing {
-
-using Bytes = std::vector<std::uint8_t>;
-
-inline Bytes BytesOf(std::string_view text) {
-    return {text.begin(), text.end()};
-}
-
-/// Bytes that differ from place to place, long runs and markers of BinHex among them.
-inline Bytes Pattern(std::size_t size, unsigned kind = 0) {
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<std::uint8_t>(i % 97 < 11   ? 0x90
-                                             : i % 89 < 30 ? kind
-                                                           : i * 7 + i / 251 + kind);
-    return bytes;
-}
 
 /// All bytes of a source.
 inline Bytes Contents(ByteSource& source) {
@@ -51,17 +25,18 @@ inline Bytes Be(std::uint64_t value, int width) {
     return bytes;
 }
 
-/// The shift register of RFC 1741, bit by bit, with its two zero bytes at the end.
-inline std::uint16_t RegisterCrc(Bytes bytes) {
-    Append(bytes, {0, 0});
+inline void WriteFile(const std::string& path, const Bytes& bytes) {
+    PcFile file(path, PcFile::Mode::CreateTruncate);
+    (void)file.writeAt(0, bytes);
+}
+
+/// The shift register of RFC 1741, bit by bit.
+inline std::uint16_t RegisterCrc(const Bytes& bytes) {
     unsigned crc = 0;
-    for (std::uint8_t byte : bytes) {
-        for (int bit = 7; bit >= 0; --bit) {
-            const bool carry = (crc & 0x8000u) != 0;
-            crc = ((crc << 1) | ((byte >> bit) & 1u)) & 0xFFFFu;
-            if (carry)
-                crc ^= 0x1021u;
-        }
+    for (const std::uint8_t byte : bytes) {
+        crc ^= byte << 8U;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc << 1 ^ ((crc & 0x8000) != 0 ? 0x11021 : 0);
     }
     return static_cast<std::uint16_t>(crc);
 }
@@ -103,25 +78,13 @@ struct MacFile {
     Bytes resource;
 };
 
-/// One section with its checksum behind it.
-inline Bytes WithCrc(Bytes section) {
-    Append(section, Be(RegisterCrc(section), 2));
-    return section;
-}
-
-/// The bytes within the outer layers: header, forks and their checksums.
+/// The bytes within the outer layers: header, forks, and the checksum behind each of them.
 inline Bytes BinHexSections(const MacFile& file) {
-    Bytes header = {static_cast<std::uint8_t>(file.name.size())};
-    Append(header, BytesOf(file.name));
-    header.push_back(0);
-    Append(header, BytesOf(file.signature));
-    Append(header, Be(file.flags, 2));
-    Append(header, Be(file.data.size(), 4));
-    Append(header, Be(file.resource.size(), 4));
-    Bytes all = WithCrc(header);
-    Append(all, WithCrc(file.data));
-    Append(all, WithCrc(file.resource));
-    return all;
+    const auto summed = [](const Bytes& part) { return part + Be(RegisterCrc(part), 2); };
+    return summed(Be(file.name.size(), 1) + BytesOf(file.name) + Bytes{0} +
+                  BytesOf(file.signature) + Be(file.flags, 2) + Be(file.data.size(), 4) +
+                  Be(file.resource.size(), 4)) +
+           summed(file.data) + summed(file.resource);
 }
 
 /// Every run of four or more as a run, the marker followed by 0.
@@ -148,24 +111,19 @@ inline std::string BinHexText(const Bytes& bytes, std::string_view lineEnd = "\n
     constexpr std::string_view kCharacters =
         "!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr";
     std::string text = "(This file must be converted with BinHex 4.0)";
-    text += std::string(lineEnd) + ":";
-    std::size_t column = 1;
-    const auto put = [&](unsigned value) {
-        text += kCharacters[value & 63];
-        if (++column % 64 == 0)
+    std::size_t column = 0;
+    const auto put = [&](char character) {
+        if (column++ % 64 == 0)
             text += lineEnd;
+        text += character;
     };
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const std::size_t left = bytes.size() - i;
-        const unsigned first = bytes[i];
-        const unsigned second = left > 1 ? bytes[i + 1] : 0;
-        const unsigned third = left > 2 ? bytes[i + 2] : 0;
-        put(first >> 2);
-        put((first << 4) | (second >> 4));
-        if (left > 1)
-            put((second << 2) | (third >> 6));
-        if (left > 2)
-            put(third);
+    put(':');
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        std::uint32_t group = 0;
+        for (std::size_t i = at; i < at + 3; ++i)
+            group = group << 8 | (i < bytes.size() ? bytes[i] : 0U);
+        for (std::size_t i = 0; i < std::min<std::size_t>(4, bytes.size() - at + 1); ++i)
+            put(kCharacters[group >> (18 - 6 * i) & 63]);
     }
     return text + ":" + std::string(lineEnd);
 }
@@ -173,28 +131,6 @@ inline std::string BinHexText(const Bytes& bytes, std::string_view lineEnd = "\n
 /// A whole BinHex file.
 inline Bytes BinHexOf(const MacFile& file, std::string_view lineEnd = "\n") {
     return BytesOf(BinHexText(BinHexRuns(BinHexSections(file)), lineEnd));
-}
-
-inline Bytes ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-inline void WriteFile(const std::string& path, const Bytes& bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-}
-
-/// Runs a shell command in a folder that is its home too; whether it ended well.
-inline bool RunIn(const std::string& folder, const std::string& command) {
-    const std::string line = "cd '" + folder + "' && export HOME=\"$PWD\" && ( " + command +
-                             " ) >output.txt 2>&1 </dev/null";
-    return std::system(line.c_str()) == 0;
-}
-
-inline bool HasProgram(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 }  // namespace vellmark::testing

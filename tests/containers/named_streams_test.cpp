@@ -9,13 +9,13 @@
 namespace vellmark {
 namespace {
 
-constexpr const char* kPlainResource = "user.AFP_Resource";
-constexpr const char* kPlainInfo = "user.AFP_AfpInfo";
-constexpr const char* kServerResource = "user.DosStream.AFP_Resource:$DATA";
-constexpr const char* kServerInfo = "user.DosStream.AFP_AfpInfo:$DATA";
+const std::string kPlainResource = "user.AFP_Resource";
+const std::string kPlainInfo = "user.AFP_AfpInfo";
+const std::string kServerResource = "user.DosStream.AFP_Resource:$DATA";
+const std::string kServerInfo = "user.DosStream.AFP_AfpInfo:$DATA";
 
 // 60 bytes: "AFP", version 1.0, id, backup date, type, creator, flags 4000, zeros.
-std::string Info(const std::string& signature, std::size_t size = 60) {
+std::string Info(std::size_t size = 60, const char* signature = "TEXTttxt") {
     std::string info = std::string("AFP\0\0\1\0\0\0\0\0\0\x80\0\0\0", 16) + signature + "\x40";
     info.resize(size);
     return info;
@@ -27,62 +27,45 @@ std::string Fork(std::size_t size) {
     return fork;
 }
 
-class NamedStreams : public testing::Test {
-  protected:
-    NamedStreams() { EXPECT_TRUE(PcFile(path_, PcFile::Mode::CreateTruncate).isOpen()); }
-    [[nodiscard]] bool set(const char* name, const std::string& value) const {
-        return ::setxattr(path_.c_str(), name, value.data(), value.size(), 0) == 0;
-    }
-    void clear() const {
-        for (const char* name : {kPlainResource, kPlainInfo, kServerResource, kServerInfo})
-            (void)::removexattr(path_.c_str(), name);
-    }
-    TemporaryFolder folder_;
-    std::string path_ = folder_.path() + "/file";
-};
-
-TEST_F(NamedStreams, ReadsBothSpellingsAndDropsTheByteTooMany) {
-    if (!set(kPlainInfo, "x"))
-        GTEST_SKIP() << "the file system keeps no attributes of users";
+TEST(NamedStreams, AreReadInBothSpellingsWithoutTheByteTooMany) {
+    const TemporaryFolder folder;
+    const std::string path = folder.path() + "/file";
+    const std::string none(8, '\0');
     const struct {
         const char* what;
-        std::vector<std::pair<const char*, std::string>> attributes;
+        std::vector<std::pair<std::string, std::string>> attributes;
         std::size_t forkSize;
-        const char* signature;  // null: no Finder's information
+        std::string signature;  // empty: no Finder's information
     } cases[] = {
-        {"nothing", {}, 0, nullptr},
-        {"plain", {{kPlainResource, Fork(300)}, {kPlainInfo, Info("TEXTttxt")}}, 300, "TEXTttxt"},
-        {"a plain one is never cut", {{kPlainResource, Fork(301)}}, 301, nullptr},
-        {"exact", {{kServerResource, Fork(9)}, {kServerInfo, Info("TEXTttxt")}}, 9, "TEXTttxt"},
-        {"a byte too many in both",
-         {{kServerResource, Fork(9)}, {kServerInfo, Info("TEXTttxt", 61)}},
-         8,
-         "TEXTttxt"},
-        {"the last byte is no zero",
-         {{kServerResource, "data"}, {kServerInfo, Info("TEXTttxt", 61)}},
-         4,
-         "TEXTttxt"},
-        {"the map's end tells", {{kServerResource, Fork(301)}}, 300, nullptr},
-        {"the map's end is the end", {{kServerResource, Fork(300)}}, 300, nullptr},
-        {"another mark", {{kPlainInfo, "XFP" + Info("TEXTttxt").substr(3)}}, 0, nullptr},
-        {"as far as the flags", {{kPlainInfo, Info("TEXTttxt", 26)}}, 0, "TEXTttxt"},
-        {"cut", {{kPlainInfo, Info("TEXTttxt", 25)}}, 0, nullptr},
-        {"no signature", {{kPlainInfo, Info("TEXTLMAN")}}, 0, "\0\0\0\0\0\0\0\0"},
+        {"nothing", {}, 0, ""},
+        {"plain", {{kPlainResource, Fork(300)}, {kPlainInfo, Info()}}, 300, "TEXTttxt"},
+        {"a plain one is never cut", {{kPlainResource, Fork(301)}}, 301, ""},
+        {"exact", {{kServerResource, Fork(9)}, {kServerInfo, Info()}}, 9, "TEXTttxt"},
+        {"one too many", {{kServerResource, Fork(9)}, {kServerInfo, Info(61)}}, 8, "TEXTttxt"},
+        {"no zero", {{kServerResource, "data"}, {kServerInfo, Info(61)}}, 4, "TEXTttxt"},
+        {"the map's end tells", {{kServerResource, Fork(301)}}, 300, ""},
+        {"the map's end is the end", {{kServerResource, Fork(300)}}, 300, ""},
+        {"another mark", {{kPlainInfo, "X" + Info().substr(1)}}, 0, ""},
+        {"as far as the flags", {{kPlainInfo, Info(26)}}, 0, "TEXTttxt"},
+        {"cut", {{kPlainInfo, Info(25)}}, 0, ""},
+        {"no signature", {{kPlainInfo, Info(60, "TEXTLMAN")}}, 0, none},
     };
     for (const auto& c : cases) {
-        clear();
+        SCOPED_TRACE(c.what);
+        ::unlink(path.c_str());
+        ASSERT_TRUE(PcFile(path, PcFile::Mode::CreateNew).isOpen());
         for (const auto& [name, value] : c.attributes)
-            ASSERT_TRUE(set(name, value));
-        EXPECT_EQ(HasNamedStreams(path_), !c.attributes.empty()) << c.what;
+            if (::setxattr(path.c_str(), name.c_str(), value.data(), value.size(), 0) != 0)
+                GTEST_SKIP() << "the file system keeps no attributes of users";
+        EXPECT_EQ(HasNamedStreams(path), !c.attributes.empty());
         MemoryBytes fork;
-        EXPECT_EQ(ReadResourceStream(path_, fork), 0) << c.what;
-        EXPECT_EQ(fork.size(), c.forkSize) << c.what;
-        const auto finder = ReadAfpInfo(path_);
-        ASSERT_EQ(finder.has_value(), c.signature != nullptr) << c.what;
+        EXPECT_EQ(ReadResourceStream(path, fork), 0);
+        EXPECT_EQ(fork.size(), c.forkSize);
+        const auto finder = ReadAfpInfo(path);
+        ASSERT_EQ(finder.has_value(), !c.signature.empty());
         if (finder) {
-            EXPECT_EQ(std::string(finder->signature.data(), 8), std::string(c.signature, 8))
-                << c.what;
-            EXPECT_EQ(finder->flags, 0x4000) << c.what;
+            EXPECT_EQ(std::string(finder->signature.data(), 8), c.signature);
+            EXPECT_EQ(finder->flags, 0x4000);
         }
     }
 }

@@ -1,6 +1,6 @@
 """Raw sectors of 2,352 bytes, checked as ECMA-130 and CD-ROM XA say.
 
-Their error correction is judged in tests/IO, beside sectors of another program.
+Their error correction is judged in tests/IO.
 """
 
 SIZE = 2352
