@@ -1,18 +1,11 @@
 // What the tests of the compiler share: a folder of sources, a project made of it, and a build.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "compiler/build_project.hpp"
 #include "project/inclusion.hpp"
 #include "project/project_bench.hpp"
-#include "support/pc_file.hpp"
 
 namespace vellmark::test {
 
@@ -68,11 +61,19 @@ class CompilerTest : public ::testing::Test {
         return plan;
     }
 
-    [[nodiscard]] static std::vector<std::string> filesIn(const std::string& folder) {
+    [[nodiscard]] std::vector<std::string> filesInOut() const {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
+        for (const auto& entry : std::filesystem::directory_iterator(out()))
             names.push_back(entry.path().filename().string());
         return names;
+    }
+    /// A build that must fail, name `named`, and leave the folder of the image as it was.
+    void expectFailure(ProjectFile& made, CompileResult expected, const std::string& named) {
+        const std::vector<std::string> before = filesInOut();
+        EXPECT_EQ(build(made).result, expected);
+        ASSERT_FALSE(messages_.shown.empty());
+        EXPECT_NE(messages_.shown.back().find(named), std::string::npos) << messages_.shown.back();
+        EXPECT_EQ(filesInOut(), before);
     }
 
     TemporaryFolder folder_;

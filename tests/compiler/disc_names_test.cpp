@@ -1,47 +1,44 @@
+// The names of items in each tree of a disc.
 #include "compiler/disc_names.hpp"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include <array>
 #include <set>
+#include <sstream>
 
-#include "containers/name_order.hpp"
 #include "project/project_bench.hpp"
-#include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
+#include "volume/catalog_name.hpp"
 
 namespace vellmark {
 namespace {
 
-// A file or folder of the PC as a record holds it.
-struct Source {
-    std::string name;  // UTF-8
-    bool isFolder = false;
-};
+using enum CompileMode;
 
+// The items of a folder of the PC, by their names in UTF-8; a `/` ends those of folders. What the
+// record does not hold has an 8.3 name there.
 class NamedFolder {
   public:
-    NamedFolder(const std::vector<Source>& sources, CompileMode mode) {
-        records_.resize(sources.size());
-        for (std::size_t i = 0; i < sources.size(); ++i) {
-            const std::string narrow = Utf8ToNarrow(sources[i].name);
+    NamedFolder(const std::vector<std::string>& names, CompileMode mode) {
+        records_.resize(names.size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            const bool isFolder = names[i].ends_with('/');
+            const std::string name = names[i].substr(0, names[i].size() - isFolder);
+            const std::string narrow = Utf8ToNarrow(name);
             ProjectRecord& record = records_[i];
-            record.number = sources[i].isFolder ? static_cast<std::int32_t>(i + 18)
-                                                : -static_cast<std::int32_t>(i + 1);
-            record.setAccessPath("/pc/");
-            const bool odd = NarrowToUtf8(narrow) != sources[i].name;
+            const auto number = static_cast<std::int32_t>(i) + 18;
+            const bool odd = NarrowToUtf8(narrow) != name;
+            const std::string shortName =
+                IsShortName(narrow) ? narrow : "SH" + std::to_string(1000 + i);
+            record = test::Item(1, isFolder ? number : -number, odd ? shortName : narrow);
             record.setShortNameFlag(odd);
-            record.setShortName(IsShortName(narrow) ? narrow : "SH" + std::to_string(1000 + i));
-            record.setSourceName(odd ? record.shortName() : std::string_view(narrow));
+            record.setShortName(shortName);
             record.setIsoName(std::string(record.sourceName()).substr(0, 62));
             record.setHfsName(std::string(record.sourceName()).substr(0, 31));
-            DiscItem item;
+            DiscItem& item = items.emplace_back();
             item.record = &record;
-            item.inIso = true;
-            item.inHfs = true;
-            item.folder = sources[i].isFolder ? 1 : kNoFolder;
-            items.push_back(item);
-            diskNames_.push_back(Utf8ToWide(sources[i].name));
+            item.inIso = item.inHfs = true;
+            item.folder = isFolder ? 1 : kNoFolder;
+            diskNames_.push_back(Utf8ToWide(name));
         }
         AssignNames(items, diskNames_, mode, told);
     }
@@ -53,165 +50,135 @@ class NamedFolder {
     std::vector<std::u16string> diskNames_;
 };
 
-DiscItem NameOne(const Source& source, CompileMode mode = CompileMode::HybridHfsPlus) {
-    return NamedFolder({source}, mode).items.front();
-}
+// On the PC, in ISO 9660 (- for one that is not looked at), Joliet, HFS and HFS+.
+constexpr const char* kNames = R"(
+readme.txt|README.TXT|readme.txt|readme.txt|readme.txt
+README|README|README|README|README
+a-b.t~t|A_B.T_T|a-b.t~t|a-b.t~t|a-b.t~t
+longer than eight|SH1000|longer than eight|longer than eight|longer than eight
+a.b/|AB|a.b|a.b|a.b
+abcdefgh.ijk/|ABCDEFGH|abcdefgh.ijk|abcdefgh.ijk|abcdefgh.ijk
+café.txt|-|café.txt|-|café.txt
+café.a|-|café.a|café.a|café.a
+日本:語?.txt|-|日本_語_.txt|__:_?.txt|日本/語?.txt
+∫ π.txt|-|∫ π.txt|∫ π.txt|∫ π.txt
+😀.txt|-|😀.txt|__.txt|😀.txt
+)";
 
-TEST(DiscNames, IsoNamesAreTheShortNamesInCapitals) {
-    struct Row {
-        Source source;
-        std::string iso;
-    };
-    const std::vector<Row> rows = {
-        {{"readme.txt"}, "README.TXT"},        {{"README"}, "README"}, {{"a-b.t~t"}, "A_B.T_T"},
-        {{"longer than eight.txt"}, "SH1000"}, {{"sub", true}, "SUB"}, {{"a.b", true}, "AB"},
-        {{"abcdefgh.ijk", true}, "ABCDEFGH"},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(NameOne(row.source).isoName, row.iso) << row.source.name;
+TEST(DiscNames, EachTreeHasTheNameThatItCanHold) {
+    std::istringstream in(kNames);
+    in.ignore();
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream row(line);
+        std::array<std::string, 5> names;
+        for (std::string& name : names)
+            std::getline(row, name, '|');
+        const NamedFolder hfs({names[0]}, HybridHfs);
+        const NamedFolder plus({names[0]}, HybridHfsPlus);
+        const DiscItem& item = hfs.items[0];
+        const std::string found[] = {item.isoName, WideToUtf8(item.jolietName),
+                                     ShownHfsName(item.hfsName),
+                                     WideToUtf8(plus.items[0].hfsPlusName)};
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_TRUE(names[i + 1] == "-" || names[i + 1] == found[i]) << line << found[i];
+    }
+    EXPECT_EQ(NamedFolder({"\u65E5.txt"}, HybridHfs).told.renamed,
+              std::vector<std::string>{"/pc/\u65E5.txt: HFS \"_.txt\""});
+    EXPECT_EQ(NamedFolder({"bad\xE9.txt"}, HybridHfsPlus).items[0].hfsPlusName, u"bad_.txt");
+    // The longest of Joliet: 62 units of a file, 64 of a folder.
+    const std::string f64(64, 'f');
+    EXPECT_EQ(NamedFolder({f64 + "/"}, HybridHfs).items[0].jolietName, Utf8ToWide(f64));
+    EXPECT_EQ(NamedFolder({"日" + f64 + ".txt"}, HybridHfs).items[0].jolietName,
+              Utf8ToWide("日" + f64.substr(7) + ".txt"));
 }
 
 TEST(DiscNames, IsoNamesThatAreTakenGetLettersWithinTheirEight) {
-    const NamedFolder folder({{"a.b", true}, {"ab", true}, {"AB"}, {"x.txt"}, {"X.TXT"}},
-                             CompileMode::HybridHfs);
-    std::vector<std::string> names;
-    for (const DiscItem& item : folder.items)
-        names.push_back(item.isoName);
-    EXPECT_EQ(names, (std::vector<std::string>{"AB", "AB_A", "AB_B", "X.TXT", "X_A.TXT"}));
-    // All ways to write eight letters in capitals and small ones.
-    std::vector<Source> twins;
-    for (int i = 0; i < 30; ++i) {
-        twins.push_back({"abcdefgh.txt"});
-        for (std::size_t letter = 0; letter < 5; ++letter)
-            if ((i >> letter & 1) != 0)
-                twins.back().name[letter] = static_cast<char>('A' + letter);
+    // All ways to write five letters in capitals and small ones.
+    std::vector<std::string> names = {"a.b/", "ab/", "AB", "x.txt", "X.TXT"};
+    for (unsigned i = 0; i < 30; ++i) {
+        names.emplace_back("abcdefgh.txt");
+        for (unsigned letter = 0; letter < 5; ++letter)
+            names.back()[letter] = static_cast<char>(names.back()[letter] - (i >> letter & 1) * 32);
     }
-    const NamedFolder many(twins, CompileMode::PureIso);
-    EXPECT_EQ(many.items[0].isoName, "ABCDEFGH.TXT");
-    EXPECT_EQ(many.items[1].isoName, "ABCDEF_A.TXT");
-    EXPECT_EQ(many.items[26].isoName, "ABCDEF_Z.TXT");
-    EXPECT_EQ(many.items[27].isoName, "ABCDE_AA.TXT");
-    EXPECT_EQ(many.items[29].isoName, "ABCDE_AC.TXT");
-}
-
-TEST(DiscNames, JolietKeepsWhatUcs2CanSayAndReplacesWhatItForbids) {
-    EXPECT_EQ(NameOne({"café.txt"}).jolietName, u"café.txt");
-    EXPECT_EQ(NameOne({"日本語.txt"}).jolietName, u"日本語.txt");
-    EXPECT_EQ(NameOne({"a:b*c?.txt"}).jolietName, u"a_b_c_.txt");
-    EXPECT_EQ(NameOne({"bad\xE9.txt"}).jolietName, u"bad_.txt");
-    EXPECT_EQ(NameOne({"cafe\u0301", true}).jolietName, u"caf\u00E9") << "joined";
-    const std::string letters64(64, 'f');
-    EXPECT_EQ(NameOne({letters64, true}).jolietName, Utf8ToWide(letters64));
-    const NamedFolder folders({{letters64 + "a", true}, {letters64 + "b", true}},
-                              CompileMode::PureIso);
-    EXPECT_EQ(folders.items[0].jolietName, Utf8ToWide(letters64));
-    EXPECT_TRUE(folders.items[1].jolietName.starts_with(std::u16string(59, u'f') + u"-"));
-    const std::string letters62 = std::string(58, 'n') + ".txt";
-    EXPECT_EQ(NameOne({letters62}).jolietName, Utf8ToWide(letters62));
-    const std::u16string cut = NameOne({"日" + std::string(70, 'n') + ".txt"}).jolietName;
-    EXPECT_EQ(cut.size(), 62u);
-    EXPECT_TRUE(cut.ends_with(u".txt"));
+    const NamedFolder folder(names, PureIso);
+    const std::pair<std::size_t, const char*> expected[] = {
+        {0, "AB"},           {1, "AB_A"},          {2, "AB_B"},
+        {3, "X.TXT"},        {4, "X_A.TXT"},       {5, "ABCDEFGH.TXT"},
+        {6, "ABCDEF_A.TXT"}, {31, "ABCDEF_Z.TXT"}, {32, "ABCDE_AA.TXT"},
+        {34, "ABCDE_AC.TXT"}};
+    for (const auto& [place, name] : expected)
+        EXPECT_EQ(folder.items[place].isoName, name);
 }
 
 // Readers of Joliet do not tell capitals from small letters either. What an item could not keep is
 // told.
 TEST(DiscNames, NamesThatOnlyDifferInCaseCollide) {
-    for (const CompileMode mode : {CompileMode::HybridHfs, CompileMode::HybridHfsPlus}) {
-        const NamedFolder folder({{"readme.txt"}, {"README.txt"}}, mode);
+    for (const bool isPlus : {false, true}) {
+        const NamedFolder folder({"readme.txt", "README.txt"}, isPlus ? HybridHfsPlus : HybridHfs);
         const DiscItem& a = folder.items[0];
         const DiscItem& b = folder.items[1];
         EXPECT_EQ(a.jolietName, u"readme.txt");
         EXPECT_EQ(b.jolietName, u"README-9658.txt");
-        const std::string tree = mode == CompileMode::HybridHfs ? "HFS" : "HFS+";
-        EXPECT_EQ(folder.told.renamed, std::vector{"/pc/README.txt: Joliet \"README-9658.txt\", " +
-                                                   tree + " \"README-9658.txt\""});
-        if (mode == CompileMode::HybridHfs) {
-            EXPECT_NE(CompareHfsKeyNames(a.hfsName, b.hfsName), 0);
-            EXPECT_EQ(b.hfsName.size(), std::string("README-0000.txt").size()) << b.hfsName;
-        } else {
-            EXPECT_NE(CompareHfsPlusNames(std::u16string_view(a.hfsPlusName),
-                                          std::u16string_view(b.hfsPlusName)),
-                      0);
-        }
+        EXPECT_EQ(isPlus ? a.hfsPlusName : Utf8ToWide(a.hfsName), u"readme.txt");
+        EXPECT_EQ(isPlus ? b.hfsPlusName : Utf8ToWide(b.hfsName), u"README-9658.txt");
+        EXPECT_EQ(folder.told.renamed,
+                  std::vector{"/pc/README.txt: Joliet \"README-9658.txt\", HFS" +
+                              std::string(isPlus ? "+" : "") + " \"README-9658.txt\""});
     }
-}
-
-// The record of an older project has the 8.3 name, which is all that Windows-1252 held.
-TEST(DiscNames, HfsTakesTheTrueNameWhereTheRecordHasTheShortOne) {
-    const NamedFolder folder({{"\u222B \u03C0.txt"}, {"cafe\u0301"}, {"\u65E5.txt"}},
-                             CompileMode::HybridHfs);
-    EXPECT_EQ(folder.items[0].hfsName, "\xBA \xB9.txt");
-    EXPECT_EQ(folder.items[1].hfsName, "caf\x8E");
-    EXPECT_EQ(folder.items[2].hfsName, "_.txt");
-    EXPECT_EQ(folder.told.renamed, std::vector<std::string>{"/pc/\u65E5.txt: HFS \"_.txt\""});
-    EXPECT_EQ(NameOne({"cafe\u0301.a"}).jolietName, u"caf\u00E9.a");
-}
-
-TEST(DiscNames, HfsPlusTakesTheTrueNameDecomposed) {
-    EXPECT_EQ(NameOne({"část.txt"}).hfsPlusName, u"c\u030Ca\u0301st.txt");
-    EXPECT_EQ(NameOne({"\u65E5:b?.txt"}).hfsPlusName, u"\u65E5/b?.txt");
-    EXPECT_EQ(NameOne({"bad\xE9.txt"}).hfsPlusName, u"bad_.txt");
-    EXPECT_EQ(NameOne({"😀.txt"}).hfsPlusName, u"😀.txt");
-}
-
-TEST(DiscNames, AFileOfAServerHasItsNameOnTheDiskUnlessItIsLocked) {
-    for (const bool locked : {false, true}) {
-        ProjectRecord record;
-        record.number = -1;
-        record.setAccessPath("/pc/");
-        record.setSourceName("NOTES~1.TXT");
-        record.setShortNameFlag(true);
-        record.setHfsName("old name");
-        record.setCoding(ForkCoding::NamedStreams);
-        record.setHfsNameLocked(locked);
-        DiscItem item;
-        item.record = &record;
-        item.inHfs = true;
-        std::vector<DiscItem> items = {item};
-        test::ScriptedMessages told;
-        AssignNames(items, {u"r\u00E9sum\u00E9 \u2014 a name of more than 31 units.txt"},
-                    CompileMode::HybridHfs, told);
-        EXPECT_EQ(items[0].hfsName,
-                  locked ? "old name" : "r\x8Esum\x8E \xD1 a name of more tha.txt");
-        AssignNames(items, {u"r\u00E9sum\u00E9"}, CompileMode::HybridHfsPlus, told);
-        EXPECT_EQ(items[0].hfsPlusName, locked ? u"old name" : u"re\u0301sume\u0301");
-    }
-}
-
-// What Windows-1252 cannot say of a name in a container comes from the container.
-TEST(DiscNames, AContainerNamesItsFileWhateverItIsCalledOnTheDisk) {
-    ProjectRecord record;
-    record.number = -1;
-    record.setMacBinary(true);
-    record.setShortNameFlag(true);
-    record.setHfsName("_ 1");
-    DiscItem item;
-    item.record = &record;
-    item.inHfs = true;
-    item.containerName = "\xB6 1";
-    test::ScriptedMessages told;
-    for (const bool isCopy : {false, true}) {
-        record.setUnicodeOnDisk(isCopy);
-        std::vector<DiscItem> items = {item};
-        AssignNames(items, {u"\u65E5.bin"}, CompileMode::HybridHfsPlus, told);
-        EXPECT_EQ(items[0].hfsPlusName, isCopy ? u"\u2202 1" : u"_ 1");
-    }
-    EXPECT_TRUE(told.renamed.empty());
 }
 
 TEST(DiscNames, ThousandsOfNamesThatShareTheirBeginningAllStayApart) {
     // The names agree in all that HFS and Joliet can hold of them.
-    std::vector<Source> sources;
-    for (int i = 0; i < 3000; ++i)
-        sources.push_back({std::string(70, 'x') + std::to_string(i) + ".txt"});
-    const NamedFolder folder(sources, CompileMode::HybridHfs);
-    std::set<std::string> hfs;
-    std::set<std::u16string> joliet;
-    for (const DiscItem& item : folder.items) {
-        EXPECT_TRUE(hfs.insert(item.hfsName).second) << item.hfsName;
-        EXPECT_LE(item.hfsName.size(), 31u);
-        EXPECT_TRUE(joliet.insert(item.jolietName).second);
-        EXPECT_LE(item.jolietName.size(), 62u);
+    for (const char* end : {".txt", "/"}) {
+        std::vector<std::string> names;
+        for (int i = 0; i < 1500; ++i)
+            names.push_back(std::string(70, 'x') + std::to_string(i) + end);
+        std::set<std::string> hfs;
+        std::set<std::u16string> joliet;
+        const NamedFolder folder(names, HybridHfs);
+        for (const DiscItem& item : folder.items) {
+            EXPECT_TRUE(hfs.insert(item.hfsName).second) << item.hfsName;
+            EXPECT_TRUE(joliet.insert(item.jolietName).second);
+            EXPECT_LE(item.hfsName.size(), 31u);
+            EXPECT_LE(item.jolietName.size(), item.isFolder() ? 64u : 62u);
+        }
+    }
+}
+
+// A file of a server is named by the disk unless its name is locked; one in a container is named by
+// that, where the field of the record only has a copy.
+TEST(DiscNames, WhoNamesAFileIsToldByItsRecord) {
+    const std::u16string disk = u"r\u00E9sum\u00E9 \u2014 a name of more than 31 units.txt";
+    const struct {
+        bool isBox;
+        bool isLocked;
+        bool isCopy;
+        std::string hfs;
+        std::u16string hfsPlus;
+    } rows[] = {{false, false, false, "r\x8Esum\x8E \xD1 a name of more tha.txt",
+                 u"re\u0301sume\u0301 \u2014 a name of more than 31 units.txt"},
+                {false, true, false, "kept", u"kept"},
+                {true, false, false, "kept", u"kept"},
+                {true, false, true, "kept", u"\u2202 1"}};
+    for (const auto& row : rows) {
+        ProjectRecord record = test::Item(1, -1, "NOTES~1.TXT");
+        record.setShortNameFlag(true);
+        record.setHfsName("kept");
+        record.setCoding(row.isBox ? ForkCoding::MacBinary : ForkCoding::NamedStreams);
+        record.setMacBinary(row.isBox);
+        record.setHfsNameLocked(row.isLocked);
+        record.setUnicodeOnDisk(row.isCopy);
+        DiscItem item;
+        item.record = &record;
+        item.inHfs = true;
+        item.containerName = row.isBox ? "\xB6 1" : "";
+        std::vector<DiscItem> items = {item};
+        test::ScriptedMessages told;
+        AssignNames(items, {disk}, HybridHfsPlus, told);
+        EXPECT_EQ(items[0].hfsPlusName, row.hfsPlus);
+        EXPECT_TRUE(told.renamed.empty());
+        AssignNames(items, {disk}, HybridHfs, told);
+        EXPECT_EQ(row.isCopy ? "kept" : items[0].hfsName, row.hfs);
     }
 }
 

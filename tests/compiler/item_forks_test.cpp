@@ -1,6 +1,7 @@
+// What the plan of a disc takes of the files of the PC: forks, sizes, marks, and what is left out.
 #include "compiler/item_forks.hpp"
 
-#include <gtest/gtest.h>
+#include <algorithm>
 
 #include "compiler/compiler_bench.hpp"
 #include "containers/codec_bench.hpp"
@@ -8,58 +9,19 @@
 namespace vellmark::test {
 namespace {
 
-using testing::Append;
-using testing::Be;
-using testing::Bytes;
+// Files with forks of 300 and 200 bytes.
+const std::string kBox = MacBinaryFile({"m", "TYPEcrea", 300, 200, 0x90000002, 0x90000001, "\x24"});
+const std::string kSingle =
+    AppleFile(kAppleSingle, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
+const std::string kCompanion =
+    AppleFile(kAppleDouble, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
 
-std::string TextOf(const Bytes& bytes) {
-    return {bytes.begin(), bytes.end()};
+// Without so many bytes of its end.
+std::string BinHexText(std::size_t cut = 0) {
+    const testing::Bytes text =
+        testing::BinHexOf({.data = testing::Pattern(300), .resource = testing::Pattern(200, 1)});
+    return {text.begin(), text.end() - static_cast<std::ptrdiff_t>(cut)};
 }
-
-// A MacBinary file with 300 and 200 bytes in its forks, of which so many are there.
-std::string MacBinary(std::size_t bytes = 128 + 384 + 200) {
-    Bytes file = {0, 1, 'm'};
-    file.resize(65);
-    Append(file, testing::BytesOf("TYPEcrea"));
-    Append(file, {0x24, 0x02});
-    file.resize(83);
-    Append(file, Be(300, 4));
-    Append(file, Be(200, 4));
-    file.resize(bytes, 'f');
-    return TextOf(file);
-}
-
-// An AppleSingle or AppleDouble file with both forks, of which so many bytes are there.
-std::string AppleFile(std::uint32_t magic, std::size_t bytes = 50 + 300 + 200) {
-    Bytes file = Be(magic, 4);
-    Append(file, Be(0x20000, 4));
-    file.resize(24);
-    Append(file, Be(2, 2));
-    for (const std::uint64_t value : {1u, 50u, 300u, 2u, 350u, 200u})
-        Append(file, Be(value, 4));
-    file.resize(bytes, 'f');
-    return TextOf(file);
-}
-
-std::string BinHex(std::size_t cut = 0) {
-    testing::MacFile file;
-    file.data = testing::Pattern(300);
-    file.resource = testing::Pattern(200, 1);
-    std::string text = TextOf(testing::BinHexOf(file));
-    return text.substr(0, text.size() - cut);
-}
-
-struct Row {
-    const char* name;
-    ForkCoding coding;
-    std::string file;
-    std::string companion;  // "": there is none
-    bool iso;               // is in the tree, when it is to be in both
-    bool hfs;
-    std::uint32_t data;  // bytes of the forks
-    std::uint32_t resource;
-    const char* leftOut;  // in the reason; "": nothing is left out
-};
 
 class ItemForks : public CompilerTest {
   protected:
@@ -67,85 +29,62 @@ class ItemForks : public CompilerTest {
     [[nodiscard]] ProjectFile projectOf(ForkCoding coding, const std::string& name = "file",
                                         ProjectMode mode = ProjectMode::Hybrid) {
         ProjectFile made = ProjectFile::Create(folder_.path() + "/test.vlpr", mode, {});
-        ProjectRecord record = Item(kRootFolder, made.giveFileNumber(), name);
-        record.setAccessPath(tree() + "/");
+        ProjectRecord record = Item(kRootFolder, made.giveFileNumber(), name, 1, 1, tree() + "/");
         record.setCoding(coding);
         record.setAppleSingle(name == "single");
         record.setSignature("TYPEcrea");
         made.insert(record);
         return made;
     }
+    // The one item of a plan, and the only folder's count of children in the HFS tree.
+    static const DiscItem& onlyItem(const DiscPlan& plan) {
+        EXPECT_EQ(plan.folders[0].items.size(), 1u);
+        return plan.folders[0].items[0];
+    }
+};
 
-    // The files of a row in the tree, and no other companion.
-    void lay(const Row& row) {
+TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
+    using enum ForkCoding;
+    const struct {
+        const char* name;
+        ForkCoding coding;
+        std::string file;
+        std::string companion;  // "": there is none
+        bool hfs;               // is in the tree, when it is to be in both
+        std::uint32_t data;     // bytes of the forks
+        std::uint32_t resource;
+        const char* leftOut;  // in the reason; "": nothing is left out
+    } rows[] = {
+        {"file", None, "plain", "", true, 5, 0, ""},
+        {"file", MacBinary, kBox, "", true, 300, 200, ""},
+        {"file", MacBinary, kBox.substr(0, 600), "", true, 600, 0, "resource fork"},
+        {"file", MacBinary, kBox.substr(0, 200), "", true, 200, 0, "data fork"},
+        {"file", MacBinary, "short", "", true, 5, 0, "cut short"},
+        {"single", AppleFiles, kSingle, "", true, 300, 200, ""},
+        {"single", AppleFiles, kSingle.substr(0, 500), "", false, 0, 0, "resource fork"},
+        {"single", AppleFiles, "no container", "", true, 12, 0, "not what"},
+        {"file", AppleFiles, "data", kCompanion, true, 4, 200, ""},
+        {"file", AppleFiles, "data", kCompanion.substr(0, 360), true, 4, 0, "companion ._file"},
+        {"file", AppleFiles, "data", "", true, 4, 0, "._file is not there"},
+        {"file", BinHex, BinHexText(), "", true, 300, 200, ""},
+        {"file", BinHex, BinHexText(100), "", false, 0, 0, "resource fork"},
+        {"file", BinHex, "no text", "", true, 7, 0, "not what"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(fmt::format("row {}", &row - rows));
         write(row.name, row.file);
         std::filesystem::remove(tree() + "/._" + row.name);
         if (!row.companion.empty())
             write(std::string("._") + row.name, row.companion);
-    }
-
-    [[nodiscard]] std::vector<Row> rows() const {
-        const ForkCoding apple = ForkCoding::AppleFiles;
-        const std::string single = AppleFile(kAppleSingle);
-        const std::string companion = AppleFile(kAppleDouble);
-        return {
-            {"file", ForkCoding::None, "plain", "", true, true, 5, 0, ""},
-            {"file", ForkCoding::MacBinary, MacBinary(), "", true, true, 300, 200, ""},
-            {"file", ForkCoding::MacBinary, MacBinary(600), "", true, true, 600, 0,
-             "resource fork"},
-            {"file", ForkCoding::MacBinary, MacBinary(200), "", true, true, 200, 0, "data fork"},
-            {"file", ForkCoding::MacBinary, "short", "", true, true, 5, 0, "cut short"},
-            {"single", apple, single, "", true, true, 300, 200, ""},
-            {"single", apple, single.substr(0, 500), "", true, false, 0, 0, "resource fork"},
-            {"single", apple, "no container", "", true, true, 12, 0, "not what"},
-            {"file", apple, "data", companion, true, true, 4, 200, ""},
-            {"file", apple, "data", companion.substr(0, 360), true, true, 4, 0, "companion ._file"},
-            {"file", apple, "data", "", true, true, 4, 0, "._file is not there"},
-            {"file", ForkCoding::BinHex, BinHex(), "", true, true, 300, 200, ""},
-            {"file", ForkCoding::BinHex, BinHex(100), "", true, false, 0, 0, "resource fork"},
-            {"file", ForkCoding::BinHex, "no text", "", true, true, 7, 0, "not what"},
-        };
-    }
-
-    static constexpr std::uint32_t kAppleSingle = 0x00051600;
-    static constexpr std::uint32_t kAppleDouble = 0x00051607;
-};
-
-TEST_F(ItemForks, DatesAndFlagsComeFromRecordAndContainer) {
-    std::string file = MacBinary();
-    file.replace(91, 8, std::string("\x90\0\0\2\x90\0\0\1", 8));  // created, modified
-    write("file", file);
-    // A creation date behind the modification date is the container's own.
-    for (const std::uint32_t kept : {0x90000001u, 0x90000000u}) {
-        ProjectFile made = projectOf(ForkCoding::MacBinary);
-        made.changeRuns([&](std::span<ProjectRecord> run) {
-            run[0].modified = 0x90000001u;
-            run[0].created = kept;
-            run[0].setHiddenInHfs(kept == 0x90000000u);
-        });
-        const DiscItem item = planOf(made, CompileMode::HybridHfs).folders[0].items[0];
-        EXPECT_EQ(item.created, kept == 0x90000001u ? 0x90000002u : 0u);
-        EXPECT_EQ(item.finderFlags, kept == 0x90000001u ? 0x2400 : 0x6400);
-    }
-}
-
-TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
-    for (const Row& row : rows()) {
-        SCOPED_TRACE(::testing::Message()
-                     << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
-        lay(row);
         ProjectFile made = projectOf(row.coding, row.name);
         const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
-        ASSERT_EQ(plan.folders[0].items.size(), 1u);
-        const DiscItem& item = plan.folders[0].items[0];
-        EXPECT_EQ(item.inIso, row.iso);
+        const DiscItem& item = onlyItem(plan);
+        EXPECT_TRUE(item.inIso);
         EXPECT_EQ(item.inHfs, row.hfs);
         EXPECT_EQ(plan.folders[0].hfsChildren, row.hfs ? 1u : 0u);
         EXPECT_EQ(item.run(RunKind::File).sizeBytes, row.file.size());
-        if (row.hfs) {
-            EXPECT_EQ(item.dataFork().sizeBytes, row.data);
-            EXPECT_EQ(item.run(RunKind::Resource).sizeBytes, row.resource);
-        }
+        EXPECT_EQ(row.hfs ? item.dataFork().sizeBytes : 0, row.data);
+        EXPECT_EQ(row.hfs ? item.run(RunKind::Resource).sizeBytes : 0, row.resource);
         ASSERT_EQ(plan.leftOut.size(), *row.leftOut ? 1u : 0u);
         if (*row.leftOut) {
             EXPECT_EQ(plan.leftOut[0].first, tree() + "/" + row.name);
@@ -156,62 +95,67 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         const DiscPlan pure = planOf(made, CompileMode::PureIso);
         EXPECT_TRUE(pure.leftOut.empty());
         EXPECT_EQ(pure.sourceBytes, row.file.size());
-    }
-}
 
-TEST_F(ItemForks, WithTheAppleExtensionForksStandForTheContainer) {
-    for (const Row& row : rows()) {
-        SCOPED_TRACE(::testing::Message()
-                     << static_cast<int>(row.coding) << ", " << row.file.size() << " bytes");
-        lay(row);
-        ProjectFile made = projectOf(row.coding, row.name, ProjectMode::IsoPlus);
-        DiscPlan plan = planOf(made, CompileMode::IsoPlus);
-        ASSERT_EQ(plan.folders[0].items.size(), 1u);
-        EXPECT_EQ(plan.leftOut.size(), *row.leftOut ? 1u : 0u);
+        // With the Apple extension forks stand for the container.
+        made = projectOf(row.coding, row.name, ProjectMode::IsoPlus);
+        DiscPlan plus = planOf(made, CompileMode::IsoPlus);
+        EXPECT_EQ(plus.leftOut.size(), plan.leftOut.size());
+        if (row.hfs) {
+            EXPECT_EQ(PlaceFiles(plus, 2048), row.resource ? 2u : 1u);
+            EXPECT_EQ(onlyItem(plus).run(RunKind::File).sizeBytes, row.data);
+            EXPECT_EQ(onlyItem(plus).run(RunKind::File).startBlock, row.resource ? 1u : 0u);
+            EXPECT_EQ(onlyItem(plus).run(RunKind::Resource).sizeBytes, row.resource);
+        }
         made.changeRuns([](std::span<ProjectRecord> run) { run[0].setIsoInclusion(0); });
         EXPECT_EQ(planOf(made, CompileMode::PureHfs).folders[0].items.size(), 1u)
             << "nowhere else to be";
-        if (!row.hfs)
-            continue;
-        EXPECT_EQ(PlaceFiles(plan, 2048), row.resource ? 2u : 1u);
-        const DiscItem& item = plan.folders[0].items[0];
-        EXPECT_EQ(item.run(RunKind::File).sizeBytes, row.data);
-        EXPECT_EQ(item.run(RunKind::File).startBlock, row.resource ? 1u : 0u);
-        EXPECT_EQ(item.run(RunKind::Resource).sizeBytes, row.resource);
     }
-    write("file", "data");
-    ProjectFile made = projectOf(ForkCoding::NamedStreams, "file", ProjectMode::IsoPlus);
-    ASSERT_EQ(build(made).result, CompileResult::Done);
-    ASSERT_EQ(messages_.skipped.size(), 1u);
-    EXPECT_EQ(messages_.skipped[0].first, tree() + "/file");
+}
+
+TEST_F(ItemForks, DatesAndFlagsComeFromRecordAndContainer) {
+    write("file", kBox);
+    // A creation date behind the modification date is the container's own.
+    for (const std::uint32_t kept : {0x90000001u, 0x90000000u}) {
+        ProjectFile made = projectOf(ForkCoding::MacBinary);
+        made.changeRuns([&](std::span<ProjectRecord> run) {
+            run[0].modified = 0x90000001u;
+            run[0].created = kept;
+            run[0].setHiddenInHfs(kept == 0x90000000u);
+        });
+        const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
+        EXPECT_EQ(onlyItem(plan).created, kept == 0x90000001u ? 0x90000002u : 0u);
+        EXPECT_EQ(onlyItem(plan).finderFlags, kept == 0x90000001u ? 0x2400 : 0x6400);
+    }
 }
 
 // Catches a resource fork that is lost without a word when an editor drops the streams of a file.
 TEST_F(ItemForks, AStreamThatIsGoneIsNamed) {
     write("file", "data");
-    ProjectFile made = projectOf(ForkCoding::NamedStreams);
     for (const std::uint32_t kept : {0u, 7u}) {
+        ProjectFile made = projectOf(ForkCoding::NamedStreams);
         made.changeRuns([&](std::span<ProjectRecord> run) { run[0].resourceSize = kept; });
         const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
-        ASSERT_EQ(plan.leftOut.size(), kept == 0 ? 0u : 1u);
-        EXPECT_EQ(plan.folders[0].items[0].dataFork().sizeBytes, 4u) << "the data fork stays";
+        EXPECT_EQ(plan.leftOut.size(), kept == 0 ? 0u : 1u);
+        EXPECT_EQ(onlyItem(plan).dataFork().sizeBytes, 4u) << "the data fork stays";
     }
+    ProjectFile plus = projectOf(ForkCoding::NamedStreams, "file", ProjectMode::IsoPlus);
+    ASSERT_EQ(build(plus).result, CompileResult::Done);
+    ASSERT_EQ(messages_.skipped.size(), 1u);
+    EXPECT_EQ(messages_.skipped[0].first, tree() + "/file");
 }
 
 TEST_F(ItemForks, AContainerThatShrinksOrAStopWhileItIsReadEndsTheBuild) {
-    write("file", BinHex());
+    write("file", BinHexText());
     ProjectFile text = projectOf(ForkCoding::BinHex);
     progress_.stop = true;
     EXPECT_EQ(build(text).result, CompileResult::Aborted);
     progress_.stop = false;
-    write("file", MacBinary());
+    write("file", kBox);
     ProjectFile made = projectOf(ForkCoding::MacBinary);
     progress_.onFile = [&](std::string_view) {
         std::filesystem::resize_file(tree() + "/file", 300);
     };
-    EXPECT_EQ(build(made).result, CompileResult::CopyFailed);
-    EXPECT_NE(messages_.shown.back().find("/file"), std::string::npos) << messages_.shown.back();
-    EXPECT_TRUE(filesIn(out()).empty());
+    expectFailure(made, CompileResult::CopyFailed, "/file");
 }
 
 TEST_F(ItemForks, RecordsThatNoWayLeadsToAreNamed) {
@@ -219,18 +163,12 @@ TEST_F(ItemForks, RecordsThatNoWayLeadsToAreNamed) {
     ProjectFile made = projectOf(ForkCoding::None);
     made.insert(Item(99, -50, "orphan"));
     made.insert(Item(99, -51, "orphan in no view", 0, 0));
-    made.insert(Item(31, 30, "circle a"));
-    made.insert(Item(30, 31, "circle b"));
-    made.insert(Item(kRootFolder, 40, "folder"));
-    made.insert(Item(40, kRootFolder, "root again"));
-    write("folder/x", "");
-    made.changeRuns([&](std::span<ProjectRecord> run) {
-        for (ProjectRecord& record : run)
-            record.setAccessPath(record.isFolder() ? kProjectOnlyPath : tree() + "/");
-    });
-    const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
+    made.insert(Item(31, 30, "circle a", 1, 1, kProjectOnlyPath));
+    made.insert(Item(30, 31, "circle b", 1, 1, kProjectOnlyPath));
+    made.insert(Item(kRootFolder, 40, "folder", 1, 1, kProjectOnlyPath));
+    made.insert(Item(40, kRootFolder, "root again", 1, 1, kProjectOnlyPath));
     std::vector<std::string> names;
-    for (const auto& [name, reason] : plan.leftOut)
+    for (const auto& [name, reason] : planOf(made, CompileMode::HybridHfs).leftOut)
         names.push_back(name.substr(name.find_last_of('/') + 1));
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::string>{"circle a", "circle b", "orphan", "root again"}));

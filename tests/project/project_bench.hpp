@@ -1,6 +1,8 @@
-// What the tests of projects share: scripted answers, records made by hand, trees of files.
+// What the tests of projects share: scripted answers, records and files made by hand, and projects
+// as lines of text.
 #pragma once
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -14,7 +16,9 @@
 #include <utility>
 #include <vector>
 
+#include "project/item_names.hpp"
 #include "project/project_file.hpp"
+#include "support/encoding.hpp"
 #include "support/messages.hpp"
 #include "support/pc_file.hpp"
 
@@ -36,6 +40,7 @@ class ScriptedMessages final : public Messages {
     [[nodiscard]] Language language() const override { return spoken; }
     void showMessage(std::string_view text) override { shown.emplace_back(text); }
     void itemSkipped(std::string_view item, std::string_view reason) override {
+        EXPECT_FALSE(reason.empty()) << item;
         skipped.emplace_back(item, reason);
     }
     void nameChanged(std::string_view item, std::string_view given) override {
@@ -75,12 +80,13 @@ inline ProjectFile EmptyProject(bool isHfsPlus = false, ProjectMode mode = Proje
 }
 
 inline ProjectRecord Item(std::int32_t parent, std::int32_t number, std::string_view name,
-                          int iso = 1, int hfs = 1) {
+                          int iso = 1, int hfs = 1, std::string_view path = "/pc/") {
     ProjectRecord record;
     record.parent = parent;
     record.number = number;
-    record.setAccessPath("/pc/");
+    record.setAccessPath(path);
     record.setSourceName(name);
+    record.setShortName(name);
     record.setIsoName(name);
     record.setHfsName(name);
     record.setIsoInclusion(iso);
@@ -100,6 +106,55 @@ inline void Write(const std::filesystem::path& path, std::string_view bytes = "x
     ASSERT_TRUE(out.good()) << path;
 }
 
+inline std::string Zeros(std::size_t count) {
+    return std::string(count, '\0');
+}
+
+/// A number of four bytes, the greatest first.
+inline std::string Big(std::size_t value) {
+    return {static_cast<char>(value >> 24), static_cast<char>(value >> 16),
+            static_cast<char>(value >> 8), static_cast<char>(value)};
+}
+
+/// A Macintosh file in MacBinary.
+struct BoxedFile {
+    std::string name = "Boxed";
+    std::string signature = "APPLxxxx";
+    std::size_t data = 10;  // bytes
+    std::size_t resource = 0;
+    std::uint32_t created = 2'900'000'000;
+    std::uint32_t modified = 2'900'000'000;
+    std::string flags = Zeros(1);  // the high byte of the Finder's
+};
+
+/// Laid out by hand: name at 1, type and creator at 65, lengths at 83, dates at 91.
+inline std::string MacBinaryFile(const BoxedFile& file) {
+    std::string header = Zeros(128);
+    header[1] = static_cast<char>(file.name.size());
+    header.replace(2, file.name.size(), file.name);
+    header.replace(65, 9, file.signature + file.flags);
+    header.replace(83, 16,
+                   Big(file.data) + Big(file.resource) + Big(file.created) + Big(file.modified));
+    const auto padded = [](std::size_t bytes) { return (bytes + 127) / 128 * 128; };
+    return header + std::string(padded(file.data), 'd') + std::string(file.resource, 'r');
+}
+
+inline constexpr std::uint32_t kAppleSingle = 0x00051600;
+inline constexpr std::uint32_t kAppleDouble = 0x00051607;
+
+/// A file of RFC 1740: entries by their numbers (1 data fork, 2 resource fork, 9 Finder), whose
+/// bytes follow one another.
+inline std::string AppleFile(std::uint32_t magic,
+                             const std::vector<std::pair<std::uint32_t, std::string>>& entries) {
+    std::string table = Big(magic) + Big(0x20000) + Zeros(16) + Big(entries.size()).substr(2);
+    std::string bodies;
+    for (const auto& [id, bytes] : entries) {
+        table += Big(id) + Big(26 + 12 * entries.size() + bodies.size()) + Big(bytes.size());
+        bodies += bytes;
+    }
+    return table + bodies;
+}
+
 /// Source name to record of a folder's items.
 inline std::map<std::string, ProjectRecord> ByName(const ProjectFile& project,
                                                    std::int32_t folder) {
@@ -107,6 +162,38 @@ inline std::map<std::string, ProjectRecord> ByName(const ProjectFile& project,
     for (const ProjectRecord& record : project.childrenOf(folder))
         items.emplace(record.sourceName(), record);
     return items;
+}
+
+/// Which marks of a record are set, a letter each.
+inline std::string MarksOf(const ProjectRecord& r) {
+    const std::pair<bool, char> marks[] = {
+        {r.isoInclusion() > 0, 'I'}, {r.isoInclusion() < 0, 'i'},  // included, missing
+        {r.hfsInclusion() > 0, 'H'}, {r.hfsInclusion() < 0, 'h'},
+        {r.isoNameLocked(), 'l'},    {r.hfsNameLocked(), 'L'},
+        {r.unicodeOnDisk(), 'u'},    {r.customIcon(), 'k'},
+        {r.appleDouble(), 'D'},      {r.appleSingle(), 'S'},
+        {r.macBinary(), 'M'},        {r.binHex(), 'B'},
+        {r.hiddenInIso(), 'p'},      {r.hiddenInHfs(), 'm'},  // hidden on a PC, on a Macintosh
+        {r.hiddenExtension(), 'x'}};
+    std::string letters;
+    for (const auto& [isSet, letter] : marks)
+        letters += isSet ? std::string(1, letter) : "";
+    return letters;
+}
+
+/// A record: source, ISO and HFS name (one where they are the same), marks, lengths of its forks or
+/// the counters of a folder.
+inline std::string LineOf(const ProjectFile& project, const ProjectRecord& record) {
+    std::string line = NarrowToUtf8(record.sourceName());
+    const std::string iso = NarrowToUtf8(record.isoName());
+    const std::string hfs = ShownItemName(project, record, ProjectView::Hfs);
+    if (iso != line || hfs != line)
+        line += "|" + iso + "|" + hfs;
+    line += " " + MarksOf(record);
+    if (record.isFolder() || record.dataSize + record.resourceSize != 0)
+        line += fmt::format(" {}/{}", std::uint32_t{record.dataSize},
+                            std::uint32_t{record.resourceSize});
+    return line;
 }
 
 }  // namespace vellmark::test

@@ -1,85 +1,75 @@
-// View names: limits, questions, character sets, and names that would meet in
-// one folder.
+// View names: limits, questions, character sets, and names that would meet in one folder.
 #include "project/view_names.hpp"
 
-#include <gtest/gtest.h>
-
-#include <set>
-
-#include "containers/short_name.hpp"
 #include "project/project_bench.hpp"
-#include "support/encoding.hpp"
 
 namespace vellmark {
 namespace {
 
 using test::EmptyProject;
 using test::Item;
-using test::ScriptedMessages;
 
 std::string X(std::size_t count) {
     return std::string(count, 'x');
 }
 
-class ViewNamesTest : public testing::Test {
-  protected:
-    // The record of one item in an empty folder.
-    ProjectRecord named(std::string_view name, bool isHfsPlus, int iso = 1, int hfs = 1,
-                        ProjectMode mode = ProjectMode::Hybrid) {
-        const ProjectFile project = EmptyProject(isHfsPlus, mode);
-        SiblingNames siblings({}, isHfsPlus);
-        ProjectRecord record = Item(1, -1, name, iso, hfs);
-        record.setHfsName("before");
-        ViewNames(record, NarrowToWide(name), project, siblings, answers_, messages_);
-        return record;
-    }
-
-    TruncationAnswers answers_;
-    ScriptedMessages messages_;
-};
-
-TEST_F(ViewNamesTest, NamesWithinTheLimitsAreAskedAboutNowhere) {
-    EXPECT_EQ(named(X(62), true).isoName(), X(62));
-    EXPECT_FALSE(named(X(62), true).unicodeOnDisk());
-    EXPECT_EQ(named(X(31), false).hfsName(), X(31));
-    EXPECT_EQ(named("a:\xE9\xDE", false).hfsName(), "a/\x8E_");
-    EXPECT_EQ(named("a:\xE9\xDE", false).isoName(), "a:\xE9\xDE");
-    EXPECT_EQ(named("a:\xE9\xDE", true).hfsName(), "a/\xE9\xDE");
-    EXPECT_EQ(named("plain", false, 1, 1, ProjectMode::IsoPlus).hfsName(), "before");
-}
-
-// The field of an HFS+ project is shorter than its names: nobody is asked about
-// a copy.
-TEST_F(ViewNamesTest, ANameThatIsTooLongIsAskedAboutUntilTheAnswerIsAutomatic) {
-    messages_.truncations = {{true, false, "mine"}, {true, true, ""}, {true, false, X(200)}};
+// What a person may answer, and the names that one item of an empty folder gets.
+TEST(ViewNames, NamesThatAreTooLongAreAskedAboutUntilTheAnswerIsAutomatic) {
     const std::string longName = X(62) + ".txt";
-    ProjectRecord record = named(longName, false);
-    EXPECT_EQ(record.isoName(), "mine");
-    EXPECT_EQ(record.hfsName(), X(27) + ".txt") << "an empty answer is the proposal";
-    EXPECT_TRUE(answers_.hfs);
-    EXPECT_FALSE(answers_.iso);
-    record = named(longName, true);
-    EXPECT_EQ(record.isoName(), X(62)) << "an answer that is too long is cut";
-    EXPECT_EQ(record.hfsName(), X(58) + ".txt");
-    EXPECT_TRUE(record.unicodeOnDisk());
-    ASSERT_EQ(messages_.truncationQuestions.size(), 3u);
-    EXPECT_EQ(messages_.truncationQuestions[0].first, longName);
-    EXPECT_EQ(messages_.truncationQuestions[0].second, X(58) + ".txt");
-    EXPECT_EQ(messages_.truncationQuestions[1].second, X(27) + ".txt");
-}
-
-TEST_F(ViewNamesTest, ARefusalTakesTheItemOutOfThatViewAlone) {
-    messages_.truncations = {{false, false, ""}, {true, false, ""}, {false, false, ""}};
-    ProjectRecord record = named(X(70), false);
-    EXPECT_EQ(record.isoName(), "~");
-    EXPECT_EQ(record.isoInclusion(), 0);
-    EXPECT_EQ(record.hfsName(), X(31));
-    EXPECT_EQ(record.hfsInclusion(), 1);
-    record = named(X(40), false);
-    EXPECT_EQ(record.isoName(), X(40));
-    EXPECT_EQ(record.hfsName(), "~");
-    EXPECT_EQ(record.isoInclusion(), 1);
-    EXPECT_EQ(record.hfsInclusion(), 0);
+    const TruncationAnswer refused{false, false, ""};
+    const TruncationAnswer proposed{true, false, ""};
+    const struct {
+        std::string name;
+        bool isHfsPlus;
+        std::deque<TruncationAnswer> answers;
+        std::string iso;
+        std::string hfs;
+        const char* marks;
+    } rows[] = {
+        {X(31), false, {}, X(31), X(31), "IH"},
+        {X(62), true, {}, X(62), X(62), "IH"},
+        {"a:\xE9\xDE", false, {}, "a:\xE9\xDE", "a/\x8E_", "IH"},
+        {"a:\xE9\xDE", true, {}, "a:\xE9\xDE", "a/\xE9\xDE", "IH"},
+        {longName, false, {{true, false, "mine"}, proposed}, "mine", X(27) + ".txt", "IH"},
+        // The field of an HFS+ project is shorter than its names: nobody is asked about a copy.
+        {longName, true, {{true, false, X(200)}}, X(62), X(58) + ".txt", "IHu"},
+        {X(70), false, {refused, proposed}, "~", X(31), "H"},
+        {X(40), false, {refused}, X(40), "~", "I"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ProjectFile project = EmptyProject(row.isHfsPlus);
+        SiblingNames siblings({}, row.isHfsPlus);
+        TruncationAnswers answers;
+        test::ScriptedMessages messages;
+        messages.truncations = row.answers;
+        ProjectRecord record = Item(1, -1, row.name);
+        ViewNames(record, NarrowToWide(row.name), project, siblings, answers, messages);
+        EXPECT_EQ(record.isoName(), row.iso);
+        EXPECT_EQ(record.hfsName(), row.hfs);
+        EXPECT_EQ(test::MarksOf(record), row.marks);
+        ASSERT_EQ(messages.truncationQuestions.size(), row.answers.size());
+        if (row.name == longName) {
+            EXPECT_EQ(messages.truncationQuestions[0], std::pair(longName, X(58) + ".txt"));
+        }
+    }
+    // "For all names": of this view.
+    TruncationAnswers answers;
+    test::ScriptedMessages messages;
+    messages.truncations = {proposed, {true, true, ""}, proposed};
+    for (int i = 0; i < 2; ++i) {
+        ProjectRecord record = Item(1, -1, longName);
+        SiblingNames siblings({}, false);
+        ViewNames(record, NarrowToWide(longName), EmptyProject(), siblings, answers, messages);
+        EXPECT_EQ(record.hfsName(), X(27) + ".txt");
+    }
+    EXPECT_TRUE(messages.truncations.empty());
+    ProjectRecord record = Item(1, -1, "plain");
+    SiblingNames siblings({}, false);
+    record.setHfsName("before");
+    ViewNames(record, u"plain", EmptyProject(false, ProjectMode::IsoPlus), siblings, answers,
+              messages);
+    EXPECT_EQ(record.hfsName(), "before");
 }
 
 TEST(SiblingNames, ANameThatIsTakenGivesWayInItsViewOnly) {
@@ -92,75 +82,75 @@ TEST(SiblingNames, ANameThatIsTakenGivesWayInItsViewOnly) {
     EXPECT_EQ(names.takeHfs("HFS", "readme", u"readme"), "HFS-FEDD")
         << "case does not count in HFS, and digits come from the name on the PC";
     EXPECT_EQ(names.takeIso("ISO", "third"), "ISO") << "but it does in ISO names";
-}
-
-TEST(SiblingNames, CaseIsFoldedInTheCharacterSetOfTheProject) {
-    SiblingNames mac({}, false);
-    EXPECT_EQ(mac.takeHfs("\x8E", "1", u"1"), "\x8E");  // e acute in MacRoman
-    EXPECT_NE(mac.takeHfs("\x83", "2", u"2"), "\x83");  // E acute
-    SiblingNames ansi({}, true);
-    EXPECT_EQ(ansi.takeHfs("\xE9\x9A", "1", u"1"), "\xE9\x9A");
-    EXPECT_NE(ansi.takeHfs("\xC9\x8A", "2", u"2"), "\xC9\x8A");
-    EXPECT_EQ(ansi.takeHfs("\xD7", "3", u"3"), "\xD7");
-    EXPECT_EQ(ansi.takeHfs("\xF7", "4", u"4"), "\xF7") << "times and divided by are no cases";
-}
-
-TEST(SiblingNames, ANaturalNameIsKeptForItsOwner) {
-    SiblingNames names({}, false);
+    // A natural name is kept for its owner.
     names.reserve(u"_", "_");
     names.reserve(u"\u65E5", "E1234567");
     EXPECT_EQ(names.takeHfs("_", "E1234567", u"\u65E5"), "_-2A67");
     EXPECT_EQ(names.takeHfs("_", "_", u"_"), "_");
-    EXPECT_EQ(names.takeIso("_", "_"), "_");
 }
 
-TEST(RedoNames, ForHfsPlusComesFromTheSourceNamesAndTheLabelIsMapped) {
-    ProjectFile project = EmptyProject();
-    project.header().setHfsLabel("\x8E");
-    project.insert(Item(1, -1, X(40) + "\xE9"));
-    ProjectRecord locked = Item(1, -2, "Icon.bin");
-    locked.setHfsName("Ic\x8En");
-    locked.setHfsNameLocked(true);
-    project.insert(locked);
-    ProjectRecord inner = Item(1, -3, "file.hqx");
-    inner.setHfsName("In\x8E\xB6");
-    inner.setBinHex(true);
-    project.insert(inner);
-    ProjectRecord streams = Item(1, -4, "streams");
-    streams.setCoding(ForkCoding::NamedStreams);
-    project.insert(streams);
-    SetFieldText(project.header().dataPreparer, std::string(120, 'p'));
-    RedoNamesForHfsPlus(project);
-    EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(40) + "\xE9");
-    EXPECT_FALSE(project.findByNumber(-1)->unicodeOnDisk());
-    EXPECT_EQ(project.findByNumber(-2)->hfsName(), "Ic\xE9n");
-    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "In\xE9_");
-    EXPECT_TRUE(project.findByNumber(-3)->unicodeOnDisk()) << "Windows-1252 lacks a sign of it";
-    EXPECT_TRUE(project.findByNumber(-4)->unicodeOnDisk());
-    EXPECT_EQ(project.header().hfsLabel(), "\xE9");
-    EXPECT_EQ(FieldText(project.header().dataPreparer), std::string(120, 'p'))
-        << "the header is no record with a source name";
+TEST(SiblingNames, CaseIsFoldedInTheCharacterSetOfTheProject) {
+    const struct {
+        bool isHfsPlus;
+        const char* first;
+        const char* second;
+        bool meet;
+    } rows[] = {{false, "\x8E", "\x83", true},  // e and E acute in MacRoman
+                {true, "\xE9\x9A", "\xC9\x8A", true},
+                {true, "\xD7", "\xF7", false}};  // times and divided by are no cases
+    for (const auto& row : rows) {
+        SiblingNames names({}, row.isHfsPlus);
+        EXPECT_EQ(names.takeHfs(row.first, "1", u"1"), row.first);
+        EXPECT_EQ(names.takeHfs(row.second, "2", u"2") != row.second, row.meet) << row.first;
+    }
 }
 
-TEST(RedoNames, ForHfsCutsMapsAndKeepsNamesApart) {
-    ProjectFile project = EmptyProject(true);
-    project.header().setHfsLabel(X(40));
-    project.insert(Item(1, -1, X(31)));
-    ProjectRecord longName = Item(1, -2, X(31) + "a");
-    longName.setUnicodeOnDisk(true);
-    project.insert(longName);
-    project.insert(Item(1, -3, "\xE9"));
-    project.insert(Item(18, -4, X(31) + "a"));
-    ProjectRecord streams = Item(1, -5, "streams");
-    streams.setUnicodeOnDisk(true);
-    project.insert(streams);
-    RedoNamesForHfs(project);
-    EXPECT_EQ(project.findByNumber(-1)->hfsName(), X(31));
-    EXPECT_EQ(project.findByNumber(-2)->hfsName().substr(0, 27), X(26) + "-");
-    EXPECT_EQ(project.findByNumber(-3)->hfsName(), "\x8E");
-    EXPECT_EQ(project.findByNumber(-4)->hfsName(), X(31)) << "another folder";
-    EXPECT_FALSE(project.findByNumber(-5)->unicodeOnDisk());
-    EXPECT_EQ(project.header().hfsLabel(), X(27));
+// Names of a project that becomes one of the other format: from the source, from a container or as
+// the person gave them.
+TEST(RedoNames, AreCutMappedAndKeptApart) {
+    struct Row {
+        ProjectRecord record;
+        std::string hfs;
+        const char* marks;
+    };
+    const auto made = [](int number, const std::string& source, const char* hfs, auto change) {
+        ProjectRecord record = Item(number == -6 ? 18 : 1, number, source);
+        record.setHfsName(hfs);
+        change(record);
+        return record;
+    };
+    const auto nothing = [](ProjectRecord&) {};
+    const auto locked = [](ProjectRecord& r) { r.setHfsNameLocked(true); };
+    const auto boxed = [](ProjectRecord& r) { r.setBinHex(true); };
+    const auto copied = [](ProjectRecord& r) { r.setUnicodeOnDisk(true); };
+    const auto streams = [](ProjectRecord& r) { r.setCoding(ForkCoding::NamedStreams); };
+    const Row toPlus[] = {
+        {made(-1, X(40) + "\xE9", "cut", nothing), X(40) + "\xE9", "IH"},
+        {made(-2, "Icon.bin", "Ic\x8En", locked), "Ic\xE9n", "IHL"},
+        {made(-3, "file.hqx", "In\x8E\xB6", boxed), "In\xE9_", "IHuB"},  // Windows-1252 lacks it
+        {made(-4, "streams", "streams", streams), "streams", "IHu"}};
+    const Row toHfs[] = {{made(-1, X(31), X(31).c_str(), nothing), X(31), "IH"},
+                         {made(-2, X(31) + "a", "", copied), X(26) + "-", "IH"},
+                         {made(-3, "\xE9", "\xE9", nothing), "\x8E", "IH"},
+                         {made(-6, X(31) + "a", X(32).c_str(), nothing), X(31), "IH"},
+                         {made(-5, "streams", "streams", copied), "streams", "IH"}};
+    for (const bool isPlus : {true, false}) {
+        const std::span<const Row> rows = isPlus ? std::span<const Row>(toPlus) : toHfs;
+        ProjectFile project = EmptyProject(!isPlus);
+        project.header().setHfsLabel(isPlus ? "\x8E" : X(40));
+        SetFieldText(project.header().dataPreparer, X(120));
+        for (const Row& row : rows)
+            project.insert(row.record);
+        (isPlus ? RedoNamesForHfsPlus : RedoNamesForHfs)(project);
+        for (const Row& row : rows) {
+            const ProjectRecord& now = *project.findByNumber(row.record.number);
+            const std::size_t shown = row.hfs.ends_with('-') ? row.hfs.size() : 31;
+            EXPECT_EQ(now.hfsName().substr(0, isPlus ? 62 : shown), row.hfs) << now.sourceName();
+            EXPECT_EQ(test::MarksOf(now), row.marks) << now.sourceName();
+        }
+        EXPECT_EQ(project.header().hfsLabel(), isPlus ? "\xE9" : X(27));
+        EXPECT_EQ(FieldText(project.header().dataPreparer), X(120)) << "no record with a name";
+    }
 }
 
 }  // namespace

@@ -1,0 +1,136 @@
+// What keeps items out of a project or of its views: rules and answers, files of other kinds, stops
+// and drops.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <set>
+
+#include "project/drop.hpp"
+#include "project/inclusion.hpp"
+#include "project/project_bench.hpp"
+
+namespace vellmark {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ByName;
+using test::EmptyProject;
+using test::Item;
+using test::ScriptedMessages;
+using test::Write;
+
+class InclusionLimits : public testing::Test {
+  protected:
+    TemporaryFolder scratch_;
+    std::string base_ = fs::canonical(scratch_.path()).string() + "/";
+    ProjectFile project_ = EmptyProject();
+    ScriptedMessages messages_;
+    Progress progress_;
+    FixedClock clock_{0};
+    InclusionOptions options_{clock_};
+};
+
+// The views for each answer: no, no to all, yes, yes to all; for one row, no question.
+TEST(InclusionRules, EachRowWithEachAnswer) {
+    constexpr Answer kAnswers[] = {Answer::No, Answer::NoToAll, Answer::Yes, Answer::YesToAll};
+    ProjectRecord box = Item(1, -1, "x.exe", 0, 0);
+    box.setMacBinary(true);
+    ProjectRecord apple = Item(1, -1, "x.exe", 0, 0);
+    apple.setAppleSingle(true);
+    const ProjectRecord program = Item(1, -1, "a.exe.txt", 0, 0);
+    const ProjectRecord plain = Item(1, -1, "A.EXE", 0, 0);
+    using enum ProjectView;
+    const struct {
+        ProjectRecord record;
+        ProjectView view;
+        std::vector<std::string> views;
+    } rows[] = {
+        {box, Iso, {"H", "H", "I", "I"}},
+        {box, Hybrid, {"H", "H", "IH", "IH"}},
+        {box, Hfs, {"H"}},
+        {apple, Iso, {"H", "H", "I", "I"}},
+        {apple, Hybrid, {"H", "H", "IH", "IH"}},
+        {apple, Hfs, {"H"}},
+        {program, Iso, {"I"}},
+        {program, Hybrid, {"I", "I", "IH", "IH"}},
+        {program, Hfs, {"I", "I", "H", "I"}},
+        {plain, Iso, {"I"}},
+        {plain, Hybrid, {"IH"}},
+        {plain, Hfs, {"H"}},
+    };
+    for (const auto& row : rows)
+        for (std::size_t i = 0; i < row.views.size(); ++i) {
+            SCOPED_TRACE(fmt::format("row {}, answer {}", &row - rows, i));
+            const bool asks = row.views.size() > 1;
+            const bool isKept = kAnswers[i] == Answer::NoToAll || kAnswers[i] == Answer::YesToAll;
+            ScriptedMessages messages;
+            messages.remembered.assign(!asks ? 0 : isKept ? 1 : 2, kAnswers[i]);
+            InclusionAnswers answers;
+            for (int again = 0; again < 2; ++again) {
+                ProjectRecord record = row.record;
+                DecideViews(record, row.view, "/p/file", answers, messages);
+                EXPECT_EQ(test::MarksOf(record).find(row.views[i] + test::MarksOf(row.record)), 0u);
+            }
+            EXPECT_TRUE(messages.remembered.empty()) << "an answer to all is kept";
+        }
+}
+
+TEST_F(InclusionLimits, PipesLargeFilesAndUnreadableOnesAreNamed) {
+    for (const char* name : {"good", "large", "largest", "locked", "closed/in"})
+        Write(base_ + "tree/" + name);
+    ASSERT_EQ(::mkfifo((base_ + "tree/pipe").c_str(), 0600), 0);
+    fs::resize_file(base_ + "tree/large", 1ull << 32);
+    fs::resize_file(base_ + "tree/largest", (1ull << 32) - 1);
+    for (const char* name : {"locked", "closed"})
+        fs::permissions(base_ + "tree/" + name, fs::perms::none);
+    // Root may read everything: the test is somebody else for a while.
+    fs::permissions(base_, fs::perms::all);
+    const bool isRoot = ::geteuid() == 0;
+    ASSERT_TRUE(!isRoot || ::seteuid(65534) == 0);
+    EXPECT_EQ(Include(project_, base_ + "tree", 1, options_, messages_, progress_).skipped, 4);
+    ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
+    fs::permissions(base_ + "tree/closed", fs::perms::owner_all);
+    std::map<std::string, std::string> told;
+    for (const auto& [item, reason] : messages_.skipped)
+        told[item.substr(item.find_last_of('/') + 1)] = reason;
+    EXPECT_TRUE(told.contains("pipe") && told.contains("locked") && told.contains("closed"));
+    EXPECT_NE(told["large"].find("4294967296"), std::string::npos);
+    EXPECT_EQ(ByName(project_, 18).at("largest").dataSize, 0xFFFFFFFFu);
+}
+
+TEST_F(InclusionLimits, NothingLiesBelowAFolderWhoseNamesWereRefused) {
+    Write(base_ + std::string(65, 'f') + "/in");
+    messages_.truncations = {{false, false, ""}, {false, false, ""}};
+    EXPECT_EQ(Include(project_, base_ + "*", 1, options_, messages_, progress_).files, 0);
+    EXPECT_EQ(test::MarksOf(*project_.findByNumber(18)), "");
+    // Later items go in the views of their folder, whatever view is worked in.
+    project_.insert(Item(1, 19, "made", 0, 1));
+    options_.view = ProjectView::Iso;
+    Write(base_ + "a");
+    EXPECT_EQ(Include(project_, base_ + "a", 19, options_, messages_, progress_).files, 1);
+    EXPECT_EQ(test::MarksOf(project_.childrenOf(19)[0]), "H");
+}
+
+TEST_F(InclusionLimits, ADropTellsOfConflictsAndTakesTheOthers) {
+    struct Holder final : DropTarget {
+        ProjectFile* project = nullptr;
+        ProjectFile* openProject() override { return project; }
+    } holder;
+    for (const char* name : {"a", "b", "other/a"})
+        Write(base_ + name);
+    const std::vector<std::string> paths = {base_ + "a", base_ + "other/a", base_ + "a",
+                                            base_ + "b"};
+    EXPECT_FALSE(AddDropped(holder, paths, kRootFolder, options_, messages_, progress_));
+    holder.project = &project_;
+    options_.view = ProjectView::Iso;
+    project_.insert(Item(1, 18, "folder", 0, 1));
+    EXPECT_EQ(AddDropped(holder, paths, 18, options_, messages_, progress_)->files, 2);
+    EXPECT_EQ(messages_.shown.size(), 2u) << "the other a, and a once more";
+    EXPECT_EQ(test::MarksOf(ByName(project_, 18).at("b")), "H") << "the folder's view";
+    EXPECT_EQ(test::LineOf(project_, *project_.findByNumber(18)), "folder IH 0/2");
+    EXPECT_EQ(AddDropped(holder, {}, 99, options_, messages_, progress_)->status,
+              InclusionStatus::NoSuchFolder);
+}
+
+}  // namespace
+}  // namespace vellmark
