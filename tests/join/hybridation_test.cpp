@@ -1,14 +1,15 @@
-// Joining and splitting discs: what a map says, which discs and partitions are
-// refused and left as they were, and what a person is asked. The images are
-// made field by field; other programs judge whole ones in the tests of the
-// program.
+// Joining and splitting discs: what a map says, which discs and partitions are refused and left as
+// they were, and what a person is asked. The images are made field by field; other programs judge
+// whole ones in the tests of the program.
 #include "join/hybridation.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <map>
 #include <sstream>
 
 #include "IO/disk_bytes.hpp"
@@ -49,36 +50,27 @@ std::uint32_t Word(const Bytes& bytes, std::size_t at) {
 
 struct Disk {
     std::uint16_t block = 512;
-    bool hasMapEntry = true;
     bool hasDriver = false;   // a partition in front of the volume
     bool isFollowed = false;  // and one behind it
     bool isPlus = false;
-    std::string type = "Apple_HFS";
 };
 
 // A disk with a map and a partition that begins at its eighth block.
 Bytes MakeDisk(const Disk& disk, const Bytes& partition) {
-    const std::size_t start = 8 * std::size_t{disk.block};
-    Bytes bytes(start);
+    const std::size_t block = disk.block;
+    Bytes bytes;
+    bytes.resize(8 * block);
     testing::PutDescriptor(bytes, disk.block, 99);
-    const std::uint32_t entries = (disk.hasMapEntry ? 1 : 0) + (disk.hasDriver ? 1 : 0) + 1;
-    std::size_t at = disk.block;
-    const auto add = [&](const char* type, std::uint32_t first, std::size_t count) {
-        testing::PutMapEntry(bytes, at, "name", type, first,
-                             static_cast<std::uint32_t>(count / disk.block), entries);
-        at += disk.block;
-    };
-    if (disk.hasMapEntry)
-        add("Apple_partition_map", 1, std::size_t{63} * disk.block);
-    if (disk.hasDriver) {
-        add("Apple_Driver43", 4, disk.block);
-        bytes[17] = 1;
-    }
-    add(disk.type.c_str(), 8, disk.isFollowed ? kPartitionBytes / disk.block * disk.block : 0);
-    bytes.resize(start);
+    bytes[17] = disk.hasDriver;
+    const std::uint32_t entries = disk.hasDriver ? 3 : 2;
+    testing::PutMapEntry(bytes, block, "map", "Apple_partition_map", 1, 63, entries);
+    if (disk.hasDriver)
+        testing::PutMapEntry(bytes, 2 * block, "driver", "Apple_Driver43", 4, 1, entries);
+    testing::PutMapEntry(bytes, entries * block, "volume", "Apple_HFS", 8,
+                         disk.isFollowed ? kPartitionBytes / disk.block : 0, entries);
+    bytes.resize(8 * block);
     bytes.insert(bytes.end(), partition.begin(), partition.end());
-    if (disk.isFollowed)
-        bytes.resize(bytes.size() + 10'000, 0xEE);
+    bytes.resize(bytes.size() + (disk.isFollowed ? 10'000 : 0), 0xEE);
     return bytes;
 }
 
@@ -94,6 +86,45 @@ Bytes MakePartition(bool isPlus) {
     return bytes;
 }
 
+// A copy with bytes written over, `AT:HEX` or `AT*TIMES:HEX`, and cut, `=SIZE`; a word for each.
+Bytes Damaged(Bytes bytes, const std::string& damage) {
+    std::istringstream words(damage);
+    for (std::string word; words >> word;) {
+        const std::size_t colon = word.find(':');
+        if (word[0] == '=')
+            bytes.resize(std::stoul(word.substr(1)));
+        const std::size_t star = word.substr(0, colon).find('*');
+        const std::size_t times = star == word.npos ? 1 : std::stoul(word.substr(star + 1));
+        const std::string hex = colon == word.npos ? "" : word.substr(colon + 1);
+        for (std::size_t i = 0; i < times * hex.size() / 2; ++i)
+            bytes.at(std::stoul(word) + i) = static_cast<std::uint8_t>(
+                std::stoul(hex.substr(2 * i % hex.size(), 2), nullptr, 16));
+    }
+    return bytes;
+}
+
+// Raw sectors around the data of a disc, all else in them left at 0.
+Bytes Raw(const Bytes& data, std::size_t offset) {
+    Bytes raw;
+    for (std::size_t at = 0; at < data.size(); at += 2048) {
+        Bytes sector(2352);
+        SetRawHeader(std::span(sector).first<2352>(), static_cast<std::uint32_t>(at / 2048),
+                     offset == 16 ? RawKind::Mode1 : RawKind::Mode2Form1);
+        const Bytes block = Slice(data, at, at + 2048);
+        std::copy(block.begin(), block.end(), sector.begin() + static_cast<std::ptrdiff_t>(offset));
+        raw.insert(raw.end(), sector.begin(), sector.end());
+    }
+    return raw;
+}
+
+Bytes DataOf(const Bytes& raw, std::size_t offset) {
+    Bytes data;
+    for (std::size_t at = 0; at < raw.size(); at += 2352)
+        data.insert(data.end(), raw.begin() + static_cast<std::ptrdiff_t>(at + offset),
+                    raw.begin() + static_cast<std::ptrdiff_t>(at + offset + 2048));
+    return data;
+}
+
 class HybridationTest : public ::testing::Test {
   protected:
     std::string file(const std::string& name, const Bytes& bytes) {
@@ -103,10 +134,10 @@ class HybridationTest : public ::testing::Test {
         return Hybridate(disc_, {volume_}, options, messages_, progress_);
     }
     // A disc of 26 sectors and a bit, and a disk for it.
-    void make(const Disk& disk = {}, const std::string& name = "disc.iso") {
+    void make(const Disk& disk = {}) {
         oldDisc_ = testing::SmallDisc();
         oldDisc_.resize(oldDisc_.size() + 100, 0x11);
-        disc_ = file(name, oldDisc_);
+        disc_ = file("disc.iso", oldDisc_);
         partition_ = MakePartition(disk.isPlus);
         volume_ = file("volume.img", MakeDisk(disk, partition_));
     }
@@ -120,15 +151,13 @@ class HybridationTest : public ::testing::Test {
     Bytes partition_;
 };
 
-// Catches a partition that is cut, or not where the map says; a map in other
-// blocks than 512; an entry of another partition; a driver that is named and
-// not there.
+// Catches a partition that is cut, or not where the map says; a map in other blocks than 512; an
+// entry of another partition; a driver that is named and not there.
 TEST_F(HybridationTest, TheMapLeadsToThePartitionBehindTheDisc) {
     const Disk disks[] = {{},
                           {.isPlus = true},
                           {.hasDriver = true},
                           {.isFollowed = true},
-                          {.hasMapEntry = false},
                           {.block = 2048, .hasDriver = true}};
     for (const Disk& disk : disks) {
         make(disk);
@@ -162,8 +191,7 @@ TEST_F(HybridationTest, TheMapLeadsToThePartitionBehindTheDisc) {
     }
 }
 
-// The word in the header, Inside Macintosh: Files (drFndrInfo) and TN1150
-// (finderInfo).
+// The word in the header, Inside Macintosh: Files (drFndrInfo) and TN1150 (finderInfo).
 TEST_F(HybridationTest, TheRootOpensOnTheDiscAndNotInItsSource) {
     for (const bool isPlus : {false, true}) {
         make({.isPlus = isPlus});
@@ -177,77 +205,105 @@ TEST_F(HybridationTest, TheRootOpensOnTheDiscAndNotInItsSource) {
     }
 }
 
-// A copy with bytes written over, `AT:HEX`, and cut, `=SIZE`; a word for each.
-Bytes Damaged(Bytes bytes, std::istringstream words) {
-    for (std::string word; words >> word;) {
-        const std::size_t colon = word.find(':');
-        if (colon == word.npos)
-            bytes.resize(std::stoul(word.substr(1)));
-        for (std::size_t i = 0; colon != word.npos && colon + 1 + 2 * i < word.size(); ++i)
-            bytes.at(std::stoul(word) + i) = static_cast<std::uint8_t>(
-                std::stoul(word.substr(colon + 1 + 2 * i, 2), nullptr, 16));
-    }
-    return bytes;
-}
+// Options (f: force, a: asks), answers (y, n), what is damaged (of raw discs too, one in a `.bin`),
+// and how.
+constexpr const char* kJoins = R"(
+HasMap f - disc 0:4552                                     # a second partition
+HasMap f - disc 1024:4244                                  # a volume without a map
+HasMap f - disc 1024:482B                                  # the same, HFS+
+NotIso f - disc =51202                                     # a file behind the end
+NotIso f - disc 45126:1B0000000000001B                     # the same in the Joliet tree
+NotIso f - disc 32926:6300000000000063                     # a directory behind the end
+NotIso f - disc 32769:2D2D2D2D2D 37320:4344303031 =47040   # a mark of older tools
+NotIso f - disc 32769:2D2D2D2D2D 37649:4344303031          # a raw disc that is cut
+NotIso f - disc 32769:58                                   # no ISO image
+NotIso f - disc =1000                                      # a cut disc
+NotIso f - disc =0                                         # an empty disc
+NotIso f - raw 47045:00                                    # a sector of sound
+NotIso f - raw 54114:20                                    # a sector of form 2
+NotIso f - bin 58805:00                                    # sound at the end
+NotIso f - bin =68208 61152*7056:77                        # no sectors behind the disc
+PartitionNotOpened f - volume 0:00                         # no descriptor
+PartitionNotOpened f - volume 512:00                       # no map
+PartitionNotOpened f - volume 1072:42                      # no Macintosh partition
+PartitionNotOpened f - volume 5120:5858                    # a partition without a volume
+PartitionNotOpened f - volume 5138:0000                    # a volume without blocks
+PartitionNotOpened f - volume 1032:FFFFFFFF                # a partition outside its disk
+PartitionNotOpened f - volume 516:FFFFFFFF 1072:42         # a map without end
+PartitionNotOpened f - volume =0                           # an empty volume
+ImageRefused f - volume =9215                              # a volume that is cut
+ImageRefused f - volume 0:7370                             # a sparse image
+ImageRefused f - volume 0:00 450:EE 510:55AA               # a GUID table
+ImageRefused f - volume 0:78                               # a compressed one without a trailer
+Stopped - n disc 1535:01                                   # other code in front
+Done - y disc 1535:01
+Done f - disc 1535:01
+Stopped a n disc 32769:58                                  # no ISO image
+Done a y disc 32769:58
+Stopped a yn disc 1535:01 32769:58                         # both
+Done a - disc =53348
+)";
 
 // Each is refused for its own reason, and nothing of the disc has changed.
 TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
-    using Result = HybridationResult;
-    const struct {
-        const char* name;
-        const char* damage;
-        Result result;
-    } cases[] = {
-        {"a second partition", "disc 0:4552", Result::HasMap},
-        {"a volume without a map", "disc 1024:4244", Result::HasMap},
-        {"the same, HFS+", "disc 1024:482B", Result::HasMap},
-        {"a file behind the end", "disc =51202", Result::NotIso},
-        {"the same in the Joliet tree", "disc 45126:1B0000000000001B", Result::NotIso},
-        {"a directory behind the end", "disc 32926:6300000000000063", Result::NotIso},
-        {"a mark of older tools", "disc 32769:2D2D2D2D2D 37320:4344303031 =47040", Result::NotIso},
-        {"no ISO image", "disc 32769:58", Result::NotIso},
-        {"a cut disc", "disc =1000", Result::NotIso},
-        {"an empty disc", "disc =0", Result::NotIso},
-        {"a raw disc that is cut", "disc 32769:2D2D2D2D2D 37649:4344303031", Result::NotIso},
-        {"no descriptor", "volume 0:00", Result::PartitionNotOpened},
-        {"no map", "volume 512:00", Result::PartitionNotOpened},
-        {"no Macintosh partition", "volume 1072:42", Result::PartitionNotOpened},
-        {"a partition without a volume", "volume 5120:5858", Result::PartitionNotOpened},
-        {"a volume without blocks", "volume 5138:0000", Result::PartitionNotOpened},
-        {"a partition outside its disk", "volume 1032:FFFFFFFF", Result::PartitionNotOpened},
-        {"a map without end", "volume 516:FFFFFFFF 1072:42", Result::PartitionNotOpened},
-        {"an empty volume", "volume =0", Result::PartitionNotOpened},
-        {"a volume that is cut", "volume =9215", Result::ImageRefused},
-        {"a sparse image", "volume 0:7370", Result::ImageRefused},
-        {"a GUID table", "volume 0:00 450:EE 510:55AA", Result::ImageRefused},
-        {"a compressed one without a trailer", "volume 0:78", Result::ImageRefused}};
-    for (const auto& c : cases) {
+    using enum HybridationResult;
+    const std::map<std::string, HybridationResult> results = {
+        {"HasMap", HasMap},   {"NotIso", NotIso}, {"PartitionNotOpened", PartitionNotOpened},
+        {"Stopped", Stopped}, {"Done", Done},     {"ImageRefused", ImageRefused}};
+    std::istringstream in(kJoins);
+    in.ignore();
+    for (std::string line; std::getline(in, line);) {
+        SCOPED_TRACE(line);
+        std::istringstream row(line.substr(0, line.find('#')));
+        std::string result;
+        std::string options;
+        std::string answers;
+        std::string damaged;
+        std::string damage;
+        row >> result >> options >> answers >> damaged;
+        std::getline(row, damage);
         make();
-        std::istringstream words(c.damage);
-        std::string which;
-        words >> which;
-        const std::string& path = which == "disc" ? disc_ : volume_;
-        file(which == "disc" ? "disc.iso" : "volume.img",
-             Damaged(testing::ReadFile(path), std::move(words)));
+        if (damaged == "volume")
+            file("volume.img", Damaged(testing::ReadFile(volume_), damage));
+        else if (damaged == "disc")
+            file("disc.iso", Damaged(oldDisc_, damage));
+        else
+            disc_ = file(damaged == "bin" ? "disc.bin" : "disc.iso",
+                         Damaged(Raw(testing::SmallDisc(), 24), damage));
         const Bytes disc = testing::ReadFile(disc_);
-        messages_.shown.clear();
-        EXPECT_EQ(join({.force = true}).result, c.result) << c.name;
-        EXPECT_EQ(testing::ReadFile(disc_), disc) << c.name;
-        ASSERT_EQ(messages_.shown.size(), 1u) << c.name;
-        EXPECT_NE(messages_.shown[0].find(folder_.path()), std::string::npos) << messages_.shown[0];
+        messages_ = {};
+        for (const char answer : answers == "-" ? "" : answers)
+            messages_.yesNo.push_back(answer == 'y');
+        const auto outcome = join({.force = options == "f", .asks = options == "a"});
+        EXPECT_EQ(outcome.result, results.at(result));
+        EXPECT_TRUE(messages_.yesNo.empty());
+        EXPECT_EQ(outcome.needsForce, result == "Stopped" && disc[1535] != 0);
+        EXPECT_EQ(testing::ReadFile(disc_) == disc, result != "Done");
+        if (outcome.result < Stopped) {
+            ASSERT_EQ(messages_.shown.size(), 1u);
+            EXPECT_NE(messages_.shown[0].find(folder_.path()), std::string::npos);
+        }
     }
+    // Sound that only the sheet tells of.
+    const Bytes raw = Raw(testing::SmallDisc(), 24);
+    disc_ = file("disc.bin", raw);
+    file("disc.cue", testing::BytesOf("FILE \"disc.bin\" BINARY\n TRACK 01 MODE2/2352\n  INDEX 01 "
+                                      "00:00:00\n track 02 AUDIO\n  INDEX 01 00:00:20\n"));
+    EXPECT_EQ(join().result, NotIso);
+    EXPECT_EQ(testing::ReadFile(disc_), raw);
     disc_ = folder_.path() + "/absent.iso";
-    EXPECT_EQ(join().result, HybridationResult::DiscNotOpened);
-    make();
-    volume_ = folder_.path() + "/absent.img";
-    EXPECT_EQ(join().result, HybridationResult::PartitionNotOpened);
-    volume_ = disc_;
-    EXPECT_EQ(join().result, HybridationResult::PartitionNotOpened);
-    EXPECT_EQ(testing::ReadFile(disc_), oldDisc_);
+    EXPECT_EQ(join().result, DiscNotOpened);
+    // 660,000,000 bytes are a disc, one sector more is asked about.
+    for (const bool isLarge : {false, true}) {
+        make();
+        std::filesystem::resize_file(disc_, 660'000'000 - 5 * 2048 + (isLarge ? 2048 : 0));
+        messages_.yesNo.assign(isLarge, false);
+        EXPECT_EQ(join({.asks = true}).result, isLarge ? Stopped : Done);
+    }
+    EXPECT_NE(messages_.questions.back().find("(659991808 + 10240 > 650 MB)"), std::string::npos);
 }
 
-// A volume that somebody changes is locked against any other opening, not
-// against its owner.
+// A volume that somebody changes is locked against any other opening, not against its owner.
 TEST_F(HybridationTest, AnOpenVolumeIsJoinedByWhoHasItOpen) {
     make();
     PcFile open = OpenLocked([&] { return PcFile(volume_, PcFile::Mode::ReadWrite); },
@@ -257,83 +313,10 @@ TEST_F(HybridationTest, AnOpenVolumeIsJoinedByWhoHasItOpen) {
               HybridationResult::Done);
     EXPECT_EQ(Slice(testing::ReadFile(disc_), 27 * 2048, 27 * 2048 + partition_.size()),
               partition_);
-    EXPECT_TRUE(open.isOpen());
 }
 
-// A no leaves the disc; a yes goes on; nobody is asked what need not be.
-TEST_F(HybridationTest, APersonIsAskedBeforeAnythingIsLost) {
-    const auto prepare = [&](bool isBootable, bool isIso) {
-        make();
-        if (isBootable)
-            oldDisc_[1535] = 1;
-        if (!isIso)
-            testing::PutText(oldDisc_, 32'769, "-----");
-        file("disc.iso", oldDisc_);
-        messages_.questions.clear();
-    };
-    const struct {
-        bool isBootable;
-        bool isIso;
-        HybridationOptions options;
-        std::deque<bool> answers;
-        HybridationResult result;
-        bool needsForce;
-    } cases[] = {{true, true, {}, {false}, HybridationResult::Stopped, true},
-                 {true, true, {}, {true}, HybridationResult::Done, false},
-                 {true, true, {.force = true}, {}, HybridationResult::Done, false},
-                 {false, false, {.asks = true}, {false}, HybridationResult::Stopped, false},
-                 {false, false, {.asks = true}, {true}, HybridationResult::Done, false},
-                 {true, false, {.asks = true}, {true, false}, HybridationResult::Stopped, true},
-                 {false, true, {.asks = true}, {}, HybridationResult::Done, false}};
-    for (const auto& c : cases) {
-        prepare(c.isBootable, c.isIso);
-        messages_.yesNo = c.answers;
-        const HybridationOutcome outcome = join(c.options);
-        EXPECT_EQ(outcome.result, c.result);
-        EXPECT_EQ(outcome.needsForce, c.needsForce);
-        EXPECT_EQ(messages_.questions.size(), c.answers.size());
-        if (c.result != HybridationResult::Done) {
-            EXPECT_EQ(testing::ReadFile(disc_), oldDisc_);
-        }
-    }
-    // 660,000,000 bytes are a disc, one more is asked about.
-    for (const std::uint64_t total : {660'000'000u, 660'002'048u}) {
-        prepare(false, true);
-        PcFile disc(disc_, PcFile::Mode::ReadWrite);
-        ASSERT_TRUE(disc.setSize(total - 5 * 2048));
-        disc.close();
-        messages_.yesNo = total > 660'000'000 ? std::deque{false} : std::deque<bool>{};
-        EXPECT_EQ(join({.asks = true}).result,
-                  total > 660'000'000 ? HybridationResult::Stopped : HybridationResult::Done);
-    }
-    EXPECT_NE(messages_.questions.back().find("(659991808 + 10240 > 650 MB)"), std::string::npos)
-        << messages_.questions.back();
-}
-
-// Raw sectors around the data of a disc, all else in them left at 0.
-Bytes Raw(const Bytes& data, std::size_t offset, std::size_t filler = 0) {
-    Bytes raw;
-    for (std::size_t at = 0; at < data.size(); at += 2048) {
-        Bytes sector(2352);
-        SetRawHeader(std::span(sector).first<2352>(), static_cast<std::uint32_t>(at / 2048),
-                     offset == 16 ? RawKind::Mode1 : RawKind::Mode2Form1);
-        const Bytes block = Slice(data, at, at + 2048);
-        std::copy(block.begin(), block.end(), sector.begin() + static_cast<std::ptrdiff_t>(offset));
-        raw.insert(raw.end(), sector.begin(), sector.end());
-    }
-    raw.resize(raw.size() + filler);
-    return raw;
-}
-
-Bytes DataOf(const Bytes& raw, std::size_t offset) {
-    Bytes data;
-    for (std::size_t at = 0; at < raw.size(); at += 2352)
-        data.insert(data.end(), raw.begin() + static_cast<std::ptrdiff_t>(at + offset),
-                    raw.begin() + static_cast<std::ptrdiff_t>(at + offset + 2048));
-    return data;
-}
-
-// A raw disc is the plain one in another form, whether it stays raw or not.
+// A raw disc is the plain one in another form, whether it stays raw or not. Whenever the person
+// stops a join, the disc has its old bytes and nothing is left beside it.
 TEST_F(HybridationTest, RawDiscsGetTheSameDataAsPlainOnes) {
     make();
     const Bytes plain = testing::SmallDisc();
@@ -341,109 +324,61 @@ TEST_F(HybridationTest, RawDiscsGetTheSameDataAsPlainOnes) {
     ASSERT_EQ(join().result, HybridationResult::Done);
     const Bytes expected = testing::ReadFile(disc_);
     for (const std::size_t offset : {16u, 24u})
-        for (const char* name : {"disc.bin", "disc.iso"}) {
-            const bool staysRaw = std::string_view(name) == "disc.bin";
-            disc_ = file(name, Raw(plain, offset));
-            const HybridationOutcome outcome = join();
-            ASSERT_EQ(outcome.result, HybridationResult::Done) << name;
+        for (const bool staysRaw : {true, false}) {
+            const Bytes old = Raw(plain, offset);
+            disc_ = file(staysRaw ? "disc.bin" : "disc.iso", old);
+            HybridationOutcome outcome;
+            int stopAt = 0;
+            while (outcome.result == HybridationResult::Stopped) {
+                EXPECT_EQ(testing::ReadFile(disc_), old) << stopAt;
+                testing::RecordedProgress progress(++stopAt);
+                outcome = Hybridate(disc_, {volume_}, {}, messages_, progress);
+            }
+            EXPECT_GT(stopAt, 1);
+            ASSERT_EQ(outcome.result, HybridationResult::Done);
             EXPECT_EQ(outcome.form, staysRaw ? HybridForm::Raw : HybridForm::Repacked);
             const Bytes joined = testing::ReadFile(disc_);
-            EXPECT_EQ(staysRaw ? DataOf(joined, offset) : joined, expected) << name << offset;
-            // What is new has headers and checks.
-            for (std::size_t at = 0; staysRaw && at < joined.size(); at += 2352) {
-                if (at != 0 && at / 2352 < 26)
-                    continue;
-                Bytes sector = Slice(joined, at, at + 2352);
+            EXPECT_EQ(staysRaw ? DataOf(joined, offset) : joined, expected);
+            if (staysRaw) {
+                // The first new sector has its header and checks.
+                Bytes sector = Slice(joined, 26 * 2352, 27 * 2352);
                 const RawKind kind = offset == 16 ? RawKind::Mode1 : RawKind::Mode2Form1;
-                SetRawHeader(std::span(sector).first<2352>(), static_cast<std::uint32_t>(at / 2352),
-                             kind);
+                SetRawHeader(std::span(sector).first<2352>(), 26, kind);
                 SetRawChecks(std::span(sector).first<2352>(), kind);
-                EXPECT_EQ(Slice(joined, at, at + 2352), sector) << at / 2352;
+                EXPECT_EQ(Slice(joined, 26 * 2352, 27 * 2352), sector);
             }
             // And back: the data but for the first 2,560 bytes.
             ASSERT_EQ(Deshybridate(disc_, messages_).result, DeshybridationResult::Done);
             const Bytes split = testing::ReadFile(disc_);
-            const Bytes data = staysRaw ? DataOf(split, offset) : split;
-            EXPECT_EQ(Slice(data, 0, 2560), Bytes(2560));
-            EXPECT_EQ(Slice(data, 2560, data.size()), Slice(plain, 2560, plain.size()));
+            EXPECT_EQ(staysRaw ? DataOf(split, offset) : split, Damaged(plain, "0*2560:00"));
         }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 3);
 }
 
-// A track of sound, or sectors of form 2, would be lost in a plain image.
-TEST_F(HybridationTest, RawDiscsOfSeveralKindsAreLeftAsTheyWere) {
-    const struct {
-        const char* name;
-        std::function<void(Bytes& raw)> change;
-        const char* sheet;
-    } cases[] = {{"disc.iso", [](Bytes& raw) { raw[20 * 2352 + 5] = 0; }, ""},
-                 {"disc.iso", [](Bytes& raw) { raw[23 * 2352 + 18] = 0x20; }, ""},
-                 {"disc.bin", [](Bytes& raw) { raw[25 * 2352 + 5] = 0; }, ""},
-                 {"disc.bin", [](Bytes& raw) { raw.resize(raw.size() + 3 * 2352, 0x77); }, ""},
-                 {"disc.bin", [](Bytes&) {},
-                  "FILE \"disc.bin\" BINARY\n TRACK 01 MODE2/2352\n"
-                  "  INDEX 01 00:00:00\n track 02 AUDIO\n  INDEX 01 00:00:20\n"}};
-    for (const auto& c : cases) {
-        make();
-        Bytes raw = Raw(testing::SmallDisc(), 24);
-        c.change(raw);
-        disc_ = file(c.name, raw);
-        file("disc.cue", testing::BytesOf(c.sheet));
-        EXPECT_EQ(join().result, HybridationResult::NotIso) << c.name;
-        EXPECT_EQ(testing::ReadFile(disc_), raw) << c.name;
-    }
-}
-
-// Whenever the person stops it, the disc has its old bytes and nothing is left
-// beside it.
-TEST_F(HybridationTest, AStoppedJoinLeavesTheDiscAsItWas) {
-    for (const bool isRaw : {false, true})
-        for (const char* name : {"disc.bin", "disc.iso"}) {
-            int stops = 0;
-            for (int stopAt = 1; stopAt < 20; ++stopAt) {
-                make();
-                const Bytes old = isRaw ? Raw(testing::SmallDisc(), 16) : testing::SmallDisc();
-                disc_ = file(name, old);
-                testing::RecordedProgress progress(stopAt);
-                const auto outcome = Hybridate(disc_, {volume_}, {}, messages_, progress);
-                if (outcome.result == HybridationResult::Done)
-                    break;
-                ++stops;
-                EXPECT_EQ(outcome.result, HybridationResult::Stopped);
-                EXPECT_EQ(testing::ReadFile(disc_), old) << name << stopAt;
-            }
-            EXPECT_GT(stops, 0) << name;
-        }
-    for (const auto& entry : std::filesystem::directory_iterator(folder_.path()))
-        EXPECT_FALSE(entry.path().filename().string().starts_with('.')) << entry.path();
-}
-
-// Catches a disc that stays half joined for good: any of the three blocks may
-// be all that came to the device.
+// Catches a disc that stays half joined for good: any of the three blocks may be all that came to
+// the device.
 TEST_F(HybridationTest, AJoinThatWasTornInItsMapIsDoneAgain) {
-    for (int i = 2; i < 14; ++i) {
-        const int present = i / 2;
-        const bool hasOther = i % 2 == 1;
-        make();
-        std::fill_n(oldDisc_.begin(), hasOther ? 1536 : 0, std::uint8_t{0x90});
-        file("disc.iso", oldDisc_);
-        ASSERT_EQ(join({.force = hasOther}).result, HybridationResult::Done);
-        Bytes torn = testing::ReadFile(disc_);
-        for (int block = 0; block < 3; ++block)
-            if ((present >> block & 1) == 0)
-                std::copy_n(oldDisc_.begin() + 512 * block, 512, torn.begin() + 512 * block);
-        file("disc.iso", torn);
-        // What is behind other code is a map like any other, which a split takes
-        // away.
-        const bool isMap = hasOther && present == 6;
-        EXPECT_EQ(join({.force = hasOther}).result,
-                  isMap ? HybridationResult::HasMap : HybridationResult::Done)
-            << i;
-        EXPECT_EQ(join({.force = true}).result, HybridationResult::HasMap) << i;
-    }
+    for (int present = 1; present < 7; ++present)
+        for (const bool hasOther : {false, true}) {
+            make();
+            std::fill_n(oldDisc_.begin(), hasOther ? 1536 : 0, std::uint8_t{0x90});
+            file("disc.iso", oldDisc_);
+            ASSERT_EQ(join({.force = hasOther}).result, HybridationResult::Done);
+            Bytes torn = testing::ReadFile(disc_);
+            for (int block = 0; block < 3; ++block)
+                if ((present >> block & 1) == 0)
+                    std::copy_n(oldDisc_.begin() + 512 * block, 512, torn.begin() + 512 * block);
+            file("disc.iso", torn);
+            // What is behind other code is a map like any other, which a split takes away.
+            const bool isMap = hasOther && present == 6;
+            EXPECT_EQ(join({.force = hasOther}).result,
+                      isMap ? HybridationResult::HasMap : HybridationResult::Done)
+                << present << hasOther;
+        }
 }
 
-// The same of a raw disc before it has a map: the file may end anywhere, and
-// any of the blocks of 512 bytes of the partition may be missing.
+// The same of a raw disc before it has a map: the file may end anywhere, and any of the blocks of
+// 512 bytes of the partition may be missing.
 TEST_F(HybridationTest, AJoinThatWasTornInItsRawSectorsIsDoneAgain) {
     make();
     const Bytes old = Raw(testing::SmallDisc(), 16);
@@ -456,121 +391,82 @@ TEST_F(HybridationTest, AJoinThatWasTornInItsRawSectorsIsDoneAgain) {
         for (std::size_t at = old.size(); at < torn.size(); ++at)
             torn[at] = (at / 512 * 7 + i) % 11 < i % 12 ? std::uint8_t{0} : torn[at];
         file("disc.bin", torn);
-        messages_.shown.clear();
         ASSERT_EQ(join().result, HybridationResult::Done) << i << messages_.shown.back();
-        const Bytes again = testing::ReadFile(disc_);
-        EXPECT_EQ(Slice(again, 2352, torn.size()), Slice(torn, 2352, torn.size()));
+        const Bytes again = DataOf(testing::ReadFile(disc_), 16);
         const std::size_t start = (torn.size() + 2351) / 2352;
-        const Bytes data = DataOf(again, 16);
-        EXPECT_EQ(Word(data, 1024 + 8), start * 4);
-        EXPECT_EQ(Slice(data, start * 2048, start * 2048 + partition_.size()), partition_);
+        EXPECT_EQ(Word(again, 1024 + 8), start * 4);
+        EXPECT_EQ(Slice(again, start * 2048, start * 2048 + partition_.size()), partition_);
     }
 }
 
 // The map comes back when nothing was cut off, and never leads behind the end.
 TEST_F(HybridationTest, ASplitThatFailsSaysWhatIsLeft) {
-    const struct {
-        unsigned failing;
-        bool isCut;
-        const char* told;
-    } cases[] = {{1, false, "nothing was cut off"}, {8, true, "are gone all the same"}};
-    for (const auto& c : cases) {
+    for (const bool isCut : {false, true}) {
         make();
         ASSERT_EQ(join().result, HybridationResult::Done);
         const Bytes joined = testing::ReadFile(disc_);
-        failingSyncs = c.failing;
+        failingSyncs = isCut ? 8 : 1;
         EXPECT_EQ(Deshybridate(disc_, messages_).result, DeshybridationResult::NotWritten);
         failingSyncs = 0;
-        EXPECT_NE(messages_.shown.back().find(c.told), std::string::npos) << messages_.shown.back();
-        Bytes expected = c.isCut ? Slice(joined, 0, 27 * std::size_t{2048}) : joined;
-        std::fill_n(expected.begin(), c.isCut ? 2560 : 0, std::uint8_t{0});
-        EXPECT_EQ(testing::ReadFile(disc_), expected) << c.failing;
+        const char* told = isCut ? "are gone all the same" : "nothing was cut off";
+        EXPECT_NE(messages_.shown.back().find(told), std::string::npos) << messages_.shown.back();
+        EXPECT_EQ(testing::ReadFile(disc_), isCut ? Damaged(joined, "0*2560:00 =55296") : joined);
     }
 }
 
-// Each lacks one thing, and keeps every byte.
-TEST_F(HybridationTest, WhatIsNoHybridIsNotSplit) {
-    make();
-    ASSERT_EQ(join().result, HybridationResult::Done);
-    const Bytes joined = testing::ReadFile(disc_);
-    for (const char* damage :
-         {"512:00", "0:00 56320:00", "1074:78", "1032:40", "=65023", "32769:58", "=0"}) {
-        const Bytes disc = Damaged(joined, std::istringstream(damage));
+// What a split keeps of the partition (- where it is refused), what it makes of the disc, what the
+// disc was before it was joined, and what happened to it since. Files of the PC lie up to
+// sector 25. The last rows have a boot record of another system, whose partition ends with the disc
+// or behind it, and a boot catalog (El Torito) with an image that no directory names.
+constexpr const char* kSplits = R"(
+No|0*2560:00 =55296||
+-|||512:00
+-|||0:00 56320:00
+-|||1074:78
+-|||1032:40
+-|||=65023
+-|||32769:58
+-|||=0
+No|0*2560:00 =53248||1032:00000068
+HoldsIsoFiles|0*2560:00||1032:00000064
+HoldsIsoFiles|0*2560:00||1032:00000048
+HoldsIsoFiles|0*2560:00||1032:00000000
+No|512*1024:00 =55296||0*512:00 1536:00
+No|512*1024:00 =55296||0*446:90 446*66:00 450:90 510:55AA 1536:90 458:6C000000
+InBootRecord|512*1024:00||0*446:90 446*66:00 450:90 510:55AA 1536:90 458:6D000000
+No|0*2560:00 =55296|34816:00 34823:454C20544F5249544F2053504543494649434154494F4E 34887:16000000 45056*2048:00 45088:88 45096:19000000|
+HoldsIsoFiles|0*2560:00|34816:00 34823:454C20544F5249544F2053504543494649434154494F4E 34887:16000000 45056*2048:00 45088:88 45096:1E000000|
+)";
+
+// Files and boot images of the PC that lie behind the partition's start are kept, and other code in
+// front. What is refused keeps every byte.
+TEST_F(HybridationTest, ASplitTakesOnlyWhatTheJoinBrought) {
+    const std::map<std::string, PartitionKept> kept = {
+        {"No", PartitionKept::No},
+        {"HoldsIsoFiles", PartitionKept::HoldsIsoFiles},
+        {"InBootRecord", PartitionKept::InBootRecord}};
+    std::istringstream in(kSplits);
+    in.ignore();
+    for (std::string line; std::getline(in, line);) {
+        SCOPED_TRACE(line);
+        std::istringstream row(line);
+        std::array<std::string, 4> parts;
+        for (std::string& part : parts)
+            std::getline(row, part, '|');
+        const auto& [result, left, before, after] = parts;
+        make();
+        file("disc.iso", Damaged(oldDisc_, before));
+        ASSERT_EQ(join().result, HybridationResult::Done);
+        const Bytes disc = Damaged(testing::ReadFile(disc_), after);
         file("disc.iso", disc);
-        EXPECT_EQ(Deshybridate(disc_, messages_).result, DeshybridationResult::NoPartition)
-            << damage;
-        EXPECT_EQ(testing::ReadFile(disc_), disc) << damage;
+        const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
+        EXPECT_EQ(outcome.result, kept.contains(result) ? DeshybridationResult::Done
+                                                        : DeshybridationResult::NoPartition);
+        EXPECT_TRUE(!kept.contains(result) || outcome.kept == kept.at(result));
+        EXPECT_EQ(testing::ReadFile(disc_), Damaged(disc, left));
     }
     EXPECT_EQ(Deshybridate(folder_.path() + "/absent", messages_).result,
               DeshybridationResult::NotOpened);
-}
-
-// Only files that lie behind the partition's start keep it from being cut off.
-TEST_F(HybridationTest, ASplitKeepsTheFilesOfThePc) {
-    const struct {
-        std::uint32_t start;  // in sectors
-        bool isCut;
-    } cases[] = {{26, true}, {25, false}, {18, false}, {0, false}};
-    for (const auto& c : cases) {
-        make();
-        disc_ = file("disc.iso", testing::SmallDisc());
-        ASSERT_EQ(join().result, HybridationResult::Done);
-        Bytes disc = testing::ReadFile(disc_);
-        testing::Put(disc, 1024 + 8, be32(c.start * 4));
-        file("disc.iso", disc);
-        const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
-        ASSERT_EQ(outcome.result, DeshybridationResult::Done);
-        EXPECT_EQ(outcome.kept == PartitionKept::No, c.isCut) << c.start;
-        Bytes expected = disc;
-        std::fill_n(expected.begin(), 2560, std::uint8_t{0});
-        if (c.isCut)
-            expected.resize(std::size_t{c.start} * 2048);
-        EXPECT_EQ(testing::ReadFile(disc_), expected) << c.start;
-    }
-}
-
-// Nor does what else stands in front of a disc go with the map: other code, or
-// nothing, as behind a split that a power cut ended.
-TEST_F(HybridationTest, ASplitKeepsABootRecord) {
-    const struct {
-        std::uint8_t code;
-        std::uint32_t sectors;  // of a partition of the record
-        PartitionKept kept;
-    } cases[] = {{0, 0, PartitionKept::No},
-                 {0x90, 27 * 4, PartitionKept::No},
-                 {0x90, 27 * 4 + 1, PartitionKept::InBootRecord}};
-    for (const auto& c : cases) {
-        make();
-        ASSERT_EQ(join().result, HybridationResult::Done);
-        Bytes disc = testing::ReadFile(disc_);
-        std::fill_n(disc.begin(), 512, c.code);
-        std::fill_n(disc.begin() + 446, 66, std::uint8_t{0});
-        disc[1536] = c.code;
-        testing::PutBootEntry(disc, 0, c.code, 0, c.sectors);
-        file("disc.iso", disc);
-        EXPECT_EQ(Deshybridate(disc_, messages_).kept, c.kept);
-        std::fill_n(disc.begin() + 512, 1024, std::uint8_t{0});
-        disc.resize(c.kept == PartitionKept::No ? std::size_t{27} * 2048 : disc.size());
-        EXPECT_EQ(testing::ReadFile(disc_), disc) << c.sectors;
-    }
-}
-
-// El Torito: a boot image that no directory names keeps its bytes too.
-TEST_F(HybridationTest, ASplitKeepsBootImages) {
-    for (const std::uint32_t boot : {25u, 30u}) {
-        make();
-        Bytes disc = testing::SmallDisc();
-        disc[17 * 2048] = 0;
-        testing::PutText(disc, 17 * 2048 + 7, "EL TORITO SPECIFICATION");
-        testing::Put(disc, 17 * 2048 + 71, le32(22));
-        std::fill_n(disc.begin() + 22 * 2048, 2048, std::uint8_t{0});
-        disc[22 * 2048 + 32] = 0x88;
-        testing::Put(disc, 22 * 2048 + 40, le32(boot));
-        disc_ = file("disc.iso", disc);
-        ASSERT_EQ(join().result, HybridationResult::Done);
-        const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
-        EXPECT_EQ(outcome.kept, boot < 26 ? PartitionKept::No : PartitionKept::HoldsIsoFiles);
-    }
 }
 
 }  // namespace
