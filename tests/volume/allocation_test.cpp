@@ -16,87 +16,60 @@ using testing::BytesAt;
 class Allocation : public ::testing::TestWithParam<bool> {
   protected:
     const bool isHfsPlus_ = GetParam();
-    const std::uint64_t volumeAt_ = isHfsPlus_ ? 64 * 512 : 96 * 512;
-    void SetUp() override {
-        path_ = testing::FormatSmall(folder_, isHfsPlus_);
-        size_ = PcFile(path_, PcFile::Mode::Read).size();
-    }
-    void resize(std::uint64_t bytes) const {
-        ASSERT_TRUE(PcFile(path_, PcFile::Mode::ReadWrite).setSize(bytes));
-    }
-    void putBig(std::uint64_t offset, std::uint32_t value) const {
-        const be32 word = value;
-        const auto bytes = AsBytes(word);
-        testing::WriteAt(path_, offset, {bytes.begin(), bytes.end()});
-    }
-    // Partition and image go on for some sectors.
-    void lengthen(std::uint32_t sectors) const {
-        resize(size_ + sectors * 512);
-        const std::uint64_t count = 2 * 512 + 12;
-        putBig(count, static_cast<std::uint32_t>(Big(path_, count, 4)) + sectors);
-    }
-
+    const std::uint64_t header_ = (isHfsPlus_ ? 64 : 96) * 512 + 1024;
     TemporaryFolder folder_;
-    std::string path_;
-    std::uint64_t size_ = 0;
+    const std::string path_ = folder_.path() + "/volume";
     testing::TestVolume volume_;
 };
-INSTANTIATE_TEST_SUITE_P(BothFormats, Allocation, ::testing::Bool(), [](const auto& test) {
-    return std::string(test.param ? "HfsPlus" : "Hfs");
-});
+INSTANTIATE_TEST_SUITE_P(BothFormats, Allocation, ::testing::Bool(), testing::FormatName);
 
 // A partition that is no multiple of the block size: the copy of an HFS+ header then stands behind
 // the last whole block, which may belong to a file. One that goes on for longer is another matter.
-TEST_P(Allocation, TheCopyOfTheHeaderStandsAtTheEndOfThePartition) {
+TEST_P(Allocation, BothHeadersAreWrittenAndTheCopyAtTheEndOfThePartition) {
     for (const std::uint32_t more : {0u, 1u, 3u, 4u, 40u}) {
         SCOPED_TRACE(more);
-        SetUp();
-        lengthen(more);
+        ASSERT_EQ(testing::FormatSmall(folder_, isHfsPlus_), path_);
+        const std::uint64_t size = PcFile(path_, PcFile::Mode::Read).size();
+        const std::uint64_t writes = header_ + (isHfsPlus_ ? 68 : 70);
+        const std::uint64_t before = Big(path_, writes, 4);
+        // Partition and image go on for some sectors.
+        const auto sectors = static_cast<std::uint32_t>(Big(path_, 2 * 512 + 12, 4)) + more;
+        ASSERT_TRUE(PcFile(path_, PcFile::Mode::ReadWrite).setSize(size + more * 512));
+        ASSERT_TRUE(PcFile(path_, PcFile::Mode::ReadWrite)
+                        .writeRecord(2 * 512 + 12, static_cast<be32>(sectors)));
         ASSERT_TRUE(volume_.open(path_));
-        const std::uint64_t end = size_ + (!isHfsPlus_ || more < 4 ? more * 512 : 0);
+        const std::uint64_t end = size + (!isHfsPlus_ || more < 4 ? more * 512 : 0);
         const Bytes mark(512, 0x77);
-        for (std::uint64_t at = size_ - 4 * 512; at < size_ + more * 512; at += 512)
+        for (std::uint64_t at = size - 4 * 512; at < size + more * 512; at += 512)
             testing::WriteAt(path_, at, mark);
-        ASSERT_EQ(volume_.flush(), TreeResult::Done);
-        EXPECT_EQ(BytesAt(path_, end - 1024, 512), BytesAt(path_, volumeAt_ + 1024, 512));
-        for (std::uint64_t at = size_ - 4 * 512; at < size_ + more * 512; at += 512)
+        ASSERT_EQ(volume_.flush(FixedClock(testing::kNow + 1000, 3600)), TreeResult::Done);
+        EXPECT_EQ(Big(path_, writes, 4), before + 1);
+        // HFS keeps local time.
+        EXPECT_EQ(Big(path_, header_ + (isHfsPlus_ ? 20 : 6), 4),
+                  testing::kNow + 1000 + 2082844800 + (isHfsPlus_ ? 0 : 3600));
+        EXPECT_EQ(BytesAt(path_, end - 1024, 512), BytesAt(path_, header_, 512));
+        for (std::uint64_t at = size - 4 * 512; at < size + more * 512; at += 512)
             EXPECT_TRUE(at == end - 1024 || BytesAt(path_, at, 512) == mark) << at;
-        EXPECT_EQ(volume_->image->size(), size_ + more * 512);
+        EXPECT_EQ(volume_->image->size(), size + more * 512);
     }
 }
 
-TEST_P(Allocation, AnImageThatEndsBeforeItsVolumeIsNotChanged) {
-    for (const std::uint64_t cut : {512u, 1024u, 2048u, 100'000u}) {
-        SCOPED_TRACE(cut);
-        SetUp();
-        resize(size_ - cut);
-        // In HFS the very last sector is none of the volume's.
-        const bool isWhole = !isHfsPlus_ && cut == 512;
-        EXPECT_EQ(volume_.open(path_), isWhole);
-        EXPECT_TRUE(volume_->isMounted) << "reading goes on";
-        EXPECT_EQ(volume_->readOnlyReasons.has(ReadOnlyReason::CutImage), !isWhole);
-    }
-}
-
+// Sizes and places that no file with the bitmap of an HFS+ volume can have.
 TEST_P(Allocation, DamageOfTheAllocationFileIsSeen) {
-    if (!isHfsPlus_)
-        GTEST_SKIP() << "HFS has no such file";
-    const std::uint64_t fork = volumeAt_ + 1024 + 112;
     const struct {
         const char* what;
         std::uint64_t field;
         std::uint32_t value;
-    } cases[] = {{"no blocks", fork + 12, 0},
-                 {"first extent empty", fork + 20, 0},
-                 {"outside the volume", fork + 16, 1024},
-                 {"far outside", fork + 16, 0xFFFFFFFF}};
+    } cases[] = {{"no blocks", 12, 0},
+                 {"first extent empty", 20, 0},
+                 {"outside the volume", 16, 1024},
+                 {"far outside", 16, 0xFFFFFFFF}};
     for (const auto& c : cases) {
-        SetUp();
-        putBig(c.field, c.value);
-        ASSERT_TRUE(testing::Open(volume_, path_)) << c.what;
-        const auto loaded = WritableVolume::Load(volume_);
-        ASSERT_FALSE(loaded) << c.what;
-        EXPECT_EQ(loaded.error(), TreeResult::Damaged) << c.what;
+        ASSERT_EQ(testing::FormatSmall(folder_, true), path_);
+        ASSERT_TRUE(PcFile(path_, PcFile::Mode::ReadWrite)
+                        .writeRecord(64 * 512 + 1024 + 112 + c.field, static_cast<be32>(c.value)));
+        EXPECT_FALSE(volume_.open(path_)) << c.what;
+        EXPECT_TRUE(volume_->isMounted) << c.what << ": reading goes on";
     }
 }
 

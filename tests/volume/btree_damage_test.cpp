@@ -10,42 +10,56 @@ namespace vellmark {
 namespace {
 
 using testing::Bytes;
-using testing::kSeed;
 using testing::TestRecord;
-using testing::TreeKind;
 using testing::TreeModel;
 
-class BTreeDamage : public testing::TreeTest {};
+class BTreeDamage : public testing::TreeTest {
+  protected:
+    // Changes every node of one height behind the back of the tree: `change(node, number)`.
+    template <typename Change>
+    void spoil(int height, Change change) {
+        Bytes bytes(kind_.nodeSize);
+        for (std::uint32_t number = 1; number < tree_.header().totalNodes; ++number) {
+            ASSERT_TRUE(nodes_.read(number, bytes));
+            NodeView node(bytes, *kind_.format);
+            if (node.descriptor().height != height)
+                continue;
+            change(node, number);
+            ASSERT_TRUE(nodes_.write(number, bytes));
+        }
+    }
+    // How many of so many further records find the tree damaged.
+    int damagedInsertions(int count) {
+        int damaged = 0;
+        for (int i = 0; i < count; ++i) {
+            const TreeResult result = insert(RandomRecord(kind_, random_).second);
+            EXPECT_NE(result, TreeResult::Failed);
+            damaged += result == TreeResult::Damaged ? 1 : 0;
+        }
+        return damaged;
+    }
+};
+class HfsCatalogDamage : public BTreeDamage {};
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, BTreeDamage, ::testing::ValuesIn(testing::kTreeKinds),
                          [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Hfs, HfsCatalogDamage, ::testing::Values(testing::kTreeKinds[0]));
 
 // Every neighbour link of one height is wrong in the same way.
 TEST_P(BTreeDamage, WrongLinksAreRefused) {
-    enum class Target { Self, Root, Outside, Free };
+    enum Target { Self, Root, Outside, Free, Targets };
     for (const int height : {1, 2})
         for (const bool isForward : {true, false})
-            for (const Target target :
-                 {Target::Self, Target::Root, Target::Outside, Target::Free}) {
+            for (int target = 0; target < Targets; ++target) {
                 SCOPED_TRACE(::testing::Message() << "height " << height << " forward " << isForward
-                                                  << " target " << static_cast<int>(target));
-                MemoryNodes nodes(kind_.nodeSize);
-                create(nodes, 3000);
-                const TreeModel model = RandomModel(kind_, random_, 1500);
-                for (const auto& [order, record] : model)
-                    ASSERT_EQ(insert(record), TreeResult::Done);
+                                                  << " target " << target);
+                const TreeModel model = fill(3000, 1500);
                 ASSERT_GE(tree_.header().depth, 3);
-                Bytes bytes(kind_.nodeSize);
-                for (std::uint32_t number = 1; number < 3000; ++number) {
-                    ASSERT_TRUE(nodes.read(number, bytes));
-                    NodeDescriptor& node = NodeView(bytes, *kind_.format).descriptor();
-                    if (node.height != height)
-                        continue;
+                spoil(height, [&](NodeView node, std::uint32_t number) {
                     const std::uint32_t wrongs[] = {number, tree_.header().root, 0xFFFFFFFF, 2999};
-                    const std::uint32_t wrong = wrongs[static_cast<int>(target)];
-                    (isForward ? node.forwardLink : node.backwardLink) = wrong;
-                    ASSERT_TRUE(nodes.write(number, bytes));
-                }
+                    (isForward ? node.descriptor().forwardLink : node.descriptor().backwardLink) =
+                        wrongs[target];
+                });
                 std::size_t damaged = 0;
                 for (const auto& [order, record] : model)
                     damaged += remove(record) == TreeResult::Damaged ? 1 : 0;
@@ -54,128 +68,98 @@ TEST_P(BTreeDamage, WrongLinksAreRefused) {
 }
 
 TEST_P(BTreeDamage, HeadersThatCannotBeAreRefused) {
-    create(nodes_, 50);
-    ASSERT_EQ(insert(testing::FirstRecord(kind_).second), TreeResult::Done);
-    ASSERT_EQ(FlushTree(tree_), TreeResult::Done);
+    (void)fill(50, 1);
     TreeCursor again;
-    for (const std::uint32_t size : {0u, 1u, 256u, 513u, 768u, 65536u})
-        EXPECT_FALSE(OpenTree(again, *kind_.format, nodes_, size)) << size;
-    struct Case {
+    const struct {
         const char* what;
         std::size_t offset;
         std::uint8_t value;
-    };
-    for (const Case c : {Case{"kind", 8, 255}, Case{"depth", 15, 17}, Case{"root", 19, 50},
-                         Case{"first leaf", 24, 1}, Case{"last leaf", 31, 50},
-                         Case{"total nodes", 39, 1}, Case{"no nodes", 39, 0}}) {
+        std::uint32_t nodeSize;
+        bool opens;
+    } cases[] = {{"sound", 8, 1, kind_.nodeSize, true},
+                 {"size 0", 8, 1, 0, false},
+                 {"size 256", 8, 1, 256, false},
+                 {"size 768", 8, 1, 768, false},
+                 {"size 65536", 8, 1, 65536, false},
+                 {"kind", 8, 255, kind_.nodeSize, false},
+                 {"depth", 15, 17, kind_.nodeSize, false},
+                 {"root", 19, 50, kind_.nodeSize, false},
+                 {"first leaf", 24, 1, kind_.nodeSize, false},
+                 {"last leaf", 31, 50, kind_.nodeSize, false},
+                 {"one node", 39, 1, kind_.nodeSize, false},
+                 {"no nodes", 39, 0, kind_.nodeSize, false}};
+    for (const auto& c : cases) {
         Bytes header = tree_.headerNode;
         header[c.offset] = c.value;
         ASSERT_TRUE(nodes_.write(0, header));
-        EXPECT_FALSE(OpenTree(again, *kind_.format, nodes_, kind_.nodeSize)) << c.what;
+        EXPECT_EQ(OpenTree(again, *kind_.format, nodes_, c.nodeSize), c.opens) << c.what;
     }
-    ASSERT_TRUE(nodes_.write(0, tree_.headerNode));
-    EXPECT_TRUE(OpenTree(again, *kind_.format, nodes_, kind_.nodeSize));
 }
 
 // Wrong counts and maps of other programs' volumes.
-TEST(BTreeNodes, TheLoadedMapDecidesWhatIsFree) {
-    const TreeKind& kind = testing::kTreeKinds[0];
-    MemoryNodes nodes(kind.nodeSize);
-    TreeCursor tree;
-    ASSERT_TRUE(CreateTree(tree, *kind.format, nodes, ShapeOf(kind, 3001)));
-    const std::uint32_t free = tree.header().freeNodes;
-    tree.header().freeNodes = 12345;
-    ASSERT_EQ(FlushTree(tree), TreeResult::Done);
-    ASSERT_EQ(LoadNodeBitmap(tree), TreeResult::Done);
-    EXPECT_EQ(tree.header().freeNodes, free) << "3001 nodes but header, leaf and one map node";
-    EXPECT_EQ(free, 2998u);
-    tree.nodeBitmap[0] = 0;
-    ASSERT_EQ(FlushTree(tree), TreeResult::Done);
-    EXPECT_EQ(LoadNodeBitmap(tree), TreeResult::Damaged) << "node 0 is no free node";
+TEST_P(HfsCatalogDamage, TheLoadedMapDecidesWhatIsFree) {
+    (void)fill(3001, 1);
+    tree_.header().freeNodes = 12345;
+    ASSERT_EQ(FlushTree(tree_), TreeResult::Done);
+    ASSERT_EQ(LoadNodeBitmap(tree_), TreeResult::Done);
+    EXPECT_EQ(tree_.header().freeNodes, 2998u) << "all but header, leaf and one map node";
+    tree_.nodeBitmap[0] = 0;
+    ASSERT_EQ(FlushTree(tree_), TreeResult::Done);
+    EXPECT_EQ(LoadNodeBitmap(tree_), TreeResult::Damaged) << "node 0 is no free node";
 }
 
 // Records far larger than any that this program writes: a node with one of them cannot be split.
-TEST(BTreeNodes, NodesThatCannotBeSplitAreTold) {
-    const TreeKind& kind = testing::kTreeKinds[0];
+// Behind a full leaf a new one is opened; its parent must take it.
+TEST_P(HfsCatalogDamage, NodesThatCannotBeSplitAreTold) {
     for (const int height : {1, 2}) {
-        std::mt19937 random(kSeed);
-        MemoryNodes nodes(kind.nodeSize);
-        TreeCursor tree;
-        ASSERT_TRUE(CreateTree(tree, *kind.format, nodes, ShapeOf(kind, 2000)));
-        for (const auto& [order, record] : RandomModel(kind, random, 500))
-            ASSERT_EQ(InsertTreeRecord(tree, record.key, record.data), TreeResult::Done);
-        Bytes bytes(kind.nodeSize);
-        for (std::uint32_t number = 1; number < 2000; ++number) {
-            ASSERT_TRUE(nodes.read(number, bytes));
-            NodeView node(bytes, *kind.format);
-            if (node.descriptor().height != height)
-                continue;
+        (void)fill(2000, 500);
+        spoil(height, [](NodeView node, std::uint32_t) {
             Bytes large(node.record(0).begin(), node.record(0).end());
             large.resize(470);
             while (node.count() > 0)
                 node.remove(0);
             node.insert(0, large);
-            ASSERT_TRUE(nodes.write(number, bytes));
-        }
-        int damaged = 0;
-        for (int i = 0; i < 300; ++i) {
-            const testing::TestRecord record = RandomRecord(kind, random).second;
-            const TreeResult result = InsertTreeRecord(tree, record.key, record.data);
-            ASSERT_NE(result, TreeResult::Failed);
-            damaged += result == TreeResult::Damaged ? 1 : 0;
-        }
-        // Behind a full leaf a new one is opened; its parent must take it.
-        EXPECT_EQ(damaged > 10, height == 2) << damaged;
+        });
+        EXPECT_EQ(damagedInsertions(300) > 10, height == 2);
     }
 }
 
 // A map that takes nodes in use for free ones offers those that the insertion stands on.
-TEST(BTreeNodes, NodesInUseAreNotTakenForFreeOnes) {
-    const TreeKind& kind = testing::kTreeKinds[0];
-    std::mt19937 random(kSeed);
-    MemoryNodes nodes(kind.nodeSize);
-    TreeCursor tree;
-    ASSERT_TRUE(CreateTree(tree, *kind.format, nodes, ShapeOf(kind, 2000)));
-    for (const auto& [order, record] : RandomModel(kind, random, 500))
-        ASSERT_EQ(InsertTreeRecord(tree, record.key, record.data), TreeResult::Done);
-    std::fill(tree.nodeBitmap.begin(), tree.nodeBitmap.end(), std::uint8_t{0});
-    tree.nodeBitmap[0] = 0x80;
-    tree.allocationHint = 0;
-    int damaged = 0;
-    for (int i = 0; i < 500; ++i) {
-        const testing::TestRecord record = RandomRecord(kind, random).second;
-        damaged += InsertTreeRecord(tree, record.key, record.data) == TreeResult::Damaged ? 1 : 0;
-    }
-    EXPECT_GT(damaged, 10);
+TEST_P(HfsCatalogDamage, NodesInUseAreNotTakenForFreeOnes) {
+    (void)fill(2000, 500);
+    std::fill(tree_.nodeBitmap.begin(), tree_.nodeBitmap.end(), std::uint8_t{0});
+    tree_.nodeBitmap[0] = 0x80;
+    tree_.allocationHint = 0;
+    EXPECT_GT(damagedInsertions(500), 10);
 }
 
-TEST(BTreeNodes, AreSoundByTheseRules) {
-    const TreeFormat& format = kHfsCatalogFormat;
+// Offsets and lengths of a node's bytes, before anything follows them.
+TEST(BTreeNodes, ThatCannotBeAreNotSound) {
     Bytes good(512);
-    NodeView node(good, format);
+    NodeView node(good, kHfsCatalogFormat);
     node.clear(NodeKind::Leaf, 1);
     node.insert(0, Bytes{6, 0, 0, 0, 0, 2, 0, 0, 1, 2, 3, 4});
-    ASSERT_TRUE(node.isSound());
-    struct Case {
+    const struct {
         const char* what;
         std::size_t at;
         std::uint8_t value;
         bool sound;
-    };
-    for (const Case c : {Case{"more records than offsets fit", 10, 0xFF, false},
-                         Case{"a record that is not there", 11, 2, false},
-                         Case{"first record not behind the descriptor", 511, 16, false},
-                         Case{"free space before the record", 509, 13, false},
-                         Case{"an empty record", 509, 14, false},
-                         Case{"free space behind the node", 508, 2, false},
-                         Case{"a record up to the offsets", 508, 1, true},
-                         Case{"a key as long as its record", 14, 11, true},
-                         Case{"a key longer than its record", 14, 12, false},
-                         Case{"no room for the child's number", 8, 0, true},
-                         Case{"a map has no keys", 8, 2, true}}) {
+    } cases[] = {{"as it was made", 8, 255, true},
+                 {"more records than offsets fit", 10, 0xFF, false},
+                 {"a record that is not there", 11, 2, false},
+                 {"first record not behind the descriptor", 511, 16, false},
+                 {"free space before the record", 509, 13, false},
+                 {"an empty record", 509, 14, false},
+                 {"free space behind the node", 508, 2, false},
+                 {"a record up to the offsets", 508, 1, true},
+                 {"a key as long as its record", 14, 11, true},
+                 {"a key longer than its record", 14, 12, false},
+                 {"room for the child's number", 8, 0, true},
+                 {"a map has no keys", 8, 2, true}};
+    for (const auto& c : cases) {
         Bytes bytes = good;
         bytes[c.at] = c.value;
-        EXPECT_EQ(NodeView(bytes, format).isSound(), c.sound) << c.what;
+        EXPECT_EQ(NodeView(bytes, kHfsCatalogFormat).isSound(), c.sound) << c.what;
     }
     good[8] = 0;
     good[14] = 10;

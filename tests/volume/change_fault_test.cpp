@@ -8,8 +8,6 @@
 #include "IO/redo_log.hpp"
 #include "support/sentences.hpp"
 #include "volume/catalog_changes.hpp"
-#include "volume/catalog_delete.hpp"
-#include "volume/file_store.hpp"
 #include "volume/room_remark.hpp"
 #include "volume/volume_model.hpp"
 
@@ -18,7 +16,6 @@ namespace {
 
 using testing::Bytes;
 using testing::kClock;
-using testing::NameOf;
 using testing::ReadFork;
 using testing::StateOf;
 
@@ -31,7 +28,7 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
         ASSERT_TRUE(MakeVolume(path_, shape));
         ASSERT_TRUE(volume_.open(path_));
     }
-    // From the `first`-th write on nothing is written.
+    // From the `first`-th write on nothing is written, until they are mended with a large one.
     void failWrites(int first) {
         left_ = first;
         hasFailed_ = false;
@@ -42,48 +39,18 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
                        : TransferSectors(volume_, request);
         };
     }
-    void mendWrites() {
-        volume_->transferSlot = [this](const SectorRequest& request) {
-            return TransferSectors(volume_, request);
-        };
-    }
+    void mendWrites() { failWrites(1'000'000); }
     TreeResult makeFolder(int number) {
         std::uint32_t id = 0;
         return CreateFolder(volume_, fmt::format("folder {:03}", number), kRootFolderId, kClock,
                             id);
     }
+    // Both forks have those bytes.
     StoreResult put(const std::string& name, const Bytes& bytes, bool isCut = false,
                     bool stops = false) {
         testing::CutSource data(bytes);
         testing::CutSource resource(bytes, isCut);
-        testing::StoppingProgress progress(stops);
-        NewFile file;
-        file.parentId = kRootFolderId;
-        file.name = NameOf(volume_, name);
-        file.data = &data;
-        file.resource = &resource;
-        EXPECT_EQ(FindNamed(volume_, kRootFolderId, file.name, kClock, file.replaced),
-                  TreeResult::Done);
-        return AddFileToCatalog(volume_, file, kClock, progress);
-    }
-    StoreResult putForks(const std::string& name, const Bytes& dataBytes,
-                         const Bytes& resourceBytes) {
-        MemoryBytes data(dataBytes);
-        MemoryBytes resource(resourceBytes);
-        Progress progress;
-        NewFile file;
-        file.parentId = kRootFolderId;
-        file.name = NameOf(volume_, name);
-        file.data = &data;
-        file.resource = &resource;
-        return AddFileToCatalog(volume_, file, kClock, progress);
-    }
-    EditResult remove(const std::string& name) {
-        testing::KeptMessages messages;
-        Progress progress;
-        RememberedAnswer answer;
-        DeleteContext context{messages, progress, kClock, answer, false};
-        return DeleteItemByName(volume_, NameOf(volume_, name), kRootFolderId, context);
+        return volume_.put(name, data, resource, testing::StoppingProgress(stops ? 1 : 1000));
     }
     // Leaves free blocks in short rows only; the number of rows.
     int scatter() {
@@ -94,14 +61,9 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
                put(fmt::format("wall {}", rows), Bytes(1, 1)) == StoreResult::Done)
             ++rows;
         for (int i = 0; i < rows; ++i)
-            EXPECT_EQ(remove(fmt::format("gap {}", i)), EditResult::Done);
+            EXPECT_EQ(volume_.remove(fmt::format("gap {}", i)), EditResult::Done);
         EXPECT_EQ(volume_.flush(), TreeResult::Done);
         return rows;
-    }
-    Bytes contents(const std::string& name, bool resource) {
-        std::optional<CatalogItem> item;
-        EXPECT_EQ(FindItem(volume_, kRootFolderId, name, kClock, item), TreeResult::Done);
-        return item ? ReadFork(volume_, *item, resource) : Bytes{};
     }
     void expectSound() {
         ASSERT_EQ(volume_.flush(), TreeResult::Done);
@@ -116,9 +78,7 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
     int left_ = 0;
     bool hasFailed_ = false;
 };
-INSTANTIATE_TEST_SUITE_P(BothFormats, ChangeFault, ::testing::Bool(), [](const auto& test) {
-    return std::string(test.param ? "HfsPlus" : "Hfs");
-});
+INSTANTIATE_TEST_SUITE_P(BothFormats, ChangeFault, ::testing::Bool(), testing::FormatName);
 
 // After every other failure the process is taken to have ended there.
 TEST_P(ChangeFault, AFlushThatFailsIsToldAndCompletedLater) {
@@ -141,7 +101,7 @@ TEST_P(ChangeFault, AFlushThatFailsIsToldAndCompletedLater) {
         ASSERT_FALSE(std::filesystem::exists(RedoLogPath(path_)));
         ASSERT_EQ(testing::FaultOfBlocks(volume_), "");
         ASSERT_EQ(ReadValence(volume_, kRootFolderId), 21u);
-        ASSERT_EQ(contents("file", true), Bytes(5000, 1));
+        ASSERT_EQ(volume_.contents("file", true), Bytes(5000, 1));
     }
     testing::ExpectReadersFindNoFault(path_);
 }
@@ -161,7 +121,7 @@ TEST_P(ChangeFault, AForkThatIsNotWhollyWrittenLeavesNothing) {
     EXPECT_EQ(put("old", bytes, true), StoreResult::SourceFailed);
     EXPECT_EQ(put("new", bytes, false, true), StoreResult::Stopped);
     EXPECT_TRUE(StateOf(volume_) == before);
-    EXPECT_EQ(contents("old", false), Bytes(3000, 7));
+    EXPECT_EQ(volume_.contents("old", false), Bytes(3000, 7));
     expectSound();
 }
 
@@ -175,11 +135,11 @@ TEST_P(ChangeFault, WhatIsReplacedKeepsItsContentsUntilTheFlush) {
         ASSERT_EQ(put("one", Bytes(9000, 3)), StoreResult::Done);
         ASSERT_EQ(put("two", Bytes(9000, 4)), StoreResult::Done);
     }
-    ASSERT_EQ(remove("one"), EditResult::Done);
+    ASSERT_EQ(volume_.remove("one"), EditResult::Done);
     ASSERT_EQ(put("three", Bytes(9000, 5)), StoreResult::Done);
     ASSERT_TRUE(volume_.open(path_));
-    EXPECT_EQ(contents("one", false), Bytes(9000, 1));
-    EXPECT_EQ(contents("two", true), Bytes(9000, 2));
+    EXPECT_EQ(volume_.contents("one", false), Bytes(9000, 1));
+    EXPECT_EQ(volume_.contents("two", true), Bytes(9000, 2));
     expectSound();
 }
 
@@ -214,9 +174,9 @@ TEST_P(ChangeFault, OnAFullVolumeTheOldFileOutlivesANewOneThatFails) {
     EXPECT_EQ(put("file", Bytes(half, 8), false, true), StoreResult::Stopped);
     EXPECT_EQ(put("file", Bytes(2 * half, 8)), StoreResult::NoRoom);
     EXPECT_TRUE(StateOf(volume_) == before);
-    EXPECT_TRUE(contents("file", false) == old && contents("file", true) == old);
+    EXPECT_TRUE(volume_.contents("file", false) == old && volume_.contents("file", true) == old);
     EXPECT_EQ(put("file", Bytes(half - 1, 9)), StoreResult::Done);
-    EXPECT_TRUE(contents("file", true) == Bytes(half - 1, 9));
+    EXPECT_TRUE(volume_.contents("file", true) == Bytes(half - 1, 9));
     expectSound();
 }
 
@@ -247,9 +207,10 @@ TEST_P(ChangeFault, AFileOfManyRunsGoesOnInTheExtentsTree) {
         EXPECT_GT(volume_->extents.header().leafRecords, rows / (isHfsPlus_ ? 10 : 4));
         EXPECT_TRUE(isHfsPlus_ || volume_->extents.header().totalNodes > nodes);
         expectSound();
-        EXPECT_TRUE(contents("scattered", false) == fork && contents("scattered", true) == fork);
+        EXPECT_TRUE(volume_.contents("scattered", false) == fork &&
+                    volume_.contents("scattered", true) == fork);
     }
-    ASSERT_EQ(remove("scattered"), EditResult::Done);
+    ASSERT_EQ(volume_.remove("scattered"), EditResult::Done);
     EXPECT_EQ(volume_->extents.header().leafRecords, records);
     expectSound();
 }
@@ -259,17 +220,16 @@ TEST_P(ChangeFault, ADeletionTakesTheRecordsOfItsForksAlone) {
     (void)scatter();
     const std::uint32_t records = volume_->extents.header().leafRecords;
     const Bytes scattered(std::size_t{volume_->freeBlocks()} / 4 * volume_->blockSize, 3);
-    const Bytes nothing;
     for (const bool resource : {false, true}) {
-        ASSERT_EQ(putForks("kept", scattered, nothing), StoreResult::Done);
-        ASSERT_EQ(putForks("gone", resource ? nothing : scattered, resource ? scattered : nothing),
-                  StoreResult::Done);
-        ASSERT_EQ(remove("gone"), EditResult::Done);
+        ASSERT_EQ(volume_.put("kept", scattered, {}), StoreResult::Done);
+        ASSERT_EQ(
+            volume_.put("gone", resource ? Bytes() : scattered, resource ? scattered : Bytes()),
+            StoreResult::Done);
+        ASSERT_EQ(volume_.remove("gone"), EditResult::Done);
         expectSound();
-        EXPECT_TRUE(contents("kept", false) == scattered);
-        ASSERT_EQ(remove("kept"), EditResult::Done);
+        EXPECT_TRUE(volume_.contents("kept", false) == scattered);
+        ASSERT_EQ(volume_.remove("kept"), EditResult::Done);
         EXPECT_EQ(volume_->extents.header().leafRecords, records);
-        expectSound();
     }
 }
 
@@ -282,35 +242,29 @@ TEST_P(ChangeFault, FilesOfThePcFillTheirBlocksAndNoOthers) {
         bytes[i] = static_cast<std::uint8_t>(i % 251 + 1);
     ASSERT_TRUE(PcFile(folder_.path() + "/source", PcFile::Mode::CreateTruncate).writeAt(0, bytes));
     PcFile file(folder_.path() + "/source", PcFile::Mode::Read);
-    const std::size_t half = 150 * 512;
-    for (const bool isDirect : {true, false}) {
+    MemoryBytes memory(bytes);
+    MemoryBytes nothing;
+    for (ByteSource* source :
+         {static_cast<ByteSource*>(&file), static_cast<ByteSource*>(&memory)}) {
         open({"", isHfsPlus_, 512, 10'000, isHfsPlus_ ? 5u : 40u});
-        for (const char* name : {"a", "b", "c", "d", "e", "f", "g", "h"})
-            ASSERT_EQ(put(name, Bytes(half, static_cast<std::uint8_t>(name[0]))),
-                      StoreResult::Done);
-        for (const char* name : {"a", "c", "e", "g"})
-            ASSERT_EQ(remove(name), EditResult::Done);
+        const auto row = [](char name) {
+            return Bytes(150 * 512, static_cast<std::uint8_t>(name));
+        };
+        for (const char name : std::string_view("abcdefgh"))
+            ASSERT_EQ(put({name}, row(name)), StoreResult::Done);
+        for (const char name : std::string_view("aceg"))
+            ASSERT_EQ(volume_.remove({name}), EditResult::Done);
         ASSERT_EQ(volume_.flush(), TreeResult::Done);
-        MemoryBytes memory(bytes);
-        NewFile newFile;
-        newFile.parentId = kRootFolderId;
-        newFile.name = NameOf(volume_, "large");
-        newFile.data = isDirect ? static_cast<ByteSource*>(&file) : &memory;
-        Progress progress;
-        ASSERT_EQ(AddFileToCatalog(volume_, newFile, kClock, progress), StoreResult::Done);
-        std::optional<CatalogItem> item;
-        ASSERT_EQ(FindNamed(volume_, kRootFolderId, newFile.name, kClock, item), TreeResult::Done);
-        std::vector<BlockRun> runs;
-        ASSERT_EQ(ForkRuns(volume_, *item, false, runs), TreeResult::Done);
-        EXPECT_GT(runs.size(), 1u);
-        EXPECT_TRUE(ReadFork(volume_, *item, false) == bytes);
-        Bytes last(512);
-        ASSERT_TRUE(TransferFork(volume_, runs, kCommandRead, bytes.size() / 512 * 512, last));
-        EXPECT_TRUE(std::all_of(last.begin() + 100, last.end(),
-                                [](std::uint8_t byte) { return byte == 0; }));
-        for (const char* name : {"b", "d", "f", "h"})
-            EXPECT_TRUE(contents(name, true) == Bytes(half, static_cast<std::uint8_t>(name[0])))
-                << name;
+        ASSERT_EQ(volume_.put("large", *source, nothing), StoreResult::Done);
+        CatalogItem item = volume_.find("large").value();
+        EXPECT_GT(item.data.runs.size(), 1u);
+        EXPECT_TRUE(ReadFork(volume_, item, false) == bytes);
+        item.data.sizeBytes = (bytes.size() + 511) / 512 * 512;
+        Bytes last = ReadFork(volume_, item, false);
+        last.erase(last.begin(), last.end() - 412);
+        EXPECT_EQ(last, Bytes(412));
+        for (const char name : std::string_view("bdfh"))
+            EXPECT_TRUE(volume_.contents({&name, 1}, true) == row(name)) << name;
         expectSound();
     }
 }
@@ -333,7 +287,7 @@ TEST_P(ChangeFault, ACatalogOfManyRunsGoesOnInTheExtentsTree) {
     ASSERT_EQ(ListFolder(volume_, kRootFolderId, kClock, items), TreeResult::Done);
     EXPECT_EQ(items.size(), itemsBefore + folders);
     for (const CatalogItem& item : items)
-        ASSERT_EQ(remove(item.name), EditResult::Done);
+        ASSERT_EQ(volume_.remove(item.name), EditResult::Done);
     expectSound();
 }
 

@@ -1,5 +1,5 @@
-// What the tests of B-trees share: the four kinds of trees, records made byte by byte with an order
-// of their own, and a checker that reads the nodes without the code under test.
+// What the tests of B-trees share: the four kinds of trees, records with an order of their own, and
+// a checker that reads the nodes without the code under test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -36,19 +36,19 @@ inline const TreeKind kTreeKinds[] = {
     {"HfsPlusExtents", &kHfsPlusExtentsFormat, 1024, false, true},
 };
 
-/// What a key is ordered by, number by number: parent and weights of the letters, or file, fork and
-/// first block. Keys that compare as equal have the same numbers.
+/// What a key is ordered by, number by number: parent and letters by their capitals, or file, fork
+/// and first block. Keys that compare as equal have the same numbers.
 using KeyOrder = std::vector<std::uint32_t>;
 
 struct TestRecord {
-    Bytes key;
+    TreeKey key;
     Bytes data;
 };
 using TreeModel = std::map<KeyOrder, TestRecord>;
 using TreeEntry = std::pair<KeyOrder, TestRecord>;
 
 /// A number from 0 up to, not including, `limit`.
-[[nodiscard]] inline std::uint32_t Below(std::mt19937& random, std::uint32_t limit) {
+[[nodiscard]] inline std::uint32_t Below(std::mt19937& random, std::size_t limit) {
     return static_cast<std::uint32_t>(random() % limit);
 }
 
@@ -60,8 +60,6 @@ using TreeEntry = std::pair<KeyOrder, TestRecord>;
 /// `count` different records, with the first one.
 [[nodiscard]] TreeModel RandomModel(const TreeKind& kind, std::mt19937& random, std::size_t count);
 
-[[nodiscard]] NewTree ShapeOf(const TreeKind& kind, std::uint32_t totalNodes);
-
 /// The bytes of nodes 1 and up and of node 0 in memory.
 [[nodiscard]] std::vector<Bytes> AllNodes(TreeCursor& tree);
 
@@ -69,36 +67,28 @@ using TreeEntry = std::pair<KeyOrder, TestRecord>;
 /// zeros in free space, the records themselves, the header's counts and the map of used nodes.
 void ExpectSoundTree(TreeCursor& tree, const TreeKind& kind, const TreeModel& model);
 
-/// A store that fails its `failAt`-th write (from 1) and all later ones.
-class FailingNodes final : public NodeStore {
-  public:
-    FailingNodes(std::size_t nodeSize, int failAt) : nodes_(nodeSize), left_(failAt) {}
-    [[nodiscard]] bool read(std::uint32_t number, ByteSpan node) override {
-        return nodes_.read(number, node);
-    }
-    [[nodiscard]] bool write(std::uint32_t number, ConstByteSpan node) override {
-        failed = failed || --left_ <= 0;
-        return !failed && nodes_.write(number, node);
-    }
-    bool failed = false;
-
-  private:
-    MemoryNodes nodes_;
-    int left_;
-};
-
 inline constexpr unsigned kSeed = 1985;
 
 /// A tree of each kind, in memory.
 class TreeTest : public ::testing::TestWithParam<TreeKind> {
   protected:
-    void create(NodeStore& store, std::uint32_t totalNodes) {
-        ASSERT_TRUE(CreateTree(tree_, *kind_.format, store, ShapeOf(kind_, totalNodes)));
+    bool create(NodeStore& store, std::uint32_t totalNodes) {
+        NewTree shape{.nodeSize = kind_.nodeSize, .totalNodes = totalNodes};
+        shape.rootLeaf = kind_.isCatalog;
+        return CreateTree(tree_, *kind_.format, store, shape);
+    }
+    /// A new tree with that many records.
+    TreeModel fill(std::uint32_t totalNodes, std::size_t records) {
+        nodes_ = MemoryNodes(kind_.nodeSize);
+        EXPECT_TRUE(create(nodes_, totalNodes));
+        TreeModel model = RandomModel(kind_, random_, records);
+        for (const auto& [order, record] : model)
+            EXPECT_EQ(insert(record), TreeResult::Done);
+        return model;
     }
     TreeResult insert(const TestRecord& record) {
         return InsertTreeRecord(tree_, record.key, record.data);
     }
-
     TreeResult remove(const TestRecord& record) { return RemoveTreeRecord(tree_, record.key); }
 
     const TreeKind kind_ = GetParam();

@@ -2,14 +2,17 @@
 // and other programs as judges.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "support/messages.hpp"
 #include "volume/catalog.hpp"
+#include "volume/edit_result.hpp"
+#include "volume/file_store.hpp"
 #include "volume/formatter.hpp"
 #include "volume/mount.hpp"
 #include "volume/writable_volume.hpp"
@@ -36,20 +39,50 @@ class KeptMessages : public Messages {
     std::vector<std::string> texts;
 };
 
+/// A user who ends the work at that chunk, counted from 1.
+class StoppingProgress final : public Progress {
+  public:
+    explicit StoppingProgress(int stopAt = 1'000'000) : left(stopAt) {}
+    [[nodiscard]] bool chunk(std::uint64_t) override {
+        if (onChunk)
+            onChunk();
+        return --left > 0;
+    }
+    int left;
+    std::function<void()> onChunk;
+};
+
+/// Names a case of a suite over both formats.
+inline std::string FormatName(const ::testing::TestParamInfo<bool>& isHfsPlus) {
+    return isHfsPlus.param ? "HfsPlus" : "Hfs";
+}
+
 /// Makes an image of the temporary folder; its path, "" when that failed.
 [[nodiscard]] std::string FormatImage(const TemporaryFolder& folder, const FormatInput& input);
 /// A small one of either format.
 [[nodiscard]] std::string FormatSmall(const TemporaryFolder& folder, bool isHfsPlus);
 
-/// Opens and mounts; false after the messages were put into the test's output.
-[[nodiscard]] bool Open(VolumeContext& volume, const std::string& path);
+/// The name in the form of the volume.
+[[nodiscard]] CatalogName NameOf(const VolumeContext& volume, std::string_view shown);
 
 /// A volume that is opened for changes, changed, and opened anew.
 class TestVolume {
   public:
-    /// What was not flushed before is forgotten.
+    /// What was not flushed before is forgotten. False when it can only be read, or not even that.
     [[nodiscard]] bool open(const std::string& path, bool writable = true);
-    [[nodiscard]] TreeResult flush() { return writable_->flush(kClock); }
+    [[nodiscard]] TreeResult flush(const Clock& clock = kClock) { return writable_->flush(clock); }
+
+    /// Puts a file into the root folder, in place of one that is there.
+    [[nodiscard]] StoreResult put(const std::string& name, ByteSource& data, ByteSource& resource,
+                                  Progress&& progress = Progress());
+    /// The same with forks of memory.
+    [[nodiscard]] StoreResult put(const std::string& name, const Bytes& data,
+                                  const Bytes& resource);
+    /// Deletes an item of the root folder.
+    [[nodiscard]] EditResult remove(const std::string& name);
+    [[nodiscard]] std::optional<CatalogItem> find(std::string_view path);
+    /// The bytes of a file's fork.
+    [[nodiscard]] Bytes contents(std::string_view path, bool resource = false);
 
     VolumeContext* operator->() { return &context_; }
     operator VolumeContext&() { return context_; }
@@ -65,13 +98,10 @@ class TestVolume {
 [[nodiscard]] std::uint64_t Big(const std::string& path, std::uint64_t offset, int width);
 void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes);
 
-/// CRC-32 of ISO 3309, as zip archives have it.
-[[nodiscard]] std::uint32_t Crc32(const Bytes& bytes);
-
-/// All files and folders by path: `visit(path, item)`. At most `most` items are listed, and the
-/// result tells of the first folder that could not be listed whole.
+/// All files and folders by path: `visit(path, item)`. The result tells of the first folder that
+/// could not be listed whole.
 [[nodiscard]] TreeResult WalkVolume(
-    VolumeContext& volume, std::size_t most,
+    VolumeContext& volume,
     const std::function<void(const std::string&, const CatalogItem&)>& visit);
 
 /// The bytes of a fork; shorter than its size when they cannot be read.

@@ -1,19 +1,14 @@
 #include "volume/volume_model.hpp"
 
-#include "volume/volume_model.hpp"
-
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <array>
 
 #include "volume/block_allocation.hpp"
 #include "volume/block_bitmap.hpp"
-#include "volume/catalog_access.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_delete.hpp"
 #include "volume/catalog_edit.hpp"
-#include "volume/file_store.hpp"
 #include "volume/tree_bench.hpp"
 #include "volume/tree_growth.hpp"
 
@@ -35,27 +30,48 @@ Bytes RandomFork(std::mt19937& random, std::uint32_t blockSize) {
     return bytes;
 }
 
+bool IsNoRoom(StoreResult result) {
+    return result == StoreResult::NoRoom;
+}
 template <typename Result>
 bool IsNoRoom(Result result) {
-    if constexpr (std::is_same_v<Result, StoreResult>)
-        return result == Result::NoRoom;
-    else
-        return result == Result::Full;
+    return result == Result::Full;
 }
 
 }  // namespace
 
+// New files and folders outweigh deletions, so that the volume is mostly nearly full.
+const std::vector<VolumeModel::Kind> VolumeModel::kKinds = {
+    {"folder", 2, &VolumeModel::makeFolder}, {"file", 10, &VolumeModel::putFile},
+    {"delete", 3, &VolumeModel::deleteItem}, {"rename", 3, &VolumeModel::rename},
+    {"move", 2, &VolumeModel::move},         {"relabel", 1, &VolumeModel::relabel},
+    {"swap", 1, &VolumeModel::swapForks},    {"mark", 1, &VolumeModel::mark},
+    {"share", 0, &VolumeModel::share}};
+
+Script RandomScript(unsigned seed, std::size_t steps, bool hasPcSide) {
+    std::mt19937 random(seed);
+    std::vector<std::size_t> kinds;
+    for (std::size_t kind = 0; kind < VolumeModel::kKinds.size(); ++kind)
+        kinds.insert(kinds.end(), VolumeModel::kKinds[kind].weight, kind);
+    Script script;
+    while (script.size() < steps) {
+        const bool shares = hasPcSide && script.size() % 40 == 39;
+        script.push_back(
+            {shares ? VolumeModel::kKinds.size() - 1 : kinds[Below(random, kinds.size())],
+             static_cast<std::uint32_t>(random())});
+    }
+    return script;
+}
+
 std::string NameOf(const Step& step) {
-    constexpr std::array<const char*, Step::Kinds> kNames = {
-        "Folder", "File",    "Replace", "Delete", "Rename", "Recase",
-        "Move",   "Relabel", "Swap",    "Mark",   "Share"};
-    return fmt::format("{{Step::{}, {}}}", kNames[step.kind], step.seed);
+    return fmt::format("{{{}, {}}} ({})", step.kind, step.seed,
+                       VolumeModel::kKinds[step.kind].name);
 }
 
 VolumeModel::VolumeModel(const std::string& path, const VolumeShape& shape)
     : path_(path), shape_(shape) {
     if (MakeVolume(path, shape) && volume_.open(path))
-        frame_ = frame();
+        surroundings_ = surroundings();
 }
 
 std::string VolumeModel::apply(const Step& step) {
@@ -64,7 +80,7 @@ std::string VolumeModel::apply(const Step& step) {
     const bool watches = step.seed % 4 == 0;
     const std::vector<Bytes> before = watches ? StateOf(volume_) : std::vector<Bytes>{};
     blocksWanted_ = 0;
-    const Outcome outcome = carryOut(step, random);
+    const Outcome outcome = (this->*kKinds[step.kind].carryOut)(random);
     if (outcome == Outcome::Wrong)
         return "wrong result";
     if (outcome == Outcome::Done)
@@ -83,43 +99,37 @@ std::string VolumeModel::apply(const Step& step) {
     return "";
 }
 
-VolumeModel::Outcome VolumeModel::carryOut(const Step& step, std::mt19937& random) {
-    switch (step.kind) {
-        case Step::Folder:
-            return makeFolder(random);
-        case Step::File:
-        case Step::Replace:
-            return putFile(random, step.kind == Step::Replace);
-        case Step::Delete:
-            return deleteItem(random);
-        case Step::Rename:
-        case Step::Recase:
-            return rename(random, step.kind == Step::Recase);
-        case Step::Move:
-            return move(random);
-        case Step::Relabel:
-            return relabel(random);
-        case Step::Share:
-            return share(random);
-        default:
-            return swapOrMark(random, step.kind == Step::Swap);
-    }
+bool VolumeModel::wasHard() {
+    return refusals_ > 0 && volume_->catalog.header().totalNodes > shape_.catalogNodes &&
+           (shape_.isHfsPlus || overflow_ > 0);
 }
 
-std::string VolumeModel::randomName(std::mt19937& random, std::size_t most) const {
+template <typename Result, typename Change>
+VolumeModel::Outcome VolumeModel::follow(Result result, Result expected, Change change) {
+    if (IsNoRoom(result) && expected != Result::Exists)
+        return Outcome::NoRoom;
+    if (result != expected)
+        return Outcome::Wrong;
+    if (result != Result::Done)
+        return Outcome::Refused;
+    change();
+    return Outcome::Done;
+}
+
+std::string VolumeModel::randomName(std::mt19937& random, std::size_t mostOfHfs) const {
     constexpr std::string_view kLetters = "abcABCxyzXYZ0123456789";
-    const bool isShort = Below(random, 2) == 0;
-    const std::size_t length = 1 + Below(random, static_cast<std::uint32_t>(isShort ? 2 : most));
+    const std::size_t most = shape_.isHfsPlus ? 255 : mostOfHfs;
+    const std::size_t length = 1 + Below(random, Below(random, 2) == 0 ? 2 : most);
     std::string name;
     while (name.size() < length)
-        name += kLetters[random() % kLetters.size()];
+        name += kLetters[Below(random, kLetters.size())];
     return name;
 }
 
 VolumeModel::Items::iterator VolumeModel::randomItem(std::mt19937& random, bool fileOnly) {
     if (items_.empty())
         return items_.end();
-    auto item = std::next(items_.begin(), Below(random, static_cast<std::uint32_t>(items_.size())));
+    auto item = std::next(items_.begin(), Below(random, items_.size()));
     while (fileOnly && item != items_.end() && item->second.isFolder)
         ++item;
     return item;
@@ -130,7 +140,7 @@ std::uint32_t VolumeModel::randomFolder(std::mt19937& random) const {
     for (const auto& [key, item] : items_)
         if (item.isFolder)
             ids.push_back(item.id);
-    return ids[random() % ids.size()];
+    return ids[Below(random, ids.size())];
 }
 
 bool VolumeModel::liesInside(std::uint32_t folder, std::uint32_t outer) const {
@@ -139,6 +149,12 @@ bool VolumeModel::liesInside(std::uint32_t folder, std::uint32_t outer) const {
                      return entry.second.id == folder;
                  })->first.first;
     return folder == outer;
+}
+
+void VolumeModel::rekey(Items::iterator item, const Key& to) {
+    auto node = items_.extract(item);
+    node.key() = to;
+    items_.insert(std::move(node));
 }
 
 void VolumeModel::forget(Items::iterator item) {
@@ -154,114 +170,82 @@ void VolumeModel::forget(Items::iterator item) {
 
 VolumeModel::Outcome VolumeModel::makeFolder(std::mt19937& random) {
     const std::uint32_t parent = randomFolder(random);
-    const std::string name = randomName(random, volume_->isHfsPlus ? 255 : 31);
-    const bool exists = items_.count({parent, Folded(name)}) != 0;
-    std::uint32_t id = 0;
-    const TreeResult result = CreateFolder(volume_, NameOf(volume_, name), parent, kClock, id);
-    if (result == TreeResult::Done && !exists) {
-        items_[{parent, Folded(name)}] = {name, id, true, "", {}, {}};
-        return Outcome::Done;
-    }
-    return exists && result == TreeResult::Exists ? Outcome::Refused
-           : IsNoRoom(result)                     ? Outcome::NoRoom
-                                                  : Outcome::Wrong;
+    Item item{randomName(random), 0, true};
+    const Key key = {parent, Folded(item.name)};
+    const TreeResult result =
+        CreateFolder(volume_, NameOf(volume_, item.name), parent, kClock, item.id);
+    return follow(result, items_.count(key) ? TreeResult::Exists : TreeResult::Done,
+                  [&] { items_[key] = item; });
 }
 
-VolumeModel::Outcome VolumeModel::putFile(std::mt19937& random, bool replaces) {
-    std::uint32_t parent = randomFolder(random);
-    std::string name = randomName(random, volume_->isHfsPlus ? 255 : 31);
+VolumeModel::Outcome VolumeModel::putFile(std::mt19937& random) {
+    const bool replaces = Below(random, 5) == 0;
     const auto old = replaces ? randomItem(random, true) : items_.end();
-    NewFile file;
-    if (old != items_.end()) {
-        parent = old->first.first;
-        name = old->second.name;
-        if (FindNamed(volume_, parent, NameOf(volume_, name), kClock, file.replaced) !=
-                TreeResult::Done ||
-            !file.replaced)
-            return Outcome::Wrong;
-    }
-    const bool exists = !file.replaced && items_.count({parent, Folded(name)}) != 0;
-    Item item{name,
-              0,
-              false,
-              "TEXTttxt",
-              RandomFork(random, volume_->blockSize),
-              RandomFork(random, volume_->blockSize)};
-    const std::uint32_t size = volume_->blockSize;
-    blocksWanted_ =
-        static_cast<std::uint32_t>((item.data.size() + item.resource.size()) / size + 2);
+    const bool isNew = old == items_.end();
+    Item item{isNew ? randomName(random) : old->second.name};
+    item.data = RandomFork(random, volume_->blockSize);
+    item.resource = RandomFork(random, volume_->blockSize);
     const bool isCut = Below(random, 10) == 0 && !item.data.empty();
     const bool isStopped = Below(random, 10) == 0 && !item.data.empty();
     CutSource data(item.data, isCut);
     CutSource resource(item.resource);
-    StoppingProgress progress(isStopped);
-    file.parentId = parent;
-    file.name = NameOf(volume_, name);
+    StoppingProgress progress(isStopped ? 1 : 1000);
+    NewFile file;
+    file.parentId = isNew ? randomFolder(random) : old->first.first;
+    file.name = NameOf(volume_, item.name);
     std::copy(item.signature.begin(), item.signature.end(), file.finder.signature.begin());
     file.data = &data;
     file.resource = &resource;
+    if (!isNew &&
+        (FindNamed(volume_, file.parentId, file.name, kClock, file.replaced) != TreeResult::Done ||
+         !file.replaced))
+        return Outcome::Wrong;
+    blocksWanted_ = static_cast<std::uint32_t>(
+        (item.data.size() + item.resource.size()) / volume_->blockSize + 2);
+    const Key key = {file.parentId, Folded(item.name)};
+    const StoreResult expected = isNew && items_.count(key) ? StoreResult::Exists
+                                 : isCut                    ? StoreResult::SourceFailed
+                                 : isStopped                ? StoreResult::Stopped
+                                                            : StoreResult::Done;
     const StoreResult result = AddFileToCatalog(volume_, file, kClock, progress);
-    if (IsNoRoom(result))
-        return Outcome::NoRoom;
+    overflow_ = std::max<std::uint32_t>(overflow_, volume_->extents.header().leafRecords);
     if (result == StoreResult::TooFragmented)
         return Outcome::Refused;
-    overflow_ = std::max<std::uint32_t>(overflow_, volume_->extents.header().leafRecords);
-    const StoreResult expected = exists      ? StoreResult::Exists
-                                 : isCut     ? StoreResult::SourceFailed
-                                 : isStopped ? StoreResult::Stopped
-                                             : StoreResult::Done;
-    if (result != expected)
-        return Outcome::Wrong;
-    if (result != StoreResult::Done)
-        return Outcome::Refused;
-    items_[{parent, Folded(name)}] = std::move(item);
-    return Outcome::Done;
+    return follow(result, expected, [&] { items_[key] = std::move(item); });
 }
 
 VolumeModel::Outcome VolumeModel::deleteItem(std::mt19937& random) {
     // Whole folders go seldom, or the volume would never become full.
     const auto item = randomItem(random, Below(random, 5) != 0);
     const bool none = item == items_.end();
-    const std::string name = none ? "none" : item->second.name;
     KeptMessages messages;
-    StoppingProgress progress(Below(random, 5) == 0);
+    StoppingProgress progress(Below(random, 5) == 0 ? 1 : 1000);
     RememberedAnswer answer;
     DeleteContext context{messages, progress, kClock, answer, false};
-    const EditResult result = DeleteItemByName(volume_, NameOf(volume_, name),
-                                               none ? kRootFolderId : item->first.first, context);
-    if (none || result == EditResult::Stopped)
-        return result == EditResult::Missing || result == EditResult::Stopped ? Outcome::Refused
-                                                                              : Outcome::Wrong;
-    if (result != EditResult::Done)
-        return Outcome::Wrong;
-    forget(item);
-    return Outcome::Done;
+    const EditResult result =
+        DeleteItemByName(volume_, none ? NameOf(volume_, "none") : nameOf(*item),
+                         none ? kRootFolderId : item->first.first, context);
+    const bool isStopped = result == EditResult::Stopped && progress.left <= 0;
+    return follow(result,
+                  none        ? EditResult::Missing
+                  : isStopped ? EditResult::Stopped
+                              : EditResult::Done,
+                  [&] { forget(item); });
 }
 
-VolumeModel::Outcome VolumeModel::rename(std::mt19937& random, bool caseOnly) {
+VolumeModel::Outcome VolumeModel::rename(std::mt19937& random) {
     const auto item = randomItem(random);
     if (item == items_.end())
         return Outcome::Refused;
-    std::string name = randomName(random, volume_->isHfsPlus ? 255 : 31);
-    if (caseOnly) {
-        name = item->second.name;
-        for (char& c : name)
-            c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
-    }
+    // Its own name in small letters changes no more than the case.
+    const std::string name = Below(random, 3) == 0 ? Folded(item->second.name) : randomName(random);
     const Key from = item->first;
     const Key to = {from.first, Folded(name)};
-    const bool exists = to != from && items_.count(to) != 0;
-    const EditResult result =
-        RenameItem(volume_, from.first, NameOf(volume_, item->second.name), NameOf(volume_, name));
-    if (result != EditResult::Done || exists)
-        return exists && result == EditResult::Exists ? Outcome::Refused
-               : IsNoRoom(result)                     ? Outcome::NoRoom
-                                                      : Outcome::Wrong;
-    auto node = items_.extract(item);
-    node.key() = to;
-    node.mapped().name = name;
-    items_.insert(std::move(node));
-    return Outcome::Done;
+    return follow(RenameItem(volume_, from.first, nameOf(*item), NameOf(volume_, name)),
+                  to != from && items_.count(to) ? EditResult::Exists : EditResult::Done, [&] {
+                      item->second.name = name;
+                      rekey(item, to);
+                  });
 }
 
 VolumeModel::Outcome VolumeModel::move(std::mt19937& random) {
@@ -276,105 +260,83 @@ VolumeModel::Outcome VolumeModel::move(std::mt19937& random) {
                                     ? EditResult::IntoItself
                                 : items_.count(to) != 0 ? EditResult::Exists
                                                         : EditResult::Done;
-    const EditResult result =
-        MoveItem(volume_, NameOf(volume_, item->second.name), from.first, target);
-    if (IsNoRoom(result) && expected == EditResult::Done)
-        return Outcome::NoRoom;
-    if (result != expected)
-        return Outcome::Wrong;
-    if (result != EditResult::Done)
-        return Outcome::Refused;
-    auto node = items_.extract(item);
-    node.key() = to;
-    items_.insert(std::move(node));
-    return Outcome::Done;
+    return follow(MoveItem(volume_, nameOf(*item), from.first, target), expected,
+                  [&] { rekey(item, to); });
 }
 
 VolumeModel::Outcome VolumeModel::relabel(std::mt19937& random) {
-    const std::string label = randomName(random, volume_->isHfsPlus ? 255 : 28);
-    const bool isTooLong = !volume_->isHfsPlus && label.size() > 27;
-    const EditResult result = RenameVolume(volume_, label);
-    if (IsNoRoom(result))
-        return Outcome::NoRoom;
-    if (result != (isTooLong ? EditResult::BadName : EditResult::Done))
-        return Outcome::Wrong;
-    if (isTooLong)
-        return Outcome::Refused;
-    label_ = label;
-    return Outcome::Done;
+    const std::string label = randomName(random, 28);
+    const bool isTooLong = !shape_.isHfsPlus && label.size() > 27;
+    return follow(RenameVolume(volume_, label), isTooLong ? EditResult::BadName : EditResult::Done,
+                  [&] { label_ = label; });
 }
 
-VolumeModel::Outcome VolumeModel::swapOrMark(std::mt19937& random, bool swaps) {
-    const auto entry = randomItem(random, true);
-    if (entry == items_.end())
+VolumeModel::Outcome VolumeModel::swapForks(std::mt19937& random) {
+    const auto item = randomItem(random, true);
+    if (item == items_.end())
         return Outcome::Refused;
-    Item& item = entry->second;
-    const CatalogName name = NameOf(volume_, item.name);
-    if (swaps) {
-        const SwapResult result = SwapForks(volume_, name, entry->first.first);
-        if (result == SwapResult::DataForkOverflows || result == SwapResult::ResourceForkOverflows)
-            return volume_->extents.header().leafRecords != 0 ? Outcome::Refused : Outcome::Wrong;
-        std::swap(item.data, item.resource);
-        return result == SwapResult::Done ? Outcome::Done : Outcome::Wrong;
-    }
+    const SwapResult result = SwapForks(volume_, nameOf(*item), item->first.first);
+    if (result == SwapResult::DataForkOverflows || result == SwapResult::ResourceForkOverflows)
+        return volume_->extents.header().leafRecords != 0 ? Outcome::Refused : Outcome::Wrong;
+    std::swap(item->second.data, item->second.resource);
+    return result == SwapResult::Done ? Outcome::Done : Outcome::Wrong;
+}
+
+VolumeModel::Outcome VolumeModel::mark(std::mt19937& random) {
+    const auto item = randomItem(random, true);
+    if (item == items_.end())
+        return Outcome::Refused;
     AttributeChange change;
     change.type = {'A', 'P', 'P', static_cast<char>('0' + Below(random, 10))};
-    std::copy(change.type->begin(), change.type->end(), item.signature.begin());
-    return ChangeAttributes(volume_, entry->first.first, name, change, kClock) == EditResult::Done
-               ? Outcome::Done
-               : Outcome::Wrong;
+    return follow(ChangeAttributes(volume_, item->first.first, nameOf(*item), change, kClock),
+                  EditResult::Done, [&] {
+                      std::copy(change.type->begin(), change.type->end(),
+                                item->second.signature.begin());
+                  });
 }
 
 // A disc whose PC side shows what lies at some files of the volume, and at some free places.
 VolumeModel::Outcome VolumeModel::share(std::mt19937& random) {
-    if (!shape_.hasPcSide || pcFiles_.size() > 30 || volume_.flush() != TreeResult::Done)
-        return shape_.hasPcSide && pcFiles_.size() <= 30 ? Outcome::Wrong : Outcome::Refused;
+    if (pcFiles_.size() > 30)
+        return Outcome::Refused;
+    if (volume_.flush() != TreeResult::Done || surroundings() != surroundings_)
+        return Outcome::Wrong;
     std::vector<BlockRun> places = {{Below(random, volume_->totalBlocks() - 9), Below(random, 9)}};
+    std::optional<CatalogItem> item;
     const auto entry = randomItem(random, true);
-    if (entry != items_.end()) {
-        std::optional<CatalogItem> item;
-        std::vector<BlockRun> runs;
-        if (FindNamed(volume_, entry->first.first, NameOf(volume_, entry->second.name), kClock,
-                      item) != TreeResult::Done ||
-            !item || ForkRuns(volume_, *item, false, runs) != TreeResult::Done)
-            return Outcome::Wrong;
-        places.insert(places.end(), runs.begin(), runs.end());
-    }
+    if (entry != items_.end() &&
+        FindNamed(volume_, entry->first.first, nameOf(*entry), kClock, item) == TreeResult::Done)
+        places.insert(places.end(), item.value().data.runs.begin(), item.value().data.runs.end());
+    const std::uint64_t first = volume_->volumeOffset * kSectorBytes;
     PcFile image(path_, PcFile::Mode::ReadWrite);
     for (const BlockRun& run : places) {
+        // Files of the PC begin with its sectors, and none lies where the trees do.
         const std::uint64_t from = BlockToSector(volume_, run.startBlock) / 4 * 2048;
         Bytes file(std::uint64_t{run.blockCount} * volume_->blockSize);
-        const std::uint64_t first = volume_->volumeOffset * kSectorBytes;
-        const auto block = [&](std::uint64_t at) { return (at - first) / volume_->blockSize; };
-        const auto meets = [&](const BlockRun& r) {
-            return block(from) < r.startBlock + r.blockCount &&
-                   r.startBlock <= block(from + file.size());
-        };
+        const std::uint64_t end = (from + file.size() - first) / volume_->blockSize;
         bool isFree = from >= std::max(first, kPcTableEnd) && !file.empty() &&
-                      block(from + file.size()) + 8 < volume_->totalBlocks();
+                      end + 8 < volume_->totalBlocks();
         for (const auto* nodes : {volume_->catalogNodes.get(), volume_->extentsNodes.get()})
-            isFree = isFree && std::none_of(nodes->runs().begin(), nodes->runs().end(), meets);
+            for (const BlockRun& tree : nodes->runs())
+                isFree = isFree && ((from - first) / volume_->blockSize >=
+                                        tree.startBlock + tree.blockCount ||
+                                    tree.startBlock > end);
         if (isFree && image.readExactly(from, file))
             pcFiles_.try_emplace(static_cast<std::uint32_t>(from / 2048), file);
     }
-    if (!WritePcTable(image, pcFiles_))
-        return Outcome::Wrong;
-    return volume_.open(path_) ? Outcome::Done : Outcome::Wrong;
+    const bool isShared = WritePcTable(image, pcFiles_) && volume_.open(path_);
+    surroundings_ = surroundings();
+    return isShared ? Outcome::Done : Outcome::Wrong;
 }
 
-std::string VolumeModel::comparePcSide() const {
-    PcFile image(path_, PcFile::Mode::Read);
-    for (const auto& [sector, bytes] : pcFiles_)
-        if (BytesAt(path_, sector * 2048ull, bytes.size()) != bytes)
-            return fmt::format("the PC's file at sector {} was changed", sector);
-    return "";
-}
-
-Bytes VolumeModel::frame() const {
-    Bytes bytes = testing::BytesAt(path_, 0, shape_.frontBytes());
+Bytes VolumeModel::surroundings() const {
+    Bytes bytes = BytesAt(path_, 0, shape_.frontBytes());
     const std::uint64_t end = PcFile(path_, PcFile::Mode::Read).size();
-    const Bytes tail = testing::BytesAt(path_, end - shape_.tailBytes(), shape_.tailBytes());
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
+    std::vector<Bytes> parts = {BytesAt(path_, end - shape_.tailBytes(), shape_.tailBytes())};
+    for (const auto& [sector, file] : pcFiles_)
+        parts.push_back(BytesAt(path_, sector * 2048ull, file.size()));
+    for (const Bytes& part : parts)
+        bytes.insert(bytes.end(), part.begin(), part.end());
     return bytes;
 }
 
@@ -385,17 +347,13 @@ std::string VolumeModel::compare() {
         return "the volume cannot be opened any more";
     if (VolumeName(volume_) != label_)
         return "the label is " + VolumeName(volume_);
+    if (surroundings() != surroundings_)
+        return "what is not of the volume was changed";
     std::string fault = compareFolder(kRootFolderId);
     for (auto entry = items_.begin(); entry != items_.end() && fault.empty(); ++entry)
         if (entry->second.isFolder)
             fault = compareFolder(entry->second.id);
-    if (fault.empty())
-        fault = comparePcSide();
-    if (fault.empty() && frame() != frame_)
-        fault = "what lies around the volume was changed";
-    if (fault.empty())
-        fault = FaultOfBlocks(volume_);
-    return fault.empty() ? compareCounts() : fault;
+    return fault.empty() ? FaultOfBlocks(volume_) : fault;
 }
 
 std::string VolumeModel::compareFolder(std::uint32_t id) {
@@ -406,8 +364,7 @@ std::string VolumeModel::compareFolder(std::uint32_t id) {
     for (const CatalogItem& got : listed) {
         if (expected == items_.end() || expected->first.first != id)
             return fmt::format("{} is too many", got.name);
-        if (const std::string fault = compareItem(got, expected->first, expected->second);
-            !fault.empty())
+        if (const std::string fault = compareItem(got, expected->second); !fault.empty())
             return fault;
         ++expected;
     }
@@ -416,43 +373,18 @@ std::string VolumeModel::compareFolder(std::uint32_t id) {
     return ReadValence(volume_, id) == listed.size() ? "" : fmt::format("valence of {}", id);
 }
 
-std::string VolumeModel::compareItem(const CatalogItem& got, const Key& key, const Item& item) {
+std::string VolumeModel::compareItem(const CatalogItem& got, const Item& item) {
     if (got.name != item.name || got.isFolder != item.isFolder ||
         (item.isFolder && got.id != item.id))
         return got.name + " stands where " + item.name + " should";
-    std::optional<ThreadFacts> thread;
-    if (ReadThread(volume_, got.id, thread) != TreeResult::Done ||
-        thread.has_value() != (item.isFolder || volume_->isHfsPlus))
-        return "thread of " + item.name;
-    if (thread && (thread->parentId != key.first || thread->name != got.catalogName))
-        return "what the thread tells of " + item.name;
     if (item.isFolder)
-        return "";
+        return ParentOf(volume_, got.id) == got.parentId ? "" : "thread of " + item.name;
     if (std::string(got.signature.begin(), got.signature.end()) != item.signature)
         return "signature of " + item.name;
     for (const bool resource : {false, true})
         if (ReadFork(volume_, got, resource) != (resource ? item.resource : item.data))
             return (resource ? "resource fork of " : "data fork of ") + item.name;
     return "";
-}
-
-std::string VolumeModel::compareCounts() {
-    std::array<std::uint32_t, 4> counts{};  // files, folders, and those of the root
-    for (const auto& [key, item] : items_) {
-        const std::size_t kind = item.isFolder ? 1 : 0;
-        ++counts[kind];
-        counts[kind + 2] += key.first == kRootFolderId ? 1 : 0;
-    }
-    const MasterDirectoryBlock& mdb = volume_->mdb;
-    const VolumeHeader& vhb = volume_->vhb;
-    const bool right = volume_->isHfsPlus
-                           ? vhb.fileCount == counts[0] && vhb.folderCount == counts[1]
-                           : mdb.fileCount == counts[0] && mdb.folderCount == counts[1] &&
-                                 mdb.rootFileCount == counts[2] && mdb.rootFolderCount == counts[3];
-    const std::uint32_t threads = 1 + counts[1] + (volume_->isHfsPlus ? counts[0] : 0);
-    if (volume_->catalog.header().leafRecords != 1 + counts[0] + counts[1] + threads)
-        return "number of leaf records";
-    return right ? "" : "counts of files and folders";
 }
 
 }  // namespace vellmark::testing

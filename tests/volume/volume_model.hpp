@@ -4,15 +4,11 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
-#include <optional>
 #include <random>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "support/pc_folder.hpp"
 #include "volume/volume_bench.hpp"
 
 namespace vellmark::testing {
@@ -25,15 +21,13 @@ struct VolumeShape {
     std::uint32_t totalBlocks;
     std::uint32_t catalogNodes;
     bool hasPcSide = false;  ///< files of an ISO 9660 tree come to lie in it
-    enum Place { WholeImage, InWrapper, BehindBootRecord, InGuidTable } place = WholeImage;
-    bool isHfsx = false;  ///< of the kind that compares names without regard to case
+    bool isWrapped = false;  ///< it lies in a wrapper of HFS
+    bool isHfsx = false;     ///< of the kind that compares names without regard to case
 
-    [[nodiscard]] bool isPlain() const { return !hasPcSide && place == WholeImage && !isHfsx; }
+    [[nodiscard]] bool isPlain() const { return !hasPcSide && !isWrapped && !isHfsx; }
     /// Bytes of the image in front of the volume, and behind it.
-    [[nodiscard]] std::uint64_t frontBytes() const {
-        return place == WholeImage ? 0 : place == InWrapper ? 20 * 512 : 64 * 512;
-    }
-    [[nodiscard]] std::uint64_t tailBytes() const { return place == WholeImage ? 0 : 40 * 512; }
+    [[nodiscard]] std::size_t frontBytes() const { return isWrapped ? 20 * 512 : 0; }
+    [[nodiscard]] std::size_t tailBytes() const { return isWrapped ? 40 * 512 : 0; }
 };
 inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
     return out << shape.name;
@@ -45,8 +39,6 @@ inline constexpr std::uint64_t kPcTableEnd = 19 * 2048;
 [[nodiscard]] bool MakeVolume(const std::string& path, const VolumeShape& shape);
 /// Writes the tables of an ISO 9660 tree whose files begin at those sectors.
 [[nodiscard]] bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files);
-/// The name in the form of the volume, for letters of ASCII.
-[[nodiscard]] CatalogName NameOf(const VolumeContext& volume, const std::string& letters);
 
 /// All that an operation which fails must leave as it was: headers, bitmap, nodes and node maps.
 [[nodiscard]] std::vector<Bytes> StateOf(WritableVolume& volume);
@@ -67,36 +59,14 @@ class CutSource final : public ByteSource {
     std::size_t end_;
 };
 
-/// A user who ends the work at the first chance, or never.
-class StoppingProgress final : public Progress {
-  public:
-    explicit StoppingProgress(bool stops) : stops_(stops) {}
-    [[nodiscard]] bool chunk(std::uint64_t) override { return !stops_; }
-
-  private:
-    bool stops_;
-};
-
 /// One step of a script: everything else about it follows from its seed and the volume of the
 /// moment, so that a script stays one when steps are dropped.
 struct Step {
-    enum Kind {
-        Folder,
-        File,
-        Replace,
-        Delete,
-        Rename,
-        Recase,
-        Move,
-        Relabel,
-        Swap,
-        Mark,
-        Share,
-        Kinds
-    };
-    Kind kind = Folder;
+    std::size_t kind = 0;  ///< in a table of the model
     std::uint32_t seed = 0;
 };
+using Script = std::vector<Step>;
+[[nodiscard]] Script RandomScript(unsigned seed, std::size_t steps, bool hasPcSide);
 [[nodiscard]] std::string NameOf(const Step& step);
 
 class VolumeModel {
@@ -108,50 +78,65 @@ class VolumeModel {
     /// Flushes, mounts anew and compares all; what differs, or "".
     [[nodiscard]] std::string compare();
 
-    [[nodiscard]] std::size_t itemCount() const { return items_.size(); }
-    [[nodiscard]] std::uint32_t overflow() const { return overflow_; }
-    [[nodiscard]] int refusals() const { return refusals_; }
-    [[nodiscard]] std::uint32_t catalogNodes() { return volume_->catalog.header().totalNodes; }
+    /// Whether the script came to the borders of the volume: refusals, a catalog that has grown,
+    /// and in HFS a file in many pieces.
+    [[nodiscard]] bool wasHard();
 
   private:
+    friend Script RandomScript(unsigned seed, std::size_t steps, bool hasPcSide);
+    friend std::string NameOf(const Step& step);
+
     enum class Outcome { Done, Refused, NoRoom, Wrong };
+    struct Kind {
+        const char* name;
+        std::size_t weight;  ///< how often it comes
+        Outcome (VolumeModel::*carryOut)(std::mt19937& random);
+    };
+    static const std::vector<Kind> kKinds;
+
     struct Item {
         std::string name;
         std::uint32_t id = 0;
         bool isFolder = false;
-        std::string signature;
-        Bytes data;
-        Bytes resource;
+        std::string signature = "TEXTttxt";
+        Bytes data = {};
+        Bytes resource = {};
     };
     /// Parent, and name in small letters: both formats order letters and digits alike.
     using Key = std::pair<std::uint32_t, std::string>;
     using Items = std::map<Key, Item>;
 
-    Outcome carryOut(const Step& step, std::mt19937& random);
     Outcome makeFolder(std::mt19937& random);
-    Outcome putFile(std::mt19937& random, bool replaces);
+    Outcome putFile(std::mt19937& random);
     Outcome deleteItem(std::mt19937& random);
-    Outcome rename(std::mt19937& random, bool caseOnly);
+    Outcome rename(std::mt19937& random);
     Outcome move(std::mt19937& random);
     Outcome relabel(std::mt19937& random);
-    Outcome swapOrMark(std::mt19937& random, bool swaps);
+    Outcome swapForks(std::mt19937& random);
+    Outcome mark(std::mt19937& random);
     Outcome share(std::mt19937& random);
-    [[nodiscard]] std::string comparePcSide() const;
-    /// What lies around the volume.
-    [[nodiscard]] Bytes frame() const;
 
-    [[nodiscard]] std::string randomName(std::mt19937& random, std::size_t most) const;
+    /// Judges what an operation came to, and does the same to the map when it was done.
+    template <typename Result, typename Change>
+    Outcome follow(Result result, Result expected, Change change);
+    [[nodiscard]] std::string randomName(std::mt19937& random, std::size_t mostOfHfs = 31) const;
     [[nodiscard]] Items::iterator randomItem(std::mt19937& random, bool fileOnly = false);
     [[nodiscard]] std::uint32_t randomFolder(std::mt19937& random) const;
     [[nodiscard]] bool liesInside(std::uint32_t folder, std::uint32_t outer) const;
+    [[nodiscard]] CatalogName nameOf(const Items::value_type& entry) {
+        return NameOf(volume_, entry.second.name);
+    }
+    void rekey(Items::iterator item, const Key& to);
     void forget(Items::iterator item);
+
     [[nodiscard]] std::string compareFolder(std::uint32_t id);
-    [[nodiscard]] std::string compareItem(const CatalogItem& got, const Key& key, const Item& item);
-    [[nodiscard]] std::string compareCounts();
+    [[nodiscard]] std::string compareItem(const CatalogItem& got, const Item& item);
+    /// What lies around the volume, and the files of the PC in it.
+    [[nodiscard]] Bytes surroundings() const;
 
     std::string path_;
     VolumeShape shape_;
-    Bytes frame_;
+    Bytes surroundings_;
     std::map<std::uint32_t, Bytes> pcFiles_;  ///< of the ISO 9660 tree, by first sector
     TestVolume volume_;
     std::string label_ = "model";

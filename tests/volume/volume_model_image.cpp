@@ -27,11 +27,11 @@ std::uint32_t BlocksOf(const VolumeShape& shape, std::uint64_t bytes) {
 }
 
 // HFS+: blocks at the front with the header, and at the end with its copy.
-std::uint32_t BlocksInFront(const VolumeShape& shape) {
-    return shape.isHfsPlus ? BlocksOf(shape, 1536) : 0;
-}
-std::uint32_t BlocksAtEnd(const VolumeShape& shape) {
-    return shape.isHfsPlus ? BlocksOf(shape, 1024) : 0;
+std::vector<BlockRun> BlocksOfHeaders(const VolumeShape& shape) {
+    if (!shape.isHfsPlus)
+        return {{0, 0}, {shape.totalBlocks, 0}};
+    const std::uint32_t last = BlocksOf(shape, 1024);
+    return {{0, BlocksOf(shape, 1536)}, {shape.totalBlocks - last, last}};
 }
 
 VolumeParams ParamsOf(const VolumeShape& shape) {
@@ -43,8 +43,9 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
     params.clumpSize = shape.blockSize;
     params.nextCatalogId = 16;
     params.allocationStart = static_cast<std::uint16_t>(3 + (shape.totalBlocks + 4095) / 4096);
+    const std::vector<BlockRun> headers = BlocksOfHeaders(shape);
     const std::uint32_t nodeSize = NewNodeSize(shape.isHfsPlus);
-    std::uint32_t next = shape.hasPcSide ? BlocksOf(shape, kPcTableEnd) : BlocksInFront(shape);
+    std::uint32_t next = shape.hasPcSide ? BlocksOf(shape, kPcTableEnd) : headers[0].blockCount;
     const auto file = [&](std::uint32_t blocks) {
         next += blocks;
         return SystemFile{next - blocks, blocks};
@@ -53,20 +54,23 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
         params.allocationFile = file(BlocksOf(shape, (shape.totalBlocks + 4095) / 4096 * 512));
     params.extentsFile = file(BlocksOf(shape, kExtentsNodes * nodeSize));
     params.catalogFile = file(BlocksOf(shape, shape.catalogNodes * nodeSize));
-    next += kBadBlocks;
     params.hasBadBlocks = true;
-    params.nextAllocation = next;
-    params.freeBlocks = shape.totalBlocks - next - BlocksAtEnd(shape);
+    params.nextAllocation = next + kBadBlocks;
+    params.freeBlocks = shape.totalBlocks - params.nextAllocation - headers[1].blockCount;
     return params;
 }
 
-VolumeHeader HeaderOf(const VolumeParams& params, const VolumeShape& shape) {
-    VolumeHeader header = BuildVolumeHeader(params);
-    if (shape.isHfsx) {
-        header.signature = kHfsxSignature;
-        header.version = std::uint16_t{5};
-    }
-    return header;
+Bytes BitmapOf(const VolumeShape& shape, const VolumeParams& params) {
+    Bytes bitmap = UsedBlocks(params.nextAllocation, (shape.totalBlocks + 4095) / 4096);
+    const std::vector<BlockRun> headers = BlocksOfHeaders(shape);
+    for (std::uint32_t block = headers[1].startBlock; block < shape.totalBlocks; ++block)
+        MarkUsed(bitmap, block);
+    // Nothing tells but the tree of the PC side itself that its blocks are in use.
+    const std::uint32_t firstFile =
+        (shape.isHfsPlus ? params.allocationFile : params.extentsFile).startBlock;
+    for (std::uint32_t block = headers[0].blockCount; block < firstFile; ++block)
+        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] & ~(0x80 >> block % 8));
+    return bitmap;
 }
 
 template <typename Name>
@@ -81,38 +85,28 @@ bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shap
            FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
 }
 
-void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
-    for (const BlockRun& run : runs)
-        for (std::uint32_t i = 0; i < run.blockCount; ++i)
-            ++uses.at(run.startBlock + i);
-}
-
-// Puts a volume that fills its image where the shape has it. What lies behind it has a pattern.
-bool PutInPlace(const std::string& path, const VolumeShape& shape) {
-    const Bytes volume = BytesAt(path, 0, PcFile(path, PcFile::Mode::Read).size());
-    const auto first = static_cast<std::uint32_t>(shape.frontBytes() / 512);
-    const auto sectors = static_cast<std::uint32_t>(volume.size() / 512);
+// Puts a volume that fills its image into a wrapper. What lies behind it has a pattern.
+bool Wrap(const std::string& path, const VolumeShape& shape) {
+    const Bytes volume = ReadFile(path);
     Bytes disk;
-    if (shape.place == VolumeShape::InWrapper) {
-        PutHfs(disk, 0,
-               {.blockSize = 1024,
-                .allocationStart = 16,
-                .clumpSize = 1024,
-                .embeddedSignature = kHfsPlusSignature,
-                .embeddedStart = 2,
-                .embeddedCount = static_cast<std::uint16_t>((sectors + 1) / 2)},
-               "Wrapper");
-    } else if (shape.place == VolumeShape::BehindBootRecord) {
-        PutBootEntry(disk, 0, 0xAF, first, sectors);
-    } else {
-        PutBootEntry(disk, 0, 0xEE, 1, 2 * sectors);
-        PutGptHeader(disk, 2, 4);
-        PutGptEntry(disk, 1024, kHfsGuidBytes, first, first + sectors - 1, u"V");
-    }
+    PutHfs(disk, 0,
+           {.blockSize = 1024,
+            .allocationStart = 16,
+            .clumpSize = 1024,
+            .embeddedSignature = kHfsPlusSignature,
+            .embeddedStart = 2,
+            .embeddedCount = static_cast<std::uint16_t>((volume.size() + 1023) / 1024)},
+           "Wrapper");
     disk.resize(shape.frontBytes());
     disk.insert(disk.end(), volume.begin(), volume.end());
     disk.resize(disk.size() + shape.tailBytes(), 0x77);
     return PcFile(path, PcFile::Mode::CreateTruncate).writeAt(0, disk);
+}
+
+void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
+    for (const BlockRun& run : runs)
+        for (std::uint32_t i = 0; i < run.blockCount; ++i)
+            ++uses.at(run.startBlock + i);
 }
 
 }  // namespace
@@ -126,33 +120,28 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
     const auto at = [&](const SystemFile& file) {
         return first + std::uint64_t{file.startBlock} * shape.blockSize;
     };
-    Bytes bitmap = UsedBlocks(params.nextAllocation, (shape.totalBlocks + 4095) / 4096);
-    for (std::uint32_t i = 1; i <= BlocksAtEnd(shape); ++i) {
-        const std::uint32_t block = shape.totalBlocks - i;
-        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | 0x80 >> block % 8);
-    }
-    // Nothing tells but the tree itself that its blocks are in use.
-    const std::uint32_t firstFile =
-        (shape.isHfsPlus ? params.allocationFile : params.extentsFile).startBlock;
-    for (std::uint32_t block = BlocksInFront(shape); block < firstFile; ++block)
-        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] & ~(0x80 >> block % 8));
     PcFile image(path, PcFile::Mode::CreateTruncate);
     const auto writeHeaders = [&](const auto& header) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
-    if (!image.setSize(bytes) || (shape.hasPcSide && !WritePcTable(image, {})) ||
-        !(shape.isHfsPlus ? writeHeaders(HeaderOf(params, shape))
-                          : writeHeaders(BuildMasterDirectoryBlock(params))) ||
-        !image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) ||
-        !WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
-                          params.extentsFile.blockCount * shape.blockSize,
-                          {{params.nextAllocation - kBadBlocks, kBadBlocks}}))
-        return false;
+    VolumeHeader header = BuildVolumeHeader(params);
+    if (shape.isHfsx) {
+        header.signature = kHfsxSignature;
+        header.version = std::uint16_t{5};
+    }
+    const std::uint64_t catalog = at(params.catalogFile);
     const bool isWritten =
-        shape.isHfsPlus
-            ? WriteCatalog(image, at(params.catalogFile), shape, std::u16string_view(u"model"))
-            : WriteCatalog(image, at(params.catalogFile), shape, std::string_view("model"));
-    return isWritten && (shape.place == VolumeShape::WholeImage || PutInPlace(path, shape));
+        image.setSize(bytes) && (!shape.hasPcSide || WritePcTable(image, {})) &&
+        (shape.isHfsPlus ? writeHeaders(header)
+                         : writeHeaders(BuildMasterDirectoryBlock(params))) &&
+        image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512,
+                      BitmapOf(shape, params)) &&
+        WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
+                         params.extentsFile.blockCount * shape.blockSize,
+                         {{params.nextAllocation - kBadBlocks, kBadBlocks}}) &&
+        (shape.isHfsPlus ? WriteCatalog(image, catalog, shape, std::u16string_view(u"model"))
+                         : WriteCatalog(image, catalog, shape, std::string_view("model")));
+    return isWritten && (!shape.isWrapped || Wrap(path, shape));
 }
 
 bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
@@ -167,35 +156,26 @@ bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
     return image.writeAt(kPcTableStart, table);
 }
 
-CatalogName NameOf(const VolumeContext& volume, const std::string& letters) {
-    if (!volume.isHfsPlus)
-        return {letters, {}};
-    return {{}, std::u16string(letters.begin(), letters.end())};
-}
-
 std::vector<Bytes> StateOf(WritableVolume& volume) {
     (void)GivePcSideAnOwner(volume);
     MasterDirectoryBlock hfsHeader = volume->mdb;
     VolumeHeader plusHeader = volume->vhb;
     AllocationState allocation = volume.allocation();
     // What a flush in between changes is no change of the volume.
-    hfsHeader.writeCount = 0;
-    hfsHeader.modificationDate = 0;
-    plusHeader.writeCount = 0;
-    plusHeader.modificationDate = 0;
+    hfsHeader.writeCount = plusHeader.writeCount = 0;
+    hfsHeader.modificationDate = plusHeader.modificationDate = 0;
     plusHeader.lastMountedVersion = 0;
     allocation.hasSavepoint = false;
     FreeWhatWasFreed(allocation);
     const auto mdb = AsBytes(hfsHeader);
     const auto vhb = AsBytes(plusHeader);
-    for (TreeCursor* tree : {&volume->catalog, &volume->extents})
+    std::vector<Bytes> state = {
+        allocation.bitmap, {mdb.begin(), mdb.end()}, {vhb.begin(), vhb.end()}};
+    for (TreeCursor* tree : {&volume->catalog, &volume->extents}) {
         (void)FlushTree(*tree);
-    std::vector<Bytes> state = AllNodes(volume->catalog);
-    for (Bytes& node : AllNodes(volume->extents))
-        state.push_back(std::move(node));
-    state.emplace_back(mdb.begin(), mdb.end());
-    state.emplace_back(vhb.begin(), vhb.end());
-    state.push_back(allocation.bitmap);
+        for (Bytes& node : AllNodes(*tree))
+            state.push_back(std::move(node));
+    }
     return state;
 }
 
@@ -205,21 +185,19 @@ std::string FaultOfBlocks(WritableVolume& volume) {
     for (const auto* nodes : {volume->catalogNodes.get(), volume->extentsNodes.get()})
         Count(uses, nodes->runs());
     Count(uses, volume.allocation().file);
+    Count(uses, BlocksOfHeaders({"", volume->isHfsPlus, volume->blockSize, total, 0}));
     std::vector<OverflowRecord> bad;
     if (OverflowOf(volume, kBadBlockFileId, kDataFork, bad) != TreeResult::Done)
         return "the blocks that are not to be given out";
     for (const OverflowRecord& record : bad)
         Count(uses, record.runs);
-    const VolumeShape shape{"", volume->isHfsPlus, volume->blockSize, total, 0};
-    Count(uses, {{0, BlocksInFront(shape)}, {total - BlocksAtEnd(shape), BlocksAtEnd(shape)}});
-    const TreeResult walked =
-        WalkVolume(volume, 100'000, [&](const std::string&, const CatalogItem& item) {
-            for (const bool resource : {false, true}) {
-                std::vector<BlockRun> runs;
-                if (!item.isFolder && ForkRuns(volume, item, resource, runs) == TreeResult::Done)
-                    Count(uses, runs);
-            }
-        });
+    const TreeResult walked = WalkVolume(volume, [&](const std::string&, const CatalogItem& item) {
+        for (const bool resource : {false, true}) {
+            std::vector<BlockRun> runs;
+            if (!item.isFolder && ForkRuns(volume, item, resource, runs) == TreeResult::Done)
+                Count(uses, runs);
+        }
+    });
     if (walked != TreeResult::Done)
         return "a folder cannot be listed";
     std::uint32_t free = 0;
