@@ -4,34 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include "transfer/transfer_bench.hpp"
 #include "volume/catalog_changes.hpp"
-#include "volume/volume_bench.hpp"
 
 namespace vellmark {
 namespace {
 
 using testing::kClock;
-
-class AskedMessages final : public testing::KeptMessages {
-  public:
-    [[nodiscard]] bool askYesNo(std::string_view question) override {
-        texts.emplace_back(question);
-        return !typed.empty();
-    }
-    [[nodiscard]] std::optional<std::string> askFileName(std::string_view) override {
-        const std::string name = typed.front();
-        typed.erase(typed.begin());
-        return name;
-    }
-    std::vector<std::string> typed;  ///< other names, as long as there are any
-    [[nodiscard]] TruncationAnswer askTruncation(TruncatedName, std::string_view,
-                                                 std::string_view proposal) override {
-        proposals.emplace_back(proposal);
-        return answer;
-    }
-    TruncationAnswer answer;
-    std::vector<std::string> proposals;
-};
 
 class ShortNames : public ::testing::TestWithParam<bool> {
   protected:
@@ -52,13 +31,14 @@ class ShortNames : public ::testing::TestWithParam<bool> {
     TemporaryFolder folder_;
     std::string path_;
     testing::TestVolume volume_;
-    AskedMessages messages_;
+    testing::ScriptedMessages messages_;
     ImportTruncation truncation_;
     bool isChanged_ = false;  ///< the name that was imported last
 };
 
 TEST_P(ShortNames, AreCutAndMadeUnique) {
     truncation_ = {true, false};
+    messages_.confirms = false;
     const std::string stem(limit() - 1, 'x');
     EXPECT_EQ(import(stem + "y"), stem + "y") << "just fits";
     EXPECT_FALSE(isChanged_);
@@ -84,10 +64,10 @@ TEST_P(ShortNames, MayBeTypedWhereTheyAreTaken) {
     const std::string name(limit(), 'x');
     take(name);
     take("also there");
-    messages_.typed = {"also there", "free"};
+    messages_.names = {"also there", "free"};
     EXPECT_EQ(import(name + "y"), "free");
     EXPECT_EQ(messages_.texts.size(), 2u);
-    messages_.typed = {name};
+    messages_.names = {name};
     EXPECT_EQ(import(name + "y"), name) << "kept, to be replaced";
     truncation_.asks = false;
     EXPECT_EQ(import(name + "y"), name);
@@ -131,14 +111,14 @@ TEST_P(ShortNames, AreFoundAgainWhereItemsAreReplaced) {
 
 TEST_P(ShortNames, FollowTheAnswer) {
     const std::string full(limit() + 1, 'n');
-    messages_.answer = {false, false, ""};
+    messages_.truncation = {false, false, ""};
     EXPECT_EQ(import(full), "refused");
     EXPECT_EQ(messages_.proposals.back(), full.substr(1));
-    messages_.answer = {true, false, "typed"};
+    messages_.truncation = {true, false, "typed"};
     EXPECT_EQ(import(full), "typed");
-    messages_.answer = {true, false, full + "more"};
+    messages_.truncation = {true, false, full + "more"};
     EXPECT_EQ(import(full), full.substr(1)) << "still too long";
-    messages_.answer = {true, true, ""};
+    messages_.truncation = {true, true, ""};
     EXPECT_EQ(import(full), full.substr(1));
     EXPECT_EQ(import(full), full.substr(1));
     EXPECT_EQ(messages_.proposals.size(), 4u) << "not asked any more";
