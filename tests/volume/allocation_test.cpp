@@ -54,25 +54,6 @@ TEST_P(Allocation, BothHeadersAreWrittenAndTheCopyAtTheEndOfThePartition) {
     }
 }
 
-// Sizes and places that no file with the bitmap of an HFS+ volume can have.
-TEST_P(Allocation, DamageOfTheAllocationFileIsSeen) {
-    const struct {
-        const char* what;
-        std::uint64_t field;
-        std::uint32_t value;
-    } cases[] = {{"no blocks", 12, 0},
-                 {"first extent empty", 20, 0},
-                 {"outside the volume", 16, 1024},
-                 {"far outside", 16, 0xFFFFFFFF}};
-    for (const auto& c : cases) {
-        ASSERT_EQ(testing::FormatSmall(folder_, true), path_);
-        ASSERT_TRUE(PcFile(path_, PcFile::Mode::ReadWrite)
-                        .writeRecord(64 * 512 + 1024 + 112 + c.field, static_cast<be32>(c.value)));
-        EXPECT_FALSE(volume_.open(path_)) << c.what;
-        EXPECT_TRUE(volume_->isMounted) << c.what << ": reading goes on";
-    }
-}
-
 // Only the sectors of the bitmap that a change touched are written, but all of these.
 TEST_P(Allocation, EachChangedSectorOfTheBitmapIsWritten) {
     const testing::VolumeShape shape = {"", isHfsPlus_, 512, 20'000, 5};

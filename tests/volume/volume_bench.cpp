@@ -80,6 +80,27 @@ Bytes TestVolume::contents(std::string_view path, bool resource) {
     return item ? ReadFork(context_, *item, resource) : Bytes{};
 }
 
+Bytes WithFields(Bytes bytes, const std::vector<Field>& fields) {
+    for (const Field& field : fields)
+        for (int i = 0; i < field.width; ++i)
+            bytes.at(field.offset + i) =
+                static_cast<std::uint8_t>(field.value >> 8 * (field.width - 1 - i));
+    return bytes;
+}
+
+Bytes Wrapped(const Bytes& volume, std::size_t sector) {
+    Bytes disk = WithFields(Bytes(sector * 512), {{1024, 2, kHfsSignature},
+                                                  {1024 + 10, 2, 0x8100},  // wrappers are locked
+                                                  {1024 + 20, 4, 1024},
+                                                  {1024 + 24, 4, 512},
+                                                  {1024 + 28, 2, 16},
+                                                  {1024 + 124, 2, kHfsPlusSignature},
+                                                  {1024 + 126, 2, 2},
+                                                  {1024 + 128, 2, (volume.size() + 1023) / 1024}});
+    disk.insert(disk.end(), volume.begin(), volume.end());
+    return disk;
+}
+
 Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count) {
     PcFile file(path, PcFile::Mode::Read);
     Bytes bytes(count);

@@ -94,6 +94,17 @@ class TestVolume {
     std::optional<WritableVolume> writable_;
 };
 
+/// A big-endian field of an image.
+struct Field {
+    std::uint64_t offset;
+    int width;
+    std::uint64_t value;
+};
+[[nodiscard]] Bytes WithFields(Bytes bytes, const std::vector<Field>& fields);
+/// An HFS+ volume in a wrapper of HFS whose blocks of 1,024 bytes begin at sector 16: by those it
+/// lies at sector 20, by the clump size of 512 at sector 18.
+[[nodiscard]] Bytes Wrapped(const Bytes& volume, std::size_t sector);
+
 [[nodiscard]] Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count);
 [[nodiscard]] std::uint64_t Big(const std::string& path, std::uint64_t offset, int width);
 void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes);

@@ -10,7 +10,6 @@
 #include "volume/overflow_extents.hpp"
 #include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
-#include "volume/volume_bytes.hpp"
 #include "volume/volume_headers.hpp"
 #include "volume/volume_model.hpp"
 
@@ -85,24 +84,6 @@ bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shap
            FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
 }
 
-// Puts a volume that fills its image into a wrapper. What lies behind it has a pattern.
-bool Wrap(const std::string& path, const VolumeShape& shape) {
-    const Bytes volume = ReadFile(path);
-    Bytes disk;
-    PutHfs(disk, 0,
-           {.blockSize = 1024,
-            .allocationStart = 16,
-            .clumpSize = 1024,
-            .embeddedSignature = kHfsPlusSignature,
-            .embeddedStart = 2,
-            .embeddedCount = static_cast<std::uint16_t>((volume.size() + 1023) / 1024)},
-           "Wrapper");
-    disk.resize(shape.frontBytes());
-    disk.insert(disk.end(), volume.begin(), volume.end());
-    disk.resize(disk.size() + shape.tailBytes(), 0x77);
-    return PcFile(path, PcFile::Mode::CreateTruncate).writeAt(0, disk);
-}
-
 void Count(std::vector<int>& uses, const std::vector<BlockRun>& runs) {
     for (const BlockRun& run : runs)
         for (std::uint32_t i = 0; i < run.blockCount; ++i)
@@ -141,7 +122,12 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
                          {{params.nextAllocation - kBadBlocks, kBadBlocks}}) &&
         (shape.isHfsPlus ? WriteCatalog(image, catalog, shape, std::u16string_view(u"model"))
                          : WriteCatalog(image, catalog, shape, std::string_view("model")));
-    return isWritten && (!shape.isWrapped || Wrap(path, shape));
+    if (!isWritten || !shape.isWrapped)
+        return isWritten;
+    // What lies behind the volume has a pattern.
+    Bytes disk = Wrapped(ReadFile(path), shape.frontBytes() / 512);
+    disk.resize(disk.size() + shape.tailBytes(), 0x77);
+    return PcFile(path, PcFile::Mode::CreateTruncate).writeAt(0, disk);
 }
 
 bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
