@@ -112,42 +112,6 @@ TEST_P(BTree, GrowsToThreeLevelsFromEitherEnd) {
     EXPECT_TRUE(kind_.isHfsPlus || used[0] * 2 < used[1]) << used[0] << " and " << used[1];
 }
 
-// Fails its `failAt`-th write (from 1) and all later ones.
-class FailingNodes final : public NodeStore {
-  public:
-    FailingNodes(std::size_t nodeSize, int failAt) : nodes_(nodeSize), left_(failAt) {}
-    [[nodiscard]] bool read(std::uint32_t number, ByteSpan node) override {
-        return nodes_.read(number, node);
-    }
-    [[nodiscard]] bool write(std::uint32_t number, ConstByteSpan node) override {
-        failed = failed || --left_ <= 0;
-        return !failed && nodes_.write(number, node);
-    }
-    bool failed = false;
-
-  private:
-    MemoryNodes nodes_;
-    int left_;
-};
-
-TEST_P(BTree, AFailedWriteIsTold) {
-    const TreeModel model = RandomModel(kind_, random_, 120);
-    bool allDone = false;
-    for (int sweep = 1; !allDone; sweep += 2) {
-        SCOPED_TRACE(::testing::Message() << "write " << sweep << " fails");
-        FailingNodes store(kind_.nodeSize, sweep);
-        TreeResult result = create(store, 200) ? TreeResult::Done : TreeResult::Failed;
-        for (const bool inserts : {true, false})
-            for (const auto& [order, record] : model)
-                if (result == TreeResult::Done)
-                    result = inserts ? insert(record) : remove(record);
-        if (result == TreeResult::Done)
-            result = FlushTree(tree_);
-        ASSERT_EQ(result, store.failed ? TreeResult::Failed : TreeResult::Done);
-        allDone = !store.failed;
-    }
-}
-
 // Bits behind the header's map: the nodes go on being numbered, and the maps come back.
 TEST_P(BTree, MapNodesGoRoundWithTheTree) {
     const std::uint32_t inHeader = (kind_.nodeSize - 256) * 8;

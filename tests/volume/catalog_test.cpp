@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "volume/catalog_changes.hpp"
-#include "volume/volume_model.hpp"
+#include "volume/volume_maker.hpp"
 
 namespace vellmark {
 namespace {
@@ -28,21 +28,6 @@ class Catalog : public ::testing::TestWithParam<bool> {
     std::uint32_t id_ = 0;  ///< of the folder that was made last
 };
 INSTANTIATE_TEST_SUITE_P(BothFormats, Catalog, ::testing::Bool(), testing::FormatName);
-
-TEST_P(Catalog, ItemsAreFoundByAnyFormOfTheirPath) {
-    ASSERT_EQ(create("Ünder Ångström", 2), TreeResult::Done);
-    ASSERT_EQ(create("iN:er", id_), TreeResult::Done);
-    for (const std::string_view path : {"ünder ångström/IN:ER", "/Ünder Ångström//iN:er/",
-                                        "U\u0308nder A\u030Angstro\u0308m/in:er"}) {
-        const auto item = volume_.find(path);
-        ASSERT_TRUE(item) << path;
-        EXPECT_EQ(item->id, id_);
-        EXPECT_EQ(item->name, "iN:er");
-    }
-    EXPECT_FALSE(volume_.find("Ünder Ångström/in:er/more"));
-    EXPECT_FALSE(volume_.find("Under Angstrom"));
-    EXPECT_EQ(volume_.find("")->name, "Small");
-}
 
 TEST_P(Catalog, NamesAndParentsThatCannotBeAreRefused) {
     ASSERT_EQ(create("Déjà vu", 2), TreeResult::Done);
@@ -89,16 +74,6 @@ TEST_P(Catalog, NamesAndParentsThatCannotBeAreRefused) {
         EXPECT_EQ(create("two", 2), kBad) << next;
         EXPECT_TRUE(StateOf(volume_) == before) << next;
     }
-}
-
-TEST_P(Catalog, ValencesEndWhereTheFormatEnds) {
-    ASSERT_EQ(create("full", 2), TreeResult::Done);
-    const std::uint32_t folder = id_;
-    ASSERT_EQ(AddToValence(volume_, 65535, folder), TreeResult::Done);
-    EXPECT_EQ(ReadValence(volume_, folder), 65535u);
-    EXPECT_EQ(create("one more", folder), isHfsPlus_ ? TreeResult::Done : TreeResult::FolderFull);
-    ASSERT_EQ(AddToValence(volume_, -65535, folder), TreeResult::Done);
-    EXPECT_EQ(ReadValence(volume_, folder), isHfsPlus_ ? 1u : 0u);
 }
 
 }  // namespace

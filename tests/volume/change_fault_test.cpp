@@ -9,7 +9,7 @@
 #include "support/sentences.hpp"
 #include "volume/catalog_changes.hpp"
 #include "volume/room_remark.hpp"
-#include "volume/volume_model.hpp"
+#include "volume/volume_maker.hpp"
 
 namespace vellmark {
 namespace {

@@ -137,16 +137,5 @@ TEST_P(ForkInPieces, RecordsThatCannotBeAreDamage) {
     EXPECT_LE(BlocksOf(found), total + 3 * perRecord_);
 }
 
-TEST_P(ForkInPieces, ASourceEndsWhereItsRunsEnd) {
-    Bytes read(blockSize_);
-    ForkSource fork(volume_, {{520, 1}}, 3 * blockSize_);
-    EXPECT_EQ(fork.readAt(0, read), blockSize_);
-    EXPECT_EQ(fork.readAt(blockSize_, read), 0u);
-    // A run behind the end of the image.
-    ForkSource outside(volume_, {{0xFFFFFFF0, 4}}, blockSize_);
-    EXPECT_EQ(outside.readAt(0, read), 0u);
-    EXPECT_TRUE(volume_->transferFailed);
-}
-
 }  // namespace
 }  // namespace vellmark

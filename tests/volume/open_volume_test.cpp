@@ -282,23 +282,5 @@ TEST_F(OpenedVolume, IsTheOneOfTheNumber) {
     }
 }
 
-TEST_F(OpenedVolume, IsChangedByOneAtATime) {
-    ASSERT_TRUE(open(hfs_));
-    const std::string path = volume_.imagePath;
-    VolumeContext second;
-    VolumeContext third;
-    for (const Access access : {Access::Read, Access::Change}) {
-        EXPECT_FALSE(OpenVolume(second, {.path = path, .access = access}, messages_));
-        EXPECT_NE(messages_.texts.back().find("another process"), std::string::npos);
-    }
-    CloseImage(volume_);
-    ASSERT_TRUE(OpenVolume(second, {.path = path, .access = Access::Read}, messages_));
-    EXPECT_TRUE(OpenVolume(third, {.path = path, .access = Access::Read}, messages_));
-    EXPECT_FALSE(OpenVolume(volume_, {path}, messages_)) << "while it is read";
-    CloseImage(second);
-    CloseImage(third);
-    EXPECT_TRUE(OpenVolume(second, {path}, messages_)) << "the lock goes with the image";
-}
-
 }  // namespace
 }  // namespace vellmark

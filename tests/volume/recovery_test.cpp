@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "volume/catalog_changes.hpp"
-#include "volume/volume_model.hpp"
+#include "volume/volume_maker.hpp"
 
 namespace vellmark {
 namespace {

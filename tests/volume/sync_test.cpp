@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 
 #include "volume/catalog_changes.hpp"
@@ -14,19 +13,15 @@
 
 namespace {
 
-std::vector<std::string>& Calls() {
-    static std::vector<std::string> calls;
-    return calls;
+std::vector<std::string> gCalls;
+
+void Note(const std::string& call, const std::filesystem::path& path) {
+    gCalls.push_back(call + " " + path.filename().string());
 }
 
-void Note(const char* call, const std::string& path) {
-    Calls().push_back(std::string(call) + " " + std::filesystem::path(path).filename().string());
-}
-
-void Note(const char* call, int descriptor) {
+void Note(const std::string& call, int descriptor) {
     std::error_code error;
-    Note(call, std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error)
-                   .string());
+    Note(call, std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error));
 }
 
 }  // namespace
@@ -50,27 +45,23 @@ int unlink(const char* path) noexcept {
 namespace vellmark {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 TEST(Sync, AChangeIsOnTheDeviceBeforeItsRedoLogGoesAndWhenItsImageIsClosed) {
     const TemporaryFolder folder;
-    const std::string path = testing::FormatSmall(folder, false);
     testing::KeptMessages messages;
-    const auto opened = ChangedVolume::Open({path}, {}, messages);
+    const auto opened = ChangedVolume::Open({testing::FormatSmall(folder, false)}, {}, messages);
     ASSERT_TRUE(opened);
     std::uint32_t id = 0;
     ASSERT_EQ(CreateFolder(opened->volume(), "new", kRootFolderId, testing::kClock, id),
               TreeResult::Done);
-    Calls().clear();
+    gCalls.clear();
     EXPECT_FALSE(opened->close(testing::kClock));
-    const Lines calls = Calls();
-    const auto gone = std::find_if(calls.begin(), calls.end(), [](const std::string& call) {
+    const auto gone = std::find_if(gCalls.begin(), gCalls.end(), [](const std::string& call) {
         return call.starts_with("unlink volume");
     });
-    ASSERT_NE(gone, calls.end()) << "the redo log";
-    EXPECT_EQ(std::count(calls.begin(), gone, "write volume") > 1, true);
+    ASSERT_NE(gone, gCalls.end()) << "the redo log";
+    EXPECT_GT(std::count(gCalls.begin(), gone, "write volume"), 1);
     EXPECT_EQ(*std::prev(gone), "sync volume");
-    EXPECT_NE(std::find(gone, calls.end(), "sync volume"), calls.end());
+    EXPECT_NE(std::find(gone, gCalls.end(), "sync volume"), gCalls.end());
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "volume/volume_maker.hpp"
+
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -11,7 +13,6 @@
 #include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
 #include "volume/volume_headers.hpp"
-#include "volume/volume_model.hpp"
 
 namespace vellmark::testing {
 
@@ -72,15 +73,15 @@ Bytes BitmapOf(const VolumeShape& shape, const VolumeParams& params) {
     return bitmap;
 }
 
-template <typename Name>
-bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shape,
-                  const Name& label) {
+bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shape) {
     MemoryNodes nodes(NewNodeSize(shape.isHfsPlus));
     TreeCursor tree;
     FolderFacts root;
     root.id = kRootFolderId;
     return BuildCatalogTree(tree, nodes, shape.isHfsPlus, shape.catalogNodes) &&
-           InsertFolder(tree, kRootParentId, label, root) == TreeResult::Done &&
+           (shape.isHfsPlus
+                ? InsertFolder(tree, kRootParentId, u"model", root)
+                : InsertFolder(tree, kRootParentId, "model", root)) == TreeResult::Done &&
            FlushTree(tree) == TreeResult::Done && nodes.writeTo(image, offset);
 }
 
@@ -105,29 +106,15 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
     const auto writeHeaders = [&](const auto& header) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
-    VolumeHeader header = BuildVolumeHeader(params);
-    if (shape.isHfsx) {
-        header.signature = kHfsxSignature;
-        header.version = std::uint16_t{5};
-    }
-    const std::uint64_t catalog = at(params.catalogFile);
-    const bool isWritten =
-        image.setSize(bytes) && (!shape.hasPcSide || WritePcTable(image, {})) &&
-        (shape.isHfsPlus ? writeHeaders(header)
-                         : writeHeaders(BuildMasterDirectoryBlock(params))) &&
-        image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512,
-                      BitmapOf(shape, params)) &&
-        WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
-                         params.extentsFile.blockCount * shape.blockSize,
-                         {{params.nextAllocation - kBadBlocks, kBadBlocks}}) &&
-        (shape.isHfsPlus ? WriteCatalog(image, catalog, shape, std::u16string_view(u"model"))
-                         : WriteCatalog(image, catalog, shape, std::string_view("model")));
-    if (!isWritten || !shape.isWrapped)
-        return isWritten;
-    // What lies behind the volume has a pattern.
-    Bytes disk = Wrapped(ReadFile(path), shape.frontBytes() / 512);
-    disk.resize(disk.size() + shape.tailBytes(), 0x77);
-    return PcFile(path, PcFile::Mode::CreateTruncate).writeAt(0, disk);
+    return image.setSize(bytes) && (!shape.hasPcSide || WritePcTable(image, {})) &&
+           (shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
+                            : writeHeaders(BuildMasterDirectoryBlock(params))) &&
+           image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512,
+                         BitmapOf(shape, params)) &&
+           WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
+                            params.extentsFile.blockCount * shape.blockSize,
+                            {{params.nextAllocation - kBadBlocks, kBadBlocks}}) &&
+           WriteCatalog(image, at(params.catalogFile), shape);
 }
 
 bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
@@ -198,12 +185,6 @@ std::string FaultOfBlocks(WritableVolume& volume) {
         free += marked ? 0 : 1;
     }
     return free == volume->freeBlocks() ? "" : "number of free blocks";
-}
-
-std::size_t CutSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
-    const std::size_t count = offset >= end_ ? 0 : std::min(out.size(), end_ - offset);
-    std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), count, out.begin());
-    return count;
 }
 
 }  // namespace vellmark::testing
