@@ -112,19 +112,12 @@ TEST_P(ForkInPieces, RecordsThatCannotBeAreDamage) {
     Runs found;
     EXPECT_EQ(ForkRuns(volume_, item, true, found), TreeResult::Damaged) << "no record";
     EXPECT_EQ(found.size(), perRecord_) << "what was found stays";
-    const struct {
-        const char* what;
-        Bytes data;
-    } cases[] = {{"without blocks", extents({})},
-                 {"too short", Bytes(4, 1)},
-                 {"outside the volume", extents({{total, 1}})},
-                 {"reaching outside", extents({{total - 1, 2}})},
-                 {"far outside", extents({{0xFFFFFFFF, 0xFFFFFFFF}})}};
-    for (const auto& c : cases) {
-        insertOverflow(BlocksOf(runs), c.data);
-        EXPECT_EQ(ForkRuns(volume_, item, true, found), TreeResult::Damaged) << c.what;
-        // An empty tree again.
-        volume_->extents.header().depth = 0;
+    // Without blocks, too short, and outside the volume.
+    for (const Bytes& data : {extents({}), Bytes(4, 1), extents({{total, 1}}),
+                              extents({{total - 1, 2}}), extents({{0xFFFFFFFF, 0xFFFFFFFF}})}) {
+        insertOverflow(BlocksOf(runs), data);
+        EXPECT_EQ(ForkRuns(volume_, item, true, found), TreeResult::Damaged);
+        volume_->extents.header().depth = 0;  // an empty tree again
     }
     item.resource.runs = {{total - 1, 2}};
     EXPECT_EQ(ForkRuns(volume_, item, true, found), TreeResult::Damaged) << "in the catalog";

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <map>
-#include <ostream>
 #include <random>
 #include <utility>
 #include <vector>
@@ -25,9 +24,6 @@ struct TreeKind {
     bool isCatalog;
     bool isHfsPlus;
 };
-inline std::ostream& operator<<(std::ostream& out, const TreeKind& kind) {
-    return out << kind.name;
-}
 
 inline const TreeKind kTreeKinds[] = {
     {"HfsCatalog", &kHfsCatalogFormat, 512, true, false},

@@ -118,14 +118,6 @@ void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes);
 /// The bytes of a fork; shorter than its size when they cannot be read.
 [[nodiscard]] Bytes ReadFork(VolumeContext& volume, const CatalogItem& item, bool resource);
 
-struct CommandResult {
-    int status = -1;
-    std::string output;  ///< both streams
-};
-/// Runs a shell command with HOME set to `home`.
-[[nodiscard]] CommandResult RunCommand(const std::string& home, const std::string& command);
-[[nodiscard]] bool IsInstalled(const std::string& program);
-
 /// Holds the image against the independent readers of the end-to-end tests; nothing without
 /// Python.
 void ExpectReadersFindNoFault(const std::string& path);
