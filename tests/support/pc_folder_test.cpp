@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -15,11 +14,13 @@
 namespace vellmark {
 namespace {
 
+namespace fs = std::filesystem;
+
 class PcFolders : public ::testing::Test {
   protected:
     std::string at(const std::string& name) { return folder_.path() + "/" + name; }
     void make(const std::string& name) {
-        std::filesystem::create_directories(std::filesystem::path(at(name)).parent_path());
+        fs::create_directories(fs::path(at(name)).parent_path());
         ASSERT_TRUE(PcFile(at(name), PcFile::Mode::CreateNew).setSize(42)) << name;
     }
     std::vector<PcItem> list(const std::string& name = "", int wanted = 0) {
@@ -31,26 +32,7 @@ class PcFolders : public ::testing::Test {
     TemporaryFolder folder_;
 };
 
-TEST_F(PcFolders, FactsTellWhatStandsBehindAName) {
-    make("file");
-    for (const auto& [target, name] :
-         {std::pair{"file", "link"}, std::pair{"gone", "dead"}, std::pair{"loop", "loop"}})
-        ASSERT_EQ(::symlink(target, at(name).c_str()), 0);
-    ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
-    const std::tuple<const char*, PcKind, bool> cases[] = {
-        {"file", PcKind::File, false},    {"link", PcKind::File, true},
-        {"dead", PcKind::Missing, true},  {"loop", PcKind::Missing, true},
-        {"none", PcKind::Missing, false}, {"pipe", PcKind::Special, false},
-        {".", PcKind::Folder, false}};
-    for (const auto& [name, kind, isLink] : cases) {
-        const PcFacts facts = PcFactsOf(at(name));
-        EXPECT_TRUE(facts.kind == kind && facts.isLink == isLink) << name;
-        EXPECT_EQ(facts.sizeBytes == 42, kind == PcKind::File) << "of the file, not of the link";
-        EXPECT_EQ(AreSameFile(at(name), at("file")), kind == PcKind::File) << name;
-    }
-}
-
-TEST_F(PcFolders, EntriesComeInByteOrderWithEveryForm) {
+TEST_F(PcFolders, FactsAndEveryFormOfANameInByteOrder) {
     for (const char* name : {"b.txt", "B.txt", "\u00E9t\u00E9", "\u65E5", ".hidden", "bad\xFF"})
         make(name);
     std::string forms;
@@ -61,13 +43,27 @@ TEST_F(PcFolders, EntriesComeInByteOrderWithEveryForm) {
               "\u00E9t\u00E9=\xE9t\xE9|\u65E5=?|");
     EXPECT_TRUE(list("none", ENOENT).empty());
     EXPECT_TRUE(list("b.txt", ENOTDIR).empty());
+
+    fs::create_symlink("b.txt", at("link"));
+    fs::create_symlink("gone", at("dead"));
+    ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
+    const std::tuple<const char*, PcKind, bool> cases[] = {
+        {"b.txt", PcKind::File, false},   {"link", PcKind::File, true},
+        {"dead", PcKind::Missing, true},  {"none", PcKind::Missing, false},
+        {"pipe", PcKind::Special, false}, {".", PcKind::Folder, false}};
+    for (const auto& [name, kind, isLink] : cases) {
+        const PcFacts facts = PcFactsOf(at(name));
+        EXPECT_TRUE(facts.kind == kind && facts.isLink == isLink) << name;
+        EXPECT_EQ(facts.sizeBytes == 42, kind == PcKind::File) << "of the file, not of the link";
+        EXPECT_EQ(AreSameFile(at(name), at("b.txt")), kind == PcKind::File) << name;
+    }
 }
 
 // Records of a project keep short names: they depend on the names of a folder alone.
 TEST_F(PcFolders, EveryOtherNameGetsAShortOneOfItsOwn) {
     const std::set<std::string> shortNames = {"README.TXT", "a", "12345678.123", "~$!#%&'(.)-@"};
-    std::set<std::string> names = {"123456789", "a.1234",    "a.",  ".a",          "a.b.c",
-                                   "a b",       "caf\u00E9", "a+b", "\u65E5\u672C"};
+    std::set<std::string> names = {"123456789", "a.1234", "a.",        ".a",
+                                   "a.b.c",     "a b",    "caf\u00E9", "a+b"};
     for (int i = 0; i < 300; ++i)
         names.insert("a long name number " + std::to_string(i) + ".text");
     names.insert(shortNames.begin(), shortNames.end());
@@ -82,33 +78,30 @@ TEST_F(PcFolders, EveryOtherNameGetsAShortOneOfItsOwn) {
         EXPECT_EQ(item.shortName.empty(), shortNames.count(item.name) == 1) << item.name;
         const std::string& shown = item.shortName.empty() ? item.name : item.shortName;
         EXPECT_TRUE(IsShortName(shown)) << item.name;
-        EXPECT_TRUE(all.insert(AsciiUpper(shown)).second);
-        EXPECT_EQ(item.name.ends_with(".text"), shown.starts_with("AL") && shown.ends_with(".TEX"));
+        EXPECT_TRUE(all.insert(AsciiUpper(shown)).second) << item.name;
     }
 }
 
 TEST_F(PcFolders, PathsAreFoundByTheirWholeOrShortNames) {
     make("Folder with \u65E5/inner folder/file \u672C.data");
-    make("Folder with \u65E5/plain.txt");
     make("caf\u00E9");
     // The resolver takes folders in Windows-1252 with a slash at their end.
     const std::string base = Utf8ToNarrow(folder_.path()) + "/";
-    const std::string real = at("Folder with \u65E5");
-    const std::string outer = list().front().shortName;
-    const std::string inner = list("Folder with \u65E5").front().shortName;
+    const std::string real = at("Folder with \u65E5/inner folder/");
+    const std::string outer = list().front().shortName + "/";
+    const std::string inner = list("Folder with \u65E5").front().shortName + "/";
     const std::string file = list("Folder with \u65E5/inner folder").front().shortName;
     const std::tuple<std::string, std::string, std::string> cases[] = {
         {"", "caf\xE9", at("caf\u00E9")},
-        {"", outer, real},
-        {outer + "/", "PLAIN.TXT", real + "/plain.txt"},  // short names have no case
-        {outer + "/inner folder/", file, real + "/inner folder/file \u672C.data"},
-        {outer + "/" + inner + "/", file, real + "/inner folder/file \u672C.data"},
-        {outer + "/", "none", ""},
+        {outer, "INNER FOLDER", ""},
+        {outer + "inner folder/", file, real + "file \u672C.data"},
+        {outer + inner, AsciiUpper(file), real + "file \u672C.data"},  // they have no case
+        {outer, "none", ""},
         {"none/", "plain.txt", ""}};
     PcPathResolver resolver;
     for (const auto& [folder, name, path] : cases)
         EXPECT_EQ(resolver.resolve(base + folder, name), path) << folder << name;
-    EXPECT_EQ(resolver.resolveFolder(base + outer + "/" + inner + "/"), real + "/inner folder/");
+    EXPECT_EQ(resolver.resolveFolder(base + outer + inner), real);
     EXPECT_EQ(resolver.resolveFolder("/"), "/");
     // More folders than are remembered.
     for (int i = 0; i < 140; ++i) {
