@@ -83,10 +83,8 @@ TEST_F(ReadingTest, AHardLinkIsShownWithTheFileItLeadsTo) {
     makeLink("the lost link", 78);
     Write("disc.iso", image);
     play(R"(
-0 ls disc.iso 'the link' --json => "size": 22,
-shows => "name": "the link"
-0 get disc.iso 'the link' -o -
-out => what two names lead to
+0 ls disc.iso 'the link' --json => "size": 22, => "name": "the link"
+0 get disc.iso 'the link' -o - == what two names lead to
 1 get disc.iso 'the lost link' -o - => hard link to a file that is not there
 )");
 }

@@ -58,8 +58,7 @@ TEST_F(BatchTest, CommandsActInTheViewOfTheSecondLetterWithoutAWord) {
     Write("torn.txt", std::string("in/a.txt\n\nin/nope\na\0b\n", 22) + std::string(5000, 'x') +
                           "\nin/*.none\nin/a.txt\nin/sub\n");
     play(R"(
-0 /F p.vlpr A\B
-out
+0 /F p.vlpr A\B ==
 none p.BAK
 0 /FH p.vlpr H
 0 -fi p.vlpr A/I
@@ -71,15 +70,13 @@ items p.vlpr 18 => B IH, I I
 # Questions are answered with yes, and what is there already is no failure.
 types
 0 /I q.vlpr more/*
-0 /I q.vlpr more/*
-out
+0 /I q.vlpr more/* ==
 0 /II q.vlpr $whole.txt
 items q.vlpr 1 => a.txt I, b.exe I, c d.dat I, )" +
          tooLong + R"( IH
 # An ISO+ project has the ISO view alone.
 0 /FH q.vlso A\B
-3 /I q.vlso $torn.txt => torn.txt, line 2: it is empty
-says => in/nope: it names no
+3 /I q.vlso $torn.txt => torn.txt, line 2: it is empty => in/nope: it names no
 says => torn.txt, line 4: it is no text
 says => torn.txt, line 5: it is longer
 says => *.none: it names no
@@ -88,24 +85,18 @@ items q.vlso 1 => A I, a.txt I, sub I
 }
 
 TEST_F(BatchTest, LabelsOfOneSideOrBoth) {
-    const auto labels = [](const std::string& path) {
-        const ProjectFile project = opened(path);
-        return std::string(project.header().isoLabel()) + "|" +
-               std::string(project.header().hfsLabel());
-    };
-    play("0 /L p.vlpr Both\n0 /LH p.vlpr \u00E9t\u00E9\n0 /L q.vlso One");
-    EXPECT_EQ(labels("p.vlpr"), "Both|\x8Et\x8E") << "MacRoman";
-    play("0 /LI p.vlpr Other");
-    EXPECT_EQ(labels("p.vlpr"), "Other|\x8Et\x8E");
-    EXPECT_TRUE(labels("q.vlso").starts_with("One|"));
+    play("0 /L p.vlpr Both\n0 /LH p.vlpr \u00E9t\u00E9\n0 /L q.vlpr Both\n0 /LI q.vlpr Other");
+    EXPECT_EQ(opened("p.vlpr").header().isoLabel(), "Both");
+    EXPECT_EQ(opened("p.vlpr").header().hfsLabel(), "\x8Et\x8E") << "MacRoman";
+    EXPECT_EQ(opened("q.vlpr").header().isoLabel(), "Other");
+    EXPECT_EQ(opened("q.vlpr").header().hfsLabel(), "Both");
 }
 
 TEST_F(BatchTest, TheImageTakesTheNameOfTheProjectAndReplacesAnOlderOne) {
     play(R"(
 0 /I p.vlpr in/*
 file p.ISO => an older image
-0 /C p.vlpr
-out
+0 /C p.vlpr ==
 sides p.ISO => IM
 0 -CI p.vlpr
 sides p.ISO => I
@@ -132,8 +123,7 @@ move x.ISO.vlpr x.ISO
 folder full.ISO
 file p2.vlpr => no project
 file lines => \n
-1 /C => /C needs a project.
-says => The file /C is not managed by Vellmark.
+1 /C => /C needs a project. => The file /C is not managed by Vellmark.
 1 /C nope.vlpr => Error opening file nope.vlpr
 1 /C p2.vlpr => not recognized as a project file
 1 /C empty.vlpr => contains no files

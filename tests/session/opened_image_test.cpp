@@ -48,8 +48,7 @@ TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
                                     row["sectorCount"].get<std::size_t>() * 512));
     play(R"(
 0 label bare.img
-1 mkdir bare.img a => bare.img cannot be changed. It is a bare volume
-says => --writable
+1 mkdir bare.img a => bare.img cannot be changed. It is a bare volume => --writable
 0 info bare.img => changes      It is a bare volume
 0 mkdir --writable bare.img a
 0 attr v.img / --locked yes
@@ -145,8 +144,7 @@ types => y\ny\nother\ny\n
 types => y\nn\n
 1! label d.dmg New => the verb expand makes a plain image
 nobody
-0 label other
-out => New\n
+0 label other == New\n
 )");
     EXPECT_TRUE(Bytes("d.dmg") == image);
     EXPECT_TRUE(Bytes("d.img") == plain_);

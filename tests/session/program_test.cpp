@@ -197,17 +197,10 @@ constexpr const char* kRefusals = R"(
 ls|IMAGE is required|IMAGE est obligatoire
 config NAME|ACTION: NAME not in {list,get,set}|ACTION : NAME n'est pas l'une des valeurs {list,get,set}
 ls x -p|--partition: 1 required UINT missing|--partition : il manque 1 valeur obligatoire (NOMBRE)
-ls x -p one|Could not convert: --partition = one|Valeur incorrecte : --partition = one
 ls x -p 1 -p 2|--partition: At Most 1 required but received 2|--partition : au plus 1 valeur attendue, 2 reçues
-split x PATH|The following argument was not expected: PATH|L'argument suivant n'est pas attendu : PATH
 split x y z|The following arguments were not expected: z y|Les arguments suivants ne sont pas attendus : z y
---nonsense|--nonsense is no verb and no option.|--nonsense n'est ni un verbe ni une option.
 sig --file folder a|Error opening file folder. It is no file.|Erreur à l'ouverture du fichier folder. Ce n'est pas un fichier.
-config get|get takes a name alone.|get ne prend qu'un nom.
-config list a|list takes no name.|list ne prend pas de nom.
-config set a|set takes a name and a value.|set demande un nom et une valeur.
 config set backup oui|oui is no value of backup; it can be: on, off.|oui n'est pas une valeur de backup ; les valeurs possibles sont : on, off.
-config set extension a/b|a/b is no extension: it has one to four characters, and no /.|a/b n'est pas une extension : elle a de un à quatre caractères, sans /.
 config set signatures none|none cannot be read as a signature table: No such file or directory.|none ne peut pas être lu comme table de signatures : Aucun fichier ou dossier de ce type.
 config set journal folder|folder is no file.|folder n'est pas un fichier.
 --log plain config|Error opening file plain. It holds something else than a journal.|Erreur à l'ouverture du fichier plain. Il contient autre chose qu'un journal.

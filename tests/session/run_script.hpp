@@ -1,13 +1,13 @@
-// Runs of the program as scripts, a line a step. Behind `=>` stand words, in which \n, \r and \t
-// are escapes; $PWD is the folder of the test:
+// Runs of the program as scripts, a line a step. Behind each `=>` stand words to be found, in which
+// \n, \r and \t are escapes; $PWD is the folder of the test:
 //
 //     # a remark
-//     STATUS ARGUMENTS => WORDS  a run; the words are a part of the output, or of the errors when
-//                                it fails. After 0 there are no errors; after 1 and 2 there is no
-//                                output, and the disk is as it was. With ! only the words count.
-//     out => TEXT                the whole output of the last run
-//     shows => WORDS             a part of its output
-//     says => WORDS              a part of its errors
+//     STATUS ARGUMENTS => WORDS  a run; the words are parts of the output, or of the errors when it
+//                                fails. After 0 there are no errors; after 1 and 2 there is no
+//                                output, and the disk is as it was. With ! only the words count,
+//                                which are parts of the errors.
+//     STATUS ARGUMENTS == TEXT   the same with the whole output
+//     shows => WORDS             parts of the output of the last run; also: says, of its errors
 //     file PATH => TEXT          writes a file; also: folder PATH, link PATH TARGET, remove PATH,
 //                                move PATH PATH
 //     holds PATH => TEXT         the whole file
@@ -76,52 +76,60 @@ class ScriptTest : public SessionTest {
         return words;
     }
 
-    void step(const std::string& written) {
-        const std::string line =
-            Replaced(written, "$PWD", std::filesystem::current_path().string());
-        const std::size_t arrow = std::min(line.find(" => "), line.size());
-        Names words = wordsOf(line.substr(0, arrow));
+    void step(std::string line) {
+        line = Replaced(line, "$PWD", std::filesystem::current_path().string());
+        line = Replaced(line.ends_with(" ==") ? line + " " : line, " == ", " => =");
+        Names told = Split(Replaced(line, " => ", "\a"), '\a');
+        Names words = wordsOf(told.front());
+        told.erase(told.begin());
+        for (std::string& each : told)
+            for (const auto& [escape, byte] :
+                 {std::pair{"\\n", "\n"}, std::pair{"\\r", "\r"}, std::pair{"\\t", "\t"}})
+                each = Replaced(each, escape, byte);
         const std::string name = words.front();
         words.erase(words.begin());
-        std::string told = line.substr(std::min(arrow + 4, line.size()));
-        for (const auto& [escape, byte] :
-             {std::pair{"\\n", "\n"}, std::pair{"\\r", "\r"}, std::pair{"\\t", "\t"}})
-            told = Replaced(told, escape, byte);
         if (std::isdigit(static_cast<unsigned char>(name[0])) != 0)
             return expectRun(name, words, told);
         words.resize(2);
+        told.resize(std::max<std::size_t>(told.size(), 1));
         const std::string& path = words[0];
+        const std::string& text = told[0];
         const std::map<std::string, std::function<void()>> steps = {
-            {"out", [&] { EXPECT_EQ(out_, told); }},
-            {"shows", [&] { EXPECT_EQ(CountIn(out_, told) > 0, true) << out_; }},
-            {"says", [&] { EXPECT_EQ(CountIn(err_, told) > 0, true) << err_; }},
-            {"file", [&] { Write(path, told); }},
+            {"shows", [&] { expectAll(out_, told); }},
+            {"says", [&] { expectAll(err_, told); }},
+            {"file", [&] { Write(path, text); }},
             {"folder", [&] { std::filesystem::create_directories(path); }},
             {"link", [&] { std::filesystem::create_symlink(words[1], path); }},
             {"remove", [&] { EXPECT_NE(std::filesystem::remove_all(path), 0u); }},
             {"move", [&] { std::filesystem::rename(path, words[1]); }},
-            {"holds", [&] { EXPECT_EQ(Bytes(path), told); }},
-            {"has", [&] { EXPECT_EQ(std::to_string(CountIn(Bytes(path), told)), words[1]); }},
+            {"holds", [&] { EXPECT_EQ(Bytes(path), text); }},
+            {"has", [&] { EXPECT_EQ(std::to_string(CountIn(Bytes(path), text)), words[1]); }},
             {"none", [&] { EXPECT_FALSE(std::filesystem::exists(path)); }},
-            {"sides", [&] { EXPECT_EQ(SidesOf(Bytes(path)), told); }},
-            {"items", [&] { EXPECT_EQ(itemsOf(opened(path), std::stoi(words[1])), told); }},
-            {"set", [&] { set(path, told); }},
-            {"types", [&] { asks_ = true, typed_ = told; }},
+            {"sides", [&] { EXPECT_EQ(SidesOf(Bytes(path)), text); }},
+            {"items", [&] { EXPECT_EQ(itemsOf(opened(path), std::stoi(words[1])), text); }},
+            {"set", [&] { set(path, text); }},
+            {"types", [&] { asks_ = true, typed_ = text; }},
             {"nobody", [&] { asks_ = false; }}};
-        const auto found = steps.find(name);
-        ASSERT_NE(found, steps.end());
-        found->second();
+        ASSERT_EQ(steps.count(name), 1u);
+        steps.at(name)();
     }
 
-    void expectRun(const std::string& status, const Names& arguments, const std::string& told) {
+    void expectRun(const std::string& status, const Names& arguments, const Names& told) {
         const bool changesNothing = status == "1" || status == "2";
         const Disk before = changesNothing ? disk() : Disk();
         EXPECT_EQ(std::to_string(run(arguments)), status.substr(0, 1)) << err_;
         const bool isDone = status == "0";
-        EXPECT_NE((isDone ? out_ : err_).find(told), std::string::npos) << out_ << err_;
+        if (!told.empty() && told[0].starts_with('='))
+            EXPECT_EQ(out_, told[0].substr(1));
+        else
+            expectAll(isDone ? out_ : err_, told);
         EXPECT_TRUE(status.ends_with('!') || err_.empty() == isDone) << err_;
-        EXPECT_TRUE(!changesNothing || out_.empty()) << out_;
-        EXPECT_TRUE(!changesNothing || disk() == before);
+        EXPECT_TRUE(!changesNothing || (out_.empty() && disk() == before)) << out_;
+    }
+
+    static void expectAll(const std::string& text, const Names& told) {
+        for (const std::string& words : told)
+            EXPECT_NE(text.find(words), std::string::npos) << words << " is not in: " << text;
     }
 
     static std::string itemsOf(const ProjectFile& project, std::int32_t folder) {

@@ -4,13 +4,11 @@
 
 #include <fmt/format.h>
 
-#include <unistd.h>
-
 #include <deque>
 #include <map>
 
 #include "project/project_folders.hpp"
-#include "session/session_bench.hpp"
+#include "session/run_script.hpp"
 #include "session/session_commands.hpp"
 
 namespace vellmark {
@@ -23,9 +21,7 @@ class ScriptedPerson final : public Messages, public DocumentDialogs {
     std::deque<std::string> answers;
 
     void showMessage(std::string_view text) override { note("says " + std::string(text)); }
-    void itemSkipped(std::string_view item, std::string_view) override {
-        note("skips " + std::string(item));
-    }
+    void itemSkipped(std::string_view item, std::string_view) override { showMessage(item); }
     bool askYesNo(std::string_view question) override {
         return ask("asks " + std::string(question)) == "y";
     }
@@ -38,78 +34,72 @@ class ScriptedPerson final : public Messages, public DocumentDialogs {
             ask(fmt::format("wants a path ({}, {})", text(request.title), request.proposal));
         return answer == "-" ? std::nullopt : std::optional(answer);
     }
+    void note(const std::string& line) { heard += "! " + test::Replaced(line, "\n", "/") + "\n"; }
 
   private:
-    void note(std::string line) {
-        std::replace(line.begin(), line.end(), '\n', '/');
-        heard += "! " + line + "\n";
-    }
     std::string ask(const std::string& question) {
         note(question);
-        if (answers.empty()) {
-            ADD_FAILURE() << "no answer to " << question;
-            return "-";
-        }
+        if (answers.empty())
+            return "-";  // gives up
         std::string answer = answers.front();
         answers.pop_front();
         return answer;
     }
 };
 
-class SessionScripts : public test::SessionTest {
+class SessionScripts : public test::ScriptTest {
   protected:
-    /// Two projects, a disk image, one without a volume and one without a byte.
-    void prepare() {
-        settings_.values.clear();
-        std::filesystem::remove_all(root() / "data");
-        for (const auto& entry : std::filesystem::directory_iterator("."))
-            std::filesystem::remove(entry);
-        ASSERT_EQ(run({"new", "disc.vlpr", "--quiet"}), 0) << err_;
-        ASSERT_EQ(run({"new", "plus.vlso", "--quiet"}), 0) << err_;
-        ASSERT_EQ(run({"format", "disk.hfs", "--size", "1M", "--label", "D", "--quiet"}), 0)
-            << err_;
-        test::Write("zero.hfs", "");
-        test::Write("read.hfs", std::string(100'000, '.'));
-    }
-
-    /// Plays the lines that begin with `@` (settings), `?` (answers) and `>` (steps) of a
-    /// transcript, and writes it anew: what is heard, and the state after each line of steps.
-    std::string play(const std::string& transcript) {
-        SCOPED_TRACE(transcript);
+    /// Plays the steps of a transcript, and writes it anew.
+    std::string written(const std::string& transcript) {
         prepare();
         ScriptedPerson person;
         Progress progress;
         SessionState state(settings_, clock_);
         Session session(state, {person, progress, person, clock_, {}, root() / "data", "docs/"});
-        std::istringstream in(transcript);
-        std::string written;
-        for (std::string line; std::getline(in, line);) {
-            std::istringstream words(line.substr(std::min<std::size_t>(2, line.size())));
-            std::string value;
-            if (line.starts_with("? "))
-                for (std::string word; words >> word;)
-                    person.answers.push_back(word);
-            if (line.starts_with("@ ") && std::getline(words, value, '=') && words >> value)
-                settings_.values["VL-Options"] = value;
-            state.settings = LoadSettings(settings_);
-            if (line.starts_with("> "))
-                for (std::string word; words >> word;)
-                    step(word, session, state.documents);
-            if (std::string_view("#?@>").find(line[0]) != std::string_view::npos)
-                written += line + "\n";
-            if (line.starts_with("> "))
-                written += std::exchange(person.heard, "") + where(state.documents);
+        std::string text;
+        for (const std::string& line : test::Split(transcript, '\n')) {
+            if (line[0] == '#')
+                text += line + "\n";
+            if (line[0] != '>')
+                continue;
+            const std::string steps = line.substr(0, line.find(" => "));
+            for (const std::string& word : test::Split(steps.substr(1), ' ')) {
+                if (word[0] == '?')
+                    person.answers.push_back(word.substr(1));
+                else if (word[0] == '@')
+                    settings_.values["VL-Options"] = word.substr(1);
+                else
+                    step(word, session, state.documents, person);
+                state.settings = LoadSettings(settings_);
+            }
+            text += steps + " => " + where(state.documents) + std::exchange(person.heard, "");
         }
         EXPECT_TRUE(person.answers.empty());
-        return written;
+        return text;
     }
 
   private:
-    static void step(const std::string& word, Session& session, Documents& documents) {
-        const std::string name = word.substr(0, word.find('='));
-        const std::string value = word.substr(std::min(word.find('=') + 1, word.size()));
+    /// Two projects, a disk image, one without a volume and one without a byte.
+    void prepare() {
+        std::filesystem::remove_all(root() / "data");
+        for (const auto& entry : std::filesystem::directory_iterator("."))
+            std::filesystem::remove(entry);
+        play(R"(
+set
+0 new disc.vlpr
+0 new plus.vlso
+0 format disk.hfs --size 1M --label D
+file zero.hfs
+)");
+        test::Write("read.hfs", std::string(100'000, '.'));
+    }
+    static void step(const std::string& word, Session& session, Documents& documents,
+                     ScriptedPerson& person) {
+        const std::size_t sign = std::min(word.find('='), word.size());
+        const std::string value = word.substr(std::min(sign + 1, word.size()));
+        const auto number = static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
         const std::map<std::string, std::function<void()>> steps = {
-            {"start", [&] { session.start(value == word ? "" : value); }},
+            {"start", [&] { session.start(value); }},
             {"end", [&] { session.end(); }},
             {"open", [&] { (void)session.open(value); }},
             {"new", [&] { (void)session.makeProject(); }},
@@ -117,18 +107,29 @@ class SessionScripts : public test::SessionTest {
             {"save", [&] { (void)session.save(); }},
             {"saveas", [&] { (void)session.saveAs(); }},
             {"close", [&] { session.close(); }},
-            {"mode", [&] { session.chooseMode(static_cast<FileMode>(std::stoi(value))); }},
+            {"mode", [&] { session.chooseMode(static_cast<FileMode>(number)); }},
             {"next", [&] { session.chooseNextMode(); }},
-            {"view", [&] { session.setView(static_cast<ProjectView>(std::stoi(value))); }},
-            {"enter", [&] { (void)session.enterFolder(std::stoi(value)); }},
+            {"view", [&] { session.setView(static_cast<ProjectView>(number)); }},
+            {"enter", [&] { (void)session.enterFolder(number); }},
             {"parent", [&] { session.enterParent(); }},
-            {"copy", [&] { (void)session.setCopyMode(static_cast<CopyMode>(std::stoi(value))); }},
+            {"copy", [&] { (void)session.setCopyMode(static_cast<CopyMode>(number)); }},
             {"spoil", [&] { test::Write(documents.path(), "changed by another"); }},
+            {"compile", [&] { documents.compile = static_cast<CompileState>(number); }},
+            {"may", [&] { person.note("may " + commandsOf(documents)); }},
             {"folder", [&] { makeFolder(value, session, documents); }},
-            {"delete", [&] { remove(std::stoi(value), session, documents); }}};
-        const auto found = steps.find(name);
-        ASSERT_NE(found, steps.end()) << word;
-        found->second();
+            {"delete", [&] { remove(number, session, documents); }}};
+        steps.at(word.substr(0, sign))();
+    }
+    /// In the order of the commands: may be given (x), not now (-), not in this mode (blank).
+    static std::string commandsOf(const Documents& documents) {
+        std::string may;
+        for (int i = 0; i <= static_cast<int>(SessionCommand::Search); ++i) {
+            const auto command = static_cast<SessionCommand>(i);
+            may += MayDo(documents, command)             ? 'x'
+                   : HasCommand(documents.mode, command) ? '-'
+                                                         : ' ';
+        }
+        return may + "|";
     }
     static void makeFolder(const std::string& name, Session& session, Documents& documents) {
         const FixedClock clock{0};
@@ -143,195 +144,113 @@ class SessionScripts : public test::SessionTest {
         EXPECT_EQ(file.deleteItems(file.parentOf(number), {&number, 1}).folders, 1);
         (void)session.keep();
     }
-    /// Title, mode, view, folder, copy mode, and the files there are.
+    /// Files are named that are not the first ones, with their number of records.
     [[nodiscard]] std::string where(const Documents& documents) const {
         const ProjectDocument* project = documents.projectOfMode();
         std::string files;
         for (const char* folder : {"work", "data"})
             if (std::filesystem::exists(root() / folder))
-                for (const auto& [path, bytes] : filesOf(root() / folder))
-                    files += " " + path + ":" + std::to_string(bytes / 756);
+                for (const auto& [path, bytes] : disk(root() / folder))
+                    if (!path.ends_with(".hfs") && path != "plus.vlso" &&
+                        (path != "disc.vlpr" || bytes.size() != 756))
+                        files += " " + path + ":" + std::to_string(bytes.size() / 756);
         return fmt::format(
-            "= {} {}.{}.{} c{}{}{}\n", WindowTitle(documents), static_cast<int>(documents.mode),
+            "{} {}.{}.{} c{}{}{}\n", WindowTitle(documents), static_cast<int>(documents.mode),
             static_cast<int>(documents.view),
             project ? project->folder : static_cast<std::int32_t>(documents.partitionFolder),
             static_cast<int>(documents.copyMode), project && project->isUntitled ? " untitled" : "",
             files);
     }
-    static std::map<std::string, std::uintmax_t> filesOf(const std::filesystem::path& folder) {
-        std::map<std::string, std::uintmax_t> files;
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            if (entry.is_regular_file() && entry.file_size() < 100'000 && entry.file_size() > 0 &&
-                entry.path().filename() != "plus.vlso" &&
-                !(entry.path().filename() == "disc.vlpr" && entry.file_size() == 756))
-                files[entry.path().filename().string()] = entry.file_size();
-        return files;
-    }
 };
 
+// A line of steps, among them ?ANSWER for a question to come and @NUMBER for settings, then title,
+// mode, view and folder, way of copying and files; behind it what is said (!).
 constexpr const char* kTranscripts = R"(
 # An empty project without a name comes and goes without a word.
-> start
-= vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
-> end
-= Vellmark 0.1.1 c1
+> start => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
+> end => Vellmark 0.1.1 c1
 # One that holds something is offered; who gives up finds it again as the next one's backup.
-? -
-> start folder=a
-= vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:2
-> end
+> start folder=a => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:2
+> end => Vellmark 0.1.1 c1 vlpr.vlpr:2
 ! wants a path (Save the project file, docs/)
-= Vellmark 0.1.1 c1 vlpr.vlpr:2
-> start
-= vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.BAK:2 vlpr.vlpr:1
+> start => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.BAK:2 vlpr.vlpr:1
 # It may be saved over another project, or beside it.
-? disc n other
-> start folder=a end
+> ?disc ?n ?other start folder=a end => Vellmark 0.1.1 c1 other.vlpr:2
 ! wants a path (Save the project file, docs/)
 ! asks File/disc.vlpr/exists already on the medium./Do you want to overwrite it?
 ! wants a path (Save the project file, docs/)
-= Vellmark 0.1.1 c1 other.vlpr:2
-? disc y
-> start save folder=a saveas
+> ?disc ?y start save folder=a saveas => disc.vlpr [Vellmark] 0.1.1 c1 disc.vlpr:2 other.vlpr:2
 ! wants a path (Save the project file, docs/)
 ! asks File/disc.vlpr/exists already on the medium./Do you want to overwrite it?
-= disc.vlpr [Vellmark] 0.1.1 c1 disc.vlpr:2 other.vlpr:2
-> folder=b save end
-= Vellmark 0.1.1 c1 disc.vlpr:3 other.vlpr:2
+> folder=b save end => Vellmark 0.1.1 c1 disc.vlpr:3 other.vlpr:2
 # A project with a name is written after each operation and left without a question.
-> start=disc.vlpr folder=a
-= disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:2
-> open=plus.vlso
-= plus.vlso [Vellmark] 2.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
-> open=gone.vlpr
+> start=disc.vlpr folder=a => disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:2
+> open=plus.vlso => plus.vlso [Vellmark] 2.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
+> open=gone.vlpr => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
 ! says Error opening file/gone.vlpr. No such file or directory.
-= Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
-> start=gone.vlpr
+> start=gone.vlpr => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
 ! says Error opening file/gone.vlpr. No such file or directory.
-= vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
-> open=read.me
+> open=read.me => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
 ! says The file read.me/is not managed by Vellmark.
-= vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
 # Without backups.
-@ VL-Options=4
-> start=disc.vlpr
-= disc.vlpr [Vellmark] 0.1.1 c1
+> @4 start=disc.vlpr => disc.vlpr [Vellmark] 0.1.1 c1
 # One that cannot be written is asked about, and can be saved elsewhere.
-? y rescue -
-> start=disc.vlpr folder=a spoil folder=b
+> start=disc.vlpr folder=a spoil folder=b => disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:0
 ! says The project file/disc.vlpr/cannot be written: it has been changed or removed since it was read.
-= disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:0
-> end
+> ?y ?rescue end => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:0 rescue.vlpr:3
 ! says The project file/disc.vlpr/cannot be written: it has been changed or removed since it was read.
 ! asks The file/disc.vlpr/was not saved to disk./Do you want to save it?
 ! wants a path (Save the project file, disc.vlpr)
-= Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:0 rescue.vlpr:3
-> new
+> new => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:0 rescue.vlpr:3
 ! wants a path (Create a new project file, docs/)
-= Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:0 rescue.vlpr:3
 # Modes follow each other; an ISO+ project without a name is closed without an offer.
-@ VL-Options=129
-> start folder=a
-= vlso.vlso [Vellmark] 2.1.1 c1 untitled vlso.vlso:2
-> close
-= Vellmark 2.1.1 c1 vlso.vlso:2
-> next next mode=1
-= Vellmark 1.1.2 c1 vlso.vlso:2
-? made
-> mode=2 drop
+> @129 start folder=a => vlso.vlso [Vellmark] 2.1.1 c1 untitled vlso.vlso:2
+> close => Vellmark 2.1.1 c1 vlso.vlso:2
+> next next mode=1 => Vellmark 1.1.2 c1 vlso.vlso:2
+> ?made mode=2 drop => made.vlso [Vellmark] 2.1.1 c1 made.vlso:1 vlso.vlso:2
 ! wants a path (Create a new ISO+ project, docs/)
-= made.vlso [Vellmark] 2.1.1 c1 made.vlso:1 vlso.vlso:2
 # A view shows the nearest folder that it has, and a folder that goes gives way to root.
-? -
-> start view=0 folder=a enter=18 folder=b enter=19
-= vlpr.vlpr [Vellmark] 0.0.19 c1 untitled vlpr.vlpr:3
-> enter=77 parent
-= vlpr.vlpr [Vellmark] 0.0.18 c1 untitled vlpr.vlpr:3
-> view=1
-= vlpr.vlpr [Vellmark] 0.1.18 c1 untitled vlpr.vlpr:3
-> view=2
-= vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
-> enter=18
-= vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
-> view=0 enter=19 delete=18
-= vlpr.vlpr [Vellmark] 0.0.1 c1 untitled vlpr.vlpr:1
-> folder=c close
+> start view=0 folder=a enter=18 folder=b enter=19 => vlpr.vlpr [Vellmark] 0.0.19 c1 untitled vlpr.vlpr:3
+> enter=77 parent => vlpr.vlpr [Vellmark] 0.0.18 c1 untitled vlpr.vlpr:3
+> view=1 => vlpr.vlpr [Vellmark] 0.1.18 c1 untitled vlpr.vlpr:3
+> view=2 => vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
+> enter=18 => vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
+> view=0 enter=19 delete=18 => vlpr.vlpr [Vellmark] 0.0.1 c1 untitled vlpr.vlpr:1
+> folder=c close => Vellmark 0.0.1 c1 vlpr.vlpr:2
 ! wants a path (Save the project file, docs/)
-= Vellmark 0.0.1 c1 vlpr.vlpr:2
 # Ways of copying are asked about once, but for the plain one.
-? n y
-> copy=4
+> ?n copy=4 => Vellmark -1.1.2 c1
 ! asks You are checking/the binary copy mode/(MacBinary mode)./Are you sure?
-= Vellmark -1.1.2 c1
-> copy=32 copy=32
+> ?y copy=32 copy=32 => Vellmark -1.1.2 c32
 ! asks You are checking/the Apple Single copy mode./Are you sure?
-= Vellmark -1.1.2 c32
-> copy=1
-= Vellmark -1.1.2 c1
+> copy=1 => Vellmark -1.1.2 c1
 # A disk image, one of no length and one that holds no volume.
-> start=disk.hfs
-= disk.hfs [Vellmark] 1.1.2 c1
-> enter=16 parent save close
-= Vellmark 1.1.2 c1
-> open=zero.hfs
+> start=disk.hfs => disk.hfs [Vellmark] 1.1.2 c1
+> enter=16 parent save close => Vellmark 1.1.2 c1
+> open=zero.hfs => Vellmark 1.1.2 c1
 ! says Null length file./Aborting.
-= Vellmark 1.1.2 c1
-> open=read.hfs
+> open=read.hfs => Vellmark 1.1.2 c1
 ! says read.hfs: This file doesn't contain a valid HFS partition.
-= Vellmark 1.1.2 c1
+# A command is there where its mode has it, and can be given where nothing forbids it.
+> may mode=0 may start may => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
+! may                            |
+! may xx------  ------x     x----|
+! may xxxx-xxx  xxxxxxx     xxxxx|
+> open=disc.vlpr may compile=0 may compile=1 open=plus.vlso may => plus.vlso [Vellmark] 2.1.1 c1 disc.BAK:1 plus.BAK:1
+! may xxxxxxxx  xxxxxxx     xxxxx|
+! may --------  ------x     ----x|
+! may xxxxxxxx   xx xx      xxxxx|
+> open=disk.hfs may close may => Vellmark 1.1.2 c1 disc.BAK:1 plus.BAK:1
+! may xxxxxxx xx       xxxxxxxxxx|
+! may xx----- -x       --x-------|
 )";
 
 TEST_F(SessionScripts, EveryTranscriptIsPlayedAsItIsWritten) {
-    std::istringstream in(kTranscripts + 1);
-    std::string transcript;
-    for (std::string line; std::getline(in, line);) {
-        const bool begins = line.starts_with("# ");
-        if (begins && !transcript.empty()) {
-            EXPECT_EQ(play(transcript), transcript);
+    for (const std::string& transcript :
+         test::Split(test::Replaced(kTranscripts, "\n#", "\n\a#"), '\a'))
+        if (transcript != "\n") {
+            EXPECT_EQ(written(transcript), transcript);
         }
-        transcript = (begins ? "" : transcript) + line + "\n";
-    }
-    EXPECT_EQ(play(transcript), transcript);
-}
-
-TEST_F(SessionScripts, ACommandIsThereWhereItsModeHasItAndCanBeGivenWhereNothingForbidsIt) {
-    ScriptedPerson person;
-    prepare();
-    SessionState state(settings_, clock_);
-    Progress progress;
-    Session session(state, {person, progress, person, clock_, {}, root() / "data", ""});
-    // In the order of the commands: may be given (x), not now (-), not in this mode (blank).
-    const auto all = [&state] {
-        std::string may;
-        for (int i = 0; i <= static_cast<int>(SessionCommand::Search); ++i) {
-            const auto command = static_cast<SessionCommand>(i);
-            may += MayDo(state.documents, command)             ? 'x'
-                   : HasCommand(state.documents.mode, command) ? '-'
-                                                               : ' ';
-        }
-        return may;
-    };
-    EXPECT_EQ(all(), std::string(27, ' '));
-    session.switchMode(FileMode::Project);
-    EXPECT_EQ(all(), "xx------  ------x     x----");
-    session.start();
-    EXPECT_EQ(all(), "xxxx-xxx  xxxxxxx     xxxxx");
-    ASSERT_TRUE(session.open("disc.vlpr"));
-    EXPECT_EQ(all(), "xxxxxxxx  xxxxxxx     xxxxx");
-    state.documents.compile = CompileState::Runs;
-    EXPECT_EQ(all(), "--------  ------x     ----x");
-    state.documents.compile = CompileState::Idle;
-    ASSERT_TRUE(session.open("plus.vlso"));
-    EXPECT_EQ(all(), "xxxxxxxx   xx xx      xxxxx");
-    ASSERT_TRUE(session.open("disk.hfs"));
-    EXPECT_EQ(all(), "xxxxxxx xx       xxxxxxxxxx");
-    session.close();
-    EXPECT_EQ(all(), "xx----- -x       --x-------");
-    std::filesystem::permissions("disk.hfs", std::filesystem::perms::owner_read);
-    if (::access("disk.hfs", W_OK) != 0) {
-        ASSERT_TRUE(session.open("disk.hfs"));
-        EXPECT_EQ(all(), "xxx--x- xx       x-x-x----x");
-    }
 }
 
 }  // namespace

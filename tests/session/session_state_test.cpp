@@ -158,14 +158,10 @@ file reg/text.sig => A letter, not a table of any kind.\r\n# TXT,TEXTttxt,\r\n
 TEST_F(StateTest, TheVerbShowsTheRowOfANameOrOfAType) {
     play(R"(
 file a.sig => AA,ABCDefgh,one\r\n#[1]\r\nBB,ABXYzzzz,deux\r\n
-0 sig --file a.sig x.aa y
-out => AA    ABCD/efgh  one  x.aa\n___   TEXT/????  ---  y\n
-0 sig --file a.sig --type ABXY
-out => BB    ABXY/zzzz  deux\n
-0 sig --file a.sig --type ABCD --creator none
-out => AA    ABCD/efgh  one\n
-0 sig --file a.sig --type AB
-out => AA    ABCD/efgh  one\n
+0 sig --file a.sig x.aa y == AA    ABCD/efgh  one  x.aa\n___   TEXT/????  ---  y\n
+0 sig --file a.sig --type ABXY == BB    ABXY/zzzz  deux\n
+0 sig --file a.sig --type ABCD --creator none == AA    ABCD/efgh  one\n
+0 sig --file a.sig --type AB == AA    ABCD/efgh  one\n
 1 sig --file a.sig --type Q => no entry for Q.
 2 sig --file a.sig --type ABCDE => more than four
 2 sig --file a.sig --creator ABCD => Give either
@@ -174,8 +170,7 @@ out => AA    ABCD/efgh  one\n
 0 --lang fr sig --file a.sig --list
 shows => BB    ABXY/zzzz  deux\n
 set Options => 32
-0 sig --file a.sig --type Q
-out => ___   TEXT/????  ---\n
+0 sig --file a.sig --type Q == ___   TEXT/????  ---\n
 )");
 }
 

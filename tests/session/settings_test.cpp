@@ -4,7 +4,6 @@
 #include "session/run_script.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
-#include "session/user_options.hpp"
 
 namespace vellmark {
 namespace {
@@ -130,10 +129,10 @@ TEST_F(SettingsTest, TheVerbGivesEachBitItsNameAndTheOthersStay) {
     for (const auto& row : rows) {
         settings_.values = {{row.key, std::to_string(kForeign)}};
         const std::string name = row.name;
-        play("0 config get " + name + "\nout => " + row.otherwise + "\\n");
+        play("0 config get " + name + " == " + row.otherwise + "\\n");
         play("0 config set " + name + " " + row.value);
         EXPECT_EQ(settings_.read(row.key), std::to_string(kForeign | row.bits)) << name;
-        play("0 config get " + name + "\nout => " + row.value + "\\n");
+        play("0 config get " + name + " == " + row.value + "\\n");
     }
     play(R"(
 2 config set naming upper => naming
@@ -175,18 +174,6 @@ TEST_F(SettingsTest, TheSettingsOfProjectsActInVerbsAndBatchCommands) {
     EXPECT_TRUE(settings_.values.empty());
     play("0 sig a");
     EXPECT_EQ(settings_.values, (decltype(settings_.values){{"Ext", "TXT"}}));
-}
-
-// Nobody who could be asked: no file is lost, and of two names that are cut alike none is left out.
-TEST_F(SettingsTest, CopiesAreAskedAboutWhereSomebodyIsThere) {
-    std::istringstream input;
-    std::ostringstream output;
-    for (const bool asks : {false, true}) {
-        const CopyInOptions in = CopyInOptionsOf({input, output, output, clock_, asks});
-        EXPECT_EQ(in.existing, asks ? ExistingFiles::Ask : ExistingFiles::Keep);
-        EXPECT_EQ(in.truncation.addsCrc, !asks);
-        EXPECT_EQ(in.truncation.asks, asks);
-    }
 }
 
 }  // namespace

@@ -91,8 +91,7 @@ remove v.img
 1 format v.img -f -s 1 -l 1234567890123456789012345678 => 27
 1 format v.img -f -s 1 -l 日 => MacRoman
 1 format v.img -f -s 1 -l '' => label
-0 format v.img -f -s 1 -l a/b -q
-out
+0 format v.img -f -s 1 -l a/b -q ==
 )");
     const std::string l61(61, 'l');
     play("0 format w.img -s 1 --hfsplus -l " + l61 + "\n1 format x.img -s 1 --hfsplus -l l" + l61);
@@ -104,21 +103,15 @@ TEST_F(ImageVerbs, ListingsShowEachTreeUnderItsHeading) {
 0 ls disc.iso => iso: MY_DISC (ISO 9660)\n
 shows => \njoliet: My disc (Joliet)\nBare\nRead Me.txt\nSub Folder\nempty\n
 shows => \nhfs: My disc (HFS)\nBare\nempty\nRead Me.txt\nSub Folder\n
-0 dir disc.iso --as hfs
-out => Bare\nempty\nRead Me.txt\nSub Folder\n
-0 ls disc.iso '//Sub Folder//' --as hfs
-out => Deep\nlarge.bin\n
-0 ls disc.iso 'sub folder/LARGE.BIN' --as hfs
-out => large.bin\n
-0 ls disc.iso 'Read Me.txt'
-out => joliet: My disc (Joliet)\nRead Me.txt\n\nhfs: My disc (HFS)\nRead Me.txt\n
+0 dir disc.iso --as hfs == Bare\nempty\nRead Me.txt\nSub Folder\n
+0 ls disc.iso '//Sub Folder//' --as hfs == Deep\nlarge.bin\n
+0 ls disc.iso 'sub folder/LARGE.BIN' --as hfs == large.bin\n
+0 ls disc.iso 'Read Me.txt' == joliet: My disc (Joliet)\nRead Me.txt\n\nhfs: My disc (HFS)\nRead Me.txt\n
 1 ls disc.iso Missing => has no Missing.
 1 ls disc.iso 'Read Me.txt/x' => has no Read Me.txt/x.
 1 ls disc.iso 'Sub Folder/Missing/x' => has no Sub Folder/Missing/x.
-0 tree disc.iso --as hfs
-out => /\n  Bare/\n  empty\n  Read Me.txt\n  Sub Folder/\n    Deep/\n      café.txt\n    large.bin\n
-0 tree disc.iso 'Sub Folder/Deep' --as joliet
-out => Deep/\n  café.txt\n
+0 tree disc.iso --as hfs == /\n  Bare/\n  empty\n  Read Me.txt\n  Sub Folder/\n    Deep/\n      café.txt\n    large.bin\n
+0 tree disc.iso 'Sub Folder/Deep' --as joliet == Deep/\n  café.txt\n
 0 ls disc.iso 'Sub Folder' -lR --as hfs
 shows => file        9  0  2020-05-06 07:08  TEXT/????  Sub Folder/Deep/café.txt\n
 shows => file    70000  0  2020-05-06 07:08  TEXT/????  Sub Folder/large.bin\n
@@ -168,8 +161,7 @@ holds 'Read Me.txt' => hello\n
 holds 'there/Read Me.txt' => hello\n
 0 get disc.iso 'Read Me.txt' -o there/new
 holds there/new => hello\n
-0 get disc.iso 'Read Me.txt' -o -
-out => hello\n
+0 get disc.iso 'Read Me.txt' -o - == hello\n
 # The root is called like the volume.
 0 get disc.iso /
 # Settings name files where no option does.
