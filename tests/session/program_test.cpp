@@ -3,12 +3,10 @@
 #include "session/program.hpp"
 
 #include <cerrno>
-#include <csignal>
 #include <new>
 #include <stdexcept>
 
 #include "session/json_text.hpp"
-#include "session/output_file.hpp"
 #include "session/run_script.hpp"
 #include "support/backup_path.hpp"
 
@@ -17,7 +15,6 @@ namespace {
 
 using test::Names;
 using test::Split;
-using test::Write;
 
 class ProgramTest : public test::ScriptTest {};
 
@@ -127,95 +124,32 @@ TEST_F(ProgramTest, AReaderThatWentAwayIsNoErrorButAFullDiskIs) {
         }
 }
 
-TEST_F(ProgramTest, WhatWasMadeGoesToTheOutputWholeUnlessItIsStopped) {
-    std::istringstream input;
-    const std::string bytes(2'500'000, 'x');
-    for (const bool stops : {false, true}) {
-        std::ostringstream output;
-        std::ostringstream errors;
-        CommandContext context{input, output, errors, clock_};
-        Terminal terminal(context, {});
-        const OutputFile file("-", "a.iso");
-        Write(file.path(), bytes);
-        const StopSignals signals;
-        ASSERT_EQ(stops ? ::raise(SIGTERM) : 0, 0);
-        EXPECT_EQ(file.send(context, terminal.messages), !stops);
-        EXPECT_EQ(output.str(), stops ? "" : bytes);
-        EXPECT_EQ(errors.str(), stops ? "vellmark: Stopped as you wished.\n" : "");
-    }
-}
-
 TEST(Json, WhatCannotBeSeenIsEscapedAsReadersOfJsonKnowIt) {
     EXPECT_EQ(JsonText({{"a", "\U000E0001\u200B\xFF"}}),
               "{\n  \"a\": \"\\udb40\\udc01\\u200b\uFFFD\"\n}");
 }
 
-// The words of a text that are English: those of a sentence between its operands that French does
-// not have too.
-std::string EnglishIn(std::string_view text) {
-    constexpr std::size_t kTellingBytes = 9;  // shorter ones stand in other words as well
-    static constexpr std::pair<std::string_view, std::string_view> kSentences[] = {
-#define VELLMARK_SENTENCE(name, english, french) {english, french},
-#include "support/sentences.inc"
-#undef VELLMARK_SENTENCE
-    };
-    std::string found;
-    for (const auto& [english, french] : kSentences)
-        for (std::size_t at = 0; at < english.size();) {
-            const std::size_t end = std::min(english.find_first_of("{}", at), english.size());
-            const std::string_view piece = english.substr(at, end - at);
-            if (piece.size() >= kTellingBytes && french.find(piece) == french.npos &&
-                text.find(piece) != text.npos)
-                found.append(piece) += '\n';
-            at = end + 1;
-        }
-    return found;
-}
-
-TEST_F(ProgramTest, TheHelpOfEveryVerbIsInTheLanguageOfThePerson) {
-    play("0 --help");
-    EXPECT_NE(EnglishIn(out_), "") << "what looks for English finds it";
-    std::istringstream lines(out_.substr(out_.find("Subcommands:\n") + 13));
-    play("0 --help --lang fr");
-    EXPECT_EQ(EnglishIn(out_), "");
-    int verbs = 0;
-    for (std::string line; std::getline(lines, line) && line.starts_with("  "); ++verbs) {
-        const std::string verb = line.substr(2, line.find_first_of(", ", 2) - 2);
-        play("0 " + verb + " --help => \\nUsage: vellmark " + verb + " [OPTIONS]");
-        const std::string example = out_.substr(out_.find("Example:\n") + 9);
-        const std::size_t options = test::CountIn(out_, "\n  -");
-        play("0 " + verb + " --help --lang fr => \\nUtilisation : vellmark " + verb);
-        EXPECT_EQ(EnglishIn(out_), "") << verb;
-        EXPECT_EQ(out_.substr(out_.find("Exemple :\n") + 10), example);
-        EXPECT_EQ(test::CountIn(out_, "\n  -"), options) << verb;
-    }
-    EXPECT_EQ(verbs, 27);
-}
-
-// A line a case: the arguments, what is said in English, and in French.
-constexpr const char* kRefusals = R"(
-ls|IMAGE is required|IMAGE est obligatoire
-config NAME|ACTION: NAME not in {list,get,set}|ACTION : NAME n'est pas l'une des valeurs {list,get,set}
-ls x -p|--partition: 1 required UINT missing|--partition : il manque 1 valeur obligatoire (NOMBRE)
-ls x -p 1 -p 2|--partition: At Most 1 required but received 2|--partition : au plus 1 valeur attendue, 2 reçues
-split x y z|The following arguments were not expected: z y|Les arguments suivants ne sont pas attendus : z y
-sig --file folder a|Error opening file folder. It is no file.|Erreur à l'ouverture du fichier folder. Ce n'est pas un fichier.
-config set backup oui|oui is no value of backup; it can be: on, off.|oui n'est pas une valeur de backup ; les valeurs possibles sont : on, off.
-config set signatures none|none cannot be read as a signature table: No such file or directory.|none ne peut pas être lu comme table de signatures : Aucun fichier ou dossier de ce type.
-config set journal folder|folder is no file.|folder n'est pas un fichier.
---log plain config|Error opening file plain. It holds something else than a journal.|Erreur à l'ouverture du fichier plain. Il contient autre chose qu'un journal.
-)";
-
-TEST_F(ProgramTest, ARefusalIsInTheLanguageOfThePerson) {
-    play("folder folder\nfile plain => no table");
-    for (const std::string& line : Split(kRefusals, '\n')) {
-        const Names columns = Split(line, '|');
-        for (const std::size_t language : {1, 2}) {
-            settings_.values = {{"Lang", std::to_string(language - 1)}};
-            EXPECT_NE(run(Split(columns[0], ' ')), 0) << line;
-            EXPECT_EQ(err_.substr(0, err_.find('\n')), "vellmark: " + columns.at(language));
-        }
-    }
+// A person who speaks French reads no English, also where the parser of arguments speaks.
+TEST_F(ProgramTest, HelpAndRefusalsAreInTheLanguageOfThePerson) {
+    play(R"(
+set Lang => 1
+0 --help => \nVerbes :\n
+0 ls --help => Utilisation : vellmark ls => Exemple : => Arguments
+2 ls => vellmark: IMAGE est obligatoire\n
+2 config NAME => vellmark: ACTION : NAME n'est pas l'une des valeurs {list,get,set}\n
+2 ls x -p => vellmark: --partition : il manque 1 valeur obligatoire (NOMBRE)\n
+2 ls x -p one => vellmark: Valeur incorrecte : --partition = one\n
+2 ls x -p 1 -p 2 => vellmark: --partition : au plus 1 valeur attendue, 2 reçues\n
+2 split x y z => vellmark: Les arguments suivants ne sont pas attendus : z y\n
+2 --nonsense => vellmark: --nonsense n'est ni un verbe ni une option.\n
+set Lang => 0
+2 ls => vellmark: IMAGE is required\n
+2 config NAME => vellmark: ACTION: NAME not in {list,get,set}\n
+2 ls x -p => vellmark: --partition: 1 required UINT missing\n
+2 ls x -p one => vellmark: Could not convert: --partition = one\n
+2 ls x -p 1 -p 2 => vellmark: --partition: At Most 1 required but received 2\n
+2 split x y z => vellmark: The following arguments were not expected: z y\n
+)");
 }
 
 }  // namespace

@@ -13,26 +13,17 @@ using test::Write;
 class StateTest : public test::ScriptTest {};
 
 TEST_F(StateTest, TheLanguageIsTheChosenOneThenTheSettingThenTheLocale) {
-    const struct {
-        const char* locale;
-        const char* setting;
-        const char* option;
-        bool isFrench;
-    } cases[] = {{"", "", "", false},
-                 {"fr_FR.UTF-8", "", "", true},
-                 {"C.UTF-8", "", "", false},
-                 {"fr_FR", "0", "", false},
-                 {"en_US", "1", "", true},
-                 {"fr_FR", "1", "--lang en ", false},
-                 {"fr@euro", "", "", true},
-                 {"en_US", "0", "--lang fr ", true},
-                 {"frr_DE.UTF-8", "", "", false}};
+    const std::tuple<const char*, const char*, std::string, bool> cases[] = {
+        {"", "", "", false},        {"fr_FR.UTF-8", "", "", true},
+        {"C.UTF-8", "", "", false}, {"frr_DE.UTF-8", "", "", false},
+        {"fr@euro", "", "", true},  {"en_US", "0", "--lang fr ", true},
+        {"fr_FR", "0", "", false},  {"fr_FR", "1", "--lang en ", false},
+        {"en_US", "1", "", true}};
     Write("empty.vlpr", "");
-    for (const auto& c : cases) {
-        locale_ = c.locale;
-        settings_.values = {{"Lang", c.setting}};
-        play("1 " + std::string(c.option) + "build empty.vlpr => " +
-             (c.isFrench ? "n'est pas" : "is not"));
+    for (const auto& [locale, setting, option, isFrench] : cases) {
+        locale_ = locale;
+        settings_.values = {{"Lang", setting}};
+        play("1 " + option + "build empty.vlpr => " + (isFrench ? "n'est pas" : "is not"));
     }
 }
 

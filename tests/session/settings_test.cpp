@@ -102,40 +102,34 @@ TEST_F(SettingsTest, TheFileKeepsEveryValueAndEveryLineItDoesNotKnow) {
 }
 
 TEST_F(SettingsTest, TheVerbGivesEachBitItsNameAndTheOthersStay) {
-    const struct {
-        const char *name, *value, *otherwise, *key;
-        unsigned bits;
-    } rows[] = {{"naming", "extension", "extension", "Options", 1},
-                {"naming", "ask", "extension", "Options", 2},
-                {"naming", "catalog", "extension", "Options", 4},
-                {"naming", "append", "extension", "Options", 6},
-                {"shorten-names", "on", "off", "Options", 8},
-                {"added-crc", "on", "off", "Options", 16},
-                {"extend-unknown", "on", "off", "Options", 32},
-                {"tool-bar", "off", "on", "Options", 128},
-                {"show-hidden", "on", "off", "Options", 256},
-                {"delete-silently", "on", "off", "Options", 1024},
-                {"keep-mode", "on", "off", "VL-Options", 1},
-                {"shorten-views", "on", "off", "VL-Options", 2},
-                {"backup", "off", "on", "VL-Options", 4},
-                {"open-root", "on", "off", "VL-Options", 8},
-                {"new-hfsplus", "on", "off", "VL-Options", 16},
-                {"last-mode", "partition", "project", "VL-Options", 64},
-                {"last-mode", "isoplus", "project", "VL-Options", 128},
-                {"start-hfsplus", "on", "off", "VL-Options", 256},
-                {"new-rebuild", "on", "off", "VL-Options", 512},
-                {"open-journal", "on", "off", "VL-Options", 1024}};
+    const std::tuple<std::string, const char*, unsigned> rows[] = {
+        {"naming extension", "Options", 1},       {"naming ask", "Options", 2},
+        {"naming catalog", "Options", 4},         {"naming append", "Options", 6},
+        {"shorten-names on", "Options", 8},       {"added-crc on", "Options", 16},
+        {"extend-unknown on", "Options", 32},     {"tool-bar off", "Options", 128},
+        {"show-hidden on", "Options", 256},       {"delete-silently on", "Options", 1024},
+        {"keep-mode on", "VL-Options", 1},        {"shorten-views on", "VL-Options", 2},
+        {"backup off", "VL-Options", 4},          {"open-root on", "VL-Options", 8},
+        {"new-hfsplus on", "VL-Options", 16},     {"last-mode partition", "VL-Options", 64},
+        {"last-mode isoplus", "VL-Options", 128}, {"start-hfsplus on", "VL-Options", 256},
+        {"new-rebuild on", "VL-Options", 512},    {"open-journal on", "VL-Options", 1024}};
     constexpr unsigned kForeign = 1u << 20;
-    for (const auto& row : rows) {
-        settings_.values = {{row.key, std::to_string(kForeign)}};
-        const std::string name = row.name;
-        play("0 config get " + name + " == " + row.otherwise + "\\n");
-        play("0 config set " + name + " " + row.value);
-        EXPECT_EQ(settings_.read(row.key), std::to_string(kForeign | row.bits)) << name;
-        play("0 config get " + name + " == " + row.value + "\\n");
+    for (const auto& [setting, key, bits] : rows) {
+        settings_.values = {{key, std::to_string(kForeign)}};
+        const Names words = test::Split(setting, ' ');
+        play("0 config get " + words[0]);
+        EXPECT_EQ(out_ == words[1] + "\n", setting == "naming extension") << setting;
+        play("0 config set " + setting + "\n0 config get " + words[0] + " == " + words[1] + "\\n");
+        EXPECT_EQ(settings_.read(key), std::to_string(kForeign | bits)) << setting;
     }
     play(R"(
+folder folder
 2 config set naming upper => naming
+2 config get => get takes a name alone.
+2 config list a => list takes no name.
+2 config set extension a/b => a/b is no extension
+2 config set signatures none => none cannot be read as a signature table: No such file
+2 config set journal folder => folder is no file.
 2 config set extension five5 => five5
 2 config set colour red => colour
 2 config set naming => a name and a value

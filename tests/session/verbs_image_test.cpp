@@ -221,18 +221,17 @@ holds out/same.txt => first
 
 TEST_F(ImageVerbs, APersonIsAskedWhatMayBeReplaced) {
     make("disc.iso");
-    asks_ = true;
-    for (const char* tree : {"joliet", "hfs"})
-        for (const auto& [typed, isReplaced] : std::map<std::string, bool>{
-                 {"n\n", false}, {"", false}, {"N\n", false}, {"y\ny\n", true}, {"Y\n", true}}) {
-            Write("out/My disc/Read Me.txt", "mine");
-            Write("out/My disc/empty", "mine");
-            typed_ = typed;
-            EXPECT_EQ(run({"get", "disc.iso", "/", "--as", tree, "-o", "out"}), isReplaced ? 0 : 3);
-            EXPECT_EQ(Bytes("out/My disc/Read Me.txt"), isReplaced ? "hello\n" : "mine") << typed;
-            EXPECT_EQ(Bytes("out/My disc/empty"), isReplaced ? "" : "mine") << typed;
-            fs::remove_all("out");
-        }
+    for (const std::string tree : {"joliet", "hfs"}) {
+        play("folder out\n0 get disc.iso / --as " + tree + " -o out");
+        const std::string get = " get disc.iso / -o out --as " + tree + " => already exists.\n";
+        for (const char* typed : {"n\\n", "N\\n"})
+            play("file 'out/My disc/empty' => mine\ntypes => " + std::string(typed) + "\n3" + get +
+                 "holds 'out/My disc/empty' => mine");
+        for (const char* typed : {"y\\ny\\ny\\ny\\n", "Y\\n"})
+            play("file 'out/My disc/empty' => mine\ntypes => " + std::string(typed) + "\n0!" + get +
+                 "holds 'out/My disc/empty'");
+        play("nobody\nremove out");
+    }
 }
 
 }  // namespace
