@@ -5,7 +5,7 @@
 
 #include <chrono>
 
-#include "session/run_script.hpp"
+#include "session/session_bench.hpp"
 
 namespace vellmark::test {
 

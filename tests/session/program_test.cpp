@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "session/json_text.hpp"
-#include "session/run_script.hpp"
+#include "session/session_bench.hpp"
 #include "support/backup_path.hpp"
 
 namespace vellmark {

@@ -1,11 +1,11 @@
-// What the tests of command lines share: a folder to work in, streams to read back, and the state
-// of the disk before and after.
+// What the tests of command lines share: a folder to work in, and runs of the program.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -47,27 +47,66 @@ inline Names Split(const std::string& text, char separator) {
     return parts;
 }
 
-/// Each test runs in a new folder, which is the current one: `work`, with `lock` beside it.
-class SessionTest : public testing::Test {
+inline std::string Replaced(std::string text, std::string_view old, std::string_view with) {
+    for (std::size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += with.size())
+        text.replace(at, old.size(), with);
+    return text;
+}
+
+/// How often words stand in a text.
+inline std::size_t CountIn(const std::string& text, std::string_view words) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(words); at != std::string::npos; at = text.find(words, at + 1))
+        ++count;
+    return count;
+}
+
+inline std::string SidesOf(const std::string& image) {
+    const bool isIso = image.size() > 32768 && image.compare(32768, 6, "\1CD001") == 0;
+    return std::string(isIso ? "I" : "") + (image.starts_with("ER") ? "M" : "");
+}
+
+// Runs of the program as scripts, a line a step. Behind each `=>` stand words to be found, in which
+// \n, \r and \t are escapes; $PWD is the folder of the test:
+//
+//     # a remark
+//     STATUS ARGUMENTS => WORDS  a run; the words are parts of the output, or of the errors when it
+//                                fails. After 0 there are no errors; after 1 and 2 there is no
+//                                output, and the disk is as it was. With ! only the words count,
+//                                which are parts of the errors.
+//     STATUS ARGUMENTS == TEXT   the same with the whole output
+//     shows => WORDS             parts of the output of the last run; also: says, of its errors
+//     file PATH => TEXT          writes a file; also: folder PATH, link PATH TARGET, remove PATH,
+//                                move PATH PATH
+//     holds PATH => TEXT         the whole file
+//     has PATH NUMBER => WORDS   how often they stand in the file
+//     none PATH                  there is no such file
+//     sides PATH => IM           signatures: I of ISO 9660 in sector 16, M of Macintosh media
+//     items PATH NUMBER => NAMES source names in a folder of a project, each with its views
+//     set NAME => VALUE          a setting; without a name all are forgotten
+//     types => TEXT              somebody is there and types that; also: nobody
+//
+// Arguments stand between blanks, or within '...'.
+//
+// Each test runs in a new folder, which is the current one: `work`, with `lock` beside it.
+class ScriptTest : public testing::Test {
   protected:
     using Disk = std::map<std::string, std::string>;
 
-    SessionTest() : before_(std::filesystem::current_path()) {
+    ScriptTest() : before_(std::filesystem::current_path()) {
         std::filesystem::create_directories(root() / "work");
         std::filesystem::create_directories(root() / "lock");
         std::filesystem::permissions(root() / "lock", std::filesystem::perms::owner_all);
         std::filesystem::current_path(root() / "work");
     }
-    ~SessionTest() override { std::filesystem::current_path(before_); }
+    ~ScriptTest() override { std::filesystem::current_path(before_); }
 
     [[nodiscard]] std::filesystem::path root() const { return folder_.path(); }
 
     /// Runs a command line and keeps what it wrote.
     int run(const Names& arguments) {
-        std::istringstream input(typed_);
-        return runWith(input, arguments);
-    }
-    int runWith(std::istream& input, const Names& arguments) {
+        std::istringstream typed(typed_);
+        std::istream input(input_ != nullptr ? input_ : typed.rdbuf());
         std::ostringstream output;
         std::ostringstream errors;
         CommandContext context{.input = input,
@@ -112,6 +151,15 @@ class SessionTest : public testing::Test {
         return project ? std::move(*project) : ProjectFile::Create(path, ProjectMode::Hybrid, {});
     }
 
+    /// Plays a script.
+    void play(const std::string& script) {
+        for (const std::string& line : Split(script, '\n')) {
+            SCOPED_TRACE(line);
+            if (!line.starts_with('#'))
+                step(line);
+        }
+    }
+
     std::string typed_;
     bool asks_ = false;
     MemorySettings settings_;
@@ -121,13 +169,104 @@ class SessionTest : public testing::Test {
     std::string err_;
 
   private:
+    static Names wordsOf(const std::string& line) {
+        Names words;
+        bool isQuoted = false;
+        bool isWord = false;
+        for (const char c : line) {
+            if (c == '\'')
+                isQuoted = !isQuoted;
+            const bool continues = isQuoted || c != ' ';
+            if (continues && !isWord)
+                words.emplace_back();
+            if (continues && c != '\'')
+                words.back() += c;
+            isWord = continues;
+        }
+        return words;
+    }
+
+    void step(std::string line) {
+        line = Replaced(line, "$PWD", std::filesystem::current_path().string());
+        line = Replaced(line.ends_with(" ==") ? line + " " : line, " == ", " => =");
+        Names told = Split(Replaced(line, " => ", "\a"), '\a');
+        Names words = wordsOf(told.front());
+        told.erase(told.begin());
+        for (std::string& each : told)
+            for (const auto& [escape, byte] :
+                 {std::pair{"\\n", "\n"}, std::pair{"\\r", "\r"}, std::pair{"\\t", "\t"}})
+                each = Replaced(each, escape, byte);
+        const std::string name = words.front();
+        words.erase(words.begin());
+        if (std::isdigit(static_cast<unsigned char>(name[0])) != 0)
+            return expectRun(name, words, told);
+        words.resize(2);
+        told.resize(std::max<std::size_t>(told.size(), 1));
+        const std::string& path = words[0];
+        const std::string& text = told[0];
+        const std::map<std::string, std::function<void()>> steps = {
+            {"shows", [&] { expectAll(out_, told); }},
+            {"says", [&] { expectAll(err_, told); }},
+            {"file", [&] { Write(path, text); }},
+            {"folder", [&] { std::filesystem::create_directories(path); }},
+            {"link", [&] { std::filesystem::create_symlink(words[1], path); }},
+            {"remove", [&] { EXPECT_NE(std::filesystem::remove_all(path), 0u); }},
+            {"move", [&] { std::filesystem::rename(path, words[1]); }},
+            {"holds", [&] { EXPECT_EQ(Bytes(path), text); }},
+            {"has", [&] { EXPECT_EQ(std::to_string(CountIn(Bytes(path), text)), words[1]); }},
+            {"none", [&] { EXPECT_FALSE(std::filesystem::exists(path)); }},
+            {"sides", [&] { EXPECT_EQ(SidesOf(Bytes(path)), text); }},
+            {"items", [&] { EXPECT_EQ(itemsOf(opened(path), std::stoi(words[1])), text); }},
+            {"set", [&] { set(path, text); }},
+            {"types", [&] { asks_ = true, typed_ = text; }},
+            {"nobody", [&] { asks_ = false; }}};
+        ASSERT_EQ(steps.count(name), 1u);
+        steps.at(name)();
+    }
+
+    void expectRun(const std::string& status, const Names& arguments, const Names& told) {
+        const bool changesNothing = status == "1" || status == "2";
+        const Disk before = changesNothing ? disk() : Disk();
+        EXPECT_EQ(std::to_string(run(arguments)), status.substr(0, 1)) << err_;
+        const bool isDone = status == "0";
+        if (!told.empty() && told[0].starts_with('='))
+            EXPECT_EQ(out_, told[0].substr(1));
+        else
+            expectAll(isDone ? out_ : err_, told);
+        EXPECT_TRUE(status.ends_with('!') || err_.empty() == isDone) << err_;
+        EXPECT_TRUE(!changesNothing || (out_.empty() && disk() == before)) << out_;
+    }
+
+    static void expectAll(const std::string& text, const Names& told) {
+        for (const std::string& words : told)
+            EXPECT_NE(text.find(words), std::string::npos) << words << " is not in: " << text;
+    }
+
+    static std::string itemsOf(const ProjectFile& project, std::int32_t folder) {
+        std::string items;
+        for (const ProjectRecord& record : project.childrenOf(folder))
+            items.append(items.empty() ? "" : ", ")
+                .append(record.sourceName())
+                .append(record.isoInclusion() ? " I" : " ")
+                .append(record.hfsInclusion() ? "H" : "");
+        return items;
+    }
+
+    void set(const std::string& name, const std::string& value) {
+        if (name.empty())
+            settings_.values.clear();
+        else
+            settings_.write(name, value);
+    }
+
     TemporaryFolder folder_;
     std::filesystem::path before_;
 
   protected:
     FixedClock clock_{1'000'000'000};
     const Clock* now_ = &clock_;
-    std::ostream* output_ = nullptr;  ///< where results go; null for `out_`
+    std::ostream* output_ = nullptr;   ///< where results go; null for `out_`
+    std::streambuf* input_ = nullptr;  ///< where answers come from; null for `typed_`
     std::string lockFolder_ = (root() / "lock").string();
 };
 

@@ -8,7 +8,7 @@
 #include <map>
 
 #include "project/project_folders.hpp"
-#include "session/run_script.hpp"
+#include "session/session_bench.hpp"
 #include "session/session_commands.hpp"
 
 namespace vellmark {

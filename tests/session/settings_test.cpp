@@ -1,7 +1,7 @@
 // What stands in for a setting that is missing or wrong, what is kept, and the file it is kept in.
 #include "session/settings.hpp"
 
-#include "session/run_script.hpp"
+#include "session/session_bench.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
 
