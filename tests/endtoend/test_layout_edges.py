@@ -41,7 +41,7 @@ class LayoutEdges(Case):
                 if image.iso:
                     self.assertEqual({("ALONE",)}, image.iso_folders("iso"))
                     # "A project of one empty folder has a root of one sector."
-                    self.assertEqual(2048, image.iso.root_record("iso").size)
+                    self.assertEqual(2048, image.iso.descriptors["iso"].root.size)
                 if image.volume:
                     self.assertEqual({("alone",)}, image.mac_folders())
 
@@ -110,13 +110,13 @@ class LayoutEdges(Case):
             for name in ("a", "a.b", "a-b", "a-", "A1.c", "A1", "a.b.c", "A.B-c", "Ab", "é.txt"):
                 (self.source / place / name).write_text(name)
         plain = self.build("--label", "Order")
-        self.assertIn("out of order", "".join(plain.examination.order))
+        self.assertIn("out of order", "".join(plain.iso.order))
         result = self.vellmark("make", self.source, "-o", plain.path, "--force", "--strict-iso")
         self.assertEqual(0, result.returncode)
         self.assertIn(b"below the eighth level, which ISO 9660 does not allow: 2", result.stderr)
         image = Image(plain.path)
         self.assertEqual([], image.problems)
-        self.assertNotIn("out of order", "".join(image.examination.order))
+        self.assertNotIn("out of order", "".join(image.iso.order))
         self.assertEqual(*({path: entry.read() for path, entry in each.iso_files("joliet").items()}
                            for each in (plain, image)))
 

@@ -9,17 +9,11 @@ def spread_bits(packed):
 
 
 class BlockMap:
-    """The bitmap of a volume and the extents that its structures claim."""
+    """The bitmap of a volume, and the claims of its structures: (start, count, owner)."""
 
-    def __init__(self, bits, total):
-        self.bits = bits[:total]
-        self.total = total
-        self.claims = []
-
-    def claim(self, start, count, owner):
-        """Notes that `owner` (a text for messages) uses `count` blocks from `start`."""
-        if count:
-            self.claims.append((start, count, owner))
+    def __init__(self, bits, total, claims=()):
+        self.bits, self.total = bits[:total], total
+        self.claims = sorted(claim for claim in claims if claim[1])
 
     def free(self):
         """The number of clear bits."""
@@ -27,30 +21,23 @@ class BlockMap:
 
     def problems(self):
         """Claims outside the volume, of clear bits, or of blocks that have another owner."""
-        found = []
         reach, reach_owner = 0, None
-        for start, count, owner in sorted(self.claims):
+        for start, count, owner in self.claims:
             end = start + count
             if end > self.total:
-                found.append(f"{owner}: blocks {start}..{end - 1} are outside the volume of "
-                             f"{self.total} blocks")
-            clear = self.bits.count(0, start, min(end, self.total))
-            if clear:
-                first = self.bits.find(0, start, end)
-                found.append(f"{owner}: {clear} of its blocks are free in the bitmap, "
-                             f"first block {first}")
+                yield (f"{owner}: blocks {start}..{end - 1} are outside the volume of "
+                       f"{self.total} blocks")
+            if clear := self.bits.count(0, start, min(end, self.total)):
+                yield (f"{owner}: {clear} of its blocks are free in the bitmap, first block "
+                       f"{self.bits.find(0, start, end)}")
             if start < reach:
-                found.append(f"{owner}: block {start} belongs to {reach_owner} too")
+                yield f"{owner}: block {start} belongs to {reach_owner} too"
             if end > reach:
                 reach, reach_owner = end, owner
-        return found
 
     def orphans(self):
         """The number of marked blocks that nobody claims."""
-        owned = bytearray(self.total)
+        left = bytearray(self.bits)
         for start, count, _ in self.claims:
-            end = min(start + count, self.total)
-            if start < end:
-                owned[start:end] = b"\1" * (end - start)
-        marked = int.from_bytes(self.bits, "big")
-        return (marked & ~int.from_bytes(owned, "big")).bit_count()
+            left[start:start + count] = bytes(len(left[start:start + count]))
+        return left.count(1)

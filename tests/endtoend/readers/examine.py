@@ -14,11 +14,9 @@ class Examination:
 
     def __init__(self, buffer):
         self.readers = {}
-        self.order = []         # what stands in another order than ISO 9660 has it
         self.buffer = Window(buffer)
         table = PartitionTable(buffer)
-        self.partitions = table.partitions
-        self.problems = list(table.problems)
+        self.partitions, self.problems = table.partitions, table.problems
         if self._signature(16 * 2048 + 1, 5) == b"CD001":
             self._add("ISO 9660", lambda: IsoImage(self.buffer))
         starts = [(row.start, row.length) for row in self.partitions if row.type == "Apple_HFS"]
@@ -28,8 +26,6 @@ class Examination:
             self.problems.append("nothing in the image is known")
         for label, reader in self.readers.items():
             self.problems += [f"{label}: {problem}" for problem in reader.check()]
-            if isinstance(reader, IsoImage):
-                self.order += reader.results[1]
 
     def _signature(self, offset, count=2):
         return self.buffer.read(offset, count) if offset + count <= self.buffer.length else b""
@@ -44,8 +40,7 @@ class Examination:
         kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume, b"HX": HfsPlusVolume}.get(
             self._signature(start + _VOLUME_HEADER))
         if kind is None:
-            if length is not None:
-                self.problems.append(f"{label}: there is none")
+            self.problems += [f"{label}: there is none"] * (length is not None)
             return
 
         def read():

@@ -1,12 +1,13 @@
 """Reader of HFS volumes: Inside Macintosh: Files, chapter 2, "Data Organization on Volumes"."""
 
 import struct
+from collections import namedtuple
 from functools import cached_property
 
 from . import hfs_order
 from .blocks import BlockMap, spread_bits
 from .btree import BTree, KeyFormat
-from .extents import DATA_FORK, RSRC_FORK, Fork, Overflow
+from .extents import DATA_FORK, RSRC_FORK, Fork
 from .volume import (CATALOG_FILE, EXTENTS_FILE, FILE_RECORD, FILE_THREAD, FOLDER_RECORD,
                      FOLDER_THREAD, ROOT, Entry, Thread, Volume)
 from .window import FormatError, Window
@@ -14,41 +15,19 @@ from .window import FormatError, Window
 SECTOR = 512
 MDB_OFFSET = 1024
 LARGEST_CLUMP = 1 << 20
-THREAD_EXISTS = 0x02
 RECORD_LENGTHS = {FOLDER_RECORD: 70, FILE_RECORD: 102, FOLDER_THREAD: 46, FILE_THREAD: 46}
 # What stays the same in both copies of the MDB: the second one is written when the volume is made
 # and when one of the system's files grows.
 _ALTERNATE_FIELDS = ("drSigWord", "drCrDate", "drVBMSt", "drNmAlBlks", "drAlBlkSiz", "drAlBlSt",
                      "drEmbedSigWord", "drEmbedStart", "drEmbedCount", "drXTFlSize", "drXTExtRec",
                      "drCTFlSize", "drCTExtRec")
-
-
-def _three_extents(values):
-    return [tuple(values[at:at + 2]) for at in (0, 2, 4)]
-
-
-class MasterDirectoryBlock:
-    """The fields of an MDB, under their published names."""
-
-    _FORMAT = ">HIIHHHHHIIHIH28sIHIIIHII32sHHHI6HI6H"
-    _NAMES = ("drSigWord drCrDate drLsMod drAtrb drNmFls drVBMSt drAllocPtr drNmAlBlks drAlBlkSiz "
-              "drClpSiz drAlBlSt drNxtCNID drFreeBks drVN drVolBkUp drVSeqNum drWrCnt drXTClpSiz "
-              "drCTClpSiz drNmRtDirs drFilCnt drDirCnt drFndrInfo drEmbedSigWord drEmbedStart "
-              "drEmbedCount drXTFlSize").split()
-
-    def __init__(self, raw):
-        values = struct.unpack(self._FORMAT, raw[:162])
-        for name, value in zip(self._NAMES, values):
-            setattr(self, name, value)
-        at = len(self._NAMES)
-        self.drXTExtRec = _three_extents(values[at:at + 6])
-        self.drCTFlSize = values[at + 6]
-        self.drCTExtRec = _three_extents(values[at + 7:at + 13])
-
-    @property
-    def name(self):
-        """The bytes of the volume's name."""
-        return self.drVN[1:1 + self.drVN[0]]
+_MDB = ">HIIHHHHHIIHIH28sIHIIIHII32sHHHI12sI12s"
+# The fields of a master directory block, under their published names.
+MasterDirectoryBlock = namedtuple("MasterDirectoryBlock", (
+    "drSigWord drCrDate drLsMod drAtrb drNmFls drVBMSt drAllocPtr drNmAlBlks drAlBlkSiz drClpSiz "
+    "drAlBlSt drNxtCNID drFreeBks drVN drVolBkUp drVSeqNum drWrCnt drXTClpSiz drCTClpSiz "
+    "drNmRtDirs drFilCnt drDirCnt drFndrInfo drEmbedSigWord drEmbedStart drEmbedCount drXTFlSize "
+    "drXTExtRec drCTFlSize drCTExtRec"))
 
 
 def _split_catalog_key(body):
@@ -74,14 +53,20 @@ def _split_extents_key(body):
 class HfsVolume(Volume):
     """An HFS volume in `length` bytes of `buffer` from `offset`."""
 
+    extent_format, extents_size = ">HH", 12
+    split_extents_key = staticmethod(_split_extents_key)
+
     def __init__(self, buffer, offset=0, length=None):
         super().__init__(Window(buffer, offset, length))
-        raw = self.window.read(MDB_OFFSET, 162)
-        self.mdb = MasterDirectoryBlock(raw)
+        self.mdb = self._mdb(MDB_OFFSET)
         self.block_size = self.mdb.drAlBlkSiz
-        if raw[:2] != b"BD" or self.block_size == 0 or self.block_size % SECTOR:
-            raise FormatError(f"no HFS volume: {raw[:2].hex()}, blocks of {self.block_size} bytes")
-        self.name = self.mdb.name.decode("mac_roman")
+        if self.mdb.drSigWord != 0x4244 or not self.block_size or self.block_size % SECTOR:
+            raise FormatError(f"no HFS volume, or blocks of {self.block_size} bytes")
+        self.raw_name = self.mdb.drVN[1:1 + self.mdb.drVN[0]]
+        self.name = self.raw_name.decode("mac_roman")
+
+    def _mdb(self, offset):
+        return MasterDirectoryBlock._make(struct.unpack(_MDB, self.window.read(offset, 162)))
 
     def read_blocks(self, start, count_bytes):
         """`count_bytes` bytes from allocation block `start` on."""
@@ -97,21 +82,8 @@ class HfsVolume(Volume):
     @cached_property
     def extents_tree(self):
         """The B*-tree of the extents overflow file, which has no extents but those in the MDB."""
-        extents = [extent for extent in self.mdb.drXTExtRec if extent[1]]
-        fork = Fork(self.mdb.drXTFlSize, 0, extents, self)
-        return BTree("extents overflow", fork.read(),
-                     KeyFormat(False, 7, False, _split_extents_key))
-
-    @cached_property
-    def overflow(self):
-        """The records of the extents overflow file."""
-        overflow = Overflow()
-        for body, data in self.extents_tree.leaves():
-            cnid, fork, first = _split_extents_key(body)
-            if len(data) != 12:
-                raise FormatError(f"extents overflow: record of {len(data)} bytes, not 12")
-            overflow.add(cnid, fork, first, _three_extents(struct.unpack(">6H", data)))
-        return overflow
+        fork = Fork(self.mdb.drXTFlSize, 0, self.extents(self.mdb.drXTExtRec), self)
+        return BTree("extents overflow", fork.read(), KeyFormat(False, 7, False, _split_extents_key))
 
     @cached_property
     def system(self):
@@ -138,13 +110,12 @@ class HfsVolume(Volume):
         """An Entry or a Thread for each record of the catalog."""
         for body, data in self.catalog_tree.leaves():
             parent, name = _split_catalog_key(body)
-            where = f"catalog record {name!r} in folder {parent}"
             kind = data[0] if data else 0
-            if len(data) != RECORD_LENGTHS.get(kind) or data[1] or body[0]:
-                self.faults.append(f"{where}: type {kind} of {len(data)} bytes, or a reserved "
-                                   "byte that is not zero")
-            if len(body) > 6 + len(name) + (len(name) + 1) % 2 or len(name) > 31 or b":" in name:
-                self.faults.append(f"{where}: a key of {len(body)} bytes for such a name")
+            if len(data) != RECORD_LENGTHS.get(kind) or data[1] or body[0] or b":" in name or \
+                    len(body) > 6 + len(name) + (len(name) + 1) % 2 or len(name) > 31:
+                self.faults.append(f"catalog record {name!r} in folder {parent}: type {kind} of "
+                                   f"{len(data)} bytes, a key of {len(body)} bytes for such a "
+                                   "name, or a reserved byte that is not zero")
             if len(data) < RECORD_LENGTHS.get(kind, 1 << 16):
                 continue
             if kind == FOLDER_RECORD:
@@ -160,15 +131,14 @@ class HfsVolume(Volume):
     def _file(self, parent, raw_name, data):
         cnid, start, logical, physical, rsrc_start, rsrc_logical, rsrc_physical, _, modified = \
             struct.unpack_from(">IHIIHIIII", data, 20)
-        extents = struct.unpack_from(">12H", data, 74)
         entry = Entry(False, parent, raw_name.decode("mac_roman"), cnid, data[2], data[4:8],
                       data[8:12], int.from_bytes(data[12:14], "big"), modified, data, raw_name)
         if data[3] or start or rsrc_start or any(data[98:102]) or data[2] & 0x7C:
             self.faults.append(f"{entry.label}: a reserved field is not zero")
-        entry.data = self._sized(logical, physical, _three_extents(extents[:6]), cnid, DATA_FORK,
+        entry.data = self._sized(logical, physical, data[74:86], cnid, DATA_FORK,
                                  f"{entry.label}, data fork")
-        entry.rsrc = self._sized(rsrc_logical, rsrc_physical, _three_extents(extents[6:]), cnid,
-                                 RSRC_FORK, f"{entry.label}, resource fork")
+        entry.rsrc = self._sized(rsrc_logical, rsrc_physical, data[86:98], cnid, RSRC_FORK,
+                                 f"{entry.label}, resource fork")
         return entry
 
     def own_length(self):
@@ -180,11 +150,6 @@ class HfsVolume(Volume):
         mdb = self.mdb
         return (mdb.drAlBlSt * SECTOR + mdb.drEmbedStart * self.block_size,
                 mdb.drEmbedCount * self.block_size) if mdb.drEmbedSigWord == 0x482B else None
-
-    @staticmethod
-    def has_thread(entry):
-        """Whether a thread must be there."""
-        return entry.is_folder or bool(entry.flags & THREAD_EXISTS)
 
     def reserved(self):
         """Blocks that no file has: none."""
@@ -199,10 +164,8 @@ class HfsVolume(Volume):
                    f"or the allocation blocks at {mdb.drAlBlSt}")
         if self.own_length() > length or mdb.drNmAlBlks == 0:
             yield f"MDB: {mdb.drNmAlBlks} allocation blocks do not fit in {length} bytes"
-        if not 1 <= mdb.drVN[0] <= 27 or b":" in mdb.name:
-            yield f"MDB: volume name {mdb.name!r}"
-        if mdb.drAllocPtr > mdb.drNmAlBlks:
-            yield f"MDB: drAllocPtr {mdb.drAllocPtr} is outside the volume"
+        if not 1 <= mdb.drVN[0] <= 27 or b":" in self.raw_name or mdb.drAllocPtr > mdb.drNmAlBlks:
+            yield f"MDB: volume name {self.raw_name!r}, or drAllocPtr {mdb.drAllocPtr}"
         for tree in (self.extents_tree, self.catalog_tree):
             if tree.node_size != SECTOR:
                 yield f"{tree.label}: node size {tree.node_size}, not 512"
@@ -211,17 +174,17 @@ class HfsVolume(Volume):
             if size == 0 or size % self.block_size or \
                     field == "drClpSiz" and size > max(LARGEST_CLUMP, self.block_size):
                 yield f"MDB: {field} {size} with blocks of {self.block_size}"
-        other = MasterDirectoryBlock(self.window.read(length // SECTOR * SECTOR - 1024, 162))
+        other = self._mdb(length // SECTOR * SECTOR - 1024)
         for field in _ALTERNATE_FIELDS:
             if getattr(mdb, field) != getattr(other, field):
                 yield f"alternate MDB: {field} is {getattr(other, field)}"
         yield from self._counts()
         # Checkers take an extent that ends with the volume for damage.
-        for start, count, owner in self._claimed().claims:
+        for start, count, owner in self.claimed().claims:
             if start + count == mdb.drNmAlBlks:
                 yield f"{owner}: its blocks end with the last one of the volume"
         # The bad block file keeps the space of an embedded volume (TN1150, "Bad Block File").
-        if self.embedded() and (mdb.drEmbedStart, mdb.drEmbedCount) not in self._bad_blocks():
+        if self.embedded() and (mdb.drEmbedStart, mdb.drEmbedCount) not in self.bad_blocks():
             yield "MDB: the embedded volume is not in the bad block file"
 
     def _counts(self):
@@ -234,5 +197,5 @@ class HfsVolume(Volume):
              "drNmFls": (mdb.drNmFls, sum(entry.parent == ROOT for entry in files)),
              "drNmRtDirs": (mdb.drNmRtDirs, sum(entry.parent == ROOT for entry in folders)),
              "drFreeBks": (mdb.drFreeBks, self.blocks.free()),
-             "the root's name": ([mdb.name], [root.raw_name for root in roots])},
-            mdb.drNxtCNID, struct.unpack(">8I", mdb.drFndrInfo))
+             "the root's name": ([self.raw_name], [root.raw_name for root in roots])},
+            mdb.drNxtCNID, mdb.drFndrInfo)

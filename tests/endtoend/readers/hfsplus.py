@@ -2,13 +2,14 @@
 
 import re
 import struct
+from collections import namedtuple
 from functools import cached_property
 from unicodedata import ucd_3_2_0
 
 from . import hfsplus_order
 from .blocks import BlockMap, spread_bits
 from .btree import BTree, KeyFormat
-from .extents import DATA_FORK, RSRC_FORK, Fork, Overflow
+from .extents import DATA_FORK, RSRC_FORK, Fork
 from .hfs import HfsVolume
 from .volume import (EXTENTS_FILE, FILE_RECORD, FILE_THREAD, FOLDER_RECORD, FOLDER_THREAD,
                      ROOT_PARENT, Entry, Thread, Volume)
@@ -16,36 +17,30 @@ from .window import FormatError, Window
 
 HEADER_OFFSET = 1024
 BINARY_COMPARE = 0xBC
-# Name of a special file: its number, and where the volume header describes its fork.
-SPECIAL_FILES = {"allocation file": (6, 112), "extents overflow file": (EXTENTS_FILE, 192),
-                 "catalog file": (4, 272), "attributes file": (8, 352), "startup file": (7, 432)}
-_BAD_CLOSE, _BIG_KEYS, _VARIABLE_INDEX_KEYS = 1, 2, 4
+# Numbers of the special files, in the order in which the volume header describes their forks.
+SPECIAL_FILES = {"allocation file": 6, "extents overflow file": EXTENTS_FILE, "catalog file": 4,
+                 "attributes file": 8, "startup file": 7}
+_BIG_KEYS, _VARIABLE_INDEX_KEYS = 2, 4
 _UNMOUNTED, _INCONSISTENT, _IDS_REUSED = 1 << 8, 1 << 11, 1 << 12
-_THREAD_EXISTS, _HAS_FOLDER_COUNT = 0x0002, 0x0010
+_HAS_FOLDER_COUNT = 0x0010
 # The last mount may write the dates and the counters of one header only; the rest is equal.
 _ALTERNATE_FIELDS = ("signature", "version", "createDate", "blockSize", "totalBlocks")
 _NOT_DECOMPOSED = re.compile("[\u2000-\u2fff\uf900-\ufaff\U0002f800-\U0002faff]")
 
 
-class VolumeHeader:
-    """The fields of a volume header, under their published names; dates in seconds since 1904."""
-
-    _FORMAT = ">2sHI4sIIIIIIIIIIIIIIIQ32s"
-    _NAMES = ("signature version attributes lastMountedVersion journalInfoBlock createDate "
-              "modifyDate backupDate checkedDate fileCount folderCount blockSize totalBlocks "
-              "freeBlocks nextAllocation rsrcClumpSize dataClumpSize nextCatalogID writeCount "
-              "encodingsBitmap finderInfo").split()
-
-    def __init__(self, raw):
-        for name, value in zip(self._NAMES, struct.unpack(self._FORMAT, raw[:112])):
-            setattr(self, name, value)
-        self.raw = raw
+_HEADER = ">2sHI4sIIIIIIIIIIIIIIIQ32s400s"
+# The fields of a volume header, under their published names, and what is behind them; dates in
+# seconds since 1904.
+VolumeHeader = namedtuple("VolumeHeader", (
+    "signature version attributes lastMountedVersion journalInfoBlock createDate modifyDate "
+    "backupDate checkedDate fileCount folderCount blockSize totalBlocks freeBlocks nextAllocation "
+    "rsrcClumpSize dataClumpSize nextCatalogID writeCount encodingsBitmap finderInfo forks"))
 
 
 def _parse_fork(raw):
     """(logical length, blocks, extents) of the 80 bytes of an HFSPlusForkData."""
     logical, _, blocks = struct.unpack_from(">QII", raw)
-    return logical, blocks, list(struct.iter_unpack(">II", raw[16:80]))
+    return logical, blocks, raw[16:80]
 
 
 def _units(raw):
@@ -78,6 +73,9 @@ class HfsPlusVolume(Volume):
     An HFS wrapper there is followed to its embedded volume and kept as `wrapper`.
     """
 
+    extent_format, extents_size = ">II", 64
+    split_extents_key = staticmethod(_split_extents_key)
+
     def __init__(self, buffer, offset=0, length=None):
         super().__init__(Window(buffer, offset, length))
         self.wrapper = None
@@ -87,12 +85,14 @@ class HfsPlusVolume(Volume):
             if sum(inside) > self.window.length or not inside[1]:
                 raise FormatError("the HFS volume has no embedded HFS Plus volume inside of it")
             self.window = Window(self.window, *inside)
-        raw = self.window.read(HEADER_OFFSET, 512)
-        self.header = VolumeHeader(raw)
+        self.header = self._header(HEADER_OFFSET)
         self.block_size = self.header.blockSize
-        if raw[:2] not in (b"H+", b"HX") or self.block_size < 512 or \
+        if self.header.signature not in (b"H+", b"HX") or self.block_size < 512 or \
                 self.block_size & (self.block_size - 1):
-            raise FormatError(f"no HFS Plus volume: {raw[:2]}, blocks of {self.block_size} bytes")
+            raise FormatError(f"no HFS Plus volume, or blocks of {self.block_size} bytes")
+
+    def _header(self, offset):
+        return VolumeHeader._make(struct.unpack(_HEADER, self.window.read(offset, 512)))
 
     @property
     def name(self):
@@ -106,28 +106,16 @@ class HfsPlusVolume(Volume):
     @cached_property
     def extents_tree(self):
         """The B-tree of the extents overflow file; it has no extents but those in the header."""
-        at = SPECIAL_FILES["extents overflow file"][1]
-        logical, blocks, extents = _parse_fork(self.header.raw[at:at + 80])
-        fork = Fork(logical, blocks, [extent for extent in extents if extent[1]], self)
-        return BTree("extents overflow", fork.read(),
+        logical, blocks, extents = _parse_fork(self.header.forks[80:160])
+        return BTree("extents overflow", Fork(logical, blocks, self.extents(extents), self).read(),
                      KeyFormat(True, 10, False, _split_extents_key))
-
-    @cached_property
-    def overflow(self):
-        """The records of the extents overflow file."""
-        overflow = Overflow()
-        for body, data in self.extents_tree.leaves():
-            cnid, fork, first = _split_extents_key(body)
-            if len(data) != 64:
-                raise FormatError(f"extents overflow: record of {len(data)} bytes, not 64")
-            overflow.add(cnid, fork, first, list(struct.iter_unpack(">II", data)))
-        return overflow
 
     @cached_property
     def system(self):
         """(name, Fork) of the five special files of the volume header."""
-        return [(name, self.fork(*_parse_fork(self.header.raw[at:at + 80]), number, DATA_FORK,
-                                 name)) for name, (number, at) in SPECIAL_FILES.items()]
+        return [(name, self.fork(*_parse_fork(self.header.forks[at * 80:at * 80 + 80]), number,
+                                 DATA_FORK, name))
+                for at, (name, number) in enumerate(SPECIAL_FILES.items())]
 
     @cached_property
     def blocks(self):
@@ -196,11 +184,6 @@ class HfsPlusVolume(Volume):
         """The length that the volume header gives, for a volume with other data behind it."""
         return self.header.totalBlocks * self.block_size
 
-    @staticmethod
-    def has_thread(entry):
-        """Every item has one, which the flags of a file tell; those of another do not fit."""
-        return entry.is_folder or bool(entry.flags & _THREAD_EXISTS)
-
     def reserved(self):
         """(start, count, owner) of the blocks that the headers lie in."""
         # The boot blocks and the header are the first 1536 bytes; the alternate header and the
@@ -223,11 +206,11 @@ class HfsPlusVolume(Volume):
         if header.nextAllocation > header.totalBlocks or \
                 (header.rsrcClumpSize | header.dataClumpSize) % self.block_size:
             yield "header: nextAllocation is outside the volume, or a clump is no multiple of a block"
-        other = VolumeHeader(self.window.read(length - 1024, 512))
+        other = self._header(length - 1024)
         for field in _ALTERNATE_FIELDS:
             if getattr(header, field) != getattr(other, field):
                 yield f"alternate header: {field} is {getattr(other, field)}"
-        if header.raw[112:] != other.raw[112:]:
+        if header.forks != other.forks:
             yield "alternate header: the special files differ"
         yield from self._special_faults()
         files = sum(not entry.is_folder for entry in self.entries)
@@ -236,7 +219,7 @@ class HfsPlusVolume(Volume):
              "folderCount": (header.folderCount, len(self.entries) - files - 1),
              "freeBlocks": (header.freeBlocks, self.blocks.free())},
             None if header.attributes & _IDS_REUSED else header.nextCatalogID,
-            struct.unpack(">8I", header.finderInfo))
+            header.finderInfo)
 
     def _special_faults(self):
         for name, fork in self.system:

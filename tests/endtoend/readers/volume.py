@@ -1,16 +1,19 @@
 """What HFS and HFS Plus volumes have in common: a catalog of items, threads and forks."""
 
-from collections import Counter
+import struct
+from collections import Counter, namedtuple
 from dataclasses import dataclass
 from functools import cached_property
+from itertools import takewhile
 
 from .blocks import BlockMap
-from .extents import DATA_FORK, Fork, check_fork
+from .extents import DATA_FORK, Fork, Overflow
 from .window import FormatError
 
 ROOT_PARENT, ROOT, EXTENTS_FILE, CATALOG_FILE, BAD_BLOCK_FILE = 1, 2, 3, 4, 5
 FIRST_USER_ID = 16
 FOLDER_RECORD, FILE_RECORD, FOLDER_THREAD, FILE_THREAD = 1, 2, 3, 4
+_THREAD_EXISTS = 0x0002
 # Of the words of the Finder's information on a volume, those that name folders.
 _FINDER_FOLDERS = (0, 1, 2, 3, 5)
 
@@ -47,16 +50,8 @@ class Entry:
             yield f"{self.label}, resource fork", self.rsrc
 
 
-@dataclass
-class Thread:
-    """A thread record: the item of number `cnid` is called `name` in the folder `parent`."""
-
-    kind: int
-    cnid: int
-    has_key_name: bool
-    parent: int
-    name: object
-    reserved: bytes
+# A thread record: the item of number `cnid` is called `name` in the folder `parent`.
+Thread = namedtuple("Thread", "kind cnid has_key_name parent name reserved")
 
 
 class Volume:
@@ -84,8 +79,30 @@ class Volume:
         """Every thread."""
         return [item for item in self._records if isinstance(item, Thread)]
 
+    def extents(self, raw):
+        """The extents of these bytes up to the first empty one."""
+        found = struct.iter_unpack(self.extent_format, raw)
+        return list(takewhile(lambda extent: extent[1], found))
+
+    @cached_property
+    def overflow(self):
+        """The records of the extents overflow file."""
+        overflow = Overflow()
+        for body, data in self.extents_tree.leaves():
+            cnid, fork, first = self.split_extents_key(body)
+            if len(data) != self.extents_size:
+                raise FormatError(f"extents overflow: record of {len(data)} bytes")
+            overflow.add(cnid, fork, first, list(struct.iter_unpack(self.extent_format, data)))
+        return overflow
+
+    @staticmethod
+    def has_thread(entry):
+        """Every folder has one, and the files whose flags tell of it."""
+        return entry.is_folder or bool(entry.flags & _THREAD_EXISTS)
+
     def fork(self, logical, blocks, extents, cnid, kind, label):
-        """A fork with its extents of both places."""
+        """A fork with its extents of both places; `extents` are the bytes of the first ones."""
+        extents = list(struct.iter_unpack(self.extent_format, extents))
         return Fork(logical, blocks, self.overflow.join(extents, cnid, kind, label, self.faults),
                     self)
 
@@ -106,7 +123,7 @@ class Volume:
 
     def orphans(self):
         """The number of blocks that are marked in the bitmap but belong to nothing."""
-        return self._claimed().orphans()
+        return self.claimed().orphans()
 
     def check(self):
         """Every fault as a list of sentences; a part that cannot be read ends its own checks."""
@@ -129,10 +146,8 @@ class Volume:
             label, entry = f"thread of {thread.cnid}", records.get(thread.cnid)
             if thread.has_key_name or any(thread.reserved):
                 yield f"{label}: its key has a name, or its reserved bytes are not zero"
-            if entry is None:
-                yield f"{label}: no such file or folder"
-            elif thread.kind != (FOLDER_THREAD if entry.is_folder else FILE_THREAD):
-                yield f"{label}: kind {thread.kind} does not fit its record"
+            if entry is None or thread.kind != (FOLDER_THREAD if entry.is_folder else FILE_THREAD):
+                yield f"{label}: no such file or folder of kind {thread.kind}"
             elif (entry.parent, entry.name) != (thread.parent, thread.name):
                 yield (f"{label}: it says {thread.name!r} in {thread.parent}, the record is "
                        f"{entry.name!r} in {entry.parent}")
@@ -143,24 +158,17 @@ class Volume:
 
     def _hierarchy(self):
         for cnid, count in Counter(entry.cnid for entry in self.entries).items():
-            if count > 1:
-                yield f"catalog: number {cnid} is used by {count} records"
-            if cnid < FIRST_USER_ID and cnid != ROOT:
-                yield f"catalog: number {cnid} is below {FIRST_USER_ID}"
+            if count > 1 or cnid < FIRST_USER_ID and cnid != ROOT:
+                yield f"catalog: number {cnid} is used by {count} records, or is a reserved one"
         children = Counter(entry.parent for entry in self.entries)
-        folders = {entry.cnid for entry in self.entries if entry.is_folder}
-        for parent in children:
-            if parent != ROOT_PARENT and parent not in folders:
-                yield f"catalog: {children[parent]} entries lie in folder {parent}, not there"
-        for entry in self.entries:
-            if entry.is_folder and entry.valence != children[entry.cnid]:
-                yield f"{entry.label}: valence {entry.valence}, {children[entry.cnid]} entries"
         roots = [entry for entry in self.entries if entry.parent == ROOT_PARENT]
-        if [root.cnid for root in roots] != [ROOT] or not roots[0].is_folder:
+        if [(root.cnid, root.is_folder) for root in roots] != [(ROOT, True)]:
             yield "catalog: there is not exactly one root folder"
         reached = {id(entry) for entry in self.walk()} | {id(entry) for entry in roots}
         for entry in self.entries:
-            if id(entry) not in reached and entry.parent in folders:
+            if entry.is_folder and entry.valence != children[entry.cnid]:
+                yield f"{entry.label}: valence {entry.valence}, {children[entry.cnid]} entries"
+            if id(entry) not in reached:
                 yield f"{entry.label}: not reachable from the root"
 
     def counts(self, told, next_number, finder):
@@ -172,9 +180,10 @@ class Volume:
         if next_number is not None and next_number <= max(highest, FIRST_USER_ID - 1):
             yield f"header: next number {next_number}, the highest in use {highest}"
         folders = {entry.cnid for entry in self.entries if entry.is_folder} | {0}
+        words = struct.unpack(">8I", finder)
         for index in _FINDER_FOLDERS:
-            if finder[index] not in folders:
-                yield f"header: Finder information {index} names folder {finder[index]}, not there"
+            if words[index] not in folders:
+                yield f"header: Finder information {index} names folder {words[index]}, not there"
 
     def _named_forks(self):
         yield from self.system
@@ -183,28 +192,24 @@ class Volume:
 
     def _forks(self):
         for label, fork in self._named_forks():
-            yield from check_fork(fork, self.block_size, label)
+            yield from fork.faults(label)
         # Joining the extents of the forks has found what is wrong with their descriptors.
         yield from self.faults
         for cnid, fork in self.overflow.unused():
             if cnid != BAD_BLOCK_FILE:
                 yield f"extents overflow: records for fork {fork:#x} of file {cnid}, which has none"
 
-    def _bad_blocks(self):
+    def bad_blocks(self):
+        """The extents of the bad block file."""
         return [extent for _, extents in self.overflow.records.get((BAD_BLOCK_FILE, DATA_FORK), [])
                 for extent in extents]
 
-    def _claimed(self):
+    def claimed(self):
         """The bitmap with the claims of all that the volume has."""
-        blocks = BlockMap(self.blocks.bits, self.blocks.total)
-        for start, count, owner in self.reserved():
-            blocks.claim(start, count, owner)
-        for label, fork in self._named_forks():
-            for start, count in fork.extents:
-                blocks.claim(start, count, label)
-        for start, count in self._bad_blocks():
-            blocks.claim(start, count, "bad block file")
-        return blocks
+        claims = [(*extent, label) for label, fork in self._named_forks()
+                  for extent in fork.extents]
+        claims += [(*extent, "bad block file") for extent in self.bad_blocks()]
+        return BlockMap(self.blocks.bits, self.blocks.total, self.reserved() + claims)
 
     def _blocks(self):
-        yield from self._claimed().problems()
+        yield from self.claimed().problems()

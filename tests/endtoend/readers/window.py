@@ -3,9 +3,6 @@
 import mmap
 import os
 
-RAW_SYNC = b"\0" + b"\xff" * 10 + b"\0"
-RAW_SECTOR = 2352
-
 
 class FormatError(Exception):
     """The image cannot be read further; the text says what is wrong."""
@@ -15,16 +12,12 @@ class Window:
     """`length` bytes of `buffer` from `start`; every read is checked against these bounds."""
 
     def __init__(self, buffer, start=0, length=None):
-        if isinstance(buffer, Window):
-            if start < 0 or start > buffer.length:
-                raise FormatError(f"offset {start} is outside the {buffer.length} bytes")
-            available = buffer.length - start
-            self.buffer, self.start = buffer.buffer, buffer.start + start
-        else:
-            if start < 0 or start > len(buffer):
-                raise FormatError(f"offset {start} is outside the {len(buffer)} bytes")
-            available = len(buffer) - start
-            self.buffer, self.start = buffer, start
+        outer = buffer if isinstance(buffer, Window) else None
+        available = (outer.length if outer else len(buffer)) - start
+        if start < 0 or available < 0:
+            raise FormatError(f"offset {start} is outside the image")
+        self.buffer = outer.buffer if outer else buffer
+        self.start = start + (outer.start if outer else 0)
         self.length = available if length is None else min(length, available)
 
     def read(self, offset, count):
@@ -36,12 +29,8 @@ class Window:
 
 
 def load_image(path):
-    """The bytes of the file at `path`: mapped, or for a raw MODE1 image its 2048-byte sectors."""
+    """The bytes of the file at `path`, mapped."""
     with open(path, "rb") as file:
         if os.fstat(file.fileno()).st_size == 0:
             return b""
-        mapped = mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
-    if mapped[:12] == RAW_SYNC and len(mapped) % RAW_SECTOR == 0:
-        return b"".join(mapped[at + 16:at + 16 + 2048]
-                        for at in range(0, len(mapped), RAW_SECTOR))
-    return mapped
+        return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
