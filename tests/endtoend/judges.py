@@ -10,13 +10,9 @@ import os
 import re
 import struct
 import subprocess
-from dataclasses import dataclass
+from collections import namedtuple
 
 from program import environment
-
-
-class JudgeError(AssertionError):
-    """A judge could not read the image."""
 
 
 def _run(*arguments, home=None, allowed=(0,), cwd=None):
@@ -24,8 +20,8 @@ def _run(*arguments, home=None, allowed=(0,), cwd=None):
                             stdin=subprocess.DEVNULL, timeout=300, check=False, cwd=cwd,
                             env=environment(TZ="UTC", HOME=home))
     if result.returncode not in allowed:
-        raise JudgeError(f"{arguments}: status {result.returncode}, "
-                         f"{(result.stderr or result.stdout)[-600:].decode(errors='replace')}")
+        raise AssertionError(f"{arguments}: status {result.returncode}, "
+                             f"{(result.stderr or result.stdout)[-600:].decode(errors='replace')}")
     return result.stdout
 
 
@@ -56,11 +52,8 @@ def seven_zip(image, out, kind):
     # Status 1 is its remark that the volume does not begin with the file.
     _run("7zz", "x", "-bd", "-y", f"-t{kind}", f"-o{out}", image,
          allowed=(0, 1) if kind == "hfs" else (0,))
-    if kind == "hfs":
-        # Everything lies in a folder with the name of the volume.
-        (volume,) = os.listdir(out)
-        return _folder_contents(os.path.join(out, volume))
-    return _folder_contents(out)
+    # Of HFS Plus, everything lies in a folder with the name of the volume.
+    return _folder_contents(os.path.join(out, *(os.listdir(out) if kind == "hfs" else ())))
 
 
 def seven_zip_resource(image, path):
@@ -80,22 +73,8 @@ def isoinfo_file(image, path, *options):
     return _run("isoinfo", *options, "-i", image, "-x", path.encode("iso8859-1"))
 
 
-@dataclass
-class MacFile:
-    """A file as hfsutils copies it out, in MacBinary form (its published layout)."""
-
-    type: bytes
-    creator: bytes
-    created: int
-    modified: int
-    finder_flags: int
-    data: bytes
-    rsrc: bytes
-
-    @property
-    def rsrc_size(self):
-        """Length of the resource fork."""
-        return len(self.rsrc)
+# A file as hfsutils copies it out, in MacBinary form (its published layout).
+MacFile = namedtuple("MacFile", "type creator created modified finder_flags data rsrc")
 
 
 def _mac_binary(raw):
@@ -118,17 +97,6 @@ def hfs_utils(image, out):
     finally:
         _run("humount", image, home=out)
     return about, folders, found
-
-
-def hfs_utils_list(image, home):
-    """(folders, paths of files) of the HFS volume."""
-    _run("hmount", image, home=home)
-    try:
-        listing = _run("hls", "-1aFRN", home=home).decode("mac_roman")
-    finally:
-        _run("humount", image, home=home)
-    files, folders = _parse_listing(listing.splitlines())
-    return folders, [(*folder, name) for folder, names in files.items() for name in names]
 
 
 def _parse_listing(lines):
@@ -159,13 +127,8 @@ def _copy_folder(folder, names, target, home):
     return found
 
 
-@dataclass
-class SleuthFile:
-    """One line of fls."""
-
-    number: str
-    size: int
-    modified: int
+# One line of fls.
+SleuthFile = namedtuple("SleuthFile", "number size modified")
 
 
 def sleuth_list(image, sector):

@@ -49,3 +49,8 @@ def problem(image, number):
     if sector[18] & 0x20:
         return None if _edc_rest(sector[16:]) == 0 else "form 2 checks"
     return None if _edc_rest(sector[16:2076]) == 0 else "form 1 checks"
+
+
+def problems(image, numbers):
+    """{number: what is wrong} of some sectors."""
+    return {number: what for number in numbers if (what := problem(image, number))}

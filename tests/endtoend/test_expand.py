@@ -11,20 +11,13 @@ import disk_images
 from disk_images import ADC, BZIP2, IGNORE, LZMA, RAW, SECTOR, ZERO, ZLIB
 from program import DONE, FAILED, SKIPPED, VELLMARK, Case, environment
 
-KINDS = {"raw": RAW, "adc": ADC, "zlib": ZLIB, "bzip2": BZIP2, "lzma": LZMA}
+KINDS = (RAW, ADC, ZLIB, BZIP2, LZMA)
 
 
-def seven_zip(image):
-    """The bytes that 7zz expands a disk image to, its partitions one behind the other."""
-    return subprocess.run(["7zz", "x", "-so", "-tdmg", image], capture_output=True, check=True,
-                          stdin=subprocess.DEVNULL, timeout=300).stdout
-
-
-def dmg2img(image, out):
-    """The same of dmg2img."""
-    subprocess.run(["dmg2img", "-s", image, out], capture_output=True, check=True,
-                   stdin=subprocess.DEVNULL, timeout=300)
-    return out.read_bytes()
+def expanded_by(*command):
+    """What another program writes that expands a disk image."""
+    return subprocess.run(command, capture_output=True, check=True, stdin=subprocess.DEVNULL,
+                          timeout=300).stdout
 
 
 class Expand(Case):
@@ -34,113 +27,103 @@ class Expand(Case):
     def setUpClass(cls):
         super().setUpClass()
         source = cls.work / "source"
-        (source / "Folder").mkdir(parents=True)
+        source.mkdir()
         (source / "Read Me.txt").write_text("read me\n" * 400)
-        (source / "Folder" / "pattern").write_bytes(b"abcabcab" * 4000 + os.urandom(300_000))
+        (source / "pattern").write_bytes(b"abcabcab" * 4000 + os.urandom(300_000))
         cls.plain_path = cls.make(source, cls.work / "plain.img", "--hfsplus")
         plain = cls.plain_path.read_bytes()
         cls.plain = plain.ljust(-(-len(plain) // SECTOR) * SECTOR, b"\0")
         cls.plain_path.write_bytes(cls.plain)
+        cls.zlib = disk_images.udif([disk_images.cut(cls.plain, ZLIB)])
         cls.scratch = cls.work / "scratch"
         cls.scratch.mkdir()
 
-    def image(self, name, contents):
+    def image(self, contents):
         """A file with these contents."""
-        path = self.work / name
+        path = self.work / "disk.dmg"
         path.write_bytes(contents)
         return path
 
-    def expanded(self, image, *options, status=DONE):
-        """The bytes that the program expands an image to."""
+    def assert_expanded(self, image, plain):
+        """The program and 7zz expand an image to the same bytes."""
         out = self.work / "out.img"
-        result = self.vellmark("expand", image, out, "--force", *options)
-        self.assertEqual((status, b""), (result.returncode, result.stderr))
-        return out.read_bytes()
+        result = self.vellmark("expand", image, out, "--force", "--verify")
+        self.assertEqual((DONE, b""), (result.returncode, result.stderr))
+        self.assertTrue(out.read_bytes() == plain)
+        self.assertTrue(expanded_by("7zz", "x", "-so", "-tdmg", image) == plain, "7zz")
 
     def test_as_other_programs_do(self):
         """Catches a block that is expanded wrongly, or goes to a wrong place."""
-        for name, kind in KINDS.items():
+        for kind in KINDS:
             for tables in (1, 3):
-                with self.subTest(kind=name, tables=tables):
+                with self.subTest(kind=kind, tables=tables):
                     blocks = disk_images.cut(self.plain, kind)
                     step = -(-len(blocks) // tables)
-                    image = self.image("disk.dmg", disk_images.udif(
+                    image = self.image(disk_images.udif(
                         [blocks[at:at + step] for at in range(0, len(blocks), step)]))
-                    self.assertTrue(self.expanded(image, "--verify") == self.plain)
-                    self.assertTrue(seven_zip(image) == self.plain, "7zz")
+                    self.assert_expanded(image, self.plain)
                     if kind in (ZLIB, BZIP2):
-                        self.assertTrue(dmg2img(image, self.work / "judge.img") == self.plain)
+                        judged = self.work / "judge.img"
+                        expanded_by("dmg2img", "-s", image, judged)
+                        self.assertTrue(judged.read_bytes() == self.plain)
 
     def test_all_kinds_in_one_table(self):
         """Catches state that one kind of block leaves for the next."""
-        kinds = [*KINDS.values(), ZERO, IGNORE]
         blocks = [(kind, bytes(3 * SECTOR) if kind in (ZERO, IGNORE) else
                    bytes([turn, kind & 0xFF]) * (SECTOR * (1 + turn % 7)))
-                  for turn in range(60) for kind in kinds]
-        image = self.image("mixed.dmg", disk_images.udif([blocks]))
-        plain = b"".join(block for _, block in blocks)
-        self.assertTrue(self.expanded(image, "--verify") == plain)
-        self.assertTrue(seven_zip(image) == plain)
+                  for turn in range(60) for kind in (*KINDS, ZERO, IGNORE)]
+        self.assert_expanded(self.image(disk_images.udif([blocks])),
+                             b"".join(block for _, block in blocks))
 
     def test_every_verb_opens_it(self):
         """Catches a verb that takes the stored bytes for an image, and a temporary file."""
-        image = self.image("disk.dmg", disk_images.udif([disk_images.cut(self.plain, ZLIB)]))
-        before = image.read_bytes()
+        image = self.image(self.zlib)
         for verb, *rest in (("ls", "-R"), ("tree",), ("find", "Read"), ("label",),
                             ("attr", "Read Me.txt"), ("get", "Read Me.txt", "-o", "-")):
-            with self.subTest(verb=verb):
-                of_image, of_plain = (
-                    self.vellmark(verb, path, *rest, TMPDIR=str(self.scratch))
-                    for path in (image, self.plain_path))
-                self.assertEqual((DONE, b""), (of_image.returncode, of_image.stderr))
-                self.assertEqual(of_plain.stdout.replace(b"plain.img", b""),
-                                 of_image.stdout.replace(b"disk.dmg", b""))
+            of_image, of_plain = (self.vellmark(verb, path, *rest, TMPDIR=str(self.scratch))
+                                  for path in (image, self.plain_path))
+            self.assertEqual((DONE, b""), (of_image.returncode, of_image.stderr), verb)
+            self.assertEqual(of_plain.stdout.replace(b"plain.img", b""),
+                             of_image.stdout.replace(b"disk.dmg", b""), verb)
         told = self.vellmark("info", image).stdout
         self.assertIn(f"disk.dmg: {len(self.plain)} bytes".encode(), told)
-        self.assertIn(b"changes      It is a compressed disk image", told)
         for verb, *rest in (("rm", "Read Me.txt", "--force"), ("label", "New"), ("mkdir", "F")):
-            with self.subTest(verb=verb):
-                result = self.vellmark(verb, image, *rest, TMPDIR=str(self.scratch))
-                self.assertEqual(FAILED, result.returncode)
-                self.assertIn(b"the verb expand makes a plain image", result.stderr)
-        self.assertEqual(before, image.read_bytes())
+            result = self.vellmark(verb, image, *rest, TMPDIR=str(self.scratch))
+            self.assertEqual(FAILED, result.returncode, verb)
+            self.assertIn(b"the verb expand makes a plain image", result.stderr)
+        self.assertEqual(self.zlib, image.read_bytes())
         self.assertEqual([], os.listdir(self.scratch))
 
     def test_refusals(self):
         """Catches a damaged image that gives a target, and an image that is replaced by itself."""
-        good = disk_images.udif([disk_images.cut(self.plain, ZLIB)])
-        image = self.image("bad.dmg", bytes(2) + good[2:])
+        image = self.image(bytes(2) + self.zlib[2:])
         result = self.vellmark("expand", image, "none.img")
         self.assertEqual((FAILED, b""), (result.returncode, result.stdout))
-        self.assertIn(b"bad.dmg: ", result.stderr)
         self.assertIn(b"compressed data is damaged", result.stderr)
         self.assertFalse((self.work / "none.img").exists())
-        image = self.image("good.dmg", good)
+        image.write_bytes(self.zlib)
         for arguments in ((image, image, "--force"), (image, self.plain_path)):
             self.assertEqual(FAILED, self.vellmark("expand", *arguments).returncode, arguments)
-        self.assertEqual((good, self.plain), (image.read_bytes(), self.plain_path.read_bytes()))
+        self.assertEqual((self.zlib, self.plain), (image.read_bytes(), self.plain_path.read_bytes()))
 
     def test_what_is_missing_is_told(self):
         """Catches an image that lacks something and counts as whole."""
-        blocks = disk_images.cut(self.plain, ZLIB)
-        contents = bytearray(disk_images.udif([blocks]))
+        contents = bytearray(self.zlib)
         contents[-512 + 492:-512 + 500] = (len(self.plain) // SECTOR + 9).to_bytes(8, "big")
-        image = self.image("disk.dmg", contents)
-        for arguments in (("expand", image, "out.img", "--force", "--quiet"), ("ls", image),
-                          ("label", image), ("find", image, "Read"), ("/DC", image, "out.img")):
+        image, out = self.image(contents), self.work / "out.img"
+        for arguments in (("expand", image, out, "--force", "--quiet"), ("ls", image),
+                          ("label", image), ("find", image, "Read"), ("/DC", image, out)):
             with self.subTest(arguments=arguments):
                 result = self.vellmark(*arguments)
                 self.assertEqual(SKIPPED, result.returncode)
                 self.assertIn(b"disk.dmg: Its tables leave out 9 of its", result.stderr)
-                self.assertNotIn(b"skipped", result.stderr)
-                if "out.img" in arguments:
-                    out = self.work / "out.img"
+                if out in arguments:
                     self.assertTrue(out.read_bytes() == self.plain + bytes(9 * SECTOR))
                     out.unlink()
 
     def test_file_that_may_not_grow(self):
         """Catches a program that a limit on the size of files ends, and leaves a file behind."""
-        image = self.image("disk.dmg", disk_images.udif([disk_images.cut(self.plain, ZLIB)]))
+        image = self.image(self.zlib)
         for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):
             result = subprocess.run(
                 [VELLMARK, *verb], env=environment(TMPDIR=str(self.scratch)), check=False,
@@ -152,7 +135,7 @@ class Expand(Case):
 
     def test_stopped(self):
         """Catches a temporary file or a target that a stopped program leaves behind."""
-        image = self.image("long.dmg", disk_images.endless(400))
+        image = self.image(disk_images.endless(400))
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT,
                        signal.SIGKILL):
             for verb in (("ls", image), ("expand", image, self.scratch / "out.img")):

@@ -13,10 +13,11 @@ VIEWS = {"both": "hybrid", "pc": "iso", "mac": "hfs"}
 ASSOCIATED = 0x04
 
 
-def mac_facts(entry):
-    """What a catalog tells of a file."""
-    return (entry.type + entry.creator, entry.finder_flags & 0xFF00, entry.data.read(),
-            entry.rsrc.read(), entry.modified)
+def mac_facts(image):
+    """{path: what a catalog tells of a file}."""
+    return {path: (entry.type + entry.creator, entry.finder_flags & 0xFF00, entry.data.read(),
+                   entry.rsrc.read(), entry.modified)
+            for path, entry in image.mac_files().items()}
 
 
 class Forks(Case):
@@ -50,9 +51,9 @@ class Forks(Case):
         return result
 
     def mac_expected(self, date):
-        """{path: facts} on a Macintosh volume."""
+        """{path: facts} on a Macintosh volume; `date` names that of a source."""
         return {(folder, source.mac_name):
-                (source.signature, source.flags, source.data, source.rsrc, date(source))
+                (source.signature, source.flags, source.data, source.rsrc, getattr(source, date))
                 for folder in ("both", "mac") for source in self.sources}
 
 
@@ -71,12 +72,11 @@ class InFiveKinds(Forks):
             cls.run_well("build", project, "-o", path, *rest)
             cls.images[kind] = Image(path)
 
-    def of_view(self, *views):
-        """(view, image, its name) of the images that hold a view."""
+    def of_view(self, view):
+        """(image, a place for what comes out of it) of the images that hold a view."""
         for kind, image in self.images.items():
-            for view in views:
-                if view in kind.views:
-                    yield view, image, kind.name
+            if view in kind.views:
+                yield image, self.work / f"{kind.name} {view}"
 
     def test_no_problem(self):
         """Catches a count, bit or length that the formats forbid."""
@@ -87,36 +87,29 @@ class InFiveKinds(Forks):
         """Catches a container that is taken apart, or a companion that is shown, on the PC."""
         expected = {(folder, source.pc_name): source.pc_bytes
                     for folder in ("both", "pc") for source in self.sources}
-        for _, image, name in self.of_view("joliet"):
+        for image, out in self.of_view("joliet"):
             entries = image.iso_files("joliet")
             self.assert_same_tree(expected, {path: entry.read() for path, entry
                                              in entries.items()})
             self.assertEqual({DISK_DATE}, {iso_moment(entry.date) for entry in entries.values()})
-            self.assert_same_tree(expected,
-                                  judges.xorriso(image.path, self.work / f"{name} x", "joliet")[0])
+            self.assert_same_tree(expected, judges.xorriso(image.path, out, "joliet")[0])
 
-    def test_the_macintosh_sees_both_forks(self):
+    def test_hfs_shows_both_forks(self):
         """Catches a wrong fork, type, creator, flag or date of a catalog record."""
-        for view, image, _ in self.of_view("hfs", "plus"):
-            expected = self.mac_expected(lambda source, on=view: source.local_date if on == "hfs"
-                                         else source.gmt_date)
-            found = {path: mac_facts(entry) for path, entry in image.mac_files().items()}
-            self.assert_same_tree(expected, found)
+        expected = self.mac_expected("local_date")
+        for image, out in self.of_view("hfs"):
+            self.assert_same_tree(expected, mac_facts(image))
+            self.assert_same_tree(expected, {
+                path: (file.type + file.creator, file.finder_flags & 0xFF00, file.data, file.rsrc,
+                       file.modified)
+                for path, file in judges.hfs_utils(image.path, out)[2].items()})
 
-    def test_hfsutils_sees_them_too(self):
-        """Catches what the reader above would get wrong as well."""
-        for _, image, name in self.of_view("hfs"):
-            found = judges.hfs_utils(image.path, self.work / f"{name} h")[2]
-            self.assert_same_tree(
-                self.mac_expected(lambda source: source.local_date),
-                {path: (file.type + file.creator, file.finder_flags & 0xFF00, file.data, file.rsrc,
-                        file.modified) for path, file in found.items()})
-
-    def test_seven_zip_and_the_sleuth_kit_see_them_on_hfs_plus(self):
-        """The same there: data forks, resource forks, types and creators."""
-        for _, image, name in self.of_view("plus"):
-            expected = self.mac_expected(lambda source: source.gmt_date)
-            files = judges.seven_zip(image.path, self.work / f"{name} 7", "hfs")[0]
+    def test_hfs_plus_shows_both_forks(self):
+        """The same there."""
+        expected = self.mac_expected("gmt_date")
+        for image, out in self.of_view("plus"):
+            self.assert_same_tree(expected, mac_facts(image))
+            files = judges.seven_zip(image.path, out, "hfs")[0]
             # Its versions differ in whether they write resource forks beside the files.
             self.assert_same_tree({path: facts[2] for path, facts in expected.items()},
                                   {path: data for path, data in files.items()
@@ -147,19 +140,13 @@ class InIsoPlus(Forks):
         return {entry.path[-1].removesuffix(";1"): entry for entry in self.image.iso.walk(tree)
                 if not entry.is_folder and bool(entry.flags & ASSOCIATED) == associated}
 
-    def test_strict_reader(self):
-        """Catches an extension or associated file that is not as Apple's note and ECMA-119 say."""
+    def test_forks_and_signatures(self):
+        """Catches a wrong fork, type, creator or date in either tree, and a file that is missing."""
         self.assertEqual([], self.image.problems)
         self.assertIsNone(self.image.volume)
-
-    def test_what_is_left_out_is_named(self):
-        """Catches a file that is missing in silence."""
         for source in self.skipped:
             self.assertIn(source.pc_name.encode(), self.built.stderr)
         self.assertEqual(len(self.skipped), self.built.stderr.count(b"skipped "))
-
-    def test_forks_and_signatures(self):
-        """Catches a wrong fork, type or creator in either tree."""
         for tree in ("iso", "joliet"):
             data, rsrc = self.entries(tree, False), self.entries(tree, True)
             self.assertEqual(len(self.kept), len(data))
@@ -173,14 +160,9 @@ class InIsoPlus(Forks):
                 self.assertEqual(bool(source.rsrc), name in rsrc, name)
                 if name in rsrc:
                     self.assertEqual(data[name].apple, rsrc[name].apple)
+                moment = DISK_DATE if source.coding == "plain" else source.gmt_date - MAC_EPOCH
+                self.assertEqual(moment, iso_moment(data[name].date), name)
             self.assertEqual(0, sum(entry.extent for entry in data.values() if entry.size == 0))
-
-    def test_dates(self):
-        """Catches a date of a container in local time, or with the year of its century."""
-        entries = self.entries("joliet", False)
-        for source in self.kept:
-            moment = DISK_DATE if source.coding == "plain" else source.gmt_date - MAC_EPOCH
-            self.assertEqual(moment, iso_moment(entries[source.pc_name].date), source.pc_name)
 
     def test_other_programs(self):
         """Catches forks that xorriso and isoinfo do not find."""
@@ -203,37 +185,34 @@ class Damaged(Forks):
     def test_each_is_named_and_nothing_else_is_lost(self):
         """Catches an image with lengths that no bytes stand for, and one that is not built."""
         self.project("damaged.vlpr", VIEWS)
-        cut, gone = [], []
+        expected = self.mac_expected("local_date")
+        # What is not the container any more that it was is a file of data, or left out.
+        changed = {}
         for source in self.sources:
-            place = self.work / "both" / source.pc_name
-            if source.is_container and source.content == "both":
-                place.write_bytes(place.read_bytes()[:-600])
-                cut.append(source)
-            if source.coding == "double" and source.content == "both":
+            place, path = self.work / "both" / source.pc_name, ("both", source.mac_name)
+            if source.content != "both" or not (source.is_container or source.coding == "double"):
+                continue
+            if source.coding == "double":
                 (self.work / "both" / ("._" + source.pc_name)).unlink()
-                gone.append(source)
+            else:
+                place.write_bytes(place.read_bytes()[:-600])
+            changed[path] = source
+            if source.coding in ("double", "macbinary"):
+                expected[path] = (place.read_bytes(), b"")
+            else:
+                del expected[path]
         built = self.run_well("build", "damaged.vlpr", status=SKIPPED)
         image = Image(self.work / "damaged.iso")
         self.assertEqual([], image.problems)
-        self.assertEqual(len(cut) + len(gone), built.stderr.count(b"skipped "))
-        expected = self.mac_expected(lambda source: source.local_date)
-        found = {path: mac_facts(entry) for path, entry in image.mac_files().items()}
-        for source in cut:
+        self.assertEqual(len(changed), built.stderr.count(b"skipped "))
+        found, files = mac_facts(image), image.iso_files("joliet")
+        for path, source in changed.items():
             self.assertIn(source.pc_name.encode(), built.stderr)
-            path = ("both", source.mac_name)
-            del expected[path]
-            if source.coding == "macbinary":  # which a cut one is not any more
-                place = self.work / "both" / source.pc_name
-                self.assertEqual((place.read_bytes(), b""), found.pop(path)[2:4])
-        for source in gone:
-            path = ("both", source.mac_name)
-            self.assertEqual((source.data, b""), found.pop(path)[2:4])
-            del expected[path]
+            self.assertEqual((self.work / "both" / source.pc_name).read_bytes(),
+                             files["both", source.pc_name].read())
+            if path in expected:
+                found[path] = found[path][2:4]
         self.assert_same_tree(expected, found)
-        files = image.iso_files("joliet")
-        for source in cut + gone:
-            place = self.work / "both" / source.pc_name
-            self.assertEqual(place.read_bytes(), files[("both", source.pc_name)].read())
 
 
 if __name__ == "__main__":

@@ -2,9 +2,9 @@
 
 import datetime
 import functools
-import hashlib
 import random
 import re
+import shutil
 import unittest
 from pathlib import Path
 
@@ -57,11 +57,6 @@ def iso_moment(raw):
     return int(moment.timestamp())
 
 
-def digests(contents):
-    """Contents that can be compared, whatever their order, and shown."""
-    return sorted(hashlib.sha256(content).hexdigest() for content in contents)
-
-
 class ReadBack(Case):
     """The five kinds of image of one tree, read by strict readers and by other programs."""
 
@@ -88,32 +83,38 @@ class ReadBack(Case):
                 self.assertEqual(kind.name != "iso", image.volume is not None)
 
     @on_images("joliet")
-    def test_joliet(self, view, image, _):
+    def test_joliet(self, view, image, out):
         """Catches a wrong name, date, flag or byte in the tree that a PC shows."""
-        files = image.iso_files(view)
+        entries, expected = image.iso_files(view), self.tree.expected(view)
         self.assert_same_tree(self.contents(view),
-                              {path: entry.read() for path, entry in files.items()})
+                              {path: entry.read() for path, entry in entries.items()})
         self.assertEqual(self.tree.expected_folders(view), image.iso_folders(view))
-        for path, source in self.tree.expected(view).items():
-            self.assertEqual(source.modified, iso_moment(files[path].date), path)
-            self.assertEqual(HIDDEN if source.hidden else 0, files[path].flags, path)
+        for path, source in expected.items():
+            self.assertEqual(source.modified, iso_moment(entries[path].date), path)
+            self.assertEqual(HIDDEN if source.hidden else 0, entries[path].flags, path)
+        files, dates, folders = judges.xorriso(image.path, out, view)
+        # The readers of a PC take a point at the end away.
+        shown = {path: path[:-1] + (path[-1].removesuffix("."),) for path in expected}
+        self.assert_same_tree({shown[path]: source.content for path, source in expected.items()},
+                              files)
+        self.assertEqual(self.tree.expected_folders(view), folders)
+        self.assertEqual({shown[path]: source.modified for path, source in expected.items()}, dates)
 
     @on_images("iso")
-    def test_iso_names(self, view, image, _):
-        """Catches an identifier that is no 8.3 name, and one that needlessly differs."""
-        paths = image.iso_files(view).keys() | image.iso_folders(view)
+    def test_iso(self, view, image, out):
+        """Catches an identifier that is no 8.3 name, and a file that Joliet shows elsewhere."""
+        entries = image.iso_files(view)
+        paths = entries.keys() | image.iso_folders(view)
         for path in paths:
             self.assertTrue(ISO_NAME.fullmatch(path[-1]), path)
         self.assertLessEqual({("V12", "INSIDE.TXT"), ("SIZES", "S512.BIN"), ("DATES", "ANCIENT"),
                               ("LEVEL1", "LEVEL2")}, paths)
-
-    @on_images("iso")
-    def test_iso_and_joliet_point_at_the_same(self, _, image, __):
-        """Catches a file that one tree shows and the other does not, or at another place."""
-        def places(tree):
-            return sorted((len(path), entry.extent, entry.size, entry.date, entry.flags)
-                          for path, entry in image.iso_files(tree).items())
-        self.assertEqual(places("joliet"), places("iso"))
+        self.assertEqual(*(sorted((len(path), entry.extent, entry.size, entry.date, entry.flags)
+                                  for path, entry in image.iso_files(tree).items())
+                           for tree in ("joliet", "iso")))
+        files, _, folders = judges.xorriso(image.path, out, view)
+        self.assert_same_tree({path: entry.read() for path, entry in entries.items()}, files)
+        self.assertEqual(len(self.tree.folders), len(folders))
 
     @on_images("hfs", "plus")
     def test_macintosh(self, view, image, _):
@@ -149,13 +150,10 @@ class ReadBack(Case):
             return
         pc_files, mac_files = image.iso_files("joliet"), image.mac_files()
         mac_paths = {file.path: path for path, file in self.tree.expected(view).items()}
-        shared = 0
         for path, source in self.tree.expected("joliet").items():
-            if source.content and source.path in mac_paths:
-                mac_file = mac_files[mac_paths[source.path]]
-                self.assertEqual(pc_files[path].extent * BLOCK, image.mac_place(mac_file), path)
-                shared += 1
-        self.assertGreater(shared, 400)
+            if source.content:
+                self.assertEqual(pc_files[path].extent * BLOCK,
+                                 image.mac_place(mac_files[mac_paths[source.path]]), path)
 
     @on_images("hfs", "plus")
     def test_time_of_the_build(self, view, image, _):
@@ -164,31 +162,6 @@ class ReadBack(Case):
             self.assertEqual(BUILD_TIME + 3600 + MAC_EPOCH, image.volume.mdb.drCrDate)
         else:
             self.assertEqual(BUILD_TIME + MAC_EPOCH, image.volume.header.modifyDate)
-
-    def joliet_contents(self):
-        """The readers of a PC take a point at the end away."""
-        return {path[:-1] + (path[-1].removesuffix("."),): content
-                for path, content in self.contents("joliet").items()}
-
-    @on_images("joliet")
-    def test_joliet_by_xorriso(self, view, image, out):
-        """Catches a tree that another program reads otherwise: names, dates, bytes, folders."""
-        files, dates, folders = judges.xorriso(image.path, out, view)
-        self.assert_same_tree(self.joliet_contents(), files)
-        self.assertEqual(self.tree.expected_folders(view), folders)
-        for path, source in self.tree.expected(view).items():
-            if not path[-1].endswith("."):
-                self.assertEqual(source.modified, dates[path], path)
-
-    @on_images("iso")
-    def test_iso_by_xorriso(self, view, image, out):
-        """Catches an ISO tree without a file, or with one in another folder than Joliet's."""
-        files, _, folders = judges.xorriso(image.path, out, view)
-        self.assertEqual(digests(file.content for file in self.tree.files),
-                         digests(files.values()))
-        self.assertEqual(sorted(len(file.path) for file in self.tree.files),
-                         sorted(map(len, files)))
-        self.assertEqual(len(self.tree.folders), len(folders))
 
     @on_images("iso", "joliet")
     def test_isoinfo(self, view, image, _):
@@ -215,7 +188,7 @@ class ReadBack(Case):
         for path, source in sources.items():
             got = found[path]
             self.assertEqual((*type_of(source), 0, source.mac_local, INVISIBLE if source.hidden else 0),
-                             (got.type, got.creator, got.rsrc_size, got.modified,
+                             (got.type, got.creator, len(got.rsrc), got.modified,
                               got.finder_flags), path)
 
     @on_images("plus")
@@ -254,6 +227,22 @@ class ReadBack(Case):
         paths = sorted(path for path in sources if path[0] != "many") + chosen.sample(many, count)
         chosen.shuffle(paths)
         return paths
+
+    def test_a_copy_of_the_tree_made_in_another_order(self):
+        """Catches the clock, an order that comes from the disk, and a path of the PC."""
+        other = self.work / "another place"
+        other.mkdir()
+        for folder in self.tree.folders:
+            other.joinpath(*folder).mkdir()
+        for file in reversed(self.tree.files):
+            shutil.copy2(self.tree.root.joinpath(*file.path), other.joinpath(*file.path))
+        # The dates of folders are in the image too.
+        for folder in reversed(self.tree.folders):
+            shutil.copystat(self.tree.root.joinpath(*folder), other.joinpath(*folder))
+        for kind, image in self.images.items():
+            again = self.make(other, self.work / "again.img", "--label", "Harbour", "--force",
+                              *kind.options)
+            self.assertTrue(again.read_bytes() == image.bytes[:], kind.name)
 
 
 if __name__ == "__main__":
