@@ -32,20 +32,13 @@ def decomposed(name):
                    for letter in name)
 
 
-@dataclass
 class Name:
     """How a name of the PC appears in each view."""
 
-    source: str
-    joliet: str
-    hfs: str
-    plus: str
-
     def __init__(self, source, joliet="", hfs="", plus=""):
         self.source = source
-        self.joliet = source if joliet == "" else joliet
-        self.hfs = source if hfs == "" else hfs
-        self.plus = plus if plus != "" else decomposed(source)
+        self.joliet, self.hfs = joliet or source, hfs or source
+        self.plus = plus or decomposed(source)
 
 
 def _long_names():
@@ -104,26 +97,20 @@ ODD_NAMES = [
 
 @dataclass
 class SourceFile:
-    """One file on the PC."""
+    """One file on the PC; `mac_gmt` and `mac_local` are its dates on HFS Plus and HFS."""
 
     path: tuple
     content: bytes
     modified: int
 
-    @property
-    def hidden(self):
-        """Whether the PC hides it."""
-        return self.path[-1].startswith(".")
+    hidden = property(lambda self: self.path[-1].startswith("."))
+    mac_gmt = property(lambda self: _mac_date(self.modified))
+    mac_local = property(lambda self: _mac_date(self.modified + local_offset(self.modified)))
 
-    @property
-    def mac_gmt(self):
-        """Its date on HFS Plus: the nearest that the format can hold; 0 would be none."""
-        return min(max(self.modified + MAC_EPOCH, 1), MAC_LAST)
 
-    @property
-    def mac_local(self):
-        """Its date on HFS."""
-        return min(max(self.modified + local_offset(self.modified) + MAC_EPOCH, 1), MAC_LAST)
+def _mac_date(moment):
+    """The nearest date that the formats can hold; 0 would be none."""
+    return min(max(moment + MAC_EPOCH, 1), MAC_LAST)
 
 
 class SourceTree:
@@ -136,15 +123,30 @@ class SourceTree:
         self.folders = []
         self.names = {}             # path on the PC: Name
         root.mkdir()
-        self._odd()
-        self._sizes()
-        self._dates()
-        self._deep()
-        self._many()
-        self._settle()
-
-    def _settle(self):
-        """What the disk made of the dates is what counts; some cannot hold them all."""
+        for folder, table in (("odd names", ODD_NAMES), ("long", _long_names())):
+            self._folder(folder)
+            for name in table:
+                self._file(folder, name.source, size=self.random.randrange(50, 5000), name=name)
+        for folder, name in (("Ordner für Bücher", "Müßiggang.txt"), ("v1.2", "INSIDE.TXT")):
+            self._folder(folder)
+            self._file(folder, name)
+        self._folder("empty folder")
+        self._folder("sizes")
+        for size in (0, 1, 511, 512, 513, 2047, 2048, 2049, 4096, 65535, 65536, 1_000_001,
+                     2_200_000, 5_300_000):
+            self._file("sizes", f"s{size}.bin", size=size)
+        self._folder("dates")
+        for name, modified in DATES.items():
+            self._file("dates", name, modified=modified)
+        path = ()
+        for level in range(1, 11):
+            path += (f"level{level}",)
+            self._folder(*path)
+            self._file(*path, f"at {level}.txt")
+        self._folder("many")
+        for index in range(MANY):
+            self._file("many", f"{index:04d} picture.jpeg", size=32 + index % 90)
+        # What the disk made of the dates is what counts; some cannot hold them all.
         for file in self.files:
             file.modified = int(os.stat(self.root.joinpath(*file.path)).st_mtime)
 
@@ -162,54 +164,13 @@ class SourceTree:
         if name:
             self.names[path] = name
 
-    def _odd(self):
-        for folder, table in (("odd names", ODD_NAMES), ("long", _long_names())):
-            self._folder(folder)
-            for name in table:
-                self._file(folder, name.source, size=self.random.randrange(50, 5000), name=name)
-        self._folder("Ordner für Bücher")
-        self._file("Ordner für Bücher", "Müßiggang.txt")
-        self._folder("empty folder")
-        self._folder("v1.2")
-        self._file("v1.2", "INSIDE.TXT")
-
-    def _sizes(self):
-        self._folder("sizes")
-        for size in (0, 1, 511, 512, 513, 2047, 2048, 2049, 4096, 65535, 65536, 1_000_001,
-                     2_200_000, 5_300_000):
-            self._file("sizes", f"s{size}.bin", size=size)
-
-    def _dates(self):
-        self._folder("dates")
-        for name, modified in DATES.items():
-            self._file("dates", name, modified=modified)
-
-    def _deep(self):
-        path = ()
-        for level in range(1, 11):
-            path += (f"level{level}",)
-            self._folder(*path)
-            self._file(*path, f"at {level}.txt")
-
-    def _many(self):
-        self._folder("many")
-        for index in range(MANY):
-            self._file("many", f"{index:04d} picture.jpeg", size=32 + index % 90)
-
-    def view_path(self, file, view):
-        """The path of a file in 'joliet', 'hfs' or 'plus'."""
-        convert = decomposed if view == "plus" else str
-        path = tuple(convert(part) for part in file.path)
-        if file.path in self.names:
-            last = getattr(self.names[file.path], view)
-            return path[:-1] + (last,)
-        return path
-
     def expected(self, view):
-        """{path in the view: SourceFile}."""
+        """{path in 'joliet', 'hfs' or 'plus': SourceFile}."""
         found = {}
         for file in self.files:
-            path = self.view_path(file, view)
+            path = tuple(map(decomposed if view == "plus" else str, file.path))
+            if file.path in self.names:
+                path = path[:-1] + (getattr(self.names[file.path], view),)
             assert path not in found
             found[path] = file
         return found
