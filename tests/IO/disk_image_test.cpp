@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <random>
 
 #include "IO/disk_image.hpp"
-#include "IO/disk_image_codecs.hpp"
 #include "IO/disk_image_list.hpp"
 #include "IO/disk_image_maker.hpp"
 #include "IO/disk_image_tables.hpp"
@@ -74,31 +72,21 @@ TEST(ExpandImage, EveryKindOfBlockInSeveralTablesWithAnyNumberOfThreads) {
 TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
     const MadeBlock good = BlockOf(kZlibBlock, Sectors(4, 1));
     const MadeBlock next = BlockOf(kLzmaBlock, Sectors(4, 2));
-    const auto cut = [&](std::uint32_t type) {
+    const auto cut = [](std::uint32_t type) {
         MadeBlock block = BlockOf(type, Sectors(4, 2));
         block.stored.resize(block.stored.size() / 2 - 1);
         return block;
     };
-    const auto damaged = [&](std::uint32_t type) {
-        MadeBlock block = BlockOf(type, Sectors(4, 2));
-        std::fill_n(block.stored.begin(), 4, 0xFF);
-        return block;
-    };
-    const auto sized = [&](std::uint32_t type, std::uint64_t sectors) {
-        MadeBlock block = BlockOf(type, Sectors(4, 2));
-        block.sectors = sectors;
-        return block;
+    const auto damaged = [](std::uint32_t type) { return MadeBlock{type, 4, Bytes(40, 0xFF)}; };
+    const auto sized = [](std::uint32_t type, std::uint64_t sectors) {
+        return MadeBlock{type, sectors, Stored(type, Sectors(4, 2))};
     };
     const auto placed = [](MadeBlock block, std::uint64_t position) {
         block.position = position;
         return block;
     };
-    const auto stored = [&](std::optional<std::uint64_t> offset,
-                            std::optional<std::uint64_t> size) {
-        MadeBlock block = good;
-        block.offset = offset;
-        block.length = size;
-        return block;
+    const auto stored = [&](auto offset, auto size) {
+        return MadeBlock{kZlibBlock, 4, good.stored, {}, offset, size};
     };
     constexpr std::uint64_t kUnsized = 0;
     const struct {
@@ -125,8 +113,9 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         {1, "cut short", {{cut(kLzmaBlock)}}},
         {1, "(Apple Data Compression): its compressed data is cut", {{cut(kAdcBlock)}}},
         {1, "expands to more", {{sized(kAdcBlock, 3)}}},
-        {1, "block 1 of table 1 (zlib): its data lies outside", {{stored(~0ULL - 9, {})}}},
-        {1, "its data lies outside", {{stored({}, 1ULL << 32)}}},
+        {1, "is damaged", {{{kAdcBlock, 1, {0x80, 'a', 0x00, 0x01}}}}},  // from before the block
+        {1, "block 1 of table 1 (zlib): its data lies outside", {{stored(~0ULL - 9, 9)}}},
+        {1, "its data lies outside", {{stored(0, 1ULL << 32)}}},
         {1, "(raw): its data lies outside", {{sized(kRawBlock, 1 << 20)}}},
         {4096, "", {{placed(next, 4), placed(good, 0)}}},
         {1, "goes beyond the 4 sectors", {{placed(next, ~0ULL - 1)}}},
@@ -246,35 +235,6 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
-TEST(ExpandAdc, FollowsThePublishedCodes) {
-    const struct {
-        Bytes stored;
-        std::string_view filled, pattern;
-        BlockEnd end = BlockEnd::Done;
-    } cases[] = {
-        {{0x82, 'a', 'b', 'c'}, "abc", "abc"},
-        // A short match: 3 to 18 bytes, a distance of 1 to 1024.
-        {{0x82, 'a', 'b', 'c', 0x00, 0x02}, "abcabc", "abcabc"},
-        // A long one: 4 to 67 bytes, a distance of 1 to 65536.
-        {{0x83, 'a', 'b', 'c', 'd', 0x40, 0x00, 0x03}, "abcdabcd", "abcdabcd"},
-        // A distance of 2 and a length of 6.
-        {{0x81, 'a', 'b', 0x0C, 0x01}, "abaaaaaa", "abababab"},
-        {{0x80, 'a', 0x42, 0x00, 0x00}, "aaaaaaa", "aaaaaaa"},
-        {{0x80, 'a', 0x00, 0x01}, "a", "a", BlockEnd::Damaged},  // from before the block
-        {{0x80, 'a', 0x40, 0x00}, "a", "a", BlockEnd::Cut},
-        {{0x80, 'a', 0x18, 0x00}, "a", "a", BlockEnd::TooLong},
-    };
-    for (const auto& c : cases)
-        for (const AdcMatch match : {AdcMatch::Fill, AdcMatch::Pattern}) {
-            Bytes plain(8);
-            const AdcResult result = ExpandAdc(c.stored, plain, match);
-            plain.resize(result.length);
-            EXPECT_EQ(result.end, c.end) << c.filled;
-            EXPECT_EQ(plain, BytesOf(match == AdcMatch::Fill ? c.filled : c.pattern));
-            EXPECT_EQ(result.isAmbiguous, c.filled != c.pattern) << c.filled;
-        }
-}
-
 TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
     std::vector<std::pair<std::string, std::string>> cases = {
         {"<data>\n\tQUJD\r\n\tRE  VG\n</data>", "ABCDEF"},
@@ -297,20 +257,7 @@ TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
     }
 }
 
-TEST(SectorRuns, TakeEachSectorOnceAndNotTooManyRuns) {
-    std::mt19937 random(1904);
-    for (int turn = 0; turn < 50; ++turn) {
-        SectorRuns runs;
-        std::string taken(64, '.');
-        for (int i = 0; i < 60; ++i) {
-            const std::size_t first = random() % 60;
-            const std::size_t count = random() % 5;
-            const bool isFree = taken.substr(first, count) == std::string(count, '.');
-            EXPECT_EQ(runs.add(first, count).isNone(), isFree) << turn << ": " << first;
-            if (isFree)
-                std::fill_n(taken.begin() + static_cast<std::ptrdiff_t>(first), count, '#');
-        }
-    }
+TEST(SectorRuns, AreNotTooMany) {
     SectorRuns scattered;
     for (std::uint64_t i = 0; i < 65536; ++i)
         ASSERT_FALSE(scattered.add(2 * i, 1));

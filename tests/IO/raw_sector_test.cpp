@@ -6,7 +6,6 @@
 #include <array>
 
 #include "IO/io_bench.hpp"
-#include "IO/raw_image.hpp"
 
 namespace vellmark {
 namespace {
@@ -79,39 +78,6 @@ TEST(RawSector, HeadersCountFromTwoSecondsOn) {
     for (int byte = 0; byte < 256; ++byte)
         EXPECT_EQ(FromBcd(static_cast<std::uint8_t>(byte)),
                   byte % 16 < 10 && byte / 16 < 10 ? byte / 16 * 10 + byte % 16 : -1);
-}
-
-TEST(DiscForm, IsFoundByTheMarkOfTheDescriptor) {
-    for (const auto& [mark, form] : {std::pair{32'769, std::optional(DiscForm{2048, 0})},
-                                     {37'320, DiscForm{2352, 24}},
-                                     {37'321, DiscForm{2352, 24}},
-                                     {37'649, DiscForm{2352, 16}},
-                                     {37'657, DiscForm{2352, 24}},
-                                     {37'650, std::nullopt}}) {
-        Bytes bytes;
-        PutText(bytes, static_cast<std::size_t>(mark), "CD001");
-        MemoryBytes image(bytes);
-        EXPECT_EQ(FindDiscForm(image), form) << mark;
-        bytes.pop_back();
-        MemoryBytes cut(bytes);
-        EXPECT_EQ(FindDiscForm(cut), std::nullopt) << mark;
-    }
-}
-
-// Reads across the borders of sectors, and ends with the last whole one.
-TEST(RawDataSource, IsTheDataOfAllSectors) {
-    const Bytes raw = Pattern(3 * kRawSectorBytes + 100);
-    Bytes data;
-    for (std::size_t at = 24; at < 3 * kRawSectorBytes; at += kRawSectorBytes)
-        data = data + Slice(raw, at, at + 2048);
-    MemoryBytes image(raw);
-    RawDataSource source(image, {2352, 24});
-    ASSERT_EQ(source.size(), data.size());
-    for (const std::size_t from : {0u, 2000u, 2048u, 5000u, 6143u, 6144u, 9000u}) {
-        Bytes got(5000);
-        got.resize(source.readAt(from, got));
-        EXPECT_EQ(got, Slice(data, from, from + 5000)) << from;
-    }
 }
 
 }  // namespace

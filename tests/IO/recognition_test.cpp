@@ -164,15 +164,16 @@ TEST_F(Recognition, TheMapIsReadAsFarAsItSaysWhateverTheBlocks) {
 }
 
 TEST(FirstGptPartition, FollowsTheFirstEntryWhateverItsType) {
-    const auto first = [](const std::string& words) {
-        MemoryBytes image(DiskOf(80, words + " e 1024 foreign 21474836514 99 n"));
-        return FirstGptPartition(image);
-    };
-    ASSERT_TRUE(first("b 0 238 1 79 g 2 128 128"));
-    EXPECT_EQ(first("b 0 238 1 79 g 2 128 128")->startSector, 0x22u) << "the low 32 bits";
-    EXPECT_FALSE(first("b 0 238 1 79 g 18446744073709551615 128 128"));
-    EXPECT_FALSE(first("b 0 238 4294967295 1 g 2 128 128"));
-    EXPECT_FALSE(first("b 0 175 1 1 g 2 128 128"));
+    const std::string entry = " e 1024 foreign 21474836514 99 n";
+    for (const auto& [words, isFound] : {std::pair{"b 0 238 1 79 g 2 128 128", true},
+                                         {"b 0 238 1 79 g 18446744073709551615 128 128", false},
+                                         {"b 0 238 4294967295 1 g 2 128 128", false},
+                                         {"b 0 175 1 1 g 2 128 128", false}}) {
+        MemoryBytes image(DiskOf(80, words + entry));
+        const auto first = FirstGptPartition(image);
+        // The low 32 bits.
+        EXPECT_EQ(first ? first->startSector : 0, isFound ? 0x22u : 0u) << words;
+    }
 }
 
 TEST(ClassifyImage, LooksAtTheStartAndAtTheTrailer) {
