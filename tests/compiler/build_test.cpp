@@ -214,32 +214,28 @@ TEST_F(BuildTest, ACatalogThatDoesNotFitIsLaidOutWithMoreRoom) {
 
 TEST(ImageWriterTest, FilesGoToTheirPlacesAroundTheBuffersEnd) {
     // Sizes that make files end just before, at and behind the end of the 2 MiB buffer, and gaps
-    // that end behind it.
-    const TemporaryFolder folder;
-    const std::string target = folder.path() + "/image";
-    // From an empty buffer on, blocks of 6144 bytes leave 2048 of it, and 5 of those are full.
+    // that end behind it. From an empty buffer on, blocks of 6144 bytes leave 2048 of it.
     const std::uint32_t sizes[] = {1,         2047, 2048,      2049, 2'000'000, 90'000, 1'900'000,
                                    2'097'152, 7,    5'000'000, 3,    2'088'960, 5,      9};
+    const TemporaryFolder folder;
+    const std::string path = folder.path() + "/source";
     for (const std::uint32_t blockSize : {2048u, 6144u}) {
-        PcFile image(target, PcFile::Mode::CreateTruncate);
+        PcFile image(folder.path() + "/image", PcFile::Mode::CreateTruncate);
         Progress progress;
         ImageWriter writer(image, progress);
-        std::string expected(4096, '\0');
-        std::uint64_t place = 4096;
-        for (std::size_t i = 0; i < std::size(sizes); ++i) {
-            const std::string path = folder.path() + "/" + std::to_string(i);
-            const std::string content(sizes[i], static_cast<char>('a' + i));
+        std::string expected;
+        for (const std::uint32_t size : sizes) {
+            const std::size_t place = (expected.size() / blockSize + 1) * blockSize;
+            const std::string content(size, static_cast<char>('a' + size % 26));
             Write(path, content);
             PcFile source(path, PcFile::Mode::Read);
-            ASSERT_EQ(writer.copyFile(source, path, place, sizes[i]), CopyResult::Done);
+            ASSERT_EQ(writer.copyFile(source, path, place, size), CopyResult::Done);
             expected.resize(place);
             expected += content;
-            EXPECT_EQ(writer.copyFile(source, path, place + sizes[i] - 1, 1),
-                      CopyResult::PlaceTaken);
-            place += (sizes[i] + blockSize - 1) / blockSize * blockSize;
+            EXPECT_EQ(writer.copyFile(source, path, place + size - 1, 1), CopyResult::PlaceTaken);
         }
         ASSERT_EQ(writer.finish(), CopyResult::Done);
-        EXPECT_TRUE(Bytes(target) == expected) << blockSize;
+        EXPECT_TRUE(Bytes(folder.path() + "/image") == expected) << blockSize;
     }
 }
 

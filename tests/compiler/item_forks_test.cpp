@@ -148,13 +148,11 @@ TEST_F(ItemForks, AContainerThatShrinksOrAStopWhileItIsReadEndsTheBuild) {
     write("file", BinHexText());
     ProjectFile text = projectOf(ForkCoding::BinHex);
     progress_.stop = true;
-    EXPECT_EQ(build(text).result, CompileResult::Aborted);
+    expectFailure(text, CompileResult::Aborted, "aborted");
     progress_.stop = false;
     write("file", kBox);
     ProjectFile made = projectOf(ForkCoding::MacBinary);
-    progress_.onFile = [&](std::string_view) {
-        std::filesystem::resize_file(tree() + "/file", 300);
-    };
+    progress_.onFile = [&](auto) { std::filesystem::resize_file(tree() + "/file", 300); };
     expectFailure(made, CompileResult::CopyFailed, "/file");
 }
 

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <set>
-#include <sstream>
 
 #include "containers/codec_bench.hpp"
 #include "project/project_bench.hpp"
@@ -24,45 +23,25 @@ using test::Item;
 using test::Zeros;
 
 // Files of the formats of Macintosh files, whole and damaged.
-std::string FileOf(const std::string& what) {
+std::string ForksOf(const std::string& what) {
     using test::AppleFile;
     const std::string finder = "TYPEcrea\x44\x10" + Zeros(22);  // invisible, icon, no extension
-    const std::string icon = test::MacBinaryFile({"Icon\r", "ICNSMACS", 5});
     const testing::Bytes hqx = testing::BinHexOf(
         {"Te\x8Et", "TYPEcrea", 0x4400, testing::Pattern(70), testing::Pattern(30)});
     const std::map<std::string, std::string> files = {
         {"double", AppleFile(test::kAppleDouble, {{9, finder}, {3, "a name"}, {2, "resource"}})},
         {"blank", AppleFile(test::kAppleDouble, {{9, Zeros(32)}})},
         {"single", AppleFile(test::kAppleSingle, {{1, "data"}, {2, "resource"}, {9, finder}})},
-        {"box", test::MacBinaryFile({"Na:\x8Es", "TYPEcrea", 5, 3})},
-        {"long", test::MacBinaryFile({std::string(40, 'n'), "TYPEcrea", 5, 3})},
         {"hqx", {hqx.begin(), hqx.end()}},
-        {"icon", icon},
-        {"cut", icon.substr(0, 132)},
+        {"cut", test::FileOf("Icon/ICNSMACS/5/0").substr(0, 132)},
         {"quote", "(This file must be converted with BinHex 4.0) :said the manual"},
-        {"lie", test::Big(test::kAppleSingle) + test::Big(0x20000) + Zeros(17) + "\1" +
-                    test::Big(1) + test::Big(38) + test::Big(4096)},
+        {"lie", AppleFile(test::kAppleSingle, {{1, Zeros(4096)}}).substr(0, 38)},
         {"short", test::Big(test::kAppleDouble)}};
-    return files.at(what);
+    return files.contains(what) ? files.at(what) : test::FileOf(what);
 }
 
 class InclusionTest : public ::testing::Test {
   protected:
-    // A word for each: `FOLDER/`, `FILE`, `FILE=text`, `FILE=@format`, `LINK->target`.
-    void plant(const std::string& tree) const {
-        std::istringstream in(tree);
-        for (std::string word; in >> word;) {
-            const std::size_t equals = word.find('=');
-            const std::size_t arrow = word.find("->");
-            const std::string path = base_ + word.substr(0, std::min(equals, arrow));
-            const std::string text = equals == word.npos ? "x" : word.substr(equals + 1);
-            fs::create_directories(fs::path(path).parent_path());
-            if (arrow != word.npos)
-                fs::create_symlink(word.substr(arrow + 2), path);
-            else if (!path.ends_with('/'))
-                test::Write(path, text[0] == '@' ? FileOf(text.substr(1)) : text);
-        }
-    }
     InclusionResult include(const std::string& path, std::int32_t parent = kRootFolder) {
         return Include(project_, base_ + path, parent, options_, messages_, progress_);
     }
@@ -123,24 +102,28 @@ TEST_F(InclusionTest, ATreeBecomesItems) {
          "0/4 -cut -pair -quote -single; cut IH 132/0; pair IHD 4/0; quote IH 62/0; "
          "single IHS 38/0",
          ProjectView::Hybrid, Remembered::NoToAll},
-        {"single=@single both=@single ._both=@blank box=@box text=@hqx none=12345 ._none=text", "*",
+        {"single=@single both=@single ._both=@blank box=@Na:\x8Es/TYPEcrea/5/3 text=@hqx "
+         "none=12345 ._none=text",
+         "*",
          "0/5; both IHkDSmx 4/8 TYPEcrea; box|box|Na_és IHM 5/3 TYPEcrea; none IH 5/0; "
          "single IHkSmx 4/8 TYPEcrea; text|text|Teét IHBm 70/30 TYPEcrea"},
-        {"box=@box single=@single", "*",
+        {"box=@Na:\x8Es/TYPEcrea/5/3 single=@single", "*",
          "0/2; box|box|Na_és HM 5/3 TYPEcrea; single HkSmx 4/8 TYPEcrea", ProjectView::Hybrid,
          Remembered::NoToAll},
-        {"long=@long", "*", "0/1; long|long|nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn IHM 5/3 TYPEcrea"},
-        {"sub/Icon.bin=@icon Icon.bin=@icon Other.bin=@icon", "*",
+        {"long=@nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn/TYPEcrea/5/3", "*",
+         "0/1; long|long|nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn IHM 5/3 TYPEcrea"},
+        {"sub/Icon.bin=@Icon/ICNSMACS/5/0 Icon.bin=@Icon/ICNSMACS/5/0 Other.bin=@Icon/ICNSMACS/5/0",
+         "*",
          "1/3 icon; Icon.bin|Icon.bin|.VolumeIcon.icns HLM 5/0 ICNSMACS; "
          "Other.bin|Other.bin|Icon\r IHM 5/0 ICNSMACS; sub IHk 0/1; "
          "sub/Icon.bin|Icon.bin|Icon\r IHM 5/0 ICNSMACS"},
-        {".VolumeIcon.icns Icon.bin=@icon", "*",
+        {".VolumeIcon.icns Icon.bin=@Icon/ICNSMACS/5/0", "*",
          "0/2; .VolumeIcon.icns IHpm 1/0; Icon.bin|Icon.bin|Icon\r IHM 5/0 ICNSMACS"},
     };
     for (const auto& row : rows) {
         for (const auto& entry : fs::directory_iterator(base_))
             fs::remove_all(entry);
-        plant(row.tree);
+        test::Plant(base_, row.tree, ForksOf);
         project_ = EmptyProject();
         messages_.skipped.clear();
         options_.view = row.view;
@@ -160,7 +143,7 @@ TEST_F(InclusionTest, ATreeBecomesItems) {
 }
 
 TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
-    plant("tree/b.txt=12345");
+    test::Plant(base_, "tree/b.txt=12345", ForksOf);
     const timespec times[] = {{1'000'000'000, 0}, {1'000'000'000, 0}};  // 2001-09-09 01:46:40 GMT
     ASSERT_EQ(::utimensat(AT_FDCWD, (base_ + "tree/b.txt").c_str(), times, 0), 0);
     options_.signatureOf = [](std::string_view name) { return std::string(name) + "ABC"; };
@@ -172,7 +155,7 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     EXPECT_EQ(file.sourceSize, 5u);
     EXPECT_EQ(file.modified, 3'082'844'800u + 7200) << "local time";
     EXPECT_EQ(file.signature(), "b.txtABC");
-    plant("box=@box");
+    test::Plant(base_, "box=@Na:\x8Es/TYPEcrea/5/3", ForksOf);
     EXPECT_EQ(include("box").files, 1);
     EXPECT_EQ(project_.findByNumber(-2)->created, 2'900'000'000u);
 
@@ -185,7 +168,7 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
         EXPECT_EQ(include("box").files, 1);
         return listed();
     };
-    plant("box=12345");
+    test::Plant(base_, "box=12345", ForksOf);
     if (!stream("user.AFP_AfpInfo", info + "TEXTLMAN" + Zeros(36)))
         GTEST_SKIP() << "the file system keeps no attributes of users";
     EXPECT_EQ(included(), "; box IH 5/0 boxABC") << "it never was on a Macintosh";
@@ -193,44 +176,36 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     EXPECT_EQ(included(), "; box IHu 5/8 boxABC") << "a fork is not lost";
     ASSERT_TRUE(stream("user.AFP_AfpInfo", info + "TYPEcrea" + Zeros(36)));
     EXPECT_EQ(included(), "; box IHu 5/8 TYPEcrea");
-    plant("._box=@double");
+    test::Plant(base_, "._box=@double", ForksOf);
     EXPECT_EQ(included(), "; box IHkDmx 5/8 TYPEcrea") << "a companion comes first";
 }
 
+// The view, what is named, and what comes of it: files and items left out, or what is told.
 TEST_F(InclusionTest, TheTestForConflictsLooksAtPathNameAndView) {
-    plant("tree/File other/fILE void/");
-    using enum InclusionStatus;
+    test::Plant(base_, "tree/File other/fILE void/", ForksOf);
     using enum ProjectView;
-    const struct {
-        ProjectView view;
-        const char* path;
-        InclusionStatus status;
-        std::int64_t files;
-        std::int64_t skipped;
-        const char* told;
-    } steps[] = {
-        {Iso, "tree/File", Done, 1, 0, ""},
-        {Iso, "tree/File", Conflict, 0, 0, "already exists in the same folder"},
-        {Iso, "other/fILE", Conflict, 0, 0, "only be included in different views"},
-        {Hybrid, "other/fILE", Conflict, 0, 0, "only be included in different views"},
-        {Hybrid, "other/*", Done, 0, 1, ""},  // inside a folder it is named
-        {Hybrid, "tree/*", Done, 0, 0, ""},
-        {Hfs, "other/fILE", Done, 1, 0, ""},
-        {Hfs, "tree/*.none", NotFound, 0, 0, "/tree/*.none"},
-        {Hfs, "absent", NotFound, 0, 0, "/absent"},
-        {Hfs, "void/*", Done, 0, 0, ""},
-    };
-    for (const auto& step : steps) {
-        SCOPED_TRACE(step.path);
-        messages_.shown.assign(1, "");
-        options_.view = step.view;
-        const InclusionResult result = include(step.path);
-        EXPECT_EQ(result.status, step.status);
-        EXPECT_EQ(result.files, step.files);
-        EXPECT_EQ(result.skipped, step.skipped);
-        EXPECT_NE(messages_.shown.back().find(step.told), std::string::npos);
+    const std::tuple<ProjectView, const char*, const char*> steps[] = {
+        {Iso, "tree/File", "1 -0"},
+        {Iso, "tree/File", "already exists in the same folder"},
+        {Iso, "other/fILE", "only be included in different views"},
+        {Hybrid, "other/fILE", "only be included in different views"},
+        {Hybrid, "other/*", "0 -1"},  // inside a folder it is named
+        {Hybrid, "tree/*", "0 -0"},
+        {Hfs, "other/fILE", "1 -0"},
+        {Hfs, "tree/*.none", "/tree/*.none"},
+        {Hfs, "absent", "/absent"},
+        {Hfs, "void/*", "0 -0"}};
+    for (const auto& [view, path, expected] : steps) {
+        messages_.shown.clear();
+        options_.view = view;
+        const InclusionResult result = include(path);
+        EXPECT_EQ(result.status == InclusionStatus::Done, messages_.shown.empty());
+        const std::string told = messages_.shown.empty()
+                                     ? fmt::format("{} -{}", result.files, result.skipped)
+                                     : messages_.shown[0];
+        EXPECT_NE(told.find(expected), std::string::npos) << told;
     }
-    EXPECT_EQ(include("tree", 99).status, NoSuchFolder);
+    EXPECT_EQ(include("tree", 99).status, InclusionStatus::NoSuchFolder);
     messages_.shown.clear();
     project_ = EmptyProject(false, ProjectMode::IsoPlus);
     EXPECT_EQ(include("tree/File").files, 1);
@@ -242,18 +217,12 @@ TEST_F(InclusionTest, TheTestForConflictsLooksAtPathNameAndView) {
 
 TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength) {
     const std::string head(70, 'n');
-    const std::string names[] = {"été €.txt",
-                                 "日本.text",
-                                 "e\u0301",
-                                 "bad\xFF\xC3",
-                                 "what?",
-                                 "\u03A9",
-                                 head + "1.txt",
-                                 head + "2.txt",
-                                 std::string(243, 'm'),
-                                 std::string(27, 'n') + ".txt"};
+    const std::string fits = std::string(27, 'n') + ".txt";
     std::set<std::string> expected;
-    for (const std::string& name : names)
+    for (const std::string& name :
+         {std::string("été €.txt"), std::string("日本.text"), std::string("e\u0301"),
+          std::string("bad\xFF\xC3"), std::string("what?"), head + "1.txt", head + "2.txt",
+          std::string(243, 'm'), fits})
         test::Write(*expected.insert(base_ + name).first);
     test::Write(base_ + std::string(244, 'm'));
     std::string deep = base_;
@@ -263,21 +232,17 @@ TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength)
     EXPECT_EQ(include("*").skipped, 2);
     EXPECT_EQ(skipped(), (std::multiset<std::string>{"lost", std::string(244, 'm')}));
     PcPathResolver resolver;
-    std::set<std::string> found;
     std::set<std::string> taken;
-    project_.forEachRecord([&](const ProjectRecord& record) {
-        found.insert(resolver.resolve(record.accessPath(), record.sourceName()));
-        EXPECT_LE(record.isoName().size(), 62u);
-        EXPECT_LE(record.hfsName().size(), 31u);
-    });
     for (const auto& [name, record] : ByName(project_, 1)) {
+        expected.erase(resolver.resolve(record.accessPath(), record.sourceName()));
         EXPECT_TRUE(taken.emplace("I" + std::string(record.isoName())).second) << name;
         EXPECT_TRUE(taken.emplace("H" + std::string(record.hfsName())).second) << name;
+        EXPECT_LE(record.isoName().size(), 62u);
+        EXPECT_LE(record.hfsName().size(), 31u);
     }
-    EXPECT_TRUE(std::includes(found.begin(), found.end(), expected.begin(), expected.end()));
+    EXPECT_EQ(expected, std::set<std::string>{});
     EXPECT_EQ(ByName(project_, 1).at("\xE9").hfsName(), "\x8E") << "joined";
-    EXPECT_TRUE(taken.contains("H" + std::string(27, 'n') + ".txt"))
-        << "a name that fits is not taken by one that was cut";
+    EXPECT_TRUE(taken.contains("H" + fits)) << "it is not taken by one that was cut";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
-// Properties of items and projects, counts, and what the views show.
+// Properties of items and projects, counts, what the views show, and where items come from.
 #include "project/item_properties.hpp"
 
+#include "project/access_path.hpp"
 #include "project/project_bench.hpp"
 #include "project/project_properties.hpp"
 #include "support/sentences.hpp"
@@ -10,6 +11,8 @@ namespace {
 
 using test::EmptyProject;
 using test::Item;
+using test::ScriptedMessages;
+using test::Write;
 
 std::string Words(const Reason& reason) {
     return reason.words(Language::English);
@@ -78,45 +81,41 @@ TEST(ItemProperties, TheViewsShowTheirOwnPicturesFoldersAndCounts) {
                             {-1, -1, 4}, {1, -1, 0}, {-1, 0, 5}, {0, -1, 6}};
     for (const auto& [iso, hfs, icon] : icons)
         EXPECT_EQ(static_cast<int>(IconOf(Item(1, -1, "x", iso, hfs))), icon);
-
     ProjectFile project = EmptyProject();
     project.insert(Item(1, 18, "Iso", 1, 0));
     project.insert(Item(18, 19, "Deep", 1, 0));
-    project.insert(Item(1, 20, "Both"));
-    project.insert(Item(20, 21, "Hfs", 0, 1));
-    project.insert(Item(20, -1, "file"));
+    project.insert(Item(18, -1, "file"));
     project.findByNumber(-1)->dataSize = 1000;
     project.findByNumber(-1)->resourceSize = 24;
-    using enum ProjectView;
-    const std::tuple<std::int32_t, ProjectView, std::int32_t> nearest[] = {
-        {19, Iso, 19}, {19, Hybrid, 19}, {19, Hfs, 1}, {21, Iso, 20}, {99, Iso, 1}};
-    for (const auto& [folder, view, expected] : nearest)
-        EXPECT_EQ(NearestFolderIn(project, folder, view), expected) << folder;
+    EXPECT_EQ(NearestFolderIn(project, 19, ProjectView::Iso), 19);
+    EXPECT_EQ(NearestFolderIn(project, 19, ProjectView::Hfs), kRootFolder);
+    EXPECT_EQ(NearestFolderIn(project, 99, ProjectView::Iso), kRootFolder);
     const ProjectCounts counts = CountItems(project);
     EXPECT_EQ(Counts(counts.all) + " " + Counts(counts.iso) + " " + Counts(counts.hfs),
-              "4/1 3/1 2/1");
-    EXPECT_EQ(Counts(ContentsOf(project, 20, Iso).items), "0/1");
-    EXPECT_EQ(Counts(ContentsOf(project, 20, Hybrid).items), "1/1");
-    EXPECT_EQ(ContentsOf(project, 20, Iso).bytes, 1024u);
+              "2/1 2/1 0/1");
+    EXPECT_EQ(Counts(ContentsOf(project, 18, ProjectView::Hfs).items), "0/1");
+    EXPECT_EQ(ContentsOf(project, 18, ProjectView::Iso).bytes, 1024u);
 }
 
 TEST(ProjectProperties, HfsTakesNoMoreThanItHoldsAndAnIsoPlusProjectHasNoVolume) {
     ProjectFile project = EmptyProject(true);
-    ProjectFile::Run run(65'536, Item(1, 0, "x"));
-    for (std::size_t i = 0; i < run.size(); ++i)
-        run[i].number = -static_cast<std::int32_t>(i) - 1;
+    ProjectFile::Run run;
+    for (std::int32_t i = 1; i <= 65'536; ++i)
+        run.push_back(Item(1, -i, "x"));
     project.mergeChildren(1, std::move(run));
-    EXPECT_EQ(ChangeProject(project, {.isHfsPlus = false, .opensRoot = true}).told(), 1472);
-    EXPECT_TRUE(project.header().isHfsPlus() && !project.header().openRoot());
+    const ProjectChanges toHfs{
+        .isHfsPlus = false, .opensRoot = true, .rebuildsBeforeCompile = true};
+    EXPECT_EQ(ChangeProject(project, toHfs).told(), 1472);
+    EXPECT_TRUE(PropertiesOf(project).isHfsPlus && !PropertiesOf(project).opensRoot);
     project.findByNumber(-1)->setHfsInclusion(0);
-    EXPECT_TRUE(ChangeProject(project, {.isHfsPlus = false, .opensRoot = true}).isNone());
-    EXPECT_TRUE(!project.header().isHfsPlus() && project.header().openRoot());
-    EXPECT_TRUE(ChangeProject(project, {.rebuildsBeforeCompile = true}).isNone());
-    EXPECT_TRUE(PropertiesOf(project).opensRoot && PropertiesOf(project).rebuildsBeforeCompile);
-
+    EXPECT_TRUE(ChangeProject(project, toHfs).isNone());
+    EXPECT_TRUE(!PropertiesOf(project).isHfsPlus && PropertiesOf(project).opensRoot);
+    EXPECT_TRUE(PropertiesOf(project).rebuildsBeforeCompile);
     ProjectFile isoPlus = EmptyProject(false, ProjectMode::IsoPlus);
+    isoPlus.header().setIsoLabel("Caf\xE9");
     EXPECT_EQ(ChangeProject(isoPlus, {.isHfsPlus = true}).sentence(),
               Sentence::kIsoPlusHasNoVolume);
+    EXPECT_EQ(PropertiesOf(isoPlus).isoLabel, "Café");
 }
 
 TEST(ProjectProperties, TheTextsOfTheDescriptorFillTheirFieldsAndNoMore) {
@@ -127,19 +126,92 @@ TEST(ProjectProperties, TheTextsOfTheDescriptorFillTheirFieldsAndNoMore) {
     EXPECT_TRUE(SetDescriptorTexts(header, texts).isNone());
     EXPECT_EQ(DescriptorTextsOf(header), texts);
     EXPECT_EQ(std::string(header.publisher, 9), std::string("\xC9 diteur\0", 9));
-    const std::tuple<std::string DescriptorTexts::*, std::string, const char*> wrong[] = {
-        {&DescriptorTexts::application, longest + "x",
-         "Application: it has 129 characters, and the ISO descriptor holds 128."},
-        {&DescriptorTexts::publisher, "日",
-         "Publisher: it holds a control character or one outside Windows-1252."},
-        {&DescriptorTexts::volumeSet, "a\tb",
-         "Volume Set: it holds a control character or one outside Windows-1252."}};
-    for (const auto& [field, text, said] : wrong) {
+    const std::pair<std::string, const char*> wrong[] = {
+        {longest + "x", "Publisher: it has 129 characters, and the ISO descriptor holds 128."},
+        {"日", "Publisher: it holds a control character or one outside Windows-1252."},
+        {"a\tb", "Publisher: it holds a control character or one outside Windows-1252."}};
+    for (const auto& [text, said] : wrong) {
         DescriptorTexts other;
-        other.*field = text;
+        other.publisher = text;
         EXPECT_EQ(Words(SetDescriptorTexts(header, other)), said);
-        EXPECT_EQ(DescriptorTextsOf(header), texts) << "nothing changes";
     }
+    EXPECT_EQ(DescriptorTextsOf(header), texts) << "nothing changes";
+}
+
+// Access path and source name of an item.
+std::string PathOf(const ProjectRecord& record) {
+    return std::string(record.accessPath()).append(record.sourceName());
+}
+
+TEST(AccessPath, OnePathTakesThePlaceOfAnother) {
+    const std::string longest = "/" + std::string(253, 'x');
+    const struct {
+        const char* path;
+        const char* name;
+        bool isFolder;
+        const char* oldPath;
+        std::string newPath;
+        std::string expected;  // "" for no change
+    } cases[] = {
+        {"/a/b/", "f", false, "/a/b", "/x", "/x/f"},
+        {"/a/b/c/", "f", false, "/a/b/", "/x/y/", "/x/y/c/f"},
+        {"/a/bc/", "f", false, "/a/b", "/x", ""},
+        // The folder that the old path names, and one that only begins like it.
+        {"/a/", "b", true, "/a/b", "/x/y", "/x/y"},
+        {"/a/", "b", false, "/a/b", "/x/y", ""},
+        {"..", "b", true, "..", "/x", ""},
+        // A project that was made on another system.
+        {"C:\\Data\\Sub\\", "f", false, "C:\\Data", "/d", "/d/Sub/f"},
+        {"C:\\", "Data", true, "C:\\Data\\", "/d/e", "/d/e"},
+        // All that a record holds, and a byte more: it stays and is named.
+        {"/pc/", "f", false, "/pc", longest, longest + "/f"},
+        {"/pc/", "f", false, "/pc", longest + "x", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.path) + c.name + " from " + c.oldPath);
+        ProjectFile project = EmptyProject();
+        project.insert(Item(1, c.isFolder ? 18 : -1, c.name, 1, 1, c.path));
+        ScriptedMessages messages;
+        const PathsChanged changed = ChangeAccessPath(project, c.oldPath, c.newPath, messages);
+        EXPECT_EQ(changed.items, !c.expected.empty());
+        EXPECT_EQ(changed.skipped, c.newPath.size() > longest.size());
+        EXPECT_EQ(messages.skipped.size(), c.newPath.size() > longest.size());
+        const ProjectRecord& after = project.childrenOf(1)[0];
+        EXPECT_EQ(PathOf(after), c.expected.empty() ? std::string(c.path) + c.name : c.expected);
+        EXPECT_EQ(after.isoName(), c.name) << "names in the views stay";
+    }
+}
+
+TEST(AccessPath, AMissingItemIsFoundByItsNameAndComesFromThere) {
+    const TemporaryFolder folder;
+    const std::string top = folder.path() + "/";
+    Write(top + "one/Photos/a.jpg");
+    Write(top + "one/deep/er/PHOTOS/sub/b.jpg");
+    Write(top + "two/photos");
+    std::filesystem::create_directory_symlink("..", top + "one/deep/back");
+    const std::vector<std::string> places = {top + "one", top + "two/", top + "one/deep"};
+    Progress progress;
+    using Paths = std::vector<std::string>;
+    const std::string found = top + "one/deep/er/PHOTOS";
+    EXPECT_EQ(Locate(places, "photos", true, progress), (Paths{top + "one/Photos", found}));
+    EXPECT_EQ(Locate(places, "photos", false, progress), (Paths{top + "two/photos"}));
+    EXPECT_EQ(Locate(places, "none", true, progress), Paths{});
+
+    ProjectFile project = EmptyProject();
+    project.insert(Item(1, 18, "Photos"));
+    project.insert(Item(18, 19, "sub", 1, 1, "/pc/Photos/"));
+    project.insert(Item(19, -1, "b.jpg", 1, 1, "/pc/Photos/sub/"));
+    project.insert(Item(1, -2, "other", 1, 1, "/pc/Photos/"));  // not below the folder
+    ScriptedMessages messages;
+    ASSERT_TRUE(ReplaceSource(project, 18, found, messages));
+    const std::pair<std::int32_t, std::string> expected[] = {
+        {18, found}, {19, found + "/sub"}, {-1, found + "/sub/b.jpg"}, {-2, "/pc/Photos/other"}};
+    for (const auto& [number, path] : expected)
+        EXPECT_EQ(PathOf(*project.findByNumber(number)), path);
+    EXPECT_FALSE(ReplaceSource(project, -1, found, messages)) << "a folder for a file";
+    EXPECT_FALSE(ReplaceSource(project, 18, top + "nowhere", messages));
+    EXPECT_FALSE(ReplaceSource(project, 77, found, messages));
+    EXPECT_EQ(messages.shown.size(), 3u);
 }
 
 }  // namespace

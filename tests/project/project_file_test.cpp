@@ -1,14 +1,63 @@
-// The sequence of records in memory: order, numbers, counters, views, and records that no honest
-// program wrote.
+// Records and their sequence in memory: bits and limits, numbers, counters, views, folders of the
+// project alone, and records that no honest program wrote.
 #include "project/project_file.hpp"
 
 #include "project/project_bench.hpp"
+#include "project/project_folders.hpp"
 
 namespace vellmark {
 namespace {
 
 using test::EmptyProject;
 using test::Item;
+using test::LineOf;
+
+template <typename Record>
+std::string BytesOf(const Record& record, std::size_t from, std::size_t count) {
+    return {reinterpret_cast<const char*>(&record) + from, count};
+}
+
+TEST(ProjectRecord, EachMarkHasItsBitAndEachTextItsLimit) {
+    ProjectRecord record = test::Item(0x04030201, -2, std::string(300, 's'), 1, -1);
+    record.setUnicodeOnDisk(true);
+    record.setAppleSingle(true);
+    record.setMacBinary(true);
+    record.setHiddenInHfs(true);
+    record.setIsoNameLocked(true);
+    record.setCustomIcon(true);
+    record.setCoding(ForkCoding::BinHex);
+    record.setSignature("TYPEcrea!");
+    record.setAccessPath(std::string(300, 'p'));
+    EXPECT_EQ(BytesOf(record, 0, 8), "\1\2\3\4\xFE\xFF\xFF\xFF");
+    EXPECT_EQ(BytesOf(record, 12, 4), "\x01\x17\x49\x44");
+    EXPECT_EQ(BytesOf(record, 102, 10), "TYPEcrea" + test::Zeros(2));
+    EXPECT_EQ(BytesOf(record, 112, 256), std::string(255, 'p') + test::Zeros(1));
+    EXPECT_EQ(BytesOf(record, 368, 256), std::string(243, 's') + '\0' + std::string(12, 's'));
+    EXPECT_EQ(test::MarksOf(record), "IhlukSMm");
+
+    record = test::Item(1, -2, "x", 1, 0);
+    record.setAppleDouble(true);
+    record.setHiddenExtension(true);
+    record.setHiddenInIso(true);
+    record.setHfsNameLocked(true);
+    record.setRefresh(true);
+    record.setBinHex(true);
+    record.setShortNameFlag(true);
+    record.setCoding(ForkCoding::NamedStreams);
+    EXPECT_EQ(BytesOf(record, 12, 4), "\x01\x28\xA2\x19");
+    EXPECT_EQ(test::MarksOf(record), "ILDBpx");
+    // A field without an end, as a damaged file may hold it.
+    std::fill_n(reinterpret_cast<char*>(&record), sizeof record, 'y');
+    EXPECT_EQ(record.hfsName().size(), 64u);
+    EXPECT_EQ(record.signature().size(), 8u);
+
+    ProjectHeader header;
+    header.setHfsPlus(true);
+    header.setOpenRoot(true);
+    header.setRebuildBeforeCompile(true);
+    header.setCustomIcon(true);
+    EXPECT_EQ(BytesOf(header, 13, 3), "\x01\x21\x04");
+}
 
 RemovedItems Delete(ProjectFile& project, std::int32_t parent, std::int32_t number) {
     return project.deleteItems(parent, {&number, 1});
@@ -21,40 +70,17 @@ TEST(ProjectFile, NumbersBeginBehindTheReservedOnesAndAreNeverReused) {
     project.insert(Item(1, 19, "there"));
     EXPECT_EQ(project.giveFolderNumber("b"), 20) << "a number that stands in the project";
     EXPECT_EQ(project.giveFolderNumber(".!Background"), 17);
-    EXPECT_EQ(project.header().lastFolder, 20) << "17 uses up no number";
     project.insert(Item(1, 17, ".!Background"));
     EXPECT_EQ(project.giveFolderNumber(".!Background"), 21) << "a second one would share children";
     EXPECT_EQ(Delete(project, 1, 19).folders, 1);
-    EXPECT_EQ(project.giveFolderNumber("c"), 22);
-    project.insert(Item(23, -9, "orphan"));
-    EXPECT_EQ(project.giveFolderNumber("d"), 24) << "a new folder adopts no orphan";
+    project.insert(Item(22, -9, "orphan"));
+    EXPECT_EQ(project.giveFolderNumber("d"), 23) << "a new folder adopts no orphan";
     for (const std::int32_t last : {0x7FFFFFFF, -5}) {
         project.header().lastFolder = last;
         project.header().lastFile = last;
         EXPECT_EQ(project.giveFolderNumber("e"), last < 0 ? 18 : 0);
         EXPECT_EQ(project.giveFileNumber(), last < 0 ? -1 : 0);
     }
-}
-
-TEST(ProjectFile, ViewFlagsGoUpToAllAbove) {
-    ProjectFile project = EmptyProject();
-    project.insert(Item(1, 18, "top", 1, 0));
-    project.insert(Item(18, 19, "middle", 0, 0));
-    project.insert(Item(19, -1, "file", 0, 1));
-    const auto marks = [&] {
-        std::string all;
-        for (const std::int32_t number : {18, 19, -1})
-            all += test::MarksOf(*project.findByNumber(number)) + " ";
-        return all;
-    };
-    EXPECT_EQ(project.folderView(18), ProjectView::Iso);
-    EXPECT_EQ(project.folderView(kRootFolder), ProjectView::Hybrid);
-    project.setViewFlagsUp(19, -1, 1);
-    EXPECT_EQ(marks(), "IH iH H ") << "what is set stays";
-    EXPECT_EQ(project.folderView(18), ProjectView::Hybrid);
-    project.findByNumber(18)->setHfsInclusion(0);
-    project.setViewFlagsUp(19, -1, 1);
-    EXPECT_EQ(marks(), "IH iH H ") << "raised again";
 }
 
 TEST(ProjectFile, TotalsCountWholeSectorsAndContainersOfTheIsoView) {
@@ -82,17 +108,74 @@ TEST(ProjectFile, TotalsCountWholeSectorsAndContainersOfTheIsoView) {
 
 TEST(ProjectFile, FoldersThatHoldEachOtherEndEveryWalk) {
     ProjectFile project = EmptyProject();
-    project.insert(Item(19, 18, "a", 0, 0));
-    project.insert(Item(18, 19, "b", 0, 0));
-    project.insert(Item(20, 20, "itself", 0, 0));
-    project.insert(Item(18, 1, "root", 0, 0));
-    project.insert(Item(1, -1, "file", 0, 0));
+    for (const auto& [parent, number] : {std::pair(19, 18), {18, 19}, {20, 20}, {18, 1}, {1, -1}})
+        project.insert(Item(parent, number, "x", 0, 0));
     project.setViewFlagsUp(18, 1, 0);
     project.setViewFlagsUp(20, 1, 0);
     EXPECT_EQ(project.findByNumber(19)->isoInclusion(), 1);
     EXPECT_EQ(Delete(project, 20, 20).folders, 1);
     EXPECT_EQ(Delete(project, 18, 19).folders, 1);
     EXPECT_EQ(project.countRecords(), 1u) << "the file";
+}
+
+class ProjectFolders : public testing::Test {
+  protected:
+    test::ScriptedMessages messages_;
+    FixedClock clock_{1'000'000'000, 3600};
+    NewFolderOptions options_{clock_};
+};
+
+TEST_F(ProjectFolders, ANewFolderHasNowForItsDatesAndTheViewsOfTheView) {
+    const std::tuple<ProjectView, ProjectMode, const char*> rows[] = {
+        {ProjectView::Iso, ProjectMode::Hybrid, "été I 0/0"},
+        {ProjectView::Hybrid, ProjectMode::Hybrid, "été IH 0/0"},
+        {ProjectView::Hfs, ProjectMode::Hybrid, "été H 0/0"},
+        {ProjectView::Hybrid, ProjectMode::IsoPlus, "été I 0/0"}};
+    for (const auto& [view, mode, line] : rows) {
+        ProjectFile project = EmptyProject(false, mode);
+        options_.view = view;
+        ASSERT_EQ(NewFolder(project, "été", 1, options_, messages_), 18);
+        const ProjectRecord& record = *project.findByNumber(18);
+        EXPECT_EQ(LineOf(project, record), line);
+        EXPECT_EQ(record.accessPath(), "..");
+        // 2001-09-09 01:46:40 GMT, an hour later in this zone, since 1904.
+        EXPECT_EQ(record.created, 1'000'000'000u + 2'082'844'800u + 3600u);
+        EXPECT_EQ(record.modified, record.created);
+    }
+    ProjectFile project = EmptyProject();
+    project.insert(Item(1, -1, "Taken"));
+    for (const std::string& name :
+         {std::string(), std::string(".."), std::string("a/b"), std::string("日"),
+          std::string(244, 'x'), std::string("taken")}) {
+        messages_.shown.clear();
+        EXPECT_EQ(NewFolder(project, name, 1, options_, messages_), 0) << name;
+        ASSERT_EQ(messages_.shown.size(), 1u);
+        EXPECT_NE(messages_.shown[0].find(name), std::string::npos);
+    }
+    EXPECT_EQ(NewFolder(project, "x", 99, options_, messages_), 0) << "no folder 99";
+    EXPECT_EQ(project.header().rootFolders, 0u);
+}
+
+TEST_F(ProjectFolders, APathMakesOnlyWhatIsMissing) {
+    ProjectFile project = EmptyProject();
+    project.insert(Item(1, -1, "file"));
+    options_.view = ProjectView::Iso;
+    // Names are looked at before any is made, and a file is no folder.
+    const std::pair<const char*, std::int32_t> made[] = {
+        {"\\one\\two", 19},   {"one/./two//three/", 20}, {"one/two", 19}, {"", 1},
+        {".!Background", 17}, {"new/../x", 0},           {"file/x", 0}};
+    for (const auto& [path, number] : made)
+        EXPECT_EQ(NewPathFolder(project, path, options_, messages_), number) << path;
+    const std::pair<const char*, std::int32_t> there[] = {
+        {"/one/two/three", 20}, {"", 1}, {"one/Two", 0}, {"new", 0}, {"file", 0}};
+    for (const auto& [path, number] : there)
+        EXPECT_EQ(FindFolderByPath(project, path), number) << path;
+    EXPECT_EQ(messages_.shown.size(), 2u);
+    EXPECT_EQ(project.header().rootFolders, 2u);
+    options_.view = ProjectView::Hfs;
+    EXPECT_EQ(NewPathFolder(project, "one/two", options_, messages_), 19) << "taken into the view";
+    EXPECT_EQ(test::MarksOf(*project.findByNumber(18)), "IH");
+    EXPECT_EQ(test::MarksOf(*project.findByNumber(20)), "I");
 }
 
 }  // namespace
