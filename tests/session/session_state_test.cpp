@@ -53,6 +53,7 @@ TEST_F(StateTest, JournalLinesHaveTheirTimeAndEndInCrLf) {
         EXPECT_EQ(Bytes("a.log"), text);
     }
     for (const char* text : {"", "**********\n", "1999/12/31 - 23:59:59:99 - old\r\n"}) {
+        journal.close();
         Write("a.log", text);
         EXPECT_FALSE(journal.open("a.log")) << text;
     }
