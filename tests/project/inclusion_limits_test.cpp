@@ -90,16 +90,16 @@ TEST_F(InclusionLimits, ADropTellsOfConflictsAndTakesTheOthers) {
         ProjectFile* openProject() override { return project; }
     } holder;
     Write(base_ + "a");
-    Write(base_ + "b");
+    fs::create_directory(base_ + "b");
     const std::vector<std::string> paths = {base_ + "a", base_ + "a", base_ + "b"};
     EXPECT_FALSE(AddDropped(holder, paths, kRootFolder, options_, messages_, progress_));
     holder.project = &project_;
     options_.view = ProjectView::Iso;
     project_.insert(Item(1, 18, "folder", 0, 1));
-    EXPECT_EQ(AddDropped(holder, paths, 18, options_, messages_, progress_)->files, 2);
+    EXPECT_EQ(AddDropped(holder, paths, 18, options_, messages_, progress_)->files, 1);
     EXPECT_EQ(messages_.shown.size(), 1u) << "a once more";
     EXPECT_EQ(test::MarksOf(ByName(project_, 18).at("b")), "H") << "the folder's view";
-    EXPECT_EQ(test::LineOf(project_, *project_.findByNumber(18)), "folder IH 0/2");
+    EXPECT_EQ(test::LineOf(project_, *project_.findByNumber(18)), "folder IH 1/1");
 }
 
 }  // namespace
