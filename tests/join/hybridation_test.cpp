@@ -46,6 +46,8 @@ TEST_F(HybridationTest, TheMapLeadsToThePartitionBehindTheDisc) {
         EXPECT_EQ(Slice(joined, 512 + 48, 512 + 67), BytesOf("Apple_partition_map"));
         EXPECT_EQ(Slice(joined, 1024 + 48, 1024 + 58),
                   BytesOf(std::string_view("Apple_HFS\0", 10)));
+        // An entry of a map in other blocks is made anew.
+        EXPECT_EQ(Word(joined, 512 + 12), disk.block == 512 ? 63u : 2u);
         EXPECT_EQ(Word(joined, 1024 + 8), start / 512);
         EXPECT_EQ(Word(joined, 1024 + 12), disk.isFollowed ? 18u : 19u) << "without padding";
         EXPECT_EQ(Word(joined, 1024 + 84), Word(joined, 1024 + 12));
