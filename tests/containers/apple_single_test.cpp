@@ -76,16 +76,6 @@ TEST(AppleSingle, EntriesInAnyOrderAndOfAnyKind) {
     EXPECT_EQ(ReadDoubleResource(file).fault, ContainerFault::NotThisFormat);
 }
 
-TEST(AppleSingle, ShortFinderInformation) {
-    for (const std::uint32_t length : {7u, 8u, 10u, 16u, 32u, 237u}) {
-        Bytes bytes = Header(kAppleDoubleMagic, {{9, 38, length}}) + BytesOf("TEXTR*ch\x20\x40");
-        bytes.resize(38 + length, 0);
-        MemoryBytes file(bytes);
-        EXPECT_EQ(ReadDoubleResource(file).info.finder.signature[0], length >= 8 ? 'T' : 0);
-        EXPECT_EQ(ReadDoubleResource(file).info.finder.flags, length >= 10 ? 0x2040 : 0) << length;
-    }
-}
-
 TEST(AppleSingle, EntriesThatLieAreNamed) {
     const struct {
         const char* lie;

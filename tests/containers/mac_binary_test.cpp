@@ -146,26 +146,22 @@ TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
     EXPECT_EQ(Contents(container.data), Bytes(21, 's'));
 }
 
-/// A resource fork with a map of 46 bytes for two types, at the places that the system uses.
-Bytes ResourceFork(const char* second, std::uint32_t dataOffset = 256, std::uint16_t lastType = 1) {
-    return Be(dataOffset, 4) + Be(300, 4) + Be(44, 4) + Be(46, 4) + Bytes(300 - 16 + 28) +
-           Be(lastType, 2) + BytesOf("CODE") + Bytes(4) + BytesOf(second) + Bytes(4);
-}
-
+// A resource fork with a map of 46 bytes for two types, at the places that the system uses.
 TEST(BundleBit, IsFoundInTheTypeList) {
-    const Bytes behind = BytesOf("BNDL0000");  // the map, or the count of types, ends before it
-    for (const auto& [fork, expected] : {std::pair{ResourceFork("BNDL"), true},
-                                         {ResourceFork("BNDL", 260), false},
-                                         {ResourceFork("DLBN"), false},
-                                         {ResourceFork("FREF", 256, 9) + behind, false},
-                                         {ResourceFork("BNDL", 256, 0xFFFF), false},
-                                         {ResourceFork("BNDL", 256, 0), false}}) {
-        MemoryBytes source(fork);
-        EXPECT_EQ(HasBundleResource(source), expected) << fork[329];
-        for (std::size_t size = 0; size < 300 + 46; ++size) {
-            MemoryBytes cut(Slice(fork, 0, size));
-            EXPECT_FALSE(HasBundleResource(cut)) << size;
-        }
+    const auto fork = [](const char* second, std::uint32_t dataOffset, std::uint16_t lastType) {
+        return Be(dataOffset, 4) + Be(300, 4) + Be(44, 4) + Be(46, 4) + Bytes(300 - 16 + 28) +
+               Be(lastType, 2) + BytesOf("CODE") + Bytes(4) + BytesOf(second) + Bytes(4);
+    };
+    const Bytes behind = BytesOf("BNDL0000");  // the map ends before it
+    for (const auto& [bytes, expected] : {std::pair{fork("BNDL", 256, 1), true},
+                                          {fork("BNDL", 260, 1), false},
+                                          {fork("DLBN", 256, 1), false},
+                                          {fork("FREF", 256, 9) + behind, false},
+                                          {fork("BNDL", 256, 0xFFFF), false},
+                                          {fork("BNDL", 256, 0), false}}) {
+        MemoryBytes source(bytes), cut(Slice(bytes, 0, 345));
+        EXPECT_EQ(HasBundleResource(source), expected) << bytes[329];
+        EXPECT_FALSE(HasBundleResource(cut));
     }
 }
 

@@ -7,9 +7,9 @@ import struct
 import zlib
 
 SECTOR = 512
-ZERO, RAW, IGNORE = 0x00000000, 0x00000001, 0x00000002
+ZERO, RAW = 0x00000000, 0x00000001
 ADC, ZLIB, BZIP2, LZFSE, LZMA = (0x80000004 + step for step in range(5))
-COMMENT, END = 0x7FFFFFFE, 0xFFFFFFFF
+END = 0xFFFFFFFF
 
 
 def adc(data):
@@ -62,21 +62,26 @@ def _checksum(value):
 
 
 def _table(first, blocks, stored):
-    """A table of blocks (kind, plain bytes), whose stored bytes are put behind `stored`."""
-    rows, at, crc = b"", 0, 0
+    """A table of blocks (kind, plain bytes), whose stored bytes are put behind `stored`.
+
+    Blocks of the same bytes object stand for the same stored bytes.
+    """
+    rows, at, crc, places = b"", 0, 0, {}
     for kind, plain in blocks:
-        packed = b"" if kind in (ZERO, IGNORE) else STORE[kind](plain)
-        rows += struct.pack(">IIQQQQ", kind, 0, at, len(plain) // SECTOR, len(stored), len(packed))
-        stored += packed
+        if id(plain) not in places:
+            packed = b"" if kind == ZERO else STORE[kind](plain)
+            places[id(plain)] = len(stored), len(packed)
+            stored += packed
+        rows += struct.pack(">IIQQQQ", kind, 0, at, len(plain) // SECTOR, *places[id(plain)])
         at += len(plain) // SECTOR
-        crc = crc if kind == IGNORE else zlib.crc32(plain, crc)
+        crc = zlib.crc32(plain, crc)
     rows += struct.pack(">IIQQQQ", END, 0, at, 0, len(stored), 0)
     head = struct.pack(">4sIQQQII24x", b"mish", 1, first, at, 0, 2056, first & 0xFF)
     return head + _checksum(crc) + struct.pack(">I", len(rows) // 40) + rows, at, crc
 
 
-def udif(tables, counted=True):
-    """The image of these tables, in front of a resource of another kind."""
+def udif(tables):
+    """The image of these tables: stored bytes, the property list behind them, and the trailer."""
     stored, sectors, rows, crcs = bytearray(), 0, [], b""
     for number, blocks in enumerate(tables):
         table, count, crc = _table(sectors, blocks, stored)
@@ -84,30 +89,11 @@ def udif(tables, counted=True):
                      "Name": f"part {number}"})
         sectors += count
         crcs += struct.pack(">I", crc)
+    # A resource of another kind, behind the tables.
     other = {"Attributes": "0x0050", "Data": b"a resource that is no table", "ID": "0", "Name": ""}
-    return trailed(stored, {"resource-fork": {"blkx": rows, "plst": [other]}},
-                   sectors if counted else 0, zlib.crc32(crcs))
-
-
-def trailed(stored, properties, sectors, crc=None):
-    """Stored bytes, the property list behind them, and the trailer."""
-    plist = plistlib.dumps(properties)
-    trailer = struct.pack(">4sIII", b"koly", 4, 512, 1) + struct.pack(
-        ">QQQQQII16x", 0, 0, len(stored), 0, 0, 1, 1)
+    plist = plistlib.dumps({"resource-fork": {"blkx": rows, "plst": [other]}})
+    trailer = struct.pack(">4sIIIQQQQQII16x", b"koly", 4, 512, 1, 0, 0, len(stored), 0, 0, 1, 1)
     trailer += _checksum(zlib.crc32(stored)) + struct.pack(">QQ120x", len(stored), len(plist))
-    trailer += _checksum(crc) if crc is not None else bytes(136)
-    trailer += struct.pack(">IQ12x", 1, sectors)
+    trailer += _checksum(zlib.crc32(crcs)) + struct.pack(">IQ12x", 1, sectors)
     assert len(trailer) == 512
     return bytes(stored) + plist + trailer
-
-
-def endless(blocks, sectors=2048):
-    """An image of so many blocks that all stand for the same stored bytes."""
-    packed = bz2.compress(bytes(range(256)) * (sectors * SECTOR // 256))
-    rows = b"".join(struct.pack(">IIQQQQ", BZIP2, 0, n * sectors, sectors, 0, len(packed))
-                    for n in range(blocks))
-    rows += struct.pack(">IIQQQQ", END, 0, blocks * sectors, 0, 0, 0)
-    table = struct.pack(">4sIQQQII24x", b"mish", 1, 0, blocks * sectors, 0, 2056, 0) + bytes(136)
-    table += struct.pack(">I", blocks + 1) + rows
-    return trailed(packed, {"resource-fork": {"blkx": [{"Data": table, "Name": "all"}]}},
-                   blocks * sectors)

@@ -1,7 +1,6 @@
 """The five kinds of image, and what the strict readers say of one."""
 
-from collections import Counter
-from dataclasses import dataclass
+from collections import Counter, namedtuple
 
 from readers.examine import Examination
 from readers.hfs import HfsVolume
@@ -14,14 +13,8 @@ BLOCK = 2048
 KEPT = "ISO 9660: descriptor at sector 17: no 'CD001'"
 
 
-@dataclass(frozen=True)
-class Kind:
-    """A kind of image: its options, and the trees that it holds."""
-
-    name: str
-    options: tuple
-    views: tuple
-
+# A kind of image: its options, and the trees that it holds.
+Kind = namedtuple("Kind", "name options views")
 
 KINDS = (Kind("hybrid-hfs", (), ("iso", "joliet", "hfs")),
          Kind("hybrid-hfsplus", ("--hfsplus",), ("iso", "joliet", "plus")),
@@ -37,12 +30,9 @@ class Image:
         self.path = path
         self.bytes = load_image(path)
         self.examination = Examination(self.bytes)
-        self.iso = self._one(lambda reader: isinstance(reader, IsoImage))
-        self.volume = self._one(lambda reader: not isinstance(reader, IsoImage))
-
-    def _one(self, wanted):
-        found = [reader for reader in self.examination.readers.values() if wanted(reader)]
-        return found[0] if found else None
+        readers = self.examination.readers.values()
+        self.iso = next((found for found in readers if isinstance(found, IsoImage)), None)
+        self.volume = next((found for found in readers if found is not self.iso), None)
 
     @property
     def problems(self):

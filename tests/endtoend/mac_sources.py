@@ -72,10 +72,8 @@ class MacSource:
     signature: bytes
     flags: int
 
-    @property
-    def pc_name(self):
-        """Its name on the PC."""
-        return f"{self.coding} {self.content}{CODINGS[self.coding]}"
+    # Its name on the PC.
+    pc_name = property(lambda self: f"{self.coding} {self.content}{CODINGS[self.coding]}")
 
     @property
     def mac_name(self):
@@ -83,17 +81,14 @@ class MacSource:
         inner = self.coding in ("macbinary", "binhex")
         return f"Inner {self.content} {self.coding}" if inner else self.pc_name
 
-    @property
-    def is_container(self):
-        """Whether the PC's file is more than the data fork."""
-        return self.coding in ("single", "macbinary", "binhex")
+    # Whether the PC's file is more than the data fork.
+    is_container = property(lambda self: self.coding in ("single", "macbinary", "binhex"))
 
     @property
     def local_date(self):
         """When it was changed, in local time since 1904."""
-        if self.coding == "macbinary":
-            return CHANGED
-        return DISK_DATE + local_offset(DISK_DATE) + MAC_EPOCH
+        return (CHANGED if self.coding == "macbinary" else
+                DISK_DATE + local_offset(DISK_DATE) + MAC_EPOCH)
 
     @property
     def gmt_date(self):
@@ -137,13 +132,13 @@ def keeps_streams(folder):
     probe.touch()
     try:
         os.setxattr(probe, "user.probe", b"1")
+        return True
     except OSError as error:
         if error.errno != errno.ENOTSUP:
             raise
         return False
     finally:
         probe.unlink()
-    return True
 
 
 def all_sources(with_streams):

@@ -7,7 +7,6 @@ import judges
 from images import KINDS, Image
 from program import FAILED, Case
 
-FLOPPY = 800 * 1024
 MEGABYTE = 1 << 20
 
 
@@ -60,16 +59,6 @@ class LayoutEdges(Case):
             self.assertIn(str(limit), result.stderr.decode())
             self.assertFalse((self.here / "no.iso").exists())
 
-    def test_small_volume_is_padded(self):
-        """Catches a volume that is smaller than a floppy: hfsutils mounts none such."""
-        self.files(1)
-        for name, options in (("hybrid", ()), ("hfs", ("--kind", "hfs"))):
-            image = self.build(*options, name=name)
-            self.assertGreaterEqual(image.volume.window.length, FLOPPY)
-            about, _, found = judges.hfs_utils(image.path, self.here / (name + " out"))
-            self.assertIn(" 2048 bytes free", about)
-            self.assertEqual(b"00000", found[("f00000",)].data[:5])
-
     def test_free_room(self):
         """Catches room that the bitmap or the map does not have, or that PC files lie in."""
         self.files(30)
@@ -111,17 +100,6 @@ class LayoutEdges(Case):
         self.assertNotIn("out of order", "".join(image.iso.order))
         self.assertEqual(*({path: entry.read() for path, entry in each.iso_files("joliet").items()}
                            for each in (plain, image)))
-
-    def test_postgap(self):
-        """Catches a gap that is counted as part of the disc, or that is of another length."""
-        self.files(3)
-        for kind in KINDS:
-            plain = self.build("--label", "Gap", *kind.options, name=kind.name)
-            longer = self.build("--label", "Gap", *kind.options, "--postgap",
-                                name=kind.name + " longer")
-            self.assertEqual(len(plain.bytes) + 150 * 2048, len(longer.bytes))
-            self.assertEqual(plain.bytes[:], longer.bytes[:len(plain.bytes)])
-            self.assertFalse(any(longer.bytes[len(plain.bytes):]))
 
     def test_more_than_65535_blocks(self):
         """Catches a block number that wraps: HFS counts its blocks in 16 bits."""

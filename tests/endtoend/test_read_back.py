@@ -144,18 +144,6 @@ class ReadBack(Case):
                     self.assertEqual(image.bytes.find(head), image.bytes.rfind(head), file.path)
 
     @on_images("hfs", "plus")
-    def test_both_sides_point_at_the_same_bytes(self, view, image, _):
-        """Catches two trees that agree in contents by copies of their own."""
-        if not image.iso:
-            return
-        pc_files, mac_files = image.iso_files("joliet"), image.mac_files()
-        mac_paths = {file.path: path for path, file in self.tree.expected(view).items()}
-        for path, source in self.tree.expected("joliet").items():
-            if source.content:
-                self.assertEqual(pc_files[path].extent * BLOCK,
-                                 image.mac_place(mac_files[mac_paths[source.path]]), path)
-
-    @on_images("hfs", "plus")
     def test_time_of_the_build(self, view, image, _):
         """Catches a clock that is read past the one that the environment fixes."""
         if view == "hfs":
