@@ -235,6 +235,26 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
+// Wherever a byte is wrong, it ends, with a reason where it fails, and makes no more than a byte
+// can ask for.
+TEST(ExpandImage, DamageEndsBounded) {
+    ImageMaker maker;
+    for (const std::uint32_t type : {kRawBlock, kAdcBlock, kZlibBlock, kBzip2Block, kLzmaBlock})
+        maker.table({BlockOf(type, Sectors(2, type)), {kZeroBlock, 3}});
+    const Bytes whole = maker.make();
+    const TemporaryFolder folder;
+    PcFile target(folder.path() + "/plain", PcFile::Mode::CreateNew);
+    for (std::size_t at = 0; at < whole.size(); at += 13) {
+        Bytes bytes = whole;
+        bytes[at] ^= 0x82;
+        MemoryBytes source(bytes);
+        RecordedProgress progress;
+        const ExpandResult result = ExpandImage(source, target, progress, {.threads = 1});
+        EXPECT_EQ(result.end != ExpandEnd::Done, !result.problem.isNone()) << at;
+        EXPECT_LE(progress.counted, 200u << 20) << at;
+    }
+}
+
 TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
     std::vector<std::pair<std::string, std::string>> cases = {
         {"<data>\n\tQUJD\r\n\tRE  VG\n</data>", "ABCDEF"},

@@ -62,15 +62,15 @@ def seven_zip_resource(image, path):
                 allowed=(0, 1))
 
 
-def isoinfo_list(image, *options):
+def isoinfo_list(image):
     """The paths that isoinfo finds, as it writes them."""
-    text = _run("isoinfo", *options, "-f", "-i", image).decode("iso8859-1")
+    text = _run("isoinfo", "-f", "-i", image).decode("iso8859-1")
     return [line for line in text.splitlines() if line]
 
 
-def isoinfo_file(image, path, *options):
+def isoinfo_file(image, path):
     """The bytes of one file."""
-    return _run("isoinfo", *options, "-i", image, "-x", path.encode("iso8859-1"))
+    return _run("isoinfo", "-i", image, "-x", path.encode("iso8859-1"))
 
 
 # A file as hfsutils copies it out, in MacBinary form (its published layout).

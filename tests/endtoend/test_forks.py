@@ -179,41 +179,5 @@ class InIsoPlus(Forks):
             self.assertIn(f"/BOTH/{name};1", listed)
 
 
-class Damaged(Forks):
-    """Containers that changed after they were included."""
-
-    def test_each_is_named_and_nothing_else_is_lost(self):
-        """Catches an image with lengths that no bytes stand for, and one that is not built."""
-        self.project("damaged.vlpr", VIEWS)
-        expected = self.mac_expected("local_date")
-        # What is not the container any more that it was is a file of data, or left out.
-        changed = {}
-        for source in self.sources:
-            place, path = self.work / "both" / source.pc_name, ("both", source.mac_name)
-            if source.content != "both" or not (source.is_container or source.coding == "double"):
-                continue
-            if source.coding == "double":
-                (self.work / "both" / ("._" + source.pc_name)).unlink()
-            else:
-                place.write_bytes(place.read_bytes()[:-600])
-            changed[path] = source
-            if source.coding in ("double", "macbinary"):
-                expected[path] = (place.read_bytes(), b"")
-            else:
-                del expected[path]
-        built = self.run_well("build", "damaged.vlpr", status=SKIPPED)
-        image = Image(self.work / "damaged.iso")
-        self.assertEqual([], image.problems)
-        self.assertEqual(len(changed), built.stderr.count(b"skipped "))
-        found, files = mac_facts(image), image.iso_files("joliet")
-        for path, source in changed.items():
-            self.assertIn(source.pc_name.encode(), built.stderr)
-            self.assertEqual((self.work / "both" / source.pc_name).read_bytes(),
-                             files["both", source.pc_name].read())
-            if path in expected:
-                found[path] = found[path][2:4]
-        self.assert_same_tree(expected, found)
-
-
 if __name__ == "__main__":
     unittest.main()

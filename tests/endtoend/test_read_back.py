@@ -151,20 +151,6 @@ class ReadBack(Case):
         else:
             self.assertEqual(BUILD_TIME + MAC_EPOCH, image.volume.header.modifyDate)
 
-    @on_images("iso", "joliet")
-    def test_isoinfo(self, view, image, _):
-        """Catches a name that is listed but not found by its path."""
-        options = ("-J", "-j", "iso8859-1") if view == "joliet" else ()
-        entries = image.iso_files(view)
-        listed = judges.isoinfo_list(image.path, *options)
-        self.assertEqual(len(entries) + len(image.iso_folders(view)), len(listed))
-        paths = sorted(path for path in entries if "".join(path).isascii())
-        for path in random.Random(9660).sample(paths, 25):
-            name = "/" + "/".join(path) + ";1"
-            self.assertIn(name, listed)
-            self.assertEqual(entries[path].read(),
-                             judges.isoinfo_file(image.path, name, *options), path)
-
     @on_images("hfs")
     def test_hfs_by_hfsutils(self, view, image, out):
         """Catches a catalog, type, date or fork that hfsutils reads otherwise."""
