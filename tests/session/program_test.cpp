@@ -80,19 +80,16 @@ class ThrowingClock final : public Clock {
         throw std::length_error("too\x1Blong");
     }
     [[nodiscard]] std::int32_t zoneOffset(UnixSeconds) const override { return 0; }
-    bool isMemory = false;
+    bool isMemory = true;
 };
 
 TEST_F(ProgramTest, AnExceptionEndsACommandWithASentence) {
     play("file in/a.txt => a\n0 new p.vlpr\n0 add p.vlpr in");
     ThrowingClock clock;
     now_ = &clock;
-    for (const char* told : {"too\uFFFDlong", "does not give the memory"}) {
-        for (const char* line : {"1 make in -o a.iso => ", "1 /C p.vlpr => ",
-                                 "1 format a.img --size 1M --label A => "})
-            play(std::string(line) + told);
-        clock.isMemory = true;
-    }
+    play("1 make in -o a.iso => does not give the memory\n1 /C p.vlpr => does not give the memory");
+    clock.isMemory = false;
+    play("1 format a.img --size 1M --label A => too\uFFFDlong");
 }
 
 // A stream that takes no more, as a pipe whose reader went away.

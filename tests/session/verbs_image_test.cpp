@@ -124,29 +124,27 @@ shows => changes      possible\n
 }
 
 TEST_F(ImageVerbs, JsonTellsTheSameOfEveryTree) {
-    for (const char* format : {"--hfsplus", "--postgap"}) {
-        make("disc.iso", {"--force", format});
-        const auto info = json({"info", "disc.iso"});
-        EXPECT_EQ(info["sizeBytes"], fs::file_size("disc.iso"));
-        ASSERT_EQ(info["trees"].size(), 3u);
-        for (const auto& tree : info["trees"])
-            EXPECT_EQ(tree["sizeBytes"], tree["blocks"].get<int>() * tree["blockSize"].get<int>());
-        Disk expected = disk("in");
-        for (auto& [path, contents] : expected)
-            contents = path.ends_with('/') ? "" : std::to_string(contents.size());
-        for (const char* tree : {"joliet", "hfs"}) {
-            Disk found;
-            const auto shown = json({"ls", "disc.iso", "-R", "--as", tree})["trees"][0];
-            EXPECT_EQ(shown["tree"], tree);
-            for (const auto& entry : shown["entries"]) {
-                const bool isFolder = entry["kind"] == "folder";
-                const std::string path = entry["path"];
-                EXPECT_TRUE(("/" + path).ends_with("/" + entry["name"].get<std::string>()));
-                EXPECT_TRUE(isFolder || entry["modified"] == "2020-05-06T07:08:10Z") << entry;
-                found[path + (isFolder ? "/" : "")] = isFolder ? "" : entry["size"].dump();
-            }
-            EXPECT_EQ(found, expected) << tree << format;
+    make("disc.iso", {"--hfsplus"});
+    const auto info = json({"info", "disc.iso"});
+    EXPECT_EQ(info["sizeBytes"], fs::file_size("disc.iso"));
+    EXPECT_EQ(info["trees"].size(), 3u);
+    for (const auto& tree : info["trees"])
+        EXPECT_EQ(tree["sizeBytes"], tree["blocks"].get<int>() * tree["blockSize"].get<int>());
+    Disk expected = disk("in");
+    for (auto& [path, contents] : expected)
+        contents = path.ends_with('/') ? "" : std::to_string(contents.size());
+    for (const char* tree : {"joliet", "hfs"}) {
+        Disk found;
+        const auto shown = json({"ls", "disc.iso", "-R", "--as", tree})["trees"][0];
+        EXPECT_EQ(shown["tree"], tree);
+        for (const auto& entry : shown["entries"]) {
+            const bool isFolder = entry["kind"] == "folder";
+            const std::string path = entry["path"];
+            EXPECT_TRUE(("/" + path).ends_with("/" + entry["name"].get<std::string>()));
+            EXPECT_TRUE(isFolder || entry["modified"] == "2020-05-06T07:08:10Z") << entry;
+            found[path + (isFolder ? "/" : "")] = isFolder ? "" : entry["size"].dump();
         }
+        EXPECT_EQ(found, expected) << tree;
     }
 }
 
