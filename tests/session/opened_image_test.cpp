@@ -76,6 +76,7 @@ TEST_F(OpenedImage, AnHfsFolderTakesAsManyItemsAsItCanCount) {
         {32'765, "0! mkdir v.img Full/b => more than 32,767 items"},
         {0, "1! mkdir v.img Full/c => The folder has 65,535 items"},
         {0, "1! mv v.img Other --to Full => The folder has 65,535 items"},
+        {0, "1! put v.img h --to Full -q => The folder has 65,535 items"},
         {0, "1! put v.img h --to Full/d --parents -q => The folder has 65,535 items"},
         {0, "0 put v.img f --to Full --force -q"}};
     for (const auto& [more, line] : cases) {

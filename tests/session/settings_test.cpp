@@ -57,9 +57,13 @@ TEST(Settings, TheModeIsKeptOnlyWhenThatIsWanted) {
             EXPECT_EQ(LoadSettings(store).startMode(), keeps ? mode : FileMode::Project);
             EXPECT_FALSE(store.read("Lang") || store.read("Journal")) << "never chosen";
         }
+    MemorySettings store;
     Settings settings;
-    settings.vlOptions = 1 | 192;
+    settings.vlOptions = 1 | 192 | 1024;
+    settings.journal = "j.log";
     EXPECT_EQ(settings.startMode(), FileMode::Project) << "there is no fourth mode";
+    SaveSettings(settings, FileMode::Project, store);
+    EXPECT_EQ(store.read("Journal"), "j.log") << "where one is opened";
 }
 
 TEST(Settings, FiveDocumentsOfAModeAndTheFoldersAreRemembered) {

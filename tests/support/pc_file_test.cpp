@@ -73,6 +73,9 @@ TEST_F(PcFiles, BytesAtAnyOffsetAndTheFirstFailure) {
     EXPECT_FALSE(readOnly.writeAt(0, ten) || readOnly.setSize(1));
     EXPECT_EQ(readOnly.readAt(0, ten), 10u);
     EXPECT_EQ(readOnly.error(), EBADF) << "a later success or failure does not replace it";
+    EXPECT_FALSE(readOnly.hasChanged());
+    fs::resize_file(at("a"), 1);
+    EXPECT_TRUE(readOnly.hasChanged()) << "behind its reader";
     PcFile full("/dev/full", PcFile::Mode::ReadWrite);
     EXPECT_FALSE(full.writeAt(0, ten));
     EXPECT_EQ(full.error(), ENOSPC);
