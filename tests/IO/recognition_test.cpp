@@ -90,6 +90,10 @@ TEST_F(Recognition, FindsVolumesMapsBootRecordsAndGuidTables) {
          "1: disc 200+3600 @200"},
         {32, "d 15872 100 m 15872 n Apple_HFS 2 10 1", "1: n 62+310 @62"},
         {40, "d 512 4000 m 512 n Apple_HFS 20 0 1", "0: @0"},
+        // A type is the beginning of Apple_HFS, or begins with it.
+        {40, "d 512 99 m 512 n Apple_ 20 9 2 m 1024 n Apple_HFSX 5 9 2", "2: n 20+9 n 5+9 @20"},
+        {40, "d 512 99 m 512 n Apple_Free 20 9 2 m 1024 n apple_hfs 5 9 2", "0: @0"},
+        {40, "d 512 99 m 512 n Apple_HFS_and_32_letters_no_zero 20 9 1", "0: @0"},
         {40, "m 0 Apple Apple_partition_map 0 2 2 m 512 n Apple_HFS 20 10 2", "1: n 20+10 @20"},
         {40, "d 512 100 b 0 175 5 5 m 512 n Apple_HFS 20 10 1", "1: n 20+10 @20"},
         {32, "d 512 77", "-1: @0"},
@@ -131,20 +135,6 @@ TEST_F(Recognition, FindsVolumesMapsBootRecordsAndGuidTables) {
         EXPECT_EQ(found(DiskOf(80, "b 0 238 " + std::string(impossible) + " e 1024 hfs 40 50 n")),
                   "-85: @0")
             << impossible;
-}
-
-TEST_F(Recognition, TypesMatchAsTheBeginningOfAppleHfs) {
-    for (const auto& [type, count] : {std::pair{"Apple_HFS", 1},
-                                      {"Apple_", 1},
-                                      {"", 1},
-                                      {"Apple_HFSX", 1},
-                                      {"Apple_Free", 0},
-                                      {"apple_hfs", 0},
-                                      {"Apple_HFS_and_32_letters_no_zero", 0}}) {
-        Bytes disk = DiskOf(40, "d 512 4000");
-        PutMapEntry(disk, 512, "n", type, 20, 10, 1);
-        EXPECT_EQ(scan(disk), count) << type;
-    }
 }
 
 // Disks have several partitions, discs for drives with larger blocks a map in blocks of 512, and
