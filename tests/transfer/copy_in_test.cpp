@@ -173,22 +173,20 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
 }
 
 TEST_P(CopyInTest, StreamsOfAServerAreForks) {
-    write("a.txt", "data");
     const auto set = [&](const char* name, const Bytes& value) {
         return ::setxattr(in("a.txt").c_str(), name, value.data(), value.size(), 0) == 0;
     };
-    const Bytes fork = ForkWithType("CODE");
-    if (!set("user.AFP_Resource", fork))
-        GTEST_SKIP() << "the file system keeps no attributes of users";
     Bytes info = BytesOf(std::string("AFP\0\0\1\0\0\0\0\0\0\0\0\0\0APPLtest\x40", 25));
     info.resize(60);
+    write("a.txt", "data");
+    if (!set("user.AFP_Resource", ForkWithType("CODE")))
+        GTEST_SKIP() << "the file system keeps no attributes of users";
     for (const char* signature : {"TEXTttxt", "APPLtest"}) {
         EXPECT_EQ(put("a.txt", kReplacing), CopyInResult::Done);
-        const auto item = volume_.find("a.txt");
-        ASSERT_TRUE(item);
-        EXPECT_EQ(std::string(item->signature.data(), 8), signature);
-        EXPECT_EQ(item->finderFlags, 0) << "the server's flags stay outside";
-        EXPECT_TRUE(testing::ReadFork(volume_, *item, true) == fork);
+        const CatalogItem item = volume_.find("a.txt").value();
+        EXPECT_EQ(std::string(item.signature.data(), 8), signature);
+        EXPECT_EQ(item.finderFlags, 0) << "the server's flags stay outside";
+        EXPECT_TRUE(testing::ReadFork(volume_, item, true) == ForkWithType("CODE"));
         EXPECT_EQ(data("a.txt"), "data");
         ASSERT_TRUE(set("user.AFP_AfpInfo", info));
     }
@@ -347,10 +345,14 @@ TEST_P(CopyInTest, AFolderComesWithAllThatCanBeRead) {
     EXPECT_EQ(volume_.find("tree/.hid")->finderFlags & 0x4000, 0x4000);
     EXPECT_EQ(volume_.find("tree/d")->resource.sizeBytes, 4u);
     EXPECT_EQ(copied_, 7u);
+    EXPECT_EQ(
+        put("tree", {.containers = ContainerPolicy::Never, .existing = ExistingFiles::Replace}),
+        CopyInResult::Done);
+    EXPECT_TRUE(volume_.find("tree/._d")) << "a file like others";
     expectSound();
 }
 
-TEST_P(CopyInTest, AFileThatChangesOrCannotBeReadIsLeftOut) {
+TEST_P(CopyInTest, AFileThatChangesOrCannotBeReadIsLeftOutAndAWishEndsAll) {
     write("log.txt", "as it was");
     ASSERT_EQ(put("log.txt"), CopyInResult::Done);
     write("log.txt", "newer");
@@ -363,20 +365,10 @@ TEST_P(CopyInTest, AFileThatChangesOrCannotBeReadIsLeftOut) {
     fs::create_symlink("/proc/self/mem", in("failing"));
     EXPECT_EQ(put("failing"), CopyInResult::LeftOut);
     EXPECT_EQ(messages_.skipped, Lines{"failing: It cannot be read: Input/output error."});
-}
-
-TEST_P(CopyInTest, AFullVolumeOrAWishEndsTheBatch) {
-    write("t/1", "small");
-    write("t/2", Bytes(3'000'000));
-    write("t/3", "small");
-    EXPECT_EQ(put("t"), CopyInResult::BatchEnds);
-    EXPECT_EQ(paths(), (Lines{"t", "t/1"}));
-    EXPECT_EQ(messages_.skipped.at(0), "2: Not enough free space\non the target disk.\nAborting.");
-    fs::remove(in("t/2"));
-    progress_.left = 2;
-    EXPECT_EQ(put("t", kReplacing), CopyInResult::Stopped);
-    EXPECT_EQ(paths(), (Lines{"t", "t/1"}));
-    expectSound();
+    progress_.left = 1;
+    write("new/stopped", "never");
+    EXPECT_EQ(put("new"), CopyInResult::Stopped);
+    EXPECT_EQ(paths(), (Lines{"log.txt", "new"}));
 }
 
 }  // namespace

@@ -89,26 +89,6 @@ TEST_P(ShortNames, OfOneBatchAreToldApart) {
     }
 }
 
-// Catches an item that is doubled instead of replaced, and one that takes the place of another.
-TEST_P(ShortNames, AreFoundAgainWhereItemsAreReplaced) {
-    truncation_ = {.automatic = true, .addsCrc = true, .asks = false, .replaces = true};
-    truncation_.firstNewId = 1000;
-    const std::string name(limit(), 'x');
-    take(name);
-    EXPECT_EQ(import(name + "y"), name) << "came from it before";
-    const std::string digits = import(name + "y");
-    EXPECT_EQ(digits.substr(0, limit() - 5), name.substr(5)) << "one batch gives a name once";
-    EXPECT_NE(digits, name);
-    take(digits);
-    truncation_.given.clear();
-    EXPECT_EQ(import(name + "y"), digits);
-    EXPECT_EQ(import(name + "z"), name) << "of another long name";
-    truncation_.given.clear();
-    truncation_.firstNewId = 1;
-    EXPECT_NE(import(name + "z"), name) << "the batch has made it";
-    EXPECT_EQ(messages_.texts.size(), 0u);
-}
-
 TEST_P(ShortNames, FollowTheAnswer) {
     const std::string full(limit() + 1, 'n');
     messages_.truncation = {false, false, ""};
