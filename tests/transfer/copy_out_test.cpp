@@ -75,20 +75,21 @@ class CopyOutTest : public ::testing::TestWithParam<bool> {
     }
 
     // Copies the folder "f" to one of the same name.
-    CopyOutResult get(CopyOutOptions options = {}) {
+    CopyOutResult get(CopyMode mode, NamingPolicy policy = NamingPolicy::Catalog,
+                      ExistingFiles existing = ExistingFiles::Keep) {
         messages_.texts.clear();
         messages_.skipped.clear();
+        CopyOutOptions options;
+        options.mode = mode;
+        options.naming.policy = policy;
+        options.existing = existing;
         options.imagePath = path_;
+        options.freeBytes = freeBytes_;
         CopyOut batch(volume_, options, signatures_, messages_, progress_, kClock);
         const CopyOutResult result = CopyItemOut(batch, volume_.find("f").value(), "f", out("f"));
         leftOut_ = batch.itemsLeftOut;
         foundDamage_ = batch.foundDamage;
         return result;
-    }
-    CopyOutResult get(CopyMode mode) {
-        CopyOutOptions options;
-        options.mode = mode;
-        return get(options);
     }
     // Everything in the target folder, temporary files too.
     [[nodiscard]] Files made() const {
@@ -110,6 +111,7 @@ class CopyOutTest : public ::testing::TestWithParam<bool> {
     SignatureTable signatures_ = SignatureTable::Parse("TXT,TEXTttxt,\r\n", false);
     testing::ScriptedMessages messages_;
     testing::StoppingProgress progress_;
+    std::function<std::uint64_t(const std::string&)> freeBytes_ = FreeBytes;
     std::uint64_t leftOut_ = 0;
     bool foundDamage_ = false;
 };
@@ -187,9 +189,7 @@ TEST_P(CopyOutTest, AFolderComesWithItsTreeItsNamesAndItsDate) {
     std::uint8_t number = 0;
     for (const char* name : {"..", "a", "._a", "p.", "p.jpeg", "s:h"})
         add(name, {++number}, {});
-    CopyOutOptions options;
-    options.naming.policy = NamingPolicy::OwnExtension;
-    EXPECT_EQ(get(options), CopyOutResult::Done);
+    EXPECT_EQ(get(CopyMode::DataFork, NamingPolicy::OwnExtension), CopyOutResult::Done);
     EXPECT_TRUE((made() == Files{{"..TXT", {1}},
                                  {"._a", {3}},
                                  {"a.TXT", {2}},
@@ -200,9 +200,7 @@ TEST_P(CopyOutTest, AFolderComesWithItsTreeItsNamesAndItsDate) {
     EXPECT_EQ(PcFactsOf(out("f")).modified, kModifiedGmt - (isHfsPlus_ ? 0 : kZone));
     // The name of a sidecar is given away only once.
     clear();
-    options.mode = CopyMode::AppleDouble;
-    options.naming.policy = NamingPolicy::Catalog;
-    EXPECT_EQ(get(options), CopyOutResult::Done);
+    EXPECT_EQ(get(CopyMode::AppleDouble), CopyOutResult::Done);
     ASSERT_FALSE(messages_.skipped.empty());
     EXPECT_EQ(messages_.skipped.back(),
               "a: Its second file would be ._a, a name that another item of its "
@@ -231,13 +229,9 @@ TEST_P(CopyOutTest, WhatExistsIsKeptReplacedOrAskedFor) {
         fs::create_directory(out("f"));
         for (const char* name : {"f/a", "f/._a"})
             testing::WriteFile(out(name), {9});
-        CopyOutOptions options;
-        options.mode = CopyMode::AppleDouble;
-        options.existing = c.existing;
-        options.naming.policy = c.policy;
         messages_.answer = c.answer;
         messages_.names = {"a"};
-        EXPECT_EQ(get(options), c.result);
+        EXPECT_EQ(get(CopyMode::AppleDouble, c.policy, c.existing), c.result);
         EXPECT_EQ(messages_.names.empty(), c.policy == NamingPolicy::Ask);
         EXPECT_EQ(made().at("a") == Bytes{1}, c.isReplaced);
         EXPECT_EQ(made().at("._a").size() > 1, c.isReplaced);
@@ -245,25 +239,21 @@ TEST_P(CopyOutTest, WhatExistsIsKeptReplacedOrAskedFor) {
         EXPECT_EQ(messages_.skipped.size(), c.skipped);
     }
     messages_.names.clear();
-    CopyOutOptions options;
-    options.naming.policy = NamingPolicy::Ask;
     clear();
-    EXPECT_EQ(get(options), CopyOutResult::BatchEnds) << "no name was given";
+    EXPECT_EQ(get(CopyMode::DataFork, NamingPolicy::Ask), CopyOutResult::BatchEnds);
 }
 
 TEST_P(CopyOutTest, NothingHalfWrittenStaysBehind) {
     add("a", {1}, testing::Pattern(100'000));
     add("b", {1}, {});
-    CopyOutOptions options;
-    options.mode = CopyMode::AppleDouble;
-    options.freeBytes = [](const std::string&) { return std::uint64_t{100'000}; };
-    EXPECT_EQ(get(options), CopyOutResult::BatchEnds) << "one byte is missing";
+    freeBytes_ = [](const std::string&) { return std::uint64_t{100'000}; };
+    EXPECT_EQ(get(CopyMode::AppleDouble), CopyOutResult::BatchEnds) << "one byte is missing";
     EXPECT_EQ(messages_.texts, Lines{"Not enough free space\non the target disk.\nAborting."});
     EXPECT_TRUE(made().empty());
-    options.freeBytes = FreeBytes;
+    freeBytes_ = FreeBytes;
     for (int left = 1; left < 4; ++left) {
         progress_.left = left;
-        EXPECT_EQ(get(options), CopyOutResult::Stopped);
+        EXPECT_EQ(get(CopyMode::AppleDouble), CopyOutResult::Stopped);
         EXPECT_TRUE(made().empty()) << "stopped at step " << left;
     }
 }

@@ -68,6 +68,7 @@ TEST(Formatter, EverySizeHasItsFields) {
         const std::uint64_t bytes = (start + c.sectors) * 512;
         EXPECT_EQ(PcFile(path, PcFile::Mode::Read).size(), bytes);
         EXPECT_EQ(FormattedBytes(input), bytes);
+        EXPECT_EQ(big(0, 4), 0x45520200u) << "a map for blocks of 512 bytes";
         EXPECT_EQ(big(4, 4), bytes / 512) << "of the disk";
         EXPECT_EQ(big(1024 + 12, 4), c.sectors) << "of the map";
         const std::uint64_t header = start * 512 + 1024;
@@ -75,9 +76,10 @@ TEST(Formatter, EverySizeHasItsFields) {
         EXPECT_EQ(big(header + (c.isHfsPlus ? 40 : 20), 4), c.blockBytes);
         EXPECT_EQ(c.isHfsPlus ? big(header + 48, 4) : big(header + 34, 2), c.free);
         EXPECT_EQ(big(header + (c.isHfsPlus ? 60 : 24), 4), c.clump);
-        // HFS keeps local time.
-        EXPECT_EQ(big(header + (c.isHfsPlus ? 16 : 2), 4),
-                  testing::kNow + 2082844800 + (c.isHfsPlus ? 0 : 3600));
+        // Creation and change; HFS keeps local time.
+        const std::uint64_t now = testing::kNow + 2082844800 + (c.isHfsPlus ? 0 : 3600);
+        for (const int date : {c.isHfsPlus ? 16 : 2, c.isHfsPlus ? 20 : 6})
+            EXPECT_EQ(big(header + date, 4), now);
         EXPECT_EQ(BytesAt(path, bytes - 1024, 512), BytesAt(path, header, 512)) << "the copy";
         const std::uint64_t extents = (start + c.extents) * 512;
         const std::uint64_t catalog = (start + c.catalog) * 512;
