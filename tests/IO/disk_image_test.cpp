@@ -142,6 +142,7 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         EXPECT_EQ(expanded.result.end, ExpandEnd::Done) << expanded.result.problem;
         EXPECT_EQ(expanded.plain.size(), c.size) << c.words;
         EXPECT_EQ(expanded.result.sizeBytes, c.size) << c.words;
+        EXPECT_EQ(expanded.result.isIncomplete, !c.words.empty()) << c.words;
         // Blocks go to their own places, not one behind the other.
         EXPECT_TRUE(c.size != 4096 || expanded.plain == Sectors(4, 1) + Sectors(4, 2));
     }
