@@ -246,6 +246,7 @@ TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength)
     }
     EXPECT_EQ(expected, std::set<std::string>{});
     EXPECT_EQ(ByName(project_, 1).at("\xE9").hfsName(), "\x8E") << "joined";
+    EXPECT_EQ(ByName(project_, 1)["\xE9t\xE9 \x80.txt"].hfsName(), "\x8Et\x8E \xDB.txt");
     EXPECT_TRUE(taken.contains("H" + fits)) << "it is not taken by one that was cut";
 }
 
