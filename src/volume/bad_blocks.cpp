@@ -1,6 +1,7 @@
 #include "volume/bad_blocks.hpp"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -110,6 +111,28 @@ std::vector<BlockRun> Without(const std::vector<BlockRun>& runs,
     return rest;
 }
 
+// Adds the runs to what the bad block file has, or nothing of them.
+TreeResult AddToBadBlocks(WritableVolume& volume, std::span<const BlockRun> lost) {
+    std::vector<OverflowRecord> old;
+    const TreeResult found = OverflowOf(volume, kBadBlockFileId, kDataFork, old);
+    if (found != TreeResult::Done)
+        return found;
+    std::vector<BlockRun> runs(lost.begin(), lost.end());
+    for (const OverflowRecord& record : old)
+        runs.insert(runs.end(), record.runs.begin(), record.runs.end());
+    const bool isSound = std::all_of(runs.begin(), runs.end(), [&](const BlockRun& run) {
+        return std::uint64_t{run.startBlock} + run.blockCount <= volume->totalBlocks();
+    });
+    if (!isSound)
+        return TreeResult::Damaged;
+    VolumeChange change(volume);
+    const TreeResult result = Replace(
+        volume, old,
+        OverflowRecords(volume->isHfsPlus, kBadBlockFileId, kDataFork, Joined(std::move(runs)), 0));
+    TellOfBadBlocks(volume);
+    return change.end(result);
+}
+
 }  // namespace
 
 TreeResult GivePcSideAnOwner(WritableVolume& volume) {
@@ -117,25 +140,20 @@ TreeResult GivePcSideAnOwner(WritableVolume& volume) {
         return TreeResult::Done;
     std::vector<BlockRun> owned;
     TreeResult result = FindOwned(volume, owned);
-    if (result != TreeResult::Done)
-        return result == TreeResult::Failed ? result : TreeResult::Done;
-    std::vector<BlockRun> runs = Without(*volume->pcSide, Joined(std::move(owned)));
-    if (runs.empty())
-        return TreeResult::Done;
-    std::vector<OverflowRecord> old;
-    result = OverflowOf(volume, kBadBlockFileId, kDataFork, old);
-    for (const OverflowRecord& record : old)
-        runs.insert(runs.end(), record.runs.begin(), record.runs.end());
-    const bool isSound = std::all_of(runs.begin(), runs.end(), [&](const BlockRun& run) {
-        return std::uint64_t{run.startBlock} + run.blockCount <= volume->totalBlocks();
+    std::vector<BlockRun> lost;
+    if (result == TreeResult::Done)
+        lost = Without(*volume->pcSide, Joined(std::move(owned)));
+    // Where there is no room for all records, the largest runs come first.
+    std::sort(lost.begin(), lost.end(), [](const BlockRun& a, const BlockRun& b) {
+        return std::pair(b.blockCount, a.startBlock) < std::pair(a.blockCount, b.startBlock);
     });
-    if (result == TreeResult::Done && isSound) {
-        VolumeChange change(volume);
-        result = Replace(volume, old,
-                         OverflowRecords(volume->isHfsPlus, kBadBlockFileId, kDataFork,
-                                         Joined(std::move(runs)), 0));
-        TellOfBadBlocks(volume);
-        result = change.end(result);
+    std::size_t given = 0;
+    std::size_t count = lost.size();
+    while (count > 0 && (result == TreeResult::Done || result == TreeResult::Full)) {
+        result = AddToBadBlocks(volume, std::span(lost).subspan(given, count));
+        if (result == TreeResult::Done)
+            given += count;
+        count = std::min(result == TreeResult::Done ? count : count / 2, lost.size() - given);
     }
     return result == TreeResult::Failed ? result : TreeResult::Done;
 }

@@ -9,9 +9,9 @@
 namespace vellmark {
 
 /// Adds to the bad block file what the PC side needs and nothing of the volume has, as after the
-/// deletion of a file that both sides show. Where there is no room for the records, or the trees
-/// are damaged, such blocks are in use without an owner, and the next change tries again: no change
-/// fails for it. `Failed` when a node cannot be read or written.
+/// deletion of a file that both sides show, the largest runs first. Where there is no room for more
+/// records, or the trees are damaged, the others are in use without an owner, and the next change
+/// tries again: no change fails for it. `Failed` when a node cannot be read or written.
 [[nodiscard]] TreeResult GivePcSideAnOwner(WritableVolume& volume);
 
 }  // namespace vellmark
