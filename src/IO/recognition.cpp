@@ -48,8 +48,7 @@ bool HasSignature(Bytes bytes, std::uint64_t offset, std::uint16_t signature) {
 
 // Reading behind the end of a short image is no failed transfer: the zeros that come for it have no
 // signature, and nothing is taken from them. Failures of the system stay in the image file.
-void ProbeSectors(MediumContext& context, std::uint64_t startSector,
-                  std::span<std::uint8_t> buffer) {
+void ProbeSectors(MediumContext& context, Sector512 startSector, std::span<std::uint8_t> buffer) {
     const bool failedBefore = context.transferFailed;
     ReadSectors(context.transferSlot, startSector, buffer);
     context.transferFailed = failedBefore;
@@ -63,10 +62,9 @@ void PutRecord(std::vector<PartitionEntry>& list, std::size_t position, Partitio
 }
 
 // The name of an HFS volume, or of its entry where there is no such volume.
-std::string NameOf(MediumContext& context, const PartitionMapEntry& entry,
-                   std::uint64_t firstSector) {
+std::string NameOf(MediumContext& context, const PartitionMapEntry& entry, Sector512 start) {
     std::array<std::uint8_t, kSectorBytes> header{};
-    ProbeSectors(context, firstSector + kVolumeHeaderByte / kSectorBytes, header);
+    ProbeSectors(context, start + kVolumeHeaderByte / kSectorBytes, header);
     if (!HasSignature(header, 0, kHfsSignature))
         return std::string(MapText(entry.name));
     return {reinterpret_cast<const char*>(header.data()) + kVolumeNameOffset + 1,
@@ -97,14 +95,14 @@ std::u16string GptName(Bytes entry) {
 }
 
 // Sum of a start and a count from the disk, which may be any numbers.
-std::uint64_t SectorBehind(std::uint64_t start, std::uint64_t count) {
-    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+Sector512 SectorBehind(Sector512 start, std::uint64_t count) {
+    const Sector512 most(std::numeric_limits<std::uint64_t>::max());
     return count > most - start ? most : start + count;
 }
 
 PartitionEntry GptRecord(Bytes bytes, const GptEntry& entry) {
-    const std::uint64_t first = entry.firstSector;
-    const std::uint64_t last = entry.lastSector;
+    const Sector512 first(entry.firstSector);
+    const Sector512 last(entry.lastSector);
     // The count is the distance of the two, without adding one.
     return {false,
             {},
@@ -121,8 +119,9 @@ std::vector<std::uint8_t> ReadGptArray(MediumContext& context, const GptHeader& 
     std::vector<std::uint8_t> array(
         static_cast<std::size_t>((bytes + kSectorBytes - 1) / kSectorBytes * kSectorBytes));
     constexpr std::size_t kRound = std::size_t{kStreamSectors} * kSectorBytes;
-    std::uint64_t sector = static_cast<std::uint32_t>(header.entrySector);
-    for (std::size_t done = 0; done < array.size(); done += kRound, sector += kStreamSectors)
+    Sector512 sector(static_cast<std::uint32_t>(header.entrySector));
+    for (std::size_t done = 0; done < array.size();
+         done += kRound, sector = sector + kStreamSectors)
         ProbeSectors(context, sector,
                      std::span(array).subspan(done, std::min(kRound, array.size() - done)));
     array.resize(static_cast<std::size_t>(bytes));
@@ -140,14 +139,14 @@ std::optional<int> ScanMap(MediumContext& context, std::vector<PartitionEntry>& 
     for (const PartitionMapEntry& entry : map->entries) {
         if (!IsHfsEntry(entry) || entry.blockCount == 0)
             continue;
-        const std::uint64_t start = entry.startBlock * scale;
+        const Sector512 start(entry.startBlock * scale);
         const std::uint64_t count = entry.blockCount * scale;
         list.push_back(
             {false, NameOf(context, entry, start), start, count, SectorBehind(start, count)});
         ++found;
     }
     if (!list.empty())
-        context.volumeOffset = list.front().startSector;
+        context.partitionStart = list.front().startSector;
     return found;
 }
 
@@ -158,7 +157,7 @@ int ScanDriverDescriptor(MediumContext& context, Bytes buffer, const DriverDescr
     context.driverBlockSize =
         told != 0 && told % kSectorBytes == 0 ? told : static_cast<std::uint16_t>(kSectorBytes);
     if (HasSignature(buffer, context.driverBlockSize, kOldPartitionMapSignature)) {
-        context.volumeOffset = *RecordAt<be32>(buffer, context.driverBlockSize + 2u);
+        context.partitionStart = Sector512(*RecordAt<be32>(buffer, context.driverBlockSize + 2u));
         return 1;
     }
     if (const auto count = ScanMap(context, list))
@@ -175,9 +174,10 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
             break;
         if (entry.type == kMbrTypeMacintosh) {
             ++result;
+            const Sector512 start(entry.firstSector);
             PutRecord(list, position++,
-                      {false, std::string(Text(kUnnamedText, language)), entry.firstSector,
-                       entry.sectorCount, SectorBehind(entry.firstSector, entry.sectorCount)});
+                      {false, std::string(Text(kUnnamedText, language)), start, entry.sectorCount,
+                       SectorBehind(start, entry.sectorCount)});
         } else if (entry.type == kMbrTypeProtective) {
             // Kept on purpose: the result becomes the number of the table's partitions, without
             // those of earlier entries, and a later Macintosh entry replaces the first partition of
@@ -187,14 +187,14 @@ int ScanBootRecord(MediumContext& context, Bytes buffer, const MasterBootRecord&
     }
     if (result == 0)
         return kNoMacintoshPartition;
-    context.volumeOffset = list.front().startSector;
+    context.partitionStart = list.front().startSector;
     return result;
 }
 
 bool HoldsVolume(MediumContext& context, const PartitionEntry& partition) {
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max() / kSectorBytes;
+    constexpr Sector512 kMost(std::numeric_limits<std::uint64_t>::max() / kSectorBytes);
     return partition.startSector <= kMost &&
-           VolumeSignatureAt(*context.image, partition.startSector * kSectorBytes) != 0;
+           VolumeSignatureAt(*context.image, partition.startSector.byte()) != 0;
 }
 
 // A boot record, and maybe an Apple map behind it. The map counts where no partition of the record
@@ -283,10 +283,10 @@ Reason ClassRefusal(ImageClass imageClass) {
 
 int ScanMedium(MediumContext& context, std::vector<PartitionEntry>& list, Messages* messages) {
     list.clear();
-    context.volumeOffset = 0;
+    context.partitionStart = {};
     context.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     std::vector<std::uint8_t> buffer(std::size_t{kScanSectors} * kSectorBytes);
-    ProbeSectors(context, 0, buffer);
+    ProbeSectors(context, Sector512(0), buffer);
     if (messages != nullptr)
         messages->log(
             1, FormatOperands(kScanLine, {kStreamSectors, context.totalSectors, kSectorBytes}));
@@ -337,7 +337,7 @@ std::optional<PartitionEntry> FirstGptPartition(ByteSource& image) {
         return std::nullopt;
     const Bytes bytes(reinterpret_cast<const std::uint8_t*>(&entry), sizeof entry);
     PartitionEntry first = GptRecord(bytes, entry);
-    first.startSector = static_cast<std::uint32_t>(first.startSector);
+    first.startSector = Sector512(static_cast<std::uint32_t>(first.startSector.number()));
     return first;
 }
 

@@ -40,9 +40,9 @@ enum class ImageClass {
 struct PartitionEntry {
     bool isWindows = false;  ///< how the partition is called in a list of choices
     std::string name;        ///< MacRoman, at most 64 bytes; empty in a GUID table
-    std::uint64_t startSector = 0;
+    Sector512 startSector;
     std::uint64_t sectorCount = 0;  ///< as it is shown: of a GUID table without the last sector
-    std::uint64_t endSector = 0;    ///< first sector behind the partition
+    Sector512 endSector;            ///< first sector behind the partition
     std::u16string wideName = {};   ///< of a GUID table, at most 64 units
 };
 
@@ -56,8 +56,8 @@ inline constexpr int kNoMacintoshPartition = -85;
 
 /// Finds the Macintosh volumes of the open medium. Returns their number or one of the
 /// failures above, and keeps that result in `partitionCount`. A bare volume and a map of the old
-/// style count as one and leave the list empty. `volumeOffset` becomes the first sector of the
-/// first of them; `totalSectors` and `driverBlockSize` come from a driver descriptor; a bare volume
+/// style count as one and leave the list empty. `partitionStart` becomes that of the first of
+/// them; `totalSectors` and `driverBlockSize` come from a driver descriptor; a bare volume
 /// is a reason to be read only. The list holds every partition found, in the order of the disk.
 /// Where messages are given, their journal takes a line, and a partition without a name gets one in
 /// their language.

@@ -57,8 +57,7 @@ CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
     std::vector<RedoPiece> pieces;
     pieces.reserve(runs_.size());
     for (const Run& run : runs_)
-        pieces.push_back(
-            {run.sector * kSectorBytes, std::span(bytes_).subspan(run.start, run.size)});
+        pieces.push_back({run.sector.byte(), std::span(bytes_).subspan(run.start, run.size)});
     const bool hasRoom = std::all_of(pieces.begin(), pieces.end(), [&](const RedoPiece& piece) {
         return image.reserve(piece.offset, piece.bytes.size());
     });
@@ -73,7 +72,7 @@ CommitResult SectorBatch::write(MediumContext& context, const RedoMark& mark) {
         return CommitResult::NotBegun;
     }
     const auto toSlot = [&](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
-        return WriteSectors(context.transferSlot, offset / kSectorBytes, bytes) == 0;
+        return WriteSectors(context.transferSlot, Sector512(offset / kSectorBytes), bytes) == 0;
     };
     if (!CarryOut(pieces, mark, image, toSlot)) {
         problem_ = Reason(Sentence::kCommitInterrupted,

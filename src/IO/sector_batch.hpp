@@ -46,7 +46,7 @@ class SectorBatch {
 
   private:
     struct Run {
-        std::uint64_t sector = 0;
+        Sector512 sector;
         std::size_t start = 0;  ///< in `bytes_`
         std::size_t size = 0;   ///< bytes
     };

@@ -11,8 +11,8 @@ namespace vellmark {
 namespace {
 
 // The last sector whose byte offset the system still takes.
-constexpr std::uint64_t kLastSector = std::numeric_limits<std::int64_t>::max() / kSectorBytes -
-                                      std::numeric_limits<std::uint32_t>::max();
+constexpr Sector512 kLastSector(std::numeric_limits<std::int64_t>::max() / kSectorBytes -
+                                std::numeric_limits<std::uint32_t>::max());
 
 void UseImageSlot(MediumContext& context) {
     context.transferSlot = [&context](const SectorRequest& request) {
@@ -27,8 +27,8 @@ void ForgetMedium(MediumContext& context) {
     context.totalSectors = 0;
     context.driverBlockSize = 0;
     context.partitionCount = 0;
-    context.volumeOffset = 0;
-    context.partitionStart = 0;
+    context.partitionStart = {};
+    context.blocksStart = {};
     context.blockSize = 0;
     context.sectorsPerBlock = 0;
     context.readOnlyReasons = {};
@@ -49,14 +49,13 @@ ImageOpening OpenAs(MediumContext& context, const std::string& path, PcFile::Mod
 bool ReadRun(PcFile& image, const SectorRequest& request, std::span<std::uint8_t> buffer) {
     std::size_t got = 0;
     if (request.startSector <= kLastSector)
-        got = image.readAt(request.startSector * kSectorBytes, buffer);
+        got = image.readAt(request.startSector.byte(), buffer);
     std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(got), buffer.end(), std::uint8_t{0});
     return got == buffer.size();
 }
 
 bool WriteRun(PcFile& image, const SectorRequest& request, std::span<const std::uint8_t> buffer) {
-    return request.startSector <= kLastSector &&
-           image.writeAt(request.startSector * kSectorBytes, buffer);
+    return request.startSector <= kLastSector && image.writeAt(request.startSector.byte(), buffer);
 }
 
 }  // namespace
@@ -105,18 +104,17 @@ int TransferSectors(MediumContext& context, const SectorRequest& request) {
     }
     context.transferFailed = context.transferFailed || !whole;
     if (request.command == kCommandWrite)
-        context.contents.note(request.startSector * kSectorBytes, bytes,
+        context.contents.note(request.startSector.byte(), bytes,
                               request.buffer.first(whole && request.count != 0 ? kSectorBytes : 0));
     return whole ? 0 : 1;
 }
 
-int ReadSectors(const TransferSlot& slot, std::uint64_t startSector,
-                std::span<std::uint8_t> buffer) {
+int ReadSectors(const TransferSlot& slot, Sector512 startSector, std::span<std::uint8_t> buffer) {
     return slot({kCommandRead, static_cast<std::uint32_t>(buffer.size() / kSectorBytes),
                  startSector, buffer});
 }
 
-int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
+int WriteSectors(const TransferSlot& slot, Sector512 startSector,
                  std::span<const std::uint8_t> bytes) {
     // One request serves both ways, so its buffer is not const; a write only reads it.
     return slot({kCommandWrite,
@@ -125,8 +123,8 @@ int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
                  {const_cast<std::uint8_t*>(bytes.data()), bytes.size()}});
 }
 
-std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block) {
-    return std::uint64_t{block} * context.sectorsPerBlock + context.volumeOffset;
+Sector512 BlockToSector(const MediumContext& context, BlockNumber block) {
+    return context.blocksStart + std::uint64_t{block.number} * context.sectorsPerBlock;
 }
 
 TargetRoom CheckTargetRoom(const std::string& folder, std::uint64_t bytes) {

@@ -10,12 +10,13 @@
 #include <string>
 
 #include "IO/content_samples.hpp"
+#include "IO/medium_places.hpp"
 #include "support/file_lock.hpp"
 #include "support/pc_file.hpp"
 
 namespace vellmark {
 
-inline constexpr std::uint32_t kSectorBytes = 512;
+inline constexpr std::uint32_t kSectorBytes = Sector512::kUnitBytes;
 /// Most sectors of one round of a long transfer.
 inline constexpr std::uint32_t kStreamSectors = 64;
 
@@ -27,7 +28,7 @@ inline constexpr std::int32_t kCommandWrite = 138;
 struct SectorRequest {
     std::int32_t command = 0;        ///< `kCommandRead` or `kCommandWrite`; another does nothing
     std::uint32_t count = 0;         ///< sectors
-    std::uint64_t startSector = 0;   ///< from the start of the image
+    Sector512 startSector;           ///< from the start of the image
     std::span<std::uint8_t> buffer;  ///< at least `count` sectors, the caller's
 };
 
@@ -81,10 +82,8 @@ struct MediumContext {
     std::uint64_t totalSectors = 0;     ///< 0 while the size of the medium is not known
     std::uint16_t driverBlockSize = 0;  ///< bytes, of the driver descriptor; 0 without one
     std::int32_t partitionCount = 0;    ///< result of the last scan of the medium
-    /// Sectors, added to every block: of HFS the first sector of the allocation area, of HFS+ the
-    /// first sector of the volume.
-    std::uint64_t volumeOffset = 0;
-    std::uint64_t partitionStart = 0;   ///< first sector of an HFS volume (its boot blocks)
+    Sector512 partitionStart;           ///< of the volume, whose boot blocks stand there
+    Sector512 blocksStart;              ///< where allocation block 0 lies: in HFS+ the same
     std::uint32_t blockSize = 0;        ///< bytes of an allocation block
     std::uint32_t sectorsPerBlock = 0;  ///< `blockSize` / 512
     ReadOnlyReasons readOnlyReasons;    ///< nothing may be changed while there is one
@@ -115,14 +114,13 @@ void CloseImage(MediumContext& context);
 /// image, is zero in the buffer. A result other than 0 also sets `transferFailed`.
 int TransferSectors(MediumContext& context, const SectorRequest& request);
 /// Fills `buffer` (whole sectors) through a slot; the result is the slot's.
-int ReadSectors(const TransferSlot& slot, std::uint64_t startSector,
-                std::span<std::uint8_t> buffer);
+int ReadSectors(const TransferSlot& slot, Sector512 startSector, std::span<std::uint8_t> buffer);
 /// Writes `bytes` (whole sectors) through a slot; the result is the slot's.
-int WriteSectors(const TransferSlot& slot, std::uint64_t startSector,
+int WriteSectors(const TransferSlot& slot, Sector512 startSector,
                  std::span<const std::uint8_t> bytes);
 
 /// First sector of an allocation block.
-[[nodiscard]] std::uint64_t BlockToSector(const MediumContext& context, std::uint32_t block);
+[[nodiscard]] Sector512 BlockToSector(const MediumContext& context, BlockNumber block);
 
 enum class TargetRoom { Fits, TooLargeForFileSystem, NoRoom };
 

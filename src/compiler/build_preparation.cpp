@@ -173,14 +173,14 @@ CompileResult Preparation::layOut() {
     JournalStep(context_, CompileStep::ComputeIso);
     JournalStep(context_, CompileStep::ComputeHfs);
     if (!HasMacintosh(context_.mode)) {
-        place(kDiscSectorBytes);
+        place(kIsoSectorBytes);
         return CompileResult::Done;
     }
     const bool plus = IsHfsPlusMode(context_.mode);
     bool isTooMuch = false;
     const TreeResult built =
         GrowUntilItFits(CountCatalogLeaves(plan_, plus), [&](std::uint32_t leaves) {
-            const auto size = plus ? std::optional(kDiscSectorBytes)
+            const auto size = plus ? std::optional(kIsoSectorBytes)
                                    : ChooseHfsBlockSize(plan_, leaves, HasIso(context_.mode),
                                                         context_.request.freeBytes);
             isTooMuch = !size;
@@ -198,9 +198,9 @@ CompileResult Preparation::layOut() {
                                                       Sentence::kForkTooLongForHfs));
     if (built != TreeResult::Done)
         return fail(CompileResult::CopyFailed, Sentence::kCatalogNotBuilt);
-    if (image_.hfs.imageSectors > UINT32_MAX)
+    if (image_.hfs.imageEnd.number() > UINT32_MAX)
         return fail(CompileResult::CopyFailed,
-                    Reason(Sentence::kImageTooLarge, image_.hfs.imageSectors * 512));
+                    Reason(Sentence::kImageTooLarge, image_.hfs.imageEnd.byte()));
     return CompileResult::Done;
 }
 
@@ -212,15 +212,14 @@ void Preparation::place(std::uint32_t blockSize) {
 
 TreeResult Preparation::buildCatalog(std::uint32_t blockSize, std::uint32_t leaves) {
     const bool plus = IsHfsPlusMode(context_.mode);
-    const std::uint32_t step = blockSize / kDiscSectorBytes;
-    const std::uint32_t first =
-        HasIso(context_.mode) ? image_.iso.fileArea : (kPureHfsStart + step - 1) / step * step;
-    const std::uint64_t start = std::uint64_t{first} * kBlocksPerSector;
-    const std::uint64_t freeBytes = context_.request.freeBytes;
-    const std::size_t pcRuns = CountPcRuns(plan_);
+    const std::uint32_t step = blockSize / kIsoSectorBytes;
+    const Sector512 start =
+        ToSector512(HasIso(context_.mode) ? image_.iso.fileArea
+                                          : DiscSector((kPureHfsStart + step - 1) / step * step));
+    const HfsContents contents{leaves, image_.fileBlocks, context_.request.freeBytes,
+                               CountPcRuns(plan_)};
     image_.hfs =
-        plus ? ComputeHfsPlusLayout(start, leaves, image_.fileBlocks, freeBytes, pcRuns)
-             : ComputeHfsLayout(start, leaves, image_.fileBlocks, blockSize, freeBytes, pcRuns);
+        plus ? ComputeHfsPlusLayout(start, contents) : ComputeHfsLayout(start, contents, blockSize);
     image_.catalogNodes.emplace(NewNodeSize(plus));
     return BuildCatalog(context_, plan_, image_.hfs, *image_.catalogNodes, image_.catalog);
 }

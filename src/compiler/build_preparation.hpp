@@ -25,18 +25,23 @@ struct PreparedImage {
     std::uint64_t fileBlocks = 0;  ///< allocation blocks of all files
 
     [[nodiscard]] std::uint32_t blockSize() const {
-        return HasMacintosh(mode) ? hfs.blockSize() : kDiscSectorBytes;
+        return HasMacintosh(mode) ? hfs.blockSize() : kIsoSectorBytes;
     }
-    [[nodiscard]] std::uint64_t fileAreaByte() const {
-        return HasMacintosh(mode) ? hfs.fileAreaStart * 512
-                                  : std::uint64_t{iso.fileArea} * kDiscSectorBytes;
+    /// That of a volume begins at a sector of the disc too.
+    [[nodiscard]] FileArea fileArea() const {
+        const DiscSector start =
+            HasMacintosh(mode)
+                ? DiscSector(static_cast<std::uint32_t>(hfs.fileAreaStart.byte() / kIsoSectorBytes))
+                : iso.fileArea;
+        return {start, blockSize() / kIsoSectorBytes};
     }
     /// Sectors of 2048 bytes, without a postgap.
     [[nodiscard]] std::uint64_t sectors() const {
-        return HasMacintosh(mode) ? hfs.imageSectors / kBlocksPerSector : iso.fileArea + fileBlocks;
+        return HasMacintosh(mode) ? hfs.imageEnd.byte() / kIsoSectorBytes
+                                  : iso.fileArea.number() + fileBlocks;
     }
     [[nodiscard]] std::uint64_t sizeBytes() const {
-        return (sectors() + (postgap ? kPostgapSectors : 0)) * kDiscSectorBytes;
+        return (sectors() + (postgap ? kPostgapSectors : 0)) * kIsoSectorBytes;
     }
 };
 

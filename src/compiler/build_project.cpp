@@ -125,10 +125,9 @@ CompileResult Build::writeTo(TargetFile& target, const std::string& tableFolder)
     JournalStep(context_, CompileStep::CreateTables);
     std::optional<TempTableSet> tables;
     if (HasIso(image_.mode)) {
-        const FileArea area{static_cast<std::uint32_t>(image_.fileAreaByte() / kDiscSectorBytes),
-                            image_.blockSize() / kDiscSectorBytes};
         tables.emplace(tableFolder);
-        if (!tables->isOpen() || !WriteTables(image_.plan, image_.iso, area, ports_.clock, *tables))
+        if (!tables->isOpen() ||
+            !WriteTables(image_.plan, image_.iso, image_.fileArea(), ports_.clock, *tables))
             return fail(CompileResult::TablesFailed, ToldText{kTextTablesFailed});
     }
     JournalStep(context_, CompileStep::CreateImage);
@@ -152,15 +151,14 @@ bool Build::writeDescriptors(PcFile& image) {
     const ProjectHeader& header = context_.project.header();
     const IsoVolumeDescriptor primary = MakePrimaryDescriptor(
         header, image_.iso, static_cast<std::uint32_t>(image_.sectors()), ports_.clock);
-    const auto at = [](std::uint32_t sector) { return std::uint64_t{sector} * kDiscSectorBytes; };
-    return image.writeRecord(at(kIsoFirstDescriptor), primary) &&
-           image.writeRecord(at(kJolietDescriptorSector),
+    return image.writeRecord(kPrimaryDescriptorSector.byte(), primary) &&
+           image.writeRecord(kJolietDescriptorSector.byte(),
                              MakeJolietDescriptor(primary, header, image_.iso)) &&
-           image.writeRecord(at(kTerminatorSector), MakeTerminator());
+           image.writeRecord(kTerminatorSector.byte(), MakeTerminator());
 }
 
 CompileResult Build::copyFiles(PcFile& image) {
-    ItemCopier copier(context_, image_.plan, image, image_.fileAreaByte(), image_.blockSize());
+    ItemCopier copier(context_, image_.plan, image, image_.fileArea());
     switch (copier.run()) {
         case CopyResult::Done:
             return CompileResult::Done;

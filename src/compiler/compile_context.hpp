@@ -11,9 +11,6 @@
 
 namespace vellmark {
 
-/// Bytes of a sector of a disc; a block of the Macintosh structures has 512.
-inline constexpr std::uint32_t kDiscSectorBytes = 2048;
-inline constexpr std::uint32_t kBlocksPerSector = 4;
 /// Zero sectors that some drives want to see behind the data (2 seconds).
 inline constexpr std::uint32_t kPostgapSectors = 150;
 

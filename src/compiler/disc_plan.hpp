@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "IO/iso_structures.hpp"
+#include "IO/medium_places.hpp"
 #include "compiler/compile_context.hpp"
 #include "support/pc_folder.hpp"
 #include "transfer/import_class.hpp"
@@ -20,6 +22,16 @@ inline constexpr std::int32_t kNoFolder = -1;
 struct DiscRun {
     std::uint32_t sizeBytes = 0;
     std::uint32_t startBlock = 0;  ///< allocation blocks from the start of the file area
+};
+
+/// Where the data of all files lies in the image.
+struct FileArea {
+    DiscSector start;
+    std::uint32_t sectorsPerBlock = 1;  ///< of 2048 bytes
+
+    [[nodiscard]] DiscSector sectorOf(const DiscRun& run) const {
+        return start + run.startBlock * sectorsPerBlock;
+    }
 };
 
 /// The pieces of an item. A piece without bytes takes no block.

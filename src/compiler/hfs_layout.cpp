@@ -83,25 +83,25 @@ std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus) {
     return std::max<std::uint32_t>(packer.nodes(), 1);
 }
 
-HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                           std::uint64_t fileBlocks, std::uint32_t blockSize,
-                           std::uint64_t freeBytes, std::size_t pcRuns) {
+HfsLayout ComputeHfsLayout(Sector512 partitionStart, const HfsContents& contents,
+                           std::uint32_t blockSize) {
     HfsLayout layout;
     const std::uint32_t b = blockSize / 512;
     layout.sectorsPerBlock = b;
     layout.partitionStart = partitionStart;
     const std::uint32_t told = std::max<std::uint32_t>(2 * b, 8);
-    const auto extents =
-        std::max(told, static_cast<std::uint32_t>(RoundUp(ExtentsTreeNodes(pcRuns, false), b)));
+    const auto extents = std::max(
+        told, static_cast<std::uint32_t>(RoundUp(ExtentsTreeNodes(contents.pcRuns, false), b)));
+    const std::uint32_t leaves = contents.catalogLeaves;
     const auto catalog = static_cast<std::uint32_t>(
         std::max<std::uint64_t>(RoundUp(2 * (leaves + 2) + leaves / 2, b), told));
     layout.extentsFile = {0, extents / b};
     layout.catalogFile = {extents / b, catalog / b};
     layout.systemBlocks = (extents + catalog) / b;
-    const std::uint64_t freeBlocks = BlocksFor(freeBytes, blockSize) + kBlocksBehindFiles;
-    const std::uint64_t blocks = layout.systemBlocks + fileBlocks + freeBlocks;
+    const std::uint64_t freeBlocks = BlocksFor(contents.freeBytes, blockSize) + kBlocksBehindFiles;
+    const std::uint64_t blocks = layout.systemBlocks + contents.fileBlocks + freeBlocks;
     // One bit for each sector of 2048 bytes: enough for every size of block.
-    const std::uint64_t bits = RoundUp(blocks * b, kBlocksPerSector) / kBlocksPerSector;
+    const std::uint64_t bits = RoundUp(blocks * b, kSectorsPerDiscSector) / kSectorsPerDiscSector;
     const std::uint64_t bitmap = (bits + kBitsPerSector - 1) / kBitsPerSector;
     // Behind the bitmap the allocation blocks begin, at a multiple of their size.
     layout.allocationStart =
@@ -109,35 +109,35 @@ HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
     layout.bitmapSectors = layout.allocationStart - kBootAndHeaderSectors;
     layout.totalBlocks = static_cast<std::uint32_t>(blocks);
     layout.usedBlocks = static_cast<std::uint32_t>(blocks - freeBlocks);
-    layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
-    const std::uint64_t smallest = RoundUp(partitionStart + kSmallestHfsSectors + 2, b);
-    layout.imageSectors =
-        std::max(layout.sectorOf(layout.totalBlocks) + kSectorsBehindBlocks, smallest);
+    layout.fileAreaStart = layout.sectorOf(BlockNumber{layout.systemBlocks});
+    const Sector512 smallest(RoundUp((partitionStart + kSmallestHfsSectors + 2).number(), b));
+    layout.imageEnd =
+        std::max(layout.sectorOf(BlockNumber{layout.totalBlocks}) + kSectorsBehindBlocks, smallest);
     // The last two sectors of the image are not the partition's, so that the second header, which
     // stands in the partition's last but one, lies 2048 bytes before the end.
-    layout.partitionSectors = layout.imageSectors - 2 - partitionStart;
+    layout.partitionSectors = layout.imageEnd - 2 - partitionStart;
     return layout;
 }
 
-HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                               std::uint64_t fileBlocks, std::uint64_t freeBytes,
-                               std::size_t pcRuns) {
+HfsLayout ComputeHfsPlusLayout(Sector512 partitionStart, const HfsContents& contents) {
     HfsLayout layout;
     layout.isHfsPlus = true;
     const std::uint32_t b = kHfsPlusBlockSectors;
     layout.sectorsPerBlock = b;
     layout.partitionStart = partitionStart;
-    const std::uint64_t nodes = std::uint64_t{4} * leaves;
+    const std::uint64_t nodes = std::uint64_t{4} * contents.catalogLeaves;
     const std::uint64_t catalogSectors = std::max<std::uint64_t>(
         RoundUp(kNodeSectors * (nodes > kManyNodes ? nodes / 4 * 5 : nodes), b),
         kHfsPlusExtentsSectors);
     const std::uint32_t extents =
-        std::max(kHfsPlusExtentsSectors, kNodeSectors * ExtentsTreeNodes(pcRuns, true)) / b;
+        std::max(kHfsPlusExtentsSectors, kNodeSectors * ExtentsTreeNodes(contents.pcRuns, true)) /
+        b;
     const auto catalog = static_cast<std::uint32_t>(catalogSectors / b);
     // The header block, the bitmap's own blocks and the last block have bits too.
-    const std::uint64_t freeBlocks = BlocksFor(freeBytes, layout.blockSize());
+    const std::uint64_t freeBlocks = BlocksFor(contents.freeBytes, layout.blockSize());
     std::uint64_t bitmap = 1;
-    while (bitmap * kHfsPlusBitsPerBlock < fileBlocks + freeBlocks + extents + catalog + bitmap + 2)
+    while (bitmap * kHfsPlusBitsPerBlock <
+           contents.fileBlocks + freeBlocks + extents + catalog + bitmap + 2)
         ++bitmap;
     layout.allocationFile = {1, static_cast<std::uint32_t>(bitmap)};
     layout.bitmapSectors = static_cast<std::uint32_t>(bitmap) * b;
@@ -145,19 +145,18 @@ HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leave
                           extents};
     layout.catalogFile = {layout.extentsFile.startBlock + extents, catalog};
     layout.systemBlocks = layout.catalogFile.startBlock + catalog;
-    layout.usedBlocks = static_cast<std::uint32_t>(layout.systemBlocks + fileBlocks + 1);
+    layout.usedBlocks = static_cast<std::uint32_t>(layout.systemBlocks + contents.fileBlocks + 1);
     layout.totalBlocks = static_cast<std::uint32_t>(layout.usedBlocks + freeBlocks);
-    layout.fileAreaStart = layout.sectorOf(layout.systemBlocks);
-    layout.imageSectors = layout.sectorOf(layout.totalBlocks);
-    layout.partitionSectors = layout.imageSectors - partitionStart;
+    layout.fileAreaStart = layout.sectorOf(BlockNumber{layout.systemBlocks});
+    layout.imageEnd = layout.sectorOf(BlockNumber{layout.totalBlocks});
+    layout.partitionSectors = layout.imageEnd - partitionStart;
     return layout;
 }
 
 std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint32_t leaves,
                                                 bool isHybrid, std::uint64_t freeBytes) {
-    const std::size_t pcRuns = CountPcRuns(plan);
-    for (std::uint32_t size = kDiscSectorBytes; size <= kLargestBlockSize;
-         size += kDiscSectorBytes) {
+    const HfsContents withoutFiles{leaves, 0, freeBytes, CountPcRuns(plan)};
+    for (std::uint32_t size = kIsoSectorBytes; size <= kLargestBlockSize; size += kIsoSectorBytes) {
         if (isHybrid && BlocksFor(plan.largestFork, size) >= kMostBlocksOfFork)
             continue;
         std::uint64_t blocks = 0;
@@ -165,7 +164,7 @@ std::optional<std::uint32_t> ChooseHfsBlockSize(const DiscPlan& plan, std::uint3
             for (const DiscItem& item : folder.items)
                 for (const DiscRun& run : item.runs)
                     blocks += BlocksFor(run.sizeBytes, size);
-        const HfsLayout layout = ComputeHfsLayout(0, leaves, 0, size, freeBytes, pcRuns);
+        const HfsLayout layout = ComputeHfsLayout(Sector512(0), withoutFiles, size);
         if (layout.totalBlocks + blocks <= kHfsLimit)
             return size;
     }

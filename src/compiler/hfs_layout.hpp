@@ -4,13 +4,12 @@
 #include <cstdint>
 #include <optional>
 
+#include "IO/medium_places.hpp"
 #include "compiler/disc_plan.hpp"
 #include "volume/volume_headers.hpp"
 
 namespace vellmark {
 
-/// Sizes and places in blocks of 512 bytes, unless an allocation block is meant.
-///
 /// HFS: boot blocks, master directory block, bitmap, then the allocation blocks: extents file,
 /// catalog, files, and one that stays free. HFS+: allocation block 0 holds boot blocks and header,
 /// then come the allocation file, the extents file, the catalog and the files; one more allocation
@@ -18,25 +17,26 @@ namespace vellmark {
 struct HfsLayout {
     bool isHfsPlus = false;
     std::uint32_t sectorsPerBlock = 4;  ///< 512-byte sectors of an allocation block
-    std::uint64_t partitionStart = 0;   ///< first sector of the volume
-    std::uint32_t bitmapSectors = 0;
-    std::uint32_t allocationStart = 0;   ///< from the start of the volume; 0 in HFS+
-    SystemFile allocationFile;           ///< allocation blocks; HFS+
-    SystemFile extentsFile;              ///< allocation blocks
-    SystemFile catalogFile;              ///< allocation blocks
-    std::uint32_t systemBlocks = 0;      ///< allocation blocks before the files
-    std::uint32_t totalBlocks = 0;       ///< allocation blocks of the volume
-    std::uint32_t usedBlocks = 0;        ///< in use: the first ones, in HFS+ the last one besides
-    std::uint64_t fileAreaStart = 0;     ///< first sector of the files
-    std::uint64_t imageSectors = 0;      ///< of the whole image without a postgap
-    std::uint64_t partitionSectors = 0;  ///< what the partition map stores
+    Sector512 partitionStart;           ///< of the volume
+    std::uint32_t bitmapSectors = 0;    ///< of 512 bytes
+    std::uint32_t allocationStart =
+        0;                           ///< 512-byte sectors from the start of the volume; 0 in HFS+
+    SystemFile allocationFile;       ///< allocation blocks; HFS+
+    SystemFile extentsFile;          ///< allocation blocks
+    SystemFile catalogFile;          ///< allocation blocks
+    std::uint32_t systemBlocks = 0;  ///< allocation blocks before the files
+    std::uint32_t totalBlocks = 0;   ///< allocation blocks of the volume
+    std::uint32_t usedBlocks = 0;    ///< in use: the first ones, in HFS+ the last one besides
+    Sector512 fileAreaStart;         ///< of the files
+    Sector512 imageEnd;              ///< of the whole image without a postgap
+    std::uint64_t partitionSectors = 0;  ///< of 512 bytes, as the partition map stores
 
     [[nodiscard]] std::uint32_t blockSize() const { return sectorsPerBlock * 512; }
-    [[nodiscard]] std::uint64_t sectorOf(std::uint32_t block) const {
-        return partitionStart + allocationStart + std::uint64_t{block} * sectorsPerBlock;
+    [[nodiscard]] Sector512 sectorOf(BlockNumber block) const {
+        return partitionStart + allocationStart + std::uint64_t{block.number} * sectorsPerBlock;
     }
     /// Where the second header stands.
-    [[nodiscard]] std::uint64_t alternateHeader() const {
+    [[nodiscard]] Sector512 alternateHeader() const {
         return partitionStart + partitionSectors - 2;
     }
 };
@@ -45,15 +45,18 @@ struct HfsLayout {
 /// HFS+.
 [[nodiscard]] std::uint32_t CountCatalogLeaves(const DiscPlan& plan, bool isHfsPlus);
 
-/// Lays a volume out behind sector `partitionStart` (of 512 bytes). `leaves` sizes the catalog,
-/// `fileBlocks` are the allocation blocks of all files, `pcRuns` the runs of them that the PC alone
-/// reads; behind them room for `freeBytes` stays free.
-[[nodiscard]] HfsLayout ComputeHfsLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                                         std::uint64_t fileBlocks, std::uint32_t blockSize,
-                                         std::uint64_t freeBytes = 0, std::size_t pcRuns = 0);
-[[nodiscard]] HfsLayout ComputeHfsPlusLayout(std::uint64_t partitionStart, std::uint32_t leaves,
-                                             std::uint64_t fileBlocks, std::uint64_t freeBytes = 0,
-                                             std::size_t pcRuns = 0);
+/// What a volume has to have room for.
+struct HfsContents {
+    std::uint32_t catalogLeaves = 0;
+    std::uint64_t fileBlocks = 0;  ///< allocation blocks of all files
+    std::uint64_t freeBytes = 0;   ///< that stay free behind them
+    std::size_t pcRuns = 0;        ///< runs of the files' blocks that the PC alone reads
+};
+
+/// Lays a volume out that begins at `partitionStart`.
+[[nodiscard]] HfsLayout ComputeHfsLayout(Sector512 partitionStart, const HfsContents& contents,
+                                         std::uint32_t blockSize);
+[[nodiscard]] HfsLayout ComputeHfsPlusLayout(Sector512 partitionStart, const HfsContents& contents);
 
 /// The smallest allocation block with which an HFS volume can hold the plan: a multiple of 2048
 /// bytes with at most 65,535 blocks for system files, forks, free room and the free one, and in a

@@ -48,8 +48,8 @@ std::string SystemText(const ProjectHeader& header) {
 IsoDirectoryRecord RootRecord(const IsoTreeLayout& layout, const Clock& clock) {
     IsoDirectoryRecord root{};
     root.length = kDotRecordLength;
-    root.extent = layout.rootDirectory;
-    root.sizeBytes = layout.sectorsOf.front() * kDiscSectorBytes;
+    root.extent = layout.rootDirectory.number();
+    root.sizeBytes = layout.sectorsOf.front() * kIsoSectorBytes;
     root.date = ToIsoDate(clock.now());
     root.flags = kIsoFlagFolder;
     root.volumeSequence = std::uint16_t{1};
@@ -59,8 +59,8 @@ IsoDirectoryRecord RootRecord(const IsoTreeLayout& layout, const Clock& clock) {
 
 void SetTables(IsoVolumeDescriptor& descriptor, const IsoTreeLayout& layout) {
     descriptor.pathTableBytes = layout.pathTableBytes;
-    descriptor.pathTableL = layout.pathTableL;
-    descriptor.pathTableM = layout.pathTableM;
+    descriptor.pathTableL = layout.pathTableL.number();
+    descriptor.pathTableM = layout.pathTableM.number();
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ IsoVolumeDescriptor MakePrimaryDescriptor(const ProjectHeader& header, const Iso
     descriptor.spaceSize = sectors;
     descriptor.setSize = std::uint16_t{1};
     descriptor.sequenceNumber = std::uint16_t{1};
-    descriptor.blockSize = static_cast<std::uint16_t>(kDiscSectorBytes);
+    descriptor.blockSize = static_cast<std::uint16_t>(kIsoSectorBytes);
     SetTables(descriptor, layout.iso);
     descriptor.root = RootRecord(layout.iso, clock);
     // Without a system text none of the others is used.
@@ -116,8 +116,8 @@ IsoVolumeDescriptor MakeJolietDescriptor(const IsoVolumeDescriptor& primary,
     PutWide(descriptor.systemId, system.empty() ? "Vellmark" : system);
     PutWide(descriptor.volumeId, header.isoLabel());
     SetTables(descriptor, layout.joliet);
-    descriptor.root.extent = layout.joliet.rootDirectory;
-    descriptor.root.sizeBytes = layout.joliet.sectorsOf.front() * kDiscSectorBytes;
+    descriptor.root.extent = layout.joliet.rootDirectory.number();
+    descriptor.root.sizeBytes = layout.joliet.sectorsOf.front() * kIsoSectorBytes;
     descriptor.volumeSetId = {};
     descriptor.publisher = {};
     descriptor.preparer = {};

@@ -13,7 +13,7 @@ constexpr std::uint32_t kJolietReserve = 4;
 constexpr std::size_t kPathRecordHead = 8;
 
 std::uint32_t SectorsFor(std::uint32_t bytes) {
-    return (bytes + kDiscSectorBytes - 1) / kDiscSectorBytes;
+    return (bytes + kIsoSectorBytes - 1) / kIsoSectorBytes;
 }
 
 // Sectors of one directory: a record never crosses the end of a sector.
@@ -25,7 +25,7 @@ std::uint32_t MeasureDirectory(const DiscPlan& plan, const DiscFolder& folder, I
         if (plan.appleExtension && !item->isFolder())
             length += sizeof(IsoAppleExtension);
         for (int records = HasAssociatedFile(plan, *item) ? 2 : 1; records > 0; --records) {
-            if (fill + length > kDiscSectorBytes) {
+            if (fill + length > kIsoSectorBytes) {
                 ++sectors;
                 fill = 0;
             }
@@ -54,21 +54,21 @@ IsoTreeLayout MeasureTree(const DiscPlan& plan, IsoTree tree) {
 
 // Gives the tables their sectors from `next` on; returns the first sector behind them, with
 // `areaSectors` for the directories.
-std::uint32_t PlaceTree(IsoTreeLayout& layout, std::uint32_t next, std::uint32_t areaSectors) {
+DiscSector PlaceTree(IsoTreeLayout& layout, DiscSector next, std::uint32_t areaSectors) {
     const std::uint32_t pathSectors = SectorsFor(layout.pathTableBytes);
     layout.pathTableL = next;
     layout.pathTableM = next + pathSectors;
     layout.rootDirectory = next + 2 * pathSectors;
-    std::uint32_t sector = layout.rootDirectory;
+    DiscSector sector = layout.rootDirectory;
     for (const std::uint32_t sectors : layout.sectorsOf) {
-        layout.sectorOf.push_back(sectors ? sector : 0);
-        sector += sectors;
+        layout.sectorOf.push_back(sectors ? sector : DiscSector{});
+        sector = sector + sectors;
     }
     return layout.rootDirectory + areaSectors;
 }
 
 bool FitsInto(const IsoTreeLayout& layout, std::uint32_t areaSectors) {
-    return layout.pathTableBytes <= kDiscSectorBytes && layout.directorySectors <= areaSectors;
+    return layout.pathTableBytes <= kIsoSectorBytes && layout.directorySectors <= areaSectors;
 }
 
 std::uint32_t WithReserve(const IsoTreeLayout& layout, std::uint32_t smallestReserve) {
@@ -92,17 +92,17 @@ std::string IsoIdentifier(const DiscItem& item, IsoTree tree) {
 }
 
 IsoLayout ComputeLayout(const DiscPlan& plan, std::uint32_t blockSize) {
-    IsoLayout layout{MeasureTree(plan, IsoTree::Iso), MeasureTree(plan, IsoTree::Joliet), 0};
+    IsoLayout layout{MeasureTree(plan, IsoTree::Iso), MeasureTree(plan, IsoTree::Joliet), {}};
     const bool isSmallest = plan.appleExtension && FitsInto(layout.iso, kIsoReserve) &&
                             FitsInto(layout.joliet, kJolietReserve);
-    const std::uint32_t behindIso =
+    const DiscSector behindIso =
         PlaceTree(layout.iso, kFirstTableSector,
                   isSmallest ? kIsoReserve : WithReserve(layout.iso, kIsoReserve));
-    const std::uint32_t behindJoliet =
+    const DiscSector behindJoliet =
         PlaceTree(layout.joliet, behindIso,
                   isSmallest ? kJolietReserve : WithReserve(layout.joliet, kJolietReserve));
-    const std::uint32_t step = blockSize / kDiscSectorBytes;
-    layout.fileArea = (behindJoliet + step - 1) / step * step;
+    const std::uint32_t step = blockSize / kIsoSectorBytes;
+    layout.fileArea = DiscSector((behindJoliet.number() + step - 1) / step * step);
     return layout;
 }
 

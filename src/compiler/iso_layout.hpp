@@ -6,6 +6,7 @@
 
 #include "IO/iso_structures.hpp"
 #include "IO/iso_text.hpp"
+#include "IO/medium_places.hpp"
 #include "compiler/disc_plan.hpp"
 
 namespace vellmark {
@@ -13,18 +14,19 @@ namespace vellmark {
 /// Place and size of every directory of one tree, in the order of the plan's folders.
 struct IsoTreeLayout {
     std::uint32_t pathTableBytes = 0;
-    std::uint32_t pathTableL = 0;  ///< first sector
-    std::uint32_t pathTableM = 0;
-    std::uint32_t rootDirectory = 0;      ///< first sector of the directories
-    std::uint32_t directorySectors = 0;   ///< what they fill, without the reserve
-    std::vector<std::uint32_t> sectorOf;  ///< of each folder, 0 where it is not in the tree
+    DiscSector pathTableL;
+    DiscSector pathTableM;
+    DiscSector rootDirectory;            ///< the first of the directories
+    std::uint32_t directorySectors = 0;  ///< what they fill, without the reserve
+    std::vector<DiscSector> sectorOf;    ///< of each folder, 0 where it is not in the tree
     std::vector<std::uint32_t> sectorsOf;
 };
 
 /// Fixed places of the descriptors, and where the tables begin.
-inline constexpr std::uint32_t kJolietDescriptorSector = kIsoFirstDescriptor + 1;
-inline constexpr std::uint32_t kTerminatorSector = kIsoFirstDescriptor + 2;
-inline constexpr std::uint32_t kFirstTableSector = kIsoFirstDescriptor + 3;
+inline constexpr DiscSector kPrimaryDescriptorSector(kIsoFirstDescriptor);
+inline constexpr DiscSector kJolietDescriptorSector(kIsoFirstDescriptor + 1);
+inline constexpr DiscSector kTerminatorSector(kIsoFirstDescriptor + 2);
+inline constexpr DiscSector kFirstTableSector(kIsoFirstDescriptor + 3);
 
 /// Length of the records of a directory itself and of the one above it.
 inline constexpr std::uint32_t kDotRecordLength = 34;
@@ -32,7 +34,7 @@ inline constexpr std::uint32_t kDotRecordLength = 34;
 struct IsoLayout {
     IsoTreeLayout iso;
     IsoTreeLayout joliet;
-    std::uint32_t fileArea = 0;  ///< first sector behind the tables
+    DiscSector fileArea;  ///< behind the tables
 };
 
 /// Identifier of an item as a directory record holds it: with its version, most significant byte

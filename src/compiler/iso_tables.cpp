@@ -38,13 +38,13 @@ class TableWriter {
             (void)flush();  // a failure is kept for the last one
     }
     void padToSector() {
-        const std::uint64_t rest = (written_ + buffer_.size()) % kDiscSectorBytes;
+        const std::uint64_t rest = (written_ + buffer_.size()) % kIsoSectorBytes;
         if (rest != 0)
-            buffer_.resize(buffer_.size() + (kDiscSectorBytes - rest));
+            buffer_.resize(buffer_.size() + (kIsoSectorBytes - rest));
     }
     /// Bytes left in the sector that is being filled.
     [[nodiscard]] std::size_t roomInSector() const {
-        return kDiscSectorBytes - (written_ + buffer_.size()) % kDiscSectorBytes;
+        return kIsoSectorBytes - (written_ + buffer_.size()) % kIsoSectorBytes;
     }
     [[nodiscard]] bool flush() {
         good_ = good_ && file_.writeAt(written_, buffer_);
@@ -101,7 +101,7 @@ class DirectoryWriter {
 
     void addDirectory(std::size_t index, const std::string& identifier, const IsoShortDate& date,
                       std::uint8_t flags) {
-        add(layout_.sectorOf[index], layout_.sectorsOf[index] * kDiscSectorBytes, date,
+        add(layout_.sectorOf[index], layout_.sectorsOf[index] * kIsoSectorBytes, date,
             static_cast<std::uint8_t>(flags | kIsoFlagFolder), identifier);
     }
 
@@ -123,18 +123,17 @@ class DirectoryWriter {
 
     void addRun(const DiscRun& run, const IsoShortDate& date, std::uint8_t flags,
                 const std::string& identifier, std::span<const std::uint8_t> systemUse) {
-        const std::uint32_t sector =
-            run.sizeBytes == 0 ? 0 : area_.firstSector + run.startBlock * area_.sectorsPerBlock;
-        add(sector, run.sizeBytes, date, flags, identifier, systemUse);
+        add(run.sizeBytes == 0 ? DiscSector{} : area_.sectorOf(run), run.sizeBytes, date, flags,
+            identifier, systemUse);
     }
 
-    void add(std::uint32_t sector, std::uint32_t sizeBytes, const IsoShortDate& date,
+    void add(DiscSector sector, std::uint32_t sizeBytes, const IsoShortDate& date,
              std::uint8_t flags, const std::string& identifier,
              std::span<const std::uint8_t> systemUse = {}) {
         const std::uint32_t named = IsoRecordLength(identifier.size());
         IsoDirectoryRecord record{};
         record.length = static_cast<std::uint8_t>(named + systemUse.size());
-        record.extent = sector;
+        record.extent = sector.number();
         record.sizeBytes = sizeBytes;
         record.date = date;
         record.flags = flags;
@@ -166,7 +165,7 @@ bool WritePathTables(const DiscPlan& plan, const IsoTreeLayout& layout, IsoTree 
     const auto add = [&](std::size_t folder, std::uint16_t parent, const std::string& identifier) {
         IsoPathRecord record{};
         record.nameLength = static_cast<std::uint8_t>(identifier.size());
-        record.extent = layout.sectorOf[folder];
+        record.extent = layout.sectorOf[folder].number();
         record.parent = parent;
         std::vector<std::uint8_t> tail(identifier.begin(), identifier.end());
         tail.resize(tail.size() + (tail.size() & 1));
@@ -216,13 +215,12 @@ bool WriteTables(const DiscPlan& plan, const IsoLayout& layout, const FileArea& 
 }
 
 bool CopyTables(const IsoLayout& layout, TempTableSet& tables, PcFile& image) {
-    const std::array<std::uint32_t, TempTableSet::kCount> sectors = {
+    const std::array<DiscSector, TempTableSet::kCount> sectors = {
         layout.iso.pathTableL,    layout.iso.pathTableM,    layout.iso.rootDirectory,
         layout.joliet.pathTableL, layout.joliet.pathTableM, layout.joliet.rootDirectory};
     for (std::size_t i = 0; i < TempTableSet::kCount; ++i) {
         const std::uint64_t size = tables.file(i).size();
-        const std::uint64_t offset = std::uint64_t{sectors[i]} * kDiscSectorBytes;
-        if (image.copyFrom(tables.file(i), 0, offset, size) != size)
+        if (image.copyFrom(tables.file(i), 0, sectors[i].byte(), size) != size)
             return false;
     }
     return true;

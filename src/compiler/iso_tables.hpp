@@ -11,12 +11,6 @@
 
 namespace vellmark {
 
-/// Where the file data lies, for the directory records.
-struct FileArea {
-    std::uint32_t firstSector = 0;
-    std::uint32_t sectorsPerBlock = 1;  ///< of 2048 bytes
-};
-
 /// Six temporary files: L path table, M path table and directories of ISO, then of Joliet. They are
 /// removed with the object, whatever the result.
 class TempTableSet {

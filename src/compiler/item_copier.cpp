@@ -11,12 +11,8 @@
 namespace vellmark {
 
 ItemCopier::ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image,
-                       std::uint64_t fileArea, std::uint32_t blockSize)
-    : context_(context),
-      plan_(plan),
-      writer_(image, context.progress),
-      fileArea_(fileArea),
-      blockSize_(blockSize) {}
+                       const FileArea& area)
+    : context_(context), plan_(plan), writer_(image, context.progress), area_(area) {}
 
 CopyResult ItemCopier::run() {
     context_.progress.begin(plan_.sourceBytes);
@@ -67,9 +63,9 @@ CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) 
         ByteSource& fork = kind == RunKind::Resource ? forks.resource() : forks.data();
         if (!isFile && fork.size() > run.sizeBytes)
             return tellChanged(path);
-        const CopyResult result = isFile
-                                      ? copyFile(item, path)
-                                      : writer_.copyFork(fork, path, placeOf(run), run.sizeBytes);
+        const CopyResult result =
+            isFile ? copyFile(item, path)
+                   : writer_.copyFork(fork, path, area_.sectorOf(run).byte(), run.sizeBytes);
         if (result == CopyResult::SourceFailed && !problem_)
             problem_ = Reason(Sentence::kForkBecameShorter, Printable(path));
         if (result != CopyResult::Done)
@@ -84,9 +80,9 @@ CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
     PcFile source(path, PcFile::Mode::Read);
     if (source.isOpen() && (source.size() > run.sizeBytes || source.openedDate() != item.modified))
         return tellChanged(path);
-    const CopyResult result = source.isOpen()
-                                  ? writer_.copyFile(source, path, placeOf(run), run.sizeBytes)
-                                  : CopyResult::SourceFailed;
+    const CopyResult result =
+        source.isOpen() ? writer_.copyFile(source, path, area_.sectorOf(run).byte(), run.sizeBytes)
+                        : CopyResult::SourceFailed;
     if (result == CopyResult::SourceFailed)
         problem_ = source.error() != 0 ? Reason(Sentence::kSourceUnreadable, Printable(path),
                                                 SystemError{source.error()})
@@ -98,10 +94,6 @@ CopyResult ItemCopier::copyFile(const DiscItem& item, const std::string& path) {
 CopyResult ItemCopier::tellChanged(const std::string& path) {
     problem_ = Reason(Sentence::kChangedWhileBuilt, Printable(path));
     return CopyResult::SourceFailed;
-}
-
-std::uint64_t ItemCopier::placeOf(const DiscRun& run) const {
-    return fileArea_ + std::uint64_t{run.startBlock} * blockSize_;
 }
 
 std::string ItemCopier::pathOf(const ProjectRecord& record) {

@@ -14,9 +14,7 @@ namespace vellmark {
 
 class ItemCopier {
   public:
-    /// The file area begins at byte `fileArea` of `image`; a block has `blockSize` bytes.
-    ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image, std::uint64_t fileArea,
-               std::uint32_t blockSize);
+    ItemCopier(CompileContext& context, const DiscPlan& plan, PcFile& image, const FileArea& area);
 
     /// Every piece to the place that the plan gave it. `problem` is what failed, apart from a
     /// target that could not be written.
@@ -28,14 +26,12 @@ class ItemCopier {
     [[nodiscard]] CopyResult copyForks(const DiscItem& item, const std::string& path);
     [[nodiscard]] CopyResult copyFile(const DiscItem& item, const std::string& path);
     [[nodiscard]] CopyResult tellChanged(const std::string& path);
-    [[nodiscard]] std::uint64_t placeOf(const DiscRun& run) const;
     [[nodiscard]] std::string pathOf(const ProjectRecord& record);
 
     CompileContext& context_;
     const DiscPlan& plan_;
     ImageWriter writer_;
-    std::uint64_t fileArea_;
-    std::uint32_t blockSize_;
+    FileArea area_;
     PcPathResolver resolver_;
     std::optional<TemporaryFolder> temporary_;
     Reason problem_;

@@ -32,13 +32,13 @@ std::size_t CountPcRuns(const DiscPlan& plan) {
 }
 
 std::vector<BlockRun> PcBlocks(const DiscPlan& plan, std::uint32_t blockSize,
-                               std::uint32_t firstBlock) {
+                               BlockNumber firstBlock) {
     std::vector<BlockRun> blocks;
     bool wasFork = true;
     ForEachPiece(plan, [&](const DiscRun& piece, bool isFork) {
         const auto count = static_cast<std::uint32_t>(BlocksFor(piece.sizeBytes, blockSize));
         if (!isFork && wasFork)
-            blocks.push_back({firstBlock + piece.startBlock, count});
+            blocks.push_back({firstBlock.number + piece.startBlock, count});
         else if (!isFork)
             blocks.back().blockCount += count;
         wasFork = isFork;

@@ -19,6 +19,6 @@ namespace vellmark {
 /// Those of a plan whose files have their places, in rising order; `firstBlock` is the allocation
 /// block at which the file area begins.
 [[nodiscard]] std::vector<BlockRun> PcBlocks(const DiscPlan& plan, std::uint32_t blockSize,
-                                             std::uint32_t firstBlock);
+                                             BlockNumber firstBlock);
 
 }  // namespace vellmark

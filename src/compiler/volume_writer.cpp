@@ -12,7 +12,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr std::uint64_t kSectorBytes512 = 512;
 constexpr std::uint32_t kHeaderSector = 2;
 constexpr std::uint32_t kHfsBitmapSector = 3;
 
@@ -57,37 +56,39 @@ std::vector<std::uint8_t> BitmapOf(const HfsLayout& layout) {
 
 bool WritePartitionMap(const CompileContext& context, const HfsLayout& layout, PcFile& image) {
     const ProjectHeader& header = context.project.header();
-    const auto start = static_cast<std::uint32_t>(layout.partitionStart);
+    const auto start = static_cast<std::uint32_t>(layout.partitionStart.number());
     const auto count = static_cast<std::uint32_t>(layout.partitionSectors);
     const std::string label =
         header.isHfsPlus() ? PcToMacName(NarrowToWide(header.hfsLabel())).bytes : HfsLabel(header);
     return image.writeRecord(0, BuildDriverDescriptor(start + count)) &&
-           image.writeRecord(kSectorBytes512,
+           image.writeRecord(kSectorBytes,
                              BuildMapEntry(1, 2, ProductName(), kMapPartitionType, kMapStatus)) &&
-           image.writeRecord(2 * kSectorBytes512,
+           image.writeRecord(2 * kSectorBytes,
                              BuildMapEntry(start, count, label, kHfsPartitionType, kMapStatus));
 }
 
 bool WriteVolume(const CompileContext& context, const DiscPlan& plan, const HfsLayout& layout,
                  const MemoryNodes& catalogNodes, const BuiltCatalog& catalog, PcFile& image) {
-    const std::vector<BlockRun> pcBlocks = PcBlocks(plan, layout.blockSize(), layout.systemBlocks);
+    const std::vector<BlockRun> pcBlocks =
+        PcBlocks(plan, layout.blockSize(), BlockNumber{layout.systemBlocks});
     const VolumeParams params = ParamsOf(context, layout, catalog, !pcBlocks.empty());
-    const auto byteOf = [&](std::uint64_t sector) { return sector * kSectorBytes512; };
-    const std::uint64_t header = byteOf(layout.partitionStart + kHeaderSector);
-    const std::uint64_t alternate = byteOf(layout.alternateHeader());
-    const std::uint64_t bitmap =
-        byteOf(layout.isHfsPlus ? layout.sectorOf(layout.allocationFile.startBlock)
-                                : layout.partitionStart + kHfsBitmapSector);
+    const auto byteOf = [&](const SystemFile& file) {
+        return layout.sectorOf(BlockNumber{file.startBlock}).byte();
+    };
+    const std::uint64_t header = (layout.partitionStart + kHeaderSector).byte();
+    const std::uint64_t alternate = layout.alternateHeader().byte();
+    const std::uint64_t bitmap = layout.isHfsPlus
+                                     ? byteOf(layout.allocationFile)
+                                     : (layout.partitionStart + kHfsBitmapSector).byte();
     const bool headers = layout.isHfsPlus
                              ? image.writeRecord(header, BuildVolumeHeader(params)) &&
                                    image.writeRecord(alternate, BuildVolumeHeader(params))
                              : image.writeRecord(header, BuildMasterDirectoryBlock(params)) &&
                                    image.writeRecord(alternate, BuildMasterDirectoryBlock(params));
     return headers && image.writeAt(bitmap, BitmapOf(layout)) &&
-           WriteExtentsTree(image, byteOf(layout.sectorOf(layout.extentsFile.startBlock)),
-                            layout.isHfsPlus, layout.extentsFile.blockCount * layout.blockSize(),
-                            pcBlocks) &&
-           catalogNodes.writeTo(image, byteOf(layout.sectorOf(layout.catalogFile.startBlock)));
+           WriteExtentsTree(image, byteOf(layout.extentsFile), layout.isHfsPlus,
+                            layout.extentsFile.blockCount * layout.blockSize(), pcBlocks) &&
+           catalogNodes.writeTo(image, byteOf(layout.catalogFile));
 }
 
 }  // namespace vellmark

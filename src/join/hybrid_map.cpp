@@ -49,20 +49,20 @@ std::vector<FoundPartition> FindHfsPartitions(ByteSource& disk) {
     return found;
 }
 
-HybridMap MakeHybridMap(const FoundPartition& partition, std::uint32_t startBlock,
-                        std::uint32_t blockCount, std::uint32_t discBlocks) {
+HybridMap MakeHybridMap(const FoundPartition& partition, Sector512 start, std::uint32_t sectorCount,
+                        Sector512 discEnd) {
     HybridMap map = partition.map;
     map.descriptor.blockSize = kBlockBytes;
-    map.descriptor.blockCount = discBlocks;
+    map.descriptor.blockCount = static_cast<std::uint32_t>(discEnd.number());
     std::fill(map.descriptor.drivers.begin() + kDriverCountOffset, map.descriptor.drivers.end(),
               std::uint8_t{0});
     map.mapEntry = MapEntryOf(partition);
     map.mapEntry.mapEntries = kHybridMapEntries;
     map.hfsEntry.mapEntries = kHybridMapEntries;
-    map.hfsEntry.startBlock = startBlock;
-    map.hfsEntry.blockCount = blockCount;
+    map.hfsEntry.startBlock = static_cast<std::uint32_t>(start.number());
+    map.hfsEntry.blockCount = sectorCount;
     map.hfsEntry.dataStart = 0;
-    map.hfsEntry.dataCount = blockCount;
+    map.hfsEntry.dataCount = sectorCount;
     return map;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "IO/medium_places.hpp"
 #include "IO/partition_structures.hpp"
 #include "support/byte_source.hpp"
 
@@ -31,9 +32,9 @@ struct FoundPartition {
 /// or no such partition.
 [[nodiscard]] std::vector<FoundPartition> FindHfsPartitions(ByteSource& disk);
 
-/// The map of a hybrid disc that has this partition at `startBlock`; all in blocks of 512 bytes.
-/// Drivers that the old disk names stay behind with it.
-[[nodiscard]] HybridMap MakeHybridMap(const FoundPartition& partition, std::uint32_t startBlock,
-                                      std::uint32_t blockCount, std::uint32_t discBlocks);
+/// The map of a hybrid disc that has this partition, of `sectorCount` sectors of 512 bytes, at
+/// `start` and ends before `discEnd`. Drivers that the old disk names stay behind with it.
+[[nodiscard]] HybridMap MakeHybridMap(const FoundPartition& partition, Sector512 start,
+                                      std::uint32_t sectorCount, Sector512 discEnd);
 
 }  // namespace vellmark

@@ -196,7 +196,7 @@ HybridationResult AskForSize(const JoinJob& job) {
 HybridationResult CheckLimits(const JoinJob& job, HybridForm form) {
     const std::uint64_t sectors =
         (job.disc.size() + job.form.sectorBytes - 1) / job.form.sectorBytes +
-        job.partitionSectors() + kVideoGapSectors;
+        job.source.size() / kIsoSectorBytes + kVideoGapSectors;
     const bool staysRaw = form == HybridForm::Raw || form == HybridForm::VideoCd;
     const std::uint64_t most =
         staysRaw ? kMostRawSectors

@@ -21,8 +21,9 @@ constexpr int kTextRepacking = 1095;
 /// Raw sectors that are repacked at a time.
 constexpr std::size_t kRepackPiece = 64;
 
-std::uint64_t WholeSectors(std::uint64_t bytes) {
-    return (bytes + kIsoSectorBytes - 1) / kIsoSectorBytes;
+// The first sector behind so many bytes.
+DiscSector EndOf(std::uint64_t bytes) {
+    return DiscSector(static_cast<std::uint32_t>((bytes + kIsoSectorBytes - 1) / kIsoSectorBytes));
 }
 
 void Begin(const JoinJob& job, int status, std::uint64_t bytes) {
@@ -128,11 +129,13 @@ bool EndsInTornJoin(const JoinJob& job) {
     if (!reader || size / kRawSectorBytes >= kMostRawSectors)
         return false;
     const IsoVolumeInfo& told = reader->info(IsoTree::Iso);
-    const std::uint64_t volume = WholeSectors(std::uint64_t{told.spaceSize} * told.blockSize);
-    std::uint64_t at = volume * kRawSectorBytes;
-    if (volume == 0 || at >= size)
+    const std::uint64_t volumeBytes = std::uint64_t{told.spaceSize} * told.blockSize;
+    if (volumeBytes == 0 || volumeBytes > size)
         return false;
-    auto number = static_cast<std::uint32_t>(volume);
+    std::uint32_t number = EndOf(volumeBytes).number();
+    std::uint64_t at = std::uint64_t{number} * kRawSectorBytes;
+    if (at >= size)
+        return false;
     std::vector<std::uint8_t> raw(kRepackPiece * kRawSectorBytes);
     for (; at < size; at += raw.size()) {
         const auto piece = std::span(raw).first(
@@ -150,30 +153,31 @@ bool EndsInTornJoin(const JoinJob& job) {
 
 HybridationResult JoinPlain(JoinJob& job) {
     const std::uint64_t oldBytes = job.disc.size();
-    const std::uint64_t start = WholeSectors(oldBytes);
-    const std::uint64_t total = start + job.partitionSectors();
-    if (!job.hasRoom(total * kIsoSectorBytes - oldBytes, total * kIsoSectorBytes))
+    const DiscSector start = EndOf(oldBytes);
+    const DiscSector end = start + job.partitionSectors();
+    if (!job.hasRoom(end.byte() - oldBytes, end.byte()))
         return HybridationResult::NotWritten;
     Begin(job, kTextHybridating, job.source.size());
     const auto append = [&] {
-        return (start * kIsoSectorBytes == oldBytes || job.disc.setSize(start * kIsoSectorBytes)) &&
-               CopyWatched(job.source, 0, job.disc, start * kIsoSectorBytes, job.source.size(),
-                           job.progress);
+        return (start.byte() == oldBytes || job.disc.setSize(start.byte())) &&
+               CopyWatched(job.source, 0, job.disc, start.byte(), job.source.size(), job.progress);
     };
-    const HybridMap map = job.map(start, total);
+    const HybridMap map = job.map(start, end);
     return AppendThenHead(job, oldBytes, append, AsBytes(map));
 }
 
 HybridationResult JoinRaw(JoinJob& job) {
     const std::uint64_t oldBytes = job.disc.size();
-    const std::uint64_t start = (oldBytes + kRawSectorBytes - 1) / kRawSectorBytes;
-    const std::uint64_t total = start + job.partitionSectors();
+    const auto start =
+        static_cast<std::uint32_t>((oldBytes + kRawSectorBytes - 1) / kRawSectorBytes);
+    const std::uint32_t total = start + job.partitionSectors();
     if (!HasOneDataTrack(job))
         return job.refuse(HybridationResult::NotIso, Sentence::kDiscOfSeveralTracks);
-    if (!job.hasRoom(total * kRawSectorBytes - oldBytes, total * kRawSectorBytes))
+    const std::uint64_t newBytes = std::uint64_t{total} * kRawSectorBytes;
+    if (!job.hasRoom(newBytes - oldBytes, newBytes))
         return HybridationResult::NotWritten;
     const RawKind kind = job.form.kind();
-    const HybridMap map = job.map(start, total);
+    const HybridMap map = job.map(DiscSector(start), DiscSector(total));
     std::array<std::uint8_t, kRawSectorBytes> head;
     if (!job.disc.readExactly(0, head))
         return job.refuse(HybridationResult::NotIso, Sentence::kDiscCannotBeRead);
@@ -182,36 +186,36 @@ HybridationResult JoinRaw(JoinJob& job) {
     SetRawChecks(head, kind);
     Begin(job, kTextHybridating, job.source.size());
     const auto append = [&] {
-        return (start * kRawSectorBytes == oldBytes || job.disc.setSize(start * kRawSectorBytes)) &&
-               WriteRawSectors(job.source, job.disc, static_cast<std::uint32_t>(start), kind, 0,
-                               job.progress);
+        const std::uint64_t behind = std::uint64_t{start} * kRawSectorBytes;
+        return (behind == oldBytes || job.disc.setSize(behind)) &&
+               WriteRawSectors(job.source, job.disc, start, kind, 0, job.progress);
     };
     return AppendThenHead(job, oldBytes, append, head);
 }
 
 HybridationResult JoinRepacked(JoinJob& job) {
-    const std::uint64_t start = job.disc.size() / kRawSectorBytes;
-    const std::uint64_t total = start + job.partitionSectors();
+    const DiscSector start(static_cast<std::uint32_t>(job.disc.size() / kRawSectorBytes));
+    const DiscSector end = start + job.partitionSectors();
     // The raw image is there until the new one is whole.
-    if (!job.hasRoom(total * kIsoSectorBytes, total * kIsoSectorBytes))
+    if (!job.hasRoom(end.byte(), end.byte()))
         return HybridationResult::NotWritten;
     TargetFile target(job.path);
     PcFile& file = target.file();
     if (!file.isOpen())
         return job.writingEnded(file);
-    Begin(job, kTextRepacking, total * kIsoSectorBytes);
+    Begin(job, kTextRepacking, end.byte());
     std::optional<std::uint64_t> wrong;
     bool isWhole = Repack(job, file, wrong);
     if (wrong)
         return job.refuse(HybridationResult::NotIso, Sentence::kDiscOfSeveralKinds, *wrong);
     job.progress.text(job.messages.text(kTextHybridating));
-    isWhole = isWhole && CopyWatched(job.source, 0, file, start * kIsoSectorBytes,
-                                     job.source.size(), job.progress);
-    if (!isWhole || !file.writeRecord(0, job.map(start, total)))
+    isWhole =
+        isWhole && CopyWatched(job.source, 0, file, start.byte(), job.source.size(), job.progress);
+    if (!isWhole || !file.writeRecord(0, job.map(start, end)))
         return job.writingEnded(file);
     if (const int error = target.publish(true, true); error != 0)
         return job.notPublished(error);
-    job.sizeBytes = total * kIsoSectorBytes;
+    job.sizeBytes = end.byte();
     return HybridationResult::Done;
 }
 

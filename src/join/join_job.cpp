@@ -12,21 +12,19 @@ namespace {
 
 constexpr int kTextNoRoom = 1073;
 constexpr int kTextTooLargeForDisk = 1474;
-constexpr std::uint32_t kBlocksPerSector = kIsoSectorBytes / kSectorBytes;
 constexpr std::size_t kPieceBytes = 1 << 20;
 /// Raw sectors that are made at a time.
 constexpr std::size_t kRawPiece = 64;
 
 }  // namespace
 
-std::uint64_t JoinJob::partitionSectors() const {
-    return source.size() / kIsoSectorBytes;
+std::uint32_t JoinJob::partitionSectors() const {
+    return static_cast<std::uint32_t>(source.size() / kIsoSectorBytes);
 }
 
-HybridMap JoinJob::map(std::uint64_t start, std::uint64_t discSectors) const {
-    return MakeHybridMap(source.partition(), static_cast<std::uint32_t>(start * kBlocksPerSector),
-                         static_cast<std::uint32_t>(source.partitionBlocks()),
-                         static_cast<std::uint32_t>(discSectors * kBlocksPerSector));
+HybridMap JoinJob::map(DiscSector start, DiscSector end) const {
+    return MakeHybridMap(source.partition(), ToSector512(start),
+                         static_cast<std::uint32_t>(source.partitionBlocks()), ToSector512(end));
 }
 
 bool JoinJob::hasRoom(std::uint64_t more, std::uint64_t whole) const {

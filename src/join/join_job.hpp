@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "IO/medium_places.hpp"
 #include "IO/raw_image.hpp"
 #include "join/hybridation.hpp"
 #include "join/join_source.hpp"
@@ -27,9 +28,9 @@ struct JoinJob {
     std::uint64_t sizeBytes = 0;  ///< of the disc afterwards
 
     /// Sectors of 2,048 bytes that the partition fills.
-    [[nodiscard]] std::uint64_t partitionSectors() const;
-    /// The map of a disc of `discSectors` sectors that has the partition at sector `start`.
-    [[nodiscard]] HybridMap map(std::uint64_t start, std::uint64_t discSectors) const;
+    [[nodiscard]] std::uint32_t partitionSectors() const;
+    /// The map of a disc that has the partition at `start` and ends before `end`.
+    [[nodiscard]] HybridMap map(DiscSector start, DiscSector end) const;
     /// Whether the disc's file system has room for `more` bytes and can hold a file of `whole`
     /// bytes. False after a message.
     [[nodiscard]] bool hasRoom(std::uint64_t more, std::uint64_t whole) const;

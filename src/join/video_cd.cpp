@@ -118,7 +118,7 @@ Reason PlanIsoTrack(const JoinJob& job, ByteSource& data, Plan& plan) {
     if (!data.readExactly(0, head) ||
         !data.readExactly(std::uint64_t{kIsoFirstDescriptor} * kIsoSectorBytes, descriptor))
         return Sentence::kItCannotBeRead;
-    const HybridMap map = job.map(plan.videoSector, plan.sectors());
+    const HybridMap map = job.map(DiscSector(plan.videoSector), DiscSector(plan.sectors()));
     std::memcpy(head.data(), &map, sizeof map);
     const both32 spaceSize = plan.sectors();
     std::memcpy(descriptor.data() + offsetof(IsoVolumeDescriptor, spaceSize), &spaceSize,
@@ -191,7 +191,7 @@ bool WriteImage(const JoinJob& job, const Plan& plan, PcFile& target) {
         return false;
     job.progress.text(job.messages.text(kTextHybridating));
     MemoryBytes gap(std::vector<std::uint8_t>(kVideoGapSectors * kIsoSectorBytes));
-    const auto partitionSectors = static_cast<std::uint32_t>(job.partitionSectors());
+    const std::uint32_t partitionSectors = job.partitionSectors();
     if (!WriteRawSectors(job.source, target, plan.videoSector, RawKind::Mode2Form1, kSubmodeData,
                          job.progress) ||
         !WriteRawSectors(gap, target, plan.videoSector + partitionSectors, RawKind::Mode2Form1, 0,
@@ -282,7 +282,7 @@ bool IsVideoCd(ByteSource& image) {
 HybridationResult JoinVideoCd(JoinJob& job) {
     Plan plan;
     plan.oldSectors = static_cast<std::uint32_t>(job.disc.size() / kRawSectorBytes);
-    plan.added = static_cast<std::uint32_t>(job.partitionSectors()) + kVideoGapSectors;
+    plan.added = job.partitionSectors() + kVideoGapSectors;
     RawDataSource data(job.disc, job.form);
     Reason problem = PlanEntries(job.disc, plan);
     if (!problem)

@@ -92,7 +92,7 @@ Reason ImageView::findTrees(std::optional<unsigned> partition, const Clock& cloc
     if (iso_ && iso_->hasJoliet())
         trees_.push_back(MakeIsoTreeView(*iso_, IsoTree::Joliet, *volume_.image));
     (void)ScanMedium(volume_, partitions_, &messages);
-    std::vector<std::uint64_t> starts = {0, volume_.volumeOffset};
+    std::vector<Sector512> starts = {Sector512(0), volume_.partitionStart};
     for (const PartitionEntry& entry : partitions_)
         starts.push_back(entry.startSector);
     if (partition)
@@ -103,7 +103,7 @@ Reason ImageView::findTrees(std::optional<unsigned> partition, const Clock& cloc
         trees_.push_back(MakeHfsTreeView(volume_, clock));
     } else {
         damagedVolume_ = std::any_of(starts.begin(), starts.end(),
-                                     [&](std::uint64_t start) { return holdsVolumeHeader(start); });
+                                     [&](Sector512 start) { return holdsVolumeHeader(start); });
     }
     return {};
 }
@@ -118,9 +118,9 @@ void ImageView::judgeChanges(bool isExpanded) {
         isExpanded ? ClassRefusal(ImageClass::TrailerDiskImage) : ImageRefusal(*volume_.image);
 }
 
-bool ImageView::holdsVolumeHeader(std::uint64_t startSector) {
-    return startSector < volume_.image->size() / kSectorBytes &&
-           VolumeSignatureAt(*volume_.image, startSector * kSectorBytes) != 0;
+bool ImageView::holdsVolumeHeader(Sector512 start) {
+    return start.number() < volume_.image->size() / kSectorBytes &&
+           VolumeSignatureAt(*volume_.image, start.byte()) != 0;
 }
 
 // Why an image without a tree has none.

@@ -139,7 +139,7 @@ class ImageView {
     [[nodiscard]] Reason findTrees(std::optional<unsigned> partition, const Clock& clock,
                                    Messages& messages, bool isExpanded);
     void judgeChanges(bool isExpanded);
-    [[nodiscard]] bool holdsVolumeHeader(std::uint64_t startSector);
+    [[nodiscard]] bool holdsVolumeHeader(Sector512 start);
     [[nodiscard]] Reason whyEmpty();
 
     VolumeContext volume_;

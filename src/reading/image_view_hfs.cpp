@@ -46,7 +46,7 @@ TreeFacts FactsOf(VolumeContext& volume, const Clock& clock) {
                                    : FromMacLocal(volume.mdb.creationDate, clock));
     facts.modified = GivenDate(plus ? FromMacGmt(volume.vhb.modificationDate)
                                     : FromMacLocal(volume.mdb.modificationDate, clock));
-    facts.endByte = volume.volumeOffset * kSectorBytes + facts.sizeBytes();
+    facts.endByte = volume.blocksStart.byte() + facts.sizeBytes();
     return facts;
 }
 

@@ -103,7 +103,8 @@ bool TransferFork(VolumeContext& volume, const std::vector<BlockRun>& runs, std:
                 static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), runBytes - within));
             const SectorRequest request{
                 command, static_cast<std::uint32_t>(piece / kSectorBytes),
-                BlockToSector(volume, run.startBlock) + within / kSectorBytes, bytes.first(piece)};
+                BlockToSector(volume, BlockNumber{run.startBlock}) + within / kSectorBytes,
+                bytes.first(piece)};
             if (volume.transferSlot(request) != 0)
                 return false;
             bytes = bytes.subspan(piece);
@@ -119,7 +120,7 @@ ForkPlace PlaceInFork(const VolumeContext& volume, const std::vector<BlockRun>& 
     for (const BlockRun& run : runs) {
         const std::uint64_t runBytes = std::uint64_t{run.blockCount} * volume.blockSize;
         if (offset < runBytes)
-            return {BlockToSector(volume, run.startBlock) * kSectorBytes + offset,
+            return {BlockToSector(volume, BlockNumber{run.startBlock}).byte() + offset,
                     runBytes - offset};
         offset -= runBytes;
     }

@@ -46,7 +46,7 @@ static_assert(sizeof(BigJournalHeader) == 44 && sizeof(LittleJournalHeader) == 4
 static_assert(offsetof(BigJournalHeader, start) == 8);
 
 template <typename Record>
-bool ReadAtSector(VolumeContext& volume, std::uint64_t sector, Record& record) {
+bool ReadAtSector(VolumeContext& volume, Sector512 sector, Record& record) {
     std::array<std::uint8_t, kSectorBytes> bytes{};
     if (ReadSectors(volume.transferSlot, sector, bytes) != 0)
         return false;
@@ -62,7 +62,7 @@ bool JournalHoldsChanges(VolumeContext& volume) {
         return false;
     JournalInfoBlock info{};
     if (header.journalInfoBlock == 0 || header.journalInfoBlock >= header.totalBlocks ||
-        !ReadAtSector(volume, BlockToSector(volume, header.journalInfoBlock), info))
+        !ReadAtSector(volume, BlockToSector(volume, BlockNumber{header.journalInfoBlock}), info))
         return true;
     if ((info.flags & kNeedsInit) != 0)
         return false;
@@ -71,7 +71,7 @@ bool JournalHoldsChanges(VolumeContext& volume) {
         info.offset >= volumeBytes)
         return true;
     std::array<std::uint8_t, sizeof(BigJournalHeader)> bytes{};
-    if (!ReadAtSector(volume, volume.volumeOffset + info.offset / kSectorBytes, bytes))
+    if (!ReadAtSector(volume, volume.partitionStart + info.offset / kSectorBytes, bytes))
         return true;
     BigJournalHeader big{};
     LittleJournalHeader little{};

@@ -30,7 +30,7 @@ constexpr int kTextEmptyFile = 1409;
 constexpr std::uint64_t kHeaderSector = 2;
 constexpr std::uint32_t kMaxHfsPlusBlock = 1u << 26;
 
-bool ReadHeaderSector(VolumeContext& volume, std::uint64_t sector, ByteSpan bytes) {
+bool ReadHeaderSector(VolumeContext& volume, Sector512 sector, ByteSpan bytes) {
     return volume.transferSlot({kCommandRead, 1, sector, bytes}) == 0;
 }
 
@@ -40,15 +40,14 @@ bool SetHfs(VolumeContext& volume) {
         mdb.allocationStartSector <= mdb.bitmapStartSector)
         return false;
     volume.isHfsPlus = false;
-    volume.partitionStart = volume.volumeOffset;
-    volume.volumeOffset += mdb.allocationStartSector;
+    volume.blocksStart = volume.partitionStart + mdb.allocationStartSector;
     volume.blockSize = mdb.blockSize;
     volume.sectorsPerBlock = volume.blockSize / kSectorBytes;
     volume.bitmapSectors = mdb.allocationStartSector - mdb.bitmapStartSector;
     volume.bitmapBytes = volume.bitmapSectors * kSectorBytes;
     if (volume.totalSectors == 0)
-        volume.totalSectors =
-            volume.volumeOffset + std::uint64_t{mdb.totalBlocks} * volume.sectorsPerBlock + 2;
+        volume.totalSectors = volume.blocksStart.number() +
+                              std::uint64_t{mdb.totalBlocks} * volume.sectorsPerBlock + 2;
     return true;
 }
 
@@ -58,7 +57,7 @@ bool SetHfsPlus(VolumeContext& volume) {
         header.blockSize > kMaxHfsPlusBlock || header.totalBlocks == 0)
         return false;
     volume.isHfsPlus = true;
-    volume.partitionStart = volume.volumeOffset;
+    volume.blocksStart = volume.partitionStart;
     volume.blockSize = header.blockSize;
     volume.sectorsPerBlock = volume.blockSize / kSectorBytes;
     volume.bitmapBytes = (header.totalBlocks + 7u) / 8;
@@ -70,11 +69,11 @@ bool SetHfsPlus(VolumeContext& volume) {
 // The sectors that a wrapper keeps for the volume inside, counted in allocation blocks of the
 // wrapper. A wrapper that stores fewer than the volume has is not believed, and none reaches behind
 // its own partition.
-bool SetWrappedSize(VolumeContext& volume, std::uint64_t wrapper) {
+bool SetWrappedSize(VolumeContext& volume, Sector512 wrapper) {
     const MasterDirectoryBlock& mdb = volume.mdb;
     const std::uint64_t stored =
         std::uint64_t{mdb.embeddedExtent.blockCount} * mdb.blockSize / kSectorBytes;
-    const std::uint64_t before = std::min(volume.volumeOffset - wrapper, volume.partitionSectors);
+    const std::uint64_t before = std::min(volume.partitionStart - wrapper, volume.partitionSectors);
     volume.partitionSectors =
         std::min(std::max(stored, volume.totalSectors), volume.partitionSectors - before);
     return true;
@@ -84,12 +83,12 @@ bool SetWrappedSize(VolumeContext& volume, std::uint64_t wrapper) {
 // stands there, else in blocks of the allocation block size.
 bool EnterWrapper(VolumeContext& volume) {
     const MasterDirectoryBlock mdb = volume.mdb;
-    const std::uint64_t wrapper = volume.volumeOffset;
+    const Sector512 wrapper = volume.partitionStart;
     for (const std::uint32_t unit : {std::uint32_t{mdb.clumpSize}, std::uint32_t{mdb.blockSize}}) {
-        volume.volumeOffset = wrapper + mdb.allocationStartSector +
-                              std::uint64_t{mdb.embeddedExtent.startBlock} * unit / kSectorBytes;
+        volume.partitionStart = wrapper + mdb.allocationStartSector +
+                                std::uint64_t{mdb.embeddedExtent.startBlock} * unit / kSectorBytes;
         const ByteSpan bytes{reinterpret_cast<std::uint8_t*>(&volume.vhb), sizeof volume.vhb};
-        if (ReadHeaderSector(volume, volume.volumeOffset + kHeaderSector, bytes) &&
+        if (ReadHeaderSector(volume, volume.partitionStart + kHeaderSector, bytes) &&
             IsHfsPlusSignature(volume.vhb.signature)) {
             return SetHfsPlus(volume) && SetWrappedSize(volume, wrapper);
         }
@@ -157,23 +156,23 @@ void ForgetVolume(VolumeContext& volume) {
 
 // Whether an image ends before the last block of the volume whose header was read, or before the
 // second header, which HFS has behind that block.
-bool IsCutShort(const VolumeContext& volume, std::uint64_t imageSectors) {
+bool IsCutShort(const VolumeContext& volume, Sector512 imageEnd) {
     const std::uint64_t behindBlocks = volume.isHfsPlus ? 0 : 1;
-    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock +
+    return volume.blocksStart + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock +
                behindBlocks >
-           imageSectors;
+           imageEnd;
 }
 
 // An HFS volume of which no size is stored, in an image that may hold more: it ends with the
 // image only when its second header stands there.
 void FindEndOfHfs(VolumeContext& volume) {
     std::array<std::uint8_t, kSectorBytes> sector{};
-    const std::uint64_t blocksEnd =
-        volume.volumeOffset + std::uint64_t{volume.mdb.totalBlocks} * volume.sectorsPerBlock;
+    const Sector512 blocksEnd =
+        volume.blocksStart + std::uint64_t{volume.mdb.totalBlocks} * volume.sectorsPerBlock;
     const std::uint64_t least = blocksEnd + kHeaderSector - volume.partitionStart;
     if (volume.partitionSectors <= least)
         return;
-    const std::uint64_t last = volume.partitionStart + volume.partitionSectors - kHeaderSector;
+    const Sector512 last = volume.partitionStart + volume.partitionSectors - kHeaderSector;
     const bool read = ReadHeaderSector(volume, last, sector);
     be16 signature;
     std::memcpy(&signature, sector.data(), sizeof signature);
@@ -181,20 +180,25 @@ void FindEndOfHfs(VolumeContext& volume) {
         volume.partitionSectors = least;
 }
 
-// Mounts at a place of the medium; an `endSector` of 0 is not known.
-bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t endSector,
-              std::uint64_t totalSectors) {
+// A part of the medium.
+struct Stretch {
+    Sector512 start;
+    Sector512 end = {};  // 0 where it is not known
+};
+
+bool TryMount(VolumeContext& volume, const Stretch& part, std::uint64_t totalSectors) {
     ForgetVolume(volume);
     // A map may store more sectors than the image has: nothing is ever written behind its end.
-    const std::uint64_t imageSectors = volume.image->size() / kSectorBytes;
-    const std::uint64_t end = endSector != 0 ? std::min(endSector, imageSectors) : imageSectors;
-    volume.volumeOffset = startSector;
-    volume.partitionSectors = end - std::min(end, startSector);
+    const Sector512 imageEnd(volume.image->size() / kSectorBytes);
+    const bool hasEnd = part.end.number() != 0;
+    const Sector512 end = hasEnd ? std::min(part.end, imageEnd) : imageEnd;
+    volume.partitionStart = part.start;
+    volume.partitionSectors = end - std::min(end, part.start);
     volume.totalSectors = totalSectors;
     const bool hasHeader = ReadVolumeHeader(volume);
     // Where a map lists a volume, its header may be among what is missing.
-    const bool isCut = hasHeader ? IsCutShort(volume, imageSectors)
-                                 : endSector != 0 && startSector + kHeaderSector >= imageSectors;
+    const bool isCut =
+        hasHeader ? IsCutShort(volume, imageEnd) : hasEnd && part.start + kHeaderSector >= imageEnd;
     volume.isMounted = hasHeader && OpenTrees(volume);
     if (isCut)
         volume.readOnlyReasons.add(ReadOnlyReason::CutImage);
@@ -202,7 +206,7 @@ bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t en
         volume.readOnlyReasons.remove(ReadOnlyReason::CutImage);
     if (!volume.isMounted)
         return false;
-    if (endSector == 0 && !volume.isHfsPlus)
+    if (!hasEnd && !volume.isHfsPlus)
         FindEndOfHfs(volume);
     JudgeVolume(volume);
     // What was tried in vain before is no loss of this volume's data.
@@ -211,7 +215,7 @@ bool TryMount(VolumeContext& volume, std::uint64_t startSector, std::uint64_t en
 }
 
 bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint64_t totalSectors) {
-    return TryMount(volume, partition.startSector, partition.endSector, totalSectors);
+    return TryMount(volume, Stretch{partition.startSector, partition.endSector}, totalSectors);
 }
 
 // Why no volume of the open image can be mounted; none when one was.
@@ -258,7 +262,7 @@ bool OpenFile(VolumeContext& volume, const std::string& path, Access access, Mes
 
 bool ReadVolumeHeader(VolumeContext& volume) {
     std::array<std::uint8_t, kSectorBytes> sector{};
-    if (!ReadHeaderSector(volume, volume.volumeOffset + kHeaderSector, sector))
+    if (!ReadHeaderSector(volume, volume.partitionStart + kHeaderSector, sector))
         return false;
     be16 signature;
     std::memcpy(&signature, sector.data(), sizeof signature);
@@ -290,21 +294,21 @@ bool OpenTrees(VolumeContext& volume) {
 bool MountRequest(VolumeContext& volume, Messages* messages) {
     std::vector<PartitionEntry> partitions;
     const int count = ScanMedium(volume, partitions, messages);
-    const std::uint64_t firstOffset = volume.volumeOffset;
+    const Sector512 first = volume.partitionStart;
     const std::uint64_t totalSectors = volume.totalSectors;
     // Behind a protective boot record it is the first partition that counts, whatever its type.
-    const auto first = FirstGptPartition(*volume.image);
-    if (first && TryMount(volume, *first, totalSectors))
+    const auto ofTable = FirstGptPartition(*volume.image);
+    if (ofTable && TryMount(volume, *ofTable, totalSectors))
         return true;
     for (const PartitionEntry& partition : partitions)
         if (TryMount(volume, partition, totalSectors))
             return true;
-    if (count >= 0 && TryMount(volume, firstOffset, 0, totalSectors))
+    if (count >= 0 && TryMount(volume, Stretch{first}, totalSectors))
         return true;
     // Some makers of hybrid discs put an empty boot record in front of a volume that begins at the
     // start of the disc. Such a bare volume is for reading only.
     volume.readOnlyReasons.add(ReadOnlyReason::BareVolume);
-    return TryMount(volume, 0, 0, totalSectors);
+    return TryMount(volume, Stretch{Sector512(0)}, totalSectors);
 }
 
 Reason ChoosePartition(VolumeContext& volume, const std::vector<PartitionEntry>& partitions,

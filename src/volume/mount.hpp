@@ -13,10 +13,10 @@
 
 namespace vellmark {
 
-/// Reads the header at `volumeOffset` and sets the geometry. An HFS wrapper around an HFS+ volume
-/// is stepped through. False when there is no header of a known kind, or one whose sizes cannot be
-/// right: HFS with a block size that is no multiple of 512, HFS+ with one that is no power of two
-/// from 512 on.
+/// Reads the header of the volume at `partitionStart` and sets the geometry. An HFS wrapper around
+/// an HFS+ volume is stepped through. False when there is no header of a known kind, or one whose
+/// sizes cannot be right: HFS with a block size that is no multiple of 512, HFS+ with one that is
+/// no power of two from 512 on.
 [[nodiscard]] bool ReadVolumeHeader(VolumeContext& volume);
 
 /// Opens the extents tree and the catalog. False when one of them cannot be used.

@@ -16,7 +16,7 @@ constexpr std::uint64_t kHeaderSector = 2;
 
 // Blocks that lie, wholly or in part, in one of the ranges.
 std::vector<BlockRun> BlocksIn(const VolumeContext& volume, const std::vector<ByteRange>& ranges) {
-    const std::uint64_t first = volume.volumeOffset * kSectorBytes;
+    const std::uint64_t first = volume.blocksStart.byte();
     const std::uint64_t end = first + std::uint64_t{volume.totalBlocks()} * volume.blockSize;
     std::vector<BlockRun> runs;
     for (const ByteRange& range : ranges) {
@@ -38,8 +38,8 @@ std::vector<BlockRun> BlocksIn(const VolumeContext& volume, const std::vector<By
     return runs;
 }
 
-bool Touches(const std::vector<ByteRange>& ranges, std::uint64_t sector, std::uint64_t sectors) {
-    const std::uint64_t offset = sector * kSectorBytes;
+bool Touches(const std::vector<ByteRange>& ranges, Sector512 sector, std::uint64_t sectors) {
+    const std::uint64_t offset = sector.byte();
     const std::uint64_t end = offset + sectors * kSectorBytes;
     const auto range = std::find_if(ranges.begin(), ranges.end(),
                                     [&](const ByteRange& r) { return r.end > offset; });
@@ -65,7 +65,7 @@ bool SharesStructures(VolumeContext& volume, const std::vector<ByteRange>& range
     return Touches(ranges, volume.partitionStart + kHeaderSector, 1) ||
            Touches(ranges, AlternateSector(volume), 1) ||
            std::any_of(runs.begin(), runs.end(), [&](const BlockRun& run) {
-               return Touches(ranges, BlockToSector(volume, run.startBlock),
+               return Touches(ranges, BlockToSector(volume, BlockNumber{run.startBlock}),
                               std::uint64_t{run.blockCount} * volume.sectorsPerBlock);
            });
 }

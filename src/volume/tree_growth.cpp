@@ -23,14 +23,14 @@ VolumeNodes& NodesOf(WritableVolume& volume, bool isCatalog) {
 
 // New nodes begin as zeros.
 bool ZeroRun(WritableVolume& volume, BlockRun run) {
-    std::uint64_t sector = BlockToSector(volume, run.startBlock);
+    Sector512 sector = BlockToSector(volume, BlockNumber{run.startBlock});
     std::uint64_t left = std::uint64_t{run.blockCount} * volume->sectorsPerBlock;
     std::vector<std::uint8_t> zeros(std::min<std::uint64_t>(left, kZeroSectors) * kSectorBytes);
     while (left > 0) {
         const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(left, kZeroSectors));
         if (volume->transferSlot({kCommandWrite, count, sector, zeros}) != 0)
             return false;
-        sector += count;
+        sector = sector + count;
         left -= count;
     }
     return true;

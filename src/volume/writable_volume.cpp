@@ -21,28 +21,28 @@ std::uint64_t WholeSectors(std::uint64_t bytes) {
     return (bytes + kSectorBytes - 1) / kSectorBytes * kSectorBytes;
 }
 
-bool Transfer(VolumeContext& volume, std::int32_t command, std::uint64_t sector, ByteSpan bytes) {
+bool Transfer(VolumeContext& volume, std::int32_t command, Sector512 sector, ByteSpan bytes) {
     return volume.transferSlot({command, static_cast<std::uint32_t>(bytes.size() / kSectorBytes),
                                 sector, bytes}) == 0;
 }
 
 template <typename Header>
-bool WriteHeaders(VolumeContext& volume, Header& header, std::uint64_t alternate) {
+bool WriteHeaders(VolumeContext& volume, Header& header, Sector512 alternate) {
     const ByteSpan bytes{reinterpret_cast<std::uint8_t*>(&header), sizeof header};
     return Transfer(volume, kCommandWrite, volume.partitionStart + kHeaderSector, bytes) &&
            Transfer(volume, kCommandWrite, alternate, bytes);
 }
 
 // First sector behind the last allocation block.
-std::uint64_t BlocksEnd(const VolumeContext& volume) {
-    return volume.volumeOffset + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock;
+Sector512 BlocksEnd(const VolumeContext& volume) {
+    return volume.blocksStart + std::uint64_t{volume.totalBlocks()} * volume.sectorsPerBlock;
 }
 
 // Whether all that a flush writes lies within the image, which may be cut short, or its sizes
 // nonsense.
 bool FitsImage(const VolumeContext& volume) {
-    const std::uint64_t sectors = volume.image->size() / kSectorBytes;
-    return BlocksEnd(volume) <= sectors && AlternateSector(volume) < sectors;
+    const Sector512 end(volume.image->size() / kSectorBytes);
+    return BlocksEnd(volume) <= end && AlternateSector(volume) < end;
 }
 
 struct BitmapPart {
@@ -60,8 +60,8 @@ BitmapPart ChangedSectors(AllocationState& state) {
 
 // The header as it stands, which says that the volume is in use.
 bool ReadMark(VolumeContext& volume, RedoMark& mark) {
-    const std::uint64_t sector = volume.partitionStart + kHeaderSector;
-    mark.offset = sector * kSectorBytes;
+    const Sector512 sector = volume.partitionStart + kHeaderSector;
+    mark.offset = sector.byte();
     if (!Transfer(volume, kCommandRead, sector, mark.bytes))
         return false;
     const auto clear = [&mark](auto header, auto attributes) {
@@ -80,9 +80,9 @@ bool ReadMark(VolumeContext& volume, RedoMark& mark) {
 
 }  // namespace
 
-std::uint64_t AlternateSector(const VolumeContext& volume) {
-    const std::uint64_t blocksEnd = BlocksEnd(volume);
-    const std::uint64_t partitionEnd = volume.partitionStart + volume.partitionSectors;
+Sector512 AlternateSector(const VolumeContext& volume) {
+    const Sector512 blocksEnd = BlocksEnd(volume);
+    const Sector512 partitionEnd = volume.partitionStart + volume.partitionSectors;
     if (!volume.isHfsPlus)
         return std::max(blocksEnd + 2, partitionEnd) - 2;
     const bool isRemainder =
@@ -159,7 +159,7 @@ bool WritableVolume::writeHeaders(const Clock& clock) {
         MasterDirectoryBlock& mdb = volume.mdb;
         mdb.writeCount = mdb.writeCount + 1;
         mdb.modificationDate = MacDateNow(clock, false);
-        const std::uint64_t first = volume.partitionStart + mdb.bitmapStartSector;
+        const Sector512 first = volume.partitionStart + mdb.bitmapStartSector;
         return Transfer(volume, kCommandWrite, first + sector, bytes) &&
                WriteHeaders(volume, mdb, AlternateSector(volume));
     }

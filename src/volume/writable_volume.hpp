@@ -76,6 +76,6 @@ class WritableVolume {
 /// behind the last block. In HFS+ it is in the last blocks, or behind them where the partition is
 /// no multiple of the block size; a partition that goes on for more than that is not the volume's
 /// own. In sectors of 512 bytes from the start of the image.
-[[nodiscard]] std::uint64_t AlternateSector(const VolumeContext& volume);
+[[nodiscard]] Sector512 AlternateSector(const VolumeContext& volume);
 
 }  // namespace vellmark

@@ -65,7 +65,7 @@ void PutJson(ViewRun& run, const std::string& image) {
     for (const PartitionEntry& partition : run.view->partitions())
         json["partitions"].push_back({{"number", json["partitions"].size() + 1},
                                       {"name", PartitionName(partition)},
-                                      {"startSector", partition.startSector},
+                                      {"startSector", partition.startSector.number()},
                                       {"sectorCount", partition.sectorCount}});
     json["trees"] = nlohmann::ordered_json::array();
     for (TreeView* tree : run.trees)
@@ -107,7 +107,7 @@ void PutText(ViewRun& run, const std::string& image) {
     unsigned number = 0;
     for (const PartitionEntry& partition : run.view->partitions())
         line(Reason(Sentence::kInfoPartition, PartitionLine(++number, partition),
-                    partition.startSector, partition.sectorCount));
+                    partition.startSector.number(), partition.sectorCount));
     for (TreeView* tree : run.trees)
         PutTree(run, FactsOf(run, *tree));
 }
