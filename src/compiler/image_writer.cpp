@@ -25,7 +25,7 @@ ImageWriter::ImageWriter(PcFile& image, Progress& progress)
 CopyResult ImageWriter::copyFile(PcFile& source, std::string_view name, std::uint64_t place,
                                  std::uint32_t sizeBytes) {
     return copy(source, name, place, sizeBytes, [&](std::uint32_t done, std::uint32_t piece) {
-        if (image_.copyFrom(source, done, offset_, piece) == piece)
+        if (image_.copyFrom(source, {done, offset_, piece}) == piece)
             return CopyResult::Done;
         return image_.error() ? CopyResult::TargetFailed : CopyResult::SourceFailed;
     });

@@ -220,7 +220,7 @@ bool CopyTables(const IsoLayout& layout, TempTableSet& tables, PcFile& image) {
         layout.joliet.pathTableL, layout.joliet.pathTableM, layout.joliet.rootDirectory};
     for (std::size_t i = 0; i < TempTableSet::kCount; ++i) {
         const std::uint64_t size = tables.file(i).size();
-        if (image.copyFrom(tables.file(i), 0, sectors[i].byte(), size) != size)
+        if (image.copyFrom(tables.file(i), {0, sectors[i].byte(), size}) != size)
             return false;
     }
     return true;

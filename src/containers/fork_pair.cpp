@@ -26,12 +26,11 @@ std::size_t SliceSource::readAt(std::uint64_t offset, std::span<std::uint8_t> ou
     return whole_->readAt(offset_ + offset, out.first(count));
 }
 
-std::uint64_t SliceSource::copyTo(PcFile& target, std::uint64_t targetOffset, std::uint64_t offset,
-                                  std::uint64_t count) {
-    if (offset >= length_)
+std::uint64_t SliceSource::copyTo(PcFile& target, ByteMove move) {
+    if (move.from >= length_)
         return 0;
-    return whole_->copyTo(target, targetOffset, offset_ + offset,
-                          std::min(count, length_ - offset));
+    return whole_->copyTo(
+        target, {offset_ + move.from, move.to, std::min(move.count, length_ - move.from)});
 }
 
 bool EndsBeyond(const ByteSource& source, std::uint64_t offset, std::uint64_t length) {
@@ -45,7 +44,7 @@ ContainerFault CopyFork(ByteSource& fork, ByteSink& target, std::uint64_t offset
     for (std::uint64_t at = 0; at < length;) {
         if (file != nullptr && length - at >= kLeastDirectCopy) {
             const std::uint64_t copied =
-                fork.copyTo(*file, offset + at, at, std::min(length - at, kMostDirectCopy));
+                fork.copyTo(*file, {at, offset + at, std::min(length - at, kMostDirectCopy)});
             at += copied;
             if (copied != 0)
                 continue;

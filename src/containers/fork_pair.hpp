@@ -59,8 +59,7 @@ class SliceSource final : public ByteSource {
 
     [[nodiscard]] std::uint64_t size() const override { return length_; }
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
-    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
-                                       std::uint64_t offset, std::uint64_t count) override;
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, ByteMove move) override;
 
   private:
     ByteSource* whole_ = nullptr;

@@ -160,7 +160,8 @@ HybridationResult JoinPlain(JoinJob& job) {
     Begin(job, kTextHybridating, job.source.size());
     const auto append = [&] {
         return (start.byte() == oldBytes || job.disc.setSize(start.byte())) &&
-               CopyWatched(job.source, 0, job.disc, start.byte(), job.source.size(), job.progress);
+               CopyWatched(job.source, job.disc, {0, start.byte(), job.source.size()},
+                           job.progress);
     };
     const HybridMap map = job.map(start, end);
     return AppendThenHead(job, oldBytes, append, AsBytes(map));
@@ -209,8 +210,8 @@ HybridationResult JoinRepacked(JoinJob& job) {
     if (wrong)
         return job.refuse(HybridationResult::NotIso, Sentence::kDiscOfSeveralKinds, *wrong);
     job.progress.text(job.messages.text(kTextHybridating));
-    isWhole =
-        isWhole && CopyWatched(job.source, 0, file, start.byte(), job.source.size(), job.progress);
+    isWhole = isWhole &&
+              CopyWatched(job.source, file, {0, start.byte(), job.source.size()}, job.progress);
     if (!isWhole || !file.writeRecord(0, job.map(start, end)))
         return job.writingEnded(file);
     if (const int error = target.publish(true, true); error != 0)

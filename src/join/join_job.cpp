@@ -60,19 +60,19 @@ HybridationResult JoinJob::notPublished(int error) const {
                   SystemError{error});
 }
 
-bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to, std::uint64_t toOffset,
-                 std::uint64_t count, Progress& progress) {
+bool CopyWatched(ByteSource& source, PcFile& target, ByteMove move, Progress& progress) {
     std::vector<std::uint8_t> piece;
-    for (std::uint64_t done = 0; done < count;) {
-        std::uint64_t bytes = from.copyTo(to, toOffset + done, fromOffset + done,
-                                          std::min<std::uint64_t>(count - done, kMostDirectCopy));
+    for (std::uint64_t done = 0; done < move.count;) {
+        std::uint64_t bytes =
+            source.copyTo(target, {move.from + done, move.to + done,
+                                   std::min<std::uint64_t>(move.count - done, kMostDirectCopy)});
         if (bytes == 0) {
             piece.resize(kPieceBytes);
             const std::size_t want =
-                static_cast<std::size_t>(std::min<std::uint64_t>(count - done, piece.size()));
-            bytes = from.readAt(fromOffset + done, std::span(piece).first(want));
-            if (bytes == 0 || !to.writeAt(toOffset + done,
-                                          std::span(piece).first(static_cast<std::size_t>(bytes))))
+                static_cast<std::size_t>(std::min<std::uint64_t>(move.count - done, piece.size()));
+            bytes = source.readAt(move.from + done, std::span(piece).first(want));
+            if (bytes == 0 || !target.writeAt(move.to + done, std::span(piece).first(
+                                                                  static_cast<std::size_t>(bytes))))
                 return false;
         }
         done += bytes;

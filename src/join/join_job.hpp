@@ -47,10 +47,9 @@ struct JoinJob {
     HybridationResult notPublished(int error) const;
 };
 
-/// Copies `count` bytes, telling them to `progress`. False when a transfer failed or the work is
-/// to stop.
-[[nodiscard]] bool CopyWatched(ByteSource& from, std::uint64_t fromOffset, PcFile& to,
-                               std::uint64_t toOffset, std::uint64_t count, Progress& progress);
+/// Copies bytes, telling them to `progress`. False when a transfer failed or the work is to stop.
+[[nodiscard]] bool CopyWatched(ByteSource& source, PcFile& target, ByteMove move,
+                               Progress& progress);
 
 /// Writes the blocks of `data`, 2,048 bytes each, as the raw sectors of `target` from `number` on.
 /// As `CopyWatched` otherwise. `submode` goes into both copies of the subheader of mode 2.

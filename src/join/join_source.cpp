@@ -171,13 +171,12 @@ std::size_t JoinSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out
     return out.size();
 }
 
-std::uint64_t JoinSource::copyTo(PcFile& target, std::uint64_t targetOffset, std::uint64_t offset,
-                                 std::uint64_t count) {
+std::uint64_t JoinSource::copyTo(PcFile& target, ByteMove move) {
     // The header, which may be changed on the way, and the end, which may lie in zeros, are read.
-    if (offset < kHeaderOffset + kHeaderBytes || offset >= stored_)
+    if (move.from < kHeaderOffset + kHeaderBytes || move.from >= stored_)
         return 0;
-    return disk_->copyTo(target, targetOffset, partition_.offset + offset,
-                         std::min(count, stored_ - offset));
+    return disk_->copyTo(target, {partition_.offset + move.from, move.to,
+                                  std::min(move.count, stored_ - move.from)});
 }
 
 }  // namespace vellmark

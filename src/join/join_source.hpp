@@ -43,8 +43,7 @@ class JoinSource final : public ByteSource {
         return (stored_ + kSectorBytes - 1) / kSectorBytes;
     }
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
-    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
-                                       std::uint64_t offset, std::uint64_t count) override;
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, ByteMove move) override;
 
     [[nodiscard]] const FoundPartition& partition() const { return partition_; }
     [[nodiscard]] const std::string& path() const { return path_; }

@@ -235,7 +235,7 @@ std::string BackUpProject(const std::string& path) {
     const bool replaces = PcFactsOf(backupPath).kind == PcKind::File;
     const std::uint64_t sizeBytes = source.size();
     const bool isWhole =
-        backup.file().isOpen() && backup.file().copyFrom(source, 0, 0, sizeBytes) == sizeBytes;
+        backup.file().isOpen() && backup.file().copyFrom(source, {0, 0, sizeBytes}) == sizeBytes;
     return isWhole && backup.publish(replaces, true) == 0 ? backupPath : std::string{};
 }
 

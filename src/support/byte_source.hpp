@@ -18,6 +18,13 @@ class PcFile;
 inline constexpr std::uint64_t kLeastDirectCopy = 64 << 10;
 inline constexpr std::uint64_t kMostDirectCopy = 8 << 20;
 
+/// Bytes that go from a place of one file to a place of another.
+struct ByteMove {
+    std::uint64_t from = 0;
+    std::uint64_t to = 0;
+    std::uint64_t count = 0;
+};
+
 /// Bytes that can be read at any offset.
 class ByteSource {
   public:
@@ -30,13 +37,10 @@ class ByteSource {
     /// asked for means the end of the bytes or a failure of the medium.
     [[nodiscard]] virtual std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) = 0;
 
-    /// Copies up to `count` bytes from `offset` into a file of the PC, where they lie in another
+    /// Copies up to `count` bytes of this source into a file of the PC, where they lie in another
     /// one: the system does that without our memory. Returns the bytes copied; what is missing is
     /// to be read, also when it is all of them.
-    [[nodiscard]] virtual std::uint64_t copyTo(PcFile& /*target*/, std::uint64_t /*targetOffset*/,
-                                               std::uint64_t /*offset*/, std::uint64_t /*count*/) {
-        return 0;
-    }
+    [[nodiscard]] virtual std::uint64_t copyTo(PcFile& /*target*/, ByteMove /*move*/) { return 0; }
 
     /// Reads exactly `out.size()` bytes; false when the source ends or fails before that.
     [[nodiscard]] bool readExactly(std::uint64_t offset, std::span<std::uint8_t> out) {

@@ -284,30 +284,29 @@ void PcFile::refuse(int error) {
     error_ = error;
 }
 
-std::uint64_t PcFile::copyFrom(PcFile& from, std::uint64_t fromOffset, std::uint64_t offset,
-                               std::uint64_t count) {
+std::uint64_t PcFile::copyFrom(PcFile& source, ByteMove move) {
     std::uint64_t done = 0;
     std::vector<std::uint8_t> buffer;
     // The system copies what stands in the file, not what is to be seen there.
-    if (from.patch_)
-        buffer.resize(static_cast<std::size_t>(std::min(count, kCopyPiece)));
-    while (done < count) {
+    if (source.patch_)
+        buffer.resize(static_cast<std::size_t>(std::min(move.count, kCopyPiece)));
+    while (done < move.count) {
         if (buffer.empty()) {
-            off_t source = static_cast<off_t>(fromOffset + done);
-            off_t target = static_cast<off_t>(offset + done);
-            const ssize_t moved = ::copy_file_range(from.descriptor_, &source, descriptor_, &target,
-                                                    static_cast<std::size_t>(count - done), 0);
+            off_t from = static_cast<off_t>(move.from + done);
+            off_t to = static_cast<off_t>(move.to + done);
+            const ssize_t moved = ::copy_file_range(source.descriptor_, &from, descriptor_, &to,
+                                                    static_cast<std::size_t>(move.count - done), 0);
             if (moved > 0) {
                 done += static_cast<std::uint64_t>(moved);
                 continue;
             }
             // 0 is the end, or a file system that only claims to do it; a plain read shows which.
-            buffer.resize(static_cast<std::size_t>(std::min(count - done, kCopyPiece)));
+            buffer.resize(static_cast<std::size_t>(std::min(move.count - done, kCopyPiece)));
         }
         const std::size_t want =
-            static_cast<std::size_t>(std::min<std::uint64_t>(count - done, buffer.size()));
-        const std::size_t got = from.readAt(fromOffset + done, {buffer.data(), want});
-        if (got == 0 || !writeAt(offset + done, {buffer.data(), got}))
+            static_cast<std::size_t>(std::min<std::uint64_t>(move.count - done, buffer.size()));
+        const std::size_t got = source.readAt(move.from + done, {buffer.data(), want});
+        if (got == 0 || !writeAt(move.to + done, {buffer.data(), got}))
             break;
         done += got;
     }

@@ -78,9 +78,8 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] std::uint64_t size() const override;
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
     [[nodiscard]] bool writeAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override;
-    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
-                                       std::uint64_t offset, std::uint64_t count) override {
-        return target.copyFrom(*this, offset, targetOffset, count);
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, ByteMove move) override {
+        return target.copyFrom(*this, move);
     }
     /// Cuts or lengthens the file (with zeros).
     [[nodiscard]] bool setSize(std::uint64_t sizeBytes);
@@ -101,11 +100,10 @@ class PcFile final : public ByteSource, public ByteSink {
     void seeThrough(ReadPatch patch) { patch_ = std::move(patch); }
     /// Gives the lock up.
     void unlock();
-    /// Copies `count` bytes of `from` to `offset`, by the system where it can do so without our
+    /// Copies bytes of `source` into this file, by the system where it can do so without our
     /// memory. Returns the bytes copied; fewer means that one side ended or failed (see `error` of
     /// both files).
-    [[nodiscard]] std::uint64_t copyFrom(PcFile& from, std::uint64_t fromOffset,
-                                         std::uint64_t offset, std::uint64_t count);
+    [[nodiscard]] std::uint64_t copyFrom(PcFile& source, ByteMove move);
 
     /// The system's number of the first failure, of opening or of a transfer; 0 when all went well.
     [[nodiscard]] int error() const { return error_; }

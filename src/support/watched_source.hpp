@@ -21,11 +21,10 @@ class WatchedSource final : public ByteSource {
         stopped_ = !progress_.chunk(got);
         return stopped_ ? 0 : got;
     }
-    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
-                                       std::uint64_t offset, std::uint64_t count) override {
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, ByteMove move) override {
         if (stopped_)
             return 0;
-        const std::uint64_t copied = source_.copyTo(target, targetOffset, offset, count);
+        const std::uint64_t copied = source_.copyTo(target, move);
         stopped_ = copied > 0 && !progress_.chunk(copied);
         return copied;
     }

@@ -112,7 +112,7 @@ TreeResult Inserter::splitLeaf(const Path& path, ConstByteSpan record, std::size
         right.insert(0, record);
     } else {
         const std::size_t usual = tree_.format.appendSplits ? n - n / 2 : n / 3 * 2;
-        const auto kept = SplitPoint(left, usual, index, record.size());
+        const auto kept = SplitPoint(left, usual, {index, record.size()});
         if (!kept)
             return TreeResult::Damaged;
         left.moveTail(*kept, right);

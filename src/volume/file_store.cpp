@@ -87,7 +87,7 @@ std::uint64_t CopyDirectly(WritableVolume& volume, const PlacedFork& fork, std::
     if (bytes < kLeastDirectCopy)
         return 0;
     const std::uint64_t copied =
-        fork.source->copyTo(*volume->image, place.imageOffset, done, bytes);
+        fork.source->copyTo(*volume->image, {done, place.imageOffset, bytes});
     std::array<std::uint8_t, kSectorBytes> first;
     const bool isKnown =
         copied >= first.size() && volume->image->readExactly(place.imageOffset, first);

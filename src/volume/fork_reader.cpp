@@ -156,13 +156,13 @@ TreeResult FollowExtents(VolumeContext& volume, std::uint32_t fileId, std::uint8
     return TreeResult::Done;
 }
 
-std::uint64_t ForkSource::copyTo(PcFile& target, std::uint64_t targetOffset, std::uint64_t offset,
-                                 std::uint64_t count) {
-    if (offset >= size_ || !volume_.image)
+std::uint64_t ForkSource::copyTo(PcFile& target, ByteMove move) {
+    if (move.from >= size_ || !volume_.image)
         return 0;
-    const ForkPlace place = PlaceInFork(volume_, runs_, offset);
-    return target.copyFrom(*volume_.image, place.imageOffset, targetOffset,
-                           std::min({count, size_ - offset, place.bytes}));
+    const ForkPlace place = PlaceInFork(volume_, runs_, move.from);
+    return target.copyFrom(
+        *volume_.image,
+        {place.imageOffset, move.to, std::min({move.count, size_ - move.from, place.bytes})});
 }
 
 std::size_t ForkSource::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {

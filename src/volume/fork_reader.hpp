@@ -46,8 +46,7 @@ class ForkSource final : public ByteSource {
         : volume_(volume), runs_(std::move(runs)), size_(sizeBytes) {}
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
-    [[nodiscard]] std::uint64_t copyTo(PcFile& target, std::uint64_t targetOffset,
-                                       std::uint64_t offset, std::uint64_t count) override;
+    [[nodiscard]] std::uint64_t copyTo(PcFile& target, ByteMove move) override;
 
   private:
     VolumeContext& volume_;

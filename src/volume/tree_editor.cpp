@@ -33,21 +33,20 @@ std::vector<std::uint8_t> PaddedRecord(ConstByteSpan key, ConstByteSpan data) {
     return record;
 }
 
-std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t usual, std::size_t at,
-                                      std::size_t recordBytes) {
+std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t usual, NewRecord record) {
     const std::size_t n = node.count();
     const std::size_t room = node.bytes().size() - kNodeDescriptorSize;
     if (n < 2)
         return std::nullopt;
     const auto fits = [&](std::size_t kept) {
-        const bool onLeft = at <= kept;
+        const bool onLeft = record.at <= kept;
         const std::size_t bytes =
             onLeft ? node.offset(kept) - node.offset(0) : node.offset(n) - node.offset(kept);
         const std::size_t records = (onLeft ? kept : n - kept) + 1;
-        return bytes + recordBytes + 2 * (records + 1) <= room;
+        return bytes + record.bytes + 2 * (records + 1) <= room;
     };
     std::size_t kept = std::clamp<std::size_t>(usual, 1, n - 1);
-    while (kept > 1 && at <= kept && !fits(kept))
+    while (kept > 1 && record.at <= kept && !fits(kept))
         --kept;
     while (kept + 1 < n && !fits(kept))
         ++kept;
@@ -145,7 +144,7 @@ TreeResult TreeEditor::insertIndex(const Path& path, std::size_t level, std::siz
         left.insert(at, record);
         return store(number, left_) ? TreeResult::Done : TreeResult::Failed;
     }
-    const auto kept = SplitPoint(left, left.count() * 3 / 4, at, record.size());
+    const auto kept = SplitPoint(left, left.count() * 3 / 4, {at, record.size()});
     const auto allocated = kept ? allocate(path) : std::nullopt;
     if (!allocated)
         return TreeResult::Damaged;

@@ -69,10 +69,16 @@ class TreeEditor {
 /// Key and data as they lie in a node, each padded to an even length.
 [[nodiscard]] std::vector<std::uint8_t> PaddedRecord(ConstByteSpan key, ConstByteSpan data);
 
+/// A record that is to come into a node.
+struct NewRecord {
+    std::size_t at = 0;  ///< before which of those that are there
+    std::size_t bytes = 0;
+};
+
 /// How many records of a full node stay on the left: as many as `usual`, unless their sizes are so
-/// uneven that a new record, to be put before record `at`, would not fit on its side. Nothing when
-/// it fits nowhere, which only records larger than this program's own can bring about.
+/// uneven that the new record would not fit on its side. Nothing when it fits nowhere, which only
+/// records larger than this program's own can bring about.
 [[nodiscard]] std::optional<std::size_t> SplitPoint(const NodeView& node, std::size_t usual,
-                                                    std::size_t at, std::size_t recordBytes);
+                                                    NewRecord record);
 
 }  // namespace vellmark
