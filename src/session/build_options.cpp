@@ -35,6 +35,40 @@ Operand ModeName(CompileMode mode) {
     return Sentence::kIsoPlusKind;
 }
 
+Reason ResultLine(const OutputFile& output, const BuildSummary& summary) {
+    return Reason(Sentence::kImageBuilt, Printable(output.path()), ModeName(summary.mode),
+                  summary.imageBytes);
+}
+
+// What each side of the image would show, and under which name.
+void TellSummary(const OutputFile& output, const BuildSummary& summary, CommandContext& context,
+                 const Messages& messages) {
+    const auto line = [&](const Reason& reason) {
+        context.output << messages.words(reason) << '\n';
+    };
+    line(ResultLine(output, summary));
+    if (HasIso(summary.mode))
+        line(Reason(Sentence::kIsoSideWouldBe, Printable(summary.isoLabel), summary.iso.files,
+                    summary.iso.folders));
+    if (HasMacintosh(summary.mode))
+        line(Reason(Sentence::kMacSideWouldBe, Printable(summary.macLabel), summary.macintosh.files,
+                    summary.macintosh.folders, summary.blockBytes));
+    if (summary.leftOut > 0)
+        line(Reason(Sentence::kWouldBeLeftOut, summary.leftOut));
+}
+
+// Everything up to the first byte of the image.
+int LookAt(ProjectFile& project, BuildRequest request, const OutputFile& output,
+           CommandContext& context, Terminal& terminal) {
+    request.backsUp = false;
+    Build build(project, request, {terminal.messages, terminal.progress, context.clock});
+    if (build.prepare() != CompileResult::Done)
+        return kExitFailed;
+    terminal.progress.clear();
+    TellSummary(output, build.summary(), context, terminal.messages);
+    return build.skipped() > 0 ? kExitSkipped : kExitDone;
+}
+
 }  // namespace
 
 void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
@@ -45,6 +79,7 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options) {
     arguments.add("--free", options.free, Sentence::kHelpFree);
     arguments.flag("--strict-iso", options.strictIso, Sentence::kHelpStrictIso);
     arguments.flag(option::kForceImage, options.force);
+    arguments.flag("-n,--dry-run", options.dryRun, Sentence::kHelpDryRun);
     arguments.flag(option::kQuiet, options.quiet);
     arguments.flag(option::kVerbose, options.verbose);
 }
@@ -80,6 +115,8 @@ BuildRequest RequestOf(const BuildOptions& options, const OutputFile& output,
 
 int BuildAndTell(ProjectFile& project, const BuildRequest& request, const BuildOptions& options,
                  const OutputFile& output, CommandContext& context, Terminal& terminal) {
+    if (options.dryRun)
+        return LookAt(project, request, output, context, terminal);
     Messages& messages = terminal.messages;
     const BuildOutcome outcome =
         BuildProject(project, request, {messages, terminal.progress, context.clock});
@@ -90,10 +127,7 @@ int BuildAndTell(ProjectFile& project, const BuildRequest& request, const BuildO
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
     if (!options.quiet && !output.isStandardOutput())
-        context.output << messages.words(Reason(Sentence::kImageBuilt, Printable(output.path()),
-                                                ModeName(outcome.summary.mode),
-                                                outcome.summary.imageBytes))
-                       << '\n';
+        context.output << messages.words(ResultLine(output, outcome.summary)) << '\n';
     if (!output.send(context, messages))
         return kExitFailed;
     return outcome.skipped > 0 ? kExitSkipped : kExitDone;

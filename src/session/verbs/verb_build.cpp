@@ -44,7 +44,7 @@ int RunBuild(const BuildVerbOptions& options, CommandContext& context) {
         messages.showMessage(refusal);
         return kExitFailed;
     }
-    if (!MayMakeFile(output.path(), build.force, messages))
+    if (!build.dryRun && !MayMakeFile(output.path(), build.force, messages))
         return kExitFailed;
     BuildRequest request = RequestOf(build, output, context);
     request.rebuilds = options.rebuild || project->header().rebuildBeforeCompile();

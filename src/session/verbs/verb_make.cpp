@@ -71,7 +71,7 @@ int Make(const MakeOptions& options, CommandContext& context) {
         messages.showMessage(refusal);
         return kExitFailed;
     }
-    if (!output.isReady(messages) || !MayMakeFile(output.path(), build.force, messages))
+    if (!output.isReady(messages) || (!build.dryRun && !MayMakeFile(output.path(), build.force, messages)))
         return kExitFailed;
     ProjectDefaults defaults = NewProjectDefaults(context, ProjectMode::Hybrid);
     options.format.apply(defaults);
