@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "containers/typed_signature.hpp"
@@ -13,7 +12,7 @@
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 #include "support/sentences.hpp"
-#include "transfer/copy_in.hpp"
+#include "transfer/copy_all_in.hpp"
 
 namespace vellmark {
 
@@ -112,35 +111,6 @@ Reason TargetProblem(const FolderWay& way) {
         Reason(Sentence::kPlaceWhereGoes, shown));
 }
 
-// What the run did not come to; none for nothing.
-Reason NotReached(std::span<const std::string> paths) {
-    if (paths.empty())
-        return {};
-    const std::string first = Printable(paths.front());
-    return paths.size() == 1 ? Reason(Sentence::kOneNotReached, first)
-                             : Reason(Sentence::kItemsNotReached, paths.size(), first);
-}
-
-// What was asked for by its name and is not there now makes the whole run fail.
-void PutAll(const PutOptions& options, std::uint32_t folderId, CopyIn& batch, ChangeRun& run) {
-    std::span<const std::string> paths = options.paths;
-    while (!paths.empty()) {
-        const std::string& path = paths.front();
-        paths = paths.subspan(1);
-        const CopyInResult result = CopyItemIn(batch, path, folderId);
-        run.failed = run.failed || result != CopyInResult::Done;
-        if (result == CopyInResult::Stopped)
-            run.problem(Sentence::kStoppedCopiedStays);
-        if (result != CopyInResult::Stopped && result != CopyInResult::BatchEnds)
-            continue;
-        if (PcFactsOf(path).kind == PcKind::Folder)
-            run.problem(Reason(Sentence::kRestNotCopied, Printable(path)));
-        if (const Reason reason = NotReached(paths))
-            run.problem(reason);
-        return;
-    }
-}
-
 // Whether none of the items is there, so that no folder is to be made for them.
 bool NothingIsThere(const PutOptions& options) {
     return std::all_of(options.paths.begin(), options.paths.end(), [](const std::string& path) {
@@ -170,7 +140,7 @@ int Put(const PutOptions& options, CommandContext& context) {
     CopyIn batch(run.volume(), CopyOptionsOf(options, context),
                  SignaturesOf(context, run.terminal.messages), run.terminal.messages,
                  run.terminal.progress, context.clock);
-    PutAll(options, target.id, batch, run);
+    run.failed = !CopyAllIn(batch, options.paths, target.id) || run.failed;
     const int status = run.finish();
     run.terminal.progress.clear();
     if (run.isWritten)
