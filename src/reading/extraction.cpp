@@ -21,7 +21,7 @@ std::string NameOf(const ViewEntry& entry) {
 Extraction Extractor::take(TreeView& tree, const ViewEntry& entry, const std::string& target) {
     source_ = &tree;
     if (!targets_.claim(target))
-        return skip(entry, Reason(Sentence::kTakenJustNow, Printable(target)));
+        return skip(entry, Reason(Sentence::kJustWritten, Printable(target)));
     if (!entry.isFolder)
         return takeFile(entry, target);
     if (const Reason problem = targets_.enter(target))
@@ -49,7 +49,7 @@ Extraction Extractor::takeTo(TreeView& tree, const ViewEntry& file, ByteSink& si
 TreeWalker::Next Extractor::visit(const ViewEntry& entry, std::size_t) {
     const std::string name = PcFileName(entry.name, kMostPcNameBytes, entry.path, messages_);
     if (!targets_.claimName(name)) {
-        skip(entry, Sentence::kTakenNameOnPc);
+        skip(entry, Sentence::kSameNameOnPc);
         return Next::Pass;
     }
     if (entry.isFolder)
@@ -86,7 +86,7 @@ bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
         return mayGo;
     }
     if (!refusal && isTaken)
-        refusal = Reason(Sentence::kTakenAlready, Printable(target), keptHint_);
+        refusal = Reason(Sentence::kExistsAlready, Printable(target), keptHint_);
     if (refusal)
         skip(file, refusal);
     return !refusal;

@@ -1,8 +1,6 @@
 #include <memory>
 #include <optional>
 
-#include "IO/redo_log.hpp"
-#include "IO/sector_io.hpp"
 #include "project/labels.hpp"
 #include "session/sizes.hpp"
 #include "session/terminal.hpp"
@@ -10,8 +8,7 @@
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
 #include "support/targets.hpp"
-#include "support/texts.hpp"
-#include "volume/formatter.hpp"
+#include "volume/new_volume.hpp"
 
 namespace vellmark {
 
@@ -19,8 +16,6 @@ namespace {
 
 constexpr std::string_view kName = "format";
 constexpr std::string_view kSmallestBlocks = "smallest";
-constexpr int kTextNoRoom = 1073;
-constexpr int kTextTooLargeForDisk = 1474;
 
 struct FormatOptions {
     std::string path;
@@ -41,13 +36,8 @@ std::optional<std::uint64_t> MegabytesOf(std::string_view text) {
 
 // Why no volume can be so large.
 Reason SizeRefusal(const FormatOptions& options, std::optional<std::uint64_t> megabytes) {
-    if (!megabytes)
-        return Reason(Sentence::kNoWholeMegabytes, Printable(options.size));
-    const std::uint32_t most = options.hfsPlus ? kLargestHfsPlusVolumeMb : kLargestHfsVolumeMb;
-    if (*megabytes >= kSmallestVolumeMb && *megabytes <= most)
-        return {};
-    return Reason(Sentence::kNoSizeOfVolume, options.hfsPlus ? "HFS+" : "HFS", kSmallestVolumeMb,
-                  most, *megabytes);
+    return megabytes ? VolumeSizeRefusal(options.hfsPlus, *megabytes)
+                     : Reason(Sentence::kNoWholeMegabytes, Printable(options.size));
 }
 
 // Settles the allocation block, or says why it cannot be so.
@@ -65,43 +55,6 @@ Reason SettleBlockSize(const FormatOptions& options, FormatInput& input) {
                       Printable(options.blockSize));
     input.blockSize = static_cast<std::uint32_t>(*bytes);
     return {};
-}
-
-bool HasRoom(const std::string& path, std::uint64_t bytes, Messages& messages) {
-    switch (CheckTargetRoom(FolderOf(path), bytes)) {
-        case TargetRoom::Fits:
-            return true;
-        case TargetRoom::TooLargeForFileSystem:
-            messages.showMessage(messages.text(kTextTooLargeForDisk));
-            return false;
-        case TargetRoom::NoRoom:
-            break;
-    }
-    messages.showMessage(messages.text(kTextNoRoom));
-    return false;
-}
-
-bool WriteVolume(const FormatInput& input, const std::string& path, bool replace,
-                 const CommandContext& context, Terminal& terminal) {
-    TargetFile target(path);
-    int error =
-        target.file().isOpen() ? target.lockOlder(context.guard.lockWaitMs) : target.file().error();
-    if (error == 0) {
-        const FormatResult result =
-            FormatVolume(input, target.file(), context.clock, terminal.progress);
-        if (result == FormatResult::Stopped || StopSignals::requested()) {
-            terminal.messages.showMessage(Sentence::kStoppedNothingMade);
-            return false;
-        }
-        error =
-            result == FormatResult::Done ? target.publish(replace, true) : target.file().error();
-    }
-    if (error == 0)
-        RemoveRedoLogs(path, context.guard);
-    else
-        terminal.messages.showMessage(
-            Reason(Sentence::kCannotBeMade, Printable(path), SystemError{error}));
-    return error == 0;
 }
 
 int Format(const FormatOptions& options, CommandContext& context) {
@@ -126,14 +79,15 @@ int Format(const FormatOptions& options, CommandContext& context) {
     if (!MayMakeFile(path, options.force, messages))
         return kExitFailed;
     input.label = options.label;
-    const std::uint64_t bytes = FormattedBytes(input);
-    if (!HasRoom(path, bytes, terminal.messages) ||
-        !WriteVolume(input, path, options.force, context, terminal))
+    if (!MakeVolumeFile({path, options.force, context.guard}, input,
+                        {messages, terminal.progress, context.clock}))
         return kExitFailed;
     terminal.progress.clear();
     if (!options.quiet)
-        context.output << Printable(options.path) << ": empty "
-                       << (options.hfsPlus ? "HFS+" : "HFS") << " volume, " << bytes << " bytes\n";
+        context.output << messages.words(Reason(Sentence::kEmptyVolumeMade, Printable(options.path),
+                                                options.hfsPlus ? "HFS+" : "HFS",
+                                                FormattedBytes(input)))
+                       << '\n';
     return kExitDone;
 }
 
