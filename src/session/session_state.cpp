@@ -38,7 +38,7 @@ bool OpenJournal(const std::string& path, std::span<const std::string> files, Se
     if (!reason)
         return true;
     Terminal terminal(context, {});
-    FileOpenError(terminal.messages, path, terminal.messages.words(reason));
+    FileOpenError(terminal.messages, path, reason);
     return false;
 }
 

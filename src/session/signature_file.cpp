@@ -91,7 +91,7 @@ std::optional<std::string> ReadSigFile(const std::string& path, Messages& messag
     Result<std::string> bytes = ReadSigFile(path);
     if (bytes)
         return std::move(*bytes);
-    FileOpenError(messages, path, messages.words(bytes.error()));
+    FileOpenError(messages, path, bytes.error());
     return std::nullopt;
 }
 

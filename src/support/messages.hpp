@@ -98,9 +98,6 @@ class Messages {
 
 /// Tells that a file could not be opened, and why.
 void FileOpenError(Messages& messages, std::string_view path, const Reason& reason);
-inline void FileOpenError(Messages& messages, std::string_view path, std::string_view reason) {
-    FileOpenError(messages, path, Reason::Plain(std::string(reason)));
-}
 
 /// What is kept of the answers to one question that a batch asks for many items.
 enum class Remembered : int {

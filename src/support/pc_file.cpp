@@ -313,10 +313,6 @@ std::uint64_t PcFile::copyFrom(PcFile& source, ByteMove move) {
     return done;
 }
 
-std::string PcFile::errorText() const {
-    return error_ ? SystemErrorText(error_) : std::string{};
-}
-
 std::string PcFile::descriptorPath() const {
     return "/proc/self/fd/" + std::to_string(descriptor_);
 }
@@ -440,10 +436,6 @@ FileStamp StampOf(const std::string& path) {
     if (::stat(path.c_str(), &facts) != 0)
         return {};
     return StampOfFacts(facts);
-}
-
-std::string SystemErrorText(int error) {
-    return SystemErrorText(error, Language::English);
 }
 
 std::uint64_t FreeBytes(const std::string& folder) {

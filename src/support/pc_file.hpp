@@ -109,8 +109,6 @@ class PcFile final : public ByteSource, public ByteSink {
     [[nodiscard]] int error() const { return error_; }
     /// That failure as a reason, none when there was none.
     [[nodiscard]] Reason failure() const { return SystemError{error_}; }
-    /// The same in English.
-    [[nodiscard]] std::string errorText() const;
     [[nodiscard]] const std::string& path() const { return path_; }
     /// Of a file that is only read: whether it is another than when it was opened. Its size and the
     /// date of its last change show that, and the date of its inode where rights, owner and links
@@ -210,9 +208,6 @@ class TemporaryFolder {
 /// A new file in the system's folder for temporary files. It has no name there any more, and goes
 /// when it is closed, with the process at the latest; its `path` is the one that it had.
 [[nodiscard]] PcFile UnnamedTemporaryFile();
-
-/// The system's words for an error number.
-[[nodiscard]] std::string SystemErrorText(int error);
 
 /// Bytes that the file system of `folder` still has room for, for this user; 0 when unknown.
 [[nodiscard]] std::uint64_t FreeBytes(const std::string& folder);
