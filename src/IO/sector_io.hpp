@@ -10,8 +10,8 @@
 #include <string>
 
 #include "IO/content_samples.hpp"
-#include "IO/medium_places.hpp"
 #include "support/file_lock.hpp"
+#include "support/medium_places.hpp"
 #include "support/pc_file.hpp"
 
 namespace vellmark {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "IO/iso_structures.hpp"
-#include "IO/medium_places.hpp"
 #include "compiler/compile_context.hpp"
+#include "support/medium_places.hpp"
 #include "support/pc_folder.hpp"
 #include "transfer/import_class.hpp"
 

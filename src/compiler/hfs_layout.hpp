@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "IO/medium_places.hpp"
 #include "compiler/disc_plan.hpp"
+#include "support/medium_places.hpp"
 #include "volume/volume_headers.hpp"
 
 namespace vellmark {

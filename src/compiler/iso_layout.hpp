@@ -6,8 +6,8 @@
 
 #include "IO/iso_structures.hpp"
 #include "IO/iso_text.hpp"
-#include "IO/medium_places.hpp"
 #include "compiler/disc_plan.hpp"
+#include "support/medium_places.hpp"
 
 namespace vellmark {
 

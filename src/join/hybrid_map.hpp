@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "IO/medium_places.hpp"
 #include "IO/partition_structures.hpp"
 #include "support/byte_source.hpp"
+#include "support/medium_places.hpp"
 
 namespace vellmark {
 

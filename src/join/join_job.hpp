@@ -6,11 +6,11 @@
 #include <string>
 #include <utility>
 
-#include "IO/medium_places.hpp"
 #include "IO/raw_image.hpp"
 #include "join/hybridation.hpp"
 #include "join/join_source.hpp"
 #include "support/encoding.hpp"
+#include "support/medium_places.hpp"
 #include "support/pc_file.hpp"
 #include "support/sentences.hpp"
 
