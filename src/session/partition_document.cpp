@@ -1,7 +1,9 @@
 #include "session/partition_document.hpp"
 
+#include <cerrno>
 #include <utility>
 
+#include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
 #include "support/sentences.hpp"
@@ -60,6 +62,27 @@ WritableVolume* PartitionDocument::writable() {
 std::uint32_t PartitionDocument::parentOf(std::uint32_t folder) {
     const std::uint32_t parent = folder == kRootFolderId ? 0 : ParentOf(volume_, folder);
     return parent < kRootFolderId ? kRootFolderId : parent;
+}
+
+bool PartitionDocument::copyTo(const std::string& target, const Clock& clock, Messages& messages) {
+    if (!save(clock, messages))
+        return false;
+    PcFile& image = *volume_.image;
+    TargetFile copy(target);
+    int error =
+        copy.file().isOpen() ? copy.lockOlder(volume_.guard.lockWaitMs) : copy.file().error();
+    const std::uint64_t size = image.size();
+    if (error == 0 && copy.file().copyFrom(image, {0, 0, size}) != size) {
+        error = copy.file().error() != 0 ? copy.file().error() : image.error();
+        error = error != 0 ? error : EIO;
+    }
+    if (error == 0)
+        error = copy.publish(true, true);
+    if (error == 0)
+        RemoveRedoLogs(target, volume_.guard);
+    else
+        messages.showError(Reason(Sentence::kCannotBeMade, Printable(target), SystemError{error}));
+    return error == 0;
 }
 
 bool PartitionDocument::save(const Clock& clock, Messages& messages) {

@@ -37,6 +37,9 @@ class PartitionDocument {
 
     /// Writes what was changed, and hands it to the device. False after a message.
     [[nodiscard]] bool save(const Clock& clock, Messages& messages);
+    /// Saves it, where it may be changed, and copies the whole image to a file, in the place of one
+    /// of that name. False after a message; the target is then as it was.
+    [[nodiscard]] bool copyTo(const std::string& target, const Clock& clock, Messages& messages);
 
   private:
     explicit PartitionDocument(PlainImage image) : image_(std::move(image)) {}

@@ -1,14 +1,19 @@
 #include "session/session.hpp"
 
+#include <filesystem>
+
 #include "project/item_views.hpp"
 #include "session/settings.hpp"
 #include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+#include "support/targets.hpp"
 #include "support/texts.hpp"
 
 namespace vellmark {
 
 namespace {
 
+constexpr int kTextOverwrite = 1061;
 constexpr int kTextMacBinary = 1140;
 constexpr int kTextResource = 1141;
 constexpr int kTextAppleDouble = 1142;
@@ -158,6 +163,50 @@ bool Session::setCopyMode(CopyMode mode) {
         return false;
     documents_.copyMode = mode;
     return true;
+}
+
+bool Session::makeDocument() {
+    return documents_.projectOfMode() ? makeProject() : makePartition();
+}
+
+bool Session::saveAs() {
+    if (ProjectDocument* document = documents_.projectOfMode())
+        return document->file && saveProjectAs(*document);
+    return documents_.partition && savePartitionAs();
+}
+
+std::string Session::documentFolder() {
+    return KeptFolder(state_.store, setting::kDocumentFolder, ports_.documents);
+}
+
+std::optional<std::string> Session::askPath(int title, const std::string& proposal) {
+    const std::string extension = documents_.mode == FileMode::IsoPlus     ? ".vlso"
+                                  : documents_.mode == FileMode::Partition ? ".hfs"
+                                                                           : ".vlpr";
+    std::optional<std::string> path = ports_.dialogs.askPath({title, extension, proposal});
+    if (!path || path->empty())
+        return std::nullopt;
+    if (std::filesystem::path(*path).extension().empty())
+        *path += extension;
+    return path;
+}
+
+bool Session::mayReplace(const std::string& path) {
+    const PcFacts facts = PcFactsOf(path);
+    return (facts.kind == PcKind::Missing && !facts.isLink) ||
+           ports_.messages.askYesNo(Reason::Told(kTextOverwrite, Printable(path)));
+}
+
+std::optional<std::string> Session::askNewPath(int title, const std::string& proposal) {
+    for (;;) {
+        std::optional<std::string> path = askPath(title, proposal);
+        if (!path)
+            return std::nullopt;
+        const std::string target = FollowLink(*path);
+        if ((AreSameFile(target, documents_.path()) || mayReplace(target)) &&
+            MayMakeFile(target, true, ports_.messages))
+            return path;
+    }
 }
 
 void Session::noteDocument(const std::string& path) {

@@ -11,6 +11,7 @@
 #include "support/file_lock.hpp"
 #include "support/messages.hpp"
 #include "support/progress.hpp"
+#include "volume/formatter.hpp"
 
 namespace vellmark {
 
@@ -27,6 +28,8 @@ class DocumentDialogs {
     virtual ~DocumentDialogs() = default;
     /// Where a project is to be kept; nothing when the person gives up.
     [[nodiscard]] virtual std::optional<std::string> askPath(const PathRequest& request) = 0;
+    /// What a new volume is to be like; nothing when the person gives up.
+    [[nodiscard]] virtual std::optional<FormatInput> askNewVolume() = 0;
 };
 
 /// What a session is handed. All of it outlives the session.
@@ -66,14 +69,16 @@ class Session final : public DropTarget {
     /// first. A project is backed up as the settings say. A disk image that may not be changed is
     /// open for reading. False when nothing is open then.
     [[nodiscard]] bool open(const std::string& path);
-    /// Leaves what is open and makes a project of the mode at a path that the person is asked for.
-    /// False when they gave none, wanted an older file to stay, or it could not be made.
-    [[nodiscard]] bool makeProject();
+    /// Leaves what is open and makes a document of the mode at a path that the person is asked for:
+    /// a project, or an image with an empty volume, whose properties are asked for too. False when
+    /// they gave none, wanted an older file to stay, or it could not be made.
+    [[nodiscard]] bool makeDocument();
     /// Writes what is open, its totals brought up to date. Not a project without a name.
     [[nodiscard]] bool save();
-    /// Keeps the project under a path that the person is asked for, again and again as long as they
-    /// want another file of that name to stay. False when they gave up, or it could not be written:
-    /// the project is the one that it was.
+    /// Keeps the document under a path that the person is asked for, again and again as long as
+    /// they want another file of that name to stay. Of a disk image a copy is made, which is the
+    /// document then. False when they gave up, or it could not be written: the document is the one
+    /// that it was.
     [[nodiscard]] bool saveAs();
     /// Closes what is open, and the mode has nothing open then. A hybrid project without a name
     /// that holds something is offered to be saved first; an ISO+ one is not.
@@ -102,6 +107,13 @@ class Session final : public DropTarget {
     void closePartition();
     [[nodiscard]] bool openProjectFile(const std::string& path);
     [[nodiscard]] bool openPartition(const std::string& path);
+    [[nodiscard]] bool makeProject();
+    [[nodiscard]] bool makePartition();
+    [[nodiscard]] bool saveProjectAs(ProjectDocument& document);
+    [[nodiscard]] bool savePartitionAs();
+    [[nodiscard]] ReadingPorts readingPorts() const;
+    [[nodiscard]] std::string documentFolder();
+    [[nodiscard]] std::optional<std::string> askNewPath(int title, const std::string& proposal);
     void makeUntitled();
     [[nodiscard]] bool createProject(const std::string& path, bool isUntitled);
     [[nodiscard]] std::optional<std::string> askPath(int title, const std::string& proposal);

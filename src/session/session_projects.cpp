@@ -16,7 +16,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kTextOverwrite = 1061;
 constexpr int kTextBackingUp = 1313;
 constexpr int kTextNewProject = 1350;
 constexpr int kTextSaveProject = 1352;
@@ -82,30 +81,11 @@ void Session::makeUntitled() {
     (void)createProject(path, true);
 }
 
-std::optional<std::string> Session::askPath(int title, const std::string& proposal) {
-    const std::string extension = documents_.mode == FileMode::IsoPlus ? ".vlso" : ".vlpr";
-    std::optional<std::string> path = ports_.dialogs.askPath({title, extension, proposal});
-    if (!path || path->empty())
-        return std::nullopt;
-    if (std::filesystem::path(*path).extension().empty())
-        *path += extension;
-    return path;
-}
-
-bool Session::mayReplace(const std::string& path) {
-    const PcFacts facts = PcFactsOf(path);
-    return (facts.kind == PcKind::Missing && !facts.isLink) ||
-           ports_.messages.askYesNo(Reason::Told(kTextOverwrite, Printable(path)));
-}
-
 bool Session::makeProject() {
-    if (!documents_.projectOfMode())
-        return false;
     leave();
     const bool isIsoPlus = documents_.mode == FileMode::IsoPlus;
     const std::optional<std::string> path =
-        askPath(isIsoPlus ? kTextNewIsoPlus : kTextNewProject,
-                KeptFolder(state_.store, setting::kDocumentFolder, ports_.documents));
+        askPath(isIsoPlus ? kTextNewIsoPlus : kTextNewProject, documentFolder());
     if (!path)
         return false;
     const std::string target = FollowLink(*path);
@@ -142,30 +122,19 @@ bool Session::openProjectFile(const std::string& path) {
     return true;
 }
 
-bool Session::saveAs() {
-    ProjectDocument* document = documents_.projectOfMode();
-    if (!document || !document->file)
-        return false;
+bool Session::saveProjectAs(ProjectDocument& document) {
     const int title = documents_.mode == FileMode::IsoPlus ? kTextSaveIsoPlus : kTextSaveProject;
-    const std::string proposal =
-        document->isUntitled ? KeptFolder(state_.store, setting::kDocumentFolder, ports_.documents)
-                             : document->file->path();
-    for (;;) {
-        const std::optional<std::string> path = askPath(title, proposal);
-        if (!path)
-            return false;
-        const std::string target = FollowLink(*path);
-        if (!AreSameFile(target, document->file->path()) && !mayReplace(target))
-            continue;
-        if (!MayMakeFile(target, true, ports_.messages))
-            continue;
-        if (!document->file->moveTo(target, ports_.messages))
-            return false;
-        document->isUntitled = isUntitledPath(target);
-        document->isUnsaved = false;
-        noteDocument(*path);
-        return true;
-    }
+    const std::optional<std::string> path =
+        askNewPath(title, document.isUntitled ? documentFolder() : document.file->path());
+    if (!path)
+        return false;
+    const std::string target = FollowLink(*path);
+    if (!document.file->moveTo(target, ports_.messages))
+        return false;
+    document.isUntitled = isUntitledPath(target);
+    document.isUnsaved = false;
+    noteDocument(*path);
+    return true;
 }
 
 void Session::leaveProject(ProjectDocument& document) {
@@ -177,7 +146,7 @@ void Session::leaveProject(ProjectDocument& document) {
                                      ports_.messages.askYesNo(Reason::Told(
                                          kTextNotSaved, Printable(document.file->path())));
     if (isOffered)
-        (void)saveAs();
+        (void)saveProjectAs(document);
     dropProject(document);
 }
 
@@ -192,7 +161,7 @@ void Session::dropProject(ProjectDocument& document) {
 
 ProjectFile* Session::openProject() {
     ProjectDocument* document = documents_.projectOfMode();
-    if (!document || (!document->file && !makeProject()))
+    if (!document || (!document->file && !makeDocument()))
         return nullptr;
     return &*document->file;
 }
