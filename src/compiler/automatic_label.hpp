@@ -12,8 +12,8 @@ namespace vellmark {
 [[nodiscard]] std::string UntitledLabel(Language language);
 
 /// Gives each label that is still "Untitled", in whatever language, the name of the image at
-/// `targetPath` without its extension. A name with letters that a label cannot hold is told, and
-/// the label is "Untitled" in the language of the person. So is an empty one. True when a label
+/// `targetPath` without its extension. A name with letters that a label cannot hold is reported,
+/// and the label is "Untitled" in the language of the person. So is an empty one. True when a label
 /// took the name: it belongs to the project from then on.
 [[nodiscard]] bool SettleLabels(ProjectHeader& header, const std::string& targetPath,
                                 Messages& messages);

@@ -55,7 +55,7 @@ struct SettledProject {
 };
 
 /// Settles the kind of image, labels, names, sizes and places, and builds the catalog. Everything
-/// but `Done` has been told to the user.
+/// but `Done` has been reported.
 [[nodiscard]] CompileResult PrepareImage(CompileContext& context, PreparedImage& image,
                                          SettledProject& settled);
 

@@ -37,12 +37,12 @@ class Build {
 
     /// Rebuilds the project where that is asked for, and settles everything: the project changes in
     /// memory, nothing is written but the copy of a rebuilt project. What is left out, and
-    /// everything but `Done`, has been told.
+    /// everything but `Done`, has been reported.
     [[nodiscard]] CompileResult prepare();
     /// Of a build that is prepared.
     [[nodiscard]] BuildSummary summary() const;
     [[nodiscard]] const SettledProject& settled() const { return settled_; }
-    /// Items left out so far, each told through `Messages::itemSkipped`.
+    /// Items left out so far, each reported through `Messages::itemSkipped`.
     [[nodiscard]] std::int64_t skipped() const { return skipped_; }
     /// Writes a build that is prepared. Everything but `Done` has been told; the target is then as
     /// it was.

@@ -28,7 +28,7 @@ constexpr std::size_t kIsoExtensionLimit = 3;
 constexpr std::u16string_view kJolietForbidden = u"*/:;?\\";
 constexpr std::size_t kMadeFolderLetters = 5;
 
-// How the trees tell names apart. Joliet readers take capitals for small letters too.
+// Which names are different in a tree. Joliet readers take capitals for small letters too.
 struct HfsLess {
     bool operator()(const std::string& a, const std::string& b) const {
         return CompareHfsKeyNames(a, b) < 0;

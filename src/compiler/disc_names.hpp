@@ -26,7 +26,7 @@ inline constexpr std::size_t kJolietFolderLimit = 64;
 /// A name that another item of the folder has already (without regard to case) gets `-` and four
 /// digits before its extension; in ISO, which has no `-`, `_` and a letter at the end.
 ///
-/// An item that could not have its own name in Joliet or on the Macintosh side is told.
+/// An item that could not have its own name in Joliet or on the Macintosh side is reported.
 void AssignNames(std::vector<DiscItem>& items, const std::vector<std::u16string>& diskNames,
                  CompileMode mode, Messages& messages);
 

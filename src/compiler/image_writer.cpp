@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint32_t kMegabyte = 1u << 20;
 constexpr std::size_t kBufferBytes = 2 * kMegabyte;
-/// A file of fewer chunks than this is a small one, told when it is done.
+/// A file of fewer chunks than this is a small one, counted when it is done.
 constexpr std::uint32_t kChunksOfLarge = 4;
 
 std::uint32_t ChunkFor(std::uint32_t sizeBytes) {

@@ -22,8 +22,8 @@ class ImageWriter {
   public:
     ImageWriter(PcFile& image, Progress& progress);
 
-    /// Copies `sizeBytes` bytes of a file, told to the progress under `name`, to byte `place` of
-    /// the image, behind all that was copied before. Bytes that are passed over stay zero.
+    /// Copies `sizeBytes` bytes of a file, reported to the progress under `name`, to byte `place`
+    /// of the image, behind all that was copied before. Bytes that are passed over stay zero.
     [[nodiscard]] CopyResult copyFile(PcFile& source, std::string_view name, std::uint64_t place,
                                       std::uint32_t sizeBytes);
     /// The same for a fork that is no file of its own.

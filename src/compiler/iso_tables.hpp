@@ -38,7 +38,7 @@ class TempTableSet {
 /// Copies the temporary files to their places in the image.
 [[nodiscard]] bool CopyTables(const IsoLayout& layout, TempTableSet& tables, PcFile& image);
 
-/// A date of a directory record, in UTC; years that the byte cannot tell become the nearest.
+/// A date of a directory record, in UTC; years that the byte cannot store become the nearest.
 [[nodiscard]] IsoShortDate ToIsoDate(UnixSeconds at);
 
 }  // namespace vellmark

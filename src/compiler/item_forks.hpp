@@ -38,7 +38,7 @@ class ForkPlanner {
     /// Containers are opened when the image shows their forks. One that is damaged stays as it lies
     /// on the PC: in the ISO trees alone, or where there are none, or it is no container any more,
     /// in the Macintosh volume as a plain file. Of a file whose companion or stream is damaged the
-    /// data fork stays. Each is told in `DiscPlan::leftOut`.
+    /// data fork stays. Each is listed in `DiscPlan::leftOut`.
     [[nodiscard]] Result measure(DiscItem& item, const std::string& path, std::uint32_t fileSize);
 
   private:

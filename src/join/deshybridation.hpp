@@ -20,7 +20,7 @@ enum class DeshybridationResult : int {
 enum class PartitionKept {
     No,
     HoldsIsoFiles,  ///< something of the ISO 9660 side lies behind its start
-    IsoDamaged,     ///< a directory cannot be read, and nobody can tell
+    IsoDamaged,     ///< a directory cannot be read, and nothing is known
     InBootRecord    ///< a partition of the boot record reaches behind its start
 };
 

@@ -82,8 +82,8 @@ TornMap FindTornMap(const JoinJob& job, const MapArea& area) {
         return TornMap::No;
     if (!hasOther)
         return TornMap::OverZeros;
-    // The descriptor of another disc is told by its size: what a join appends is on the device
-    // before the descriptor is.
+    // The descriptor of another disc is recognised by its size: what a join appends is on the
+    // device before the descriptor is.
     DriverDescriptor descriptor;
     std::memcpy(&descriptor, area.data(), sizeof descriptor);
     const bool isOfJoin = descriptor.signature == kDriverDescriptorSignature &&

@@ -1,4 +1,4 @@
-// How far the ISO 9660 side of a disc image goes, which its volume descriptor does not tell: discs
+// How far the ISO 9660 side of a disc image goes, which its volume descriptor does not say: discs
 // have padding behind their Volume Space Size, and some writers let it end early.
 #pragma once
 

@@ -1,8 +1,8 @@
 // What becomes of the lines of a report: each is accepted by changing the project, or left.
 //
 // Each function takes a report, or a part of it, and acts on the lines of its own kind. A line that
-// is out of date is told through `Messages::itemSkipped` and left out. A file that takes the place
-// of a folder, or the other way round, is two lines: deletions are accepted before additions.
+// is out of date is reported through `Messages::itemSkipped` and left out. A file that takes the
+// place of a folder, or the other way round, is two lines: deletions are accepted before additions.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ using AcceptedLine = std::function<void(const ProjectChange& change)>;
 /// What a function of these did.
 struct Acceptance {
     std::int64_t items = 0;    ///< taken out or changed, not counting what lay below
-    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`
+    std::int64_t skipped = 0;  ///< reported through `Messages::itemSkipped`
 };
 
 /// Takes the deleted items out, folders with all that the project has below them: of one that holds

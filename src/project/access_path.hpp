@@ -24,7 +24,7 @@ namespace vellmark {
 /// What became of the items of a path.
 struct PathsChanged {
     std::int64_t items = 0;
-    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`
+    std::int64_t skipped = 0;  ///< reported through `Messages::itemSkipped`
 };
 
 /// Puts `newPath` in the place of `oldPath` (both Windows-1252, as records have them; a missing
@@ -32,11 +32,11 @@ struct PathsChanged {
 /// is itself what `oldPath` names becomes what `newPath` names, its source name included; the names
 /// in the views stay. Where `oldPath` is written with `\` throughout, as in a project made on
 /// another system, what follows it comes to be written with `/`. An item whose new path is longer
-/// than a record holds is told through `Messages::itemSkipped` and left as it is.
+/// than a record holds is reported through `Messages::itemSkipped` and left as it is.
 [[nodiscard]] PathsChanged ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
                                             std::string_view newPath, Messages& messages);
 
-/// Most places that a search tells.
+/// Most places that a search names.
 inline constexpr std::size_t kMostPlaces = 128;
 
 /// Looks for files, or folders, of that source name (whole or 8.3, without regard to case) below

@@ -14,7 +14,7 @@ void PlaceCustomIcon(ProjectFile& project, ProjectRecord& record, SiblingNames& 
 /// Whether a file was given its place by `PlaceCustomIcon`.
 [[nodiscard]] bool IsPlacedIcon(const ProjectRecord& record);
 
-/// Whether a file holds the icon of a folder, in its place or not. The icon of a volume is told by
+/// Whether a file holds the icon of a folder, in its place or not. The icon of a volume is known by
 /// its name alone.
 [[nodiscard]] bool IsIconFile(const ProjectRecord& record);
 

@@ -20,8 +20,8 @@ class DropTarget {
 };
 
 /// Includes the paths in order. One that is in the folder already, or has the name of another item
-/// of the view, is told and left out while the others go on; in an ISO+ project nothing is told of
-/// the first. When something was added, the folder and those above it come into the view of the
+/// of the view, is reported and left out while the others go on; in an ISO+ project nothing is said
+/// of the first. When something was added, the folder and those above it come into the view of the
 /// options too. Nothing without a project. Saving is the caller's.
 [[nodiscard]] std::optional<InclusionResult> AddDropped(DropTarget& target,
                                                         std::span<const std::string> paths,

@@ -23,8 +23,8 @@ struct ContentsRequest {
 
 /// Makes the target folder, in the view of the options, and includes all that was asked for, by
 /// `Include`. The items of a folder are in its views: where these are not what was asked for, it is
-/// told. What leads to a status other than Done has been shown, `Stopped` too; the project should
-/// not be saved then. What a list names in vain is left out and told.
+/// reported. What leads to a status other than Done has been shown, `Stopped` too; the project
+/// should not be saved then. What a list names in vain is left out and reported.
 [[nodiscard]] InclusionResult IncludeContents(ProjectFile& project, const ContentsRequest& request,
                                               InclusionOptions& options, const Ports& ports);
 

@@ -38,7 +38,7 @@ struct Subfolder {
 /// Where an item lies.
 struct Location {
     const std::string& folder;      ///< `/` at its end
-    const std::string& accessPath;  ///< the same for a record; empty when it cannot be told
+    const std::string& accessPath;  ///< the same for a record; empty when it is not known
     const ChainPtr& chain;
     /// All that lies in the folder, in byte order; empty when it was not listed.
     std::span<const PcItem> listing = {};
@@ -74,14 +74,14 @@ class Inclusion {
     void addFitting(FolderBatch& batch, const PcSelection& selection);
     void scan(const Subfolder& folder);
     void addAll(FolderBatch& batch, std::span<const PcItem> items, const Location& where);
-    /// Any other result than None was not told to anyone yet.
+    /// Any other result than None was not reported yet.
     Conflict addItem(FolderBatch& batch, const PcItem& item, const Location& where);
     void addFolder(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                    const Location& where);
     void addFile(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                  const Location& where);
     void passCompanion(const PcItem& item, const Location& where);
-    /// `brought` is the HFS name that a container tells, in the form of the project; else empty.
+    /// `brought` is the HFS name that a container stores, in the form of the project; else empty.
     void finish(FolderBatch& batch, ProjectRecord& record, const PcItem& item,
                 const Location& where, const std::string& brought);
 

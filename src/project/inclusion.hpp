@@ -35,7 +35,7 @@ struct InclusionOptions {
     /// A path that names nothing is left out like any other item: for a list of which the rest is
     /// to be done.
     bool toleratesMissing = false;
-    /// The forks that cannot be taken, and the names that items got, are told by the build that
+    /// The forks that cannot be taken, and the names that items got, are reported by the build that
     /// follows at once.
     bool buildTellsForks = false;
     bool buildTellsNames = false;
@@ -55,7 +55,7 @@ enum class InclusionStatus {
 struct InclusionResult {
     std::int64_t folders = 0;  ///< added, on all levels
     std::int64_t files = 0;
-    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`, each by name: what was
+    std::int64_t skipped = 0;  ///< reported through `Messages::itemSkipped`, each by name: what was
                                ///< left out, and files without their forks
     InclusionStatus status = InclusionStatus::Done;
 

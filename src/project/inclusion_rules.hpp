@@ -9,7 +9,7 @@
 
 namespace vellmark {
 
-/// What the rules tell apart.
+/// What the rules distinguish.
 enum class FileClass {
     MacContainer,    ///< MacBinary or BinHex
     AppleContainer,  ///< AppleDouble or AppleSingle

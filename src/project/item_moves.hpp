@@ -13,7 +13,7 @@ namespace vellmark {
 
 /// Puts items, folders with all that is below them, into the folder `target`. They keep their
 /// numbers and views; the folder and those above it come into these views. A name that another item
-/// there has gives way to a fallback name, which is told through `Messages::nameChanged`. The
+/// there has gives way to a fallback name, which is reported through `Messages::nameChanged`. The
 /// counters of the folders and the marks of icon files are brought up to date: the icon of a folder
 /// that is put into root becomes that of the volume, unless there is one.
 ///

@@ -75,7 +75,7 @@ class Renaming {
     [[nodiscard]] Reason renameInIso();
     [[nodiscard]] Reason renameInHfs();
     [[nodiscard]] Reason renameSource();
-    /// The reason why `stored` cannot be the name in a view; `fold` tells which names are the same.
+    /// The reason why `stored` cannot be the name in a view; `fold` says which names are the same.
     template <typename Fold>
     [[nodiscard]] Reason refusalOf(const std::string& stored, ProjectView view, Fold fold) const;
 

@@ -16,12 +16,12 @@ namespace vellmark {
 [[nodiscard]] bool OpenForChange(const std::string& path, ProjectMode mode, unsigned lockWaitMs,
                                  Messages& messages, std::optional<ProjectFile>& project);
 
-/// Keeps the project as its file has it, with the extension `BAK` beside it; tells when that cannot
-/// be done, or when the copy has another name as something else has that one.
+/// Keeps the project as its file has it, with the extension `BAK` beside it; says so when that
+/// cannot be done, or when the copy has another name as something else has that one.
 void BackUpBeforeChange(const ProjectFile& project, Messages& messages);
 
 /// Saves what a build settled about its project. A project that may not be saved over its file
-/// stays as it is, which is told; false when it should have been saved and was not.
+/// stays as it is, which is reported; false when it should have been saved and was not.
 [[nodiscard]] bool SaveAfterBuild(ProjectFile& project, Messages& messages);
 
 }  // namespace vellmark

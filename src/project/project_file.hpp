@@ -147,7 +147,7 @@ class ProjectFile {
     [[nodiscard]] ProjectTotals totals() const;
 
     /// Brings totals and counts of the header up to date and replaces the file. A project with more
-    /// files and folders than HFS holds becomes an HFS+ one before that, and the user is told.
+    /// files and folders than HFS holds becomes an HFS+ one before that, with a message.
     /// False when the file could not be written, or is not the one that was read any more: that has
     /// been shown, and the file is as it was.
     [[nodiscard]] bool save(Messages& messages);

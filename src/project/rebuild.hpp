@@ -19,7 +19,7 @@ struct RebuildRequest {
     std::string target = {};    ///< path of an image that is to be made, never an item
     std::string journal = {};   ///< path of the open journal, never an item; "" for none
     SignatureLookup signatureOf = {};
-    bool buildTellsNames = false;  ///< a build follows at once and tells the names of items
+    bool buildTellsNames = false;  ///< a build follows at once and reports the names of items
 };
 
 struct RebuildResult {
@@ -27,7 +27,7 @@ struct RebuildResult {
     std::int64_t modified = 0;
     std::int64_t folders = 0;  ///< added, on all levels
     std::int64_t files = 0;
-    std::int64_t skipped = 0;  ///< told through `Messages::itemSkipped`, each by name
+    std::int64_t skipped = 0;  ///< reported through `Messages::itemSkipped`, each by name
     bool isStopped = false;    ///< by the user
     /// What was taken over: a folder with all that is in it is one line.
     std::vector<ProjectChange> changes = {};
@@ -56,7 +56,7 @@ struct RebuildResult {
                                                  const std::string& journal);
 
 /// Says which folders that items of the project come from are not there, and how the project is
-/// told where they lie now.
+/// given where they lie now.
 void TellMissingRoots(const ProjectFile& project, const std::vector<std::string>& roots,
                       Messages& messages);
 

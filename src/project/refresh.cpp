@@ -102,7 +102,7 @@ class Checker {
     PcPathResolver resolver_;
     std::vector<FolderToCheck> pending_;
     std::unordered_set<std::int32_t> visited_;
-    std::set<std::string> unknown_;       // paths that were told
+    std::set<std::string> unknown_;       // paths that were reported
     std::set<PcIdentity> linkedFolders_;  // that items of the project lead to through links
     std::unordered_map<std::string, PcIdentity> addedLinks_;  // path to the folder behind it
     CheckResult result_;
@@ -250,7 +250,7 @@ void Checker::compare(Comparison& comparison, const SourceFolder& source, std::s
         return;
     }
     if (found.state == SourceState::Unknown) {
-        // A folder that cannot be looked into was told when it was tried.
+        // A folder that cannot be looked into was reported when it was tried.
         if (source.state() == SourceState::There)
             tellUnknown(source.path() + NarrowToUtf8(record.sourceName()), found.error);
         return;

@@ -52,7 +52,7 @@ struct CheckResult {
     /// Source roots that are not there: paths of the system that end in `/`, or what records have
     /// of another system. Their items are neither changed nor gone.
     std::vector<std::string> missingRoots;
-    /// What could not be looked at, or is out of place in the project: told, each by name.
+    /// What could not be looked at, or is out of place in the project: reported, each by name.
     std::int64_t skipped = 0;
     bool isStopped = false;  ///< by the user
 
@@ -63,10 +63,10 @@ struct CheckResult {
 };
 
 /// Compares a folder of the project and all below it. Of a folder that is gone nothing below it is
-/// told. An item of the other kind (a file where a folder was) is gone, and the new one an
+/// reported. An item of the other kind (a file where a folder was) is gone, and the new one an
 /// addition. A file is modified when its length is another, when it is marked as missing and is
 /// there, or when forks that lie beside it changed; what lies inside a file of the same length is
-/// not compared. What cannot be looked at is told through `Messages::itemSkipped` and counts as
+/// not compared. What cannot be looked at is reported through `Messages::itemSkipped` and counts as
 /// unchanged.
 ///
 /// A source root is a folder of the PC that a folder of the project, which is not made of it, has

@@ -37,7 +37,7 @@ class SiblingNames {
     /// The ISO name for an item: `wanted`, or the fallback name when another item has that one.
     [[nodiscard]] std::string takeIso(std::string_view wanted, std::string_view sourceName);
     /// The same for the HFS name; `wanted` is in its final form, and gets digits that come from the
-    /// name on the PC. Names that differ in case only are the same, as a catalog does not tell them
+    /// name on the PC. Names that differ in case only are the same, as a catalog does not keep them
     /// apart.
     [[nodiscard]] std::string takeHfs(std::string_view wanted, std::string_view sourceName,
                                       std::u16string_view pcName);

@@ -74,7 +74,7 @@ void Take(SourceCoding& found, ForkCoding coding, const MacFileInfo& info) {
     found.damage = {};
 }
 
-// The two Apple formats tell of flags that the other ones leave to whoever opens the file, and may
+// The two Apple formats store flags that the other ones leave to whoever opens the file, and may
 // keep no type and creator.
 void TakeApple(SourceCoding& found, const MacContainer& container) {
     Take(found, ForkCoding::AppleFiles, container.info);
@@ -84,7 +84,7 @@ void TakeApple(SourceCoding& found, const MacContainer& container) {
         found.signature.reset();
 }
 
-// A container whose forks cannot be taken tells nothing that can be believed.
+// A container whose forks cannot be taken stores nothing that can be believed.
 void TakeDamaged(SourceCoding& found, ForkCoding coding, ContainerFault fault,
                  std::uint32_t sizeBytes) {
     if (IsContainerStill(fault)) {

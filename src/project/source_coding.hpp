@@ -35,7 +35,7 @@ struct SourceCoding {
 
     std::uint32_t dataSize = 0;  ///< bytes
     std::uint32_t resourceSize = 0;
-    /// Type and creator; nothing when the extension is to tell them.
+    /// Type and creator; nothing when the extension is to give them.
     std::optional<std::array<char, 8>> signature;
     std::string hfsName;            ///< MacRoman; empty when the PC's name is to be taken
     MacSeconds created = 0;         ///< local time; 0: the PC's
@@ -55,8 +55,8 @@ struct SourceCoding {
     bool isStopped = false;
 };
 
-/// Opens a file (no pipe) once and tells what it is. `companion` says whether a `._NAME` may stand
-/// beside it: if not, none is looked for. BinHex is decoded to its end, as nothing else tells
+/// Opens a file (no pipe) once and finds out what it is. `companion` says whether a `._NAME` may
+/// stand beside it: if not, none is looked for. BinHex is decoded to its end, as nothing else shows
 /// whether its lengths are true; of other files no more than their headers are read.
 [[nodiscard]] SourceCoding FindSourceCoding(const std::string& path, std::uint64_t sizeBytes,
                                             bool companion, Progress& progress);

@@ -1,5 +1,5 @@
 // Items that no way leads to from the root of their project: a project file from elsewhere may hold
-// anything, and what is lost of it must be told.
+// anything, and what is lost of it must be reported.
 #pragma once
 
 #include <functional>

@@ -95,7 +95,7 @@ void MakeHfsPlusName(ProjectRecord& record, std::u16string_view pcName, SiblingN
     record.setHfsName(name);
 }
 
-// Gives each record the name that `make(record)` tells, no name twice in a folder.
+// Gives each record the name that `make(record)` gives, no name twice in a folder.
 template <typename Make>
 void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
     project.changeRuns([&](std::span<ProjectRecord> run) {

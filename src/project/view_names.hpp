@@ -51,7 +51,7 @@ void TellChangedNames(const ProjectRecord& record, std::u16string_view pcName,
                       std::string_view brought, std::string_view path, const ProjectFile& project,
                       Messages& messages);
 
-/// A name that an item has in one of the trees, to be told; `name` is UTF-8.
+/// A name that an item has in one of the trees, to be reported; `name` is UTF-8.
 [[nodiscard]] Reason NameInTree(std::string_view tree, const std::string& name);
 /// Tells which names an item got; nothing when there are none.
 void TellNames(std::string_view item, std::vector<Reason> names, Messages& messages);
@@ -67,7 +67,7 @@ struct NarrowName {
 /// mapping from MacRoman for the label and for names that did not come from the source name.
 void RedoNamesForHfsPlus(ProjectFile& project);
 
-/// Makes the project an HFS+ one, its names with it, and tells the user why.
+/// Makes the project an HFS+ one, its names with it, and says why.
 void TurnToHfsPlus(ProjectFile& project, Messages& messages, const Reason& reason);
 /// The same when a hybrid project has more files and folders in its HFS view than HFS holds.
 void TurnToHfsPlusIfTooMany(ProjectFile& project, const ProjectTotals& totals, Messages& messages);

@@ -122,7 +122,7 @@ class ImageView {
     [[nodiscard]] const std::vector<std::unique_ptr<TreeView>>& trees() const { return trees_; }
     /// The tree of a kind; null when it is not there.
     [[nodiscard]] TreeView* tree(TreeKind kind) const;
-    /// The Macintosh partitions that the image's maps tell.
+    /// The Macintosh partitions in the image's maps.
     [[nodiscard]] const std::vector<PartitionEntry>& partitions() const { return partitions_; }
     [[nodiscard]] std::uint64_t sizeBytes() const { return volume_.image->size(); }
     /// The Macintosh volume, which the tree of kind `Hfs` shows.

@@ -10,7 +10,7 @@ namespace vellmark {
 
 namespace {
 
-// What the partition map of a Macintosh volume can tell.
+// What the partition map of a Macintosh volume can store.
 constexpr std::uint64_t kMostFreeBytes = std::uint64_t{1} << 41;
 
 ImageKind KindOf(const std::string& name) {

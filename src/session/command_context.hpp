@@ -29,7 +29,7 @@ struct CommandContext {
     FileGuard guard = {};         ///< how files are opened that others may change too
     Language language = Language::English;  ///< settled when the session begins
     int outputError = 0;  ///< the system's number of a failure to write results, once one is known
-    bool readIncomplete = false;        ///< an image that was read lacks something, which was told
+    bool readIncomplete = false;  ///< an image that was read lacks something, which was reported
     SettingsStore* settings = nullptr;  ///< null: every setting has its default, nothing is kept
     std::string locale = {};            ///< name of the locale for messages, "" when unknown
     /// Paths where the signature table that comes with the program can lie, the first one wins.

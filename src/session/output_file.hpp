@@ -25,7 +25,8 @@ class OutputFile {
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] bool isStandardOutput() const { return folder_.has_value(); }
     /// Sends what was made there, where it goes to the standard output. False, after a message,
-    /// when it could not be sent; a reader that has seen enough is told at the end of the program.
+    /// when it could not be sent; a reader that has seen enough is reported at the end of the
+    /// program.
     [[nodiscard]] bool send(CommandContext& context, Messages& messages) const;
 
   private:

@@ -14,7 +14,7 @@ namespace vellmark {
 /// How a project is opened that is to be saved, or may have to be.
 [[nodiscard]] ProjectAccess ChangingAccess(const CommandContext& context);
 
-/// `OpenForChange` with the mode that the name tells.
+/// `OpenForChange` with the mode of the name's extension.
 [[nodiscard]] bool OpenForChange(const std::string& path, const CommandContext& context,
                                  Messages& messages, std::optional<ProjectFile>& project);
 

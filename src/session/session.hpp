@@ -65,7 +65,7 @@ class Session final : public DropTarget {
     /// The one after it, and behind the last the first.
     void chooseNextMode();
 
-    /// Leaves what is open and opens the file in the mode that its name tells, the root folder
+    /// Leaves what is open and opens the file in the mode of its extension, the root folder
     /// first. A project is backed up as the settings say. A disk image that may not be changed is
     /// open for reading. False when nothing is open then.
     [[nodiscard]] bool open(const std::string& path);

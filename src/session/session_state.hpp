@@ -50,7 +50,7 @@ struct SessionChoices {
 /// Runs something in a session: settles the language, reads the settings, opens the journal that
 /// was chosen or that the settings want opened, and closes it afterwards. The first run writes the
 /// generic extension; nothing else is saved. A journal that was chosen and cannot be opened ends
-/// the run with a message, one of the settings is told and done without.
+/// the run with a message, one of the settings is reported and done without.
 [[nodiscard]] int RunInSession(const SessionChoices& choices, CommandContext& context,
                                const std::function<int(CommandContext& context)>& run);
 

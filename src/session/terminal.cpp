@@ -27,7 +27,7 @@ bool IsFailedWrite(int signal) {
 
 constexpr int kTextCompiling = 1390;
 
-/// Changed names that are told unless all are asked for.
+/// Changed names that are listed unless all are asked for.
 constexpr std::size_t kNamesTold = 3;
 
 /// So often a question is put before it counts as not answered.

@@ -41,7 +41,7 @@ struct BatchJob {
 [[nodiscard]] BatchResult BatchMakeFolders(const BatchJob& job);
 /// A file, a folder with its contents, or what fits a pattern (`FOLDER/*` is all that is in one);
 /// `$` and the path of a list stand for all that its lines name. What a list names in vain is left
-/// out and told, while the rest is done.
+/// out and reported, while the rest is done.
 [[nodiscard]] BatchResult BatchInclude(const BatchJob& job);
 /// What changed on the disk. The log is opened first when none is open.
 [[nodiscard]] BatchResult BatchRebuild(const BatchJob& job);

@@ -50,7 +50,7 @@ class ChangeRun {
 
     /// What could not be done: the run fails at its end.
     void problem(const Reason& reason);
-    /// Tells why a change was not made, where there is something to tell.
+    /// Says why a change was not made, where there is something to say.
     void judge(const PathChange& change);
     /// Writes everything back and closes the image; the exit status.
     [[nodiscard]] int finish();

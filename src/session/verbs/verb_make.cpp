@@ -51,7 +51,7 @@ int Fill(ProjectFile& project, const MakeOptions& options, const BuildRequest& r
     const InclusionResult included =
         IncludeContents(project, {.allOf = options.folder}, inclusion,
                         {terminal.messages, terminal.progress, context.clock});
-    // An image without anything of what was wanted; each item has been told.
+    // An image without anything of what was wanted; each item has been reported.
     if (included.status != InclusionStatus::Done || included.isVain())
         return kExitFailed;
     return included.skipped > 0 ? kExitSkipped : kExitDone;
@@ -71,7 +71,8 @@ int Make(const MakeOptions& options, CommandContext& context) {
         messages.showMessage(refusal);
         return kExitFailed;
     }
-    if (!output.isReady(messages) || (!build.dryRun && !MayMakeFile(output.path(), build.force, messages)))
+    if (!output.isReady(messages) ||
+        (!build.dryRun && !MayMakeFile(output.path(), build.force, messages)))
         return kExitFailed;
     ProjectDefaults defaults = NewProjectDefaults(context, ProjectMode::Hybrid);
     options.format.apply(defaults);

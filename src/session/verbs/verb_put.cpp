@@ -73,7 +73,7 @@ CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& con
     return copy;
 }
 
-// A path of the volume as it is told: without slashes that no name stands between.
+// A path of the volume as messages show it: without slashes that no name stands between.
 std::string Tidied(std::string_view path) {
     std::string tidy;
     for (const char c : path)
