@@ -195,7 +195,7 @@ bool Expansion::retireOldest() {
             crc_.addZeros(place.sizeBytes);
             patternCrc_.addZeros(place.sizeBytes);
         }
-        return progress_.chunk(0) || stop();
+        return progress_.mayGoOn() || stop();
     }
     if (job.end != BlockEnd::Done)
         return fail(Reason(Sentence::kWrongBlock, BlockName(place), BlockEndSentence(job.end)));
@@ -284,7 +284,7 @@ bool Expansion::rewriteWithPatterns() {
         if (!target_.writeAt(job.place.position,
                              {job.plain.data(), static_cast<std::size_t>(job.place.sizeBytes)}))
             return failWrite();
-        if (!progress_.chunk(0))
+        if (!progress_.mayGoOn())
             return stop();
     }
     return !tables_.isStopped() || stop();

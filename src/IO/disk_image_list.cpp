@@ -34,7 +34,7 @@ std::string_view DataSections::windowFrom(std::uint64_t offset, std::size_t leas
     if (offset < windowStart_ || offset > windowEnd || windowEnd - offset < least) {
         const auto want = static_cast<std::size_t>(
             std::min<std::uint64_t>(window_.size(), end_ - std::min(end_, offset)));
-        isStopped_ = isStopped_ || !progress_.chunk(0);
+        isStopped_ = isStopped_ || !progress_.mayGoOn();
         windowStart_ = offset;
         windowSize_ =
             isStopped_

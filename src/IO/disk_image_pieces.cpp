@@ -20,7 +20,7 @@ std::uint32_t DataCrc(ByteSource& source, const DiskImageTrailer& trailer, Progr
     SourcePieces pieces(source, trailer.dataStart, trailer.dataLength);
     for (auto piece = pieces.next(); !piece.empty() && !result.isStopped; piece = pieces.next()) {
         crc.add(piece);
-        result.isStopped = !progress.chunk(0);
+        result.isStopped = !progress.mayGoOn();
     }
     if (pieces.failed())
         result.problem = Sentence::kExpandUnreadable;

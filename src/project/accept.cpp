@@ -209,7 +209,7 @@ Acceptance AcceptModified(ProjectFile& project, std::span<const ProjectChange> r
     Rereading rereading(project, options, messages, progress);
     std::int64_t items = 0;
     for (const ProjectChange& change : report) {
-        if (!progress.chunk(0))
+        if (!progress.mayGoOn())
             break;
         if (change.kind != ChangeKind::Modified || !rereading.accept(change))
             continue;

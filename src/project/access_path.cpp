@@ -150,7 +150,7 @@ std::vector<std::string> Locate(std::span<const std::string> places, std::string
     std::vector<std::string> pending;
     for (const std::string& place : places)
         pending.insert(pending.begin(), place.ends_with('/') ? place : place + '/');
-    while (!pending.empty() && found.size() < kMostPlaces && progress.chunk(0)) {
+    while (!pending.empty() && found.size() < kMostPlaces && progress.mayGoOn()) {
         const std::string folder = std::move(pending.back());
         pending.pop_back();
         const PcFacts facts = PcFactsOf(folder);

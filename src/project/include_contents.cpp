@@ -81,7 +81,7 @@ InclusionResult IncludeContents(ProjectFile& project, const ContentsRequest& req
     if (folder == 0)
         return Refused(InclusionStatus::NoSuchFolder);
     InclusionResult result = IncludeInto(project, folder, request, options, ports);
-    if (!ports.progress.chunk(0))
+    if (!ports.progress.mayGoOn())
         result.status = InclusionStatus::Stopped;
     if (result.status == InclusionStatus::Stopped)
         ports.messages.showMessage(Sentence::kStoppedUnchanged);

@@ -401,7 +401,7 @@ bool Inclusion::mayGoOn() {
     if (itemsSeen_++ % kItemsBetweenTexts == 0)
         progress_.text(FormatText(kTextFolders, messages_.language(), result_.folders) + "  " +
                        FormatText(kTextFiles, messages_.language(), result_.files));
-    if (progress_.chunk(0))
+    if (progress_.mayGoOn())
         return true;
     result_.status = InclusionStatus::Stopped;
     return false;

@@ -64,7 +64,7 @@ RebuildResult AcceptAll(ProjectFile& project, const RebuildRequest& request, con
     result.folders = added.folders;
     result.files = added.files;
     result.skipped += deleted.skipped + modified.skipped + added.skipped;
-    result.isStopped = added.status == InclusionStatus::Stopped || !progress.chunk(0);
+    result.isStopped = added.status == InclusionStatus::Stopped || !progress.mayGoOn();
     return result;
 }
 

@@ -375,7 +375,7 @@ void Checker::skip(const std::string& path, const Reason& reason) {
 }
 
 bool Checker::mayGoOn() {
-    result_.isStopped = result_.isStopped || !progress_.chunk(0);
+    result_.isStopped = result_.isStopped || !progress_.mayGoOn();
     return !result_.isStopped;
 }
 

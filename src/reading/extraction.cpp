@@ -94,7 +94,7 @@ bool Extractor::mayWrite(const ViewEntry& file, const std::string& target) {
 
 Extraction Extractor::takeFile(const ViewEntry& file, const std::string& target) {
     if (!mayWrite(file, target))
-        return progress_.chunk(0) ? Extraction::Skipped : Extraction::Stopped;
+        return progress_.mayGoOn() ? Extraction::Skipped : Extraction::Stopped;
     // What was not to be replaced was refused, and what comes in between stays.
     const bool replaces = PcTargets::exists(target);
     const auto source = source_->open(file);

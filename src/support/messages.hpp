@@ -1,5 +1,7 @@
 // The port through which the engine speaks to a person. The engine never knows who answers: a
-// dialog, a terminal, answers given in advance, or the script of a test.
+// dialog, a terminal, answers given in advance, or the script of a test. It calls from the thread
+// that does the work, and a question waits there for its answer; whoever asks in another thread
+// brings the call there.
 #pragma once
 
 #include <cstddef>

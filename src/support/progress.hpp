@@ -6,8 +6,10 @@
 
 namespace vellmark {
 
-/// Five calls, the same for a window, a terminal and a run without any display. `chunk` and
-/// `fileEnd` return false when the work is to stop.
+/// The same calls for a window, a terminal and a run without any display. `chunk`, `fileEnd` and
+/// `mayGoOn` return false when the work is to stop. All of them come from the thread that does the
+/// work, one after the other; whoever shows them in another thread brings them there, and returns
+/// when they are shown.
 class Progress {
   public:
     virtual ~Progress() = default;
@@ -19,6 +21,8 @@ class Progress {
     }
     /// A part of a large file was copied.
     [[nodiscard]] virtual bool chunk(std::uint64_t /*bytes*/) { return true; }
+    /// The same between steps that copy nothing.
+    [[nodiscard]] bool mayGoOn() { return chunk(0); }
     /// A file ended; `bytes` is what its chunks have not counted yet.
     [[nodiscard]] virtual bool fileEnd(std::uint64_t /*bytes*/) { return true; }
     /// One line for the journal; `level` 1 is a step, 2 a file.

@@ -67,8 +67,8 @@ class FileImport {
 CopyInResult FileImport::run() {
     const CopyInResult result = copy();
     // A wish to stop ends a question too, and looks like an answer there.
-    return result == CopyInResult::LeftOut && !batch_.progress.chunk(0) ? CopyInResult::Stopped
-                                                                        : result;
+    return result == CopyInResult::LeftOut && !batch_.progress.mayGoOn() ? CopyInResult::Stopped
+                                                                         : result;
 }
 
 CopyInResult FileImport::copy() {

@@ -156,7 +156,7 @@ CopyInResult FolderImport::putContents(const std::string& path, std::uint32_t id
         return IsHeldAsItIs(batch_.volume, item->name);
     });
     for (const PcItem* item : order) {
-        if (!batch_.progress.chunk(0))
+        if (!batch_.progress.mayGoOn())
             return CopyInResult::Stopped;
         const CopyInResult result = putItem(items, *item, path, id);
         if (EndsWalk(result))

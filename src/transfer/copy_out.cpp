@@ -268,7 +268,7 @@ CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::st
 
 CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::string& path,
                           const std::string& target) {
-    if (!batch.progress.chunk(0))
+    if (!batch.progress.mayGoOn())
         return CopyOutResult::Stopped;
     if (IsNothingToCopy(batch, item, path)) {
         TellCompressed(batch, item, path);

@@ -102,7 +102,7 @@ EditResult FolderDeleter::deleteFolder(std::uint32_t parentId, const CatalogName
 
 EditResult FolderDeleter::deleteChild(const CatalogItem& child, std::size_t level) {
     context_.progress.text(FormatText(kTextDeletion, context_.messages.language(), child.name));
-    if (!context_.progress.chunk(0))
+    if (!context_.progress.mayGoOn())
         return EditResult::Stopped;
     if (guard_.refuseEntry())
         return EditResult::Damaged;

@@ -72,7 +72,7 @@ StoreResult TryToRead(const PlacedFork& fork, Progress& progress) {
             static_cast<std::size_t>(std::min<std::uint64_t>(fork.sizeBytes - done, kPieceBytes)));
         if (!fork.source->readExactly(done, buffer))
             return StoreResult::SourceFailed;
-        if (!progress.chunk(0))
+        if (!progress.mayGoOn())
             return StoreResult::Stopped;
     }
     return StoreResult::Done;

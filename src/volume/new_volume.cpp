@@ -35,7 +35,7 @@ Reason MakeProblem(const NewVolumeFile& file, const FormatInput& input, const Po
         target.file().isOpen() ? target.lockOlder(file.guard.lockWaitMs) : target.file().error();
     if (error == 0) {
         const FormatResult result = FormatVolume(input, target.file(), ports.clock, ports.progress);
-        if (result == FormatResult::Stopped || !ports.progress.chunk(0))
+        if (result == FormatResult::Stopped || !ports.progress.mayGoOn())
             return Sentence::kStoppedNothingMade;
         error = result == FormatResult::Done ? target.publish(file.replaces, true)
                                              : target.file().error();

@@ -58,7 +58,7 @@ int ReplaceInProject(const ReplaceOptions& options, const Signature& from, const
                           context.language);
         });
     Messages& messages = terminal.messages;
-    if (!terminal.progress.chunk(0)) {
+    if (!terminal.progress.mayGoOn()) {
         messages.showMessage(Sentence::kStoppedUnchanged);
         return kExitFailed;
     }
