@@ -24,10 +24,10 @@ class Recognition : public ::testing::Test {
         std::string text = std::to_string(scan(disk)) + ":";
         for (const PartitionEntry& entry : list_)
             text += " " + entry.name + std::string(entry.wideName.begin(), entry.wideName.end()) +
-                    " " + std::to_string(entry.startSector) + "+" +
+                    " " + std::to_string(entry.startSector.number()) + "+" +
                     std::to_string(entry.sectorCount);
         EXPECT_FALSE(context_.transferFailed) << "a short image is no failure";
-        return text + " @" + std::to_string(context_.volumeOffset) +
+        return text + " @" + std::to_string(context_.partitionStart.number()) +
                (context_.readOnlyReasons.any() ? " bare" : "");
     }
     TemporaryFolder folder_;
@@ -146,8 +146,8 @@ TEST_F(Recognition, TheMapIsReadAsFarAsItSaysWhateverTheBlocks) {
             PutMapEntry(disk, 512 * (i + 1), "n", i < 40 || i > 43 ? "Apple_HFS" : "Apple_Free",
                         100 + i, 10, 45);
         EXPECT_EQ(scan(disk), 41) << blockSize;
-        EXPECT_EQ(list_[39].startSector, 139u);
-        EXPECT_EQ(list_[40].startSector, 144u) << "the last one that is counted";
+        EXPECT_EQ(list_[39].startSector.number(), 139u);
+        EXPECT_EQ(list_[40].startSector.number(), 144u) << "the last one that is counted";
         EXPECT_EQ(context_.driverBlockSize, 512);
         EXPECT_EQ(context_.totalSectors, 4000u);
     }
@@ -162,7 +162,7 @@ TEST(FirstGptPartition, FollowsTheFirstEntryWhateverItsType) {
         MemoryBytes image(DiskOf(80, words + entry));
         const auto first = FirstGptPartition(image);
         // The low 32 bits.
-        EXPECT_EQ(first ? first->startSector : 0, isFound ? 0x22u : 0u) << words;
+        EXPECT_EQ(first ? first->startSector.number() : 0, isFound ? 0x22u : 0u) << words;
     }
 }
 

@@ -84,7 +84,7 @@ class RedoLogTest : public ::testing::Test {
                       0u);
         ASSERT_TRUE(shown == kAfter);
         PcFile copy(path_ + " copy", PcFile::Mode::CreateTruncate);
-        ASSERT_EQ(copy.copyFrom(image, 0, 0, shown.size()), shown.size());
+        ASSERT_EQ(copy.copyFrom(image, {0, 0, shown.size()}), shown.size());
         ASSERT_TRUE(ReadFile(path_ + " copy") == kAfter);
         if (!isCarriedOut)
             return;
@@ -98,7 +98,8 @@ class RedoLogTest : public ::testing::Test {
     void fill(SectorBatch& batch) {
         const SectorBatch::Recording recording(context_, batch);
         for (const RedoPiece& piece : kPieces)
-            ASSERT_EQ(WriteSectors(context_.transferSlot, piece.offset / kSectorBytes, piece.bytes),
+            ASSERT_EQ(WriteSectors(context_.transferSlot, Sector512(piece.offset / kSectorBytes),
+                                   piece.bytes),
                       0);
         ASSERT_TRUE(read() == kBefore);
     }
@@ -227,7 +228,8 @@ TEST_F(RedoLogTest, ABatchIsNotCompletedWithoutTheContentsThatBelongToIt) {
     SectorBatch batch;
     fill(batch);
     for (const std::uint8_t value : Bytes{5, 6})
-        ASSERT_EQ(WriteSectors(context_.transferSlot, 60, Bytes(4 * kSectorBytes, value)), 0);
+        ASSERT_EQ(
+            WriteSectors(context_.transferSlot, Sector512(60), Bytes(4 * kSectorBytes, value)), 0);
     context_.transferSlot = [](const SectorRequest&) { return 1; };
     EXPECT_EQ(batch.commit(context_, mark_), CommitResult::Interrupted);
     EXPECT_EQ(state(), RedoState::Pending);

@@ -199,8 +199,8 @@ TEST_F(BuildTest, ACatalogThatDoesNotFitIsLaidOutWithMoreRoom) {
     const auto build = [&](std::uint32_t leaves) {
         tried.push_back(leaves);
         MemoryNodes nodes(NewNodeSize(false));
-        return BuildCatalog(context, plan, ComputeHfsLayout(64, leaves, blocks, 2048), nodes,
-                            catalog);
+        return BuildCatalog(context, plan, ComputeHfsLayout(Sector512(64), {leaves, blocks}, 2048),
+                            nodes, catalog);
     };
     EXPECT_EQ(GrowUntilItFits(1, build), TreeResult::Done);
     EXPECT_GT(tried.size(), 1u);

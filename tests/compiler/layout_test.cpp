@@ -33,14 +33,15 @@ DiscPlan PlanOf(std::size_t files, std::uint32_t sizeBytes, bool appleExtension 
 TEST(IsoLayout, SmallImagesHaveTheReservesOfTheFormatUntilTheyAreFull) {
     const auto places = [](std::size_t files, bool appleExtension) {
         const IsoLayout layout = ComputeLayout(PlanOf(files, 10, appleExtension), 2048);
-        return std::vector<std::uint64_t>{layout.iso.pathTableL, layout.iso.rootDirectory,
-                                          layout.joliet.pathTableL, layout.joliet.rootDirectory,
-                                          layout.fileArea};
+        return std::vector<std::uint32_t>{
+            layout.iso.pathTableL.number(), layout.iso.rootDirectory.number(),
+            layout.joliet.pathTableL.number(), layout.joliet.rootDirectory.number(),
+            layout.fileArea.number()};
     };
     // Path tables have one sector and a reserve of two, directories one and a reserve of four.
-    EXPECT_EQ(places(1, false), (std::vector<std::uint64_t>{19, 21, 24, 26, 31}));
+    EXPECT_EQ(places(1, false), (std::vector<std::uint32_t>{19, 21, 24, 26, 31}));
     // With the Apple extension there is no more than the reserves, until one is full.
-    EXPECT_EQ(places(1, true), (std::vector<std::uint64_t>{19, 21, 23, 25, 29}));
+    EXPECT_EQ(places(1, true), (std::vector<std::uint32_t>{19, 21, 23, 25, 29}));
     std::size_t files = 2;
     while (places(files, true).back() == 29 && files < 1000)
         ++files;
@@ -74,34 +75,34 @@ TEST(VolumeLayouts, HoldTheirRulesOverManySizes) {
     for (int i = 0; i < 1600; ++i) {
         const std::uint32_t size = 2048 * (1 + i % 31);
         const std::uint32_t b = size / 512;
-        const std::uint64_t start = std::uint64_t{1 + random() % 500} * b;
+        const Sector512 start(std::uint64_t{1 + random() % 500} * b);
         const auto leaves = static_cast<std::uint32_t>(random() % 3000);
         const std::uint64_t blocks = random() % 60000;
         const std::uint64_t free = i % 2 * (random() % 5000) * 1000;
-        SCOPED_TRACE(fmt::format("block {}, start {}, blocks {}", size, start, blocks));
-        const HfsLayout hfs = ComputeHfsLayout(start, leaves, blocks, size, free);
+        SCOPED_TRACE(fmt::format("block {}, start {}, blocks {}", size, start.number(), blocks));
+        const HfsLayout hfs = ComputeHfsLayout(start, {leaves, blocks, free}, size);
         EXPECT_EQ(hfs.partitionStart, start);
-        EXPECT_EQ(hfs.fileAreaStart % b, 0u);
-        EXPECT_EQ(hfs.imageSectors % 4, 0u);
+        EXPECT_EQ(hfs.fileAreaStart.number() % b, 0u);
+        EXPECT_EQ(hfs.imageEnd.number() % 4, 0u);
         EXPECT_EQ(hfs.usedBlocks, hfs.systemBlocks + blocks);
         EXPECT_EQ(hfs.totalBlocks, hfs.usedBlocks + BlocksFor(free, size) + 1)
             << "no file has the last block";
         EXPECT_GE(hfs.bitmapSectors * 4096u, hfs.totalBlocks);
         EXPECT_EQ(hfs.allocationStart, hfs.bitmapSectors + 3);
         // The last block ends before the second header, 2048 bytes before the end of the image.
-        EXPECT_LE(hfs.sectorOf(hfs.totalBlocks), hfs.alternateHeader());
-        EXPECT_EQ(hfs.alternateHeader(), hfs.imageSectors - 4);
+        EXPECT_LE(hfs.sectorOf(BlockNumber{hfs.totalBlocks}), hfs.alternateHeader());
+        EXPECT_EQ(hfs.alternateHeader(), hfs.imageEnd - 4);
         EXPECT_GE(hfs.partitionSectors, 1600u);
         EXPECT_EQ(hfs.catalogFile.startBlock,
                   hfs.extentsFile.startBlock + hfs.extentsFile.blockCount);
         EXPECT_EQ(hfs.extentsFile.blockCount + hfs.catalogFile.blockCount, hfs.systemBlocks);
 
-        const HfsLayout plus = ComputeHfsPlusLayout(4 * start, leaves, 50 * blocks, 2048 * free);
+        const HfsLayout plus = ComputeHfsPlusLayout(start, {leaves, 50 * blocks, 2048 * free});
         EXPECT_GE(std::uint64_t{plus.bitmapSectors} * 4096, plus.totalBlocks);
         EXPECT_EQ(plus.usedBlocks, plus.systemBlocks + 50 * blocks + 1);
         EXPECT_EQ(plus.totalBlocks, plus.usedBlocks + free);
-        EXPECT_EQ(plus.imageSectors, plus.partitionStart + std::uint64_t{plus.totalBlocks} * 4);
-        EXPECT_EQ(plus.alternateHeader(), plus.imageSectors - 2);
+        EXPECT_EQ(plus.imageEnd, plus.partitionStart + std::uint64_t{plus.totalBlocks} * 4);
+        EXPECT_EQ(plus.alternateHeader(), plus.imageEnd - 2);
         EXPECT_EQ(plus.allocationFile.startBlock, 1u);
         EXPECT_EQ(plus.catalogFile.startBlock,
                   plus.extentsFile.startBlock + plus.extentsFile.blockCount);

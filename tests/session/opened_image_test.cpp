@@ -97,7 +97,7 @@ TEST_F(OpenedImage, ClosingWritesBackAndTellsOfAFailureAndLettingGoDoesNot) {
     EXPECT_FALSE(Bytes("v.img") == plain_) << "the count of writes";
     const auto fail = [](VolumeContext& volume) {
         std::vector<std::uint8_t> sector(kSectorBytes);
-        const std::uint64_t behind = volume.image->size() / kSectorBytes;
+        const Sector512 behind(volume.image->size() / kSectorBytes);
         EXPECT_NE(ReadSectors(volume.transferSlot, behind, sector), 0);
     };
     const auto changed = change();

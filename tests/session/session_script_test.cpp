@@ -34,6 +34,10 @@ class ScriptedPerson final : public Messages, public DocumentDialogs {
             ask(fmt::format("wants a path ({}, {})", text(request.title), request.proposal));
         return answer == "-" ? std::nullopt : std::optional(answer);
     }
+    std::optional<FormatInput> askNewVolume() override {
+        const std::string label = ask("wants a volume");
+        return label == "-" ? std::nullopt : std::optional(FormatInput{label, 1});
+    }
     void note(const std::string& line) { heard += "! " + test::Replaced(line, "\n", "/") + "\n"; }
 
   private:
@@ -102,7 +106,7 @@ file zero.hfs
             {"start", [&] { session.start(value); }},
             {"end", [&] { session.end(); }},
             {"open", [&] { (void)session.open(value); }},
-            {"new", [&] { (void)session.makeProject(); }},
+            {"new", [&] { (void)session.makeDocument(); }},
             {"drop", [&] { (void)session.openProject(); }},
             {"save", [&] { (void)session.save(); }},
             {"saveas", [&] { (void)session.saveAs(); }},

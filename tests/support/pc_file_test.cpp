@@ -64,7 +64,7 @@ TEST_F(PcFiles, BytesAtAnyOffsetAndTheFirstFailure) {
     EXPECT_EQ(Contents(at("a")), (Bytes{'x', 'x', 'x', 0, 0}));
     // What the system cannot copy by itself.
     PcFile zeros("/dev/zero", PcFile::Mode::Read);
-    EXPECT_EQ(file.copyFrom(zeros, 0, 1, 3'000'000), 3'000'000u);
+    EXPECT_EQ(file.copyFrom(zeros, {0, 1, 3'000'000}), 3'000'000u);
     Bytes expected(3'000'001);
     expected[0] = 'x';
     EXPECT_TRUE(Contents(at("a")) == expected);

@@ -156,7 +156,7 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     PutBootEntry(booted, 1, 0xAF, 100, kPlusSectors);
     booted.insert(booted.end(), barePlus_.begin(), barePlus_.end());
     ASSERT_TRUE(open(booted));
-    EXPECT_EQ(volume_.partitionStart, 100u);
+    EXPECT_EQ(volume_.partitionStart.number(), 100u);
     for (const Bytes& type : {kForeignGuidBytes, kHfsGuidBytes}) {
         Bytes disk(100 * 512);
         PutBootEntry(disk, 0, 0xEE, 1, 199);
@@ -166,13 +166,13 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
         disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
         disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
         ASSERT_TRUE(open(disk));
-        EXPECT_EQ(volume_.partitionStart, 100u) << "the first, whatever its type";
+        EXPECT_EQ(volume_.partitionStart.number(), 100u) << "the first, whatever its type";
         EXPECT_EQ(volume_.partitionSectors, kHfsSectors) << "the last sector included";
     }
 
     for (const std::size_t sector : {18u, 20u}) {
         expectReasons(Wrapped(barePlus_, sector), kBare, "only the wrapper is locked");
-        EXPECT_EQ(volume_.volumeOffset, sector);
+        EXPECT_EQ(volume_.partitionStart.number(), sector);
         EXPECT_EQ(volume_.partitionSectors, kPlusSectors);
         // Behind the wrapper's partition is nothing of the volume.
         ASSERT_TRUE(open(WithFields(Wrapped(barePlus_, sector), {{1024 + 128, 2, 0xFFFF}})));
@@ -275,7 +275,7 @@ TEST_F(OpenedVolume, IsTheOneOfTheNumber) {
                  {bareHfs_, 1, 0, "not divided"}};
     for (const auto& c : cases) {
         ASSERT_EQ(open(c.disk, {.path = {}, .partition = c.number}), c.start != 0) << c.problem;
-        EXPECT_TRUE(c.start == 0 || volume_.partitionStart == c.start);
+        EXPECT_TRUE(c.start == 0 || volume_.partitionStart.number() == c.start);
         ASSERT_EQ(messages_.texts.size(), c.start == 0 ? 1u : 0u);
         EXPECT_TRUE(c.start != 0 || messages_.texts[0].find(c.problem) != std::string::npos)
             << messages_.texts[0];

@@ -233,11 +233,11 @@ class VolumeModel {
         if (entry != items_.end() && FindNamed(volume_, entry->first.first, nameOf(*entry), kClock,
                                                item) == TreeResult::Done)
             places.insert(places.end(), item->data.runs.begin(), item->data.runs.end());
-        const std::uint64_t first = volume_->volumeOffset * kSectorBytes;
+        const std::uint64_t first = volume_->blocksStart.byte();
         PcFile image(path_, PcFile::Mode::ReadWrite);
         for (const BlockRun& run : places) {
             // Files of the PC begin with its sectors, and none lies where the trees do.
-            const std::uint64_t from = BlockToSector(volume_, run.startBlock) / 4 * 2048;
+            const std::uint64_t from = BlockToSector(volume_, {run.startBlock}).number() / 4 * 2048;
             Bytes file(std::uint64_t{run.blockCount} * volume_->blockSize);
             const std::uint64_t end = (from + file.size() - first) / volume_->blockSize;
             bool isFree = from >= std::max(first, kPcTableEnd) && !file.empty() &&
