@@ -235,6 +235,20 @@ constexpr const char* kTranscripts = R"(
 ! says Null length file./Aborting.
 > open=read.hfs => Vellmark 1.1.2 c1
 ! says read.hfs: This file doesn't contain a valid HFS partition.
+# One that is made, and kept under another name with what it holds.
+> ?new ?Disk ?copy mode=1 new saveas => copy.hfs [Vellmark] 1.1.2 c1
+! wants a path (Create a new partition, docs/)
+! wants a volume
+! wants a path (Save the partition, new.hfs)
+> ?other ?- open=disk.hfs new => Vellmark 1.1.2 c1
+! wants a path (Create a new partition, docs/)
+! wants a volume
+> open=other.hfs => Vellmark 1.1.2 c1
+! says Error opening file/other.hfs. No such file or directory.
+> ?read ?n ?third open=disk.hfs saveas => third.hfs [Vellmark] 1.1.2 c1
+! wants a path (Save the partition, disk.hfs)
+! asks File/read.hfs/exists already on the medium./Do you want to overwrite it?
+! wants a path (Save the partition, disk.hfs)
 # A command is there where its mode has it, and can be given where nothing forbids it.
 > may mode=0 may start may => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
 ! may                            |
