@@ -36,8 +36,8 @@ void AddBuildOptions(OptionSet& arguments, BuildOptions& options);
                                      const CommandContext& context);
 
 /// Builds the project, saves what the build settled about one that has a file, sends an image to
-/// the standard output that goes there, and says what came out. In a dry run nothing is written, and
-/// what would come out is said. Returns an exit status.
+/// the standard output that goes there, and says what came out. In a dry run nothing is written,
+/// and what would come out is said. Returns an exit status.
 [[nodiscard]] int BuildAndTell(ProjectFile& project, const BuildRequest& request,
                                const BuildOptions& options, const OutputFile& output,
                                CommandContext& context, Terminal& terminal);
