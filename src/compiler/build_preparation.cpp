@@ -75,8 +75,6 @@ CompileResult Preparation::run() {
     tellLargeFolders();
     for (const auto& [item, reason] : plan_.leftOut)
         context_.messages.itemSkipped(item, reason);
-    image_.mode = context_.mode;
-    image_.postgap = context_.request.postgap;
     return CompileResult::Done;
 }
 
@@ -170,11 +168,16 @@ void Preparation::tellLargeFolders() {
 }
 
 CompileResult Preparation::layOut() {
+    image_.mode = context_.mode;
+    image_.postgap = context_.request.postgap;
     JournalStep(context_, CompileStep::ComputeIso);
     JournalStep(context_, CompileStep::ComputeHfs);
     if (!HasMacintosh(context_.mode)) {
         place(kIsoSectorBytes);
-        return CompileResult::Done;
+        return image_.sectors() <= UINT32_MAX
+                   ? CompileResult::Done
+                   : fail(CompileResult::CopyFailed,
+                          Reason(Sentence::kImageBeyondIso, image_.sizeBytes()));
     }
     const bool plus = IsHfsPlusMode(context_.mode);
     bool isTooMuch = false;
