@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <map>
 
 #include "join/join_bench.hpp"
 
@@ -42,53 +41,47 @@ TEST_F(DeshybridationTest, ASplitThatFailsSaysWhatIsLeft) {
     }
 }
 
-// What a split keeps of the partition (- where it is refused), what it makes of the disc, what the
-// disc was before it was joined, and what happened to it since. Files of the PC lie up to
-// sector 25. The last rows have a boot record of another system, whose partition ends with the disc
-// or behind it, and a boot catalog (El Torito) with an image that no directory names.
-constexpr const char* kSplits = R"(
-No|0*2560:00 =55296||
--|||512:00
--|||0:00 56320:00
--|||1074:78
--|||1032:40
--|||=65023
--|||32769:58
--|||=0
-No|0*2560:00 =53248||1032:00000068
-HoldsIsoFiles|0*2560:00||1032:00000064
-HoldsIsoFiles|0*2560:00||1032:00000048
-HoldsIsoFiles|0*2560:00||1032:00000000
-No|512*1024:00 =55296||0*512:00 1536:00
-No|512*1024:00 =55296||0*446:90 446*66:00 450:90 510:55AA 1536:90 458:6C000000
-InBootRecord|512*1024:00||0*446:90 446*66:00 450:90 510:55AA 1536:90 458:6D000000
-No|0*2560:00 =55296|34816:00 34823:454C20544F5249544F2053504543494649434154494F4E 34887:16000000 45056*2048:00 45088:88 45096:19000000|
-HoldsIsoFiles|0*2560:00|34816:00 34823:454C20544F5249544F2053504543494649434154494F4E 34887:16000000 45056*2048:00 45088:88 45096:1E000000|
-)";
-
 // Files and boot images of the PC that lie behind the partition's start are kept, and other code in
-// front. What is refused keeps every byte.
+// front. What is refused keeps every byte. Files of the PC lie up to sector 25.
 TEST_F(DeshybridationTest, ASplitTakesOnlyWhatTheJoinBrought) {
-    const std::map<std::string, PartitionKept> kept = {
-        {"No", PartitionKept::No},
-        {"HoldsIsoFiles", PartitionKept::HoldsIsoFiles},
-        {"InBootRecord", PartitionKept::InBootRecord}};
-    for (const auto& row : RowsOf(kSplits)) {
-        const std::string& result = row[0];
-        SCOPED_TRACE(result + " " + row[2] + ";" + row[3]);
+    using enum PartitionKept;
+    // A boot record of another system, and an entry of its partition but for the length.
+    const std::string code = "0*446:90 446*66:00 450:90 510:55AA 1536:90 ";
+    // A boot catalog (El Torito) with an image that no directory names, but for its sector.
+    const std::string boot =
+        "34816:00 34823:454C20544F5249544F2053504543494649434154494F4E 34887:16000000 "
+        "45056*2048:00 45088:88 45096:";
+    const struct {
+        std::optional<PartitionKept> kept;  // none where the split is refused
+        const char* change;                 // of the disc, by the split
+        std::string before, since;          // what the disc was before, and what happened to it
+    } rows[] = {{No, "0*2560:00 =55296", "", ""},
+                {{}, "", "", "512:00"},
+                {{}, "", "", "0:00 56320:00"},
+                {{}, "", "", "1074:78"},
+                {{}, "", "", "32769:58"},
+                {{}, "", "", "=0"},
+                {No, "0*2560:00 =53248", "", "1032:00000068"},
+                {HoldsIsoFiles, "0*2560:00", "", "1032:00000064"},
+                {HoldsIsoFiles, "0*2560:00", "", "1032:00000000"},
+                {No, "512*1024:00 =55296", "", "0*512:00 1536:00"},
+                {No, "512*1024:00 =55296", "", code + "458:6C000000"},  // ends with the disc
+                {InBootRecord, "512*1024:00", "", code + "458:6D000000"},
+                {No, "0*2560:00 =55296", boot + "19000000", ""},
+                {HoldsIsoFiles, "0*2560:00", boot + "1E000000", ""}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before + ";" + row.since);
         make();
-        file("disc.iso", Damaged(oldDisc_, row[2]));
+        file("disc.iso", Damaged(oldDisc_, row.before));
         ASSERT_EQ(join().result, HybridationResult::Done);
-        const Bytes disc = Damaged(ReadFile(disc_), row[3]);
+        const Bytes disc = Damaged(ReadFile(disc_), row.since);
         file("disc.iso", disc);
         const DeshybridationOutcome outcome = Deshybridate(disc_, messages_);
-        EXPECT_EQ(outcome.result, kept.contains(result) ? DeshybridationResult::Done
-                                                        : DeshybridationResult::NoPartition);
-        EXPECT_TRUE(!kept.contains(result) || outcome.kept == kept.at(result));
-        EXPECT_EQ(ReadFile(disc_), Damaged(disc, row[1]));
+        EXPECT_EQ(outcome.result,
+                  row.kept ? DeshybridationResult::Done : DeshybridationResult::NoPartition);
+        EXPECT_TRUE(!row.kept || outcome.kept == *row.kept);
+        EXPECT_EQ(ReadFile(disc_), Damaged(disc, row.change));
     }
-    EXPECT_EQ(Deshybridate(folder_.path() + "/absent", messages_).result,
-              DeshybridationResult::NotOpened);
 }
 
 }  // namespace

@@ -20,26 +20,21 @@ inline std::uint32_t Word(const Bytes& bytes, std::size_t at) {
 
 struct Disk {
     std::uint16_t block = 512;
-    bool hasDriver = false;   // a partition in front of the volume
-    bool isFollowed = false;  // and one behind it
+    bool isFollowed = false;  // by another partition
     bool isPlus = false;
 };
 
-// A disk with a map and a partition that begins at its eighth block.
+// A disk with a map, a driver, and a partition that begins at its eighth block.
 inline Bytes MakeDisk(const Disk& disk, const Bytes& partition) {
-    const std::size_t block = disk.block;
     Bytes bytes;
-    bytes.resize(8 * block);
+    PutMapEntry(bytes, disk.block, "map", "Apple_partition_map", 1, 63, 3);
+    PutMapEntry(bytes, 2 * disk.block, "driver", "Apple_Driver43", 4, 1, 3);
+    PutMapEntry(bytes, 3 * disk.block, "volume", "Apple_HFS", 8,
+                disk.isFollowed ? kPartitionBytes / disk.block : 0, 3);
     PutDescriptor(bytes, disk.block, 99);
-    bytes[17] = disk.hasDriver;
-    const std::uint32_t entries = disk.hasDriver ? 3 : 2;
-    PutMapEntry(bytes, block, "map", "Apple_partition_map", 1, 63, entries);
-    if (disk.hasDriver)
-        PutMapEntry(bytes, 2 * block, "driver", "Apple_Driver43", 4, 1, entries);
-    PutMapEntry(bytes, entries * block, "volume", "Apple_HFS", 8,
-                disk.isFollowed ? kPartitionBytes / disk.block : 0, entries);
-    bytes.resize(8 * block);
-    bytes.insert(bytes.end(), partition.begin(), partition.end());
+    bytes[17] = 1;
+    bytes.resize(8 * disk.block);
+    bytes = bytes + partition;
     bytes.resize(bytes.size() + (disk.isFollowed ? 10'000 : 0), 0xEE);
     return bytes;
 }
@@ -75,14 +70,11 @@ inline Bytes Damaged(Bytes bytes, const std::string& damage) {
 
 // Raw sectors around the data of a disc, all else in them left at 0.
 inline Bytes Raw(const Bytes& data, std::size_t offset) {
-    Bytes raw;
-    for (std::size_t at = 0; at < data.size(); at += 2048) {
-        Bytes sector(2352);
-        SetRawHeader(std::span(sector).first<2352>(), static_cast<std::uint32_t>(at / 2048),
-                     offset == 16 ? RawKind::Mode1 : RawKind::Mode2Form1);
-        const Bytes block = Slice(data, at, at + 2048);
-        std::copy(block.begin(), block.end(), sector.begin() + static_cast<std::ptrdiff_t>(offset));
-        raw.insert(raw.end(), sector.begin(), sector.end());
+    Bytes raw(data.size() / 2048 * 2352);
+    for (std::uint32_t i = 0; i < data.size() / 2048; ++i) {
+        const auto sector = std::span(raw).subspan(std::size_t{i} * 2352).first<2352>();
+        SetRawHeader(sector, i, offset == 16 ? RawKind::Mode1 : RawKind::Mode2Form1);
+        std::copy_n(data.data() + std::size_t{i} * 2048, 2048, sector.data() + offset);
     }
     return raw;
 }
@@ -92,20 +84,6 @@ inline Bytes DataOf(const Bytes& raw, std::size_t offset) {
     for (std::size_t at = offset; at < raw.size(); at += 2352)
         data = data + Slice(raw, at, at + 2048);
     return data;
-}
-
-/// The lines of a table but for the first, which is empty, each as its parts between `|`.
-inline std::vector<std::vector<std::string>> RowsOf(const char* table) {
-    std::vector<std::vector<std::string>> rows;
-    std::istringstream in(table);
-    in.ignore();
-    for (std::string line; std::getline(in, line);) {
-        std::istringstream parts(line + "|");
-        rows.emplace_back();
-        while (std::getline(parts, line, '|'))
-            rows.back().push_back(line);
-    }
-    return rows;
 }
 
 class JoinTest : public ::testing::Test {
