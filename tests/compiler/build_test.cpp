@@ -52,25 +52,28 @@ TEST_F(BuildTest, AFileThatChangesWhileItIsCopiedEndsTheBuildWithItsName) {
 TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
     write("sub/a.txt", "first");
     using enum ImageKind;
+    constexpr const char* kIsoAlone = "Disc  5 1/1 0/0";
+    constexpr const char* kMacAlone = " Disc 5 0/0 1/1";
     const struct {
         ImageKind kind;
         bool plus;
         int iso, hfs;
         std::optional<CompileMode> mode;
         const char* steps;
+        const char* told = "Disc Disc 5 1/1 1/1";  // labels, bytes, folders and files
     } rows[] = {
         {Hybrid, false, 1, 1, CompileMode::HybridHfs,
          "Creating the ISO file;Computing the ISO catalog;Computing the HFS catalog;Creating the "
          "temp files;Creating the hybrid image;Entry point of creation_volume;Entry point of "
          "creation_volume;Copying the temp. HFS files;Copying the temp. ISO files;"},
         {Hybrid, true, 1, 1, CompileMode::HybridHfsPlus, "Computing the HFS+ catalog;"},
-        {Iso, true, 1, 1, CompileMode::PureIso, "Creating the ISO image;"},
-        {Hfs, false, 1, 1, CompileMode::PureHfs, "Creating the HFS image;"},
-        {Hfs, true, 1, 1, CompileMode::PureHfsPlus, "Copying the temp files;"},
+        {Iso, true, 1, 1, CompileMode::PureIso, "Creating the ISO image;", kIsoAlone},
+        {Hfs, false, 1, 1, CompileMode::PureHfs, "Creating the HFS image;", kMacAlone},
+        {Hfs, true, 1, 1, CompileMode::PureHfsPlus, "Copying the temp files;", kMacAlone},
         // Only a hybrid with an empty side becomes the other alone.
-        {Hybrid, false, 1, 0, CompileMode::PureIso, ""},
-        {Hybrid, false, 0, 1, CompileMode::PureHfs, ""},
-        {Iso, false, 1, 0, CompileMode::PureIso, ""},
+        {Hybrid, false, 1, 0, CompileMode::PureIso, "", kIsoAlone},
+        {Hybrid, false, 0, 1, CompileMode::PureHfs, "", kMacAlone},
+        {Iso, false, 1, 0, CompileMode::PureIso, "", kIsoAlone},
         {Iso, false, 0, 1, std::nullopt, ""},
         {Hfs, false, 1, 0, std::nullopt, ""}};
     for (const auto& row : rows) {
@@ -88,32 +91,19 @@ TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
             expectFailure(made, CompileResult::Empty, "would be empty");
             continue;
         }
-        const BuildOutcome outcome = build(made);
-        EXPECT_EQ(outcome.result, CompileResult::Done);
-        EXPECT_EQ(outcome.summary.mode, *row.mode);
-        EXPECT_EQ(std::filesystem::file_size(request_.targetPath), outcome.summary.imageBytes);
+        Build looked(made, request_, ports_);
+        ASSERT_EQ(looked.prepare(), CompileResult::Done);
+        const BuildSummary told = looked.summary();
+        EXPECT_EQ(told.mode, *row.mode);
+        EXPECT_EQ(fmt::format("{} {} {} {}/{} {}/{}", told.isoLabel, told.macLabel,
+                              told.sourceBytes, told.iso.folders, told.iso.files,
+                              told.macintosh.folders, told.macintosh.files),
+                  row.told);
+        EXPECT_TRUE(filesInOut().empty()) << "a look writes nothing";
+        ASSERT_EQ(looked.write(), CompileResult::Done);
+        EXPECT_EQ(std::filesystem::file_size(request_.targetPath), told.imageBytes);
         EXPECT_NE(progress_.steps.find(row.steps), std::string::npos) << progress_.steps;
     }
-}
-
-TEST_F(BuildTest, ALookBeforehandTellsWhatIsBuiltAndWritesNothing) {
-    write("sub/a.txt", std::string(5000, 'a'));
-    write("b.txt", "second");
-    ProjectFile made = project();
-    made.header().setIsoLabel("Untitled");
-    made.findByNumber(ByName(made, kRootFolder).at("b.txt").number)->setHfsInclusion(0);
-    request_.postgap = true;
-    Build looked(made, request_, ports_);
-    ASSERT_EQ(looked.prepare(), CompileResult::Done);
-    const BuildSummary told = looked.summary();
-    EXPECT_TRUE(filesInOut().empty());
-    EXPECT_EQ(fmt::format("{} {} {} {} {}/{} {}/{}", told.isoLabel, told.macLabel, told.sourceBytes,
-                          told.blockBytes, told.iso.folders, told.iso.files, told.macintosh.folders,
-                          told.macintosh.files),
-              "disc Disc 5006 2048 1/2 1/1");
-    EXPECT_TRUE(looked.settled().isLabelled);
-    ASSERT_EQ(looked.write(), CompileResult::Done);
-    EXPECT_EQ(std::filesystem::file_size(request_.targetPath), told.imageBytes);
 }
 
 TEST_F(BuildTest, AnUntitledProjectIsNamedAfterItsImageWhereItsLettersAllowThat) {
@@ -121,11 +111,9 @@ TEST_F(BuildTest, AnUntitledProjectIsNamedAfterItsImageWhereItsLettersAllowThat)
     const struct {
         const char *kept, *image, *label;
         bool settled, told;
-    } rows[] = {{"Untitled", "disc", "disc", true, false},
-                {"Sans titre", "disc.2", "disc.2", true, false},
+    } rows[] = {{"Untitled", "disc.2", "disc.2", true, false},
                 {"Disc", "other", "Disc", false, false},
                 {"Sans titre", "\u65E5\u672C", "Sans titre", false, true},
-                {"Untitled", "a\nb", "Sans titre", false, true},
                 {"", "disc", "Sans titre", false, false}};
     messages_.spoken = Language::French;
     for (const auto& row : rows) {
@@ -134,12 +122,10 @@ TEST_F(BuildTest, AnUntitledProjectIsNamedAfterItsImageWhereItsLettersAllowThat)
         made.header().setHfsLabel(row.kept);
         request_.targetPath = out() + "/" + row.image + ".iso";
         messages_.shown.clear();
-        const BuildOutcome outcome = build(made);
+        EXPECT_EQ(build(made).settled.any(), row.settled) << "what was never given is not kept";
         EXPECT_EQ(made.header().isoLabel(), row.label);
         EXPECT_EQ(made.header().hfsLabel(), row.label);
-        EXPECT_EQ(outcome.settled.any(), row.settled) << "a label that was never given is not kept";
         EXPECT_EQ(messages_.shown.size(), row.told ? 1u : 0u) << row.image;
-        std::filesystem::remove(request_.targetPath);
     }
 }
 
@@ -187,29 +173,17 @@ TEST_F(BuildTest, FoldersBeyondWhatAFormatOrSomeSystemsHoldAreRefusedOrTold) {
     }
 }
 
-TEST_F(BuildTest, ACatalogThatDoesNotFitIsLaidOutWithMoreRoom) {
-    for (int i = 0; i < 300; ++i)
-        write(std::to_string(i) + " with a long name", "x");
-    ProjectFile made = project();
-    DiscPlan plan = planOf(made, CompileMode::HybridHfs);
-    CompileContext context{made, request_, messages_, progress_, clock_};
-    const std::uint64_t blocks = PlaceFiles(plan, 2048);
-    std::vector<std::uint32_t> tried;
-    BuiltCatalog catalog;
-    const auto build = [&](std::uint32_t leaves) {
-        tried.push_back(leaves);
-        MemoryNodes nodes(NewNodeSize(false));
-        return BuildCatalog(context, plan, ComputeHfsLayout(Sector512(64), {leaves, blocks}, 2048),
-                            nodes, catalog);
-    };
-    EXPECT_EQ(GrowUntilItFits(1, build), TreeResult::Done);
-    EXPECT_GT(tried.size(), 1u);
-    EXPECT_TRUE(std::is_sorted(tried.begin(), tried.end(), std::less_equal<>{}));
-    EXPECT_EQ(catalog.fileCount, 300u);
-    int rounds = 0;
-    EXPECT_EQ(GrowUntilItFits(1, [&](std::uint32_t) { return ++rounds, TreeResult::Full; }),
-              TreeResult::Full);
-    EXPECT_EQ(rounds, 8) << "it ends";
+TEST(CatalogGrowth, ACatalogThatDoesNotFitGetsMoreRoomAndNoEndlessOne) {
+    for (const std::size_t rounds : {1u, 3u, 9u}) {
+        std::vector<std::uint32_t> tried;
+        const TreeResult result = GrowUntilItFits(1, [&](std::uint32_t leaves) {
+            tried.push_back(leaves);
+            return tried.size() == rounds ? TreeResult::Done : TreeResult::Full;
+        });
+        EXPECT_EQ(result, rounds == 9 ? TreeResult::Full : TreeResult::Done);
+        EXPECT_EQ(tried.size(), std::min<std::size_t>(rounds, 8));
+        EXPECT_TRUE(std::is_sorted(tried.begin(), tried.end(), std::less_equal<>{}));
+    }
 }
 
 TEST(ImageWriterTest, FilesGoToTheirPlacesAroundTheBuffersEnd) {

@@ -30,22 +30,17 @@ DiscPlan PlanOf(std::size_t files, std::uint32_t sizeBytes, bool appleExtension 
     return plan;
 }
 
-TEST(IsoLayout, SmallImagesHaveTheReservesOfTheFormatUntilTheyAreFull) {
-    const auto places = [](std::size_t files, bool appleExtension) {
-        const IsoLayout layout = ComputeLayout(PlanOf(files, 10, appleExtension), 2048);
-        return std::vector<std::uint32_t>{
-            layout.iso.pathTableL.number(), layout.iso.rootDirectory.number(),
-            layout.joliet.pathTableL.number(), layout.joliet.rootDirectory.number(),
-            layout.fileArea.number()};
-    };
-    // Path tables have one sector and a reserve of two, directories one and a reserve of four.
-    EXPECT_EQ(places(1, false), (std::vector<std::uint32_t>{19, 21, 24, 26, 31}));
-    // With the Apple extension there is no more than the reserves, until one is full.
-    EXPECT_EQ(places(1, true), (std::vector<std::uint32_t>{19, 21, 23, 25, 29}));
-    std::size_t files = 2;
-    while (places(files, true).back() == 29 && files < 1000)
-        ++files;
-    EXPECT_EQ(places(files, true).back(), 36u) << files;
+TEST(IsoLayout, SmallImagesHaveTheReservesOfTheFormat) {
+    // Path tables have one sector and a reserve of two, directories one and a reserve of four. With
+    // the Apple extension there is no more than the reserves.
+    for (const bool appleExtension : {false, true}) {
+        const IsoLayout l = ComputeLayout(PlanOf(1, 10, appleExtension), 2048);
+        const std::array places = {l.iso.pathTableL.number(), l.iso.rootDirectory.number(),
+                                   l.joliet.pathTableL.number(), l.joliet.rootDirectory.number(),
+                                   l.fileArea.number()};
+        EXPECT_EQ(places, appleExtension ? std::to_array<std::uint32_t>({19, 21, 23, 25, 29})
+                                         : std::to_array<std::uint32_t>({19, 21, 24, 26, 31}));
+    }
 }
 
 TEST(IsoLayout, ADirectoryIsMeasuredAsItIsWritten) {
@@ -81,31 +76,20 @@ TEST(VolumeLayouts, HoldTheirRulesOverManySizes) {
         const std::uint64_t free = i % 2 * (random() % 5000) * 1000;
         SCOPED_TRACE(fmt::format("block {}, start {}, blocks {}", size, start.number(), blocks));
         const HfsLayout hfs = ComputeHfsLayout(start, {leaves, blocks, free}, size);
-        EXPECT_EQ(hfs.partitionStart, start);
         EXPECT_EQ(hfs.fileAreaStart.number() % b, 0u);
         EXPECT_EQ(hfs.imageEnd.number() % 4, 0u);
-        EXPECT_EQ(hfs.usedBlocks, hfs.systemBlocks + blocks);
-        EXPECT_EQ(hfs.totalBlocks, hfs.usedBlocks + BlocksFor(free, size) + 1)
+        EXPECT_EQ(hfs.totalBlocks, hfs.systemBlocks + blocks + BlocksFor(free, size) + 1)
             << "no file has the last block";
         EXPECT_GE(hfs.bitmapSectors * 4096u, hfs.totalBlocks);
-        EXPECT_EQ(hfs.allocationStart, hfs.bitmapSectors + 3);
         // The last block ends before the second header, 2048 bytes before the end of the image.
-        EXPECT_LE(hfs.sectorOf(BlockNumber{hfs.totalBlocks}), hfs.alternateHeader());
-        EXPECT_EQ(hfs.alternateHeader(), hfs.imageEnd - 4);
+        EXPECT_LE(hfs.sectorOf(BlockNumber{hfs.totalBlocks}), hfs.imageEnd - 4);
         EXPECT_GE(hfs.partitionSectors, 1600u);
-        EXPECT_EQ(hfs.catalogFile.startBlock,
-                  hfs.extentsFile.startBlock + hfs.extentsFile.blockCount);
-        EXPECT_EQ(hfs.extentsFile.blockCount + hfs.catalogFile.blockCount, hfs.systemBlocks);
 
         const HfsLayout plus = ComputeHfsPlusLayout(start, {leaves, 50 * blocks, 2048 * free});
         EXPECT_GE(std::uint64_t{plus.bitmapSectors} * 4096, plus.totalBlocks);
         EXPECT_EQ(plus.usedBlocks, plus.systemBlocks + 50 * blocks + 1);
         EXPECT_EQ(plus.totalBlocks, plus.usedBlocks + free);
         EXPECT_EQ(plus.imageEnd, plus.partitionStart + std::uint64_t{plus.totalBlocks} * 4);
-        EXPECT_EQ(plus.alternateHeader(), plus.imageEnd - 2);
-        EXPECT_EQ(plus.allocationFile.startBlock, 1u);
-        EXPECT_EQ(plus.catalogFile.startBlock,
-                  plus.extentsFile.startBlock + plus.extentsFile.blockCount);
     }
 }
 
@@ -117,14 +101,11 @@ TEST(HfsBlockSize, IsTheSmallestThatKeepsEverythingWithin65535Blocks) {
         std::uint64_t free;
         std::uint32_t expected;  // 0: HFS+ is needed
     } rows[] = {
-        {0, 0, true, 0, 2048},
-        {100, 2048, true, 0, 2048},
         {1, 2048u * 32766, true, 0, 2048},  // the largest fork takes fewer than 32,767 blocks
         {1, 2048u * 32767, true, 0, 4096},
         {10000, 100'000, true, 0, 18432},  // six blocks a file; with 16384 there would be seven
         {1, 3'000'000'000u, true, 0, 0},   // 47,252 of the largest blocks are too many for a fork
         {70000, 1, true, 0, 0},            // more files than blocks
-        {1, 1, true, 130'000'000, 2048},
         {1, 1, true, 2048u * 65535, 4096},
         {1, 1, true, 5'000'000'000, 0},
         {1, 2048u * 60000, true, 0, 4096},
