@@ -1,4 +1,4 @@
-"""Writes UDIF disk images (.dmg) with blocks of every kind."""
+"""Writes UDIF disk images (.dmg) with blocks of the kinds that Python can compress."""
 
 import bz2
 import lzma
@@ -8,47 +8,10 @@ import zlib
 
 SECTOR = 512
 ZERO, RAW = 0x00000000, 0x00000001
-ADC, ZLIB, BZIP2, LZFSE, LZMA = (0x80000004 + step for step in range(5))
+ZLIB, BZIP2, LZMA = 0x80000005, 0x80000006, 0x80000008
 END = 0xFFFFFFFF
 
-
-def adc(data):
-    """Apple Data Compression with matches of both kinds, those that overlap themselves too."""
-    out, literals, seen, at = bytearray(), bytearray(), {}, 0
-
-    def flush():
-        for start in range(0, len(literals), 128):
-            run = literals[start:start + 128]
-            out.append(0x7F + len(run))
-            out.extend(run)
-        literals.clear()
-
-    while at < len(data):
-        before = seen.get(data[at:at + 4])
-        seen[data[at:at + 4]] = at
-        length = 0
-        if before is not None and at - before <= 65536:
-            while length < 67 and at + length < len(data) and \
-                    data[before + length] == data[at + length]:
-                length += 1
-        if length < 4:
-            literals.append(data[at])
-            at += 1
-            continue
-        flush()
-        distance = at - before - 1
-        if length <= 18 and distance < 1024:
-            out += bytes([(length - 3) << 2 | distance >> 8, distance & 0xFF])
-        else:
-            out += bytes([0x40 | (length - 4), distance >> 8, distance & 0xFF])
-        at += length
-    flush()
-    return bytes(out)
-
-
-# No program that is at hand makes blocks of LZFSE: what is stored there is not looked at.
-STORE = {RAW: bytes, LZFSE: bytes, ADC: adc, ZLIB: zlib.compress, BZIP2: bz2.compress,
-         LZMA: lzma.compress}
+STORE = {RAW: bytes, ZLIB: zlib.compress, BZIP2: bz2.compress, LZMA: lzma.compress}
 
 
 def cut(data, kind, sectors=64):

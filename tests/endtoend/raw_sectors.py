@@ -22,28 +22,13 @@ def _bcd(value):
     return value // 10 << 4 | value % 10
 
 
-def header(number, mode):
-    """Synchronisation and header of a sector."""
-    frames = number + 150
-    return SYNC + bytes((_bcd(frames // 4500), _bcd(frames // 75 % 60), _bcd(frames % 75), mode))
-
-
-def wrap(data, mode):
-    """A raw image around plain data, without checks, which no reader of the data needs."""
-    offset = 16 if mode == 1 else 24
-    return b"".join((header(at // 2048, mode).ljust(offset, b"\0") + data[at:at + 2048]
-                     ).ljust(SIZE, b"\0") for at in range(0, len(data), 2048))
-
-
 def problem(image, number):
     """What is wrong with a sector of an image; None when nothing is."""
     sector = image[number * SIZE:(number + 1) * SIZE]
-    mode = sector[15]
-    if sector[:16] != header(number, mode) or mode not in (1, 2):
+    frames = number + 150
+    place = map(_bcd, (frames // 4500, frames // 75 % 60, frames % 75))
+    if sector[:16] != SYNC + bytes((*place, 2)):
         return "header"
-    if mode == 1:
-        right = _edc_rest(sector[:2068]) == 0 and not any(sector[2068:2076])
-        return None if right else "mode 1 checks"
     if sector[16:20] != sector[20:24]:
         return "subheader"
     if sector[18] & 0x20:

@@ -7,10 +7,10 @@ import subprocess
 import unittest
 
 import disk_images
-from disk_images import ADC, BZIP2, LZMA, RAW, SECTOR, ZLIB
+from disk_images import BZIP2, LZMA, RAW, SECTOR, ZLIB
 from program import DONE, FAILED, SKIPPED, Case
 
-KINDS = (RAW, ADC, ZLIB, BZIP2, LZMA)
+KINDS = (RAW, ZLIB, BZIP2, LZMA)
 
 
 def expanded_by(*command):

@@ -87,21 +87,6 @@ class Put(Case):
         self.assertEqual(sorted(files.values()),
                          sorted(contents for _, contents, _ in FILES.values()))
 
-    def test_get_gives_the_tree_back(self):
-        """Catches names and dates that do not survive the way in and out."""
-        for kind, image in self.images.items():
-            with self.subTest(kind=kind):
-                out = self.work / f"out {kind}"
-                self.assertEqual(self.vellmark("get", image, "source", "-o", out).returncode, DONE)
-                for path, (on_hfs, contents, date) in FILES.items():
-                    names = path if kind == "plus" else [n.replace("/", ":") for n in on_hfs]
-                    place = out.joinpath(*names)
-                    self.assertEqual(place.read_bytes(), contents)
-                    # Local time cannot tell the two half hours apart.
-                    known = {SUMMER, WINTER} if kind == "hfs" and date in (SUMMER, WINTER) else {
-                        date}
-                    self.assertIn(int(place.stat().st_mtime), known)
-
     def test_macutils(self):
         """Catches a MacBinary file that others take apart wrongly, and a BinHex of theirs misread."""
         forks = {"data": b"data" * 100, "resource": b"fork" * 75}

@@ -10,7 +10,7 @@ from pathlib import Path
 
 import judges
 from images import BLOCK, KINDS, Image
-from program import BUILD_TIME, Case
+from program import Case
 from source_tree import MAC_EPOCH, SourceTree
 
 ISO_NAME = re.compile(r"[A-Z0-9_]{1,8}(\.[A-Z0-9_]{1,3})?")
@@ -142,14 +142,6 @@ class ReadBack(Case):
                 head = file.content[:64]
                 if len(head) == 64 and "many" not in file.path:
                     self.assertEqual(image.bytes.find(head), image.bytes.rfind(head), file.path)
-
-    @on_images("hfs", "plus")
-    def test_time_of_the_build(self, view, image, _):
-        """Catches a clock that is read past the one that the environment fixes."""
-        if view == "hfs":
-            self.assertEqual(BUILD_TIME + 3600 + MAC_EPOCH, image.volume.mdb.drCrDate)
-        else:
-            self.assertEqual(BUILD_TIME + MAC_EPOCH, image.volume.header.modifyDate)
 
     @on_images("hfs")
     def test_hfs_by_hfsutils(self, view, image, out):

@@ -37,7 +37,7 @@ class Examination:
             self.problems.append(f"{label}: {error}")
 
     def _volume(self, label, start, length):
-        kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume, b"HX": HfsPlusVolume}.get(
+        kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume}.get(
             self._signature(start + _VOLUME_HEADER))
         if kind is None:
             self.problems += [f"{label}: there is none"] * (length is not None)
@@ -48,6 +48,5 @@ class Examination:
             if length is None and "ISO 9660" in self.readers:
                 # A hybrid disc without a partition map has more than the volume in its file.
                 volume = kind(self.buffer, start, volume.own_length())
-            inside = isinstance(volume, HfsVolume) and volume.embedded()
-            return HfsPlusVolume(volume.window) if inside else volume
+            return volume
         self._add(label, read)

@@ -145,12 +145,6 @@ class HfsVolume(Volume):
         """The length that the MDB gives: allocation blocks and the two sectors after them."""
         return (self.mdb.drAlBlSt + 2) * SECTOR + self.mdb.drNmAlBlks * self.block_size
 
-    def embedded(self):
-        """(offset, length) in bytes of an embedded HFS Plus volume in this one, or None."""
-        mdb = self.mdb
-        return (mdb.drAlBlSt * SECTOR + mdb.drEmbedStart * self.block_size,
-                mdb.drEmbedCount * self.block_size) if mdb.drEmbedSigWord == 0x482B else None
-
     def reserved(self):
         """Blocks that no file has: none."""
         return []
@@ -183,9 +177,6 @@ class HfsVolume(Volume):
         for start, count, owner in self.claimed().claims:
             if start + count == mdb.drNmAlBlks:
                 yield f"{owner}: its blocks end with the last one of the volume"
-        # The bad block file keeps the space of an embedded volume (TN1150, "Bad Block File").
-        if self.embedded() and (mdb.drEmbedStart, mdb.drEmbedCount) not in self.bad_blocks():
-            yield "MDB: the embedded volume is not in the bad block file"
 
     def _counts(self):
         mdb, entries = self.mdb, self.entries

@@ -1,4 +1,4 @@
-"""Reader of HFS Plus and HFSX volumes: Apple Technical Note TN1150."""
+"""Reader of HFS Plus volumes: Apple Technical Note TN1150."""
 
 import re
 import struct
@@ -10,13 +10,11 @@ from . import hfsplus_order
 from .blocks import BlockMap, spread_bits
 from .btree import BTree, KeyFormat
 from .extents import DATA_FORK, RSRC_FORK, Fork
-from .hfs import HfsVolume
 from .volume import (EXTENTS_FILE, FILE_RECORD, FILE_THREAD, FOLDER_RECORD, FOLDER_THREAD,
                      ROOT_PARENT, Entry, Thread, Volume)
 from .window import FormatError, Window
 
 HEADER_OFFSET = 1024
-BINARY_COMPARE = 0xBC
 # Numbers of the special files, in the order in which the volume header describes their forks.
 SPECIAL_FILES = {"allocation file": 6, "extents overflow file": EXTENTS_FILE, "catalog file": 4,
                  "attributes file": 8, "startup file": 7}
@@ -68,26 +66,16 @@ def is_decomposed(name):
 
 
 class HfsPlusVolume(Volume):
-    """An HFS Plus volume in `length` bytes of `buffer` from `offset`.
-
-    An HFS wrapper there is followed to its embedded volume and kept as `wrapper`.
-    """
+    """An HFS Plus volume in `length` bytes of `buffer` from `offset`."""
 
     extent_format, extents_size = ">II", 64
     split_extents_key = staticmethod(_split_extents_key)
 
     def __init__(self, buffer, offset=0, length=None):
         super().__init__(Window(buffer, offset, length))
-        self.wrapper = None
-        if self.window.read(HEADER_OFFSET, 2) == b"BD":
-            self.wrapper = HfsVolume(self.window)
-            inside = self.wrapper.embedded() or (self.window.length, 0)
-            if sum(inside) > self.window.length or not inside[1]:
-                raise FormatError("the HFS volume has no embedded HFS Plus volume inside of it")
-            self.window = Window(self.window, *inside)
         self.header = self._header(HEADER_OFFSET)
         self.block_size = self.header.blockSize
-        if self.header.signature not in (b"H+", b"HX") or self.block_size < 512 or \
+        if self.header.signature != b"H+" or self.block_size < 512 or \
                 self.block_size & (self.block_size - 1):
             raise FormatError(f"no HFS Plus volume, or blocks of {self.block_size} bytes")
 
@@ -129,12 +117,10 @@ class HfsPlusVolume(Volume):
     def catalog_tree(self):
         """The B-tree of the catalog."""
         data = dict(self.system)["catalog file"].read()
-        binary = self.header.signature == b"HX" and data[51:52] == bytes([BINARY_COMPARE])
-        name_key = hfsplus_order.binary_key if binary else hfsplus_order.folded_key
 
         def order(body):
             parent, name = _split_catalog_key(body)
-            return parent, name_key(name)
+            return parent, hfsplus_order.folded_key(name)
         return BTree("catalog", data, KeyFormat(True, 516, True, order))
 
     def items(self):
@@ -193,12 +179,10 @@ class HfsPlusVolume(Volume):
         return [(0, heads, "volume header"), (first, max(total - first, 0), "alternate header")]
 
     def own_faults(self):
-        """What is wrong with the header, its copy, the special files and a wrapper."""
+        """What is wrong with the header, its copy and the special files."""
         header, length = self.header, self.window.length
-        if self.wrapper is not None:
-            yield from (f"wrapper: {problem}" for problem in self.wrapper.check())
-        if header.version != {b"H+": 4, b"HX": 5}[header.signature]:
-            yield f"header: version {header.version} of {header.signature.decode()}"
+        if header.version != 4:
+            yield f"header: version {header.version}"
         if header.totalBlocks != length // self.block_size:
             yield f"header: {header.totalBlocks} blocks in {length} bytes"
         if header.attributes & (_UNMOUNTED | _INCONSISTENT) != _UNMOUNTED:
@@ -234,8 +218,7 @@ class HfsPlusVolume(Volume):
                                  (self.catalog_tree, _BIG_KEYS | _VARIABLE_INDEX_KEYS)):
             if tree.attributes != attributes or tree.tree_type or tree.reserved1:
                 yield f"{tree.label}: header attributes {tree.attributes:#x}, not {attributes:#x}"
-        compare, plain = self.catalog_tree.compare_type, self.header.signature == b"H+"
-        if compare not in ((0, 0xCF) if plain else (BINARY_COMPARE, 0xCF)):
-            yield f"catalog: key compare type {compare:#x}"
+        if self.catalog_tree.compare_type not in (0, 0xCF):
+            yield f"catalog: key compare type {self.catalog_tree.compare_type:#x}"
         if self.catalog_tree.node_size < 4096:
             yield f"catalog: node size {self.catalog_tree.node_size} is below 4096"

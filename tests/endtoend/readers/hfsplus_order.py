@@ -34,8 +34,3 @@ _TRANSLATION = {0: 0xFFFF} | dict.fromkeys(_IGNORED) | {
 def folded_key(name):
     """A value that orders names (str) without regard to case, by UTF-16 units."""
     return name.translate(_TRANSLATION).encode("utf-16-be", "surrogatepass")
-
-
-def binary_key(name):
-    """A value that orders names (str) by UTF-16 units as they are (HFSX, compare type 0xBC)."""
-    return name.encode("utf-16-be", "surrogatepass")
