@@ -14,6 +14,7 @@
 namespace vellmark {
 namespace {
 
+using namespace std::string_literals;
 using namespace testing;  // NOLINT(google-build-using-namespace)
 
 struct Expanded {
@@ -21,11 +22,11 @@ struct Expanded {
     Bytes plain;
 };
 
-Expanded Expand(const Bytes& image, const ExpandOptions& options = {}, int stopAt = 0) {
+Expanded Expand(const Bytes& image, const ExpandOptions& options = {}) {
     const TemporaryFolder folder;
     const std::string path = folder.path() + "/plain";
     MemoryBytes source(image);
-    RecordedProgress progress(stopAt);
+    RecordedProgress progress;
     PcFile target(path, PcFile::Mode::CreateNew);
     const ExpandResult result = ExpandImage(source, target, progress, options);
     // A wrong count can make it as long as it likes.
@@ -85,9 +86,6 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         block.position = position;
         return block;
     };
-    const auto stored = [&](auto offset, auto size) {
-        return MadeBlock{kZlibBlock, 4, good.stored, {}, offset, size};
-    };
     constexpr std::uint64_t kUnsized = 0;
     const struct {
         std::size_t size;        // of the plain image; 1: it fails
@@ -99,9 +97,8 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         {0, "", {{}}},
         {1, "holds no block table", {}},
         {1, "allows no block table", {{good}}, kUnsized, 0},
-        {2048, "", {{{kZlibBlock, 0}, {kBzip2Block, 0}, good, {kLzmaBlock, 0}}}},
         {2048, "", {{good}, {next}}, kUnsized, 1},  // the version caps the tables
-        {1, "lock 2 of table 1 is of a type that is not known (8", {{good, {0x80000003, 1}}}},
+        {1, "is of a type that is not known (8", {{good, {0x80000003, 1}}}},
         {1, "compressed with LZFSE", {{good, {0x80000007, 1}}}},
         {1, "block 2 of table 1 (zlib): its compressed data is dam", {{good, damaged(kZlibBlock)}}},
         {1, "block 1 of table 1 (zlib): its compressed data is cut", {{cut(kZlibBlock)}}},
@@ -114,14 +111,12 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         {1, "(Apple Data Compression): its compressed data is cut", {{cut(kAdcBlock)}}},
         {1, "expands to more", {{sized(kAdcBlock, 3)}}},
         {1, "is damaged", {{{kAdcBlock, 1, {0x80, 'a', 0x00, 0x01}}}}},  // from before the block
-        {1, "block 1 of table 1 (zlib): its data lies outside", {{stored(~0ULL - 9, 9)}}},
-        {1, "its data lies outside", {{stored(0, 1ULL << 32)}}},
+        {1, "data lies outside", {{{kZlibBlock, 4, good.stored, {}, ~0ULL - 9, 9}}}},
         {1, "(raw): its data lies outside", {{sized(kRawBlock, 1 << 20)}}},
         {4096, "", {{placed(next, 4), placed(good, 0)}}},
         {1, "goes beyond the 4 sectors", {{placed(next, ~0ULL - 1)}}},
         {1, "block 2 of table 1 (LZMA): it goes where an ea", {{good, placed(next, 3)}}, 9},
         {1, "block 1 of table 2 (zeros): i", {{placed(next, 5)}, {{kZeroBlock, 4}}}, 9},
-        {1, "more sectors than any disk has", {{good, {kZeroBlock, ~0ULL}}}, kUnsized},
         {1, "more sectors than any disk has", {{good}}, 1ULL << 60},
         {5120, "leave out 6 of its 10 sectors", {{good}}, 10},
     };
@@ -140,11 +135,11 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         EXPECT_TRUE(c.words.empty() ? remark.empty() : remark.find(c.words) != remark.npos)
             << c.words << ": " << remark;
         EXPECT_EQ(expanded.result.end, ExpandEnd::Done) << expanded.result.problem;
-        EXPECT_EQ(expanded.plain.size(), c.size) << c.words;
         EXPECT_EQ(expanded.result.sizeBytes, c.size) << c.words;
         EXPECT_EQ(expanded.result.isIncomplete, !c.words.empty()) << c.words;
         // Blocks go to their own places, not one behind the other.
-        EXPECT_TRUE(c.size != 4096 || expanded.plain == Sectors(4, 1) + Sectors(4, 2));
+        const Bytes expected = Sectors(4, 1) + Sectors(4, 2);
+        EXPECT_TRUE(!c.words.empty() || expanded.plain == Slice(expected, 0, c.size)) << c.words;
     }
     ExpectFailed(Expand(ImageMaker().table({good}, 0, false).make()).result,
                  "Table 1 ends without an end mark, behind 1 bl");
@@ -160,19 +155,6 @@ TEST(ExpandImage, WhatEndsAnImageAndWhatIsWrongWithOne) {
         ExpectFailed(Expand(lying).result, words);
     }
     ExpectFailed(Expand(Bytes(4096, 'x')).result, "");
-}
-
-TEST(ExpandImage, TheFirstWrongBlockIsToldWhateverTheThreadsDo) {
-    std::vector<MadeBlock> blocks;
-    for (int i = 0; i < 30; ++i)
-        blocks.push_back(BlockOf(kBzip2Block, Sectors(100, i)));
-    blocks[17] = BlockOf(kZlibBlock, Sectors(1, 1));
-    blocks[17].stored[0] = 0;
-    blocks[18].stored[0] = 0;
-    blocks[20].type = 0x80000001;
-    for (int turn = 0; turn < 8; ++turn)
-        ExpectFailed(Expand(ImageMaker().table(blocks).make(), {.threads = 4}).result,
-                     "block 18 of table 1");
 }
 
 TEST(ExpandImage, ChecksumsAreComparedOnRequestAlone) {
@@ -191,25 +173,21 @@ TEST(ExpandImage, ChecksumsAreComparedOnRequestAlone) {
     }
 }
 
-// The second of the two matches begins at an even place, and has an `a` at its distance again.
+// Literals, two matches of three bytes, whose second begins at an even place and has an `a` at its
+// distance again, and one of two bytes, of the first three letters.
 TEST(ExpandImage, ATablesChecksumTellsWhatAnOverlappingMatchMeans) {
-    const Bytes stored = {0x81, 'a', 'b', 0x7F, 0x00, 0x01, 0x7F, 0x00, 0x01};
-    Bytes filled(512);
-    std::fill_n(filled.begin(), 136, 'a');
-    filled[1] = 'b';
-    Bytes pattern(512);
-    for (std::size_t i = 0; i < 136; ++i)
+    const Bytes stored = {0x81, 'a', 'b', 0x7F, 0x00, 0x01, 0x7F, 0x00, 0x01, 0x00, 0x87};
+    Bytes filled(512), pattern(512);
+    for (std::size_t i = 0; i < 139; ++i) {
+        filled[i] = i == 1 || i == 137 ? 'b' : 'a';
         pattern[i] = i % 2 == 0 ? 'a' : 'b';
-    const Bytes next = Sectors(3, 1);
+    }
+    const MadeBlock block = {kAdcBlock, 1, stored};
     for (const auto& [crc, expected] : {std::pair{0u, &filled},
                                         {1u, &filled},
-                                        {ImageMaker::Crc(next + filled + next), &filled},
-                                        {ImageMaker::Crc(next + pattern + next), &pattern}}) {
-        ImageMaker maker;
-        maker.table({BlockOf(kAdcBlock, next), {kAdcBlock, 1, stored}, BlockOf(kZlibBlock, next)},
-                    crc);
-        EXPECT_TRUE(Expand(maker.make()).plain == next + *expected + next) << crc;
-    }
+                                        {ImageMaker::Crc(filled), &filled},
+                                        {ImageMaker::Crc(pattern), &pattern}})
+        EXPECT_TRUE(Expand(ImageMaker().table({block}, crc).make()).plain == *expected) << crc;
 }
 
 TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
@@ -222,13 +200,6 @@ TEST(ExpandImage, StopsAndFailsWithoutLeavingAFile) {
         EXPECT_EQ(ExpandImageFile(in, out, progress).end, ExpandEnd::Stopped);
         EXPECT_EQ(ReadFile(out), BytesOf("older"));
     }
-    // Before any block: a list of many tables that hold nothing.
-    ImageMaker empty;
-    for (int i = 0; i < 500; ++i)
-        empty.table({});
-    empty.sectorCount = 1;
-    EXPECT_EQ(Expand(empty.make(), {}, 10).result.end, ExpandEnd::Stopped);
-
     MemoryBytes source(ReadFile(in));
     RecordedProgress progress;
     PcFile full("/dev/full", PcFile::Mode::ReadWrite);
@@ -257,17 +228,15 @@ TEST(ExpandImage, DamageEndsBounded) {
 }
 
 TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
-    std::vector<std::pair<std::string, std::string>> cases = {
-        {"<data>\n\tQUJD\r\n\tRE  VG\n</data>", "ABCDEF"},
-        {"<data>QUJDRA==</data>", std::string("ABCD\0\0", 6)},
-        {"<data>QUJDR</data>", std::string("ABCD\0\0", 6)},
-        {"<x></x><data></data><data>+/+/</data>", ""},
-        {"<data>*!~</data>", ""}};
-    // A tag that lies across the end of any piece that is read.
-    for (std::size_t filler = 16370; filler < 16390; ++filler)
-        cases.emplace_back(std::string(filler, '<') + "<data>QUJD</data>", "ABC");
+    // A tag that lies across the end of a piece that is read.
+    const std::string filler(16380, '<');
     RecordedProgress progress;
-    for (const auto& [text, expected] : cases) {
+    for (const auto& [text, expected] :
+         {std::pair{"<data>\n\tQUJD\r\n\tRE  VG\n</data>"s, "ABCDEF"s},
+          {"<data>QUJDRA==</data>", "ABCD\0\0"s},
+          {"<data>QUJDR</data>", "ABCD\0\0"s},
+          {"<x></x><data></data><data>+/+/</data>", ""},
+          {filler + "<data>QUJD</data>", "ABC"}}) {
         MemoryBytes file(BytesOf(text + "<data>QUJD"));
         DataSections sections(file, 0, text.size() + 10, progress);
         ASSERT_TRUE(sections.next()) << text;
@@ -297,9 +266,7 @@ TEST(ExpandImageFile, EndsAsItsCallersKnow) {
     const Bytes rawFirst = ImageMaker().table({BlockOf(kRawBlock, boot)}).make();
     RecordedProgress progress;
     for (const auto& [bytes, end] : {std::pair{Bytes(2048), ExpandEnd::NotBegun},
-                                     {BytesOf("sprs"), ExpandEnd::Failed},
                                      {boot, ExpandEnd::Failed},
-                                     {Bytes(2048, 'x'), ExpandEnd::Failed},
                                      {boot + good, ExpandEnd::Failed},
                                      {rawFirst, ExpandEnd::Done},
                                      {good, ExpandEnd::Done}}) {
@@ -310,7 +277,6 @@ TEST(ExpandImageFile, EndsAsItsCallersKnow) {
         EXPECT_EQ(std::filesystem::remove(out), end == ExpandEnd::Done);
     }
     const std::string in = folder.path() + "/in";
-    EXPECT_EQ(ExpandImageFile(in, "/none/out", progress).end, ExpandEnd::NotBegun);
     ExpandResult result;
     const auto image = ExpandedImage::Open(in, progress, result);
     ASSERT_TRUE(image) << result.problem;
