@@ -10,7 +10,7 @@ namespace vellmark::test {
 namespace {
 
 // Files with forks of 300 and 200 bytes.
-const std::string kBox = MacBinaryFile({"m", "TYPEcrea", 300, 200, 0x90000002, 0x90000001, "\x24"});
+const std::string kBox = MacBinaryFile("m", "TYPEcrea", 300, 200, 0x90000002, 0x90000001, '\x24');
 const std::string kSingle =
     AppleFile(kAppleSingle, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
 const std::string kCompanion =

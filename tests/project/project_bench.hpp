@@ -119,27 +119,17 @@ inline std::string Big(std::size_t value) {
             static_cast<char>(value >> 8), static_cast<char>(value)};
 }
 
-/// A Macintosh file in MacBinary.
-struct BoxedFile {
-    std::string name = "Boxed";
-    std::string signature = "APPLxxxx";
-    std::size_t data = 10;  // bytes
-    std::size_t resource = 0;
-    std::uint32_t created = 2'900'000'000;
-    std::uint32_t modified = 2'900'000'000;
-    std::string flags = Zeros(1);  // the high byte of the Finder's
-};
-
-/// Laid out by hand: name at 1, type and creator at 65, lengths at 83, dates at 91.
-inline std::string MacBinaryFile(const BoxedFile& file) {
+/// A Macintosh file in MacBinary, laid out by hand: name at 1, type and creator at 65, then the
+/// high byte of the Finder's flags, lengths at 83, dates at 91.
+inline std::string MacBinaryFile(const std::string& name, const std::string& signature,
+                                 std::size_t data, std::size_t resource, std::uint32_t created,
+                                 std::uint32_t modified, char flags) {
     std::string header = Zeros(128);
-    header[1] = static_cast<char>(file.name.size());
-    header.replace(2, file.name.size(), file.name);
-    header.replace(65, 9, file.signature + file.flags);
-    header.replace(83, 16,
-                   Big(file.data) + Big(file.resource) + Big(file.created) + Big(file.modified));
-    return header + std::string((file.data + 127) / 128 * 128, 'd') +
-           std::string(file.resource, 'r');
+    header[1] = static_cast<char>(name.size());
+    header.replace(2, name.size(), name);
+    header.replace(65, 9, signature + flags);
+    header.replace(83, 16, Big(data) + Big(resource) + Big(created) + Big(modified));
+    return header + std::string((data + 127) / 128 * 128, 'd') + std::string(resource, 'r');
 }
 
 inline constexpr std::uint32_t kAppleSingle = 0x00051600;
@@ -168,8 +158,8 @@ inline std::string FileOf(const std::string& format) {
     if (parts[0] == "fork")
         return AppleFile(kAppleDouble, {{2, std::string(std::stoul(parts[1]), 'r')}});
     const std::uint32_t date = parts[4] == "d" ? 2'950'000'000 : 2'900'000'000;
-    return MacBinaryFile({parts[0] == "Icon" ? "Icon\r" : parts[0], parts[1], std::stoul(parts[2]),
-                          std::stoul(parts[3]), date, date, parts[4] == "h" ? "\x40" : Zeros(1)});
+    return MacBinaryFile(parts[0] == "Icon" ? "Icon\r" : parts[0], parts[1], std::stoul(parts[2]),
+                         std::stoul(parts[3]), date, date, parts[4] == "h" ? '\x40' : '\0');
 }
 
 /// Changes a tree, a word for each: `FOLDER/`, `FILE`, `FILE=text`, `FILE=@format`, `LINK->target`,

@@ -98,27 +98,19 @@ TEST_F(RefreshTest, WhatAPersonDoesIsToldAndARebuildIsANewInclusion) {
         {"sub/inner.txt=", {"M sub/inner.txt 0"}},
         {"!plain.txt=54321", {"M plain.txt 5"}, true},
         {"sub/new=n", {"A sub/new 1"}},
-        {"new=n", {"A new 1"}},
-        {"empty/new=n", {"A empty/new 1"}},
         {"sub/made/in/it=n", {"A sub/made 0"}},
         {"-sub", {"D sub 0"}},
-        {"plain.txt>pure.txt", {"D plain.txt 5", "A pure.txt 5"}},
         {"plain.txt>Plain.TXT", {"D plain.txt 5", "A Plain.TXT 5"}},
-        {"sub>bus", {"D sub 0", "A bus 0"}},
         {"-plain.txt plain.txt/in=i", {"D plain.txt 5", "A plain.txt 0"}},
-        {"-sub sub=s", {"D sub 0", "A sub 1"}},
         {"-plain.txt plain.txt->nowhere", {"D plain.txt 5"}},
         {"box=@Crate/TEXTyyyy/200/300", {"M box 684"}},
         {"box=@PLAIN.TXT/APPLxxxx/300/0", {"M box 512"}},
         {"box=@Boxed/APPLxxxx/10/20/d", {"M box 276"}, true},
-        {"box=plain", {"M box 5"}},
         {"plain.txt=@plain.txt/APPLxxxx/1/0", {"M plain.txt 256"}},
         {"-icon -sub/icon", {"D icon 265", "D sub/icon 265"}},
         {"icon=@Icon/ICNSMACS/300/9", {"M icon 521"}},
-        {"icon=plain sub/icon=@Boxed/APPLxxxx/1/0", {"M icon 5", "M sub/icon 256"}},
         {"sub/deep/x=@Icon/ICNSMACS/9/9", {"M sub/deep/x 265"}},
         {"ghost=@Ghost/APPLxxxx/200/0", {"M ghost 384"}},
-        {"ghost=boo", {"M ghost 3"}},
         {"._pair=@fork/9", {"M pair 4"}},
         {"-._pair", {"M pair 4"}},
         {"._plain.txt=@fork/3", {"M plain.txt 5"}},
@@ -156,7 +148,7 @@ TEST_F(RefreshTest, WhatCannotBeLookedAtIsNoDeletion) {
         ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
         fs::permissions(tree_ + "sub", owner_all);
         EXPECT_EQ(Described(project), before);
-        EXPECT_GE(result.skipped, 2);
+        EXPECT_EQ(static_cast<std::size_t>(result.skipped), messages_.skipped.size());
         EXPECT_GE(std::exchange(messages_.skipped, {}).size(), 2u) << "each is named";
     }
 }
@@ -223,11 +215,10 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
     EXPECT_EQ(project.findByNumber(plain)->signature(), "USERsays") << "it is the person's";
     EXPECT_EQ(AcceptAdded(project, report, options_, messages_, progress_).files, 1);
     EXPECT_EQ(project.countChildren(empty), 1u);
-    EXPECT_EQ(linesOf(check(project)), Lines{});
-    EXPECT_TRUE(messages_.skipped.empty());
+    EXPECT_TRUE(check(project).empty() && messages_.skipped.empty());
     // A report that is out of date does nothing but tell.
-    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 0);
     change("-plain.txt");
+    EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 0);
     EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_).items, 0);
     EXPECT_EQ(messages_.skipped.size(), 2u);
 }
