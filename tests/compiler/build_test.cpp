@@ -49,7 +49,7 @@ TEST_F(BuildTest, AFileThatChangesWhileItIsCopiedEndsTheBuildWithItsName) {
             }
 }
 
-TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
+TEST_F(BuildTest, TheKindSettlesTheModeAndALookTellsItBeforehand) {
     write("sub/a.txt", "first");
     using enum ImageKind;
     constexpr const char* kIsoAlone = "Disc  5 1/1 0/0";
@@ -59,23 +59,17 @@ TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
         bool plus;
         int iso, hfs;
         std::optional<CompileMode> mode;
-        const char* steps;
         const char* told = "Disc Disc 5 1/1 1/1";  // labels, bytes, folders and files
-    } rows[] = {
-        {Hybrid, false, 1, 1, CompileMode::HybridHfs,
-         "Creating the ISO file;Computing the ISO catalog;Computing the HFS catalog;Creating the "
-         "temp files;Creating the hybrid image;Entry point of creation_volume;Entry point of "
-         "creation_volume;Copying the temp. HFS files;Copying the temp. ISO files;"},
-        {Hybrid, true, 1, 1, CompileMode::HybridHfsPlus, "Computing the HFS+ catalog;"},
-        {Iso, true, 1, 1, CompileMode::PureIso, "Creating the ISO image;", kIsoAlone},
-        {Hfs, false, 1, 1, CompileMode::PureHfs, "Creating the HFS image;", kMacAlone},
-        {Hfs, true, 1, 1, CompileMode::PureHfsPlus, "Copying the temp files;", kMacAlone},
-        // Only a hybrid with an empty side becomes the other alone.
-        {Hybrid, false, 1, 0, CompileMode::PureIso, "", kIsoAlone},
-        {Hybrid, false, 0, 1, CompileMode::PureHfs, "", kMacAlone},
-        {Iso, false, 1, 0, CompileMode::PureIso, "", kIsoAlone},
-        {Iso, false, 0, 1, std::nullopt, ""},
-        {Hfs, false, 1, 0, std::nullopt, ""}};
+    } rows[] = {{Hybrid, false, 1, 1, CompileMode::HybridHfs},
+                {Hybrid, true, 1, 1, CompileMode::HybridHfsPlus},
+                {Iso, true, 1, 1, CompileMode::PureIso, kIsoAlone},
+                {Hfs, false, 1, 1, CompileMode::PureHfs, kMacAlone},
+                {Hfs, true, 1, 1, CompileMode::PureHfsPlus, kMacAlone},
+                // Only a hybrid with an empty side becomes the other alone.
+                {Hybrid, false, 1, 0, CompileMode::PureIso, kIsoAlone},
+                {Hybrid, false, 0, 1, CompileMode::PureHfs, kMacAlone},
+                {Iso, false, 0, 1, std::nullopt},
+                {Hfs, false, 1, 0, std::nullopt}};
     for (const auto& row : rows) {
         ProjectFile made = project(row.plus);
         made.changeRuns([&](std::span<ProjectRecord> run) {
@@ -86,7 +80,6 @@ TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
         });
         std::filesystem::remove(request_.targetPath);
         request_.kind = row.kind;
-        progress_.steps.clear();
         if (!row.mode) {
             expectFailure(made, CompileResult::Empty, "would be empty");
             continue;
@@ -102,7 +95,6 @@ TEST_F(BuildTest, TheKindSettlesTheModeAndItsSteps) {
         EXPECT_TRUE(filesInOut().empty()) << "a look writes nothing";
         ASSERT_EQ(looked.write(), CompileResult::Done);
         EXPECT_EQ(std::filesystem::file_size(request_.targetPath), told.imageBytes);
-        EXPECT_NE(progress_.steps.find(row.steps), std::string::npos) << progress_.steps;
     }
 }
 

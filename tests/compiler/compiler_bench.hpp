@@ -14,7 +14,6 @@ class ScriptedProgress final : public Progress {
   public:
     std::function<void(std::string_view name)> onFile;
     bool stop = false;
-    std::string steps;  ///< the lines of the journal that name steps, in English
 
     void fileStart(std::string_view name, std::uint64_t, int) override {
         if (onFile)
@@ -22,10 +21,6 @@ class ScriptedProgress final : public Progress {
     }
     bool chunk(std::uint64_t) override { return !stop; }
     bool fileEnd(std::uint64_t) override { return !stop; }
-    void journal(int, std::string_view line) override {
-        if (line.starts_with("==>"))
-            steps.append(line.substr(3, line.find("./") - 3)).append(";");
-    }
 };
 
 /// A private folder with a tree of sources in `tree/`, and images beside it in `out/`.

