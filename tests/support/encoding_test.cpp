@@ -10,12 +10,10 @@ using namespace std::string_literals;
 // A file name of Linux is any bytes: each must be found again.
 TEST(Encoding, AnyBytesBecomeUnitsAndComeBack) {
     const std::pair<std::string, std::u16string> cases[] = {
-        {"a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"aé€😀\U0010FFFF"},
-        {"a\0b"s, u"a\0b"s},
-        {"\x80", u"\xDC80"},            // a tail without a lead
-        {"\xC3", u"\xDCC3"},            // cut short
-        {"\xC0\x80", u"\xDCC0\xDC80"},  // too long a form
-        {"\xE0\x80\x80", u"\xDCE0\xDC80\xDC80"},
+        {"a\0b\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF"s, u"a\0bé€😀\U0010FFFF"s},
+        {"\x80", u"\xDC80"},                                // a tail without a lead
+        {"\xC3", u"\xDCC3"},                                // cut short
+        {"\xC0\x80", u"\xDCC0\xDC80"},                      // too long a form
         {"\xED\xA0\x80", u"\xDCED\xDCA0\xDC80"},            // a surrogate in three bytes
         {"\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"},  // beyond U+10FFFF
     };
@@ -26,9 +24,7 @@ TEST(Encoding, AnyBytesBecomeUnitsAndComeBack) {
 }
 
 TEST(Encoding, LoneSurrogatesWindows1252AndWhatCanBePrinted) {
-    const std::u16string wide =
-        u"\xD83D\xDE00\xD800"
-        u"a\xDC80";
+    const std::u16string wide = u"\xD83D\xDE00\xD800.\xDC80";
     for (std::size_t i = 0; i < wide.size(); ++i)
         EXPECT_EQ(IsLoneSurrogate(wide, i), i == 2 || i == 4) << i;
     EXPECT_EQ(NarrowToWide("a\x80\x9F\xE9\x81"), u"a\u20AC\u0178\u00E9\u0081");
