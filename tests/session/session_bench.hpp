@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iomanip>
 #include <map>
 #include <optional>
 #include <sstream>
@@ -37,7 +38,7 @@ inline void Write(const std::filesystem::path& path, std::string_view bytes) {
     ASSERT_TRUE(out.good()) << path;
 }
 
-/// The parts of a text between separators; empty ones are left out.
+/// The parts of a text between separators, without empty ones.
 inline Names Split(const std::string& text, char separator) {
     Names parts;
     std::istringstream in(text);
@@ -69,7 +70,6 @@ inline std::string SidesOf(const std::string& image) {
 // Runs of the program as scripts, a line a step. Behind each `=>` stand words to be found, in which
 // \n, \r and \t are escapes; $PWD is the folder of the test:
 //
-//     # a remark
 //     STATUS ARGUMENTS => WORDS  a run; the words are parts of the output, or of the errors when it
 //                                fails. After 0 there are no errors; after 1 and 2 there is no
 //                                output, and the disk is as it was. With ! only the words count,
@@ -83,12 +83,11 @@ inline std::string SidesOf(const std::string& image) {
 //     none PATH                  there is no such file
 //     sides PATH => IM           signatures: I of ISO 9660 in sector 16, M of Macintosh media
 //     items PATH NUMBER => NAMES source names in a folder of a project, each with its views
-//     set NAME => VALUE          a setting; without a name all are forgotten
+//     set NAME => VALUE          a setting
 //     types => TEXT              somebody is there and types that; also: nobody
 //
-// Arguments stand between blanks, or within '...'.
-//
-// Each test runs in a new folder, which is the current one: `work`, with `lock` beside it.
+// A line with # is a remark; a word with blanks stands in '...'. Each test runs in a new folder,
+// which is the current one: `work`, with `lock` beside it.
 class ScriptTest : public testing::Test {
   protected:
     using Disk = std::map<std::string, std::string>;
@@ -170,19 +169,10 @@ class ScriptTest : public testing::Test {
 
   private:
     static Names wordsOf(const std::string& line) {
+        std::istringstream in(line);
         Names words;
-        bool isQuoted = false;
-        bool isWord = false;
-        for (const char c : line) {
-            if (c == '\'')
-                isQuoted = !isQuoted;
-            const bool continues = isQuoted || c != ' ';
-            if (continues && !isWord)
-                words.emplace_back();
-            if (continues && c != '\'')
-                words.back() += c;
-            isWord = continues;
-        }
+        for (std::string word; in >> std::quoted(word, '\'', '\a');)
+            words.push_back(word);
         return words;
     }
 
@@ -193,9 +183,7 @@ class ScriptTest : public testing::Test {
         Names words = wordsOf(told.front());
         told.erase(told.begin());
         for (std::string& each : told)
-            for (const auto& [escape, byte] :
-                 {std::pair{"\\n", "\n"}, std::pair{"\\r", "\r"}, std::pair{"\\t", "\t"}})
-                each = Replaced(each, escape, byte);
+            each = Replaced(Replaced(Replaced(each, "\\n", "\n"), "\\r", "\r"), "\\t", "\t");
         const std::string name = words.front();
         words.erase(words.begin());
         if (std::isdigit(static_cast<unsigned char>(name[0])) != 0)
@@ -217,7 +205,7 @@ class ScriptTest : public testing::Test {
             {"none", [&] { EXPECT_FALSE(std::filesystem::exists(path)); }},
             {"sides", [&] { EXPECT_EQ(SidesOf(Bytes(path)), text); }},
             {"items", [&] { EXPECT_EQ(itemsOf(opened(path), std::stoi(words[1])), text); }},
-            {"set", [&] { set(path, text); }},
+            {"set", [&] { settings_.values[path] = text; }},
             {"types", [&] { asks_ = true, typed_ = text; }},
             {"nobody", [&] { asks_ = false; }}};
         ASSERT_EQ(steps.count(name), 1u);
@@ -250,13 +238,6 @@ class ScriptTest : public testing::Test {
                 .append(record.isoInclusion() ? " I" : " ")
                 .append(record.hfsInclusion() ? "H" : "");
         return items;
-    }
-
-    void set(const std::string& name, const std::string& value) {
-        if (name.empty())
-            settings_.values.clear();
-        else
-            settings_.write(name, value);
     }
 
     TemporaryFolder folder_;

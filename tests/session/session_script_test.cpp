@@ -88,8 +88,8 @@ class SessionScripts : public test::ScriptTest {
         std::filesystem::remove_all(root() / "data");
         for (const auto& entry : std::filesystem::directory_iterator("."))
             std::filesystem::remove(entry);
+        settings_.values.clear();
         play(R"(
-set
 0 new disc.vlpr
 0 new plus.vlso
 0 format disk.hfs --size 1M --label D
@@ -120,8 +120,7 @@ file zero.hfs
             {"spoil", [&] { test::Write(documents.path(), "changed by another"); }},
             {"compile", [&] { documents.compile = static_cast<CompileState>(number); }},
             {"may", [&] { person.note("may " + commandsOf(documents)); }},
-            {"folder", [&] { makeFolder(value, session, documents); }},
-            {"delete", [&] { remove(number, session, documents); }}};
+            {"folder", [&] { makeFolder(value, session, documents); }}};
         steps.at(word.substr(0, sign))();
     }
     /// In the order of the commands: may be given (x), not now (-), not in this mode (blank).
@@ -141,11 +140,6 @@ file zero.hfs
         ProjectDocument& document = *documents.projectOfMode();
         NewFolderOptions options{clock, documents.view};
         EXPECT_NE(NewFolder(*document.file, name, document.folder, options, nothing), 0);
-        (void)session.keep();
-    }
-    static void remove(std::int32_t number, Session& session, Documents& documents) {
-        ProjectFile& file = *documents.projectOfMode()->file;
-        EXPECT_EQ(file.deleteItems(file.parentOf(number), {&number, 1}).folders, 1);
         (void)session.keep();
     }
     /// Files are named that are not the first ones, with their number of records.
@@ -196,8 +190,6 @@ constexpr const char* kTranscripts = R"(
 ! says Error opening file/gone.vlpr. No such file or directory.
 > open=read.me => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
 ! says The file read.me/is not managed by Vellmark.
-# Without backups.
-> @4 start=disc.vlpr => disc.vlpr [Vellmark] 0.1.1 c1
 # One that cannot be written is asked about, and can be saved elsewhere.
 > start=disc.vlpr folder=a spoil folder=b => disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:0
 ! says The project file/disc.vlpr/cannot be written: it has been changed or removed since it was read.
@@ -205,22 +197,19 @@ constexpr const char* kTranscripts = R"(
 ! says The project file/disc.vlpr/cannot be written: it has been changed or removed since it was read.
 ! asks The file/disc.vlpr/was not saved to disk./Do you want to save it?
 ! wants a path (Save the project file, disc.vlpr)
-> new => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:0 rescue.vlpr:3
-! wants a path (Create a new project file, docs/)
 # Modes follow each other; an ISO+ project without a name is closed without an offer.
 > @129 start folder=a => vlso.vlso [Vellmark] 2.1.1 c1 untitled vlso.vlso:2
 > close => Vellmark 2.1.1 c1 vlso.vlso:2
 > next next mode=1 => Vellmark 1.1.2 c1 vlso.vlso:2
 > ?made mode=2 drop => made.vlso [Vellmark] 2.1.1 c1 made.vlso:1 vlso.vlso:2
 ! wants a path (Create a new ISO+ project, docs/)
-# A view shows the nearest folder that it has, and a folder that goes gives way to root.
+# A view shows the nearest folder that it has.
 > start view=0 folder=a enter=18 folder=b enter=19 => vlpr.vlpr [Vellmark] 0.0.19 c1 untitled vlpr.vlpr:3
 > enter=77 parent => vlpr.vlpr [Vellmark] 0.0.18 c1 untitled vlpr.vlpr:3
 > view=1 => vlpr.vlpr [Vellmark] 0.1.18 c1 untitled vlpr.vlpr:3
 > view=2 => vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
 > enter=18 => vlpr.vlpr [Vellmark] 0.2.1 c1 untitled vlpr.vlpr:3
-> view=0 enter=19 delete=18 => vlpr.vlpr [Vellmark] 0.0.1 c1 untitled vlpr.vlpr:1
-> folder=c close => Vellmark 0.0.1 c1 vlpr.vlpr:2
+> close => Vellmark 0.2.1 c1 vlpr.vlpr:3
 ! wants a path (Save the project file, docs/)
 # Ways of copying are asked about once, but for the plain one.
 > ?n copy=4 => Vellmark -1.1.2 c1
@@ -245,10 +234,6 @@ constexpr const char* kTranscripts = R"(
 ! wants a volume
 > open=other.hfs => Vellmark 1.1.2 c1
 ! says Error opening file/other.hfs. No such file or directory.
-> ?read ?n ?third open=disk.hfs saveas => third.hfs [Vellmark] 1.1.2 c1
-! wants a path (Save the partition, disk.hfs)
-! asks File/read.hfs/exists already on the medium./Do you want to overwrite it?
-! wants a path (Save the partition, disk.hfs)
 # A command is there where its mode has it, and can be given where nothing forbids it.
 > may mode=0 may start may => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
 ! may                            |
