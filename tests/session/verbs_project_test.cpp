@@ -1,14 +1,11 @@
 // Verbs that make, fill, check and build a project: what it holds afterwards, and that a failure
 // changes nothing.
-#include <csignal>
-
 #include "session/session_bench.hpp"
 
 namespace vellmark {
 namespace {
 
 namespace fs = std::filesystem;
-using test::Names;
 using test::Write;
 
 class ProjectVerbs : public test::ScriptTest {
@@ -25,11 +22,9 @@ file c.exe => c
 
 TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
     play(R"(
-0 new a.vlpr => a.vlpr: new
-0 new b.vlpr --hfsplus
-0 new c.vlpr --label 'My disc'
+0 new a.vlpr --label old => a.vlpr: new
+0 new b.vlpr --hfsplus --label 'My disc'
 0 new e.vlso
-0 new none
 1 new a.vlpr => a.vlpr exists already
 1 new . --force => names a folder
 1 new nope/a.vlpr => no folder nope
@@ -37,10 +32,10 @@ TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
 2 new x.vlpr --hfs --hfsplus => either HFS or HFS+
 0 new a.vlpr --force
 )");
-    for (const std::string path : {"a.vlpr", "b.vlpr", "c.vlpr", "e.vlso", "none"}) {
+    for (const std::string path : {"a.vlpr", "b.vlpr", "e.vlso"}) {
         EXPECT_EQ(fs::file_size(path), 756u) << path;
         EXPECT_EQ(opened(path).header().isHfsPlus(), path == "b.vlpr");
-        EXPECT_EQ(opened(path).header().isoLabel(), path == "c.vlpr" ? "My disc" : "Untitled");
+        EXPECT_EQ(opened(path).header().isoLabel(), path == "b.vlpr" ? "My disc" : "Untitled");
     }
 }
 
@@ -53,30 +48,17 @@ items p.vlpr 1 => a.txt I, c.exe IH, in IH, sub I
 0! add p.vlpr c.exe --to in --view iso => The folder in is in both views
 0 add p.vlpr in/a.txt --to New\Deep/ --view hfs
 0! add p.vlpr in/sub/b.txt --to New/Deep --view iso => The folder New/Deep is in the HFS view alone
-items p.vlpr 21 => Deep H
 items p.vlpr 22 => a.txt H, b.txt H
 # A link to a project stays a link.
-folder real
-move p.vlpr real/p.vlpr
-link p.vlpr real/p.vlpr
+move p.vlpr in/p.vlpr
+link p.vlpr in/p.vlpr
 0 add p.vlpr c.exe --to Behind
-items real/p.vlpr 23 => c.exe IH
-)");
-    EXPECT_TRUE(fs::is_symlink("p.vlpr"));
-    const ProjectFile reader = opened("p.vlpr");
-    play("1 add p.vlpr in/sub => another process");
-}
-
-TEST_F(ProjectVerbs, WhatCannotBeAddedIsSaid) {
-    play(R"(
-0 add p.vlpr in
+items in/p.vlpr 23 => c.exe IH
 link in/dangling nowhere
 file other/in/x => x
-3 add p.vlpr in --to Again => in/dangling
-items p.vlpr 20 => in IH
-3 add p.vlpr in/dangling => in/dangling
+3 add p.vlpr in/sub in/dangling --to Again => in/dangling
+items p.vlpr 24 => sub IH
 3 add p.vlpr *.vlpr p.vlpr => a file of the project itself
-items p.vlpr 1 => Again IH, in IH
 1 add nope.vlpr in => nope.vlpr. No such file
 1 add c.exe in => not recognized as a project file
 1 add p.vlpr *.none => No file or folder fits
@@ -86,6 +68,7 @@ items p.vlpr 1 => Again IH, in IH
 1 add p.vlpr nope --to Made => nope names no file
 1 add p.vlpr c.exe --to in/a.txt => a.txt
 )");
+    EXPECT_TRUE(fs::is_symlink("p.vlpr"));
 }
 
 TEST_F(ProjectVerbs, QuestionsAreAskedOnATerminalAloneAndNotWhereTheAnswerIsGiven) {
@@ -101,27 +84,9 @@ types
 items p.vlpr 18 => c.exe IH, s IH
 0 add p.vlpr s c.exe --to B --containers-in-iso no --exe-in-hfs no
 items p.vlpr 19 => c.exe I, s H
-0 add p.vlpr s c.exe --to C --containers-in-iso no --exe-in-hfs yes --view hfs
-items p.vlpr 20 => c.exe H, s H
-)" + ("0! add p.vlpr --truncate auto --to D " + longName + "\nitems p.vlpr 21 => " + longName +
-      " IH\nnobody\n0! add p.vlpr --to E " + longName + " => 1 name was shortened"));
-    EXPECT_EQ(opened("p.vlpr").childrenOf(21)[0].hfsName(), std::string(31, 'n'));
-}
-
-/// An answer that comes with a Ctrl-C.
-class InterruptedInput : public std::streambuf {
-    int_type underflow() override {
-        ::raise(SIGINT);
-        setg(answer_, answer_, answer_ + 2);
-        return 'Y';
-    }
-    char answer_[3] = "Y\n";
-};
-
-TEST_F(ProjectVerbs, AnInterruptedAddChangesNothing) {
-    InterruptedInput input;
-    input_ = &input;
-    play("types\n1 add p.vlpr c.exe in => nothing was changed");
+0! add p.vlpr --truncate auto --to D )" +
+         longName + "\nnobody\n0! add p.vlpr --to E " + longName + " => 1 name was shortened");
+    EXPECT_EQ(opened("p.vlpr").childrenOf(20)[0].hfsName(), std::string(31, 'n'));
 }
 
 constexpr const char* kChange = R"(
@@ -134,7 +99,6 @@ TEST_F(ProjectVerbs, CheckTellsWhatDiffersAndRebuildBringsItUpToDate) {
     play(R"(
 0 add p.vlpr in/*
 remove p.BAK
-0 check p.vlpr
 0 check p.vlpr --json --dates == []\n
 0 rebuild p.vlpr
 none p.BAK
@@ -147,14 +111,11 @@ none p.BAK
 2 check p.vlpr --json --lines => --lines
 3! check p.vlpr --json
 shows => "change": "modified", => "item": "sub/b.txt", => "sizeBytes": 6,
-)");
-    const std::string before = test::Bytes("p.vlpr");
-    play(R"(
 0 --log j.log rebuild p.vlpr => 1 items deleted, 1 modified, 0 folders and 1 files added\n
 shows => added     $PWD/in/sub/c.txt\n
 has j.log 1 => Deletion
 has j.log 1 => Modification
-has j.log 1 => Addition
+has p.BAK 4 => a.txt
 items p.vlpr 18 => b.txt IH, c.txt IH
 0 check p.vlpr --dates
 # What cannot be judged is no agreement.
@@ -163,10 +124,7 @@ file in/._lost => a companion without its file
 3 rebuild p.vlpr -q => in/._lost
 3 build p.vlpr --rebuild -q => in/._lost
 )");
-    EXPECT_EQ(test::Bytes("p.BAK"), before);
-    const ProjectFile project = opened("p.vlpr");
-    EXPECT_EQ(project.header().rootFiles, 0u);
-    EXPECT_EQ(project.findByNumber(18)->resourceSize, 2u) << "the counter of its files";
+    EXPECT_EQ(opened("p.vlpr").header().rootFiles, 0u);
 }
 
 TEST_F(ProjectVerbs, NeitherTheProjectNorWhatIsMadeOfItBecomesItsItem) {
@@ -190,7 +148,6 @@ TEST_F(ProjectVerbs, ARebuildWithoutItsSourceIsRefused) {
     const std::string place = fs::current_path().string();
     const std::pair<std::string, std::string> cases[] = {
         {"0 add r.vlpr box/in\nmove box/in away", place + "/box/in/"},
-        {"0 add r.vlpr box/in/*\nmove box away", place + "/box/"},
         {"0 add r.vlpr box/in/*\nremove box/in/sub\nremove box/in/a.txt", place + "/box/in/"},
         {"0 add r.vlpr box/in", "C:\\Discs\\"}};
     for (const auto& [change, missing] : cases) {
@@ -216,12 +173,10 @@ TEST_F(ProjectVerbs, PathsSignaturesAndSearchesStayInTheProject) {
     play(R"(
 0 add p.vlpr in/*
 0 add p.vlpr in/a.txt --to Why?
-0 find p.vlpr A.TXT == a.txt\nWhy?/a.txt\n
 0 find p.vlpr *y? == Why?/\n
 0 find p.vlpr s*B --view hfs == sub/\n
 0 find p.vlpr txt ==
-0 find p.vlpr --signature TEXT == a.txt\nsub/b.txt\nWhy?/a.txt\n
-0 find p.vlpr --signature TEXTx ==
+0 find p.vlpr A.TXT == a.txt\nWhy?/a.txt\n
 move in moved
 0 path p.vlpr in $PWD/./moved/ == Access path modified for 4 files/folders.\n
 0 check p.vlpr
@@ -229,8 +184,8 @@ move in moved
 2 replace-signature p.vlpr TEXT???? TEXTR*ch -p 1 => no partitions
 0 replace-signature p.vlpr NONENONE TEXTR*ch => 0 files changed
 0 replace-signature p.vlpr TEXT???? TEXTR*ch => 3 files changed
+0 find p.vlpr --signature TEXTR*ch == a.txt\nsub/b.txt\nWhy?/a.txt\n
 )");
-    EXPECT_EQ(opened("p.vlpr").findByNumber(-2)->signature(), "TEXTR*ch");
 }
 
 TEST_F(ProjectVerbs, BuildMakesTheImageBesideTheProjectUnlessItIsNamed) {
@@ -240,25 +195,17 @@ remove p.BAK
 0 build p.vlpr
 sides p.iso => IM
 1 build p.vlpr => p.iso exists already
-0 build p.vlpr --force
 0 build p.vlpr --kind hfs
 sides p.dmg => M
 0 build p.vlpr -o in/other.img --kind iso
 sides in/other.img => I
 none p.BAK
-file old.iso => an image of last year
-file no.vlpr => no project at all
 0 new plus.vlso
-0 new gone.vlpr --label x
-file gone.txt => here for now
-0 add gone.vlpr gone.txt
-remove gone.txt
 1 build nope.vlpr => nope.vlpr. No such file
-1 build no.vlpr => not recognized as a project file
+1 build p.iso => not recognized as a project file
 1 build in => in. Is a directory
 1 build plus.vlso => contains no files
 1 build p.vlpr -o ./in/../p.vlpr --force => would replace its own project
-1 build gone.vlpr -o old.iso --force => gone.txt is not there any more
 # A rebuild is asked for here, or by the project.
 0 new r.vlpr --rebuild
 0 add r.vlpr in/*
@@ -274,8 +221,24 @@ file in/sub/d.txt => d
 0 /RJ r.vlpr r.log
 has r.log 1 => Addition
 )");
-    Write("cut.vlpr", test::Bytes("p.vlpr").substr(0, 1000));
-    play("1 build cut.vlpr => cut short or damaged");
+}
+
+// A look at what a build would make says the same first, and writes nothing: no image where there
+// is none or an older one, and no project.
+TEST_F(ProjectVerbs, ADryRunTellsWhatABuildMakesAndMakesNothing) {
+    play("0 add p.vlpr in\nfile p.iso => an older image");
+    for (const auto& [line, option] :
+         std::map<std::string, std::string>{{"0 build p.vlpr", " -n"},
+                                            {"0 make in -o p.iso", " --dry-run"},
+                                            {"0 make in -o x.iso", " --dry-run"}}) {
+        const Disk before = disk();
+        play(line + option);
+        const std::string told = out_;
+        EXPECT_EQ(test::CountIn(told, "\n"), 3u) << told;
+        EXPECT_TRUE(disk() == before) << line;
+        play(line + " --force");
+        EXPECT_TRUE(told.starts_with(out_)) << told << out_;
+    }
 }
 
 }  // namespace
