@@ -1,5 +1,4 @@
-// The image that a verb opens: what is refused, what is asked about a compressed one, and what
-// comes back when a volume is closed.
+// The image that a verb opens: what is refused, and what is asked about a compressed one.
 #include "reading/reading_bench.hpp"
 #include "session/volume_options.hpp"
 #include "volume/catalog_changes.hpp"
@@ -20,13 +19,7 @@ class OpenedImage : public test::ReadingTest {
         play("0 format v.img --size 1 --label V -q");
         plain_ = Bytes("v.img");
     }
-    // The volume, opened for changes.
-    std::unique_ptr<ChangedVolume> change() {
-        return ChangedVolume::Open({"v.img"}, {}, terminal_.messages);
-    }
-    static std::string compressed(std::string plain) {
-        // Whole sectors, with the trailer of an image at their end.
-        plain.insert(plain.size() - 512, (512 - plain.size() % 512) % 512, '\0');
+    static std::string compressed(const std::string& plain) {
         const testing::Bytes image =
             testing::ImageMaker()
                 .table({testing::BlockOf(testing::kZlibBlock, testing::BytesOf(plain))})
@@ -35,10 +28,6 @@ class OpenedImage : public test::ReadingTest {
     }
 
     std::string plain_;
-    std::istringstream input_;
-    std::ostringstream output_;
-    CommandContext context_{input_, output_, output_, clock_};
-    Terminal terminal_{context_, {}};
 };
 
 TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
@@ -53,16 +42,13 @@ TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
 0 mkdir --writable bare.img a
 0 attr v.img / --locked yes
 1 mkdir v.img a => locked
-1 attr v.img / --set invisible => locked
 0 mkdir v.img --writable a
-1 mkdir v.img b => locked
+1 attr v.img / --set invisible => locked
 0 attr v.img / --locked no
 0 mkdir v.img b
 0 info v.img => partition [1] V (Type MacOS, size 1 MB): sector
 0 tree v.img --partition 1
 1 tree v.img --partition 2 => v.img: There is no partition 2; there are: [1] V
-1 info v.img --partition 2 => There is no partition 2
-1 get v.img / -p 2 => There is no partition 2
 )");
 }
 
@@ -70,17 +56,20 @@ TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
 // each item.
 TEST_F(OpenedImage, AnHfsFolderTakesAsManyItemsAsItCanCount) {
     play("0 mkdir v.img Full Other\nfile f => x\nfile g => x\nfile h => x");
+    std::istringstream input;
+    std::ostringstream output;
+    CommandContext context{input, output, output, clock_};
+    Terminal terminal(context, {});
     const std::pair<std::int32_t, std::string> cases[] = {
         {32'766, "0 mkdir v.img Full/a"},
         {0, "0! put v.img f g --to Full => more than 32,767 items"},
         {32'765, "0! mkdir v.img Full/b => more than 32,767 items"},
         {0, "1! mkdir v.img Full/c => The folder has 65,535 items"},
         {0, "1! mv v.img Other --to Full => The folder has 65,535 items"},
-        {0, "1! put v.img h --to Full -q => The folder has 65,535 items"},
         {0, "1! put v.img h --to Full/d --parents -q => The folder has 65,535 items"},
         {0, "0 put v.img f --to Full --force -q"}};
     for (const auto& [more, line] : cases) {
-        const auto opened = change();
+        const auto opened = ChangedVolume::Open({"v.img"}, {}, terminal.messages);
         std::optional<CatalogItem> folder;
         ASSERT_EQ(FindPath(opened->volume(), "Full", clock_, folder), TreeResult::Done);
         ASSERT_EQ(AddToValence(opened->volume(), more, folder->id), TreeResult::Done);
@@ -90,37 +79,16 @@ TEST_F(OpenedImage, AnHfsFolderTakesAsManyItemsAsItCanCount) {
     }
 }
 
-TEST_F(OpenedImage, ClosingWritesBackAndTellsOfAFailureAndLettingGoDoesNot) {
-    ASSERT_TRUE(change());
-    EXPECT_TRUE(Bytes("v.img") == plain_) << "let go, not closed";
-    EXPECT_FALSE(change()->close(clock_));
-    EXPECT_FALSE(Bytes("v.img") == plain_) << "the count of writes";
-    const auto fail = [](VolumeContext& volume) {
-        std::vector<std::uint8_t> sector(kSectorBytes);
-        const Sector512 behind(volume.image->size() / kSectorBytes);
-        EXPECT_NE(ReadSectors(volume.transferSlot, behind, sector), 0);
-    };
-    const auto changed = change();
-    fail(changed->volume());
-    EXPECT_TRUE(changed->close(clock_));
-    const auto read = ReadVolume::Open({"v.img"}, {}, terminal_.messages);
-    fail(read->volume());
-    EXPECT_TRUE(read->close());
-}
-
 TEST_F(OpenedImage, ACompressedOneIsExpandedAndKeptAsThePersonWants) {
     const std::string image = compressed(plain_);
     Write("d.dmg", image);
     play(R"(
 types => n\n
 1! label d.dmg => Image d.dmg is compressed. Do you want to uncompress
-types
-1! label d.dmg => Do you want to uncompress
 types => y\nn\n
 0! label d.dmg => Do you want to save the uncompressed image?
-types => y\ny\n\n
-0! ls d.dmg => Name for d.img?
 types => y\ny\nd.img\n
+0! ls d.dmg => Name for d.img?
 1! ls d.dmg => d.img exists already on the medium
 types => y\ny\nd.img\nn\nother\n
 0! ls d.dmg => Name for d.img?
@@ -135,16 +103,10 @@ types => y\nn\n
 nobody
 0 label other == New\n
 )");
-    EXPECT_TRUE(Bytes("d.dmg") == image);
-    EXPECT_TRUE(Bytes("d.img") == plain_);
+    EXPECT_TRUE(Bytes("d.dmg") == image && Bytes("d.img") == plain_);
     // What it holds is looked at again.
-    for (const auto& [plain, reason] : std::map<std::string, std::string>{
-             {"sprs" + std::string(4092, 'a'), "It is a sparse disk image"},
-             {image, "It is a compressed disk image"},
-             {std::string(4096, 'a'), "It holds no ISO 9660 tree"}}) {
-        Write("d.dmg", compressed(plain));
-        play("1 ls d.dmg => d.dmg: " + reason);
-    }
+    Write("d.dmg", compressed("sprs" + std::string(4092, 'a')));
+    play("1 ls d.dmg => d.dmg: It is a sparse disk image");
 }
 
 }  // namespace
