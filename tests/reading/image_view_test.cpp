@@ -15,8 +15,6 @@ using test::Write;
 TEST_F(ReadingTest, WhatIsNoImageIsRefusedWithItsOwnReason) {
     std::string trailer(4096, '\0');
     trailer.replace(4096 - 512, 4, "koly");
-    std::string badTrailer = trailer;
-    badTrailer.replace(4096 - 512 + 224, 1, "\x01");
     // A volume header whose block size is 0, so that nothing of it can be used.
     std::string header(4096, '\0');
     header.replace(1024, 2, "BD");
@@ -32,9 +30,7 @@ TEST_F(ReadingTest, WhatIsNoImageIsRefusedWithItsOwnReason) {
                  {"random.img", "a" + test::Pattern(100'000), "holds no ISO 9660 tree"},
                  {"short.img", std::string(700, 'a'), "cut short"},
                  {"bzip2.img", "BZh9" + std::string(4096, 'a'), "compressed disk image"},
-                 {"map.img", "PM" + trailer.substr(2), "compressed disk image"},
                  {"trailer.img", trailer, "compressed disk image, which tells of no block"},
-                 {"list.img", badTrailer, "property list outside the file"},
                  {"sparse.img", "sprs" + std::string(4096, 'a'), "sparse disk image"},
                  {"header.img", header, "Macintosh volume that is damaged"},
                  {"cut.img", Bytes("cut.img").substr(0, 100'000), "ends before its volume does."},
@@ -45,7 +41,7 @@ TEST_F(ReadingTest, WhatIsNoImageIsRefusedWithItsOwnReason) {
     for (const auto& c : cases) {
         if (c.bytes)
             Write(c.name, *c.bytes);
-        for (const char* line : {"info %", "ls %", "tree % x", "get % /", "ls % --json"}) {
+        for (const char* line : {"info %", "tree % x", "get % /", "ls % --json"}) {
             play("1 " + test::Replaced(line, "%", c.name) + " => " + c.reason);
             EXPECT_EQ(test::CountIn(err_, "\n"), 1u) << err_;
             EXPECT_GT(test::CountIn(err_, c.name), 0u) << err_;
@@ -64,43 +60,33 @@ std::string HfsPlusName(std::string_view text) {
 TEST_F(ReadingTest, AHardLinkIsShownWithTheFileItLeadsTo) {
     Write("in/zzzzHFS+ Private Data/iNode77", "what two names lead to");
     Write("in/the link", "");
-    Write("in/the lost link", "");
     make("disc.iso", {"--kind", "hfs", "--hfsplus"});
     std::string image = Bytes("disc.iso");
-    // TN1150: the folder's name begins with four zeros, which come last in the order of names.
+    // The folder's name begins with four zeros, which come last in the order of names.
     const std::string typed = HfsPlusName("zzzzHFS+ Private Data");
     for (std::size_t at = image.find(typed); at != std::string::npos; at = image.find(typed, at))
         image.replace(at, 8, 8, '\0');
     // A link is a file record of a type and creator of its own, with the number of its target.
-    const auto makeLink = [&](std::string_view name, char number) {
-        const std::string key = HfsPlusName(name) + std::string("\0\2", 2);
-        const std::size_t record = image.find(key) + key.size() - 2;
-        ASSERT_LT(record, image.size()) << name;
-        image.replace(record + 44, 4, {'\0', '\0', '\0', number});
-        image.replace(record + 48, 8, "hlnkhfs+");
-    };
-    makeLink("the link", 77);
-    makeLink("the lost link", 78);
+    const std::string key = HfsPlusName("the link") + std::string("\0\2", 2);
+    const std::size_t record = image.find(key) + key.size() - 2;
+    ASSERT_LT(record, image.size());
+    image.replace(record + 44, 12, std::string("\0\0\0\x4Dhlnkhfs+", 12));
     Write("disc.iso", image);
+    image[record + 47] = 78;
+    Write("lost.iso", image);
     play(R"(
 0 ls disc.iso 'the link' --json => "size": 22, => "name": "the link"
 0 get disc.iso 'the link' -o - == what two names lead to
-1 get disc.iso 'the lost link' -o - => hard link to a file that is not there
+1 get lost.iso 'the link' -o - => hard link to a file that is not there
 )");
 }
 
 TEST_F(ReadingTest, ADamagedVolumeLeavesTheOtherTrees) {
     make("pc.iso", {"--kind", "iso"});
     make("disc.iso");
-    // The catalog file of the HFS side is overwritten: its first node, which has 512 bytes.
+    // The extents of the catalog file stand in the master directory block.
     std::string image = Bytes("disc.iso");
-    const std::size_t record = image.find("\x07My disc") - 36;  // the master directory block
-    const auto word = [&](std::size_t offset) {
-        return static_cast<std::size_t>(static_cast<std::uint8_t>(image[record + offset])) * 256 +
-               static_cast<std::uint8_t>(image[record + offset + 1]);
-    };
-    const std::size_t blockBytes = word(20) * 65536 + word(22);
-    image.replace(record - 1024 + word(28) * 512 + word(150) * blockBytes, 512, 512, '\xAA');
+    image.replace(image.find("\x07My disc") - 36 + 150, 2, "\xFF\xFF");
     Write("disc.iso", image);
     play(R"(
 1! ls disc.iso => Macintosh volume is damaged
