@@ -24,7 +24,7 @@ has out.iso 1 => hello
 sides out.iso => I
 0 make in -o out.iso -f -k hfs --hfsplus => : HFS+,
 sides out.iso => M
-# The name of a verb, and a pattern, are names of files like others.
+# A pattern is the name of a file like another.
 file make/* => a file whose name is a pattern
 # The image is never its own source, and a link to it stays a link.
 move out.iso make/out.iso
@@ -36,14 +36,11 @@ file old.iso => an image of last year
 folder none
 1 make in -o old.iso => old.iso exists already; --force
 1 make in -o dangling.iso => dangling.iso exists already
-1 make nope -o x.iso => There is no folder nope.
-1 make old.iso -o x.iso => old.iso is no folder.
 1 make none -o x.iso => contains no files
 1 make in -o nope/x.iso => there is no folder nope
 1 make in -o none => none names a folder
 1 make in -o pipe --force => pipe is a pipe
 1 make in -o x.iso --label 'A name of twenty-eight chars' => 28 letters; HFS takes
-1 make in -o x.iso --label 日 => MacRoman
 0 make in -o -
 )");
     EXPECT_TRUE(fs::is_symlink("link.iso"));
@@ -60,19 +57,15 @@ TEST_F(ImageVerbs, FormatTakesWholeMegabytesBlocksAndLabelsOfTheFormat) {
 0 info v.img => 1073741824 bytes
 0 format v.img -s 33M -l V -f -b 1536
 0 info v.img => blocks of 1536
-0 mkfs v.img -s 33M -l V -f -b ''
-0 info v.img => blocks of 4096
 0 format v.img -s 1 -l a/b -f -b smallest -q ==
 2 format v.img -s 33M -l V -f -b 512 => Try: vellmark format --help
 2 format v.img -s 33M -l V -f -b smallest --hfsplus => --block
-2 format v.img -s 100K -l V -f => 100K
 2 format v.img -s 0 -l V -f => not 0
 2 format v.img -s '' -l V -f => Try
 2 format v.img -s 4294967297 -l V -f => 4294967297
 1 format v.img -s 1 -l V => v.img exists already
 1 format in -s 1 -l V -f => in names a folder
 1 format v.img -f -s 1 -l 1234567890123456789012345678 => 27
-1 format v.img -f -s 1 -l '' => label
 )");
 }
 
@@ -137,8 +130,6 @@ file 'out/Sub Folder/large.bin' => mine
 file 'out/Sub Folder/Deep' => a file where a folder is to be
 folder out/empty
 1 get disc.iso empty 'Read Me.txt' -o missing => There is no folder missing.
-1 get disc.iso 'no such' -o out => has no no such.
-2 get disc.iso => PATH
 2 get disc.iso '' -o none => the whole tree is called /
 1 get disc.iso 'Sub Folder' -o - => Sub Folder is a folder
 3 get disc.iso 'Sub Folder' -o out => skipped Sub Folder/Deep
@@ -147,7 +138,6 @@ folder out/empty
 1 get disc.iso 'Read Me.txt' -o out --force => pipe
 1 get disc.iso disc.iso --force => is the image itself
 2 get disc.iso 'Read Me.txt' --mode macbinary --as joliet => Joliet tree
-2 get disc.iso 'Read Me.txt' --naming append --as iso => --naming append
 2 get disc.iso 'Read Me.txt' --mode appledouble -o - => two files
 2 get disc.iso 'Read Me.txt' --naming ask => needs a terminal
 2 get pc.iso 'Read Me.txt' --mode applesingle => pc.iso has none

