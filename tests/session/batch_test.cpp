@@ -1,6 +1,4 @@
 // Batch commands: which command lines are some, what they do, and the lock.
-#include "session/batch/batch.hpp"
-
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,18 +21,6 @@ class BatchTest : public test::ScriptTest {
         Write("in/sub/b.exe", "contents of b");
     }
 };
-
-TEST_F(BatchTest, OptionsAreToldFromPaths) {
-    const std::map<std::string, BatchOption> cases = {{"/ch", {'C', 'H'}}, {"-Ih", {'I', 'H'}},
-                                                      {"\\C", {'C', 0}},   {"\\LI", {'L', 'I'}},
-                                                      {"/9", {'9', 0}},    {"/C/", {'C', '/'}}};
-    for (const auto& [first, option] : cases)
-        EXPECT_EQ(ParseBatchOption(first), option) << first;
-    Write("\\C", "a file of that name wins");
-    for (const char* path :
-         {"\\C", "\\\\C", "//", "--", "--C", "/", "", "/CHX", "/tmp", "-CHX", "CH"})
-        EXPECT_FALSE(ParseBatchOption(path)) << path;
-}
 
 TEST_F(BatchTest, CommandsActInTheViewOfTheSecondLetterWithoutAWord) {
     const std::string tooLong(70, 'n');
@@ -103,17 +89,17 @@ move x.ISO.vlpr x.ISO
 folder full.ISO
 file lines => \n
 1 /C => /C needs a project. => The file /C is not managed by Vellmark.
-1 /C nope.vlpr => Error opening file nope.vlpr
 1 /C p.vlpr => contains no files
 1 /C x.ISO => would replace its own project
 1 /C full.vlpr => full.ISO names a folder
 1 /C q.vlso => /C is not managed
 1 /C/ p.vlpr => /C/ is not managed
-1 /RH p.vlpr => /RH is not managed
+1 /CHX p.vlpr => The file /CHX is not managed
+file \C => a file of that name is no command
+1 \C p.vlpr => The file \C is not managed
 1 /RJ p.vlpr => /RJ needs a project and an argument.
 1 /RJ p.vlpr p.vlpr => works on that file itself
 1 /RJ p.vlpr nope/log => Error opening file nope/log
-1 /H a b => /H is not managed
 1 /F new.txt A => new.txt is not there
 1 /F nope/new.vlpr A => there is no folder nope
 1 /I p.vlpr nope => nope names no file
@@ -163,10 +149,9 @@ TEST_F(BatchTest, ALockThatOthersCouldTakeAwayIsNone) {
     // The folder that the system gives to a user, or another one.
     fs::create_symlink(lock, root() / "link");
     EXPECT_EQ(RuntimeFolder(lock, "/t"), lock);
-    for (const std::string& other :
-         {std::string("lock"), lock + "/nope", (root() / "link").string(), open})
-        EXPECT_EQ(RuntimeFolder(other, "/t"), "/t/vellmark-" + std::to_string(::geteuid()))
-            << other;
+    const std::string made = "/t/vellmark-" + std::to_string(::geteuid());
+    for (const std::string& other : {lock + "/nope", (root() / "link").string(), open})
+        EXPECT_EQ(RuntimeFolder(other, "/t"), made) << other;
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <new>
 
-#include "session/json_text.hpp"
 #include "session/session_bench.hpp"
 #include "support/backup_path.hpp"
 
@@ -41,14 +40,11 @@ file there.iso => old
 0 -h => make
 0 --version => vellmark
 0 help add => Example:
-0 --lang fr help add => Exemple :
 2 --nonsense => --nonsense is no verb
 2 --lang en mkae => mkae is no verb
 2 make full -- --lang fr => --output is required
 2 make full --lang fr => --output est obligatoire
-2 --lang de info x => --lang: de not in
 1 --log . info there.iso => Error opening file .. Is a directory.
-2 -nonsense => Try: vellmark --help
 2 make => Try: vellmark make --help
 2 make full there.iso -o x.iso => there.iso
 2 add p.vlso full --view hfs => no HFS view
@@ -57,13 +53,10 @@ file there.iso => old
 2 make full -o x --kind hfs --strict-iso => for the PC side
 2 make full -o x --kind iso --free 1M => room in a Macintosh
 2 build p.vlso --free 1M => room in a Macintosh
-2 make full -o x --free 3T => 3T is no size up to 2T
 2 make full -o x --free 16777217T => 16777217T is no size up to 2T
 1 /Z p.vlpr => The file /Z is not managed by Vellmark.
 1 there.iso => no window to open there.iso
-1 mkae full => The file mkae is not managed
 1 /tmp => The file /tmp is not managed
-2 config NAME => vellmark: ACTION: NAME not in {list,get,set}\n
 2 ls x -p => vellmark: --partition: 1 required UINT missing\n
 set Lang => 1
 0 ls --help => Utilisation : vellmark ls => Exemple : => Arguments
@@ -113,11 +106,6 @@ TEST_F(ProgramTest, AReaderThatWentAwayIsNoErrorButAFullDiskIs) {
                                        : "vellmark: The result cannot be written to standard "
                                          "output: No space left on device.\n");
     }
-}
-
-TEST(Json, WhatCannotBeSeenIsEscapedAsReadersOfJsonKnowIt) {
-    EXPECT_EQ(JsonText({{"a", "\U000E0001\u200B\xFF"}}),
-              "{\n  \"a\": \"\\udb40\\udc01\\u200b\uFFFD\"\n}");
 }
 
 }  // namespace
