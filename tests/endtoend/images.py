@@ -41,11 +41,6 @@ class Image:
         return ([text for text in self.examination.problems if text != KEPT] +
                 [f"{orphans} blocks are in use without an owner"] * (orphans > 0))
 
-    @property
-    def volume_sector(self):
-        """The 512-byte sector at which the Macintosh volume begins."""
-        return self.volume.window.start // 512
-
     def iso_files(self, tree):
         """{path without version: entry} of the files of 'iso' or 'joliet'."""
         return {entry.path[:-1] + (entry.path[-1].removesuffix(";1"),): entry

@@ -1,9 +1,9 @@
 """Other programs that read the images: each function gives what one of them sees.
 
 Files come as {path: bytes} with paths as tuples of names. isoinfo, xorriso and 7zz read ISO 9660
-and Joliet; 7zz and the tools of the Sleuth Kit read HFS Plus; hfsutils reads HFS; grub-fstest
-reads all of them, and finds names by key, so that it sees a tree that is in the wrong order. bchunk
-reads raw images, vcd-info and vcdxrip those of Video CDs.
+and Joliet; 7zz reads HFS Plus; hfsutils reads HFS; grub-fstest reads all of them, and finds names
+by key, so that it sees a tree that is in the wrong order. bchunk reads raw images, vcd-info and
+vcdxrip those of Video CDs.
 """
 
 import os
@@ -125,40 +125,6 @@ def _copy_folder(folder, names, target, home):
         with open(os.path.join(os.fsencode(target), copy), "rb") as file:
             found[(*folder, name)] = _mac_binary(file.read())
     return found
-
-
-# One line of fls.
-SleuthFile = namedtuple("SleuthFile", "number size modified")
-
-
-def sleuth_list(image, sector):
-    """({path: SleuthFile}, folders) of the HFS Plus volume at a 512-byte sector."""
-    files, folders = {}, set()
-    text = _run("fls", "-r", "-p", "-m", "", "-o", str(sector), image).decode()
-    for line in text.splitlines():
-        # A name may hold the sign that parts the fields.
-        name, number, mode, _, _, size, _, modified, *_ = line.split("|", 1)[1].rsplit("|", 9)
-        # As other systems do, it shows a slash of the Macintosh as a colon.
-        path = tuple(part.replace(":", "/") for part in name.removeprefix("/").split("/"))
-        if path[0].startswith("$"):
-            continue
-        if mode.startswith("d"):
-            folders.add(path)
-        else:
-            files[path] = SleuthFile(number, int(size), int(modified))
-    return files, folders
-
-
-def sleuth_read(image, sector, number):
-    """The bytes of a file."""
-    return _run("icat", "-o", str(sector), image, number)
-
-
-def sleuth_type(image, sector, number):
-    """(type, creator) of a file."""
-    text = _run("istat", "-o", str(sector), image, number).decode()
-    return tuple(bytes.fromhex(re.search(rf"File {what}:\s+([0-9a-f]{{8}})", text).group(1))
-                 for what in ("type", "creator"))
 
 
 def grub_read(image, device, path):

@@ -10,8 +10,7 @@ from pathlib import Path
 
 from .examine import Examination
 from .hfs import HfsVolume
-from .hfsplus import HfsPlusVolume, is_decomposed
-from .hfsplus_order import folded_key
+from .hfsplus import HfsPlusVolume
 from .iso9660 import IsoImage
 
 BIG = bytes(range(256)) * 160       # 40,960 bytes
@@ -136,14 +135,6 @@ class Faults(unittest.TestCase):
                     new = [problem for problem in kind(bytes(damage.data)).check()
                            if problem not in before]
                     self.assertIn(words, "\n".join(new))
-
-    def test_names_of_hfs_plus(self):
-        self.assertEqual(folded_key("ABC"), folded_key("a\u200dbc"))    # an ignored joiner
-        self.assertGreater(folded_key("\0"), folded_key("zzz"))         # NUL comes last
-        self.assertLess(folded_key("\U0001f600"), folded_key("\uff5e"))     # by units
-        for name, expected in (("cafe\u0301", True), ("caf\u00e9", False), ("\u2126", True),
-                               ("\ud7a3", False), ("a\u0301\u0323", False)):
-            self.assertEqual(expected, is_decomposed(name), ascii(name))
 
     def test_a_wrong_order_and_a_block_of_nobody(self):
         damage = Damage(iso_image(), IsoImage(iso_image()))
