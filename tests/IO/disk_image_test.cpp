@@ -5,16 +5,13 @@
 #include <filesystem>
 
 #include "IO/disk_image.hpp"
-#include "IO/disk_image_list.hpp"
 #include "IO/disk_image_maker.hpp"
-#include "IO/disk_image_tables.hpp"
 #include "IO/expanded_image.hpp"
 #include "support/words.hpp"
 
 namespace vellmark {
 namespace {
 
-using namespace std::string_literals;
 using namespace testing;  // NOLINT(google-build-using-namespace)
 
 struct Expanded {
@@ -225,34 +222,6 @@ TEST(ExpandImage, DamageEndsBounded) {
         EXPECT_EQ(result.end != ExpandEnd::Done, !result.problem.isNone()) << at;
         EXPECT_LE(progress.counted, 200u << 20) << at;
     }
-}
-
-TEST(DataSections, Base64IsReadAsTheFormatHasIt) {
-    // A tag that lies across the end of a piece that is read.
-    const std::string filler(16380, '<');
-    RecordedProgress progress;
-    for (const auto& [text, expected] :
-         {std::pair{"<data>\n\tQUJD\r\n\tRE  VG\n</data>"s, "ABCDEF"s},
-          {"<data>QUJDRA==</data>", "ABCD\0\0"s},
-          {"<data>QUJDR</data>", "ABCD\0\0"s},
-          {"<x></x><data></data><data>+/+/</data>", ""},
-          {filler + "<data>QUJD</data>", "ABC"}}) {
-        MemoryBytes file(BytesOf(text + "<data>QUJD"));
-        DataSections sections(file, 0, text.size() + 10, progress);
-        ASSERT_TRUE(sections.next()) << text;
-        Bytes out(64);
-        out.resize(sections.read(out));
-        EXPECT_EQ(out, BytesOf(expected)) << text;
-        EXPECT_EQ(sections.next(), text.find("+/+/") != text.npos);
-    }
-}
-
-TEST(SectorRuns, AreNotTooMany) {
-    SectorRuns scattered;
-    for (std::uint64_t i = 0; i < 65536; ++i)
-        ASSERT_FALSE(scattered.add(2 * i, 1));
-    EXPECT_TRUE(scattered.add(1 << 20, 1));
-    EXPECT_FALSE(scattered.add(1, 1)) << "joins two of them";
 }
 
 TEST(ExpandImageFile, EndsAsItsCallersKnow) {

@@ -117,9 +117,7 @@ TEST(MacBinary, LaterVersionsAreProvenByTheirChecksum) {
     EXPECT_EQ(container.info.finder.flags, 0x0140);
     EXPECT_EQ(Contents(container.data), Pattern(21));
     EXPECT_EQ(Contents(container.resource), Pattern(1454));
-    // Cut short, it is still what its header says; without the checksum nothing proves it.
-    EXPECT_TRUE(IsMacBinaryFile(cut));
-    EXPECT_EQ(ReadMacBinary(cut).fault, ContainerFault::ResourceForkCut);
+    EXPECT_TRUE(IsMacBinaryFile(cut)) << "cut short, it is still what its header says";
     bytes[125] ^= 1;
     MemoryBytes unproven(Slice(bytes, 0, 400)), other(bytes);
     EXPECT_FALSE(IsMacBinaryFile(unproven));

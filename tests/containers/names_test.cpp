@@ -80,13 +80,6 @@ TEST(Names, OtherCharactersAreReplacedAndNeitherEndANameNorVanish) {
     EXPECT_NE(MacNameCrc(u"\u65E5"), MacNameCrc(u"\u4E2D")) << "both are _ in MacRoman";
 }
 
-TEST(Names, TablesTranslateBytes) {
-    EXPECT_EQ(AnsiToJolietUnits("\xE9\x80 a:"), u"\u00E9\u20AC a:");
-    EXPECT_EQ(AnsiToMacName("\xDE:\x80\xA4\xA0\xFF"), "__\xDB\xDB \xD8") << "not cut";
-    EXPECT_EQ(MacToAnsiName("\x8E\xD0\xD9\x7F\xF0\xAA\0b"s), "\xE9-Y _\x99");
-    EXPECT_EQ(ReplaceChars(" \xA0 a/b:c", kMacForbiddenChars), "a/b_c");
-}
-
 // The pairs by their letters: a wrong byte in the table shows as a letter with a wrong accent.
 TEST(Names, FoldedForms) {
     const std::u16string capitals = u"AZÄÅÇÉÑÖÜÆØÀÃÕŒŸÂÊÁËÈÍÎÏÌÓÔÒÚÛÙ";
