@@ -37,6 +37,7 @@ TEST(NamedStreams, AreReadInBothSpellingsWithoutTheByteTooMany) {
         std::size_t forkSize;
         std::string signature;  // empty: no Finder's information
     } cases[] = {
+        {"nothing", {}, 0, ""},
         {"plain", {{kPlainResource, Fork(300)}, {kPlainInfo, Info()}}, 300, "TEXTttxt"},
         {"a plain one is never cut", {{kPlainResource, Fork(301)}}, 301, ""},
         {"one too many", {{kServerResource, Fork(9)}, {kServerInfo, Info(61)}}, 8, "TEXTttxt"},

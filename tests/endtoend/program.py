@@ -4,7 +4,7 @@ import os
 import subprocess
 import tempfile
 import time
-import unittest
+import unittest.mock
 from pathlib import Path
 
 VELLMARK = os.environ.get("VELLMARK", "vellmark")
@@ -31,23 +31,15 @@ def environment(**changes):
 
 def local_offset(moment):
     """Seconds that ZONE is ahead of UTC at `moment`."""
-    before = os.environ.get("TZ")
-    os.environ["TZ"] = ZONE
-    time.tzset()
-    try:
-        return time.localtime(moment).tm_gmtoff
-    finally:
-        if before is None:
-            del os.environ["TZ"]
-        else:
-            os.environ["TZ"] = before
+    with unittest.mock.patch.dict(os.environ, TZ=ZONE):
         time.tzset()
+        offset = time.localtime(moment).tm_gmtoff
+    time.tzset()
+    return offset
 
 
 class Case(unittest.TestCase):
     """A test with a folder of its own and ways to run the program in it."""
-
-    longMessage = True
 
     @classmethod
     def setUpClass(cls):
