@@ -95,7 +95,6 @@ TEST_F(Recognition, FindsVolumesMapsBootRecordsAndGuidTables) {
         {40, "m 0 Apple Apple_partition_map 0 2 2 m 512 n Apple_HFS 20 10 2", "1: n 20+10 @20"},
         {40, "d 512 100 b 0 175 5 5 m 512 n Apple_HFS 20 10 1", "1: n 20+10 @20"},
         {32, "d 512 77", "-1: @0"},
-        {32, "d 512 77 t 1024 BD", "1: @0"},
         {32, "d 512 77 t 512 TSabcd", "1: @1633837924"},  // a map of the old style
         {3, "t 1024 BD", "1: @0 bare"},
         {32, "", "-2: @0"},

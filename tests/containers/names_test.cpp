@@ -17,24 +17,6 @@ namespace {
 
 using namespace std::string_literals;
 
-// A rule moved by one unit, or taken over from the twin, shows in one of these.
-TEST(Names, WidePcNamesByTheTable) {
-    const std::pair<std::u16string, std::string> cases[] = {
-        {u"\u00E9t\u00E9 Me:b", "\x8Et\x8E Me_b"},
-        {u"a\0b"s, "a"},        // a written 0 ends the name
-        {u"a\u00DEb", "a"},     // no Macintosh byte: cut, kept
-        {u"a\u00FE", "a\xA5"},  // last unit that the table serves
-        {u"a\u00FF", "a_"},     // y with diaeresis is unknown, kept
-        {u"a\u2014\u20AC\u4E00\u2019\u0301\uEFFF", "a-\xDB____"},
-        {u"a\uF000b", "a"},
-        {u"\uF001\uF01F\uF020\uF021\uF022\uF023\uF024", "\x01\x1F\"*/<>"},
-        {u"\uF025\uF026\uF027\uF028\uF029\uF02A", "?\\| .\xF0"},
-        {u"a\uF02B\uF8FF\uFFFDb", "ab"},  // above the codes: gone, kept
-    };
-    for (const auto& [wide, mac] : cases)
-        EXPECT_EQ(WideToMacName(wide), mac) << testing::PrintToString(wide);
-}
-
 // Apple's mapping, and a name of the PC in either form of its letters.
 TEST(Names, ACharacterThatMacRomanHasIsThatCharacter) {
     const std::u16string high =
@@ -64,6 +46,9 @@ TEST(Names, OtherCharactersAreReplacedAndNeitherEndANameNorVanish) {
     const std::tuple<std::u16string, std::string, bool, std::u16string, bool> cases[] = {
         {u"a?b*c\"d<e>f|g\\h", "a?b*c\"d<e>f|g\\h", true, u"a?b*c\"d<e>f|g\\h", true},
         {u"\u0161\u00DEx", "__x", false, u"s\u030C\u00DEx", true},
+        {u"\uF021\uF022\uF023\uF024\uF025\uF026\uF027\uF028", "*/<>?\\| ", true, u"*/<>?\\| ",
+         true},  // private codes
+        {u"2\u00B2\u00D7\u00FF", "22x\xD8", false, u"2\u00B2\u00D7y\u0308", true},
         {u"\uFF21\u65E5\U0001F600", "____", false, u"\uFF21\u65E5\U0001F600", true},
         {u"bad\xDCE9", "bad_", false, u"bad_", false},
         {u"e\u0323\u0302", "_", false, u"e\u0323\u0302", true},  // one letter
