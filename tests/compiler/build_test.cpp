@@ -1,9 +1,6 @@
 // Builds: what they settle, what ends them, and what they leave behind.
 #include "compiler/build_project.hpp"
 
-#include <algorithm>
-
-#include "compiler/catalog_growth.hpp"
 #include "compiler/compiler_bench.hpp"
 #include "compiler/image_writer.hpp"
 
@@ -162,19 +159,6 @@ TEST_F(BuildTest, FoldersBeyondWhatAFormatOrSomeSystemsHoldAreRefusedOrTold) {
         EXPECT_EQ(looked.prepare(), row.result) << row.folders;
         EXPECT_EQ(messages_.shown.size(), *row.told ? 2u : 1u) << row.folders;
         EXPECT_NE(messages_.shown.back().find(row.told), std::string::npos);
-    }
-}
-
-TEST(CatalogGrowth, ACatalogThatDoesNotFitGetsMoreRoomAndNoEndlessOne) {
-    for (const std::size_t rounds : {1u, 3u, 9u}) {
-        std::vector<std::uint32_t> tried;
-        const TreeResult result = GrowUntilItFits(1, [&](std::uint32_t leaves) {
-            tried.push_back(leaves);
-            return tried.size() == rounds ? TreeResult::Done : TreeResult::Full;
-        });
-        EXPECT_EQ(result, rounds == 9 ? TreeResult::Full : TreeResult::Done);
-        EXPECT_EQ(tried.size(), std::min<std::size_t>(rounds, 8));
-        EXPECT_TRUE(std::is_sorted(tried.begin(), tried.end(), std::less_equal<>{}));
     }
 }
 

@@ -31,7 +31,7 @@ class ItemForks : public CompilerTest {
         ProjectRecord record = Item(kRootFolder, made.giveFileNumber(), name, 1, 1, tree() + "/");
         record.setCoding(coding);
         record.setAppleSingle(name == "single");
-        record.setSignature("TYPEcrea");
+        record.resourceSize = 200;
         made.insert(record);
         return made;
     }
@@ -64,6 +64,8 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         {"file", AppleFiles, "data", kCompanion, true, 4, 200, ""},
         {"file", AppleFiles, "data", kCompanion.substr(0, 360), true, 4, 0, "companion ._file"},
         {"file", AppleFiles, "data", "", true, 4, 0, "._file is not there"},
+        // An editor drops the streams of a file that it writes anew.
+        {"file", NamedStreams, "data", "", true, 4, 0, "AFP_Resource is not there any more"},
         {"file", BinHex, BinHexText(), "", true, 300, 200, ""},
         {"file", BinHex, BinHexText(100), "", false, 0, 0, "resource fork"},
     };
@@ -100,18 +102,6 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         made.changeRuns([](std::span<ProjectRecord> run) { run[0].setIsoInclusion(0); });
         EXPECT_EQ(planOf(made, CompileMode::PureHfs).folders[0].items.size(), 1u)
             << "nowhere else to be";
-    }
-}
-
-// Catches a resource fork that is lost without a word when an editor drops the streams of a file.
-TEST_F(ItemForks, AStreamThatIsGoneIsNamed) {
-    write("file", "data");
-    for (const std::uint32_t kept : {0u, 7u}) {
-        ProjectFile made = projectOf(ForkCoding::NamedStreams);
-        made.changeRuns([&](std::span<ProjectRecord> run) { run[0].resourceSize = kept; });
-        const DiscPlan plan = planOf(made, CompileMode::HybridHfs);
-        EXPECT_EQ(plan.leftOut.size(), kept == 0 ? 0u : 1u);
-        EXPECT_EQ(onlyItem(plan).dataFork().sizeBytes, 4u) << "the data fork stays";
     }
 }
 

@@ -78,14 +78,12 @@ TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
         {PartitionNotOpened, 'f', "", "volume", "0:00"},           // no descriptor
         {PartitionNotOpened, 'f', "", "volume", "1584:42"},        // no Macintosh partition
         {PartitionNotOpened, 'f', "", "volume", "5120:5858"},      // a partition without a volume
-        {PartitionNotOpened, 'f', "", "volume", "5138:0000"},      // a volume without blocks
         {PartitionNotOpened, 'f', "", "volume", "1544:FFFFFFFF"},  // outside its disk
         {PartitionNotOpened, 'f', "", "volume", "516:FFFFFFFF 1584:42"},  // a map without end
         {ImageRefused, 'f', "", "volume", "=9215"},                       // a volume that is cut
         {ImageRefused, 'f', "", "volume", "0:00 450:EE 510:55AA"},        // a GUID table
         {Stopped, '-', "n", "disc", "1535:01"},                           // other code in front
         {Done, '-', "y", "disc", "1535:01"},
-        {Done, 'f', "", "disc", "1535:01"},
         {Stopped, 'a', "n", "disc", wrong},
         {Done, 'a', "y", "disc", wrong},
         {Stopped, 'a', "yn", "disc", "1535:01 " + wrong}};
@@ -198,21 +196,17 @@ TEST_F(HybridationTest, AJoinThatWasTornInItsRawSectorsIsDoneAgain) {
 
 TEST(CueSheet, TracksBehindTheFirstMoveOn) {
     const std::string first = "FILE \"a.bin\" BINARY\r\n  TRACK 01 MODE2/2352\r\n";
-    const std::string sheet = first +
-                              "  track 02 MODE2/2352\n    FLAGS DCP\n    INDEX 00 00:04:00\n"
-                              "    INDEX 01 00:06:00\n    INDEX 02 59:59:74";
-    EXPECT_EQ(MoveTracks(sheet, 450, 76),
-              first +
-                  "  track 02 MODE2/2352\n    FLAGS DCP\n    INDEX 00 00:05:01\r\n"
-                  "    INDEX 01 00:07:01\r\n    INDEX 02 60:01:00\r\n");
-    EXPECT_EQ(TracksOfCueSheet(sheet), 2);
-    // Two files, a second track elsewhere, no time, one behind 100 minutes, none.
+    const std::string track = "  track 02 MODE2/2352\n    FLAGS DCP\n";
+    EXPECT_EQ(MoveTracks(first + track + "INDEX 00 00:04:00\nINDEX 01 00:06:00\nINDEX 02 59:59:74",
+                         450, 76),
+              first + track +
+                  "    INDEX 00 00:05:01\r\n    INDEX 01 00:07:01\r\n    INDEX 02 60:01:00\r\n");
+    // Two files, no time, one behind 100 minutes, none; and a second track elsewhere.
+    const std::string second = first + "TRACK 02 X\nINDEX 01 00:06:00\n";
     for (const char* wrong :
-         {"FILE \"b\" B\nTRACK 02 X\nINDEX 01 00:06:00\n", "TRACK 02 X\nINDEX 01 00:06:01\n",
-          "TRACK 02 X\nINDEX 01 00:06:00\nINDEX 02 00:60:00\n",
-          "TRACK 02 X\nINDEX 01 00:06:00\nINDEX 02 99:59:74\n",
-          "TRACK 02 X\nINDEX 01 00:06:00\nINDEX 02\n"})
-        EXPECT_EQ(MoveTracks(first + wrong, 450, 76), std::nullopt) << wrong;
+         {"FILE \"b\" B\n", "INDEX 02 00:60:00\n", "INDEX 02 99:59:74\n", "INDEX 02\n"})
+        EXPECT_EQ(MoveTracks(second + wrong, 450, 76), std::nullopt) << wrong;
+    EXPECT_EQ(MoveTracks(second, 451, 76), std::nullopt);
 }
 
 }  // namespace

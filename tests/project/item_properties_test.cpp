@@ -91,22 +91,6 @@ TEST(ItemProperties, TheViewsShowTheirOwnPicturesFoldersAndCounts) {
     EXPECT_EQ(ContentsOf(project, 18, ProjectView::Iso).bytes, 1024u);
 }
 
-TEST(ProjectProperties, HfsTakesNoMoreThanItHolds) {
-    ProjectFile project = EmptyProject(true);
-    ProjectFile::Run run;
-    for (std::int32_t i = 1; i <= 65'536; ++i)
-        run.push_back(Item(1, -i, "x"));
-    project.mergeChildren(1, std::move(run));
-    const ProjectChanges toHfs{
-        .isHfsPlus = false, .opensRoot = true, .rebuildsBeforeCompile = true};
-    EXPECT_EQ(ChangeProject(project, toHfs).told(), 1472);
-    EXPECT_TRUE(PropertiesOf(project).isHfsPlus && !PropertiesOf(project).opensRoot);
-    project.findByNumber(-1)->setHfsInclusion(0);
-    EXPECT_TRUE(ChangeProject(project, toHfs).isNone());
-    const ProjectProperties now = PropertiesOf(project);
-    EXPECT_TRUE(!now.isHfsPlus && now.opensRoot && now.rebuildsBeforeCompile);
-}
-
 TEST(ProjectProperties, TheTextsOfTheDescriptorFillTheirFieldsAndNoMore) {
     ProjectHeader header{};
     const std::string longest(128, 'x');

@@ -78,25 +78,6 @@ TEST(ProjectFile, NumbersBeginBehindTheReservedOnesAndAreNeverReused) {
     }
 }
 
-TEST(ProjectFile, TotalsCountWholeSectorsAndContainersOfTheIsoView) {
-    ProjectFile project = EmptyProject();
-    ProjectRecord file = Item(1, -1, "a");
-    file.dataSize = 2049;
-    file.resourceSize = 1;
-    file.sourceSize = 4096;
-    std::uint64_t sectors = 0;
-    for (const int more : {3, 5, 3}) {
-        project.insert(file);
-        sectors += static_cast<std::uint64_t>(more);
-        EXPECT_EQ(project.totals().sectors, sectors);
-        file.number = file.number - 1;
-        file.setBinHex(true);
-        file.setIsoInclusion(file.number == -2);  // a container of the ISO view counts twice
-    }
-    EXPECT_EQ(project.totals().isoRecords, 2u);
-    EXPECT_EQ(project.totals().hfsRecords, 3u);
-}
-
 class ProjectFolders : public testing::Test {
   protected:
     test::ScriptedMessages messages_;

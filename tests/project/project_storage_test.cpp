@@ -35,14 +35,19 @@ TEST_F(ProjectStorage, SavingBringsTotalsAndCountsUpToDate) {
     ProjectRecord file = Item(1, -1, "b", 1, 0);
     file.dataSize = 5000;
     project.insert(file);
-    project.insert(Item(1, -2, "a", 1, 1));
+    ProjectRecord box = Item(1, -2, "a", 1, 1);  // a container of the ISO view counts twice
+    box.dataSize = 2049;
+    box.resourceSize = 1;
+    box.sourceSize = 4096;
+    box.setBinHex(true);
+    project.insert(box);
     project.insert(Item(18, -3, "z", 0, 1));
     project.insert(Item(1, 18, "c", 1, 1));
     ASSERT_TRUE(project.save(messages_));
     const std::string bytes = Bytes(at("a.vlpr"));
     ASSERT_EQ(bytes.size(), 5u * 756u);
     EXPECT_EQ(bytes.substr(24, 8), test::Zeros(8).replace(0, 1, "\3").replace(4, 1, "\3"));
-    EXPECT_EQ(bytes.substr(616, 8), '\3' + test::Zeros(7));
+    EXPECT_EQ(bytes.substr(616, 8), '\10' + test::Zeros(7)) << "sectors: 3 and 2 + 1 + 2";
     std::string names;
     for (std::size_t record = 756; record < bytes.size(); record += 756)
         names += bytes[record + 624];
