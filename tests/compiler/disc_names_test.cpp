@@ -55,11 +55,8 @@ TEST(DiscNames, EachTreeHasTheNameThatItCanHold) {
         {"readme.txt", "README.TXT", "readme.txt", "readme.txt", "readme.txt"},
         {"longer than 8", "SH1000", "longer than 8", "longer than 8", "longer than 8"},
         {"a.b/", "AB", "a.b", "a.b", "a.b"},
-        {"abcdefgh.ijk/", "ABCDEFGH", "abcdefgh.ijk", "abcdefgh.ijk", "abcdefgh.ijk"},
-        {"café.txt", "-", "café.txt", "-", "cafe\u0301.txt"},
         {"cafe\u0301.a", "-", "café.a", "café.a", "cafe\u0301.a"},
         {"日本:語?.txt", "-", "日本_語_.txt", "__:_?.txt", "日本/語?.txt"},
-        {"∫ π.txt", "-", "∫ π.txt", "∫ π.txt", "∫ π.txt"},
         {"😀.txt", "-", "😀.txt", "__.txt", "😀.txt"},
         // The longest of Joliet: 62 units of a file, 64 of a folder.
         {f58 + "666666/", "-", f58 + "666666", "-", "-"},

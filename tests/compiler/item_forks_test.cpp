@@ -60,7 +60,6 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         {"file", MacBinary, kBox.substr(0, 200), "", true, 200, 0, "data fork"},
         {"single", AppleFiles, kSingle, "", true, 300, 200, ""},
         {"single", AppleFiles, kSingle.substr(0, 500), "", false, 0, 0, "resource fork"},
-        {"single", AppleFiles, "no container", "", true, 12, 0, "not what"},
         {"file", AppleFiles, "data", kCompanion, true, 4, 200, ""},
         {"file", AppleFiles, "data", kCompanion.substr(0, 360), true, 4, 0, "companion ._file"},
         {"file", AppleFiles, "data", "", true, 4, 0, "._file is not there"},
@@ -120,7 +119,6 @@ TEST_F(ItemForks, AContainerThatShrinksOrAStopWhileItIsReadEndsTheBuild) {
 TEST_F(ItemForks, RecordsThatNoWayLeadsToAreNamed) {
     ProjectFile made = EmptyProject();
     made.insert(Item(99, -50, "orphan"));
-    made.insert(Item(99, -51, "orphan in no view", 0, 0));
     made.insert(Item(31, 30, "circle", 1, 1, kProjectOnlyPath));
     made.insert(Item(30, 31, "circle", 1, 1, kProjectOnlyPath));
     made.insert(Item(kRootFolder, 40, "folder", 1, 1, kProjectOnlyPath));

@@ -88,7 +88,6 @@ TEST(HfsBlockSize, IsTheSmallestThatKeepsEverythingWithin65535Blocks) {
         std::uint64_t free;
         std::uint32_t expected;  // 0: HFS+ is needed
     } rows[] = {
-        {1, 2048u * 32766, true, 0, 2048},  // the largest fork takes fewer than 32,767 blocks
         {1, 2048u * 32767, true, 0, 4096},
         {10000, 100'000, true, 0, 18432},  // six blocks a file; with 16384 there would be seven
         {1, 3'000'000'000u, true, 0, 0},   // 47,252 of the largest blocks are too many for a fork

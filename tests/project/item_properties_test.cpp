@@ -66,7 +66,6 @@ TEST(ItemProperties, WhatIsGivenChangesAndNothingElse) {
     const ItemProperties folder = *PropertiesOf(project, 18);
     EXPECT_TRUE(folder.files == 1 && folder.dataBytes == 0) << "counters are no length";
     EXPECT_TRUE(folder.isRefreshed && folder.isHiddenInHfs && !folder.hasCustomIcon);
-    EXPECT_TRUE(PropertiesOf(project, 19)->isMadeHere && !PropertiesOf(project, -2)->isMissing);
     EXPECT_EQ(HideExtensions(project), 2) << "those of the HFS view that are shown";
     EXPECT_EQ(test::MarksOf(*project.findByNumber(-2)), "I");
 }
@@ -82,8 +81,6 @@ TEST(ItemProperties, TheViewsShowTheirOwnPicturesFoldersAndCounts) {
     project.insert(Item(18, -1, "file"));
     project.findByNumber(-1)->dataSize = 1000;
     project.findByNumber(-1)->resourceSize = 24;
-    EXPECT_EQ(NearestFolderIn(project, 19, ProjectView::Iso), 19);
-    EXPECT_EQ(NearestFolderIn(project, 19, ProjectView::Hfs), kRootFolder);
     const ProjectCounts counts = CountItems(project);
     EXPECT_EQ(Counts(counts.all) + " " + Counts(counts.iso) + " " + Counts(counts.hfs),
               "2/1 2/1 0/1");
@@ -130,7 +127,6 @@ TEST(AccessPath, OnePathTakesThePlaceOfAnother) {
         {"..", "b", true, "..", "/x", ""},
         // A project that was made on another system.
         {"C:\\Data\\Sub\\", "f", false, "C:\\Data", "/d", "/d/Sub/f"},
-        {"C:\\", "Data", true, "C:\\Data\\", "/d/e", "/d/e"},
         // All that a record holds, and a byte more: it stays and is named.
         {"/pc/", "f", false, "/pc", longest, longest + "/f"},
         {"/pc/", "f", false, "/pc", longest + "x", ""},

@@ -102,8 +102,8 @@ struct Script {
     TruncationAnswers truncation = {};
     RememberedAnswer confirm = {};
 
-    /// One step, `COMMAND ITEMS WHAT`, or answers to come: n y Y (to all) to questions, s for a
-    /// shortened name, c for a cancelled one. What was said.
+    /// One step, `COMMAND ITEMS WHAT`, or answers to come: n and y to questions, s for a shortened
+    /// name, c for a cancelled one. What was said.
     std::string step(const std::string& line) {
         std::istringstream in(line);
         std::string command;
@@ -119,9 +119,7 @@ struct Script {
                 if (letter == 's' || letter == 'c')
                     messages.truncations.push_back({letter == 's', false, ""});
                 else
-                    messages.remembered.push_back(letter == 'y'   ? Answer::Yes
-                                                  : letter == 'Y' ? Answer::YesToAll
-                                                                  : Answer::No);
+                    messages.remembered.push_back(letter == 'y' ? Answer::Yes : Answer::No);
             return {};
         }
         if (command == "format")
@@ -152,9 +150,7 @@ struct Script {
             said = step(each);
             ExpectFound(project);
         }
-        std::vector<std::string> parts;
-        if (!said.empty())
-            parts.push_back(said);
+        std::vector<std::string> parts(said.empty() ? 0 : 1, said);
         for (const auto& [name, proposal] : messages.truncationQuestions)
             parts.push_back("! " + name + " -> " + proposal);
         for (const std::string& question : messages.questions)
@@ -172,7 +168,6 @@ struct Script {
 /// What is played on a new project, and what comes of it.
 constexpr const char* kTranscripts = R"(
 rename -1 I Z.txt => -1 18 a.txt|Z.txt|a.txt IH
-rename 18 I Papers => 18 1 Docs|Papers|Docs IHl 1/2
 rename -2 I A.TXT => The name "A.TXT" is refused: another item of the folder has it in this view.
 rename -1 I A.TXT => -1 18 a.txt|A.TXT|a.txt IH
 rename -2 H x => run.exe is not in this view.
@@ -207,7 +202,6 @@ move -6 19; move -5 19 => 1; -6 19 same H; -5 19 same I; 1 HFS 4/0; 19 1 Made IH
 rename -3 B a.txt; move -3 18 =>
   1; -3 18 x|x-F9FF|a-F9FF.txt IHL; 18 1 Docs IH 1/3; 21 18 Deep IH 0/0
 move -7 1 => 1; -7 1 icon.bin|icon.bin|.VolumeIcon.icns HLM; 1 HFS k 4/3; 22 1 Iconed H 0/0
-move -7 1; move -7 18 => 1; -7 18 icon.bin|icon.bin|Icon^ HM; 18 1 Docs IHk 1/3; 22 1 Iconed H 0/0
 answer ny; delete 18,20,19 =>
   2, kept 1; ! The folder Docs/is not empty./Do you really want to delete it?;
   ! The folder Side/is not empty./Do you really want to delete it?; -8 -; -4 -; 1 HFS 2/2; 19 -;

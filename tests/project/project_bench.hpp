@@ -77,9 +77,7 @@ class ScriptedMessages final : public Messages {
 };
 
 inline ProjectFile EmptyProject(bool isHfsPlus = false, ProjectMode mode = ProjectMode::Hybrid) {
-    ProjectDefaults defaults;
-    defaults.isHfsPlus = isHfsPlus;
-    return ProjectFile::Create("none.vlpr", mode, defaults);
+    return ProjectFile::Create("none.vlpr", mode, {.isHfsPlus = isHfsPlus});
 }
 
 inline ProjectRecord Item(std::int32_t parent, std::int32_t number, std::string_view name,

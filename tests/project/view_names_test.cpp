@@ -26,7 +26,6 @@ TEST(ViewNames, NamesThatAreTooLongAreAskedAbout) {
         std::string hfs;
         const char* marks;
     } rows[] = {
-        {X(62), true, {}, X(62), X(62), "IH"},
         {"a:\xE9\xDE", false, {}, "a:\xE9\xDE", "a/\x8E_", "IH"},
         {"a:\xE9\xDE", true, {}, "a:\xE9\xDE", "a/\xE9\xDE", "IH"},
         {longName, false, {{true, false, "mine"}, proposed}, "mine", X(27) + ".txt", "IH"},
