@@ -26,7 +26,6 @@ TEST_F(ReadingTest, WhatIsNoImageIsRefusedWithItsOwnReason) {
         std::optional<std::string> bytes;  // nothing for what is there already, or is not to be
         const char* reason;
     } cases[] = {{"null.img", "", "Null length file"},
-                 {"byte.img", "x", "begins like a compressed disk image, and does not end"},
                  {"random.img", "a" + test::Pattern(100'000), "holds no ISO 9660 tree"},
                  {"short.img", std::string(700, 'a'), "cut short"},
                  {"bzip2.img", "BZh9" + std::string(4096, 'a'), "compressed disk image"},
