@@ -219,9 +219,9 @@ has r.log 1 => Addition
 // A look at what a build would make says the same first, and writes nothing: no image where there
 // is none or an older one, and no project.
 TEST_F(ProjectVerbs, ADryRunTellsWhatABuildMakesAndMakesNothing) {
-    play("0 add p.vlpr in\nfile p.iso => an older image");
+    play("0 add p.vlpr in\nremove p.BAK\nfile in/new.txt => n\nfile p.iso => an older image");
     for (const auto& [line, option] :
-         std::map<std::string, std::string>{{"0 build p.vlpr", " -n"},
+         std::map<std::string, std::string>{{"0! build p.vlpr --rebuild", " -n"},
                                             {"0 make in -o p.iso", " --dry-run"},
                                             {"0 make in -o x.iso", " --dry-run"}}) {
         const Disk before = disk();
