@@ -137,14 +137,10 @@ TEST_F(BatchTest, ALockThatOthersCouldTakeAwayIsNone) {
     const std::string open = (root() / "open").string();
     fs::create_directories(open);
     fs::permissions(open, fs::perms::all);
-    const std::pair<std::string, std::string> runs[] = {
-        {open, "1 /L p.vlpr x => does not belong to this user alone"},
-        {open + "/nope/deep", "1 /L p.vlpr x => No such file or directory"},
-        {open + "/made", "0 /L p.vlpr x"}};
-    for (const auto& [folder, line] : runs) {
-        lockFolder_ = folder;
-        play(line);
-    }
+    lockFolder_ = open;
+    play("1 /L p.vlpr x => does not belong to this user alone");
+    lockFolder_ = open + "/made";
+    play("0 /L p.vlpr x");
     EXPECT_TRUE(IsPrivateFolder(lockFolder_));
     // The folder that the system gives to a user, or another one.
     fs::create_symlink(lock, root() / "link");

@@ -40,7 +40,6 @@ TEST_F(OpenedImage, WhatMayNotBeChangedIsChangedOnRequestAlone) {
 0 mkdir v.img b
 0 info v.img => partition [1] V (Type MacOS, size 1 MB): sector
 0 tree v.img --partition 1
-1 tree v.img --partition 2 => v.img: There is no partition 2; there are: [1] V
 )");
 }
 
@@ -86,8 +85,6 @@ types => y\nn\n
 types => y\ny\nd.img\n
 0! ls d.dmg => Name for d.img?
 1! ls d.dmg => d.img exists already on the medium
-types => y\ny\nd.img\nn\nother\n
-0! ls d.dmg => Name for d.img?
 types => y\ny\nd.img\ny\n
 0! ls d.dmg => Do you want to overwrite it?
 types => y\ny\nd.dmg\n

@@ -83,28 +83,24 @@ TEST_F(ProgramTest, AnExceptionEndsACommandWithASentence) {
 }
 
 // A stream that takes no more, as a pipe whose reader went away.
-class FullBuffer final : public std::streambuf {
-  public:
-    int error = 0;
-
-  private:
-    int_type overflow(int_type) override {
+struct FullBuffer final : public std::streambuf {
+    int overflow(int) override {
         errno = error;
-        return traits_type::eof();
+        return EOF;
     }
+    int error = 0;
 };
 
 TEST_F(ProgramTest, AReaderThatWentAwayIsNoErrorButAFullDiskIs) {
     FullBuffer buffer;
     std::ostream full(&buffer);
     output_ = &full;
-    for (const int error : {EPIPE, ENOSPC}) {
+    for (const auto& [error, words] : {std::pair{EPIPE, ""}, {ENOSPC, "No space left on device"}}) {
         buffer.error = error;
         full.clear();
         EXPECT_EQ(run({"sig", "--list"}), 1);
-        EXPECT_EQ(err_, error == EPIPE ? ""
-                                       : "vellmark: The result cannot be written to standard "
-                                         "output: No space left on device.\n");
+        EXPECT_EQ(err_.empty(), error == EPIPE);
+        EXPECT_NE(err_.find(words), std::string::npos) << err_;
     }
 }
 

@@ -186,9 +186,7 @@ constexpr const char* kTranscripts = R"(
 > open=plus.vlso => plus.vlso [Vellmark] 2.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
 > open=gone.vlpr => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
 ! says Error opening file/gone.vlpr. No such file or directory.
-> start=gone.vlpr => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
-! says Error opening file/gone.vlpr. No such file or directory.
-> open=read.me => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled disc.BAK:1 disc.vlpr:2 plus.BAK:1 vlpr.vlpr:1
+> open=read.me => Vellmark 0.1.1 c1 disc.BAK:1 disc.vlpr:2 plus.BAK:1
 ! says The file read.me/is not managed by Vellmark.
 # One that cannot be written is asked about, and can be saved elsewhere.
 > start=disc.vlpr folder=a spoil folder=b => disc.vlpr [Vellmark] 0.1.1 c1 disc.BAK:1 disc.vlpr:0

@@ -154,12 +154,12 @@ TEST_F(ImageVerbs, APersonIsAskedWhatMayBeReplaced) {
     for (const std::string tree : {"joliet", "hfs"}) {
         play("folder out\n0 get disc.iso / --as " + tree + " -o out");
         const std::string get = " get disc.iso / -o out --as " + tree + " => already exists.\n";
-        for (const char* typed : {"n\\n", "N\\n"})
-            play("file 'out/My disc/empty' => mine\ntypes => " + std::string(typed) + "\n3" + get +
-                 "holds 'out/My disc/empty' => mine");
-        for (const char* typed : {"y\\ny\\ny\\ny\\n", "Y\\n"})
-            play("file 'out/My disc/empty' => mine\ntypes => " + std::string(typed) + "\n0!" + get +
-                 "holds 'out/My disc/empty'");
+        for (const auto& [typed, status, left] : {std::tuple{"n\\n", "3", " => mine"},
+                                                  {"N\\n", "3", " => mine"},
+                                                  {"y\\ny\\ny\\ny\\n", "0!", ""},
+                                                  {"Y\\n", "0!", ""}})
+            play(std::string("file 'out/My disc/empty' => mine\ntypes => ") + typed + "\n" +
+                 status + get + "holds 'out/My disc/empty'" + left);
         play("nobody\nremove out");
     }
 }
