@@ -64,8 +64,8 @@ TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
         fs::remove_all(target.path);
         EXPECT_FALSE(WritePcTarget(target, fill).problem);
         EXPECT_EQ(fs::file_size(target.path) + fs::file_size(target.sidecar), 2u);
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 2)
-            << "no temporary file stays";
+        const fs::directory_iterator left(folder.path());
+        EXPECT_EQ(std::distance(begin(left), end(left)), 2) << "no temporary file stays";
     }
 }
 
