@@ -12,12 +12,8 @@ namespace {
 
 using testing::kClock;
 
-class ShortNames : public ::testing::TestWithParam<bool> {
+class ShortNames : public testing::TransferTest {
   protected:
-    void SetUp() override {
-        path_ = testing::FormatSmall(folder_, GetParam());
-        ASSERT_TRUE(volume_.open(path_));
-    }
     std::string import(const std::string& pc) {
         const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
         isChanged_ = name && name->isChanged;
@@ -27,11 +23,7 @@ class ShortNames : public ::testing::TestWithParam<bool> {
         std::uint32_t id = 0;
         ASSERT_EQ(CreateFolder(volume_, name, kRootFolderId, kClock, id), TreeResult::Done);
     }
-    [[nodiscard]] std::size_t limit() const { return GetParam() ? 255 : 31; }
-    TemporaryFolder folder_;
-    std::string path_;
-    testing::TestVolume volume_;
-    testing::ScriptedMessages messages_;
+    [[nodiscard]] std::size_t limit() const { return isHfsPlus_ ? 255 : 31; }
     ImportTruncation truncation_;
     bool isChanged_ = false;  ///< the name that was imported last
 };
@@ -52,26 +44,20 @@ TEST_P(ShortNames, AreCutAndMadeUnique) {
     EXPECT_EQ(import(name), cut) << "no keeps it";
     EXPECT_EQ(messages_.texts.size(), 1u) << "which was asked";
     truncation_.addsCrc = true;
-    const std::string unique = import(name);
-    EXPECT_EQ(unique, std::string(limit() - 9, 'x') + (GetParam() ? "-BD1B.txt" : "-6449.txt"));
-    take(unique);
-    EXPECT_EQ(import(name), unique);
-    EXPECT_EQ(messages_.texts.size(), 2u);
-}
-
-TEST_P(ShortNames, MayBeTypedWhereTheyAreTaken) {
+    EXPECT_EQ(import(name),
+              std::string(limit() - 9, 'x') + (isHfsPlus_ ? "-BD1B.txt" : "-6449.txt"));
+    // Or a person types another one.
     truncation_ = {.automatic = true};
-    const std::string name(limit(), 'x');
-    take(name);
-    take("also there");
-    messages_.names = {"also there", "free"};
-    EXPECT_EQ(import(name + "y"), "free");
-    EXPECT_EQ(messages_.texts.size(), 2u);
-    messages_.names = {name};
-    EXPECT_EQ(import(name + "y"), name) << "kept, to be replaced";
+    messages_.confirms = true;
+    messages_.names = {cut.substr(1), "free"};
+    take(cut.substr(1));
+    EXPECT_EQ(import(name), "free");
+    messages_.names.push_back(cut);
+    EXPECT_EQ(import(name), cut) << "kept, to be replaced";
+    EXPECT_EQ(messages_.texts.size(), 4u);
     truncation_.asks = false;
-    EXPECT_EQ(import(name + "y"), name);
-    EXPECT_EQ(messages_.texts.size(), 3u) << "nobody is there";
+    EXPECT_EQ(import(name), cut);
+    EXPECT_EQ(messages_.texts.size(), 4u) << "nobody is there";
 }
 
 // Two names of the PC that one batch brings, and that the catalog takes for one.
@@ -81,7 +67,7 @@ TEST_P(ShortNames, OfOneBatchAreToldApart) {
     take("Case.txt");
     EXPECT_EQ(import("Case.txt"), "Case.txt") << "the same name";
     EXPECT_EQ(import("case.txt"), "case-E71D.txt");
-    if (!GetParam()) {
+    if (!isHfsPlus_) {
         take("_.txt");
         EXPECT_EQ(import("\u65E5.txt"), "_-F289.txt");
         truncation_.firstNewId = 0xFFFFFFFF;
@@ -91,17 +77,20 @@ TEST_P(ShortNames, OfOneBatchAreToldApart) {
 
 TEST_P(ShortNames, FollowTheAnswer) {
     const std::string full(limit() + 1, 'n');
-    messages_.truncation = {false, false, ""};
-    EXPECT_EQ(import(full), "refused");
-    EXPECT_EQ(messages_.proposals.back(), full.substr(1));
-    messages_.truncation = {true, false, "typed"};
-    EXPECT_EQ(import(full), "typed");
-    messages_.truncation = {true, false, full + "more"};
-    EXPECT_EQ(import(full), full.substr(1)) << "still too long";
-    messages_.truncation = {true, true, ""};
-    EXPECT_EQ(import(full), full.substr(1));
-    EXPECT_EQ(import(full), full.substr(1));
-    EXPECT_EQ(messages_.proposals.size(), 4u) << "not asked any more";
+    const struct {
+        TruncationAnswer answer;
+        std::string expected;
+    } cases[] = {{{false, false, ""}, "refused"},
+                 {{true, false, "typed"}, "typed"},
+                 {{true, false, full + "more"}, full.substr(1)},
+                 {{true, true, ""}, full.substr(1)},
+                 {{false, false, "not asked any more"}, full.substr(1)}};
+    for (const auto& c : cases) {
+        messages_.truncation = c.answer;
+        EXPECT_EQ(import(full), c.expected);
+        EXPECT_EQ(messages_.proposals.back(), full.substr(1));
+    }
+    EXPECT_EQ(messages_.proposals.size(), 4u);
 }
 
 INSTANTIATE_TEST_SUITE_P(BothFormats, ShortNames, ::testing::Bool());

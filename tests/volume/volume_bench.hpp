@@ -25,18 +25,41 @@ using Bytes = std::vector<std::uint8_t>;
 inline constexpr UnixSeconds kNow = 1'000'000'000;
 inline const FixedClock kClock(kNow, 3600);
 
-/// Keeps what was said; answers no.
-class KeptMessages : public Messages {
+/// Keeps what was said, and answers as it is told to: no, at first.
+class KeptMessages final : public Messages {
   public:
     void showMessage(std::string_view text) override { texts.emplace_back(text); }
-    void itemSkipped(std::string_view, std::string_view) override {}
-    [[nodiscard]] bool askYesNo(std::string_view) override { return false; }
-    [[nodiscard]] Answer askYesNoRemember(std::string_view) override { return Answer::No; }
+    void itemSkipped(std::string_view item, std::string_view reason) override {
+        skipped.push_back(std::string(item.substr(item.rfind('/') + 1)) + ": " +
+                          std::string(reason));
+    }
+    [[nodiscard]] bool showRememberable(std::string_view text) override {
+        texts.emplace_back(text);
+        return hides;
+    }
+    [[nodiscard]] bool askYesNo(std::string_view question) override {
+        texts.emplace_back(question);
+        return confirms;
+    }
+    [[nodiscard]] Answer askYesNoRemember(std::string_view question) override {
+        texts.emplace_back(question);
+        return answer;
+    }
+    [[nodiscard]] std::optional<std::string> askFileName(std::string_view) override {
+        return asked < names.size() ? std::optional(names[asked++]) : std::nullopt;
+    }
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName, std::string_view,
                                                  std::string_view proposal) override {
-        return {true, false, std::string(proposal)};
+        proposals.emplace_back(proposal);
+        return truncation;
     }
-    std::vector<std::string> texts;
+    bool hides = false;
+    bool confirms = false;
+    Answer answer = Answer::No;
+    std::vector<std::string> names;  ///< typed one after the other
+    std::size_t asked = 0;           ///< of these
+    TruncationAnswer truncation;
+    std::vector<std::string> texts, skipped, proposals;
 };
 
 /// A user who ends the work at that chunk, counted from 1.
