@@ -69,12 +69,10 @@ TEST_F(OpenedVolume, MayOnlyBeReadForWhatItsHeadersTell) {
     } cases[] = {
         {"HFS, locked by software", hfs_, {{kMdb + 10, 2, 0x8100}}, kLocked},
         {"HFS, locked by hardware", hfs_, {{kMdb + 10, 2, 0x0180}}, kLocked},
-        {"HFS, sound", hfs_, {}, 0},
         {"HFS, not unmounted", hfs_, {{kMdb + 10, 2, 0}}, 0},
         {"not unmounted", plus_, {{kHeader + 4, 4, 0}}, kNotUnmounted},
         {"inconsistent", plus_, {{kHeader + 4, 4, 0x0900}}, kNotUnmounted},
         {"both locks", plus_, {{kHeader + 4, 4, 0x8180}}, kLocked},
-        {"a high bit is no lock", plus_, {{kHeader + 4, 4, 0x80000100}}, 0},
         {"index keys of one length", plus_, {{shape, 4, 2}}, kUnknownTree},
         {"short keys", plus_, {{shape, 4, 4}}, kUnknownTree},
         {"short keys of extents", plus_, {{kPlusExtents + 52, 4, 0}}, kUnknownTree},
@@ -82,7 +80,6 @@ TEST_F(OpenedVolume, MayOnlyBeReadForWhatItsHeadersTell) {
         {"HFSX, binary names", plus_, {isHfsx, {compare, 1, 0xBC}}, kBinaryNames},
         {"HFSX, unknown order", plus_, {isHfsx, {compare, 1, 0}}, kUnknownTree},
         {"HFSX, case folded", plus_, {isHfsx}, 0},
-        {"bare", bareHfs_, {}, kBare},
         {"bare and locked", bareHfs_, {{1024 + 10, 2, 0x8100}}, kBare | kLocked},
     };
     for (const auto& c : cases) {
@@ -102,6 +99,8 @@ TEST_F(OpenedVolume, MayOnlyBeReadForWhatItsHeadersTell) {
 
 TEST_F(OpenedVolume, JournalsThatMayHoldChangesKeepItFromBeingChanged) {
     constexpr std::uint64_t kMagic = 0x4A4E4C78;
+    constexpr std::size_t kInfo = kPlusAt + 600 * 2048;
+    constexpr std::size_t kStart = kPlusAt + 700 * 2048;
     const struct {
         const char* what;
         std::uint64_t infoBlock, flags, offset, magic, end;
@@ -113,29 +112,25 @@ TEST_F(OpenedVolume, JournalsThatMayHoldChangesKeepItFromBeingChanged) {
         {"on another device", 600, 2, 700 * 2048, kMagic, 512, kJournal},
         {"no information block", 0, 1, 700 * 2048, kMagic, 512, kJournal},
         {"information behind the volume", 1024, 1, 700 * 2048, kMagic, 512, kJournal},
-        {"behind the volume", 600, 1, 1024 * 2048, kMagic, 512, kJournal},
         {"far behind the volume", 600, 1, ~std::uint64_t{511}, kMagic, 512, kJournal},
         {"between sectors", 600, 1, 700 * 2048 + 1, kMagic, 512, kJournal},
         {"no journal there", 600, 1, 700 * 2048, 0, 512, kJournal},
     };
-    for (const auto& c : cases)
-        for (const bool isLittle : {false, true}) {
-            const std::size_t info = kPlusAt + 600 * 2048;
-            const std::size_t journal = kPlusAt + 700 * 2048;
-            Bytes disk = WithFields(plus_, {{kHeader + 4, 4, 0x2100},
-                                            {kHeader + 12, 4, c.infoBlock},
-                                            {info, 4, c.flags},
-                                            {info + 36, 8, c.offset},
-                                            {journal, 4, c.magic},
-                                            {journal + 4, 4, 0x12345678},
-                                            {journal + 8, 8, 512},
-                                            {journal + 16, 8, c.end}});
-            // Its own fields are in the order of the machine that wrote it.
-            for (const auto& [at, width] : {std::pair{0, 4}, {4, 4}, {8, 8}, {16, 8}})
-                if (isLittle)
-                    std::reverse(disk.begin() + journal + at, disk.begin() + journal + at + width);
-            expectReasons(disk, c.reasons, c.what);
-        }
+    for (const auto& c : cases) {
+        const Fields journal = {{kStart, 4, c.magic},
+                                {kStart + 4, 4, 0x12345678},
+                                {kStart + 8, 8, 512},
+                                {kStart + 16, 8, c.end}};
+        Bytes disk = WithFields(WithFields(plus_, journal), {{kHeader + 4, 4, 0x2100},
+                                                             {kHeader + 12, 4, c.infoBlock},
+                                                             {kInfo, 4, c.flags},
+                                                             {kInfo + 36, 8, c.offset}});
+        expectReasons(disk, c.reasons, c.what);
+        // Its own fields are in the order of the machine that wrote it.
+        for (const Field& field : journal)
+            std::reverse(disk.begin() + field.offset, disk.begin() + field.offset + field.width);
+        expectReasons(disk, c.reasons, c.what);
+    }
 }
 
 // A wrong end would put the second header into a file, or onto something that is not the volume's.
@@ -149,26 +144,6 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     PutText(bare, bare.size() - 1024, "BD");
     ASSERT_TRUE(open(bare));
     EXPECT_EQ(volume_.partitionSectors, kHfsSectors + 17) << "where the second header stands";
-
-    // Behind one that is empty, in either kind of table.
-    Bytes booted(100 * 512);
-    PutBootEntry(booted, 0, 0xAF, 10, 40);
-    PutBootEntry(booted, 1, 0xAF, 100, kPlusSectors);
-    booted.insert(booted.end(), barePlus_.begin(), barePlus_.end());
-    ASSERT_TRUE(open(booted));
-    EXPECT_EQ(volume_.partitionStart.number(), 100u);
-    for (const Bytes& type : {kForeignGuidBytes, kHfsGuidBytes}) {
-        Bytes disk(100 * 512);
-        PutBootEntry(disk, 0, 0xEE, 1, 199);
-        PutGptHeader(disk, 2, 4);
-        PutGptEntry(disk, 1024, type, 100, 100 + kHfsSectors - 1, u"V");
-        PutGptEntry(disk, 1152, kHfsGuidBytes, 100 + kHfsSectors, 100 + 2 * kHfsSectors, u"W");
-        disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
-        disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
-        ASSERT_TRUE(open(disk));
-        EXPECT_EQ(volume_.partitionStart.number(), 100u) << "the first, whatever its type";
-        EXPECT_EQ(volume_.partitionSectors, kHfsSectors) << "the last sector included";
-    }
 
     for (const std::size_t sector : {18u, 20u}) {
         expectReasons(Wrapped(barePlus_, sector), kBare, "only the wrapper is locked");
@@ -196,14 +171,11 @@ TEST_F(OpenedVolume, HasAHeaderThatCanBe) {
         {"no first catalog extent", hfs_, {{kMdb + 152, 2, 0}}},
         {"catalog outside", hfs_, {{kMdb + 150, 2, 4000}}},
         {"a cache size in place of the wrapper's sign", hfs_, {{kMdb + 124, 2, 9}}},
-        {"block size 0", plus_, {{kHeader + 40, 4, 0}}},
         {"block size 768", plus_, {{kHeader + 40, 4, 768}}},
         {"block size 2^31", plus_, {{kHeader + 40, 4, 0x80000000}}},
         {"no blocks", plus_, {{kHeader + 44, 4, 0}}},
         {"system files outside", plus_, {{kHeader + 44, 4, 200}}},
-        {"catalog node size 0", plus_, {{kPlusCatalog + 32, 2, 0}}},
         {"catalog node size 1536", plus_, {{kPlusCatalog + 32, 2, 1536}}},
-        {"extents node size 513", plus_, {{kPlusExtents + 32, 2, 513}}},
         {"a disk image that has to be expanded", packed, {}},
         {"Null length", {}, {}},
         {"zeros", Bytes(100'000), {}},
@@ -235,13 +207,10 @@ TEST_F(OpenedVolume, IsCutShortWithItsImage) {
         bool opens, isCut;
     } cases[] = {{hfs_, 2, false, false},
                  {hfs_, 3, false, true},
-                 {hfs_, 98, false, true},
                  {hfs_, 96 + 19 + 256, false, true},
                  {hfs_, 96 + 19 + 257, true, true},
                  {hfs_, 96 + kHfsSectors - 2, true, true},
                  {hfs_, 96 + kHfsSectors - 1, true, false},  // the very last is none of its own
-                 {plus_, 64 + 34 * 4 + 7, false, true},
-                 {plus_, 64 + 34 * 4 + 8, true, true},
                  {plus_, 64 + kPlusSectors - 1, true, true},
                  {plus_, 64 + kPlusSectors, true, false}};
     for (const auto& c : cases) {
@@ -255,30 +224,23 @@ TEST_F(OpenedVolume, IsCutShortWithItsImage) {
 TEST_F(OpenedVolume, IsTheOneOfTheNumber) {
     Bytes disk(100 * 512);
     PutDescriptor(disk, 512, 300);
-    PutMapEntry(disk, 512, "Apple", "Apple_partition_map", 1, 9, 9);
-    PutMapEntry(disk, 1024, "empty", "Apple_HFS", 20, 40, 9);
-    PutMapEntry(disk, 1536, "a", "Apple_HFS", 100, kHfsSectors, 9);
-    PutMapEntry(disk, 2048, "b", "Apple_HFS", 100 + kHfsSectors, kHfsSectors, 9);
-    disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
-    disk.insert(disk.end(), bareHfs_.begin(), bareHfs_.end());
+    PutMapEntry(disk, 512, "empty", "Apple_HFS", 20, 40, 3);
+    PutMapEntry(disk, 1024, "a", "Apple_HFS", 100, kHfsSectors, 3);
+    PutMapEntry(disk, 1536, "b", "Apple_HFS", 100 + kHfsSectors, kHfsSectors, 3);
+    disk = disk + bareHfs_ + bareHfs_;
     const struct {
-        const Bytes& disk;
         std::optional<unsigned> number;
         std::uint64_t start;
         const char* problem;
-    } cases[] = {{disk, {}, 100, ""},
-                 {disk, 2, 100, ""},
-                 {disk, 3, 100 + kHfsSectors, ""},
-                 {disk, 1, 0, "disk: Partition 1 holds no volume"},
-                 {disk, 0, 0, "no partition 0; there are: [1] empty (Type MacOS, size 0 MB), [2] "},
-                 {disk, 4, 0, "[3] Small (Type MacOS, size 2 MB)."},
-                 {bareHfs_, 1, 0, "not divided"}};
+    } cases[] = {{{}, 100, ""},
+                 {3, 100 + kHfsSectors, ""},
+                 {1, 0, "disk: Partition 1 holds no volume"},
+                 {0, 0, "no partition 0; there are: [1] empty (Type MacOS, size 0 MB), [2] "},
+                 {4, 0, "[3] Small (Type MacOS, size 2 MB)."}};
     for (const auto& c : cases) {
-        ASSERT_EQ(open(c.disk, {.path = {}, .partition = c.number}), c.start != 0) << c.problem;
+        ASSERT_EQ(open(disk, {.path = {}, .partition = c.number}), c.start != 0) << c.problem;
         EXPECT_TRUE(c.start == 0 || volume_.partitionStart.number() == c.start);
-        ASSERT_EQ(messages_.texts.size(), c.start == 0 ? 1u : 0u);
-        EXPECT_TRUE(c.start != 0 || messages_.texts[0].find(c.problem) != std::string::npos)
-            << messages_.texts[0];
+        EXPECT_TRUE(c.start != 0 || messages_.texts.at(0).find(c.problem) != std::string::npos);
     }
 }
 

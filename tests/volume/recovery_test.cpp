@@ -18,41 +18,35 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
     ASSERT_TRUE(testing::MakeVolume(path, {"", false, 512, 2000, 40}));
     testing::TestVolume volume;
     ASSERT_TRUE(volume.open(path));
-    Bytes headers = testing::BytesAt(path, 0, 5 * kSectorBytes);
+    Bytes headers = testing::BytesAt(path, 0, 5 * 512);
     // Nor the bitmap of the bad blocks, which follow the trees of 8 and 40 nodes.
-    headers[3 * kSectorBytes + 48 / 8] = 0;
-    for (int i = 0; i < 9; ++i)
-        ASSERT_EQ(volume.put("old " + std::to_string(i), Bytes(3000, 1), Bytes(3000, 1)),
-                  StoreResult::Done);
-    std::uint32_t folderId = 0;
-    ASSERT_EQ(CreateFolder(volume, "folder", kRootFolderId, testing::kClock, folderId),
-              TreeResult::Done);
-    ASSERT_EQ(volume.flush(), TreeResult::Done);
-    // The last one a header that is behind by one item alone.
-    for (const bool isCatchingUp : {false, true}) {
-        MasterDirectoryBlock mdb;
-        std::memcpy(&mdb, headers.data() + 2 * kSectorBytes, sizeof mdb);
-        mdb.attributes = static_cast<std::uint16_t>(mdb.attributes & ~kVolumeUnmounted);
-        mdb.freeBlocks = static_cast<std::uint16_t>(mdb.freeBlocks + 2);
-        mdb.fileCount = mdb.rootFileCount = 9;
-        mdb.folderCount = mdb.rootFolderCount = 1;
-        if (isCatchingUp)
-            mdb.nextCatalogId = folderId;
-        const auto bytes = AsBytes(mdb);
-        std::copy(bytes.begin(), bytes.end(), headers.begin() + 2 * kSectorBytes);
+    headers[3 * 512 + 48 / 8] = 0;
+    const auto putNine = [&](const std::string& name, std::uint8_t byte) {
+        for (char digit = '1'; digit <= '9'; ++digit)
+            ASSERT_EQ(volume.put(name + digit, Bytes(3000, byte), Bytes(3000, byte)),
+                      StoreResult::Done);
+        ASSERT_EQ(volume.flush(), TreeResult::Done);
+    };
+    const std::uint64_t free = volume->freeBlocks() + 2;
+    putNine("old", 1);
+    const std::uint64_t nextId = volume->mdb.nextCatalogId;
+    // Not unmounted, and a wrong number of free blocks; then a header behind by one item alone.
+    constexpr std::size_t kMdb = 2 * 512;
+    headers = testing::WithFields(
+        headers, {{kMdb + 10, 2, 0}, {kMdb + 12, 2, 9}, {kMdb + 34, 2, free}, {kMdb + 84, 4, 9}});
+    for (const bool isNearlyRight : {false, true}) {
+        if (isNearlyRight)
+            headers = testing::WithFields(headers, {{kMdb + 30, 4, nextId - 1}});
         testing::WriteAt(path, 0, headers);
         ASSERT_TRUE(volume.open(path));
-        EXPECT_EQ(volume->mdb.nextCatalogId, folderId + 1);
+        EXPECT_EQ(volume->mdb.nextCatalogId, nextId);
     }
-    for (int i = 0; i < 9; ++i)
-        ASSERT_EQ(volume.put("new " + std::to_string(i), Bytes(3000, 2), Bytes(3000, 2)),
-                  StoreResult::Done);
-    ASSERT_EQ(volume.flush(), TreeResult::Done);
+    putNine("new", 2);
     ASSERT_TRUE(volume.open(path));
     EXPECT_EQ(testing::FaultOfBlocks(volume), "");
-    for (int i = 0; i < 9; ++i) {
-        EXPECT_EQ(volume.contents("old " + std::to_string(i), i % 2 == 0), Bytes(3000, 1));
-        EXPECT_EQ(volume.contents("new " + std::to_string(i), i % 2 == 0), Bytes(3000, 2));
+    for (char digit = '1'; digit <= '9'; ++digit) {
+        EXPECT_EQ(volume.contents(std::string("old") + digit), Bytes(3000, 1));
+        EXPECT_EQ(volume.contents(std::string("new") + digit, true), Bytes(3000, 2));
     }
 }
 

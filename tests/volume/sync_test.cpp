@@ -15,13 +15,12 @@ namespace {
 
 std::vector<std::string> gCalls;
 
-void Note(const std::string& call, const std::filesystem::path& path) {
-    gCalls.push_back(call + " " + path.filename().string());
-}
-
-void Note(const std::string& call, int descriptor) {
+// An empty name stands for that of the open file.
+void Note(const std::string& call, std::filesystem::path path, int descriptor = -1) {
     std::error_code error;
-    Note(call, std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error));
+    if (path.empty())
+        path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error);
+    gCalls.push_back(call + " " + path.filename().string());
 }
 
 }  // namespace
@@ -29,11 +28,11 @@ void Note(const std::string& call, int descriptor) {
 // In place of those of the C library, for this program.
 extern "C" {
 int fsync(int descriptor) {
-    Note("sync", descriptor);
+    Note("sync", {}, descriptor);
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
 }
 ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off64_t offset) {
-    Note("write", descriptor);
+    Note("write", {}, descriptor);
     return ::syscall(SYS_pwrite64, descriptor, bytes, count, offset);
 }
 int unlink(const char* path) noexcept {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
-#include <set>
 #include <string>
 
 namespace vellmark::testing {
@@ -46,45 +46,37 @@ TreeEntry ExtentsRecord(const TreeKind& kind, std::mt19937& random, std::uint32_
     return {{file, fork, start}, {key, RandomBytes(random, kind.isHfsPlus ? 64 : 12)}};
 }
 
-std::uint32_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
-    std::uint32_t value = 0;
+std::uint64_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
+    std::uint64_t value = 0;
     for (std::size_t i = 0; i < width; ++i)
         value = value << 8 | bytes.at(at + i);
     return value;
 }
 
-struct RawNode {
-    std::uint32_t forward, backward, kind, height;
+// The leaves from left to right by their own links: their records.
+std::vector<Bytes> RecordsOfLeaves(TreeCursor& tree) {
     std::vector<Bytes> records;
-};
-
-RawNode Load(TreeCursor& tree, std::uint32_t number) {
-    Bytes bytes(tree.nodeSize);
-    EXPECT_TRUE(tree.store->read(number, bytes));
-    RawNode node{Number(bytes, 0, 4), Number(bytes, 4, 4), bytes[8], bytes[9], {}};
-    const std::size_t count = Number(bytes, 10, 2);
-    const auto offset = [&](std::size_t i) { return Number(bytes, bytes.size() - 2 * (i + 1), 2); };
-    for (std::size_t i = 0; i < count; ++i)
-        node.records.emplace_back(bytes.data() + offset(i), bytes.data() + offset(i + 1));
-    EXPECT_EQ(offset(0), 14u);
-    EXPECT_TRUE(std::all_of(bytes.data() + offset(count),
-                            bytes.data() + bytes.size() - 2 * count - 2,
-                            [](std::uint8_t byte) { return byte == 0; }))
-        << "free space";
-    return node;
-}
-
-// The index record that leads to a node with that first record. HFS forces its key to one length;
-// the length of its name stays.
-Bytes IndexRecord(const TreeKind& kind, Bytes record, std::uint32_t child) {
-    record.resize(kind.isHfsPlus ? 2 + Number(record, 0, 2) : 1u + record[0]);
-    if (!kind.isHfsPlus) {
-        record[0] = kind.isCatalog ? 37 : 7;
-        record.resize(record[0] + 1u);
+    std::uint32_t before = 0;
+    for (auto number = static_cast<std::uint32_t>(Number(tree.headerNode, 24, 4)); number != 0;) {
+        Bytes node(tree.nodeSize);
+        EXPECT_TRUE(tree.store->read(number, node));
+        EXPECT_EQ(Number(node, 4, 6), std::uint64_t{before} << 16 | 0xFF01) << "link, kind, height";
+        const auto offset = [&](std::size_t i) {
+            return Number(node, node.size() - 2 * (i + 1), 2);
+        };
+        const std::size_t count = Number(node, 10, 2);
+        for (std::size_t i = 0; i < count; ++i)
+            records.emplace_back(node.data() + offset(i), node.data() + offset(i + 1));
+        EXPECT_EQ(offset(0), 14u);
+        EXPECT_TRUE(std::all_of(node.data() + offset(count),
+                                node.data() + node.size() - 2 * count - 2,
+                                [](std::uint8_t byte) { return byte == 0; }))
+            << "free space";
+        before = number;
+        number = static_cast<std::uint32_t>(Number(node, 0, 4));
     }
-    for (int shift = 24; shift >= 0; shift -= 8)
-        record.push_back(static_cast<std::uint8_t>(child >> shift));
-    return record;
+    EXPECT_EQ(Number(tree.headerNode, 28, 4), before) << "last leaf";
+    return records;
 }
 
 Bytes LeafRecord(const TestRecord& record) {
@@ -93,47 +85,6 @@ Bytes LeafRecord(const TestRecord& record) {
     bytes.insert(bytes.end(), record.data.begin(), record.data.end());
     bytes.resize(bytes.size() + bytes.size() % 2);
     return bytes;
-}
-
-// Checks the nodes of a level, to which `entries` of the level above lead; its own records.
-std::vector<Bytes> CheckLevel(TreeCursor& tree, const TreeKind& kind, std::uint32_t height,
-                              const std::vector<std::uint32_t>& numbers,
-                              const std::vector<Bytes>& entries) {
-    std::vector<Bytes> records;
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        SCOPED_TRACE(::testing::Message() << "node " << numbers[i] << " at height " << height);
-        const RawNode node = Load(tree, numbers[i]);
-        EXPECT_EQ(node.kind, height == 1 ? 255u : 0u);
-        EXPECT_EQ(node.height, height);
-        EXPECT_EQ(node.backward, i > 0 ? numbers[i - 1] : 0u);
-        EXPECT_EQ(node.forward, i + 1 < numbers.size() ? numbers[i + 1] : 0u);
-        EXPECT_FALSE(node.records.empty());
-        if (!entries.empty() && !node.records.empty()) {
-            EXPECT_EQ(entries[i], IndexRecord(kind, node.records[0], numbers[i]));
-        }
-        records.insert(records.end(), node.records.begin(), node.records.end());
-    }
-    return records;
-}
-
-void CheckMap(TreeCursor& tree, std::set<std::uint32_t> used) {
-    used.insert(0);
-    for (std::uint32_t number = Number(tree.headerNode, 0, 4); number != 0;) {
-        ASSERT_TRUE(used.insert(number).second) << "map node " << number;
-        const RawNode node = Load(tree, number);
-        EXPECT_EQ(node.kind, 2u);
-        EXPECT_EQ(node.height, 0u);
-        ASSERT_EQ(node.records.size(), 1u);
-        EXPECT_EQ(node.records[0].size(), tree.nodeSize - 20);
-        number = node.forward;
-    }
-    const std::uint32_t total = Number(tree.headerNode, 36, 4);
-    EXPECT_EQ(Number(tree.headerNode, 40, 4), total - used.size()) << "free nodes";
-    EXPECT_GE(8 * tree.nodeBitmap.size(), total);
-    for (std::uint32_t number = 0; number < 8 * tree.nodeBitmap.size(); ++number) {
-        const bool marked = (tree.nodeBitmap[number / 8] << (number % 8) & 0x80) != 0;
-        ASSERT_EQ(marked, used.count(number) != 0) << "bit of node " << number;
-    }
 }
 
 }  // namespace
@@ -151,13 +102,6 @@ TreeEntry RandomRecord(const TreeKind& kind, std::mt19937& random) {
     return CatalogRecord(kind, random, parent, Below(random, longest + 1));
 }
 
-TreeModel RandomModel(const TreeKind& kind, std::mt19937& random, std::size_t count) {
-    TreeModel model = {FirstRecord(kind)};
-    while (model.size() < count)
-        model.insert(RandomRecord(kind, random));
-    return model;
-}
-
 std::vector<Bytes> AllNodes(TreeCursor& tree) {
     std::vector<Bytes> nodes = {tree.headerNode, tree.nodeBitmap};
     for (std::uint32_t number = 0; number < tree.header().totalNodes; ++number) {
@@ -167,30 +111,20 @@ std::vector<Bytes> AllNodes(TreeCursor& tree) {
     return nodes;
 }
 
-void ExpectSoundTree(TreeCursor& tree, const TreeKind& kind, const TreeModel& model) {
-    const Bytes& header = tree.headerNode;
-    std::set<std::uint32_t> used;
-    std::vector<Bytes> records;
-    for (std::uint32_t height = Number(header, 14, 2); height > 0; --height) {
-        std::vector<std::uint32_t> numbers;
-        for (const Bytes& entry : records)
-            numbers.push_back(Number(entry, entry.size() - 4, 4));
-        if (records.empty())
-            numbers.push_back(Number(header, 16, 4));
-        for (const std::uint32_t number : numbers)
-            ASSERT_TRUE(used.insert(number).second) << "node " << number << " is reached twice";
-        if (height == 1) {
-            EXPECT_EQ(Number(header, 24, 4), numbers.front()) << "first leaf";
-            EXPECT_EQ(Number(header, 28, 4), numbers.back()) << "last leaf";
-        }
-        records = CheckLevel(tree, kind, height, numbers, records);
-    }
-    EXPECT_EQ(Number(header, 20, 4), model.size()) << "leaf records";
+void ExpectSoundTree(TreeCursor& tree, const TreeModel& model) {
+    EXPECT_EQ(Number(tree.headerNode, 20, 4), model.size()) << "leaf records";
+    const std::vector<Bytes> records = RecordsOfLeaves(tree);
     ASSERT_EQ(records.size(), model.size());
     std::size_t i = 0;
-    for (const auto& [order, record] : model)
-        ASSERT_EQ(records[i++], LeafRecord(record)) << "record " << i;
-    CheckMap(tree, std::move(used));
+    for (const auto& [order, record] : model) {
+        bool found = false;
+        ASSERT_EQ(FindKey(tree, record.key, found), TreeResult::Done);
+        ASSERT_TRUE(found && records[i++] == LeafRecord(record)) << "record " << i;
+    }
+    std::uint64_t free = Number(tree.headerNode, 36, 4);
+    for (const std::uint8_t byte : tree.nodeBitmap)
+        free -= static_cast<std::uint64_t>(std::popcount(byte));
+    EXPECT_EQ(Number(tree.headerNode, 40, 4), free) << "free nodes";
 }
 
 }  // namespace vellmark::testing

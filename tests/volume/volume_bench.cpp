@@ -30,10 +30,10 @@ CatalogName NameOf(const VolumeContext& volume, std::string_view shown) {
     return NameFromShown(volume, shown).value_or(CatalogName{});
 }
 
-bool TestVolume::open(const std::string& path, bool writable) {
+bool TestVolume::open(const std::string& path) {
     KeptMessages messages;
     writable_.reset();
-    if (!OpenVolume(context_, {path, writable}, messages))
+    if (!OpenVolume(context_, {path, true}, messages))
         return false;
     auto loaded = WritableVolume::Load(context_);
     if (loaded)
@@ -141,7 +141,14 @@ Bytes ReadFork(VolumeContext& volume, const CatalogItem& item, bool resource) {
         return {};
     const std::uint64_t size = resource ? item.resource.sizeBytes : item.data.sizeBytes;
     Bytes bytes(size);
-    bytes.resize(ForkSource(volume, std::move(runs), size).readAt(0, bytes));
+    ForkSource fork(volume, std::move(runs), size);
+    // Pieces that begin and end anywhere in a block and across runs.
+    constexpr std::size_t kPiece = 9'001;
+    std::size_t read = 0;
+    for (std::size_t at = 0; at < bytes.size() && read == at; at += kPiece)
+        read += fork.readAt(at, std::span(bytes).subspan(at, std::min(kPiece, bytes.size() - at)));
+    bytes.resize(read);
+    EXPECT_EQ(fork.readAt(size, bytes), 0u) << "behind its end";
     return bytes;
 }
 

@@ -92,7 +92,7 @@ inline std::string FormatName(const ::testing::TestParamInfo<bool>& isHfsPlus) {
 class TestVolume {
   public:
     /// What was not flushed before is forgotten. False when it can only be read, or not even that.
-    [[nodiscard]] bool open(const std::string& path, bool writable = true);
+    [[nodiscard]] bool open(const std::string& path);
     [[nodiscard]] TreeResult flush(const Clock& clock = kClock) { return writable_->flush(clock); }
 
     /// Puts a file into the root folder, in place of one that is there.

@@ -4,13 +4,11 @@
 
 #include <algorithm>
 
-#include "IO/iso_image.hpp"
 #include "IO/redo_log.hpp"
 #include "volume/bad_blocks.hpp"
 #include "volume/block_bitmap.hpp"
 #include "volume/catalog_insert.hpp"
 #include "volume/overflow_extents.hpp"
-#include "volume/pc_side.hpp"
 #include "volume/tree_bench.hpp"
 #include "volume/volume_headers.hpp"
 
@@ -45,7 +43,7 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
     params.allocationStart = static_cast<std::uint16_t>(3 + (shape.totalBlocks + 4095) / 4096);
     const std::vector<BlockRun> headers = BlocksOfHeaders(shape);
     const std::uint32_t nodeSize = NewNodeSize(shape.isHfsPlus);
-    std::uint32_t next = shape.hasPcSide ? BlocksOf(shape, kPcTableEnd) : headers[0].blockCount;
+    std::uint32_t next = headers[0].blockCount;
     const auto file = [&](std::uint32_t blocks) {
         next += blocks;
         return SystemFile{next - blocks, blocks};
@@ -58,19 +56,6 @@ VolumeParams ParamsOf(const VolumeShape& shape) {
     params.nextAllocation = next + kBadBlocks;
     params.freeBlocks = shape.totalBlocks - params.nextAllocation - headers[1].blockCount;
     return params;
-}
-
-Bytes BitmapOf(const VolumeShape& shape, const VolumeParams& params) {
-    Bytes bitmap = UsedBlocks(params.nextAllocation, (shape.totalBlocks + 4095) / 4096);
-    const std::vector<BlockRun> headers = BlocksOfHeaders(shape);
-    for (std::uint32_t block = headers[1].startBlock; block < shape.totalBlocks; ++block)
-        MarkUsed(bitmap, block);
-    // Nothing tells but the tree of the PC side itself that its blocks are in use.
-    const std::uint32_t firstFile =
-        (shape.isHfsPlus ? params.allocationFile : params.extentsFile).startBlock;
-    for (std::uint32_t block = headers[0].blockCount; block < firstFile; ++block)
-        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] & ~(0x80 >> block % 8));
-    return bitmap;
 }
 
 bool WriteCatalog(ByteSink& image, std::uint64_t offset, const VolumeShape& shape) {
@@ -103,34 +88,24 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
         return first + std::uint64_t{file.startBlock} * shape.blockSize;
     };
     PcFile image(path, PcFile::Mode::CreateTruncate);
+    Bytes bitmap = UsedBlocks(params.nextAllocation, (shape.totalBlocks + 4095) / 4096);
+    for (std::uint32_t block = params.nextAllocation + params.freeBlocks; block < shape.totalBlocks;
+         ++block)
+        MarkUsed(bitmap, block);
     const auto writeHeaders = [&](const auto& header) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
-    return image.setSize(bytes) && (!shape.hasPcSide || WritePcTable(image, {})) &&
+    return image.setSize(bytes) &&
            (shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
                             : writeHeaders(BuildMasterDirectoryBlock(params))) &&
-           image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512,
-                         BitmapOf(shape, params)) &&
+           image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) &&
            WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,
                             params.extentsFile.blockCount * shape.blockSize,
                             {{params.nextAllocation - kBadBlocks, kBadBlocks}}) &&
            WriteCatalog(image, at(params.catalogFile), shape);
 }
 
-bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files) {
-    Bytes table(kPcTableEnd - kPcTableStart);
-    PutDescriptorOfTree(table, 0, 1, 18, "PC");
-    table[2048] = 255;
-    PutText(table, 2049, "CD001\1");
-    DiscFolder root(table, 2 * 2048, 18, 18);
-    for (const auto& [sector, bytes] : files)
-        root.add(fmt::format("F{}.;1", sector), 0, sector,
-                 static_cast<std::uint32_t>(bytes.size()));
-    return image.writeAt(kPcTableStart, table);
-}
-
 std::vector<Bytes> StateOf(WritableVolume& volume) {
-    (void)GivePcSideAnOwner(volume);
     MasterDirectoryBlock hfsHeader = volume->mdb;
     VolumeHeader plusHeader = volume->vhb;
     AllocationState allocation = volume.allocation();
@@ -176,9 +151,6 @@ std::string FaultOfBlocks(WritableVolume& volume) {
     std::uint32_t free = 0;
     for (std::uint32_t block = 0; block < total; ++block) {
         const bool marked = IsWhollyUsed(volume.allocation().bitmap, {block, 1});
-        // What the PC side needs is in use, whether a file of the volume has it or not.
-        if (WithoutPcSide(volume, {block, 1}).empty() && uses[block] == 0)
-            ++uses[block];
         if (uses[block] > 1 || marked != (uses[block] == 1))
             return fmt::format("block {}: {} uses, {}", block, uses[block],
                                marked ? "marked" : "not marked");

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -17,19 +16,12 @@ struct VolumeShape {
     std::uint32_t blockSize;
     std::uint32_t totalBlocks;
     std::uint32_t catalogNodes;
-    bool hasPcSide = false;  ///< files of an ISO 9660 tree come to lie in it
 };
 inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
     return out << shape.name;
 }
-/// Where the ISO 9660 tree of a volume lies: descriptors from sector 16 on, then its one directory.
-inline constexpr std::uint64_t kPcTableStart = 16 * 2048;
-inline constexpr std::uint64_t kPcTableEnd = 19 * 2048;
 /// Makes the image; false when a write failed.
 [[nodiscard]] bool MakeVolume(const std::string& path, const VolumeShape& shape);
-/// Writes the tables of an ISO 9660 tree whose files begin at those sectors.
-[[nodiscard]] bool WritePcTable(PcFile& image, const std::map<std::uint32_t, Bytes>& files);
-
 /// All that an operation which fails must leave as it was: headers, bitmap, nodes and node maps.
 [[nodiscard]] std::vector<Bytes> StateOf(WritableVolume& volume);
 

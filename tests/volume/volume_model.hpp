@@ -22,28 +22,29 @@
 
 namespace vellmark::testing {
 
-/// One step of a script: everything else about it follows from its seed and the volume of the
-/// moment, so that a script stays one when steps are dropped.
-struct Step {
-    std::size_t kind = 0;  ///< a row of `VolumeModel::kKinds`
-    std::uint32_t seed = 0;
-};
-using Script = std::vector<Step>;
-
 class VolumeModel {
   public:
     VolumeModel(const std::string& path, const VolumeShape& shape) : path_(path), shape_(shape) {
         EXPECT_TRUE(MakeVolume(path, shape) && volume_.open(path));
     }
 
-    /// Carries a step out on both sides; what is wrong with its outcome, or "".
-    [[nodiscard]] std::string apply(const Step& step) {
-        std::mt19937 random(step.seed);
+    /// Changes both sides in some way; what is wrong with its outcome, or "".
+    [[nodiscard]] std::string change(std::mt19937& random) {
+        // New files and folders outweigh deletions, so that the volume is mostly nearly full.
+        static constexpr struct {
+            std::uint32_t below;
+            Outcome (VolumeModel::*carryOut)(std::mt19937& random);
+        } kOperations[] = {{10, &VolumeModel::putFile},    {12, &VolumeModel::makeFolder},
+                           {15, &VolumeModel::deleteItem}, {18, &VolumeModel::rename},
+                           {20, &VolumeModel::move},       {21, &VolumeModel::swapForks}};
+        const auto* operation = kOperations;
+        for (const std::uint32_t roll = Below(random, 21); roll >= operation->below;)
+            ++operation;
         // Looking at every node is most of the time that a step takes.
-        const bool watches = step.seed % 4 == 0;
+        const bool watches = Below(random, 4) == 0;
         const std::vector<Bytes> before = watches ? StateOf(volume_) : std::vector<Bytes>{};
         blocksWanted_ = 0;
-        const Outcome outcome = (this->*kKinds[step.kind].carryOut)(random);
+        const Outcome outcome = (this->*operation->carryOut)(random);
         if (outcome == Outcome::Wrong)
             return "wrong result";
         if (outcome == Outcome::Done)
@@ -68,10 +69,6 @@ class VolumeModel {
             return "the flush failed";
         if (!volume_.open(path_))
             return "the volume cannot be opened any more";
-        if (VolumeName(volume_) != label_)
-            return "the label is " + VolumeName(volume_);
-        if (!isPcSideWhole())
-            return "a file of the PC was changed";
         std::string fault = compareFolder(kRootFolderId);
         for (auto entry = items_.begin(); entry != items_.end() && fault.empty(); ++entry)
             if (entry->second.isFolder)
@@ -89,15 +86,6 @@ class VolumeModel {
   private:
     enum class Outcome { Done, Refused, NoRoom, Wrong };
 
-  public:
-    struct Kind {
-        const char* name;
-        std::size_t weight;  ///< how often it comes
-        Outcome (VolumeModel::*carryOut)(std::mt19937& random);
-    };
-    static const std::vector<Kind> kKinds;
-
-  private:
     struct Item {
         std::string name;
         std::uint32_t id = 0;
@@ -202,13 +190,6 @@ class VolumeModel {
                       [&] { rekey(item, to); });
     }
 
-    Outcome relabel(std::mt19937& random) {
-        const std::string label = randomName(random, 28);
-        const bool isTooLong = !shape_.isHfsPlus && label.size() > 27;
-        return follow(RenameVolume(volume_, label),
-                      isTooLong ? EditResult::BadName : EditResult::Done, [&] { label_ = label; });
-    }
-
     Outcome swapForks(std::mt19937& random) {
         const auto item = randomItem(random, true);
         if (item == items_.end())
@@ -218,45 +199,6 @@ class VolumeModel {
             return volume_->extents.header().leafRecords != 0 ? Outcome::Refused : Outcome::Wrong;
         std::swap(item->second.data, item->second.resource);
         return result == SwapResult::Done ? Outcome::Done : Outcome::Wrong;
-    }
-
-    // A disc whose PC side shows what lies at some files of the volume, and at some free places.
-    Outcome share(std::mt19937& random) {
-        if (pcFiles_.size() > 30)
-            return Outcome::Refused;
-        if (volume_.flush() != TreeResult::Done || !isPcSideWhole())
-            return Outcome::Wrong;
-        std::vector<BlockRun> places = {
-            {Below(random, volume_->totalBlocks() - 9), Below(random, 9)}};
-        std::optional<CatalogItem> item;
-        const auto entry = randomItem(random, true);
-        if (entry != items_.end() && FindNamed(volume_, entry->first.first, nameOf(*entry), kClock,
-                                               item) == TreeResult::Done)
-            places.insert(places.end(), item->data.runs.begin(), item->data.runs.end());
-        const std::uint64_t first = volume_->blocksStart.byte();
-        PcFile image(path_, PcFile::Mode::ReadWrite);
-        for (const BlockRun& run : places) {
-            // Files of the PC begin with its sectors, and none lies where the trees do.
-            const std::uint64_t from = BlockToSector(volume_, {run.startBlock}).number() / 4 * 2048;
-            Bytes file(std::uint64_t{run.blockCount} * volume_->blockSize);
-            const std::uint64_t end = (from + file.size() - first) / volume_->blockSize;
-            bool isFree = from >= std::max(first, kPcTableEnd) && !file.empty() &&
-                          end + 8 < volume_->totalBlocks();
-            for (const auto* nodes : {volume_->catalogNodes.get(), volume_->extentsNodes.get()})
-                for (const BlockRun& tree : nodes->runs())
-                    isFree =
-                        isFree && (tree.startBlock > end || (from - first) / volume_->blockSize >=
-                                                                tree.startBlock + tree.blockCount);
-            if (isFree && image.readExactly(from, file))
-                pcFiles_.try_emplace(static_cast<std::uint32_t>(from / 2048), file);
-        }
-        return WritePcTable(image, pcFiles_) && volume_.open(path_) ? Outcome::Done
-                                                                    : Outcome::Wrong;
-    }
-    [[nodiscard]] bool isPcSideWhole() const {
-        return std::all_of(pcFiles_.begin(), pcFiles_.end(), [&](const auto& file) {
-            return BytesAt(path_, file.first * 2048ull, file.second.size()) == file.second;
-        });
     }
 
     /// Judges what an operation came to, and does the same to the map when it was done.
@@ -282,9 +224,9 @@ class VolumeModel {
             c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
         return name;
     }
-    std::string randomName(std::mt19937& random, std::size_t mostOfHfs = 31) const {
+    std::string randomName(std::mt19937& random) const {
         constexpr std::string_view kLetters = "abcABCxyzXYZ0123456789";
-        const std::size_t most = shape_.isHfsPlus ? 255 : mostOfHfs;
+        const std::size_t most = shape_.isHfsPlus ? 255 : 31;
         const std::size_t length = 1 + Below(random, Below(random, 2) == 0 ? 2 : most);
         std::string name;
         while (name.size() < length)
@@ -363,21 +305,11 @@ class VolumeModel {
 
     std::string path_;
     VolumeShape shape_;
-    std::map<std::uint32_t, Bytes> pcFiles_;  ///< of the ISO 9660 tree, by first sector
     TestVolume volume_;
-    std::string label_ = "model";
     Items items_;
     int refusals_ = 0;
     std::uint32_t overflow_ = 0;      ///< records of the extents tree, at most
     std::uint32_t blocksWanted_ = 0;  ///< by the step under way
 };
-
-// New files and folders outweigh deletions, so that the volume is mostly nearly full. The last
-// kind comes on hybrid discs alone.
-inline const std::vector<VolumeModel::Kind> VolumeModel::kKinds = {
-    {"folder", 2, &VolumeModel::makeFolder}, {"file", 10, &VolumeModel::putFile},
-    {"delete", 3, &VolumeModel::deleteItem}, {"rename", 3, &VolumeModel::rename},
-    {"move", 2, &VolumeModel::move},         {"relabel", 1, &VolumeModel::relabel},
-    {"swap", 1, &VolumeModel::swapForks},    {"share", 0, &VolumeModel::share}};
 
 }  // namespace vellmark::testing
