@@ -31,11 +31,9 @@ TEST_P(ShortNames, AreCutAndMadeUnique) {
     messages_.confirms = false;
     const std::string stem(limit() - 1, 'x');
     EXPECT_EQ(import(stem + "y"), stem + "y") << "just fits";
-    EXPECT_EQ(import(stem + " tail"), stem) << "blanks at the end go";
     const std::string name = stem + "yz.txt";
     const std::string cut = stem.substr(3) + ".txt";
     EXPECT_EQ(import(name), cut) << "the extension stays";
-    EXPECT_EQ(messages_.texts.size(), 0u);
     take(cut);
     EXPECT_EQ(import(name), cut) << "no keeps it";
     EXPECT_EQ(messages_.texts.size(), 1u) << "which was asked";

@@ -79,17 +79,12 @@ TEST(Formatter, EverySizeHasItsFields) {
         for (const int date : {c.isHfsPlus ? 16 : 2, c.isHfsPlus ? 20 : 6})
             EXPECT_EQ(big(header + date, 4), now);
         testing::ExpectReadersFindNoFault(path);
-    }
-}
-
-TEST(Formatter, TheSameInputGivesTheSameBytesWithAndWithoutHoles) {
-    const TemporaryFolder folder;
-    for (FormatInput input : {InputOf(false, 3), InputOf(true, 3)}) {
-        const std::string path = testing::FormatImage(folder, input);
-        const testing::Bytes first = BytesAt(path, 0, FormattedBytes(input));
-        input.zeroAll = true;
-        ASSERT_EQ(testing::FormatImage(folder, input), path);
-        EXPECT_TRUE(BytesAt(path, 0, first.size()) == first);
+        if (c.megabytes == 1) {
+            const testing::Bytes withHoles = BytesAt(path, 0, bytes);
+            input.zeroAll = true;
+            ASSERT_EQ(testing::FormatImage(folder, input), path);
+            EXPECT_TRUE(BytesAt(path, 0, bytes) == withHoles);
+        }
     }
 }
 

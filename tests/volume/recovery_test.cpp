@@ -37,7 +37,7 @@ TEST(Recovery, ABitmapBehindTheCatalogCostsNoFile) {
     for (const bool isNearlyRight : {false, true}) {
         if (isNearlyRight)
             headers = testing::WithFields(headers, {{kMdb + 30, 4, nextId - 1}});
-        testing::WriteAt(path, 0, headers);
+        ASSERT_TRUE(PcFile(path, PcFile::Mode::ReadWrite).writeAt(0, headers));
         ASSERT_TRUE(volume.open(path));
         EXPECT_EQ(volume->mdb.nextCatalogId, nextId);
     }

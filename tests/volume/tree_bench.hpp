@@ -56,9 +56,9 @@ using TreeEntry = std::pair<KeyOrder, TestRecord>;
 /// The bytes of nodes 1 and up and of node 0 in memory.
 [[nodiscard]] std::vector<Bytes> AllNodes(TreeCursor& tree);
 
-/// Walks the leaves and holds them against the model: links, zeros in free space, the records, that
-/// the index leads to each of them, and the header's counts. The nodes above them are held against
-/// their formats where whole volumes are read.
+/// Holds the leaves against the model: links, zeros in free space, the records, that the index
+/// leads to each, and the header's counts. What lies above is held against its format in whole
+/// volumes.
 void ExpectSoundTree(TreeCursor& tree, const TreeModel& model);
 
 inline constexpr unsigned kSeed = 1985;

@@ -113,11 +113,6 @@ std::uint64_t Big(const std::string& path, std::uint64_t offset, int width) {
     return value;
 }
 
-void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes) {
-    PcFile file(path, PcFile::Mode::ReadWrite);
-    ASSERT_TRUE(file.writeAt(offset, bytes));
-}
-
 TreeResult WalkVolume(VolumeContext& volume,
                       const std::function<void(const std::string&, const CatalogItem&)>& visit) {
     std::vector<std::pair<std::string, std::uint32_t>> folders = {{"", kRootFolderId}};

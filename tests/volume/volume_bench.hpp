@@ -130,7 +130,6 @@ struct Field {
 
 [[nodiscard]] Bytes BytesAt(const std::string& path, std::uint64_t offset, std::size_t count);
 [[nodiscard]] std::uint64_t Big(const std::string& path, std::uint64_t offset, int width);
-void WriteAt(const std::string& path, std::uint64_t offset, const Bytes& bytes);
 
 /// All files and folders by path: `visit(path, item)`. The result tells of the first folder that
 /// could not be listed whole.
