@@ -127,6 +127,12 @@ TEST_F(ProjectFolders, APathMakesOnlyWhatIsMissing) {
     EXPECT_EQ(NewPathFolder(project, "one/two", options_, messages_), 19) << "taken into the view";
     EXPECT_EQ(test::MarksOf(*project.findByNumber(18)), "IH");
     EXPECT_EQ(test::MarksOf(*project.findByNumber(20)), "I");
+    // What comes into a view brings all folders above it.
+    options_.view = ProjectView::Iso;
+    ASSERT_EQ(NewPathFolder(project, "a/b/c", options_, messages_), 23);
+    project.setViewFlagsUp(23, 0, 1);
+    for (const std::int32_t number : {21, 22, 23})
+        EXPECT_EQ(test::MarksOf(*project.findByNumber(number)), "IH") << number;
 }
 
 }  // namespace
