@@ -58,13 +58,14 @@ void TellSummary(const OutputFile& output, const BuildSummary& summary, CommandC
 }
 
 // Everything up to the first byte of the image.
-int LookAt(ProjectFile& project, BuildRequest request, const OutputFile& output,
-           CommandContext& context, Terminal& terminal) {
+int LookAt(ProjectFile& project, BuildRequest request, const BuildOptions& options,
+           const OutputFile& output, CommandContext& context, Terminal& terminal) {
     request.backsUp = false;
     Build build(project, request, {terminal.messages, terminal.progress, context.clock});
     if (build.prepare() != CompileResult::Done)
         return kExitFailed;
     terminal.progress.clear();
+    terminal.messages.tellChangedNames(options.verbose);
     TellSummary(output, build.summary(), context, terminal.messages);
     return build.skipped() > 0 ? kExitSkipped : kExitDone;
 }
@@ -116,7 +117,7 @@ BuildRequest RequestOf(const BuildOptions& options, const OutputFile& output,
 int BuildAndTell(ProjectFile& project, const BuildRequest& request, const BuildOptions& options,
                  const OutputFile& output, CommandContext& context, Terminal& terminal) {
     if (options.dryRun)
-        return LookAt(project, request, output, context, terminal);
+        return LookAt(project, request, options, output, context, terminal);
     Messages& messages = terminal.messages;
     const BuildOutcome outcome =
         BuildProject(project, request, {messages, terminal.progress, context.clock});
