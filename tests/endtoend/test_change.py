@@ -3,14 +3,20 @@
 import json
 import random
 import shutil
+import struct
 import subprocess
 import unittest
+import uuid
+import zlib
 
 import judges
 from images import Image
 from program import DONE, FAILED, SKIPPED, USAGE, Case
+from readers.hfs import HfsVolume
+from readers.hfsplus import HfsPlusVolume
 
 FORMATS = {"hfs": (), "plus": ("--hfsplus",)}
+START = 40          # sector of a partition
 HYBRIDS = {"hfs": (), "plus": (),
            "genisoimage": ("genisoimage", "-quiet", "-R", "-J", "-hfs"),
            "xorriso": ("xorriso", "-as", "mkisofs", "-quiet", "-J", "-hfsplus")}
@@ -25,6 +31,29 @@ def unlock(disc):
         elif image[at:at + 4] in (b"H+\0\4", b"HX\0\5"):
             image[at + 4:at + 8] = b"\0\0\1\0"
     disc.write_bytes(image)
+
+
+def boot_record(kind, count):
+    """A master boot record with one partition of `count` sectors behind itself, or at START."""
+    start = 1 if kind == 0xEE else START
+    return (bytes(446) + struct.pack("<B3sB3sII", 0, b"", kind, b"", start, count)).ljust(
+        510, b"\0") + b"\x55\xaa"
+
+
+def guid_table(volume):
+    """A disk with that one partition in a GUID partition table (UEFI, "GPT Disk Layout")."""
+    count = len(volume) // 512
+    last = START + count + 33
+    kind = uuid.UUID("48465300-0000-11AA-AA11-00306543ECAC").bytes_le
+    rows = (kind + bytes(range(16)) + struct.pack("<QQQ", START, START + count - 1, 0)).ljust(
+        128 * 128, b"\0")
+
+    def header(mine, other, table):
+        raw = struct.pack("<8sIIIIQQQQ16sQIII", b"EFI PART", 0x10000, 92, 0, 0, mine, other, 34,
+                          last - 33, bytes(16), table, 128, 128, zlib.crc32(rows))
+        return (raw[:16] + struct.pack("<I", zlib.crc32(raw)) + raw[20:]).ljust(512, b"\0")
+    return ((boot_record(0xEE, last) + header(1, last, 2) + rows).ljust(START * 512, b"\0") + volume
+            + rows + header(last, 1, last - 32))
 
 
 class Change(Case):
@@ -125,6 +154,28 @@ class Change(Case):
                                        ("--signature", "CCCC", b"Old/Drafts/notes\n"),
                                        ("--signature", "CCCCDDDD", b"Old/Drafts/notes\n")):
                     self.assertEqual(self.vellmark("find", image, *search).stdout, found, search)
+
+    def test_behind_other_partition_tables(self):
+        """Catches a change that lies off its partition, or reaches the tables around it."""
+        for kind, image in self.images.items():
+            place = Image(image).volume.window
+            volume = place.read(0, place.length)
+            for name, disk in (("mbr", boot_record(0xAF, len(volume) // 512).ljust(START * 512, b"\0")
+                                + volume), ("gpt", guid_table(volume))):
+                with self.subTest(kind=kind, table=name):
+                    image.write_bytes(disk)
+                    self.run_all(image, ("mkdir", "More"), ("rm", "Old/Drafts/notes"),
+                                 ("put", "--to", "More", "notes"))
+                    changed, end = image.read_bytes(), START * 512 + len(volume)
+                    self.assertEqual(disk[:START * 512] + disk[end:],
+                                     changed[:START * 512] + changed[end:])
+                    found = (HfsVolume if kind == "hfs" else HfsPlusVolume)(
+                        changed, START * 512, len(volume))
+                    self.assertEqual([], found.check())
+                    files = {"/".join(entry.path): entry.data.read() for entry in found.walk()
+                             if not entry.is_folder}
+                    self.assertEqual({"Old/Drafts/plan.txt": b"the plan", "More/notes": b"n" * 5000},
+                                     files)
 
     def test_hybrids(self):
         """Catches changes of the Macintosh side that reach the PC side of the same disc."""
