@@ -70,6 +70,29 @@ TEST_F(OpenedImage, AnHfsFolderTakesAsManyItemsAsItCanCount) {
     }
 }
 
+TEST_F(OpenedImage, ClosingWritesBackAndSaysWhenItCouldNot) {
+    std::istringstream input;
+    std::ostringstream output;
+    CommandContext context{input, output, output, clock_};
+    Terminal terminal(context, {});
+    const auto change = [&] { return ChangedVolume::Open({"v.img"}, {}, terminal.messages); };
+    ASSERT_TRUE(change());
+    EXPECT_TRUE(Bytes("v.img") == plain_) << "let go, not closed";
+    EXPECT_FALSE(change()->close(clock_));
+    EXPECT_FALSE(Bytes("v.img") == plain_) << "the count of writes";
+    const auto fail = [](VolumeContext& volume) {
+        std::vector<std::uint8_t> sector(kSectorBytes);
+        const Sector512 behind(volume.image->size() / kSectorBytes);
+        EXPECT_NE(ReadSectors(volume.transferSlot, behind, sector), 0);
+    };
+    const auto changed = change();
+    fail(changed->volume());
+    EXPECT_TRUE(changed->close(clock_));
+    const auto read = ReadVolume::Open({"v.img"}, {}, terminal.messages);
+    fail(read->volume());
+    EXPECT_TRUE(read->close());
+}
+
 TEST_F(OpenedImage, ACompressedOneIsExpandedAndKeptAsThePersonWants) {
     const testing::Bytes made =
         testing::ImageMaker()
