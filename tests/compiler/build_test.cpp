@@ -1,6 +1,9 @@
 // Builds: what they settle, what ends them, and what they leave behind.
 #include "compiler/build_project.hpp"
 
+#include <algorithm>
+
+#include "compiler/catalog_growth.hpp"
 #include "compiler/compiler_bench.hpp"
 #include "compiler/image_writer.hpp"
 
@@ -158,6 +161,31 @@ TEST_F(BuildTest, FoldersBeyondWhatAFormatOrSomeSystemsHoldAreRefusedOrTold) {
         ASSERT_EQ(messages_.shown.size(), 1u) << row.folders;
         EXPECT_NE(messages_.shown[0].find(row.told), std::string::npos);
     }
+}
+
+TEST_F(BuildTest, ACatalogThatDoesNotFitIsLaidOutWithMoreRoom) {
+    for (int i = 0; i < 300; ++i)
+        write(std::to_string(i) + " with a long name", "x");
+    ProjectFile made = project();
+    DiscPlan plan = planOf(made, CompileMode::HybridHfs);
+    CompileContext context{made, request_, messages_, progress_, clock_};
+    const std::uint64_t blocks = PlaceFiles(plan, 2048);
+    std::vector<std::uint32_t> tried;
+    BuiltCatalog catalog;
+    const auto build = [&](std::uint32_t leaves) {
+        tried.push_back(leaves);
+        MemoryNodes nodes(NewNodeSize(false));
+        return BuildCatalog(context, plan, ComputeHfsLayout(Sector512(64), {leaves, blocks}, 2048),
+                            nodes, catalog);
+    };
+    EXPECT_EQ(GrowUntilItFits(1, build), TreeResult::Done);
+    EXPECT_GT(tried.size(), 1u);
+    EXPECT_TRUE(std::is_sorted(tried.begin(), tried.end(), std::less_equal<>{}));
+    EXPECT_EQ(catalog.fileCount, 300u);
+    int rounds = 0;
+    EXPECT_EQ(GrowUntilItFits(1, [&](std::uint32_t) { return ++rounds, TreeResult::Full; }),
+              TreeResult::Full);
+    EXPECT_EQ(rounds, 8) << "it ends";
 }
 
 TEST(ImageWriterTest, FilesGoToTheirPlacesAroundTheBuffersEnd) {
