@@ -1,5 +1,8 @@
 // Verbs that make, fill, check and build a project: what it holds afterwards, and that a failure
 // changes nothing.
+#include <csignal>
+#include <streambuf>
+
 #include "session/session_bench.hpp"
 
 namespace vellmark {
@@ -214,6 +217,22 @@ file in/sub/d.txt => d
 0 /RJ r.vlpr r.log
 has r.log 1 => Addition
 )");
+}
+
+/// An answer that comes with a Ctrl-C.
+class InterruptedInput : public std::streambuf {
+    int_type underflow() override {
+        ::raise(SIGINT);
+        setg(answer_, answer_, answer_ + 2);
+        return 'Y';
+    }
+    char answer_[3] = "Y\n";
+};
+
+TEST_F(ProjectVerbs, AnInterruptedAddChangesNothing) {
+    InterruptedInput input;
+    input_ = &input;
+    play("types\n1 add p.vlpr c.exe in => nothing was changed");
 }
 
 // A look at what a build would make says the same first, and writes nothing: no image where there
