@@ -139,6 +139,11 @@ file q.iso => an old image
 items q.vlpr 1 => in IH, j.log IH
 0 --log in/open.log make in -o j.iso
 0 ls j.iso --as joliet == a.txt\nsub\n
+# Nor does it come into a volume.
+0 format v.img --size 1 --label V -q
+0 --log in/other.log put v.img in
+1 get v.img in/other.log => in/other.log
+0 get v.img in/open.log -o out -q
 )");
 }
 
