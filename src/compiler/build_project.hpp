@@ -44,8 +44,8 @@ class Build {
     [[nodiscard]] const SettledProject& settled() const { return settled_; }
     /// Items left out so far, each reported through `Messages::itemSkipped`.
     [[nodiscard]] std::int64_t skipped() const { return skipped_; }
-    /// Writes a build that is prepared. Everything but `Done` has been told; the target is then as
-    /// it was.
+    /// Writes a build that is prepared. Everything but `Done` has been reported; the target is then
+    /// as it was.
     [[nodiscard]] CompileResult write();
 
   private:

@@ -36,8 +36,8 @@ Operand ModeName(CompileMode mode) {
 }
 
 Reason ResultLine(const OutputFile& output, const BuildSummary& summary) {
-    return Reason(Sentence::kImageBuilt, Printable(output.path()), ModeName(summary.mode),
-                  summary.imageBytes);
+    const std::string name = output.isStandardOutput() ? "-" : Printable(output.path());
+    return Reason(Sentence::kImageBuilt, name, ModeName(summary.mode), summary.imageBytes);
 }
 
 // What each side of the image would show, and under which name.
@@ -66,7 +66,8 @@ int LookAt(ProjectFile& project, BuildRequest request, const BuildOptions& optio
         return kExitFailed;
     terminal.progress.clear();
     terminal.messages.tellChangedNames(options.verbose);
-    TellSummary(output, build.summary(), context, terminal.messages);
+    if (!options.quiet)
+        TellSummary(output, build.summary(), context, terminal.messages);
     return build.skipped() > 0 ? kExitSkipped : kExitDone;
 }
 
