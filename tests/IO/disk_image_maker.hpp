@@ -94,6 +94,7 @@ inline MadeBlock BlockOf(std::uint32_t type, const Bytes& plain) {
 class ImageMaker {
   public:
     std::uint32_t version = 4;
+    std::uint32_t checksumKind = 2;                 ///< CRC-32
     std::optional<std::uint64_t> sectorCount = {};  ///< nothing: as many as the tables have
 
     /// Adds a table. `crc` is that of what it expands to, 0 for none. Without `ends` the mark for
@@ -152,8 +153,9 @@ class ImageMaker {
         Put(table, at + 24, be64(block.offset.value_or(data_.size())));
         Put(table, at + 32, be64(block.length.value_or(block.stored.size())));
     }
-    static void PutCrc(Bytes& bytes, std::size_t at, std::uint32_t crc) {
-        Put(bytes, at, be64(0x2'0000'0020));
+    void PutCrc(Bytes& bytes, std::size_t at, std::uint32_t crc) const {
+        Put(bytes, at, be32(checksumKind));
+        Put(bytes, at + 4, be32(32));
         Put(bytes, at + 8, be32(crc));
     }
 

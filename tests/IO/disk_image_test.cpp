@@ -6,7 +6,9 @@
 
 #include "IO/disk_image.hpp"
 #include "IO/disk_image_maker.hpp"
+#include "IO/disk_image_tables.hpp"
 #include "IO/expanded_image.hpp"
+#include "support/sentences.hpp"
 #include "support/words.hpp"
 
 namespace vellmark {
@@ -168,6 +170,22 @@ TEST(ExpandImage, ChecksumsAreComparedOnRequestAlone) {
         EXPECT_EQ(Expand(image).result.end, ExpandEnd::Done);
         ExpectFailed(Expand(image, {.verify = true}).result, words);
     }
+    ImageMaker others;
+    others.checksumKind = 4;
+    const Bytes image = others.table({block}, 0x1234).make();
+    EXPECT_EQ(Words(Expand(image, {.verify = true}).result.remark),
+              "3 of its checksums are of a kind that is not compared.");
+}
+
+// Runs that touch are one; no more separate ones are kept than a whole disk has.
+TEST(SectorRuns, AreAsManyAsTheMemoryMayHold) {
+    SectorRuns runs;
+    for (std::uint64_t i = 0; i < 65'536; ++i)
+        ASSERT_FALSE(runs.add(3 * i, 2)) << i;
+    EXPECT_EQ(runs.add(3 * 65'536, 1).sentence(), Sentence::kBlocksScattered);
+    EXPECT_FALSE(runs.add(2, 1)) << "it joins the first two";
+    EXPECT_EQ(runs.add(4, 1).sentence(), Sentence::kBlockOverEarlier);
+    EXPECT_FALSE(runs.add(3 * 65'536, 1));
 }
 
 // Literals, two matches of three bytes, whose second begins at an even place and has an `a` at its

@@ -83,6 +83,7 @@ inline Bytes SmallDisc() {
     PutText(image, kPrimaryAt + 830, std::string_view("0000000000000000\0", 17));
     PutDescriptorOfTree(image, kJolietAt, 2, 21, Ucs2(u"Volume \u00E9 \u65E5   "));
     PutText(image, kJolietAt + 88, "%/E");
+    PutText(image, kJolietAt + 830, std::string_view("2024030112300000\xF8", 17));
     image[18 * kDiscSector] = 255;
     PutText(image, 18 * kDiscSector + 1, "CD001\1");
 

@@ -37,12 +37,23 @@ struct Disc {
 };
 
 TEST(IsoReader, TellsWhatTheDescriptorsSayAndListsBothTrees) {
-    Disc disc(SmallDisc());
+    Bytes bytes = SmallDisc();
+    for (const std::size_t at : {190u, 446u, 574u, 702u, 739u, 776u})
+        PutText(bytes, kPrimaryAt + at, "at " + std::to_string(at) + "  ");
+    Disc disc(bytes);
     const IsoVolumeInfo& iso = disc.reader->info(IsoTree::Iso);
-    EXPECT_EQ(iso.volumeId + "|" + iso.systemId + "|" + iso.publisher + "|" + iso.created,
-              "VOLUME ID|SYSTEM|THE PUBLISHER|2024-03-01 12:30:00.00 -02:00");
-    EXPECT_EQ(iso.modified, "") << "all zeros are no date";
-    EXPECT_EQ(disc.reader->info(IsoTree::Joliet).volumeId, "Volume \u00E9 \u65E5");
+    EXPECT_EQ(iso.volumeId + "|" + iso.systemId + "|" + iso.volumeSetId + "|" + iso.publisher +
+                  "|" + iso.preparer + "|" + iso.application + "|" + iso.copyrightFile + "|" +
+                  iso.abstractFile + "|" + iso.bibliographicFile + "|" + iso.created + "|" +
+                  iso.modified,
+              "VOLUME ID|SYSTEM|at 190|THE PUBLISHER|at 446|at 574|at 702|at 739|at 776|"
+              "2024-03-01 12:30:00.00 -02:00|")
+        << "all zeros are no date";
+    EXPECT_EQ(iso.createdAt, 1'709'303'400);  // date -u -d '2024-03-01 14:30:00' +%s
+    const IsoVolumeInfo& joliet = disc.reader->info(IsoTree::Joliet);
+    EXPECT_EQ(joliet.volumeId, "Volume \u00E9 \u65E5");
+    EXPECT_EQ(joliet.createdAt, 0);
+    EXPECT_EQ(joliet.modifiedAt, 1'709'303'400);
     EXPECT_EQ(disc.listRoot(),
               "FOLDER/@20+2048 NODOT?@23+5 READ.ME!@25+3 READ.ME@23+5 TWO.BIN@24+2055 ");
     const IsoEntry hidden = disc.reader->find(IsoTree::Iso, "NODOT").value().value();
@@ -187,6 +198,34 @@ TEST(CoverIso, TakesTheTreesAndWhatTheDiscStartsFrom) {
     EXPECT_TRUE(covered(disc).starts_with("not whole 16-"));
     disc[kPrimaryAt] = 7;
     EXPECT_EQ(covered(disc), "");
+    disc = SmallDisc();
+    disc[kIsoFolderAt + 68 + 26] = 1;
+    EXPECT_TRUE(covered(disc).starts_with("not whole 16-")) << "interleaved";
+    // A catalog to start from (El Torito) in sector 25 names an image in sector 26, whose length
+    // its medium tells, or what lies in it: a table of its own place, or partitions.
+    disc = SmallDisc() + Bytes(3'000'000);
+    disc[18 * kDiscSector] = 0;
+    PutText(disc, 18 * kDiscSector + 7, "EL TORITO SPECIFICATION");
+    Put(disc, 18 * kDiscSector + 71, le32(25));
+    Put(disc, 25 * kDiscSector + 40, le32(26));
+    Put(disc, 26 * kDiscSector + 12, le32(26));
+    Put(disc, 26 * kDiscSector + 16, le32(5000));
+    Put(disc, 26 * kDiscSector + 454, le32(7));
+    Put(disc, 26 * kDiscSector + 458, le32(9));
+    for (const auto& [mark, medium, sectors, bytes] : {std::tuple{0x88, 0, 4, 5000},
+                                                       {0, 0, 20, 10'240},
+                                                       {0x88, 1, 1, 1'228'800},
+                                                       {0x88, 2, 1, 1'474'560},
+                                                       {0x88, 0x13, 1, 2'949'120},
+                                                       {0x88, 4, 1, 16 * 512},
+                                                       {0x88, 5, 1, 2048}}) {
+        disc[25 * kDiscSector + 32] = static_cast<std::uint8_t>(mark);
+        disc[25 * kDiscSector + 33] = static_cast<std::uint8_t>(medium);
+        Put(disc, 25 * kDiscSector + 38, le16(static_cast<std::uint16_t>(sectors)));
+        EXPECT_EQ(covered(disc), "16-14343 24-" + std::to_string(4096 + bytes) + " ");
+    }
+    Put(disc, 18 * kDiscSector + 71, le32(99'999));
+    EXPECT_TRUE(covered(disc).starts_with("not whole 16-")) << "nobody knows";
 }
 
 }  // namespace
