@@ -103,15 +103,20 @@ TEST(CodecSuite, AFileGoesOutAndInAgain) {
 }
 
 TEST(CodecSuite, EachFormIsTakenForItselfAlone) {
-    // BinHex tells itself within 128 bytes.
-    const Bytes late = Bytes(86, 'x') + BytesOf("This file must be converted with BinHex 4.0");
-    std::vector<Bytes> files = {{}, {0, 5, 0x16}, Bytes(4096, 0), Bytes(4096, 0xFF), late};
+    // BinHex tells itself within 128 bytes, and before the first zero.
+    const Bytes told = BytesOf("This file must be converted with BinHex 4.0");
+    std::vector<Bytes> files = {{},
+                                {0, 5, 0x16},
+                                Bytes(4096, 0),
+                                Bytes(4096, 0xFF),
+                                Bytes(86, 'x') + told,
+                                Bytes{0} + told};
     for (const Codec& codec : kCodecs)
         files.push_back(Written(codec, FileOf(500, 500)));
     for (std::size_t form = 0; form < std::size(kCodecs); ++form)
         for (std::size_t i = 0; i < files.size(); ++i) {
             MemoryBytes file(files[i]);
-            EXPECT_EQ(kCodecs[form].recognises(file), i == 5 + form) << kCodecs[form].name << i;
+            EXPECT_EQ(kCodecs[form].recognises(file), i == 6 + form) << kCodecs[form].name << i;
             (void)ReadAll(kCodecs[form], files[i]);
         }
 }
