@@ -21,6 +21,8 @@ class SummerClock final : public Clock {
 TEST(MacDates, KeepToTheirFieldInEveryZone) {
     EXPECT_EQ(ToMacGmt(kFirst), 1u) << "0 is no date";
     EXPECT_EQ(ToMacGmt(kLast + 1), 0xFFFFFFFFu);
+    EXPECT_EQ(GivenDate(kFirst + 86'400), std::nullopt) << "none, whatever zone it went through";
+    EXPECT_EQ(GivenDate(kFirst + 86'401), kFirst + 86'401);
     EXPECT_EQ(FromMacGmt(0xFFFFFFFF), kLast);
     const FixedClock east(1'000'000'000, 7200);
     EXPECT_EQ(FromMacLocal(2'082'844'800u + 7200u, east), 0);

@@ -2,6 +2,7 @@
 // else is kept out meanwhile.
 #include "support/pc_file.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -109,6 +110,34 @@ TEST_F(PcFiles, ATargetTakesItsNameWholeWithTheRightsOfTheOlderFile) {
     EXPECT_EQ(TargetFile(at("no/new")).publish(true, false), ENOENT);
 }
 
+// What the system says once, of bytes that did not come to the device, counts from then on. A
+// descriptor without a file behind it stands for such a device.
+TEST_F(PcFiles, ALossIsNotForgotten) {
+    PcFile file(make("a", 5), PcFile::Mode::ReadWrite);
+    TargetFile target(at("new"));
+    for (PcFile* each : {&file, &target.file()}) {
+        const int descriptor = std::stoi(fs::path(each->descriptorPath()).filename());
+        const int whole = ::dup(descriptor);
+        const int hollow = ::open(folder_.path().c_str(), O_PATH);
+        ASSERT_EQ(::dup2(hollow, descriptor), descriptor);
+        ::close(hollow);
+        if (each == &file) {
+            EXPECT_FALSE(file.flush());
+            ASSERT_EQ(::dup2(whole, descriptor), descriptor);
+            EXPECT_FALSE(file.flush());
+            EXPECT_EQ(file.error(), EBADF);
+        } else {
+            EXPECT_EQ(target.publish(false, true), EBADF);
+        }
+        ::close(whole);
+    }
+    EXPECT_FALSE(fs::exists(at("new")));
+    PcFile closed(at("a"), PcFile::Mode::ReadWrite);
+    ::close(std::stoi(fs::path(closed.descriptorPath()).filename()));
+    closed.close();
+    EXPECT_EQ(closed.error(), EBADF);
+}
+
 // 999999999 is above any process.
 TEST_F(PcFiles, WhatKilledRunsLeftIsRemovedAndNothingElse) {
     for (const char* name : {".vellmark-999999999-0.tmp", ".vellmark-1-3.tmp", "mine.tmp",
@@ -135,6 +164,12 @@ TEST_F(PcFiles, WhoWaitedForAnOlderFileComesToTheNewOne) {
     EXPECT_TRUE(OpenLocked(open, LockKind::Shared, 0).isOpen());
     EXPECT_EQ(OpenLocked(open, LockKind::Exclusive, 0).error(), EWOULDBLOCK);
     EXPECT_EQ(TargetFile(at("a")).lockOlder(0), EWOULDBLOCK);
+    const auto openAlwaysOlder = [&] {
+        PcFile file(make("c", 5), PcFile::Mode::Read);
+        fs::rename(make("b", 7), at("c"));
+        return file;
+    };
+    EXPECT_EQ(OpenLocked(openAlwaysOlder, LockKind::Shared, 0).error(), EWOULDBLOCK) << "it ends";
 }
 
 TEST(TemporaryFolders, GoAwayWithWhatIsInThem) {
