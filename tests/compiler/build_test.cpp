@@ -10,6 +10,7 @@
 namespace vellmark::test {
 namespace {
 
+using namespace std::string_literals;
 using BuildTest = CompilerTest;
 
 TEST_F(BuildTest, WhatCannotBeBuiltEndsWithItsNameAndNoImage) {
@@ -50,7 +51,7 @@ TEST_F(BuildTest, AFileThatChangesWhileItIsCopiedEndsTheBuildWithItsName) {
 }
 
 TEST_F(BuildTest, TheKindSettlesTheModeAndALookTellsItBeforehand) {
-    write("sub/a.txt", "first");
+    write(".!Background/a.txt", "first");
     using enum ImageKind;
     constexpr const char* kIsoAlone = "Disc  5 1/1 0/0";
     constexpr const char* kMacAlone = " Disc 5 0/0 1/1";
@@ -94,7 +95,20 @@ TEST_F(BuildTest, TheKindSettlesTheModeAndALookTellsItBeforehand) {
                   row.told);
         EXPECT_TRUE(filesInOut().empty()) << "a look writes nothing";
         ASSERT_EQ(looked.write(), CompileResult::Done);
-        EXPECT_EQ(std::filesystem::file_size(request_.targetPath), told.imageBytes);
+        const std::string image = Bytes(request_.targetPath);
+        EXPECT_EQ(image.size(), told.imageBytes);
+        if (told.mode == CompileMode::PureIso)
+            continue;
+        // The partition of HFS ends with its second header, two sectors before the image.
+        EXPECT_EQ(image.substr(0, 8), "ER\2\0"s + Big(image.size() / 512 - (row.plus ? 0 : 2)));
+        // Behind the key of the root, where its window opens; a background folder's number.
+        const std::string root = row.plus ? "\0\0\0\1\0\4\0D\0i\0s\0c"s : "\0\0\0\1\4Disc\0"s;
+        EXPECT_EQ(image.substr(image.find(root) + root.size() + (row.plus ? 58 : 32), 4),
+                  "\0\x70\x02\x48"s);
+        const std::string folder = row.plus ? "\0\0\0\2\0\xC\0.\0!\0B\0a\0c\0k\0g\0r\0o\0u\0n\0d"s
+                                            : "\0\0\0\2\xC.!Background"s;
+        EXPECT_EQ(image.substr(image.find(folder) + folder.size() + (row.plus ? 8 : 7), 4),
+                  Big(17));
     }
 }
 
