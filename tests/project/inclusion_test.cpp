@@ -112,6 +112,8 @@ TEST_F(InclusionTest, ATreeBecomesItems) {
          "1/3 icon; Icon.bin|Icon.bin|.VolumeIcon.icns HLM 5/0 ICNSMACS; "
          "Other.bin|Other.bin|Icon\r IHM 5/0 ICNSMACS; sub IHk 0/1; "
          "sub/Icon.bin|Icon.bin|Icon\r IHM 5/0 ICNSMACS"},
+        {"sub/box=@B/TYPEcrea/5/3", "*", "1/1; sub IH 0/1; sub/box|box|B HM 5/3 TYPEcrea",
+         ProjectView::Iso, Remembered::NoToAll},
     };
     for (const auto& row : rows) {
         for (const auto& entry : fs::directory_iterator(base_))
@@ -147,7 +149,15 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     EXPECT_EQ(file.sourceSize, 5u);
     EXPECT_EQ(file.modified, 3'082'844'800u + 7200) << "local time";
     EXPECT_EQ(file.signature(), "b.txtABC");
-    EXPECT_EQ(ByName(project_, 1).at("box").created, 2'900'000'000u);
+    EXPECT_EQ(ByName(project_, 1).at("box").created, 2'899'999'940u);
+    // Links stay in a path, but for those that it steps up behind.
+    test::Plant(base_, "tree/sub/c.txt link->tree/sub", ForksOf);
+    for (const auto& [path, folder] :
+         {std::pair{"link/c.txt", "link/"}, std::pair{"link/../b.txt", "tree/"}}) {
+        project_ = EmptyProject();
+        EXPECT_EQ(include(path).files, 1);
+        EXPECT_EQ(project_.childrenOf(1)[0].accessPath(), base_ + folder);
+    }
 
     // What a server keeps beside a file in streams.
     test::Plant(base_, "box=12345", ForksOf);
@@ -254,21 +264,23 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
 }
 
 TEST_F(InclusionTest, PipesLargeFilesAndUnreadableOnesAreNamed) {
-    test::Plant(base_, "tree/good tree/large tree/largest tree/locked tree/closed/in");
+    test::Plant(base_, "tree/good tree/large tree/largest tree/locked tree/closed/in tree/pair");
+    test::Plant(base_, "tree/._pair=@double", ForksOf);
     ASSERT_EQ(::mkfifo((base_ + "tree/pipe").c_str(), 0600), 0);
     fs::resize_file(base_ + "tree/large", 1ull << 32);
     fs::resize_file(base_ + "tree/largest", (1ull << 32) - 1);
-    for (const char* name : {"locked", "closed"})
+    for (const char* name : {"locked", "closed", "._pair"})
         fs::permissions(base_ + "tree/" + name, fs::perms::none);
     // Root may read everything: the test is somebody else for a while.
     fs::permissions(base_, fs::perms::all);
     const bool isRoot = ::geteuid() == 0;
     ASSERT_TRUE(!isRoot || ::seteuid(65534) == 0);
-    EXPECT_EQ(include("tree").skipped, 4);
+    EXPECT_EQ(include("tree").skipped, 5);
     ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
     fs::permissions(base_ + "tree/closed", fs::perms::owner_all);
-    EXPECT_EQ(skipped(), (std::multiset<std::string>{"closed", "large", "locked", "pipe"}));
+    EXPECT_EQ(skipped(), (std::multiset<std::string>{"closed", "large", "locked", "pair", "pipe"}));
     EXPECT_EQ(ByName(project_, 18).at("largest").dataSize, 0xFFFFFFFFu);
+    EXPECT_EQ(ByName(project_, 18).at("pair").coding(), ForkCoding::AppleFiles) << "and incomplete";
 }
 
 TEST_F(InclusionTest, ADropTellsOfConflictsAndTakesTheOthers) {

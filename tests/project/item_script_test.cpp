@@ -179,6 +179,7 @@ rename -1 B 12345678901234567890123456789012 =>
 rename -1 I ~ => The name "~" is refused: it stands for an item without a name.
 rename 19 B .!Background =>
   The name ".!Background" is refused: it is kept for the folder of the background image.
+rename 19 I x; rename 19 H y; rename 19 B New => 19 1 New IH 0/0
 views -2 IH => 1; -2 18 run.exe IH
 views 18 I => 4; -3 21 x I; -1 18 a.txt I; 18 1 Docs I 1/2; 21 18 Deep I 0/1
 answer s; views -4 IH =>

@@ -157,7 +157,7 @@ inline std::string FileOf(const std::string& format) {
         return AppleFile(kAppleDouble, {{2, std::string(std::stoul(parts[1]), 'r')}});
     const std::uint32_t date = parts[4] == "d" ? 2'950'000'000 : 2'900'000'000;
     return MacBinaryFile(parts[0] == "Icon" ? "Icon\r" : parts[0], parts[1], std::stoul(parts[2]),
-                         std::stoul(parts[3]), date, date, parts[4] == "h" ? '\x40' : '\0');
+                         std::stoul(parts[3]), date - 60, date, parts[4] == "h" ? '\x40' : '\0');
 }
 
 /// Changes a tree, a word for each: `FOLDER/`, `FILE`, `FILE=text`, `FILE=@format`, `LINK->target`,

@@ -1,9 +1,16 @@
-// Records and their sequence in memory: bits and limits, numbers, counters, views, folders of the
-// project alone, and records that no honest program wrote.
+// Records of a project and their sequence in memory, and project files as bytes: what is written,
+// what is read back, what is refused.
 #include "project/project_file.hpp"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <random>
 
 #include "project/project_bench.hpp"
 #include "project/project_folders.hpp"
+#include "project/view_names.hpp"
 
 namespace vellmark {
 namespace {
@@ -101,10 +108,11 @@ TEST_F(ProjectFolders, ANewFolderHasNowForItsDatesAndTheViewsOfTheView) {
         // 2001-09-09 01:46:40 GMT, an hour later in this zone, since 1904.
         EXPECT_EQ(record.created, 1'000'000'000u + 2'082'844'800u + 3600u);
         EXPECT_EQ(record.modified, record.created);
-        for (const std::string& name : {std::string(), std::string(".."), std::string("a/b"),
-                                        std::string("日"), std::string("été")})
+        for (const std::string& name :
+             {std::string(), std::string(".."), std::string("a/b"), std::string("日"),
+              std::string("été"), std::string(kSourceNameLimit + 1, 'n')})
             EXPECT_EQ(NewFolder(project, name, 1, options_, messages_), 0) << name;
-        EXPECT_EQ(std::exchange(messages_.shown, {}).size(), 5u);
+        EXPECT_EQ(std::exchange(messages_.shown, {}).size(), 6u);
     }
 }
 
@@ -133,6 +141,149 @@ TEST_F(ProjectFolders, APathMakesOnlyWhatIsMissing) {
     project.setViewFlagsUp(23, 0, 1);
     for (const std::int32_t number : {21, 22, 23})
         EXPECT_EQ(test::MarksOf(*project.findByNumber(number)), "IH") << number;
+}
+
+using test::Bytes;
+using test::ScriptedMessages;
+using test::Write;
+
+class ProjectStorage : public testing::Test {
+  protected:
+    [[nodiscard]] std::string at(std::string_view name) const {
+        return folder_.path() + "/" + std::string(name);
+    }
+    ProjectOpened open(std::string_view name) {
+        return ProjectFile::Open(at(name), ProjectMode::Hybrid, messages_, project_);
+    }
+
+    TemporaryFolder folder_;
+    ScriptedMessages messages_;
+    std::optional<ProjectFile> project_;
+};
+
+TEST_F(ProjectStorage, SavingBringsTotalsAndCountsUpToDate) {
+    ProjectFile project = ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {});
+    ProjectRecord file = Item(1, -1, "b", 1, 0);
+    file.dataSize = 5000;
+    project.insert(file);
+    ProjectRecord box = Item(1, -2, "a", 1, 1);  // a container of the ISO view counts twice
+    box.dataSize = 2049;
+    box.resourceSize = 1;
+    box.sourceSize = 4096;
+    box.setBinHex(true);
+    project.insert(box);
+    project.insert(Item(18, -3, "z", 0, 1));
+    project.insert(Item(1, 18, "c", 1, 1));
+    ASSERT_TRUE(project.save(messages_));
+    const std::string bytes = Bytes(at("a.vlpr"));
+    ASSERT_EQ(bytes.size(), 5u * 756u);
+    EXPECT_EQ(bytes.substr(24, 8), test::Zeros(8).replace(0, 1, "\3").replace(4, 1, "\3"));
+    EXPECT_EQ(bytes.substr(616, 8), '\10' + test::Zeros(7)) << "sectors: 3 and 2 + 1 + 2";
+    std::string names;
+    for (std::size_t record = 756; record < bytes.size(); record += 756)
+        names += bytes[record + 624];
+    EXPECT_EQ(names, "abcz");
+    ASSERT_EQ(open("a.vlpr"), ProjectOpened::Opened);
+    ASSERT_TRUE(project_->save(messages_));
+    EXPECT_EQ(Bytes(at("a.vlpr")), bytes) << "opening and saving changes nothing";
+    for (int i = 0; i < 2; ++i)  // the second one replaces the first
+        EXPECT_EQ(Bytes(BackUpProject(at("a.vlpr"))), bytes);
+}
+
+TEST_F(ProjectStorage, WhatIsNoProjectIsRefusedByName) {
+    const std::string good = "VLKZ" + test::Zeros(752);
+    Write(at("huge"), good);
+    std::filesystem::resize_file(at("huge"), 756ull * (kMostProjectRecords + 2));
+    Write(at("empty"), "");
+    Write(at("older"), "VLKY" + good.substr(4));
+    Write(at("shorter"), good.substr(0, 700));
+    const std::tuple<const char*, ProjectOpened, const char*> rows[] = {
+        {"empty", ProjectOpened::NotAProject, "is not recognized as a project file"},
+        {"older", ProjectOpened::OlderProject, "not a correct project file"},
+        {"shorter", ProjectOpened::Cut, "length of 700 bytes"},
+        {"huge", ProjectOpened::TooLarge, "items"},  // told by its length: nothing is read
+        {"absent", ProjectOpened::CannotOpen, ""},
+        {".", ProjectOpened::CannotOpen, ""}};
+    for (const auto& [name, result, words] : rows) {
+        messages_.shown.clear();
+        EXPECT_EQ(open(name), result) << name;
+        EXPECT_FALSE(project_);
+        ASSERT_EQ(messages_.shown.size(), 1u);
+        EXPECT_NE(messages_.shown[0].find(words), std::string::npos) << messages_.shown[0];
+        EXPECT_NE(messages_.shown[0].find(at(name)), std::string::npos);
+    }
+    ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
+    EXPECT_NE(open("pipe"), ProjectOpened::Opened) << "nor is it waited for";
+}
+
+TEST_F(ProjectStorage, AnyBytesBehindAGoodHeaderAreSafeToWorkWith) {
+    std::mt19937 random(756);
+    for (int round = 0; round < 20; ++round) {
+        std::string bytes(756 * 60, '\0');
+        for (char& c : bytes)
+            c = static_cast<char>(random());
+        bytes.replace(0, 4, "VLKZ");
+        // Small numbers, so that they meet: items in themselves, twice, and without a folder.
+        for (std::size_t at = 756; at < bytes.size(); at += 756)
+            for (const std::size_t field : {0, 4})
+                bytes.replace(at + field, 4, static_cast<char>(random() % 24) + test::Zeros(3));
+        Write(at("wild.vlpr"), bytes);
+        ASSERT_EQ(open("wild.vlpr"), ProjectOpened::Opened);
+        RedoNamesForHfsPlus(*project_);
+        RedoNamesForHfs(*project_);
+        ASSERT_TRUE(project_->save(messages_));
+        for (std::int32_t parent = 0; parent < 25; ++parent) {
+            project_->setViewFlagsUp(parent, 1, -1);
+            project_->addCounters(parent, 1, 1);
+            (void)project_->folderView(parent);
+            while (!project_->childrenOf(parent).empty()) {
+                const std::int32_t number = project_->childrenOf(parent)[0].number;
+                (void)project_->deleteItems(parent, {&number, 1});
+            }
+        }
+        EXPECT_EQ(project_->countRecords(), 0u);
+    }
+}
+
+TEST_F(ProjectStorage, ASaveThatEndsInTheMiddleLeavesTheOldFileAndNoOther) {
+    ProjectFile project = ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {});
+    ASSERT_TRUE(project.save(messages_));
+    const std::string before = Bytes(at("a.vlpr"));
+    for (std::int32_t i = 1; i < 5; ++i)
+        project.insert(Item(1 + i, -i, "item"));
+    rlimit old{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t room : {0u, 756u, 5u * 756u - 1u}) {
+        const rlimit limit = {room, old.rlim_max};
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        const bool saved = project.save(messages_);
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
+        EXPECT_FALSE(saved) << room;
+        EXPECT_EQ(Bytes(at("a.vlpr")), before) << room;
+    }
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(messages_.shown.size(), 3u);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1);
+}
+
+TEST_F(ProjectStorage, IsOnesAtATimeAndSavedOnlyOverWhatWasRead) {
+    ASSERT_TRUE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}).save(messages_));
+    EXPECT_FALSE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}, {.mayReplace = false})
+                     .save(messages_));
+    std::optional<ProjectFile> held;
+    ASSERT_EQ(ProjectFile::Open(at("a.vlpr"), ProjectMode::Hybrid, messages_, held,
+                                {LockKind::Exclusive}),
+              ProjectOpened::Opened);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(open("a.vlpr"), ProjectOpened::CannotOpen) << i;
+        EXPECT_FALSE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}).save(messages_));
+        EXPECT_TRUE(held->save(messages_)) << "the lock goes over to the new file";
+    }
+    // A program that knows nothing of locks.
+    Write(at("a.vlpr"), Bytes(at("a.vlpr")) + std::string(756, 'x'));
+    EXPECT_FALSE(held->save(messages_));
+    EXPECT_EQ(Bytes(at("a.vlpr")).size(), 2u * 756u);
 }
 
 }  // namespace

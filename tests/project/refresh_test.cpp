@@ -108,6 +108,8 @@ TEST_F(RefreshTest, WhatAPersonDoesIsToldAndARebuildIsANewInclusion) {
         {"plain.txt=@plain.txt/APPLxxxx/1/0", {"M plain.txt 256"}},
         {"-icon -sub/icon", {"D icon 265", "D sub/icon 265"}},
         {"icon=@Icon/ICNSMACS/300/9", {"M icon 521"}},
+        {"icon=@None/TEXTxxxx/300/9 sub/icon=@None/TEXTxxxx/300/9",
+         {"M icon 521", "M sub/icon 521"}},
         {"sub/deep/x=@Icon/ICNSMACS/9/9", {"M sub/deep/x 265"}},
         {"._pair=@fork/9", {"M pair 4"}},
         {"._plain.txt=@fork/3", {"M plain.txt 5"}},
@@ -159,6 +161,13 @@ TEST_F(RefreshTest, RootTakesInWhatIsNewOnlyWhenAllItsItemsComeFromOneFolder) {
     EXPECT_EQ(Include(mixed, tree_ + "sub/deep/x", 1, options_, messages_, progress_).files, 1);
     EXPECT_FALSE(rebuild(mixed).hasChanges());
     EXPECT_EQ(rebuild(project).folders, 1) << "empty";
+    // A place that is gone is named as far up as nothing is there.
+    ProjectFile deep = EmptyProject();
+    EXPECT_EQ(Include(deep, tree_ + "sub/deep/x", 1, options_, messages_, progress_).files, 1);
+    change("-sub");
+    const CheckResult gone = Check(deep, 1, {.clock = clock_}, messages_, progress_);
+    EXPECT_EQ(gone.missingRoots, std::vector<std::string>{tree_ + "sub/"});
+    EXPECT_TRUE(gone.changes.empty());
 }
 
 TEST_F(RefreshTest, LinesAreToldInTheFormOfAReport) {
@@ -173,6 +182,7 @@ TEST_F(RefreshTest, LinesAreToldInTheFormOfAReport) {
     project.insert(Item(18, -1, "f", 1, 1, "C:\\Files\\"));
     const CheckOptions deleting{.clock = clock_, .missingRootsAreDeleted = true};
     EXPECT_EQ(Check(project, 1, deleting, messages_, progress_).changes.size(), 2u) << "a and f";
+    EXPECT_EQ(Check(project, 18, deleting, messages_, progress_).changes.size(), 2u);
     EXPECT_EQ(messages_.skipped.size(), 1u) << "b leads back";
 }
 
@@ -218,6 +228,10 @@ TEST_F(RefreshTest, EachKindOfLineIsAcceptedOnItsOwn) {
     EXPECT_EQ(AcceptDeleted(project, report, confirm, messages_, progress_).items, 0);
     EXPECT_EQ(AcceptModified(project, report, options_, messages_, progress_).items, 0);
     EXPECT_EQ(messages_.skipped.size(), 2u);
+    EXPECT_EQ(AcceptAdded(project, report, options_, messages_, progress_).status,
+              InclusionStatus::Conflict);
+    change("more/dead->nowhere");
+    EXPECT_EQ(AcceptAdded(project, check(project), options_, messages_, progress_).skipped, 1);
 }
 
 TEST_F(RefreshTest, AMarkOfMissingGoesWhenTheItemIsThere) {
