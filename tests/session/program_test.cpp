@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <new>
+#include <regex>
 
 #include "session/session_bench.hpp"
 #include "support/backup_path.hpp"
@@ -66,6 +67,32 @@ set Lang => 1
 2 ls x -p 1 -p 2 => vellmark: --partition : au plus 1 valeur attendue, 2 reçues\n
 2 split x y z => vellmark: Les arguments suivants ne sont pas attendus : z y\n
 )");
+}
+
+// No English of the tables, and no word of the parser's own.
+TEST_F(ProgramTest, TheHelpOfEveryVerbIsInTheLanguageOfThePerson) {
+    static constexpr std::pair<std::string_view, std::string_view> kRows[] = {
+#define VELLMARK_SENTENCE(name, english, french) {english, french},
+#include "support/sentences.inc"
+#undef VELLMARK_SENTENCE
+    };
+    const std::regex parserWord(R"(\b(Usage|Positionals|Options:|Example|TEXT|UINT|REQUIRED)\b)");
+    play("0 --lang fr -h => Verbes :\\n => Options :\\n  -h,--help ");
+    std::size_t verbs = 0;
+    for (const std::string& line : test::Split(out_.substr(out_.find("Verbes :")), '\n')) {
+        const std::string verb = line.substr(0, line.find_first_of(", ", 2)).substr(2);
+        if (!line.starts_with("  "))
+            continue;
+        ++verbs;
+        play("0 --lang fr " + verb + " --help => Utilisation : vellmark " + verb +
+             " => Afficher cette aide et terminer\\n => Exemple :\\n  vellmark " + verb);
+        EXPECT_FALSE(std::regex_search(out_.substr(0, out_.find("Exemple :")), parserWord)) << out_;
+        for (const auto& [english, french] : kRows)
+            EXPECT_TRUE(english.size() < 14 || english == french ||
+                        test::CountIn(out_, english) == 0)
+                << english << out_;
+    }
+    EXPECT_EQ(verbs, 27u);
 }
 
 // Memory is refused in the middle of a command: a clock that throws stands for the library.

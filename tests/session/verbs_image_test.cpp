@@ -88,6 +88,8 @@ shows => folder      -  -
 0 info disc.iso => \nhfs: My disc (HFS)\n
 shows => files        4\n  folders      3\n  created      2001-09-09 01:46\n
 shows => changes      possible\n
+0 info disc.iso --as iso => created      2001-09-09 01:00\n  modified     -\n
+0 ls disc.iso empty -l --as joliet => 2020-05-06 07:08
 0 info disc.iso --json => "tree": "joliet"
 0 ls disc.iso 'Sub Folder/large.bin' --as hfs --json
 shows => "kind": "file" => "size": 70000 => "modified": "2020-05-06T07:08:10Z"

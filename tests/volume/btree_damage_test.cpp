@@ -91,6 +91,49 @@ TEST_P(BTreeDamage, NodesInUseAreNotTakenForFreeOnes) {
     EXPECT_GT(damaged, 10);
 }
 
+// Counts down the calls until one fails.
+class FailingNodes final : public NodeStore {
+  public:
+    explicit FailingNodes(NodeStore& nodes, int left) : nodes_(nodes), left_(left) {}
+    bool read(std::uint32_t number, ByteSpan node) override {
+        return --left_ != 0 && nodes_.read(number, node);
+    }
+    bool write(std::uint32_t number, ConstByteSpan node) override {
+        return --left_ != 0 && nodes_.write(number, node);
+    }
+    [[nodiscard]] bool hasFailed() const { return left_ <= 0; }
+
+  private:
+    NodeStore& nodes_;
+    int left_;
+};
+
+// Whichever call fails: whoever takes the change back must be told.
+TEST_P(BTreeDamage, ANodeThatCannotBeReadOrWrittenIsTold) {
+    const testing::TreeModel model = fill(600, 300);
+    const MemoryNodes nodes = nodes_;
+    const TreeCursor tree = tree_;
+    int failures = 0;
+    for (int round = 0; round < 60; ++round) {
+        const bool inserts = round % 2 == 0;
+        const testing::TestRecord record =
+            inserts ? RandomRecord(kind_, random_).second
+                    : std::next(model.begin(), testing::Below(random_, model.size()))->second;
+        bool hasFailed = true;
+        for (int n = 1; hasFailed; ++n) {
+            nodes_ = nodes;
+            tree_ = tree;
+            FailingNodes failing(nodes_, n);
+            tree_.store = &failing;
+            const TreeResult result = inserts ? insert(record) : remove(record);
+            hasFailed = failing.hasFailed();
+            failures += hasFailed ? 1 : 0;
+            ASSERT_EQ(result == TreeResult::Failed, hasFailed) << round << ", call " << n;
+        }
+    }
+    EXPECT_GT(failures, 200);
+}
+
 // Offsets and lengths of a node's bytes, before anything follows them.
 TEST(BTreeNodes, ThatCannotBeAreNotSound) {
     Bytes good(512);

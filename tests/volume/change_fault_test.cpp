@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "IO/redo_log.hpp"
 #include "support/sentences.hpp"
 #include "volume/catalog_changes.hpp"
+#include "volume/catalog_edit.hpp"
 #include "volume/room_remark.hpp"
 #include "volume/volume_maker.hpp"
 
@@ -27,15 +29,14 @@ class ChangeFault : public ::testing::TestWithParam<bool> {
         ASSERT_TRUE(MakeVolume(path_, shape));
         ASSERT_TRUE(volume_.open(path_));
     }
-    // From the `first`-th write on nothing is written, until they are mended with a large one.
-    void failWrites(int first) {
+    // From the `first`-th write on nothing is written, until they are mended with a large one; or
+    // nothing is read.
+    void failWrites(int first, std::int32_t command = kCommandWrite) {
         left_ = first;
         hasFailed_ = false;
-        volume_->transferSlot = [this](const SectorRequest& request) {
-            hasFailed_ = hasFailed_ || (request.command == kCommandWrite && --left_ <= 0);
-            return hasFailed_ && request.command == kCommandWrite
-                       ? 1
-                       : TransferSectors(volume_, request);
+        volume_->transferSlot = [this, command](const SectorRequest& request) {
+            hasFailed_ = hasFailed_ || (request.command == command && --left_ <= 0);
+            return hasFailed_ && request.command == command ? 1 : TransferSectors(volume_, request);
         };
     }
     void mendWrites() { failWrites(1'000'000); }
@@ -150,6 +151,48 @@ TEST_P(ChangeFault, ACatalogThatCannotGrowStaysAsItWas) {
     }
     EXPECT_GE(failures, 2);
     expectSound();
+}
+
+// Nodes that cannot be read, also in the middle of a change.
+TEST_P(ChangeFault, AChangeThatCannotReadItsCatalogIsTakenBack) {
+    for (int i = 0; i < 120; ++i)
+        ASSERT_EQ(makeFolder(i), TreeResult::Done);
+    const Bytes old(3000, 1);
+    ASSERT_EQ(put("file", old), StoreResult::Done);
+    ASSERT_EQ(volume_.flush(), TreeResult::Done);
+    ASSERT_TRUE(volume_.open(path_));
+    const std::optional<CatalogItem> replaced = volume_.find("file");
+    const std::vector<Bytes> before = StateOf(volume_);
+    const auto name = [this](const char* shown) { return NameOf(volume_, shown); };
+    const std::function<bool()> changes[] = {
+        [&] { return makeFolder(120) == TreeResult::Done; },
+        [&] {
+            testing::CutSource data(old);
+            Progress progress;
+            NewFile file;
+            file.parentId = kRootFolderId;
+            file.name = name("file");
+            file.data = &data;
+            file.replaced = replaced;
+            return AddFileToCatalog(volume_, file, kClock, progress) == StoreResult::Done;
+        },
+        [&] { return volume_.remove("folder 060") == EditResult::Done; },
+        [&] { return RenameItem(volume_, 2, name("file"), name("a")) == EditResult::Done; },
+        [&] { return MoveItem(volume_, name("folder 007"), 2, 30) == EditResult::Done; },
+        [&] { return SwapForks(volume_, name("file"), 2) == SwapResult::Done; },
+        [&] { return RenameVolume(volume_, "other") == EditResult::Done; }};
+    for (const auto& change : changes) {
+        bool isDone = false;
+        for (int sweep = 1; !isDone; ++sweep) {
+            SCOPED_TRACE(fmt::format("change {}, read {}", &change - changes, sweep));
+            ASSERT_TRUE(volume_.open(path_));
+            failWrites(sweep, kCommandRead);
+            isDone = change();
+            ASSERT_NE(isDone, hasFailed_);
+            mendWrites();
+            ASSERT_EQ(StateOf(volume_) == before, !isDone);
+        }
+    }
 }
 
 // Only where smaller blocks would help it is said that they would.

@@ -72,6 +72,9 @@ TEST_P(ForkInPieces, RecordsThatCannotBeAreDamage) {
     }
     file_.resource.runs = {{total - 1, 2}};
     EXPECT_EQ(ForkRuns(volume_, file_, true, found), TreeResult::Damaged) << "in the catalog";
+    file_.resource.runs = {{total - 2, 2}};
+    file_.resource.totalBlocks = 2;
+    EXPECT_EQ(ForkRuns(volume_, file_, true, found), TreeResult::Done) << "up to the last block";
     // The keys of HFS count blocks in 16 bits: a fork that claims more comes back to its beginning.
     file_.resource.runs = Runs(perRecord_, {0, 3});
     file_.resource.totalBlocks = 0xFFFFFFFF;

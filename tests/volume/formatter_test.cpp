@@ -74,10 +74,14 @@ TEST(Formatter, EverySizeHasItsFields) {
         EXPECT_EQ(big(extents + 40, 4), c.freeOfExtents);
         EXPECT_EQ(big(catalog + 40, 4), c.freeOfCatalog);
         EXPECT_EQ(big(32769, 5), c.isHfsPlus ? 0u : 0x4344303031u) << "CD001";
-        // Creation and change; HFS keeps local time.
+        // Creation and change, in the root's record the backup too; HFS keeps local time.
         const std::uint64_t now = testing::kNow + 2082844800 + (c.isHfsPlus ? 0 : 3600);
-        for (const int date : {c.isHfsPlus ? 16 : 2, c.isHfsPlus ? 20 : 6})
-            EXPECT_EQ(big(header + date, 4), now);
+        const std::uint64_t root = catalog + (c.isHfsPlus ? 4096 + 36 : 512 + 28);
+        for (const std::uint64_t date :
+             {header + (c.isHfsPlus ? 16 : 2), header + (c.isHfsPlus ? 20 : 6),
+              root + (c.isHfsPlus ? 12 : 10), root + (c.isHfsPlus ? 16 : 14)})
+            EXPECT_EQ(big(date, 4), now);
+        EXPECT_EQ(big(root + (c.isHfsPlus ? 28 : 18), 4), now + (c.isHfsPlus ? 0 : 2));
         testing::ExpectReadersFindNoFault(path);
         if (c.megabytes == 1) {
             const testing::Bytes withHoles = BytesAt(path, 0, bytes);

@@ -153,6 +153,24 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     EXPECT_FALSE(open(Wrapped(Bytes(100 * 512), 20))) << "with nothing in it";
 }
 
+TEST_F(OpenedVolume, IsChangedInsideItsWrapper) {
+    constexpr std::size_t kStart = 20 * 512;
+    const Bytes behind(1024, 0x55);  // the wrapper's own second header
+    const Bytes disk = Wrapped(barePlus_, 20) + behind;
+    const std::string path = MakeFile(folder_, "disk", disk);
+    TestVolume volume;
+    ASSERT_TRUE(volume.open(path));
+    ASSERT_EQ(volume.put("new", Bytes(70'000, 9), Bytes(5, 8)), StoreResult::Done);
+    ASSERT_EQ(volume.flush(), TreeResult::Done);
+    ASSERT_TRUE(volume.open(path));
+    EXPECT_EQ(volume.contents("new"), Bytes(70'000, 9));
+    const Bytes changed = ReadFile(path);
+    const std::size_t end = disk.size() - behind.size();
+    EXPECT_EQ(Slice(changed, 0, kStart), Slice(disk, 0, kStart));
+    EXPECT_EQ(Slice(changed, end, changed.size()), behind);
+    ExpectReadersFindNoFault(MakeFile(folder_, "inside", Slice(changed, kStart, end)));
+}
+
 TEST_F(OpenedVolume, HasAHeaderThatCanBe) {
     Bytes packed = hfs_;
     PutText(packed, packed.size() - 512, "koly");
@@ -205,6 +223,7 @@ TEST_F(OpenedVolume, IsCutShortWithItsImage) {
                  {hfs_, 96 + 19 + 256, false, true},
                  {hfs_, 96 + 19 + 257, true, true},
                  {hfs_, 96 + kHfsSectors - 1, true, false},  // the very last is none of its own
+                 {plus_, 64 + 34 * 4, false, true},
                  {plus_, 64 + kPlusSectors - 1, true, true},
                  {plus_, 64 + kPlusSectors, true, false}};
     for (const auto& c : cases) {

@@ -95,8 +95,13 @@ bool MakeVolume(const std::string& path, const VolumeShape& shape) {
     const auto writeHeaders = [&](const auto& header) {
         return image.writeRecord(1024, header) && image.writeRecord(bytes - 1024, header);
     };
+    VolumeHeader plusHeader = BuildVolumeHeader(params);
+    if (shape.isHfsx) {
+        plusHeader.signature = kHfsxSignature;
+        plusHeader.version = std::uint16_t{5};
+    }
     return image.setSize(bytes) &&
-           (shape.isHfsPlus ? writeHeaders(BuildVolumeHeader(params))
+           (shape.isHfsPlus ? writeHeaders(plusHeader)
                             : writeHeaders(BuildMasterDirectoryBlock(params))) &&
            image.writeAt(shape.isHfsPlus ? at(params.allocationFile) : 3 * 512, bitmap) &&
            WriteExtentsTree(image, at(params.extentsFile), shape.isHfsPlus,

@@ -16,6 +16,7 @@ struct VolumeShape {
     std::uint32_t blockSize;
     std::uint32_t totalBlocks;
     std::uint32_t catalogNodes;
+    bool isHfsx = false;  // that folds case all the same
 };
 inline std::ostream& operator<<(std::ostream& out, const VolumeShape& shape) {
     return out << shape.name;

@@ -9,9 +9,12 @@ namespace {
 using testing::VolumeShape;
 
 const VolumeShape kShapes[] = {
-    {"HfsTiny", false, 512, 420, 16},           {"HfsSmallBlocks", false, 512, 700, 24},
-    {"HfsLargeBlocks", false, 2048, 400, 32},   {"HfsPlusTiny", true, 512, 700, 6},
-    {"HfsPlusSmallBlocks", true, 512, 1100, 4}, {"HfsPlusLargeBlocks", true, 4096, 300, 5},
+    {"HfsTiny", false, 512, 420, 16},
+    {"HfsSmallBlocks", false, 512, 700, 24},
+    {"HfsLargeBlocks", false, 2048, 400, 32},
+    {"HfsPlusTiny", true, 512, 700, 6},
+    {"HfsxSmallBlocks", true, 512, 1100, 4, true},
+    {"HfsPlusLargeBlocks", true, 4096, 300, 5},
 };
 
 class VolumeModelTest : public ::testing::TestWithParam<VolumeShape> {};

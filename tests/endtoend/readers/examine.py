@@ -37,7 +37,7 @@ class Examination:
             self.problems.append(f"{label}: {error}")
 
     def _volume(self, label, start, length):
-        kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume}.get(
+        kind = {b"BD": HfsVolume, b"H+": HfsPlusVolume, b"HX": HfsPlusVolume}.get(
             self._signature(start + _VOLUME_HEADER))
         if kind is None:
             self.problems += [f"{label}: there is none"] * (length is not None)

@@ -18,6 +18,7 @@ HEADER_OFFSET = 1024
 # Numbers of the special files, in the order in which the volume header describes their forks.
 SPECIAL_FILES = {"allocation file": 6, "extents overflow file": EXTENTS_FILE, "catalog file": 4,
                  "attributes file": 8, "startup file": 7}
+_VERSIONS = {b"H+": 4, b"HX": 5}
 _BIG_KEYS, _VARIABLE_INDEX_KEYS = 2, 4
 _UNMOUNTED, _INCONSISTENT, _IDS_REUSED = 1 << 8, 1 << 11, 1 << 12
 _HAS_FOLDER_COUNT = 0x0010
@@ -75,7 +76,7 @@ class HfsPlusVolume(Volume):
         super().__init__(Window(buffer, offset, length))
         self.header = self._header(HEADER_OFFSET)
         self.block_size = self.header.blockSize
-        if self.header.signature != b"H+" or self.block_size < 512 or \
+        if self.header.signature not in _VERSIONS or self.block_size < 512 or \
                 self.block_size & (self.block_size - 1):
             raise FormatError(f"no HFS Plus volume, or blocks of {self.block_size} bytes")
 
@@ -181,7 +182,7 @@ class HfsPlusVolume(Volume):
     def own_faults(self):
         """What is wrong with the header, its copy and the special files."""
         header, length = self.header, self.window.length
-        if header.version != 4:
+        if header.version != _VERSIONS[header.signature]:
             yield f"header: version {header.version}"
         if header.totalBlocks != length // self.block_size:
             yield f"header: {header.totalBlocks} blocks in {length} bytes"
