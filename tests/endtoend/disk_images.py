@@ -1,17 +1,15 @@
 """Writes UDIF disk images (.dmg) with blocks of the kinds that Python can compress."""
 
 import bz2
-import lzma
 import plistlib
 import struct
 import zlib
 
 SECTOR = 512
-ZERO, RAW = 0x00000000, 0x00000001
-ZLIB, BZIP2, LZMA = 0x80000005, 0x80000006, 0x80000008
+ZERO, ZLIB, BZIP2 = 0x00000000, 0x80000005, 0x80000006
 END = 0xFFFFFFFF
 
-STORE = {RAW: bytes, ZLIB: zlib.compress, BZIP2: bz2.compress, LZMA: lzma.compress}
+STORE = {ZLIB: zlib.compress, BZIP2: bz2.compress}
 
 
 def cut(data, kind, sectors=64):

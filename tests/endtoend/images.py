@@ -9,10 +9,6 @@ from readers.window import load_image
 
 BLOCK = 2048
 
-# A formatted HFS image has the mark of a descriptor by which hybrid tools know it.
-KEPT = "ISO 9660: descriptor at sector 17: no 'CD001'"
-
-
 # A kind of image: its options, and the trees that it holds.
 Kind = namedtuple("Kind", "name options views")
 
@@ -38,7 +34,7 @@ class Image:
     def problems(self):
         """What is wrong with the image; every used block of its volume has an owner."""
         orphans = self.volume.orphans() if self.volume else 0
-        return ([text for text in self.examination.problems if text != KEPT] +
+        return (self.examination.problems +
                 [f"{orphans} blocks are in use without an owner"] * (orphans > 0))
 
     def iso_files(self, tree):

@@ -1,9 +1,8 @@
 """Other programs that read the images: each function gives what one of them sees.
 
-Files come as {path: bytes} with paths as tuples of names. isoinfo, xorriso and 7zz read ISO 9660
-and Joliet; 7zz reads HFS Plus; hfsutils reads HFS; grub-fstest reads all of them, and finds names
-by key, so that it sees a tree that is in the wrong order. bchunk reads raw images, vcd-info and
-vcdxrip those of Video CDs.
+Files come as {path: bytes} with paths as tuples of names. xorriso and 7zz read ISO 9660
+and Joliet; 7zz reads HFS Plus; hfsutils reads HFS. bchunk reads raw images, vcd-info and vcdxrip
+those of Video CDs.
 """
 
 import os
@@ -62,17 +61,6 @@ def seven_zip_resource(image, path):
                 allowed=(0, 1))
 
 
-def isoinfo_list(image):
-    """The paths that isoinfo finds, as it writes them."""
-    text = _run("isoinfo", "-f", "-i", image).decode("iso8859-1")
-    return [line for line in text.splitlines() if line]
-
-
-def isoinfo_file(image, path):
-    """The bytes of one file."""
-    return _run("isoinfo", "-i", image, "-x", path.encode("iso8859-1"))
-
-
 # A file as hfsutils copies it out, in MacBinary form (its published layout).
 MacFile = namedtuple("MacFile", "type creator created modified finder_flags data rsrc")
 
@@ -125,11 +113,6 @@ def _copy_folder(folder, names, target, home):
         with open(os.path.join(os.fsencode(target), copy), "rb") as file:
             found[(*folder, name)] = _mac_binary(file.read())
     return found
-
-
-def grub_read(image, device, path):
-    """The bytes of a file that GRUB finds by its name."""
-    return _run("grub-fstest", image, "cat", f"({device})/" + "/".join(path))
 
 
 def track_data(image, sheet, out):

@@ -1,10 +1,9 @@
 """Macintosh files on the PC: one Macintosh file in each of the forms in which it travels there.
 
 Every form is written after its published layout: AppleSingle and AppleDouble after RFC 1740,
-BinHex after RFC 1741, MacBinary after its first version, named streams as Linux keeps them.
+MacBinary after its first version, named streams as Linux keeps them.
 """
 
-import binascii
 import errno
 import os
 import random
@@ -19,8 +18,7 @@ FLAGS = 0x2400                      # a bundle and an icon of its own
 DISK_DATE = 1_000_000_000
 MADE, CHANGED = 3_000_000_000, 3_100_000_000    # what MacBinary tells, in local time since 1904
 
-CODINGS = {"plain": ".txt", "streams": "", "double": "", "single": ".as", "macbinary": ".bin",
-           "binhex": ".hqx"}
+CODINGS = {"plain": ".txt", "streams": "", "double": "", "single": ".as", "macbinary": ".bin"}
 CONTENTS = ("data", "rsrc", "both", "none")
 # Large enough for the way in which large files are copied.
 SIZES = {"data": 5000, "rsrc": 3000, ("macbinary", "data"): 2_300_000,
@@ -33,22 +31,6 @@ def mac_binary(name, signature, flags, data, rsrc, dates):
     head += struct.pack(">4I", len(data), len(rsrc), *dates)
     head = head.ljust(128, b"\0") + data
     return head + bytes(-len(head) % 128) + rsrc
-
-
-def bin_hex(name, signature, flags, data, rsrc):
-    """A BinHex file, without runs."""
-    head = struct.pack(">B", len(name)) + name + b"\0" + signature
-    head += struct.pack(">HII", flags, len(data), len(rsrc))
-    body = b"".join(part + binascii.crc_hqx(part, 0).to_bytes(2, "big")
-                    for part in (head, data, rsrc)).replace(b"\x90", b"\x90\0")
-    characters = b"!\"#$%&'()*+,-012345689@ABCDEFGHIJKLMNPQRSTUVXYZ[`abcdefhijklmpqr"
-    text = b":"
-    for at in range(0, len(body), 3):
-        piece = body[at:at + 3]
-        bits = int.from_bytes(piece.ljust(3, b"\0"), "big")
-        text += bytes(characters[bits >> shift & 63] for shift in (18, 12, 6, 0)[:len(piece) + 1])
-    lines = [text[at:at + 64] for at in range(0, len(text), 64)]
-    return b"(This file must be converted with BinHex 4.0)\n" + b"\n".join(lines) + b":\n"
 
 
 def apple_file(magic, entries):
@@ -77,12 +59,8 @@ class MacSource:
 
     @property
     def mac_name(self):
-        """Its name on the Macintosh: two forms bring one of their own."""
-        inner = self.coding in ("macbinary", "binhex")
-        return f"Inner {self.content} {self.coding}" if inner else self.pc_name
-
-    # Whether the PC's file is more than the data fork.
-    is_container = property(lambda self: self.coding in ("single", "macbinary", "binhex"))
+        """Its name on the Macintosh: one form brings one of its own."""
+        return f"Inner {self.content}" if self.coding == "macbinary" else self.pc_name
 
     @property
     def local_date(self):
@@ -104,8 +82,6 @@ class MacSource:
         if self.coding == "macbinary":
             return mac_binary(name, self.signature, self.flags, self.data, self.rsrc,
                               (MADE, CHANGED))
-        if self.coding == "binhex":
-            return bin_hex(name, self.signature, self.flags, self.data, self.rsrc)
         return self.data
 
     def _finder_info(self):

@@ -161,17 +161,6 @@ class InIsoPlus(Forks):
                 self.assertEqual(moment, iso_moment(data[name].date), name)
             self.assertEqual(0, sum(entry.extent for entry in data.values() if entry.size == 0))
 
-    def test_other_programs(self):
-        """Catches forks that xorriso does not find."""
-        files = judges.xorriso(self.image.path, self.work / "x", "joliet")[0]
-        expected = {("both", source.pc_name): source.data for source in self.kept}
-        # It gives one of two records of one name, the associated one, an underscore.
-        for source in self.kept:
-            if source.rsrc:
-                stem, dot, extension = source.pc_name.partition(".")
-                expected["both", f"{stem}_{dot}{extension}"] = source.rsrc
-        self.assert_same_tree(expected, files)
-
 
 if __name__ == "__main__":
     unittest.main()

@@ -2,7 +2,6 @@
 
 import datetime
 import functools
-import random
 import re
 import shutil
 import unittest
@@ -138,30 +137,6 @@ class ReadBack(Case):
                 for at in range(0, len(file.content), BLOCK):
                     block = file.content[at:at + BLOCK].ljust(BLOCK, b"\0")
                     self.assertEqual(1, counts[block], (kind.name, file.path, at))
-
-    @on_images("hfs")
-    def test_hfs_by_hfsutils(self, view, image, out):
-        """Catches a catalog, type, date or fork that hfsutils reads otherwise."""
-        about, folders, found = judges.hfs_utils(image.path, out)
-        self.assertIn('"Harbour"', about)
-        self.assertEqual(self.tree.expected_folders(view), folders)
-        sources = self.tree.expected(view)
-        self.assert_same_tree(self.contents(view), {path: found[path].data for path in found})
-        for path, source in sources.items():
-            got = found[path]
-            self.assertEqual((*type_of(source), 0, source.mac_local, INVISIBLE if source.hidden else 0),
-                             (got.type, got.creator, len(got.rsrc), got.modified,
-                              got.finder_flags), path)
-
-    @on_images("hfs", "plus")
-    def test_names_by_key(self, view, image, _):
-        """Catches a record that stands in the wrong place of a tree: GRUB searches by key."""
-        sources = self.tree.expected(view)
-        # It takes paths as one text.
-        paths = sorted(path for path in sources if path[0] != "many" and "/" not in "".join(path))
-        for path in [("many", "0200 picture.jpeg"), *random.Random(1904).sample(paths, 40)]:
-            self.assertEqual(sources[path].content,
-                             judges.grub_read(image.path, "loop0,apple2", path), path)
 
     def test_a_copy_of_the_tree_made_in_another_order(self):
         """Catches the clock, an order that comes from the disk, and a path of the PC."""

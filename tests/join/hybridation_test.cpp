@@ -142,6 +142,7 @@ TEST_F(HybridationTest, RawDiscsGetTheSameDataAsPlainOnes) {
             ASSERT_EQ(outcome.result, HybridationResult::Done);
             EXPECT_EQ(outcome.form, staysRaw ? HybridForm::Raw : HybridForm::Repacked);
             const Bytes joined = ReadFile(disc_);
+            EXPECT_EQ(outcome.sizeBytes, joined.size());
             EXPECT_EQ(staysRaw ? DataOf(joined, offset) : joined, expected);
         }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 3);

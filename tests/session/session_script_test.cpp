@@ -97,8 +97,11 @@ file zero.hfs
 )");
         test::Write("read.hfs", std::string(100'000, '.'));
     }
-    static void step(const std::string& word, Session& session, Documents& documents,
-                     ScriptedPerson& person) {
+    [[nodiscard]] test::Names recent(const Documents& documents) const {
+        return RecentFiles(settings_, documents.mode);
+    }
+    void step(const std::string& word, Session& session, Documents& documents,
+              ScriptedPerson& person) const {
         const std::size_t sign = std::min(word.find('='), word.size());
         const std::string value = word.substr(std::min(sign + 1, word.size()));
         const auto number = static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
@@ -120,6 +123,8 @@ file zero.hfs
             {"spoil", [&] { test::Write(documents.path(), "changed by another"); }},
             {"compile", [&] { documents.compile = static_cast<CompileState>(number); }},
             {"may", [&] { person.note("may " + commandsOf(documents)); }},
+            {"side", [&] { person.note(documents.isHfsPlus ? "HFS+" : "HFS"); }},
+            {"recent", [&] { person.note(fmt::format("{}", fmt::join(recent(documents), " "))); }},
             {"folder", [&] { makeFolder(value, session, documents); }}};
         steps.at(word.substr(0, sign))();
     }
@@ -232,6 +237,15 @@ constexpr const char* kTranscripts = R"(
 ! wants a volume
 > open=other.hfs => Vellmark 1.1.2 c1
 ! says Error opening file/other.hfs. No such file or directory.
+# What was opened is offered again, and a new side is that of the settings.
+> start=disc.vlpr open=read.me recent open=disc.vlpr @256 close side => Vellmark 0.1.1 c1 disc.BAK:1
+! says The file read.me/is not managed by Vellmark.
+! disc.vlpr
+! HFS+
+> @0 open=disk.hfs side close @256 start=zero.hfs side => Vellmark 1.1.2 c1 disc.BAK:1
+! HFS
+! says Null length file./Aborting.
+! HFS+
 # A command is there where its mode has it, and can be given where nothing forbids it.
 > may mode=0 may start may => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
 ! may                            |

@@ -41,6 +41,10 @@ folder none
 1 make in -o none => none names a folder
 1 make in -o pipe --force => pipe is a pipe
 1 make in -o x.iso --label 'A name of twenty-eight chars' => 28 letters; HFS takes
+1 make in -o x.iso --hfsplus --label 12345678901234567890123456789012345678901234567890123456789012 => 61
+0 make in -o label.iso --label 'Größe is a label of letters'
+0 info label.iso => iso: GROS_E_IS_A_ (ISO 9660) => joliet: Größe is a label (Joliet)
+shows => hfs: Größe is a label of letters (HFS)
 0 make in -o -
 )");
     EXPECT_TRUE(fs::is_symlink("link.iso"));

@@ -65,11 +65,21 @@ TEST(BlockAllocation, AFileGetsTheRunsThatTheFormatPrefers) {
         Runs taken;
         EXPECT_EQ(ReserveBlocks(volume, c.wanted * 512 - 1, taken), *c.taken != 0);
         EXPECT_EQ(Shown(taken), c.taken);
-        EXPECT_EQ(c.isHfsPlus ? std::uint32_t{volume->vhb.nextAllocation}
-                              : std::uint32_t{volume->mdb.nextAllocation},
-                  c.hintBehind);
+        const auto hint = [&]() -> std::uint32_t {
+            return c.isHfsPlus ? std::uint32_t{volume->vhb.nextAllocation}
+                               : std::uint32_t{volume->mdb.nextAllocation};
+        };
+        EXPECT_EQ(hint(), c.hintBehind);
         EXPECT_EQ(volume->freeBlocks(), free - BlocksOf(taken));
         EXPECT_EQ(TotalFreeBlocks(volume.allocation().bitmap, 2000), volume->freeBlocks());
+        FreeExtents(volume, taken);
+        EXPECT_EQ(volume->freeBlocks(), free);
+        EXPECT_EQ(hint(),
+                  taken.empty() ? c.hintBehind
+                  : c.isHfsPlus
+                      ? std::min(c.hintBehind,
+                                 std::ranges::min(taken, {}, &BlockRun::startBlock).startBlock)
+                      : 0);
     }
 }
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 
 #include "volume/tree_bench.hpp"
-#include "volume/tree_editor.hpp"
 
 namespace vellmark {
 namespace {
@@ -60,12 +59,10 @@ class BTree : public testing::TreeTest {
                     std::ranges::equal(tree_.view().key(tree_.index), expected->second.key));
     }
 };
-class HfsBTree : public testing::TreeTest {};
 class HfsPlusBTree : public testing::TreeTest {};
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, BTree, ::testing::ValuesIn(testing::kTreeKinds),
                          [](const auto& test) { return std::string(test.param.name); });
-INSTANTIATE_TEST_SUITE_P(Catalog, HfsBTree, ::testing::Values(testing::kTreeKinds[0]));
 INSTANTIATE_TEST_SUITE_P(Catalog, HfsPlusBTree, ::testing::Values(testing::kTreeKinds[1]));
 
 // Grows and shrinks by turns: lost links, wrong places of split records, index records of freed
@@ -89,17 +86,6 @@ TEST_P(BTree, HoldsWhatTheMapHoldsUntilItIsEmptyAndAgain) {
             }
         EXPECT_TRUE(model.empty() && tree_.header().depth == 0);
     }
-}
-
-// HFS catalogs that were built in order are read in order: full leaves keep them short.
-TEST_P(HfsBTree, LeavesThatAreFilledInOrderAreFull) {
-    std::size_t bytes = 0;
-    const TreeModel model = fill(2000, 3000);
-    for (const auto& [order, record] : model)
-        bytes += record.key.size() + record.data.size() + 2;
-    EXPECT_GE(tree_.header().depth, 3);
-    ExpectSoundTree(tree_, model);
-    EXPECT_LT((2000 - tree_.header().freeNodes) * 512, bytes * 3 / 2);
 }
 
 // Bits behind the header's map: the nodes go on being numbered, and the maps come back.
@@ -131,6 +117,20 @@ TEST_P(BTree, MapNodesGoRoundWithTheTree) {
         ASSERT_EQ(LoadNodeBitmap(again), TreeResult::Done);
         EXPECT_EQ(again.nodeBitmap, tree_.nodeBitmap);
         EXPECT_EQ(again.headerNode, tree_.headerNode);
+        // Its map nodes lead out of the tree, or back.
+        const std::uint32_t map =
+            NodeView(again.headerNode, *kind_.format).descriptor().forwardLink;
+        for (const std::uint32_t wrong : {std::uint32_t{again.header().totalNodes}, map}) {
+            Bytes node(kind_.nodeSize);
+            const MemoryNodes sound = nodes_;
+            if (c.mapNodes < 2 || !nodes_.read(map, node))
+                break;
+            NodeView(node, *kind_.format).descriptor().forwardLink = wrong;
+            ASSERT_TRUE(nodes_.write(map, node));
+            EXPECT_EQ(LoadNodeBitmap(again), TreeResult::Damaged) << wrong;
+            nodes_ = sound;
+            ASSERT_EQ(LoadNodeBitmap(again), TreeResult::Done);
+        }
         // Without the nodes taken by hand it is a sound tree.
         for (const std::uint32_t number : taken)
             FreeNode(again, number);
@@ -164,42 +164,6 @@ TEST_P(HfsPlusBTree, LongerKeysTakeThePlaceOfShorterOnes) {
         for (const auto& [order, record] : model)
             ASSERT_EQ(remove(record), TreeResult::Done);
         EXPECT_EQ(tree_.header().depth, 0);
-    }
-}
-
-TEST(BTreeOrder, NoSplitLeavesANodeTooFull) {
-    std::mt19937 random(kSeed);
-    for (int round = 0; round < 4000; ++round) {
-        SCOPED_TRACE(::testing::Message() << "seed " << kSeed << " round " << round);
-        Bytes bytes(512);
-        NodeView node(bytes, kHfsCatalogFormat);
-        node.clear(NodeKind::Leaf, 1);
-        std::vector<std::size_t> sizes;
-        const auto size = [&] { return 8 + 2 * std::size_t{Below(random, 70)}; };
-        for (std::size_t next = size(); node.fits(next); next = size()) {
-            Bytes record(next);
-            record[0] = 6;
-            node.insert(sizes.size(), record);
-            sizes.push_back(next);
-        }
-        const std::size_t at = Below(random, static_cast<std::uint32_t>(sizes.size() + 1));
-        const std::size_t told = Below(random, static_cast<std::uint32_t>(sizes.size() + 1));
-        const std::size_t added = node.freeBytes() + 2 * Below(random, 60);
-        // Whether both nodes hold what comes to them when so many records stay.
-        const auto fits = [&](std::size_t kept) {
-            std::size_t left = 16 + (at <= kept ? added + 2 : 0);
-            std::size_t right = 16 + (at <= kept ? 0 : added + 2);
-            for (std::size_t i = 0; i < sizes.size(); ++i)
-                (i < kept ? left : right) += sizes[i] + 2;
-            return left <= 512 && right <= 512 && kept > 0 && kept < sizes.size();
-        };
-        bool isPossible = false;
-        for (std::size_t kept = 1; kept < sizes.size(); ++kept)
-            isPossible = isPossible || fits(kept);
-        const auto point = SplitPoint(node, told, {at, added});
-        ASSERT_EQ(point.has_value(), isPossible);
-        ASSERT_TRUE(!point || fits(*point));
-        ASSERT_TRUE(!point || !fits(told) || *point == told);
     }
 }
 

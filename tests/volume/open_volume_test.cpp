@@ -153,22 +153,34 @@ TEST_F(OpenedVolume, EndsWhereItsPartitionEnds) {
     EXPECT_FALSE(open(Wrapped(Bytes(100 * 512), 20))) << "with nothing in it";
 }
 
-TEST_F(OpenedVolume, IsChangedInsideItsWrapper) {
-    constexpr std::size_t kStart = 20 * 512;
-    const Bytes behind(1024, 0x55);  // the wrapper's own second header
-    const Bytes disk = Wrapped(barePlus_, 20) + behind;
-    const std::string path = MakeFile(folder_, "disk", disk);
-    TestVolume volume;
-    ASSERT_TRUE(volume.open(path));
-    ASSERT_EQ(volume.put("new", Bytes(70'000, 9), Bytes(5, 8)), StoreResult::Done);
-    ASSERT_EQ(volume.flush(), TreeResult::Done);
-    ASSERT_TRUE(volume.open(path));
-    EXPECT_EQ(volume.contents("new"), Bytes(70'000, 9));
-    const Bytes changed = ReadFile(path);
-    const std::size_t end = disk.size() - behind.size();
-    EXPECT_EQ(Slice(changed, 0, kStart), Slice(disk, 0, kStart));
-    EXPECT_EQ(Slice(changed, end, changed.size()), behind);
-    ExpectReadersFindNoFault(MakeFile(folder_, "inside", Slice(changed, kStart, end)));
+// In a wrapper of HFS, or behind the tables of other systems: nothing around it changes.
+TEST_F(OpenedVolume, IsChangedWithinItsPlaceAlone) {
+    constexpr std::size_t kStart = 40;
+    Bytes boot(kStart * 512);
+    PutBootEntry(boot, 0, 0xAF, kStart, kPlusSectors);
+    Bytes guid(kStart * 512);
+    PutBootEntry(guid, 0, 0xEE, 1, kStart + kPlusSectors);
+    PutGptHeader(guid, 2, 128);
+    PutGptEntry(guid, 1024, kHfsGuidBytes, kStart, kStart + kPlusSectors - 1, u"v");
+    const Bytes behind(1024, 0x55);  // the wrapper's own second header, or that of a table
+    const std::pair<Bytes, std::size_t> disks[] = {
+        {Wrapped(barePlus_, 20), 20}, {boot + barePlus_, kStart}, {guid + barePlus_, kStart}};
+    for (const auto& [front, sector] : disks) {
+        const Bytes disk = front + behind;
+        const std::string path = MakeFile(folder_, "disk", disk);
+        TestVolume volume;
+        ASSERT_TRUE(volume.open(path));
+        EXPECT_EQ(volume->partitionStart.number(), sector);
+        ASSERT_EQ(volume.put("new", Bytes(70'000, 9), Bytes(5, 8)), StoreResult::Done);
+        ASSERT_EQ(volume.flush(), TreeResult::Done);
+        ASSERT_TRUE(volume.open(path));
+        EXPECT_EQ(volume.contents("new"), Bytes(70'000, 9));
+        const Bytes changed = ReadFile(path);
+        EXPECT_EQ(Slice(changed, 0, sector * 512), Slice(disk, 0, sector * 512));
+        EXPECT_EQ(Slice(changed, front.size(), changed.size()), behind);
+        ExpectReadersFindNoFault(
+            MakeFile(folder_, "inside", Slice(changed, sector * 512, front.size())));
+    }
 }
 
 TEST_F(OpenedVolume, HasAHeaderThatCanBe) {

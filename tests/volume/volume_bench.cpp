@@ -159,12 +159,7 @@ void ExpectReadersFindNoFault(const std::string& path) {
         return;
     const Bytes bytes = BytesAt(output, 0, PcFile(output, PcFile::Mode::Read).size());
     const std::string told(bytes.begin(), bytes.end());
-    // The mark of a first descriptor that a formatted HFS image carries stands for no ISO 9660
-    // tree.
-    const bool markOnly = told.find("\nPROBLEM: ISO 9660: descriptor at sector 17: no 'CD001'\n") !=
-                              std::string::npos &&
-                          told.find("\n1 problems") != std::string::npos;
-    EXPECT_TRUE(WEXITSTATUS(status) == 1 && markOnly) << told;
+    ADD_FAILURE() << told;
 }
 
 }  // namespace vellmark::testing

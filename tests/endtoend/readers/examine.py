@@ -17,7 +17,8 @@ class Examination:
         self.buffer = Window(buffer)
         table = PartitionTable(buffer)
         self.partitions, self.problems = table.partitions, table.problems
-        if self._signature(16 * 2048 + 1, 5) == b"CD001":
+        # A formatted HFS image has but the mark of a descriptor, by which hybrid tools know it.
+        if self._signature(16 * 2048, 6) == b"\1CD001":
             self._add("ISO 9660", lambda: IsoImage(self.buffer))
         starts = [(row.start, row.length) for row in self.partitions if row.type == "Apple_HFS"]
         for start, length in starts or [(0, None)]:

@@ -1,10 +1,8 @@
 """Reader of HFS Plus volumes: Apple Technical Note TN1150."""
 
-import re
 import struct
 from collections import namedtuple
 from functools import cached_property
-from unicodedata import ucd_3_2_0
 
 from . import hfsplus_order
 from .blocks import BlockMap, spread_bits
@@ -24,7 +22,6 @@ _UNMOUNTED, _INCONSISTENT, _IDS_REUSED = 1 << 8, 1 << 11, 1 << 12
 _HAS_FOLDER_COUNT = 0x0010
 # The last mount may write the dates and the counters of one header only; the rest is equal.
 _ALTERNATE_FIELDS = ("signature", "version", "createDate", "blockSize", "totalBlocks")
-_NOT_DECOMPOSED = re.compile("[\u2000-\u2fff\uf900-\ufaff\U0002f800-\U0002faff]")
 
 
 _HEADER = ">2sHI4sIIIIIIIIIIIIIIIQ32s400s"
@@ -59,11 +56,6 @@ def _split_extents_key(body):
         raise FormatError(f"extents overflow: key length {len(body)}, or a pad byte that is set")
     fork, cnid, first = struct.unpack(">BxII", body)
     return cnid, fork, first
-
-
-def is_decomposed(name):
-    """True when each part of the name that TN1150 decomposes is decomposed canonically."""
-    return all(ucd_3_2_0.normalize("NFD", part) == part for part in _NOT_DECOMPOSED.split(name))
 
 
 class HfsPlusVolume(Volume):
@@ -158,8 +150,6 @@ class HfsPlusVolume(Volume):
         if not 1 <= len(name.encode("utf-16-be", "surrogatepass")) <= 510 or ":" in name or \
                 any(0xD800 <= ord(char) < 0xE000 for char in name):
             self.faults.append(f"{entry.label}: not such a name")
-        if not is_decomposed(name):
-            self.faults.append(f"{entry.label}: the name is not canonically decomposed")
         if not is_folder:
             entry.data = self.fork(*_parse_fork(data[88:168]), cnid, DATA_FORK,
                                    f"{entry.label}, data fork")

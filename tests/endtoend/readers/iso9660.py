@@ -1,6 +1,6 @@
 """Reader of ISO 9660 (ECMA-119) images with their Joliet tree: strict about tables, order and reach.
 
-What isoinfo and xorriso judge as well, such as the letters of identifiers, is left to them.
+What xorriso judges as well, such as the letters of identifiers, is left to it.
 """
 
 import struct
