@@ -8,10 +8,8 @@
 #include "IO/iso_image.hpp"
 #include "support/words.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
-
-using namespace testing;  // NOLINT(google-build-using-namespace)
 
 // The disc and its reader.
 struct Disc {
@@ -229,4 +227,4 @@ TEST(CoverIso, TakesTheTreesAndWhatTheDiscStartsFrom) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

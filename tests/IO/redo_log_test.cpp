@@ -27,10 +27,9 @@ extern "C" int fsync(int descriptor) {
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
 }
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
 
-using namespace testing;  // NOLINT(google-build-using-namespace)
 namespace fs = std::filesystem;
 
 constexpr std::size_t kImageBytes = 100 * kSectorBytes;
@@ -258,4 +257,4 @@ TEST_F(RedoLogTest, WithoutALogNothingOfABatchIsWritten) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

@@ -9,10 +9,8 @@
 #include "IO/io_bench.hpp"
 #include "IO/raw_sector.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
-
-using namespace testing;  // NOLINT(google-build-using-namespace)
 
 class SectorIo : public ::testing::Test {
   protected:
@@ -156,4 +154,4 @@ TEST(RawSector, HeadersCountFromTwoSecondsOn) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing
