@@ -9,10 +9,8 @@
 #include "containers/named_streams.hpp"
 #include "support/pc_file.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
-
-using namespace testing;  // NOLINT(google-build-using-namespace)
 
 struct Entry {
     std::uint32_t id, offset, length;
@@ -92,8 +90,7 @@ TEST(AppleSingle, EntriesThatLieAreNamed) {
         {"Finder information beyond", {{9, 90, 32}}, ContainerFault::FinderInfoCut, 0, 0, 'x'},
         {"type and creator alone", {{9, 90, 8}}, ContainerFault::None, 0, 0, 'x'},
         {"less than these", {{9, 90, 7}}},
-        {"an empty one may lie anywhere", {{1, 0, 0}, {2, ~0U, 0}}},
-    };
+        {"an empty one may lie anywhere", {{1, 0, 0}, {2, ~0U, 0}}}};
     for (const auto& c : cases) {
         Bytes bytes = Header(kAppleSingleMagic, c.entries);
         bytes.resize(100, 'x');
@@ -166,8 +163,7 @@ TEST(NamedStreams, AreReadInBothSpellingsWithoutTheByteTooMany) {
         {"the map's end tells", {{kServerResource, Fork(301)}}, 300, ""},
         {"as far as the flags", {{kPlainInfo, Info(26)}}, 0, "TEXTttxt"},
         {"cut", {{kPlainInfo, Info(25)}}, 0, ""},
-        {"no signature", {{kPlainInfo, Info(60, "TEXTLMAN")}}, 0, none},
-    };
+        {"no signature", {{kPlainInfo, Info(60, "TEXTLMAN")}}, 0, none}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         ::unlink(path.c_str());
@@ -189,4 +185,4 @@ TEST(NamedStreams, AreReadInBothSpellingsWithoutTheByteTooMany) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

@@ -14,10 +14,6 @@ inline Bytes Contents(ByteSource& source) {
     return bytes;
 }
 
-inline void Append(Bytes& bytes, const Bytes& more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
 inline Bytes Be(std::uint64_t value, int width) {
     Bytes bytes;
     for (int shift = (width - 1) * 8; shift >= 0; shift -= 8)
@@ -41,16 +37,11 @@ inline std::uint16_t RegisterCrc(const Bytes& bytes) {
     return static_cast<std::uint16_t>(crc);
 }
 
-/// Takes `limit` writes, then fails.
 class FailingSink final : public ByteSink {
   public:
-    explicit FailingSink(int limit) : left_(limit) {}
     [[nodiscard]] bool writeAt(std::uint64_t, std::span<const std::uint8_t>) override {
-        return left_-- > 0;
+        return false;
     }
-
-  private:
-    int left_;
 };
 
 /// Tells a size and gives zeros, but nothing from `readable` on.
@@ -100,7 +91,7 @@ inline Bytes BinHexRuns(const Bytes& bytes) {
         if (bytes[i] == 0x90)
             out.push_back(0);
         if (count > 1)
-            Append(out, {0x90, static_cast<std::uint8_t>(count)});
+            out = std::move(out) + Bytes{0x90, static_cast<std::uint8_t>(count)};
         i += count;
     }
     return out;
@@ -131,6 +122,30 @@ inline std::string BinHexText(const Bytes& bytes, std::string_view lineEnd = "\n
 /// A whole BinHex file.
 inline Bytes BinHexOf(const MacFile& file, std::string_view lineEnd = "\n") {
     return BytesOf(BinHexText(BinHexRuns(BinHexSections(file)), lineEnd));
+}
+
+/// `finder`: the first bytes of the Finder's information. Parts fill blocks of 128 bytes.
+inline Bytes MacBinaryOf(std::string_view name, const Bytes& finder, const Bytes& data,
+                         const Bytes& resource, std::uint32_t created, std::uint32_t modified) {
+    const auto filled = [](const Bytes& fork) {
+        return fork + Bytes((fork.size() + 127) / 128 * 128 - fork.size());
+    };
+    return Bytes{0} + Be(name.size(), 1) + BytesOf(name) + Bytes(63 - name.size()) + finder +
+           Bytes(18 - finder.size()) + Be(data.size(), 4) + Be(resource.size(), 4) +
+           Be(created, 4) + Be(modified, 4) + Bytes(29) + filled(data) + filled(resource);
+}
+
+/// AppleSingle or AppleDouble with those entries: number and contents.
+inline Bytes AppleFileOf(bool isSingle, const std::vector<std::pair<int, Bytes>>& entries) {
+    Bytes header = Be(isSingle ? 0x00051600 : 0x00051607, 4) + Be(0x00020000, 4) + Bytes(16) +
+                   Be(entries.size(), 2);
+    const std::size_t start = header.size() + 12 * entries.size();
+    Bytes all;
+    for (const auto& [id, contents] : entries) {
+        header = header + Be(id, 4) + Be(start + all.size(), 4) + Be(contents.size(), 4);
+        all = all + contents;
+    }
+    return header + all;
 }
 
 }  // namespace vellmark::testing

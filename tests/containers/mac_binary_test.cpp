@@ -7,10 +7,8 @@
 #include "containers/bundle_bit.hpp"
 #include "containers/codec_bench.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
-
-using namespace testing;  // NOLINT(google-build-using-namespace)
 
 /// A header by hand: "Text File", TEXT, R*ch, flags 0140, place 1/2, forks of 21 and 1454 bytes.
 Bytes HeaderBytes() {
@@ -52,22 +50,20 @@ TEST(MacBinary, RecogniserJudgesEachField) {
         Bytes change;
         bool expected = false;
         std::int64_t fileSize = 2000;
-    } cases[] = {
-        {"nothing wrong", 0, {0}, true},
-        {"first byte", 0, {1}},
-        {"no name", 1, {0, 0}},
-        {"name of 64", 1, {64}},
-        {"name shorter than told", 1, {10}},
-        {"the type stands straight behind a name of 63", 1, Bytes(64, 63), true},
-        {"one zero in the type", 68, {0}},
-        {"byte 82", 82, {1}},
-        {"no forks", 83, Bytes(8, 0)},
-        {"a data fork alone", 87, Be(0, 4), true},
-        {"sum is the file", 83, {0, 0, 0, 21}, true, 1475},
-        {"sum is beyond the file", 83, {0, 0, 0, 21}, false, 1474},
-        {"a sum that wraps round", 83, Be(0x8000'0000'8000'0008, 8)},
-        {"later versions' fields are free", 99, Bytes(29, 0xFF), true},
-    };
+    } cases[] = {{"nothing wrong", 0, {0}, true},
+                 {"first byte", 0, {1}},
+                 {"no name", 1, {0, 0}},
+                 {"name of 64", 1, {64}},
+                 {"name shorter than told", 1, {10}},
+                 {"the type stands straight behind a name of 63", 1, Bytes(64, 63), true},
+                 {"one zero in the type", 68, {0}},
+                 {"byte 82", 82, {1}},
+                 {"no forks", 83, Bytes(8, 0)},
+                 {"a data fork alone", 87, Be(0, 4), true},
+                 {"sum is the file", 83, {0, 0, 0, 21}, true, 1475},
+                 {"sum is beyond the file", 83, {0, 0, 0, 21}, false, 1474},
+                 {"a sum that wraps round", 83, Be(0x8000'0000'8000'0008, 8)},
+                 {"later versions' fields are free", 99, Bytes(29, 0xFF), true}};
     for (const auto& c : cases) {
         Bytes bytes = HeaderBytes();
         PutText(bytes, c.at, std::string(c.change.begin(), c.change.end()));
@@ -78,8 +74,12 @@ TEST(MacBinary, RecogniserJudgesEachField) {
 // Readers refuse the first form with anything behind the high byte of the flags, and a file whose
 // last fork is not filled up; a file without that is read all the same.
 TEST(MacBinary, WrittenIsTheFirstFormThatHoldsTheFlagsAndForksFillMultiplesOf128) {
-    for (const auto& [dataSize, resourceSize] :
-         {std::pair{21u, 1454u}, {0u, 5u}, {128u, 129u}, {129u, 128u}, {21u, 0u}})
+    for (const auto& [dataSize, resourceSize] : {std::pair{21u, 1454u},
+                                                 {1'100'000u, 1'200'001u},
+                                                 {0u, 5u},
+                                                 {128u, 129u},
+                                                 {129u, 128u},
+                                                 {21u, 0u}})
         for (const std::uint16_t flags : {std::uint16_t{0x0100}, std::uint16_t{0x0140}}) {
             MacFileInfo info;
             info.name = "  Text File";
@@ -235,6 +235,8 @@ TEST(BinHex, DamageIsNamed) {
     unnamed[0] = 64;
     EXPECT_EQ(DecodedSections(unnamed).outcome.fault, ContainerFault::HeaderInvalid);
     EXPECT_EQ(DecodedSections(unnamed).target.size(), 0u);
+    const Bytes longest = BinHexSections({std::string(63, 'n'), "TEXTR*ch", 0, {}, {}});
+    EXPECT_EQ(DecodedSections(longest).outcome.fault, ContainerFault::None);
     // No name at all, under a right checksum, and no checksum of a fork that is not there: both
     // are what some writers make.
     const Bytes alone = BinHexSections({"", "TEXTR*ch", 0, kSmall.data, {}});
@@ -264,4 +266,4 @@ TEST(BinHex, ACutFileGivesWhatItHolds) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

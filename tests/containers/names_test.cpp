@@ -134,8 +134,7 @@ TEST(HfsPlusNames, WideNamesAreDecomposed) {
         // The quotation mark drags the second unit of the last letter that had two: kept on
         // purpose.
         {u"\"\uF020", u"\"\"\0"s},
-        {u"éa\u00D8\uF020\uF020", u"e\u0301aØ\"\u0301\"\u0301"},
-    };
+        {u"éa\u00D8\uF020\uF020", u"e\u0301aØ\"\u0301\"\u0301"}};
     for (const auto& [wide, name] : cases)
         EXPECT_EQ(WideToHfsPlusName(wide), name) << testing::PrintToString(wide);
 }
@@ -158,8 +157,7 @@ TEST(HfsPlusNames, ShownNamesAreComposed) {
         {u"a\u0315\u0301", u"a\u0315\u0301"},              // the mark between ranks higher
         {u"e\u0313\u0301", u"e\u0313\u0301"},              // or as high
         {u"=\u0338\u212B\uF900", u"=\u0338\u212B\uF900"},  // would not decompose again
-        {u"a\0b\xD800x"s, u"a\0b\xD800x"s},
-    };
+        {u"a\0b\xD800x"s, u"a\0b\xD800x"s}};
     for (const auto& [name, wide] : cases)
         EXPECT_EQ(HfsPlusNameToWide(name), wide) << testing::PrintToString(name);
 }
@@ -203,8 +201,7 @@ TEST(NameOrder, SearchesStripTheCandidateAndTakeWildcards) {
         {"READ*", "read me", 1},         // the search is not folded: plain order
         {"aa*", "zz", -1},
         {"a*b", "a*B", 0},  // a candidate with a `*` is compared plainly
-        {"**", "abc", -1},
-    };
+        {"**", "abc", -1}};
     for (const auto& [search, name, order] : cases)
         EXPECT_EQ(CompareName(search, name), order) << search << " / " << name;
     EXPECT_EQ(CompareHfsPlusSearch(u"zz*me", u"Read me"), 0);

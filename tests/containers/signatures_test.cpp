@@ -67,16 +67,14 @@ TEST(SignatureTable, SignaturesOfNamesAndRowsOfSignatures) {
         {"a.tx", "TEXT????"},
         {"a. ", "TEXT????"},
         {"a.emp", std::string(8, '\0')},
-        {"a.sho", std::string("snd \0\0\0\0", 8)},
-    };
+        {"a.sho", std::string("snd \0\0\0\0", 8)}};
     for (const auto& [name, signature] : names)
         EXPECT_EQ(table.SignatureOf(name), signature) << name;
     const std::pair<std::string_view, std::string> signatures[] = {
         {"TEXTSITx", "hqx"},  // all eight before an earlier row of the same type
         {"JPEGzzzz", "J2"},   {"TEXTzzzz", "___"},  // the generic row is the first of that type
         {"JPzzzzzz", "J2"},                         // two bytes are enough for the loose pass
-        {"textttxt", "null"}, {"zzzzogle", "null"}, {"J", "null"},
-    };
+        {"textttxt", "null"}, {"zzzzogle", "null"}, {"J", "null"}};
     for (const auto& [signature, extension] : signatures) {
         const SignatureRow* row = table.RowOfSignature(signature);
         EXPECT_EQ(row == nullptr ? "null" : row->extension, extension) << signature;

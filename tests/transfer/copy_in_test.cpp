@@ -9,15 +9,10 @@
 
 #include "transfer/transfer_bench.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AppleFileOf;
-using testing::Be;
-using testing::Bytes;
-using testing::BytesOf;
-using testing::operator+;
 using Lines = std::vector<std::string>;
 
 constexpr UnixSeconds kDate = 1'588'748'890;  // 2020-05-06 07:08:10 UTC
@@ -25,16 +20,16 @@ constexpr MacSeconds kMacDate = 3'671'593'690;
 constexpr MacSeconds kNowMac = 3'082'844'800;
 constexpr MacSeconds kToldDate = 0xB0000000;  // local time
 
-Bytes MacBinaryOf(const testing::MacFile& file, MacSeconds date = 0) {
+Bytes MacBinaryOf(const MacFile& file, MacSeconds date = 0) {
     const Bytes finder = BytesOf(file.signature) + Be(file.flags, 2);
     return testing::MacBinaryOf(file.name, finder, file.data, file.resource, date, 0);
 }
 
-class CopyInTest : public testing::TransferTest {
+class CopyInTest : public TransferTest {
   protected:
     void write(const std::string& name, const Bytes& bytes) const {
         fs::create_directories(fs::path(pc(name)).parent_path());
-        testing::WriteFile(pc(name), bytes);
+        WriteFile(pc(name), bytes);
         fs::last_write_time(pc(name), std::chrono::file_clock::from_sys(
                                           std::chrono::sys_seconds(std::chrono::seconds(kDate))));
     }
@@ -46,7 +41,7 @@ class CopyInTest : public testing::TransferTest {
         options.imagePath = path_;
         options.journalPath = pc("tree/journal");
         options.truncation.automatic = true;
-        CopyIn batch(volume_, options, signatures_, messages_, progress_, testing::kClock);
+        CopyIn batch(volume_, options, signatures_, messages_, progress_, kClock);
         return CopyItemIn(batch, pc(name), kRootFolderId);
     }
     std::string data(const std::string& path) {
@@ -55,14 +50,14 @@ class CopyInTest : public testing::TransferTest {
     }
     Lines paths() {
         Lines paths;
-        EXPECT_EQ(testing::WalkVolume(volume_, [&](const std::string& path,
-                                                   const CatalogItem&) { paths.push_back(path); }),
+        EXPECT_EQ(WalkVolume(volume_, [&](const std::string& path,
+                                          const CatalogItem&) { paths.push_back(path); }),
                   TreeResult::Done);
         std::sort(paths.begin(), paths.end());
         return paths;
     }
 };
-INSTANTIATE_TEST_SUITE_P(BothFormats, CopyInTest, ::testing::Bool(), testing::FormatName);
+INSTANTIATE_TEST_SUITE_P(BothFormats, CopyInTest, ::testing::Bool(), FormatName);
 
 const CopyInOptions kReplacing = {.existing = ExistingFiles::Replace};
 
@@ -70,7 +65,7 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
     // Its type list has a bundle alone, by which its file gets the mark of one.
     const Bytes fork = Be(256, 4) + Be(256, 4) + Be(0, 4) + Be(38, 4) + Bytes(256 + 14) +
                        BytesOf("BNDL") + Bytes(4);
-    const testing::MacFile mac = {"A/b", "APPLtest", 0x0140, testing::Pattern(129), fork};
+    const MacFile mac = {"A/b", "APPLtest", 0x0140, Pattern(129), fork};
     const Bytes none;
     const Bytes abc = BytesOf("abc");
     const std::string zeros(8, '\0');
@@ -83,7 +78,7 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
     const CopyInOptions typed = {.type = {{'a', 'b', 'c', ' '}}};
     const Bytes binary = MacBinaryOf(mac, kToldDate);
     const Bytes bare = MacBinaryOf({"bare", zeros, 0, {}, abc});
-    const Bytes nameless = testing::BinHexOf({"", "APPLtest", 0, abc, {}});
+    const Bytes nameless = BinHexOf({"", "APPLtest", 0, abc, {}});
     const Bytes single = AppleFileOf(true, {{9, Bytes(32)}, {2, fork}, {1, abc}});
     const Bytes finder = BytesOf("APPLtest\x01\x40") + Bytes(22);
     write("._d", AppleFileOf(false, {{9, finder}, {2, fork}}));
@@ -97,19 +92,17 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
         MacSeconds date;
         Bytes data;
         Bytes resource;
-    } cases[] = {
-        {"a.txt", abc, {}, "a.txt", "TEXTttxt", 0, pc, abc, none},
-        {".a", none, {}, ".a", "TEXT????", 0x4000, pc, none, none},
-        {"b.txt", none, typed, "b.txt", "abc ttxt", 0, pc, none, none},
-        {"r", fork, resource, "r", "TEXT????", 0x2000, pc, none, fork},
-        {"x", binary, {}, "A:b", "APPLtest", 0x2140, told, mac.data, fork},
-        {"x0", bare, {}, "bare", zeros, 0, now, none, abc},
-        {"y", binary, plain, "y", "TEXT????", 0, pc, binary, none},
-        {"x.hqx", testing::BinHexOf(mac), {}, "A:b", "APPLtest", 0x2140, now, mac.data, fork},
-        {"n.hqx", nameless, {}, "n.hqx", "APPLtest", 0, now, abc, none},
-        {"s.txt", single, {}, "s.txt", "TEXTttxt", 0x2000, pc, abc, fork},
-        {"d", abc, {}, "d", "APPLtest", 0x2140, pc, abc, fork},
-    };
+    } cases[] = {{"a.txt", abc, {}, "a.txt", "TEXTttxt", 0, pc, abc, none},
+                 {".a", none, {}, ".a", "TEXT????", 0x4000, pc, none, none},
+                 {"b.txt", none, typed, "b.txt", "abc ttxt", 0, pc, none, none},
+                 {"r", fork, resource, "r", "TEXT????", 0x2000, pc, none, fork},
+                 {"x", binary, {}, "A:b", "APPLtest", 0x2140, told, mac.data, fork},
+                 {"x0", bare, {}, "bare", zeros, 0, now, none, abc},
+                 {"y", binary, plain, "y", "TEXT????", 0, pc, binary, none},
+                 {"x.hqx", BinHexOf(mac), {}, "A:b", "APPLtest", 0x2140, now, mac.data, fork},
+                 {"n.hqx", nameless, {}, "n.hqx", "APPLtest", 0, now, abc, none},
+                 {"s.txt", single, {}, "s.txt", "TEXTttxt", 0x2000, pc, abc, fork},
+                 {"d", abc, {}, "d", "APPLtest", 0x2140, pc, abc, fork}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pcName);
         CopyInOptions options = c.options;
@@ -122,15 +115,15 @@ TEST_P(CopyInTest, EachClassBecomesItsMacintoshFile) {
         EXPECT_EQ(item->finderFlags, c.flags);
         EXPECT_EQ(item->dates.created, c.date);
         EXPECT_EQ(item->dates.modified, c.date);
-        EXPECT_TRUE(testing::ReadFork(volume_, *item, false) == c.data);
-        EXPECT_TRUE(testing::ReadFork(volume_, *item, true) == c.resource);
+        EXPECT_TRUE(ReadFork(volume_, *item, false) == c.data);
+        EXPECT_TRUE(ReadFork(volume_, *item, true) == c.resource);
     }
 }
 
 TEST_P(CopyInTest, ContainersAreTakenApartWithLeaveAndDamagedOnesAreNamed) {
-    const testing::MacFile mac = {"inside", "APPLtest", 0, testing::Pattern(500), {}};
+    const MacFile mac = {"inside", "APPLtest", 0, Pattern(500), {}};
     Bytes binary = MacBinaryOf(mac);
-    Bytes binHex = testing::BinHexOf(mac);
+    Bytes binHex = BinHexOf(mac);
     for (const bool isBinHex : {false, true}) {
         const std::string name = isBinHex ? "h" : "m";
         Bytes& bytes = isBinHex ? binHex : binary;
@@ -236,7 +229,7 @@ TEST_P(CopyInTest, AFileThatChangesIsLeftOutAndAWishEndsAll) {
     write("log.txt", "as it was");
     ASSERT_EQ(put("log.txt"), CopyInResult::Done);
     write("log.txt", "newer");
-    progress_.onChunk = [&] { testing::WriteFile(pc("log.txt"), BytesOf("newer and longer")); };
+    progress_.onChunk = [&] { WriteFile(pc("log.txt"), BytesOf("newer and longer")); };
     EXPECT_EQ(put("log.txt", kReplacing), CopyInResult::LeftOut);
     EXPECT_EQ(messages_.skipped, Lines{"log.txt: It changed while it was copied."});
     EXPECT_EQ(data("log.txt"), "as it was");
@@ -257,4 +250,4 @@ TEST_P(CopyInTest, AFileThatChangesIsLeftOutAndAWishEndsAll) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

@@ -11,16 +11,10 @@
 #include "volume/catalog_changes.hpp"
 #include "volume/catalog_name.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AppleFileOf;
-using testing::Be;
-using testing::Bytes;
-using testing::BytesOf;
-using testing::kClock;
-using testing::operator+;
 using Lines = std::vector<std::string>;
 using Files = std::map<std::string, Bytes>;
 
@@ -35,7 +29,7 @@ constexpr std::uint32_t kZone = 3600;  // of kClock
 const Bytes kFinder =
     BytesOf(std::string_view("TEXTttxt\x21\x00\x00\x11\x00\x22\x00\x33@ABCDEFGHIJKLMNO", 32));
 
-class CopyOutTest : public testing::TransferTest {
+class CopyOutTest : public TransferTest {
   protected:
     void SetUp() override {
         TransferTest::SetUp();
@@ -47,7 +41,7 @@ class CopyOutTest : public testing::TransferTest {
         MemoryBytes resourceSource(resource);
         NewFile file;
         file.parentId = folderId_;
-        file.name = testing::NameOf(volume_, name);
+        file.name = NameOf(volume_, name);
         std::memcpy(&file.finder, kFinder.data(), sizeof file.finder);
         file.created = kCreated;
         file.modified = kModified;
@@ -90,7 +84,7 @@ class CopyOutTest : public testing::TransferTest {
         Files made;
         for (const auto& entry : fs::recursive_directory_iterator(pc("f")))
             made[fs::relative(entry.path(), pc("f")).string()] =
-                entry.is_directory() ? Bytes{} : testing::ReadFile(entry.path());
+                entry.is_directory() ? Bytes{} : ReadFile(entry.path());
         return made;
     }
     void clear() const {
@@ -103,17 +97,17 @@ class CopyOutTest : public testing::TransferTest {
     bool foundDamage_ = false;
     const UnixSeconds modified_ = kModifiedGmt - (isHfsPlus_ ? 0 : kZone);
 };
-INSTANTIATE_TEST_SUITE_P(BothFormats, CopyOutTest, ::testing::Bool(), testing::FormatName);
+INSTANTIATE_TEST_SUITE_P(BothFormats, CopyOutTest, ::testing::Bool(), FormatName);
 
 TEST_P(CopyOutTest, EachFormHoldsWhatItsFormatSays) {
-    const Bytes data = testing::Pattern(129, 1);
-    const Bytes resource = testing::Pattern(3000, 2);
+    const Bytes data = Pattern(129, 1);
+    const Bytes resource = Pattern(3000, 2);
     add("Note", data, resource);
     if (isHfsPlus_)
         change("f/Note", 24, Be(0xB0000004, 4));  // the last access
     const std::uint32_t zone = isHfsPlus_ ? kZone : 0;
-    const Bytes binary = testing::MacBinaryOf("Note", {kFinder.begin(), kFinder.begin() + 14}, data,
-                                              resource, kCreated + zone, kModified + zone);
+    const Bytes binary = MacBinaryOf("Note", {kFinder.begin(), kFinder.begin() + 14}, data,
+                                     resource, kCreated + zone, kModified + zone);
     const Bytes dates = Be(kCreated, 4) + Be(kModified, 4) +
                         Be(isHfsPlus_ ? 0xB0000004 : 0x80000000, 4) + Be(kBackedUp, 4);
     const Bytes single = AppleFileOf(true, {{8, dates}, {9, kFinder}, {2, resource}, {1, data}});
@@ -179,7 +173,7 @@ TEST_P(CopyOutTest, APairIsKeptOrReplacedAsOne) {
     for (const auto existing : {ExistingFiles::Keep, ExistingFiles::Replace}) {
         clear();
         fs::create_directory(pc("f"));
-        testing::WriteFile(pc("f/._a"), {9});
+        WriteFile(pc("f/._a"), {9});
         EXPECT_EQ(get(CopyMode::AppleDouble, NamingPolicy::Catalog, existing), CopyOutResult::Done);
         const bool isReplaced = existing == ExistingFiles::Replace;
         EXPECT_EQ(made().contains("a"), isReplaced);
@@ -189,7 +183,7 @@ TEST_P(CopyOutTest, APairIsKeptOrReplacedAsOne) {
 }
 
 TEST_P(CopyOutTest, NothingHalfWrittenStaysBehind) {
-    add("a", {1}, testing::Pattern(100'000));
+    add("a", {1}, Pattern(100'000));
     freeBytes_ = [](const std::string&) { return std::uint64_t{100'000}; };
     EXPECT_EQ(get(CopyMode::AppleDouble), CopyOutResult::BatchEnds) << "one byte is missing";
     EXPECT_EQ(messages_.texts, Lines{"Not enough free space\non the target disk.\nAborting."});
@@ -240,4 +234,4 @@ TEST(PcTargetName, FollowsThePolicy) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing

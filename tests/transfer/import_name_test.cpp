@@ -7,12 +7,10 @@
 #include "transfer/transfer_bench.hpp"
 #include "volume/catalog_changes.hpp"
 
-namespace vellmark {
+namespace vellmark::testing {
 namespace {
 
-using testing::kClock;
-
-class ShortNames : public testing::TransferTest {
+class ShortNames : public TransferTest {
   protected:
     std::string import(const std::string& pc) {
         const auto name = ImportName(volume_, pc, kRootFolderId, truncation_, messages_, kClock);
@@ -85,4 +83,4 @@ TEST_P(ShortNames, FollowTheAnswer) {
 INSTANTIATE_TEST_SUITE_P(BothFormats, ShortNames, ::testing::Bool());
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::testing
