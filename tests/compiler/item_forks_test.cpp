@@ -4,7 +4,6 @@
 #include <set>
 
 #include "compiler/compiler_bench.hpp"
-#include "containers/codec_bench.hpp"
 
 namespace vellmark::test {
 namespace {
@@ -12,15 +11,15 @@ namespace {
 // Files with forks of 300 and 200 bytes.
 const std::string kBox = MacBinaryFile("m", "TYPEcrea", 300, 200, 0x90000002, 0x90000001, '\x24');
 const std::string kSingle =
-    AppleFile(kAppleSingle, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
+    AppleFile(true, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
 const std::string kCompanion =
-    AppleFile(kAppleDouble, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
+    AppleFile(false, {{1, std::string(300, 'd')}, {2, std::string(200, 'r')}});
 
 // Without so many bytes of its end.
 std::string BinHexText(std::size_t cut = 0) {
-    const testing::Bytes text =
-        testing::BinHexOf({.data = testing::Pattern(300), .resource = testing::Pattern(200, 1)});
-    return {text.begin(), text.end() - static_cast<std::ptrdiff_t>(cut)};
+    const std::string text = TextOf(
+        testing::BinHexOf({.data = testing::Pattern(300), .resource = testing::Pattern(200, 1)}));
+    return text.substr(0, text.size() - cut);
 }
 
 class ItemForks : public CompilerTest {
@@ -66,8 +65,7 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
         // An editor drops the streams of a file that it writes anew.
         {"file", NamedStreams, "data", "", true, 4, 0, "AFP_Resource is not there any more"},
         {"file", BinHex, BinHexText(), "", true, 300, 200, ""},
-        {"file", BinHex, BinHexText(100), "", false, 0, 0, "resource fork"},
-    };
+        {"file", BinHex, BinHexText(100), "", false, 0, 0, "resource fork"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(fmt::format("row {}", &row - rows));
         write(row.name, row.file);

@@ -14,7 +14,7 @@
 #include "support/pc_folder.hpp"
 #include "volume/catalog_name.hpp"
 
-namespace vellmark {
+namespace vellmark::test {
 namespace {
 
 // A plan with one folder of so many files of one size.
@@ -65,13 +65,11 @@ TEST(IsoLayout, TablesFollowOneAnotherWithRoomBehindThem) {
         bool isStrict;
         std::uint32_t blockSize;
         std::string_view expected;
-    } rows[] = {
-        {0, false, 2048, "19 20 21+1, 24 25 26+1, 31"},
-        {0, true, 2048, "19 20 21+1, 23 24 25+1, 29"},  // in the least room that is left
-        {0, true, 6144, "19 20 21+1, 23 24 25+1, 30"},
-        {2000, false, 2048, "19 20 21+40, 65 66 67+101, 178"},  // a tenth behind each
-        {100, true, 2048, "19 20 21+3, 26 27 28+6, 38"},
-    };
+    } rows[] = {{0, false, 2048, "19 20 21+1, 24 25 26+1, 31"},
+                {0, true, 2048, "19 20 21+1, 23 24 25+1, 29"},  // in the least room that is left
+                {0, true, 6144, "19 20 21+1, 23 24 25+1, 30"},
+                {2000, false, 2048, "19 20 21+40, 65 66 67+101, 178"},  // a tenth behind each
+                {100, true, 2048, "19 20 21+3, 26 27 28+6, 38"}};
     for (const auto& row : rows) {
         const IsoLayout layout = ComputeLayout(PlanOf(row.files, 10, row.isStrict), row.blockSize);
         std::string places;
@@ -152,7 +150,7 @@ class NamedFolder {
             const bool odd = NarrowToUtf8(narrow) != name;
             const std::string shortName =
                 IsShortName(narrow) ? narrow : "SH" + std::to_string(1000 + i);
-            record = test::Item(1, isFolder ? number : -number, odd ? shortName : narrow);
+            record = Item(1, isFolder ? number : -number, odd ? shortName : narrow);
             record.setShortNameFlag(odd);
             record.setShortName(shortName);
             record.setIsoName(std::string(record.sourceName()).substr(0, 62));
@@ -166,7 +164,7 @@ class NamedFolder {
         AssignNames(items, diskNames_, mode, told);
     }
     std::vector<DiscItem> items;
-    test::ScriptedMessages told;
+    ScriptedMessages told;
 
   private:
     std::vector<ProjectRecord> records_;
@@ -229,7 +227,7 @@ TEST(DiscNames, WhoNamesAFileIsToldByItsRecord) {
                 {true, false, false, "kept", u"kept"},
                 {true, false, true, "\xB6 1", u"\u2202 1"}};
     for (const auto& row : rows) {
-        ProjectRecord record = test::Item(1, -1, "NOTES~1.TXT");
+        ProjectRecord record = Item(1, -1, "NOTES~1.TXT");
         record.setShortNameFlag(true);
         record.setHfsName("kept");
         record.setCoding(row.isBox ? ForkCoding::MacBinary : ForkCoding::NamedStreams);
@@ -240,7 +238,7 @@ TEST(DiscNames, WhoNamesAFileIsToldByItsRecord) {
         items[0].record = &record;
         items[0].inHfs = true;
         items[0].containerName = row.isBox ? "\xB6 1" : "";
-        test::ScriptedMessages told;
+        ScriptedMessages told;
         for (const CompileMode mode : {HybridHfsPlus, HybridHfs})
             AssignNames(items, {u"r\u00E9 of more than 31 units, 1234567.txt"}, mode, told);
         EXPECT_EQ(items[0].hfsPlusName, row.hfsPlus);
@@ -249,4 +247,4 @@ TEST(DiscNames, WhoNamesAFileIsToldByItsRecord) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::test
