@@ -9,36 +9,28 @@
 
 #include <set>
 
-#include "containers/codec_bench.hpp"
-#include "project/drop.hpp"
 #include "project/project_bench.hpp"
 #include "support/pc_folder.hpp"
 
-namespace vellmark {
+namespace vellmark::test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::ByName;
-using test::EmptyProject;
-using test::Item;
-using test::Zeros;
 
 // Files of the formats of Macintosh files, whole and damaged.
 std::string ForksOf(const std::string& what) {
-    using test::AppleFile;
     const std::string finder = "TYPEcrea\x44\x10" + Zeros(22);  // invisible, icon, no extension
-    const testing::Bytes hqx = testing::BinHexOf(
-        {"Te\x8Et", "TYPEcrea", 0x4400, testing::Pattern(70), testing::Pattern(30)});
     const std::map<std::string, std::string> files = {
-        {"double", AppleFile(test::kAppleDouble, {{9, finder}, {3, "a name"}, {2, "resource"}})},
-        {"blank", AppleFile(test::kAppleDouble, {{9, Zeros(32)}})},
-        {"single", AppleFile(test::kAppleSingle, {{1, "data"}, {2, "resource"}, {9, finder}})},
-        {"hqx", {hqx.begin(), hqx.end()}},
-        {"cut", test::FileOf("Icon/ICNSMACS/5/0").substr(0, 132)},
+        {"double", AppleFile(false, {{9, finder}, {3, "a name"}, {2, "resource"}})},
+        {"blank", AppleFile(false, {{9, Zeros(32)}})},
+        {"single", AppleFile(true, {{1, "data"}, {2, "resource"}, {9, finder}})},
+        {"hqx", TextOf(testing::BinHexOf(
+                    {"Te\x8Et", "TYPEcrea", 0x4400, testing::Pattern(70), testing::Pattern(30)}))},
+        {"cut", FileOf("Icon/ICNSMACS/5/0").substr(0, 132)},
         {"quote", "(This file must be converted with BinHex 4.0) :said the manual"},
-        {"lie", AppleFile(test::kAppleSingle, {{1, Zeros(4096)}}).substr(0, 38)},
-        {"short", test::Big(test::kAppleDouble)}};
-    return files.contains(what) ? files.at(what) : test::FileOf(what);
+        {"lie", AppleFile(true, {{1, Zeros(4096)}}).substr(0, 38)},
+        {"short", Big(0x00051607)}};
+    return files.contains(what) ? files.at(what) : FileOf(what);
 }
 
 class InclusionTest : public ::testing::Test {
@@ -57,7 +49,7 @@ class InclusionTest : public ::testing::Test {
     [[nodiscard]] std::string listed(std::int32_t folder = 1, const std::string& above = {}) const {
         std::string lines;
         for (const ProjectRecord& record : project_.childrenOf(folder)) {
-            lines += "; " + above + test::LineOf(project_, record);
+            lines += "; " + above + LineOf(project_, record);
             if (!record.isFolder() && record.signature() != kDefaultSignature)
                 lines += " " + std::string(record.signature());
             if (record.isFolder())
@@ -69,7 +61,7 @@ class InclusionTest : public ::testing::Test {
     TemporaryFolder scratch_;
     std::string base_ = fs::canonical(scratch_.path()).string() + "/";
     ProjectFile project_ = EmptyProject();
-    test::ScriptedMessages messages_;
+    ScriptedMessages messages_;
     Progress progress_;
     FixedClock clock_{0, 7200};
     InclusionOptions options_{clock_, ProjectView::Hybrid, kYesToAll, kShortenAll};
@@ -112,13 +104,14 @@ TEST_F(InclusionTest, ATreeBecomesItems) {
          "1/3 icon; Icon.bin|Icon.bin|.VolumeIcon.icns HLM 5/0 ICNSMACS; "
          "Other.bin|Other.bin|Icon\r IHM 5/0 ICNSMACS; sub IHk 0/1; "
          "sub/Icon.bin|Icon.bin|Icon\r IHM 5/0 ICNSMACS"},
+        {"Icon.bin=@Icon/ICNSMACS/0/5", "*",  // no picture in it
+         "0/1; Icon.bin|Icon.bin|Icon\r IHM 0/5 ICNSMACS"},
         {"sub/box=@B/TYPEcrea/5/3", "*", "1/1; sub IH 0/1; sub/box|box|B HM 5/3 TYPEcrea",
-         ProjectView::Iso, Remembered::NoToAll},
-    };
+         ProjectView::Iso, Remembered::NoToAll}};
     for (const auto& row : rows) {
         for (const auto& entry : fs::directory_iterator(base_))
             fs::remove_all(entry);
-        test::Plant(base_, row.tree, ForksOf);
+        Plant(base_, row.tree, ForksOf);
         project_ = EmptyProject();
         messages_.skipped.clear();
         options_.view = row.view;
@@ -138,7 +131,7 @@ TEST_F(InclusionTest, ATreeBecomesItems) {
 }
 
 TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
-    test::Plant(base_, "tree/b.txt=12345 box=@Box/TYPEcrea/5/3", ForksOf);
+    Plant(base_, "tree/b.txt=12345 box=@Box/TYPEcrea/5/3", ForksOf);
     const timespec times[] = {{1'000'000'000, 0}, {1'000'000'000, 0}};  // 2001-09-09 01:46:40 GMT
     ASSERT_EQ(::utimensat(AT_FDCWD, (base_ + "tree/b.txt").c_str(), times, 0), 0);
     options_.signatureOf = [](std::string_view name) { return std::string(name) + "ABC"; };
@@ -151,7 +144,7 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     EXPECT_EQ(file.signature(), "b.txtABC");
     EXPECT_EQ(ByName(project_, 1).at("box").created, 2'899'999'940u);
     // Links stay in a path, but for those that it steps up behind.
-    test::Plant(base_, "tree/sub/c.txt link->tree/sub", ForksOf);
+    Plant(base_, "tree/sub/c.txt link->tree/sub", ForksOf);
     for (const auto& [path, folder] :
          {std::pair{"link/c.txt", "link/"}, std::pair{"link/../b.txt", "tree/"}}) {
         project_ = EmptyProject();
@@ -160,42 +153,16 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     }
 
     // What a server keeps beside a file in streams.
-    test::Plant(base_, "box=12345", ForksOf);
+    Plant(base_, "box=12345", ForksOf);
     if (::setxattr((base_ + "box").c_str(), "user.AFP_Resource", "resource", 8, 0) != 0)
         GTEST_SKIP() << "the file system keeps no attributes of users";
     project_ = EmptyProject(true);
     EXPECT_EQ(include("box").files, 1);
     EXPECT_EQ(listed(), "; box IHu 5/8 boxABC");
-    test::Plant(base_, "._box=@double", ForksOf);
+    Plant(base_, "._box=@double", ForksOf);
     project_ = EmptyProject(true);
     EXPECT_EQ(include("box").files, 1);
     EXPECT_EQ(listed(), "; box IHkDmx 5/8 TYPEcrea") << "a companion comes first";
-}
-
-// The view, what is named, and what comes of it: files and items left out, or what is told.
-TEST_F(InclusionTest, TheTestForConflictsLooksAtPathNameAndView) {
-    test::Plant(base_, "tree/File other/fILE void/", ForksOf);
-    using enum ProjectView;
-    const std::tuple<ProjectView, const char*, const char*> steps[] = {
-        {Iso, "tree/File", "1 -0"},
-        {Iso, "tree/File", "already exists in the same folder"},
-        {Hybrid, "other/fILE", "only be included in different views"},
-        {Hybrid, "other/*", "0 -1"},  // inside a folder it is named
-        {Hfs, "other/fILE", "1 -0"},
-        {Hfs, "void/*", "0 -0"}};
-    for (const auto& [view, path, expected] : steps) {
-        messages_.shown.clear();
-        options_.view = view;
-        const InclusionResult result = include(path);
-        const std::string told = result.status == InclusionStatus::Done
-                                     ? fmt::format("{} -{}", result.files, result.skipped)
-                                     : messages_.shown.at(0);
-        EXPECT_NE(told.find(expected), std::string::npos) << told;
-    }
-    project_ = EmptyProject(false, ProjectMode::IsoPlus);
-    EXPECT_EQ(include("tree/File").files, 1);
-    EXPECT_EQ(include("other/fILE").skipped, 1) << "named, and nothing is shown";
-    EXPECT_EQ(listed(), "; File I 1/0");
 }
 
 TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength) {
@@ -206,13 +173,13 @@ TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength)
          {std::string("été €.txt"), std::string("日本.text"), std::string("e\u0301"),
           std::string("bad\xFF\xC3"), std::string("what?"), head + "1.txt", head + "2.txt",
           std::string(243, 'm'), fits})
-        test::Write(*expected.insert(base_ + name).first);
-    test::Write(*expected.insert(base_ + "\u03A9/in").first);
-    test::Write(base_ + std::string(244, 'm'));
+        Write(*expected.insert(base_ + name).first);
+    Write(*expected.insert(base_ + "\u03A9/in").first);
+    Write(base_ + std::string(244, 'm'));
     std::string deep = base_;
     while (deep.size() <= kAccessPathLimit)
         deep += std::string(40, 'd') + "/";
-    test::Write(deep + "lost");
+    Write(deep + "lost");
     EXPECT_EQ(include("*").skipped, 2);
     EXPECT_EQ(skipped(), (std::multiset<std::string>{"lost", std::string(244, 'm')}));
     PcPathResolver resolver;
@@ -220,16 +187,8 @@ TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength)
         expected.erase(resolver.resolve(record.accessPath(), record.sourceName()));
     });
     EXPECT_EQ(expected, std::set<std::string>{});
-    std::set<std::string> taken;
-    for (const auto& [name, record] : ByName(project_, 1)) {
-        EXPECT_TRUE(taken.emplace("I" + std::string(record.isoName())).second) << name;
-        EXPECT_TRUE(taken.emplace("H" + std::string(record.hfsName())).second) << name;
-        EXPECT_LE(record.isoName().size(), 62u);
-        EXPECT_LE(record.hfsName().size(), 31u);
-    }
     EXPECT_EQ(ByName(project_, 1).at("\xE9").hfsName(), "\x8E") << "joined";
     EXPECT_EQ(ByName(project_, 1)["\xE9t\xE9 \x80.txt"].hfsName(), "\x8Et\x8E \xDB.txt");
-    EXPECT_TRUE(taken.contains("H" + fits)) << "it is not taken by one that was cut";
 }
 
 // A letter for each answer: no, no to all, yes, yes to all (B: both views); one without a question.
@@ -250,7 +209,7 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
     for (const auto& [item, view, views] : rows)
         for (std::size_t i = 0; i < views.size(); ++i) {
             const bool isKept = kAnswers[i] == Answer::NoToAll || kAnswers[i] == Answer::YesToAll;
-            test::ScriptedMessages messages;
+            ScriptedMessages messages;
             messages.remembered.assign(views.size() == 1 ? 0 : isKept ? 1 : 2, kAnswers[i]);
             InclusionAnswers answers;
             for (int again = 0; again < 2; ++again) {
@@ -264,8 +223,8 @@ TEST(InclusionRules, EachRowWithEachAnswer) {
 }
 
 TEST_F(InclusionTest, PipesLargeFilesAndUnreadableOnesAreNamed) {
-    test::Plant(base_, "tree/good tree/large tree/largest tree/locked tree/closed/in tree/pair");
-    test::Plant(base_, "tree/._pair=@double", ForksOf);
+    Plant(base_, "tree/good tree/large tree/largest tree/locked tree/closed/in tree/pair");
+    Plant(base_, "tree/._pair=@double", ForksOf);
     ASSERT_EQ(::mkfifo((base_ + "tree/pipe").c_str(), 0600), 0);
     fs::resize_file(base_ + "tree/large", 1ull << 32);
     fs::resize_file(base_ + "tree/largest", (1ull << 32) - 1);
@@ -283,21 +242,5 @@ TEST_F(InclusionTest, PipesLargeFilesAndUnreadableOnesAreNamed) {
     EXPECT_EQ(ByName(project_, 18).at("pair").coding(), ForkCoding::AppleFiles) << "and incomplete";
 }
 
-TEST_F(InclusionTest, ADropTellsOfConflictsAndTakesTheOthers) {
-    struct Holder final : DropTarget {
-        ProjectFile* project = nullptr;
-        ProjectFile* openProject() override { return project; }
-    } holder;
-    test::Plant(base_, "a b/");
-    const std::vector<std::string> paths = {base_ + "a", base_ + "a", base_ + "b"};
-    EXPECT_FALSE(AddDropped(holder, paths, kRootFolder, options_, messages_, progress_));
-    holder.project = &project_;
-    options_.view = ProjectView::Iso;
-    project_.insert(Item(1, 18, "folder", 0, 1));
-    EXPECT_EQ(AddDropped(holder, paths, 18, options_, messages_, progress_)->files, 1);
-    EXPECT_EQ(messages_.shown.size(), 1u) << "a once more";
-    EXPECT_EQ(listed(), "; folder IH 1/1; folder/a H 1/0; folder/b H 0/0") << "the folder's view";
-}
-
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::test

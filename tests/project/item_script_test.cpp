@@ -9,7 +9,7 @@
 #include "project/project_bench.hpp"
 #include "project/project_properties.hpp"
 
-namespace vellmark {
+namespace vellmark::test {
 namespace {
 
 /// Number to folder and line of an item; 1 is the header: format, icon mark, counters.
@@ -23,7 +23,7 @@ Lines LinesOf(const ProjectFile& project) {
                         std::uint32_t{header.rootFiles})}};
     project.forEachRecord([&](const ProjectRecord& record) {
         lines[record.number] =
-            fmt::format("{} {}", std::int32_t{record.parent}, test::LineOf(project, record));
+            fmt::format("{} {}", std::int32_t{record.parent}, LineOf(project, record));
     });
     return lines;
 }
@@ -53,8 +53,8 @@ void ExpectFound(const ProjectFile& project) {
 /// Adds an item as an inclusion would leave it; an icon file is put as `icon.bin`.
 void Put(ProjectFile& project, std::int32_t parent, std::int32_t number, std::string_view name,
          std::string_view views, std::string_view path = "/pc/") {
-    ProjectRecord record = test::Item(parent, number, name, views.find('I') != views.npos,
-                                      views.find('H') != views.npos, path);
+    ProjectRecord record = Item(parent, number, name, views.find('I') != views.npos,
+                                views.find('H') != views.npos, path);
     record.setHfsName(name.substr(0, 31));
     if (name == "icon.bin") {
         record.setMacBinary(true);
@@ -69,7 +69,7 @@ void Put(ProjectFile& project, std::int32_t parent, std::int32_t number, std::st
 // Root: a folder of the PC with a folder in it, one made here, one of the ISO side with names that
 // are long for HFS, a folder with an icon, and two files of one name.
 ProjectFile SmallProject() {
-    ProjectFile project = test::EmptyProject();
+    ProjectFile project = EmptyProject();
     Put(project, 1, 18, "Docs", "IH");
     Put(project, 1, 19, "Made", "IH", "..");
     Put(project, 1, 20, "Side", "I");
@@ -98,7 +98,7 @@ std::string Said(const Result<std::int64_t>& result) {
 /// A project, and the person at it.
 struct Script {
     ProjectFile project;
-    test::ScriptedMessages messages = {};
+    ScriptedMessages messages = {};
     TruncationAnswers truncation = {};
     RememberedAnswer confirm = {};
 
@@ -228,4 +228,4 @@ TEST(ItemScripts, EveryTranscriptIsPlayedAsItIsWritten) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::test

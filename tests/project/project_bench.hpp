@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "containers/codec_bench.hpp"
 #include "project/item_names.hpp"
 #include "project/project_file.hpp"
 #include "support/encoding.hpp"
@@ -117,33 +118,26 @@ inline std::string Big(std::size_t value) {
             static_cast<char>(value >> 8), static_cast<char>(value)};
 }
 
-/// A Macintosh file in MacBinary, laid out by hand: name at 1, type and creator at 65, then the
-/// high byte of the Finder's flags, lengths at 83, dates at 91.
+inline std::string TextOf(const testing::Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+/// MacBinary with forks of so many bytes, and the high byte of the Finder's flags.
 inline std::string MacBinaryFile(const std::string& name, const std::string& signature,
                                  std::size_t data, std::size_t resource, std::uint32_t created,
                                  std::uint32_t modified, char flags) {
-    std::string header = Zeros(128);
-    header[1] = static_cast<char>(name.size());
-    header.replace(2, name.size(), name);
-    header.replace(65, 9, signature + flags);
-    header.replace(83, 16, Big(data) + Big(resource) + Big(created) + Big(modified));
-    return header + std::string((data + 127) / 128 * 128, 'd') + std::string(resource, 'r');
+    return TextOf(testing::MacBinaryOf(name, testing::BytesOf(signature + flags),
+                                       testing::Bytes(data, 'd'), testing::Bytes(resource, 'r'),
+                                       created, modified));
 }
 
-inline constexpr std::uint32_t kAppleSingle = 0x00051600;
-inline constexpr std::uint32_t kAppleDouble = 0x00051607;
-
-/// A file of RFC 1740: entries by their numbers (1 data fork, 2 resource fork, 9 Finder), whose
-/// bytes follow one another.
-inline std::string AppleFile(std::uint32_t magic,
-                             const std::vector<std::pair<std::uint32_t, std::string>>& entries) {
-    std::string table = Big(magic) + Big(0x20000) + Zeros(16) + Big(entries.size()).substr(2);
-    std::string bodies;
-    for (const auto& [id, bytes] : entries) {
-        table += Big(id) + Big(26 + 12 * entries.size() + bodies.size()) + Big(bytes.size());
-        bodies += bytes;
-    }
-    return table + bodies;
+/// Entries by their numbers: 1 data fork, 2 resource fork, 9 Finder.
+inline std::string AppleFile(bool isSingle,
+                             const std::vector<std::pair<int, std::string>>& entries) {
+    std::vector<std::pair<int, testing::Bytes>> parts;
+    for (const auto& [id, text] : entries)
+        parts.emplace_back(id, testing::BytesOf(text));
+    return TextOf(testing::AppleFileOf(isSingle, parts));
 }
 
 /// `fork/N`, a companion with N bytes of resource fork alone, or MacBinary: NAME/SIGNATURE/DATA/
@@ -154,7 +148,7 @@ inline std::string FileOf(const std::string& format) {
     for (std::string& part : parts)
         std::getline(in, part, '/');
     if (parts[0] == "fork")
-        return AppleFile(kAppleDouble, {{2, std::string(std::stoul(parts[1]), 'r')}});
+        return AppleFile(false, {{2, std::string(std::stoul(parts[1]), 'r')}});
     const std::uint32_t date = parts[4] == "d" ? 2'950'000'000 : 2'900'000'000;
     return MacBinaryFile(parts[0] == "Icon" ? "Icon\r" : parts[0], parts[1], std::stoul(parts[2]),
                          std::stoul(parts[3]), date - 60, date, parts[4] == "h" ? '\x40' : '\0');

@@ -2,22 +2,16 @@
 // what is read back, what is refused.
 #include "project/project_file.hpp"
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <random>
 
 #include "project/project_bench.hpp"
 #include "project/project_folders.hpp"
 #include "project/view_names.hpp"
 
-namespace vellmark {
+namespace vellmark::test {
 namespace {
-
-using test::EmptyProject;
-using test::Item;
-using test::LineOf;
 
 template <typename Record>
 std::string BytesOf(const Record& record, std::size_t from, std::size_t count) {
@@ -25,7 +19,7 @@ std::string BytesOf(const Record& record, std::size_t from, std::size_t count) {
 }
 
 TEST(ProjectRecord, EachMarkHasItsBitAndEachTextItsLimit) {
-    ProjectRecord record = test::Item(0x04030201, -2, std::string(300, 's'), 1, -1);
+    ProjectRecord record = Item(0x04030201, -2, std::string(300, 's'), 1, -1);
     record.setUnicodeOnDisk(true);
     record.setAppleSingle(true);
     record.setMacBinary(true);
@@ -37,12 +31,12 @@ TEST(ProjectRecord, EachMarkHasItsBitAndEachTextItsLimit) {
     record.setAccessPath(std::string(300, 'p'));
     EXPECT_EQ(BytesOf(record, 0, 8), "\1\2\3\4\xFE\xFF\xFF\xFF");
     EXPECT_EQ(BytesOf(record, 12, 4), "\x01\x17\x49\x44");
-    EXPECT_EQ(BytesOf(record, 102, 10), "TYPEcrea" + test::Zeros(2));
-    EXPECT_EQ(BytesOf(record, 112, 256), std::string(255, 'p') + test::Zeros(1));
+    EXPECT_EQ(BytesOf(record, 102, 10), "TYPEcrea" + Zeros(2));
+    EXPECT_EQ(BytesOf(record, 112, 256), std::string(255, 'p') + Zeros(1));
     EXPECT_EQ(BytesOf(record, 368, 256), std::string(243, 's') + '\0' + std::string(12, 's'));
-    EXPECT_EQ(test::MarksOf(record), "IhlukSMm");
+    EXPECT_EQ(MarksOf(record), "IhlukSMm");
 
-    record = test::Item(1, -2, "x", 1, 0);
+    record = Item(1, -2, "x", 1, 0);
     record.setAppleDouble(true);
     record.setHiddenExtension(true);
     record.setHiddenInIso(true);
@@ -52,7 +46,7 @@ TEST(ProjectRecord, EachMarkHasItsBitAndEachTextItsLimit) {
     record.setShortNameFlag(true);
     record.setCoding(ForkCoding::NamedStreams);
     EXPECT_EQ(BytesOf(record, 12, 4), "\x01\x28\xA2\x19");
-    EXPECT_EQ(test::MarksOf(record), "ILDBpx");
+    EXPECT_EQ(MarksOf(record), "ILDBpx");
     // A field without an end, as a damaged file may hold it.
     std::fill_n(reinterpret_cast<char*>(&record), sizeof record, 'y');
     EXPECT_EQ(record.hfsName().size(), 64u);
@@ -85,36 +79,12 @@ TEST(ProjectFile, NumbersBeginBehindTheReservedOnesAndAreNeverReused) {
     }
 }
 
-class ProjectFolders : public testing::Test {
+class ProjectFolders : public ::testing::Test {
   protected:
-    test::ScriptedMessages messages_;
+    ScriptedMessages messages_;
     FixedClock clock_{1'000'000'000, 3600};
     NewFolderOptions options_{clock_};
 };
-
-TEST_F(ProjectFolders, ANewFolderHasNowForItsDatesAndTheViewsOfTheView) {
-    const std::tuple<ProjectView, ProjectMode, const char*> rows[] = {
-        {ProjectView::Iso, ProjectMode::Hybrid, "été I 0/0"},
-        {ProjectView::Hybrid, ProjectMode::Hybrid, "été IH 0/0"},
-        {ProjectView::Hfs, ProjectMode::Hybrid, "été H 0/0"},
-        {ProjectView::Hybrid, ProjectMode::IsoPlus, "été I 0/0"}};
-    for (const auto& [view, mode, line] : rows) {
-        ProjectFile project = EmptyProject(false, mode);
-        options_.view = view;
-        ASSERT_EQ(NewFolder(project, "été", 1, options_, messages_), 18);
-        const ProjectRecord& record = *project.findByNumber(18);
-        EXPECT_EQ(LineOf(project, record), line);
-        EXPECT_EQ(record.accessPath(), "..");
-        // 2001-09-09 01:46:40 GMT, an hour later in this zone, since 1904.
-        EXPECT_EQ(record.created, 1'000'000'000u + 2'082'844'800u + 3600u);
-        EXPECT_EQ(record.modified, record.created);
-        for (const std::string& name :
-             {std::string(), std::string(".."), std::string("a/b"), std::string("日"),
-              std::string("été"), std::string(kSourceNameLimit + 1, 'n')})
-            EXPECT_EQ(NewFolder(project, name, 1, options_, messages_), 0) << name;
-        EXPECT_EQ(std::exchange(messages_.shown, {}).size(), 6u);
-    }
-}
 
 TEST_F(ProjectFolders, APathMakesOnlyWhatIsMissing) {
     ProjectFile project = EmptyProject();
@@ -127,27 +97,28 @@ TEST_F(ProjectFolders, APathMakesOnlyWhatIsMissing) {
     for (const auto& [path, number] : made)
         EXPECT_EQ(NewPathFolder(project, path, options_, messages_), number) << path;
     EXPECT_EQ(messages_.shown.size(), 2u);
-    const std::pair<const char*, std::int32_t> there[] = {
-        {"/one/two/three", 20}, {"", 1}, {"one/Two", 0}, {"new", 0}, {"file", 0}};
-    for (const auto& [path, number] : there)
-        EXPECT_EQ(FindFolderByPath(project, path), number) << path;
+    for (const std::string& name : {std::string(), std::string(".."), std::string("a/b"),
+                                    std::string("日"), std::string(kSourceNameLimit + 1, 'n')})
+        EXPECT_EQ(NewFolder(project, name, 1, options_, messages_), 0) << name;
+    const ProjectRecord& one = *project.findByNumber(18);
+    EXPECT_EQ(LineOf(project, one), "one I 1/0");
+    EXPECT_EQ(one.accessPath(), "..");
+    // 2001-09-09 01:46:40 GMT, an hour later in this zone, since 1904.
+    EXPECT_EQ(one.created, 1'000'000'000u + 2'082'844'800u + 3600u);
+    EXPECT_EQ(one.modified, one.created);
     options_.view = ProjectView::Hfs;
     EXPECT_EQ(NewPathFolder(project, "one/two", options_, messages_), 19) << "taken into the view";
-    EXPECT_EQ(test::MarksOf(*project.findByNumber(18)), "IH");
-    EXPECT_EQ(test::MarksOf(*project.findByNumber(20)), "I");
+    EXPECT_EQ(MarksOf(*project.findByNumber(18)), "IH");
+    EXPECT_EQ(MarksOf(*project.findByNumber(20)), "I");
     // What comes into a view brings all folders above it.
     options_.view = ProjectView::Iso;
     ASSERT_EQ(NewPathFolder(project, "a/b/c", options_, messages_), 23);
     project.setViewFlagsUp(23, 0, 1);
     for (const std::int32_t number : {21, 22, 23})
-        EXPECT_EQ(test::MarksOf(*project.findByNumber(number)), "IH") << number;
+        EXPECT_EQ(MarksOf(*project.findByNumber(number)), "IH") << number;
 }
 
-using test::Bytes;
-using test::ScriptedMessages;
-using test::Write;
-
-class ProjectStorage : public testing::Test {
+class ProjectStorage : public ::testing::Test {
   protected:
     [[nodiscard]] std::string at(std::string_view name) const {
         return folder_.path() + "/" + std::string(name);
@@ -177,8 +148,8 @@ TEST_F(ProjectStorage, SavingBringsTotalsAndCountsUpToDate) {
     ASSERT_TRUE(project.save(messages_));
     const std::string bytes = Bytes(at("a.vlpr"));
     ASSERT_EQ(bytes.size(), 5u * 756u);
-    EXPECT_EQ(bytes.substr(24, 8), test::Zeros(8).replace(0, 1, "\3").replace(4, 1, "\3"));
-    EXPECT_EQ(bytes.substr(616, 8), '\10' + test::Zeros(7)) << "sectors: 3 and 2 + 1 + 2";
+    EXPECT_EQ(bytes.substr(24, 8), Zeros(8).replace(0, 1, "\3").replace(4, 1, "\3"));
+    EXPECT_EQ(bytes.substr(616, 8), '\10' + Zeros(7)) << "sectors: 3 and 2 + 1 + 2";
     std::string names;
     for (std::size_t record = 756; record < bytes.size(); record += 756)
         names += bytes[record + 624];
@@ -191,7 +162,7 @@ TEST_F(ProjectStorage, SavingBringsTotalsAndCountsUpToDate) {
 }
 
 TEST_F(ProjectStorage, WhatIsNoProjectIsRefusedByName) {
-    const std::string good = "VLKZ" + test::Zeros(752);
+    const std::string good = "VLKZ" + Zeros(752);
     Write(at("huge"), good);
     std::filesystem::resize_file(at("huge"), 756ull * (kMostProjectRecords + 2));
     Write(at("empty"), "");
@@ -226,7 +197,7 @@ TEST_F(ProjectStorage, AnyBytesBehindAGoodHeaderAreSafeToWorkWith) {
         // Small numbers, so that they meet: items in themselves, twice, and without a folder.
         for (std::size_t at = 756; at < bytes.size(); at += 756)
             for (const std::size_t field : {0, 4})
-                bytes.replace(at + field, 4, static_cast<char>(random() % 24) + test::Zeros(3));
+                bytes.replace(at + field, 4, static_cast<char>(random() % 24) + Zeros(3));
         Write(at("wild.vlpr"), bytes);
         ASSERT_EQ(open("wild.vlpr"), ProjectOpened::Opened);
         RedoNamesForHfsPlus(*project_);
@@ -245,32 +216,11 @@ TEST_F(ProjectStorage, AnyBytesBehindAGoodHeaderAreSafeToWorkWith) {
     }
 }
 
-TEST_F(ProjectStorage, ASaveThatEndsInTheMiddleLeavesTheOldFileAndNoOther) {
-    ProjectFile project = ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {});
-    ASSERT_TRUE(project.save(messages_));
-    const std::string before = Bytes(at("a.vlpr"));
-    for (std::int32_t i = 1; i < 5; ++i)
-        project.insert(Item(1 + i, -i, "item"));
-    rlimit old{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    for (const rlim_t room : {0u, 756u, 5u * 756u - 1u}) {
-        const rlimit limit = {room, old.rlim_max};
-        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-        const bool saved = project.save(messages_);
-        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
-        EXPECT_FALSE(saved) << room;
-        EXPECT_EQ(Bytes(at("a.vlpr")), before) << room;
-    }
-    (void)std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(messages_.shown.size(), 3u);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1);
-}
-
 TEST_F(ProjectStorage, IsOnesAtATimeAndSavedOnlyOverWhatWasRead) {
     ASSERT_TRUE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}).save(messages_));
     EXPECT_FALSE(ProjectFile::Create(at("a.vlpr"), ProjectMode::Hybrid, {}, {.mayReplace = false})
                      .save(messages_));
+    EXPECT_FALSE(ProjectFile::Create("/sys/a.vlpr", ProjectMode::Hybrid, {}).save(messages_));
     std::optional<ProjectFile> held;
     ASSERT_EQ(ProjectFile::Open(at("a.vlpr"), ProjectMode::Hybrid, messages_, held,
                                 {LockKind::Exclusive}),
@@ -287,4 +237,4 @@ TEST_F(ProjectStorage, IsOnesAtATimeAndSavedOnlyOverWhatWasRead) {
 }
 
 }  // namespace
-}  // namespace vellmark
+}  // namespace vellmark::test
