@@ -4,6 +4,7 @@ import fcntl
 import os
 import resource
 import shutil
+import signal
 import subprocess
 import unittest
 
@@ -80,6 +81,31 @@ class Failures(Case):
             for file, old in zip(files, before):
                 with file, open(file.name, "rb") as now:
                     self.assertEqual(old, now.read())
+
+    def test_interrupt(self):
+        """Catches a stopped build that leaves its file, or loses the older image."""
+        with open(self.source / "large", "wb") as file:
+            file.truncate(3 << 30)
+        self.image.write_bytes(b"old")
+        scratch = self.here / "tmp"
+        scratch.mkdir()
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            with self.subTest(signal=number):
+                # In a directory of its own, so that what it keeps there is seen too.
+                status, said = self.stop(number, ["make", self.source, "-o", self.image, "--force"],
+                                         self._is_copying, TMPDIR=str(scratch))
+                self.assertEqual(FAILED, status, said)
+                self.assertIn(b"abort", said.lower())
+                self.assert_left(b"old")
+                self.assertEqual([], os.listdir(scratch))
+
+    def _is_copying(self, _):
+        # The new image is under way when it has grown past its tables.
+        try:
+            return any(name != "disc.iso" and (self.target / name).stat().st_size > 8 * MEGABYTE
+                       for name in os.listdir(self.target))
+        except FileNotFoundError:
+            return False
 
 
 if __name__ == "__main__":

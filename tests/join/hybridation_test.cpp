@@ -3,6 +3,7 @@
 // whole images in the tests of the program.
 #include "join/hybridation.hpp"
 
+#include "IO/disk_image_maker.hpp"
 #include "join/cue_sheet.hpp"
 #include "join/join_bench.hpp"
 
@@ -117,6 +118,26 @@ TEST_F(HybridationTest, WhatCannotBeJoinedIsLeftAsItWas) {
     std::filesystem::resize_file(disc_, 660'000'000 - 4 * 2048);
     messages_.yesNo = {false};
     EXPECT_EQ(join({.asks = true}).result, Stopped) << "more than a CD holds";
+}
+
+// Zeros in a volume are no loss of one file alone.
+TEST_F(HybridationTest, ACompressedVolumeIsJoinedWhenItIsWhole) {
+    for (const int missing : {0, 9, -1}) {
+        make();
+        Bytes disk = ReadFile(volume_);
+        disk.resize(40 * 512);
+        ImageMaker maker;
+        maker.table({BlockOf(kZlibBlock, disk)});
+        maker.sectorCount = 40 + std::max(missing, 0);
+        file("volume.img", Damaged(maker.make(), missing < 0 ? "0:0000" : ""));
+        EXPECT_EQ(join().result,
+                  missing == 0 ? HybridationResult::Done : HybridationResult::ImageRefused);
+        if (missing == 0)
+            EXPECT_EQ(Slice(ReadFile(disc_), 27 * 2048 + 1536, 27 * 2048 + partition_.size()),
+                      Slice(partition_, 1536, partition_.size()));
+        else
+            EXPECT_EQ(ReadFile(disc_), oldDisc_);
+    }
 }
 
 // A raw disc is the plain one in another form, whether it stays raw or not. Whenever the person

@@ -16,8 +16,8 @@ class ForeignImageTest : public test::ReadingTest {
         const std::string command = "LC_ALL=C.UTF-8 " + program + " " + arguments;
         ASSERT_EQ(std::system((command + " >/dev/null 2>&1").c_str()), 0) << command;
     }
-    void expectSource(const std::string& image, const std::string& tree) {
-        play("0 get " + image + " / --as " + tree + " -o out." + tree);
+    void expectSource(const std::string& tree) {
+        play("0 get disc.iso / --as " + tree + " -o out." + tree);
         expectSame("out." + tree, "in");
     }
 };
@@ -27,7 +27,7 @@ TEST_F(ForeignImageTest, HybridsOfGenisoimage) {
     makeBy("genisoimage", "-hfs -J -l -quiet -V Theirs -hfs-volid Theirs -o disc.iso in");
     if (IsSkipped())
         return;
-    expectSource("disc.iso", "joliet");
+    expectSource("joliet");
     play(R"(
 0 get disc.iso 'Sub Folder/large.bin' --as hfs -o a
 0 get disc.iso SUB_FOLDER/LARGE.BIN --as iso -o b
@@ -40,8 +40,8 @@ TEST_F(ForeignImageTest, HybridsOfXorriso) {
     makeBy("xorriso", "-as mkisofs -J -joliet-long -hfsplus -V Theirs -o disc.iso in");
     if (IsSkipped())
         return;
-    expectSource("disc.iso", "joliet");
-    expectSource("disc.iso", "hfs");
+    expectSource("joliet");
+    expectSource("hfs");
 }
 
 TEST_F(ForeignImageTest, AnAssociatedFileIsTheResourceForkOfItsFile) {

@@ -94,13 +94,19 @@ TEST_F(OpenedImage, ClosingWritesBackAndSaysWhenItCouldNot) {
 }
 
 TEST_F(OpenedImage, ACompressedOneIsExpandedAndKeptAsThePersonWants) {
-    const testing::Bytes made =
-        testing::ImageMaker()
-            .table({testing::BlockOf(testing::kZlibBlock, testing::BytesOf(plain_))})
-            .make();
+    testing::ImageMaker maker;
+    maker.table({testing::BlockOf(testing::kZlibBlock, testing::BytesOf(plain_))});
+    const testing::Bytes made = maker.make();
     const std::string image(made.begin(), made.end());
     Write("d.dmg", image);
+    maker.sectorCount = plain_.size() / 512 + 9;
+    const testing::Bytes lacking = maker.make();
+    Write("l.dmg", {reinterpret_cast<const char*>(lacking.data()), lacking.size()});
     play(R"(
+3 ls l.dmg => l.dmg: Its tables leave out 9 of its
+3 expand l.dmg l.img -q => Its tables leave out 9 of its
+3 /DC l.dmg m.img => Its tables leave out 9 of its
+1 rm d.dmg x => the verb expand makes a plain image
 types => n\n
 1! label d.dmg => Image d.dmg is compressed. Do you want to uncompress
 types => y\nn\n

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "volume/tree_bench.hpp"
+#include "volume/tree_editor.hpp"
 
 namespace vellmark {
 namespace {
@@ -164,6 +165,42 @@ TEST_P(HfsPlusBTree, LongerKeysTakeThePlaceOfShorterOnes) {
         for (const auto& [order, record] : model)
             ASSERT_EQ(remove(record), TreeResult::Done);
         EXPECT_EQ(tree_.header().depth, 0);
+    }
+}
+
+TEST(BTreeOrder, NoSplitLeavesANodeTooFull) {
+    std::mt19937 random(kSeed);
+    for (int round = 0; round < 4000; ++round) {
+        SCOPED_TRACE(::testing::Message() << "seed " << kSeed << " round " << round);
+        Bytes bytes(512);
+        NodeView node(bytes, kHfsCatalogFormat);
+        node.clear(NodeKind::Leaf, 1);
+        std::vector<std::size_t> sizes;
+        const auto size = [&] { return 8 + 2 * std::size_t{Below(random, 70)}; };
+        for (std::size_t next = size(); node.fits(next); next = size()) {
+            Bytes record(next);
+            record[0] = 6;
+            node.insert(sizes.size(), record);
+            sizes.push_back(next);
+        }
+        const std::size_t at = Below(random, static_cast<std::uint32_t>(sizes.size() + 1));
+        const std::size_t told = Below(random, static_cast<std::uint32_t>(sizes.size() + 1));
+        const std::size_t added = node.freeBytes() + 2 * Below(random, 60);
+        // Whether both nodes hold what comes to them when so many records stay.
+        const auto fits = [&](std::size_t kept) {
+            std::size_t left = 16 + (at <= kept ? added + 2 : 0);
+            std::size_t right = 16 + (at <= kept ? 0 : added + 2);
+            for (std::size_t i = 0; i < sizes.size(); ++i)
+                (i < kept ? left : right) += sizes[i] + 2;
+            return left <= 512 && right <= 512 && kept > 0 && kept < sizes.size();
+        };
+        bool isPossible = false;
+        for (std::size_t kept = 1; kept < sizes.size(); ++kept)
+            isPossible = isPossible || fits(kept);
+        const auto point = SplitPoint(node, told, {at, added});
+        ASSERT_EQ(point.has_value(), isPossible);
+        ASSERT_TRUE(!point || fits(*point));
+        ASSERT_TRUE(!point || !fits(told) || *point == told);
     }
 }
 
