@@ -3,7 +3,6 @@
 from collections import Counter, namedtuple
 
 from readers.examine import Examination
-from readers.hfs import HfsVolume
 from readers.iso9660 import IsoImage
 from readers.window import load_image
 
@@ -53,12 +52,6 @@ class Image:
     def mac_folders(self):
         """The paths of its folders."""
         return {entry.path for entry in self.volume.walk() if entry.is_folder}
-
-    def mac_place(self, entry):
-        """The byte of the image at which the data of a file begins."""
-        start, _ = entry.data.extents[0]
-        base = self.volume.mdb.drAlBlSt * 512 if isinstance(self.volume, HfsVolume) else 0
-        return self.volume.window.start + base + start * self.volume.block_size
 
     def block_counts(self):
         """How often each block of bytes occurs in the image."""

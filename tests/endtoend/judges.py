@@ -55,12 +55,6 @@ def seven_zip(image, out, kind):
     return _folder_contents(os.path.join(out, *(os.listdir(out) if kind == "hfs" else ())))
 
 
-def seven_zip_resource(image, path):
-    """The resource fork that 7zz finds in an HFS Plus volume, below its name; b"" for none."""
-    return _run("7zz", "e", "-so", "-bd", "-thfs", "-sns", image, "/".join(path) + ":rsrc",
-                allowed=(0, 1))
-
-
 # A file as hfsutils copies it out, in MacBinary form (its published layout).
 MacFile = namedtuple("MacFile", "type creator created modified finder_flags data rsrc")
 

@@ -4,7 +4,6 @@ Every form is written after its published layout: AppleSingle and AppleDouble af
 MacBinary after its first version, named streams as Linux keeps them.
 """
 
-import errno
 import os
 import random
 import struct
@@ -109,9 +108,7 @@ def keeps_streams(folder):
     try:
         os.setxattr(probe, "user.probe", b"1")
         return True
-    except OSError as error:
-        if error.errno != errno.ENOTSUP:
-            raise
+    except OSError:
         return False
     finally:
         probe.unlink()

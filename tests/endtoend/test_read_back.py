@@ -5,7 +5,6 @@ import functools
 import re
 import shutil
 import unittest
-from pathlib import Path
 
 import judges
 from images import BLOCK, KINDS, Image
@@ -15,22 +14,15 @@ from source_tree import SourceTree
 ISO_NAME = re.compile(r"[A-Z0-9_]{1,8}(\.[A-Z0-9_]{1,3})?")
 INVISIBLE, HIDDEN = 0x4000, 0x01
 TEXT = (b"TEXT", b"????")
-SIGNATURES = Path(__file__).resolve().parents[2] / "data/default.sig"
-
-
-@functools.cache
-def signatures():
-    """{extension: (type, creator)} of the English part of the table that comes with the program."""
-    rows = SIGNATURES.read_bytes().partition(b"#[1]")[0].splitlines()
-    fields = (row.split(b",") for row in reversed(rows) if row and not row.startswith(b"#"))
-    return {extension.decode(): (signature[:4], signature[4:])
-            for extension, signature, *_ in fields}
+# Of the English part of the table that comes with the program.
+SIGNATURES = {"TXT": (b"TEXT", b"ttxt"), "EXE": (b"BINA", b"dosa"), "JPEG": (b"JPEG", b"ogle"),
+              "BIN": (b"mBIN", b"SITx")}
 
 
 def type_of(source):
     """Type and creator of a file by the end of its name."""
     _, dot, extension = source.path[-1].rpartition(".")
-    return signatures().get(extension.upper(), TEXT) if dot else TEXT
+    return SIGNATURES.get(extension.upper(), TEXT) if dot else TEXT
 
 
 def on_images(*views):

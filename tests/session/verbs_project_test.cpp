@@ -32,6 +32,9 @@ TEST_F(ProjectVerbs, NewMakesAHeaderOfItsKind) {
 1 new nope/a.vlpr => no folder nope
 1 new a.vlpr --force --label 1234567890123456789012345678 => HFS takes 1 to 27
 2 new x.vlpr --hfs --hfsplus => either HFS or HFS+
+file b.BAK => the only original of something
+0! add b.vlpr c.exe => b.BAK.1
+holds b.BAK => the only original of something
 0 new a.vlpr --force
 )");
     for (const std::string path : {"a.vlpr", "b.vlpr"}) {
