@@ -101,8 +101,9 @@ TEST_F(StateTest, TheTableIsTheRegisteredOneThenOneOfTheFolderThenTheShippedOne)
 file shipped.txt => SS,SHIPaaaa,\r\n
 file b.sig => -----BEGIN PGP SIGNATURE-----\n\niQEzBAABCAAdFiEE\n
 0 sig --list => SHIP
-file One.SIG => OO,ONEXaaaa,\r\n
+file One.SIG => OO,ONEXaaaa,\r\n#[1]\r\nOO,UNEXaaaa,\r\n
 0 sig --list => ONEX
+0 --lang fr sig --list => UNEX
 remove One.SIG
 0! sig --list => One.SIG
 shows => SHIP

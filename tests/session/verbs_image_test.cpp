@@ -96,7 +96,8 @@ shows => changes      possible\n
 0 ls disc.iso empty -l --as joliet => 2020-05-06 07:08
 0 info disc.iso --json => "tree": "joliet"
 0 ls disc.iso 'Sub Folder/large.bin' --as hfs --json
-shows => "kind": "file" => "size": 70000 => "modified": "2020-05-06T07:08:10Z"
+shows => "kind": "file" => "size": 70000 => "modified": "2020-05-06T07:08:10Z" => "id": 
+0 ls disc.iso empty --as joliet --json => "sector": 
 )");
 }
 

@@ -92,18 +92,14 @@ TEST_P(BTreeDamage, NodesInUseAreNotTakenForFreeOnes) {
 }
 
 // Counts down the calls until one fails.
-class FailingNodes final : public NodeStore {
-  public:
-    explicit FailingNodes(NodeStore& nodes, int left) : nodes_(nodes), left_(left) {}
+struct FailingNodes final : NodeStore {
+    FailingNodes(NodeStore& nodes, int left) : nodes_(nodes), left_(left) {}
     bool read(std::uint32_t number, ByteSpan node) override {
         return --left_ != 0 && nodes_.read(number, node);
     }
     bool write(std::uint32_t number, ConstByteSpan node) override {
         return --left_ != 0 && nodes_.write(number, node);
     }
-    [[nodiscard]] bool hasFailed() const { return left_ <= 0; }
-
-  private:
     NodeStore& nodes_;
     int left_;
 };
@@ -126,7 +122,7 @@ TEST_P(BTreeDamage, ANodeThatCannotBeReadOrWrittenIsTold) {
             FailingNodes failing(nodes_, n);
             tree_.store = &failing;
             const TreeResult result = inserts ? insert(record) : remove(record);
-            hasFailed = failing.hasFailed();
+            hasFailed = failing.left_ <= 0;
             failures += hasFailed ? 1 : 0;
             ASSERT_EQ(result == TreeResult::Failed, hasFailed) << round << ", call " << n;
         }
