@@ -95,6 +95,7 @@ class ImageMaker {
   public:
     std::uint32_t version = 4;
     std::uint32_t checksumKind = 2;                 ///< CRC-32
+    std::optional<std::uint64_t> firstSector = {};  ///< of a table; else behind the last one
     std::optional<std::uint64_t> sectorCount = {};  ///< nothing: as many as the tables have
 
     /// Adds a table. `crc` is that of what it expands to, 0 for none. Without `ends` the mark for
@@ -103,7 +104,7 @@ class ImageMaker {
                       bool ends = true) {
         Bytes table(204);
         PutText(table, 0, "mish");
-        Put(table, 8, be64(sectors_));
+        Put(table, 8, be64(firstSector.value_or(sectors_)));
         if (crc != 0) {
             PutCrc(table, 64, crc);
             crcs_ = crcs_ + Slice(table, 72, 76);
