@@ -165,6 +165,14 @@ TEST_F(InclusionTest, ARecordTellsWhereItsFileLies) {
     EXPECT_EQ(listed(), "; box IHkDmx 5/8 TYPEcrea") << "a companion comes first";
 }
 
+TEST_F(InclusionTest, WithoutAVolumeASecondItemOfANameIsNamed) {
+    Plant(base_, "tree/File other/fILE");
+    project_ = EmptyProject(false, ProjectMode::IsoPlus);
+    EXPECT_EQ(include("tree/File").files, 1);
+    EXPECT_EQ(include("other/fILE").skipped, 1);
+    EXPECT_EQ(listed(), "; File I 1/0");
+}
+
 TEST_F(InclusionTest, NamesLeadBackToTheirFilesWhateverTheirCharactersAndLength) {
     const std::string head(70, 'n');
     const std::string fits = std::string(27, 'n') + ".txt";
