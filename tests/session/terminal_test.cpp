@@ -3,6 +3,7 @@
 
 #include <csignal>
 
+#include "session/json_text.hpp"
 #include "session/session_bench.hpp"
 
 namespace vellmark {
@@ -90,6 +91,15 @@ TEST_F(TerminalTest, ASignalStopsTheWorkAndAnIgnoredOneStaysIgnored) {
         EXPECT_FALSE(StopSignals::requested());
     }
     EXPECT_EQ(std::signal(SIGHUP, SIG_DFL), SIG_IGN);
+}
+
+// Programs read the name that it is, and a terminal is sent nothing that it would act on.
+TEST(JsonText, WhatIsNotShownIsEscaped) {
+    const nlohmann::ordered_json value = {{"\u202Ename", {"a\x1B\n\u00E9\u200B\U000E0041"}}};
+    EXPECT_EQ(
+        JsonText(value, 1),
+        "{\n   \"\\u202ename\": [\n     \"a\\u001b\\n\u00E9\\u200b\\udb40\\udc41\"\n   ]\n }");
+    EXPECT_EQ(nlohmann::ordered_json::parse(JsonText(value, 0)), value);
 }
 
 }  // namespace
