@@ -15,12 +15,17 @@ function(vellmark_precompile target first)
   endif()
 endfunction()
 
-# One library a folder of src/, with the folders in it. A room names the rooms it stands on.
-function(vellmark_room name)
+# One library a folder of src/, with the folders in it.
+function(vellmark_library name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
   add_library(vellmark_${name} STATIC ${sources})
   target_include_directories(vellmark_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(vellmark_${name} PRIVATE vellmark_options PUBLIC ${ARGN})
+endfunction()
+
+# A room without a window. It names the rooms it stands on.
+function(vellmark_room name)
+  vellmark_library(${name} ${ARGN})
   vellmark_precompile(vellmark_${name} vellmark_support <fmt/core.h>)
 endfunction()
 

@@ -48,6 +48,10 @@ struct Documents {
     [[nodiscard]] const ProjectDocument* projectOfMode() const {
         return const_cast<Documents*>(this)->projectOfMode();
     }
+    /// The view through which the project of the mode is looked at: an ISO+ project has one alone.
+    [[nodiscard]] ProjectView shownView() const {
+        return mode == FileMode::IsoPlus ? ProjectView::Iso : view;
+    }
     /// Path of what is open in the mode, "" when nothing is.
     [[nodiscard]] std::string path() const;
     [[nodiscard]] bool isOpen() const { return !path().empty(); }

@@ -1,6 +1,7 @@
 #include "session/journal.hpp"
 
 #include <fmt/core.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -76,6 +77,14 @@ Reason Journal::open(const std::string& path) {
         return Sentence::kJournalIsOther;
     }
     path_ = path;
+    return {};
+}
+
+Reason Journal::empty() {
+    if (!isOpen())
+        return SystemError{EBADF};
+    if (std::fflush(file_.get()) != 0 || ::ftruncate(::fileno(file_.get()), 0) != 0)
+        return SystemError{errno};
     return {};
 }
 

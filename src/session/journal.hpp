@@ -27,6 +27,9 @@ class Journal {
     /// Of the open file, "" when there is none.
     [[nodiscard]] const std::string& path() const { return path_; }
 
+    /// Takes all lines away. Why that cannot be; none when the open journal is empty.
+    [[nodiscard]] Reason empty();
+
     /// Ten asterisks: where a session begins or ends.
     void mark();
     /// The text of a message.

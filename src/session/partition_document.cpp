@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "IO/recognition.hpp"
 #include "IO/redo_log.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_folder.hpp"
@@ -10,6 +11,7 @@
 #include "support/texts.hpp"
 #include "volume/catalog.hpp"
 #include "volume/mount.hpp"
+#include "volume/read_only.hpp"
 
 namespace vellmark {
 
@@ -44,7 +46,16 @@ std::unique_ptr<PartitionDocument> PartitionDocument::Open(const std::string& pa
     // Whoever opens a volume without a map in front of it in a window means to work on it.
     volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     document->isReadOnly_ = access == Access::Read || volume.readOnlyReasons.any();
+    const ImageClass imageClass = ClassifyImage(*volume.image);
+    document->isJoinable_ = imageClass != ImageClass::ProtectiveBootRecord &&
+                            imageClass != ImageClass::MacintoshBootRecord;
     return document;
+}
+
+Reason PartitionDocument::readOnlyReason() const {
+    if (image_.isTemporary())
+        return Sentence::kExpandedIsTemporary;
+    return isReadOnly_ ? ChangeRefusal(volume_.readOnlyReasons) : Reason();
 }
 
 PartitionDocument::~PartitionDocument() {

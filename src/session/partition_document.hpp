@@ -28,6 +28,13 @@ class PartitionDocument {
 
     [[nodiscard]] const std::string& path() const { return image_.name(); }
     [[nodiscard]] bool isReadOnly() const { return isReadOnly_; }
+    /// Why it may only be read; none when it may be changed.
+    [[nodiscard]] Reason readOnlyReason() const;
+    /// Whether the volume can be joined to a disc: an image that has a boot record of its own
+    /// cannot.
+    [[nodiscard]] bool isJoinable() const { return isJoinable_; }
+    /// The image as it is open, null where it is not one that others can read beside it.
+    [[nodiscard]] PcFile* openFile() { return volume_.image.get(); }
     [[nodiscard]] VolumeContext& volume() { return volume_; }
     /// The volume as every change of it takes it, from the first call on; null when it may only be
     /// read.
@@ -48,6 +55,7 @@ class PartitionDocument {
     VolumeContext volume_;
     std::optional<WritableVolume> writable_;
     bool isReadOnly_ = false;
+    bool isJoinable_ = true;
 };
 
 }  // namespace vellmark

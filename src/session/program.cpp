@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kTextNotManaged = 1386;
 
-// Where the window would open.
+// There is no window to open.
 int TellNoWindow(const std::string& path, CommandContext& context) {
     Terminal terminal(context, {});
     terminal.messages.showMessage(path.empty() ? Reason(Sentence::kNoWindow)
@@ -30,7 +30,16 @@ int TellNoWindow(const std::string& path, CommandContext& context) {
     return kExitFailed;
 }
 
+// The path of a file without a verb is opened in a window.
+bool IsForWindow(std::span<const std::string> arguments) {
+    return arguments.empty() ||
+           (!IsVerbOrOption(arguments.front()) && !ParseBatchOption(arguments.front()) &&
+            !arguments.front().starts_with('-'));
+}
+
 int Run(std::span<const std::string> arguments, CommandContext& context) {
+    if (context.becomeWindow && IsForWindow(arguments))
+        (void)context.becomeWindow(arguments.empty() ? std::string() : arguments.front());
     if (arguments.empty())
         return RunInSession({}, context, [](CommandContext& c) { return TellNoWindow({}, c); });
     const std::string& first = arguments.front();

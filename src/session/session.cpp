@@ -133,7 +133,7 @@ bool Session::enterFolder(std::int32_t folder) {
         return documents_.partition != nullptr;
     }
     if (!document->file || !document->file->isFolder(folder) ||
-        NearestFolderIn(*document->file, folder, documents_.view) != folder)
+        NearestFolderIn(*document->file, folder, documents_.shownView()) != folder)
         return false;
     document->folder = folder;
     return true;
@@ -148,7 +148,7 @@ void Session::enterParent() {
     }
     if (document->file && document->folder != kRootFolder)
         document->folder = NearestFolderIn(
-            *document->file, document->file->parentOf(document->folder), documents_.view);
+            *document->file, document->file->parentOf(document->folder), documents_.shownView());
 }
 
 void Session::setView(ProjectView view) {

@@ -89,6 +89,9 @@ class Session final : public DropTarget {
     /// Writes what an operation changed in the project. The current folder, if it is gone, gives
     /// way to root. False when it could not be written: leaving asks about it then.
     bool keep();
+    /// Takes back what an operation that was stopped has changed in the project: it is read again
+    /// as its file has it. False, and nothing is open, when that cannot be.
+    bool revert();
 
     /// Shows a folder of what is open. False when it has no such folder in the view.
     [[nodiscard]] bool enterFolder(std::int32_t folder);

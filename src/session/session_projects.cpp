@@ -166,6 +166,24 @@ ProjectFile* Session::openProject() {
     return &*document->file;
 }
 
+bool Session::revert() {
+    ProjectDocument* document = documents_.projectOfMode();
+    if (!document || !document->file)
+        return false;
+    const std::string path = document->file->path();
+    const ProjectMode mode = document->file->mode();
+    // A file can be locked once.
+    document->file.reset();
+    if (ProjectFile::Open(path, mode, ports_.messages, document->file, access()) !=
+        ProjectOpened::Opened) {
+        *document = ProjectDocument{};
+        return false;
+    }
+    if (!document->file->isFolder(document->folder))
+        document->folder = kRootFolder;
+    return true;
+}
+
 bool Session::keep() {
     ProjectDocument* document = documents_.projectOfMode();
     if (!document || !document->file)

@@ -1,0 +1,22 @@
+// Changes of the open project: each is one operation of the engine, written and shown afterwards.
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vellmark {
+
+class TVellmark;
+
+void AddToProject(TVellmark& window, const std::vector<std::string>& paths);
+void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbers);
+void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers);
+void RenameInProject(TVellmark& window, std::int32_t number, const QString& name);
+void MakeProjectFolder(TVellmark& window, const std::string& name);
+
+/// Writes what was changed in the project, and shows it.
+void KeepProject(TVellmark& window);
+
+}  // namespace vellmark

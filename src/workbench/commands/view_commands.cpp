@@ -1,0 +1,200 @@
+// How the window looks at things: modes, views, languages, the journal, help.
+#include <QDesktopServices>
+#include <QDir>
+#include <QUrl>
+
+#include "workbench/commands/handlers.hpp"
+#include "workbench/dialogs/about_dialog.hpp"
+#include "workbench/dialogs/journal_dialog.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+namespace {
+
+void ChooseMode(TVellmark& window, FileMode mode) {
+    if (window.documents().mode != mode)
+        window.runJob(JobKind::Work, [&](Progress&) { window.session().chooseMode(mode); });
+    window.showDocument();
+}
+
+void ChooseView(TVellmark& window, ProjectView view) {
+    if (window.documents().view != view) {
+        window.session().setView(view);
+        window.showDocument();
+    }
+    window.updateCommands();
+}
+
+void ChooseCopyMode(TVellmark& window, CopyMode mode) {
+    (void)window.session().setCopyMode(mode);
+    window.updateCommands();
+}
+
+void Speak(TVellmark& window, Language language) {
+    if (window.language() != language) {
+        window.state().settings.language = language;
+        window.state().signatures.reset();
+        window.setLanguage(language);
+        window.showDocument();
+    }
+    window.updateCommands();
+}
+
+}  // namespace
+
+void ChooseProjectMode(TVellmark& window) {
+    ChooseMode(window, FileMode::Project);
+}
+
+void ChoosePartitionMode(TVellmark& window) {
+    ChooseMode(window, FileMode::Partition);
+}
+
+void ChooseIsoPlusMode(TVellmark& window) {
+    ChooseMode(window, FileMode::IsoPlus);
+}
+
+void ChooseNextMode(TVellmark& window) {
+    window.runJob(JobKind::Work, [&](Progress&) { window.session().chooseNextMode(); });
+    window.showDocument();
+}
+
+void ViewIso(TVellmark& window) {
+    ChooseView(window, ProjectView::Iso);
+}
+
+void ViewHybrid(TVellmark& window) {
+    ChooseView(window, ProjectView::Hybrid);
+}
+
+void ViewHfs(TVellmark& window) {
+    ChooseView(window, ProjectView::Hfs);
+}
+
+void ViewNext(TVellmark& window) {
+    constexpr int kViews = 3;
+    ChooseView(window,
+               static_cast<ProjectView>((static_cast<int>(window.documents().view) + 1) % kViews));
+}
+
+void ToggleToolBar(TVellmark& window) {
+    window.setToolBarHidden(!window.isToolBarHidden());
+}
+
+void CopyDataFork(TVellmark& window) {
+    ChooseCopyMode(window, CopyMode::DataFork);
+}
+
+void CopyResourceFork(TVellmark& window) {
+    ChooseCopyMode(window, CopyMode::ResourceFork);
+}
+
+void CopyMacBinary(TVellmark& window) {
+    ChooseCopyMode(window, CopyMode::MacBinary);
+}
+
+void CopyAppleDouble(TVellmark& window) {
+    ChooseCopyMode(window, CopyMode::AppleDouble);
+}
+
+void CopyAppleSingle(TVellmark& window) {
+    ChooseCopyMode(window, CopyMode::AppleSingle);
+}
+
+void SpeakEnglish(TVellmark& window) {
+    Speak(window, Language::English);
+}
+
+void SpeakFrench(TVellmark& window) {
+    Speak(window, Language::French);
+}
+
+void ManageJournal(TVellmark& window) {
+    ShowJournalDialog(window);
+    window.updateCommands();
+}
+
+void LaunchFileManager(TVellmark&) {
+    (void)QDesktopServices::openUrl(QUrl::fromLocalFile(QDir::homePath()));
+}
+
+void ShowParent(TVellmark& window) {
+    window.session().enterParent();
+    window.showFolder(window.selection().folder);
+}
+
+void ShowAgain(TVellmark& window) {
+    if (window.documents().isOpen())
+        window.showDocument();
+}
+
+void ShowHelp(TVellmark& window) {
+    ShowAbout(window);
+}
+
+void ShowAbout(TVellmark& window) {
+    ShowAboutDialog(window.language(), &window);
+}
+
+bool IsProjectMode(const TVellmark& window) {
+    return window.documents().mode == FileMode::Project;
+}
+
+bool IsPartitionMode(const TVellmark& window) {
+    return window.documents().mode == FileMode::Partition;
+}
+
+bool IsIsoPlusMode(const TVellmark& window) {
+    return window.documents().mode == FileMode::IsoPlus;
+}
+
+bool IsIsoView(const TVellmark& window) {
+    return window.documents().view == ProjectView::Iso;
+}
+
+bool IsHybridView(const TVellmark& window) {
+    return window.documents().view == ProjectView::Hybrid;
+}
+
+bool IsHfsView(const TVellmark& window) {
+    return window.documents().view == ProjectView::Hfs;
+}
+
+bool IsToolBarHidden(const TVellmark& window) {
+    return window.isToolBarHidden();
+}
+
+bool IsDataForkMode(const TVellmark& window) {
+    return window.documents().copyMode == CopyMode::DataFork;
+}
+
+bool IsResourceForkMode(const TVellmark& window) {
+    return window.documents().copyMode == CopyMode::ResourceFork;
+}
+
+bool IsMacBinaryMode(const TVellmark& window) {
+    return window.documents().copyMode == CopyMode::MacBinary;
+}
+
+bool IsAppleDoubleMode(const TVellmark& window) {
+    return window.documents().copyMode == CopyMode::AppleDouble;
+}
+
+bool IsAppleSingleMode(const TVellmark& window) {
+    return window.documents().copyMode == CopyMode::AppleSingle;
+}
+
+bool IsEnglish(const TVellmark& window) {
+    return window.language() == Language::English;
+}
+
+bool IsFrench(const TVellmark& window) {
+    return window.language() == Language::French;
+}
+
+bool IsJournalOpen(const TVellmark& window) {
+    return window.state().journal.isOpen();
+}
+
+}  // namespace vellmark

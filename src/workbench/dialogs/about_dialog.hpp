@@ -1,0 +1,12 @@
+// What this program is.
+#pragma once
+
+#include "support/texts.hpp"
+
+class QWidget;
+
+namespace vellmark {
+
+void ShowAboutDialog(Language language, QWidget* owner);
+
+}  // namespace vellmark

@@ -1,0 +1,139 @@
+#include "workbench/dialogs/document_properties.hpp"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "project/project_properties.hpp"
+#include "support/encoding.hpp"
+#include "volume/mount.hpp"
+#include "volume/path_changes.hpp"
+#include "workbench/dialogs/form.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextClose = 1000;
+constexpr int kTextWrite = 1212;
+constexpr int kTextVolume = 1223;
+constexpr int kTextVolumeSize = 1224;
+constexpr int kTextFreeSpace = 1225;
+constexpr int kTextFiles = 1226;
+constexpr int kTextFolders = 1227;
+constexpr int kTextNextId = 1228;
+constexpr int kTextOffset = 1229;
+constexpr int kTextClusterSize = 1231;
+constexpr int kTextFileSystem = 1237;
+constexpr int kTextModified = 1239;
+constexpr int kTextIsoLabel = 1288;
+constexpr int kTextMacLabel = 1289;
+constexpr int kTextOpensRoot = 1273;
+constexpr int kTextIncludedFolders = 1318;
+constexpr int kTextIncludedFiles = 1319;
+constexpr int kTextFutureCd = 1322;
+constexpr int kTextSize = 1323;
+constexpr int kTextRebuild = 1341;
+constexpr int kTextHfsPlus = 1383;
+constexpr int kTextPropertiesTitle = 1018;
+
+constexpr int kWrite = 2;
+constexpr double kSectorsAMegabyte = 512;
+constexpr int kMostHfsName = 27;
+constexpr int kMostHfsPlusName = 255;
+
+QString Views(std::int64_t all, std::int64_t iso, std::int64_t hfs, bool isHybrid) {
+    return isHybrid ? QStringLiteral("%1 (ISO %2, HFS %3)").arg(all).arg(iso).arg(hfs)
+                    : QString::number(all);
+}
+
+}  // namespace
+
+bool ShowProjectProperties(TVellmark& window) {
+    ProjectFile& project = *window.documents().projectOfMode()->file;
+    const ProjectProperties now = PropertiesOf(project);
+    const bool isHybrid = project.mode() == ProjectMode::Hybrid;
+    FormDialog dialog(window.text(kTextFutureCd), window.language(), &window);
+    dialog.addFact(kTextIsoLabel, ToQString(Printable(now.isoLabel)));
+    if (isHybrid)
+        dialog.addFact(kTextMacLabel, ToQString(Printable(now.hfsLabel)));
+    const ProjectCounts& counts = now.counts;
+    dialog.addFact(kTextIncludedFolders,
+                   Views(counts.all.folders, counts.iso.folders, counts.hfs.folders, isHybrid));
+    dialog.addFact(kTextIncludedFiles,
+                   Views(counts.all.files, counts.iso.files, counts.hfs.files, isHybrid));
+    dialog.addFact(kTextSize,
+                   QString::number(static_cast<double>(now.sectors) / kSectorsAMegabyte, 'f', 1));
+    if (!isHybrid) {
+        // What an ISO+ project is made into has nothing to choose.
+        dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
+        (void)dialog.exec();
+        return false;
+    }
+    const QCheckBox* const hfsPlus = dialog.addBox("HFSPlus", kTextHfsPlus, now.isHfsPlus);
+    const QCheckBox* const openRoot = dialog.addBox("Racine", kTextOpensRoot, now.opensRoot);
+    const QCheckBox* const rebuild =
+        dialog.addBox("Rebuild", kTextRebuild, now.rebuildsBeforeCompile);
+    dialog.addButton("Ecrire", window.text(kTextWrite), kWrite)->setDefault(true);
+    dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
+    while (dialog.exec() == kWrite) {
+        ProjectChanges changes{.opensRoot = openRoot->isChecked(),
+                               .rebuildsBeforeCompile = rebuild->isChecked()};
+        if (hfsPlus->isChecked() != now.isHfsPlus)
+            changes.isHfsPlus = hfsPlus->isChecked();
+        const Reason refusal = ChangeProject(project, changes);
+        if (!refusal)
+            return true;
+        window.messages().showMessage(refusal);
+    }
+    return false;
+}
+
+bool ShowVolumeProperties(TVellmark& window) {
+    PartitionDocument& document = *window.documents().partition;
+    VolumeContext& volume = document.volume();
+    const bool isFrench = window.language() == Language::French;
+    const QString name = ToQString(Printable(VolumeName(volume)));
+    FormDialog dialog(window.text(kTextPropertiesTitle), window.language(), &window);
+    QLineEdit* const field = dialog.addField("Nom", kTextVolume, name,
+                                             volume.isHfsPlus ? kMostHfsPlusName : kMostHfsName);
+    dialog.addFact(kTextFileSystem,
+                   volume.isHfsPlus ? QStringLiteral("HFS+") : QStringLiteral("HFS"));
+    const std::uint32_t block = volume.blockSize;
+    dialog.addFact(kTextVolumeSize,
+                   SizeWords(std::uint64_t{volume.totalBlocks()} * block, isFrench));
+    dialog.addFact(kTextFreeSpace, SizeWords(std::uint64_t{volume.freeBlocks()} * block, isFrench));
+    dialog.addFact(kTextClusterSize, QString::number(block));
+    dialog.addFact(kTextFiles,
+                   QString::number(volume.isHfsPlus ? volume.vhb.fileCount : volume.mdb.fileCount));
+    dialog.addFact(kTextFolders, QString::number(volume.isHfsPlus ? volume.vhb.folderCount
+                                                                  : volume.mdb.folderCount));
+    dialog.addFact(kTextNextId, QString::number(volume.isHfsPlus ? volume.vhb.nextCatalogId
+                                                                 : volume.mdb.nextCatalogId));
+    dialog.addFact(kTextOffset, QString::number(volume.partitionStart.number()));
+    if (document.isReadOnly())
+        dialog.addFact(QString(), Words(document.readOnlyReason(), window.language()))
+            ->setWordWrap(true);
+    auto* const write = dialog.addButton("Ecrire", window.text(kTextWrite), kWrite);
+    write->setDefault(true);
+    write->setEnabled(!document.isReadOnly());
+    field->setReadOnly(document.isReadOnly());
+    dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
+    while (dialog.exec() == kWrite) {
+        if (field->text() == name)
+            return false;
+        WritableVolume* const writable = document.writable();
+        const PathChange change =
+            writable ? Relabel(*writable, field->text().toStdString(), window.messages())
+                     : PathChange{EditResult::Failed, document.readOnlyReason()};
+        if (change.isDone())
+            return true;
+        if (change.problem)
+            window.messages().showMessage(change.problem);
+    }
+    return false;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,37 @@
+// Which file or folder of the PC: the desktop's own dialogs, with the titles, filters and folders
+// of each use.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "compiler/build_request.hpp"
+#include "project/project_file.hpp"
+#include "session/session.hpp"
+
+class QWidget;
+
+namespace vellmark {
+
+class TVellmark;
+
+/// Where a document is to be kept. That a file of that name is there is the asker's business.
+[[nodiscard]] std::optional<std::string> AskDocumentPath(const PathRequest& request,
+                                                         Language language, QWidget* owner);
+/// A document of the mode that is worked in.
+[[nodiscard]] std::optional<std::string> AskFileToOpen(TVellmark& window);
+/// The image to make of a project.
+[[nodiscard]] std::optional<std::string> AskImageTarget(TVellmark& window,
+                                                        const ProjectFile& project, ImageKind kind);
+/// An ISO image that is there.
+[[nodiscard]] std::optional<std::string> AskIsoImage(TVellmark& window);
+/// The folder of the PC that copies go to; it is kept for the next time.
+[[nodiscard]] std::optional<std::string> AskTargetFolder(TVellmark& window);
+/// Files and folders of the PC that are to be copied; none when the person gives up.
+[[nodiscard]] std::vector<std::string> AskFilesToCopy(TVellmark& window);
+
+/// `Name [*.a]|*.a;*.b|Other|*` as the toolkit's dialogs want filters.
+[[nodiscard]] QString DialogFilter(std::string_view filter);
+
+}  // namespace vellmark

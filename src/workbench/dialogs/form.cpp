@@ -1,0 +1,102 @@
+#include "workbench/dialogs/form.hpp"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "workbench/messages/words.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextOk = 1001;
+constexpr int kTextCancel = 1002;
+
+// Fields are at least that wide, in average characters.
+constexpr int kFieldCharacters = 32;
+
+}  // namespace
+
+FormDialog::FormDialog(const QString& title, Language language, QWidget* owner)
+    : QDialog(owner),
+      language_(language),
+      column_(new QVBoxLayout(this)),
+      form_(new QFormLayout),
+      buttons_(new QDialogButtonBox(this)) {
+    setWindowTitle(title);
+    form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    column_->addLayout(form_);
+    column_->addStretch(1);
+    column_->addWidget(buttons_);
+}
+
+QString FormDialog::words(int number) const {
+    return Words(number, language_);
+}
+
+QLabel* FormDialog::addFact(int caption, const QString& value) {
+    return addFact(words(caption), value);
+}
+
+QLabel* FormDialog::addFact(const QString& caption, const QString& value) {
+    auto* label = new QLabel(value, this);
+    label->setTextFormat(Qt::PlainText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label->setAccessibleName(caption);
+    form_->addRow(caption, label);
+    return label;
+}
+
+QLineEdit* FormDialog::addField(const char* name, int caption, const QString& value, int most) {
+    auto* field = new QLineEdit(value, this);
+    field->setObjectName(QLatin1String(name));
+    field->setMinimumWidth(field->fontMetrics().averageCharWidth() * kFieldCharacters);
+    if (most > 0)
+        field->setMaxLength(most);
+    field->setAccessibleName(words(caption));
+    form_->addRow(words(caption), field);
+    return field;
+}
+
+QCheckBox* FormDialog::addBox(const char* name, int caption, bool isOn) {
+    auto* box = new QCheckBox(words(caption), this);
+    box->setObjectName(QLatin1String(name));
+    box->setChecked(isOn);
+    form_->addRow(QString(), box);
+    return box;
+}
+
+void FormDialog::addWide(QWidget* widget) {
+    form_->addRow(widget);
+}
+
+void FormDialog::addRow(const QString& caption, QWidget* widget) {
+    widget->setAccessibleName(caption);
+    form_->addRow(caption, widget);
+}
+
+QPushButton* FormDialog::addButton(const char* name, const QString& caption, int result) {
+    auto* button = new QPushButton(caption, this);
+    button->setObjectName(QLatin1String(name));
+    buttons_->addButton(
+        button, result == Rejected ? QDialogButtonBox::RejectRole : QDialogButtonBox::AcceptRole);
+    connect(button, &QPushButton::clicked, this, [this, result] {
+        if (result == Rejected)
+            reject();
+        else
+            done(result);
+    });
+    return button;
+}
+
+void FormDialog::addOkAndCancel() {
+    addButton("OK", words(kTextOk), Accepted)->setDefault(true);
+    addButton("Cancel", words(kTextCancel), Rejected);
+}
+
+}  // namespace vellmark

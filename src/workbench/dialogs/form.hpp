@@ -1,0 +1,48 @@
+// What dialogs have in common: labelled rows over a row of buttons.
+#pragma once
+
+#include <QDialog>
+#include <QString>
+
+#include "support/texts.hpp"
+
+class QCheckBox;
+class QDialogButtonBox;
+class QFormLayout;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QVBoxLayout;
+
+namespace vellmark {
+
+class FormDialog : public QDialog {
+  public:
+    FormDialog(const QString& title, Language language, QWidget* owner);
+
+    [[nodiscard]] Language language() const { return language_; }
+    [[nodiscard]] QString words(int number) const;
+
+    /// A row with a text to be read.
+    QLabel* addFact(int caption, const QString& value);
+    QLabel* addFact(const QString& caption, const QString& value);
+    /// A row with a text to be changed; `most` characters at most, 0 for any number.
+    QLineEdit* addField(const char* name, int caption, const QString& value, int most = 0);
+    QCheckBox* addBox(const char* name, int caption, bool isOn);
+    void addWide(QWidget* widget);
+    void addRow(const QString& caption, QWidget* widget);
+
+    QPushButton* addButton(const char* name, const QString& caption, int result);
+    /// OK and Cancel.
+    void addOkAndCancel();
+
+    [[nodiscard]] QFormLayout& form() { return *form_; }
+
+  private:
+    Language language_;
+    QVBoxLayout* column_;
+    QFormLayout* form_;
+    QDialogButtonBox* buttons_;
+};
+
+}  // namespace vellmark

@@ -1,0 +1,10 @@
+// The journal: opened, closed, emptied.
+#pragma once
+
+namespace vellmark {
+
+class TVellmark;
+
+void ShowJournalDialog(TVellmark& window);
+
+}  // namespace vellmark

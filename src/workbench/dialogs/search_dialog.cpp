@@ -1,0 +1,156 @@
+#include "workbench/dialogs/search_dialog.hpp"
+
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabWidget>
+
+#include "containers/names.hpp"
+#include "project/project_search.hpp"
+#include "support/encoding.hpp"
+#include "support/sentences.hpp"
+#include "volume/catalog_search.hpp"
+#include "workbench/dialogs/form.hpp"
+#include "workbench/dialogs/list_choice.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextCancel = 1002;
+constexpr int kTextNotFound = 1173;
+constexpr int kTextSelect = 1196;
+constexpr int kTextLocate = 1241;
+constexpr int kTextSearch = 1242;
+constexpr int kTextByName = 1243;
+constexpr int kTextBySignature = 1244;
+
+constexpr int kMostSignature = 8;
+
+struct Hits {
+    std::vector<FoundItem> items;
+    std::vector<std::string> paths;
+    std::size_t most = 0;  ///< at which the search ended
+
+    void add(FoundItem item, std::string path) {
+        items.push_back(item);
+        paths.push_back(Printable(path));
+    }
+};
+
+struct Sought {
+    std::string text;  ///< as it was typed
+    bool isSignature = false;
+};
+
+std::string SignatureBytes(const std::string& text) {
+    return WideToMacName(Utf8ToWide(text));
+}
+
+Hits SearchProject(TVellmark& window, const Sought& sought) {
+    const ProjectFile& project = *window.documents().projectOfMode()->file;
+    Hits hits;
+    hits.most = kMostProjectHits;
+    const std::vector<std::int32_t> found =
+        sought.isSignature
+            ? FindItemsBySignature(project, SignatureBytes(sought.text))
+            : FindItemsByName(project, Utf8ToNarrow(sought.text), window.documents().shownView());
+    for (const std::int32_t number : found)
+        if (const ProjectRecord* const record = project.findByNumber(number))
+            hits.add({record->parent, number},
+                     ItemPath(project, record->parent, record->sourceName()));
+    return hits;
+}
+
+Hits SearchVolume(TVellmark& window, const Sought& sought) {
+    Hits hits;
+    hits.most = kMostHits;
+    window.runJob(JobKind::Work, [&](Progress&) {
+        VolumeContext& volume = window.documents().partition->volume();
+        std::vector<SearchHit> found;
+        const TreeResult result = sought.isSignature
+                                      ? FindBySignature(volume, SignatureBytes(sought.text), found)
+                                      : FindByName(volume, sought.text, found);
+        if (const Reason problem = CatalogProblem(result, Sentence::kPlaceInRootFolder))
+            window.messages().showMessage(problem);
+        for (const SearchHit& hit : found) {
+            std::optional<CatalogItem> item;
+            (void)FindNamed(volume, hit.parentId, hit.name, window.context().clock, item);
+            if (item)
+                hits.add(
+                    {static_cast<std::int32_t>(hit.parentId), static_cast<std::int32_t>(item->id)},
+                    PathOf(volume, hit));
+        }
+    });
+    return hits;
+}
+
+class TRechFich final : public FormDialog {
+  public:
+    explicit TRechFich(TVellmark& window)
+        : FormDialog(window.text(kTextLocate), window.language(), &window),
+          pages_(new QTabWidget(this)) {
+        name_ = addPage(kTextByName, "RechNom", 0);
+        signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);
+        addWide(pages_);
+        search_ = addButton("Rechercher", words(kTextSearch), Accepted);
+        search_->setDefault(true);
+        addButton("Cancel", words(kTextCancel), Rejected);
+        connect(pages_, &QTabWidget::currentChanged, this, [this] { update(); });
+        update();
+        name_->setFocus();
+    }
+
+    [[nodiscard]] Sought sought() const {
+        return {field()->text().toStdString(), field() == signature_};
+    }
+
+  private:
+    QLineEdit* addPage(int caption, const char* name, int most) {
+        auto* field = new QLineEdit(pages_);
+        field->setObjectName(QLatin1String(name));
+        field->setAccessibleName(words(caption));
+        if (most > 0)
+            field->setMaxLength(most);
+        pages_->addTab(field, words(caption));
+        connect(field, &QLineEdit::textChanged, this, [this] { update(); });
+        return field;
+    }
+
+    [[nodiscard]] QLineEdit* field() const {
+        return pages_->currentIndex() == 0 ? name_ : signature_;
+    }
+
+    void update() {
+        if (search_)
+            search_->setEnabled(!field()->text().isEmpty());
+    }
+
+    QTabWidget* pages_;
+    QLineEdit* name_ = nullptr;
+    QLineEdit* signature_ = nullptr;
+    QPushButton* search_ = nullptr;
+};
+
+}  // namespace
+
+std::optional<FoundItem> AskForItem(TVellmark& window) {
+    TRechFich dialog(window);
+    while (dialog.exec() == QDialog::Accepted) {
+        const Sought sought = dialog.sought();
+        const Hits hits = window.documents().projectOfMode() ? SearchProject(window, sought)
+                                                             : SearchVolume(window, sought);
+        if (hits.items.empty()) {
+            window.messages().showMessage(Reason::Told(kTextNotFound, sought.text));
+            continue;
+        }
+        if (hits.items.size() == hits.most)
+            window.messages().showMessage(Reason(Sentence::kFirstHitsOnly, hits.most));
+        const auto chosen = ChooseFromList(Text(kTextSelect, window.language()), hits.paths,
+                                           window.language(), &window);
+        return chosen ? std::optional(hits.items[*chosen]) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,214 @@
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+
+#include "containers/finder_info.hpp"
+#include "containers/names.hpp"
+#include "containers/typed_signature.hpp"
+#include "session/signature_file.hpp"
+#include "support/encoding.hpp"
+#include "support/mac_dates.hpp"
+#include "support/sentences.hpp"
+#include "volume/path_changes.hpp"
+#include "workbench/commands/volume_changes.hpp"
+#include "workbench/dialogs/date_field.hpp"
+#include "workbench/dialogs/form.hpp"
+#include "workbench/dialogs/item_properties.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextClose = 1000;
+constexpr int kTextFile = 1202;
+constexpr int kTextCreated = 1203;
+constexpr int kTextModified = 1204;
+constexpr int kTextData = 1207;
+constexpr int kTextResource = 1208;
+constexpr int kTextFileName = 1209;
+constexpr int kTextCreator = 1210;
+constexpr int kTextType = 1211;
+constexpr int kTextWrite = 1212;
+constexpr int kTextExtent = 1215;
+constexpr int kTextFileNumber = 1216;
+constexpr int kTextDataExtents = 1217;
+constexpr int kTextResourceExtents = 1218;
+constexpr int kTextAdvanced = 1219;
+constexpr int kTextIdentification = 1220;
+constexpr int kTextFolder = 1375;
+constexpr int kTextContent = 1376;
+constexpr int kTextFolderNumber = 1377;
+constexpr int kTextFolderName = 1378;
+constexpr int kTextItems = 1380;
+constexpr int kTextHidden = 1381;
+constexpr int kTextCustomIcon = 1382;
+constexpr int kTextEnableFlags = 1458;
+constexpr int kTextFlags = 1473;
+
+constexpr int kCodeCharacters = 4;
+constexpr int kWrite = 2;
+constexpr int kHexBase = 16;
+
+class VolumeItemDialog final : public FormDialog {
+  public:
+    VolumeItemDialog(TVellmark& window, const CatalogItem& item)
+        : FormDialog(window.text(item.isFolder ? kTextFolder : kTextFile), window.language(),
+                     &window),
+          window_(window),
+          item_(item) {
+        addFact(item.isFolder ? kTextFolderName : kTextFileName, ToQString(Printable(item.name)));
+        if (item.isFolder) {
+            addFact(kTextContent, QString::number(item.valence) + words(kTextItems));
+            addFact(kTextFolderNumber, QString::number(item.id));
+        } else {
+            addFileFacts();
+        }
+        created_ = NewDateField("Creation", localOf(item.created), this);
+        addRow(words(kTextCreated), created_);
+        modified_ = NewDateField("Modif", localOf(item.modified), this);
+        addRow(words(kTextModified), modified_);
+        hidden_ = addBox("Cache", kTextHidden, (item.finderFlags & kFinderInvisible) != 0);
+        icon_ = addBox("Icone", kTextCustomIcon, (item.finderFlags & kFinderCustomIcon) != 0);
+        addFlags();
+        auto* const write = addButton("Ecrire", words(kTextWrite), kWrite);
+        write->setDefault(true);
+        write->setEnabled(!window.documents().partition->isReadOnly());
+        auto* const advanced = addButton("Avance", words(kTextAdvanced), kWrite + 1);
+        advanced->disconnect();
+        connect(advanced, &QPushButton::clicked, this, [this, advanced] {
+            advanced->setEnabled(false);
+            showAdvanced();
+        });
+        addButton("MessFermer", words(kTextClose), Rejected);
+    }
+
+    DialogEnd ask() {
+        while (exec() == kWrite) {
+            const Reason refusal = write();
+            if (!refusal)
+                return DialogEnd::Written;
+            window_.messages().showMessage(refusal);
+        }
+        return DialogEnd::Closed;
+    }
+
+  private:
+    [[nodiscard]] UnixSeconds localOf(UnixSeconds at) const {
+        return at + window_.context().clock.zoneOffset(at);
+    }
+
+    void addFileFacts() {
+        const bool isFrench = language() == Language::French;
+        const std::string_view signature(item_.signature.data(), item_.signature.size());
+        const SignatureRow* const row =
+            SignaturesOf(window_.context(), window_.messages()).RowOfSignature(signature, true);
+        type_ = addCode("Type", kTextType, signature.substr(0, kCodeCharacters));
+        creator_ = addCode("Createur", kTextCreator, signature.substr(kCodeCharacters));
+        addFact(kTextIdentification, row ? ToQString(NarrowToUtf8(row->comment)) : QString());
+        addFact(kTextData, SizeWords(item_.data.sizeBytes, isFrench));
+        addFact(kTextResource, SizeWords(item_.resource.sizeBytes, isFrench));
+    }
+
+    QLineEdit* addCode(const char* name, int caption, std::string_view mac) {
+        return addField(name, caption, ToQString(WideToUtf8(MacNameToWide(mac))), kCodeCharacters);
+    }
+
+    void addFlags() {
+        flags_ = addField("Flags", kTextFlags,
+                          QString::number(item_.finderFlags, kHexBase).rightJustified(4, u'0'), 4);
+        editFlags_ = addBox("FlagsEdit", kTextEnableFlags, false);
+        flags_->setEnabled(false);
+        form().setRowVisible(flags_, false);
+        form().setRowVisible(editFlags_, false);
+        connect(editFlags_, &QCheckBox::toggled, flags_, &QWidget::setEnabled);
+    }
+
+    void showAdvanced() {
+        form().setRowVisible(flags_, true);
+        form().setRowVisible(editFlags_, true);
+        if (item_.isFolder)
+            return;
+        addFact(kTextFileNumber, QString::number(item_.id));
+        addExtents(kTextDataExtents, false);
+        addExtents(kTextResourceExtents, true);
+    }
+
+    void addExtents(int caption, bool isResource) {
+        VolumeContext& volume = window_.documents().partition->volume();
+        std::vector<BlockRun> runs;
+        (void)ForkRuns(volume, item_, isResource, runs);
+        auto* const list = new QListWidget(this);
+        list->setMaximumHeight(list->fontMetrics().height() * 5);
+        for (const BlockRun& run : runs) {
+            const std::uint64_t first = volume.blocksStart.number() +
+                                        std::uint64_t{run.startBlock} * volume.sectorsPerBlock;
+            list->addItem(WordsWith(kTextExtent, language(), first,
+                                    std::uint64_t{run.blockCount} * volume.sectorsPerBlock));
+        }
+        addRow(words(caption), list);
+    }
+
+    Reason write() {
+        AttributeChange change;
+        for (const auto& [field, to] :
+             {std::pair{type_, &change.type}, std::pair{creator_, &change.creator}})
+            if (field && field->isModified()) {
+                const auto code = TypedCode(field->text().toStdString());
+                if (!code)
+                    return Reason(Sentence::kNoCode, field->accessibleName().toStdString(),
+                                  field->text().toStdString());
+                *to = code;
+            }
+        const auto date = [this](const QDateTimeEdit& field, UnixSeconds before,
+                                 std::optional<UnixSeconds>& to) {
+            const UnixSeconds now = LocalSecondsOf(field);
+            if (now != localOf(before))
+                to = before + (now - localOf(before));
+        };
+        date(*created_, item_.created, change.created);
+        date(*modified_, item_.modified, change.modified);
+        const std::uint16_t flags = wantedFlags();
+        change.setFlags = static_cast<std::uint16_t>(flags & ~item_.finderFlags);
+        change.clearFlags = static_cast<std::uint16_t>(item_.finderFlags & ~flags);
+        if (change.isEmpty())
+            return {};
+        WritableVolume* const volume = window_.documents().partition->writable();
+        if (!volume)
+            return window_.documents().partition->readOnlyReason();
+        return ChangeAttributesAt(*volume, VolumePathOf(window_, item_), change,
+                                  window_.context().clock)
+            .problem;
+    }
+
+    [[nodiscard]] std::uint16_t wantedFlags() const {
+        if (editFlags_->isChecked())
+            return flags_->text().toUShort(nullptr, kHexBase);
+        const auto with = [](std::uint16_t flags, std::uint16_t bit, bool on) {
+            return static_cast<std::uint16_t>(on ? flags | bit : flags & ~bit);
+        };
+        return with(with(item_.finderFlags, kFinderInvisible, hidden_->isChecked()),
+                    kFinderCustomIcon, icon_->isChecked());
+    }
+
+    TVellmark& window_;
+    CatalogItem item_;
+    QLineEdit* type_ = nullptr;
+    QLineEdit* creator_ = nullptr;
+    QDateTimeEdit* created_ = nullptr;
+    QDateTimeEdit* modified_ = nullptr;
+    QCheckBox* hidden_ = nullptr;
+    QCheckBox* icon_ = nullptr;
+    QLineEdit* flags_ = nullptr;
+    QCheckBox* editFlags_ = nullptr;
+};
+
+}  // namespace
+
+DialogEnd ShowVolumeItem(TVellmark& window, const CatalogItem& item) {
+    return VolumeItemDialog(window, item).ask();
+}
+
+}  // namespace vellmark

@@ -1,0 +1,290 @@
+#include "workbench/main_window/main_window.hpp"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStandardPaths>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+#include "session/reading_ports.hpp"
+#include "support/sentences.hpp"
+#include "workbench/commands/handlers.hpp"
+#include "workbench/commands/item_changes.hpp"
+#include "workbench/dialogs/file_choice.hpp"
+#include "workbench/dialogs/new_volume_dialog.hpp"
+#include "workbench/jobs/main_thread.hpp"
+#include "workbench/main_window/mode_look.hpp"
+#include "workbench/messages/words.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextReally = 1124;
+
+std::string DocumentFolder() {
+    return ToPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)) + "/";
+}
+
+}  // namespace
+
+TVellmark::TVellmark(CommandContext& context)
+    : context_(context),
+      messages_(*context.session, context),
+      jobs_(
+          [this](int level, std::string_view line) {
+              InMainThread([&] { state().journal.step(level, line); });
+          },
+          [this] { jobChanged(); }),
+      progress_(jobs_),
+      session_(*context.session, {.messages = messages_,
+                                  .progress = progress_,
+                                  .dialogs = *this,
+                                  .clock = context.clock,
+                                  .guard = context.guard,
+                                  .dataFolder = context.dataFolder,
+                                  .documents = DocumentFolder()}),
+      treeModel_(pictures_),
+      listModel_(pictures_) {
+    setObjectName(QStringLiteral("TVellmark"));
+    setWindowIcon(ProgramIcon());
+    messages_.setOwner(this);
+    makePanes();
+    bar_ = std::make_unique<CommandBar>(*this, *this);
+    bar_->setBeforeShowing([this] { updateCommands(); });
+    bar_->setOpenRecent([this](const std::string& path) { openPath(path); });
+    connectTree();
+    connectList();
+    isToolBarHidden_ = state().settings.has(kOptionHideToolBar);
+    restorePlace();
+    qApp->installEventFilter(this);
+}
+
+TVellmark::~TVellmark() {
+    qApp->removeEventFilter(this);
+}
+
+void TVellmark::makePanes() {
+    panes_ = new QSplitter(this);
+    auto* left = new QWidget(panes_);
+    tree_ = new QTreeView(left);
+    tree_->setObjectName(QStringLiteral("TV"));
+    tree_->setModel(&treeModel_);
+    tree_->setHeaderHidden(true);
+    tree_->setUniformRowHeights(true);
+    tree_->setEditTriggers(QAbstractItemView::EditKeyPressed);
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    tree_->setDragEnabled(true);
+    gauge_ = new SizeGauge(left);
+    auto* column = new QVBoxLayout(left);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(tree_, 1);
+    column->addWidget(gauge_);
+
+    listPages_ = new QStackedWidget(panes_);
+    list_ = new QTreeView(listPages_);
+    list_->setObjectName(QStringLiteral("LV"));
+    list_->setModel(&listModel_);
+    list_->setRootIsDecorated(false);
+    list_->setUniformRowHeights(true);
+    list_->setItemsExpandable(false);
+    list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    list_->setEditTriggers(QAbstractItemView::EditKeyPressed);
+    list_->setContextMenuPolicy(Qt::CustomContextMenu);
+    list_->setDragEnabled(true);
+    list_->header()->setSectionsClickable(true);
+    list_->header()->setStretchLastSection(false);
+    list_->header()->setSectionsMovable(false);
+    auto* empty = new QLabel(listPages_);
+    empty->setObjectName(QStringLiteral("EmptyHint"));
+    empty->setAlignment(Qt::AlignCenter);
+    empty->setWordWrap(true);
+    listPages_->addWidget(list_);
+    listPages_->addWidget(empty);
+    for (QWidget* const target :
+         {tree_->viewport(), list_->viewport(), static_cast<QWidget*>(empty)})
+        target->setAcceptDrops(true);
+
+    panes_->addWidget(left);
+    panes_->addWidget(listPages_);
+    panes_->setStretchFactor(1, 1);
+    panes_->setChildrenCollapsible(true);
+    jobPanel_ = new JobPanel(
+        jobs_, [this] { askToStop(); }, this);
+    auto* whole = new QWidget(this);
+    auto* rows = new QVBoxLayout(whole);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(0);
+    rows->addWidget(panes_, 1);
+    rows->addWidget(jobPanel_);
+    setCentralWidget(whole);
+    status_ = new StatusPanels(this);
+    setStatusBar(status_);
+}
+
+void TVellmark::connectTree() {
+    treeModel_.setRename(
+        [this](std::int32_t folder, const QString& name) { RenameFolderOf(*this, folder, name); });
+    treeModel_.setMimeData([this](std::int32_t folder) { return DragFolder(*this, folder); });
+    connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& now) {
+                if (isShowing_ || !now.isValid())
+                    return;
+                documents().listHasFocus = false;
+                showFolder(treeModel_.folderAt(now));
+            });
+    const auto leftList = [this] {
+        if (isShowing_ || jobs_.isExclusive())
+            return;
+        documents().listHasFocus = false;
+        updateCommands();
+    };
+    connect(tree_, &QTreeView::expanded, this, leftList);
+    connect(tree_, &QTreeView::collapsed, this, [this, leftList](const QModelIndex& index) {
+        // The root stays open.
+        if (!index.parent().isValid())
+            tree_->expand(index);
+        leftList();
+    });
+    connect(tree_, &QTreeView::customContextMenuRequested, this,
+            [this](const QPoint& at) { showContextMenu(at, false); });
+}
+
+void TVellmark::connectList() {
+    listModel_.setRename(
+        [this](std::size_t row, const QString& name) { RenameRow(*this, row, name); });
+    listModel_.setMimeData(
+        [this](const std::vector<std::size_t>& rows) { return DragRows(*this, rows); });
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        if (isShowing_ || jobs_.isExclusive())
+            return;
+        selected_.clear();
+        for (const QModelIndex& index : list_->selectionModel()->selectedRows())
+            selected_.push_back(source_->numberAt(static_cast<std::size_t>(index.row())));
+        documents().listHasFocus = true;
+        updateCommands();
+    });
+    connect(list_->header(), &QHeaderView::sectionClicked, this, [this](int column) {
+        listModel_.sortByClick(column);
+        list_->header()->setSortIndicatorShown(true);
+        list_->header()->setSortIndicator(
+            column, listModel_.isDescending() ? Qt::DescendingOrder : Qt::AscendingOrder);
+    });
+    connect(list_, &QTreeView::customContextMenuRequested, this,
+            [this](const QPoint& at) { showContextMenu(at, true); });
+    connect(list_, &QTreeView::activated, this,
+            [this](const QModelIndex& index) { activated(index); });
+}
+
+bool TVellmark::isDark() const {
+    return palette().window().color().lightness() < 128;
+}
+
+void TVellmark::setLanguage(Language language) {
+    context_.language = language;
+    bar_->setLanguage(language);
+    listModel_.setLanguage(language);
+    jobPanel_->setLanguage(language);
+    tree_->setAccessibleName(ToQString(messages_.words(Sentence::kTreeName)));
+    list_->setAccessibleName(ToQString(messages_.words(Sentence::kListName)));
+    listPages_->findChild<QLabel*>(QStringLiteral("EmptyHint"))
+        ->setText(ToQString(messages_.words(Sentence::kEmptyWindowHint)));
+    showLook();
+}
+
+void TVellmark::showLook() {
+    bar_->setDark(isDark());
+    pictures_.setDark(isDark());
+    const FileMode mode = documents().mode;
+    const QColor colour = ModeColour(mode, isDark());
+    for (QWidget* const pane : {static_cast<QWidget*>(tree_), static_cast<QWidget*>(list_)}) {
+        QPalette tinted = pane->palette();
+        tinted.setColor(QPalette::Base, colour);
+        pane->setPalette(tinted);
+    }
+    gauge_->setBackground(colour);
+    gauge_->setVisible(mode != FileMode::Partition);
+    pictures_.setSet(mode == FileMode::Partition ? PictureSet::Hfs
+                     : mode == FileMode::IsoPlus ? PictureSet::Iso
+                                                 : static_cast<PictureSet>(documents().view));
+    bar_->setToolBarHidden(mode, isToolBarHidden_);
+    status_->setPanel(0, ModeWords(documents(), language()));
+    updateCommands();
+}
+
+void TVellmark::setToolBarHidden(bool isHidden) {
+    isToolBarHidden_ = isHidden;
+    bar_->setToolBarHidden(documents().mode, isHidden);
+    updateCommands();
+}
+
+void TVellmark::updateCommands() {
+    const bool isOurs = !jobs_.isExclusive();
+    const Selection selected = isOurs ? selection() : Selection();
+    CommandState now;
+    now.documents = isOurs ? &documents() : nullptr;
+    now.isCompiling = jobs_.isCompile();
+    now.isBusy = jobs_.isRunning();
+    now.hasListSelection = !list_->selectionModel()->selectedRows().isEmpty();
+    now.hasItem = selected.hasItem();
+    now.isFolderSelected =
+        isOurs && (selected.isInList ? !selected.rows.empty() && source_ &&
+                                           factsOf(selected.rows.front()).isFolder
+                                     : source_ != nullptr);
+    now.hasPaste = !ClipboardPaths().empty();
+    now.isJoinable = isOurs && documents().partition && documents().partition->isJoinable();
+    if (isOurs)
+        bar_->update(now, documents().mode, *this);
+    else
+        bar_->update(now, bar_->mode(), *this);
+    treeModel_.setEditable(isOurs && MayDo(documents(), SessionCommand::Rename));
+    listModel_.setEditable(isOurs && MayDo(documents(), SessionCommand::Rename));
+}
+
+std::optional<std::string> TVellmark::askPath(const PathRequest& request) {
+    return InMainThread([&] { return AskDocumentPath(request, language(), this); });
+}
+
+std::optional<FormatInput> TVellmark::askNewVolume() {
+    return InMainThread([&] { return AskNewVolume(documents().isHfsPlus, language(), this); });
+}
+
+bool TVellmark::runJob(JobKind kind, const std::function<void(Progress& progress)>& work) {
+    bool isDone = false;
+    try {
+        isDone = jobs_.run(kind, work);
+    } catch (const std::bad_alloc&) {
+        messages_.showError(Reason(Sentence::kNoMemory));
+    } catch (const std::exception& problem) {
+        messages_.showError(Reason(Sentence::kNotDone, problem.what()));
+    }
+    if (closesWhenDone_)
+        QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+    return isDone;
+}
+
+void TVellmark::askToStop() {
+    if (jobs_.isRunning() && !jobs_.progress()->isStopped() &&
+        messages_.askYesNo(Reason::Told(kTextReally)))
+        jobs_.stop();
+}
+
+void TVellmark::jobChanged() {
+    const bool isFrozen = jobs_.isExclusive();
+    treeModel_.freeze(isFrozen);
+    listModel_.freeze(isFrozen);
+    jobPanel_->follow();
+    updateCommands();
+}
+
+void TVellmark::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && bar_)
+        showLook();
+}
+
+}  // namespace vellmark

@@ -1,0 +1,172 @@
+// What a person does to the window itself: drops, double clicks, context menus, its place, its end.
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDropEvent>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QScreen>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QTreeView>
+
+#include "workbench/commands/handlers.hpp"
+#include "workbench/commands/item_changes.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+void TVellmark::restorePlace() {
+    const WindowPlace& place = state().settings.window;
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    resize(place.width, place.height);
+    if (screen.contains(QPoint(place.left, place.top)))
+        move(place.left, place.top);
+    panes_->setSizes({place.treeWidth, std::max(1, place.width - place.treeWidth)});
+    panes_->widget(0)->setVisible(place.treeWidth > 0);
+    // The defaults are pixels of a screen without scaling of its texts.
+    const double scale = fontMetrics().averageCharWidth() / 6.0;
+    const ColumnWidths& widths = state().settings.columns;
+    for (int column = 0; column < kColumnCount; ++column) {
+        const int width = widths[static_cast<std::size_t>(column)];
+        const bool isDefault = width == kDefaultColumnWidths[static_cast<std::size_t>(column)];
+        list_->setColumnWidth(column,
+                              isDefault ? static_cast<int>(width * std::max(1.0, scale)) : width);
+        list_->setColumnHidden(column, width == 0);
+    }
+}
+
+void TVellmark::keepPlace() {
+    Settings& settings = state().settings;
+    const QRect place = isMaximized() ? normalGeometry() : geometry();
+    const int treeWidth = panes_->widget(0)->isHidden() ? 0 : panes_->sizes().first();
+    settings.window = {pos().x(), pos().y(), place.width(), place.height(), treeWidth};
+    for (int column = 0; column < kColumnCount; ++column)
+        settings.columns[static_cast<std::size_t>(column)] =
+            list_->isColumnHidden(column) ? 0 : list_->columnWidth(column);
+}
+
+void TVellmark::closeEvent(QCloseEvent* event) {
+    if (jobs_.isRunning()) {
+        event->ignore();
+        askToStop();
+        // A person who lets the job go on wants the window to stay.
+        closesWhenDone_ = jobs_.isRunning() && jobs_.progress()->isStopped();
+        return;
+    }
+    closesWhenDone_ = false;
+    keepPlace();
+    treeModel_.show(nullptr);
+    listModel_.show(nullptr);
+    source_.reset();
+    volumeItems_ = nullptr;
+    runJob(JobKind::Work, [this](Progress&) { session_.end(); });
+    event->accept();
+}
+
+void TVellmark::showContextMenu(const QPoint& at, bool isList) {
+    if (jobs_.isExclusive())
+        return;
+    documents().listHasFocus = isList;
+    QTreeView& view = isList ? *list_ : *tree_;
+    if (const QModelIndex index = view.indexAt(at); !isList && index.isValid())
+        view.setCurrentIndex(index);
+    updateCommands();
+    bar_->menu(ContextMenu(documents().mode, isList).name).popup(view.viewport()->mapToGlobal(at));
+}
+
+void TVellmark::activated(const QModelIndex& index) {
+    if (jobs_.isExclusive() || !source_ || !index.isValid())
+        return;
+    documents().listHasFocus = true;
+    const RowFacts facts = factsOf(static_cast<std::size_t>(index.row()));
+    if (facts.isFolder)
+        showFolder(facts.number);
+    else
+        ShowItemProperties(*this);
+}
+
+void TVellmark::editName() {
+    QTreeView& view = documents().listHasFocus ? *list_ : *tree_;
+    QModelIndex index = view.currentIndex();
+    if (documents().listHasFocus && !view.selectionModel()->selectedRows().isEmpty() &&
+        !view.selectionModel()->isRowSelected(index.row(), {}))
+        index = view.selectionModel()->selectedRows().first();
+    view.edit(index.siblingAtColumn(0));
+}
+
+bool TVellmark::takesDrops() const {
+    return !jobs_.isRunning() && MayDo(documents(), SessionCommand::Drop);
+}
+
+bool TVellmark::eventFilter(QObject* watched, QEvent* event) {
+    const bool isOnTree = watched == tree_->viewport();
+    const bool isOnList =
+        watched == list_->viewport() || (watched == listPages_->widget(1) && !isOnTree);
+    switch (event->type()) {
+        case QEvent::DragEnter:
+        case QEvent::DragMove:
+        case QEvent::Drop: {
+            if (!isOnTree && !isOnList)
+                break;
+            auto* const drop = static_cast<QDropEvent*>(event);
+            const QMimeData* const mime = drop->mimeData();
+            const bool isItems = mime->hasFormat(QLatin1String(kItemsMimeType));
+            if (!takesDrops() || (!isItems && !mime->hasUrls())) {
+                drop->ignore();
+                return true;
+            }
+            drop->setDropAction(isItems ? Qt::MoveAction : Qt::CopyAction);
+            drop->accept();
+            if (event->type() == QEvent::Drop)
+                dropped(*drop, isOnList);
+            return true;
+        }
+        case QEvent::KeyPress:
+            if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && jobs_.isRunning() &&
+                QApplication::activeModalWidget() == nullptr) {
+                askToStop();
+                return true;
+            }
+            break;
+        case QEvent::ApplicationActivate:
+        case QEvent::FocusIn:
+            if (watched == list_)
+                updateCommands();
+            break;
+        default:
+            break;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void TVellmark::dropped(QDropEvent& event, bool isOnList) {
+    const QPoint at = event.position().toPoint();
+    std::int32_t folder = 0;
+    if (!isOnList) {
+        folder = treeModel_.folderAt(tree_->indexAt(at));
+    } else if (const QModelIndex index = list_->indexAt(at); index.isValid() && source_) {
+        const RowFacts facts = factsOf(static_cast<std::size_t>(index.row()));
+        if (facts.isFolder)
+            folder = facts.number;
+    }
+    // What was dropped may come from a program that waits for the answer.
+    const bool isItems = event.mimeData()->hasFormat(QLatin1String(kItemsMimeType));
+    const DraggedItems items = isItems ? DraggedItemsOf(*event.mimeData()) : DraggedItems();
+    const std::vector<std::string> paths = PathsOf(*event.mimeData());
+    QMetaObject::invokeMethod(
+        this,
+        [this, folder, isItems, items, paths] {
+            activateWindow();
+            if (folder != 0)
+                showFolder(folder);
+            if (isItems)
+                MoveItemsHere(*this, items);
+            else
+                AddPaths(*this, paths);
+        },
+        Qt::QueuedConnection);
+}
+
+}  // namespace vellmark
