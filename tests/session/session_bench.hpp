@@ -167,7 +167,6 @@ class ScriptTest : public testing::Test {
     std::string out_;
     std::string err_;
 
-  private:
     static Names wordsOf(const std::string& line) {
         std::istringstream in(line);
         Names words;
@@ -176,6 +175,7 @@ class ScriptTest : public testing::Test {
         return words;
     }
 
+  private:
     void step(std::string line) {
         line = Replaced(line, "$PWD", std::filesystem::current_path().string());
         line = Replaced(line.ends_with(" ==") ? line + " " : line, " == ", " => =");

@@ -193,7 +193,17 @@ void DeleteFromVolume(TVellmark& window, const std::vector<std::string>& paths) 
 
 void MoveInVolume(TVellmark& window, const std::vector<std::string>& paths) {
     const std::uint32_t target = window.documents().partitionFolder;
-    ChangeEach(window, paths, [&](WritableVolume& volume, const std::string& path, Progress&) {
+    const std::optional<CatalogItem> folder =
+        VolumeFolder(window, static_cast<std::int32_t>(target));
+    if (!folder)
+        return;
+    // What lies there already stays.
+    std::vector<std::string> moved = paths;
+    const std::string there = VolumePathOf(window, *folder);
+    std::erase_if(moved, [&](const std::string& path) {
+        return path.substr(0, path.find_last_of('/') + 1) == (there.empty() ? "" : there + "/");
+    });
+    ChangeEach(window, moved, [&](WritableVolume& volume, const std::string& path, Progress&) {
         return MoveAt(volume, path, target, window.context().clock);
     });
 }

@@ -42,9 +42,17 @@ std::size_t ItemSource::rowOf(std::int32_t number) const {
 }
 
 QString SizeWords(std::uint64_t bytes, bool isFrench) {
+    constexpr const char* kUnits = "KMGT";
+    constexpr int kStep = 1024;
+    const QChar letter = isFrench ? u'o' : u'B';
+    if (bytes < kStep)
+        return QStringLiteral("%1 %2").arg(bytes).arg(letter);
+    double size = static_cast<double>(bytes) / kStep;
+    const char* unit = kUnits;
+    for (; size >= kStep && unit[1] != '\0'; ++unit)
+        size /= kStep;
     const QLocale locale(isFrench ? QLocale::French : QLocale::English);
-    return locale.formattedDataSize(static_cast<qint64>(bytes), 1,
-                                    QLocale::DataSizeTraditionalFormat);
+    return QStringLiteral("%1 %2%3").arg(locale.toString(size, 'f', 1)).arg(*unit).arg(letter);
 }
 
 QString DateWords(UnixSeconds local) {

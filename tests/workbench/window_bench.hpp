@@ -1,0 +1,363 @@
+// A person at the real window, without a screen: keys, menus and drops as a script, and what they
+// see and are asked as its transcript.
+#pragma once
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QDialog>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QTreeView>
+#include <deque>
+#include <functional>
+#include <memory>
+
+#include "session/session_bench.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark::test {
+
+/// The one application of the test program.
+inline QApplication& Application() {
+    static int count = 1;
+    static char name[] = "test";
+    static char* arguments[] = {name, nullptr};
+    static const bool isOffscreen = qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QApplication application(count, arguments);
+    EXPECT_TRUE(isOffscreen);
+    return application;
+}
+
+// A line a step, its answers behind it with ` | ` between them; each dialog takes the next answers
+// up to the one that ends it:
+//
+//     menu NAME          gives a command of the table, as its menu, tool bar or context menu has it
+//     key KEYS           pressed in the side that has the focus; on LIST or TREE first
+//     click COLUMN       on the head of a column of the list
+//     rows NAME...       selects rows of the list (none: nothing)
+//     tree PATH          selects a folder in the tree, names from below the root with / between
+//     enter NAME         a double click on a row
+//     type TEXT          into the editor of a name, and Enter
+//     drop list|tree NAME FILE...   files on a row or a folder; - for the empty part
+//     move NAME TO       a row is dragged onto another
+//     clip FILE...       puts files into the clipboard
+//     open FILE, close   of the window
+//
+// Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
+// check BOX, pick NUMBER, stop (the running job).
+class WindowTest : public ScriptTest {
+  protected:
+    WindowTest() {
+        Application();
+        answerSoon();
+    }
+    ~WindowTest() override { closeWindow(); }
+
+    void openWindow(const std::string& path = {}) {
+        context_ = std::make_unique<CommandContext>(
+            CommandContext{.input = input_,
+                           .output = output_,
+                           .errors = output_,
+                           .clock = clock_,
+                           .lockFolder = lockFolder_,
+                           .dataFolder = (root() / "data").string(),
+                           .settings = &settings_,
+                           .locale = locale_});
+        state_ = std::make_unique<SessionState>(settings_, clock_);
+        state_->settings = LoadSettings(settings_);
+        context_->session = state_.get();
+        context_->language = SpokenLanguage(std::nullopt, *context_);
+        window_ = std::make_unique<TVellmark>(*context_);
+        window_->show();
+        window_->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+        window_->start(path);
+    }
+    void closeWindow() {
+        if (window_) {
+            (void)window_->close();
+            QCoreApplication::processEvents();
+        }
+        window_.reset();
+        state_.reset();
+        context_.reset();
+    }
+
+    /// Plays one line and returns what was heard meanwhile.
+    std::string does(const std::string& line) {
+        Names parts = Split(Replaced(Replaced(line, " | ", "\a"), "$PWD", cwd()), '\a');
+        answers_.assign(parts.begin() + 1, parts.end());
+        const std::size_t blank = std::min(parts[0].find(' '), parts[0].size());
+        const std::string verb = parts[0].substr(0, blank);
+        const std::string rest = parts[0].substr(std::min(blank + 1, parts[0].size()));
+        heard_.clear();
+        step(verb, rest);
+        for (int i = 0; i < 5; ++i)
+            QCoreApplication::processEvents();
+        EXPECT_TRUE(answers_.empty()) << answers_.front() << " was not asked for: " << line;
+        return std::exchange(heard_, {});
+    }
+
+    /// Title, folders that are open in the tree, rows, panels.
+    [[nodiscard]] std::string seen() {
+        if (!window_)
+            return "no window\n";
+        std::string text = window_->windowTitle().toStdString() + "\n  tree";
+        QTreeView& tree = window_->tree();
+        for (QModelIndex index = tree.model()->index(0, 0); index.isValid();
+             index = tree.indexBelow(index)) {
+            int depth = 0;
+            for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
+                ++depth;
+            text += " " + std::string(static_cast<std::size_t>(depth), '.') +
+                    (index == tree.currentIndex() ? "*" : "") +
+                    index.data().toString().toStdString();
+        }
+        text += "\n  list";
+        QAbstractItemModel& rows = *window_->list().model();
+        for (int row = 0; row < rows.rowCount(); ++row)
+            text += " " + rows.index(row, 0).data().toString().toStdString() + "(" +
+                    rows.index(row, 2).data().toString().toStdString() + ")";
+        text += "\n  bar ";
+        for (int panel = 0; panel < StatusPanels::kPanels; ++panel)
+            text += " [" + window_->status().panel(panel).toStdString() + "]";
+        return text + "\n";
+    }
+
+    [[nodiscard]] TVellmark& window() { return *window_; }
+    [[nodiscard]] QAction& action(const std::string& name) const {
+        return *window_->findChild<QAction*>(QString::fromStdString(name));
+    }
+
+  private:
+    static std::string cwd() { return std::filesystem::current_path().string(); }
+
+    void step(const std::string& verb, const std::string& rest) {
+        const Names words = wordsOf(rest);
+        const std::map<std::string, std::function<void()>> steps = {
+            {"open", [&] { window_ ? window_->openPath(rest) : openWindow(rest); }},
+            {"close", [&] { closeWindow(); }},
+            {"menu", [&] { give(rest); }},
+            {"key", [&] { press(rest); }},
+            {"rows", [&] { selectRows(words); }},
+            {"tree", [&] { selectFolder(rest); }},
+            {"enter", [&] { emit window_->list().activated(rowNamed(rest)); }},
+            {"type", [&] { typeName(rest); }},
+            {"click", [&] { clickHead(std::stoi(rest)); }},
+            {"drop", [&] { drop(words); }},
+            {"move", [&] { move(words); }},
+            {"clip", [&] { fillClipboard(words); }}};
+        ASSERT_EQ(steps.count(verb), 1u) << verb;
+        steps.at(verb)();
+    }
+
+    void give(const std::string& name) {
+        window_->updateCommands();
+        QAction& command = action(name);
+        if (!command.isVisible() || !command.isEnabled())
+            heard_ += "! " + name + " is off\n";
+        else
+            command.trigger();
+    }
+
+    void press(const std::string& keys) {
+        QTreeView& side = window_->documents().listHasFocus ? window_->list() : window_->tree();
+        // A dialog that ends does not give the window back what it had where there is no screen.
+        window_->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+        side.setFocus();
+        const QKeyCombination key =
+            QKeySequence(QString::fromStdString(keys), QKeySequence::PortableText)[0];
+        QTest::keyClick(&side, key.key(), key.keyboardModifiers());
+    }
+
+    [[nodiscard]] QModelIndex rowNamed(const std::string& name) {
+        QAbstractItemModel& rows = *window_->list().model();
+        for (int row = 0; row < rows.rowCount(); ++row)
+            if (rows.index(row, 0).data().toString().toStdString() == name)
+                return rows.index(row, 0);
+        ADD_FAILURE() << "no row " << name;
+        return {};
+    }
+
+    void selectRows(const Names& names) {
+        QItemSelectionModel& selection = *window_->list().selectionModel();
+        selection.clear();
+        for (const std::string& name : names)
+            selection.setCurrentIndex(rowNamed(name),
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+
+    [[nodiscard]] QModelIndex folderAt(const std::string& path) {
+        QTreeView& tree = window_->tree();
+        QModelIndex at = tree.model()->index(0, 0);
+        for (const std::string& name : Split(path, '/')) {
+            tree.expand(at);
+            QModelIndex child;
+            for (int row = 0; row < tree.model()->rowCount(at) && !child.isValid(); ++row)
+                if (tree.model()->index(row, 0, at).data().toString().toStdString() == name)
+                    child = tree.model()->index(row, 0, at);
+            EXPECT_TRUE(child.isValid()) << "no folder " << path;
+            at = child;
+        }
+        return at;
+    }
+    void selectFolder(const std::string& path) { window_->tree().setCurrentIndex(folderAt(path)); }
+
+    void clickHead(int column) {
+        QHeaderView& head = *window_->list().header();
+        const QPoint at(head.sectionViewportPosition(column) + 3, head.height() / 2);
+        QTest::mouseClick(head.viewport(), Qt::LeftButton, {}, at);
+    }
+
+    void typeName(const std::string& text) {
+        auto* const editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        ASSERT_NE(editor, nullptr) << "no name is edited";
+        editor->setText(QString::fromStdString(text));
+        QTest::keyClick(editor, Qt::Key_Return);
+    }
+
+    static std::unique_ptr<QMimeData> files(const Names& paths, std::size_t from) {
+        auto data = std::make_unique<QMimeData>();
+        QList<QUrl> urls;
+        for (std::size_t i = from; i < paths.size(); ++i)
+            urls << QUrl::fromLocalFile(
+                QString::fromStdString(std::filesystem::absolute(paths[i]).string()));
+        data->setUrls(urls);
+        return data;
+    }
+    static void fillClipboard(const Names& paths) {
+        QApplication::clipboard()->setMimeData(files(paths, 0).release());
+    }
+
+    void dropAt(QTreeView& view, const QModelIndex& index, const QMimeData& data) {
+        const QPoint below(5, view.viewport()->height() - 2);
+        const QPoint at = index.isValid() ? view.visualRect(index).center() : below;
+        QDragEnterEvent enters(at, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(view.viewport(), &enters);
+        if (!enters.isAccepted()) {
+            heard_ += "! is not taken\n";
+            return;
+        }
+        QDropEvent drops(at, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(view.viewport(), &drops);
+    }
+    void drop(const Names& words) {
+        const bool isOnList = words[0] == "list";
+        QTreeView& view = isOnList ? window_->list() : window_->tree();
+        const QModelIndex index = words[1] == "-" ? QModelIndex()
+                                  : isOnList      ? rowNamed(words[1])
+                                                  : folderAt(words[1]);
+        dropAt(view, index, *files(words, 2));
+    }
+    void move(const Names& words) {
+        const std::unique_ptr<QMimeData> data(
+            window_->list().model()->mimeData({rowNamed(words[0])}));
+        dropAt(window_->list(), rowNamed(words[1]), *data);
+    }
+
+    // What stands in front is answered; a dialog that nobody answers is given up, so that a test
+    // ends.
+    void answerSoon() {
+        QTimer::singleShot(1, &there_, [this] { answer(); });
+    }
+    void answer() {
+        // An answer may bring another dialog before it returns.
+        answerSoon();
+        auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        if (dialog != noted_) {
+            noted_ = dialog;
+            heard_ += "! " + textOf(*dialog) + "\n";
+        }
+        const std::string given = answers_.empty() ? "cancel" : answers_.front();
+        if (!answers_.empty())
+            answers_.pop_front();
+        else
+            heard_ += "! (given up)\n";
+        const std::size_t blank = std::min(given.find(' '), given.size());
+        apply(*dialog, given.substr(0, blank), given.substr(std::min(blank + 1, given.size())));
+    }
+
+    static std::string textOf(const QDialog& dialog) {
+        const auto* const text = dialog.findChild<QLabel*>(QStringLiteral("MessTexte"));
+        return Replaced((text ? text->text() : dialog.windowTitle()).toStdString(), "\n", "/");
+    }
+
+    void apply(QDialog& dialog, const std::string& verb, const std::string& rest) {
+        const auto press = [&dialog](const std::string& name) {
+            auto* const button = dialog.findChild<QPushButton*>(QString::fromStdString(name));
+            ASSERT_NE(button, nullptr) << name;
+            EXPECT_TRUE(button->isEnabled()) << name << " is off";
+            button->click();
+        };
+        noted_ = verb == "set" || verb == "check" || verb == "remember" ? noted_ : nullptr;
+        if (verb == "yes")
+            press("MessOui");
+        else if (verb == "no")
+            press("MessNon");
+        else if (verb == "close")
+            press("MessFermer");
+        else if (verb == "press")
+            press(rest);
+        else if (verb == "cancel")
+            dialog.reject();
+        else if (verb == "remember")
+            dialog.findChild<QCheckBox*>(QStringLiteral("Toujours"))->setChecked(true);
+        else if (verb == "check")
+            dialog.findChild<QCheckBox*>(QString::fromStdString(rest))->click();
+        else if (verb == "set")
+            set(dialog, rest);
+        else if (verb == "pick")
+            pick(dialog, std::stoi(rest));
+        else if (verb == "file")
+            choose(dialog, rest);
+        else
+            ADD_FAILURE() << "no answer " << verb;
+    }
+
+    static void set(QDialog& dialog, const std::string& fieldAndText) {
+        const std::size_t sign = fieldAndText.find('=');
+        auto* const field =
+            dialog.findChild<QWidget*>(QString::fromStdString(fieldAndText.substr(0, sign)));
+        ASSERT_NE(field, nullptr) << fieldAndText;
+        field->setFocus();
+        QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(field, Qt::Key_Delete);
+        QTest::keyClicks(field, QString::fromStdString(fieldAndText.substr(sign + 1)));
+    }
+    static void pick(QDialog& dialog, int row) {
+        dialog.findChild<QListWidget*>()->setCurrentRow(row);
+        dialog.accept();
+    }
+    static void choose(QDialog& dialog, const std::string& path) {
+        auto* const files = qobject_cast<QFileDialog*>(&dialog);
+        ASSERT_NE(files, nullptr) << "no file is asked for";
+        const QString whole = QString::fromStdString(std::filesystem::absolute(path).string());
+        files->setDirectory(QFileInfo(whole).path());
+        files->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(whole);
+        QMetaObject::invokeMethod(files, "accept");
+    }
+
+    std::istringstream input_;
+    std::ostringstream output_;
+    std::unique_ptr<CommandContext> context_;
+    std::unique_ptr<SessionState> state_;
+    std::unique_ptr<TVellmark> window_;
+    QObject there_;
+    std::deque<std::string> answers_;
+    std::string heard_;
+    const QDialog* noted_ = nullptr;
+};
+
+}  // namespace vellmark::test
