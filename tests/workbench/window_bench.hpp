@@ -291,7 +291,9 @@ class WindowTest : public ScriptTest {
 
     static std::string textOf(const QDialog& dialog) {
         const auto* const text = dialog.findChild<QLabel*>(QStringLiteral("MessTexte"));
-        return Replaced((text ? text->text() : dialog.windowTitle()).toStdString(), "\n", "/");
+        return Replaced(
+            Replaced((text ? text->text() : dialog.windowTitle()).toStdString(), "\n", "/"), cwd(),
+            "$PWD");
     }
 
     void apply(QDialog& dialog, const std::string& verb, const std::string& rest) {

@@ -24,23 +24,60 @@ class WindowScripts : public test::WindowTest {
     void plays(const std::string& transcript) { EXPECT_EQ("\n" + written(transcript), transcript); }
 };
 
+// A file on a folder's row goes into it; the project without a name is offered to be saved.
 TEST_F(WindowScripts, FromADropToAnImage) {
     play(R"(
 file Disc/Photos/one.jpg => 111
 file Disc/Photos/Old/two.jpg => 22
 file Disc/read.txt => hello
+file three.jpg => 3333
 )");
     plays(R"(
 >> open
+vlpr.vlpr [Vellmark]
+  tree *Untitled
+  list
+  bar  [View: HYBRID] [] [] [Empty folder] []
 >> drop list - Disc/Photos Disc/read.txt
->> enter Photos
->> menu VI1
-> menu Compil1 | file out.iso | press Compiler | close
-> close | file disc.vlpr
+vlpr.vlpr [Vellmark]
+  tree *Untitled .Photos
+  list Photos([2]) read.txt(5 B)
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [5 B] [Inclusion completed in  0'00" for 2 folders and 3 files.]
+> drop list Photos three.jpg three.jpg | close
+! The file/folder//tmp/vellmark-apMaSv/work/three.jpg/already exists in the same folder of this project./Operation cancelled.
+! (given up)
+>> drop tree Photos/Old three.jpg
+vlpr.vlpr [Vellmark]
+  tree Untitled .Photos ..*Old
+  list three.jpg(4 B) two.jpg(2 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 2] [6 B] [Inclusion completed in  0'00" for 0 folders and 1 files.]
+> menu Compil1 | file out.iso | set LabelHFS=Mac | press Compiler | close
+! Create the Target Image File
+! Compiling the hybrid CD-ROM image
+! CD-ROM of 1.1 MB/(2 folders and 5 files)./Compilation succeeded.
+> menu Compil1 | file out.iso | no
+! Create the Target Image File
+! File//tmp/vellmark-apMaSv/work/out.iso/exists already on the medium./Do you want to overwrite it?
+> menu Compil1 | cancel
+! Create the Target Image File
+>> menu EnregistrerAs1 | file disc.vlpr
+! Save the project file
+disc.vlpr [Vellmark]
+  tree out .Photos ..*Old
+  list three.jpg(4 B) two.jpg(2 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 2] [6 B] []
+> close
+)");
+    play(R"(
+0 info out.iso => Mac
+0 ls -R out.iso => three.jpg
+0 get out.iso Photos/Old/three.jpg -o - == 3333
+items disc.vlpr 1 => Photos IH, read.txt IH
+none ../data/vlpr.vlpr
 )");
 }
 
-TEST_F(WindowScripts, Partition) {
+TEST_F(WindowScripts, ChangesOfAVolume) {
     play(R"(
 0 format disk.hfs --size 1M --label Disk
 file Letters/a.txt => aaa
@@ -50,41 +87,101 @@ folder out
 )");
     plays(R"(
 >> open $PWD/disk.hfs
+disk.hfs [Vellmark]
+  tree *Disk
+  list
+  bar  [Mode: PART.] [] [] [Empty folder] []
 >> drop list - Letters c.txt
->> rows c.txt
+disk.hfs [Vellmark]
+  tree *Disk .Letters
+  list c.txt(1 B) Letters([2])
+  bar  [Mode: PART.] [Folders: 1] [Files: 1] [1 B] [ - Copied: 3 f. (0.000 MB)]
+> rows c.txt
 > key F2
 >> type d.txt
->> menu MD | set Nom=New one | press OK
+disk.hfs [Vellmark]
+  tree *Disk .Letters
+  list d.txt(1 B) Letters([2])
+  bar  [Mode: PART.] [Folders: 1] [Files: 1] [1 B] []
+> key F2
+> type a/b | close
+! a/very long name that no volume of that format takes: a / in a Macintosh name is typed as :.
+! (given up)
+> menu MD | set Nom=New one | press OK
+! New Folder
 > rows Letters
-> menu Supp1 | no
->> menu Supp1 | yes
+> key Del | no
+! The folder Letters/is not empty./Do you really want to delete it?
+> rows Letters 'New one'
+>> key Del | yes
+! The folder Letters/is not empty./Do you really want to delete it?
+disk.hfs [Vellmark]
+  tree *Disk
+  list d.txt(1 B)
+  bar  [Mode: PART.] [Folders: 0] [Files: 1] [1 B] []
+> menu MD | set Nom=Again | press OK
+! New Folder
 > menu Bo | no
+! You are checking/the binary copy mode/(MacBinary mode)./Are you sure?
 > menu Bo | yes
+! You are checking/the binary copy mode/(MacBinary mode)./Are you sure?
 > menu Bo
 > rows d.txt
 > menu MPC1 | file out
+! Select the Target Folder
+> menu Da
 > menu Prop1 | set Type=ABCD | press Ecrire
->> key F5
+! File Properties
 > menu PropVol1 | set Nom=Other | press Ecrire
+! Properties
 > menu Rech1 | set RechNom=zzz | press Rechercher | close | set RechNom=d* | press Rechercher | pick 0
->> move d.txt 'New one'
+! Locate file
+! No file found/for your search criteria/(zzz).
+! Locate file
+! Select a file
+>> move d.txt Again
+disk.hfs [Vellmark]
+  tree Other .*Again
+  list d.txt(1 B)
+  bar  [Mode: PART.] [Folders: 0] [Files: 1] [1 B] []
 >> menu PerePart
+disk.hfs [Vellmark]
+  tree *Other .Again
+  list Again([1])
+  bar  [Mode: PART.] [Folders: 1] [Files: 0] [0 B] []
+> rows Again
+> clip c.txt
+> key Ctrl+V
+>> key F5
+disk.hfs [Vellmark]
+  tree *Other .Again
+  list Again([1])
+  bar  [Mode: PART.] [Folders: 1] [Files: 0] [0 B] []
 > menu Fermer2
 >> close
+no window
+)");
+    play(R"(
+0 ls -R disk.hfs => Again/d.txt
+0 info disk.hfs => Other
+0 ls disk.hfs Again --json => ABCD
+has out/d.txt.bin 1 => d.txt
 )");
 }
 
-TEST_F(WindowScripts, Views) {
+// What is not in a view gives way to the nearest folder that is.
+TEST_F(WindowScripts, ViewsModesAndLanguages) {
     play(R"(
 0 new disc.vlpr
 file A/B/x.txt => x
+file A/y.txt => yy
 0 add disc.vlpr A
 )");
     plays(R"(
->> open $PWD/disc.vlpr
+> open $PWD/disc.vlpr
 > tree A/B
 > rows x.txt
-> menu Prop1 | check InHfs | press Ecrire
+> key Alt+Return | check InHfs | press Ecrire
 > tree A
 > rows B
 > menu Prop1 | check InHfs | press Ecrire
@@ -92,15 +189,27 @@ file A/B/x.txt => x
 >> menu VM1
 >> menu ModeVue
 >> menu ModeVue
->> click 0
+>> click 2
+>> click 2
+> rows y.txt
+>> key F2
+>> type z.txt
 > menu Fr1
 >> menu ModePart
 >> key Ctrl+M
 > menu En2
->> open $PWD/disc.vlpr
-> menu Label | set LabelISO=NEWISO | press OK
+> open $PWD/disc.vlpr
+> menu Label | set LabelISO=NEWISO | set LabelHFS=A:B | press OK | close | set LabelHFS=Mac | press OK
+> tree A
+> key Del | no
+> key Del | yes
 >> menu Fermer1
 > close
+)");
+    play(R"(
+set none =>
+items disc.vlpr 1 =>
+0 info disc.vlpr => NEWISO
 )");
 }
 

@@ -1,6 +1,7 @@
 #include "workbench/main_window/main_window.hpp"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -59,6 +60,8 @@ TVellmark::TVellmark(CommandContext& context)
     bar_->setOpenRecent([this](const std::string& path) { openPath(path); });
     connectTree();
     connectList();
+    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this,
+            [this] { updateCommands(); });
     isToolBarHidden_ = state().settings.has(kOptionHideToolBar);
     restorePlace();
     qApp->installEventFilter(this);
