@@ -35,8 +35,8 @@ struct CommandContext {
     std::string locale = {};            ///< name of the locale for messages, "" when unknown
     /// Paths where the signature table that comes with the program can lie, the first one wins.
     std::vector<std::string> shippedSignatures = {};
-    /// Makes the process the one with a window, with a file to open ("" for none). Returns only where
-    /// that failed, the system's error number; without it there is no window.
+    /// Makes the process the one with a window, with a file to open ("" for none). Returns only
+    /// where that failed, the system's error number; without it there is no window.
     std::function<int(const std::string& file)> becomeWindow = {};
     SessionState* session = nullptr;  ///< the running session; null before it begins
 };

@@ -215,7 +215,7 @@ class WindowTest : public ScriptTest {
 
     void clickHead(int column) {
         QHeaderView& head = *window_->list().header();
-        const QPoint at(head.sectionViewportPosition(column) + 3, head.height() / 2);
+        const QPoint at(head.sectionViewportPosition(column) + 20, head.height() / 2);
         QTest::mouseClick(head.viewport(), Qt::LeftButton, {}, at);
     }
 

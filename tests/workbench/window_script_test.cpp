@@ -44,8 +44,7 @@ vlpr.vlpr [Vellmark]
   list Photos([2]) read.txt(5 B)
   bar  [View: HYBRID] [Folders: 1] [Files: 1] [5 B] [Inclusion completed in  0'00" for 2 folders and 3 files.]
 > drop list Photos three.jpg three.jpg | close
-! The file/folder//tmp/vellmark-apMaSv/work/three.jpg/already exists in the same folder of this project./Operation cancelled.
-! (given up)
+! The file/folder/$PWD/three.jpg/already exists in the same folder of this project./Operation cancelled.
 >> drop tree Photos/Old three.jpg
 vlpr.vlpr [Vellmark]
   tree Untitled .Photos ..*Old
@@ -57,7 +56,7 @@ vlpr.vlpr [Vellmark]
 ! CD-ROM of 1.1 MB/(2 folders and 5 files)./Compilation succeeded.
 > menu Compil1 | file out.iso | no
 ! Create the Target Image File
-! File//tmp/vellmark-apMaSv/work/out.iso/exists already on the medium./Do you want to overwrite it?
+! File/$PWD/out.iso/exists already on the medium./Do you want to overwrite it?
 > menu Compil1 | cancel
 ! Create the Target Image File
 >> menu EnregistrerAs1 | file disc.vlpr
@@ -105,8 +104,7 @@ disk.hfs [Vellmark]
   bar  [Mode: PART.] [Folders: 1] [Files: 1] [1 B] []
 > key F2
 > type a/b | close
-! a/very long name that no volume of that format takes: a / in a Macintosh name is typed as :.
-! (given up)
+! a/b: a / in a Macintosh name is typed as :.
 > menu MD | set Nom=New one | press OK
 ! New Folder
 > rows Letters
@@ -155,8 +153,8 @@ disk.hfs [Vellmark]
 >> key F5
 disk.hfs [Vellmark]
   tree *Other .Again
-  list Again([1])
-  bar  [Mode: PART.] [Folders: 1] [Files: 0] [0 B] []
+  list Again([1]) c.txt(1 B)
+  bar  [Mode: PART.] [Folders: 1] [Files: 1] [1 B] []
 > menu Fermer2
 >> close
 no window
@@ -165,7 +163,7 @@ no window
 0 ls -R disk.hfs => Again/d.txt
 0 info disk.hfs => Other
 0 ls disk.hfs Again --json => ABCD
-has out/d.txt.bin 1 => d.txt
+has out/d.txt 1 => d.txt
 )");
 }
 
@@ -182,34 +180,84 @@ file A/y.txt => yy
 > tree A/B
 > rows x.txt
 > key Alt+Return | check InHfs | press Ecrire
+! File Properties
 > tree A
 > rows B
 > menu Prop1 | check InHfs | press Ecrire
+! Folder Properties
 >> tree A/B
+disc.vlpr [Vellmark]
+  tree Untitled .A ..*B
+  list x.txt(1 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 1] [1 B] []
 >> menu VM1
+disc.vlpr [Vellmark]
+  tree Untitled .*A
+  list y.txt(2 B)
+  bar  [View: HFS] [Folders: 0] [Files: 1] [2 B] []
 >> menu ModeVue
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list B([1]) y.txt(2 B)
+  bar  [View: ISO] [Folders: 1] [Files: 1] [2 B] []
 >> menu ModeVue
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list B([1]) y.txt(2 B)
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [2 B] []
 >> click 2
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list B([1]) y.txt(2 B)
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [2 B] []
 >> click 2
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list y.txt(2 B) B([1])
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [2 B] []
 > rows y.txt
 >> key F2
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list y.txt(2 B) B([1])
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [2 B] []
 >> type z.txt
+disc.vlpr [Vellmark]
+  tree Untitled .*A ..B
+  list B([1]) y.txt(2 B)
+  bar  [View: HYBRID] [Folders: 1] [Files: 1] [2 B] []
 > menu Fr1
 >> menu ModePart
+Vellmark
+  tree
+  list
+  bar  [Mode : PART.] [] [] [] []
 >> key Ctrl+M
+Vellmark
+  tree
+  list
+  bar  [ISO+] [] [] [] []
 > menu En2
 > open $PWD/disc.vlpr
-> menu Label | set LabelISO=NEWISO | set LabelHFS=A:B | press OK | close | set LabelHFS=Mac | press OK
+> menu Label | set LabelISO=NEWISO | set LabelHFS= | press OK | close | set LabelHFS=Mac | press OK
+! Labels of both views of the hybrid CD-ROM
+! The label "" has 0 letters; HFS takes 1 to 27.
+! Labels of both views of the hybrid CD-ROM
 > tree A
 > key Del | no
+! The folder A/is not empty./Do you really want to delete it?
 > key Del | yes
+! The folder A/is not empty./Do you really want to delete it?
 >> menu Fermer1
+Vellmark
+  tree
+  list
+  bar  [View: HYBRID] [] [] [] []
 > close
 )");
     play(R"(
-set none =>
 items disc.vlpr 1 =>
-0 info disc.vlpr => NEWISO
+has disc.vlpr 1 => NEWISO
 )");
 }
 

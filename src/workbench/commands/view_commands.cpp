@@ -34,8 +34,9 @@ void ChooseCopyMode(TVellmark& window, CopyMode mode) {
 void Speak(TVellmark& window, Language language) {
     if (window.language() != language) {
         window.state().settings.language = language;
-        window.state().signatures.reset();
         window.setLanguage(language);
+        // The table has words of its own for each language.
+        window.state().signatures.reset();
         window.showDocument();
     }
     window.updateCommands();
