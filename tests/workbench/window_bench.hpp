@@ -26,17 +26,6 @@
 
 namespace vellmark::test {
 
-/// The one application of the test program.
-inline QApplication& Application() {
-    static int count = 1;
-    static char name[] = "test";
-    static char* arguments[] = {name, nullptr};
-    static const bool isOffscreen = qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication application(count, arguments);
-    EXPECT_TRUE(isOffscreen);
-    return application;
-}
-
 // A line a step, its answers behind it with ` | ` between them; each dialog takes the next answers
 // up to the one that ends it:
 //
@@ -56,10 +45,7 @@ inline QApplication& Application() {
 // check BOX, pick NUMBER, stop (the running job).
 class WindowTest : public ScriptTest {
   protected:
-    WindowTest() {
-        Application();
-        answerSoon();
-    }
+    WindowTest() { answerSoon(); }
     ~WindowTest() override { closeWindow(); }
 
     void openWindow(const std::string& path = {}) {
