@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +16,8 @@
 #include "transfer/import_class.hpp"
 
 namespace vellmark {
+
+class ImportSource;
 
 inline constexpr std::int32_t kNoFolder = -1;
 
@@ -53,6 +56,9 @@ struct DiscItem {
     std::uint16_t finderFlags = 0;            ///< in Macintosh volumes
     std::string containerName;                ///< MacRoman: of a container that stores one
     std::array<DiscRun, kRunKinds> runs;
+    /// BinHex that was decoded for its lengths and is kept until it is copied; null where it is to
+    /// be decoded again.
+    std::shared_ptr<ImportSource> decoded;
     UnixSeconds modified = 0;    ///< of the item on the PC
     MacSeconds created = 0;      ///< local; of a container that stores one behind the modification
     std::string isoName;         ///< identifier without version

@@ -45,10 +45,14 @@ CopyResult ItemCopier::copy(const DiscItem& item) {
 }
 
 CopyResult ItemCopier::copyForks(const DiscItem& item, const std::string& path) {
-    if (item.source == ImportClass::BinHex)
+    const std::shared_ptr<ImportSource> source =
+        item.decoded ? item.decoded : std::make_shared<ImportSource>();
+    ImportSource& forks = *source;
+    if (!item.decoded && item.source == ImportClass::BinHex)
         context_.progress.text(context_.messages.text(kTextDecodingBinHex));
-    ImportSource forks;
-    const Reason problem = forks.open(path, item.source, false, temporary_, context_.progress);
+    const Reason problem =
+        item.decoded ? Reason()
+                     : forks.open(path, item.source, false, temporary_, context_.progress);
     if (forks.stopped())
         return CopyResult::Stopped;
     if (problem) {

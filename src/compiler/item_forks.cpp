@@ -15,6 +15,11 @@ namespace {
 /// What containers agree on; the low byte has the colour and what the Finder keeps for itself.
 constexpr std::uint16_t kKeptFinderFlags = 0xFF00;
 
+/// What decoded files may take between planning and copying: two open files each, and room where
+/// temporary files lie, which can be memory.
+constexpr std::size_t kMostKept = 128;
+constexpr std::uint64_t kMostKeptBytes = std::uint64_t{64} << 20;
+
 Reason ProblemOfCompanion(const std::string& path) {
     const std::string companion = SidecarPath(path);
     if (PcFactsOf(companion).kind == PcKind::File)
@@ -53,7 +58,8 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
             Reason(Sentence::kSourceUnreadable, Printable(path), SystemError{file.error()}));
         return Result::Refused;
     }
-    ImportSource forks;
+    const auto opened = std::make_shared<ImportSource>();
+    ImportSource& forks = *opened;
     const Reason problem =
         forks.open(std::move(file), item.source, false, temporary_, context_.progress);
     if (forks.stopped())
@@ -79,7 +85,17 @@ ForkPlanner::Result ForkPlanner::measure(DiscItem& item, const std::string& path
     if (!item.dataIsFile && !item.inIso)
         item.run(RunKind::File).sizeBytes = 0;
     item.run(item.dataIsFile ? RunKind::File : RunKind::Data).sizeBytes = dataSize;
+    if (item.source == ImportClass::BinHex)
+        keep(item, opened);
     return Result::Planned;
+}
+
+void ForkPlanner::keep(DiscItem& item, std::shared_ptr<ImportSource> forks) {
+    if (kept_ == kMostKept || keptBytes_ + forks->sizeBytes() > kMostKeptBytes)
+        return;
+    ++kept_;
+    keptBytes_ += forks->sizeBytes();
+    item.decoded = std::move(forks);
 }
 
 ForkPlanner::Result ForkPlanner::withoutForks(DiscItem& item, const std::string& path,

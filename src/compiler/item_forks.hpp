@@ -11,6 +11,8 @@
 
 namespace vellmark {
 
+class ImportSource;
+
 /// The file on the PC is a container that both forks lie in; else it is the data fork.
 [[nodiscard]] constexpr bool HoldsBothForks(ImportClass source) {
     return source == ImportClass::AppleSingle || source == ImportClass::MacBinary ||
@@ -44,11 +46,14 @@ class ForkPlanner {
   private:
     [[nodiscard]] Result withoutForks(DiscItem& item, const std::string& path,
                                       const Reason& problem, bool isContainer);
+    void keep(DiscItem& item, std::shared_ptr<ImportSource> forks);
     void leaveOut(const std::string& path, const Reason& reason);
 
     CompileContext& context_;
     DiscPlan& plan_;
     std::optional<TemporaryFolder> temporary_;
+    std::size_t kept_ = 0;  ///< of `DiscItem::decoded`, and so the next one
+    std::uint64_t keptBytes_ = 0;
 };
 
 }  // namespace vellmark

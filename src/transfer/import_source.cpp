@@ -1,5 +1,7 @@
 #include "transfer/import_source.hpp"
 
+#include <unistd.h>
+
 #include <utility>
 
 #include "containers/apple_single.hpp"
@@ -142,9 +144,12 @@ Reason ImportSource::openDouble(const std::string& path) {
 Reason ImportSource::openBinHex(std::optional<TemporaryFolder>& temporary, Progress& progress) {
     if (!temporary)
         temporary.emplace();
-    beside_ = PcFile(temporary->path() + "/decoded", PcFile::Mode::CreateTruncate);
+    const std::string decoded = temporary->path() + "/decoded";
+    beside_ = PcFile(decoded, PcFile::Mode::CreateTruncate);
     if (!beside_.isOpen())
         return Reason(Sentence::kNotDecoded, SystemError{beside_.error()});
+    // It lives as long as it is open, and the next one is another file.
+    ::unlink(decoded.c_str());
     WatchedSource text(file_, progress);
     const BinHexOutcome outcome = DecodeBinHex(text, beside_);
     stopped_ = text.stopped();

@@ -14,7 +14,9 @@ class ScriptedProgress final : public Progress {
   public:
     std::function<void(std::string_view name)> onFile;
     bool stop = false;
+    std::vector<std::string> texts;
 
+    void text(std::string_view status) override { texts.emplace_back(status); }
     void fileStart(std::string_view name, std::uint64_t, int) override {
         if (onFile)
             onFile(name);

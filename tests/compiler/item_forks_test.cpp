@@ -105,6 +105,27 @@ TEST_F(ItemForks, SizesAreThoseOfTheDiskAndWhatIsDamagedIsNamed) {
     }
 }
 
+// Each is decoded when the image is planned, and copied from what that made.
+TEST_F(ItemForks, BinHexIsDecodedOnce) {
+    std::vector<std::string> forks;
+    for (const unsigned kind : {1u, 2u, 3u}) {
+        const testing::Bytes fork = testing::Pattern(5000, kind);
+        forks.emplace_back(fork.begin(), fork.end());
+        const testing::Bytes text = testing::BinHexOf({.data = fork, .resource = {}});
+        write(std::to_string(kind) + ".hqx", std::string(text.begin(), text.end()));
+    }
+    messages_.remembered = {Answer::YesToAll};
+    ProjectFile made = project();
+    progress_.texts.clear();
+    EXPECT_EQ(build(made).result, CompileResult::Done);
+    EXPECT_EQ(std::count(progress_.texts.begin(), progress_.texts.end(),
+                         Text(kTextDecodingBinHex, Language::English)),
+              3);
+    const std::string image = Bytes(out() + "/disc.iso");
+    for (const std::string& fork : forks)
+        EXPECT_NE(image.find(fork), std::string::npos);
+}
+
 TEST_F(ItemForks, AContainerThatShrinksOrAStopWhileItIsReadEndsTheBuild) {
     write("file", BinHexText());
     ProjectFile text = projectOf(ForkCoding::BinHex);
