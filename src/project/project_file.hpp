@@ -158,6 +158,9 @@ class ProjectFile {
     /// that one which cannot be is no obstacle.
     [[nodiscard]] bool moveTo(const std::string& newPath, Messages& messages);
 
+    /// Whether another program has changed or replaced the file since it was read or saved.
+    [[nodiscard]] bool isReplaced() const;
+
     /// Calls `use(record)` for every item, in file order.
     template <typename Use>
     void forEachRecord(Use use) const {

@@ -185,6 +185,10 @@ bool ProjectFile::moveTo(const std::string& newPath, Messages& messages) {
     return true;
 }
 
+bool ProjectFile::isReplaced() const {
+    return held_ && !StampOf(path_).isSameVersion(stamp_);
+}
+
 bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     const auto show = [&](const Reason& reason) {
         messages.showMessage(Reason(Sentence::kProjectNotWritten, Printable(path), reason));
@@ -193,7 +197,7 @@ bool ProjectFile::writeTo(const std::string& path, Messages& messages) {
     if (countRecords() > kMostProjectRecords)
         return show(Reason(Sentence::kTooManyItems, kMostProjectRecords));
     const bool isOwn = held_ && path == path_;
-    if (isOwn && !StampOf(path).isSameVersion(stamp_))
+    if (isOwn && isReplaced())
         return show(Sentence::kChangedSinceRead);
     TargetFile target(path);
     PcFile& file = target.file();

@@ -47,9 +47,14 @@ std::unique_ptr<PartitionDocument> PartitionDocument::Open(const std::string& pa
     volume.readOnlyReasons.remove(ReadOnlyReason::BareVolume);
     document->isReadOnly_ = access == Access::Read || volume.readOnlyReasons.any();
     const ImageClass imageClass = ClassifyImage(*volume.image);
+    document->identity_ = IdentityOf(PcFactsOf(plain.path()));
     document->isJoinable_ = imageClass != ImageClass::ProtectiveBootRecord &&
                             imageClass != ImageClass::MacintoshBootRecord;
     return document;
+}
+
+bool PartitionDocument::isReplaced() const {
+    return IdentityOf(PcFactsOf(image_.path())) != identity_;
 }
 
 Reason PartitionDocument::readOnlyReason() const {

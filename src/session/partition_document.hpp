@@ -8,6 +8,7 @@
 
 #include "reading/plain_image.hpp"
 #include "reading/ports.hpp"
+#include "support/pc_folder.hpp"
 #include "volume/volume_context.hpp"
 #include "volume/writable_volume.hpp"
 
@@ -33,6 +34,8 @@ class PartitionDocument {
     /// Whether the volume can be joined to a disc: an image that has a boot record of its own
     /// cannot.
     [[nodiscard]] bool isJoinable() const { return isJoinable_; }
+    /// Whether another file, or none, has the image's name by now.
+    [[nodiscard]] bool isReplaced() const;
     /// The image as it is open, null where it is not one that others can read beside it.
     [[nodiscard]] PcFile* openFile() { return volume_.image.get(); }
     [[nodiscard]] VolumeContext& volume() { return volume_; }
@@ -54,6 +57,7 @@ class PartitionDocument {
     PlainImage image_;
     VolumeContext volume_;
     std::optional<WritableVolume> writable_;
+    PcIdentity identity_;
     bool isReadOnly_ = false;
     bool isJoinable_ = true;
 };

@@ -58,7 +58,7 @@ void Session::start(const std::string& path) {
     documents_.isHfsPlus = state_.settings.has(kVlStartHfsPlus);
     switchMode(state_.settings.startMode());
     if (path.empty() || !open(path))
-        if (documents_.projectOfMode())
+        if (documents_.projectOfMode() && !openLeftover())
             makeUntitled();
 }
 

@@ -53,7 +53,9 @@ class Session final : public DropTarget {
         : state_(state), documents_(state.documents), ports_(std::move(ports)) {}
 
     /// Begins in the mode of the settings; with the document of `path`, when one is given, in its
-    /// mode. Without a document that could be opened a project mode begins with one without a name.
+    /// mode. Without a document that could be opened a project mode begins with one without a name:
+    /// that of an earlier session which ended before it got one, if the person wants it, else a new
+    /// one.
     void start(const std::string& path = {});
     /// Leaves what is open, and keeps the settings.
     void end();
@@ -89,6 +91,8 @@ class Session final : public DropTarget {
     /// Writes what an operation changed in the project. The current folder, if it is gone, gives
     /// way to root. False when it could not be written: leaving asks about it then.
     bool keep();
+    /// Whether another program put another file, or none, in the place of the one that is open.
+    [[nodiscard]] bool isReplaced() const;
     /// Takes back what an operation that was stopped has changed in the project: it is read again
     /// as its file has it. False, and nothing is open, when that cannot be.
     bool revert();
@@ -118,6 +122,7 @@ class Session final : public DropTarget {
     [[nodiscard]] std::string documentFolder();
     [[nodiscard]] std::optional<std::string> askNewPath(int title, const std::string& proposal);
     void makeUntitled();
+    [[nodiscard]] bool openLeftover();
     [[nodiscard]] bool createProject(const std::string& path, bool isUntitled);
     [[nodiscard]] std::optional<std::string> askPath(int title, const std::string& proposal);
     [[nodiscard]] bool mayReplace(const std::string& path);

@@ -81,6 +81,12 @@ void Session::makeUntitled() {
     (void)createProject(path, true);
 }
 
+bool Session::openLeftover() {
+    const std::string path = untitledPath();
+    return !ports_.dataFolder.empty() && PcFactsOf(path).sizeBytes > kProjectRecordBytes &&
+           ports_.messages.askYesNo(Reason(Sentence::kAskLeftover)) && openProjectFile(path);
+}
+
 bool Session::makeProject() {
     leave();
     const bool isIsoPlus = documents_.mode == FileMode::IsoPlus;
@@ -164,6 +170,12 @@ ProjectFile* Session::openProject() {
     if (!document || (!document->file && !makeDocument()))
         return nullptr;
     return &*document->file;
+}
+
+bool Session::isReplaced() const {
+    if (const ProjectDocument* document = documents_.projectOfMode())
+        return document->file && document->file->isReplaced();
+    return documents_.partition && documents_.partition->isReplaced();
 }
 
 bool Session::revert() {

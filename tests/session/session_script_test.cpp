@@ -176,7 +176,12 @@ constexpr const char* kTranscripts = R"(
 > start folder=a => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:2
 > end => Vellmark 0.1.1 c1 vlpr.vlpr:2
 ! wants a path (Save the project file, docs/)
+> ?y start => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.BAK:2 vlpr.vlpr:2
+! asks A project without a name is left from the last time. Do you want to open it?
+> end => Vellmark 0.1.1 c1 vlpr.BAK:2 vlpr.vlpr:2
+! wants a path (Save the project file, docs/)
 > start => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.BAK:2 vlpr.vlpr:1
+! asks A project without a name is left from the last time. Do you want to open it?
 # It may be saved over another project, or beside it.
 > ?disc ?n ?other start folder=a end => Vellmark 0.1.1 c1 other.vlpr:2
 ! wants a path (Save the project file, docs/)

@@ -40,6 +40,7 @@ namespace vellmark::test {
 //     move NAME TO       a row is dragged onto another
 //     clip FILE...       puts files into the clipboard
 //     open FILE, close   of the window
+//     return FROM TO     to the window, after another program has moved a file
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
 // check BOX, pick NUMBER, stop (the running job).
@@ -132,6 +133,7 @@ class WindowTest : public ScriptTest {
         const std::map<std::string, std::function<void()>> steps = {
             {"open", [&] { window_ ? window_->openPath(rest) : openWindow(rest); }},
             {"close", [&] { closeWindow(); }},
+            {"return", [&] { returnAfter(words); }},
             {"menu", [&] { give(rest); }},
             {"key", [&] { press(rest); }},
             {"rows", [&] { selectRows(words); }},
@@ -144,6 +146,14 @@ class WindowTest : public ScriptTest {
             {"clip", [&] { fillClipboard(words); }}};
         ASSERT_EQ(steps.count(verb), 1u) << verb;
         steps.at(verb)();
+    }
+
+    void returnAfter(const Names& fromTo) {
+        std::filesystem::rename(fromTo[0], fromTo[1]);
+        QEvent comesBack(QEvent::ActivationChange);
+        window_->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+        QCoreApplication::sendEvent(window_.get(), &comesBack);
     }
 
     void give(const std::string& name) {

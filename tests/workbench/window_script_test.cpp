@@ -261,5 +261,35 @@ has disc.vlpr 1 => NEWISO
 )");
 }
 
+TEST_F(WindowScripts, ADocumentThatAnotherProgramReplaces) {
+    play(R"(
+0 new disc.vlpr
+0 new other.vlpr
+file a.txt => a
+0 add other.vlpr a.txt
+0 format disk.hfs --size 1M --label Disk
+)");
+    plays(R"(
+> open $PWD/disc.vlpr
+>> return other.vlpr disc.vlpr | yes
+! Another program has changed $PWD/disc.vlpr. Do you want to read it again?
+disc.vlpr [Vellmark]
+  tree *Untitled
+  list a.txt(1 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 1] [1 B] []
+> return a.txt b.txt
+> open $PWD/disk.hfs
+> return disk.hfs gone.hfs | close
+! Another program has replaced or removed $PWD/disk.hfs. What is open is the file that was there; keep it with "Save As".
+> return b.txt a.txt
+> menu EnrAs2 | file new.hfs
+! Save the partition
+> close
+)");
+    play(R"(
+0 info new.hfs => Disk
+)");
+}
+
 }  // namespace
 }  // namespace vellmark

@@ -108,11 +108,13 @@ void RenameRow(TVellmark& window, std::size_t row, const QString& name) {
 QMimeData* DragRows(TVellmark& window, const std::vector<std::size_t>& rows) {
     if (const VolumeItems* const volume = window.volumeItems()) {
         std::vector<CatalogItem> items;
+        items.reserve(rows.size());
         for (const std::size_t row : rows)
             items.push_back(volume->item(row));
         return DragVolumeItems(window, std::move(items));
     }
     std::vector<std::int32_t> numbers;
+    numbers.reserve(rows.size());
     for (const std::size_t row : rows)
         numbers.push_back(window.factsOf(row).number);
     return WithItems(std::make_unique<QMimeData>(), {numbers, {}});

@@ -113,7 +113,7 @@ std::optional<std::string> AskIsoImage(TVellmark& window) {
 }
 
 std::optional<std::string> AskTargetFolder(TVellmark& window) {
-    const std::optional<std::string> folder = Given(QFileDialog::getExistingDirectory(
+    std::optional<std::string> folder = Given(QFileDialog::getExistingDirectory(
         &window, window.text(kTextTargetFolder), Folder(window, setting::kCopyFolder)));
     if (folder)
         KeepFolderOf(*folder + "/", setting::kCopyFolder, window.state().store);

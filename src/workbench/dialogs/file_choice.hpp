@@ -2,6 +2,7 @@
 // of each use.
 #pragma once
 
+#include <QString>
 #include <optional>
 #include <string>
 #include <vector>

@@ -35,7 +35,7 @@ bool AskLabels(TVellmark& window) {
         const std::string label = field ? field->text().toStdString() : before;
         if (label == before)
             return Reason();
-        const Reason refusal = SetLabels(project, label, side);
+        Reason refusal = SetLabels(project, label, side);
         isChanged = isChanged || !refusal;
         return refusal;
     };

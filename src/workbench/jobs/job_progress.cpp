@@ -1,5 +1,7 @@
 #include "workbench/jobs/job_progress.hpp"
 
+#include <cmath>
+
 namespace vellmark {
 
 namespace {
@@ -14,7 +16,7 @@ std::optional<int> RestSeconds(const JobState& state, double seconds) {
         state.totalBytes <= state.doneBytes)
         return std::nullopt;
     const auto rest = static_cast<double>(state.totalBytes - state.doneBytes);
-    return static_cast<int>(seconds * rest / static_cast<double>(state.doneBytes) + 0.5);
+    return static_cast<int>(std::lround(seconds * rest / static_cast<double>(state.doneBytes)));
 }
 
 JobState JobProgress::state() const {

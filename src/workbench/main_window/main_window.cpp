@@ -288,6 +288,9 @@ void TVellmark::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && bar_)
         showLook();
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        QMetaObject::invokeMethod(
+            this, [this] { lookForReplacement(); }, Qt::QueuedConnection);
 }
 
 }  // namespace vellmark

@@ -119,6 +119,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void openFolders(const std::vector<std::int32_t>& folders);
     [[nodiscard]] bool takesDrops() const;
     void dropped(QDropEvent& event, bool isOnList);
+    void lookForReplacement();
     void showContextMenu(const QPoint& at, bool isList);
     void activated(const QModelIndex& index);
 
@@ -149,6 +150,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     bool isToolBarHidden_ = false;
     bool isShowing_ = false;  // what the views tell meanwhile is nobody's choice
     bool closesWhenDone_ = false;
+    bool isReplacementTold_ = false;
 };
 
 }  // namespace vellmark

@@ -94,6 +94,7 @@ void TVellmark::openFolders(const std::vector<std::int32_t>& folders) {
 
 void TVellmark::showDocument() {
     isShowing_ = true;
+    isReplacementTold_ = isReplacementTold_ && session_.isReplaced();
     const std::vector<std::int32_t> opened = openedFolders();
     const std::vector<std::int32_t> selected = std::exchange(selected_, {});
     const int scrolled = list_->verticalScrollBar()->value();

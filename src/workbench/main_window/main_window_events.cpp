@@ -11,6 +11,8 @@
 #include <QStackedWidget>
 #include <QTreeView>
 
+#include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "workbench/commands/handlers.hpp"
 #include "workbench/commands/item_changes.hpp"
 #include "workbench/main_window/main_window.hpp"
@@ -94,6 +96,21 @@ void TVellmark::editName() {
         !view.selectionModel()->isRowSelected(index.row(), {}))
         index = view.selectionModel()->selectedRows().first();
     view.edit(index.siblingAtColumn(0));
+}
+
+// A person comes back from another program, which may have been at the document.
+void TVellmark::lookForReplacement() {
+    if (jobs_.isRunning() || isReplacementTold_ || QApplication::activeModalWidget() ||
+        !session_.isReplaced())
+        return;
+    isReplacementTold_ = true;
+    const std::string path = Printable(documents().path());
+    if (!documents().projectOfMode())
+        messages_.showMessage(Reason(Sentence::kImageReplaced, path));
+    else if (messages_.askYesNo(Reason(Sentence::kAskReadAgain, path)))
+        (void)session_.revert();
+    showDocument();
+    isReplacementTold_ = session_.isReplaced();
 }
 
 bool TVellmark::takesDrops() const {
