@@ -37,9 +37,27 @@ void ListModel::sortByClick(int column) {
     isDescending_ = column == sortedColumn_ && !isDescending_;
     sortedColumn_ = column;
     emit layoutAboutToBeChanged();
+    const QModelIndexList before = persistentIndexList();
+    std::vector<std::int32_t> numbers;
+    for (const QModelIndex& index : before)
+        numbers.push_back(source_->numberAt(static_cast<std::size_t>(index.row())));
     source_->sort(static_cast<Column>(column), isDescending_);
     painted_.clear();
+    follow(before, numbers);
     emit layoutChanged();
+}
+
+// What is selected stays what it is, wherever its row went.
+void ListModel::follow(const QModelIndexList& before, const std::vector<std::int32_t>& numbers) {
+    if (before.isEmpty())
+        return;
+    std::unordered_map<std::int32_t, int> rows;
+    for (std::size_t row = 0; row < count_; ++row)
+        rows.emplace(source_->numberAt(row), static_cast<int>(row));
+    QModelIndexList after;
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        after << index(rows.at(numbers[i]), before[static_cast<qsizetype>(i)].column());
+    changePersistentIndexList(before, after);
 }
 
 void ListModel::forgetSorting() {
@@ -107,7 +125,7 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
 }
 
 bool ListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (role != Qt::EditRole || !rename_ ||
+    if (role != Qt::EditRole || !rename_ || isFrozen_ ||
         value.toString() == data(index, Qt::EditRole).toString())
         return false;
     rename_(static_cast<std::size_t>(index.row()), value.toString());

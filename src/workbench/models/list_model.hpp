@@ -50,6 +50,7 @@ class ListModel final : public QAbstractTableModel {
 
   private:
     [[nodiscard]] const RowFacts& factsOf(std::size_t row) const;
+    void follow(const QModelIndexList& before, const std::vector<std::int32_t>& numbers);
     [[nodiscard]] QString textOf(const RowFacts& facts, int column) const;
 
     const Pictures& pictures_;
