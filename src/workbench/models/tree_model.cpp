@@ -115,7 +115,8 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
 
 bool TreeModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     const QString name = value.toString();
-    if (role != Qt::EditRole || !index.isValid() || name == nodeOf(index)->folder.name || !rename_)
+    if (role != Qt::EditRole || !index.isValid() || isFrozen_ ||
+        name == nodeOf(index)->folder.name || !rename_)
         return false;
     rename_(nodeOf(index)->folder.number, name);
     return true;
@@ -123,11 +124,12 @@ bool TreeModel::setData(const QModelIndex& index, const QVariant& value, int rol
 
 Qt::ItemFlags TreeModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDropEnabled;
+    // The root has a label, which is changed elsewhere.
+    if (!index.isValid() || !nodeOf(index)->parent)
+        return flags;
     if (isEditable_ && !isFrozen_)
         flags |= Qt::ItemIsEditable;
-    if (index.isValid() && nodeOf(index)->parent)
-        flags |= Qt::ItemIsDragEnabled;
-    return flags;
+    return flags | Qt::ItemIsDragEnabled;
 }
 
 QStringList TreeModel::mimeTypes() const {
