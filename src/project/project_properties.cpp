@@ -73,6 +73,13 @@ FolderContents ContentsOf(const ProjectFile& project, std::int32_t folder, Proje
     return contents;
 }
 
+std::string LabelOf(const ProjectFile& project, LabelSide side) {
+    const ProjectHeader& header = project.header();
+    if (side != LabelSide::Hfs)
+        return NarrowToUtf8(header.isoLabel());
+    return header.isHfsPlus() ? NarrowToUtf8(header.hfsLabel()) : ShownHfsName(header.hfsLabel());
+}
+
 ProjectProperties PropertiesOf(const ProjectFile& project) {
     const ProjectHeader& header = project.header();
     ProjectProperties properties;
@@ -80,9 +87,8 @@ ProjectProperties PropertiesOf(const ProjectFile& project) {
     properties.opensRoot = header.openRoot();
     properties.rebuildsBeforeCompile = header.rebuildBeforeCompile();
     properties.hasVolumeIcon = header.customIcon();
-    properties.isoLabel = NarrowToUtf8(header.isoLabel());
-    properties.hfsLabel =
-        header.isHfsPlus() ? NarrowToUtf8(header.hfsLabel()) : ShownHfsName(header.hfsLabel());
+    properties.isoLabel = LabelOf(project, LabelSide::Iso);
+    properties.hfsLabel = LabelOf(project, LabelSide::Hfs);
     properties.counts = CountItems(project);
     properties.sectors = project.totals().sectors;
     return properties;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "project/labels.hpp"
 #include "project/project_file.hpp"
 #include "support/reason.hpp"
 
@@ -42,6 +43,8 @@ struct ProjectProperties {
     std::uint64_t sectors = 0;  ///< of 2048 bytes: `ProjectTotals`
 };
 [[nodiscard]] ProjectProperties PropertiesOf(const ProjectFile& project);
+/// One label alone, without the counts that need a look at all items; UTF-8.
+[[nodiscard]] std::string LabelOf(const ProjectFile& project, LabelSide side);
 
 /// What is to change: only what is given.
 struct ProjectChanges {

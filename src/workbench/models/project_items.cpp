@@ -46,10 +46,9 @@ QString SignatureWords(std::string_view signature) {
 }  // namespace
 
 TreeFolder ProjectItems::root() const {
-    const ProjectProperties properties = PropertiesOf(project_);
     const bool isMacintosh = view_ == ProjectView::Hfs && project_.mode() == ProjectMode::Hybrid;
     return {kRootFolder,
-            ToQString(isMacintosh ? properties.hfsLabel : properties.isoLabel),
+            ToQString(LabelOf(project_, isMacintosh ? LabelSide::Hfs : LabelSide::Iso)),
             {Picture::Disc, PictureState::Plain},
             true};
 }
