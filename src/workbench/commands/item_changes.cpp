@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <QUrl>
 #include <memory>
+#include <vector>
 
 #include "support/pc_folder.hpp"
 #include "workbench/commands/project_changes.hpp"
@@ -20,13 +21,21 @@ namespace {
 
 constexpr const char* kUriList = "text/uri-list";
 
+// Folders of files that were handed to other programs. They are there as long as this one runs, as
+// nobody knows when the other ones have read them.
+QTemporaryDir& HandedOut() {
+    static std::vector<std::unique_ptr<QTemporaryDir>> folders;
+    return *folders.emplace_back(std::make_unique<QTemporaryDir>());
+}
+
 // Files that lie in a volume become files of the PC when another program wants them, and not
-// before. They lie in a temporary folder as long as the program runs, as nobody knows when the
-// other one has read them.
+// before.
 class VolumeFiles final : public QMimeData {
   public:
     VolumeFiles(TVellmark& window, std::vector<CatalogItem> items)
-        : window_(window), items_(std::move(items)) {}
+        : window_(window),
+          partition_(window.documents().partition.get()),
+          items_(std::move(items)) {}
 
     [[nodiscard]] QStringList formats() const override {
         return QMimeData::formats() << QLatin1String(kUriList);
@@ -40,8 +49,10 @@ class VolumeFiles final : public QMimeData {
         if (type != QLatin1String(kUriList))
             return QMimeData::retrieveData(type, wanted);
         if (!folder_) {
-            folder_ = std::make_unique<QTemporaryDir>();
-            folder_->setAutoRemove(false);
+            // A drag may outlive what it was begun in.
+            if (window_.jobs().isRunning() || window_.documents().partition.get() != partition_)
+                return {};
+            folder_ = &HandedOut();
             (void)CopyItemsOut(window_, items_, ToPath(folder_->path()), ExistingFiles::Replace);
         }
         QVariantList urls;
@@ -53,8 +64,9 @@ class VolumeFiles final : public QMimeData {
 
   private:
     TVellmark& window_;
+    const PartitionDocument* partition_;
     std::vector<CatalogItem> items_;
-    mutable std::unique_ptr<QTemporaryDir> folder_;
+    mutable QTemporaryDir* folder_ = nullptr;
 };
 
 QMimeData* WithItems(std::unique_ptr<QMimeData> data, const DraggedItems& items) {
@@ -149,9 +161,11 @@ void MoveItemsHere(TVellmark& window, const DraggedItems& items) {
 
 std::vector<std::string> PathsOf(const QMimeData& data) {
     std::vector<std::string> paths;
+    // Byte by byte, as a name need not be text.
     for (const QUrl& url : data.urls())
         if (url.isLocalFile())
-            paths.push_back(ToPath(url.toLocalFile()));
+            paths.push_back(QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1())
+                                .toStdString());
     return paths;
 }
 
