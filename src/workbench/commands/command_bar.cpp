@@ -21,6 +21,8 @@ constexpr int kTextOpenFolderHint = 2256;
 
 constexpr std::string_view kSeparator = "-";
 constexpr std::string_view kRecent = "recent";
+// By working mode.
+constexpr std::string_view kRecentMenus[] = {"Reop1", "Reop2", "Re1"};
 
 /// Pictures of commands: by the number of their caption.
 struct CaptionPicture {
@@ -197,8 +199,9 @@ bool CommandBar::isEnabled(const CommandRow& row, const CommandState& state) con
         return false;
     // What is open is not to be looked at now.
     if (!state.documents)
-        return !row.rule;
+        return !row.rule && (row.needs & kNeedsRows) == 0;
     const bool lacks = ((row.needs & kNeedsItem) != 0 && !state.hasItem) ||
+                       ((row.needs & kNeedsAnything) != 0 && !state.hasAnything) ||
                        ((row.needs & kNeedsListItem) != 0 && !state.hasListSelection) ||
                        ((row.needs & kNeedsPaste) != 0 && !state.hasPaste) ||
                        ((row.needs & kNeedsPlain) != 0 && !state.isJoinable);
@@ -220,6 +223,8 @@ void CommandBar::update(const CommandState& state, FileMode mode, const TVellmar
     for (const auto& rows : {MenuBar(), SubMenus()})
         for (const CommandMenu& each : rows)
             menu(each.name).menuAction()->setVisible(IsOfMode(each.modes, mode));
+    if (mode != FileMode::Unknown)
+        menu(kRecentMenus[static_cast<std::size_t>(mode)]).setEnabled(hasRecent_ && !state.isBusy);
     // Files are displayed, folders opened.
     QAction& display = action("AffPart");
     display.setText(Words(state.isFolderSelected ? kTextOpenFolder : kTextDisplay, language_));
@@ -231,25 +236,27 @@ void CommandBar::update(const CommandState& state, FileMode mode, const TVellmar
         action("ModeVue").setIcon(
             ToolIcon(QLatin1String(kViewPictures[static_cast<int>(state.documents->view)]),
                      window_.palette().window().color().lightness() < 128));
-    for (const std::string_view name : {"Projets1", "Partitions1", "IsoPlus1"})
+    for (const std::string_view name : {"Projets1", "Partitions1", "IsoPlus1", "PopPart"})
         GiveKeys(menu(name));
 }
 
 void CommandBar::setRecentFiles(FileMode mode, const std::vector<std::string>& paths) {
-    constexpr std::string_view kNames[] = {"Reop1", "Reop2", "Re1"};
     if (mode == FileMode::Unknown)
         return;
-    QMenu& recent = menu(kNames[static_cast<std::size_t>(mode)]);
+    QMenu& recent = menu(kRecentMenus[static_cast<std::size_t>(mode)]);
     recent.clear();
     for (std::size_t i = 0; i < paths.size(); ++i) {
         // A name with an ampersand in it has no key there.
         QString shown = ToQString(Printable(paths[i]));
         shown.replace(u'&', QStringLiteral("&&"));
         QAction* const each = recent.addAction(QStringLiteral("&%1. %2").arg(i + 1).arg(shown));
-        QObject::connect(each, &QAction::triggered, &window_,
-                         [this, path = paths[i]] { openRecent_(path); });
+        // Opening it makes this menu anew, which is done with the row before.
+        QObject::connect(
+            each, &QAction::triggered, &window_, [this, path = paths[i]] { openRecent_(path); },
+            Qt::QueuedConnection);
     }
-    recent.setEnabled(!paths.empty());
+    hasRecent_ = !paths.empty();
+    recent.setEnabled(hasRecent_);
 }
 
 void CommandBar::setToolBarHidden(FileMode mode, bool isHidden) {

@@ -23,7 +23,8 @@ struct CommandState {
     bool isCompiling = false;
     bool isBusy = false;  ///< any job
     bool hasListSelection = false;
-    bool hasItem = false;  ///< something but the root, on the side that has the focus
+    bool hasItem = false;      ///< something but the root, on the side that has the focus
+    bool hasAnything = false;  ///< the same, or the root
     bool isFolderSelected = false;
     bool hasPaste = false;
     bool isJoinable = true;  ///< the open image is of a kind that a disc can take
@@ -67,6 +68,7 @@ class CommandBar {
     QHash<QByteArray, QAction*> actions_;
     QHash<QByteArray, QMenu*> menus_;
     std::vector<QToolBar*> toolBars_;
+    bool hasRecent_ = false;
     std::function<void()> beforeShowing_ = [] {};
     std::function<void(const std::string& path)> openRecent_;
 };

@@ -26,7 +26,7 @@ constexpr CommandRow kRows[] = {
     {"Info1", 2009, 2209, "", "P", Properties, kNeedsQuiet, ShowDocumentProperties},
     {"Label", 2010, 2210, "", "P", Label, kNeedsQuiet, EditLabel},
     {"Compil1", 2005, 2205, "", "P", Compile, kNeedsQuiet, CompileOrAbort},
-    {"P1", 2011, 0, "Ctrl+P", "P", {}, 0, PrintList},
+    {"P1", 2011, 0, "Ctrl+P", "P", {}, kNeedsRows, PrintList},
     {"Quitter1", 2006, 2206, "", "P", {}, 0, Quit},
     // Partition
     {"Nouvelle1", 2016, 2216, "", "V", New, kNeedsQuiet, NewDocument},
@@ -36,7 +36,7 @@ constexpr CommandRow kRows[] = {
     {"Fermer2", 2024, 2224, "", "V", Close, kNeedsQuiet, CloseDocument},
     {"PropVol1", 2023, 2223, "", "V", Properties, kNeedsQuiet, ShowDocumentProperties},
     {"Hybrid1", 2020, 2220, "", "V", Join, kNeedsQuiet | kNeedsPlain, JoinVolume},
-    {"P2", 2026, 0, "Ctrl+P", "V", {}, 0, PrintList},
+    {"P2", 2026, 0, "Ctrl+P", "V", {}, kNeedsRows, PrintList},
     {"Q21", 2006, 2206, "", "V", {}, 0, Quit},
     // ISO+
     {"No1", 2031, 2231, "", "I", New, kNeedsQuiet, NewDocument},
@@ -47,7 +47,7 @@ constexpr CommandRow kRows[] = {
     {"In1", 2037, 2237, "", "I", Properties, kNeedsQuiet, ShowDocumentProperties},
     {"La1", 2038, 2238, "", "I", Label, kNeedsQuiet, EditLabel},
     {"CompISOP", 2036, 2236, "", "I", Compile, kNeedsQuiet, CompileOrAbort},
-    {"P3", 2041, 0, "Ctrl+P", "I", {}, 0, PrintList},
+    {"P3", 2041, 0, "Ctrl+P", "I", {}, kNeedsRows, PrintList},
     {"Qu1", 2040, 2240, "", "I", {}, 0, Quit},
     // File
     {"Supp1", 2046, 2246, "Del", kAll, Delete, kNeedsItem | kNeedsQuiet, DeleteSelected},
@@ -101,7 +101,7 @@ constexpr CommandRow kRows[] = {
     {"HI", 2105, 2305, "", kAll, {}, 0, nullptr},
     {"WH1", 2104, 2304, "", kAll, {}, 0, nullptr},
     {"Aproposde1", 2101, 0, "", kAll, {}, 0, ShowAbout},
-    {"F5", 2064, 0, "F5", kAll, {}, 0, ShowAgain},
+    {"F5", 2064, 0, "F5", kAll, {}, kNeedsRows, ShowAgain},
     // Tool bars
     {"ModeVue", 2082, 2317, "", "P", ChooseView, 0, ViewNext},
     {"CompProj", 2005, 2319, "", "P", Compile, kNeedsQuiet, CompileOrAbort},

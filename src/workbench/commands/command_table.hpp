@@ -20,8 +20,8 @@ enum CommandNeed : unsigned {
     kNeedsPaste = 4,      ///< files in the clipboard
     kNeedsQuiet = 8,      ///< no job runs
     kNeedsAnything = 16,  ///< a selection, be it the root
-    kNeedsCopyMode = 32,
-    kNeedsPlain = 64,  ///< an image that can be joined
+    kNeedsRows = 32,      ///< what is open can be looked at
+    kNeedsPlain = 64,     ///< an image that can be joined
 };
 
 struct CommandRow {

@@ -1,5 +1,6 @@
 // From the open project to an image: what is asked before, what is said after.
 #include <QApplication>
+#include <cstring>
 
 #include "compiler/automatic_label.hpp"
 #include "compiler/build_project.hpp"
@@ -10,6 +11,7 @@
 #include "support/pc_folder.hpp"
 #include "support/targets.hpp"
 #include "workbench/commands/handlers.hpp"
+#include "workbench/commands/project_changes.hpp"
 #include "workbench/dialogs/compile_dialog.hpp"
 #include "workbench/dialogs/file_choice.hpp"
 #include "workbench/main_window/main_window.hpp"
@@ -123,12 +125,14 @@ void Tell(TVellmark& window, CompileResult result, const BuildSummary& summary) 
 
 // The whole of it, for a project that has something to build.
 void Compile(TVellmark& window, ProjectFile& project, ImageKind kind, const std::string& target) {
-    const bool isLabelled = SettleLabels(project.header(), target, window.messages());
-    if (isLabelled)
-        (void)window.session().keep();
-    window.showDocument();
+    window.runJob(JobKind::Work, [&](Progress&) {
+        if (SettleLabels(project.header(), target, window.messages()))
+            (void)window.session().keep();
+    });
+    const ProjectHeader before = project.header();
     const std::optional<CompileChoices> choices = AskCompile(window, project, kind, target);
-    (void)window.session().keep();
+    if (std::memcmp(&before, &project.header(), sizeof before) != 0)
+        KeepProject(window);
     if (!choices)
         return;
     // The progress of both jobs is that of the job that runs.
@@ -137,15 +141,14 @@ void Compile(TVellmark& window, ProjectFile& project, ImageKind kind, const std:
                 {window.messages(), progress, window.context().clock});
     CompileResult result = CompileResult::Aborted;
     window.runJob(JobKind::Work, [&](Progress&) { result = build.prepare(); });
-    if (result == CompileResult::Done) {
-        window.showDocument();
+    if (result == CompileResult::Done)
         result = Write(window, build);
-    }
-    if (result == CompileResult::Done && build.settled().any())
-        (void)window.session().keep();
-    else if (result != CompileResult::Done)
-        (void)window.session().revert();
-    window.showDocument();
+    window.runJob(JobKind::Work, [&](Progress&) {
+        if (result != CompileResult::Done)
+            (void)window.session().revert();
+        else if (build.settled().any())
+            (void)window.session().keep();
+    });
     window.messages().tellSkipped();
     Tell(window, result, result == CompileResult::Done ? build.summary() : BuildSummary());
 }
@@ -158,7 +161,6 @@ void CompileOrAbort(TVellmark& window) {
         return;
     }
     ProjectFile& project = *window.documents().projectOfMode()->file;
-    (void)window.session().keep();
     const std::optional<ImageKind> kind = KindOf(window, project);
     if (!kind)
         return;

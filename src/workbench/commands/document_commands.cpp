@@ -15,10 +15,9 @@ namespace vellmark {
 
 namespace {
 
-// Runs something of the session that may be long, and shows what is open then.
+// Runs something of the session that may be long.
 void InJob(TVellmark& window, const std::function<bool()>& work) {
     window.runJob(JobKind::Work, [&](Progress&) { (void)work(); });
-    window.showDocument();
     window.messages().tellSkipped();
 }
 

@@ -66,7 +66,6 @@ void JoinVolume(TVellmark& window) {
     HybridationOutcome outcome = Join(window, *disc, false);
     if (outcome.needsForce && window.messages().askYesNo(Reason(Sentence::kJoinAnyway)))
         outcome = Join(window, *disc, true);
-    window.updateCommands();
     if (outcome.result == HybridationResult::Done)
         window.messages().showMessage(Reason(Sentence::kJoinDone, Printable(*disc),
                                              outcome.isHfsPlus ? "HFS+" : "HFS",

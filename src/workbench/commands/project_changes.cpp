@@ -1,6 +1,7 @@
 #include "workbench/commands/project_changes.hpp"
 
 #include <QElapsedTimer>
+#include <functional>
 
 #include "project/drop.hpp"
 #include "project/item_deletion.hpp"
@@ -33,35 +34,49 @@ ProjectDocument& DocumentOf(TVellmark& window) {
     return *window.documents().projectOfMode();
 }
 
+// Runs a change of the project, which is kept where it says that there is something to keep. The
+// window looks at nothing of it meanwhile: a change may ask a question in its middle.
+void Change(TVellmark& window, const std::function<bool(Progress& progress)>& change) {
+    window.runJob(JobKind::Work, [&](Progress& progress) {
+        try {
+            if (change(progress))
+                (void)window.session().keep();
+        } catch (...) {
+            // Half a change is nothing that anybody asked for.
+            (void)window.session().revert();
+            throw;
+        }
+    });
+}
+
 }  // namespace
 
 void KeepProject(TVellmark& window) {
-    (void)window.session().keep();
-    window.showDocument();
+    Change(window, [](Progress&) { return true; });
     window.messages().tellSkipped();
 }
 
 void AddToProject(TVellmark& window, const std::vector<std::string>& paths) {
     std::optional<InclusionResult> result;
     QElapsedTimer timer;
-    window.runJob(JobKind::Work, [&](Progress& progress) {
+    Change(window, [&](Progress& progress) {
         if (window.session().openProject() == nullptr)
-            return;
+            return false;
         timer.start();
         ProjectDocument& document = DocumentOf(window);
         InclusionOptions options{window.context().clock, window.documents().shownView()};
         options.truncation = OptionsOf(window).shortenInViews;
         options.excluded = OwnFiles(*document.file, JournalOf(window.context()));
+        // Of a thousand files one may have gone meanwhile.
+        options.toleratesMissing = true;
         options.signatureOf = SignatureLookupOf(window.context(), window.messages());
         result = AddDropped(window.session(), paths, document.folder, options, window.messages(),
                             progress);
-        // Half of what was dropped is nothing that anybody asked for.
-        if (result && result->status == InclusionStatus::Stopped)
+        const bool isStopped = result && result->status == InclusionStatus::Stopped;
+        if (isStopped)
             (void)window.session().revert();
-        else if (result)
-            (void)window.session().keep();
+        return result && !isStopped;
     });
-    window.showDocument();
     if (result && result->status != InclusionStatus::Stopped) {
         const auto seconds = static_cast<int>(timer.elapsed() / 1000);
         window.status().setPanel(
@@ -75,63 +90,66 @@ void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbe
     RememberedAnswer confirm;
     if (OptionsOf(window).deletesSilently)
         confirm.kept = Remembered::YesToAll;
-    Progress none;
-    const DeletionResult result =
-        DeleteItems(*DocumentOf(window).file, numbers, confirm, window.messages(), none);
-    if (result.refusal)
-        window.messages().showMessage(result.refusal);
-    if (result.deleted > 0)
-        KeepProject(window);
+    Change(window, [&](Progress& progress) {
+        const DeletionResult result =
+            DeleteItems(*DocumentOf(window).file, numbers, confirm, window.messages(), progress);
+        if (result.refusal)
+            window.messages().showMessage(result.refusal);
+        return result.deleted > 0;
+    });
 }
 
 void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers) {
-    ProjectDocument& document = DocumentOf(window);
-    TruncationAnswers answers = OptionsOf(window).shortenInViews;
-    const auto moved =
-        MoveItems(*document.file, numbers, document.folder, answers, window.messages());
-    if (!moved)
-        window.messages().showMessage(moved.error());
-    else if (*moved > 0)
-        KeepProject(window);
+    Change(window, [&](Progress&) {
+        ProjectDocument& document = DocumentOf(window);
+        TruncationAnswers answers = OptionsOf(window).shortenInViews;
+        const auto moved =
+            MoveItems(*document.file, numbers, document.folder, answers, window.messages());
+        if (!moved)
+            window.messages().showMessage(moved.error());
+        return moved && *moved > 0;
+    });
 }
 
 void RenameInProject(TVellmark& window, std::int32_t number, const QString& name) {
-    const Reason refusal = RenameItem(*DocumentOf(window).file, number, name.toStdString(),
-                                      window.documents().shownView());
-    if (refusal)
-        window.messages().showMessage(refusal);
-    else
-        KeepProject(window);
+    Change(window, [&](Progress&) {
+        const Reason refusal = RenameItem(*DocumentOf(window).file, number, name.toStdString(),
+                                          window.documents().shownView());
+        if (refusal)
+            window.messages().showMessage(refusal);
+        return !refusal;
+    });
 }
 
 void MakeProjectFolder(TVellmark& window, const std::string& name) {
-    ProjectDocument& document = DocumentOf(window);
-    NewFolderOptions options{window.context().clock, window.documents().shownView(),
-                             OptionsOf(window).shortenInViews};
-    if (NewFolder(*document.file, name, document.folder, options, window.messages()) != 0)
-        KeepProject(window);
+    Change(window, [&](Progress&) {
+        ProjectDocument& document = DocumentOf(window);
+        NewFolderOptions options{window.context().clock, window.documents().shownView(),
+                                 OptionsOf(window).shortenInViews};
+        return NewFolder(*document.file, name, document.folder, options, window.messages()) != 0;
+    });
 }
 
 void RebuildProject(TVellmark& window) {
     RebuildResult result;
-    window.runJob(JobKind::Work, [&](Progress& progress) {
+    Reason summary;
+    Change(window, [&](Progress& progress) {
         ProjectFile& project = *DocumentOf(window).file;
         const RebuildRequest request = RebuildRequestOf(window.context(), window.messages());
         result = Rebuild(project, request, {window.messages(), progress, window.context().clock});
-        if (!result.isWhole())
+        if (result.isWhole())
+            summary = RebuildSummary(project, result);
+        else
             (void)window.session().revert();
-        else if (result.hasChanges())
-            (void)window.session().keep();
+        return result.isWhole() && result.hasChanges();
     });
-    window.showDocument();
-    if (result.isWhole() && DocumentOf(window).file)
-        window.messages().showTimedMessage(RebuildSummary(*DocumentOf(window).file, result));
+    if (summary)
+        window.messages().showTimedMessage(summary);
     window.messages().tellSkipped();
 }
 
 void HideExtensionsOfAll(TVellmark& window) {
-    if (HideExtensions(*DocumentOf(window).file) > 0)
-        KeepProject(window);
+    Change(window, [&](Progress&) { return HideExtensions(*DocumentOf(window).file) > 0; });
 }
 
 }  // namespace vellmark

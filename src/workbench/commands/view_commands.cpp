@@ -15,7 +15,8 @@ namespace {
 void ChooseMode(TVellmark& window, FileMode mode) {
     if (window.documents().mode != mode)
         window.runJob(JobKind::Work, [&](Progress&) { window.session().chooseMode(mode); });
-    window.showDocument();
+    // The mark of the one that was chosen has gone from its row.
+    window.updateCommands();
 }
 
 void ChooseView(TVellmark& window, ProjectView view) {
@@ -58,7 +59,6 @@ void ChooseIsoPlusMode(TVellmark& window) {
 
 void ChooseNextMode(TVellmark& window) {
     window.runJob(JobKind::Work, [&](Progress&) { window.session().chooseNextMode(); });
-    window.showDocument();
 }
 
 void ViewIso(TVellmark& window) {

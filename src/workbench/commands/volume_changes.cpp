@@ -58,14 +58,12 @@ void ChangeEach(TVellmark& window, const std::vector<std::string>& paths, Change
         }
         (void)Save(window);
     });
-    window.showDocument();
 }
 
 }  // namespace
 
 void KeepVolume(TVellmark& window) {
-    (void)Save(window);
-    window.showDocument();
+    window.runJob(JobKind::Work, [&](Progress&) { (void)Save(window); });
 }
 
 std::string VolumePathOf(TVellmark& window, const CatalogItem& item) {
@@ -145,7 +143,6 @@ bool CopyItemsOut(TVellmark& window, const std::vector<CatalogItem>& items,
         isWhole = batch.itemsLeftOut == 0 && !batch.foundDamage;
     });
     window.messages().tellSkipped();
-    window.updateCommands();
     return isWhole;
 }
 
@@ -175,7 +172,6 @@ void CopyIntoVolume(TVellmark& window, const std::vector<std::string>& paths) {
         (void)Save(window);
         copied = CopiedText(batch);
     });
-    window.showDocument();
     window.status().setPanel(kStatusPanel, Words(copied, window.language()));
     window.messages().tellSkipped();
 }

@@ -121,7 +121,9 @@ class CompileDialog final : public FormDialog {
     }
 
     void setHfsPlus(bool on) {
-        const Reason refusal = ChangeProject(project_, {.isHfsPlus = on});
+        Reason refusal;
+        window_.runJob(JobKind::Work,
+                       [&](Progress&) { refusal = ChangeProject(project_, {.isHfsPlus = on}); });
         if (refusal)
             window_.messages().showMessage(refusal);
         const ProjectProperties now = PropertiesOf(project_);

@@ -182,20 +182,26 @@ class ProjectItemDialog final : public FormDialog {
         const Result<ItemChanges> wanted = changes();
         if (!wanted)
             return wanted.error();
-        if (inIso_) {
-            const ViewChoice views{inIso_->isChecked(), inHfs_->isChecked()};
-            if (views.iso != item_.views.iso || views.hfs != item_.views.hfs) {
-                TruncationAnswers answers =
-                    OptionsOf(window_.state().settings, language()).shortenInViews;
-                const auto moved =
-                    SetItemViews(project_, item_.number, views, answers, window_.messages());
-                if (!moved)
-                    return moved.error();
-                isChanged_ = isChanged_ || *moved > 0;
-                item_.views = views;
-            }
+        const ViewChoice views =
+            inIso_ ? ViewChoice{inIso_->isChecked(), inHfs_->isChecked()} : item_.views;
+        // A name may have to be asked for, and the list is not to look at half a change then.
+        Reason refusal;
+        window_.runJob(JobKind::Work, [&](Progress&) { refusal = change(*wanted, views); });
+        return refusal;
+    }
+
+    Reason change(const ItemChanges& wanted, const ViewChoice& views) {
+        if (views.iso != item_.views.iso || views.hfs != item_.views.hfs) {
+            TruncationAnswers answers =
+                OptionsOf(window_.state().settings, language()).shortenInViews;
+            const auto moved =
+                SetItemViews(project_, item_.number, views, answers, window_.messages());
+            if (!moved)
+                return moved.error();
+            isChanged_ = isChanged_ || *moved > 0;
+            item_.views = views;
         }
-        const Reason refusal = ChangeItem(project_, item_.number, *wanted);
+        const Reason refusal = ChangeItem(project_, item_.number, wanted);
         isChanged_ = isChanged_ || !refusal;
         return refusal;
     }

@@ -51,14 +51,16 @@ Hits SearchProject(TVellmark& window, const Sought& sought) {
     const ProjectFile& project = *window.documents().projectOfMode()->file;
     Hits hits;
     hits.most = kMostProjectHits;
-    const std::vector<std::int32_t> found =
-        sought.isSignature
-            ? FindItemsBySignature(project, SignatureBytes(sought.text))
-            : FindItemsByName(project, Utf8ToNarrow(sought.text), window.documents().shownView());
-    for (const std::int32_t number : found)
-        if (const ProjectRecord* const record = project.findByNumber(number))
-            hits.add({record->parent, number},
-                     ItemPath(project, record->parent, record->sourceName()));
+    window.runJob(JobKind::Work, [&](Progress&) {
+        const std::vector<std::int32_t> found =
+            sought.isSignature ? FindItemsBySignature(project, SignatureBytes(sought.text))
+                               : FindItemsByName(project, Utf8ToNarrow(sought.text),
+                                                 window.documents().shownView());
+        for (const std::int32_t number : found)
+            if (const ProjectRecord* const record = project.findByNumber(number))
+                hits.add({record->parent, number},
+                         ItemPath(project, record->parent, record->sourceName()));
+    });
     return hits;
 }
 

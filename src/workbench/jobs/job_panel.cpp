@@ -1,5 +1,6 @@
 #include "workbench/jobs/job_panel.hpp"
 
+#include <QApplication>
 #include <QGridLayout>
 #include <QLabel>
 #include <QProgressBar>
@@ -106,7 +107,9 @@ QString JobPanel::words(const JobState& state) const {
 
 void JobPanel::draw() {
     const JobProgress* const job = jobs_.progress();
-    if (!job || (isHidden() && job->seconds() < kShownAfterSeconds))
+    // While a question of the job stands there is nothing to wait for.
+    if (!job || (isHidden() && (job->seconds() < kShownAfterSeconds ||
+                                QApplication::activeModalWidget() != nullptr)))
         return;
     const JobState state = job->state();
     text_->setText(words(state));

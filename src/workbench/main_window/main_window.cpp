@@ -8,8 +8,11 @@
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStandardPaths>
+#include <QThread>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "session/reading_ports.hpp"
 #include "support/sentences.hpp"
@@ -26,6 +29,9 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextReally = 1124;
+
+// How often it is looked whether a dialog or a job has ended that somebody else waits for.
+constexpr int kIdleMs = 50;
 
 std::string DocumentFolder() {
     return ToPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)) + "/";
@@ -61,7 +67,7 @@ TVellmark::TVellmark(CommandContext& context)
     connectTree();
     connectList();
     connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this,
-            [this] { updateCommands(); });
+            [this] { followClipboard(); });
     isToolBarHidden_ = state().settings.has(kOptionHideToolBar);
     restorePlace();
     qApp->installEventFilter(this);
@@ -117,7 +123,7 @@ void TVellmark::makePanes() {
     panes_->setStretchFactor(1, 1);
     panes_->setChildrenCollapsible(true);
     jobPanel_ = new JobPanel(
-        jobs_, [this] { askToStop(); }, this);
+        jobs_, [this] { askToStop(false); }, this);
     auto* whole = new QWidget(this);
     auto* rows = new QVBoxLayout(whole);
     rows->setContentsMargins(0, 0, 0, 0);
@@ -136,6 +142,9 @@ void TVellmark::connectTree() {
     connect(tree_->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& now) {
                 if (isShowing_ || !now.isValid())
+                    return;
+                // What has what is open is done, the tree goes back to the folder that is shown.
+                if (jobs_.isExclusive())
                     return;
                 documents().listHasFocus = false;
                 showFolder(treeModel_.folderAt(now));
@@ -221,7 +230,13 @@ void TVellmark::showLook() {
 
 void TVellmark::setToolBarHidden(bool isHidden) {
     isToolBarHidden_ = isHidden;
-    bar_->setToolBarHidden(documents().mode, isHidden);
+    bar_->setToolBarHidden(bar_->mode(), isHidden);
+    updateCommands();
+}
+
+// Another program is asked for it, so once a change will do.
+void TVellmark::followClipboard() {
+    hasPaste_ = !ClipboardPaths().empty();
     updateCommands();
 }
 
@@ -234,11 +249,12 @@ void TVellmark::updateCommands() {
     now.isBusy = jobs_.isRunning();
     now.hasListSelection = !list_->selectionModel()->selectedRows().isEmpty();
     now.hasItem = selected.hasItem();
+    now.hasAnything = selected.hasAnything();
     now.isFolderSelected =
         isOurs && (selected.isInList ? !selected.rows.empty() && source_ &&
                                            factsOf(selected.rows.front()).isFolder
                                      : source_ != nullptr);
-    now.hasPaste = !ClipboardPaths().empty();
+    now.hasPaste = isOurs && hasPaste_ && documents().isOpen();
     now.isJoinable = isOurs && documents().partition && documents().partition->isJoinable();
     if (isOurs)
         bar_->update(now, documents().mode, *this);
@@ -265,28 +281,47 @@ bool TVellmark::runJob(JobKind kind, const std::function<void(Progress& progress
     } catch (const std::exception& problem) {
         messages_.showError(Reason(Sentence::kNotDone, problem.what()));
     }
-    if (closesWhenDone_)
-        QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+    // The command that ran the job is still to be ended.
+    if (std::exchange(closesWhenDone_, false))
+        QTimer::singleShot(0, this, [this] { whenIdle([this] { close(); }); });
     return isDone;
 }
 
-void TVellmark::askToStop() {
+bool TVellmark::isIdle() const {
+    return !jobs_.isRunning() && QApplication::activeModalWidget() == nullptr &&
+           thread()->loopLevel() <= 1;
+}
+
+void TVellmark::whenIdle(const std::function<void()>& what) {
+    if (isIdle())
+        what();
+    else
+        QTimer::singleShot(kIdleMs, this, [this, what] { whenIdle(what); });
+}
+
+void TVellmark::askToStop(bool isEscape) {
     if (jobs_.isRunning() && !jobs_.progress()->isStopped() &&
-        messages_.askYesNo(Reason::Told(kTextReally)))
+        messages_.askYesNo(isEscape ? Reason::Told(kTextReally) : Reason(Sentence::kReallyStop)))
         jobs_.stop();
 }
 
 void TVellmark::jobChanged() {
-    const bool isFrozen = jobs_.isExclusive();
-    treeModel_.freeze(isFrozen);
-    listModel_.freeze(isFrozen);
     jobPanel_->follow();
+    if (jobs_.isExclusive()) {
+        isTaken_ = true;
+        treeModel_.freeze(true);
+        listModel_.freeze(true);
+    } else if (std::exchange(isTaken_, false)) {
+        // What the rows stood for may be gone: nothing looks at them before they are new.
+        showDocument();
+        return;
+    }
     updateCommands();
 }
 
 void TVellmark::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && bar_)
+    if (event->type() == QEvent::PaletteChange && bar_ && !jobs_.isExclusive())
         showLook();
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
         QMetaObject::invokeMethod(

@@ -36,6 +36,8 @@ struct Selection {
 
     /// Something that can be deleted, renamed or moved.
     [[nodiscard]] bool hasItem() const { return isInList ? !rows.empty() : !isRoot; }
+    /// The same, or the root.
+    [[nodiscard]] bool hasAnything() const { return !isInList || !rows.empty(); }
 };
 
 class TVellmark final : public QMainWindow, private DocumentDialogs {
@@ -68,9 +70,12 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     [[nodiscard]] std::size_t rowCount() const { return source_ ? source_->count() : 0; }
 
     /// Runs a job; false when it could not begin, or ended for want of memory, after a message.
+    /// Work that was not a compile has the document shown anew when it has ended.
     bool runJob(JobKind kind, const std::function<void(Progress& progress)>& work);
-    /// Asks whether the running job is to stop (Esc, the button, the end of the program).
-    void askToStop();
+    /// Does something as soon as no job runs and no dialog stands: either holds on to what is open.
+    void whenIdle(const std::function<void()>& what);
+    /// Asks whether the running job is to stop (Esc, else the button or the end of the program).
+    void askToStop(bool isEscape);
 
     /// Shows what is open anew: another document, or the same one after a change. The folder, what
     /// was opened in the tree and what was selected stay where they are there.
@@ -113,6 +118,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void showLook();
     void showRecentFiles();
     void jobChanged();
+    [[nodiscard]] bool isIdle() const;
     [[nodiscard]] bool isDark() const;
     [[nodiscard]] std::int32_t currentFolder() const;
     [[nodiscard]] std::vector<std::int32_t> openedFolders() const;
@@ -120,6 +126,8 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     [[nodiscard]] bool takesDrops() const;
     void dropped(QDropEvent& event, bool isOnList);
     void lookForReplacement();
+    void turnedTo(bool isList, Qt::FocusReason reason);
+    void followClipboard();
     void showContextMenu(const QPoint& at, bool isList);
     void activated(const QModelIndex& index);
 
@@ -144,10 +152,13 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     JobPanel* jobPanel_ = nullptr;
     std::unique_ptr<CommandBar> bar_;
 
+    std::string shownPath_;               // of the document that is shown
     std::int32_t shownFolder_ = 0;        // what the list shows
     std::vector<std::int32_t> selected_;  // numbers of what is selected in it
 
     bool isToolBarHidden_ = false;
+    bool hasPaste_ = false;   // files are in the clipboard
+    bool isTaken_ = false;    // a job has what is open
     bool isShowing_ = false;  // what the views tell meanwhile is nobody's choice
     bool closesWhenDone_ = false;
     bool isReplacementTold_ = false;

@@ -33,7 +33,7 @@ void TVellmark::start(const std::string& path) {
     // The first painting does not wait for a disk.
     updateCommands();
     runJob(JobKind::Work, [&](Progress&) { session_.start(path); });
-    showDocument();
+    followClipboard();
     messages_.tellSkipped();
 }
 
@@ -41,7 +41,7 @@ void TVellmark::openPath(const std::string& path) {
     if (jobs_.isRunning())
         return;
     runJob(JobKind::Work, [&](Progress&) { (void)session_.open(path); });
-    showDocument();
+    messages_.tellSkipped();
 }
 
 std::int32_t TVellmark::currentFolder() const {
@@ -93,14 +93,20 @@ void TVellmark::openFolders(const std::vector<std::int32_t>& folders) {
 }
 
 void TVellmark::showDocument() {
+    if (jobs_.isExclusive())
+        return;
     isShowing_ = true;
     isReplacementTold_ = isReplacementTold_ && session_.isReplaced();
-    const std::vector<std::int32_t> opened = openedFolders();
+    const bool isSame = shownPath_ == documents().path();
+    shownPath_ = documents().path();
+    const std::vector<std::int32_t> opened = isSame ? openedFolders() : std::vector<std::int32_t>();
     const std::vector<std::int32_t> selected = std::exchange(selected_, {});
     const int scrolled = list_->verticalScrollBar()->value();
     const std::int32_t before = shownFolder_;
     treeModel_.show(nullptr);
     listModel_.show(nullptr);
+    treeModel_.freeze(false);
+    listModel_.freeze(false);
     makeSource();
     treeModel_.show(source_.get());
     listPages_->setCurrentIndex(source_ ? 0 : 1);
@@ -115,7 +121,7 @@ void TVellmark::showDocument() {
         (void)session_.enterFolder(treeModel_.folderAt(index));
     }
     listFolder();
-    if (source_ && before == currentFolder()) {
+    if (source_ && isSame && before == currentFolder()) {
         selectRows(selected);
         list_->verticalScrollBar()->setValue(scrolled);
     }
@@ -149,7 +155,7 @@ void TVellmark::listFolder() {
 }
 
 void TVellmark::showFolder(std::int32_t folder) {
-    if (!source_ || !session_.enterFolder(folder))
+    if (jobs_.isExclusive() || !source_ || !session_.enterFolder(folder))
         return;
     isShowing_ = true;
     const QModelIndex index = treeModel_.indexOf(folder);

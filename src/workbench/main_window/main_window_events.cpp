@@ -42,8 +42,12 @@ void TVellmark::restorePlace() {
 void TVellmark::keepPlace() {
     Settings& settings = state().settings;
     const QRect place = isMaximized() ? normalGeometry() : geometry();
-    const int treeWidth = panes_->widget(0)->isHidden() ? 0 : panes_->sizes().first();
-    settings.window = {pos().x(), pos().y(), place.width(), place.height(), treeWidth};
+    const QPoint corner = isMaximized() ? place.topLeft() : pos();
+    int treeWidth = panes_->widget(0)->isHidden() ? 0 : panes_->sizes().first();
+    // A tree that was pushed aside is one to be pulled out again, and not one without a handle.
+    if (treeWidth == 0 && !panes_->widget(0)->isHidden())
+        treeWidth = settings.window.treeWidth;
+    settings.window = {corner.x(), corner.y(), place.width(), place.height(), treeWidth};
     for (int column = 0; column < kColumnCount; ++column)
         settings.columns[static_cast<std::size_t>(column)] =
             list_->isColumnHidden(column) ? 0 : list_->columnWidth(column);
@@ -52,12 +56,16 @@ void TVellmark::keepPlace() {
 void TVellmark::closeEvent(QCloseEvent* event) {
     if (jobs_.isRunning()) {
         event->ignore();
-        askToStop();
+        askToStop(false);
         // A person who lets the job go on wants the window to stay.
         closesWhenDone_ = jobs_.isRunning() && jobs_.progress()->isStopped();
         return;
     }
-    closesWhenDone_ = false;
+    if (!isIdle()) {
+        event->ignore();
+        whenIdle([this] { close(); });
+        return;
+    }
     keepPlace();
     treeModel_.show(nullptr);
     listModel_.show(nullptr);
@@ -143,19 +151,28 @@ bool TVellmark::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::KeyPress:
             if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && jobs_.isRunning() &&
                 QApplication::activeModalWidget() == nullptr) {
-                askToStop();
+                askToStop(true);
                 return true;
             }
             break;
-        case QEvent::ApplicationActivate:
         case QEvent::FocusIn:
-            if (watched == list_)
-                updateCommands();
+            if (watched == list_ || watched == tree_)
+                turnedTo(watched == list_, static_cast<QFocusEvent*>(event)->reason());
             break;
         default:
             break;
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+// Commands act on the side that a person went to last, even where that changed no selection.
+void TVellmark::turnedTo(bool isList, Qt::FocusReason reason) {
+    const bool isByHand = reason == Qt::MouseFocusReason || reason == Qt::TabFocusReason ||
+                          reason == Qt::BacktabFocusReason;
+    if (!isByHand || jobs_.isExclusive())
+        return;
+    documents().listHasFocus = isList;
+    updateCommands();
 }
 
 void TVellmark::dropped(QDropEvent& event, bool isOnList) {
@@ -171,11 +188,15 @@ void TVellmark::dropped(QDropEvent& event, bool isOnList) {
     // What was dropped may come from a program that waits for the answer.
     const bool isItems = event.mimeData()->hasFormat(QLatin1String(kItemsMimeType));
     const DraggedItems items = isItems ? DraggedItemsOf(*event.mimeData()) : DraggedItems();
-    const std::vector<std::string> paths = PathsOf(*event.mimeData());
+    // What is moved within the window is not to be copied out first.
+    const std::vector<std::string> paths =
+        isItems ? std::vector<std::string>() : PathsOf(*event.mimeData());
     QMetaObject::invokeMethod(
         this,
         [this, folder, isItems, items, paths] {
             activateWindow();
+            if (!takesDrops())
+                return;
             if (folder != 0)
                 showFolder(folder);
             if (isItems)
