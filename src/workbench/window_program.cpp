@@ -26,11 +26,13 @@ bool HasScreen() {
     return false;
 }
 
-std::string FileOf(const QStringList& arguments) {
-    if (arguments.size() < 2)
+// Behind what the toolkit took for itself; its own list has arguments as text, which a name need
+// not be.
+std::string FileOf(int argc, char** argv) {
+    if (argc < 2)
         return {};
     std::error_code error;
-    return std::filesystem::absolute(ToPath(arguments[1]), error).string();
+    return std::filesystem::absolute(argv[1], error).string();
 }
 
 // The other window may be about to end: it is worth a word only when it does not answer.
@@ -46,10 +48,11 @@ int HandOver(const std::string& file, const CommandContext& context) {
 int ShowWindow(const std::string& file, CommandContext& context) {
     TVellmark window(context);
     const RunningWindow door(context.lockFolder, [&window](const std::string& path) {
+        window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
         window.activateWindow();
         window.raise();
         if (!path.empty())
-            window.openPath(path);
+            window.whenIdle([&window, path] { window.openPath(path); });
     });
     window.show();
     window.start(file);
@@ -68,7 +71,7 @@ int RunWindow(int argc, char** argv, CommandContext& context) {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vellmark"));
     QApplication::setDesktopFileName(QStringLiteral("vellmark"));
-    const std::string file = FileOf(QApplication::arguments());
+    const std::string file = FileOf(argc, argv);
     const InstanceLock lock(context.lockFolder);
     if (lock.state() == InstanceLock::State::Busy)
         return HandOver(file, context);
