@@ -43,7 +43,8 @@ namespace vellmark::test {
 //     return FROM TO     to the window, after another program has moved a file
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
-// check BOX, pick NUMBER, stop (the running job).
+// check BOX, pick NUMBER. Without a dialog: abort, as soon as a compile runs, and quit, which
+// closes the window then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }
@@ -270,8 +271,11 @@ class WindowTest : public ScriptTest {
         // An answer may bring another dialog before it returns.
         answerSoon();
         auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
+        if (!dialog || !dialog->isVisible()) {
+            if (!answers_.empty() && window_ && window_->jobs().isCompile())
+                interrupt();
             return;
+        }
         if (dialog != noted_) {
             noted_ = dialog;
             heard_ += "! " + textOf(*dialog) + "\n";
@@ -283,6 +287,17 @@ class WindowTest : public ScriptTest {
             heard_ += "! (given up)\n";
         const std::size_t blank = std::min(given.find(' '), given.size());
         apply(*dialog, given.substr(0, blank), given.substr(std::min(blank + 1, given.size())));
+    }
+
+    void interrupt() {
+        if (answers_.front() != "abort" && answers_.front() != "quit")
+            return;
+        const bool isAbort = answers_.front() == "abort";
+        answers_.pop_front();
+        if (isAbort)
+            give(window_->documents().mode == FileMode::IsoPlus ? "CompISOP" : "Compil1");
+        else
+            (void)window_->close();
     }
 
     static std::string textOf(const QDialog& dialog) {
@@ -356,6 +371,27 @@ class WindowTest : public ScriptTest {
     std::deque<std::string> answers_;
     std::string heard_;
     const QDialog* noted_ = nullptr;
+};
+
+// Transcripts: what a person does, and what they hear and see.
+class WindowScripts : public WindowTest {
+  protected:
+    /// Plays the steps of a transcript and writes it anew: behind each line with `>` what was
+    /// heard, and with `>>` what is seen too.
+    std::string written(const std::string& transcript) {
+        std::string text;
+        for (const std::string& line : Split(transcript, '\n')) {
+            SCOPED_TRACE(line);
+            if (line[0] != '>')
+                continue;
+            const bool isSeen = line.starts_with(">>");
+            text += line + "\n" + does(line.substr(isSeen ? 3 : 2));
+            if (isSeen)
+                text += seen();
+        }
+        return text;
+    }
+    void plays(const std::string& transcript) { EXPECT_EQ("\n" + written(transcript), transcript); }
 };
 
 }  // namespace vellmark::test

@@ -4,25 +4,7 @@
 namespace vellmark {
 namespace {
 
-class WindowScripts : public test::WindowTest {
-  protected:
-    /// Plays the steps of a transcript and writes it anew: behind each line with `>` what was
-    /// heard, and with `>>` what is seen too.
-    std::string written(const std::string& transcript) {
-        std::string text;
-        for (const std::string& line : test::Split(transcript, '\n')) {
-            SCOPED_TRACE(line);
-            if (line[0] != '>')
-                continue;
-            const bool isSeen = line.starts_with(">>");
-            text += line + "\n" + does(line.substr(isSeen ? 3 : 2));
-            if (isSeen)
-                text += seen();
-        }
-        return text;
-    }
-    void plays(const std::string& transcript) { EXPECT_EQ("\n" + written(transcript), transcript); }
-};
+using test::WindowScripts;
 
 // A file on a folder's row goes into it; the project without a name is offered to be saved.
 TEST_F(WindowScripts, FromADropToAnImage) {
