@@ -108,16 +108,14 @@ void TVellmark::editName() {
 
 // A person comes back from another program, which may have been at the document.
 void TVellmark::lookForReplacement() {
-    if (jobs_.isRunning() || isReplacementTold_ || QApplication::activeModalWidget() ||
-        !session_.isReplaced())
+    if (!isIdle() || isReplacementTold_ || !session_.isReplaced())
         return;
     isReplacementTold_ = true;
     const std::string path = Printable(documents().path());
     if (!documents().projectOfMode())
         messages_.showMessage(Reason(Sentence::kImageReplaced, path));
     else if (messages_.askYesNo(Reason(Sentence::kAskReadAgain, path)))
-        (void)session_.revert();
-    showDocument();
+        runJob(JobKind::Work, [this](Progress&) { (void)session_.revert(); });
     isReplacementTold_ = session_.isReplaced();
 }
 
