@@ -2,7 +2,6 @@
 
 import random
 import subprocess
-import unittest
 
 import judges
 from images import Image
@@ -108,7 +107,3 @@ class Change(Case):
         for mode, content in forks.items():
             got = self.vellmark("get", image, "Mail", "--mode", mode, "-o", "-")
             self.assertEqual(got.stdout, content)
-
-
-if __name__ == "__main__":
-    unittest.main()

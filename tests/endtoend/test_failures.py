@@ -6,7 +6,6 @@ import resource
 import shutil
 import signal
 import subprocess
-import unittest
 
 from images import KINDS
 from program import DONE, FAILED, VELLMARK, Case, environment
@@ -106,7 +105,3 @@ class Failures(Case):
                        for name in os.listdir(self.target))
         except FileNotFoundError:
             return False
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,5 @@
 """Projects of Macintosh files in every form, built into all six kinds of image and read back."""
 
-import unittest
 
 import judges
 from images import KINDS, Image
@@ -157,7 +156,3 @@ class InIsoPlus(Forks):
                 moment = DISK_DATE if source.coding == "plain" else source.gmt_date - MAC_EPOCH
                 self.assertEqual(moment, iso_moment(data[name].date), name)
             self.assertEqual(0, sum(entry.extent for entry in data.values() if entry.size == 0))
-
-
-if __name__ == "__main__":
-    unittest.main()

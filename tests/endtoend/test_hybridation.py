@@ -5,7 +5,6 @@ import shutil
 import struct
 import subprocess
 import tempfile
-import unittest
 
 import judges
 import raw_sectors
@@ -211,7 +210,3 @@ class VideoCd(Discs):
                                                  for name in ("video.BAK.1", "video.BAC.1")))
         self.assertEqual(["video.BAC", "video.BAC.1", "video.BAK.1", "video.bin", "video.cue"],
                          self.names())
-
-
-if __name__ == "__main__":
-    unittest.main()

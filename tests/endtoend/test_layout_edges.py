@@ -1,7 +1,6 @@
 """Layouts at their edges: empty, with room, and in the order of the standard."""
 
 import os
-import unittest
 
 from images import KINDS, Image
 from program import Case
@@ -79,7 +78,3 @@ class LayoutEdges(Case):
         self.assertNotIn("out of order", "".join(image.iso.order))
         self.assertEqual(*({path: entry.read() for path, entry in each.iso_files("joliet").items()}
                            for each in (plain, image)))
-
-
-if __name__ == "__main__":
-    unittest.main()

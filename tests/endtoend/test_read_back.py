@@ -4,7 +4,6 @@ import datetime
 import functools
 import re
 import shutil
-import unittest
 
 import judges
 from images import BLOCK, KINDS, Image
@@ -145,7 +144,3 @@ class ReadBack(Case):
             again = self.make(other, self.work / "again.img", "--label", "Harbour", "--force",
                               *kind.options)
             self.assertTrue(again.read_bytes() == image.bytes[:], kind.name)
-
-
-if __name__ == "__main__":
-    unittest.main()

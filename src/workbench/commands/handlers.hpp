@@ -64,6 +64,7 @@ void LaunchFileManager(TVellmark& window);
 void ShowParent(TVellmark& window);
 void ShowAgain(TVellmark& window);
 void ShowHelp(TVellmark& window);
+void ShowModeHelp(TVellmark& window);
 void ShowAbout(TVellmark& window);
 
 [[nodiscard]] bool IsProjectMode(const TVellmark& window);

@@ -5,6 +5,7 @@
 
 #include "workbench/commands/handlers.hpp"
 #include "workbench/dialogs/about_dialog.hpp"
+#include "workbench/dialogs/help_dialog.hpp"
 #include "workbench/dialogs/journal_dialog.hpp"
 #include "workbench/main_window/main_window.hpp"
 
@@ -131,7 +132,13 @@ void ShowAgain(TVellmark& window) {
 }
 
 void ShowHelp(TVellmark& window) {
-    ShowAbout(window);
+    ShowHelpTopic("", window.language(), &window);
+}
+
+void ShowModeHelp(TVellmark& window) {
+    constexpr const char* kTopics[] = {"project", "partition", "isoplus"};
+    ShowHelpTopic(kTopics[static_cast<std::size_t>(window.documents().mode)], window.language(),
+                  &window);
 }
 
 void ShowAbout(TVellmark& window) {

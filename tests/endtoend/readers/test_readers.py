@@ -50,7 +50,3 @@ class Faults(unittest.TestCase):
                 found = HfsVolume(bytes(damaged))
                 self.assertIn(words, "\n".join(set(found.check()) - set(before)))
         self.assertEqual((0, 1), (reader.orphans(), found.orphans()))
-
-
-if __name__ == "__main__":
-    unittest.main()
