@@ -145,7 +145,7 @@ void Compile(TVellmark& window, ProjectFile& project, ImageKind kind, const std:
         result = Write(window, build);
     window.runJob(JobKind::Work, [&](Progress&) {
         if (result != CompileResult::Done)
-            (void)window.session().revert();
+            TakeBack(window);
         else if (build.settled().any())
             (void)window.session().keep();
     });

@@ -42,14 +42,18 @@ void Change(TVellmark& window, const std::function<bool(Progress& progress)>& ch
             if (change(progress))
                 (void)window.session().keep();
         } catch (...) {
-            // Half a change is nothing that anybody asked for.
-            (void)window.session().revert();
+            TakeBack(window);
             throw;
         }
     });
 }
 
 }  // namespace
+
+void TakeBack(TVellmark& window) {
+    if (!DocumentOf(window).isUnsaved)
+        (void)window.session().revert();
+}
 
 void KeepProject(TVellmark& window) {
     Change(window, [](Progress&) { return true; });
@@ -74,7 +78,7 @@ void AddToProject(TVellmark& window, const std::vector<std::string>& paths) {
                             progress);
         const bool isStopped = result && result->status == InclusionStatus::Stopped;
         if (isStopped)
-            (void)window.session().revert();
+            TakeBack(window);
         return result && !isStopped;
     });
     if (result && result->status != InclusionStatus::Stopped) {
@@ -140,7 +144,7 @@ void RebuildProject(TVellmark& window) {
         if (result.isWhole())
             summary = RebuildSummary(project, result);
         else
-            (void)window.session().revert();
+            TakeBack(window);
         return result.isWhole() && result.hasChanges();
     });
     if (summary)

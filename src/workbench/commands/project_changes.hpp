@@ -18,5 +18,8 @@ void MakeProjectFolder(TVellmark& window, const std::string& name);
 
 /// Writes what was changed in the project, and shows it.
 void KeepProject(TVellmark& window);
+/// Within a job: takes back what a change that ended half-way has done, as half a change is nothing
+/// that anybody asked for. Not where the file lacks what was done before, which would go too.
+void TakeBack(TVellmark& window);
 
 }  // namespace vellmark
