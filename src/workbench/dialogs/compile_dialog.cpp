@@ -121,9 +121,9 @@ class CompileDialog final : public FormDialog {
     }
 
     void setHfsPlus(bool on) {
-        Reason refusal;
-        window_.runJob(JobKind::Work,
-                       [&](Progress&) { refusal = ChangeProject(project_, {.isHfsPlus = on}); });
+        const Reason refusal = ChangeProject(project_, {.isHfsPlus = on});
+        // Items may have other names, and stand elsewhere.
+        window_.showDocument();
         if (refusal)
             window_.messages().showMessage(refusal);
         const ProjectProperties now = PropertiesOf(project_);

@@ -25,6 +25,7 @@ constexpr int kTextIsoFilter = 1367;
 constexpr int kTextSelectIso = 1368;
 constexpr int kTextTarget = 1369;
 constexpr int kTextHfsFilter = 1410;
+constexpr int kTextSaveExpanded = 1504;
 constexpr int kTextCopyIn = 2050;
 
 struct Kind {
@@ -81,6 +82,14 @@ std::optional<std::string> AskDocumentPath(const PathRequest& request, Language 
     return Given(QFileDialog::getSaveFileName(owner, Words(request.title, language),
                                               ToShown(request.proposal),
                                               QStringLiteral("*%1 (*%1);;* (*)").arg(extension),
+                                              nullptr, QFileDialog::DontConfirmOverwrite));
+}
+
+std::optional<std::string> AskExpandedPath(std::string_view proposal, Language language,
+                                           QWidget* owner) {
+    return Given(QFileDialog::getSaveFileName(owner, Words(kTextSaveExpanded, language),
+                                              ToShown(std::string(proposal)),
+                                              DialogFilter(Text(kTextImageFilter, language)),
                                               nullptr, QFileDialog::DontConfirmOverwrite));
 }
 

@@ -5,6 +5,7 @@
 #include <QString>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "compiler/build_request.hpp"
@@ -19,6 +20,9 @@ class TVellmark;
 
 /// Where a document is to be kept. That a file of that name is there is the asker's business.
 [[nodiscard]] std::optional<std::string> AskDocumentPath(const PathRequest& request,
+                                                         Language language, QWidget* owner);
+/// Where the plain image of a compressed one is to be kept.
+[[nodiscard]] std::optional<std::string> AskExpandedPath(std::string_view proposal,
                                                          Language language, QWidget* owner);
 /// A document of the mode that is worked in.
 [[nodiscard]] std::optional<std::string> AskFileToOpen(TVellmark& window);

@@ -3,6 +3,7 @@
 #include <QApplication>
 
 #include "support/sentences.hpp"
+#include "workbench/dialogs/file_choice.hpp"
 #include "workbench/dialogs/list_choice.hpp"
 #include "workbench/dialogs/name_dialogs.hpp"
 #include "workbench/jobs/main_thread.hpp"
@@ -114,7 +115,12 @@ TruncationAnswer WindowMessages::askTruncation(TruncatedName kind, std::string_v
 }
 
 std::optional<std::string> WindowMessages::askFileName(std::string_view proposal) {
-    return AskInMainThread([&] { return AskPcName(proposal, language(), owner()); });
+    // What has a folder is a whole path, and not a name in a folder that was chosen before.
+    const bool isPath = proposal.find('/') != std::string_view::npos;
+    return AskInMainThread([&] {
+        return isPath ? AskExpandedPath(proposal, language(), owner())
+                      : AskPcName(proposal, language(), owner());
+    });
 }
 
 std::optional<std::size_t> WindowMessages::askChoice(std::string_view question,
