@@ -2,6 +2,9 @@
 // see and are asked as its transcript.
 #pragma once
 
+#include <sys/fsuid.h>
+#include <unistd.h>
+
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -35,6 +38,7 @@ namespace vellmark::test {
 //     rows NAME...       selects rows of the list (none: nothing)
 //     tree PATH          selects a folder in the tree, names from below the root with / between
 //     enter NAME         a double click on a row
+//     focus list|tree    goes to that side with the tabulator
 //     type TEXT          into the editor of a name, and Enter
 //     drop list|tree NAME FILE...   files on a row or a folder; - for the empty part
 //     move NAME TO       a row is dragged onto another
@@ -43,8 +47,8 @@ namespace vellmark::test {
 //     return FROM TO     to the window, after another program has moved a file
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
-// check BOX, pick NUMBER. Without a dialog: abort, as soon as a compile runs, and quit, which
-// closes the window then.
+// check BOX, pick NUMBER, hand FILE (a second start hands it over). Without a dialog: abort, as
+// soon as a compile runs, and quit, which closes the window then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }
@@ -140,6 +144,7 @@ class WindowTest : public ScriptTest {
             {"rows", [&] { selectRows(words); }},
             {"tree", [&] { selectFolder(rest); }},
             {"enter", [&] { emit window_->list().activated(rowNamed(rest)); }},
+            {"focus", [&] { turnTo(rest); }},
             {"type", [&] { typeName(rest); }},
             {"click", [&] { clickHead(std::stoi(rest)); }},
             {"drop", [&] { drop(words); }},
@@ -155,6 +160,17 @@ class WindowTest : public ScriptTest {
         window_->activateWindow();
         EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
         QCoreApplication::sendEvent(window_.get(), &comesBack);
+    }
+
+    [[nodiscard]] QTreeView& sideNamed(const std::string& name) {
+        return name == "list" ? window_->list() : window_->tree();
+    }
+
+    void turnTo(const std::string& side) {
+        window_->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
+        sideNamed(side == "list" ? "tree" : "list").setFocus();
+        sideNamed(side).setFocus(Qt::TabFocusReason);
     }
 
     void give(const std::string& name) {
@@ -250,7 +266,7 @@ class WindowTest : public ScriptTest {
     }
     void drop(const Names& words) {
         const bool isOnList = words[0] == "list";
-        QTreeView& view = isOnList ? window_->list() : window_->tree();
+        QTreeView& view = sideNamed(words[0]);
         const QModelIndex index = words[1] == "-" ? QModelIndex()
                                   : isOnList      ? rowNamed(words[1])
                                                   : folderAt(words[1]);
@@ -314,7 +330,8 @@ class WindowTest : public ScriptTest {
             EXPECT_TRUE(button->isEnabled()) << name << " is off";
             button->click();
         };
-        noted_ = verb == "set" || verb == "check" || verb == "remember" ? noted_ : nullptr;
+        noted_ = verb == "set" || verb == "check" || verb == "remember" || verb == "hand" ? noted_
+                                                                                          : nullptr;
         if (verb == "yes")
             press("MessOui");
         else if (verb == "no")
@@ -331,6 +348,8 @@ class WindowTest : public ScriptTest {
             dialog.findChild<QCheckBox*>(QString::fromStdString(rest))->click();
         else if (verb == "set")
             set(dialog, rest);
+        else if (verb == "hand")
+            window_->whenIdle([this, rest] { window_->openPath(rest); });
         else if (verb == "pick")
             pick(dialog, std::stoi(rest));
         else if (verb == "file")
@@ -371,6 +390,26 @@ class WindowTest : public ScriptTest {
     std::deque<std::string> answers_;
     std::string heard_;
     const QDialog* noted_ = nullptr;
+};
+
+/// As long as it lives this thread, and those that it begins, may do what files allow to anybody:
+/// for the one who owns everything their modes say nothing.
+class Nobody {
+  public:
+    Nobody() {
+        if (isRoot())
+            ::setfsuid(kNobody);
+    }
+    ~Nobody() {
+        if (isRoot())
+            ::setfsuid(0);
+    }
+    Nobody(const Nobody&) = delete;
+    Nobody& operator=(const Nobody&) = delete;
+
+  private:
+    static constexpr uid_t kNobody = 65534;
+    static bool isRoot() { return ::geteuid() == 0; }
 };
 
 // Transcripts: what a person does, and what they hear and see.

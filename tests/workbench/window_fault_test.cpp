@@ -111,5 +111,195 @@ disc.vlpr [Vellmark]
 )");
 }
 
+// One message for what cannot be kept, and what could not be written is there to be tried again.
+TEST_F(WindowFaults, WhatMayNotBeReadOrWritten) {
+    play(R"(
+0 new disc.vlpr --label Disc
+file a.txt => a
+file secret.txt => s
+0 format disk.hfs --size 1M --label Disk
+0 put disk.hfs a.txt
+)");
+    namespace fs = std::filesystem;
+    fs::permissions(root(), fs::perms(0755));
+    fs::permissions("secret.txt", fs::perms::none);
+    fs::permissions("disk.hfs", fs::perms(0444));
+    fs::permissions(".", fs::perms(0555));
+    {
+        const test::Nobody nobody;
+        plays(R"(
+> open $PWD/disc.vlpr
+>> drop list - a.txt secret.txt | close | close
+! The project file/$PWD/disc.vlpr/cannot be written: Permission denied.
+! skipped $PWD/secret.txt: Permission denied/
+disc.vlpr [Vellmark]
+  tree *Disc
+  list a.txt(1 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 1] [1 B] [Inclusion completed in  0'00" for 0 folders and 1 files.]
+> menu Compil1 | file out.iso | press Compiler | close | close
+! Create the Target Image File
+! Compiling the hybrid CD-ROM image
+! $PWD/out.iso cannot be written: Permission denied.
+! Current compilation was aborted at your request.
+)");
+    }
+    fs::permissions(".", fs::perms(0755));
+    plays(R"(
+> menu Enregistrer1
+> close
+)");
+    const test::Nobody nobody;
+    plays(R"(
+>> open $PWD/disk.hfs
+disk.hfs [Vellmark]
+  tree *Disk
+  list a.txt(1 B)
+  bar  [Mode: PART.] [Folders: 0] [Files: 1] [1 B] [The image file may only be read.]
+> rows a.txt
+> key Del
+> key F2
+> drop list - a.txt
+! is not taken
+> menu Prop1 | cancel
+! File Properties
+> close
+)");
+    play("items disc.vlpr 1 => a.txt IH");
+}
+
+TEST_F(WindowFaults, ADiskIsFullDuringACompile) {
+    test::Write("big", std::string(2 << 20, 'b'));
+    play("0 new disc.vlpr --label Disc\n0 add disc.vlpr big");
+    plays("\n> open $PWD/disc.vlpr\n");
+    (void)std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit smaller = before;
+    smaller.rlim_cur = 1 << 20;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &smaller), 0);
+    const std::string heard = written(R"(
+> menu Compil1 | file out.iso | press Compiler | close | close
+)");
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ("\n" + heard, R"(
+> menu Compil1 | file out.iso | press Compiler | close | close
+! Create the Target Image File
+! Compiling the hybrid CD-ROM image
+! $PWD/out.iso cannot be written: File too large.
+! Current compilation was aborted at your request.
+)");
+    EXPECT_EQ(namesIn("."), "big disc.BAK disc.vlpr");
+    plays(R"(
+> menu Compil1 | file out.iso | press Compiler | close
+! Create the Target Image File
+! Compiling the hybrid CD-ROM image
+! CD-ROM of 2.4 MB/(0 folders and 1 files)./Compilation succeeded.
+)");
+}
+
+// Whoever asks a person about a document holds on to it until they have answered.
+TEST_F(WindowFaults, ASecondStartWaitsForADialog) {
+    play(R"(
+0 new one.vlpr --label One
+0 new two.vlpr --label Two
+file a.txt => a
+0 add one.vlpr a.txt
+)");
+    plays(R"(
+> open $PWD/one.vlpr
+> rows a.txt
+> key Alt+Return | hand $PWD/two.vlpr | set Type=ABCD | press Ecrire
+! File Properties
+)");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window().windowTitle() == "two.vlpr [Vellmark]"; }));
+    play("has one.vlpr 1 => ABCD");
+}
+
+// HFS has no numbers for more.
+TEST_F(WindowFaults, MoreFilesThanHfsTakes) {
+    ProjectFile project = ProjectFile::Create(std::filesystem::absolute("big.vlpr").string(),
+                                              ProjectMode::Hybrid, {.isHfsPlus = true});
+    ProjectFile::Run run(kMostHfsRecords + 1);
+    for (ProjectRecord& record : run) {
+        record.parent = kRootFolder;
+        record.number = project.giveFileNumber();
+        record.setIsoInclusion(1);
+        record.setHfsInclusion(1);
+        const std::string name = std::to_string(-record.number);
+        record.setIsoName(name);
+        record.setHfsName(name);
+        record.setSourceName(name);
+    }
+    project.mergeChildren(kRootFolder, std::move(run));
+    project.addCounters(kRootFolder, 0, kMostHfsRecords + 1);
+    std::istringstream input;
+    std::ostringstream output;
+    CommandContext context{input, output, output, clock_};
+    Terminal terminal(context, {});
+    ASSERT_TRUE(project.save(terminal.messages));
+    { const ProjectFile closed = std::move(project); }
+    plays(R"(
+> open $PWD/big.vlpr
+> menu Compil1 | file out.iso | check HFSPlus | close | cancel
+! Create the Target Image File
+! Compiling the hybrid CD-ROM image
+! You can't select the HFS format with more than 65,535 files or folders.
+! Compiling the hybrid CD-ROM image
+)");
+}
+
+/// Files of this process that no folder has any more.
+std::size_t NamelessFiles() {
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        const std::string path = std::filesystem::read_symlink(entry.path(), error).string();
+        count += path.ends_with("(deleted)") ? 1 : 0;
+    }
+    return count;
+}
+
+// It is expanded into a file that goes with it, or into one that stays.
+TEST_F(WindowFaults, ACompressedImage) {
+    play("0 format plain.hfs --size 1M --label Disk\nfile a.txt => a\n0 put plain.hfs a.txt");
+    testing::ImageMaker maker;
+    maker.table(
+        {testing::BlockOf(testing::kZlibBlock, testing::BytesOf(test::Bytes("plain.hfs")))});
+    const testing::Bytes made = maker.make();
+    test::Write("d.dmg", {reinterpret_cast<const char*>(made.data()), made.size()});
+    const std::size_t before = NamelessFiles();
+    plays(R"(
+> open $PWD/d.dmg | no
+! Image $PWD/d.dmg is compressed. Do you want to uncompress it?
+> open $PWD/d.dmg | yes | no
+! Image $PWD/d.dmg is compressed. Do you want to uncompress it?
+! Do you want to save the uncompressed image?
+>> rows a.txt
+d.dmg [Vellmark]
+  tree *Disk
+  list a.txt(1 B)
+  bar  [Mode: PART.] [Folders: 0] [Files: 1] [1 B] [The image is compressed; what is open is a copy that goes when it is closed.]
+)");
+    EXPECT_GT(NamelessFiles(), before);
+    plays(R"(
+> menu Fermer2
+)");
+    EXPECT_EQ(NamelessFiles(), before);
+    plays(R"(
+> open $PWD/d.dmg | yes | yes | file kept.hfs
+! Image $PWD/d.dmg is compressed. Do you want to uncompress it?
+! Do you want to save the uncompressed image?
+! Saving the uncompressed image
+>> rows a.txt
+kept.hfs [Vellmark]
+  tree *Disk
+  list a.txt(1 B)
+  bar  [Mode: PART.] [Folders: 0] [Files: 1] [1 B] []
+> close
+)");
+    play("holds a.txt => a\n0 ls kept.hfs == a.txt\\n");
+    EXPECT_EQ(NamelessFiles(), before);
+}
+
 }  // namespace
 }  // namespace vellmark

@@ -273,5 +273,104 @@ disc.vlpr [Vellmark]
 )");
 }
 
+// A side without items is told, and the image is made of the other.
+TEST_F(WindowScripts, ImagesOfOneSide) {
+    play(R"(
+0 new iso.vlpr --label Disc
+0 new mac.vlpr --label Disc
+0 new plus.vlso --label Disc
+file a.txt => a
+0 add iso.vlpr a.txt --view iso
+0 add mac.vlpr a.txt --view hfs
+)");
+    plays(R"(
+> open $PWD/iso.vlpr
+> menu Compil1 | close | file pure.iso | press Compiler | close
+! The project file contains no files/in its HFS/HFS+ view./Launching the compilation/in pure ISO mode...
+! Create the Target Image File
+! Compilation of an ISO 9660 CD-ROM
+! CD-ROM of 364.0 KB/(0 folders and 1 files)./Compilation succeeded.
+> open $PWD/mac.vlpr
+> menu Compil1 | close | file pure.dmg | press Compiler | close
+! The project file contains no files/in its ISO view./Launching the compilation/in pure HFS/HFS+ mode...
+! Create the Target Image File
+! Compiling the Macintosh CD-ROM image
+! CD-ROM of 1.1 MB/(0 folders and 1 files)./Compilation succeeded.
+> menu Nouveau1 | file none.vlpr
+! Create a new project file
+> menu Compil1 | close
+! The project file contains no files/(whether in the ISO or HFS/HFS+ viex)./Aborting...
+> open $PWD/plus.vlso
+> menu CompISOP | close
+! The project file contains no files./Aborting...
+> close
+)");
+    play("sides pure.iso => I\nsides pure.dmg => M");
+}
+
+TEST_F(WindowScripts, WhatIsKeptFromOneTimeToTheNext) {
+    play("0 format 0.hfs --size 1M --label Disk");
+    for (int i = 1; i < 7; ++i)
+        std::filesystem::copy("0.hfs", std::to_string(i) + ".hfs");
+    openWindow();
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(does("open $PWD/" + std::to_string(i) + ".hfs"), "");
+    QMenu& recent = *window().findChild<QMenu*>(QStringLiteral("Reop2"));
+    ASSERT_EQ(recent.actions().size(), 5);
+    recent.actions()[4]->trigger();
+    does("key F5");
+    EXPECT_EQ(window().windowTitle(), "2.hfs [Vellmark]");
+    EXPECT_EQ(recent.actions()[0]->text().toStdString(),
+              "&1. " + std::filesystem::current_path().string() + "/2.hfs");
+    does("menu Fr1");
+    window().resize(777, 555);
+    window().list().setColumnWidth(1, 234);
+    does("close");
+    EXPECT_EQ(settings_.values["Lang"], "1");
+    EXPECT_EQ(settings_.values["Rect"], "50,50,777,555,120");
+    EXPECT_EQ(settings_.values["Col"], "160,234,70,70,90,90,120");
+    openWindow();
+    EXPECT_EQ(window().size(), QSize(777, 555));
+    EXPECT_EQ(window().list().columnWidth(1), 234);
+    EXPECT_EQ(action("Quitter1").text(), "&Quitter");
+}
+
+// Commands act on the side that a person went to last, and on what they chose there, wherever a
+// sorted column put it.
+TEST_F(WindowScripts, WhatIsChosenStaysChosen) {
+    play(R"(
+0 new disc.vlpr --label Disc
+file A/b.txt => bbbb
+file A/c.txt => c
+file A/d.txt => dd
+0 add disc.vlpr A
+)");
+    plays(R"(
+> open $PWD/disc.vlpr
+> tree A
+> rows b.txt
+> click 2
+> click 2
+> click 2
+> key Del
+>> key F5
+disc.vlpr [Vellmark]
+  tree Disc .*A
+  list c.txt(1 B) d.txt(2 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 2] [3 B] []
+> rows c.txt
+> focus tree
+> key Del | no
+! The folder A/is not empty./Do you really want to delete it?
+> focus list
+>> key Del
+disc.vlpr [Vellmark]
+  tree Disc .*A
+  list d.txt(2 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 1] [2 B] []
+> close
+)");
+}
+
 }  // namespace
 }  // namespace vellmark
