@@ -44,7 +44,6 @@ constexpr int kMostHfsLabel = 27;
 constexpr int kMostHfsPlusLabel = 61;
 
 constexpr int kAdvanced = 2;
-constexpr double kSectorsAMegabyte = 512;
 
 int TitleOf(ProjectMode mode, ImageKind kind) {
     if (mode == ProjectMode::IsoPlus)
@@ -71,8 +70,7 @@ class CompileDialog final : public FormDialog {
             macLabel_ = addField("LabelHFS", kTextMacLabel, ToQString(now.hfsLabel),
                                  now.isHfsPlus ? kMostHfsPlusLabel : kMostHfsLabel);
         addCounts(now.counts);
-        addFact(kTextPayload,
-                QString::number(static_cast<double>(now.sectors) / kSectorsAMegabyte, 'f', 1));
+        addMegabytes(kTextPayload, now.sectors);
         if (macLabel_) {
             hfsPlus_ = addBox("HFSPlus", kTextHfsPlus, now.isHfsPlus);
             connect(hfsPlus_, &QCheckBox::clicked, this, [this](bool on) { setHfsPlus(on); });

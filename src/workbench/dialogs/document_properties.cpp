@@ -1,7 +1,6 @@
 #include "workbench/dialogs/document_properties.hpp"
 
 #include <QCheckBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -40,7 +39,6 @@ constexpr int kTextHfsPlus = 1383;
 constexpr int kTextPropertiesTitle = 1018;
 
 constexpr int kWrite = 2;
-constexpr double kSectorsAMegabyte = 512;
 constexpr int kMostHfsName = 27;
 constexpr int kMostHfsPlusName = 255;
 
@@ -64,8 +62,7 @@ bool ShowProjectProperties(TVellmark& window) {
                    Views(counts.all.folders, counts.iso.folders, counts.hfs.folders, isHybrid));
     dialog.addFact(kTextIncludedFiles,
                    Views(counts.all.files, counts.iso.files, counts.hfs.files, isHybrid));
-    dialog.addFact(kTextSize,
-                   QString::number(static_cast<double>(now.sectors) / kSectorsAMegabyte, 'f', 1));
+    dialog.addMegabytes(kTextSize, now.sectors);
     if (!isHybrid) {
         // What an ISO+ project is made into has nothing to choose.
         dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
@@ -114,8 +111,7 @@ bool ShowVolumeProperties(TVellmark& window) {
                                                                  : volume.mdb.nextCatalogId));
     dialog.addFact(kTextOffset, QString::number(volume.partitionStart.number()));
     if (document.isReadOnly())
-        dialog.addFact(QString(), Words(document.readOnlyReason(), window.language()))
-            ->setWordWrap(true);
+        dialog.addNote(Words(document.readOnlyReason(), window.language()));
     auto* const write = dialog.addButton("Ecrire", window.text(kTextWrite), kWrite);
     write->setDefault(true);
     write->setEnabled(!document.isReadOnly());

@@ -5,6 +5,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -19,6 +20,8 @@ constexpr int kTextCancel = 1002;
 
 // Fields are at least that wide, in average characters.
 constexpr int kFieldCharacters = 32;
+constexpr int kMostFactCharacters = 60;
+constexpr double kSectorsAMegabyte = 512;
 
 }  // namespace
 
@@ -39,17 +42,40 @@ QString FormDialog::words(int number) const {
     return Words(number, language_);
 }
 
-QLabel* FormDialog::addFact(int caption, const QString& value) {
-    return addFact(words(caption), value);
+void FormDialog::addFact(int caption, const QString& value) {
+    addFact(words(caption), value);
 }
 
-QLabel* FormDialog::addFact(const QString& caption, const QString& value) {
-    auto* label = new QLabel(value, this);
+void FormDialog::addFact(const QString& caption, const QString& value) {
+    QWidget* shown = nullptr;
+    if (fontMetrics().horizontalAdvance(value) <=
+        fontMetrics().averageCharWidth() * kMostFactCharacters) {
+        auto* const label = new QLabel(value, this);
+        label->setTextFormat(Qt::PlainText);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+        shown = label;
+    } else {
+        // A path can be wider than the screen.
+        auto* const line = new QLineEdit(value, this);
+        line->setReadOnly(true);
+        line->setToolTip(value);
+        line->setCursorPosition(0);
+        shown = line;
+    }
+    form_->addRow(caption, shown);
+    shown->setAccessibleName(caption + u' ' + value);
+}
+
+void FormDialog::addMegabytes(int caption, std::uint64_t discSectors) {
+    const QLocale locale(language_ == Language::French ? QLocale::French : QLocale::English);
+    addFact(caption, locale.toString(static_cast<double>(discSectors) / kSectorsAMegabyte, 'f', 1));
+}
+
+void FormDialog::addNote(const QString& text) {
+    auto* const label = new QLabel(text, this);
     label->setTextFormat(Qt::PlainText);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    label->setAccessibleName(caption);
-    form_->addRow(caption, label);
-    return label;
+    label->setWordWrap(true);
+    form_->addRow(label);
 }
 
 QLineEdit* FormDialog::addField(const char* name, int caption, const QString& value, int most) {

@@ -3,13 +3,13 @@
 
 #include <QDialog>
 #include <QString>
+#include <cstdint>
 
 #include "support/texts.hpp"
 
 class QCheckBox;
 class QDialogButtonBox;
 class QFormLayout;
-class QLabel;
 class QLineEdit;
 class QPushButton;
 class QVBoxLayout;
@@ -24,8 +24,12 @@ class FormDialog : public QDialog {
     [[nodiscard]] QString words(int number) const;
 
     /// A row with a text to be read.
-    QLabel* addFact(int caption, const QString& value);
-    QLabel* addFact(const QString& caption, const QString& value);
+    void addFact(int caption, const QString& value);
+    void addFact(const QString& caption, const QString& value);
+    /// A size with one digit behind the point, as the language has it.
+    void addMegabytes(int caption, std::uint64_t discSectors);
+    /// A text below the rows above it, as wide as they are.
+    void addNote(const QString& text);
     /// A row with a text to be changed; `most` characters at most, 0 for any number.
     QLineEdit* addField(const char* name, int caption, const QString& value, int most = 0);
     QCheckBox* addBox(const char* name, int caption, bool isOn);

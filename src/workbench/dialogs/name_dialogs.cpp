@@ -62,7 +62,7 @@ class NameDialog : public FormDialog {
 TruncationAnswer AskTruncation(TruncatedName kind, std::string_view fullName,
                                std::string_view proposal, Language language, QWidget* owner) {
     NameDialog dialog(TitleOf(kind), language, owner);
-    (void)dialog.addFact(kTextOriginal, ToQString(Printable(fullName)));
+    dialog.addFact(kTextOriginal, ToQString(Printable(fullName)));
     const QCheckBox* const automatic = dialog.addBox("Auto", kTextAutomatic, false);
     const QLineEdit* const name =
         dialog.addName(kTextTruncated, ToQString(proposal), static_cast<int>(proposal.size()));

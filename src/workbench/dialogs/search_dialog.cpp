@@ -2,7 +2,9 @@
 
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
+#include <QVBoxLayout>
 
 #include "containers/names.hpp"
 #include "project/project_search.hpp"
@@ -95,6 +97,8 @@ class TRechFich final : public FormDialog {
         name_ = addPage(kTextByName, "RechNom", 0);
         signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);
         addWide(pages_);
+        // Both pages can be seen at once.
+        pages_->setMinimumWidth(pages_->tabBar()->sizeHint().width() + fontMetrics().height());
         search_ = addButton("Rechercher", words(kTextSearch), Accepted);
         search_->setDefault(true);
         addButton("Cancel", words(kTextCancel), Rejected);
@@ -109,12 +113,14 @@ class TRechFich final : public FormDialog {
 
   private:
     QLineEdit* addPage(int caption, const char* name, int most) {
-        auto* field = new QLineEdit(pages_);
+        auto* page = new QWidget(pages_);
+        auto* field = new QLineEdit(page);
+        (new QVBoxLayout(page))->addWidget(field);
         field->setObjectName(QLatin1String(name));
         field->setAccessibleName(words(caption));
         if (most > 0)
             field->setMaxLength(most);
-        pages_->addTab(field, words(caption));
+        pages_->addTab(page, words(caption));
         connect(field, &QLineEdit::textChanged, this, [this] { update(); });
         return field;
     }

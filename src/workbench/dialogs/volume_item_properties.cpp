@@ -3,6 +3,8 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollBar>
+#include <algorithm>
 
 #include "containers/finder_info.hpp"
 #include "containers/names.hpp"
@@ -51,6 +53,7 @@ constexpr int kTextFlags = 1473;
 constexpr int kCodeCharacters = 4;
 constexpr int kWrite = 2;
 constexpr int kHexBase = 16;
+constexpr int kMostExtentsShown = 5;
 
 class VolumeItemDialog final : public FormDialog {
   public:
@@ -124,6 +127,7 @@ class VolumeItemDialog final : public FormDialog {
         form().setRowVisible(flags_, false);
         form().setRowVisible(editFlags_, false);
         connect(editFlags_, &QCheckBox::toggled, flags_, &QWidget::setEnabled);
+        lastField_ = editFlags_;
     }
 
     void showAdvanced() {
@@ -141,14 +145,22 @@ class VolumeItemDialog final : public FormDialog {
         std::vector<BlockRun> runs;
         (void)ForkRuns(volume, item_, isResource, runs);
         auto* const list = new QListWidget(this);
-        list->setMaximumHeight(list->fontMetrics().height() * 5);
         for (const BlockRun& run : runs) {
             const std::uint64_t first = volume.blocksStart.number() +
                                         std::uint64_t{run.startBlock} * volume.sectorsPerBlock;
             list->addItem(WordsWith(kTextExtent, language(), first,
                                     std::uint64_t{run.blockCount} * volume.sectorsPerBlock));
         }
+        // As wide as what stands in it, and high enough for few.
+        const int frame = 2 * list->frameWidth();
+        const int shown = std::clamp(list->count(), 1, kMostExtentsShown);
+        list->setMinimumWidth(list->sizeHintForColumn(0) + 2 * frame +
+                              list->verticalScrollBar()->sizeHint().width());
+        list->setFixedHeight(shown * list->fontMetrics().lineSpacing() + 2 * frame);
         addRow(words(caption), list);
+        // They are made last and stand above the buttons.
+        setTabOrder(lastField_, list);
+        lastField_ = list;
     }
 
     Reason write() {
@@ -203,6 +215,7 @@ class VolumeItemDialog final : public FormDialog {
     QCheckBox* icon_ = nullptr;
     QLineEdit* flags_ = nullptr;
     QCheckBox* editFlags_ = nullptr;
+    QWidget* lastField_ = nullptr;
 };
 
 }  // namespace

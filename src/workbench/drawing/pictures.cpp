@@ -1,9 +1,17 @@
 #include "workbench/drawing/pictures.hpp"
 
+#include <QApplication>
 #include <QFile>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPixmap>
+#include <QStyle>
+#include <QStyleOption>
 #include <QSvgRenderer>
+#include <map>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 // Of a library that is linked in whole nothing calls by itself; it stands outside of all
 // namespaces.
@@ -15,7 +23,8 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kSizes[] = {16, 24, 32, 48, 64};
+// What the desktop is offered of the program's picture.
+constexpr int kDesktopSizes[] = {16, 32, 48, 64, 128};
 
 // In the files the line, the paper and the accent have these colours.
 constexpr const char* kLine = "#202020";
@@ -57,21 +66,61 @@ QByteArray Drawing(const QString& path, const Colours& colours) {
     return drawing;
 }
 
-// The drawings one over the other, in all sizes.
-QIcon Rendered(std::initializer_list<QByteArray> drawings) {
-    QIcon icon;
-    for (const int size : kSizes) {
-        QPixmap pixmap(size, size);
+// Drawings one over the other. They are drawn in the very pixels of the screen, whatever its scale,
+// and only when somebody looks at them.
+class Drawn final : public QIconEngine {
+  public:
+    Drawn(std::vector<QString> paths, const Colours& colours)
+        : paths_(std::move(paths)), colours_(colours) {}
+
+    void paint(QPainter* painter, const QRect& place, QIcon::Mode mode,
+               QIcon::State state) override {
+        const double scale = painter->device()->devicePixelRatio();
+        QPixmap drawn = pixmap((QSizeF(place.size()) * scale).toSize(), mode, state);
+        drawn.setDevicePixelRatio(scale);
+        painter->drawPixmap(place, drawn);
+    }
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override {
+        const auto [found, isNew] = drawn_.try_emplace({size.width(), size.height(), mode});
+        if (isNew)
+            found->second = draw(size, mode);
+        return found->second;
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        QList<QSize> sizes;
+        for (const int size : kDesktopSizes)
+            sizes << QSize(size, size);
+        return sizes;
+    }
+
+    [[nodiscard]] QIconEngine* clone() const override { return new Drawn(*this); }
+
+  private:
+    [[nodiscard]] QPixmap draw(const QSize& size, QIcon::Mode mode) const {
+        QPixmap pixmap(size);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
-        for (const QByteArray& drawing : drawings)
-            if (!drawing.isEmpty())
-                QSvgRenderer(drawing).render(&painter);
+        // They are square.
+        QRect place(0, 0, std::min(size.width(), size.height()),
+                    std::min(size.width(), size.height()));
+        place.moveCenter(QRect(QPoint(), size).center());
+        for (const QString& path : paths_)
+            QSvgRenderer(Drawing(path, colours_)).render(&painter, place);
         painter.end();
-        icon.addPixmap(pixmap);
+        // A tint over a selected picture would hide what it says.
+        if (mode != QIcon::Disabled)
+            return pixmap;
+        QStyleOption option;
+        option.palette = QApplication::palette();
+        return QApplication::style()->generatedIconPixmap(mode, pixmap, &option);
     }
-    return icon;
-}
+
+    std::vector<QString> paths_;
+    Colours colours_;
+    std::map<std::tuple<int, int, QIcon::Mode>, QPixmap> drawn_;
+};
 
 QString ItemPath(const char* name) {
     return QStringLiteral(":/items/%1.svg").arg(QLatin1String(name));
@@ -93,21 +142,21 @@ QIcon Pictures::icon(const ItemPicture& picture) const {
     const auto found = icons_.find(key);
     if (found != icons_.end())
         return found->second;
-    const Colours colours = ColoursOf(set_, isDark_);
+    std::vector<QString> paths = {ItemPath(kShapes[shape])};
     const char* const mark = picture.state == PictureState::Plain ? kSetMarks[set] : kMarks[state];
-    const QByteArray over = *mark == '\0' ? QByteArray() : Drawing(ItemPath(mark), colours);
-    return icons_.emplace(key, Rendered({Drawing(ItemPath(kShapes[shape]), colours), over}))
+    if (*mark != '\0')
+        paths.push_back(ItemPath(mark));
+    return icons_.emplace(key, QIcon(new Drawn(std::move(paths), ColoursOf(set_, isDark_))))
         .first->second;
 }
 
 QIcon ToolIcon(const QString& name, bool isDark) {
-    return Rendered(
-        {Drawing(QStringLiteral(":/tools/%1.svg").arg(name), ColoursOf(PictureSet::Iso, isDark))});
+    return QIcon(new Drawn({QStringLiteral(":/tools/%1.svg").arg(name)},
+                           ColoursOf(PictureSet::Iso, isDark)));
 }
 
 QIcon ProgramIcon() {
-    return Rendered(
-        {Drawing(QStringLiteral(":/tools/vellmark.svg"), ColoursOf(PictureSet::Iso, false))});
+    return ToolIcon(QStringLiteral("vellmark"), false);
 }
 
 }  // namespace vellmark

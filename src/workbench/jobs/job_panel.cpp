@@ -1,5 +1,7 @@
 #include "workbench/jobs/job_panel.hpp"
 
+#include <fmt/format.h>
+
 #include <QApplication>
 #include <QGridLayout>
 #include <QLabel>
@@ -7,6 +9,7 @@
 #include <QPushButton>
 
 #include "support/encoding.hpp"
+#include "support/sentences.hpp"
 #include "workbench/messages/words.hpp"
 #include "workbench/models/item_source.hpp"
 
@@ -28,6 +31,8 @@ constexpr double kShownAfterSeconds = 0.3;
 // Longest name of a file in the text.
 constexpr std::size_t kNameCharacters = 65;
 constexpr int kSteps = 1000;
+// For which the text of the rest has room without moving anything.
+constexpr int kLongestRest = 99 * 60 + 59;
 
 void SetBar(QProgressBar& bar, std::uint64_t done, std::uint64_t total) {
     bar.setRange(0, total == 0 ? 0 : kSteps);
@@ -54,14 +59,24 @@ JobPanel::JobPanel(JobRunner& jobs, std::function<void()> stop, QWidget* owner)
     stop_->setObjectName(QStringLiteral("JobStop"));
     text_->setObjectName(QStringLiteral("JobText"));
     text_->setTextFormat(Qt::PlainText);
+    // Neither a long name nor what comes and goes moves the rest of the window.
+    text_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    for (QWidget* const each :
+         {static_cast<QWidget*>(singleCaption_), static_cast<QWidget*>(single_)}) {
+        QSizePolicy policy = each->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        each->setSizePolicy(policy);
+    }
+    rest_->setObjectName(QStringLiteral("JobRest"));
+    rest_->setAlignment(Qt::AlignCenter);
     auto* grid = new QGridLayout(this);
-    grid->addWidget(text_, 0, 0, 1, 3);
+    grid->addWidget(text_, 0, 0, 1, 2);
     grid->addWidget(generalCaption_, 1, 0);
     grid->addWidget(general_, 1, 1);
-    grid->addWidget(rest_, 1, 2);
+    grid->addWidget(rest_, 0, 2);
     grid->addWidget(singleCaption_, 2, 0);
     grid->addWidget(single_, 2, 1);
-    grid->addWidget(stop_, 2, 2);
+    grid->addWidget(stop_, 1, 2);
     grid->setColumnStretch(1, 1);
     connect(stop_, &QPushButton::clicked, this, std::move(stop));
     connect(&timer_, &QTimer::timeout, this, &JobPanel::draw);
@@ -73,6 +88,7 @@ void JobPanel::setLanguage(Language language) {
     generalCaption_->setText(Words(kTextGeneral, language));
     singleCaption_->setText(Words(kTextSingle, language));
     stop_->setText(Words(kTextAbort, language));
+    rest_->setMinimumWidth(rest_->fontMetrics().horizontalAdvance(restWords(kLongestRest)));
     general_->setAccessibleName(generalCaption_->text());
     single_->setAccessibleName(singleCaption_->text());
 }
@@ -105,6 +121,11 @@ QString JobPanel::words(const JobState& state) const {
     return state.status.empty() ? Words(kTextWait, language_) : ToQString(state.status).trimmed();
 }
 
+QString JobPanel::restWords(int seconds) const {
+    return Words(Reason(Sentence::kTimeLeft, fmt::format("{}:{:02}", seconds / 60, seconds % 60)),
+                 language_);
+}
+
 void JobPanel::draw() {
     const JobProgress* const job = jobs_.progress();
     // While a question of the job stands there is nothing to wait for.
@@ -121,7 +142,7 @@ void JobPanel::draw() {
         SetBar(*single_, static_cast<std::uint64_t>(state.chunksDone),
                static_cast<std::uint64_t>(state.chunks));
     const auto rest = RestSeconds(state, job->seconds());
-    rest_->setText(rest ? QString::asprintf("%d:%02d", *rest / 60, *rest % 60) : QString());
+    rest_->setText(rest ? restWords(*rest) : QString());
     stop_->setEnabled(!job->isStopped());
     show();
 }

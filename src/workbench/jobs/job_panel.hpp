@@ -26,6 +26,7 @@ class JobPanel final : public QFrame {
   private:
     void draw();
     [[nodiscard]] QString words(const JobState& state) const;
+    [[nodiscard]] QString restWords(int seconds) const;
 
     JobRunner& jobs_;
     Language language_ = Language::English;

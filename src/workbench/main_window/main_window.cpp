@@ -5,9 +5,10 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QSplitter>
-#include <QStackedWidget>
 #include <QStandardPaths>
+#include <QStyledItemDelegate>
 #include <QThread>
 #include <QTimer>
 #include <QTreeView>
@@ -32,6 +33,25 @@ constexpr int kTextReally = 1124;
 
 // How often it is looked whether a dialog or a job has ended that somebody else waits for.
 constexpr int kIdleMs = 50;
+// Sizes stand at the right of their columns, and the dates behind them would touch them.
+class NumberCells final : public QStyledItemDelegate {
+  public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+  protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
+        constexpr QChar kWideBlank(0x2002);
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->text += kWideBlank;
+    }
+};
+
+// A quarter of the one colour in the other.
+QColor Between(const QColor& quarter, const QColor& rest) {
+    const auto mix = [](int a, int b) { return (a + 3 * b) / 4; };
+    return {mix(quarter.red(), rest.red()), mix(quarter.green(), rest.green()),
+            mix(quarter.blue(), rest.blue())};
+}
 
 std::string DocumentFolder() {
     return ToPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)) + "/";
@@ -94,8 +114,7 @@ void TVellmark::makePanes() {
     column->addWidget(tree_, 1);
     column->addWidget(gauge_);
 
-    listPages_ = new QStackedWidget(panes_);
-    list_ = new QTreeView(listPages_);
+    list_ = new QTreeView(panes_);
     list_->setObjectName(QStringLiteral("LV"));
     list_->setModel(&listModel_);
     list_->setRootIsDecorated(false);
@@ -108,18 +127,21 @@ void TVellmark::makePanes() {
     list_->header()->setSectionsClickable(true);
     list_->header()->setStretchLastSection(false);
     list_->header()->setSectionsMovable(false);
-    auto* empty = new QLabel(listPages_);
-    empty->setObjectName(QStringLiteral("EmptyHint"));
-    empty->setAlignment(Qt::AlignCenter);
-    empty->setWordWrap(true);
-    listPages_->addWidget(list_);
-    listPages_->addWidget(empty);
-    for (QWidget* const target :
-         {tree_->viewport(), list_->viewport(), static_cast<QWidget*>(empty)})
-        target->setAcceptDrops(true);
+    list_->setItemDelegateForColumn(kColumnData, new NumberCells(list_));
+    list_->setItemDelegateForColumn(kColumnResource, new NumberCells(list_));
+    emptyHint_ = new QLabel(list_->viewport());
+    emptyHint_->setObjectName(QStringLiteral("EmptyHint"));
+    emptyHint_->setAlignment(Qt::AlignCenter);
+    emptyHint_->setWordWrap(true);
+    emptyHint_->hide();
+    // Over the empty list, which takes the drops and the clicks.
+    emptyHint_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    (new QVBoxLayout(list_->viewport()))->addWidget(emptyHint_);
+    tree_->viewport()->setAcceptDrops(true);
+    list_->viewport()->setAcceptDrops(true);
 
     panes_->addWidget(left);
-    panes_->addWidget(listPages_);
+    panes_->addWidget(list_);
     panes_->setStretchFactor(1, 1);
     panes_->setChildrenCollapsible(true);
     jobPanel_ = new JobPanel(
@@ -198,13 +220,19 @@ bool TVellmark::isDark() const {
 
 void TVellmark::setLanguage(Language language) {
     context_.language = language;
+    qApp->removeTranslator(&toolkitWords_);
+    // Without its file the toolkit's own words, as in the choice of a file, stay English.
+    if (language == Language::French &&
+        toolkitWords_.load(QStringLiteral("qtbase_fr"),
+                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        qApp->installTranslator(&toolkitWords_);
     bar_->setLanguage(language);
     listModel_.setLanguage(language);
     jobPanel_->setLanguage(language);
     tree_->setAccessibleName(ToQString(messages_.words(Sentence::kTreeName)));
     list_->setAccessibleName(ToQString(messages_.words(Sentence::kListName)));
-    listPages_->findChild<QLabel*>(QStringLiteral("EmptyHint"))
-        ->setText(ToQString(messages_.words(Sentence::kEmptyWindowHint)));
+    if (emptyHint_->isVisible())
+        showEmptyHint();
     showLook();
 }
 
@@ -212,7 +240,7 @@ void TVellmark::showLook() {
     bar_->setDark(isDark());
     pictures_.setDark(isDark());
     const FileMode mode = documents().mode;
-    const QColor colour = ModeColour(mode, isDark());
+    const QColor colour = ModeColour(mode, QApplication::palette(list_).color(QPalette::Base));
     for (QWidget* const pane : {static_cast<QWidget*>(tree_), static_cast<QWidget*>(list_)}) {
         QPalette tinted = pane->palette();
         tinted.setColor(QPalette::Base, colour);
@@ -226,6 +254,27 @@ void TVellmark::showLook() {
     bar_->setToolBarHidden(mode, isToolBarHidden_);
     status_->setPanel(0, ModeWords(documents(), language()));
     updateCommands();
+}
+
+// The side on which commands act has the colour of selections, the other a breath of it.
+void TVellmark::showSide() {
+    const bool isList = documents().listHasFocus;
+    for (QTreeView* const pane : {tree_, list_}) {
+        QPalette tinted = pane->palette();
+        const QPalette usual = QApplication::palette(pane);
+        const bool isActive = (pane == list_) == isList;
+        for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+            tinted.setColor(group, QPalette::Highlight,
+                            isActive ? usual.color(group, QPalette::Highlight)
+                                     : Between(usual.color(group, QPalette::Highlight),
+                                               tinted.color(group, QPalette::Base)));
+            tinted.setColor(
+                group, QPalette::HighlightedText,
+                usual.color(group, isActive ? QPalette::HighlightedText : QPalette::Text));
+        }
+        if (tinted != pane->palette())
+            pane->setPalette(tinted);
+    }
 }
 
 void TVellmark::setToolBarHidden(bool isHidden) {
@@ -260,6 +309,8 @@ void TVellmark::updateCommands() {
         bar_->update(now, documents().mode, *this);
     else
         bar_->update(now, bar_->mode(), *this);
+    if (isOurs)
+        showSide();
     treeModel_.setEditable(isOurs && MayDo(documents(), SessionCommand::Rename));
     listModel_.setEditable(isOurs && MayDo(documents(), SessionCommand::Rename));
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QTranslator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,8 +22,8 @@
 #include "workbench/models/tree_model.hpp"
 #include "workbench/models/volume_items.hpp"
 
+class QLabel;
 class QSplitter;
-class QStackedWidget;
 class QTreeView;
 
 namespace vellmark {
@@ -116,6 +117,8 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void showTotals();
     void showGauge();
     void showLook();
+    void showSide();
+    void showEmptyHint();
     void showRecentFiles();
     void jobChanged();
     [[nodiscard]] bool isIdle() const;
@@ -137,6 +140,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     SessionProgress progress_;
     Session session_;
 
+    QTranslator toolkitWords_;
     Pictures pictures_;
     std::unique_ptr<ItemSource> source_;
     VolumeItems* volumeItems_ = nullptr;
@@ -146,7 +150,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     QSplitter* panes_ = nullptr;
     QTreeView* tree_ = nullptr;
     QTreeView* list_ = nullptr;
-    QStackedWidget* listPages_ = nullptr;
+    QLabel* emptyHint_ = nullptr;
     SizeGauge* gauge_ = nullptr;
     StatusPanels* status_ = nullptr;
     JobPanel* jobPanel_ = nullptr;

@@ -1,9 +1,9 @@
 // What of the open document the window shows.
 #include <QApplication>
 #include <QHeaderView>
+#include <QLabel>
 #include <QScrollBar>
 #include <QSplitter>
-#include <QStackedWidget>
 #include <QTreeView>
 #include <unordered_set>
 #include <utility>
@@ -109,7 +109,6 @@ void TVellmark::showDocument() {
     listModel_.freeze(false);
     makeSource();
     treeModel_.show(source_.get());
-    listPages_->setCurrentIndex(source_ ? 0 : 1);
     if (source_) {
         tree_->expand(treeModel_.index(0, 0, {}));
         openFolders(opened);
@@ -152,6 +151,18 @@ void TVellmark::listFolder() {
     list_->header()->setSortIndicatorShown(false);
     listModel_.show(source_.get());
     showTotals();
+    showEmptyHint();
+}
+
+void TVellmark::showEmptyHint() {
+    const ProjectDocument* const project = documents().projectOfMode();
+    const bool isNewProject =
+        project && source_ && source_->count() == 0 && currentFolder() == source_->root().number;
+    const bool takesFiles = documents().mode != FileMode::Partition;
+    emptyHint_->setText(ToQString(
+        messages_.words(takesFiles ? Sentence::kEmptyWindowHint : Sentence::kEmptyPartitionHint)));
+    emptyHint_->setVisible(!source_ || isNewProject);
+    list_->setAccessibleDescription(emptyHint_->isHidden() ? QString() : emptyHint_->text());
 }
 
 void TVellmark::showFolder(std::int32_t folder) {

@@ -7,8 +7,9 @@
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QScreen>
+#include <QScrollBar>
 #include <QSplitter>
-#include <QStackedWidget>
+#include <QStyle>
 #include <QTreeView>
 
 #include "support/encoding.hpp"
@@ -19,22 +20,61 @@
 
 namespace vellmark {
 
+namespace {
+
+// The default widths are pixels of a font of which a character is that wide.
+constexpr int kUsualCharacterWidth = 6;
+
+int InFont(const QWidget& widget, int width) {
+    return width * std::max(widget.fontMetrics().averageCharWidth(), kUsualCharacterWidth) /
+           kUsualCharacterWidth;
+}
+
+// Of a column whose width nobody chose: no size and no date is cut.
+int UsualWidth(const QTreeView& list, int column) {
+    constexpr const char* kLongest[kColumnCount] = {"",
+                                                    "QuickTime movie",
+                                                    "1,023.9 MB --",
+                                                    "1,023.9 MB --",
+                                                    "00/00/0000  00:00",
+                                                    "00/00/0000  00:00",
+                                                    ""};
+    const int margin = list.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &list) + 1;
+    const int needed =
+        list.fontMetrics().horizontalAdvance(QLatin1String(kLongest[column])) + 4 * margin;
+    return std::max(InFont(list, kDefaultColumnWidths[static_cast<std::size_t>(column)]), needed);
+}
+
+// The window of a first start shows all columns where the screen has room for them.
+WindowPlace UsualPlace(const QTreeView& list, const QSize& screen) {
+    WindowPlace place;
+    const WindowPlace usual;
+    place.treeWidth = InFont(list, usual.treeWidth) * 3 / 2;
+    place.width = place.treeWidth + list.verticalScrollBar()->sizeHint().width() * 2;
+    for (int column = 0; column < kColumnCount; ++column)
+        place.width += UsualWidth(list, column);
+    place.width = std::min(place.width, screen.width() - 2 * usual.left);
+    place.height =
+        std::min(place.width * usual.height / usual.width, screen.height() - 2 * usual.top);
+    return place;
+}
+
+}  // namespace
+
 void TVellmark::restorePlace() {
-    const WindowPlace& place = state().settings.window;
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const WindowPlace& kept = state().settings.window;
+    const WindowPlace place = kept == WindowPlace() ? UsualPlace(*list_, screen.size()) : kept;
     resize(place.width, place.height);
     if (screen.contains(QPoint(place.left, place.top)))
         move(place.left, place.top);
     panes_->setSizes({place.treeWidth, std::max(1, place.width - place.treeWidth)});
     panes_->widget(0)->setVisible(place.treeWidth > 0);
-    // The defaults are pixels of a screen without scaling of its texts.
-    const double scale = fontMetrics().averageCharWidth() / 6.0;
     const ColumnWidths& widths = state().settings.columns;
     for (int column = 0; column < kColumnCount; ++column) {
         const int width = widths[static_cast<std::size_t>(column)];
-        const bool isDefault = width == kDefaultColumnWidths[static_cast<std::size_t>(column)];
-        list_->setColumnWidth(column,
-                              isDefault ? static_cast<int>(width * std::max(1.0, scale)) : width);
+        const bool isUsual = width == kDefaultColumnWidths[static_cast<std::size_t>(column)];
+        list_->setColumnWidth(column, isUsual ? UsualWidth(*list_, column) : width);
         list_->setColumnHidden(column, width == 0);
     }
 }
@@ -48,9 +88,14 @@ void TVellmark::keepPlace() {
     if (treeWidth == 0 && !panes_->widget(0)->isHidden())
         treeWidth = settings.window.treeWidth;
     settings.window = {corner.x(), corner.y(), place.width(), place.height(), treeWidth};
-    for (int column = 0; column < kColumnCount; ++column)
+    for (int column = 0; column < kColumnCount; ++column) {
+        const int width = list_->isColumnHidden(column) ? 0 : list_->columnWidth(column);
+        // What nobody changed follows the font.
         settings.columns[static_cast<std::size_t>(column)] =
-            list_->isColumnHidden(column) ? 0 : list_->columnWidth(column);
+            width == UsualWidth(*list_, column)
+                ? kDefaultColumnWidths[static_cast<std::size_t>(column)]
+                : width;
+    }
 }
 
 void TVellmark::closeEvent(QCloseEvent* event) {
@@ -125,8 +170,7 @@ bool TVellmark::takesDrops() const {
 
 bool TVellmark::eventFilter(QObject* watched, QEvent* event) {
     const bool isOnTree = watched == tree_->viewport();
-    const bool isOnList =
-        watched == list_->viewport() || (watched == listPages_->widget(1) && !isOnTree);
+    const bool isOnList = watched == list_->viewport();
     switch (event->type()) {
         case QEvent::DragEnter:
         case QEvent::DragMove:

@@ -9,19 +9,24 @@ namespace {
 constexpr int kTextFirstView = 1012;
 constexpr int kTextPartitionMode = 1113;
 
+constexpr int kHalfLight = 128;
+
+struct Tint {
+    QRgb light;
+    int red, green, blue;  ///< added to a dark colour
+};
+// By mode.
+constexpr Tint kTints[] = {
+    {0xfffefcf6, 14, 10, 0}, {0xfff4fef4, 2, 14, 4}, {0xfff4feff, 2, 10, 14}};
+
 }  // namespace
 
-QColor ModeColour(FileMode mode, bool isDark) {
-    switch (mode) {
-        case FileMode::Partition:
-            return isDark ? QColor(0x20, 0x2a, 0x20) : QColor(0xf4, 0xfe, 0xf4);
-        case FileMode::IsoPlus:
-            return isDark ? QColor(0x1e, 0x28, 0x2c) : QColor(0xf4, 0xfe, 0xff);
-        case FileMode::Project:
-        case FileMode::Unknown:
-            break;
-    }
-    return isDark ? QColor(0x2c, 0x29, 0x20) : QColor(0xfe, 0xfc, 0xf6);
+QColor ModeColour(FileMode mode, const QColor& base) {
+    const auto tint = kTints[mode == FileMode::Unknown ? 0 : static_cast<std::size_t>(mode)];
+    if (base.lightness() >= kHalfLight)
+        return QColor(tint.light);
+    // Dark palettes differ much: a breath of the same colour over theirs.
+    return {base.red() + tint.red, base.green() + tint.green, base.blue() + tint.blue};
 }
 
 QString ModeWords(const Documents& documents, Language language) {

@@ -7,8 +7,8 @@
 
 namespace vellmark {
 
-/// Behind tree and list.
-[[nodiscard]] QColor ModeColour(FileMode mode, bool isDark);
+/// Behind tree and list, where `base` is the palette's colour of such places.
+[[nodiscard]] QColor ModeColour(FileMode mode, const QColor& base);
 
 /// What the first panel of the status bar says: the view of a project, or the mode.
 [[nodiscard]] QString ModeWords(const Documents& documents, Language language);

@@ -60,10 +60,15 @@ void SizeGauge::paintEvent(QPaintEvent*) {
     painter.setPen(palette().mid().color());
     painter.drawLine(QPointF(mark * scale, 0), QPointF(mark * scale, height()));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
-    // On the strip's own colours, whatever the palette.
-    painter.setPen(background_.lightness() < 128 && megabytes < referenceMb_ / 2.0 ? Qt::white
-                                                                                   : Qt::black);
-    painter.drawText(rect(), Qt::AlignCenter, words_);
+    // Black on the strip's own colours, and behind the strip's end what is read on the pane.
+    const int end = static_cast<int>(std::min<double>(megabytes, referenceMb_) * scale);
+    const auto write = [&](const QRect& part, const QColor& colour) {
+        painter.setClipRect(part);
+        painter.setPen(colour);
+        painter.drawText(rect(), Qt::AlignCenter, words_);
+    };
+    write({0, 0, end, height()}, megabytes > referenceMb_ ? Qt::white : Qt::black);
+    write({end, 0, width() - end, height()}, palette().text().color());
 }
 
 }  // namespace vellmark

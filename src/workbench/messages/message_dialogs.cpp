@@ -20,6 +20,22 @@ constexpr int kTextNo = 1044;
 // Longer texts are broken where the widget sees fit.
 constexpr int kMostCharactersALine = 90;
 
+// A path without a blank is broken behind its slashes, or where it must be, by characters that
+// take no room.
+QString Breakable(const QString& text) {
+    constexpr QChar kBreak(0x200b);
+    QString broken;
+    int length = 0;
+    for (const QChar each : text) {
+        length = each.isSpace() ? 0 : length + 1;
+        broken += each;
+        if (length > kMostCharactersALine / 3 &&
+            (each == u'/' || length % kMostCharactersALine == 0))
+            broken += kBreak;
+    }
+    return broken;
+}
+
 }  // namespace
 
 MessageDialog::MessageDialog(const QString& text, QWidget* owner)
@@ -32,6 +48,7 @@ MessageDialog::MessageDialog(const QString& text, QWidget* owner)
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     const QFontMetrics metrics = label->fontMetrics();
     if (metrics.size(0, text).width() > metrics.averageCharWidth() * kMostCharactersALine) {
+        label->setText(Breakable(text));
         label->setWordWrap(true);
         label->setMinimumWidth(metrics.averageCharWidth() * kMostCharactersALine);
     }

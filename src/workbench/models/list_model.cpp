@@ -15,6 +15,11 @@ constexpr int kTextFolder = 1011;
 // Rows whose facts are kept, some screens full.
 constexpr std::size_t kMostPainted = 512;
 
+int AlignmentOf(int column) {
+    const bool isNumber = column == kColumnData || column == kColumnResource;
+    return int((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+}
+
 }  // namespace
 
 void ListModel::show(ItemSource* source) {
@@ -116,9 +121,7 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
             return index.column() == kColumnName ? QVariant(pictures_.icon(facts.picture))
                                                  : QVariant();
         case Qt::TextAlignmentRole:
-            return index.column() == kColumnData || index.column() == kColumnResource
-                       ? int(Qt::AlignRight | Qt::AlignVCenter)
-                       : int(Qt::AlignLeft | Qt::AlignVCenter);
+            return AlignmentOf(index.column());
         default:
             return {};
     }
@@ -137,6 +140,8 @@ QVariant ListModel::headerData(int section, Qt::Orientation orientation, int rol
         return {};
     if (role == Qt::DisplayRole)
         return Words(kTextFirstColumn + section, language_);
+    if (role == Qt::TextAlignmentRole)
+        return AlignmentOf(section);
     return {};
 }
 
