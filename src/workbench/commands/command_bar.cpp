@@ -1,5 +1,6 @@
 #include "workbench/commands/command_bar.hpp"
 
+#include <QActionGroup>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QSet>
@@ -108,6 +109,13 @@ CommandBar::CommandBar(QMainWindow& window, TVellmark& commands) : window_(windo
             bar->addAction(&action(name));
         window.addToolBar(bar);
         toolBars_.push_back(bar);
+    }
+    // One of each is chosen, and shown so.
+    for (const std::string_view name : {"Proj1", "Maff1", "Mod", "Langue1"}) {
+        auto* const choices = new QActionGroup(&window);
+        for (QAction* const each : menu(name).actions())
+            if (each->isCheckable())
+                choices->addAction(each);
     }
     // Without a menu of its own, for the key alone.
     window.addAction(&action("F5"));

@@ -1,6 +1,7 @@
 #include "workbench/dialogs/journal_dialog.hpp"
 
 #include <QFileDialog>
+#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -28,9 +29,12 @@ class JournalDialog final : public FormDialog {
         const Settings& settings = window.state().settings;
         path_ = addField("Fichier", kTextFile,
                          ToQString(journal().isOpen() ? journal().path() : settings.journal));
-        open_ = command("Ouvrir", kTextOpen, [this] { open(); });
-        close_ = command("Fermer", kTextClose, [this] { close(); });
-        empty_ = command("Vider", kTextEmpty, [this] { empty(); });
+        auto* const commands = new QWidget(this);
+        (new QHBoxLayout(commands))->setContentsMargins(0, 0, 0, 0);
+        addWide(commands);
+        open_ = command(*commands, "Ouvrir", kTextOpen, [this] { open(); });
+        close_ = command(*commands, "Fermer", kTextClose, [this] { close(); });
+        empty_ = command(*commands, "Vider", kTextEmpty, [this] { empty(); });
         addButton("MessFermer", words(kTextCloseDialog), Rejected);
         update();
     }
@@ -43,11 +47,12 @@ class JournalDialog final : public FormDialog {
   private:
     [[nodiscard]] Journal& journal() { return window_.state().journal; }
 
-    QPushButton* command(const char* name, int caption, std::function<void()> run) {
+    QPushButton* command(QWidget& commands, const char* name, int caption,
+                         std::function<void()> run) {
         auto* button = new QPushButton(words(caption), this);
         button->setObjectName(QLatin1String(name));
         button->setAutoDefault(false);
-        addWide(button);
+        commands.layout()->addWidget(button);
         connect(button, &QPushButton::clicked, this, std::move(run));
         return button;
     }

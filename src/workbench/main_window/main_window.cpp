@@ -5,7 +5,6 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
-#include <QLibraryInfo>
 #include <QSplitter>
 #include <QStandardPaths>
 #include <QStyledItemDelegate>
@@ -22,7 +21,6 @@
 #include "workbench/dialogs/file_choice.hpp"
 #include "workbench/dialogs/new_volume_dialog.hpp"
 #include "workbench/jobs/main_thread.hpp"
-#include "workbench/main_window/mode_look.hpp"
 #include "workbench/messages/words.hpp"
 
 namespace vellmark {
@@ -33,25 +31,18 @@ constexpr int kTextReally = 1124;
 
 // How often it is looked whether a dialog or a job has ended that somebody else waits for.
 constexpr int kIdleMs = 50;
-// Sizes stand at the right of their columns, and the dates behind them would touch them.
+
+// Cells of sizes.
 class NumberCells final : public QStyledItemDelegate {
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
   protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
-        constexpr QChar kWideBlank(0x2002);
         QStyledItemDelegate::initStyleOption(option, index);
-        option->text += kWideBlank;
+        option->text += kBehindNumbers;
     }
 };
-
-// A quarter of the one colour in the other.
-QColor Between(const QColor& quarter, const QColor& rest) {
-    const auto mix = [](int a, int b) { return (a + 3 * b) / 4; };
-    return {mix(quarter.red(), rest.red()), mix(quarter.green(), rest.green()),
-            mix(quarter.blue(), rest.blue())};
-}
 
 std::string DocumentFolder() {
     return ToPath(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)) + "/";
@@ -214,75 +205,6 @@ void TVellmark::connectList() {
             [this](const QModelIndex& index) { activated(index); });
 }
 
-bool TVellmark::isDark() const {
-    return palette().window().color().lightness() < 128;
-}
-
-void TVellmark::setLanguage(Language language) {
-    context_.language = language;
-    qApp->removeTranslator(&toolkitWords_);
-    // Without its file the toolkit's own words, as in the choice of a file, stay English.
-    if (language == Language::French &&
-        toolkitWords_.load(QStringLiteral("qtbase_fr"),
-                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        qApp->installTranslator(&toolkitWords_);
-    bar_->setLanguage(language);
-    listModel_.setLanguage(language);
-    jobPanel_->setLanguage(language);
-    tree_->setAccessibleName(ToQString(messages_.words(Sentence::kTreeName)));
-    list_->setAccessibleName(ToQString(messages_.words(Sentence::kListName)));
-    if (emptyHint_->isVisible())
-        showEmptyHint();
-    showLook();
-}
-
-void TVellmark::showLook() {
-    bar_->setDark(isDark());
-    pictures_.setDark(isDark());
-    const FileMode mode = documents().mode;
-    const QColor colour = ModeColour(mode, QApplication::palette(list_).color(QPalette::Base));
-    for (QWidget* const pane : {static_cast<QWidget*>(tree_), static_cast<QWidget*>(list_)}) {
-        QPalette tinted = pane->palette();
-        tinted.setColor(QPalette::Base, colour);
-        pane->setPalette(tinted);
-    }
-    gauge_->setBackground(colour);
-    gauge_->setVisible(mode != FileMode::Partition);
-    pictures_.setSet(mode == FileMode::Partition ? PictureSet::Hfs
-                     : mode == FileMode::IsoPlus ? PictureSet::Iso
-                                                 : static_cast<PictureSet>(documents().view));
-    bar_->setToolBarHidden(mode, isToolBarHidden_);
-    status_->setPanel(0, ModeWords(documents(), language()));
-    updateCommands();
-}
-
-// The side on which commands act has the colour of selections, the other a breath of it.
-void TVellmark::showSide() {
-    const bool isList = documents().listHasFocus;
-    for (QTreeView* const pane : {tree_, list_}) {
-        QPalette tinted = pane->palette();
-        const QPalette usual = QApplication::palette(pane);
-        const bool isActive = (pane == list_) == isList;
-        for (const auto group : {QPalette::Active, QPalette::Inactive}) {
-            tinted.setColor(group, QPalette::Highlight,
-                            isActive ? usual.color(group, QPalette::Highlight)
-                                     : Between(usual.color(group, QPalette::Highlight),
-                                               tinted.color(group, QPalette::Base)));
-            tinted.setColor(
-                group, QPalette::HighlightedText,
-                usual.color(group, isActive ? QPalette::HighlightedText : QPalette::Text));
-        }
-        if (tinted != pane->palette())
-            pane->setPalette(tinted);
-    }
-}
-
-void TVellmark::setToolBarHidden(bool isHidden) {
-    isToolBarHidden_ = isHidden;
-    bar_->setToolBarHidden(bar_->mode(), isHidden);
-    updateCommands();
-}
-
 // Another program is asked for it, so once a change will do.
 void TVellmark::followClipboard() {
     hasPaste_ = !ClipboardPaths().empty();
@@ -368,15 +290,6 @@ void TVellmark::jobChanged() {
         return;
     }
     updateCommands();
-}
-
-void TVellmark::changeEvent(QEvent* event) {
-    QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && bar_ && !jobs_.isExclusive())
-        showLook();
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        QMetaObject::invokeMethod(
-            this, [this] { lookForReplacement(); }, Qt::QueuedConnection);
 }
 
 }  // namespace vellmark

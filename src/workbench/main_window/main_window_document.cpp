@@ -1,7 +1,6 @@
 // What of the open document the window shows.
 #include <QApplication>
 #include <QHeaderView>
-#include <QLabel>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTreeView>
@@ -152,17 +151,6 @@ void TVellmark::listFolder() {
     listModel_.show(source_.get());
     showTotals();
     showEmptyHint();
-}
-
-void TVellmark::showEmptyHint() {
-    const ProjectDocument* const project = documents().projectOfMode();
-    const bool isNewProject =
-        project && source_ && source_->count() == 0 && currentFolder() == source_->root().number;
-    const bool takesFiles = documents().mode != FileMode::Partition;
-    emptyHint_->setText(ToQString(
-        messages_.words(takesFiles ? Sentence::kEmptyWindowHint : Sentence::kEmptyPartitionHint)));
-    emptyHint_->setVisible(!source_ || isNewProject);
-    list_->setAccessibleDescription(emptyHint_->isHidden() ? QString() : emptyHint_->text());
 }
 
 void TVellmark::showFolder(std::int32_t folder) {

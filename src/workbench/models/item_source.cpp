@@ -25,7 +25,7 @@ constexpr Kind kKinds[] = {
      " JPG JPEG PNG GIF TIF TIFF BMP PCT PICT PSD SVG WEBP "},
     {Picture::Sound, "AIFFAIFCsndsMidiMPG3Mp3 WAVE", " WAV AIF AIFF MP3 MID OGG FLAC M4A "},
     {Picture::Film, "MooVMPEGVfW ", " MOV MPG MPEG AVI MP4 MKV WEBM DAT "},
-    {Picture::Archive, "SITDSIT5SITxZIP PACTDDSKrohddImg",
+    {Picture::Archive, "SITDSIT!SIT5SITxZIP PACTDDSKrohddImg",
      " ZIP SIT SEA HQX BIN GZ TAR TGZ BZ2 XZ 7Z RAR DMG ISO IMG "},
     {Picture::Program, "APPLappeINITcdevDRVRFNDRdfil", " EXE COM BAT DLL APP "},
 };

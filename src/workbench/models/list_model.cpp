@@ -15,9 +15,12 @@ constexpr int kTextFolder = 1011;
 // Rows whose facts are kept, some screens full.
 constexpr std::size_t kMostPainted = 512;
 
+bool IsOfNumbers(int column) {
+    return column == kColumnData || column == kColumnResource;
+}
+
 int AlignmentOf(int column) {
-    const bool isNumber = column == kColumnData || column == kColumnResource;
-    return int((isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+    return int((IsOfNumbers(column) ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
 }
 
 }  // namespace
@@ -139,7 +142,8 @@ QVariant ListModel::headerData(int section, Qt::Orientation orientation, int rol
     if (orientation != Qt::Horizontal || section >= kColumnCount)
         return {};
     if (role == Qt::DisplayRole)
-        return Words(kTextFirstColumn + section, language_);
+        return Words(kTextFirstColumn + section, language_) +
+               (IsOfNumbers(section) ? QString(kBehindNumbers) : QString());
     if (role == Qt::TextAlignmentRole)
         return AlignmentOf(section);
     return {};

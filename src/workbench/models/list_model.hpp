@@ -13,6 +13,9 @@ class QMimeData;
 
 namespace vellmark {
 
+/// Sizes stand at the right of their columns; without a blank the next column would touch them.
+inline constexpr QChar kBehindNumbers(0x2002);
+
 class ListModel final : public QAbstractTableModel {
   public:
     using Rename = std::function<void(std::size_t row, const QString& name)>;
