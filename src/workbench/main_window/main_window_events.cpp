@@ -45,11 +45,16 @@ int UsualWidth(const QTreeView& list, int column) {
     return std::max(InFont(list, kDefaultColumnWidths[static_cast<std::size_t>(column)]), needed);
 }
 
+// Room for names of folders that are not long.
+int UsualTreeWidth(const QTreeView& list) {
+    return InFont(list, WindowPlace().treeWidth) * 3 / 2;
+}
+
 // The window of a first start shows all columns where the screen has room for them.
 WindowPlace UsualPlace(const QTreeView& list, const QSize& screen) {
     WindowPlace place;
     const WindowPlace usual;
-    place.treeWidth = InFont(list, usual.treeWidth) * 3 / 2;
+    place.treeWidth = UsualTreeWidth(list);
     place.width = place.treeWidth + list.verticalScrollBar()->sizeHint().width() * 2;
     for (int column = 0; column < kColumnCount; ++column)
         place.width += UsualWidth(list, column);
@@ -64,7 +69,9 @@ WindowPlace UsualPlace(const QTreeView& list, const QSize& screen) {
 void TVellmark::restorePlace() {
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     const WindowPlace& kept = state().settings.window;
-    const WindowPlace place = kept == WindowPlace() ? UsualPlace(*list_, screen.size()) : kept;
+    WindowPlace place = kept == WindowPlace() ? UsualPlace(*list_, screen.size()) : kept;
+    if (place.treeWidth == WindowPlace().treeWidth)
+        place.treeWidth = UsualTreeWidth(*list_);
     resize(place.width, place.height);
     if (screen.contains(QPoint(place.left, place.top)))
         move(place.left, place.top);
@@ -87,10 +94,12 @@ void TVellmark::keepPlace() {
     // A tree that was pushed aside is one to be pulled out again, and not one without a handle.
     if (treeWidth == 0 && !panes_->widget(0)->isHidden())
         treeWidth = settings.window.treeWidth;
+    // What nobody changed follows the font.
+    if (treeWidth == UsualTreeWidth(*list_))
+        treeWidth = WindowPlace().treeWidth;
     settings.window = {corner.x(), corner.y(), place.width(), place.height(), treeWidth};
     for (int column = 0; column < kColumnCount; ++column) {
         const int width = list_->isColumnHidden(column) ? 0 : list_->columnWidth(column);
-        // What nobody changed follows the font.
         settings.columns[static_cast<std::size_t>(column)] =
             width == UsualWidth(*list_, column)
                 ? kDefaultColumnWidths[static_cast<std::size_t>(column)]

@@ -20,20 +20,21 @@ constexpr int kTextNo = 1044;
 // Longer texts are broken where the widget sees fit.
 constexpr int kMostCharactersALine = 90;
 
-// A path without a blank is broken behind its slashes, or where it must be, by characters that
-// take no room.
-QString Breakable(const QString& text) {
+// A path without a blank can be longer than a line: it is broken behind its slashes, by characters
+// that take no room.
+QString Breakable(QString text) {
     constexpr QChar kBreak(0x200b);
-    QString broken;
-    int length = 0;
-    for (const QChar each : text) {
-        length = each.isSpace() ? 0 : length + 1;
-        broken += each;
-        if (length > kMostCharactersALine / 3 &&
-            (each == u'/' || length % kMostCharactersALine == 0))
-            broken += kBreak;
+    qsizetype start = 0;
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        if (text[at].isSpace())
+            start = at + 1;
+        if (at - start + 1 < kMostCharactersALine)
+            continue;
+        const qsizetype slash = text.lastIndexOf(u'/', at);
+        start = slash > start ? slash + 1 : at + 1;
+        text.insert(start, kBreak);
     }
-    return broken;
+    return text;
 }
 
 }  // namespace
