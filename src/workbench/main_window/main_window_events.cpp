@@ -33,7 +33,7 @@ int InFont(const QWidget& widget, int width) {
 // Of a column whose width nobody chose: no size and no date is cut.
 int UsualWidth(const QTreeView& list, int column) {
     constexpr const char* kLongest[kColumnCount] = {"",
-                                                    "A film of QuickTime",
+                                                    "A sequence of QuickTime",
                                                     "1,023.9 MB --",
                                                     "1,023.9 MB --",
                                                     "00/00/0000  00:00",

@@ -16,8 +16,7 @@ struct Tint {
     int red, green, blue;  ///< added to a dark colour
 };
 // By mode.
-constexpr Tint kTints[] = {
-    {0xfffefcf6, 14, 10, 0}, {0xfff4fef4, 2, 14, 4}, {0xfff4feff, 2, 10, 14}};
+constexpr Tint kTints[] = {{0xfffefcf6, 9, 6, 1}, {0xfff4fef4, 1, 9, 3}, {0xfff4feff, 1, 7, 10}};
 
 }  // namespace
 
