@@ -97,6 +97,7 @@ class TRechFich final : public FormDialog {
         name_ = addPage(kTextByName, "RechNom", 0);
         signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);
         addWide(pages_);
+        pages_->setAccessibleName(words(kTextLocate));
         // Both pages can be seen at once.
         pages_->setMinimumWidth(pages_->tabBar()->sizeHint().width() + fontMetrics().height());
         search_ = addButton("Rechercher", words(kTextSearch), Accepted);

@@ -71,6 +71,10 @@ void MessageDialog::addRememberBox(Language language) {
     remember_ = new QCheckBox(Words(kTextRemember, language), this);
     remember_->setObjectName(QStringLiteral("Toujours"));
     column_->insertWidget(1, remember_);
+    // It stands above the buttons, and they have the first key.
+    QAbstractButton* const first = buttons_->buttons().constFirst();
+    setTabOrder(remember_, first);
+    first->setFocus();
 }
 
 TMessOK::TMessOK(const QString& text, Language language, int interval, QWidget* owner)
