@@ -21,7 +21,7 @@ constexpr std::size_t kMostKept = 128;
 constexpr std::uint64_t kMostKeptBytes = std::uint64_t{64} << 20;
 
 Reason ProblemOfCompanion(const std::string& path) {
-    const std::string companion = SidecarPath(path);
+    const std::string companion = CompanionPath(path);
     if (PcFactsOf(companion).kind == PcKind::File)
         return {};
     return Reason(Sentence::kCompanionGone, Printable(companion.substr(companion.rfind('/') + 1)));

@@ -17,7 +17,7 @@ constexpr MacSeconds kDateUnknown = 0x80000000;
 /// Greatest offset or length that an entry holds.
 constexpr std::uint64_t kMostOffset = std::numeric_limits<std::uint32_t>::max();
 
-/// In this order. The data fork stands last, so that a sidecar has the first three.
+/// In this order. The data fork stands last, so that a companion has the first three.
 constexpr std::array<AppleEntryId, 4> kWrittenEntries = {
     AppleEntryId::FileDates, AppleEntryId::FinderInfo, AppleEntryId::ResourceFork,
     AppleEntryId::DataFork};
@@ -115,7 +115,7 @@ MacContainer ReadAppleFile(ByteSource& file, std::uint32_t magic) {
     const bool withData = magic == kAppleSingleMagic;
     const EntryTable table = ReadEntryTable(file);
     container.fault = FaultOf(file, table, withData);
-    // A sidecar is of use without anything in it: the data fork lies elsewhere.
+    // A companion is of use without anything in it: the data fork lies elsewhere.
     container.usable = container.fault != ContainerFault::HeaderCut || !withData;
     if (container.fault == ContainerFault::HeaderCut)
         return container;
@@ -130,7 +130,7 @@ MacContainer ReadAppleFile(ByteSource& file, std::uint32_t magic) {
     return container;
 }
 
-/// Header, dates, Finder information and resource fork; `data` is null in a sidecar.
+/// Header, dates, Finder information and resource fork; `data` is null in a companion.
 ContainerFault WriteAppleFile(ByteSink& target, const MacFileInfo& info, ByteSource* data,
                               ByteSource& resource) {
     const std::size_t entryCount = data != nullptr ? 4 : 3;
@@ -175,27 +175,27 @@ bool IsAppleDoubleFile(ByteSource& file) {
     return HasMagic(file, kAppleDoubleMagic);
 }
 
-std::string SidecarPath(std::string_view path) {
+std::string CompanionPath(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     const std::size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
     return std::string(path.substr(0, nameStart)) + "._" + std::string(path.substr(nameStart));
 }
 
 bool IsAppleDoublePair(std::string_view path) {
-    const std::string sidecarPath = SidecarPath(path);
+    const std::string companionPath = CompanionPath(path);
     // One that is a pipe would be waited for.
-    if (PcFactsOf(sidecarPath).kind != PcKind::File)
+    if (PcFactsOf(companionPath).kind != PcKind::File)
         return false;
-    PcFile sidecar(sidecarPath, PcFile::Mode::Read);
-    return sidecar.isOpen() && IsAppleDoubleFile(sidecar);
+    PcFile companion(companionPath, PcFile::Mode::Read);
+    return companion.isOpen() && IsAppleDoubleFile(companion);
 }
 
 MacContainer ReadSingleForks(ByteSource& file) {
     return ReadAppleFile(file, kAppleSingleMagic);
 }
 
-MacContainer ReadDoubleResource(ByteSource& sidecar) {
-    return ReadAppleFile(sidecar, kAppleDoubleMagic);
+MacContainer ReadDoubleResource(ByteSource& companion) {
+    return ReadAppleFile(companion, kAppleDoubleMagic);
 }
 
 ContainerFault WriteAppleSingle(ByteSink& target, const MacFileInfo& info, ByteSource& data,
@@ -203,9 +203,9 @@ ContainerFault WriteAppleSingle(ByteSink& target, const MacFileInfo& info, ByteS
     return WriteAppleFile(target, info, &data, resource);
 }
 
-ContainerFault WriteAppleDouble(ByteSink& target, ByteSink& sidecar, const MacFileInfo& info,
+ContainerFault WriteAppleDouble(ByteSink& target, ByteSink& companion, const MacFileInfo& info,
                                 ByteSource& data, ByteSource& resource) {
-    const ContainerFault fault = WriteAppleFile(sidecar, info, nullptr, resource);
+    const ContainerFault fault = WriteAppleFile(companion, info, nullptr, resource);
     return fault != ContainerFault::None ? fault : CopyFork(data, target, 0);
 }
 

@@ -1,5 +1,5 @@
 // AppleSingle and AppleDouble (RFC 1740; big-endian): a Macintosh file as one PC file, or as the PC
-// file of its data fork with a sidecar `._NAME` beside it for all the rest.
+// file of its data fork with a companion `._NAME` beside it for all the rest.
 //
 // One peculiarity is kept on purpose: the dates are written as the volume has them, in seconds
 // since 1904, where the published format counts from 2000. Nothing here reads them.
@@ -51,12 +51,12 @@ static_assert(sizeof(AppleFileDates) == 16);
 
 /// The file begins with the magic of AppleSingle.
 [[nodiscard]] bool IsAppleSingleFile(ByteSource& file);
-/// The file begins with the magic of AppleDouble: it is a sidecar, if it has a sidecar's name.
+/// The file begins with the magic of AppleDouble: it is a companion, if it has a companion's name.
 [[nodiscard]] bool IsAppleDoubleFile(ByteSource& file);
 
-/// The path of the sidecar: `._` before the last name of the path.
-[[nodiscard]] std::string SidecarPath(std::string_view path);
-/// The path has a sidecar, a plain file, that begins with the magic of AppleDouble.
+/// The path of the companion: `._` before the last name of the path.
+[[nodiscard]] std::string CompanionPath(std::string_view path);
+/// The path has a companion, a plain file, that begins with the magic of AppleDouble.
 [[nodiscard]] bool IsAppleDoublePair(std::string_view path);
 
 /// The forks and the Finder information of an AppleSingle file. A fork without an entry is empty;
@@ -64,18 +64,18 @@ static_assert(sizeof(AppleFileDates) == 16);
 /// `EntryOverlapsHeader`, `DataForkCut`, `ResourceForkCut`, `FinderInfoCut`; all but the first two
 /// leave it usable.
 [[nodiscard]] MacContainer ReadSingleForks(ByteSource& file);
-/// The same of a sidecar; its data fork is the other file, and an entry for it is not looked at.
+/// The same of a companion; its data fork is the other file, and an entry for it is not looked at.
 /// One whose table is cut short is usable too, with nothing in it.
-[[nodiscard]] MacContainer ReadDoubleResource(ByteSource& sidecar);
+[[nodiscard]] MacContainer ReadDoubleResource(ByteSource& companion);
 
 /// Writes an AppleSingle file whole: 74 bytes of header, dates, Finder information, resource fork,
 /// data fork. Name and lengths of `info` are not looked at. Faults: `ForkTooLong`, `SourceFailed`,
 /// `TargetFailed`.
 [[nodiscard]] ContainerFault WriteAppleSingle(ByteSink& target, const MacFileInfo& info,
                                               ByteSource& data, ByteSource& resource);
-/// Writes the sidecar (62 bytes of header, dates, Finder information, resource fork), then the data
-/// fork to `target`. The same faults.
-[[nodiscard]] ContainerFault WriteAppleDouble(ByteSink& target, ByteSink& sidecar,
+/// Writes the companion (62 bytes of header, dates, Finder information, resource fork), then the
+/// data fork to `target`. The same faults.
+[[nodiscard]] ContainerFault WriteAppleDouble(ByteSink& target, ByteSink& companion,
                                               const MacFileInfo& info, ByteSource& data,
                                               ByteSource& resource);
 

@@ -96,7 +96,7 @@ void TakeDamaged(SourceCoding& found, ForkCoding coding, ContainerFault fault,
 }
 
 void LookForCompanion(SourceCoding& found, const std::string& path, std::uint32_t dataSize) {
-    const std::string companionPath = SidecarPath(path);
+    const std::string companionPath = CompanionPath(path);
     // A companion that is a pipe would be waited for.
     if (PcFactsOf(companionPath).kind != PcKind::File)
         return;

@@ -102,21 +102,21 @@ PcWriting WriteSingle(const PcTarget& target, const FillTarget& fill) {
 
 PcWriting WritePair(const PcTarget& target, const FillTarget& fill) {
     TargetFile out(target.path, {}, TargetFile::Sweep::No);
-    TargetFile beside(target.sidecar, {}, TargetFile::Sweep::No);
+    TargetFile beside(target.companion, {}, TargetFile::Sweep::No);
     if (!out.file().isOpen())
         return Unwritable(target.path, out.file().error());
     if (!beside.file().isOpen())
-        return Unwritable(target.sidecar, beside.file().error());
+        return Unwritable(target.companion, beside.file().error());
     Reason problem = fill(out.file(), &beside.file());
     if (out.file().error() != 0)
         return Unwritable(target.path, out.file().error());
     if (beside.file().error() != 0)
-        return Unwritable(target.sidecar, beside.file().error());
+        return Unwritable(target.companion, beside.file().error());
     if (problem)
         return {std::move(problem), 0};
-    KeptFile older(target.sidecar);
+    KeptFile older(target.companion);
     if (const int error = beside.publish(target.replace, false); error != 0)
-        return Unwritable(target.sidecar, error);
+        return Unwritable(target.companion, error);
     if (const int error = out.publish(target.replace, false); error != 0) {
         older.restore();
         return Unwritable(target.path, error);
@@ -142,11 +142,11 @@ std::string SafePcName(std::string name) {
 
 PcWriting WritePcTarget(const PcTarget& target, const FillTarget& fill) {
     PcWriting writing =
-        target.sidecar.empty() ? WriteSingle(target, fill) : WritePair(target, fill);
+        target.companion.empty() ? WriteSingle(target, fill) : WritePair(target, fill);
     if (!writing.problem)
         SetDate(target.path, target.modified);
-    if (!writing.problem && !target.sidecar.empty())
-        SetDate(target.sidecar, target.modified);
+    if (!writing.problem && !target.companion.empty())
+        SetDate(target.companion, target.modified);
     return writing;
 }
 
@@ -231,8 +231,8 @@ PcWriting PcTargets::write(const PcTarget& target, const FillTarget& fill) {
     else if (const int error = target.replace ? FlushFolder(FolderOf(target.path)) : 0; error != 0)
         return Unwritable(target.path, error);
     brought().add(target.path);
-    if (!target.sidecar.empty())
-        brought().add(target.sidecar);
+    if (!target.companion.empty())
+        brought().add(target.companion);
     return writing;
 }
 

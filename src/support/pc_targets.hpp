@@ -23,10 +23,10 @@ namespace vellmark {
 /// U+F01F, which a Macintosh name is made of again. A byte outside UTF-8 stays.
 [[nodiscard]] std::string SafePcName(std::string name);
 
-/// A file to be written; with a sidecar both appear or neither.
+/// A file to be written; with a companion both appear or neither.
 struct PcTarget {
     std::string path;
-    std::string sidecar;  ///< path of a second file; empty for none
+    std::string companion;  ///< path of a second file; empty for none
     bool replace = false;
     std::optional<UnixSeconds> modified;  ///< of the original
 };
@@ -39,7 +39,7 @@ struct PcWriting {
 
 /// Writes the bytes of a target; a reason when they cannot be had. A failed transfer to one of the
 /// files needs none.
-using FillTarget = std::function<Reason(PcFile& file, PcFile* sidecar)>;
+using FillTarget = std::function<Reason(PcFile& file, PcFile* companion)>;
 
 /// Writes a target under temporary names and publishes it. Whatever fails before, older files of
 /// its names stay as they were.

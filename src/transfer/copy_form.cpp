@@ -80,7 +80,7 @@ Result<OpenForks> OpenFormForks(VolumeContext& volume, const CatalogItem& file, 
 }
 
 ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& data,
-                         ByteSource& resource, ByteSink& target, ByteSink* sidecar) {
+                         ByteSource& resource, ByteSink& target, ByteSink* companion) {
     switch (mode) {
         case CopyMode::ResourceFork:
             return CopyFork(resource, target, 0);
@@ -89,8 +89,8 @@ ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& dat
         case CopyMode::AppleSingle:
             return WriteAppleSingle(target, info, data, resource);
         case CopyMode::AppleDouble:
-            if (sidecar != nullptr)
-                return WriteAppleDouble(target, *sidecar, info, data, resource);
+            if (companion != nullptr)
+                return WriteAppleDouble(target, *companion, info, data, resource);
             break;
         case CopyMode::DataFork:
             break;

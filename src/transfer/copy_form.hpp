@@ -16,7 +16,7 @@ enum class CopyMode : std::uint32_t {
     DataFork = 1,
     ResourceFork = 2,
     MacBinary = 4,
-    AppleDouble = 8,  ///< the data fork, and a sidecar with all the rest
+    AppleDouble = 8,  ///< the data fork, and a companion with all the rest
     AppleSingle = 32,
 };
 
@@ -40,9 +40,9 @@ struct OpenForks {
 [[nodiscard]] Result<OpenForks> OpenFormForks(VolumeContext& volume, const CatalogItem& file,
                                               CopyMode mode);
 
-/// Writes a form from its start to its end without gaps. `sidecar` is for `AppleDouble` only.
+/// Writes a form from its start to its end without gaps. `companion` is for `AppleDouble` only.
 [[nodiscard]] ContainerFault WriteForm(CopyMode mode, const MacFileInfo& info, ByteSource& data,
-                                       ByteSource& resource, ByteSink& target, ByteSink* sidecar);
+                                       ByteSource& resource, ByteSink& target, ByteSink* companion);
 
 /// Why a form cannot be written; none when the target is at fault.
 [[nodiscard]] Reason FormProblem(ContainerFault fault);

@@ -19,7 +19,7 @@ constexpr int kTextExistsAborting = 1121;
 constexpr int kTextCopyOf = 1123;
 constexpr int kTextReplace = 1161;
 
-constexpr std::string_view kSidecarPrefix = "._";
+constexpr std::string_view kCompanionPrefix = "._";
 
 std::string Shown(const std::string& path) {
     return path.empty() ? "/" : Printable(path);
@@ -36,8 +36,8 @@ void TellDamage(CopyOut& batch, const Reason& problem) {
     batch.messages.showMessage(problem);
 }
 
-std::string SidecarOf(const CopyOut& batch, const std::string& target) {
-    return batch.options.mode == CopyMode::AppleDouble ? SidecarPath(target) : std::string{};
+std::string CompanionOf(const CopyOut& batch, const std::string& target) {
+    return batch.options.mode == CopyMode::AppleDouble ? CompanionPath(target) : std::string{};
 }
 
 // The text that says that the fork which the mode asks for is empty; 0 when there is something to
@@ -79,10 +79,11 @@ std::optional<CopyOutResult> RefuseExisting(CopyOut& batch, const std::string& p
     return CopyOutResult::LeftOut;
 }
 
-// Nothing when both files can be written, or the one where there is no sidecar.
+// Nothing when both files can be written, or the one where there is no companion.
 std::optional<CopyOutResult> RefuseTargets(CopyOut& batch, const std::string& path,
-                                           const std::string& target, const std::string& sidecar) {
-    for (const std::string& made : {target, sidecar})
+                                           const std::string& target,
+                                           const std::string& companion) {
+    for (const std::string& made : {target, companion})
         if (const Reason refusal = batch.targets.refusalOf(made); !made.empty() && refusal)
             return LeaveOut(batch, path, refusal);
     if (batch.options.existing == ExistingFiles::Replace)
@@ -90,7 +91,7 @@ std::optional<CopyOutResult> RefuseTargets(CopyOut& batch, const std::string& pa
     // A pair is one item, about which nobody is asked twice.
     if (PcTargets::exists(target))
         return RefuseExisting(batch, path, target);
-    return PcTargets::exists(sidecar) ? RefuseExisting(batch, path, sidecar) : std::nullopt;
+    return PcTargets::exists(companion) ? RefuseExisting(batch, path, companion) : std::nullopt;
 }
 
 // The bytes of one file: its forks, watched, and its facts.
@@ -102,8 +103,8 @@ class Form {
           data_(*forks.data, batch.progress),
           resource_(*forks.resource, batch.progress) {}
 
-    [[nodiscard]] ContainerFault write(ByteSink& target, ByteSink* sidecar) {
-        return WriteForm(mode_, info_, data_, resource_, target, sidecar);
+    [[nodiscard]] ContainerFault write(ByteSink& target, ByteSink* companion) {
+        return WriteForm(mode_, info_, data_, resource_, target, companion);
     }
     [[nodiscard]] bool stopped() const { return data_.stopped() || resource_.stopped(); }
     [[nodiscard]] std::uint64_t sizeBytes() const { return data_.size() + resource_.size(); }
@@ -139,10 +140,10 @@ CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::stri
     batch.progress.text(
         batch.messages.words(Reason::Told(kTextCopyOf, Shown(path), Printable(target))));
     batch.progress.fileStart(Shown(path), form.sizeBytes(), 0);
-    const std::string sidecar = SidecarOf(batch, target);
+    const std::string companion = CompanionOf(batch, target);
     // What is not to be replaced was refused before, and what came in between stays.
-    const bool replaces = PcTargets::exists(target) || PcTargets::exists(sidecar);
-    const PcTarget pcTarget{target, sidecar, replaces, GivenDate(file.modified)};
+    const bool replaces = PcTargets::exists(target) || PcTargets::exists(companion);
+    const PcTarget pcTarget{target, companion, replaces, GivenDate(file.modified)};
     const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
         return FormProblem(form.write(out, beside));
     });
@@ -205,12 +206,12 @@ CopyOutResult FolderCopier::copyChild(const CatalogItem& item, const std::string
     const std::optional<std::string> name = PcNameOf(batch_, item, path);
     if (!name)
         return CopyOutResult::BatchEnds;
-    const bool hasSidecar = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
+    const bool hasCompanion = !item.isFolder && batch_.options.mode == CopyMode::AppleDouble;
     if (!batch_.targets.claimName(*name))
         return LeaveOut(batch_, path, Sentence::kSameNameOnPc);
-    if (const std::string sidecar = std::string(kSidecarPrefix) + *name;
-        hasSidecar && !batch_.targets.claimName(sidecar))
-        return LeaveOut(batch_, path, Reason(Sentence::kSecondFileTaken, Printable(sidecar)));
+    if (const std::string companion = std::string(kCompanionPrefix) + *name;
+        hasCompanion && !batch_.targets.claimName(companion))
+        return LeaveOut(batch_, path, Reason(Sentence::kSecondFileTaken, Printable(companion)));
     const std::string target = batch_.targets.folder() + "/" + *name;
     return item.isFolder ? copyFolder(item, path, target, level + 1)
                          : CopyFileOut(batch_, item, path, target);
@@ -242,7 +243,7 @@ std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
     // The second file of a pair has a longer name.
     const std::size_t mostBytes =
         kMostPcNameBytes -
-        (batch.options.mode == CopyMode::AppleDouble ? kSidecarPrefix.size() : 0);
+        (batch.options.mode == CopyMode::AppleDouble ? kCompanionPrefix.size() : 0);
     std::string name =
         PcTargetName(item.name, item.signature, batch.options.naming, batch.signatures);
     if (batch.options.naming.policy == NamingPolicy::Ask) {
@@ -258,8 +259,8 @@ std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
 
 CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::string& path,
                           const std::string& target) {
-    const std::string sidecar = item.isFolder ? std::string{} : SidecarOf(batch, target);
-    for (const std::string& made : {target, sidecar})
+    const std::string companion = item.isFolder ? std::string{} : CompanionOf(batch, target);
+    for (const std::string& made : {target, companion})
         if (!made.empty() && !batch.targets.claim(made))
             return LeaveOut(batch, path, Reason(Sentence::kJustWritten, Printable(made)));
     return item.isFolder ? CopyFolderOut(batch, item, path, target)
@@ -274,7 +275,7 @@ CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::st
         TellCompressed(batch, item, path);
         return CopyOutResult::LeftOut;
     }
-    if (const auto refused = RefuseTargets(batch, path, target, SidecarOf(batch, target)))
+    if (const auto refused = RefuseTargets(batch, path, target, CompanionOf(batch, target)))
         return *refused;
     const Result<OpenForks> forks = OpenFormForks(batch.volume, item, batch.options.mode);
     return forks ? WriteFile(batch, item, path, target, *forks)

@@ -128,13 +128,13 @@ Reason ImportSource::openStreams(const std::string& path) {
 }
 
 Reason ImportSource::openDouble(const std::string& path) {
-    const std::string sidecar = SidecarPath(path);
-    beside_ = PcFile(sidecar, PcFile::Mode::Read);
+    const std::string companion = CompanionPath(path);
+    beside_ = PcFile(companion, PcFile::Mode::Read);
     Reason problem = beside_.isOpen() ? take(ReadDoubleResource(beside_)) : Reason();
     if (beside_.error() != 0)
         problem = Unreadable(beside_.error());
     data_ = &file_;
-    const std::string name = Printable(sidecar.substr(sidecar.rfind('/') + 1));
+    const std::string name = Printable(companion.substr(companion.rfind('/') + 1));
     for (Reason* reason : {&problem, &damage_})
         if (*reason)
             *reason = Reason(Sentence::kInItsCompanion, name, std::move(*reason));

@@ -40,9 +40,9 @@ TEST(AppleSingle, WrittenByteForByte) {
         const Bytes tail = Be(0xC0000001C0000002, 8) + Be(onHfs ? 0x80000000 : 0xC0000009, 4) +
                            Be(0xC0000003, 4) + BytesOf("TEXTR*ch") + Be(0x2040000100020003, 8) +
                            Bytes(16, 0xE1) + Pattern(300, 5);
-        MemoryBytes data(Pattern(70)), resource(Pattern(300, 5)), target, sidecar;
-        ASSERT_EQ(WriteAppleDouble(target, sidecar, info, data, resource), ContainerFault::None);
-        EXPECT_EQ(sidecar.bytes(),
+        MemoryBytes data(Pattern(70)), resource(Pattern(300, 5)), target, companion;
+        ASSERT_EQ(WriteAppleDouble(target, companion, info, data, resource), ContainerFault::None);
+        EXPECT_EQ(companion.bytes(),
                   Header(0x00051607, {{8, 62, 16}, {9, 78, 32}, {2, 110, 300}}) + tail);
         EXPECT_EQ(target.bytes(), Pattern(70));
         ASSERT_EQ(WriteAppleSingle(target, info, data, resource), ContainerFault::None);
@@ -102,7 +102,7 @@ TEST(AppleSingle, EntriesThatLieAreNamed) {
         EXPECT_EQ(Contents(container.data).size(), c.dataSize) << c.lie;
         EXPECT_EQ(Contents(container.resource).size(), c.resourceSize) << c.lie;
     }
-    // More entries than the file has room for. A sidecar so damaged does not keep the data fork
+    // More entries than the file has room for. A companion so damaged does not keep the data fork
     // beside it from being of use.
     Bytes many = Header(kAppleSingleMagic, {{2, 38, 2}}) + Bytes{1, 2};
     many[24] = many[25] = 0xFF;
@@ -110,9 +110,9 @@ TEST(AppleSingle, EntriesThatLieAreNamed) {
     EXPECT_EQ(ReadSingleForks(file).fault, ContainerFault::HeaderCut);
     EXPECT_FALSE(ReadSingleForks(file).usable);
     many[3] = 7;
-    MemoryBytes sidecar(many);
-    EXPECT_EQ(ReadDoubleResource(sidecar).fault, ContainerFault::HeaderCut);
-    EXPECT_TRUE(ReadDoubleResource(sidecar).usable);
+    MemoryBytes companion(many);
+    EXPECT_EQ(ReadDoubleResource(companion).fault, ContainerFault::HeaderCut);
+    EXPECT_TRUE(ReadDoubleResource(companion).usable);
 }
 
 // A fork of more than 32 bits, and one whose data fork would begin behind them.

@@ -45,7 +45,7 @@ const Codec kCodecs[] = {
          return WriteAppleSingle(to, kInfo, data, resource);
      },
      IsAppleSingleFile, [](ByteSource& file, MemoryBytes&) { return ReadSingleForks(file); }},
-    {"sidecar of AppleDouble",
+    {"companion of AppleDouble",
      [](ByteSink& to, ByteSource& data, ByteSource& resource) {
          MemoryBytes dataTarget;
          return WriteAppleDouble(dataTarget, to, kInfo, data, resource);

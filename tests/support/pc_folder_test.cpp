@@ -130,22 +130,22 @@ TEST(PcTargets, OneRunReplacesNothingThatItBroughtAndFollowsNoLinks) {
 
 // A pair of files whose second one cannot get its name leaves the first as it was.
 TEST(WritePcTarget, APairAppearsAsAWholeOrNotAtAll) {
-    const FillTarget fill = [](PcFile& file, PcFile* sidecar) {
-        const bool isDone = file.setSize(1) && sidecar->setSize(1);
+    const FillTarget fill = [](PcFile& file, PcFile* companion) {
+        const bool isDone = file.setSize(1) && companion->setSize(1);
         return isDone ? Reason() : Reason::Plain("not written");
     };
     for (const bool isOlderThere : {true, false}) {
         const TemporaryFolder folder;
         const PcTarget target{folder.path() + "/a", folder.path() + "/._a", true, 1'000'000'000};
         if (isOlderThere)
-            std::ofstream(target.sidecar) << "older";
+            std::ofstream(target.companion) << "older";
         fs::create_directories(target.path + "/in the way");
         EXPECT_NE(WritePcTarget(target, fill).error, 0);
-        EXPECT_EQ(PcTargets::exists(target.sidecar), isOlderThere);
-        EXPECT_TRUE(!isOlderThere || fs::file_size(target.sidecar) == 5);
+        EXPECT_EQ(PcTargets::exists(target.companion), isOlderThere);
+        EXPECT_TRUE(!isOlderThere || fs::file_size(target.companion) == 5);
         fs::remove_all(target.path);
         EXPECT_FALSE(WritePcTarget(target, fill).problem);
-        EXPECT_EQ(fs::file_size(target.path) + fs::file_size(target.sidecar), 2u);
+        EXPECT_EQ(fs::file_size(target.path) + fs::file_size(target.companion), 2u);
         const fs::directory_iterator left(folder.path());
         EXPECT_EQ(std::distance(begin(left), end(left)), 2) << "no temporary file stays";
     }

@@ -111,12 +111,12 @@ TEST_P(CopyOutTest, EachFormHoldsWhatItsFormatSays) {
     const Bytes dates = Be(kCreated, 4) + Be(kModified, 4) +
                         Be(isHfsPlus_ ? 0xB0000004 : 0x80000000, 4) + Be(kBackedUp, 4);
     const Bytes single = AppleFileOf(true, {{8, dates}, {9, kFinder}, {2, resource}, {1, data}});
-    const Bytes sidecar = AppleFileOf(false, {{8, dates}, {9, kFinder}, {2, resource}});
+    const Bytes companion = AppleFileOf(false, {{8, dates}, {9, kFinder}, {2, resource}});
     const struct {
         std::uint32_t word;  // as settings keep the mode
         Files made;
     } cases[] = {{1, {{"Note", data}}},         {256 + 2, {{"Note", resource}}},
-                 {512 + 4, {{"Note", binary}}}, {8, {{"Note", data}, {"._Note", sidecar}}},
+                 {512 + 4, {{"Note", binary}}}, {8, {{"Note", data}, {"._Note", companion}}},
                  {32, {{"Note", single}}},      {2 + 4, {{"Note", data}}}};
     for (const auto& c : cases) {
         clear();
@@ -156,7 +156,7 @@ TEST_P(CopyOutTest, AFolderComesWithItsTreeItsNamesAndItsDate) {
     EXPECT_TRUE(made() == expected);
     EXPECT_TRUE(foundDamage_) << "the folder in itself";
     EXPECT_EQ(PcFactsOf(pc("f")).modified, modified_);
-    // The name of a sidecar is given away only once, and a damaged fork is left out alone.
+    // The name of a companion is given away only once, and a damaged fork is left out alone.
     clear();
     change("f/p.", isHfsPlus_ ? 88 : 26, Be(1'000'000, isHfsPlus_ ? 8 : 4));  // in its one block
     EXPECT_EQ(get(CopyMode::AppleDouble), CopyOutResult::Done);
