@@ -282,9 +282,11 @@ void TVellmark::jobChanged() {
     jobPanel_->follow();
     if (jobs_.isExclusive()) {
         isTaken_ = true;
+        QApplication::setOverrideCursor(Qt::BusyCursor);
         treeModel_.freeze(true);
         listModel_.freeze(true);
     } else if (std::exchange(isTaken_, false)) {
+        QApplication::restoreOverrideCursor();
         // What the rows stood for may be gone: nothing looks at them before they are new.
         showDocument();
         return;

@@ -9,7 +9,7 @@
 
 #include "session/signature_file.hpp"
 #include "support/sentences.hpp"
-#include "volume/read_only.hpp"
+#include "workbench/commands/handlers.hpp"
 #include "workbench/main_window/main_window.hpp"
 #include "workbench/main_window/mode_look.hpp"
 #include "workbench/messages/words.hpp"
@@ -34,6 +34,10 @@ void TVellmark::start(const std::string& path) {
     runJob(JobKind::Work, [&](Progress&) { session_.start(path); });
     followClipboard();
     messages_.tellSkipped();
+    // One that is to be opened at each start, and has no file yet.
+    const Settings& settings = state().settings;
+    if (settings.has(kVlOpenJournal) && settings.journal.empty() && !state().journal.isOpen())
+        ManageJournal(*this);
 }
 
 void TVellmark::openPath(const std::string& path) {

@@ -1,6 +1,8 @@
 #include "workbench/messages/window_messages.hpp"
 
 #include <QApplication>
+#include <QCursor>
+#include <optional>
 
 #include "support/sentences.hpp"
 #include "workbench/dialogs/file_choice.hpp"
@@ -23,19 +25,21 @@ constexpr std::size_t kMostSkippedShown = 12;
 // While a message stands, the pointer is that of a person who is asked and not of one who waits.
 class PointerBack {
   public:
-    PointerBack() : isWaiting_(QApplication::overrideCursor() != nullptr) {
-        if (isWaiting_)
+    PointerBack() {
+        if (const QCursor* const waiting = QApplication::overrideCursor()) {
+            waiting_ = *waiting;
             QApplication::changeOverrideCursor(Qt::ArrowCursor);
+        }
     }
     ~PointerBack() {
-        if (isWaiting_)
-            QApplication::changeOverrideCursor(Qt::WaitCursor);
+        if (waiting_)
+            QApplication::changeOverrideCursor(*waiting_);
     }
     PointerBack(const PointerBack&) = delete;
     PointerBack& operator=(const PointerBack&) = delete;
 
   private:
-    bool isWaiting_;
+    std::optional<QCursor> waiting_;
 };
 
 template <typename Function>
