@@ -66,10 +66,6 @@ const Row* RowOf(FileMode mode, SessionCommand command) {
 
 }  // namespace
 
-bool HasCommand(FileMode mode, SessionCommand command) {
-    return RowOf(mode, command) != nullptr;
-}
-
 bool MayDo(const Documents& documents, SessionCommand command) {
     const Row* row = RowOf(documents.mode, command);
     if (!row)

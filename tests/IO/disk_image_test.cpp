@@ -8,7 +8,6 @@
 #include "IO/disk_image_maker.hpp"
 #include "IO/disk_image_tables.hpp"
 #include "support/sentences.hpp"
-#include "support/words.hpp"
 
 namespace vellmark::testing {
 namespace {

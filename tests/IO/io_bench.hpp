@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,19 @@
 #include "support/endian.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
+#include "support/reason.hpp"
+
+namespace vellmark {
+
+/// Reasons as tests compare and print them.
+[[nodiscard]] inline std::string Words(const Reason& reason) {
+    return reason.words(Language::English);
+}
+inline std::ostream& operator<<(std::ostream& out, const Reason& reason) {
+    return out << '"' << Words(reason) << '"';
+}
+
+}  // namespace vellmark
 
 namespace vellmark::testing {
 

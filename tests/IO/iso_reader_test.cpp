@@ -6,7 +6,6 @@
 
 #include "IO/iso_coverage.hpp"
 #include "IO/iso_image.hpp"
-#include "support/words.hpp"
 
 namespace vellmark::testing {
 namespace {

@@ -10,7 +10,6 @@
 
 #include "IO/io_bench.hpp"
 #include "IO/sector_batch.hpp"
-#include "support/words.hpp"
 
 namespace {
 // Files that were handed to the device, and whether the redo log was there then.

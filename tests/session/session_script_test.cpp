@@ -9,7 +9,6 @@
 
 #include "project/project_folders.hpp"
 #include "session/session_bench.hpp"
-#include "session/session_commands.hpp"
 
 namespace vellmark {
 namespace {
@@ -121,23 +120,10 @@ file zero.hfs
             {"parent", [&] { session.enterParent(); }},
             {"copy", [&] { (void)session.setCopyMode(static_cast<CopyMode>(number)); }},
             {"spoil", [&] { test::Write(documents.path(), "changed by another"); }},
-            {"compile", [&] { documents.compile = static_cast<CompileState>(number); }},
-            {"may", [&] { person.note("may " + commandsOf(documents)); }},
             {"side", [&] { person.note(documents.isHfsPlus ? "HFS+" : "HFS"); }},
             {"recent", [&] { person.note(fmt::format("{}", fmt::join(recent(documents), " "))); }},
             {"folder", [&] { makeFolder(value, session, documents); }}};
         steps.at(word.substr(0, sign))();
-    }
-    /// In the order of the commands: may be given (x), not now (-), not in this mode (blank).
-    static std::string commandsOf(const Documents& documents) {
-        std::string may;
-        for (int i = 0; i <= static_cast<int>(SessionCommand::Search); ++i) {
-            const auto command = static_cast<SessionCommand>(i);
-            may += MayDo(documents, command)             ? 'x'
-                   : HasCommand(documents.mode, command) ? '-'
-                                                         : ' ';
-        }
-        return may + "|";
     }
     static void makeFolder(const std::string& name, Session& session, Documents& documents) {
         const FixedClock clock{0};
@@ -251,18 +237,6 @@ constexpr const char* kTranscripts = R"(
 ! HFS
 ! says Null length file./Aborting.
 ! HFS+
-# A command is there where its mode has it, and can be given where nothing forbids it.
-> may mode=0 may start may => vlpr.vlpr [Vellmark] 0.1.1 c1 untitled vlpr.vlpr:1
-! may                            |
-! may xx------  ------x     x----|
-! may xxxx-xxx  xxxxxxx     xxxxx|
-> open=disc.vlpr may compile=0 may compile=1 open=plus.vlso may => plus.vlso [Vellmark] 2.1.1 c1 disc.BAK:1 plus.BAK:1
-! may xxxxxxxx  xxxxxxx     xxxxx|
-! may --------  ------x     ----x|
-! may xxxxxxxx   xx xx      xxxxx|
-> open=disk.hfs may close may => Vellmark 1.1.2 c1 disc.BAK:1 plus.BAK:1
-! may xxxxxxx xx       xxxxxxxxxx|
-! may xx----- -x       --x-------|
 )";
 
 TEST_F(SessionScripts, EveryTranscriptIsPlayedAsItIsWritten) {
