@@ -38,8 +38,8 @@ enum class SessionCommand : std::uint8_t {
     Search
 };
 
-/// Whether the mode has the command and it can be given now. What it acts on, such as a selection, is
-/// the caller's.
+/// Whether the mode has the command and it can be given now. What it acts on, such as a selection,
+/// is the caller's.
 [[nodiscard]] bool MayDo(const Documents& documents, SessionCommand command);
 
 }  // namespace vellmark

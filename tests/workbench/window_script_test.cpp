@@ -221,9 +221,19 @@ Vellmark
   bar  [ISO+] [] [] [] []
 > menu En2
 > open $PWD/disc.vlpr
+> tree A/B
+> drop list - A/y.txt
+>> menu VM1
+disc.vlpr [Vellmark]
+  tree Untitled .A ..*B
+  list
+  bar  [View: HFS] [] [] [Empty folder] []
+> menu Info1 | check HFSPlus | press Ecrire
+! Properties of the Future CD-ROM
+> menu VH1
 > menu Label | set LabelISO=NEWISO | set LabelHFS= | press OK | close | set LabelHFS=Mac | press OK
 ! Labels of both views of the hybrid CD-ROM
-! The label "" has 0 letters; HFS takes 1 to 27.
+! The label "" has 0 letters; HFS+ takes 1 to 61.
 ! Labels of both views of the hybrid CD-ROM
 > tree A
 > key Del | no
