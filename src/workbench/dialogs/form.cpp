@@ -58,6 +58,7 @@ void FormDialog::addFact(const QString& caption, const QString& value) {
         // A path can be wider than the screen.
         auto* const line = new QLineEdit(value, this);
         line->setReadOnly(true);
+        line->setMinimumWidth(fontMetrics().averageCharWidth() * kMostFactCharacters);
         line->setToolTip(value);
         line->setCursorPosition(0);
         shown = line;
