@@ -86,6 +86,9 @@ QLineEdit* FormDialog::addField(const char* name, int caption, const QString& va
     if (most > 0)
         field->setMaxLength(most);
     field->setAccessibleName(words(caption));
+    // What can be changed comes before what can only be read.
+    if (!focusWidget())
+        field->setFocus();
     form_->addRow(words(caption), field);
     return field;
 }
