@@ -9,6 +9,7 @@ import projects
 import refresh
 import trees
 import volumes
+import windows
 from measure import Contender, race, verdict
 
 RECORD_BYTES = 756              # of an item in the project file
@@ -96,6 +97,7 @@ def main():
     projects.run(VELLMARK, PLACE)
     refresh.run(VELLMARK, PLACE)
     expand.run(VELLMARK, PLACE)
+    windows.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
 

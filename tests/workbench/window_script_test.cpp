@@ -345,6 +345,24 @@ TEST_F(WindowScripts, WhatIsKeptFromOneTimeToTheNext) {
     EXPECT_EQ(action("Quitter1").text(), "&Quitter");
 }
 
+// The answers to what is asked of many files are kept until the program ends.
+TEST_F(WindowScripts, RememberedAnswers) {
+    const std::string longName(70, 'n');
+    play("0 new disc.vlpr --label Disc\nfile a.exe => x\nfile b.exe => x\nfile " + longName +
+         "1 => x\nfile " + longName + "2 => x");
+    plays(R"(
+> open $PWD/disc.vlpr
+> drop list - a.exe | remember | no
+! File/$PWD/a.exe/is an executable program/(specific file for the PC)./Do you really want/to include it in the HFS/HFS+ view?
+> drop list - b.exe
+)");
+    EXPECT_NE(does("drop list - " + longName + "1 | check Auto | press OK | check Auto | press OK"),
+              "");
+    EXPECT_EQ(does("drop list - " + longName + "2"), "");
+    does("close");
+    play("items disc.vlpr 1 => a.exe I, b.exe I, " + longName + "2 IH, " + longName + "1 IH");
+}
+
 // Commands act on the side that a person went to last, and on what they chose there, wherever a
 // sorted column put it.
 TEST_F(WindowScripts, WhatIsChosenStaysChosen) {

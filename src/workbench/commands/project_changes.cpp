@@ -50,6 +50,13 @@ void Change(TVellmark& window, const std::function<bool(Progress& progress)>& ch
 
 }  // namespace
 
+TruncationAnswers& NameAnswers(TVellmark& window) {
+    TruncationAnswers& kept = window.answers().names;
+    const TruncationAnswers wanted = OptionsOf(window).shortenInViews;
+    kept = {kept.iso || wanted.iso, kept.hfs || wanted.hfs, kept.hfsPlus || wanted.hfsPlus};
+    return kept;
+}
+
 void TakeBack(TVellmark& window) {
     if (!DocumentOf(window).isUnsaved)
         (void)window.session().revert();
@@ -69,13 +76,15 @@ void AddToProject(TVellmark& window, const std::vector<std::string>& paths) {
         timer.start();
         ProjectDocument& document = DocumentOf(window);
         InclusionOptions options{window.context().clock, window.documents().shownView()};
-        options.truncation = OptionsOf(window).shortenInViews;
+        options.answers = window.answers().views;
+        options.truncation = NameAnswers(window);
         options.excluded = OwnFiles(*document.file, JournalOf(window.context()));
         // Of a thousand files one may have gone meanwhile.
         options.toleratesMissing = true;
         options.signatureOf = SignatureLookupOf(window.context(), window.messages());
         result = AddDropped(window.session(), paths, document.folder, options, window.messages(),
                             progress);
+        window.answers() = {options.answers, options.truncation};
         const bool isStopped = result && result->status == InclusionStatus::Stopped;
         if (isStopped)
             TakeBack(window);
@@ -106,9 +115,8 @@ void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbe
 void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers) {
     Change(window, [&](Progress&) {
         ProjectDocument& document = DocumentOf(window);
-        TruncationAnswers answers = OptionsOf(window).shortenInViews;
-        const auto moved =
-            MoveItems(*document.file, numbers, document.folder, answers, window.messages());
+        const auto moved = MoveItems(*document.file, numbers, document.folder, NameAnswers(window),
+                                     window.messages());
         if (!moved)
             window.messages().showMessage(moved.error());
         return moved && *moved > 0;
@@ -129,8 +137,11 @@ void MakeProjectFolder(TVellmark& window, const std::string& name) {
     Change(window, [&](Progress&) {
         ProjectDocument& document = DocumentOf(window);
         NewFolderOptions options{window.context().clock, window.documents().shownView(),
-                                 OptionsOf(window).shortenInViews};
-        return NewFolder(*document.file, name, document.folder, options, window.messages()) != 0;
+                                 NameAnswers(window)};
+        const bool isMade =
+            NewFolder(*document.file, name, document.folder, options, window.messages()) != 0;
+        NameAnswers(window) = options.truncation;
+        return isMade;
     });
 }
 

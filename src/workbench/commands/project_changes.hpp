@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "project/view_names.hpp"
+
 namespace vellmark {
 
 class TVellmark;
@@ -15,6 +17,9 @@ void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbe
 void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers);
 void RenameInProject(TVellmark& window, std::int32_t number, const QString& name);
 void MakeProjectFolder(TVellmark& window, const std::string& name);
+
+/// For which views names are shortened without a question, now and until the program ends.
+[[nodiscard]] TruncationAnswers& NameAnswers(TVellmark& window);
 
 /// Writes what was changed in the project, and shows it.
 void KeepProject(TVellmark& window);

@@ -6,9 +6,9 @@
 #include "containers/typed_signature.hpp"
 #include "project/item_properties.hpp"
 #include "session/signature_file.hpp"
-#include "session/user_options.hpp"
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
+#include "workbench/commands/project_changes.hpp"
 #include "workbench/dialogs/date_field.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/dialogs/item_properties.hpp"
@@ -192,10 +192,8 @@ class ProjectItemDialog final : public FormDialog {
 
     Reason change(const ItemChanges& wanted, const ViewChoice& views) {
         if (views.iso != item_.views.iso || views.hfs != item_.views.hfs) {
-            TruncationAnswers answers =
-                OptionsOf(window_.state().settings, language()).shortenInViews;
-            const auto moved =
-                SetItemViews(project_, item_.number, views, answers, window_.messages());
+            const auto moved = SetItemViews(project_, item_.number, views, NameAnswers(window_),
+                                            window_.messages());
             if (!moved)
                 return moved.error();
             isChanged_ = isChanged_ || *moved > 0;

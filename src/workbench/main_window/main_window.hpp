@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "project/inclusion_rules.hpp"
+#include "project/view_names.hpp"
 #include "session/session.hpp"
 #include "workbench/commands/command_bar.hpp"
 #include "workbench/drawing/pictures.hpp"
@@ -41,6 +43,12 @@ struct Selection {
     [[nodiscard]] bool hasAnything() const { return !isInList || !rows.empty(); }
 };
 
+/// What a person does not want to be asked again until the program ends.
+struct KeptAnswers {
+    InclusionAnswers views;   ///< in which views files of the other system go
+    TruncationAnswers names;  ///< for which views names are shortened without a question
+};
+
 class TVellmark final : public QMainWindow, private DocumentDialogs {
   public:
     /// The context, with its running session, outlives the window.
@@ -58,6 +66,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     [[nodiscard]] Documents& documents() { return state().documents; }
     [[nodiscard]] const Documents& documents() const { return state().documents; }
     [[nodiscard]] Session& session() { return session_; }
+    [[nodiscard]] KeptAnswers& answers() { return answers_; }
     [[nodiscard]] WindowMessages& messages() { return messages_; }
     [[nodiscard]] JobRunner& jobs() { return jobs_; }
     [[nodiscard]] Language language() const { return context_.language; }
@@ -135,6 +144,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void activated(const QModelIndex& index);
 
     CommandContext& context_;
+    KeptAnswers answers_;
     WindowMessages messages_;
     JobRunner jobs_;
     SessionProgress progress_;
