@@ -188,8 +188,8 @@ void TVellmark::connectList() {
         if (isShowing_ || jobs_.isExclusive())
             return;
         selected_.clear();
-        for (const QModelIndex& index : list_->selectionModel()->selectedRows())
-            selected_.push_back(source_->numberAt(static_cast<std::size_t>(index.row())));
+        for (const std::size_t row : selectedRows())
+            selected_.push_back(source_->numberAt(row));
         documents().listHasFocus = true;
         updateCommands();
     });
@@ -218,7 +218,7 @@ void TVellmark::updateCommands() {
     now.documents = isOurs ? &documents() : nullptr;
     now.isCompiling = jobs_.isCompile();
     now.isBusy = jobs_.isRunning();
-    now.hasListSelection = !list_->selectionModel()->selectedRows().isEmpty();
+    now.hasListSelection = list_->selectionModel()->hasSelection();
     now.hasItem = selected.hasItem();
     now.hasAnything = selected.hasAnything();
     now.isFolderSelected =

@@ -122,6 +122,7 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void keepPlace();
     void makeSource();
     void listFolder();
+    [[nodiscard]] std::vector<std::size_t> selectedRows() const;
     void selectRows(const std::vector<std::int32_t>& numbers);
     void showTotals();
     void showGauge();

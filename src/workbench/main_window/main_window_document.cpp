@@ -58,10 +58,19 @@ Selection TVellmark::selection() const {
     selected.isInList = documents().listHasFocus;
     selected.folder = currentFolder();
     selected.isRoot = !tree_->currentIndex().parent().isValid();
-    for (const QModelIndex& index : list_->selectionModel()->selectedRows())
-        selected.rows.push_back(static_cast<std::size_t>(index.row()));
-    std::sort(selected.rows.begin(), selected.rows.end());
+    selected.rows = selectedRows();
     return selected;
+}
+
+// The toolkit's own list of them takes the square of their number.
+std::vector<std::size_t> TVellmark::selectedRows() const {
+    std::vector<std::size_t> rows;
+    for (const QItemSelectionRange& range : list_->selectionModel()->selection())
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            rows.push_back(static_cast<std::size_t>(row));
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    return rows;
 }
 
 void TVellmark::makeSource() {
@@ -137,13 +146,17 @@ void TVellmark::showDocument() {
 void TVellmark::selectRows(const std::vector<std::int32_t>& numbers) {
     const std::unordered_set<std::int32_t> wanted(numbers.begin(), numbers.end());
     QItemSelection rows;
-    for (std::size_t row = 0; !wanted.empty() && row < source_->count(); ++row)
-        if (wanted.contains(source_->numberAt(row))) {
-            const QModelIndex index = listModel_.index(static_cast<int>(row), 0);
-            rows.select(index, index);
+    const std::size_t count = wanted.empty() ? 0 : source_->count();
+    for (std::size_t row = 0; row < count; ++row) {
+        // Neighbours together: the toolkit is slow with many small ranges.
+        const std::size_t first = row;
+        for (; row < count && wanted.contains(source_->numberAt(row)); ++row)
             selected_.push_back(source_->numberAt(row));
-        }
-    list_->selectionModel()->select(rows, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        if (row > first)
+            rows.select(listModel_.index(static_cast<int>(first), 0),
+                        listModel_.index(static_cast<int>(row) - 1, kColumnCount - 1));
+    }
+    list_->selectionModel()->select(rows, QItemSelectionModel::Select);
 }
 
 void TVellmark::listFolder() {

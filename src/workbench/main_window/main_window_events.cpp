@@ -154,9 +154,10 @@ void TVellmark::activated(const QModelIndex& index) {
 void TVellmark::editName() {
     QTreeView& view = documents().listHasFocus ? *list_ : *tree_;
     QModelIndex index = view.currentIndex();
-    if (documents().listHasFocus && !view.selectionModel()->selectedRows().isEmpty() &&
+    if (const std::vector<std::size_t> rows = selectedRows();
+        documents().listHasFocus && !rows.empty() &&
         !view.selectionModel()->isRowSelected(index.row(), {}))
-        index = view.selectionModel()->selectedRows().first();
+        index = listModel_.index(static_cast<int>(rows.front()), 0);
     view.edit(index.siblingAtColumn(0));
 }
 
