@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "workbench/dialogs/help_dialog.hpp"
 #include "workbench/messages/words.hpp"
 
 namespace vellmark {
@@ -36,6 +37,7 @@ FormDialog::FormDialog(const QString& title, Language language, QWidget* owner)
     column_->addLayout(form_);
     column_->addStretch(1);
     column_->addWidget(buttons_);
+    AddHelpButton(*buttons_, language);
 }
 
 QString FormDialog::words(int number) const {

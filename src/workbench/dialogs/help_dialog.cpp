@@ -1,6 +1,8 @@
 #include "workbench/dialogs/help_dialog.hpp"
 
 #include <QDialog>
+#include <QDialogButtonBox>
+#include <QPushButton>
 #include <QTextBrowser>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -17,6 +19,7 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextTitle = 2103;
+constexpr int kTextHint = 2329;
 constexpr int kColumns = 80;
 constexpr int kRows = 36;
 
@@ -49,6 +52,21 @@ void ShowHelpTopic(const char* topic, Language language, QWidget* owner) {
     browser->setSource(page);
     browser->window()->show();
     browser->window()->raise();
+}
+
+void AddHelpButton(QDialogButtonBox& buttons, Language language) {
+    auto* const button = new QPushButton(QStringLiteral("?"), &buttons);
+    button->setObjectName(QStringLiteral("AideBouton"));
+    button->setShortcut(QKeySequence(Qt::Key_F1));
+    // Its key is enough: what a dialog is for comes first.
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setAutoDefault(false);
+    button->setToolTip(Words(kTextHint, language));
+    button->setAccessibleName(button->toolTip());
+    buttons.addButton(button, QDialogButtonBox::HelpRole);
+    // A modal dialog lets only its own windows be used.
+    QObject::connect(button, &QPushButton::clicked, &buttons,
+                     [&buttons, language] { ShowHelpTopic("", language, buttons.window()); });
 }
 
 }  // namespace vellmark

@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "workbench/dialogs/help_dialog.hpp"
 #include "workbench/messages/words.hpp"
 
 namespace vellmark {
@@ -39,7 +40,7 @@ QString Breakable(QString text) {
 
 }  // namespace
 
-MessageDialog::MessageDialog(const QString& text, QWidget* owner)
+MessageDialog::MessageDialog(const QString& text, Language language, QWidget* owner)
     : QDialog(owner), column_(new QVBoxLayout(this)), buttons_(new QDialogButtonBox(this)) {
     setWindowTitle(QStringLiteral("Vellmark"));
     setAccessibleName(text);
@@ -55,12 +56,15 @@ MessageDialog::MessageDialog(const QString& text, QWidget* owner)
     }
     column_->addWidget(label);
     column_->addWidget(buttons_);
+    AddHelpButton(*buttons_, language);
     column_->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 QPushButton* MessageDialog::addButton(const char* name, const QString& caption, int result) {
     auto* button = new QPushButton(caption, this);
     button->setObjectName(QLatin1String(name));
+    if (!first_)
+        first_ = button;
     buttons_->addButton(button,
                         result == Accepted ? QDialogButtonBox::YesRole : QDialogButtonBox::NoRole);
     connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
@@ -72,26 +76,25 @@ void MessageDialog::addRememberBox(Language language) {
     remember_->setObjectName(QStringLiteral("Toujours"));
     column_->insertWidget(1, remember_);
     // It stands above the buttons, and they have the first key.
-    QAbstractButton* const first = buttons_->buttons().constFirst();
-    setTabOrder(remember_, first);
-    first->setFocus();
+    setTabOrder(remember_, first_);
+    first_->setFocus();
 }
 
 TMessOK::TMessOK(const QString& text, Language language, int interval, QWidget* owner)
-    : MessageDialog(text, owner) {
+    : MessageDialog(text, language, owner) {
     addButton("MessFermer", Words(kTextClose, language), Rejected)->setDefault(true);
     if (interval != 0)
         QTimer::singleShot(interval, this, &QDialog::reject);
 }
 
 TMessON::TMessON(const QString& text, Language language, QWidget* owner)
-    : MessageDialog(text, owner) {
+    : MessageDialog(text, language, owner) {
     addButton("MessOui", Words(kTextYes, language), Accepted)->setDefault(true);
     addButton("MessNon", Words(kTextNo, language), Rejected);
 }
 
 TMessONT::TMessONT(const QString& text, Language language, QWidget* owner)
-    : MessageDialog(text, owner) {
+    : MessageDialog(text, language, owner) {
     addButton("MessOui", Words(kTextYes, language), Accepted)->setDefault(true);
     addButton("MessNon", Words(kTextNo, language), Rejected);
     addRememberBox(language);
@@ -105,7 +108,7 @@ Answer TMessONT::ask() {
 }
 
 TMessAnn::TMessAnn(const QString& text, Language language, QWidget* owner)
-    : MessageDialog(text, owner) {
+    : MessageDialog(text, language, owner) {
     addButton("MessFermer", Words(kTextClose, language), Rejected)->setDefault(true);
     addRememberBox(language);
 }

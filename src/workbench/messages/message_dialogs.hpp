@@ -16,7 +16,7 @@ namespace vellmark {
 /// What they have in common: a text over a row of buttons. Esc is No or Close.
 class MessageDialog : public QDialog {
   public:
-    MessageDialog(const QString& text, QWidget* owner);
+    MessageDialog(const QString& text, Language language, QWidget* owner);
 
   protected:
     QPushButton* addButton(const char* name, const QString& caption, int result);
@@ -26,6 +26,7 @@ class MessageDialog : public QDialog {
   private:
     QVBoxLayout* column_;
     QDialogButtonBox* buttons_;
+    QPushButton* first_ = nullptr;
     QCheckBox* remember_ = nullptr;
 };
 
