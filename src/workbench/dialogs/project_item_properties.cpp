@@ -199,7 +199,7 @@ class ProjectItemDialog final : public FormDialog {
             isChanged_ = isChanged_ || *moved > 0;
             item_.views = views;
         }
-        const Reason refusal = ChangeItem(project_, item_.number, wanted);
+        Reason refusal = ChangeItem(project_, item_.number, wanted);
         isChanged_ = isChanged_ || !refusal;
         return refusal;
     }
