@@ -396,6 +396,13 @@ disc.vlpr [Vellmark]
   tree Disc .*A
   list d.txt(2 B)
   bar  [View: HYBRID] [Folders: 0] [Files: 1] [2 B] []
+> menu SAll
+> key F5
+>> key Del
+disc.vlpr [Vellmark]
+  tree Disc .*A
+  list
+  bar  [View: HYBRID] [] [] [Empty folder] []
 > close
 )");
 }
