@@ -32,14 +32,14 @@ class JournalDialog final : public FormDialog {
         auto* const commands = new QWidget(this);
         (new QHBoxLayout(commands))->setContentsMargins(0, 0, 0, 0);
         addWide(commands);
-        open_ = command(*commands, "Ouvrir", kTextOpen, [this] { open(); });
-        close_ = command(*commands, "Fermer", kTextClose, [this] { close(); });
-        empty_ = command(*commands, "Vider", kTextEmpty, [this] { empty(); });
+        open_ = command(*commands, "Ouvrir", kTextOpen, [this] { openJournal(); });
+        close_ = command(*commands, "Fermer", kTextClose, [this] { closeJournal(); });
+        empty_ = command(*commands, "Vider", kTextEmpty, [this] { emptyJournal(); });
         addButton("MessFermer", words(kTextCloseDialog), Rejected);
-        update();
+        showState();
     }
 
-    void show() {
+    void ask() {
         (void)exec();
         window_.state().settings.journal = ToPath(path_->text());
     }
@@ -57,13 +57,13 @@ class JournalDialog final : public FormDialog {
         return button;
     }
 
-    void update() {
+    void showState() {
         open_->setEnabled(!journal().isOpen());
         close_->setEnabled(journal().isOpen());
         empty_->setEnabled(journal().isOpen());
     }
 
-    void open() {
+    void openJournal() {
         Reason refusal = path_->text().isEmpty() ? Reason(SystemError{ENOENT})
                                                  : journal().open(ToPath(path_->text()));
         if (refusal) {
@@ -82,19 +82,19 @@ class JournalDialog final : public FormDialog {
             journal().mark();
             window_.state().settings.vlOptions |= kVlOpenJournal;
         }
-        update();
+        showState();
     }
 
-    void close() {
+    void closeJournal() {
         journal().close();
         window_.state().settings.vlOptions &= ~std::uint32_t{kVlOpenJournal};
-        update();
+        showState();
     }
 
-    void empty() {
+    void emptyJournal() {
         if (const Reason refusal = journal().empty())
             FileOpenError(window_.messages(), journal().path(), refusal);
-        update();
+        showState();
     }
 
     TVellmark& window_;
@@ -107,7 +107,7 @@ class JournalDialog final : public FormDialog {
 }  // namespace
 
 void ShowJournalDialog(TVellmark& window) {
-    JournalDialog(window).show();
+    JournalDialog(window).ask();
 }
 
 }  // namespace vellmark
