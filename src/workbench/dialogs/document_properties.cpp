@@ -4,10 +4,14 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "containers/finder_info.hpp"
+#include "containers/names.hpp"
 #include "project/project_properties.hpp"
 #include "support/encoding.hpp"
+#include "support/mac_dates.hpp"
 #include "volume/mount.hpp"
 #include "volume/path_changes.hpp"
+#include "workbench/commands/volume_changes.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/main_window/main_window.hpp"
 
@@ -27,6 +31,8 @@ constexpr int kTextOffset = 1229;
 constexpr int kTextClusterSize = 1231;
 constexpr int kTextFileSystem = 1237;
 constexpr int kTextModified = 1239;
+constexpr int kTextDriver = 1240;
+constexpr int kTextCustomIcon = 1382;
 constexpr int kTextIsoLabel = 1288;
 constexpr int kTextMacLabel = 1289;
 constexpr int kTextOpensRoot = 1273;
@@ -45,6 +51,29 @@ constexpr int kMostHfsPlusName = 255;
 QString Views(std::int64_t all, std::int64_t iso, std::int64_t hfs, bool isHybrid) {
     return isHybrid ? QStringLiteral("%1 (ISO %2, HFS %3)").arg(all).arg(iso).arg(hfs)
                     : QString::number(all);
+}
+
+// When the volume was changed last, in local time; 0 for none.
+UnixSeconds ChangedAt(const VolumeContext& volume, const Clock& clock) {
+    const MacSeconds seconds =
+        volume.isHfsPlus ? volume.vhb.modificationDate : volume.mdb.modificationDate;
+    if (seconds == 0)
+        return 0;
+    const UnixSeconds at = FromMacGmt(seconds);
+    return volume.isHfsPlus ? at + clock.zoneOffset(at) : at;
+}
+
+QString FourLetters(std::uint32_t code) {
+    std::string letters;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        letters += static_cast<char>(code >> shift);
+    return ToQString(Printable(WideToUtf8(MacNameToWide(letters))));
+}
+
+AttributeChange IconChange(bool on) {
+    AttributeChange change;
+    (on ? change.setFlags : change.clearFlags) = kFinderCustomIcon;
+    return change;
 }
 
 }  // namespace
@@ -110,6 +139,13 @@ bool ShowVolumeProperties(TVellmark& window) {
     dialog.addFact(kTextNextId, QString::number(volume.isHfsPlus ? volume.vhb.nextCatalogId
                                                                  : volume.mdb.nextCatalogId));
     dialog.addFact(kTextOffset, QString::number(volume.partitionStart.number()));
+    dialog.addFact(kTextModified, DateWords(ChangedAt(volume, window.context().clock)));
+    if (volume.isHfsPlus)
+        dialog.addFact(kTextDriver, FourLetters(volume.vhb.lastMountedVersion));
+    const std::optional<CatalogItem> root = VolumeFolder(window, kRootFolderId);
+    const bool hasIcon = root && (root->finderFlags & kFinderCustomIcon) != 0;
+    QCheckBox* const icon = dialog.addBox("Icone", kTextCustomIcon, hasIcon);
+    icon->setEnabled(!document.isReadOnly());
     if (document.isReadOnly())
         dialog.addNote(Words(document.readOnlyReason(), window.language()));
     auto* const write = dialog.addButton("Ecrire", window.text(kTextWrite), kWrite);
@@ -118,12 +154,15 @@ bool ShowVolumeProperties(TVellmark& window) {
     field->setReadOnly(document.isReadOnly());
     dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
     while (dialog.exec() == kWrite) {
-        if (field->text() == name)
-            return false;
         WritableVolume* const writable = document.writable();
-        const PathChange change =
-            writable ? Relabel(*writable, field->text().toStdString(), window.messages())
-                     : PathChange{EditResult::Failed, document.readOnlyReason()};
+        PathChange change;
+        if (!writable)
+            change = {EditResult::Failed, document.readOnlyReason()};
+        else if (field->text() != name)
+            change = Relabel(*writable, field->text().toStdString(), window.messages());
+        if (change.isDone() && icon->isChecked() != hasIcon)
+            change = ChangeAttributesAt(*writable, "", IconChange(icon->isChecked()),
+                                        window.context().clock);
         if (change.isDone())
             return true;
         if (change.problem)

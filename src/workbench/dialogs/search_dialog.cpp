@@ -32,7 +32,9 @@ constexpr int kMostSignature = 8;
 struct Hits {
     std::vector<FoundItem> items;
     std::vector<std::string> paths;
-    std::size_t most = 0;  ///< at which the search ended
+    std::size_t most = 0;  ///< that are shown
+
+    [[nodiscard]] bool hasMore() const { return items.size() > most; }
 
     void add(FoundItem item, std::string path) {
         items.push_back(item);
@@ -55,9 +57,10 @@ Hits SearchProject(TVellmark& window, const Sought& sought) {
     hits.most = kMostProjectHits;
     window.runJob(JobKind::Work, [&](Progress&) {
         const std::vector<std::int32_t> found =
-            sought.isSignature ? FindItemsBySignature(project, SignatureBytes(sought.text))
-                               : FindItemsByName(project, Utf8ToNarrow(sought.text),
-                                                 window.documents().shownView());
+            sought.isSignature
+                ? FindItemsBySignature(project, SignatureBytes(sought.text), hits.most + 1)
+                : FindItemsByName(project, Utf8ToNarrow(sought.text),
+                                  window.documents().shownView(), hits.most + 1);
         for (const std::int32_t number : found)
             if (const ProjectRecord* const record = project.findByNumber(number))
                 hits.add({record->parent, number},
@@ -72,9 +75,10 @@ Hits SearchVolume(TVellmark& window, const Sought& sought) {
     window.runJob(JobKind::Work, [&](Progress&) {
         VolumeContext& volume = window.documents().partition->volume();
         std::vector<SearchHit> found;
-        const TreeResult result = sought.isSignature
-                                      ? FindBySignature(volume, SignatureBytes(sought.text), found)
-                                      : FindByName(volume, sought.text, found);
+        const TreeResult result =
+            sought.isSignature
+                ? FindBySignature(volume, SignatureBytes(sought.text), found, hits.most + 1)
+                : FindByName(volume, sought.text, found, hits.most + 1);
         if (const Reason problem = CatalogProblem(result, Sentence::kPlaceInRootFolder))
             window.messages().showMessage(problem);
         for (const SearchHit& hit : found) {
@@ -153,9 +157,11 @@ std::optional<FoundItem> AskForItem(TVellmark& window) {
             window.messages().showMessage(Reason::Told(kTextNotFound, sought.text));
             continue;
         }
-        if (hits.items.size() == hits.most)
+        if (hits.hasMore())
             window.messages().showMessage(Reason(Sentence::kFirstHitsOnly, hits.most));
-        const auto chosen = ChooseFromList(Text(kTextSelect, window.language()), hits.paths,
+        const std::span<const std::string> paths(hits.paths);
+        const auto chosen = ChooseFromList(Text(kTextSelect, window.language()),
+                                           paths.first(std::min(paths.size(), hits.most)),
                                            window.language(), &window);
         return chosen ? std::optional(hits.items[*chosen]) : std::nullopt;
     }

@@ -30,7 +30,8 @@ constexpr std::uint64_t kDiscSectorBytes = 2048;
 void TVellmark::start(const std::string& path) {
     setLanguage(context_.language);
     // The first painting does not wait for a disk.
-    updateCommands();
+    session_.switchMode(state().settings.startMode());
+    showLook();
     runJob(JobKind::Work, [&](Progress&) { session_.start(path); });
     followClipboard();
     messages_.tellSkipped();
