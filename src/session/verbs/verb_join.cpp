@@ -1,11 +1,10 @@
 #include <memory>
 #include <ostream>
 
-#include "join/hybridation.hpp"
+#include "session/join_words.hpp"
 #include "session/terminal.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/verbs.hpp"
-#include "support/encoding.hpp"
 #include "support/sentences.hpp"
 
 namespace vellmark {
@@ -19,20 +18,6 @@ struct JoinOptions {
     bool force = false;
     bool quiet = false;
 };
-
-Operand FormWords(HybridForm form) {
-    switch (form) {
-        case HybridForm::Plain:
-            break;
-        case HybridForm::Repacked:
-            return Sentence::kJoinNoLongerRaw;
-        case HybridForm::Raw:
-            return Sentence::kJoinRaw;
-        case HybridForm::VideoCd:
-            return Sentence::kJoinVideoCd;
-    }
-    return "";
-}
 
 int Join(const JoinOptions& options, CommandContext& context) {
     const StopSignals signals;
@@ -51,11 +36,7 @@ int Join(const JoinOptions& options, CommandContext& context) {
         return kExitFailed;
     }
     if (!options.quiet)
-        context.output << terminal.messages.words(
-                              Reason(Sentence::kJoinDone, Printable(options.disc),
-                                     outcome.isHfsPlus ? "HFS+" : "HFS", FormWords(outcome.form),
-                                     outcome.sizeBytes))
-                       << '\n';
+        context.output << terminal.messages.words(JoinWords(options.disc, outcome)) << '\n';
     return kExitDone;
 }
 

@@ -1,10 +1,9 @@
 #include <memory>
 #include <ostream>
 
-#include "join/deshybridation.hpp"
+#include "session/join_words.hpp"
 #include "session/terminal.hpp"
 #include "session/verbs/verbs.hpp"
-#include "support/encoding.hpp"
 #include "support/sentences.hpp"
 
 namespace vellmark {
@@ -16,20 +15,6 @@ struct SplitOptions {
     bool quiet = false;
 };
 
-Sentence Words(PartitionKept kept) {
-    switch (kept) {
-        case PartitionKept::No:
-            return Sentence::kSplitCutOff;
-        case PartitionKept::HoldsIsoFiles:
-            return Sentence::kSplitKeptFiles;
-        case PartitionKept::InBootRecord:
-            return Sentence::kSplitKeptRecord;
-        case PartitionKept::IsoDamaged:
-            break;
-    }
-    return Sentence::kSplitKeptDamaged;
-}
-
 int Split(const SplitOptions& options, CommandContext& context) {
     const StopSignals signals;
     Terminal terminal(context, TerminalOptionsOf(context, options.quiet));
@@ -38,10 +23,7 @@ int Split(const SplitOptions& options, CommandContext& context) {
     if (outcome.result != DeshybridationResult::Done)
         return kExitFailed;
     if (!options.quiet)
-        context.output << terminal.messages.words(Reason(Sentence::kSplitDone,
-                                                         Printable(options.disc),
-                                                         Words(outcome.kept), outcome.sizeBytes))
-                       << '\n';
+        context.output << terminal.messages.words(SplitWords(options.disc, outcome)) << '\n';
     return kExitDone;
 }
 

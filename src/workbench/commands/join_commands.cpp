@@ -1,8 +1,6 @@
 // The open volume joined to a finished disc, and a joined disc taken apart.
-#include "join/deshybridation.hpp"
-#include "join/hybridation.hpp"
+#include "session/join_words.hpp"
 #include "session/user_options.hpp"
-#include "support/encoding.hpp"
 #include "support/sentences.hpp"
 #include "workbench/commands/handlers.hpp"
 #include "workbench/dialogs/file_choice.hpp"
@@ -11,34 +9,6 @@
 namespace vellmark {
 
 namespace {
-
-Operand FormWords(HybridForm form) {
-    switch (form) {
-        case HybridForm::Plain:
-            break;
-        case HybridForm::Repacked:
-            return Sentence::kJoinNoLongerRaw;
-        case HybridForm::Raw:
-            return Sentence::kJoinRaw;
-        case HybridForm::VideoCd:
-            return Sentence::kJoinVideoCd;
-    }
-    return "";
-}
-
-Sentence KeptWords(PartitionKept kept) {
-    switch (kept) {
-        case PartitionKept::No:
-            return Sentence::kSplitCutOff;
-        case PartitionKept::HoldsIsoFiles:
-            return Sentence::kSplitKeptFiles;
-        case PartitionKept::InBootRecord:
-            return Sentence::kSplitKeptRecord;
-        case PartitionKept::IsoDamaged:
-            break;
-    }
-    return Sentence::kSplitKeptDamaged;
-}
 
 HybridationOutcome Join(TVellmark& window, const std::string& disc, bool force) {
     HybridationOutcome outcome;
@@ -67,9 +37,7 @@ void JoinVolume(TVellmark& window) {
     if (outcome.needsForce && window.messages().askYesNo(Reason(Sentence::kJoinAnyway)))
         outcome = Join(window, *disc, true);
     if (outcome.result == HybridationResult::Done)
-        window.messages().showMessage(Reason(Sentence::kJoinDone, Printable(*disc),
-                                             outcome.isHfsPlus ? "HFS+" : "HFS",
-                                             FormWords(outcome.form), outcome.sizeBytes));
+        window.messages().showMessage(JoinWords(*disc, outcome));
 }
 
 void SplitImage(TVellmark& window) {
@@ -81,8 +49,7 @@ void SplitImage(TVellmark& window) {
         outcome = Deshybridate(*disc, window.messages(), window.context().guard);
     });
     if (outcome.result == DeshybridationResult::Done)
-        window.messages().showMessage(Reason(Sentence::kSplitDone, Printable(*disc),
-                                             KeptWords(outcome.kept), outcome.sizeBytes));
+        window.messages().showMessage(SplitWords(*disc, outcome));
 }
 
 }  // namespace vellmark
