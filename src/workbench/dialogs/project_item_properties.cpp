@@ -2,16 +2,13 @@
 #include <QLineEdit>
 #include <QPushButton>
 
-#include "containers/names.hpp"
-#include "containers/typed_signature.hpp"
 #include "project/item_properties.hpp"
-#include "session/signature_file.hpp"
 #include "support/encoding.hpp"
-#include "support/sentences.hpp"
 #include "workbench/commands/project_changes.hpp"
 #include "workbench/dialogs/date_field.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/dialogs/item_properties.hpp"
+#include "workbench/dialogs/signature_fields.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -30,10 +27,7 @@ constexpr int kTextCreated = 1203;
 constexpr int kTextModified = 1204;
 constexpr int kTextData = 1207;
 constexpr int kTextResource = 1208;
-constexpr int kTextCreator = 1210;
-constexpr int kTextType = 1211;
 constexpr int kTextWrite = 1212;
-constexpr int kTextIdentification = 1220;
 constexpr int kTextCoding = 1296;
 constexpr int kTextFirstCoding = 1296;
 constexpr int kTextRefresh = 1301;
@@ -47,7 +41,6 @@ constexpr int kTextContent = 1376;
 constexpr int kTextFolderNumber = 1377;
 constexpr int kTextItems = 1380;
 
-constexpr int kCodeCharacters = 4;
 constexpr int kWrite = 2;
 
 QString CodingWords(ForkCoding coding, Language language) {
@@ -116,19 +109,10 @@ class ProjectItemDialog final : public FormDialog {
 
     void addFileFacts() {
         const bool isFrench = language() == Language::French;
-        const std::string_view signature(item_.signature.data(), item_.signature.size());
-        const SignatureRow* const row =
-            SignaturesOf(window_.context(), window_.messages()).RowOfSignature(signature, true);
-        type_ = addCode("Type", kTextType, signature.substr(0, kCodeCharacters));
-        creator_ = addCode("Createur", kTextCreator, signature.substr(kCodeCharacters));
-        addFact(kTextIdentification, row ? ToQString(NarrowToUtf8(row->comment)) : QString());
+        signature_.emplace(*this, window_, item_.signature);
         addFact(kTextCoding, CodingWords(item_.coding, language()));
         addFact(kTextData, SizeWords(item_.dataBytes, isFrench));
         addFact(kTextResource, SizeWords(item_.resourceBytes, isFrench));
-    }
-
-    QLineEdit* addCode(const char* name, int caption, std::string_view mac) {
-        return addField(name, caption, ToQString(WideToUtf8(MacNameToWide(mac))), kCodeCharacters);
     }
 
     void addViews() {
@@ -165,16 +149,9 @@ class ProjectItemDialog final : public FormDialog {
         };
         date(*created_, item_.created, wanted.created);
         date(*modified_, item_.modified, wanted.modified);
-        for (const auto& [field, to] :
-             {std::pair{type_, &wanted.type}, std::pair{creator_, &wanted.creator}})
-            if (field && field->isModified()) {
-                const auto code = TypedCode(field->text().toStdString());
-                if (!code)
-                    return tl::unexpected(Reason(Sentence::kNoCode,
-                                                 field->accessibleName().toStdString(),
-                                                 field->text().toStdString()));
-                *to = code;
-            }
+        if (signature_)
+            if (Reason refusal = signature_->read(wanted.type, wanted.creator))
+                return tl::unexpected(refusal);
         return wanted;
     }
 
@@ -208,8 +185,7 @@ class ProjectItemDialog final : public FormDialog {
     ProjectFile& project_;
     ItemProperties item_;
     bool isChanged_ = false;
-    QLineEdit* type_ = nullptr;
-    QLineEdit* creator_ = nullptr;
+    std::optional<SignatureFields> signature_;
     QDateTimeEdit* created_ = nullptr;
     QDateTimeEdit* modified_ = nullptr;
     QCheckBox* inIso_ = nullptr;

@@ -8,17 +8,14 @@
 #include <algorithm>
 
 #include "containers/finder_info.hpp"
-#include "containers/names.hpp"
-#include "containers/typed_signature.hpp"
-#include "session/signature_file.hpp"
 #include "support/encoding.hpp"
 #include "support/mac_dates.hpp"
-#include "support/sentences.hpp"
 #include "volume/path_changes.hpp"
 #include "workbench/commands/volume_changes.hpp"
 #include "workbench/dialogs/date_field.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/dialogs/item_properties.hpp"
+#include "workbench/dialogs/signature_fields.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -32,15 +29,12 @@ constexpr int kTextModified = 1204;
 constexpr int kTextData = 1207;
 constexpr int kTextResource = 1208;
 constexpr int kTextFileName = 1209;
-constexpr int kTextCreator = 1210;
-constexpr int kTextType = 1211;
 constexpr int kTextWrite = 1212;
 constexpr int kTextExtent = 1215;
 constexpr int kTextFileNumber = 1216;
 constexpr int kTextDataExtents = 1217;
 constexpr int kTextResourceExtents = 1218;
 constexpr int kTextAdvanced = 1219;
-constexpr int kTextIdentification = 1220;
 constexpr int kTextFolder = 1375;
 constexpr int kTextContent = 1376;
 constexpr int kTextFolderNumber = 1377;
@@ -51,7 +45,6 @@ constexpr int kTextCustomIcon = 1382;
 constexpr int kTextEnableFlags = 1458;
 constexpr int kTextFlags = 1473;
 
-constexpr int kCodeCharacters = 4;
 constexpr int kWrite = 2;
 constexpr int kHexBase = 16;
 constexpr int kMostExtentsShown = 5;
@@ -106,18 +99,9 @@ class VolumeItemDialog final : public FormDialog {
 
     void addFileFacts() {
         const bool isFrench = language() == Language::French;
-        const std::string_view signature(item_.signature.data(), item_.signature.size());
-        const SignatureRow* const row =
-            SignaturesOf(window_.context(), window_.messages()).RowOfSignature(signature, true);
-        type_ = addCode("Type", kTextType, signature.substr(0, kCodeCharacters));
-        creator_ = addCode("Createur", kTextCreator, signature.substr(kCodeCharacters));
-        addFact(kTextIdentification, row ? ToQString(NarrowToUtf8(row->comment)) : QString());
+        signature_.emplace(*this, window_, item_.signature);
         addFact(kTextData, SizeWords(item_.data.sizeBytes, isFrench));
         addFact(kTextResource, SizeWords(item_.resource.sizeBytes, isFrench));
-    }
-
-    QLineEdit* addCode(const char* name, int caption, std::string_view mac) {
-        return addField(name, caption, ToQString(WideToUtf8(MacNameToWide(mac))), kCodeCharacters);
     }
 
     void addFlags() {
@@ -166,15 +150,9 @@ class VolumeItemDialog final : public FormDialog {
 
     Reason write() {
         AttributeChange change;
-        for (const auto& [field, to] :
-             {std::pair{type_, &change.type}, std::pair{creator_, &change.creator}})
-            if (field && field->isModified()) {
-                const auto code = TypedCode(field->text().toStdString());
-                if (!code)
-                    return Reason(Sentence::kNoCode, field->accessibleName().toStdString(),
-                                  field->text().toStdString());
-                *to = code;
-            }
+        if (signature_)
+            if (Reason refusal = signature_->read(change.type, change.creator))
+                return refusal;
         const auto date = [this](const QDateTimeEdit& field, UnixSeconds before,
                                  std::optional<UnixSeconds>& to) {
             const UnixSeconds now = LocalSecondsOf(field);
@@ -208,8 +186,7 @@ class VolumeItemDialog final : public FormDialog {
 
     TVellmark& window_;
     CatalogItem item_;
-    QLineEdit* type_ = nullptr;
-    QLineEdit* creator_ = nullptr;
+    std::optional<SignatureFields> signature_;
     QDateTimeEdit* created_ = nullptr;
     QDateTimeEdit* modified_ = nullptr;
     QCheckBox* hidden_ = nullptr;
