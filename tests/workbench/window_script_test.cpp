@@ -407,5 +407,70 @@ disc.vlpr [Vellmark]
 )");
 }
 
+// Forks that were swapped are joined so, once, and the disc is the one before afterwards.
+TEST_F(WindowScripts, ADiscIsJoinedAndTakenApart) {
+    play(R"(
+file tree/a.txt => a
+0! make tree -o disc.iso --kind iso --label D -q
+0 format vol.hfs --size 1M --label Vol
+file b.txt => bb
+sides disc.iso => I
+)");
+    plays(R"(
+> open $PWD/vol.hfs
+> drop list - b.txt
+> rows b.txt
+> menu SW1
+> menu Hybrid1 | file disc.iso | close
+! Selection of the ISO file
+! $PWD/disc.iso: ISO 9660 + HFS, 1126400 bytes
+)");
+    play(R"(
+sides disc.iso => IM
+0 ls disc.iso --as hfs => b.txt
+0 get disc.iso b.txt --mode resource -o - == bb
+)");
+    plays(R"(
+> menu Hybrid1 | file disc.iso | close
+! Selection of the ISO file
+! $PWD/disc.iso cannot be joined: This file already contains/a HFS partition./Aborting.
+> menu Desh1 | file disc.iso | close
+! Selection of the ISO file
+! $PWD/disc.iso: Macintosh partition cut off, 65536 bytes
+> menu Desh1 | file disc.iso | close
+! Selection of the ISO file
+! $PWD/disc.iso has no partition map with a Macintosh partition (Apple_HFS) in it.
+> close
+)");
+    play("sides disc.iso => I");
+}
+
+TEST_F(WindowScripts, AProjectIsBroughtUpToDate) {
+    play(R"(
+file tree/a.txt => a
+file tree/b.txt => b
+0 new disc.vlpr
+0 add disc.vlpr tree
+remove tree/b.txt
+file tree/c.txt => c
+)");
+    plays(R"(
+> open $PWD/disc.vlpr
+> tree tree
+>> menu Clean1 | close
+! $PWD/disc.vlpr: 1 items deleted, 0 modified, 0 folders and 1 files added
+disc.vlpr [Vellmark]
+  tree Untitled .*tree
+  list a.txt(1 B) c.txt(1 B)
+  bar  [View: HYBRID] [Folders: 0] [Files: 2] [2 B] []
+> menu DelExt
+> close
+)");
+    play("items disc.vlpr 18 => a.txt IH, c.txt IH");
+    const ProjectFile project = opened("disc.vlpr");
+    for (const ProjectRecord& item : project.childrenOf(18))
+        EXPECT_TRUE(item.hiddenExtension()) << item.sourceName();
+}
+
 }  // namespace
 }  // namespace vellmark
