@@ -146,6 +146,7 @@ bool OpenVolumeTree(VolumeContext& volume, bool isCatalog, const ForkInfo& fork)
 // What was known of the volume that was mounted before.
 void ForgetVolume(VolumeContext& volume) {
     volume.isMounted = false;
+    volume.partitionName.clear();
     volume.pcSide.reset();
     for (const ReadOnlyReason reason :
          {ReadOnlyReason::OverflowRead, ReadOnlyReason::Journal, ReadOnlyReason::NotUnmounted,
@@ -215,7 +216,10 @@ bool TryMount(VolumeContext& volume, const Stretch& part, std::uint64_t totalSec
 }
 
 bool TryMount(VolumeContext& volume, const PartitionEntry& partition, std::uint64_t totalSectors) {
-    return TryMount(volume, Stretch{partition.startSector, partition.endSector}, totalSectors);
+    if (!TryMount(volume, Stretch{partition.startSector, partition.endSector}, totalSectors))
+        return false;
+    volume.partitionName = PartitionName(partition);
+    return true;
 }
 
 // Why no volume of the open image can be mounted; none when one was.

@@ -64,6 +64,7 @@ struct VolumeContext : MediumContext {
     bool isHfsPlus = false;
     MasterDirectoryBlock mdb{};          ///< HFS
     VolumeHeader vhb{};                  ///< HFS+
+    std::string partitionName;           ///< in the map, UTF-8; empty without one
     std::uint64_t partitionSectors = 0;  ///< of the partition, or of the image behind its start
     std::uint32_t bitmapSectors = 0;
     std::uint32_t bitmapBytes = 0;
