@@ -40,13 +40,12 @@ std::string_view MessageLocale() {
 }
 
 // Beside the installed program, else where the program was built.
-std::vector<std::string> ShippedSignatures() {
+std::vector<std::string> ShippedFolders() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    std::vector<std::string> paths = {VELLMARK_DATA_FOLDER "/default.sig"};
+    std::vector<std::string> paths = {VELLMARK_DATA_FOLDER "/"};
     if (!error)
-        paths.insert(paths.begin(),
-                     program.parent_path().parent_path() / "share/vellmark/default.sig");
+        paths.insert(paths.begin(), program.parent_path().parent_path() / "share/vellmark/");
     return paths;
 }
 
@@ -72,7 +71,7 @@ int Run(const std::function<int(CommandContext& context)>& run) {
                            .guard = guard,
                            .settings = &settings,
                            .locale = std::string(MessageLocale()),
-                           .shippedSignatures = ShippedSignatures()};
+                           .shippedFolders = ShippedFolders()};
     return run(context);
 }
 

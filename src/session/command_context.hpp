@@ -33,8 +33,9 @@ struct CommandContext {
     bool readIncomplete = false;  ///< an image that was read lacks something, which was reported
     SettingsStore* settings = nullptr;  ///< null: every setting has its default, nothing is kept
     std::string locale = {};            ///< name of the locale for messages, "" when unknown
-    /// Paths where the signature table that comes with the program can lie, the first one wins.
-    std::vector<std::string> shippedSignatures = {};
+    /// Folders where files that come with the program can lie, `/` at their ends, the first one
+    /// that has a file wins: `default.sig` and the support pages.
+    std::vector<std::string> shippedFolders = {};
     /// Makes the process the one with a window, with a file to open ("" for none). Returns only
     /// where that failed, the system's error number; without it there is no window.
     std::function<int(const std::string& file)> becomeWindow = {};

@@ -1,9 +1,11 @@
 #include "session/setting_rows.hpp"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <system_error>
@@ -65,6 +67,12 @@ constexpr SettingRow kRows[] = {
      0,
      {},
      Sentence::kSettingSignatures},
+    {"icon-composer",
+     SettingKind::ProgramPath,
+     setting::kIconComposer,
+     0,
+     {},
+     Sentence::kSettingIconComposer},
 };
 
 std::uint32_t BitsOf(const SettingRow& row, const Settings& settings) {
@@ -101,6 +109,8 @@ Result<std::string> TextOfPath(const SettingRow& row, const std::string& value) 
     if (row.kind == SettingKind::SignaturePath)
         if (const Result<std::string> bytes = ReadSigFile(value); !bytes)
             return Failed(Sentence::kSettingNoTable, Printable(value), bytes.error());
+    if (row.kind == SettingKind::ProgramPath && ::access(value.c_str(), X_OK) != 0)
+        return Failed(Sentence::kSettingNoProgram, Printable(value), SystemError{errno});
     const PcKind kind = PcFactsOf(value).kind;
     if (kind == PcKind::Folder || kind == PcKind::Special)
         return Failed(Sentence::kSettingNoFile, Printable(value));
@@ -134,6 +144,8 @@ std::string SettingValue(const SettingRow& row, const Settings& settings,
             return settings.extension;
         case SettingKind::JournalPath:
             return settings.journal;
+        case SettingKind::ProgramPath:
+            return settings.iconComposer;
         case SettingKind::SignaturePath:
             break;
     }
@@ -149,6 +161,7 @@ Result<std::string> SettingText(const SettingRow& row, const std::string& value,
         case SettingKind::Extension:
             break;
         case SettingKind::JournalPath:
+        case SettingKind::ProgramPath:
         case SettingKind::SignaturePath:
             return TextOfPath(row, value);
     }

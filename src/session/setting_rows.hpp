@@ -20,7 +20,7 @@ struct SettingWord {
     std::uint32_t value;
 };
 
-enum class SettingKind { Words, Bits, Extension, JournalPath, SignaturePath };
+enum class SettingKind { Words, Bits, Extension, JournalPath, ProgramPath, SignaturePath };
 
 struct SettingRow {
     std::string_view name;

@@ -107,6 +107,7 @@ Settings LoadSettings(const SettingsStore& store) {
     settings.window = ReadWindow(store);
     settings.columns = ReadColumns(store);
     settings.journal = store.read(setting::kJournal).value_or("");
+    settings.iconComposer = store.read(setting::kIconComposer).value_or("");
     const auto readPositive = [&](std::string_view name, int otherwise) {
         const int number = ReadNumber(store, name, otherwise);
         return number < 0 ? otherwise : number;

@@ -17,22 +17,23 @@ namespace vellmark {
 
 /// Names of the values.
 namespace setting {
-inline constexpr std::string_view kLanguage = "Lang";         ///< "1" French, "0" English
-inline constexpr std::string_view kExtension = "Ext";         ///< up to 4 characters
-inline constexpr std::string_view kOptions = "Options";       ///< decimal, see `OptionBit`
-inline constexpr std::string_view kVlOptions = "VL-Options";  ///< decimal, see `VlOptionBit`
-inline constexpr std::string_view kWindow = "Rect";           ///< left, top, width, height, tree
-inline constexpr std::string_view kColumns = "Col";           ///< up to seven widths
-inline constexpr std::string_view kJournal = "Journal";       ///< path of the journal
-inline constexpr std::string_view kSignatures = "Sign";       ///< path of the signature table
-inline constexpr std::string_view kDocumentFolder = "DProj";  ///< last folder of documents
-inline constexpr std::string_view kCompileFolder = "DComp";   ///< last folder of images made
-inline constexpr std::string_view kCopyFolder = "Reper";      ///< last target of copies
-inline constexpr std::string_view kBrowserState = "WinVLV";   ///< window of the PC browser
-inline constexpr std::string_view kBrowserFolder = "WReper";  ///< last folder of the PC browser
-inline constexpr std::string_view kViewerFont = "Corps";      ///< decimal, points
-inline constexpr std::string_view kProjectSize = "szProj";    ///< decimal, MB
-inline constexpr std::string_view kIsoPlusSize = "szIsop";    ///< decimal, MB
+inline constexpr std::string_view kLanguage = "Lang";          ///< "1" French, "0" English
+inline constexpr std::string_view kExtension = "Ext";          ///< up to 4 characters
+inline constexpr std::string_view kOptions = "Options";        ///< decimal, see `OptionBit`
+inline constexpr std::string_view kVlOptions = "VL-Options";   ///< decimal, see `VlOptionBit`
+inline constexpr std::string_view kWindow = "Rect";            ///< left, top, width, height, tree
+inline constexpr std::string_view kColumns = "Col";            ///< up to seven widths
+inline constexpr std::string_view kJournal = "Journal";        ///< path of the journal
+inline constexpr std::string_view kSignatures = "Sign";        ///< path of the signature table
+inline constexpr std::string_view kDocumentFolder = "DProj";   ///< last folder of documents
+inline constexpr std::string_view kCompileFolder = "DComp";    ///< last folder of images made
+inline constexpr std::string_view kCopyFolder = "Reper";       ///< last target of copies
+inline constexpr std::string_view kBrowserState = "WinVLV";    ///< window of the PC browser
+inline constexpr std::string_view kBrowserFolder = "WReper";   ///< last folder of the PC browser
+inline constexpr std::string_view kIconComposer = "Composer";  ///< path of a program
+inline constexpr std::string_view kViewerFont = "Corps";       ///< decimal, points
+inline constexpr std::string_view kProjectSize = "szProj";     ///< decimal, MB
+inline constexpr std::string_view kIsoPlusSize = "szIsop";     ///< decimal, MB
 }  // namespace setting
 
 /// Bits of `Settings::options`.
@@ -82,6 +83,7 @@ struct Settings {
     WindowPlace window;
     ColumnWidths columns = kDefaultColumnWidths;
     std::string journal;
+    std::string iconComposer;  ///< program that edits icons, "" for none
     int viewerFontPoints = 8;
     int projectSizeMb = 700;  ///< reference size of the gauge
     int isoPlusSizeMb = 700;

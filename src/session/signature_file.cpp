@@ -105,8 +105,8 @@ SignatureTable LoadSignatureTable(CommandContext& context, Messages& messages) {
             (void)RegisterSigFile(context.session->store, name);
             return SignatureTable::Parse(*bytes, french);
         }
-    for (const std::string& path : context.shippedSignatures)
-        if (const auto bytes = ReadSigFile(path))
+    for (const std::string& folder : context.shippedFolders)
+        if (const auto bytes = ReadSigFile(folder + "default.sig"))
             return SignatureTable::Parse(*bytes, french);
     return {};
 }

@@ -33,7 +33,7 @@ namespace vellmark {
 /// The registered table. When none is registered or it cannot be read, the .sig files of the
 /// current folder are looked at: a single one is taken and registered, of several a person picks
 /// one, and without a person none is taken. The next choice is the table that comes with the
-/// program (`CommandContext::shippedSignatures`), the last one the generic row alone.
+/// program (`CommandContext::shippedFolders`), the last one the generic row alone.
 [[nodiscard]] SignatureTable LoadSignatureTable(CommandContext& context, Messages& messages);
 
 /// The table of the running session, which is loaded when it is asked for the first time.

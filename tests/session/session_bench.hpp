@@ -116,7 +116,7 @@ class ScriptTest : public testing::Test {
                                .lockFolder = lockFolder_,
                                .settings = &settings_,
                                .locale = locale_,
-                               .shippedSignatures = shippedSignatures_};
+                               .shippedFolders = shippedFolders_};
         const int status = RunProgram(arguments, context);
         out_ = output.str();
         err_ = errors.str();
@@ -163,7 +163,7 @@ class ScriptTest : public testing::Test {
     bool asks_ = false;
     MemorySettings settings_;
     std::string locale_;
-    Names shippedSignatures_;
+    Names shippedFolders_;
     std::string out_;
     std::string err_;
 

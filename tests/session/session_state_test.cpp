@@ -94,11 +94,11 @@ set VL-Options => 0
 }
 
 TEST_F(StateTest, TheTableIsTheRegisteredOneThenOneOfTheFolderThenTheShippedOne) {
-    shippedSignatures_ = {"none.sig", "shipped.txt"};
+    shippedFolders_ = {"none/", "shipped/"};
     // What is signed with a program for that has the same extension.
     Write("a.tar.sig", std::string("\x88\0x,\x01", 5) + "12345678,");
     play(R"(
-file shipped.txt => SS,SHIPaaaa,\r\n
+file shipped/default.sig => SS,SHIPaaaa,\r\n
 file b.sig => -----BEGIN PGP SIGNATURE-----\n\niQEzBAABCAAdFiEE\n
 0 sig --list => SHIP
 file One.SIG => OO,ONEXaaaa,\r\n#[1]\r\nOO,UNEXaaaa,\r\n
