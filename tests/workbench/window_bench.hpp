@@ -26,6 +26,7 @@
 
 #include "session/session_bench.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/messages/message_dialogs.hpp"
 
 namespace vellmark::test {
 
@@ -317,10 +318,11 @@ class WindowTest : public ScriptTest {
     }
 
     static std::string textOf(const QDialog& dialog) {
-        const auto* const text = dialog.findChild<QLabel*>(QStringLiteral("MessTexte"));
+        const bool isMessage = dynamic_cast<const MessageDialog*>(&dialog) != nullptr;
         return Replaced(
-            Replaced((text ? text->text() : dialog.windowTitle()).toStdString(), "\n", "/"), cwd(),
-            "$PWD");
+            Replaced((isMessage ? dialog.accessibleName() : dialog.windowTitle()).toStdString(),
+                     "\n", "/"),
+            cwd(), "$PWD");
     }
 
     void apply(QDialog& dialog, const std::string& verb, const std::string& rest) {

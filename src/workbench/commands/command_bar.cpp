@@ -233,6 +233,8 @@ void CommandBar::update(const CommandState& state, FileMode mode, const TVellmar
             menu(each.name).menuAction()->setVisible(IsOfMode(each.modes, mode));
     if (mode != FileMode::Unknown)
         menu(kRecentMenus[static_cast<std::size_t>(mode)]).setEnabled(hasRecent_ && !state.isBusy);
+    // Many have no such program.
+    action("EdIcon").setVisible(state.hasIconComposer);
     // Files are displayed, folders opened.
     QAction& display = action("AffPart");
     display.setText(Words(state.isFolderSelected ? kTextOpenFolder : kTextDisplay, language_));

@@ -27,6 +27,7 @@ struct CommandState {
     bool hasAnything = false;  ///< the same, or the root
     bool isFolderSelected = false;
     bool hasPaste = false;
+    bool hasIconComposer = false;
     bool isJoinable = true;  ///< the open image is of a kind that a disc can take
 };
 

@@ -5,11 +5,11 @@
 #include "workbench/commands/handlers.hpp"
 #include "workbench/commands/project_changes.hpp"
 #include "workbench/commands/volume_changes.hpp"
-#include "workbench/dialogs/document_properties.hpp"
 #include "workbench/dialogs/file_choice.hpp"
-#include "workbench/dialogs/label_dialog.hpp"
 #include "workbench/main_window/main_window.hpp"
 #include "workbench/main_window/printing.hpp"
+#include "workbench/properties/document_properties.hpp"
+#include "workbench/properties/label_dialog.hpp"
 
 namespace vellmark {
 

@@ -61,10 +61,15 @@ void SpeakEnglish(TVellmark& window);
 void SpeakFrench(TVellmark& window);
 void ManageJournal(TVellmark& window);
 void LaunchFileManager(TVellmark& window);
+void LaunchIconComposer(TVellmark& window);
 void ShowParent(TVellmark& window);
 void ShowAgain(TVellmark& window);
 void ShowHelp(TVellmark& window);
 void ShowModeHelp(TVellmark& window);
+void ShowHelpOnHelp(TVellmark& window);
+void ShowHelpIndex(TVellmark& window);
+void SearchInHelp(TVellmark& window);
+void ShowSupport(TVellmark& window);
 void ShowAbout(TVellmark& window);
 
 [[nodiscard]] bool IsProjectMode(const TVellmark& window);

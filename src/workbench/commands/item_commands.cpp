@@ -5,10 +5,10 @@
 #include "workbench/commands/item_changes.hpp"
 #include "workbench/commands/project_changes.hpp"
 #include "workbench/commands/volume_changes.hpp"
-#include "workbench/dialogs/item_properties.hpp"
 #include "workbench/dialogs/name_dialogs.hpp"
 #include "workbench/dialogs/search_dialog.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/properties/item_properties.hpp"
 
 namespace vellmark {
 

@@ -1,12 +1,16 @@
 // How the window looks at things: modes, views, languages, the journal, help.
 #include <QDesktopServices>
 #include <QDir>
+#include <QProcess>
 #include <QUrl>
 
+#include "support/encoding.hpp"
+#include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
 #include "workbench/commands/handlers.hpp"
 #include "workbench/dialogs/about_dialog.hpp"
-#include "workbench/dialogs/help_dialog.hpp"
 #include "workbench/dialogs/journal_dialog.hpp"
+#include "workbench/help/help_window.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -42,6 +46,11 @@ void Speak(TVellmark& window, Language language) {
         window.showDocument();
     }
     window.updateCommands();
+}
+
+void OpenWithDesktop(TVellmark& window, const QString& path) {
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+        window.messages().showMessage(Reason(Sentence::kNoBrowser, Printable(ToPath(path))));
 }
 
 }  // namespace
@@ -117,8 +126,14 @@ void ManageJournal(TVellmark& window) {
     window.updateCommands();
 }
 
-void LaunchFileManager(TVellmark&) {
-    (void)QDesktopServices::openUrl(QUrl::fromLocalFile(QDir::homePath()));
+void LaunchFileManager(TVellmark& window) {
+    OpenWithDesktop(window, QDir::homePath());
+}
+
+void LaunchIconComposer(TVellmark& window) {
+    const std::string& program = window.state().settings.iconComposer;
+    if (!QProcess::startDetached(QFile::decodeName(program.c_str()), {}))
+        window.messages().showMessage(Reason(Sentence::kNotStarted, Printable(program)));
 }
 
 void ShowParent(TVellmark& window) {
@@ -139,6 +154,27 @@ void ShowModeHelp(TVellmark& window) {
     constexpr const char* kTopics[] = {"project", "partition", "isoplus"};
     ShowHelpTopic(kTopics[static_cast<std::size_t>(window.documents().mode)], window.language(),
                   &window);
+}
+
+void ShowHelpOnHelp(TVellmark& window) {
+    ShowHelpTopic("help", window.language(), &window);
+}
+
+void ShowHelpIndex(TVellmark& window) {
+    ShowHelpTopic("index", window.language(), &window);
+}
+
+void SearchInHelp(TVellmark& window) {
+    SearchHelp(window.language(), &window);
+}
+
+void ShowSupport(TVellmark& window) {
+    const std::string name =
+        window.language() == Language::French ? "support_fr.html" : "support_en.html";
+    for (const std::string& folder : window.context().shippedFolders)
+        if (PcFactsOf(folder + name).kind == PcKind::File)
+            return OpenWithDesktop(window, QFile::decodeName((folder + name).c_str()));
+    window.messages().showMessage(Sentence::kNoSupportPage);
 }
 
 void ShowAbout(TVellmark& window) {

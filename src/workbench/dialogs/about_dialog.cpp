@@ -20,7 +20,7 @@ constexpr int kPictureLines = 4;
 }  // namespace
 
 void ShowAboutDialog(Language language, QWidget* owner) {
-    FormDialog dialog(Words(kTextAbout, language), language, owner);
+    FormDialog dialog("", Words(kTextAbout, language), language, owner);
     auto* picture = new QLabel(&dialog);
     picture->setPixmap(ProgramIcon().pixmap(dialog.fontMetrics().height() * kPictureLines));
     picture->setAlignment(Qt::AlignCenter);

@@ -9,9 +9,9 @@
 #include "project/labels.hpp"
 #include "project/project_properties.hpp"
 #include "support/encoding.hpp"
-#include "workbench/dialogs/descriptor_dialog.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/properties/descriptor_dialog.hpp"
 
 namespace vellmark {
 
@@ -57,7 +57,8 @@ class CompileDialog final : public FormDialog {
   public:
     CompileDialog(TVellmark& window, ProjectFile& project, ImageKind kind,
                   const std::string& target)
-        : FormDialog(window.text(TitleOf(project.mode(), kind)), window.language(), &window),
+        : FormDialog("compile", window.text(TitleOf(project.mode(), kind)), window.language(),
+                     &window),
           window_(window),
           project_(project) {
         const ProjectProperties now = PropertiesOf(project);

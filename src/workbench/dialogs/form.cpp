@@ -9,7 +9,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "workbench/dialogs/help_dialog.hpp"
+#include "workbench/help/help_window.hpp"
 #include "workbench/messages/words.hpp"
 
 namespace vellmark {
@@ -26,7 +26,7 @@ constexpr double kSectorsAMegabyte = 512;
 
 }  // namespace
 
-FormDialog::FormDialog(const QString& title, Language language, QWidget* owner)
+FormDialog::FormDialog(const char* topic, const QString& title, Language language, QWidget* owner)
     : QDialog(owner),
       language_(language),
       column_(new QVBoxLayout(this)),
@@ -37,7 +37,7 @@ FormDialog::FormDialog(const QString& title, Language language, QWidget* owner)
     column_->addLayout(form_);
     column_->addStretch(1);
     column_->addWidget(buttons_);
-    AddHelpButton(*buttons_, language);
+    AddHelpButton(*buttons_, topic, language);
 }
 
 QString FormDialog::words(int number) const {

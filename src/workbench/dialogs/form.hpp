@@ -18,7 +18,8 @@ namespace vellmark {
 
 class FormDialog : public QDialog {
   public:
-    FormDialog(const QString& title, Language language, QWidget* owner);
+    /// `topic` of the help is what its button shows.
+    FormDialog(const char* topic, const QString& title, Language language, QWidget* owner);
 
     [[nodiscard]] Language language() const { return language_; }
     [[nodiscard]] QString words(int number) const;

@@ -25,7 +25,8 @@ constexpr int kTextChoose = 1560;
 class JournalDialog final : public FormDialog {
   public:
     explicit JournalDialog(TVellmark& window)
-        : FormDialog(window.text(kTextTitle), window.language(), &window), window_(window) {
+        : FormDialog("journal", window.text(kTextTitle), window.language(), &window),
+          window_(window) {
         const Settings& settings = window.state().settings;
         path_ = addField("Fichier", kTextFile,
                          ToQString(journal().isOpen() ? journal().path() : settings.journal));

@@ -16,7 +16,7 @@ constexpr int kLeastCharacters = 60;
 std::optional<std::size_t> ChooseFromList(std::string_view question,
                                           std::span<const std::string> names, Language language,
                                           QWidget* owner) {
-    FormDialog dialog(ToQString(question), language, owner);
+    FormDialog dialog("choice", ToQString(question), language, owner);
     auto* list = new QListWidget(&dialog);
     list->setObjectName(QStringLiteral("Liste"));
     list->setAccessibleName(ToQString(question));

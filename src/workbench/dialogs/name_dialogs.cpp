@@ -42,7 +42,7 @@ int TitleOf(TruncatedName kind) {
 class NameDialog : public FormDialog {
   public:
     NameDialog(int title, Language language, QWidget* owner)
-        : FormDialog(Words(title, language), language, owner) {}
+        : FormDialog("names", Words(title, language), language, owner) {}
 
     // The name can be accepted while it is not empty.
     QLineEdit* addName(int caption, const QString& value, int most) {

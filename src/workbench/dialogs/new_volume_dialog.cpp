@@ -32,7 +32,7 @@ constexpr std::uint32_t kBlockStep = 512;
 class NewVolumeDialog final : public FormDialog {
   public:
     NewVolumeDialog(bool isHfsPlus, Language language, QWidget* owner)
-        : FormDialog(Words(kTextTitle, language), language, owner) {
+        : FormDialog("newvolume", Words(kTextTitle, language), language, owner) {
         label_ = addField("Label", kTextLabel, words(kTextUntitled));
         size_ = new QSpinBox(this);
         size_->setObjectName(QStringLiteral("Taille"));

@@ -96,7 +96,7 @@ Hits SearchVolume(TVellmark& window, const Sought& sought) {
 class TRechFich final : public FormDialog {
   public:
     explicit TRechFich(TVellmark& window)
-        : FormDialog(window.text(kTextLocate), window.language(), &window),
+        : FormDialog("search", window.text(kTextLocate), window.language(), &window),
           pages_(new QTabWidget(this)) {
         name_ = addPage(kTextByName, "RechNom", 0);
         signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);

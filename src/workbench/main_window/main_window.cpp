@@ -226,6 +226,7 @@ void TVellmark::updateCommands() {
                                            factsOf(selected.rows.front()).isFolder
                                      : source_ != nullptr);
     now.hasPaste = isOurs && hasPaste_ && documents().isOpen();
+    now.hasIconComposer = !state().settings.iconComposer.empty();
     now.isJoinable = isOurs && documents().partition && documents().partition->isJoinable();
     if (isOurs)
         bar_->update(now, documents().mode, *this);

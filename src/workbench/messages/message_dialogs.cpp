@@ -3,10 +3,12 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <cmath>
 
-#include "workbench/dialogs/help_dialog.hpp"
+#include "workbench/help/help_window.hpp"
 #include "workbench/messages/words.hpp"
 
 namespace vellmark {
@@ -21,21 +23,29 @@ constexpr int kTextNo = 1044;
 // Longer texts are broken where the widget sees fit.
 constexpr int kMostCharactersALine = 90;
 
-// A path without a blank can be longer than a line: it is broken behind its slashes, by characters
-// that take no room.
-QString Breakable(QString text) {
-    constexpr QChar kBreak(0x200b);
-    qsizetype start = 0;
-    for (qsizetype at = 0; at < text.size(); ++at) {
-        if (text[at].isSpace())
-            start = at + 1;
-        if (at - start + 1 < kMostCharactersALine)
-            continue;
-        const qsizetype slash = text.lastIndexOf(u'/', at);
-        start = slash > start ? slash + 1 : at + 1;
-        text.insert(start, kBreak);
-    }
-    return text;
+// Wraps where it must, also within a path without a blank, which a label cannot. What is selected
+// and copied is the text as it is.
+QWidget* NewLongText(const QString& text, int width, QWidget* owner) {
+    auto* const shown = new QTextEdit(owner);
+    shown->setReadOnly(true);
+    shown->setFrameShape(QFrame::NoFrame);
+    shown->viewport()->setAutoFillBackground(false);
+    shown->setFocusPolicy(Qt::ClickFocus);
+    shown->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    shown->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    shown->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    shown->setPlainText(text);
+    shown->document()->setDocumentMargin(0);
+    shown->document()->setTextWidth(width);
+    shown->setFixedSize(width, static_cast<int>(std::ceil(shown->document()->size().height())));
+    return shown;
+}
+
+QWidget* NewShortText(const QString& text, QWidget* owner) {
+    auto* const label = new QLabel(text, owner);
+    label->setTextFormat(Qt::PlainText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
 }
 
 }  // namespace
@@ -44,19 +54,12 @@ MessageDialog::MessageDialog(const QString& text, Language language, QWidget* ow
     : QDialog(owner), column_(new QVBoxLayout(this)), buttons_(new QDialogButtonBox(this)) {
     setWindowTitle(QStringLiteral("Vellmark"));
     setAccessibleName(text);
-    auto* label = new QLabel(text, this);
-    label->setObjectName(QStringLiteral("MessTexte"));
-    label->setTextFormat(Qt::PlainText);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    const QFontMetrics metrics = label->fontMetrics();
-    if (metrics.size(0, text).width() > metrics.averageCharWidth() * kMostCharactersALine) {
-        label->setText(Breakable(text));
-        label->setWordWrap(true);
-        label->setMinimumWidth(metrics.averageCharWidth() * kMostCharactersALine);
-    }
-    column_->addWidget(label);
+    const QFontMetrics metrics = fontMetrics();
+    const int most = metrics.averageCharWidth() * kMostCharactersALine;
+    column_->addWidget(metrics.size(0, text).width() > most ? NewLongText(text, most, this)
+                                                            : NewShortText(text, this));
     column_->addWidget(buttons_);
-    AddHelpButton(*buttons_, language);
+    AddHelpButton(*buttons_, "messages", language);
     column_->setSizeConstraint(QLayout::SetFixedSize);
 }
 

@@ -1,4 +1,4 @@
-#include "workbench/dialogs/date_field.hpp"
+#include "workbench/properties/date_field.hpp"
 
 namespace vellmark {
 

@@ -5,11 +5,11 @@
 #include "project/item_properties.hpp"
 #include "support/encoding.hpp"
 #include "workbench/commands/project_changes.hpp"
-#include "workbench/dialogs/date_field.hpp"
 #include "workbench/dialogs/form.hpp"
-#include "workbench/dialogs/item_properties.hpp"
-#include "workbench/dialogs/signature_fields.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/properties/date_field.hpp"
+#include "workbench/properties/item_properties.hpp"
+#include "workbench/properties/signature_fields.hpp"
 
 namespace vellmark {
 
@@ -62,8 +62,8 @@ QString CodingWords(ForkCoding coding, Language language) {
 class ProjectItemDialog final : public FormDialog {
   public:
     ProjectItemDialog(TVellmark& window, ProjectFile& project, const ItemProperties& item)
-        : FormDialog(window.text(item.isFolder ? kTextFolder : kTextFile), window.language(),
-                     &window),
+        : FormDialog("items", window.text(item.isFolder ? kTextFolder : kTextFile),
+                     window.language(), &window),
           window_(window),
           project_(project),
           item_(item) {

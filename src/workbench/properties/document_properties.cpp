@@ -1,4 +1,4 @@
-#include "workbench/dialogs/document_properties.hpp"
+#include "workbench/properties/document_properties.hpp"
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -30,6 +30,7 @@ constexpr int kTextNextId = 1228;
 constexpr int kTextOffset = 1229;
 constexpr int kTextClusterSize = 1231;
 constexpr int kTextFileSystem = 1237;
+constexpr int kTextPartitionLabel = 1238;
 constexpr int kTextModified = 1239;
 constexpr int kTextDriver = 1240;
 constexpr int kTextCustomIcon = 1382;
@@ -76,13 +77,36 @@ AttributeChange IconChange(bool on) {
     return change;
 }
 
+void AddVolumeFacts(FormDialog& dialog, const VolumeContext& volume, const Clock& clock) {
+    const bool isFrench = dialog.language() == Language::French;
+    if (!volume.partitionName.empty())
+        dialog.addFact(kTextPartitionLabel, ToQString(Printable(volume.partitionName)));
+    dialog.addFact(kTextFileSystem,
+                   volume.isHfsPlus ? QStringLiteral("HFS+") : QStringLiteral("HFS"));
+    const std::uint32_t block = volume.blockSize;
+    dialog.addFact(kTextVolumeSize,
+                   SizeWords(std::uint64_t{volume.totalBlocks()} * block, isFrench));
+    dialog.addFact(kTextFreeSpace, SizeWords(std::uint64_t{volume.freeBlocks()} * block, isFrench));
+    dialog.addFact(kTextClusterSize, QString::number(block));
+    dialog.addFact(kTextFiles,
+                   QString::number(volume.isHfsPlus ? volume.vhb.fileCount : volume.mdb.fileCount));
+    dialog.addFact(kTextFolders, QString::number(volume.isHfsPlus ? volume.vhb.folderCount
+                                                                  : volume.mdb.folderCount));
+    dialog.addFact(kTextNextId, QString::number(volume.isHfsPlus ? volume.vhb.nextCatalogId
+                                                                 : volume.mdb.nextCatalogId));
+    dialog.addFact(kTextOffset, QString::number(volume.partitionStart.number()));
+    dialog.addFact(kTextModified, DateWords(ChangedAt(volume, clock)));
+    if (volume.isHfsPlus)
+        dialog.addFact(kTextDriver, FourLetters(volume.vhb.lastMountedVersion));
+}
+
 }  // namespace
 
 bool ShowProjectProperties(TVellmark& window) {
     ProjectFile& project = *window.documents().projectOfMode()->file;
     const ProjectProperties now = PropertiesOf(project);
     const bool isHybrid = project.mode() == ProjectMode::Hybrid;
-    FormDialog dialog(window.text(kTextFutureCd), window.language(), &window);
+    FormDialog dialog("document", window.text(kTextFutureCd), window.language(), &window);
     dialog.addFact(kTextIsoLabel, ToQString(Printable(now.isoLabel)));
     if (isHybrid)
         dialog.addFact(kTextMacLabel, ToQString(Printable(now.hfsLabel)));
@@ -119,29 +143,12 @@ bool ShowProjectProperties(TVellmark& window) {
 
 bool ShowVolumeProperties(TVellmark& window) {
     PartitionDocument& document = *window.documents().partition;
-    VolumeContext& volume = document.volume();
-    const bool isFrench = window.language() == Language::French;
-    const QString name = ToQString(Printable(VolumeName(volume)));
-    FormDialog dialog(window.text(kTextPropertiesTitle), window.language(), &window);
+    const VolumeContext& volume = document.volume();
+    const QString name = ToQString(Printable(VolumeName(document.volume())));
+    FormDialog dialog("document", window.text(kTextPropertiesTitle), window.language(), &window);
     QLineEdit* const field = dialog.addField("Nom", kTextVolume, name,
                                              volume.isHfsPlus ? kMostHfsPlusName : kMostHfsName);
-    dialog.addFact(kTextFileSystem,
-                   volume.isHfsPlus ? QStringLiteral("HFS+") : QStringLiteral("HFS"));
-    const std::uint32_t block = volume.blockSize;
-    dialog.addFact(kTextVolumeSize,
-                   SizeWords(std::uint64_t{volume.totalBlocks()} * block, isFrench));
-    dialog.addFact(kTextFreeSpace, SizeWords(std::uint64_t{volume.freeBlocks()} * block, isFrench));
-    dialog.addFact(kTextClusterSize, QString::number(block));
-    dialog.addFact(kTextFiles,
-                   QString::number(volume.isHfsPlus ? volume.vhb.fileCount : volume.mdb.fileCount));
-    dialog.addFact(kTextFolders, QString::number(volume.isHfsPlus ? volume.vhb.folderCount
-                                                                  : volume.mdb.folderCount));
-    dialog.addFact(kTextNextId, QString::number(volume.isHfsPlus ? volume.vhb.nextCatalogId
-                                                                 : volume.mdb.nextCatalogId));
-    dialog.addFact(kTextOffset, QString::number(volume.partitionStart.number()));
-    dialog.addFact(kTextModified, DateWords(ChangedAt(volume, window.context().clock)));
-    if (volume.isHfsPlus)
-        dialog.addFact(kTextDriver, FourLetters(volume.vhb.lastMountedVersion));
+    AddVolumeFacts(dialog, volume, window.context().clock);
     const std::optional<CatalogItem> root = VolumeFolder(window, kRootFolderId);
     const bool hasIcon = root && (root->finderFlags & kFinderCustomIcon) != 0;
     QCheckBox* const icon = dialog.addBox("Icone", kTextCustomIcon, hasIcon);
@@ -153,13 +160,17 @@ bool ShowVolumeProperties(TVellmark& window) {
     write->setEnabled(!document.isReadOnly());
     field->setReadOnly(document.isReadOnly());
     dialog.addButton("MessFermer", window.text(kTextClose), QDialog::Rejected);
+    // What is done is kept, also when the rest is refused.
+    QString keptName = name;
     while (dialog.exec() == kWrite) {
         WritableVolume* const writable = document.writable();
         PathChange change;
         if (!writable)
             change = {EditResult::Failed, document.readOnlyReason()};
-        else if (field->text() != name)
+        else if (field->text() != keptName)
             change = Relabel(*writable, field->text().toStdString(), window.messages());
+        if (change.isDone())
+            keptName = field->text();
         if (change.isDone() && icon->isChecked() != hasIcon)
             change = ChangeAttributesAt(*writable, "", IconChange(icon->isChecked()),
                                         window.context().clock);
@@ -168,7 +179,7 @@ bool ShowVolumeProperties(TVellmark& window) {
         if (change.problem)
             window.messages().showMessage(change.problem);
     }
-    return false;
+    return keptName != name;
 }
 
 }  // namespace vellmark

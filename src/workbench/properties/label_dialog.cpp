@@ -1,4 +1,4 @@
-#include "workbench/dialogs/label_dialog.hpp"
+#include "workbench/properties/label_dialog.hpp"
 
 #include <QLineEdit>
 
@@ -23,7 +23,7 @@ bool AskLabels(TVellmark& window) {
     ProjectFile& project = *window.documents().projectOfMode()->file;
     const ProjectProperties now = PropertiesOf(project);
     const bool isHybrid = project.mode() == ProjectMode::Hybrid;
-    FormDialog dialog(window.text(isHybrid ? kTextBothLabels : kTextIsoPlusTitle),
+    FormDialog dialog("labels", window.text(isHybrid ? kTextBothLabels : kTextIsoPlusTitle),
                       window.language(), &window);
     const QLineEdit* const iso = dialog.addField(
         "LabelISO", isHybrid ? kTextIsoLabel : kTextNewName, ToQString(now.isoLabel));

@@ -1,4 +1,4 @@
-#include "workbench/dialogs/descriptor_dialog.hpp"
+#include "workbench/properties/descriptor_dialog.hpp"
 
 #include <QLineEdit>
 #include <array>
@@ -34,7 +34,7 @@ constexpr Field kFields[] = {
 }  // namespace
 
 bool AskDescriptorTexts(TVellmark& window, ProjectFile& project, QWidget* owner) {
-    FormDialog dialog(window.text(kTextTitle), window.language(), owner);
+    FormDialog dialog("descriptor", window.text(kTextTitle), window.language(), owner);
     const DescriptorTexts before = DescriptorTextsOf(project.header());
     std::array<QLineEdit*, std::size(kFields)> fields{};
     for (std::size_t i = 0; i < fields.size(); ++i)

@@ -12,11 +12,11 @@
 #include "support/mac_dates.hpp"
 #include "volume/path_changes.hpp"
 #include "workbench/commands/volume_changes.hpp"
-#include "workbench/dialogs/date_field.hpp"
 #include "workbench/dialogs/form.hpp"
-#include "workbench/dialogs/item_properties.hpp"
-#include "workbench/dialogs/signature_fields.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/properties/date_field.hpp"
+#include "workbench/properties/item_properties.hpp"
+#include "workbench/properties/signature_fields.hpp"
 
 namespace vellmark {
 
@@ -52,8 +52,8 @@ constexpr int kMostExtentsShown = 5;
 class VolumeItemDialog final : public FormDialog {
   public:
     VolumeItemDialog(TVellmark& window, const CatalogItem& item)
-        : FormDialog(window.text(item.isFolder ? kTextFolder : kTextFile), window.language(),
-                     &window),
+        : FormDialog("items", window.text(item.isFolder ? kTextFolder : kTextFile),
+                     window.language(), &window),
           window_(window),
           item_(item) {
         addFact(item.isFolder ? kTextFolderName : kTextFileName, ToQString(Printable(item.name)));

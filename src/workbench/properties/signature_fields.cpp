@@ -1,4 +1,4 @@
-#include "workbench/dialogs/signature_fields.hpp"
+#include "workbench/properties/signature_fields.hpp"
 
 #include <QLineEdit>
 
