@@ -18,6 +18,9 @@ class SettingsFile final : public SettingsStore {
 
     [[nodiscard]] std::optional<std::string> read(std::string_view name) const override;
     Reason write(std::string_view name, std::string_view value) override;
+    [[nodiscard]] std::string placeOf(std::string_view name) const override {
+        return path_ + ": " + std::string(name);
+    }
 
   private:
     std::string path_;

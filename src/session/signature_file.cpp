@@ -72,6 +72,20 @@ Reason RegisterSigFile(SettingsStore& store, const std::string& path) {
                  : store.write(setting::kSignatures, full.string());
 }
 
+bool RegisterSignatures(SettingsStore& store, const std::string& path, Messages& messages) {
+    const auto bytes = ReadSigFile(path, messages);
+    if (!bytes)
+        return false;
+    if (!HasSignatures(*bytes)) {
+        messages.showMessage(Reason(Sentence::kSigNoEntry, Printable(path)));
+        return false;
+    }
+    const Reason reason = RegisterSigFile(store, path);
+    if (reason)
+        messages.showMessage(Reason(Sentence::kSettingNotKept, reason));
+    return !reason;
+}
+
 Result<std::string> ReadSigFile(const std::string& path) {
     const PcFacts facts = PcFactsOf(path);
     if (facts.kind == PcKind::Folder || facts.kind == PcKind::Special)

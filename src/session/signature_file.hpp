@@ -21,6 +21,10 @@ namespace vellmark {
 /// Registers a file under its full path. Why that cannot be kept; none when it was.
 [[nodiscard]] Reason RegisterSigFile(SettingsStore& store, const std::string& path);
 
+/// The same with a file that has entries of a table. False after a message.
+[[nodiscard]] bool RegisterSignatures(SettingsStore& store, const std::string& path,
+                                      Messages& messages);
+
 /// The bytes of a .sig file.
 [[nodiscard]] Result<std::string> ReadSigFile(const std::string& path);
 /// The same; nothing after a message when it cannot be read.

@@ -19,6 +19,10 @@ class SettingsStore {
     /// Why the value could not be kept; none when it was. Start and end of a run say nothing about
     /// that: the default stands in next time.
     virtual Reason write(std::string_view name, std::string_view value) = 0;
+    /// Where a value is kept, for a person who looks for it.
+    [[nodiscard]] virtual std::string placeOf(std::string_view name) const {
+        return std::string(name);
+    }
 };
 
 /// Values that live as long as the object.

@@ -142,10 +142,10 @@ file a.txt => a
 +.+.. .++. .+..  Rech1
 ..... ---- ....  RSig Refr Path1
 ----- .... ----  Aff1 AffPart
-+++++ ++++ ++++  SAll Inv Explo1 CachBarre HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
++++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
 +.+.. ---- .+..  Clean1
-..... .... ....  Sign1 RFT Registre1 Col Pref1
 ----- ---- ----  EdIcon
+..... .... ....  RFT Col Pref1
 ..... ---- ----  dsstor
 +++.. +++. ++..  ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1
 ++++. +++. +++.  F5

@@ -23,6 +23,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <set>
 
 #include "session/session_bench.hpp"
 #include "workbench/main_window/main_window.hpp"
@@ -48,7 +49,8 @@ namespace vellmark::test {
 //     return FROM TO     to the window, after another program has moved a file
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
-// check BOX, pick NUMBER, hand FILE (a second start hands it over). Without a dialog: abort, as
+// check BOX, pick NUMBER, give COMMAND (of the dialog), select ROW... (of its list), head COLUMN (a
+// click on it), page NUMBER, hand FILE (a second start hands it over). Without a dialog: abort, as
 // soon as a compile runs, and quit, which closes the window then.
 class WindowTest : public ScriptTest {
   protected:
@@ -147,7 +149,7 @@ class WindowTest : public ScriptTest {
             {"enter", [&] { emit window_->list().activated(rowNamed(rest)); }},
             {"focus", [&] { turnTo(rest); }},
             {"type", [&] { typeName(rest); }},
-            {"click", [&] { clickHead(std::stoi(rest)); }},
+            {"click", [&] { clickHead(*window_->list().header(), std::stoi(rest)); }},
             {"drop", [&] { drop(words); }},
             {"move", [&] { move(words); }},
             {"clip", [&] { fillClipboard(words); }}};
@@ -227,8 +229,7 @@ class WindowTest : public ScriptTest {
     }
     void selectFolder(const std::string& path) { window_->tree().setCurrentIndex(folderAt(path)); }
 
-    void clickHead(int column) {
-        QHeaderView& head = *window_->list().header();
+    static void clickHead(QHeaderView& head, int column) {
         const QPoint at(head.sectionViewportPosition(column) + 20, head.height() / 2);
         QTest::mouseClick(head.viewport(), Qt::LeftButton, {}, at);
     }
@@ -332,8 +333,9 @@ class WindowTest : public ScriptTest {
             EXPECT_TRUE(button->isEnabled()) << name << " is off";
             button->click();
         };
-        noted_ = verb == "set" || verb == "check" || verb == "remember" || verb == "hand" ? noted_
-                                                                                          : nullptr;
+        const std::set<std::string> staying = {"set",  "check",  "remember", "hand",
+                                               "give", "select", "head",     "page"};
+        noted_ = staying.contains(verb) ? noted_ : nullptr;
         if (verb == "yes")
             press("MessOui");
         else if (verb == "no")
@@ -352,12 +354,34 @@ class WindowTest : public ScriptTest {
             set(dialog, rest);
         else if (verb == "hand")
             window_->whenIdle([this, rest] { window_->openPath(rest); });
+        else if (verb == "give")
+            giveIn(dialog, rest);
+        else if (verb == "select")
+            select(*dialog.findChild<QAbstractItemView*>(), wordsOf(rest));
+        else if (verb == "head")
+            clickHead(*dialog.findChild<QHeaderView*>(), std::stoi(rest));
+        else if (verb == "page")
+            dialog.findChild<QTabWidget*>()->setCurrentIndex(std::stoi(rest));
         else if (verb == "pick")
             pick(dialog, std::stoi(rest));
         else if (verb == "file")
             choose(dialog, rest);
         else
             ADD_FAILURE() << "no answer " << verb;
+    }
+
+    static void giveIn(QDialog& dialog, const std::string& name) {
+        auto* const command = dialog.findChild<QAction*>(QString::fromStdString(name));
+        ASSERT_NE(command, nullptr) << name;
+        EXPECT_TRUE(command->isEnabled()) << name << " is off";
+        command->trigger();
+    }
+    static void select(QAbstractItemView& view, const Names& rows) {
+        view.clearSelection();
+        for (const std::string& row : rows)
+            view.selectionModel()->setCurrentIndex(
+                view.model()->index(std::stoi(row), 0, view.rootIndex()),
+                QItemSelectionModel::Select | QItemSelectionModel::Rows);
     }
 
     static void set(QDialog& dialog, const std::string& fieldAndText) {

@@ -90,21 +90,6 @@ Reason Refusal(const SigOptions& options) {
     return {};
 }
 
-bool Register(ViewRun& run, const std::string& path) {
-    Messages& messages = run.terminal.messages;
-    const auto bytes = ReadSigFile(path, messages);
-    if (!bytes)
-        return false;
-    if (!HasSignatures(*bytes)) {
-        messages.showMessage(Reason(Sentence::kSigNoEntry, Printable(path)));
-        return false;
-    }
-    const Reason reason = RegisterSigFile(run.context.session->store, path);
-    if (reason)
-        messages.showMessage(Reason(Sentence::kSettingNotKept, reason));
-    return !reason;
-}
-
 std::vector<Found> Find(const SigOptions& options, const SignatureTable& table,
                         bool extendUnknown) {
     std::vector<Found> found;
@@ -128,7 +113,9 @@ int Sig(const SigOptions& options, CommandContext& context) {
     if (const Reason refusal = Refusal(options))
         return UsageError(context, kName, refusal);
     if (!options.registered.empty())
-        return Register(run, options.registered) ? kExitDone : kExitFailed;
+        return RegisterSignatures(context.session->store, options.registered, run.terminal.messages)
+                   ? kExitDone
+                   : kExitFailed;
     SignatureTable given;
     if (!options.file.empty()) {
         const auto bytes = ReadSigFile(options.file, run.terminal.messages);

@@ -68,7 +68,7 @@ constexpr CommandRow kRows[] = {
     {"DelExt", 2066, 2266, "", "P", HideExtensions, kNeedsQuiet, HideExtensionsOfAll},
     {"Path1", 2068, 2268, "", kProjects, ChangePaths, kNeedsQuiet, nullptr},
     {"Explo1", 2084, 2284, "", kAll, {}, 0, LaunchFileManager},
-    {"Sign1", 2086, 2286, "", kAll, {}, 0, nullptr},
+    {"Sign1", 2086, 2286, "", kAll, {}, 0, EditSignatures},
     {"EdIcon", 2069, 2269, "", kAll, {}, 0, LaunchIconComposer},
     {"RFT", 2065, 2265, "", kAll, {}, 0, nullptr},
     {"Desh1", 2071, 2271, "", "V", Split, kNeedsQuiet, SplitImage},
@@ -91,7 +91,7 @@ constexpr CommandRow kRows[] = {
     {"En2", 1267, 0, "", kAll, {}, kNeedsQuiet, SpeakEnglish, IsEnglish},
     {"Fr1", 1268, 0, "", kAll, {}, kNeedsQuiet, SpeakFrench, IsFrench},
     {"Log1", 2089, 2289, "", kAll, {}, kNeedsQuiet, ManageJournal, IsJournalOpen},
-    {"Registre1", 2085, 2285, "", kAll, {}, 0, nullptr},
+    {"Registre1", 2085, 2285, "", kAll, {}, 0, ManageSignatureKey},
     {"Col", 2090, 2290, "", kAll, {}, 0, nullptr},
     {"Pref1", 2091, 2291, "", kAll, {}, 0, nullptr},
     // Help

@@ -42,6 +42,10 @@ void SwapSelectedForks(TVellmark& window);
 void JoinVolume(TVellmark& window);
 void SplitImage(TVellmark& window);
 
+// signatures/
+void EditSignatures(TVellmark& window);
+void ManageSignatureKey(TVellmark& window);
+
 // view_commands.cpp
 void ChooseProjectMode(TVellmark& window);
 void ChoosePartitionMode(TVellmark& window);

@@ -14,6 +14,7 @@
 #include "workbench/dialogs/form.hpp"
 #include "workbench/dialogs/list_choice.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/signatures/signature_choice.hpp"
 
 namespace vellmark {
 
@@ -26,6 +27,7 @@ constexpr int kTextLocate = 1241;
 constexpr int kTextSearch = 1242;
 constexpr int kTextByName = 1243;
 constexpr int kTextBySignature = 1244;
+constexpr int kTextTable = 1245;
 
 constexpr int kMostSignature = 8;
 
@@ -93,13 +95,20 @@ Hits SearchVolume(TVellmark& window, const Sought& sought) {
     return hits;
 }
 
+// Bytes of the table as a person types them here.
+QString SignatureLetters(std::string_view bytes) {
+    return ToQString(WideToUtf8(MacNameToWide(bytes)));
+}
+
 class TRechFich final : public FormDialog {
   public:
     explicit TRechFich(TVellmark& window)
         : FormDialog("search", window.text(kTextLocate), window.language(), &window),
+          window_(window),
           pages_(new QTabWidget(this)) {
         name_ = addPage(kTextByName, "RechNom", 0);
         signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);
+        addTableButton();
         addWide(pages_);
         pages_->setAccessibleName(words(kTextLocate));
         // Both pages can be seen at once.
@@ -130,6 +139,19 @@ class TRechFich final : public FormDialog {
         return field;
     }
 
+    void addTableButton() {
+        auto* const button = new QPushButton(words(kTextTable) + QStringLiteral("..."), this);
+        button->setObjectName(QStringLiteral("TableSign"));
+        button->setAutoDefault(false);
+        signature_->parentWidget()->layout()->addWidget(button);
+        connect(button, &QPushButton::clicked, this, [this] {
+            if (const auto row = ChooseSignature(window_, this)) {
+                signature_->setText(SignatureLetters(row->signature));
+                signature_->setFocus();
+            }
+        });
+    }
+
     [[nodiscard]] QLineEdit* field() const {
         return pages_->currentIndex() == 0 ? name_ : signature_;
     }
@@ -139,6 +161,7 @@ class TRechFich final : public FormDialog {
             search_->setEnabled(!field()->text().isEmpty());
     }
 
+    TVellmark& window_;
     QTabWidget* pages_;
     QLineEdit* name_ = nullptr;
     QLineEdit* signature_ = nullptr;

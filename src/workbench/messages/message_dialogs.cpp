@@ -16,9 +16,13 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextClose = 1000;
+constexpr int kTextCancel = 1002;
 constexpr int kTextRemember = 1042;
 constexpr int kTextYes = 1043;
 constexpr int kTextNo = 1044;
+
+// What No gives where Esc is something else.
+constexpr int kSaidNo = QDialog::Accepted + 1;
 
 // Longer texts are broken where the widget sees fit.
 constexpr int kMostCharactersALine = 90;
@@ -94,6 +98,18 @@ TMessON::TMessON(const QString& text, Language language, QWidget* owner)
     : MessageDialog(text, language, owner) {
     addButton("MessOui", Words(kTextYes, language), Accepted)->setDefault(true);
     addButton("MessNon", Words(kTextNo, language), Rejected);
+}
+
+TMessONA::TMessONA(const QString& text, Language language, QWidget* owner)
+    : MessageDialog(text, language, owner) {
+    addButton("MessOui", Words(kTextYes, language), Accepted)->setDefault(true);
+    addButton("MessNon", Words(kTextNo, language), kSaidNo);
+    addButton("MessAnnuler", Words(kTextCancel, language), Rejected);
+}
+
+std::optional<bool> TMessONA::ask() {
+    const int said = exec();
+    return said == Rejected ? std::nullopt : std::optional(said == Accepted);
 }
 
 TMessONT::TMessONT(const QString& text, Language language, QWidget* owner)

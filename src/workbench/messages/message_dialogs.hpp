@@ -1,9 +1,10 @@
-// The four dialogs that say or ask something.
+// The dialogs that say or ask something.
 #pragma once
 
 #include <QCheckBox>
 #include <QDialog>
 #include <QString>
+#include <optional>
 
 #include "support/messages.hpp"
 #include "support/texts.hpp"
@@ -44,7 +45,15 @@ class TMessON final : public MessageDialog {
     [[nodiscard]] bool ask() { return exec() == QDialog::Accepted; }
 };
 
-/// The same for many items: the answer can be kept.
+/// A question before something is left: yes, no, or not to leave it. Esc is the last.
+class TMessONA final : public MessageDialog {
+  public:
+    TMessONA(const QString& text, Language language, QWidget* owner);
+    /// Nothing for not to leave it.
+    [[nodiscard]] std::optional<bool> ask();
+};
+
+/// A question with yes and no for many items: the answer can be kept.
 class TMessONT final : public MessageDialog {
   public:
     TMessONT(const QString& text, Language language, QWidget* owner);
