@@ -220,7 +220,7 @@ Answer TerminalMessages::askYesNoRemember(std::string_view question) {
 
 TruncationAnswer TerminalMessages::askTruncation(TruncatedName, std::string_view fullName,
                                                  std::string_view proposal) {
-    TruncationAnswer answer{true, !options_.asks, std::string(proposal)};
+    TruncationAnswer answer{.automatic = !options_.asks, .name = std::string(proposal)};
     if (options_.asks) {
         const Answer given =
             readAnswer(words(Reason(Sentence::kAskShorten, fullName, proposal)), Range::YesForAll);

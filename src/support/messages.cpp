@@ -11,6 +11,14 @@ constexpr int kTextOpenError = 1385;
 
 }  // namespace
 
+std::optional<std::string> Messages::askShorterName(std::string_view path,
+                                                    std::string_view proposal,
+                                                    std::size_t mostBytes) {
+    showTimedMessage(
+        Reason(Sentence::kNameCutOnPc, Printable(path), mostBytes, Printable(proposal)));
+    return std::string(proposal);
+}
+
 void FileOpenError(Messages& messages, std::string_view path, const Reason& reason) {
     messages.showError(
         Reason(Sentence::kFileOpenError, Reason::Told(kTextOpenError, Printable(path)), reason));

@@ -20,13 +20,19 @@ namespace vellmark {
 enum class Answer { No, Yes, NoToAll, YesToAll, None };
 
 /// Which name a truncation question is about.
-enum class TruncatedName { Iso, Hfs, HfsPlus };
+enum class TruncatedName {
+    Iso,
+    Hfs,
+    HfsPlus,
+    Imported  ///< of a file or folder that comes to an HFS volume
+};
 
 /// What the person made of a name that is too long.
 struct TruncationAnswer {
     bool accepted = true;    ///< false: the item is left out of that view
     bool automatic = false;  ///< true: the proposal is taken for every later name as well
-    std::string name;        ///< the name to use when accepted
+    std::string name = {};   ///< the name to use when accepted
+    bool addsCrc = false;    ///< true: one that is taken then gets digits of a checksum
 };
 
 class Messages {
@@ -67,6 +73,13 @@ class Messages {
     [[nodiscard]] virtual std::optional<std::string> askFileName(std::string_view proposal) {
         return std::string(proposal);
     }
+
+    /// A shorter name for a file or folder of that path which is to be made on the PC, where names
+    /// have `mostBytes` at most; nothing when the person gives none. Where nobody is asked, the
+    /// proposal, with a message.
+    [[nodiscard]] virtual std::optional<std::string> askShorterName(std::string_view path,
+                                                                    std::string_view proposal,
+                                                                    std::size_t mostBytes);
 
     /// Which of these names the person picks, counted from 0; nothing without an answer or a
     /// person.

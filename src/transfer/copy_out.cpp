@@ -239,7 +239,7 @@ CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::str
 std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
                                     const std::string& path) {
     if (item.isFolder)
-        return PcFileName(item.name, kMostPcNameBytes, path, batch.messages);
+        return AskPcFileName(item.name, kMostPcNameBytes, path, batch.messages);
     // The second file of a pair has a longer name.
     const std::size_t mostBytes =
         kMostPcNameBytes -
@@ -254,7 +254,7 @@ std::optional<std::string> PcNameOf(CopyOut& batch, const CatalogItem& item,
         }
         name = std::move(*given);
     }
-    return PcFileName(name, mostBytes, path, batch.messages);
+    return AskPcFileName(name, mostBytes, path, batch.messages);
 }
 
 CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item, const std::string& path,

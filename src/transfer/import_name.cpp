@@ -132,12 +132,13 @@ CatalogName Naming::apart(const CatalogName& name, bool isExact) {
 }
 
 std::optional<CatalogName> Naming::ask(const CatalogName& proposal) {
-    const TruncationAnswer answer =
-        messages_.askTruncation(volume_.isHfsPlus ? TruncatedName::HfsPlus : TruncatedName::Hfs,
-                                Printable(pcName_), ShownName(volume_, proposal));
+    const TruncationAnswer answer = messages_.askTruncation(
+        volume_.isHfsPlus ? TruncatedName::HfsPlus : TruncatedName::Imported, Printable(pcName_),
+        ShownName(volume_, proposal));
     if (!answer.accepted)
         return std::nullopt;
     truncation_.automatic = answer.automatic;
+    truncation_.addsCrc = truncation_.addsCrc || answer.addsCrc;
     if (answer.automatic)
         return settle(proposal);
     return typedName(answer.name, proposal);

@@ -67,6 +67,17 @@ std::string PcFileName(std::string_view name, std::size_t mostBytes, std::string
     return shortName;
 }
 
+std::optional<std::string> AskPcFileName(std::string_view name, std::size_t mostBytes,
+                                         std::string_view path, Messages& messages) {
+    std::string shortName = PcFileName(std::string(name), mostBytes);
+    if (SafePcName(std::string(name)).size() <= shortName.size())
+        return shortName;
+    std::optional<std::string> given = messages.askShorterName(path, shortName, mostBytes);
+    if (given)
+        given = PcFileName(std::move(*given), mostBytes);
+    return given;
+}
+
 std::string PcTargetName(std::string_view shownName, const std::array<char, 8>& signature,
                          const PcNaming& naming, const SignatureTable& table) {
     std::string name(shownName);

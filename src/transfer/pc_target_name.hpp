@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,6 +46,11 @@ struct PcNaming {
 /// The same, with a message when the name was cut. `path` is that of the item in its tree.
 [[nodiscard]] std::string PcFileName(std::string_view name, std::size_t mostBytes,
                                      std::string_view path, Messages& messages);
+
+/// The same, but a person may give another name than the one that was cut, or none: then nothing.
+/// `path` is that of the item in its tree.
+[[nodiscard]] std::optional<std::string> AskPcFileName(std::string_view name, std::size_t mostBytes,
+                                                       std::string_view path, Messages& messages);
 
 /// `shownName` is UTF-8. The result is a name that stays inside its folder. For `Ask` it is the
 /// proposal. Extensions of the table are Windows-1252; an entry that has none adds none.

@@ -78,6 +78,11 @@ TEST_P(ShortNames, FollowTheAnswer) {
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(import(full), full.substr(1));
     EXPECT_EQ(messages_.proposals.size(), 3u) << "not asked any more";
+    truncation_.automatic = false;
+    messages_.truncation.addsCrc = true;
+    take(full.substr(1));
+    EXPECT_EQ(import(full).size(), limit()) << "digits take the place of letters";
+    EXPECT_NE(import(full), full.substr(1));
 }
 
 INSTANTIATE_TEST_SUITE_P(BothFormats, ShortNames, ::testing::Bool());

@@ -145,9 +145,9 @@ file a.txt => a
 +++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
 +.+.. ---- .+..  Clean1
 ----- ---- ----  EdIcon
-..... .... ....  RFT Col Pref1
+..... .... ....  RFT
 ..... ---- ----  dsstor
-+++.. +++. ++..  ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1
++++.. +++. ++..  ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1
 ++++. +++. +++.  F5
 )");
 }

@@ -92,8 +92,8 @@ constexpr CommandRow kRows[] = {
     {"Fr1", 1268, 0, "", kAll, {}, kNeedsQuiet, SpeakFrench, IsFrench},
     {"Log1", 2089, 2289, "", kAll, {}, kNeedsQuiet, ManageJournal, IsJournalOpen},
     {"Registre1", 2085, 2285, "", kAll, {}, 0, ManageSignatureKey},
-    {"Col", 2090, 2290, "", kAll, {}, 0, nullptr},
-    {"Pref1", 2091, 2291, "", kAll, {}, 0, nullptr},
+    {"Col", 2090, 2290, "", kAll, {}, kNeedsQuiet, EditColumns},
+    {"Pref1", 2091, 2291, "", kAll, {}, kNeedsQuiet, EditPreferences},
     // Help
     {"HH1", 2102, 2302, "", kAll, {}, 0, ShowHelpOnHelp},
     {"AideUtil1", 2103, 2303, "F1", kAll, {}, 0, ShowHelp},

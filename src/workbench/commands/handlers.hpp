@@ -76,6 +76,10 @@ void SearchInHelp(TVellmark& window);
 void ShowSupport(TVellmark& window);
 void ShowAbout(TVellmark& window);
 
+// settings_commands.cpp
+void EditPreferences(TVellmark& window);
+void EditColumns(TVellmark& window);
+
 [[nodiscard]] bool IsProjectMode(const TVellmark& window);
 [[nodiscard]] bool IsPartitionMode(const TVellmark& window);
 [[nodiscard]] bool IsIsoPlusMode(const TVellmark& window);

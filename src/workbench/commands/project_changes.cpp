@@ -84,7 +84,8 @@ void AddToProject(TVellmark& window, const std::vector<std::string>& paths) {
         options.signatureOf = SignatureLookupOf(window.context(), window.messages());
         result = AddDropped(window.session(), paths, document.folder, options, window.messages(),
                             progress);
-        window.answers() = {options.answers, options.truncation};
+        window.answers().views = options.answers;
+        window.answers().names = options.truncation;
         const bool isStopped = result && result->status == InclusionStatus::Stopped;
         if (isStopped)
             TakeBack(window);

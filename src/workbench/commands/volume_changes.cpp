@@ -164,12 +164,17 @@ void CopyIntoVolume(TVellmark& window, const std::vector<std::string>& paths) {
         CopyInOptions options = CopyInOptionsOf(window.context());
         options.mode = window.documents().copyMode;
         options.existing = ExistingFiles::Ask;
+        KeptAnswers& kept = window.answers();
+        options.truncation.automatic = options.truncation.automatic || kept.shortensImported;
+        options.truncation.addsCrc = options.truncation.addsCrc || kept.addsCrc;
         options.imagePath = DocumentOf(window).path();
         options.journalPath = JournalOf(window.context());
         CopyIn batch(*volume, options, SignaturesOf(window.context(), window.messages()),
                      window.messages(), progress, window.context().clock);
         (void)CopyAllIn(batch, paths, window.documents().partitionFolder);
         (void)Save(window);
+        kept.shortensImported = batch.options.truncation.automatic;
+        kept.addsCrc = batch.options.truncation.addsCrc;
         copied = CopiedText(batch);
     });
     window.status().setPanel(kStatusPanel, Words(copied, window.language()));

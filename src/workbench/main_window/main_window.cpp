@@ -68,6 +68,8 @@ TVellmark::TVellmark(CommandContext& context)
                                   .documents = DocumentFolder()}),
       treeModel_(pictures_),
       listModel_(pictures_) {
+    // A person is there.
+    context_.asks = true;
     setObjectName(QStringLiteral("TVellmark"));
     setWindowIcon(ProgramIcon());
     messages_.setOwner(this);

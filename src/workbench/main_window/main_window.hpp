@@ -23,6 +23,7 @@
 #include "workbench/models/list_model.hpp"
 #include "workbench/models/tree_model.hpp"
 #include "workbench/models/volume_items.hpp"
+#include "workbench/settings/pane_widths.hpp"
 
 class QLabel;
 class QSplitter;
@@ -45,8 +46,10 @@ struct Selection {
 
 /// What a person does not want to be asked again until the program ends.
 struct KeptAnswers {
-    InclusionAnswers views;   ///< in which views files of the other system go
-    TruncationAnswers names;  ///< for which views names are shortened without a question
+    InclusionAnswers views;         ///< in which views files of the other system go
+    TruncationAnswers names;        ///< for which views names are shortened without a question
+    bool shortensImported = false;  ///< names too long for a volume are
+    bool addsCrc = false;           ///< and end in digits of a checksum where one is taken
 };
 
 class TVellmark final : public QMainWindow, private DocumentDialogs {
@@ -99,6 +102,13 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     /// Computes again what may be done.
     void updateCommands();
     void setToolBarHidden(bool isHidden);
+    /// Goes by other settings from now on, and keeps them.
+    void applySettings(const Settings& wanted);
+    /// Widths of the list's columns and of the tree, and those that nobody chose.
+    [[nodiscard]] PaneWidths widths() const;
+    [[nodiscard]] PaneWidths usualWidths() const;
+    /// Has them from now on, and keeps them.
+    void setWidths(const PaneWidths& wanted);
     [[nodiscard]] bool isToolBarHidden() const { return isToolBarHidden_; }
 
     [[nodiscard]] QTreeView& list() { return *list_; }
@@ -120,6 +130,8 @@ class TVellmark final : public QMainWindow, private DocumentDialogs {
     void connectList();
     void restorePlace();
     void keepPlace();
+    void keepSettings();
+    void showWidths(const PaneWidths& widths);
     void makeSource();
     void listFolder();
     [[nodiscard]] std::vector<std::size_t> selectedRows() const;

@@ -85,6 +85,7 @@ void TVellmark::makeSource() {
     } else if (documents().partition) {
         auto items = std::make_unique<VolumeItems>(documents().partition->volume(), signatures,
                                                    language(), context_.clock);
+        items->setShowsHidden(state().settings.has(kOptionShowHidden));
         volumeItems_ = items.get();
         source_ = std::move(items);
     }

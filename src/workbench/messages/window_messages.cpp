@@ -114,8 +114,11 @@ Answer WindowMessages::askYesNoRemember(std::string_view question) {
 
 TruncationAnswer WindowMessages::askTruncation(TruncatedName kind, std::string_view fullName,
                                                std::string_view proposal) {
-    return AskInMainThread(
-        [&] { return AskTruncation(kind, fullName, proposal, language(), owner()); });
+    return AskInMainThread([&] {
+        if (kind == TruncatedName::Imported)
+            return AskImportedName(fullName, proposal, state_, language(), owner());
+        return AskTruncation(kind, fullName, proposal, language(), owner());
+    });
 }
 
 std::optional<std::string> WindowMessages::askFileName(std::string_view proposal) {
@@ -125,6 +128,13 @@ std::optional<std::string> WindowMessages::askFileName(std::string_view proposal
         return isPath ? AskExpandedPath(proposal, language(), owner())
                       : AskPcName(proposal, language(), owner());
     });
+}
+
+std::optional<std::string> WindowMessages::askShorterName(std::string_view path,
+                                                          std::string_view proposal,
+                                                          std::size_t mostBytes) {
+    return AskInMainThread(
+        [&] { return AskShorterName(path, proposal, mostBytes, language(), owner()); });
 }
 
 std::optional<std::size_t> WindowMessages::askChoice(std::string_view question,

@@ -40,6 +40,9 @@ class WindowMessages final : public Messages {
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName kind, std::string_view fullName,
                                                  std::string_view proposal) override;
     [[nodiscard]] std::optional<std::string> askFileName(std::string_view proposal) override;
+    [[nodiscard]] std::optional<std::string> askShorterName(std::string_view path,
+                                                            std::string_view proposal,
+                                                            std::size_t mostBytes) override;
     [[nodiscard]] std::optional<std::size_t> askChoice(std::string_view question,
                                                        std::span<const std::string> names) override;
     void log(int level, std::string_view line) override;

@@ -1,5 +1,6 @@
 #include "workbench/models/volume_items.hpp"
 
+#include "containers/finder_info.hpp"
 #include "containers/names.hpp"
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
@@ -33,7 +34,7 @@ TreeFolder VolumeItems::root() const {
 
 std::vector<TreeFolder> VolumeItems::folders(std::int32_t folder) {
     std::vector<CatalogItem> items;
-    (void)ListFolder(volume_, static_cast<std::uint32_t>(folder), clock_, items);
+    (void)listShown(folder, items);
     std::vector<TreeFolder> folders;
     for (const CatalogItem& item : items)
         if (item.isFolder)
@@ -57,13 +58,22 @@ std::int32_t VolumeItems::parentOf(std::int32_t folder) {
 void VolumeItems::list(std::int32_t folder) {
     rows_.clear();
     totals_ = {};
-    const TreeResult result =
-        ListFolder(volume_, static_cast<std::uint32_t>(folder), clock_, rows_);
+    const TreeResult result = listShown(folder, rows_);
     problem_ = CatalogProblem(result, Reason(Sentence::kPlaceInRootFolder));
     for (const CatalogItem& item : rows_) {
         ++(item.isFolder ? totals_.folders : totals_.files);
         totals_.bytes += item.data.sizeBytes + item.resource.sizeBytes;
     }
+}
+
+TreeResult VolumeItems::listShown(std::int32_t folder, std::vector<CatalogItem>& items) {
+    const TreeResult result =
+        ListFolder(volume_, static_cast<std::uint32_t>(folder), clock_, items);
+    if (!showsHidden_)
+        std::erase_if(items, [](const CatalogItem& item) {
+            return (item.finderFlags & kFinderInvisible) != 0;
+        });
+    return result;
 }
 
 RowFacts VolumeItems::facts(std::size_t row) const {

@@ -17,6 +17,9 @@ class VolumeItems final : public ItemSource {
                 const Clock& clock)
         : volume_(volume), signatures_(signatures), language_(language), clock_(clock) {}
 
+    /// Whether items are there that the Finder does not show; at first they are.
+    void setShowsHidden(bool shows) { showsHidden_ = shows; }
+
     [[nodiscard]] TreeFolder root() const override;
     [[nodiscard]] std::vector<TreeFolder> folders(std::int32_t folder) override;
     [[nodiscard]] std::int32_t parentOf(std::int32_t folder) override;
@@ -35,6 +38,7 @@ class VolumeItems final : public ItemSource {
     [[nodiscard]] const Reason& problem() const { return problem_; }
 
   private:
+    [[nodiscard]] TreeResult listShown(std::int32_t folder, std::vector<CatalogItem>& items);
     [[nodiscard]] std::string_view typeOf(const CatalogItem& item) const;
     [[nodiscard]] UnixSeconds localOf(MacSeconds seconds) const;
 
@@ -42,6 +46,7 @@ class VolumeItems final : public ItemSource {
     const SignatureTable& signatures_;
     Language language_;
     const Clock& clock_;
+    bool showsHidden_ = true;
     std::vector<CatalogItem> rows_;
     FolderTotals totals_;
     Reason problem_;
