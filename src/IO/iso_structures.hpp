@@ -79,6 +79,16 @@ struct IsoAppleExtension {
 static_assert(sizeof(IsoAppleExtension) == 14 && alignof(IsoAppleExtension) == 1);
 static_assert(offsetof(IsoAppleExtension, fileSignature) == 4);
 
+/// Fixed part of a path table record in the order of the L table (ECMA-119, 9.4); the identifier
+/// follows, padded to an even length. The M table has the same in big-endian numbers.
+struct IsoPathRecord {
+    std::uint8_t nameLength;
+    std::uint8_t extendedSize;
+    le32 extent;  ///< logical block
+    le16 parent;  ///< number of the record of the directory above; the root is 1
+};
+static_assert(sizeof(IsoPathRecord) == 8 && alignof(IsoPathRecord) == 1);
+
 /// Primary and supplementary volume descriptor (ECMA-119, 8.4 and 8.5): one sector.
 struct IsoVolumeDescriptor {
     std::uint8_t type;

@@ -17,16 +17,6 @@ constexpr std::array<const char*, TempTableSet::kCount> kTableNames = {
 constexpr std::size_t kWriteAt = 1u << 20;
 constexpr std::uint8_t kAppleExtensionVersion = 2;
 
-// Fixed part of a path table record in the order of the L table (ECMA-119, 9.4); the identifier
-// follows, padded to an even length.
-struct IsoPathRecord {
-    std::uint8_t nameLength;
-    std::uint8_t extendedSize;
-    le32 extent;
-    le16 parent;  // number of the record of the directory above; the root is 1
-};
-static_assert(sizeof(IsoPathRecord) == 8);
-
 // Writes one after the other, in large pieces.
 class TableWriter {
   public:

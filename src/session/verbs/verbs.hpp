@@ -28,10 +28,12 @@ struct Verb {
 };
 
 extern const Verb kVerbAdd;
+extern const Verb kVerbAnalyse;
 extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
 extern const Verb kVerbCheck;
 extern const Verb kVerbConfig;
+extern const Verb kVerbDump;
 extern const Verb kVerbExpand;
 extern const Verb kVerbFind;
 extern const Verb kVerbFormat;
@@ -49,6 +51,7 @@ extern const Verb kVerbPut;
 extern const Verb kVerbRebuild;
 extern const Verb kVerbRename;
 extern const Verb kVerbReplaceSignature;
+extern const Verb kVerbResources;
 extern const Verb kVerbRm;
 extern const Verb kVerbSig;
 extern const Verb kVerbSplit;
