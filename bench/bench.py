@@ -5,6 +5,7 @@ import sys
 from pathlib import Path
 
 import expand
+import inspection
 import projects
 import refresh
 import trees
@@ -97,6 +98,7 @@ def main():
     projects.run(VELLMARK, PLACE)
     refresh.run(VELLMARK, PLACE)
     expand.run(VELLMARK, PLACE)
+    inspection.run(VELLMARK, PLACE)
     windows.run(VELLMARK, PLACE)
     print(f"\nLoad {os.getloadavg()[0]:.2f} at the end.")
 
