@@ -189,6 +189,34 @@ TEST_F(LinksTest, OfVolumesOfHformat) {
     EXPECT_EQ(textAt(places_["Read Me"], 6), "hello\r");
 }
 
+// An HFS volume whose only contents are an HFS+ volume.
+TEST_F(LinksTest, OfAWrapper) {
+    run({"format", "plus.img", "-s", "2M", "-l", "Inner", "--hfsplus", "-q"});
+    look("plus.img");
+    ASSERT_EQ(image_->volumes().size(), 1U);
+    const std::string inner = test::Bytes("plus.img").substr(image_->volumes()[0].start.byte());
+    constexpr std::uint32_t kBlock = 4096;
+    MasterDirectoryBlock mdb{};
+    mdb.signature = kHfsSignature;
+    mdb.bitmapStartSector = 3;
+    mdb.allocationStartSector = 20;
+    mdb.blockSize = kBlock;
+    mdb.totalBlocks = static_cast<std::uint16_t>(inner.size() / kBlock + 8);
+    mdb.embeddedSignature = kHfsPlusSignature;
+    mdb.embeddedExtent = {5, static_cast<std::uint16_t>(inner.size() / kBlock + 1)};
+    const std::string header(reinterpret_cast<const char*>(&mdb), sizeof mdb);
+    std::string disk((20 + 5 * 8) * kSectorBytes, '\0');
+    disk.replace(2 * kSectorBytes, header.size(), header);
+    disk += inner;
+    disk.resize((20 + mdb.totalBlocks * 8) * kSectorBytes);
+    Write("wrapped.img", disk + header + std::string(kSectorBytes, '\0'));
+    look("wrapped.img");
+    auto forms = follow({2});
+    EXPECT_EQ(forms["TSectBD"], 2);
+    EXPECT_EQ(forms["TSectHPP"], 2);
+    EXPECT_EQ(forms["TSectB"], 2);
+}
+
 TEST_F(LinksTest, TreesAreListedWithAllTheirNodes) {
     WriteMany(120);
     make("disc.iso");

@@ -66,6 +66,11 @@ shows => \n00000592  64 64 64 64 64 64 64 64  6e 65 65 64 6c 65 00 00  ddddddddn
 0 dump v.img Forks --raw --count 9
 )");
     EXPECT_EQ(out_, Bytes("Forks"));
+    // The sector of the image that a page of a fork names holds the same bytes.
+    play("0 dump v.img Forks -s 1");
+    const std::string placed = out_.substr(out_.find("sector ") + 7);
+    play("0 dump v.img --raw -s " + placed.substr(0, placed.find(' ')));
+    EXPECT_EQ(out_.substr(0, 95), Bytes("Forks").substr(512) + '\0');
     // A disc without any tree is shown all the same.
     Write("blank.img", std::string(512, '\xE9'));
     play("0 dump blank.img --table dos => ΘΘΘΘΘΘΘΘΘΘΘΘΘΘΘΘ");
@@ -115,6 +120,7 @@ has 'out/ab_c 0x0081.hex' 1 => 00000000  73 65 63 6f 6e 64
 0 resources v.img fork --save out --force
 0 resources v.img Forks ==
 1 resources v.img fork --type none => fork has no such resource
+2 resources v.img '' =>
 2 resources v.img fork --id 65536 => 65536 is no number of a resource
 0 put v.img bad -q
 1! resources v.img bad --fork data => does not lie within the fork (300 bytes)

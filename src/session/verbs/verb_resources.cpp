@@ -126,6 +126,9 @@ int Resources(const ResourcesOptions& options, CommandContext& context) {
     const auto id = TypedNumber(options.id);
     if (!options.id.empty() && (!id || *id > 0xFFFF))
         return UsageError(context, kName, Reason(Sentence::kNoResourceId, Printable(options.id)));
+    // What a shell makes of a variable that is not set is no file.
+    if (options.inspect.path.empty())
+        return UsageError(context, kName, Sentence::kGetPathIsEmpty);
     const StopSignals signals;
     InspectRun inspect(context);
     if (!inspect.open(options.inspect, true))
