@@ -15,6 +15,7 @@ namespace vellmark {
 namespace {
 
 using Code = StructureCode;
+using namespace std::string_literals;
 using test::Write;
 
 /// What may stand where a link of that name leads.
@@ -105,17 +106,17 @@ class LinksTest : public test::ReadingTest {
                     for (const AnalysedRow& row : page.list->rows)
                         if (row.link)
                             check(analysis, *row.link);
-                collect(page);
+                collect(analysis.form, page);
             }
         }
         return forms;
     }
-    // Names of a list, with the sectors that they lead to.
-    void collect(const AnalysedPage& page) {
+    // Names of a list behind its form, with the sectors that they lead to.
+    void collect(std::string_view form, const AnalysedPage& page) {
         if (page.list)
             for (const AnalysedRow& row : page.list->rows)
                 if (row.link)
-                    places_[row.cells[0]] = row.link->sector;
+                    places_[std::string(form) + "/" + row.cells[0]] = row.link->sector;
     }
 
     std::unique_ptr<InspectedImage> image_;
@@ -152,9 +153,15 @@ TEST_F(LinksTest, OfHybridsOfThisProgram) {
         EXPECT_EQ(forms["TSectISO"], 2);
         EXPECT_EQ(forms["TPathISO"], 4);
         EXPECT_EQ(forms["TRepISO"], 10) << "five folders in two trees";
-        EXPECT_EQ(textAt(places_["A file of number 77"], 10), "content 77");
-        EXPECT_EQ(textAt(places_["Read Me.txt"], 6), "hello\n");
-        EXPECT_EQ(places_["LARGE.BIN;1"], places_["large.bin"]);
+        // All files of the folder, whose directory is longer than a sector of the disc.
+        for (int i = 0; i < 120; ++i)
+            for (const auto& [form, end] : {std::pair("TSectND", ""), std::pair("TRepISO", ";1")})
+                EXPECT_EQ(
+                    textAt(places_[form + "/A file of number "s + std::to_string(i) + end], 11)
+                        .c_str(),
+                    "content " + std::to_string(i))
+                    << form << i;
+        EXPECT_EQ(places_["TRepISO/LARGE.BIN;1"], places_["TSectND/large.bin"]);
     }
 }
 
@@ -171,7 +178,7 @@ TEST_F(LinksTest, OfDiscsOfGenisoimage) {
     EXPECT_EQ(forms["TSectB"], 2);
     EXPECT_GE(forms["TBranche"], 1);
     EXPECT_EQ(forms["TPathISO"], 4);
-    EXPECT_EQ(textAt(places_["A file of number 17"], 10), "content 17");
+    EXPECT_EQ(textAt(places_["TSectND/A file of number 17"], 10), "content 17");
 }
 
 TEST_F(LinksTest, OfVolumesOfHformat) {
@@ -186,7 +193,7 @@ TEST_F(LinksTest, OfVolumesOfHformat) {
     EXPECT_EQ(forms["TSectBD"], 2);
     EXPECT_EQ(forms["TSectB"], 2);
     EXPECT_GE(forms["TSectND"], 1);
-    EXPECT_EQ(textAt(places_["Read Me"], 6), "hello\r");
+    EXPECT_EQ(textAt(places_["TSectND/Read Me"], 6), "hello\r");
 }
 
 // An HFS volume whose only contents are an HFS+ volume.
