@@ -73,6 +73,10 @@ struct Resource {
     [[nodiscard]] SliceSource contents(ByteSource& fork) const {
         return {fork, position + kLengthBytes, length};
     }
+    /// The same with the length in front, as a viewer shows it.
+    [[nodiscard]] SliceSource withLength(ByteSource& fork) const {
+        return {fork, position, kLengthBytes + length};
+    }
     static constexpr std::uint64_t kLengthBytes = 4;
 };
 

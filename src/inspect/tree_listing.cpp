@@ -97,6 +97,8 @@ ListedNode TreeListing::list(Waiting waiting) {
     }
     node.kind = bytes[offsetof(NodeDescriptor, kind)];
     const auto kind = static_cast<NodeKind>(node.kind);
+    if (kind == NodeKind::Header || kind == NodeKind::Map)
+        addNextMap(node, bytes);
     if (kind != NodeKind::Index && kind != NodeKind::Leaf)
         return node;
     // A tree that no volume names shows by its first key what it is.
@@ -114,18 +116,30 @@ ListedNode TreeListing::list(Waiting waiting) {
     return node;
 }
 
+// The nodes with the map of used nodes hang on the header, one on the other.
+void TreeListing::addNextMap(ListedNode& node, ConstByteSpan bytes) {
+    NodeDescriptor descriptor;
+    std::memcpy(&descriptor, bytes.data(), sizeof descriptor);
+    if (descriptor.forwardLink != 0)
+        addNode(node, descriptor.forwardLink, node.depth);
+}
+
+void TreeListing::addNode(ListedNode& from, std::uint32_t number, std::uint32_t depth) {
+    if (number >= nodeCount_)
+        from.problem = Reason(Sentence::kTreeNodeOutside, number);
+    else if (seen_.insert(number).second)
+        waiting_.push_back({number, depth});
+    else
+        from.problem = Reason(Sentence::kTreeNodeTwice, number);
+}
+
 void TreeListing::addChildren(ListedNode& node, const NodeRecords& records) {
     for (auto record = records.records.rbegin(); record != records.records.rend(); ++record) {
         be32 child;
         if (record->data.size() < sizeof child)
             continue;
         std::memcpy(&child, record->data.data(), sizeof child);
-        if (child >= nodeCount_)
-            node.problem = Reason(Sentence::kTreeNodeOutside, std::uint32_t{child});
-        else if (seen_.insert(child).second)
-            waiting_.push_back({child, node.depth + 1});
-        else
-            node.problem = Reason(Sentence::kTreeNodeTwice, std::uint32_t{child});
+        addNode(node, child, node.depth + 1);
     }
 }
 

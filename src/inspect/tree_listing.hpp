@@ -35,8 +35,8 @@ class TreeListing {
                                                   const InspectedBytes& inspected,
                                                   std::uint64_t sector);
 
-    /// The next nodes, at most `most`: header, root, and then each inner node before its children.
-    /// None at the end.
+    /// The next nodes, at most `most`: header and maps, root, and then each inner node before its
+    /// children. None at the end.
     [[nodiscard]] std::vector<ListedNode> next(std::size_t most);
 
   private:
@@ -48,6 +48,8 @@ class TreeListing {
     TreeListing(const InspectedImage& image, const InspectedBytes& inspected)
         : image_(&image), inspected_(&inspected) {}
     [[nodiscard]] ListedNode list(Waiting waiting);
+    void addNextMap(ListedNode& node, ConstByteSpan bytes);
+    void addNode(ListedNode& from, std::uint32_t number, std::uint32_t depth);
     void addChildren(ListedNode& node, const NodeRecords& records);
     [[nodiscard]] bool readNode(std::uint32_t number, std::vector<std::uint8_t>& bytes);
     [[nodiscard]] std::optional<std::uint64_t> sectorOf(std::uint32_t number) const;

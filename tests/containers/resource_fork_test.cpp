@@ -75,6 +75,8 @@ TEST(ResourceForkTest, ListsTypesAndResourcesInTheOrderOfTheMap) {
         EXPECT_EQ(tree.types[0].resources[0].nameOffset, 0);
         SliceSource text = tree.find("STR ", 7)->contents(fork);
         EXPECT_EQ(testing::Contents(text), BytesOf("text"));
+        SliceSource none = tree.find("ICON", 0xFFFF)->withLength(fork);
+        EXPECT_EQ(testing::Contents(none), Be(0, 4));
         EXPECT_EQ(tree.find("STR ", 128), nullptr);
     }
 }
