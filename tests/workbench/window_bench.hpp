@@ -17,6 +17,7 @@
 #include <QListWidget>
 #include <QMimeData>
 #include <QPushButton>
+#include <QStackedWidget>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
@@ -49,9 +50,11 @@ namespace vellmark::test {
 //     return FROM TO     to the window, after another program has moved a file
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
-// check BOX, pick NUMBER, give COMMAND (of the dialog), select ROW... (of its list), head COLUMN (a
-// click on it), page NUMBER, hand FILE (a second start hands it over). Without a dialog: abort, as
-// soon as a compile runs, and quit, which closes the window then.
+// check BOX, pick NUMBER, give COMMAND (of the dialog), keys KEYS (pressed there), select ROW...
+// (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is),
+// hand FILE (a second start hands it
+// over). Without a dialog: abort, as soon as a compile runs, and quit, which closes the window
+// then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }
@@ -95,9 +98,12 @@ class WindowTest : public ScriptTest {
         const std::string verb = parts[0].substr(0, blank);
         const std::string rest = parts[0].substr(std::min(blank + 1, parts[0].size()));
         heard_.clear();
+        waits_ = 0;
         step(verb, rest);
         for (int i = 0; i < 5; ++i)
             QCoreApplication::processEvents();
+        if (!answers_.empty() && answers_.front() == "gone")
+            answers_.pop_front();
         EXPECT_TRUE(answers_.empty()) << answers_.front() << " was not asked for: " << line;
         return std::exchange(heard_, {});
     }
@@ -191,9 +197,10 @@ class WindowTest : public ScriptTest {
         window_->activateWindow();
         EXPECT_TRUE(QTest::qWaitForWindowActive(window_.get()));
         side.setFocus();
-        const QKeyCombination key =
-            QKeySequence(QString::fromStdString(keys), QKeySequence::PortableText)[0];
-        QTest::keyClick(&side, key.key(), key.keyboardModifiers());
+        QTest::keyClick(&side, KeyOf(keys).key(), KeyOf(keys).keyboardModifiers());
+    }
+    static QKeyCombination KeyOf(const std::string& keys) {
+        return QKeySequence(QString::fromStdString(keys), QKeySequence::PortableText)[0];
     }
 
     [[nodiscard]] QModelIndex rowNamed(const std::string& name) {
@@ -327,14 +334,20 @@ class WindowTest : public ScriptTest {
     }
 
     void apply(QDialog& dialog, const std::string& verb, const std::string& rest) {
-        const auto press = [&dialog](const std::string& name) {
+        const auto press = [&, noted = noted_](const std::string& name) {
             auto* const button = dialog.findChild<QPushButton*>(QString::fromStdString(name));
+            if (!button && ++waits_ < kMostWaits) {
+                // What brings the dialog that has it still goes on.
+                answers_.push_front(rest.empty() ? verb : verb + " " + rest);
+                noted_ = noted;
+                return;
+            }
             ASSERT_NE(button, nullptr) << name;
             EXPECT_TRUE(button->isEnabled()) << name << " is off";
             button->click();
         };
-        const std::set<std::string> staying = {"set",  "check",  "remember", "hand",
-                                               "give", "select", "head",     "page"};
+        const std::set<std::string> staying = {"set",    "check", "remember", "hand", "give",
+                                               "select", "head",  "page",     "keys", "gone"};
         noted_ = staying.contains(verb) ? noted_ : nullptr;
         if (verb == "yes")
             press("MessOui");
@@ -357,10 +370,16 @@ class WindowTest : public ScriptTest {
         else if (verb == "give")
             giveIn(dialog, rest);
         else if (verb == "select")
-            select(*dialog.findChild<QAbstractItemView*>(), wordsOf(rest));
+            select(shownList(dialog), rest);
         else if (verb == "head")
             clickHead(*dialog.findChild<QHeaderView*>(), std::stoi(rest));
-        else if (verb == "page")
+        else if (verb == "keys")
+            QTest::keyClick(dialog.focusWidget(), KeyOf(rest).key(),
+                            KeyOf(rest).keyboardModifiers());
+        else if (verb == "gone") {
+            if (++waits_ < kMostWaits)
+                answers_.push_front(verb);
+        } else if (verb == "page")
             dialog.findChild<QTabWidget*>()->setCurrentIndex(std::stoi(rest));
         else if (verb == "pick")
             pick(dialog, std::stoi(rest));
@@ -370,18 +389,36 @@ class WindowTest : public ScriptTest {
             ADD_FAILURE() << "no answer " << verb;
     }
 
+    static QAbstractItemView& shownList(QDialog& dialog) {
+        auto* const pages = dialog.findChild<QStackedWidget*>();
+        QWidget* const page = pages ? pages->currentWidget() : &dialog;
+        auto* const self = qobject_cast<QAbstractItemView*>(page);
+        return self ? *self : *page->findChild<QAbstractItemView*>();
+    }
     static void giveIn(QDialog& dialog, const std::string& name) {
         auto* const command = dialog.findChild<QAction*>(QString::fromStdString(name));
         ASSERT_NE(command, nullptr) << name;
         EXPECT_TRUE(command->isEnabled()) << name << " is off";
         command->trigger();
     }
-    static void select(QAbstractItemView& view, const Names& rows) {
+    // Rows by their numbers or by their names; one that is not there yet is waited for.
+    void select(QAbstractItemView& view, const std::string& names) {
         view.clearSelection();
-        for (const std::string& row : rows)
+        for (const std::string& name : wordsOf(names)) {
+            const QModelIndex first = view.model()->index(0, 0, view.rootIndex());
+            const auto hits = view.model()->match(
+                first, Qt::DisplayRole, QString::fromStdString(name), 1, Qt::MatchExactly);
+            const bool isNumber = name.find_first_not_of("0123456789") == std::string::npos;
+            if (!isNumber && hits.isEmpty() && ++waits_ < kMostWaits) {
+                answers_.push_front("select " + names);
+                return;
+            }
+            ASSERT_TRUE(isNumber || !hits.isEmpty()) << "no row " << name;
+            const QModelIndex row =
+                isNumber ? view.model()->index(std::stoi(name), 0, view.rootIndex()) : hits[0];
             view.selectionModel()->setCurrentIndex(
-                view.model()->index(std::stoi(row), 0, view.rootIndex()),
-                QItemSelectionModel::Select | QItemSelectionModel::Rows);
+                row, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        }
     }
 
     static void set(QDialog& dialog, const std::string& fieldAndText) {
@@ -415,6 +452,8 @@ class WindowTest : public ScriptTest {
     QObject there_;
     std::deque<std::string> answers_;
     std::string heard_;
+    static constexpr int kMostWaits = 5000;  // of a millisecond
+    int waits_ = 0;
     const QDialog* noted_ = nullptr;
 };
 

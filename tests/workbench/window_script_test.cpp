@@ -107,7 +107,11 @@ disk.hfs [Vellmark]
 ! You are checking/the binary copy mode/(MacBinary mode)./Are you sure?
 > menu Bo
 > rows d.txt
-> menu MPC1 | file out
+> menu MPC1 | set Chemin=$PWD/none | press CopNow | close | press Browse | file out | press CopNow
+! Select the Target Folder
+! $PWD/none: No such file or directory
+! Select the Target Folder
+! Please select below the destination folder to receive the files...
 ! Select the Target Folder
 > menu Da
 > menu Prop1 | set Type=ABCD | press Ecrire

@@ -10,6 +10,8 @@
 #include "transfer/copy_all_in.hpp"
 #include "volume/catalog_search.hpp"
 #include "volume/path_changes.hpp"
+#include "workbench/browser/pc_browser.hpp"
+#include "workbench/browser/target_folder.hpp"
 #include "workbench/commands/handlers.hpp"
 #include "workbench/dialogs/file_choice.hpp"
 #include "workbench/main_window/main_window.hpp"

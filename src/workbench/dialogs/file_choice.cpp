@@ -1,9 +1,7 @@
 #include "workbench/dialogs/file_choice.hpp"
 
 #include <QFileDialog>
-#include <QListView>
 #include <QRegularExpression>
-#include <QTreeView>
 
 #include "support/backup_path.hpp"
 #include "support/pc_folder.hpp"
@@ -14,7 +12,6 @@ namespace vellmark {
 
 namespace {
 
-constexpr int kTextTargetFolder = 1129;
 constexpr int kTextProjectFilter = 1349;
 constexpr int kTextOpenProject = 1351;
 constexpr int kTextImageFilter = 1355;
@@ -26,7 +23,6 @@ constexpr int kTextSelectIso = 1368;
 constexpr int kTextTarget = 1369;
 constexpr int kTextHfsFilter = 1410;
 constexpr int kTextSaveExpanded = 1504;
-constexpr int kTextCopyIn = 2050;
 
 struct Kind {
     int title;
@@ -119,34 +115,6 @@ std::optional<std::string> AskIsoImage(TVellmark& window) {
     return Given(QFileDialog::getOpenFileName(
         &window, window.text(kTextSelectIso), Folder(window, setting::kDocumentFolder),
         DialogFilter(Text(kTextIsoFilter, window.language()))));
-}
-
-std::optional<std::string> AskTargetFolder(TVellmark& window) {
-    std::optional<std::string> folder = Given(QFileDialog::getExistingDirectory(
-        &window, window.text(kTextTargetFolder), Folder(window, setting::kCopyFolder)));
-    if (folder)
-        KeepFolderOf(*folder + "/", setting::kCopyFolder, window.state().store);
-    return folder;
-}
-
-std::vector<std::string> AskFilesToCopy(TVellmark& window) {
-    QFileDialog dialog(&window, window.text(kTextCopyIn).remove(QStringLiteral("...")),
-                       Folder(window, setting::kBrowserFolder));
-    dialog.setFileMode(QFileDialog::ExistingFiles);
-    // The desktop's own dialogs give files or folders, this one both.
-    dialog.setOption(QFileDialog::DontUseNativeDialog);
-    for (QAbstractItemView* const view : dialog.findChildren<QAbstractItemView*>())
-        if (view->objectName() == QLatin1String("listView") ||
-            view->objectName() == QLatin1String("treeView"))
-            view->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    std::vector<std::string> paths;
-    if (dialog.exec() != QDialog::Accepted)
-        return paths;
-    for (const QString& path : dialog.selectedFiles())
-        paths.push_back(ToPath(path));
-    KeepFolderOf(ToPath(dialog.directory().path()) + "/", setting::kBrowserFolder,
-                 window.state().store);
-    return paths;
 }
 
 }  // namespace vellmark

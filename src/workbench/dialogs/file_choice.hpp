@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "compiler/build_request.hpp"
 #include "project/project_file.hpp"
@@ -31,11 +30,6 @@ class TVellmark;
                                                         const ProjectFile& project, ImageKind kind);
 /// An ISO image that is there.
 [[nodiscard]] std::optional<std::string> AskIsoImage(TVellmark& window);
-/// The folder of the PC that copies go to; it is kept for the next time.
-[[nodiscard]] std::optional<std::string> AskTargetFolder(TVellmark& window);
-/// Files and folders of the PC that are to be copied; none when the person gives up.
-[[nodiscard]] std::vector<std::string> AskFilesToCopy(TVellmark& window);
-
 /// `Name [*.a]|*.a;*.b|Other|*` as the toolkit's dialogs want filters.
 [[nodiscard]] QString DialogFilter(std::string_view filter);
 

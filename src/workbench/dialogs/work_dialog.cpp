@@ -13,6 +13,12 @@
 
 namespace vellmark {
 
+namespace {
+
+constexpr int kTextHelp = 2103;
+
+}  // namespace
+
 WorkDialog::WorkDialog(const char* name, const QString& title, Language language, QWidget* owner)
     : QDialog(owner),
       language_(language),
@@ -36,15 +42,15 @@ QString WorkDialog::words(int number) const {
     return Words(number, language_);
 }
 
-QMenu& WorkDialog::addMenu(int caption, int hint) {
+QMenu& WorkDialog::addMenu(int caption, int hint, const char* name) {
     QMenu* const menu = frame_->menuBar()->addMenu(words(caption));
+    menu->setObjectName(QLatin1String(name));
     menu->menuAction()->setStatusTip(words(hint).mid(1));
     return *menu;
 }
 
-QAction& WorkDialog::addCommand(QMenu& menu, const WorkCommand& command,
-                                std::function<void()> run) {
-    QAction* const action = menu.addAction(words(command.caption));
+QAction& WorkDialog::makeCommand(const WorkCommand& command, std::function<void()> run) {
+    auto* const action = new QAction(words(command.caption), this);
     action->setObjectName(QLatin1String(command.name));
     action->setShortcut(command.key);
     action->setStatusTip(words(command.hint).mid(1));
@@ -57,14 +63,25 @@ QAction& WorkDialog::addCommand(QMenu& menu, const WorkCommand& command,
     return *action;
 }
 
+QAction& WorkDialog::addCommand(QMenu& menu, const WorkCommand& command,
+                                std::function<void()> run) {
+    QAction& action = makeCommand(command, std::move(run));
+    menu.addAction(&action);
+    return action;
+}
+
+QAction& WorkDialog::addTool(const WorkCommand& command, std::function<void()> run) {
+    return makeCommand(command, std::move(run));
+}
+
 void WorkDialog::addHelp(QMenu& menu, int caption, int hint, const char* topic) {
-    addCommand(menu,
-               {.name = "AideCommande",
-                .caption = caption,
-                .hint = hint,
-                .key = QKeySequence(Qt::Key_F1),
-                .picture = "help"},
+    addCommand(menu, {"AideCommande", caption, hint, QKeySequence(Qt::Key_F1), "help"},
                [this, topic] { ShowHelpTopic(topic, language_, this); });
+}
+
+void WorkDialog::addHelp(const char* topic) {
+    addTool({"AideCommande", kTextHelp, 0, QKeySequence(Qt::Key_F1), "help"},
+            [this, topic] { ShowHelpTopic(topic, language_, this); });
 }
 
 void WorkDialog::finishMenus() {

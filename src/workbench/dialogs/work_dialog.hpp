@@ -32,17 +32,22 @@ class WorkDialog : public QDialog {
 
   protected:
     [[nodiscard]] QMainWindow& frame() { return *frame_; }
-    QMenu& addMenu(int caption, int hint = 0);
+    QMenu& addMenu(int caption, int hint = 0, const char* name = "");
     /// Adds a command to a menu, and to the tool bar when it has a picture.
     QAction& addCommand(QMenu& menu, const WorkCommand& command, std::function<void()> run);
     /// The help of this dialog, in a menu and behind F1.
     void addHelp(QMenu& menu, int caption, int hint, const char* topic);
+    /// The same, and commands, in the tool bar alone.
+    void addHelp(const char* topic);
+    QAction& addTool(const WorkCommand& command, std::function<void()> run);
     [[nodiscard]] QToolBar& tools() { return *tools_; }
     /// Gives the menus keys. After the last command.
     void finishMenus();
     void showHint(const QString& text);
 
   private:
+    QAction& makeCommand(const WorkCommand& command, std::function<void()> run);
+
     Language language_;
     QMainWindow* frame_;
     QToolBar* tools_;
