@@ -145,9 +145,8 @@ file a.txt => a
 +++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
 +.+.. ---- .+..  Clean1
 ----- ---- ----  EdIcon
-..... .... ....  RFT
++++.. +++. ++..  RFT ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1
 ..... ---- ----  dsstor
-+++.. +++. ++..  ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1
 ++++. +++. +++.  F5
 )");
 }

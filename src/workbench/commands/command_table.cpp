@@ -70,7 +70,7 @@ constexpr CommandRow kRows[] = {
     {"Explo1", 2084, 2284, "", kAll, {}, 0, LaunchFileManager},
     {"Sign1", 2086, 2286, "", kAll, {}, 0, EditSignatures},
     {"EdIcon", 2069, 2269, "", kAll, {}, 0, LaunchIconComposer},
-    {"RFT", 2065, 2265, "", kAll, {}, 0, nullptr},
+    {"RFT", 2065, 2265, "", kAll, {}, kNeedsQuiet, ManageFileTypes},
     {"Desh1", 2071, 2271, "", "V", Split, kNeedsQuiet, SplitImage},
     {"dsstor", 2072, 2272, "", "P", Layout, kNeedsQuiet, nullptr},
     // Options

@@ -46,6 +46,9 @@ void SplitImage(TVellmark& window);
 void EditSignatures(TVellmark& window);
 void ManageSignatureKey(TVellmark& window);
 
+// dialogs/file_types_dialog.cpp
+void ManageFileTypes(TVellmark& window);
+
 // view_commands.cpp
 void ChooseProjectMode(TVellmark& window);
 void ChoosePartitionMode(TVellmark& window);

@@ -8,6 +8,7 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "workbench/help/help_window.hpp"
 #include "workbench/messages/words.hpp"
@@ -22,6 +23,9 @@ constexpr int kTextCancel = 1002;
 // Fields are at least that wide, in average characters.
 constexpr int kFieldCharacters = 32;
 constexpr int kMostFactCharacters = 60;
+// A title makes a dialog at most as wide; so much go to what stands beside it.
+constexpr int kMostTitle = 110;
+constexpr int kTitleButtons = 16;
 constexpr double kSectorsAMegabyte = 512;
 
 }  // namespace
@@ -33,6 +37,11 @@ FormDialog::FormDialog(const char* topic, const QString& title, Language languag
       form_(new QFormLayout),
       buttons_(new QDialogButtonBox(this)) {
     setWindowTitle(title);
+    // Desktops write it bolder, between their buttons.
+    const QFontMetrics metrics = fontMetrics();
+    setMinimumWidth(std::min(
+        metrics.horizontalAdvance(title) * 5 / 4 + metrics.averageCharWidth() * kTitleButtons,
+        metrics.averageCharWidth() * kMostTitle));
     form_->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     column_->addLayout(form_);
     column_->addStretch(1);

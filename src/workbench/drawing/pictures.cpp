@@ -155,6 +155,11 @@ QIcon ToolIcon(const QString& name, bool isDark) {
                            ColoursOf(PictureSet::Iso, isDark)));
 }
 
+std::string DrawnFile(const QString& path) {
+    return Drawing(QStringLiteral(":/%1.svg").arg(path), ColoursOf(PictureSet::Iso, false))
+        .toStdString();
+}
+
 QIcon ProgramIcon() {
     return ToolIcon(QStringLiteral("vellmark"), false);
 }

@@ -3,6 +3,7 @@
 
 #include <QIcon>
 #include <QString>
+#include <string>
 #include <unordered_map>
 
 #include "workbench/models/item_source.hpp"
@@ -28,6 +29,8 @@ class Pictures {
 
 /// The picture of a tool, by the name of its file below `:/tools/`.
 [[nodiscard]] QIcon ToolIcon(const QString& name, bool isDark);
+/// The drawing below `:/` as a file of its own, in the colours of a light palette.
+[[nodiscard]] std::string DrawnFile(const QString& path);
 /// The program's own.
 [[nodiscard]] QIcon ProgramIcon();
 

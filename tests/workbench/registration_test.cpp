@@ -1,4 +1,4 @@
-// The signature editor and what it changes: files, settings, and what copies are from then on.
+// Dialogs that change files and settings outside of a document: signatures, kinds of files.
 #include "workbench/window_bench.hpp"
 
 namespace vellmark {
@@ -91,6 +91,25 @@ file d/c.sig => # c
     std::filesystem::permissions("d", std::filesystem::perms(0755));
     EXPECT_EQ(Bytes("d/c.sig"), "# c");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator("d"), {}), 1);
+}
+
+// The boxes show what is known, and take it out again.
+TEST_F(WindowScripts, FileTypesComeAndGo) {
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/");  // no tools of this desktop
+    openWindow();
+    EXPECT_EQ(does("menu RFT | check TypeVlpr | check TypeVlso | press OK"),
+              "! Registering Filetypes in the Windows Registry\n");
+    const std::string entry = (root() / "applications/vellmark-file-types.desktop").string();
+    EXPECT_NE(Bytes(entry).find("-project;application/x-vellmark-isoplus;\n"), std::string::npos);
+    const std::string picture =
+        "icons/hicolor/scalable/mimetypes/application-x-vellmark-project.svg";
+    EXPECT_NE(Bytes(root() / picture).find("<svg"), std::string::npos);
+    does("menu RFT | check TypeVlpr | press OK");
+    EXPECT_FALSE(std::filesystem::exists(root() / picture));
+    does("menu RFT | check TypeVlso | press OK");
+    EXPECT_FALSE(std::filesystem::exists(entry));
+    qputenv("PATH", path);
 }
 
 }  // namespace
