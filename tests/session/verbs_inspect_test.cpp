@@ -88,6 +88,7 @@ TEST_F(InspectVerbs, AnalyseShowsStructuresInWordsAndAsJson) {
 1 analyse v.img -s 99999 => they go from 0 to
 )");
     const auto map = json({"analyse", "v.img", "-s", "2"});
+    EXPECT_EQ(json({"--lang", "fr", "analyse", "v.img", "-s", "2"}), map);
     EXPECT_EQ(map["form"], "TSectPM");
     const auto& start = map["pages"][0]["fields"][2];
     EXPECT_EQ(start["key"], "start");

@@ -28,6 +28,9 @@ struct AnalyseOptions {
 
 using Json = nlohmann::ordered_json;
 
+// What scripts read is the same whatever a person speaks.
+constexpr Language kScriptLanguage = Language::English;
+
 Json LinkJson(const SectorLink& link) {
     Json json = {{"name", link.name}, {"sector", link.sector}};
     if (link.as != StructureCode::Unknown)
@@ -35,9 +38,9 @@ Json LinkJson(const SectorLink& link) {
     return json;
 }
 
-Json FieldJson(const AnalysedField& field, const Messages& messages) {
+Json FieldJson(const AnalysedField& field) {
     Json json = {{"key", field.key},
-                 {"caption", messages.words(field.caption)},
+                 {"caption", field.caption.words(kScriptLanguage)},
                  {"value", field.number ? Json(*field.number) : Json(field.value)},
                  {"text", field.value},
                  {"offset", field.bytes.offset},
@@ -50,10 +53,10 @@ Json FieldJson(const AnalysedField& field, const Messages& messages) {
     return json;
 }
 
-Json ListJson(const AnalysedList& list, const Messages& messages) {
+Json ListJson(const AnalysedList& list) {
     Json json = {{"columns", Json::array()}, {"rows", Json::array()}};
     for (const Reason& column : list.columns)
-        json["columns"].push_back(messages.words(column));
+        json["columns"].push_back(column.words(kScriptLanguage));
     for (const AnalysedRow& row : list.rows) {
         Json one = {
             {"cells", row.cells}, {"offset", row.bytes.offset}, {"length", row.bytes.length}};
@@ -64,16 +67,16 @@ Json ListJson(const AnalysedList& list, const Messages& messages) {
     return json;
 }
 
-Json AnalysisJson(const Analysis& analysis, const Messages& messages) {
+Json AnalysisJson(const Analysis& analysis) {
     Json json = {{"sector", analysis.sector}, {"code", static_cast<unsigned>(analysis.code)},
-                 {"form", analysis.form},     {"title", messages.words(analysis.title)},
+                 {"form", analysis.form},     {"title", analysis.title.words(kScriptLanguage)},
                  {"pages", Json::array()},    {"links", Json::array()}};
     for (const AnalysedPage& page : analysis.pages) {
-        Json one = {{"caption", messages.words(page.caption)}, {"fields", Json::array()}};
+        Json one = {{"caption", page.caption.words(kScriptLanguage)}, {"fields", Json::array()}};
         for (const AnalysedField& field : page.fields)
-            one["fields"].push_back(FieldJson(field, messages));
+            one["fields"].push_back(FieldJson(field));
         if (page.list)
-            one["list"] = ListJson(*page.list, messages);
+            one["list"] = ListJson(*page.list);
         json["pages"].push_back(std::move(one));
     }
     for (const SectorLink& link : analysis.links)
@@ -101,19 +104,31 @@ std::size_t CaptionWidth(const AnalysedPage& page, const Messages& messages) {
     return width;
 }
 
+std::size_t ColumnsOf(const std::string& text) {
+    return Utf8ToWide(text).size();
+}
+
+// The cells of a line, each as wide as its column.
+std::string RowText(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) {
+    std::string text = "  ";
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        text += "  " + cells[i] + std::string(widths[i] - ColumnsOf(cells[i]), ' ');
+    return text;
+}
+
 std::string ListText(const AnalysedList& list, const Messages& messages) {
-    std::string text = "   ";
-    for (const Reason& column : list.columns)
-        text += fmt::format(" {} |", messages.words(column));
-    text.resize(text.size() - 2);
-    text += '\n';
-    for (const AnalysedRow& row : list.rows) {
-        text += "   ";
-        for (const std::string& cell : row.cells)
-            text += fmt::format(" {} |", cell);
-        text.resize(text.size() - 2);
-        text += (row.link ? LinkText(*row.link) : "") + "\n";
+    std::vector<std::string> captions;
+    std::vector<std::size_t> widths;
+    for (const Reason& column : list.columns) {
+        captions.push_back(messages.words(column));
+        widths.push_back(ColumnsOf(captions.back()));
     }
+    for (const AnalysedRow& row : list.rows)
+        for (std::size_t i = 0; i < row.cells.size(); ++i)
+            widths[i] = std::max(widths[i], ColumnsOf(row.cells[i]));
+    std::string text = RowText(captions, widths) + "\n";
+    for (const AnalysedRow& row : list.rows)
+        text += RowText(row.cells, widths) + (row.link ? LinkText(*row.link) : "") + "\n";
     return text;
 }
 
@@ -134,12 +149,12 @@ void PutText(ViewRun& run, const Analysis& analysis) {
         (void)run.put(fmt::format("  {}{}\n", link.name, LinkText(link)));
 }
 
-Json NodeJson(const ListedNode& node, const Messages& messages) {
+Json NodeJson(const ListedNode& node) {
     Json json = {{"node", node.number}, {"depth", node.depth}, {"kind", node.kind}};
     json["sector"] = node.sector ? Json(*node.sector) : Json(nullptr);
     json["keys"] = node.keys;
     if (node.problem)
-        json["problem"] = messages.words(node.problem);
+        json["problem"] = node.problem.words(kScriptLanguage);
     return json;
 }
 
@@ -155,8 +170,7 @@ void PutTree(InspectRun& inspect, TreeListing& listing, bool json) {
         for (const ListedNode& node : nodes) {
             run.failed = run.failed || node.problem;
             const std::string line =
-                json ? fmt::format("{}\n    {}", isFirst ? "" : ",",
-                                   JsonText(NodeJson(node, run.terminal.messages), 4))
+                json ? fmt::format("{}\n    {}", isFirst ? "" : ",", JsonText(NodeJson(node), 4))
                      : fmt::format("{:{}}{}\n", "", 2 * node.depth,
                                    run.terminal.messages.words(node.line()));
             isFirst = false;
@@ -193,14 +207,15 @@ int Analyse(const AnalyseOptions& options, CommandContext& context) {
         return kExitFailed;
     if (options.tree)
         return AnalyseTree(inspect, options, *sector);
-    const auto analysis = AnalyseSector(inspect.surroundings(), inspect.bytes,
-                                        {*sector, *structure, context.language});
+    const auto analysis =
+        AnalyseSector(inspect.surroundings(), inspect.bytes,
+                      {*sector, *structure, options.json ? kScriptLanguage : context.language});
     if (!analysis) {
         inspect.run.problem(analysis.error());
         return kExitFailed;
     }
     if (options.json)
-        inspect.run.putJson(AnalysisJson(*analysis, inspect.run.terminal.messages));
+        inspect.run.putJson(AnalysisJson(*analysis));
     else
         PutText(inspect.run, *analysis);
     if (analysis->problem)
