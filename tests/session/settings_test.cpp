@@ -1,6 +1,7 @@
 // What stands in for a setting that is missing or wrong, what is kept, and the file it is kept in.
 #include "session/settings.hpp"
 
+#include "session/browser_state.hpp"
 #include "session/session_bench.hpp"
 #include "session/settings_file.hpp"
 #include "session/user_folders.hpp"
@@ -13,6 +14,29 @@ using test::Names;
 using test::Write;
 
 class SettingsTest : public test::ScriptTest {};
+
+TEST_F(SettingsTest, TheBrowserIsAsItWasAsFarAsThatCanBe) {
+    MemorySettings store;
+    for (const auto& [kept, state] : std::map<std::string, BrowserState>{
+             {"", {}},
+             {"1,2,300", {}},
+             {"1,x,300,400,2", {}},
+             {"1,2,300,400,4", {1, 2, 300, 400, BrowserStyle::Report}},
+             {"-1,2,300,99999,0", {-1, -1, 0, 0, BrowserStyle::LargeIcons}},
+             {"99999999999,2,300,400,0", {}}}) {
+        store.write("WinVLV", kept);
+        EXPECT_EQ(LoadBrowserState(store), state) << kept;
+    }
+    const BrowserState state{1, 2, 300, 400, BrowserStyle::List};
+    KeepBrowserState(state, store);
+    EXPECT_EQ(LoadBrowserState(store), state);
+    const std::string here = root().string() + "/";
+    EXPECT_EQ(BrowserFolder(store, here), here);
+    store.write("Reper", here + "gone/");
+    EXPECT_EQ(BrowserFolder(store, "/"), here);
+    store.write("WReper", "/gone");
+    EXPECT_EQ(BrowserFolder(store, here), "/");
+}
 
 TEST(Settings, AValueThatIsWrongHasItsDefaultAndAWindowIsOnTheScreen) {
     MemorySettings store;

@@ -51,10 +51,9 @@ namespace vellmark::test {
 //
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
 // check BOX, pick NUMBER, give COMMAND (of the dialog), keys KEYS (pressed there), select ROW...
-// (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is),
-// hand FILE (a second start hands it
-// over). Without a dialog: abort, as soon as a compile runs, and quit, which closes the window
-// then.
+// (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is), hand FILE (a
+// second start hands it over). Without a dialog: abort, as soon as a compile runs, and quit, which
+// closes the window then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }

@@ -41,7 +41,7 @@ TSignEdit::TSignEdit(TVellmark& window)
     makeList();
     makeCommands();
     openTableInUse();
-    show();
+    showEntries();
     list_->setFocus();
 }
 
@@ -69,7 +69,7 @@ void TSignEdit::makeList() {
     frame().setCentralWidget(list_);
     resize(width + 4 * character, list_->fontMetrics().height() * kLines);
     connect(list_->header(), &QHeaderView::sectionClicked, this, [this](int at) { sortBy(at); });
-    connect(list_, &QTreeWidget::itemSelectionChanged, this, [this] { update(); });
+    connect(list_, &QTreeWidget::itemSelectionChanged, this, [this] { updateCommands(); });
     connect(list_, &QTreeWidget::itemActivated, this, [this] { editEntries(); });
 }
 
@@ -160,7 +160,7 @@ void TSignEdit::newFile() {
         return;
     document_.clear();
     sortedBy_ = 0;
-    show();
+    showEntries();
 }
 
 void TSignEdit::openFile() {
@@ -174,7 +174,7 @@ void TSignEdit::openFile() {
         return;
     }
     sortedBy_ = 0;
-    show();
+    showEntries();
 }
 
 std::string TSignEdit::proposedPath() const {
@@ -204,7 +204,7 @@ bool TSignEdit::keep(const std::string& path) {
             Reason(Sentence::kCannotBeWritten, Printable(path), refusal));
         return false;
     }
-    show(chosen);
+    showEntries(chosen);
     return true;
 }
 
@@ -226,7 +226,7 @@ void TSignEdit::editEntries() {
             break;
         if (*entry != old)
             document_.changed().replace(at, *entry);
-        show(chosen);
+        showEntries(chosen);
     }
 }
 
@@ -236,7 +236,7 @@ void TSignEdit::addEntry() {
         return;
     const std::size_t last = document_.text().count();
     document_.changed().insert(last, *entry);
-    show({last});
+    showEntries({last});
 }
 
 void TSignEdit::cut() {
@@ -245,14 +245,14 @@ void TSignEdit::cut() {
     for (auto at = chosen.rbegin(); at != chosen.rend(); ++at)
         document_.changed().remove(*at);
     const std::size_t count = document_.text().count();
-    show(chosen.empty() || count == 0 ? Rows() : Rows{std::min(chosen.front(), count - 1)});
+    showEntries(chosen.empty() || count == 0 ? Rows() : Rows{std::min(chosen.front(), count - 1)});
 }
 
 void TSignEdit::copy() {
     clipboard_.clear();
     for (const std::size_t at : selected())
         clipboard_.push_back(SignatureLine(document_.text().entry(at)));
-    update();
+    updateCommands();
 }
 
 // Behind what is selected, else at the end.
@@ -264,21 +264,21 @@ void TSignEdit::paste() {
         document_.changed().insert(at, SignatureEntryOf(line));
         pasted.push_back(at++);
     }
-    show(pasted);
+    showEntries(pasted);
 }
 
 void TSignEdit::moveEntries(bool up) {
     const Rows chosen = selected();
     const bool isAtEnd = up ? chosen.front() == 0 : chosen.back() + 1 == document_.text().count();
     if (!isAtEnd)
-        show(document_.changed().move(chosen, up));
+        showEntries(document_.changed().move(chosen, up));
 }
 
 void TSignEdit::sortBy(int column) {
     sortedBy_ = sortedBy_ == column + 1 ? -sortedBy_ : column + 1;
     if (document_.text().count() > 0)
         document_.changed().sort(sortedBy_);
-    show();
+    showEntries();
 }
 
 TSignEdit::Rows TSignEdit::selected() const {
@@ -289,7 +289,7 @@ TSignEdit::Rows TSignEdit::selected() const {
     return rows;
 }
 
-void TSignEdit::show(const Rows& chosen) {
+void TSignEdit::showEntries(const Rows& chosen) {
     const QSignalBlocker quiet(list_);
     list_->clear();
     QList<QTreeWidgetItem*> items;
@@ -311,7 +311,7 @@ void TSignEdit::show(const Rows& chosen) {
     if (sortedBy_ != 0)
         list_->header()->setSortIndicator(std::abs(sortedBy_) - 1,
                                           sortedBy_ > 0 ? Qt::AscendingOrder : Qt::DescendingOrder);
-    update();
+    updateCommands();
 }
 
 void TSignEdit::showTitle() {
@@ -321,7 +321,7 @@ void TSignEdit::showTitle() {
                                   : QStringLiteral("%1%2 [%3]").arg(name, mark, words(kTextTitle)));
 }
 
-void TSignEdit::update() {
+void TSignEdit::updateCommands() {
     showTitle();
     const bool hasSelection = list_->selectionModel()->hasSelection();
     for (QAction* const each : needSelection_)

@@ -48,9 +48,9 @@ class TSignEdit final : public WorkDialog {
     [[nodiscard]] bool mayLeave();
     [[nodiscard]] Rows selected() const;
     /// Shows the entries anew, with some of them selected.
-    void show(const Rows& chosen = {});
+    void showEntries(const Rows& chosen = {});
     void showTitle();
-    void update();
+    void updateCommands();
     [[nodiscard]] std::string proposedPath() const;
 
     TVellmark& window_;
