@@ -129,6 +129,19 @@ std::string OldRecordPathOf(const std::string& typed) {
     return IsForeign(typed) ? Utf8ToNarrow(typed) : RecordPathOf(typed);
 }
 
+std::vector<std::string> TopAccessPaths(const ProjectFile& project) {
+    std::set<std::string, std::less<>> all;
+    project.forEachRecord([&](const ProjectRecord& record) {
+        if (const std::string_view path = record.accessPath(); path != "..")
+            all.emplace(path);
+    });
+    std::vector<std::string> tops;
+    for (const std::string& path : all)
+        if (tops.empty() || !path.starts_with(tops.back()))
+            tops.push_back(path);
+    return tops;
+}
+
 PathsChanged ChangeAccessPath(ProjectFile& project, std::string_view oldPath,
                               std::string_view newPath, Messages& messages) {
     const PathChange change(oldPath, newPath);

@@ -21,6 +21,10 @@ namespace vellmark {
 /// and stays as it is.
 [[nodiscard]] std::string OldRecordPathOf(const std::string& typed);
 
+/// The folders of the PC that the items of a project come from, without those that lie in another
+/// of them: as records have them, in their order.
+[[nodiscard]] std::vector<std::string> TopAccessPaths(const ProjectFile& project);
+
 /// What became of the items of a path.
 struct PathsChanged {
     std::int64_t items = 0;

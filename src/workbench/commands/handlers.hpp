@@ -35,6 +35,11 @@ void OpenSelected(TVellmark& window);
 void RebuildProject(TVellmark& window);
 void HideExtensionsOfAll(TVellmark& window);
 
+// refresh_commands.cpp
+void RefreshProject(TVellmark& window);
+void ChangePathsOfProject(TVellmark& window);
+void ReplaceSignatureOfFiles(TVellmark& window);
+
 // volume_commands.cpp
 void CopySelectedOut(TVellmark& window);
 void CopyFilesIn(TVellmark& window);

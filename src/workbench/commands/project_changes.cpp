@@ -34,9 +34,9 @@ ProjectDocument& DocumentOf(TVellmark& window) {
     return *window.documents().projectOfMode();
 }
 
-// Runs a change of the project, which is kept where it says that there is something to keep. The
-// window looks at nothing of it meanwhile: a change may ask a question in its middle.
-void Change(TVellmark& window, const std::function<bool(Progress& progress)>& change) {
+}  // namespace
+
+void ChangeProjectFile(TVellmark& window, const std::function<bool(Progress& progress)>& change) {
     window.runJob(JobKind::Work, [&](Progress& progress) {
         try {
             if (change(progress))
@@ -47,8 +47,6 @@ void Change(TVellmark& window, const std::function<bool(Progress& progress)>& ch
         }
     });
 }
-
-}  // namespace
 
 TruncationAnswers& NameAnswers(TVellmark& window) {
     TruncationAnswers& kept = window.answers().names;
@@ -63,14 +61,14 @@ void TakeBack(TVellmark& window) {
 }
 
 void KeepProject(TVellmark& window) {
-    Change(window, [](Progress&) { return true; });
+    ChangeProjectFile(window, [](Progress&) { return true; });
     window.messages().tellSkipped();
 }
 
 void AddToProject(TVellmark& window, const std::vector<std::string>& paths) {
     std::optional<InclusionResult> result;
     QElapsedTimer timer;
-    Change(window, [&](Progress& progress) {
+    ChangeProjectFile(window, [&](Progress& progress) {
         if (window.session().openProject() == nullptr)
             return false;
         timer.start();
@@ -104,7 +102,7 @@ void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbe
     RememberedAnswer confirm;
     if (OptionsOf(window).deletesSilently)
         confirm.kept = Remembered::YesToAll;
-    Change(window, [&](Progress& progress) {
+    ChangeProjectFile(window, [&](Progress& progress) {
         const DeletionResult result =
             DeleteItems(*DocumentOf(window).file, numbers, confirm, window.messages(), progress);
         if (result.refusal)
@@ -114,7 +112,7 @@ void DeleteFromProject(TVellmark& window, const std::vector<std::int32_t>& numbe
 }
 
 void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers) {
-    Change(window, [&](Progress&) {
+    ChangeProjectFile(window, [&](Progress&) {
         ProjectDocument& document = DocumentOf(window);
         const auto moved = MoveItems(*document.file, numbers, document.folder, NameAnswers(window),
                                      window.messages());
@@ -125,7 +123,7 @@ void MoveInProject(TVellmark& window, const std::vector<std::int32_t>& numbers) 
 }
 
 void RenameInProject(TVellmark& window, std::int32_t number, const QString& name) {
-    Change(window, [&](Progress&) {
+    ChangeProjectFile(window, [&](Progress&) {
         const Reason refusal = RenameItem(*DocumentOf(window).file, number, name.toStdString(),
                                           window.documents().shownView());
         if (refusal)
@@ -135,7 +133,7 @@ void RenameInProject(TVellmark& window, std::int32_t number, const QString& name
 }
 
 void MakeProjectFolder(TVellmark& window, const std::string& name) {
-    Change(window, [&](Progress&) {
+    ChangeProjectFile(window, [&](Progress&) {
         ProjectDocument& document = DocumentOf(window);
         NewFolderOptions options{window.context().clock, window.documents().shownView(),
                                  NameAnswers(window)};
@@ -149,7 +147,7 @@ void MakeProjectFolder(TVellmark& window, const std::string& name) {
 void RebuildProject(TVellmark& window) {
     RebuildResult result;
     Reason summary;
-    Change(window, [&](Progress& progress) {
+    ChangeProjectFile(window, [&](Progress& progress) {
         ProjectFile& project = *DocumentOf(window).file;
         const RebuildRequest request = RebuildRequestOf(window.context(), window.messages());
         result = Rebuild(project, request, {window.messages(), progress, window.context().clock});
@@ -165,7 +163,8 @@ void RebuildProject(TVellmark& window) {
 }
 
 void HideExtensionsOfAll(TVellmark& window) {
-    Change(window, [&](Progress&) { return HideExtensions(*DocumentOf(window).file) > 0; });
+    ChangeProjectFile(window,
+                      [&](Progress&) { return HideExtensions(*DocumentOf(window).file) > 0; });
 }
 
 }  // namespace vellmark
