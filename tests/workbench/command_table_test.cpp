@@ -140,10 +140,9 @@ file a.txt => a
 ..+.. .++. .+..  Prop1
 +.+.. .+.. .+..  DrExpl MD
 +.+.. .++. .+..  Rech1
-..... ---- ....  RSig Refr Path1
++.+.. ---- .+..  RSig Refr Clean1 Path1
 ----- .... ----  Aff1 AffPart
 +++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
-+.+.. ---- .+..  Clean1
 ----- ---- ----  EdIcon
 +++.. +++. ++..  RFT ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1
 ..... ---- ----  dsstor

@@ -295,7 +295,7 @@ class WindowTest : public ScriptTest {
         // An answer may bring another dialog before it returns.
         answerSoon();
         auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible()) {
+        if (!dialog || !dialog->isVisible() || !dialog->isEnabled()) {
             if (!answers_.empty() && window_ && window_->jobs().isCompile())
                 interrupt();
             return;

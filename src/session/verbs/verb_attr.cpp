@@ -38,7 +38,7 @@ AttributeChange ChangeOf(const AttrOptions& options, Reason& wrong) {
     const auto code = [&](const std::string& typed, std::string_view option) {
         const auto letters = TypedCode(typed);
         if (!typed.empty() && !letters)
-            wrong = Reason(Sentence::kNoCode, option, Printable(typed));
+            wrong = Reason(Sentence::kNoCode, "--" + std::string(option), Printable(typed));
         return letters;
     };
     const auto date = [&](const std::string& typed, std::string_view option) {

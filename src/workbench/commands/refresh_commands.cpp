@@ -78,7 +78,7 @@ void RefreshProject(TVellmark& window) {
         ProjectFile& project = ProjectOf(window);
         const auto never = NeverItems(project, {}, JournalOf(window.context()));
         result = Check(project, kRootFolder,
-                       {.clock = window.context().clock, .rootAdditions = true, .excluded = never},
+                       {.clock = window.context().clock, .excluded = never},
                        window.messages(), progress);
     });
     window.messages().tellSkipped();

@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
+#include <QPointer>
 #include <QSplitter>
 #include <QStandardPaths>
 #include <QStyledItemDelegate>
@@ -250,6 +251,11 @@ std::optional<FormatInput> TVellmark::askNewVolume() {
 
 bool TVellmark::runJob(JobKind kind, const std::function<void(Progress& progress)>& work) {
     bool isDone = false;
+    const QPointer<QWidget> dialog = QApplication::activeModalWidget();
+    const QPointer<QWidget> focus = dialog ? dialog->focusWidget() : nullptr;
+    // A dialog that began the job is not to begin another one meanwhile.
+    if (dialog)
+        dialog->setEnabled(false);
     try {
         isDone = jobs_.run(kind, work);
     } catch (const std::bad_alloc&) {
@@ -257,6 +263,10 @@ bool TVellmark::runJob(JobKind kind, const std::function<void(Progress& progress
     } catch (const std::exception& problem) {
         messages_.showError(Reason(Sentence::kNotDone, problem.what()));
     }
+    if (dialog)
+        dialog->setEnabled(true);
+    if (focus)
+        focus->setFocus();
     // The command that ran the job is still to be ended.
     if (std::exchange(closesWhenDone_, false))
         QTimer::singleShot(0, this, [this] { whenIdle([this] { close(); }); });

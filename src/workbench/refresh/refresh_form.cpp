@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QMenu>
+#include <QSignalBlocker>
 #include <QStandardItemModel>
 #include <QTabWidget>
 #include <QTreeWidget>
@@ -126,18 +127,27 @@ class TRefresh final : public WorkDialog {
 
     // Pages without lines are not there.
     void showPages() {
-        const int kept = pages_->currentIndex();
-        pages_->clear();
-        lists_.clear();
-        for (const PageKind& page : kPages) {
+        const QString page = list() ? list()->objectName() : QString();
+        const int row = list() ? list()->indexOfTopLevelItem(list()->currentItem()) : 0;
+        const QSignalBlocker quiet(pages_);
+        for (QTreeWidget* const each : pages_->findChildren<QTreeWidget*>()) {
+            each->disconnect(this);
+            delete each;
+        }
+        for (const PageKind& kind : kPages) {
             std::vector<std::size_t> lines;
             for (std::size_t i = 0; i < differences_.size(); ++i)
-                if (differences_[i].kind == page.kind)
+                if (differences_[i].kind == kind.kind)
                     lines.push_back(i);
             if (!lines.empty())
-                pages_->addTab(newList(page, lines), words(page.caption));
+                pages_->addTab(newList(kind, lines), words(kind.caption));
         }
-        pages_->setCurrentIndex(std::clamp(kept, 0, std::max(0, pages_->count() - 1)));
+        // The line behind the one that was dealt with is the next.
+        auto* const kept = page.isEmpty() ? nullptr : pages_->findChild<QTreeWidget*>(page);
+        if (kept) {
+            pages_->setCurrentWidget(kept);
+            kept->setCurrentItem(kept->topLevelItem(std::min(row, kept->topLevelItemCount() - 1)));
+        }
         showState();
     }
 
@@ -164,7 +174,6 @@ class TRefresh final : public WorkDialog {
         for (int column = 0; column + 1 < kColumns; ++column)
             list->resizeColumnToContents(column);
         connect(list, &QTreeWidget::currentItemChanged, this, [this] { showState(); });
-        lists_.push_back(list);
         return list;
     }
 
@@ -183,7 +192,7 @@ class TRefresh final : public WorkDialog {
     }
 
     [[nodiscard]] QTreeWidget* list() const {
-        return lists_.empty() ? nullptr : lists_[static_cast<std::size_t>(pages_->currentIndex())];
+        return dynamic_cast<QTreeWidget*>(pages_->currentWidget());
     }
     [[nodiscard]] std::optional<std::size_t> line() const {
         const QTreeWidgetItem* const row = list() ? list()->currentItem() : nullptr;
@@ -260,7 +269,6 @@ class TRefresh final : public WorkDialog {
     TVellmark& window_;
     std::vector<ProjectChange> differences_;
     QTabWidget* pages_;
-    std::vector<QTreeWidget*> lists_;
     std::vector<QAction*> needLine_;
     QAction* locate_ = nullptr;
 };

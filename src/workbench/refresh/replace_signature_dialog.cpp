@@ -37,7 +37,7 @@ class TRRSig final : public FormDialog {
         fields_.push_back(addField("NouvCreat", kTextCreator, {}, kCodeCharacters));
         for (std::size_t i = 0; i < fields_.size(); ++i)
             fields_[i]->setAccessibleName(words(i < 2 ? kTextOriginal : kTextNew) + u' ' +
-                                          fields_[i]->accessibleName());
+                                          fields_[i]->accessibleName().remove(u':').trimmed());
         addButton("Remplacer", words(kTextReplace), Accepted)->setDefault(true);
         addButton("Cancel", words(kTextCancel), Rejected);
     }
