@@ -38,8 +38,8 @@ struct PutOptions {
 
 // What is wrong with the options.
 Reason Contradiction(const PutOptions& options) {
-    const std::pair<std::string_view, const std::string&> codes[] = {{"--type", options.type},
-                                                                     {"--creator", options.creator}};
+    const std::pair<std::string_view, const std::string&> codes[] = {
+        {"--type", options.type}, {"--creator", options.creator}};
     for (const auto& [name, typed] : codes)
         if (!typed.empty() && !TypedCode(typed))
             return Reason(Sentence::kNoCode, name, Printable(typed));

@@ -77,8 +77,7 @@ void RefreshProject(TVellmark& window) {
     window.runJob(JobKind::Work, [&](Progress& progress) {
         ProjectFile& project = ProjectOf(window);
         const auto never = NeverItems(project, {}, JournalOf(window.context()));
-        result = Check(project, kRootFolder,
-                       {.clock = window.context().clock, .excluded = never},
+        result = Check(project, kRootFolder, {.clock = window.context().clock, .excluded = never},
                        window.messages(), progress);
     });
     window.messages().tellSkipped();
