@@ -145,6 +145,40 @@ TEST_F(ForcedTest, AListingEndsWhereNodesLeadInACircle) {
     EXPECT_FALSE(TreeListing::Open(*image_, whole_, 0));
 }
 
+// No volume names the tree: the size of the node shows by the offsets at its end, and the format by
+// the first key.
+TEST_F(ForcedTest, ALeafThatNoVolumeNames) {
+    const auto key = [](std::string_view name) {
+        Bytes units;
+        for (const char letter : name)
+            units = std::move(units) + Be(static_cast<unsigned char>(letter), 2);
+        return Be(6 + units.size(), 2) + Be(9, 4) + Be(name.size(), 2) + units;
+    };
+    Bytes file = Be(2, 2) + Bytes(6) + Be(300, 4) + Bytes(76) + Be(70, 8) + Bytes(152);
+    Put(file, 168 + 16, Be(33, 4) + Be(1, 4));  // the first run of the resource fork
+    Bytes folder = Be(1, 2) + Bytes(2) + Be(4, 4) + Be(301, 4) + Bytes(76);
+    const std::vector<Bytes> records = {key("ab") + file, key("b") + folder, key("") + Be(3, 2),
+                                        key("c") + Be(7, 2), key("d") + Be(2, 2)};
+    Bytes node = Bytes(8) + Be(0xFF010005, 4) + Bytes(2);
+    Bytes offsets;
+    for (const Bytes& record : records) {
+        offsets = Be(node.size(), 2) + offsets;
+        node = std::move(node) + record;
+    }
+    offsets = Be(node.size(), 2) + offsets;
+    node.resize(4096);
+    Put(node, node.size() - offsets.size(), offsets);
+    take(Bytes(512) + node);
+    EXPECT_EQ(rowsOf(Code::Unknown, 1),
+              (std::vector<std::string>{"ab|300|70|33|", "b|301|[4]||", "Thread 00000009|9|||",
+                                        "***||||", "***||||"}));
+    EXPECT_EQ(show(Code::Unknown, 1)->pages[1].list->rows[1].bytes.offset, 14 + records[0].size());
+    // Keys of the other trees keep their number behind the fork.
+    const Bytes extents = {0, 10, 0xFF, 0, 0, 0, 0, 7, 0, 0, 0, 1};
+    EXPECT_EQ(KeyNumber(extents, {true, TreeRole::Extents}), 7U);
+    EXPECT_EQ(KeyNumber(Bytes{7, 0, 0, 0, 0, 8, 0, 1}, {false, TreeRole::Extents}), 8U);
+}
+
 TEST_F(ForcedTest, BootRecordsAndGuidTables) {
     Bytes bytes(512 * 6);
     const auto entry = [](int type, std::uint32_t first, std::uint32_t count) {

@@ -78,6 +78,7 @@ class LinksTest : public test::ReadingTest {
             << from.form << " in sector " << from.sector << ": " << link.name << " to "
             << link.sector << ", which is " << static_cast<int>(codeAt(link.sector));
         const bool isOther = link.name.starts_with("But_");
+        EXPECT_TRUE(!isOther || link.sector != from.sector) << from.sector;
         if (!wanted.empty() && (followsOthers_ || !isOther) && seen_.insert(link.sector).second)
             waiting_.push_back(link.sector);
     }
@@ -230,26 +231,30 @@ TEST_F(LinksTest, OfAWrapper) {
     look("plus.img");
     ASSERT_EQ(image_->volumes().size(), 1U);
     const std::string inner = test::Bytes("plus.img").substr(image_->volumes()[0].start.byte());
-    constexpr std::uint32_t kBlock = 4096;
-    MasterDirectoryBlock mdb{};
-    mdb.signature = kHfsSignature;
-    mdb.bitmapStartSector = 3;
-    mdb.allocationStartSector = 20;
-    mdb.blockSize = kBlock;
-    mdb.totalBlocks = static_cast<std::uint16_t>(inner.size() / kBlock + 8);
-    mdb.embeddedSignature = kHfsPlusSignature;
-    mdb.embeddedExtent = {5, static_cast<std::uint16_t>(inner.size() / kBlock + 1)};
-    const std::string header(reinterpret_cast<const char*>(&mdb), sizeof mdb);
-    std::string disk((20 + 5 * 8) * kSectorBytes, '\0');
-    disk.replace(2 * kSectorBytes, header.size(), header);
-    disk += inner;
-    disk.resize((20 + mdb.totalBlocks * 8) * kSectorBytes);
-    Write("wrapped.img", disk + header + std::string(kSectorBytes, '\0'));
-    look("wrapped.img");
-    auto forms = follow({2});
-    EXPECT_EQ(forms["TSectBD"], 2);
-    EXPECT_EQ(forms["TSectHPP"], 2);
-    EXPECT_EQ(forms["TSectB"], 2);
+    // Its place counts in blocks of the clump size, where a volume stands there.
+    constexpr std::uint32_t kClump = 4096;
+    for (const std::uint32_t block : {kClump, 2 * kClump}) {
+        MasterDirectoryBlock mdb{};
+        mdb.signature = kHfsSignature;
+        mdb.bitmapStartSector = 3;
+        mdb.allocationStartSector = 20;
+        mdb.clumpSize = kClump;
+        mdb.blockSize = block;
+        mdb.totalBlocks = static_cast<std::uint16_t>(inner.size() / block + 8);
+        mdb.embeddedSignature = kHfsPlusSignature;
+        mdb.embeddedExtent = {5, static_cast<std::uint16_t>(inner.size() / block + 1)};
+        const std::string header(reinterpret_cast<const char*>(&mdb), sizeof mdb);
+        std::string disk(20 * kSectorBytes + 5 * kClump, '\0');
+        disk.replace(2 * kSectorBytes, header.size(), header);
+        disk += inner;
+        disk.resize(20 * kSectorBytes + mdb.totalBlocks * block);
+        Write("wrapped.img", disk + header + std::string(kSectorBytes, '\0'));
+        look("wrapped.img");
+        auto forms = follow({2});
+        EXPECT_EQ(forms["TSectBD"], 2);
+        EXPECT_EQ(forms["TSectHPP"], 2);
+        EXPECT_EQ(forms["TSectB"], 2);
+    }
 }
 
 TEST_F(LinksTest, TreesAreListedWithAllTheirNodes) {

@@ -116,7 +116,9 @@ TEST(StructureCodeTest, EveryStructureHasATableUnderItsNumberAndItsForm) {
 // Rows of the tables lie within their structure, and captions are texts that there are.
 TEST(StructureCodeTest, TablesDescribeBytesOfTheSector) {
     for (unsigned code = 1; code < kStructureCodes; ++code)
-        for (const FieldRow& row : TableOf(static_cast<Code>(code)).fields) {
+        for (unsigned page = 0; const FieldRow& row : TableOf(static_cast<Code>(code)).fields) {
+            EXPECT_LE(page, row.page) << row.key << ": fields of a page stand together";
+            page = row.page;
             EXPECT_LE(row.offset + row.width, 512) << row.key;
             EXPECT_LT(row.page, TableOf(static_cast<Code>(code)).pages.size()) << row.key;
             EXPECT_NE(row.caption.reason().words(Language::English), "") << row.key;
