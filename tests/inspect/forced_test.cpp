@@ -169,7 +169,7 @@ TEST_F(ForcedTest, ALeafThatNoVolumeNames) {
     node.resize(4096);
     Put(node, node.size() - offsets.size(), offsets);
     take(Bytes(512) + node);
-    EXPECT_EQ(rowsOf(Code::Unknown, 1),
+    ASSERT_EQ(rowsOf(Code::Unknown, 1),
               (std::vector<std::string>{"ab|300|70|33|", "b|301|[4]||", "Thread 00000009|9|||",
                                         "***||||", "***||||"}));
     EXPECT_EQ(show(Code::Unknown, 1)->pages[1].list->rows[1].bytes.offset, 14 + records[0].size());
