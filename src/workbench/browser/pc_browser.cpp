@@ -236,7 +236,9 @@ void TWinVLV::keepPlace() {
 }
 
 void TWinVLV::done(int result) {
+    // What is still counted is for nobody.
     counter_.request_stop();
+    ++countNumber_;
     keepPlace();
     WorkDialog::done(result);
 }
