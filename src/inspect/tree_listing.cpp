@@ -38,7 +38,7 @@ Reason ListedNode::line() const {
 Result<TreeListing> TreeListing::Open(const InspectedImage& image, const InspectedBytes& inspected,
                                       std::uint64_t sector) {
     constexpr std::uint64_t kMostSector = ~std::uint64_t{0} / kSectorBytes;
-    TreeListing listing(image, inspected);
+    TreeListing listing(inspected);
     std::array<std::uint8_t, kNodeDescriptorSize + sizeof(TreeHeaderRecord)> head{};
     if (sector > kMostSector || !inspected.source ||
         !inspected.source->readExactly(sector * kSectorBytes, head))

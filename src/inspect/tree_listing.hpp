@@ -45,8 +45,7 @@ class TreeListing {
         std::uint32_t depth = 0;
     };
 
-    TreeListing(const InspectedImage& image, const InspectedBytes& inspected)
-        : image_(&image), inspected_(&inspected) {}
+    explicit TreeListing(const InspectedBytes& inspected) : inspected_(&inspected) {}
     [[nodiscard]] ListedNode list(Waiting waiting);
     void addNextMap(ListedNode& node, ConstByteSpan bytes);
     void addNode(ListedNode& from, std::uint32_t number, std::uint32_t depth);
@@ -54,7 +53,6 @@ class TreeListing {
     [[nodiscard]] bool readNode(std::uint32_t number, std::vector<std::uint8_t>& bytes);
     [[nodiscard]] std::optional<std::uint64_t> sectorOf(std::uint32_t number) const;
 
-    const InspectedImage* image_;
     const InspectedBytes* inspected_;
     NodeAt place_;                  // of the header, where a volume names the tree
     std::uint64_t headerByte_ = 0;  // in what is inspected, else
