@@ -6,12 +6,9 @@ import multiprocessing
 import random
 import sys
 import zlib
-from pathlib import Path
 
+import disk_images
 from measure import Contender, race, verdict
-
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests/endtoend"))
-import disk_images  # noqa: E402
 
 MEGABYTE = 1 << 20
 IMAGE_MEGABYTES = 300
