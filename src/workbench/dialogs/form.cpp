@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
@@ -119,6 +120,22 @@ void FormDialog::addWide(QWidget* widget) {
 void FormDialog::addRow(const QString& caption, QWidget* widget) {
     widget->setAccessibleName(caption);
     form_->addRow(caption, widget);
+}
+
+QPushButton* FormDialog::addRowWithButton(const QString& caption, QWidget* widget, const char* name,
+                                          const QString& buttonCaption) {
+    auto* const row = new QWidget(this);
+    auto* const both = new QHBoxLayout(row);
+    both->setContentsMargins(0, 0, 0, 0);
+    auto* const button = new QPushButton(buttonCaption, row);
+    button->setObjectName(QLatin1String(name));
+    button->setAutoDefault(false);
+    both->addWidget(widget, 1);
+    both->addWidget(button);
+    addRow(caption, row);
+    widget->setAccessibleName(caption);
+    row->setFocusProxy(widget);
+    return button;
 }
 
 QPushButton* FormDialog::addButton(const char* name, const QString& caption, int result) {

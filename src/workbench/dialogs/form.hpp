@@ -36,6 +36,9 @@ class FormDialog : public QDialog {
     QCheckBox* addBox(const char* name, int caption, bool isOn);
     void addWide(QWidget* widget);
     void addRow(const QString& caption, QWidget* widget);
+    /// The same with a button behind the widget, which does not close the dialog.
+    QPushButton* addRowWithButton(const QString& caption, QWidget* widget, const char* name,
+                                  const QString& buttonCaption);
 
     QPushButton* addButton(const char* name, const QString& caption, int result);
     /// OK and Cancel.

@@ -99,18 +99,16 @@ class LocateDialog final : public FormDialog {
         place_->setEditable(true);
         place_->addItems(disks_);
         place_->setEditText(lostDisk_);
-        addRow(words(kTextOnDisk), place_);
         connect(place_, &QComboBox::editTextChanged, this, [this] { oneDisk_->setChecked(true); });
-        auto* const browse = new QPushButton(words(kTextBrowse), this);
-        browse->setObjectName(QStringLiteral("Parcourir"));
-        browse->setAutoDefault(false);
+        const QPushButton* const browse =
+            addRowWithButton({}, place_, "Parcourir", words(kTextBrowse));
+        place_->setAccessibleName(words(kTextOnDisk));
         connect(browse, &QPushButton::clicked, this, [this] {
             const QString folder =
                 QFileDialog::getExistingDirectory(this, windowTitle(), place_->currentText());
             if (!folder.isEmpty())
                 place_->setEditText(folder);
         });
-        addWide(browse);
     }
 
     void look() {

@@ -33,17 +33,17 @@ std::optional<PathsWanted> AskPaths(TVellmark& window) {
     for (const std::string& path : TopAccessPaths(*window.documents().projectOfMode()->file))
         from->addItem(ToQString(NarrowToUtf8(path)));
     dialog.addRow(window.text(kTextOld), from);
-    QLineEdit* const to = dialog.addField("Nouveau", kTextNew, {});
-    auto* const browse = new QPushButton(window.text(kTextBrowse), &dialog);
-    browse->setObjectName(QStringLiteral("Parcourir"));
-    browse->setAutoDefault(false);
+    auto* const to = new QLineEdit(&dialog);
+    to->setObjectName(QStringLiteral("Nouveau"));
+    const QPushButton* const browse =
+        dialog.addRowWithButton(window.text(kTextNew), to, "Parcourir", window.text(kTextBrowse));
+    to->setFocus();
     QObject::connect(browse, &QPushButton::clicked, &dialog, [&] {
         const QString folder =
             QFileDialog::getExistingDirectory(&dialog, window.text(kTextMoved), to->text());
         if (!folder.isEmpty())
             to->setText(folder);
     });
-    dialog.addWide(browse);
     dialog.addOkAndCancel();
     auto* const ok = dialog.findChild<QPushButton*>(QStringLiteral("OK"));
     const auto check = [=] {

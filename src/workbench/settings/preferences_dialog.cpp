@@ -159,7 +159,7 @@ class TVellPref final : public FormDialog {
             naming_->addItem(Words(choice.words, language()), choice.policy);
         naming_->setCurrentIndex(naming_->findData(policyOf(now_)));
         page(Page::Partition).addRow(words(kTextNaming), naming_);
-        extends_ = newBox("ExtInconnue", Words(Sentence::kSettingExtendUnknown, language()),
+        extends_ = newBox("ExtInconnue", Words(Sentence::kExtendUnknown, language()),
                           now_.has(kOptionExtendUnknown));
         page(Page::Partition).addRow(extends_);
         extension_ = new QLineEdit(ToQString(now_.extension), tabs_);
