@@ -128,7 +128,7 @@ file a.txt => a
 ++++. ---- ----  P1 VI1 VH1 VM1 ModeVue
 +++++ ---- ----  Quitter1 HelpProj WizProj Projets1 Maff1
 ----- +++. ----  Nouvelle1 Ouvrir2 P2 Desh1 Da Re Bo Ad As
------ .+.. ----  Enr2 EnrAs2 PCM1 SW1 PC2Mac MkDirPart DelPart SuppPart RenPart DrPart MdPart1 TSuppPart TRenPart TDrPart
+----- .+.. ----  Enr2 EnrAs2 PCM1 EdSign SW1 PC2Mac MkDirPart DelPart SuppPart RenPart DrPart MdPart1 TSuppPart TRenPart TDrPart
 ----- .++. ----  Fermer2 PropVol1 Hybrid1 MPC1 Mac2PC RechPart PerePart CPC1 AttrPart TCPC1 TAttrPart Reop2
 ----- ++++ ----  Q21 HelpPart WizPart Partitions1 Mod
 ----- ---- ++..  No1 Ou1

@@ -68,6 +68,37 @@ TEST_F(WindowScripts, NamesThatAreTooLongAreAskedFor) {
     play("0 ls disk.hfs => short.txt\nshows => " + proposal + ".doc\n");
 }
 
+TEST_F(WindowScripts, FilesOfNoTypeAreGivenOne) {
+    play(R"(
+0 format disk.hfs --size 1M --label Disk
+file a => a
+file b => b
+file c => c
+file d => d
+0 put disk.hfs a
+0 put disk.hfs b
+0 put disk.hfs c
+0 put disk.hfs d
+)");
+    plays(R"(
+> open $PWD/disk.hfs
+> menu EdSign | press Ignorer | press Changer | close | set NouvType=ABCD | set NouvCreat=EFGH | press Changer | set NouvType=IJKL | set NouvCreat=MNOP | press ChangerTout
+! Signature Editing
+! Signature Editing
+! Filetype: takes one to four characters of the Macintosh, and "" is not that.
+! Signature Editing
+! Signature Editing
+> menu EdSign | press IgnorerTout
+! Signature Editing
+> close
+)");
+    play(R"(
+0 ls -l disk.hfs => TEXT
+shows => ABCD
+shows => IJKL
+)");
+}
+
 TEST_F(WindowScripts, DifferencesAreTakenOverOrLeft) {
     play(R"(
 file Disc/gone.txt => 1

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "workbench/commands/handlers.hpp"
+#include "workbench/signatures/signature_change.hpp"
 
 namespace vellmark {
 
@@ -72,6 +73,7 @@ constexpr CommandRow kRows[] = {
     {"EdIcon", 2069, 2269, "", kAll, {}, 0, LaunchIconComposer},
     {"RFT", 2065, 2265, "", kAll, {}, kNeedsQuiet, ManageFileTypes},
     {"Desh1", 2071, 2271, "", "V", Split, kNeedsQuiet, SplitImage},
+    {"EdSign", 1250, 2259, "", "V", MakeFolder, kNeedsQuiet, ChangeGenericSignatures},
     {"dsstor", 2072, 2272, "", "P", Layout, kNeedsQuiet, nullptr},
     // Options
     {"ModeProj", 1274, 2200, "", kAll, {}, kNeedsQuiet, ChooseProjectMode, IsProjectMode},
@@ -173,8 +175,9 @@ constexpr Names kIsoPlusItems[] = {"No1", "Ou1", "Re1",      "En1", "Sa1", "Fe1"
                                    "In1", "La1", "CompISOP", "-",   "P3",  "-",   "Qu1"};
 constexpr Names kFileItems[] = {"Supp1", "Ren1", "Prop1", "-",    "MPC1", "PCM1", "-",  "DrExpl",
                                 "MD",    "Aff1", "Rech1", "RSig", "-",    "SAll", "Inv"};
-constexpr Names kSpecialItems[] = {"Refr",   "Clean1", "DelExt", "Path1", "-",      "Desh1",
-                                   "dsstor", "-",      "Explo1", "Sign1", "EdIcon", "RFT"};
+constexpr Names kSpecialItems[] = {"Refr",  "Clean1", "DelExt", "Path1", "-",
+                                   "Desh1", "EdSign", "dsstor", "-",     "Explo1",
+                                   "Sign1", "EdIcon", "RFT"};
 constexpr Names kOptionItems[] = {"Proj1", "Maff1",   "CachBarre", "-",         "Mod", "SW1",
                                   "-",     "Langue1", "Log1",      "Registre1", "Col", "Pref1"};
 constexpr Names kHelpItems[] = {"HH1", "AideUtil1", "HS", "HI", "WH1", "-", "Aproposde1"};

@@ -35,6 +35,7 @@ constexpr int kTextImportAutomatic = 1494;
 constexpr int kTextImportCrc = 1495;
 constexpr int kTextImportSave = 1496;
 
+constexpr int kMostProjectCharacters = 62;
 constexpr int kMostHfsCharacters = 31;
 constexpr int kMostHfsPlusCharacters = 255;
 
@@ -49,6 +50,11 @@ int TitleOf(TruncatedName kind) {
             break;
     }
     return kTextHfsPlusTitle;
+}
+
+// A project keeps no more of a name, in HFS+ neither.
+int MostOf(TruncatedName kind) {
+    return kind == TruncatedName::Hfs ? kMostHfsCharacters : kMostProjectCharacters;
 }
 
 class NameDialog : public FormDialog {
@@ -80,8 +86,7 @@ TruncationAnswer AskTruncation(TruncatedName kind, std::string_view fullName,
     NameDialog dialog(TitleOf(kind), language, owner);
     dialog.addFact(kTextOriginal, ToQString(Printable(fullName)));
     const QCheckBox* const automatic = dialog.addBox("Auto", kTextAutomatic, false);
-    const QLineEdit* const name =
-        dialog.addName(kTextTruncated, ToQString(proposal), static_cast<int>(proposal.size()));
+    const QLineEdit* const name = dialog.addName(kTextTruncated, ToQString(proposal), MostOf(kind));
     TruncationAnswer answer;
     answer.accepted = dialog.exec() == QDialog::Accepted;
     answer.automatic = automatic->isChecked();
