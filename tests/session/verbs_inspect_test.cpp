@@ -131,5 +131,55 @@ has 'out/ab_c 0x0081.hex' 1 => 00000000  73 65 63 6f 6e 64
     EXPECT_EQ(listed[1]["whole"], true);
 }
 
+// An alias file of version 2 for a file or folder of the volume, its data fork the resource fork.
+std::string Alias(const std::string& volume, const std::string& name, std::uint32_t folder,
+                  std::uint32_t id, const std::string& path) {
+    const auto text = [](const std::string& words, std::size_t place) {
+        std::string padded = static_cast<char>(words.size()) + words;
+        padded.resize(place);
+        return padded;
+    };
+    std::string record = std::string("\0\0\0\0\0\0\0\2\0\0", 10) + text(volume, 28) +
+                         std::string(8, '\0') + Be32(folder) + text(name, 64) + Be32(id);
+    record.resize(150);
+    record += std::string("\0\2", 2) + std::string("\0", 1) + static_cast<char>(path.size()) +
+              path + std::string(path.size() % 2, '\0') + "\xFF\xFF" + std::string(2, '\0');
+    const std::string data = Be32(static_cast<std::uint32_t>(record.size())) + record;
+    std::string map(30, '\0');
+    map += "alis" + std::string("\0\0\0\x0A\0\0\xFF\xFF", 8) + std::string(8, '\0');
+    const auto size = static_cast<std::uint32_t>(data.size());
+    return Be32(16) + Be32(16 + size) + Be32(size) + Be32(50) + data + map;
+}
+
+TEST_F(InspectVerbs, AliasShowsWhereItPoints) {
+    for (const std::string format : {"", " --hfsplus"}) {
+        play("0 format a.img -s 4M -l Work --force" + format +
+             "\n0 mkdir a.img Docs\n0 put a.img Forks --to Docs -q");
+        const std::uint32_t folder = json({"ls", "a.img"})["trees"][0]["entries"][0]["id"];
+        const std::uint32_t id = json({"ls", "a.img", "Docs"})["trees"][0]["entries"][0]["id"];
+        Write("near", Alias("Work", "Forks", folder, 9999, "Work:Docs:Forks"));
+        Write("moved", Alias("Work", "Other", 9999, id, "Work:none"));
+        Write("path", Alias("Work", "Forks", 9999, 9999, "Work:Docs:Forks"));
+        Write("gone", Alias("Work", "Forks", 9999, 9999, "Work:Forks"));
+        Write("far", Alias("Elsewhere", "Forks", folder, id, "Elsewhere:Docs:Forks"));
+        Write("bad", Alias("Work", "Forks", folder, id, "Work:Docs:Forks").substr(0, 120));
+        play(R"(
+0 put a.img near moved path gone far bad fork --mode resource -q
+0 alias a.img near => Target Volume: Work\nTarget Filename: Forks\nAccess Path: Work:Docs:Forks\nOn this volume: Docs/Forks\n
+0 alias a.img path => On this volume: Docs/Forks\n
+0 alias a.img gone => On this volume: not there\n
+0 --lang fr alias a.img far => Sur ce volume : non
+1 alias a.img bad => Unable to load the alias resource.
+1 alias a.img fork => no resource of an alias
+1 alias a.img Docs => Docs is a folder
+2 alias a.img '' =>
+)");
+        // HFS keeps no thread for a file.
+        EXPECT_EQ(json({"alias", "a.img", "moved"})["target"],
+                  format.empty() ? nlohmann::json() : nlohmann::json("Docs/Forks"));
+        EXPECT_EQ(json({"alias", "a.img", "near"})["folderId"], folder);
+    }
+}
+
 }  // namespace
 }  // namespace vellmark

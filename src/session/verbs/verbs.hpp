@@ -28,6 +28,7 @@ struct Verb {
 };
 
 extern const Verb kVerbAdd;
+extern const Verb kVerbAlias;
 extern const Verb kVerbAnalyse;
 extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
