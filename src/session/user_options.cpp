@@ -34,6 +34,12 @@ ExistingFiles ExistingFilesOf(bool force, const CommandContext& context) {
     return force ? ExistingFiles::Replace : context.asks ? ExistingFiles::Ask : ExistingFiles::Keep;
 }
 
+FontPolicy FontPolicyOf(std::string_view word, const CommandContext& context) {
+    if (word == "yes" || word == "no")
+        return word == "yes" ? FontPolicy::Always : FontPolicy::Never;
+    return context.asks ? FontPolicy::Ask : FontPolicy::Never;
+}
+
 CopyOutOptions CopyOutOptionsOf(const CommandContext& context) {
     const UserOptions user = OptionsOf(context);
     const bool canAsk = user.naming.policy != NamingPolicy::Ask || context.asks;
@@ -41,6 +47,7 @@ CopyOutOptions CopyOutOptionsOf(const CommandContext& context) {
     copy.naming = user.naming;
     if (!user.choseNaming || !canAsk)
         copy.naming.policy = NamingPolicy::Catalog;
+    copy.fonts = FontPolicyOf("", context);
     copy.existing = ExistingFilesOf(false, context);
     copy.keptHint = Sentence::kForceHint;
     return copy;

@@ -38,6 +38,9 @@ struct UserOptions {
 /// What happens to a file whose name another one is to have: nobody may be there to say that it may
 /// be lost.
 [[nodiscard]] ExistingFiles ExistingFilesOf(bool force, const CommandContext& context);
+/// What `ask`, `yes` or `no` means for fonts, `ask` where the word is empty: where nobody can be
+/// asked, fonts are files like others.
+[[nodiscard]] FontPolicy FontPolicyOf(std::string_view word, const CommandContext& context);
 /// Copies out of a volume as the settings want them, names as in the catalog unless the settings
 /// choose others that need nobody to be asked; and into one. A command line stands above them.
 [[nodiscard]] CopyOutOptions CopyOutOptionsOf(const CommandContext& context);

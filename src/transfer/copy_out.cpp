@@ -1,35 +1,22 @@
 #include "transfer/copy_out.hpp"
 
-#include <cerrno>
-
 #include "containers/apple_single.hpp"
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
 #include "support/watched_source.hpp"
+#include "transfer/export_batch.hpp"
+#include "transfer/font_export.hpp"
 
 namespace vellmark {
 
 namespace {
 
-constexpr int kTextNoRoom = 1073;
 constexpr int kTextCopyingFolder = 1118;
 constexpr int kTextNoDataFork = 1119;
 constexpr int kTextNoResourceFork = 1120;
-constexpr int kTextExistsAborting = 1121;
 constexpr int kTextCopyOf = 1123;
-constexpr int kTextReplace = 1161;
 
 constexpr std::string_view kCompanionPrefix = "._";
-
-std::string Shown(const std::string& path) {
-    return path.empty() ? "/" : Printable(path);
-}
-
-CopyOutResult LeaveOut(CopyOut& batch, const std::string& path, const Reason& reason) {
-    ++batch.itemsLeftOut;
-    batch.messages.itemSkipped(Shown(path), reason);
-    return CopyOutResult::LeftOut;
-}
 
 void TellDamage(CopyOut& batch, const Reason& problem) {
     batch.foundDamage = true;
@@ -56,42 +43,9 @@ bool IsNothingToCopy(CopyOut& batch, const CatalogItem& file, const std::string&
         return false;
     ++batch.itemsLeftOut;
     if (!batch.hidesEmptyForks)
-        batch.hidesEmptyForks =
-            batch.messages.showRememberable(batch.messages.words(Reason::Told(text, Shown(path))));
+        batch.hidesEmptyForks = batch.messages.showRememberable(
+            batch.messages.words(Reason::Told(text, ShownPath(path))));
     return true;
-}
-
-// Nothing when what has the target's name already may be replaced.
-std::optional<CopyOutResult> RefuseExisting(CopyOut& batch, const std::string& path,
-                                            const std::string& target) {
-    const std::string shown = Printable(target);
-    if (batch.options.naming.policy == NamingPolicy::Ask) {
-        batch.messages.showMessage(Reason::Told(kTextExistsAborting, shown));
-        return CopyOutResult::BatchEnds;
-    }
-    if (batch.options.existing == ExistingFiles::Keep)
-        return LeaveOut(batch, path,
-                        Reason(Sentence::kExistsAlready, shown, batch.options.keptHint));
-    if (batch.replaceAnswer.ask(batch.messages,
-                                batch.messages.words(Reason::Told(kTextReplace, shown))))
-        return std::nullopt;
-    ++batch.itemsLeftOut;
-    return CopyOutResult::LeftOut;
-}
-
-// Nothing when both files can be written, or the one where there is no companion.
-std::optional<CopyOutResult> RefuseTargets(CopyOut& batch, const std::string& path,
-                                           const std::string& target,
-                                           const std::string& companion) {
-    for (const std::string& made : {target, companion})
-        if (const Reason refusal = batch.targets.refusalOf(made); !made.empty() && refusal)
-            return LeaveOut(batch, path, refusal);
-    if (batch.options.existing == ExistingFiles::Replace)
-        return std::nullopt;
-    // A pair is one item, about which nobody is asked twice.
-    if (PcTargets::exists(target))
-        return RefuseExisting(batch, path, target);
-    return PcTargets::exists(companion) ? RefuseExisting(batch, path, companion) : std::nullopt;
 }
 
 // The bytes of one file: its forks, watched, and its facts.
@@ -116,20 +70,9 @@ class Form {
     WatchedSource resource_;
 };
 
-// A free space of 0 may be one that nobody knows: then the transfer itself fails.
-bool HasRoom(const CopyOut& batch, const std::string& target, std::uint64_t bytes) {
-    const std::uint64_t room = batch.options.freeBytes(FolderOf(target));
-    return room == 0 || room >= bytes;
-}
-
-CopyOutResult EndWithoutRoom(CopyOut& batch) {
-    batch.messages.showMessage(Reason(ToldText{kTextNoRoom}));
-    return CopyOutResult::BatchEnds;
-}
-
 void TellCompressed(CopyOut& batch, const CatalogItem& file, const std::string& path) {
     if (file.isCompressed)
-        batch.messages.showMessage(Reason(Sentence::kStoredCompressed, Shown(path)));
+        batch.messages.showMessage(Reason(Sentence::kStoredCompressed, ShownPath(path)));
 }
 
 CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::string& path,
@@ -138,21 +81,18 @@ CopyOutResult WriteFile(CopyOut& batch, const CatalogItem& file, const std::stri
     if (!HasRoom(batch, target, form.sizeBytes()))
         return EndWithoutRoom(batch);
     batch.progress.text(
-        batch.messages.words(Reason::Told(kTextCopyOf, Shown(path), Printable(target))));
-    batch.progress.fileStart(Shown(path), form.sizeBytes(), 0);
+        batch.messages.words(Reason::Told(kTextCopyOf, ShownPath(path), Printable(target))));
+    batch.progress.fileStart(ShownPath(path), form.sizeBytes(), 0);
     const std::string companion = CompanionOf(batch, target);
     // What is not to be replaced was refused before, and what came in between stays.
     const bool replaces = PcTargets::exists(target) || PcTargets::exists(companion);
     const PcTarget pcTarget{target, companion, replaces, GivenDate(file.modified)};
-    const PcWriting writing = batch.targets.write(pcTarget, [&](PcFile& out, PcFile* beside) {
-        return FormProblem(form.write(out, beside));
-    });
-    if (form.stopped())
-        return CopyOutResult::Stopped;
-    if (writing.error == ENOSPC || writing.error == EDQUOT)
-        return EndWithoutRoom(batch);
-    if (writing.problem)
-        return LeaveOut(batch, path, writing.problem);
+    const auto end = WriteOut(
+        batch, path, pcTarget,
+        [&](PcFile& out, PcFile* beside) { return FormProblem(form.write(out, beside)); },
+        [&] { return form.stopped(); });
+    if (end)
+        return *end;
     TellCompressed(batch, file, path);
     return batch.progress.fileEnd(0) ? CopyOutResult::Done : CopyOutResult::Stopped;
 }
@@ -183,10 +123,10 @@ CopyOutResult FolderCopier::copyContents(const CatalogItem& folder, const std::s
     std::vector<CatalogItem> items;
     const TreeResult listed = ListFolder(batch_.volume, folder.id, batch_.clock, items);
     if (listed != TreeResult::Done)
-        TellDamage(
-            batch_,
-            CatalogProblem(listed, path.empty() ? Reason(Sentence::kPlaceInRootFolder)
-                                                : Reason(Sentence::kPlaceInFolder, Shown(path))));
+        TellDamage(batch_,
+                   CatalogProblem(listed, path.empty()
+                                              ? Reason(Sentence::kPlaceInRootFolder)
+                                              : Reason(Sentence::kPlaceInFolder, ShownPath(path))));
     for (CatalogItem& item : items) {
         if (const Reason end = guard_.refuseEntry()) {
             TellDamage(batch_, end);
@@ -225,8 +165,8 @@ CopyOutResult FolderCopier::copyFolder(const CatalogItem& folder, const std::str
     }
     if (const Reason problem = batch_.targets.enter(target))
         return LeaveOut(batch_, path, problem);
-    batch_.messages.log(
-        2, batch_.messages.words(Reason::Told(kTextCopyingFolder, Shown(path), Printable(target))));
+    batch_.messages.log(2, batch_.messages.words(Reason::Told(kTextCopyingFolder, ShownPath(path),
+                                                              Printable(target))));
     const CopyOutResult result = copyContents(folder, path, level);
     if (EndsWalk(result))
         return result;
@@ -271,6 +211,8 @@ CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item, const std::st
                           const std::string& target) {
     if (!batch.progress.mayGoOn())
         return CopyOutResult::Stopped;
+    if (const auto converted = CopyFontOut(batch, item, path, target))
+        return *converted;
     if (IsNothingToCopy(batch, item, path)) {
         TellCompressed(batch, item, path);
         return CopyOutResult::LeftOut;
@@ -286,8 +228,8 @@ CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder, const std
                             const std::string& target) {
     if (const Reason problem = batch.targets.enter(target))
         return LeaveOut(batch, path, problem);
-    batch.messages.log(
-        2, batch.messages.words(Reason::Told(kTextCopyingFolder, Shown(path), Printable(target))));
+    batch.messages.log(2, batch.messages.words(Reason::Told(kTextCopyingFolder, ShownPath(path),
+                                                            Printable(target))));
     const CopyOutResult result = FolderCopier(batch, folder.id).copyContents(folder, path, 0);
     if (EndsWalk(result)) {
         batch.targets.abandonFolders();

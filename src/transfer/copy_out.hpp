@@ -12,6 +12,7 @@
 #include "support/progress.hpp"
 #include "support/walk_guard.hpp"
 #include "transfer/copy_form.hpp"
+#include "transfer/font_policy.hpp"
 #include "transfer/pc_target_name.hpp"
 #include "volume/hard_links.hpp"
 
@@ -23,6 +24,7 @@ enum class ExistingFiles { Keep, Replace, Ask };
 struct CopyOutOptions {
     CopyMode mode = CopyMode::DataFork;
     PcNaming naming;
+    FontPolicy fonts = FontPolicy::Never;
     ExistingFiles existing = ExistingFiles::Keep;
     Reason keptHint;        ///< added to the remark that a file is kept
     std::string imagePath;  ///< never written over
@@ -61,7 +63,9 @@ struct CopyOut {
     PcTargets targets;
     HardLinks links;
     RememberedAnswer replaceAnswer;
+    RememberedAnswer fontAnswer;
     bool hidesEmptyForks = false;  ///< files without the wanted fork are not named any more
+    bool hidesNoFonts = false;     ///< nor are font files without a font that can be converted
     std::uint64_t itemsLeftOut = 0;
     bool foundDamage = false;  ///< a part of the catalog could not be read, after a message
 };
@@ -77,8 +81,9 @@ struct CopyOut {
 [[nodiscard]] CopyOutResult CopyItemOut(CopyOut& batch, const CatalogItem& item,
                                         const std::string& path, const std::string& target);
 
-/// A file alone. A data fork that is empty while the resource fork is not makes no file, and
-/// neither does an empty resource fork where only that is wanted.
+/// A file alone. A font file becomes fonts of the PC where the options and the person say so
+/// (transfer/font_export.hpp), whatever the form. A data fork that is empty while the resource fork
+/// is not makes no file, and neither does an empty resource fork where only that is wanted.
 [[nodiscard]] CopyOutResult CopyFileOut(CopyOut& batch, const CatalogItem& item,
                                         const std::string& path, const std::string& target);
 
@@ -86,7 +91,8 @@ struct CopyOut {
 [[nodiscard]] CopyOutResult CopyFolderOut(CopyOut& batch, const CatalogItem& folder,
                                           const std::string& path, const std::string& target);
 
-/// Writes a file's form to a sink, in one go from its start. `AppleDouble` gives the data fork.
+/// Writes a file's form to a sink, in one go from its start, fonts as they are.
+/// `AppleDouble` gives the data fork.
 [[nodiscard]] CopyOutResult CopyFileToSink(CopyOut& batch, const CatalogItem& item,
                                            const std::string& path, ByteSink& sink);
 

@@ -1,9 +1,8 @@
 #include "transfer/import_class.hpp"
 
 #include "containers/mac_binary.hpp"
-#include "support/canonical_form.hpp"
-#include "support/encoding.hpp"
 #include "support/pc_file.hpp"
+#include "transfer/font_policy.hpp"
 
 namespace vellmark {
 
@@ -12,19 +11,11 @@ namespace {
 constexpr int kTextMacBinary = 1258;
 constexpr int kTextBinHex = 1259;
 
-constexpr std::size_t kQuestionUnits = 40;
-
 std::string NameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
 }  // namespace
-
-std::string NameForQuestion(std::string_view pcName) {
-    std::u16string wide = Utf8ToWide(Printable(pcName));
-    CutAtLetter(wide, kQuestionUnits);
-    return WideToUtf8(wide);
-}
 
 std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,
                                           CopyAnswers& answers, Messages& messages) {

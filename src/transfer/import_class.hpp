@@ -28,9 +28,6 @@ struct CopyAnswers {
     RememberedAnswer binHex;
 };
 
-/// A name for a question: up to 40 characters of it, fit to be shown.
-[[nodiscard]] std::string NameForQuestion(std::string_view pcName);
-
 /// A file is what its bytes are, else what stands beside it. A person's no to MacBinary or BinHex
 /// makes it a plain one. Nothing when a person was asked and gave no answer.
 [[nodiscard]] std::optional<ImportClass> ClassifyPcFile(PcFile& file, ContainerPolicy policy,

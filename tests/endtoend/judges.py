@@ -134,3 +134,18 @@ def video_tracks(image, out):
     os.mkdir(out)
     _run("vcdxrip", "-b", os.path.abspath(image), "-o", os.path.join(out, "disc.xml"), cwd=out)
     return _folder_contents(out)[0]
+
+
+def fontforge(source, made):
+    """Makes a font of another: for a Macintosh in MacBinary (.suit, .res), for a PC (.pfb)."""
+    _run("fontforge", "-lang=ff", "-c", "Open($1); Generate($2)", source, made)
+
+
+def font_facts(font):
+    """Name, style, and the characters that a font has, as fontconfig reads them."""
+    return _run("fc-scan", "--format", "%{postscriptname}|%{family}|%{style}|%{charset}", font)
+
+
+def type1_program(font):
+    """Lines of a PostScript font with its encrypted part in words, remarks left out."""
+    return [line for line in _run("t1disasm", font).splitlines() if not line.startswith(b"%%")]

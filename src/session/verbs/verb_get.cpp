@@ -24,6 +24,7 @@ struct GetOptions {
     std::string target = ".";
     std::string mode = "data";
     std::string naming;  ///< empty: as the settings say
+    std::string fonts;   ///< empty: asked where somebody can answer
     bool force = false;
     bool quiet = false;
 
@@ -80,6 +81,7 @@ CopyOutOptions CopyOptionsOf(const GetOptions& options, const CommandContext& co
     copy.mode = ValueOf(kModes, options.mode);
     if (!options.naming.empty())
         copy.naming.policy = ValueOf(kNamings, options.naming);
+    copy.fonts = FontPolicyOf(options.fonts, context);
     copy.existing = ExistingFilesOf(options.force, context);
     copy.imagePath = options.view.image;
     return copy;
@@ -101,6 +103,8 @@ std::optional<bool> IsIntoFolder(ViewRun& run, const GetOptions& options) {
 std::string MacintoshOption(const GetOptions& options) {
     if (options.mode != "data")
         return "--mode " + options.mode;
+    if (options.fonts == "yes")
+        return "--fonts yes";
     return options.naming.empty() || options.naming == "catalog" ? std::string{}
                                                                  : "--naming " + options.naming;
 }
@@ -112,6 +116,8 @@ Reason Contradiction(const GetOptions& options, const CommandContext& context) {
         return Sentence::kGetPathIsEmpty;
     if (options.mode == "appledouble" && options.toOutput())
         return Sentence::kGetTwoFiles;
+    if (options.fonts == "yes" && options.toOutput())
+        return Sentence::kGetFontsToOutput;
     if (options.naming == "ask" && !context.asks)
         return Sentence::kGetNamingAsk;
     const std::string option = MacintoshOption(options);
@@ -164,6 +170,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
         .oneOf(WordsOf(kModes))
         .showDefault();
     arguments.add("-n,--naming", options->naming, Sentence::kHelpNaming).oneOf(WordsOf(kNamings));
+    arguments.add("--fonts", options->fonts, Sentence::kHelpGetFonts).oneOf({"ask", "yes", "no"});
     arguments.flag("-f,--force", options->force, Sentence::kHelpForceUnasked);
     arguments.flag(option::kQuietProgress, options->quiet);
     run = [options](CommandContext& context) { return Get(*options, context); };

@@ -128,6 +128,8 @@ bool CopyItemsOut(TVellmark& window, const std::vector<CatalogItem>& items,
         CopyOutOptions options;
         options.mode = window.documents().copyMode;
         options.naming = OptionsOf(window.state().settings, window.language()).naming;
+        KeptAnswers& kept = window.answers();
+        options.fonts = kept.convertsFontsOut ? FontPolicy::Always : FontPolicy::Ask;
         options.existing = existing;
         options.imagePath = DocumentOf(window).path();
         CopyOut batch(DocumentOf(window).volume(), options,
@@ -139,6 +141,9 @@ bool CopyItemsOut(TVellmark& window, const std::vector<CatalogItem>& items,
             if (!name)
                 continue;
             const CopyOutResult result = CopyItemOut(batch, item, path, folder + "/" + *name);
+            // A yes to all is kept as long as the window, a no for this copy alone.
+            kept.convertsFontsOut =
+                kept.convertsFontsOut || batch.fontAnswer.kept == Remembered::YesToAll;
             if (result == CopyOutResult::Stopped || result == CopyOutResult::BatchEnds)
                 return;
         }

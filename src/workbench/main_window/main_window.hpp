@@ -50,6 +50,7 @@ struct KeptAnswers {
     TruncationAnswers names;        ///< for which views names are shortened without a question
     bool shortensImported = false;  ///< names too long for a volume are
     bool addsCrc = false;           ///< and end in digits of a checksum where one is taken
+    bool convertsFontsOut = false;  ///< fonts that go to the PC, without a question
 };
 
 class TVellmark final : public QMainWindow, private DocumentDialogs {
