@@ -68,6 +68,31 @@ TEST_F(WindowScripts, NamesThatAreTooLongAreAskedFor) {
     play("0 ls disk.hfs => short.txt\nshows => " + proposal + ".doc\n");
 }
 
+// What fits the volume can have too many bytes for the PC.
+TEST_F(WindowScripts, NamesThatThePcCannotHaveAreAskedFor) {
+    std::string wide;
+    for (int i = 0; i < 100; ++i)
+        wide += "\u65e5";
+    play(
+        "0 format disk.hfs --hfsplus --size 1M --label Disk\nfile a => a\nfile b => b\n"
+        "0 put disk.hfs a\n0 put disk.hfs b\n0 rename disk.hfs a " +
+        wide + "\nfolder out\n");
+    plays(Replaced(R"(
+> open $PWD/disk.hfs
+> rows WIDE b
+> menu MPC1 | set Chemin=$PWD/out | press CopNow | set cont_fich=short | press OK
+! Select the Target Folder
+! Enter the name for the PC file
+> menu MPC1 | set Chemin=$PWD/out | press CopNow | no | cancel
+! Select the Target Folder
+! The file/$PWD/out/b.TXT/ already exists./Do you want to replace it?
+! Enter the name for the PC file
+> close
+)",
+                   "WIDE", wide));
+    play("holds out/short => a\nholds out/b.TXT => b\n");
+}
+
 TEST_F(WindowScripts, FilesOfNoTypeAreGivenOne) {
     play(R"(
 0 format disk.hfs --size 1M --label Disk
