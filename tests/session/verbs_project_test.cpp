@@ -261,5 +261,40 @@ TEST_F(ProjectVerbs, ADryRunTellsWhatABuildMakesAndMakesNothing) {
     }
 }
 
+// From the options to the image: the file, the picture in its folder, and the folder's number.
+TEST_F(ProjectVerbs, ALayoutComesToTheDisc) {
+    play(R"(
+file sea.jpg => picture
+file a.txt => a
+file Sub/b.txt => b
+0 new disc.vlpr --label Disc
+0 add disc.vlpr a.txt
+0 add disc.vlpr Sub
+0! dsstore disc.vlpr --window 10,20,310,420 --icon-size 48 --background sea.jpg --place a.txt=7,8
+says => Mac OS Extended
+0 dsstore --show disc.DS_Store
+shows => 10,20 to 310,420
+shows => 48 pixels
+shows => sea.jpg
+shows => 7,8  a.txt
+file other => mine
+1! dsstore disc.vlpr -o other
+holds other => mine
+2! dsstore disc.vlpr --show disc.DS_Store
+1! dsstore disc.vlpr --window 10,20,5,420
+0 dsstore disc.vlpr --text-size 10
+0 dsstore --show disc.DS_Store
+shows => 10,20 to 310,420
+shows => 48 pixels
+shows => 10 points
+shows => sea.jpg
+0 build disc.vlpr -o disc.iso
+0 get disc.iso .!Background/sea.jpg -o - == picture
+0 ls --as hfs --json disc.iso => "id": 17
+0 get disc.iso .DS_Store -o out
+)");
+    EXPECT_EQ(test::Bytes("out"), test::Bytes("disc.DS_Store"));
+}
+
 }  // namespace
 }  // namespace vellmark

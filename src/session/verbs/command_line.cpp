@@ -17,14 +17,22 @@ namespace vellmark {
 namespace {
 
 // In the order in which the help lists them.
-const std::array kVerbs = {
-    &kVerbMake,   &kVerbNew,    &kVerbAdd,     &kVerbCheck,     &kVerbRebuild,
-    &kVerbPath,   &kVerbBuild,  &kVerbInfo,    &kVerbLs,        &kVerbTree,
-    &kVerbFind,   &kVerbDump,   &kVerbAnalyse, &kVerbResources, &kVerbAlias,
-    &kVerbGet,    &kVerbPut,    &kVerbMkdir,   &kVerbRm,        &kVerbMv,
-    &kVerbRename, &kVerbLabel,  &kVerbAttr,    &kVerbSwap,      &kVerbReplaceSignature,
-    &kVerbFormat, &kVerbExpand, &kVerbJoin,    &kVerbSplit,     &kVerbSig,
-    &kVerbConfig};
+const std::array kVerbs = {&kVerbMake,      &kVerbNew,
+                           &kVerbAdd,       &kVerbCheck,
+                           &kVerbRebuild,   &kVerbPath,
+                           &kVerbDsStore,   &kVerbBuild,
+                           &kVerbInfo,      &kVerbLs,
+                           &kVerbTree,      &kVerbFind,
+                           &kVerbDump,      &kVerbAnalyse,
+                           &kVerbResources, &kVerbAlias,
+                           &kVerbGet,       &kVerbPut,
+                           &kVerbMkdir,     &kVerbRm,
+                           &kVerbMv,        &kVerbRename,
+                           &kVerbLabel,     &kVerbAttr,
+                           &kVerbSwap,      &kVerbReplaceSignature,
+                           &kVerbFormat,    &kVerbExpand,
+                           &kVerbJoin,      &kVerbSplit,
+                           &kVerbSig,       &kVerbConfig};
 
 // Usual in other programs, and quickly typed.
 constexpr std::string_view kHelpVerb = "help";

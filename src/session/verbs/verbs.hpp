@@ -34,6 +34,7 @@ extern const Verb kVerbAttr;
 extern const Verb kVerbBuild;
 extern const Verb kVerbCheck;
 extern const Verb kVerbConfig;
+extern const Verb kVerbDsStore;
 extern const Verb kVerbDump;
 extern const Verb kVerbExpand;
 extern const Verb kVerbFind;

@@ -1,0 +1,238 @@
+#include "layout/finder_layout.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "support/endian.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr std::u16string_view kFolderItself = u".";
+
+// --- The grid.
+
+// The widest step between columns, and the steps between lines, by the size of texts.
+constexpr std::array<int, 4> kWidestSteps = {160, 180, 200, 240};
+constexpr std::array<int, 4> kLineSteps = {22, 28, 36, 44};
+constexpr int kFirstLine = 15;
+constexpr int kLineAStep = 9;
+// From this spacing on lines are further apart too.
+constexpr std::size_t kWideLines = 2;
+
+/// Rows that are known to the pixel; the others are between them.
+struct KnownRow {
+    std::size_t textSize;
+    std::size_t iconSize;
+    std::array<int, 8> startX;
+    std::array<int, 8> stepX;
+};
+constexpr KnownRow kKnownRows[] = {
+    {0, 0, {27, 35, 44, 51, 58, 67, 75, 84}, {48, 64, 80, 96, 110, 128, 144, 160}},
+    {1, 1, {29, 38, 47, 58, 67, 76, 84, 94}, {52, 70, 88, 108, 126, 144, 162, 180}},
+    {2, 4, {49, 57, 64, 72, 80, 87, 95, 104}, {92, 108, 122, 138, 154, 168, 184, 200}},
+    {3, 7, {77, 83, 90, 96, 104, 109, 116, 124}, {146, 160, 174, 186, 200, 212, 226, 240}},
+};
+
+// An even number of pixels, so that an icon has a middle.
+int StepX(std::size_t textSize, std::size_t iconSize, std::size_t spacing) {
+    const int narrow = std::max(kIconSizes[iconSize] * 9 / 8 + 2, 2 * kTextSizes[textSize] + 28);
+    const int wide = kWidestSteps[textSize];
+    const auto last = static_cast<int>(kSpacings.size()) - 1;
+    const int step = narrow + ((wide - narrow) * static_cast<int>(spacing) + last / 2) / last;
+    return (step + 1) / 2 * 2;
+}
+
+// --- Records.
+
+using Bytes = std::vector<std::uint8_t>;
+
+void Put16(Bytes& bytes, int value) {
+    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
+    bytes.push_back(static_cast<std::uint8_t>(value));
+}
+void Put32(Bytes& bytes, std::uint32_t value) {
+    Put16(bytes, static_cast<int>(value >> 16));
+    Put16(bytes, static_cast<int>(value & 0xFFFF));
+}
+void PutLetters(Bytes& bytes, std::string_view letters) {
+    bytes.insert(bytes.end(), letters.begin(), letters.end());
+}
+
+int At16(const Bytes& bytes, std::size_t place) {
+    be16 value;
+    std::memcpy(&value, bytes.data() + place, sizeof value);
+    return value;
+}
+int At32(const Bytes& bytes, std::size_t place) {
+    be32 value;
+    std::memcpy(&value, bytes.data() + place, sizeof value);
+    return static_cast<int>(std::uint32_t{value});
+}
+
+Bytes Number(std::uint32_t value) {
+    Bytes bytes;
+    Put32(bytes, value);
+    return bytes;
+}
+Bytes Letters(std::string_view letters) {
+    return {letters.begin(), letters.end()};
+}
+
+Bytes Background(std::span<const std::uint8_t> alias) {
+    Bytes bytes;
+    if (alias.empty()) {
+        PutLetters(bytes, "DefB");
+        Put32(bytes, 0);
+        Put32(bytes, 0);
+    } else {
+        PutLetters(bytes, "PctB");
+        Put32(bytes, static_cast<std::uint32_t>(alias.size()));
+        Put32(bytes, 0xFFBF);
+    }
+    return bytes;
+}
+
+Bytes Window(const DsStoreLayout& layout) {
+    Bytes bytes;
+    for (const int edge : {layout.top, layout.left, layout.bottom, layout.right})
+        Put16(bytes, edge);
+    PutLetters(bytes, "icnv");
+    Put32(bytes, 0);
+    return bytes;
+}
+
+Bytes Options() {
+    Bytes bytes;
+    Put32(bytes, 4);
+    Put32(bytes, 4);
+    return bytes;
+}
+
+constexpr std::size_t kIconSizePlace = 4;
+constexpr std::size_t kSpacingPlace = 26;
+constexpr std::size_t kIconOptionsBytes = 32;
+constexpr std::size_t kIconPlaceBytes = 16;
+
+Bytes IconOptions(const DsStoreLayout& layout) {
+    Bytes bytes;
+    PutLetters(bytes, "icv4");
+    Put16(bytes, kIconSizes[layout.iconSize]);
+    PutLetters(bytes, "gridbotm");
+    Put32(bytes, 0);
+    Put32(bytes, 0x00040000);
+    Put32(bytes, 0x00040001);
+    Put32(bytes, static_cast<std::uint32_t>(kSpacings[layout.spacing]));
+    Put16(bytes, 1);
+    return bytes;
+}
+
+Bytes IconPlace(const PlacedItem& item) {
+    Bytes bytes;
+    Put32(bytes, static_cast<std::uint32_t>(item.x));
+    Put32(bytes, static_cast<std::uint32_t>(item.y));
+    Put32(bytes, 0xFFFFFFFF);
+    Put32(bytes, 0xFFFF0000);
+    return bytes;
+}
+
+// The index of a value; one that is not there leaves what was.
+template <std::size_t kCount>
+void TakeIndex(const std::array<int, kCount>& values, int value, std::size_t& index) {
+    const auto found = std::find(values.begin(), values.end(), value);
+    if (found != values.end())
+        index = static_cast<std::size_t>(found - values.begin());
+}
+
+void TakeWindow(const StoreRecord& record, StoredLayout& stored) {
+    DsStoreLayout& layout = stored.layout;
+    if (record.id == "fwi0" && record.value.size() >= 8) {
+        layout.top = At16(record.value, 0);
+        layout.left = At16(record.value, 2);
+        layout.bottom = At16(record.value, 4);
+        layout.right = At16(record.value, 6);
+        stored.hasWindow = true;
+    } else if (record.id == "icvo" && record.value.size() >= kIconOptionsBytes - 2) {
+        TakeIndex(kIconSizes, At16(record.value, kIconSizePlace), layout.iconSize);
+        TakeIndex(kSpacings, At32(record.value, kSpacingPlace), layout.spacing);
+        stored.hasIcons = true;
+    } else if (record.id == "icvt" && record.value.size() >= 4) {
+        TakeIndex(kTextSizes, At32(record.value, 0), layout.textSize);
+        stored.hasTexts = true;
+    } else if (record.id == "pict") {
+        stored.background = record.value;
+    }
+}
+
+}  // namespace
+
+IconGrid GridOf(std::size_t textSize, std::size_t iconSize, std::size_t spacing) {
+    IconGrid grid;
+    grid.stepX = StepX(textSize, iconSize, spacing);
+    grid.startX = grid.stepX / 2 + (spacing + 1 == kSpacings.size() ? 4 : 3);
+    grid.startY = kFirstLine + kLineAStep * static_cast<int>(iconSize);
+    grid.stepY = kIconSizes[iconSize] + kLineSteps[textSize] +
+                 (spacing < kWideLines ? 0 : kTextSizes[textSize] + 2);
+    for (const KnownRow& row : kKnownRows)
+        if (row.textSize == textSize && row.iconSize == iconSize) {
+            grid.startX = row.startX[spacing];
+            grid.stepX = row.stepX[spacing];
+        }
+    return grid;
+}
+
+void PlaceIcons(DsStoreLayout& layout) {
+    const IconGrid grid = GridOf(layout.textSize, layout.iconSize, layout.spacing);
+    int x = grid.startX;
+    int y = grid.startY;
+    for (PlacedItem& item : layout.items) {
+        item.x = x;
+        item.y = y;
+        x += grid.stepX;
+        if (x > layout.width()) {
+            x = grid.startX;
+            y += grid.stepY;
+        }
+    }
+}
+
+std::vector<StoreRecord> RecordsOf(const DsStoreLayout& layout,
+                                   std::span<const std::uint8_t> background) {
+    const std::u16string self(kFolderItself);
+    std::vector<StoreRecord> records = {
+        {self, "BKGD", "blob", Background(background)},
+        {self, "fwi0", "blob", Window(layout)},
+        {self, "fwvh", "shor", Number(static_cast<std::uint32_t>(layout.height()))},
+        {self, "icgo", "blob", Options()},
+        {self, "icvo", "blob", IconOptions(layout)},
+        {self, "icvt", "shor", Number(static_cast<std::uint32_t>(kTextSizes[layout.textSize]))},
+        {self, "vstl", "type", Letters("icnv")}};
+    if (!background.empty())
+        records.push_back({self, "pict", "blob", {background.begin(), background.end()}});
+    for (const PlacedItem& item : layout.items) {
+        records.push_back({item.name, "Iloc", "blob", IconPlace(item)});
+        if (item.isFolder)
+            records.push_back({item.name, "icgo", "blob", Options()});
+    }
+    return records;
+}
+
+StoredLayout LayoutOf(std::span<const StoreRecord> records) {
+    StoredLayout stored;
+    for (const StoreRecord& record : records) {
+        if (record.name == kFolderItself) {
+            TakeWindow(record, stored);
+        } else if (record.id == "Iloc" && record.value.size() >= kIconPlaceBytes / 2) {
+            stored.layout.items.push_back(
+                {record.name, false, At32(record.value, 0), At32(record.value, 4)});
+        } else if (record.id == "icgo" && !stored.layout.items.empty() &&
+                   stored.layout.items.back().name == record.name) {
+            stored.layout.items.back().isFolder = true;
+        }
+    }
+    return stored;
+}
+
+}  // namespace vellmark

@@ -1,0 +1,173 @@
+#include "layout/project_layout.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include "containers/hfs_plus_name.hpp"
+#include "layout/background_alias.hpp"
+#include "project/include_contents.hpp"
+#include "project/item_deletion.hpp"
+#include "project/item_names.hpp"
+#include "project/project_properties.hpp"
+#include "support/encoding.hpp"
+#include "support/pc_file.hpp"
+#include "support/pc_folder.hpp"
+#include "support/sentences.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextNotValid = 1538;
+
+std::string HfsNameOf(const ProjectFile& project, const ProjectRecord& record) {
+    return ShownItemName(project, record, ProjectView::Hfs);
+}
+
+std::u16string CatalogNameOf(const ProjectFile& project, const ProjectRecord& record) {
+    return WideToHfsPlusName(Utf8ToWide(HfsNameOf(project, record)));
+}
+
+const ProjectRecord* ItemNamed(const ProjectFile& project, std::int32_t folder,
+                               std::string_view name) {
+    for (const ProjectRecord& record : project.childrenOf(folder))
+        if (record.isIn(ProjectView::Hfs) && HfsNameOf(project, record) == name)
+            return &record;
+    return nullptr;
+}
+
+std::string PathOnPc(const ProjectRecord& record) {
+    return NarrowToUtf8(std::string(record.accessPath()) + std::string(record.sourceName()));
+}
+
+std::vector<PlacedItem> ItemsOfRoot(const ProjectFile& project) {
+    std::vector<PlacedItem> items;
+    for (const ProjectRecord& record : project.childrenOf(kRootFolder))
+        if (record.isIn(ProjectView::Hfs) && !HfsNameOf(project, record).starts_with('.'))
+            items.push_back({CatalogNameOf(project, record), record.isFolder(), 0, 0});
+    return items;
+}
+
+// What the file says of items that are there; the others stay where the grid has them.
+void TakePlaces(DsStoreLayout& layout, const std::vector<PlacedItem>& stored) {
+    PlaceIcons(layout);
+    for (PlacedItem& item : layout.items)
+        for (const PlacedItem& each : stored)
+            if (each.name == item.name) {
+                item.x = each.x;
+                item.y = each.y;
+            }
+}
+
+bool WriteFile(const std::string& path, std::span<const std::uint8_t> bytes, Messages& messages) {
+    TargetFile target(path);
+    int error = target.file().error();
+    if (target.file().isOpen() && target.file().writeAt(0, bytes))
+        error = target.publish(true, false);
+    if (error != 0)
+        FileOpenError(messages, path, SystemError{error});
+    return error == 0;
+}
+
+bool Remove(ProjectFile& project, std::string_view name, const Ports& ports) {
+    const ProjectRecord* const record = ItemNamed(project, kRootFolder, name);
+    if (!record)
+        return true;
+    RememberedAnswer yes{Remembered::YesToAll};
+    const std::array<std::int32_t, 1> numbers = {record->number};
+    const DeletionResult result =
+        DeleteItems(project, numbers, yes, ports.messages, ports.progress);
+    if (result.refusal)
+        ports.messages.showMessage(result.refusal);
+    return !result.refusal;
+}
+
+bool Include(ProjectFile& project, const std::string& path, const std::string& folder,
+             const Ports& ports) {
+    InclusionOptions options{ports.clock, ProjectView::Hfs};
+    options.truncation = kShortenAll;
+    const InclusionResult result =
+        IncludeContents(project, {.paths = {path}, .target = folder}, options, ports);
+    return result.status == InclusionStatus::Done && result.files == 1;
+}
+
+// The picture in its folder, and the alias that leads to it; empty without a picture.
+std::optional<std::vector<std::uint8_t>> IncludeBackground(ProjectFile& project,
+                                                           const std::string& path,
+                                                           const Ports& ports) {
+    if (path.empty())
+        return std::vector<std::uint8_t>();
+    const std::string folder(kBackgroundFolderName);
+    if (!Include(project, path, folder, ports))
+        return std::nullopt;
+    const auto& pictures = project.childrenOf(kBackgroundFolder);
+    if (pictures.empty())
+        return std::nullopt;
+    const ProjectRecord& picture = pictures.front();
+    BackgroundFile file{.volume = LabelOf(project, LabelSide::Hfs),
+                        .now = ToMacLocal(ports.clock.now(), ports.clock),
+                        .folder = folder,
+                        .folderNumber = static_cast<std::uint32_t>(kBackgroundFolder),
+                        .name = HfsNameOf(project, picture),
+                        .created = picture.created};
+    std::copy(std::begin(picture.signature_), std::end(picture.signature_), file.signature.begin());
+    return BackgroundAlias(file);
+}
+
+}  // namespace
+
+Result<std::vector<StoreRecord>> ReadStoreFile(const std::string& path) {
+    PcFile file(path, PcFile::Mode::Read);
+    if (!file.isOpen())
+        return Failed(file.failure());
+    std::vector<std::uint8_t> bytes(
+        static_cast<std::size_t>(std::min(file.size(), kMostStoreBytes)));
+    bytes.resize(file.readAt(0, bytes));
+    return ReadStore(bytes);
+}
+
+ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
+    ProjectLayout now;
+    now.layout.items = ItemsOfRoot(project);
+    PlaceIcons(now.layout);
+    const ProjectRecord* const file = ItemNamed(project, kRootFolder, kStoreName);
+    if (!file)
+        return now;
+    const auto records = ReadStoreFile(PathOnPc(*file));
+    if (!records) {
+        messages.showMessage(Reason::Told(kTextNotValid));
+        return now;
+    }
+    StoredLayout stored = LayoutOf(*records);
+    std::vector<PlacedItem> places = std::move(stored.layout.items);
+    stored.layout.items = std::move(now.layout.items);
+    now.layout = std::move(stored.layout);
+    TakePlaces(now.layout, places);
+    now.isStored = true;
+    if (const ProjectRecord* const picture =
+            ItemNamed(project, kBackgroundFolder, FileOfAlias(stored.background)))
+        now.background = PathOnPc(*picture);
+    return now;
+}
+
+bool SetLayout(ProjectFile& project, const ProjectLayout& wanted, const std::string& path,
+               const Ports& ports) {
+    if (!Remove(project, kStoreName, ports) || !Remove(project, kBackgroundFolderName, ports))
+        return false;
+    const auto alias = IncludeBackground(project, wanted.background, ports);
+    if (!alias)
+        return false;
+    const std::vector<std::uint8_t> bytes = StoreBytes(RecordsOf(wanted.layout, *alias));
+    if (!WriteFile(path, bytes, ports.messages) || !Include(project, path, "", ports))
+        return false;
+    for (const ProjectRecord& record : project.childrenOf(kRootFolder))
+        if (PathOnPc(record) == path && HfsNameOf(project, record) != kStoreName) {
+            const Reason refusal = RenameItem(project, record.number, kStoreName, ProjectView::Hfs);
+            if (refusal)
+                ports.messages.showMessage(refusal);
+            return !refusal;
+        }
+    return true;
+}
+
+}  // namespace vellmark
