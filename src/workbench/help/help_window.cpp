@@ -26,6 +26,7 @@ constexpr int kTextContents = 2103;
 constexpr int kTextIndex = 2105;
 constexpr int kTextSearch = 2106;
 constexpr int kTextHint = 2329;
+constexpr int kDark = 128;
 constexpr int kColumns = 84;
 constexpr int kRows = 36;
 
@@ -38,6 +39,9 @@ class HelpWindow final : public QDialog {
         setWindowTitle(Words(kTextContents, language));
         browser_->setAccessibleName(windowTitle());
         browser_->setOpenExternalLinks(true);
+        // Not every desktop with a dark palette has a colour for links too.
+        if (palette().base().color().lightness() < kDark)
+            browser_->document()->setDefaultStyleSheet(QStringLiteral("a { color: #7ab8ff; }"));
         auto* const column = new QVBoxLayout(this);
         column->setContentsMargins(0, 0, 0, 0);
         column->addWidget(newBar());
@@ -78,6 +82,7 @@ class HelpWindow final : public QDialog {
         sought_->setPlaceholderText(Words(kTextSearch, language_).remove(u'&'));
         sought_->setAccessibleName(sought_->placeholderText());
         sought_->setClearButtonEnabled(true);
+        sought_->setPalette(fieldColours());
         connect(sought_, &QLineEdit::returnPressed, this, [this] { findNext(); });
         bar->addWidget(sought_);
         QAction* const find = new QAction(this);
@@ -87,6 +92,15 @@ class HelpWindow final : public QDialog {
         return bar;
     }
 
+    // Not every desktop with a dark palette has a colour for what stands in an empty field.
+    [[nodiscard]] QPalette fieldColours() const {
+        QPalette colours = palette();
+        QColor hint = colours.color(QPalette::Text);
+        hint.setAlphaF(0.5F);
+        colours.setColor(QPalette::PlaceholderText, hint);
+        return colours;
+    }
+
     // From where the last one was found, and from the top again.
     void findNext() {
         bool isFound = browser_->find(sought_->text());
@@ -94,7 +108,7 @@ class HelpWindow final : public QDialog {
             browser_->moveCursor(QTextCursor::Start);
             isFound = browser_->find(sought_->text());
         }
-        QPalette colours = palette();
+        QPalette colours = fieldColours();
         if (!isFound)
             colours.setColor(QPalette::Text, Qt::red);
         sought_->setPalette(colours);
