@@ -4,6 +4,7 @@
 #include "containers/bin_hex.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
+#include "support/encoding.hpp"
 
 namespace vellmark {
 
@@ -20,6 +21,13 @@ ContainerKind ContainerBeside(const std::string& path) {
     if (IsAppleDoublePair(path))
         return ContainerKind::AppleDouble;
     return HasNamedStreams(path) ? ContainerKind::NamedStreams : ContainerKind::Plain;
+}
+
+ContainerKind FontByName(const std::string& path) {
+    const std::string name = AsciiUpper(path.substr(path.rfind('/') + 1));
+    if (name.ends_with(".PFB"))
+        return ContainerKind::PostScriptFont;
+    return name.ends_with(".TTF") ? ContainerKind::TrueTypeFont : ContainerKind::Plain;
 }
 
 }  // namespace vellmark

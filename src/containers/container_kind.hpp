@@ -8,14 +8,16 @@
 
 namespace vellmark {
 
-/// A file has one.
+/// A file has one. Nothing but a person's wish makes a font more than a plain file.
 enum class ContainerKind : std::uint8_t {
     Plain,
     MacBinary,
     BinHex,
     NamedStreams,
     AppleSingle,
-    AppleDouble,  ///< the file has a companion `._NAME`
+    AppleDouble,     ///< the file has a companion `._NAME`
+    PostScriptFont,  ///< a PFB, of which a printer font is made
+    TrueTypeFont,    ///< a TTF, of which a suitcase is made
 };
 
 /// The container that the bytes of a file are by the marks that it begins with: `MacBinary`,
@@ -27,5 +29,8 @@ enum class ContainerKind : std::uint8_t {
 /// What stands beside the bytes of the file at `path`: `AppleDouble`, `NamedStreams` or `Plain`.
 /// What the bytes themselves are goes first, and a companion before streams.
 [[nodiscard]] ContainerKind ContainerBeside(const std::string& path);
+
+/// The font that a file is by its name, or `Plain`.
+[[nodiscard]] ContainerKind FontByName(const std::string& path);
 
 }  // namespace vellmark

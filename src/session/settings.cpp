@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "containers/fonts/mac_font_fork.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -166,6 +167,15 @@ void NoteRecentFile(const std::string& path, FileMode mode, SettingsStore& store
     paths.insert(paths.begin(), path);
     for (std::size_t i = 0; i < std::min(paths.size(), kRecentFiles); ++i)
         store.write(RecentName(mode, i + 1), paths[i]);
+}
+
+std::uint16_t NextFontId(const SettingsStore& store) {
+    const int id = ReadNumber(store, setting::kFontId, kFirstFontId);
+    return id >= kFirstFontId && id <= kLastFontId ? static_cast<std::uint16_t>(id) : kFirstFontId;
+}
+
+void KeepNextFontId(std::uint16_t id, SettingsStore& store) {
+    store.write(setting::kFontId, fmt::to_string(id));
 }
 
 }  // namespace vellmark

@@ -32,6 +32,7 @@ inline constexpr std::string_view kBrowserState = "WinVLV";    ///< window of th
 inline constexpr std::string_view kBrowserFolder = "WReper";   ///< last folder of the PC browser
 inline constexpr std::string_view kIconComposer = "Composer";  ///< path of a program
 inline constexpr std::string_view kViewerFont = "Corps";       ///< decimal, points
+inline constexpr std::string_view kFontId = "numpol";          ///< decimal, of the next font
 inline constexpr std::string_view kProjectSize = "szProj";     ///< decimal, MB
 inline constexpr std::string_view kIsoPlusSize = "szIsop";     ///< decimal, MB
 }  // namespace setting
@@ -109,6 +110,10 @@ void SaveSettings(const Settings& settings, FileMode mode, SettingsStore& store)
                                      std::string_view otherwise);
 /// Keeps the folder of a path: what stands up to its last `/`.
 void KeepFolderOf(std::string_view path, std::string_view name, SettingsStore& store);
+
+/// The number of the next font that comes to a volume: no two of a person have the same.
+[[nodiscard]] std::uint16_t NextFontId(const SettingsStore& store);
+void KeepNextFontId(std::uint16_t id, SettingsStore& store);
 
 /// The last five documents of a mode, newest first.
 [[nodiscard]] std::vector<std::string> RecentFiles(const SettingsStore& store, FileMode mode);

@@ -55,11 +55,18 @@ CopyOutOptions CopyOutOptionsOf(const CommandContext& context) {
 
 CopyInOptions CopyInOptionsOf(const CommandContext& context) {
     const UserOptions user = OptionsOf(context);
-    return {.existing = ExistingFilesOf(false, context),
+    return {.fonts = FontPolicyOf("", context),
+            .firstFontId = context.settings ? NextFontId(*context.settings) : kFirstFontId,
+            .existing = ExistingFilesOf(false, context),
             .keptHint = Sentence::kForceHint,
             .truncation = {.automatic = user.shortensImported,
                            .addsCrc = user.addsCrc || !context.asks,
                            .asks = context.asks}};
+}
+
+void KeepFontIds(const CopyIn& batch, const CommandContext& context) {
+    if (context.settings && batch.nextFontId != batch.options.firstFontId)
+        KeepNextFontId(batch.nextFontId, *context.settings);
 }
 
 ProjectDefaults NewProjectDefaults(const CommandContext& context, ProjectMode mode) {

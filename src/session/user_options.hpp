@@ -45,6 +45,8 @@ struct UserOptions {
 /// choose others that need nobody to be asked; and into one. A command line stands above them.
 [[nodiscard]] CopyOutOptions CopyOutOptionsOf(const CommandContext& context);
 [[nodiscard]] CopyInOptions CopyInOptionsOf(const CommandContext& context);
+/// Keeps the number of the next font, where a batch has given some.
+void KeepFontIds(const CopyIn& batch, const CommandContext& context);
 
 /// What a new project of that kind begins with: an ISO+ project has no Macintosh volume.
 [[nodiscard]] ProjectDefaults NewProjectDefaults(const CommandContext& context, ProjectMode mode);

@@ -43,6 +43,8 @@ class FileImport {
   private:
     [[nodiscard]] CopyInResult copy();
     [[nodiscard]] std::optional<CopyInResult> openSource(PcFile file);
+    [[nodiscard]] bool becomesFont();
+    [[nodiscard]] Reason openForks(PcFile file);
     [[nodiscard]] bool acceptsDamage();
     void tellPlain(const Reason& wrong);
     [[nodiscard]] NewFile describe();
@@ -85,6 +87,8 @@ CopyInResult FileImport::copy() {
     if (opened.error() != 0)
         return LeaveOut(batch_, path_, Unreadable(opened.error()));
     class_ = *found;
+    if (!becomesFont())
+        return LeaveOut(batch_, path_, Sentence::kNobodySaidConvert);
     if (batch_.options.mode == CopyMode::MacBinary && !KeepsDates(class_))
         return LeaveOut(batch_, path_, Reason::Told(kTextNoContainer, Printable(path_)));
     const bool isCut =
@@ -105,11 +109,33 @@ CopyInResult FileImport::copy() {
     return store(std::move(file));
 }
 
+// False when a person was asked whether the font is converted and gave no answer. What a file is
+// by its bytes or its companion goes before its name.
+bool FileImport::becomesFont() {
+    const ImportClass font = FontByName(path_);
+    const bool isOther = class_ != ImportClass::Plain && class_ != ImportClass::NamedStreams;
+    if (font == ImportClass::Plain || isOther || batch_.options.mode == CopyMode::MacBinary)
+        return true;
+    const auto converts = ConvertsFont(batch_.options.fonts, PcNameOfPath(path_),
+                                       batch_.answers.font, batch_.messages);
+    if (converts && *converts)
+        class_ = font;
+    return converts.has_value();
+}
+
+Reason FileImport::openForks(PcFile file) {
+    if (class_ != ImportClass::PostScriptFont && class_ != ImportClass::TrueTypeFont)
+        return source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
+                            batch_.temporary, batch_.progress);
+    Reason problem = source_.openFont(std::move(file), class_, batch_.nextFontId);
+    if (!problem && class_ == ImportClass::TrueTypeFont)
+        batch_.nextFontId = FontIdAfter(batch_.nextFontId);
+    return problem;
+}
+
 // Nothing when the source is open and may be used.
 std::optional<CopyInResult> FileImport::openSource(PcFile file) {
-    const Reason problem =
-        source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
-                     batch_.temporary, batch_.progress);
+    const Reason problem = openForks(std::move(file));
     if (source_.stopped())
         return CopyInResult::Stopped;
     // A device that fails is no damage of the container, and the file is not a plain one for it.

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "containers/fonts/mac_font_fork.hpp"
 #include "containers/signatures.hpp"
 #include "support/messages.hpp"
 #include "support/pc_file.hpp"
@@ -17,6 +18,7 @@
 #include "support/progress.hpp"
 #include "transfer/copy_form.hpp"
 #include "transfer/copy_out.hpp"
+#include "transfer/font_policy.hpp"
 #include "transfer/import_class.hpp"
 #include "transfer/import_name.hpp"
 #include "volume/writable_volume.hpp"
@@ -28,6 +30,8 @@ struct CopyInOptions {
     /// nor BinHex are left out. All others: `DataFork`.
     CopyMode mode = CopyMode::DataFork;
     ContainerPolicy containers = ContainerPolicy::Ask;
+    FontPolicy fonts = FontPolicy::Never;         ///< not with `MacBinary`
+    std::uint16_t firstFontId = kFirstFontId;     ///< number of the first font that is converted
     ExistingFiles existing = ExistingFiles::Ask;  ///< `Replace` also fills folders that are there
     Reason keptHint = {};                         ///< added to the remark that a file is kept
     ImportTruncation truncation = {};
@@ -58,6 +62,7 @@ struct CopyIn {
     const Clock& clock;
 
     CopyAnswers answers;
+    std::uint16_t nextFontId;  ///< each font has another number
     std::uint64_t filesCopied = 0;
     std::uint64_t bytesCopied = 0;
     std::uint64_t itemsLeftOut = 0;

@@ -122,7 +122,7 @@ FontExport::End FontExport::write(const std::string& target, ByteSource& font,
 }
 
 FontExport::End FontExport::takePrinterFont() {
-    Result<std::optional<PfbOfResources>> pfb = PfbOf(fork_, tree_);
+    Result<std::optional<PiecedSource>> pfb = PfbOf(fork_, tree_);
     if (!pfb) {
         skip(pfb.error());
         return std::nullopt;

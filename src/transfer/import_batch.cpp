@@ -44,6 +44,7 @@ CopyIn::CopyIn(WritableVolume& openVolume, CopyInOptions copyOptions,
       messages(partner),
       progress(watcher),
       clock(zone),
+      nextFontId(options.firstFontId),
       image(FactsOfOwn(options.imagePath)),
       journal(FactsOfOwn(options.journalPath)),
       firstNewId(NextId(openVolume)) {

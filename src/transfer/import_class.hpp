@@ -26,6 +26,7 @@ struct CopyAnswers {
     RememberedAnswer replace;
     RememberedAnswer macBinary;
     RememberedAnswer binHex;
+    RememberedAnswer font;
 };
 
 /// A file is what its bytes are, else what stands beside it. A person's no to MacBinary or BinHex

@@ -2,11 +2,16 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "containers/apple_single.hpp"
 #include "containers/bin_hex.hpp"
 #include "containers/bundle_bit.hpp"
+#include "containers/fonts/mac_font_fork.hpp"
+#include "containers/fonts/true_type_font.hpp"
+#include "containers/fonts/type1_font.hpp"
 #include "containers/mac_binary.hpp"
 #include "containers/named_streams.hpp"
 #include "support/encoding.hpp"
@@ -14,6 +19,13 @@
 #include "support/watched_source.hpp"
 
 namespace vellmark {
+
+namespace {
+
+/// Bytes of a name in any volume.
+constexpr std::size_t kMostFontFileName = 31;
+
+}  // namespace
 
 Reason FaultProblem(ContainerFault fault) {
     switch (fault) {
@@ -89,7 +101,30 @@ Reason ImportSource::openForks(const std::string& path, ImportClass importClass,
             return take(ReadSingleForks(file_));
         case ImportClass::AppleDouble:
             return openDouble(path);
+        // Those come through `openFont`.
+        case ImportClass::PostScriptFont:
+        case ImportClass::TrueTypeFont:
+            break;
     }
+    return {};
+}
+
+Reason ImportSource::openFont(PcFile file, ImportClass importClass, std::uint16_t fontId) {
+    file_ = std::move(file);
+    class_ = importClass;
+    const bool isTrueType = importClass == ImportClass::TrueTypeFont;
+    const std::string name =
+        isTrueType ? FontNameOfTrueType(file_) : FontNameOfType1(ClearTextOfPfb(file_));
+    if (name.empty())
+        return Sentence::kFontNoName;
+    Result<PiecedSource> fork = isTrueType ? SuitcaseOf(file_, name, fontId) : PrinterFontOf(file_);
+    if (!fork)
+        return fork.error();
+    font_ = std::move(*fork);
+    resource_ = &font_;
+    container_.info.name = name.substr(0, kMostFontFileName);
+    const std::string_view signature = isTrueType ? kSuitcaseSignature : kPrinterFontSignature;
+    std::copy(signature.begin(), signature.end(), container_.info.finder.signature.begin());
     return {};
 }
 
@@ -112,6 +147,8 @@ bool ImportSource::isContainer() const {
         case ImportClass::Plain:
         case ImportClass::NamedStreams:
         case ImportClass::AppleDouble:
+        case ImportClass::PostScriptFont:
+        case ImportClass::TrueTypeFont:
             break;
     }
     return false;

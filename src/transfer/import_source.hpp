@@ -6,6 +6,7 @@
 #include <string>
 
 #include "containers/fork_pair.hpp"
+#include "containers/pieced_source.hpp"
 #include "support/pc_file.hpp"
 #include "support/progress.hpp"
 #include "support/reason.hpp"
@@ -29,6 +30,9 @@ class ImportSource {
     /// The same with the file open already.
     [[nodiscard]] Reason open(PcFile file, ImportClass importClass, bool plainIsResource,
                               std::optional<TemporaryFolder>& temporary, Progress& progress);
+    /// A font of the PC, as the fork that a Macintosh has of it. `fontId` is the number that a
+    /// suitcase gets. None, or why the font cannot be converted.
+    [[nodiscard]] Reason openFont(PcFile file, ImportClass importClass, std::uint16_t fontId);
     ImportSource() = default;
     ImportSource(const ImportSource&) = delete;
     ImportSource& operator=(const ImportSource&) = delete;
@@ -70,6 +74,7 @@ class ImportSource {
     PcFile file_;
     PcFile beside_;  ///< the companion, or what BinHex was decoded to
     MemoryBytes stream_;
+    PiecedSource font_;
     MacContainer container_;
     Reason damage_;
     ImportClass class_ = ImportClass::Plain;

@@ -34,7 +34,7 @@ Bytes ForkOf(const std::vector<Post>& posts) {
            data + Bytes(28) + Be(0, 2) + list;
 }
 
-Result<std::optional<PfbOfResources>> PfbOfBytes(MemoryBytes& fork) {
+Result<std::optional<PiecedSource>> PfbOfBytes(MemoryBytes& fork) {
     return PfbOf(fork, WalkResourceMap(fork, 0));
 }
 

@@ -1,4 +1,6 @@
-"""Fonts that fontforge made for a Macintosh, taken out of a volume, read by other programs."""
+"""Fonts that come out of a volume and go into one, read and made by other programs."""
+
+from pathlib import Path
 
 import judges
 from program import DONE, Case
@@ -39,3 +41,19 @@ class Fonts(Case):
             font = (out / "DejaVuSansMono.ttf").read_bytes()
             self.assertIn(len(font).to_bytes(4, "big") + font,
                           (self.work / "Mono.suit").read_bytes())
+
+    def test_fonts_go_in_and_out_again(self):
+        self.volume()
+        result = self.vellmark("put", "v.img", TRUE_TYPE, "Bold.pfb", "--fonts", "yes", "-fq")
+        self.assertEqual((DONE, b""), (result.returncode, result.stderr))
+        names = ("DejaVuSansMono", "C059-Bold")
+        (self.work / "again").mkdir()
+        for options in (("--mode", "macbinary"), ("--fonts", "yes")):
+            result = self.vellmark("get", "v.img", *names, *options, "-o", "again", "-q")
+            self.assertEqual((DONE, b""), (result.returncode, result.stderr))
+        for name, source, made in zip(names, (TRUE_TYPE, self.work / "Bold.pfb"),
+                                      ("DejaVuSansMono.ttf", "C059-Bold.pfb")):
+            self.assertEqual(judges.font_facts(source),
+                             judges.font_facts(self.work / "again" / name))
+            self.assertEqual(Path(source).read_bytes(),
+                             (self.work / "again" / made).read_bytes())

@@ -96,5 +96,74 @@ none out/Second
     EXPECT_EQ(disk("out").size(), 4U);
 }
 
+// A PFB with a section of that length in front of its bytes.
+std::string Pfb(const std::string& text, std::uint32_t length) {
+    return std::string("\x80\1") + static_cast<char>(length) + static_cast<char>(length >> 8) +
+           std::string(1, static_cast<char>(length >> 16)) + static_cast<char>(length >> 24) +
+           text + std::string("\x80\2\3\0\0\0\0\1\2\x80\3", 11);
+}
+
+TEST_F(FontVerbs, PutMakesFilesOfAMacintosh) {
+    const std::string text = "%!\n/FontName /Tinted def\n" + std::string(5000, ' ');
+    const std::string font = TrueType("Sans", "bytes");
+    Write("one.ttf", font);
+    Write("TWO.TTF", TrueType("Serif", ""));
+    Write("three.ttf2", font);
+    Write("four.pfb", Pfb(text, static_cast<std::uint32_t>(text.size())));
+    play(R"(
+folder out
+0 put v.img one.ttf three.ttf2 --fonts yes -q
+0 put v.img TWO.TTF four.pfb --fonts yes -q
+1! put v.img one.ttf --fonts yes --replace no => Sans exists already
+0 resources v.img Sans == sfnt\n  id=0x0400, lg=55\nFOND\n  id=0x0400, lg=78\n
+0 resources v.img Serif --type FOND == FOND\n  id=0x0401, lg=78\n
+0 resources v.img Tinted --id 504 == POST\n  id=0x01f8, lg=5\n
+0 ls -l v.img => tfil/movr  Sans\n => tfil/movr  Serif\n => LWFN/ASPF  Tinted\n => three.ttf2
+0 get v.img Sans Serif Tinted --fonts yes -o out
+0 get v.img Sans --mode resource -o out
+)");
+    EXPECT_EQ(Bytes("out/Sans.ttf"), font);
+    EXPECT_EQ(Bytes("out/Tinted.pfb"), Bytes("four.pfb"));
+    // One was for the font that was kept.
+    EXPECT_EQ(settings_.values["numpol"], "1027");
+    // The whole fork: header, font, family, and the map with the name of the font twice.
+    const std::string header = Be(256, 4) + Be(256 + 59 + 82, 4) + Be(59 + 82, 4) + Be(80, 4);
+    const std::string fork = Bytes("out/Sans");
+    EXPECT_EQ(fork.substr(0, 256), header + std::string(240, '\0'));
+    EXPECT_EQ(fork.substr(256, 63), Be(55, 4) + font + Be(78, 4));
+    EXPECT_EQ(fork.substr(319, 4), Be(0x0400, 4));
+    EXPECT_EQ(fork.substr(319 + 56, 4), Be(0x0C2A0400, 4).substr(0, 2) + Be(0x0400, 2));
+    EXPECT_EQ(fork.substr(397), header + Be(0, 8) + Be(28, 2) + Be(70, 2) + Be(1, 2) + "sfnt" +
+                                    Be(18, 4) + "FOND" + Be(30, 4) + Be(0x0400, 2) + Be(0, 10) +
+                                    Be(0x0400, 2) + Be(0, 2) + Be(59, 4) + Be(0, 4) + "\4Sans" +
+                                    "\4Sans");
+}
+
+TEST_F(FontVerbs, PutTakesFontsThatCannotBeConvertedAsTheyAre) {
+    const std::map<std::string, std::string> fonts = {
+        {"cut.pfb", Pfb("%!\n/FontName /X def\n", 0xFFFFFFF0)},
+        {"none.pfb", "no font"},
+        {"nameless.ttf", TrueType("", "")},
+        {"empty.ttf", ""},
+        {"lies.ttf", Be(0x10000, 4) + Be(0xFFFF, 2) + Be(0, 6) + "name" + Be(0, 4) +
+                         Be(0xFFFFFFF0, 4) + Be(0xFFFFFFFF, 4)}};
+    for (const auto& [name, bytes] : fonts) {
+        Write(name, bytes);
+        play("3! put v.img " + name + " --fonts yes -q\nsays => " + name +
+             ": It is copied as a plain file. => font");
+        play("folder out\n0 get v.img " + name + " --fonts yes -o out");
+        EXPECT_EQ(Bytes("out/" + name), bytes) << name;
+    }
+    Write("asked.ttf", TrueType("Asked", ""));
+    play(R"(
+0 put v.img asked.ttf -q
+types => y\n
+0! put v.img asked.ttf -q
+says => asked.ttf is a font file.
+nobody
+0 ls v.img => asked.ttf\n => Asked\n
+)");
+}
+
 }  // namespace
 }  // namespace vellmark

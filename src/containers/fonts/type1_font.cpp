@@ -1,7 +1,6 @@
 #include "containers/fonts/type1_font.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -92,40 +91,7 @@ Result<std::vector<Section>> SectionsOf(ByteSource& fork,
 
 }  // namespace
 
-std::size_t PfbOfResources::readAt(std::uint64_t offset, std::span<std::uint8_t> out) {
-    auto piece = std::upper_bound(pieces_.begin(), pieces_.end(), offset,
-                                  [](std::uint64_t at, const Piece& p) { return at < p.offset; });
-    std::size_t done = 0;
-    for (piece = piece == pieces_.begin() ? piece : piece - 1;
-         piece != pieces_.end() && done < out.size(); ++piece) {
-        ByteSource& bytes = piece->bytes.size() > 0 ? static_cast<ByteSource&>(piece->bytes)
-                                                    : static_cast<ByteSource&>(piece->slice);
-        const std::uint64_t within = offset + done - piece->offset;
-        if (within >= bytes.size())
-            continue;
-        const auto wanted = static_cast<std::size_t>(
-            std::min<std::uint64_t>(out.size() - done, bytes.size() - within));
-        const std::size_t got = bytes.readAt(within, out.subspan(done, wanted));
-        done += got;
-        if (got < wanted)
-            break;
-    }
-    return done;
-}
-
-void PfbOfResources::addBytes(std::vector<std::uint8_t> bytes) {
-    const std::size_t count = bytes.size();
-    pieces_.push_back({size_, MemoryBytes(std::move(bytes)), {}});
-    size_ += count;
-}
-
-void PfbOfResources::addSlice(SliceSource slice) {
-    const std::uint64_t count = slice.size();
-    pieces_.push_back({size_, {}, slice});
-    size_ += count;
-}
-
-Result<std::optional<PfbOfResources>> PfbOf(ByteSource& fork, const ResourceTree& tree) {
+Result<std::optional<PiecedSource>> PfbOf(ByteSource& fork, const ResourceTree& tree) {
     std::vector<const Resource*> resources = PostResources(tree);
     if (resources.empty())
         return std::nullopt;
@@ -133,14 +99,12 @@ Result<std::optional<PfbOfResources>> PfbOf(ByteSource& fork, const ResourceTree
     const Result<std::vector<Section>> sections = SectionsOf(fork, resources);
     if (!sections)
         return Failed(sections.error());
-    PfbOfResources pfb;
+    PiecedSource pfb;
     for (const Section& section : *sections) {
         PfbSection head;
         head.type = section.type;
         head.length = static_cast<std::uint32_t>(section.bytes);
-        std::vector<std::uint8_t> bytes(sizeof head);
-        std::memcpy(bytes.data(), &head, sizeof head);
-        pfb.addBytes(std::move(bytes));
+        pfb.addRecord(head);
         for (const Resource* resource : section.resources)
             pfb.addSlice(ProgramOf(fork, *resource));
     }

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "containers/pieced_source.hpp"
 #include "containers/resource_fork.hpp"
 #include "support/byte_source.hpp"
 #include "support/endian.hpp"
@@ -31,29 +33,10 @@ enum class Type1Section : std::uint8_t {
     EndOfFont = 5  ///< `POST` only
 };
 
-/// The bytes of a PFB, made of resources as they are read. The fork must outlive it.
-class PfbOfResources final : public ByteSource {
-  public:
-    [[nodiscard]] std::uint64_t size() const override { return size_; }
-    [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::uint8_t> out) override;
-
-    void addBytes(std::vector<std::uint8_t> bytes);
-    void addSlice(SliceSource slice);
-
-  private:
-    struct Piece {
-        std::uint64_t offset = 0;
-        MemoryBytes bytes;  ///< empty for a slice
-        SliceSource slice;
-    };
-    std::vector<Piece> pieces_;
-    std::uint64_t size_ = 0;
-};
-
 /// The font of a printer font as a PFB; none when it has no `POST` resources. Runs of resources of
-/// one kind become one section. A reason when its bytes do not all lie in the fork.
-[[nodiscard]] Result<std::optional<PfbOfResources>> PfbOf(ByteSource& fork,
-                                                          const ResourceTree& tree);
+/// one kind become one section. A reason when its bytes do not all lie in the fork. The
+/// fork must outlive it.
+[[nodiscard]] Result<std::optional<PiecedSource>> PfbOf(ByteSource& fork, const ResourceTree& tree);
 
 /// The text in front of the encrypted part of a PFB, cut where it is long beyond all use.
 [[nodiscard]] std::string ClearTextOfPfb(ByteSource& pfb);

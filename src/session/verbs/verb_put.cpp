@@ -30,6 +30,7 @@ struct PutOptions {
     std::string replace = "ask";
     bool force = false;
     std::string containers = "ask";
+    std::string fonts;  ///< empty: asked where somebody can answer
     std::string mode = "data";
     std::string truncate;  ///< empty: as the settings say
     bool quiet = false;
@@ -56,6 +57,7 @@ CopyInOptions CopyOptionsOf(const PutOptions& options, const CommandContext& con
     copy.containers = options.containers == "yes"  ? ContainerPolicy::Always
                       : options.containers == "no" ? ContainerPolicy::Never
                                                    : ContainerPolicy::Ask;
+    copy.fonts = FontPolicyOf(options.fonts, context);
     copy.existing = options.replace == "no" && !options.force
                         ? ExistingFiles::Keep
                         : ExistingFilesOf(options.force || options.replace == "yes", context);
@@ -141,6 +143,7 @@ int Put(const PutOptions& options, CommandContext& context) {
                  SignaturesOf(context, run.terminal.messages), run.terminal.messages,
                  run.terminal.progress, context.clock);
     run.failed = !CopyAllIn(batch, options.paths, target.id) || run.failed;
+    KeepFontIds(batch, context);
     const int status = run.finish();
     run.terminal.progress.clear();
     if (run.isWritten)
@@ -168,6 +171,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     words("--replace", options->replace, Sentence::kHelpReplace, {"ask", "yes", "no"});
     arguments.flag("-f,--force", options->force, Sentence::kHelpReplaceAll);
     words("--containers", options->containers, Sentence::kHelpContainers, {"ask", "yes", "no"});
+    words("--fonts", options->fonts, Sentence::kHelpPutFonts, {"ask", "yes", "no"});
     words("-m,--mode", options->mode, Sentence::kHelpPutMode, {"data", "resource", "macbinary"});
     words("--truncate", options->truncate, Sentence::kHelpPutTruncate, {"ask", "yes"});
     arguments.flag(option::kQuiet, options->quiet);

@@ -14,6 +14,7 @@
 #include "workbench/browser/target_folder.hpp"
 #include "workbench/commands/handlers.hpp"
 #include "workbench/dialogs/file_choice.hpp"
+#include "workbench/jobs/main_thread.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -168,10 +169,12 @@ void CopyIntoVolume(TVellmark& window, const std::vector<std::string>& paths) {
         return;
     Reason copied;
     window.runJob(JobKind::Work, [&](Progress& progress) {
-        CopyInOptions options = CopyInOptionsOf(window.context());
+        // The settings belong to the window's thread.
+        CopyInOptions options = InMainThread([&] { return CopyInOptionsOf(window.context()); });
         options.mode = window.documents().copyMode;
         options.existing = ExistingFiles::Ask;
         KeptAnswers& kept = window.answers();
+        options.fonts = kept.convertsFontsIn ? FontPolicy::Always : FontPolicy::Ask;
         options.truncation.automatic = options.truncation.automatic || kept.shortensImported;
         options.truncation.addsCrc = options.truncation.addsCrc || kept.addsCrc;
         options.imagePath = DocumentOf(window).path();
@@ -179,6 +182,9 @@ void CopyIntoVolume(TVellmark& window, const std::vector<std::string>& paths) {
         CopyIn batch(*volume, options, SignaturesOf(window.context(), window.messages()),
                      window.messages(), progress, window.context().clock);
         (void)CopyAllIn(batch, paths, window.documents().partitionFolder);
+        kept.convertsFontsIn =
+            kept.convertsFontsIn || batch.answers.font.kept == Remembered::YesToAll;
+        InMainThread([&] { KeepFontIds(batch, window.context()); });
         (void)Save(window);
         kept.shortensImported = batch.options.truncation.automatic;
         kept.addsCrc = batch.options.truncation.addsCrc;

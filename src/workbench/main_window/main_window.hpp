@@ -51,6 +51,7 @@ struct KeptAnswers {
     bool shortensImported = false;  ///< names too long for a volume are
     bool addsCrc = false;           ///< and end in digits of a checksum where one is taken
     bool convertsFontsOut = false;  ///< fonts that go to the PC, without a question
+    bool convertsFontsIn = false;   ///< and those that come to a volume
 };
 
 class TVellmark final : public QMainWindow, private DocumentDialogs {
