@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 #include "containers/hfs_plus_name.hpp"
 #include "layout/background_alias.hpp"
@@ -51,12 +52,14 @@ std::vector<PlacedItem> ItemsOfRoot(const ProjectFile& project) {
 // What the file says of items that are there; the others stay where the grid has them.
 void TakePlaces(DsStoreLayout& layout, const std::vector<PlacedItem>& stored) {
     PlaceIcons(layout);
+    std::map<std::u16string_view, const PlacedItem*> byName;
+    for (const PlacedItem& each : stored)
+        byName[each.name] = &each;
     for (PlacedItem& item : layout.items)
-        for (const PlacedItem& each : stored)
-            if (each.name == item.name) {
-                item.x = each.x;
-                item.y = each.y;
-            }
+        if (const auto found = byName.find(item.name); found != byName.end()) {
+            item.x = found->second->x;
+            item.y = found->second->y;
+        }
 }
 
 bool WriteFile(const std::string& path, std::span<const std::uint8_t> bytes, Messages& messages) {
