@@ -78,6 +78,9 @@ class VolumeItemDialog final : public FormDialog {
         connect(advanced, &QPushButton::clicked, this, [this, advanced] {
             advanced->setEnabled(false);
             showAdvanced();
+            // Its rows may be wider than those above.
+            layout()->activate();
+            adjustSize();
         });
         addButton("MessFermer", words(kTextClose), Rejected);
     }
