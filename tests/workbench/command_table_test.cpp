@@ -129,7 +129,7 @@ file a.txt => a
 +++++ ---- ----  Quitter1 HelpProj WizProj Projets1 Maff1
 ----- +++. ----  Nouvelle1 Ouvrir2 P2 Desh1 Da Re Bo Ad As
 ----- .+.. ----  Enr2 EnrAs2 PCM1 EdSign SW1 PC2Mac MkDirPart DelPart SuppPart RenPart DrPart MdPart1 TSuppPart TRenPart TDrPart
------ .++. ----  Fermer2 PropVol1 Hybrid1 MPC1 Mac2PC RechPart PerePart CPC1 AttrPart TCPC1 TAttrPart Reop2
+----- .++. ----  Fermer2 PropVol1 Hybrid1 MPC1 Aff1 Mac2PC RechPart PerePart CPC1 AffPart AttrPart TCPC1 TAttrPart Reop2
 ----- ++++ ----  Q21 HelpPart WizPart Partitions1 Mod
 ----- ---- ++..  No1 Ou1
 ----- ---- .+..  En1 Sa1 Fe1 In1 La1 RechIso MkDirIso DelIso Isup1 Iren1 Iprop1 DrIso MdIsop1 TIsup1 TIren1 TIprop1 TDrIso Re1
@@ -141,7 +141,6 @@ file a.txt => a
 +.+.. .+.. .+..  DrExpl MD
 +.+.. .++. .+..  Rech1
 +.+.. ---- .+..  RSig Refr Clean1 Path1
------ .... ----  Aff1 AffPart
 +++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
 ----- ---- ----  EdIcon
 +++.. +++. ++..  RFT ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1

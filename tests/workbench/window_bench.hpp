@@ -16,6 +16,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTest>
@@ -52,8 +53,8 @@ namespace vellmark::test {
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
 // check BOX, pick NUMBER, give COMMAND (of the dialog), keys KEYS (pressed there), select ROW...
 // (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is), hand FILE (a
-// second start hands it over). Without a dialog: abort, as soon as a compile runs, and quit, which
-// closes the window then.
+// second start hands it over), read NAME (what a widget of the dialog says). Without a dialog:
+// abort, as soon as a compile runs, and quit, which closes the window then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }
@@ -345,8 +346,9 @@ class WindowTest : public ScriptTest {
             EXPECT_TRUE(button->isEnabled()) << name << " is off";
             button->click();
         };
-        const std::set<std::string> staying = {"set",    "check", "remember", "hand", "give",
-                                               "select", "head",  "page",     "keys", "gone"};
+        const std::set<std::string> staying = {"set",  "check",  "remember", "hand",
+                                               "give", "select", "head",     "page",
+                                               "keys", "gone",   "read"};
         noted_ = staying.contains(verb) ? noted_ : nullptr;
         if (verb == "yes")
             press("MessOui");
@@ -361,7 +363,7 @@ class WindowTest : public ScriptTest {
         else if (verb == "remember")
             dialog.findChild<QCheckBox*>(QStringLiteral("Toujours"))->setChecked(true);
         else if (verb == "check")
-            dialog.findChild<QCheckBox*>(QString::fromStdString(rest))->click();
+            dialog.findChild<QAbstractButton*>(QString::fromStdString(rest))->click();
         else if (verb == "set")
             set(dialog, rest);
         else if (verb == "hand")
@@ -380,6 +382,8 @@ class WindowTest : public ScriptTest {
                 answers_.push_front(verb);
         } else if (verb == "page")
             dialog.findChild<QTabWidget*>()->setCurrentIndex(std::stoi(rest));
+        else if (verb == "read")
+            read(dialog, rest);
         else if (verb == "pick")
             pick(dialog, std::stoi(rest));
         else if (verb == "file")
@@ -394,11 +398,13 @@ class WindowTest : public ScriptTest {
         auto* const self = qobject_cast<QAbstractItemView*>(page);
         return self ? *self : *page->findChild<QAbstractItemView*>();
     }
-    static void giveIn(QDialog& dialog, const std::string& name) {
+    void giveIn(QDialog& dialog, const std::string& name) {
         auto* const command = dialog.findChild<QAction*>(QString::fromStdString(name));
         ASSERT_NE(command, nullptr) << name;
-        EXPECT_TRUE(command->isEnabled()) << name << " is off";
-        command->trigger();
+        if (command->isEnabled())
+            command->trigger();
+        else
+            heard_ += "! " + name + " is off\n";
     }
     // Rows by their numbers or by their names; one that is not there yet is waited for.
     void select(QAbstractItemView& view, const std::string& names) {
@@ -429,6 +435,19 @@ class WindowTest : public ScriptTest {
         QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(field, Qt::Key_Delete);
         QTest::keyClicks(field, QString::fromStdString(fieldAndText.substr(sign + 1)));
+    }
+    // A selected text, else the whole in one line.
+    void read(const QDialog& dialog, const std::string& name) {
+        const auto* const widget = dialog.findChild<QWidget*>(QString::fromStdString(name));
+        ASSERT_NE(widget, nullptr) << name;
+        const auto* const text = qobject_cast<const QPlainTextEdit*>(widget);
+        const QString selected = text ? text->textCursor().selectedText() : QString();
+        heard_ += "= " +
+                  (!selected.isEmpty() ? selected
+                   : text              ? text->toPlainText().replace(u'\n', u'/')
+                                       : widget->property("text").toString())
+                      .toStdString() +
+                  "\n";
     }
     static void pick(QDialog& dialog, int row) {
         dialog.findChild<QListWidget*>()->setCurrentRow(row);

@@ -241,7 +241,6 @@ void CommandBar::update(const CommandState& state, FileMode mode, const TVellmar
     display.setStatusTip(
         Words(state.isFolderSelected ? kTextOpenFolderHint : RowNamed("AffPart").hint, language_)
             .mid(1));
-    display.setEnabled(display.isEnabled() && state.isFolderSelected);
     if (state.documents)
         action("ModeVue").setIcon(
             ToolIcon(QLatin1String(kViewPictures[static_cast<int>(state.documents->view)]),

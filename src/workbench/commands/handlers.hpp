@@ -29,7 +29,9 @@ void Paste(TVellmark& window);
 void SelectAll(TVellmark& window);
 void InvertSelection(TVellmark& window);
 void SearchItems(TVellmark& window);
-void OpenSelected(TVellmark& window);
+
+// contents_command.cpp
+void ShowContents(TVellmark& window);
 
 // project_commands.cpp
 void RebuildProject(TVellmark& window);

@@ -91,12 +91,4 @@ void SearchItems(TVellmark& window) {
         window.showItem(found->folder, found->number);
 }
 
-void OpenSelected(TVellmark& window) {
-    const Selection selected = window.selection();
-    if (!selected.isInList)
-        window.showFolder(selected.folder);
-    else if (!selected.rows.empty() && window.factsOf(selected.rows.front()).isFolder)
-        window.showFolder(window.factsOf(selected.rows.front()).number);
-}
-
 }  // namespace vellmark

@@ -9,8 +9,9 @@
 namespace vellmark {
 
 enum class JobKind {
-    Work,    ///< changes or reads what is open: nobody else may meanwhile
-    Compile  ///< only reads the open project, which can be looked at
+    Work,     ///< changes or reads what is open: nobody else may meanwhile
+    Compile,  ///< only reads the open project, which can be looked at
+    Look      ///< only reads bytes of the open image, which the window has listed already
 };
 
 class JobRunner {

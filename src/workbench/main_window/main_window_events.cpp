@@ -114,8 +114,10 @@ bool TVellmark::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
         case QEvent::KeyPress:
+            // A dialog that began the job is off meanwhile; one that is on asks something itself.
             if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && jobs_.isRunning() &&
-                QApplication::activeModalWidget() == nullptr) {
+                !(QApplication::activeModalWidget() &&
+                  QApplication::activeModalWidget()->isEnabled())) {
                 askToStop(true);
                 return true;
             }

@@ -1,0 +1,132 @@
+// The pages of the viewer: which sector of what is shown, and how one comes to another.
+#include <QApplication>
+#include <QLabel>
+#include <QStackedWidget>
+
+#include "support/encoding.hpp"
+#include "support/sentences.hpp"
+#include "transfer/import_batch.hpp"
+#include "workbench/inspect/fork_viewer.hpp"
+#include "workbench/main_window/main_window.hpp"
+
+namespace vellmark {
+
+namespace {
+
+constexpr int kTextTitle = 3045;
+constexpr int kTextData = 3046;
+constexpr int kTextResource = 3047;
+
+}  // namespace
+
+QString TMacDump::number(std::uint64_t value) const {
+    return ToQString(NumberText(value, style_.base));
+}
+
+void TMacDump::showFork(ViewedFork fork) {
+    fork_ = fork;
+    current_.reset();
+    previous_.reset();
+    match_.reset();
+    forks_[static_cast<std::size_t>(fork)]->setChecked(true);
+    pages_->setCurrentWidget(page_);
+    last_ = LastSector(*bytes().source);
+    canSearchAgain_ = false;
+    showTitle();
+    goTo(0);
+    page_->setFocus();
+}
+
+void TMacDump::showTitle() {
+    const bool isImage = fork_ == ViewedFork::Image;
+    const std::string name = isImage ? PcNameOfPath(window_.documents().path()) : file_.item().name;
+    const QString part = isImage ? Words(Sentence::kWholeImage, language())
+                                 : words(fork_ == ViewedFork::Data ? kTextData : kTextResource);
+    setWindowTitle(WordsWith(kTextTitle, language(), Printable(name), part.toStdString(),
+                             file_.length(fork_), "Vellmark"));
+}
+
+void TMacDump::goTo(std::uint64_t sector) {
+    trail_.jump({fork_, sector});
+    previous_ = std::exchange(current_, sector);
+    showPage(sector);
+}
+
+void TMacDump::stepTo(std::uint64_t sector) {
+    trail_.step({fork_, sector});
+    previous_ = std::exchange(current_, sector);
+    showPage(sector);
+}
+
+void TMacDump::showPage(std::uint64_t sector) {
+    const ForkPage page = ReadPage(*bytes().source, sector, style_);
+    page_->showLines(page.lines, page.offset(), style_.base);
+    showHint(bytes().problem ? Words(bytes().problem, language()) : QString());
+    showPanels();
+    updateCommands();
+}
+
+void TMacDump::redraw() {
+    if (current_)
+        showPage(*current_);
+}
+
+void TMacDump::showPanels() {
+    const auto inImage = bytes().imageSector(current());
+    panels_[0]->setText(number(current()));
+    panels_[1]->setText(inImage ? number(*inImage) : QString());
+    panels_[2]->setText(number(current() * kSectorBytes));
+}
+
+void TMacDump::turn(PageView::Turn where) {
+    const bool isUp = where == PageView::Turn::Previous || where == PageView::Turn::First;
+    if (current() == (isUp ? 0 : last_)) {
+        QApplication::beep();
+        return;
+    }
+    if (where == PageView::Turn::First || where == PageView::Turn::Last)
+        goTo(isUp ? 0 : last_);
+    else
+        stepTo(isUp ? current() - 1 : current() + 1);
+}
+
+void TMacDump::askAndGo() {
+    const auto typed = AskForSector(NumberText(current(), style_.base), language(), this);
+    if (!typed)
+        return;
+    const auto sector = SectorToGoTo(*typed, style_.base, current(), last_);
+    if (!sector)
+        QApplication::beep();
+    else if (*sector != current())
+        goTo(*sector);
+}
+
+void TMacDump::goToPrevious() {
+    if (previous_)
+        goTo(*previous_);
+    else
+        QApplication::beep();
+}
+
+void TMacDump::travel(bool back) {
+    const ViewedPlace place = trail_.go(back);
+    if (place.fork != fork_) {
+        // It goes to a sector of its own, which this journey is not to remember.
+        const SectorTrail trail = trail_;
+        showFork(place.fork);
+        trail_ = trail;
+    }
+    previous_ = std::exchange(current_, place.sector);
+    showPage(place.sector);
+}
+
+void TMacDump::updateCommands() {
+    const bool isPage = pages_->currentWidget() == page_;
+    for (QAction* const each : ofPages_)
+        each->setEnabled(isPage);
+    again_->setEnabled(isPage && canSearchAgain_);
+    back_->setEnabled(trail_.hasBack());
+    forward_->setEnabled(trail_.hasForward());
+}
+
+}  // namespace vellmark
