@@ -13,6 +13,7 @@
 #include "session/settings.hpp"
 #include "support/sentences.hpp"
 #include "workbench/commands/volume_changes.hpp"
+#include "workbench/inspect/resource_page.hpp"
 #include "workbench/inspect/segment_dialog.hpp"
 #include "workbench/inspect/text_printing.hpp"
 #include "workbench/main_window/main_window.hpp"
@@ -50,6 +51,9 @@ void TMacDump::makePages() {
     page_->setAccessibleName(Words(Sentence::kPageOfBytes, language()));
     page_->setTurn([this](PageView::Turn where) { turn(where); });
     pages_->addWidget(page_);
+    resources_ = new ResourcePage(
+        window_, [this](const auto& work) { return look(0, work); }, pages_);
+    pages_->addWidget(resources_);
     frame().setCentralWidget(pages_);
     constexpr Sentence kTips[] = {Sentence::kPanelSector, Sentence::kPanelImageSector,
                                   Sentence::kPanelByte};
@@ -90,6 +94,10 @@ void TMacDump::makeFileMenu() {
     for (const ViewedFork fork : {ViewedFork::Data, ViewedFork::Resource})
         add(fork, addCommand(menu, kForks[static_cast<std::size_t>(fork)],
                              [this, fork] { showFork(fork); }));
+    QAction& tree = addCommand(menu, {"Arb", 3006, 3106}, [this] { showTree(); });
+    tree.setCheckable(true);
+    tree.setEnabled(file_.length(ViewedFork::Resource) > 0);
+    group->addAction(&tree);
     QAction& image = addCommand(menu, {"Image", 0}, [this] { showFork(ViewedFork::Image); });
     image.setText(Words(Sentence::kWholeImage, language()));
     image.setStatusTip(Words(Sentence::kWholeImageHint, language()));
@@ -195,6 +203,7 @@ void TMacDump::closeEvent(QCloseEvent* event) {
 
 void TMacDump::setStyle(PageStyle style) {
     style_ = style;
+    resources_->setStyle(style);
     redraw();
 }
 
@@ -210,6 +219,7 @@ void TMacDump::chooseFontSize() {
 void TMacDump::setPoints(int points) {
     points_ = points;
     page_->setPoints(points);
+    resources_->setPoints(points);
     layout()->activate();
     resize(sizeHint().boundedTo(screen()->availableSize()));
 }

@@ -18,6 +18,7 @@ class QStackedWidget;
 
 namespace vellmark {
 
+class ResourcePage;
 class TVellmark;
 
 class TMacDump final : public WorkDialog {
@@ -45,6 +46,8 @@ class TMacDump final : public WorkDialog {
 
     // fork_viewer_pages.cpp
     void showFork(ViewedFork fork);
+    void showTree();
+    void beginFork(ViewedFork fork);
     void goTo(std::uint64_t sector);
     void stepTo(std::uint64_t sector);
     void turn(PageView::Turn turn);
@@ -94,6 +97,7 @@ class TMacDump final : public WorkDialog {
 
     QStackedWidget* pages_ = nullptr;
     PageView* page_ = nullptr;
+    ResourcePage* resources_ = nullptr;
     QLabel* panels_[3] = {};
     QAction* forks_[3] = {};  // by `ViewedFork`
     QAction* again_ = nullptr;

@@ -7,6 +7,7 @@
 #include "support/sentences.hpp"
 #include "transfer/import_batch.hpp"
 #include "workbench/inspect/fork_viewer.hpp"
+#include "workbench/inspect/resource_page.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -23,18 +24,32 @@ QString TMacDump::number(std::uint64_t value) const {
     return ToQString(NumberText(value, style_.base));
 }
 
-void TMacDump::showFork(ViewedFork fork) {
+void TMacDump::beginFork(ViewedFork fork) {
     fork_ = fork;
     current_.reset();
     previous_.reset();
     match_.reset();
-    forks_[static_cast<std::size_t>(fork)]->setChecked(true);
-    pages_->setCurrentWidget(page_);
     last_ = LastSector(*bytes().source);
     canSearchAgain_ = false;
     showTitle();
+}
+
+void TMacDump::showFork(ViewedFork fork) {
+    beginFork(fork);
+    forks_[static_cast<std::size_t>(fork)]->setChecked(true);
+    pages_->setCurrentWidget(page_);
     goTo(0);
     page_->setFocus();
+}
+
+void TMacDump::showTree() {
+    beginFork(ViewedFork::Resource);
+    pages_->setCurrentWidget(resources_);
+    const Reason problem = resources_->showFork(bytes().source);
+    showHint(problem ? Words(problem, language()) : QString());
+    for (QLabel* const panel : panels_)
+        panel->clear();
+    updateCommands();
 }
 
 void TMacDump::showTitle() {
@@ -110,7 +125,7 @@ void TMacDump::goToPrevious() {
 
 void TMacDump::travel(bool back) {
     const ViewedPlace place = trail_.go(back);
-    if (place.fork != fork_) {
+    if (place.fork != fork_ || pages_->currentWidget() != page_) {
         // It goes to a sector of its own, which this journey is not to remember.
         const SectorTrail trail = trail_;
         showFork(place.fork);
