@@ -124,5 +124,53 @@ TEST_F(WindowScripts, SearchesAForkAndKeepsPiecesOfIt) {
               "00000512  64 65 72 78 78 78 78 78  78 78 78 78 78 78 78 78  derxxxxxxxxxxxxx");
 }
 
+// A resource fork of one text; the forks change places on the volume.
+std::string OneResource() {
+    const std::string header("\0\0\0\x10\0\0\0\x19\0\0\0\x09\0\0\0\x32", 16);
+    const std::string map("\0\x1C\0\x32\0\0TEXT\0\0\0\x0A\0\x80\xFF\xFF\0\0\0\0\0\0\0\0", 26);
+    return header + std::string("\0\0\0\5hello", 9) + header + std::string(8, '\0') + map;
+}
+
+TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
+    test::Write("rsrc", OneResource());
+    play(R"(
+0 format disk.hfs --size 1M --label Disk
+0 put disk.hfs rsrc
+0 swap disk.hfs rsrc
+)");
+    plays(R"(
+> open $PWD/disk.hfs
+> rows rsrc
+> menu Aff1 | give Arb | keys Right | keys Down | give SBin | file one.res | give SHex | file one.hex | cancel
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Binary Resource Saving
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Hexadecimal Resource Saving
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+> menu Aff1 | give Act1 | close | give Image | give Act1 | close | give Go1 | set Secteur=2 | press OK | give Act1 | press Go2 | give Act1 | press go_poscat1 | read PanneauSecteur | give Act1 | press AffTree | press go_racine | read PanneauSecteur | give Act1 | close | give Reculer | give Reculer | read PanneauSecteur | cancel
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Unable to identify the sector.
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Macintosh Device Descriptor Block
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+! Select the Sector
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+! Partition Table Item
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+! HFS Descriptor Block
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+= 371
+! B-Tree Header
+! B-Tree Header
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+= 372
+! B-Tree Leaf Node
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+= 98
+)");
+    EXPECT_EQ(test::Bytes("one.res"), "hello");
+    EXPECT_EQ(test::Bytes("one.hex").substr(0, 25), "00000000  68 65 6c 6c 6f ");
+}
+
 }  // namespace
 }  // namespace vellmark

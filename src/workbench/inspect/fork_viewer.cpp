@@ -148,6 +148,9 @@ void TMacDump::makeActionMenu() {
     ofPages_.push_back(
         &addCommand(menu, {"co1", 3023, 3123, QKeySequence(QStringLiteral("Ctrl+C")), "copy"},
                     [this] { page_->copyAll(); }));
+    ofPages_.push_back(&addCommand(
+        menu, {"Act1", 3021, 3121, QKeySequence(QStringLiteral("Ctrl+Return")), "properties"},
+        [this] { analyse(StructureCode::Unknown); }));
     ofPages_.push_back(
         &addCommand(menu, {"Act2", 3022, 3122, {}, "save"}, [this] { saveSegment(); }));
 }

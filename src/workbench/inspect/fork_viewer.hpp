@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "inspect/fork_page.hpp"
+#include "inspect/structure_code.hpp"
 #include "support/progress.hpp"
 #include "workbench/dialogs/work_dialog.hpp"
 #include "workbench/inspect/page_view.hpp"
@@ -70,6 +71,8 @@ class TMacDump final : public WorkDialog {
     /// it did not run.
     bool look(std::uint64_t sector, const std::function<void(Progress& progress)>& work);
 
+    /// Shows what the sector holds, and goes where the person goes from there.
+    void analyse(StructureCode as);
     void showProperties();
     void print();
     void saveSegment();

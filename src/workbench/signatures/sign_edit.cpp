@@ -1,5 +1,6 @@
 #include "workbench/signatures/sign_edit.hpp"
 
+#include <QDir>
 #include <QHeaderView>
 #include <QMenu>
 #include <algorithm>
