@@ -101,7 +101,7 @@ void TWinVLV::makeViews() {
         each->setContextMenuPolicy(Qt::CustomContextMenu);
         views_->addWidget(each);
         connect(each, &QAbstractItemView::activated, this,
-                [this](const QModelIndex& index) { open(index); });
+                [this](const QModelIndex& index) { enter(index); });
     }
     QItemSelectionModel* const own = report_->selectionModel();
     report_->setSelectionModel(icons_->selectionModel());
@@ -317,7 +317,7 @@ void TWinVLV::arrangeIcons(BrowserStyle style) {
     views_->setCurrentWidget(icons_);
 }
 
-void TWinVLV::open(const QModelIndex& index) {
+void TWinVLV::enter(const QModelIndex& index) {
     const QModelIndex source = order_->mapToSource(index);
     if (files_->isDir(source))
         goTo(files_->filePath(source));

@@ -50,7 +50,7 @@ class TWinVLV final : public WorkDialog {
     void showPath();
     void setStyle(BrowserStyle style);
     void arrangeIcons(BrowserStyle style);
-    void open(const QModelIndex& index);
+    void enter(const QModelIndex& index);
     void selectionChanged();
     void countSelection();
     void counted(int number, std::uint64_t bytes);
