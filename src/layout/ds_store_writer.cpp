@@ -240,6 +240,7 @@ std::vector<std::uint8_t> StoreBytes(std::vector<StoreRecord> records) {
                          return order != 0 ? order < 0 : a.id < b.id;
                      });
     RecordList all;
+    all.reserve(records.size());
     for (const StoreRecord& record : records)
         all.push_back(RecordBytes(record));
     const TreeMaker tree(std::move(all));

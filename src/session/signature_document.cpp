@@ -70,7 +70,7 @@ class OldTable {
 }  // namespace
 
 Reason SignatureDocument::open(const std::string& path) {
-    const Reason refusal = openAsNew(path);
+    Reason refusal = openAsNew(path);
     if (!refusal)
         path_ = path;
     return refusal;
@@ -98,7 +98,7 @@ Reason SignatureDocument::save(const std::string& path) {
             text.takeSurroundings(SignatureText::Parse(*there, isFrench_));
     }
     std::string bytes = text.bytes();
-    if (const Reason refusal = write(target, bytes, isThere))
+    if (Reason refusal = write(target, bytes, isThere))
         return refusal;
     text_ = std::move(text);
     bytes_ = std::move(bytes);

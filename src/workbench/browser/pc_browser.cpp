@@ -339,6 +339,7 @@ std::vector<std::string> TWinVLV::chosen() const {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     std::vector<std::string> paths;
+    paths.reserve(rows.size());
     for (const int row : rows)
         paths.push_back(ToPath(
             files_->filePath(order_->mapToSource(order_->index(row, 0, icons_->rootIndex())))));
