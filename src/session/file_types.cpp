@@ -175,6 +175,7 @@ Reason MakeFileTypesKnown(const FileTypeSet& types, const FileTypePlan& plan) {
 
 bool RunDesktopTool(const std::vector<std::string>& arguments) {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& each : arguments)
         words.push_back(const_cast<char*>(each.c_str()));
     words.push_back(nullptr);
