@@ -74,7 +74,7 @@ class Finder {
             note(result);
             if (!thread || level == kMostLevels)
                 return false;
-            path = ShownName(volume_, thread->name) + "/" + path;
+            path.insert(0, ShownName(volume_, thread->name).append("/"));
             folder = thread->parentId;
         }
         return true;
