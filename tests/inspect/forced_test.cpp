@@ -1,6 +1,8 @@
 // Whatever bytes there are, and whatever structure they are taken for, something is shown or a
 // reason given.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -24,7 +26,8 @@ using Code = StructureCode;
 // An image in a file, which volumes and maps are looked for in.
 class ForcedTest : public ::testing::Test {
   protected:
-    ForcedTest() : path_(::testing::TempDir() + "forced.img") {}
+    // Tests of this room run side by side.
+    ForcedTest() : path_(::testing::TempDir() + fmt::format("forced-{}.img", ::getpid())) {}
     ~ForcedTest() override { std::filesystem::remove(path_); }
 
     void take(const Bytes& bytes) {

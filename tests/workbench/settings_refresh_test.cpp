@@ -149,7 +149,9 @@ move Disc/lost.txt Elsewhere/lost.txt
 ! Locating a Missing File/Folder
 ! Deleted, Added and Modified Files & Folders
 > menu Refr | give RejTout
+! Deleted, Added and Modified Files & Folders
 > menu RSig | set OrigType=TEXT | press Remplacer | close | set OrigCreat=???? | set NouvType=ABCD | set NouvCreat=EF | press Remplacer | close
+! Searching & Replacing Signatures
 ! Original Signature: Creator takes one to four characters of the Macintosh, and "" is not that.
 ! Searching & Replacing Signatures
 ! Signature TEXT????/replaced 5 times.

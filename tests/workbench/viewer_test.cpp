@@ -35,6 +35,7 @@ folder inner
 = 1024
 = 2
 = 0
+! short (Data, length: 4 bytes)[Vellmark]
 = 630
 > rows long
 > menu Aff1 | give Go1 | set Secteur=+1 | press OK | give Go1 | set Secteur=+2 | press OK | give Hex1 | give Go1 | set Secteur=-1 | press OK | give Fin | read PanneauOctet | give Go1 | set Secteur=zz | press OK | read PanneauOctet | give Prec | read PanneauSecteur | cancel

@@ -17,6 +17,7 @@
 #include <QListWidget>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTest>
@@ -472,7 +473,7 @@ class WindowTest : public ScriptTest {
     std::string heard_;
     static constexpr int kMostWaits = 5000;  // of a millisecond
     int waits_ = 0;
-    const QDialog* noted_ = nullptr;
+    QPointer<const QDialog> noted_;  // another one may come to lie where it lay
 };
 
 /// As long as it lives this thread, and those that it begins, may do what files allow to anybody:
