@@ -74,14 +74,15 @@ bool ReplaceItemSource(TVellmark& window, std::int32_t number, const std::string
 
 void RefreshProject(TVellmark& window) {
     CheckResult result;
-    window.runJob(JobKind::Work, [&](Progress& progress) {
+    const bool isDone = window.runJob(JobKind::Work, [&](Progress& progress) {
         ProjectFile& project = ProjectOf(window);
         const auto never = NeverItems(project, {}, JournalOf(window.context()));
         result = Check(project, kRootFolder, {.clock = window.context().clock, .excluded = never},
                        window.messages(), progress);
     });
     window.messages().tellSkipped();
-    if (result.isStopped)
+    // What was not looked at is not the same as nothing found.
+    if (!isDone || result.isStopped)
         return;
     TellMissingRoots(ProjectOf(window), result.missingRoots, window.messages());
     if (result.foundNothing())

@@ -51,6 +51,8 @@ class HelpWindow final : public QDialog {
         browser_->setFocus();
     }
 
+    [[nodiscard]] Language language() const { return language_; }
+
     void showTopic(const QString& topic) {
         QUrl page(QStringLiteral("qrc:/help/%1.html")
                       .arg(QLatin1String(language_ == Language::French ? "fr" : "en")));
@@ -122,6 +124,10 @@ class HelpWindow final : public QDialog {
 HelpWindow& ShownHelp(Language language, QWidget* owner) {
     LoadHelp();
     auto* window = dynamic_cast<HelpWindow*>(owner->findChild<QDialog*>(QStringLiteral("Aide")));
+    if (window && window->language() != language) {
+        delete window;
+        window = nullptr;
+    }
     if (!window)
         window = new HelpWindow(language, owner);
     window->show();

@@ -205,7 +205,7 @@ class AnalysisForm final : public FormDialog {
     void listTree() {
         nodes_->show();
         Reason problem;
-        scene_.window.runJob(JobKind::Work, [&](Progress& progress) {
+        scene_.window.runJob(JobKind::Look, [&](Progress& progress) {
             auto listing = TreeListing::Open(scene_.image, scene_.inspected, scene_.sector);
             if (!listing) {
                 problem = listing.error();
