@@ -26,7 +26,8 @@ class Walk {
   public:
     explicit Walk(const Bytes& bytes) : bytes_(bytes), allocator_(4 + At(bytes, 8)) {
         const std::uint32_t tree = place(At(bytes, allocator_ + 8 + directory() + 4 + 5));
-        node(At(bytes, tree));
+        node(At(bytes, tree), 0);
+        EXPECT_EQ(At(bytes, tree + 4), levels_) << "levels above the leaves";
         EXPECT_EQ(At(bytes, tree + 8), names_.size()) << "records in the head of the tree";
         EXPECT_EQ(At(bytes, tree + 12), nodes_) << "nodes in the head of the tree";
     }
@@ -63,15 +64,16 @@ class Walk {
     [[nodiscard]] std::uint32_t place(std::uint32_t block) const {
         return 4 + (At(bytes_, allocator_ + 8 + 4 * block) & ~31u);
     }
-    void node(std::uint32_t block) {
+    void node(std::uint32_t block, std::uint32_t level) {
         ++nodes_;
+        levels_ = std::max(levels_, level);
         std::size_t at = place(block);
         const std::uint32_t last = At(bytes_, at);
         const std::uint32_t count = At(bytes_, at + 4);
         at += 8;
         for (std::uint32_t i = 0; i < count; ++i) {
             if (last != 0) {
-                node(At(bytes_, at));
+                node(At(bytes_, at), level + 1);
                 at += 4;
             }
             const std::uint32_t units = At(bytes_, at);
@@ -84,13 +86,14 @@ class Walk {
             at += 12 + (words.ends_with("blob") ? At(bytes_, at + 8) : 0);
         }
         if (last != 0)
-            node(last);
+            node(last, level + 1);
     }
 
     const Bytes& bytes_;
     std::size_t allocator_;
     std::vector<std::string> names_;
     std::size_t nodes_ = 0;
+    std::uint32_t levels_ = 0;
 };
 
 DsStoreLayout LayoutWith(std::size_t count) {
