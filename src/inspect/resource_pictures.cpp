@@ -2,24 +2,17 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
-#include "support/endian.hpp"
+#include "inspect/quickdraw.hpp"
+#include "inspect/quickdraw_picture.hpp"
 
 namespace vellmark {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint32_t kOpaque = 0xFF000000;
 constexpr std::uint32_t kLargeIcon = 32;
 constexpr std::uint32_t kSmallIcon = 16;
-
-constexpr std::uint32_t Rgb(unsigned red, unsigned green, unsigned blue) {
-    return kOpaque | blue << 16 | green << 8 | red;
-}
-constexpr std::uint32_t kWhite = Rgb(255, 255, 255);
-constexpr std::uint32_t kBlack = Rgb(0, 0, 0);
 
 /// The standard 16 colours of the system.
 constexpr std::array<std::uint32_t, 16> kSixteenColours = {
@@ -49,19 +42,6 @@ constexpr std::array<std::uint32_t, 256> MakeColours() {
     return colours;
 }
 constexpr std::array<std::uint32_t, 256> k256Colours = MakeColours();
-
-/// Pixels of one to eight bits as they lie in memory, most significant first.
-struct PixelRows {
-    Bytes bytes;
-    std::uint32_t rowBytes = 0;
-    std::uint32_t depth = 1;  ///< bits of a pixel: 1, 2, 4 or 8
-
-    [[nodiscard]] unsigned at(std::uint32_t x, std::uint32_t y) const {
-        const std::size_t bit = std::size_t{x} * depth;
-        const std::uint8_t byte = bytes[std::size_t{y} * rowBytes + bit / 8];
-        return byte >> (8 - depth - bit % 8) & ((1U << depth) - 1);
-    }
-};
 
 PixelRows IconRows(Bytes bytes, std::uint32_t side, std::uint32_t depth) {
     return {bytes, side * depth / 8, depth};
@@ -106,82 +86,20 @@ std::optional<ResourcePicture> ColourIcon(Bytes bytes, Bytes icon, std::uint32_t
         [&](auto x, auto y) { return !hasMask || mask.at(x, y) != 0; });
 }
 
-struct PixelBounds {
-    be16 top, left, bottom, right;
-
-    [[nodiscard]] std::uint32_t width() const { return static_cast<std::uint16_t>(right - left); }
-    [[nodiscard]] std::uint32_t height() const { return static_cast<std::uint16_t>(bottom - top); }
-};
-struct PixelMap {
-    be32 baseAddress;
-    be16 rowBytes;  ///< the highest bit says that it is no plain bitmap
-    PixelBounds bounds;
-    std::array<std::uint8_t, 18> versionAndPacking;
-    be16 pixelSize;  ///< bits
-    std::array<std::uint8_t, 16> rest;
-};
-struct BitMap {
-    be32 baseAddress;
-    be16 rowBytes;
-    PixelBounds bounds;
-};
-struct ColourTable {
-    be32 seed;
-    be16 flags;
-    be16 last;  ///< number of entries, less one
-};
-struct ColourEntry {
-    be16 value, red, green, blue;
-};
 /// Head of a `cicn`: mask, bitmap, colour table and pixels follow.
 struct ColourIconHead {
+    be32 pixelAddress;
     PixelMap pixels;
+    be32 maskAddress;
     BitMap mask;
+    be32 bitmapAddress;
     BitMap bitmap;
     be32 data;
 };
-static_assert(sizeof(PixelMap) == 50 && sizeof(BitMap) == 14 && sizeof(ColourIconHead) == 82);
+static_assert(sizeof(ColourIconHead) == 82);
 
-constexpr std::uint16_t kRowBytesMask = 0x3FFF;
 /// No icon is larger.
 constexpr std::uint32_t kMostSide = 1024;
-
-// Takes `count` bytes off the front; nothing when they are not there.
-std::optional<Bytes> Take(Bytes& rest, std::size_t count) {
-    if (count > rest.size())
-        return std::nullopt;
-    const Bytes taken = rest.first(count);
-    rest = rest.subspan(count);
-    return taken;
-}
-
-template <typename Record>
-std::optional<Record> TakeRecord(Bytes& rest) {
-    const auto bytes = Take(rest, sizeof(Record));
-    if (!bytes)
-        return std::nullopt;
-    Record record;
-    std::memcpy(&record, bytes->data(), sizeof record);
-    return record;
-}
-
-std::optional<std::array<std::uint32_t, 256>> TakeColours(Bytes& rest) {
-    const auto table = TakeRecord<ColourTable>(rest);
-    if (!table)
-        return std::nullopt;
-    std::array<std::uint32_t, 256> colours{};
-    colours.fill(kBlack);
-    for (std::uint32_t i = 0; i <= table->last; ++i) {
-        const auto entry = TakeRecord<ColourEntry>(rest);
-        if (!entry)
-            return std::nullopt;
-        // The table of a device is in order, whatever the values say.
-        const std::size_t value = (table->flags & 0x8000) != 0 ? i : std::size_t{entry->value};
-        if (value < colours.size())
-            colours[value] = Rgb(entry->red >> 8, entry->green >> 8, entry->blue >> 8);
-    }
-    return colours;
-}
 
 std::optional<ResourcePicture> DecodeCicn(Bytes rest) {
     const auto head = TakeRecord<ColourIconHead>(rest);
@@ -228,6 +146,8 @@ std::optional<ResourcePicture> DecodePicture(std::string_view type, Bytes bytes,
         return ColourIcon(bytes, mask, kSmallIcon, 4);
     if (type == "ics8")
         return ColourIcon(bytes, mask, kSmallIcon, 8);
+    if (type == "PICT")
+        return DecodeQuickDrawPicture(bytes);
     return type == "cicn" ? DecodeCicn(bytes) : std::nullopt;
 }
 

@@ -1,10 +1,8 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <memory>
 
 #include "containers/resource_fork.hpp"
-#include "inspect/data_segment.hpp"
+#include "inspect/resource_export.hpp"
 #include "session/user_options.hpp"
 #include "session/verbs/inspect_run.hpp"
 #include "session/verbs/verbs.hpp"
@@ -24,13 +22,20 @@ struct ResourcesOptions {
     std::string id;    ///< the same
     std::string folder;
     bool hexadecimal = false;
+    bool shown = false;
     bool force = false;
     bool json = false;
+
+    [[nodiscard]] ResourceForm form() const {
+        if (hexadecimal)
+            return ResourceForm::Hexadecimal;
+        return shown ? ResourceForm::Shown : ResourceForm::Bytes;
+    }
 };
 
 // The resources that are asked for.
 struct Chosen {
-    std::string type;
+    const ResourceType* type = nullptr;
     const Resource* resource = nullptr;
 };
 
@@ -38,85 +43,85 @@ std::vector<Chosen> Choose(const ResourceTree& tree, const ResourcesOptions& opt
                            std::optional<std::uint64_t> id) {
     std::vector<Chosen> chosen;
     for (const ResourceType& type : tree.types) {
-        const std::string name = ResourceTypeName(type);
-        if (!options.type.empty() && name != options.type)
+        if (!options.type.empty() && ResourceTypeName(type) != options.type)
             continue;
         for (const Resource& resource : type.resources)
             if (!id || *id == resource.id)
-                chosen.push_back({name, &resource});
+                chosen.push_back({&type, &resource});
     }
     return chosen;
 }
 
-void PutJson(ViewRun& run, const std::vector<Chosen>& chosen) {
+void PutJson(InspectRun& inspect, const ResourceTree& tree, const std::vector<Chosen>& chosen,
+             bool shown) {
     nlohmann::ordered_json json = {{"resources", nlohmann::ordered_json::array()}};
-    for (const Chosen& each : chosen)
-        json["resources"].push_back({{"type", each.type},
-                                     {"id", each.resource->id},
-                                     {"length", each.resource->length},
-                                     {"attributes", each.resource->attributes},
-                                     {"position", each.resource->position},
-                                     {"whole", each.resource->isWhole}});
-    run.putJson(json);
+    for (const Chosen& each : chosen) {
+        const Resource& resource = *each.resource;
+        nlohmann::ordered_json row = {{"type", ResourceTypeName(*each.type)},
+                                      {"id", resource.id},
+                                      {"length", resource.length},
+                                      {"attributes", resource.attributes},
+                                      {"position", resource.position},
+                                      {"whole", resource.isWhole}};
+        if (shown) {
+            const ShownResource look =
+                ShowResource(*inspect.bytes.source, tree, *each.type, resource);
+            if (look.picture)
+                row["picture"] = {{"width", look.picture->width}, {"height", look.picture->height}};
+            if (!look.texts.empty())
+                row["texts"] = look.texts;
+        }
+        json["resources"].push_back(std::move(row));
+    }
+    inspect.run.putJson(json);
 }
 
-void PutText(ViewRun& run, const std::vector<Chosen>& chosen) {
+// Below its line what a resource shows.
+std::string LinesOf(const ShownResource& look, Language language) {
+    if (look.picture)
+        return "    " +
+               Reason(Sentence::kPictureOfPixels, look.picture->width, look.picture->height)
+                   .words(language) +
+               "\n";
+    std::string lines;
+    for (const std::string& text : look.texts)
+        for (std::size_t at = 0; at <= text.size();) {
+            const std::size_t end = std::min(text.find('\n', at), text.size());
+            lines += "    " + text.substr(at, end - at) + "\n";
+            at = end + 1;
+        }
+    return lines;
+}
+
+void PutText(InspectRun& inspect, const ResourceTree& tree, const std::vector<Chosen>& chosen,
+             bool shown) {
     for (std::size_t i = 0; i < chosen.size(); ++i) {
         if (i == 0 || chosen[i].type != chosen[i - 1].type)
-            (void)run.put(chosen[i].type + "\n");
-        if (!run.put("  " + ResourceLabel(*chosen[i].resource) + "\n"))
+            (void)inspect.run.put(ResourceTypeName(*chosen[i].type) + "\n");
+        std::string lines = "  " + ResourceLabel(*chosen[i].resource) + "\n";
+        if (shown)
+            lines += LinesOf(
+                ShowResource(*inspect.bytes.source, tree, *chosen[i].type, *chosen[i].resource),
+                inspect.run.context.language);
+        if (!inspect.run.put(lines))
             return;
     }
 }
 
-// A name that no other resource of the run has.
-std::string TargetName(PcTargets& targets, const Chosen& each, bool hexadecimal) {
-    const std::string_view extension = hexadecimal ? "hex" : "bin";
-    const std::string stem = fmt::format("{} 0x{:04x}", each.type, each.resource->id);
-    std::string name = SafePcName(fmt::format("{}.{}", stem, extension));
-    for (unsigned number = 2; !targets.claimName(name); ++number)
-        name = SafePcName(fmt::format("{} {}.{}", stem, number, extension));
-    return name;
-}
-
-Reason Fill(PcFile& file, SliceSource& contents, const ResourcesOptions& options) {
-    Progress silent;
-    const DataSegment all{0, contents.size()};
-    const SegmentEnd end = options.hexadecimal ? SaveSegmentAsText(contents, all, {}, file, silent)
-                                               : SaveSegment(contents, all, file, 0, silent);
-    return end == SegmentEnd::ReadFailed ? Reason(Sentence::kContentsCutShort) : Reason();
-}
-
-void SaveOne(InspectRun& inspect, PcTargets& targets, const Chosen& each,
-             const ResourcesOptions& options) {
-    ViewRun& run = inspect.run;
-    const std::string path =
-        targets.folder() + "/" + TargetName(targets, each, options.hexadecimal);
-    const auto fail = [&](const Reason& reason) {
-        run.problem(Reason(Sentence::kNamedReason, Printable(path), reason));
-    };
-    if (const Reason refusal = targets.refusalOf(path))
-        return fail(refusal);
-    if (PcTargets::exists(path) && !options.force)
-        return run.problem(Reason(Sentence::kTargetExists, Printable(path)));
-    SliceSource contents = each.resource->contents(*inspect.bytes.source);
-    const PcWriting writing =
-        targets.write({path, "", options.force, {}},
-                      [&](PcFile& file, PcFile*) { return Fill(file, contents, options); });
-    if (writing.problem || writing.error != 0)
-        return fail(writing.problem ? writing.problem : Reason(SystemError{writing.error}));
-    if (!each.resource->isWhole)
-        fail(Sentence::kContentsCutShort);
-}
-
-void Save(InspectRun& inspect, const std::vector<Chosen>& chosen, const ResourcesOptions& options) {
+void Save(InspectRun& inspect, const ResourceTree& tree, const std::vector<Chosen>& chosen,
+          const ResourcesOptions& options) {
     PcTargets targets(options.inspect.view.image);
     if (const Reason problem = targets.enter(options.folder))
         return inspect.run.problem(problem);
+    ResourceExport files(*inspect.bytes.source, tree, options.form());
+    if (options.force)
+        files.setMayReplace([](const std::string&) { return true; });
+    Progress silent;
     for (const Chosen& each : chosen) {
         if (StopSignals::requested())
             return inspect.run.problem(Sentence::kStoppedWrittenStays);
-        SaveOne(inspect, targets, each, options);
+        if (const Reason problem = files.save(targets, *each.type, *each.resource, silent))
+            inspect.run.problem(problem);
     }
     if (const Reason problem = targets.leave({}))
         inspect.run.problem(problem);
@@ -129,6 +134,8 @@ int Resources(const ResourcesOptions& options, CommandContext& context) {
     // What a shell makes of a variable that is not set is no file.
     if (options.inspect.path.empty())
         return UsageError(context, kName, Sentence::kGetPathIsEmpty);
+    if (options.hexadecimal && options.shown)
+        return UsageError(context, kName, Sentence::kHexOrShown);
     const StopSignals signals;
     InspectRun inspect(context);
     if (!inspect.open(options.inspect, true))
@@ -142,11 +149,11 @@ int Resources(const ResourcesOptions& options, CommandContext& context) {
     if (chosen.empty() && (id || !options.type.empty()))
         inspect.run.problem(Reason(Sentence::kNoSuchResource, Printable(options.inspect.path)));
     else if (!options.folder.empty())
-        Save(inspect, chosen, options);
+        Save(inspect, tree, chosen, options);
     else if (options.json)
-        PutJson(inspect.run, chosen);
+        PutJson(inspect, tree, chosen, options.shown);
     else
-        PutText(inspect.run, chosen);
+        PutText(inspect, tree, chosen, options.shown);
     return inspect.run.exitStatus();
 }
 
@@ -161,6 +168,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("--id", options->id, Sentence::kHelpResourceId);
     arguments.add("--save", options->folder, Sentence::kHelpResourceSave);
     arguments.flag("--hex", options->hexadecimal, Sentence::kHelpResourceHex);
+    arguments.flag("--shown", options->shown, Sentence::kHelpResourceShown);
     arguments.flag("-f,--force", options->force, Sentence::kHelpForceFile);
     arguments.flag(option::kJson, options->json);
     run = [options](CommandContext& context) { return Resources(*options, context); };

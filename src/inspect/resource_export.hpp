@@ -1,0 +1,56 @@
+// Resources saved as files.
+#pragma once
+
+#include <functional>
+
+#include "inspect/fork_page.hpp"
+#include "inspect/shown_resource.hpp"
+#include "support/pc_targets.hpp"
+#include "support/progress.hpp"
+
+namespace vellmark {
+
+enum class ResourceForm : std::uint8_t {
+    Bytes,        ///< as they are
+    Hexadecimal,  ///< as the lines of a page
+    Shown         ///< as a PNG picture or a text in UTF-8; what has no such look as bytes
+};
+
+class ResourceExport {
+  public:
+    /// The fork and its tree outlive this.
+    ResourceExport(ByteSource& fork, const ResourceTree& tree, ResourceForm form,
+                   PageStyle style = {})
+        : fork_(fork), tree_(tree), form_(form), style_(style) {}
+
+    /// Whether an older file may be replaced; without it none is.
+    void setMayReplace(std::function<bool(const std::string& path)> mayReplace) {
+        mayReplace_ = std::move(mayReplace);
+    }
+
+    /// Writes the resource to a file of the folder that is being filled, `TYPE 0xNUMBER` with
+    /// `.bin`, `.hex`, `.png` or `.txt`. What went wrong, with the name of the file; nothing when
+    /// it is there, and when an older one was to stay.
+    [[nodiscard]] Reason save(PcTargets& targets, const ResourceType& type,
+                              const Resource& resource, Progress& progress);
+
+    /// Writes what such a file holds; what went wrong, or nothing. A failed transfer to the sink is
+    /// the sink's to tell.
+    [[nodiscard]] Reason fill(ByteSink& file, const ResourceType& type, const Resource& resource,
+                              Progress& progress) const;
+    /// The extension of such a file, without its full stop.
+    [[nodiscard]] std::string_view extensionOf(const ResourceType& type,
+                                               const Resource& resource) const;
+
+  private:
+    [[nodiscard]] std::string newPath(PcTargets& targets, const ResourceType& type,
+                                      const Resource& resource) const;
+
+    ByteSource& fork_;
+    const ResourceTree& tree_;
+    ResourceForm form_;
+    PageStyle style_;
+    std::function<bool(const std::string& path)> mayReplace_;
+};
+
+}  // namespace vellmark
