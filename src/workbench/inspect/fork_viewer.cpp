@@ -154,6 +154,8 @@ void TMacDump::makeActionMenu() {
         [this] { analyse(StructureCode::Unknown); }));
     ofPages_.push_back(
         &addCommand(menu, {"Act2", 3022, 3122, {}, "save"}, [this] { saveSegment(); }));
+    menu.addSeparator();
+    menu.addActions(resources_->commands());
 }
 
 void TMacDump::makeOptionMenu() {

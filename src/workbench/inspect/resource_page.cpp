@@ -1,12 +1,12 @@
 #include "workbench/inspect/resource_page.hpp"
 
 #include <QAction>
+#include <QMenu>
 #include <QTreeWidget>
 
-#include "inspect/data_segment.hpp"
-#include "support/encoding.hpp"
 #include "support/sentences.hpp"
-#include "workbench/dialogs/file_choice.hpp"
+#include "workbench/inspect/resource_look.hpp"
+#include "workbench/inspect/resource_saving.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -16,10 +16,6 @@ namespace {
 constexpr int kTextTree = 3006;
 constexpr int kTextBinary = 3040;
 constexpr int kTextHexadecimal = 3041;
-constexpr int kTextBinaryTitle = 3606;
-constexpr int kTextBinaryFilter = 3605;
-constexpr int kTextHexadecimalTitle = 3602;
-constexpr int kTextHexadecimalFilter = 3601;
 constexpr int kHints = 100;
 
 /// Of a larger resource the beginning is shown; all of it is saved.
@@ -32,7 +28,13 @@ ResourcePage::ResourcePage(TVellmark& window, RunLook look, QWidget* owner)
       window_(window),
       look_(std::move(look)),
       list_(new QTreeWidget(this)),
+      shown_(new ResourceLook(window.language(), this)),
       dump_(new PageView("OctetsRessource", this)) {
+    auto* const upper = new QSplitter(Qt::Horizontal, this);
+    upper->setChildrenCollapsible(false);
+    upper->addWidget(list_);
+    upper->addWidget(shown_);
+    insertWidget(0, upper);
     list_->setObjectName(QStringLiteral("Ressources"));
     list_->setAccessibleName(window.text(kTextTree));
     list_->setHeaderHidden(true);
@@ -41,22 +43,66 @@ ResourcePage::ResourcePage(TVellmark& window, RunLook look, QWidget* owner)
     setChildrenCollapsible(false);
     setStretchFactor(1, 1);
     connect(list_, &QTreeWidget::currentItemChanged, this, [this] { showSelected(); });
-    makeMenu();
+    makeCommands();
 }
 
-void ResourcePage::makeMenu() {
-    for (const bool isHexadecimal : {false, true}) {
-        const int text = isHexadecimal ? kTextHexadecimal : kTextBinary;
-        auto* const action = new QAction(window_.text(text), this);
-        action->setObjectName(QLatin1String(isHexadecimal ? "SHex" : "SBin"));
-        action->setStatusTip(window_.text(text + kHints).mid(1));
-        connect(action, &QAction::triggered, this, [this, isHexadecimal] { save(isHexadecimal); });
-        saves_[isHexadecimal ? 1 : 0] = action;
-        for (QWidget* const each : {static_cast<QWidget*>(list_), static_cast<QWidget*>(dump_)}) {
-            each->setContextMenuPolicy(Qt::ActionsContextMenu);
-            each->addAction(action);
-        }
+void ResourcePage::makeCommands() {
+    const Language language = window_.language();
+    const auto addCommand = [&](const char* name, const QString& caption, const QString& hint) {
+        auto* const action = new QAction(caption, this);
+        action->setObjectName(QLatin1String(name));
+        action->setStatusTip(hint);
+        commands_ << action;
+        return action;
+    };
+    const auto addTold = [&](const char* name, int text) {
+        return addCommand(name, window_.text(text), window_.text(text + kHints).mid(1));
+    };
+    QAction* const bytes = addTold("SBin", kTextBinary);
+    QAction* const hexadecimal = addTold("SHex", kTextHexadecimal);
+    QAction* const shown = addCommand("SVue", Words(Sentence::kSavePictureOrText, language),
+                                      Words(Sentence::kSavePictureOrTextHint, language));
+    QAction* const all = addCommand("STout", Words(Sentence::kSaveAllResources, language),
+                                    Words(Sentence::kSaveAllResourcesHint, language));
+    auto* const allForms = new QMenu(this);
+    all->setMenu(allForms);
+    const struct {
+        QAction* one;
+        const char* all;
+        ResourceForm form;
+    } kForms[] = {{bytes, "TBin", ResourceForm::Bytes},
+                  {hexadecimal, "THex", ResourceForm::Hexadecimal},
+                  {shown, "TVue", ResourceForm::Shown}};
+    for (const auto& each : kForms) {
+        connect(each.one, &QAction::triggered, this, [this, form = each.form] { save(form); });
+        QAction* const action = allForms->addAction(each.one->text());
+        action->setObjectName(QLatin1String(each.all));
+        connect(action, &QAction::triggered, this, [this, form = each.form] { saveAll(form); });
     }
+    for (QWidget* const each : {static_cast<QWidget*>(list_), static_cast<QWidget*>(dump_),
+                                static_cast<QWidget*>(shown_)}) {
+        each->setContextMenuPolicy(Qt::ActionsContextMenu);
+        each->addActions(commands_);
+    }
+}
+
+void ResourcePage::showEvent(QShowEvent* event) {
+    QSplitter::showEvent(event);
+    enableCommands();
+}
+
+void ResourcePage::hideEvent(QHideEvent* event) {
+    QSplitter::hideEvent(event);
+    enableCommands();
+}
+
+// In the menus of the viewer they stand while pages are seen, too.
+void ResourcePage::enableCommands() {
+    const bool isOne = isVisible() && selected().resource;
+    for (QAction* const each : commands_)
+        each->setEnabled(isOne);
+    commands_[static_cast<int>(ResourceForm::Shown)]->setEnabled(isOne && hasLook_);
+    commands_.last()->setEnabled(isVisible() && tree_.count() > 0);
 }
 
 void ResourcePage::setPoints(int points) {
@@ -93,48 +139,39 @@ void ResourcePage::fillTree() {
         list_->setCurrentItem(types.first());
 }
 
-const Resource* ResourcePage::selected() const {
+ResourcePage::Selected ResourcePage::selected() const {
     const QModelIndex at = list_->currentIndex();
     if (!at.parent().isValid())
-        return nullptr;
-    return &tree_.types[static_cast<std::size_t>(at.parent().row())]
-                .resources[static_cast<std::size_t>(at.row())];
+        return {};
+    const ResourceType& type = tree_.types[static_cast<std::size_t>(at.parent().row())];
+    return {&type, &type.resources[static_cast<std::size_t>(at.row())]};
 }
 
 // With its length in front, counted from there.
 void ResourcePage::showSelected() {
-    const Resource* const resource = selected();
-    for (QAction* const each : saves_)
-        each->setEnabled(resource != nullptr);
+    const auto [type, resource] = selected();
     std::vector<std::uint8_t> bytes;
+    hasLook_ = false;
+    shown_->clear();
     if (resource) {
         SliceSource source = resource->withLength(*fork_);
         bytes.resize(static_cast<std::size_t>(std::min(source.size(), kMostShown)));
         bytes.resize(source.readAt(0, bytes));
+        const ShownResource shown = ShowResource(*fork_, tree_, *type, *resource);
+        hasLook_ = !shown.isEmpty();
+        shown_->show(shown);
     }
     dump_->showLines(DumpLines(0, bytes, style_), 0, style_.base);
+    enableCommands();
 }
 
-void ResourcePage::save(bool isHexadecimal) {
-    const Resource* const resource = selected();
-    if (!resource)
-        return;
-    SliceSource contents = resource->contents(*fork_);
-    const DataSegment all{0, contents.size()};
-    SaveBytesAs(window_, isHexadecimal ? kTextHexadecimalTitle : kTextBinaryTitle,
-                DialogFilter(Text(isHexadecimal ? kTextHexadecimalFilter : kTextBinaryFilter,
-                                  window_.language())),
-                QString::number(resource->id) + QLatin1String(isHexadecimal ? ".hex" : ".bin"),
-                this, look_, [&](ByteSink& file, Progress& progress) {
-                    const SegmentEnd end =
-                        isHexadecimal ? SaveSegmentAsText(contents, all, style_, file, progress)
-                                      : SaveSegment(contents, all, file, 0, progress);
-                    if (end == SegmentEnd::Stopped)
-                        return Reason(Sentence::kStoppedAsWished);
-                    return end == SegmentEnd::Done && resource->isWhole
-                               ? Reason()
-                               : Reason(Sentence::kContentsCutShort);
-                });
+void ResourcePage::save(ResourceForm form) {
+    if (const auto [type, resource] = selected(); resource)
+        SaveResource({window_, this, look_, *fork_, tree_, style_}, *type, *resource, form);
+}
+
+void ResourcePage::saveAll(ResourceForm form) {
+    SaveAllResources({window_, this, look_, *fork_, tree_, style_}, commands_.last()->text(), form);
 }
 
 }  // namespace vellmark

@@ -1,4 +1,4 @@
-// The resources of a fork as a tree, and the one that is selected as bytes, or as what it is.
+// The resources of a fork as a tree, and the one that is selected as bytes and as what it is.
 #pragma once
 
 #include <QSplitter>
@@ -6,6 +6,7 @@
 
 #include "containers/resource_fork.hpp"
 #include "inspect/fork_page.hpp"
+#include "inspect/resource_export.hpp"
 #include "workbench/inspect/page_view.hpp"
 #include "workbench/inspect/segment_dialog.hpp"
 
@@ -13,6 +14,8 @@ class QAction;
 class QTreeWidget;
 
 namespace vellmark {
+
+class ResourceLook;
 
 class ResourcePage final : public QSplitter {
   public:
@@ -26,13 +29,27 @@ class ResourcePage final : public QSplitter {
 
     /// As large as a page by itself.
     [[nodiscard]] QSize sizeHint() const override { return dump_->sizeHint(); }
+    /// What can be done with the resources while they are seen.
+    [[nodiscard]] const QList<QAction*>& commands() const { return commands_; }
+
+  protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
   private:
-    void makeMenu();
+    /// A resource and its type; null for none.
+    struct Selected {
+        const ResourceType* type = nullptr;
+        const Resource* resource = nullptr;
+    };
+
+    void makeCommands();
     void fillTree();
     void showSelected();
-    void save(bool isHexadecimal);
-    [[nodiscard]] const Resource* selected() const;
+    void enableCommands();
+    void save(ResourceForm form);
+    void saveAll(ResourceForm form);
+    [[nodiscard]] Selected selected() const;
 
     TVellmark& window_;
     RunLook look_;
@@ -40,8 +57,10 @@ class ResourcePage final : public QSplitter {
     std::shared_ptr<ByteSource> fork_;
     ResourceTree tree_;
     QTreeWidget* list_;
+    ResourceLook* shown_;
     PageView* dump_;
-    QAction* saves_[2] = {};
+    QList<QAction*> commands_;  // one for each form, then the one for all
+    bool hasLook_ = false;      // the selected one is a picture or a text
 };
 
 }  // namespace vellmark

@@ -151,14 +151,14 @@ class SegmentDialog final : public FormDialog {
 
 }  // namespace
 
-void SaveBytesAs(TVellmark& window, int title, const QString& filter, const QString& proposal,
-                 QWidget* owner, const RunLook& look,
+void SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
+                 const QString& proposal, QWidget* owner, const RunLook& look,
                  const std::function<Reason(ByteSink& file, Progress& progress)>& fill) {
     const std::string folder =
         KeptFolder(window.state().store, setting::kCopyFolder, ToPath(QDir::homePath()) + "/");
-    const QString chosen = QFileDialog::getSaveFileName(
-        owner, window.text(title), QFile::decodeName(folder.c_str()) + proposal, filter, nullptr,
-        QFileDialog::DontConfirmOverwrite);
+    const QString chosen =
+        QFileDialog::getSaveFileName(owner, title, QFile::decodeName(folder.c_str()) + proposal,
+                                     filter, nullptr, QFileDialog::DontConfirmOverwrite);
     if (chosen.isEmpty())
         return;
     const std::string path = ToPath(chosen);
@@ -200,8 +200,8 @@ void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner,
         return;
     }
     SaveBytesAs(
-        window, kTextSave, DialogFilter(Text(kTextFilter, window.language())), QString(), owner,
-        look, [&](ByteSink& file, Progress& progress) {
+        window, window.text(kTextSave), DialogFilter(Text(kTextFilter, window.language())),
+        QString(), owner, look, [&](ByteSink& file, Progress& progress) {
             return ProblemOf(dialog.isHexadecimal()
                                  ? SaveSegmentAsText(job.source, segment, job.style, file, progress)
                                  : SaveSegment(job.source, segment, file, 0, progress));

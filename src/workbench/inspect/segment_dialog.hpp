@@ -31,8 +31,8 @@ void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner, c
 
 /// Asks for the name of a file and fills it: not the image that is open, an older one after a
 /// question, whole or not at all. `fill` says what went wrong, or nothing.
-void SaveBytesAs(TVellmark& window, int title, const QString& filter, const QString& proposal,
-                 QWidget* owner, const RunLook& look,
+void SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
+                 const QString& proposal, QWidget* owner, const RunLook& look,
                  const std::function<Reason(ByteSink& file, Progress& progress)>& fill);
 
 }  // namespace vellmark
