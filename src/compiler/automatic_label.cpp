@@ -16,10 +16,6 @@ namespace {
 
 constexpr int kTextUntitled = 1287;
 
-bool IsUntitled(std::string_view label) {
-    return label == UntitledLabel(Language::English) || label == UntitledLabel(Language::French);
-}
-
 std::string ImageName(const std::string& path) {
     std::string name = path.substr(path.find_last_of('/') + 1);
     const std::size_t dot = name.find_last_of('.');
@@ -42,9 +38,13 @@ std::string UntitledLabel(Language language) {
     return Utf8ToNarrow(Text(kTextUntitled, language));
 }
 
+bool IsUntitledLabel(std::string_view label) {
+    return label == UntitledLabel(Language::English) || label == UntitledLabel(Language::French);
+}
+
 bool SettleLabels(ProjectHeader& header, const std::string& targetPath, Messages& messages) {
-    const bool namesIso = IsUntitled(header.isoLabel());
-    const bool namesHfs = IsUntitled(header.hfsLabel());
+    const bool namesIso = IsUntitledLabel(header.isoLabel());
+    const bool namesHfs = IsUntitledLabel(header.hfsLabel());
     std::optional<std::string> label;
     if (namesIso || namesHfs) {
         label = LabelOf(ImageName(targetPath));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "project/project_record.hpp"
 #include "support/messages.hpp"
@@ -10,6 +11,9 @@ namespace vellmark {
 
 /// The label of a project that nobody named, in the language of the person; Windows-1252.
 [[nodiscard]] std::string UntitledLabel(Language language);
+
+/// Whether a label, Windows-1252, is that one, in whatever language.
+[[nodiscard]] bool IsUntitledLabel(std::string_view label);
 
 /// Gives each label that is still "Untitled", in whatever language, the name of the image at
 /// `targetPath` without its extension. A name with letters that a label cannot hold is reported,

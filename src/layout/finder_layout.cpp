@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "support/endian.hpp"
 
@@ -196,6 +197,11 @@ void PlaceIcons(DsStoreLayout& layout) {
             y += grid.stepY;
         }
     }
+}
+
+void SwapItems(DsStoreLayout& layout, std::size_t one, std::size_t other) {
+    std::swap(layout.items[one].name, layout.items[other].name);
+    std::swap(layout.items[one].isFolder, layout.items[other].isFolder);
 }
 
 std::vector<StoreRecord> RecordsOf(const DsStoreLayout& layout,

@@ -37,6 +37,8 @@ struct DsStoreLayout {
 
     [[nodiscard]] int width() const { return right - left; }
     [[nodiscard]] int height() const { return bottom - top; }
+    void setWidth(int width) { right = left + width; }
+    void setHeight(int height) { bottom = top + height; }
 };
 
 /// Places of icons in rows: where the first stands, and how far the next.
@@ -51,6 +53,9 @@ struct IconGrid {
 
 /// Puts the items into rows that are as wide as the window, in their order.
 void PlaceIcons(DsStoreLayout& layout);
+
+/// Lets two items change their turn: the places stay, and each item has the other's.
+void SwapItems(DsStoreLayout& layout, std::size_t one, std::size_t other);
 
 /// The records of a layout; the picture's alias may be empty.
 [[nodiscard]] std::vector<StoreRecord> RecordsOf(const DsStoreLayout& layout,

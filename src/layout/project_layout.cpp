@@ -9,6 +9,7 @@
 #include "project/include_contents.hpp"
 #include "project/item_deletion.hpp"
 #include "project/item_names.hpp"
+#include "project/pc_sources.hpp"
 #include "project/project_properties.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
@@ -37,8 +38,12 @@ const ProjectRecord* ItemNamed(const ProjectFile& project, std::int32_t folder,
     return nullptr;
 }
 
+// Where it is, or was when nothing of the name is there.
 std::string PathOnPc(const ProjectRecord& record) {
-    return NarrowToUtf8(std::string(record.accessPath()) + std::string(record.sourceName()));
+    const std::string path = PcPathResolver().resolve(record.accessPath(), record.sourceName());
+    return path.empty()
+               ? NarrowToUtf8(std::string(record.accessPath()) + std::string(record.sourceName()))
+               : path;
 }
 
 std::vector<PlacedItem> ItemsOfRoot(const ProjectFile& project) {
@@ -94,6 +99,26 @@ bool Include(ProjectFile& project, const std::string& path, const std::string& f
     return result.status == InclusionStatus::Done && result.files == 1;
 }
 
+// On the disc the file has the name by which the Finder knows it, whatever it is called on the PC.
+bool NameStore(ProjectFile& project, const std::string& path, Messages& messages) {
+    const auto selection = SelectOnPc(path);
+    if (!selection)
+        return false;
+    PcListings listings;
+    const std::string folder = listings.accessPathOf(selection->folder);
+    const std::string name = SourceNameOf(listings.find(selection->folder, selection->name));
+    for (const ProjectRecord& record : project.childrenOf(kRootFolder)) {
+        if (record.sourceName() != name || record.accessPath() != folder ||
+            HfsNameOf(project, record) == kStoreName)
+            continue;
+        const Reason refusal = RenameItem(project, record.number, kStoreName, ProjectView::Hfs);
+        if (refusal)
+            messages.showMessage(refusal);
+        return !refusal;
+    }
+    return true;
+}
+
 // The picture in its folder, and the alias that leads to it; empty without a picture.
 std::optional<std::vector<std::uint8_t>> IncludeBackground(ProjectFile& project,
                                                            const std::string& path,
@@ -136,7 +161,8 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
     const ProjectRecord* const file = ItemNamed(project, kRootFolder, kStoreName);
     if (!file)
         return now;
-    const auto records = ReadStoreFile(PathOnPc(*file));
+    const std::string path = PathOnPc(*file);
+    const auto records = ReadStoreFile(path);
     if (!records) {
         messages.showMessage(Reason::Told(kTextNotValid));
         return now;
@@ -146,7 +172,7 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
     stored.layout.items = std::move(now.layout.items);
     now.layout = std::move(stored.layout);
     TakePlaces(now.layout, places);
-    now.isStored = true;
+    now.file = path;
     if (const ProjectRecord* const picture =
             ItemNamed(project, kBackgroundFolder, FileOfAlias(stored.background)))
         now.background = PathOnPc(*picture);
@@ -163,14 +189,7 @@ bool SetLayout(ProjectFile& project, const ProjectLayout& wanted, const std::str
     const std::vector<std::uint8_t> bytes = StoreBytes(RecordsOf(wanted.layout, *alias));
     if (!WriteFile(path, bytes, ports.messages) || !Include(project, path, "", ports))
         return false;
-    for (const ProjectRecord& record : project.childrenOf(kRootFolder))
-        if (PathOnPc(record) == path && HfsNameOf(project, record) != kStoreName) {
-            const Reason refusal = RenameItem(project, record.number, kStoreName, ProjectView::Hfs);
-            if (refusal)
-                ports.messages.showMessage(refusal);
-            return !refusal;
-        }
-    return true;
+    return NameStore(project, path, ports.messages);
 }
 
 }  // namespace vellmark

@@ -16,7 +16,7 @@ inline constexpr std::string_view kStoreName = ".DS_Store";
 struct ProjectLayout {
     DsStoreLayout layout;
     std::string background;  ///< path of the picture on the PC, "" for none
-    bool isStored = false;   ///< the project has a file of it already
+    std::string file;        ///< path of its file on the PC, "" when the project has none
 };
 
 /// The layout that the project's root has: by its file, or by default when there is none, or none

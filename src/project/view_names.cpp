@@ -240,6 +240,15 @@ void RedoNamesForHfsPlus(ProjectFile& project) {
     header.setHfsLabel(MacNameInHfsPlusProject(header.hfsLabel()).bytes);
 }
 
+bool HasNamesHfsPlusLoses(const ProjectFile& project) {
+    bool loses = !MacNameInHfsPlusProject(project.header().hfsLabel()).isExact;
+    project.forEachRecord([&loses](const ProjectRecord& record) {
+        loses = loses || (record.isIn(ProjectView::Hfs) && record.hfsNameLocked() &&
+                          !MacNameInHfsPlusProject(record.hfsName()).isExact);
+    });
+    return loses;
+}
+
 void RedoNamesForHfs(ProjectFile& project) {
     RedoRuns(project, false, HfsFormOf);
     ProjectHeader& header = project.header();

@@ -66,6 +66,9 @@ struct NarrowName {
 /// Makes all HFS names anew after the project became an HFS+ one: from the source names, and by
 /// mapping from MacRoman for the label and for names that did not come from the source name.
 void RedoNamesForHfsPlus(ProjectFile& project);
+/// Whether an HFS project has a label, or a name that a person gave, with letters that it would not
+/// keep.
+[[nodiscard]] bool HasNamesHfsPlusLoses(const ProjectFile& project);
 
 /// Makes the project an HFS+ one, its names with it, and says why.
 void TurnToHfsPlus(ProjectFile& project, Messages& messages, const Reason& reason);

@@ -123,7 +123,7 @@ file a.txt => a
     EXPECT_EQ(noted(), R"(
 +++.. ---- ----  Nouveau1 Ouvrir1
 ..+.. ---- ----  Enregistrer1 DelProj PopSup PopRen PopProp TPopSup TPopRen TPopProp Reop1
-+.+.. ---- ----  EnregistrerAs1 Fermer1 Info1 Label DelExt RechProj MkDirProj DrProj MdProj1 TDrProj
++.+.. ---- ----  EnregistrerAs1 Fermer1 Info1 Label DelExt dsstor RechProj MkDirProj DrProj MdProj1 TDrProj
 +.++. ---- ----  Compil1 CompProj PereProj
 ++++. ---- ----  P1 VI1 VH1 VM1 ModeVue
 +++++ ---- ----  Quitter1 HelpProj WizProj Projets1 Maff1
@@ -144,7 +144,6 @@ file a.txt => a
 +++++ ++++ ++++  SAll Inv Explo1 Sign1 CachBarre Registre1 HH1 AideUtil1 HS HI WH1 Aproposde1 Fichiers Special1 Options1 Aide1 Proj1 Langue1
 ----- ---- ----  EdIcon
 +++.. +++. ++..  RFT ModeProj ModePart ModeIsop ChangementMode En2 Fr1 Log1 Col Pref1
-..... ---- ----  dsstor
 ++++. +++. +++.  F5
 )");
 }

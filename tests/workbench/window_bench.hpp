@@ -54,7 +54,8 @@ namespace vellmark::test {
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
 // check BOX, pick NUMBER, give COMMAND (of the dialog), keys KEYS (pressed there), select ROW...
 // (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is), hand FILE (a
-// second start hands it over), read NAME (what a widget of the dialog says). Without a dialog:
+// second start hands it over), read NAME (what a widget of the dialog says), drag WIDGET X Y DX DY
+// (the mouse, from there so far). Without a dialog:
 // abort, as soon as a compile runs, and quit, which closes the window then.
 class WindowTest : public ScriptTest {
   protected:
@@ -349,7 +350,7 @@ class WindowTest : public ScriptTest {
         };
         const std::set<std::string> staying = {"set",  "check",  "remember", "hand",
                                                "give", "select", "head",     "page",
-                                               "keys", "gone",   "read"};
+                                               "keys", "gone",   "read",     "drag"};
         noted_ = staying.contains(verb) ? noted_ : nullptr;
         if (verb == "yes")
             press("MessOui");
@@ -385,6 +386,8 @@ class WindowTest : public ScriptTest {
             dialog.findChild<QTabWidget*>()->setCurrentIndex(std::stoi(rest));
         else if (verb == "read")
             read(dialog, rest);
+        else if (verb == "drag")
+            drag(dialog, wordsOf(rest));
         else if (verb == "pick")
             pick(dialog, std::stoi(rest));
         else if (verb == "file")
@@ -437,18 +440,40 @@ class WindowTest : public ScriptTest {
         QTest::keyClick(field, Qt::Key_Delete);
         QTest::keyClicks(field, QString::fromStdString(fieldAndText.substr(sign + 1)));
     }
-    // A selected text, else the whole in one line.
+    static void drag(const QDialog& dialog, const Names& words) {
+        auto* const widget = dialog.findChild<QWidget*>(QString::fromStdString(words[0]));
+        ASSERT_NE(widget, nullptr) << words[0];
+        const QPoint from(std::stoi(words[1]), std::stoi(words[2]));
+        const QPoint to = from + QPoint(std::stoi(words[3]), std::stoi(words[4]));
+        const auto send = [&](QEvent::Type type, const QPoint& at, Qt::MouseButton button) {
+            QMouseEvent event(type, at, widget->mapToGlobal(at), button,
+                              type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton,
+                              {});
+            QCoreApplication::sendEvent(widget, &event);
+        };
+        send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+        send(QEvent::MouseMove, to, Qt::NoButton);
+        send(QEvent::MouseButtonRelease, to, Qt::LeftButton);
+    }
+    // A selected text, else the whole in one line; the rows of a list.
     void read(const QDialog& dialog, const std::string& name) {
         const auto* const widget = dialog.findChild<QWidget*>(QString::fromStdString(name));
         ASSERT_NE(widget, nullptr) << name;
+        if (const auto* const view = qobject_cast<const QAbstractItemView*>(widget)) {
+            heard_ += "=";
+            for (int row = 0; row < view->model()->rowCount(); ++row)
+                for (int column = 0; column < view->model()->columnCount(); ++column)
+                    heard_ += (column == 0 ? " " : ",") +
+                              view->model()->index(row, column).data().toString().toStdString();
+            heard_ += "\n";
+            return;
+        }
         const auto* const text = qobject_cast<const QPlainTextEdit*>(widget);
         const QString selected = text ? text->textCursor().selectedText() : QString();
-        heard_ += "= " +
-                  (!selected.isEmpty() ? selected
-                   : text              ? text->toPlainText().replace(u'\n', u'/')
-                                       : widget->property("text").toString())
-                      .toStdString() +
-                  "\n";
+        const QString shown = !selected.isEmpty() ? selected
+                              : text              ? text->toPlainText()
+                                                  : widget->property("text").toString();
+        heard_ += "= " + Replaced(Replaced(shown.toStdString(), "\n", "/"), cwd(), "$PWD") + "\n";
     }
     static void pick(QDialog& dialog, int row) {
         dialog.findChild<QListWidget*>()->setCurrentRow(row);

@@ -74,7 +74,7 @@ constexpr CommandRow kRows[] = {
     {"RFT", 2065, 2265, "", kAll, {}, kNeedsQuiet, ManageFileTypes},
     {"Desh1", 2071, 2271, "", "V", Split, kNeedsQuiet, SplitImage},
     {"EdSign", 1250, 2259, "", "V", MakeFolder, kNeedsQuiet, ChangeGenericSignatures},
-    {"dsstor", 2072, 2272, "", "P", Layout, kNeedsQuiet, nullptr},
+    {"dsstor", 2072, 2272, "", "P", Layout, kNeedsQuiet, ShowLayoutEditor},
     // Options
     {"ModeProj", 1274, 2200, "", kAll, {}, kNeedsQuiet, ChooseProjectMode, IsProjectMode},
     {"ModePart", 1275, 2215, "", kAll, {}, kNeedsQuiet, ChoosePartitionMode, IsPartitionMode},

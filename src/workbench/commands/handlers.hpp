@@ -53,6 +53,9 @@ void SplitImage(TVellmark& window);
 void EditSignatures(TVellmark& window);
 void ManageSignatureKey(TVellmark& window);
 
+// layout/
+void ShowLayoutEditor(TVellmark& window);
+
 // dialogs/file_types_dialog.cpp
 void ManageFileTypes(TVellmark& window);
 
