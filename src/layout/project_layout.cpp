@@ -68,10 +68,7 @@ void TakePlaces(DsStoreLayout& layout, const std::vector<PlacedItem>& stored) {
 }
 
 bool WriteFile(const std::string& path, std::span<const std::uint8_t> bytes, Messages& messages) {
-    TargetFile target(path);
-    int error = target.file().error();
-    if (target.file().isOpen() && target.file().writeAt(0, bytes))
-        error = target.publish(true, false);
+    const int error = WriteWholeFile(path, bytes);
     if (error != 0)
         FileOpenError(messages, path, SystemError{error});
     return error == 0;

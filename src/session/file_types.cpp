@@ -99,14 +99,9 @@ std::string Package(const FileTypeSet& types) {
 Reason Write(const std::string& path, std::string_view bytes) {
     std::error_code error;
     std::filesystem::create_directories(FolderOf(path), error);
-    TargetFile target(path);
-    if (!target.file().isOpen() ||
-        !target.file().writeAt(0,
-                               {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}))
-        return Reason(Sentence::kCannotBeWritten, path, target.file().failure());
-    const int published = target.publish(true, false);
-    return published == 0 ? Reason()
-                          : Reason(Sentence::kCannotBeWritten, path, SystemError{published});
+    const int failed =
+        WriteWholeFile(path, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    return failed == 0 ? Reason() : Reason(Sentence::kCannotBeWritten, path, SystemError{failed});
 }
 
 Reason Remove(const std::string& path) {

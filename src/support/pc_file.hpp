@@ -183,6 +183,10 @@ class TargetFile {
     bool published_ = false;
 };
 
+/// Writes a whole file, in the place of an older one. 0, or the system's error number; an older
+/// file is then as it was.
+[[nodiscard]] int WriteWholeFile(const std::string& path, std::span<const std::uint8_t> bytes);
+
 /// Removes the temporary files of `TargetFile` that processes left in a folder which were killed:
 /// those of this user that nobody holds locked. What cannot be removed stays.
 void RemoveAbandonedTargets(const std::string& folder);

@@ -164,6 +164,15 @@ int TargetFile::publish(bool replace, bool durable) {
     return durable ? FlushFolder(FolderOf(path_)) : 0;
 }
 
+int WriteWholeFile(const std::string& path, std::span<const std::uint8_t> bytes) {
+    TargetFile target(path);
+    if (!target.file().isOpen())
+        return target.file().error();
+    // What fails here is what publishing refuses.
+    (void)target.file().writeAt(0, bytes);
+    return target.publish(true, false);
+}
+
 void RemoveAbandonedTargets(const std::string& folder) {
     const std::unique_ptr<DIR, int (*)(DIR*)> names(::opendir(folder.c_str()), ::closedir);
     if (!names)
