@@ -63,6 +63,9 @@ void TakeEntry(AliasRecord& alias, AliasTag tag, const std::vector<std::uint8_t>
         case AliasTag::UnicodeVolume:
             takeUnicode(alias.volumeName);
             break;
+        case AliasTag::ParentNumbers:
+        case AliasTag::PosixPath:
+        case AliasTag::MountPoint:
         case AliasTag::End:
             break;
     }

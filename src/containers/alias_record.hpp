@@ -54,14 +54,18 @@ static_assert(sizeof(AliasEntry) == 4);
 
 enum class AliasTag : std::uint16_t {
     ParentName = 0,
+    ParentNumbers = 1,   ///< of the folders around the target, 4 bytes each, the nearest first
     MacPath = 2,         ///< MacRoman, a colon between the names
     UnicodeTarget = 14,  ///< count of units, then UTF-16
     UnicodeVolume = 15,  ///< the same
+    PosixPath = 18,      ///< from the root of the volume on, UTF-8
+    MountPoint = 19,     ///< of the volume
     End = 0xFFFF
 };
 
 inline constexpr std::uint16_t kAliasVersion = 2;
 inline constexpr std::uint16_t kAliasOfFolder = 1;
+inline constexpr std::uint16_t kAliasLevelsUnknown = 0xFFFF;
 /// A longer record is not read.
 inline constexpr std::uint32_t kMostAliasBytes = 1000;
 

@@ -1,7 +1,9 @@
 #include "layout/background_alias.hpp"
 
 #include <algorithm>
+#include <cstddef>
 
+#include "containers/alias_record.hpp"
 #include "containers/hfs_plus_name.hpp"
 #include "containers/names.hpp"
 #include "support/encoding.hpp"
@@ -10,60 +12,31 @@ namespace vellmark {
 
 namespace {
 
-constexpr std::size_t kVolumeNameBytes = 27;
-constexpr std::size_t kFileNameBytes = 63;
-constexpr std::size_t kFileNamePlace = 50;
-constexpr std::size_t kSizePlace = 4;
-constexpr int kVersion = 2;
-constexpr int kEjectable = 5;
+constexpr std::uint16_t kEjectable = 5;
 constexpr std::uint32_t kVolumeAttributes = 0x902;
 
-enum AliasTag : int {
-    kFolderName = 0,
-    kFolderNumbers = 1,
-    kCarbonPath = 2,
-    kWideFileName = 14,
-    kWideVolumeName = 15,
-    kPosixPath = 18,
-    kMountPoint = 19,
-    kEnd = 0xFFFF
-};
+// Cut at the end of its place.
+template <std::size_t Size>
+void PutName(std::string_view name, std::uint8_t& length, std::array<char, Size>& place) {
+    name = name.substr(0, place.size());
+    length = static_cast<std::uint8_t>(name.size());
+    std::copy(name.begin(), name.end(), place.begin());
+}
 
-class AliasWriting {
-  public:
-    void number16(int value) {
-        bytes_.push_back(static_cast<std::uint8_t>(value >> 8));
-        bytes_.push_back(static_cast<std::uint8_t>(value));
-    }
-    void number32(std::uint32_t value) {
-        number16(static_cast<int>(value >> 16));
-        number16(static_cast<int>(value & 0xFFFF));
-    }
-    void text(std::string_view text) { bytes_.insert(bytes_.end(), text.begin(), text.end()); }
-    void zeros(std::size_t count) { bytes_.resize(bytes_.size() + count); }
-    /// A length, the name, and zeros up to the size of the field.
-    void name(std::string_view name, std::size_t most) {
-        name = name.substr(0, most);
-        bytes_.push_back(static_cast<std::uint8_t>(name.size()));
-        text(name);
-        zeros(most - name.size());
-    }
-    void tagged(int tag, std::string_view data) {
-        number16(tag);
-        number16(static_cast<int>(data.size()));
-        text(data);
-        zeros(data.size() % 2);
-    }
-    [[nodiscard]] std::vector<std::uint8_t> finished() {
-        const auto size = static_cast<int>(bytes_.size());
-        bytes_[kSizePlace] = static_cast<std::uint8_t>(size >> 8);
-        bytes_[kSizePlace + 1] = static_cast<std::uint8_t>(size);
-        return std::move(bytes_);
-    }
+template <typename Record>
+void Append(std::vector<std::uint8_t>& bytes, const Record& record) {
+    const auto* const start = reinterpret_cast<const std::uint8_t*>(&record);
+    bytes.insert(bytes.end(), start, start + sizeof record);
+}
 
-  private:
-    std::vector<std::uint8_t> bytes_;
-};
+void AppendEntry(std::vector<std::uint8_t>& bytes, AliasTag tag, std::string_view data) {
+    AliasEntry entry;
+    entry.tag = static_cast<std::uint16_t>(tag);
+    entry.length = static_cast<std::uint16_t>(data.size());
+    Append(bytes, entry);
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    bytes.resize(bytes.size() + data.size() % 2);
+}
 
 std::string BigEndianNumber(std::uint32_t value) {
     std::string bytes;
@@ -91,41 +64,45 @@ std::string WideName(std::string_view utf8) {
 std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
     const std::string volume = WideToMacName(Utf8ToWide(file.volume));
     const std::string name = WideToMacName(Utf8ToWide(file.name));
-    AliasWriting out;
-    out.number32(0);
-    out.number16(0);  // the size, filled in at the end
-    out.number16(kVersion);
-    out.number16(0);  // a file
-    out.name(volume, kVolumeNameBytes);
-    out.number32(file.now);
-    out.text(file.isHfsPlus ? "H+" : "BD");
-    out.number16(kEjectable);
-    out.number32(file.folderNumber);
-    out.name(name, kFileNameBytes);
-    out.number32(0);
-    out.number32(file.created);
-    out.text({file.signature.data(), file.signature.size()});
-    out.number16(-1);
-    out.number16(-1);
-    out.number32(kVolumeAttributes);
-    out.zeros(12);
-    out.tagged(kFolderName, file.folder);
-    out.tagged(kFolderNumbers, BigEndianNumber(file.folderNumber));
-    out.tagged(kCarbonPath, volume + ":" + file.folder + ":" + name);
-    out.tagged(kWideFileName, WideName(file.name));
-    out.tagged(kWideVolumeName, WideName(file.volume));
-    out.tagged(kPosixPath, "/" + file.folder + "/" + file.name);
-    out.tagged(kMountPoint, "/Volumes/" + file.volume);
-    out.tagged(kEnd, {});
-    return out.finished();
+    std::vector<std::uint8_t> entries;
+    const auto put = [&](AliasTag tag, std::string_view data) { AppendEntry(entries, tag, data); };
+    put(AliasTag::ParentName, file.folder);
+    put(AliasTag::ParentNumbers, BigEndianNumber(file.folderNumber));
+    put(AliasTag::MacPath, volume + ":" + file.folder + ":" + name);
+    put(AliasTag::UnicodeTarget, WideName(file.name));
+    put(AliasTag::UnicodeVolume, WideName(file.volume));
+    put(AliasTag::PosixPath, "/" + file.folder + "/" + file.name);
+    put(AliasTag::MountPoint, "/Volumes/" + file.volume);
+    put(AliasTag::End, {});
+    AliasHead head;
+    head.recordSize = static_cast<std::uint16_t>(sizeof head + entries.size());
+    head.version = kAliasVersion;
+    PutName(volume, head.volumeNameLength, head.volumeName);
+    head.volumeCreated = file.now;
+    head.volumeSignature = file.isHfsPlus ? std::array{'H', '+'} : std::array{'B', 'D'};
+    head.driveType = kEjectable;
+    head.parentId = file.folderNumber;
+    PutName(name, head.targetNameLength, head.targetName);
+    head.targetCreated = file.created;
+    std::copy_n(file.signature.begin(), head.type.size(), head.type.begin());
+    std::copy_n(file.signature.begin() + head.type.size(), head.creator.size(),
+                head.creator.begin());
+    head.levelsFrom = kAliasLevelsUnknown;
+    head.levelsTo = kAliasLevelsUnknown;
+    head.volumeAttributes = kVolumeAttributes;
+    std::vector<std::uint8_t> alias;
+    Append(alias, head);
+    alias.insert(alias.end(), entries.begin(), entries.end());
+    return alias;
 }
 
 std::string FileOfAlias(std::span<const std::uint8_t> alias) {
-    if (alias.size() <= kFileNamePlace)
+    constexpr std::size_t kPlace = offsetof(AliasHead, targetNameLength);
+    if (alias.size() <= kPlace)
         return {};
-    const auto name = alias.subspan(kFileNamePlace + 1);
+    const auto name = alias.subspan(kPlace + 1);
     const std::size_t length =
-        std::min<std::size_t>({alias[kFileNamePlace], name.size(), kFileNameBytes});
+        std::min<std::size_t>({alias[kPlace], name.size(), AliasHead().targetName.size()});
     return WideToUtf8(MacNameToWide({reinterpret_cast<const char*>(name.data()), length}));
 }
 
