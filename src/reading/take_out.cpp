@@ -62,8 +62,12 @@ CopyOutResult Taker::copy(const FoundEntry& found) {
                                             : found.entry.path.empty()
                                                 ? pcName(found)
                                                 : PcNameOf(copyOut_, item, found.entry.path);
-    return name ? CopyItemOut(copyOut_, item, found.entry.path, target(*name))
-                : CopyOutResult::BatchEnds;
+    if (!name)
+        return CopyOutResult::BatchEnds;
+    const std::string made = target(*name);
+    if (!request_.intoFolder)
+        copyOut_.namedTarget = made;
+    return CopyItemOut(copyOut_, item, found.entry.path, made);
 }
 
 Extraction Taker::extract(const FoundEntry& found) {

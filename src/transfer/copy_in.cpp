@@ -127,10 +127,7 @@ Reason FileImport::openForks(PcFile file) {
     if (class_ != ImportClass::PostScriptFont && class_ != ImportClass::TrueTypeFont)
         return source_.open(std::move(file), class_, batch_.options.mode == CopyMode::ResourceFork,
                             batch_.temporary, batch_.progress);
-    Reason problem = source_.openFont(std::move(file), class_, batch_.nextFontId);
-    if (!problem && class_ == ImportClass::TrueTypeFont)
-        batch_.nextFontId = FontIdAfter(batch_.nextFontId);
-    return problem;
+    return source_.openFont(std::move(file), class_, batch_.nextFontId);
 }
 
 // Nothing when the source is open and may be used.
@@ -257,6 +254,9 @@ CopyInResult FileImport::store(NewFile file) {
     if (stored == StoreResult::Done) {
         ++batch_.filesCopied;
         batch_.bytesCopied += bytes;
+        // The number of a font that was kept out is still to be had.
+        if (class_ == ImportClass::TrueTypeFont)
+            batch_.nextFontId = FontIdAfter(batch_.nextFontId);
         if (isNameChanged_)
             TellChangedName(batch_, path_, file.name);
     }

@@ -60,6 +60,7 @@ struct CopyOut {
     Progress& progress;
     const Clock& clock;
 
+    std::string namedTarget;  ///< a target whose name a person chose; empty for none
     PcTargets targets;
     HardLinks links;
     RememberedAnswer replaceAnswer;

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "containers/container_kind.hpp"
 #include "containers/fonts/pfm_file.hpp"
 #include "containers/fonts/true_type_font.hpp"
 #include "containers/fonts/type1_font.hpp"
@@ -24,6 +25,9 @@ constexpr int kTextCreating = 1127;
 constexpr std::string_view kPrinterFont = "LWFN";
 constexpr std::string_view kSuitcases[] = {"tfil", "FFIL"};
 constexpr std::string_view kTrueType = "sfnt";
+constexpr std::string_view kPrinterFile = ".pfb";
+constexpr std::string_view kMetrics = ".pfm";
+constexpr std::string_view kTrueTypeFile = ".ttf";
 /// What names of files on a PC do not have.
 constexpr std::string_view kPcForbiddenChars = "/\\|:<>*?\"";
 
@@ -38,6 +42,12 @@ FontFile KindOf(const CatalogItem& item) {
     return type == kSuitcases[0] || type == kSuitcases[1] ? FontFile::Suitcase : FontFile::None;
 }
 
+std::string GivenName(const CopyOut& batch, const std::string& target) {
+    const bool isGiven =
+        batch.options.naming.policy == NamingPolicy::Ask || target == batch.namedTarget;
+    return isGiven ? target.substr(target.rfind('/') + 1) : std::string{};
+}
+
 /// One font file on its way.
 class FontExport {
   public:
@@ -47,12 +57,14 @@ class FontExport {
           item_(item),
           path_(path),
           folder_(target.substr(0, target.rfind('/') + 1)),
+          given_(GivenName(batch, target)),
           fork_(fork),
           tree_(WalkResourceMap(fork, 0)) {}
 
     [[nodiscard]] CopyOutResult run(FontFile kind) {
         if (tree_.problem)
             skip(tree_.problem);
+        splitGiven(kind);
         if (const auto end = kind == FontFile::Printer ? takePrinterFont() : takeSuitcase())
             return *end;
         return isWhole_ ? CopyOutResult::Done : CopyOutResult::LeftOut;
@@ -72,8 +84,23 @@ class FontExport {
             batch_.hidesNoFonts = batch_.messages.showRememberable(
                 batch_.messages.words(Reason::Told(kTextNoFonts, ShownPath(path_))));
     }
-    [[nodiscard]] std::string targetOf(const std::string& name, std::string_view extension) const {
-        return folder_ + PcFileName(ReplaceChars(name, kPcForbiddenChars).append(extension));
+    void splitGiven(FontFile kind) {
+        if (FontByName(given_) != (kind == FontFile::Printer ? ContainerKind::PostScriptFont
+                                                             : ContainerKind::TrueTypeFont))
+            return;
+        const std::size_t end = given_.size() - kTrueTypeFile.size();
+        givenEnd_ = given_.substr(end);
+        given_.resize(end);
+    }
+    // The second one of a file has a number in its name.
+    [[nodiscard]] std::string targetOf(const std::string& name, std::string_view extension,
+                                       unsigned number = 1) const {
+        const std::string end = (number == 1 ? "" : "-" + std::to_string(number));
+        if (given_.empty())
+            return folder_ +
+                   PcFileName(ReplaceChars(name + end, kPcForbiddenChars).append(extension));
+        return folder_ + given_ + end +
+               std::string(givenEnd_.empty() || extension == kMetrics ? extension : givenEnd_);
     }
     [[nodiscard]] std::string freeTarget(const std::string& name);
     [[nodiscard]] End takePrinterFont();
@@ -85,7 +112,10 @@ class FontExport {
     CopyOut& batch_;
     const CatalogItem& item_;
     const std::string& path_;
-    std::string folder_;  ///< with `/` at its end, or empty
+    std::string folder_;    ///< with `/` at its end, or empty
+    std::string given_;     ///< the name that a person chose; empty for none
+    std::string givenEnd_;  ///< its extension, if it is that of the font
+    bool isGivenUsed_ = false;
     ByteSource& fork_;
     ResourceTree tree_;
     bool isWhole_ = true;
@@ -138,8 +168,8 @@ FontExport::End FontExport::takePrinterFont() {
         return std::nullopt;
     }
     const std::optional<std::vector<std::uint8_t>> metrics = PfmOf(text, name);
-    const std::string companion = metrics ? targetOf(name, ".pfm") : std::string{};
-    return write(targetOf(name, ".pfb"), **pfb, companion,
+    const std::string companion = metrics ? targetOf(name, kMetrics) : std::string{};
+    return write(targetOf(name, kPrinterFile), **pfb, companion,
                  metrics ? *metrics : std::vector<std::uint8_t>{});
 }
 
@@ -149,9 +179,12 @@ std::string FontExport::freeTarget(const std::string& name) {
         return PcTargets::exists(target) && (batch_.options.existing != ExistingFiles::Replace ||
                                              batch_.targets.refusalOf(target));
     };
-    std::string target = targetOf(name, ".ttf");
+    std::string target = targetOf(name, kTrueTypeFile);
+    // One that was chosen is not given up for another.
+    if (!given_.empty() && !std::exchange(isGivenUsed_, true))
+        return target;
     for (unsigned number = 2; isTaken(target) || !batch_.targets.claim(target); ++number)
-        target = targetOf(name + "-" + std::to_string(number), ".ttf");
+        target = targetOf(name, kTrueTypeFile, number);
     return target;
 }
 
@@ -161,7 +194,11 @@ FontExport::End FontExport::takeTrueType(ByteSource& font) {
         skip(Sentence::kFontNoName);
         return std::nullopt;
     }
-    return write(freeTarget(name), font, {}, {});
+    const std::uint64_t leftOut = batch_.itemsLeftOut;
+    const End end = write(freeTarget(name), font, {}, {});
+    // Where the chosen name is not to be had, the others of its file do not come without it.
+    const bool isRefused = !given_.empty() && batch_.itemsLeftOut > leftOut;
+    return !end && isRefused ? CopyOutResult::LeftOut : end;
 }
 
 FontExport::End FontExport::takeSuitcase() {

@@ -146,6 +146,13 @@ def font_facts(font):
     return _run("fc-scan", "--format", "%{postscriptname}|%{family}|%{style}|%{charset}", font)
 
 
+def font_outlines(font):
+    """Name and number of glyphs, as fontforge reads them."""
+    script = "import fontforge, sys; f = fontforge.open(sys.argv[1]); " \
+             "print(f.fontname, len(list(f.glyphs())))"
+    return _run("fontforge", "-quiet", "-lang=py", "-c", script, font)
+
+
 def type1_program(font):
     """Lines of a PostScript font with its encrypted part in words, remarks left out."""
     return [line for line in _run("t1disasm", font).splitlines() if not line.startswith(b"%%")]

@@ -36,6 +36,7 @@ class Fonts(Case):
                              sorted(path.name for path in out.iterdir()))
             for made, source in (("DejaVuSansMono.ttf", TRUE_TYPE), ("C059-Bold.pfb", TYPE_1)):
                 self.assertEqual(judges.font_facts(source), judges.font_facts(out / made))
+                self.assertEqual(judges.font_outlines(source), judges.font_outlines(out / made))
             self.assertEqual(judges.type1_program(self.work / "Bold.pfb"),
                              judges.type1_program(out / "C059-Bold.pfb"))
             font = (out / "DejaVuSansMono.ttf").read_bytes()

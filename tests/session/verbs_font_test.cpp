@@ -1,39 +1,16 @@
 // Fonts on their way between a Macintosh volume and the PC. What other programs make of them is
 // tried end to end (tests/endtoend/test_fonts.py).
 #include "reading/reading_bench.hpp"
+#include "session/mac_forks.hpp"
 
 namespace vellmark {
 namespace {
 
+using test::Be;
 using test::Bytes;
+using test::ForkOf;
+using test::TrueType;
 using test::Write;
-
-std::string Be(std::uint64_t number, int width) {
-    std::string bytes;
-    for (int shift = 8 * (width - 1); shift >= 0; shift -= 8)
-        bytes += static_cast<char>(number >> shift);
-    return bytes;
-}
-
-// A fork of resources of one type.
-std::string ForkOf(const std::string& type, const std::vector<std::string>& resources) {
-    std::string data;
-    std::string map =
-        std::string(28, '\0') + Be(0, 2) + type + Be(resources.size() - 1, 2) + Be(10, 2);
-    for (const std::string& resource : resources) {
-        map += Be(501, 2) + Be(0xFFFF, 2) + Be(data.size(), 4) + Be(0, 4);
-        data += Be(resource.size(), 4) + resource;
-    }
-    return Be(16, 4) + Be(16 + data.size(), 4) + Be(data.size(), 4) + Be(map.size(), 4) + data +
-           map;
-}
-
-// What a program needs to know a TrueType font by its name, and bytes of its own.
-std::string TrueType(const std::string& name, const std::string& rest) {
-    return Be(0x10000, 4) + Be(1, 2) + Be(0, 6) + "name" + Be(0, 4) + Be(28, 4) + Be(18, 4) +
-           Be(0, 2) + Be(1, 2) + Be(18, 2) + Be(1, 2) + Be(0, 4) + Be(6, 2) + Be(name.size(), 2) +
-           Be(0, 2) + name + rest;
-}
 
 class FontVerbs : public test::ReadingTest {
   protected:
@@ -63,6 +40,10 @@ folder out
 1 get v.img Print --fonts yes -o out => exists already
 0 get v.img Print --fonts yes -o out --force
 0 get v.img Case --fonts yes -o out
+folder named
+0 get v.img Case --fonts yes -o named/Two
+0 get v.img Print --fonts yes -o named/P.PFB
+1 get v.img Case --fonts yes -o named/Two.ttf => exists already
 has out/P.pfb 1 => FontName /P
 none out/P.pfm
 )");
@@ -71,12 +52,14 @@ none out/P.pfm
     EXPECT_EQ(Bytes("out/My_Font-3.ttf"), one);
     EXPECT_EQ(Bytes("out/Other.ttf").back(), '4');
     EXPECT_EQ(disk("out").size(), 6U);
+    EXPECT_EQ(Bytes("named/Two.ttf") + Bytes("named/Two-2.ttf"), one + two);
+    EXPECT_EQ(Bytes("named/P.PFB"), Bytes("out/P.pfb"));
 }
 
 TEST_F(FontVerbs, GetAsksWhereSomebodyCanAnswer) {
-    const std::string font = ForkOf("POST", {Be(0x100, 2) + "%!\n/FontName /P def\n"});
+    const std::string font = test::PrinterFontFork("P");
     put("First", "LWFN", font);
-    put("Second", "LWFN", ForkOf("POST", {Be(0x100, 2) + "%!\n/FontName /Q def\n"}));
+    put("Second", "LWFN", test::PrinterFontFork("Q"));
     play(R"(
 folder out
 0 get v.img First --mode resource -o out
@@ -124,8 +107,8 @@ folder out
 )");
     EXPECT_EQ(Bytes("out/Sans.ttf"), font);
     EXPECT_EQ(Bytes("out/Tinted.pfb"), Bytes("four.pfb"));
-    // One was for the font that was kept.
-    EXPECT_EQ(settings_.values["numpol"], "1027");
+    // None was for the font that was kept out.
+    EXPECT_EQ(settings_.values["numpol"], "1026");
     // The whole fork: header, font, family, and the map with the name of the font twice.
     const std::string header = Be(256, 4) + Be(256 + 59 + 82, 4) + Be(59 + 82, 4) + Be(80, 4);
     const std::string fork = Bytes("out/Sans");

@@ -1,16 +1,17 @@
 // Verbs that show bytes, structures and resources. What a structure holds is tried with them
 // (tests/inspect).
 #include "reading/reading_bench.hpp"
+#include "session/mac_forks.hpp"
 
 namespace vellmark {
 namespace {
 
+using test::AliasFork;
 using test::Bytes;
 using test::Write;
 
-std::string Be32(std::uint32_t number) {
-    return {static_cast<char>(number >> 24), static_cast<char>(number >> 16),
-            static_cast<char>(number >> 8), static_cast<char>(number)};
+std::string Be32(std::uint64_t number) {
+    return test::Be(number, 4);
 }
 
 // A fork with two resources of type `ab/c`, as the system writes them.
@@ -21,9 +22,7 @@ std::string ResourceFork() {
                                    std::string("\0\x81\xFF\xFF", 4) + Be32(9) + Be32(0);
     const std::string map =
         std::string(24, '\0') + std::string("\0\x1C\0\0", 4) + list + references;
-    std::string header = Be32(256) + Be32(static_cast<std::uint32_t>(256 + data.size())) +
-                         Be32(static_cast<std::uint32_t>(data.size())) +
-                         Be32(static_cast<std::uint32_t>(map.size()));
+    std::string header = Be32(256) + Be32(256 + data.size()) + Be32(data.size()) + Be32(map.size());
     header.resize(256);
     return header + data + map;
 }
@@ -131,38 +130,18 @@ has 'out/ab_c 0x0081.hex' 1 => 00000000  73 65 63 6f 6e 64
     EXPECT_EQ(listed[1]["whole"], true);
 }
 
-// An alias file of version 2 for a file or folder of the volume, its data fork the resource fork.
-std::string Alias(const std::string& volume, const std::string& name, std::uint32_t folder,
-                  std::uint32_t id, const std::string& path) {
-    const auto text = [](const std::string& words, std::size_t place) {
-        std::string padded = static_cast<char>(words.size()) + words;
-        padded.resize(place);
-        return padded;
-    };
-    std::string record = std::string("\0\0\0\0\0\0\0\2\0\0", 10) + text(volume, 28) +
-                         std::string(8, '\0') + Be32(folder) + text(name, 64) + Be32(id);
-    record.resize(150);
-    record += std::string("\0\2", 2) + std::string("\0", 1) + static_cast<char>(path.size()) +
-              path + std::string(path.size() % 2, '\0') + "\xFF\xFF" + std::string(2, '\0');
-    const std::string data = Be32(static_cast<std::uint32_t>(record.size())) + record;
-    std::string map(30, '\0');
-    map += "alis" + std::string("\0\0\0\x0A\0\0\xFF\xFF", 8) + std::string(8, '\0');
-    const auto size = static_cast<std::uint32_t>(data.size());
-    return Be32(16) + Be32(16 + size) + Be32(size) + Be32(50) + data + map;
-}
-
 TEST_F(InspectVerbs, AliasShowsWhereItPoints) {
     for (const std::string format : {"", " --hfsplus"}) {
         play("0 format a.img -s 4M -l Work --force" + format +
              "\n0 mkdir a.img Docs\n0 put a.img Forks --to Docs -q");
         const std::uint32_t folder = json({"ls", "a.img"})["trees"][0]["entries"][0]["id"];
         const std::uint32_t id = json({"ls", "a.img", "Docs"})["trees"][0]["entries"][0]["id"];
-        Write("near", Alias("Work", "Forks", folder, 9999, "Work:Docs:Forks"));
-        Write("moved", Alias("Work", "Other", 9999, id, "Work:none"));
-        Write("path", Alias("Work", "Forks", 9999, 9999, "Work:Docs:Forks"));
-        Write("gone", Alias("Work", "Forks", 9999, 9999, "Work:Forks"));
-        Write("far", Alias("Elsewhere", "Forks", folder, id, "Elsewhere:Docs:Forks"));
-        Write("bad", Alias("Work", "Forks", folder, id, "Work:Docs:Forks").substr(0, 120));
+        Write("near", AliasFork("Work", "Forks", folder, 9999, "Work:Docs:Forks"));
+        Write("moved", AliasFork("Work", "Other", 9999, id, "Work:none"));
+        Write("path", AliasFork("Work", "Forks", 9999, 9999, "Work:Docs:Forks"));
+        Write("gone", AliasFork("Work", "Forks", 9999, 9999, "Work:Forks"));
+        Write("far", AliasFork("Elsewhere", "Forks", folder, id, "Elsewhere:Docs:Forks"));
+        Write("bad", AliasFork("Work", "Forks", folder, id, "Work:Docs:Forks").substr(0, 120));
         play(R"(
 0 put a.img near moved path gone far bad fork --mode resource -q
 0 alias a.img near => Target Volume: Work\nTarget Filename: Forks\nAccess Path: Work:Docs:Forks\nOn this volume: Docs/Forks\n
