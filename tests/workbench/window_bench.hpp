@@ -54,9 +54,9 @@ namespace vellmark::test {
 // Answers: yes, no, close, remember (the box), file PATH, cancel, press BUTTON, set FIELD=TEXT,
 // check BOX, pick NUMBER, give COMMAND (of the dialog), keys KEYS (pressed there), select ROW...
 // (of its list), head COLUMN (a click on it), page NUMBER, gone (as soon as it is), hand FILE (a
-// second start hands it over), read NAME (what a widget of the dialog says), drag WIDGET X Y DX DY
-// (the mouse, from there so far). Without a dialog:
-// abort, as soon as a compile runs, and quit, which closes the window then.
+// second start hands it over), read NAME (what a widget of the dialog says, and whether it is off),
+// drag WIDGET X Y DX DY (the mouse, from there so far). Without a dialog: abort, as soon as a
+// compile runs, and quit, which closes the window then.
 class WindowTest : public ScriptTest {
   protected:
     WindowTest() { answerSoon(); }
@@ -473,7 +473,8 @@ class WindowTest : public ScriptTest {
         const QString shown = !selected.isEmpty() ? selected
                               : text              ? text->toPlainText()
                                                   : widget->property("text").toString();
-        heard_ += "= " + Replaced(Replaced(shown.toStdString(), "\n", "/"), cwd(), "$PWD") + "\n";
+        heard_ += "= " + Replaced(Replaced(shown.toStdString(), "\n", "/"), cwd(), "$PWD") +
+                  (widget->isEnabled() ? "\n" : " (off)\n");
     }
     static void pick(QDialog& dialog, int row) {
         dialog.findChild<QListWidget*>()->setCurrentRow(row);

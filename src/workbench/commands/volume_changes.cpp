@@ -136,6 +136,7 @@ bool CopyItemsOut(TVellmark& window, const std::vector<CatalogItem>& items,
         CopyOut batch(DocumentOf(window).volume(), options,
                       SignaturesOf(window.context(), window.messages()), window.messages(),
                       progress, window.context().clock);
+        batch.hidesNoFonts = kept.hidesNoFonts;
         for (const CatalogItem& item : items) {
             const std::string path = VolumePathOf(window, item);
             const std::optional<std::string> name = PcNameOf(batch, item, path);
@@ -145,6 +146,7 @@ bool CopyItemsOut(TVellmark& window, const std::vector<CatalogItem>& items,
             // A yes to all is kept as long as the window, a no for this copy alone.
             kept.convertsFontsOut =
                 kept.convertsFontsOut || batch.fontAnswer.kept == Remembered::YesToAll;
+            kept.hidesNoFonts = batch.hidesNoFonts;
             if (result == CopyOutResult::Stopped || result == CopyOutResult::BatchEnds)
                 return;
         }

@@ -86,6 +86,7 @@ void FormDialog::addMegabytes(int caption, std::uint64_t discSectors) {
 
 void FormDialog::addNote(const QString& text) {
     auto* const label = new QLabel(text, this);
+    label->setObjectName(QStringLiteral("Note"));
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     form_->addRow(label);

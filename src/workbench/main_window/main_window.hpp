@@ -52,6 +52,7 @@ struct KeptAnswers {
     bool addsCrc = false;           ///< and end in digits of a checksum where one is taken
     bool convertsFontsOut = false;  ///< fonts that go to the PC, without a question
     bool convertsFontsIn = false;   ///< and those that come to a volume
+    bool hidesNoFonts = false;      ///< files without a font that can be converted are not named
 };
 
 class TVellmark final : public QMainWindow, private DocumentDialogs {

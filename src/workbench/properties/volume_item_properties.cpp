@@ -14,6 +14,7 @@
 #include "workbench/commands/volume_changes.hpp"
 #include "workbench/dialogs/form.hpp"
 #include "workbench/main_window/main_window.hpp"
+#include "workbench/properties/alias_dialog.hpp"
 #include "workbench/properties/date_field.hpp"
 #include "workbench/properties/item_properties.hpp"
 #include "workbench/properties/signature_fields.hpp"
@@ -30,6 +31,7 @@ constexpr int kTextData = 1207;
 constexpr int kTextResource = 1208;
 constexpr int kTextFileName = 1209;
 constexpr int kTextWrite = 1212;
+constexpr int kTextEditAlias = 1213;
 constexpr int kTextExtent = 1215;
 constexpr int kTextFileNumber = 1216;
 constexpr int kTextDataExtents = 1217;
@@ -46,6 +48,7 @@ constexpr int kTextEnableFlags = 1458;
 constexpr int kTextFlags = 1473;
 
 constexpr int kWrite = 2;
+constexpr int kGoThere = 3;
 constexpr int kHexBase = 16;
 constexpr int kMostExtentsShown = 5;
 
@@ -73,7 +76,9 @@ class VolumeItemDialog final : public FormDialog {
         auto* const write = addButton("Ecrire", words(kTextWrite), kWrite);
         write->setDefault(true);
         write->setEnabled(!window.documents().partition->isReadOnly());
-        auto* const advanced = addButton("Avance", words(kTextAdvanced), kWrite + 1);
+        if (!item.isFolder)
+            addAliasButton();
+        auto* const advanced = addButton("Avance", words(kTextAdvanced), kGoThere + 1);
         advanced->disconnect();
         connect(advanced, &QPushButton::clicked, this, [this, advanced] {
             advanced->setEnabled(false);
@@ -86,12 +91,15 @@ class VolumeItemDialog final : public FormDialog {
     }
 
     DialogEnd ask() {
-        while (exec() == kWrite) {
+        int end = exec();
+        for (; end == kWrite; end = exec()) {
             const Reason refusal = write();
             if (!refusal)
                 return DialogEnd::Written;
             window_.messages().showMessage(refusal);
         }
+        if (end == kGoThere)
+            showTarget();
         return DialogEnd::Closed;
     }
 
@@ -105,6 +113,24 @@ class VolumeItemDialog final : public FormDialog {
         signature_.emplace(*this, window_, item_.signature);
         addFact(kTextData, SizeWords(item_.data.sizeBytes, isFrench));
         addFact(kTextResource, SizeWords(item_.resource.sizeBytes, isFrench));
+    }
+
+    void addAliasButton() {
+        auto* const button = addButton("EditAlias", words(kTextEditAlias), kGoThere);
+        button->setEnabled((item_.finderFlags & kFinderAlias) != 0);
+        button->disconnect();
+        connect(button, &QPushButton::clicked, this, [this] {
+            aliasTarget_ = ShowAlias(window_, item_, this);
+            if (aliasTarget_)
+                done(kGoThere);
+        });
+    }
+    void showTarget() {
+        if (aliasTarget_->id == kRootFolderId)
+            window_.showFolder(static_cast<std::int32_t>(kRootFolderId));
+        else
+            window_.showItem(static_cast<std::int32_t>(aliasTarget_->parentId),
+                             static_cast<std::int32_t>(aliasTarget_->id));
     }
 
     void addFlags() {
@@ -197,6 +223,7 @@ class VolumeItemDialog final : public FormDialog {
     QLineEdit* flags_ = nullptr;
     QCheckBox* editFlags_ = nullptr;
     QWidget* lastField_ = nullptr;
+    std::optional<CatalogItem> aliasTarget_;
 };
 
 }  // namespace
