@@ -167,25 +167,9 @@ JolietName JolietNameOf(const Naming& naming) {
             }))};
 }
 
-// A container names its file, whatever it is called on the disk.
-bool IsContainer(const ProjectRecord& record) {
-    return record.macBinary() || record.binHex();
-}
-
-// The HFS name of the record is a copy to work with: what it stands for is on the disk.
-bool IsNamedByDisk(const ProjectRecord& record, bool isHfsPlus) {
-    if (record.hfsNameLocked())
-        return false;
-    if (record.unicodeOnDisk() || record.coding() == ForkCoding::NamedStreams)
-        return true;
-    // A project that was made when an 8.3 name was all that the record could hold.
-    return record.shortNameFlag() && !IsContainer(record) &&
-           (isHfsPlus || record.hfsName() == record.sourceName());
-}
-
 HfsName HfsNameOf(const Naming& naming) {
     const ProjectRecord& record = naming.record();
-    const bool isContainer = IsContainer(record);
+    const bool isContainer = HasNameInContainer(record);
     const MacName own =
         isContainer ? MacName{naming.item.containerName, true} : PcToMacName(naming.diskName);
     const bool isHeld = own.isExact && own.bytes.size() <= kHfsNameLimit;
@@ -202,10 +186,10 @@ HfsPlusTreeName HfsPlusNameOf(const Naming& naming) {
     const ProjectRecord& record = naming.record();
     const std::string& container = naming.item.containerName;
     HfsPlusTreeName result;
-    if (!IsNamedByDisk(record, true) || (IsContainer(record) && container.empty())) {
+    if (!IsNamedByDisk(record, true) || (HasNameInContainer(record) && container.empty())) {
         result.name = AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
         result.isForced = naming.hasDigits(record.hfsName(), [&] { return naming.crc(); });
-    } else if (IsContainer(record)) {
+    } else if (HasNameInContainer(record)) {
         result.name = MacRomanToHfsPlusName(container);
     } else {
         MacUnicodeName own = PcToHfsPlusName(naming.diskName);

@@ -6,6 +6,8 @@
 #include "containers/alias_record.hpp"
 #include "containers/hfs_plus_name.hpp"
 #include "containers/names.hpp"
+#include "support/byte_source.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -97,13 +99,9 @@ std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
 }
 
 std::string FileOfAlias(std::span<const std::uint8_t> alias) {
-    constexpr std::size_t kPlace = offsetof(AliasHead, targetNameLength);
-    if (alias.size() <= kPlace)
-        return {};
-    const auto name = alias.subspan(kPlace + 1);
-    const std::size_t length =
-        std::min<std::size_t>({alias[kPlace], name.size(), AliasHead().targetName.size()});
-    return WideToUtf8(MacNameToWide({reinterpret_cast<const char*>(name.data()), length}));
+    MemoryBytes bytes({alias.begin(), alias.end()});
+    const auto record = ReadAliasRecord(bytes);
+    return record ? WideToUtf8(ComposeName(Utf8ToWide(record->targetName))) : std::string();
 }
 
 }  // namespace vellmark

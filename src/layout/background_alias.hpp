@@ -29,7 +29,7 @@ struct BackgroundFile {
 /// before the disc is made, and 0.
 [[nodiscard]] std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file);
 
-/// The name of the file in such a record, UTF-8, "" when it has none.
+/// The name of the file in such a record, UTF-8, a slash in it as `:`; "" when it has none.
 [[nodiscard]] std::string FileOfAlias(std::span<const std::uint8_t> alias);
 
 }  // namespace vellmark

@@ -5,12 +5,15 @@
 #include <map>
 
 #include "containers/hfs_plus_name.hpp"
+#include "containers/names.hpp"
+#include "containers/pc_name.hpp"
 #include "layout/background_alias.hpp"
 #include "project/include_contents.hpp"
 #include "project/item_deletion.hpp"
 #include "project/item_names.hpp"
 #include "project/pc_sources.hpp"
 #include "project/project_properties.hpp"
+#include "project/view_names.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -26,8 +29,17 @@ std::string HfsNameOf(const ProjectFile& project, const ProjectRecord& record) {
     return ShownItemName(project, record, ProjectView::Hfs);
 }
 
-std::u16string CatalogNameOf(const ProjectFile& project, const ProjectRecord& record) {
-    return WideToHfsPlusName(Utf8ToWide(HfsNameOf(project, record)));
+// The name that the item will have on the disc, which the record may only have a copy of.
+std::u16string CatalogNameOf(const ProjectRecord& record) {
+    if (IsNamedByDisk(record, true) && !HasNameInContainer(record)) {
+        const std::string path = PcPathResolver().resolve(record.accessPath(), record.sourceName());
+        if (!path.empty())
+            return PcToHfsPlusName(Utf8ToWide(path.substr(path.find_last_of('/') + 1))).units;
+    }
+    return AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
+}
+std::string ShownCatalogName(const ProjectRecord& record) {
+    return WideToUtf8(HfsPlusNameToWide(CatalogNameOf(record)));
 }
 
 const ProjectRecord* ItemNamed(const ProjectFile& project, std::int32_t folder,
@@ -50,7 +62,7 @@ std::vector<PlacedItem> ItemsOfRoot(const ProjectFile& project) {
     std::vector<PlacedItem> items;
     for (const ProjectRecord& record : project.childrenOf(kRootFolder))
         if (record.isIn(ProjectView::Hfs) && !HfsNameOf(project, record).starts_with('.'))
-            items.push_back({CatalogNameOf(project, record), record.isFolder(), 0, 0});
+            items.push_back({CatalogNameOf(record), record.isFolder(), 0, 0});
     return items;
 }
 
@@ -133,7 +145,7 @@ std::optional<std::vector<std::uint8_t>> IncludeBackground(ProjectFile& project,
                         .now = ToMacLocal(ports.clock.now(), ports.clock),
                         .folder = folder,
                         .folderNumber = static_cast<std::uint32_t>(kBackgroundFolder),
-                        .name = HfsNameOf(project, picture),
+                        .name = ShownCatalogName(picture),
                         .created = picture.created};
     std::copy(std::begin(picture.signature_), std::end(picture.signature_), file.signature.begin());
     return BackgroundAlias(file);
@@ -170,9 +182,13 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
     now.layout = std::move(stored.layout);
     TakePlaces(now.layout, places);
     now.file = path;
-    if (const ProjectRecord* const picture =
-            ItemNamed(project, kBackgroundFolder, FileOfAlias(stored.background)))
-        now.background = PathOnPc(*picture);
+    const std::string background = FileOfAlias(stored.background);
+    for (const ProjectRecord& picture : project.childrenOf(kBackgroundFolder)) {
+        std::string name = ShownCatalogName(picture);
+        std::replace(name.begin(), name.end(), '/', ':');
+        if (picture.isIn(ProjectView::Hfs) && name == background)
+            now.background = PathOnPc(picture);
+    }
     return now;
 }
 

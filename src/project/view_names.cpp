@@ -113,14 +113,11 @@ void RedoRuns(ProjectFile& project, bool isHfsPlus, Make make) {
     });
 }
 
-bool KeepsNameInHeader(const ProjectRecord& record) {
-    return record.macBinary() || record.binHex();
-}
-
 // What an HFS name is in an HFS+ project, and whether the field holds it.
 std::string HfsPlusFormOf(ProjectRecord& record) {
     const bool isLocked = record.hfsNameLocked();
-    const bool fromSource = !record.sourceName().empty() && !isLocked && !KeepsNameInHeader(record);
+    const bool fromSource =
+        !record.sourceName().empty() && !isLocked && !HasNameInContainer(record);
     if (!fromSource) {
         const NarrowName name = MacNameInHfsPlusProject(record.hfsName());
         record.setUnicodeOnDisk(!isLocked && !name.isExact);
@@ -137,13 +134,27 @@ std::string HfsPlusFormOf(ProjectRecord& record) {
 // hold it.
 std::string HfsFormOf(ProjectRecord& record) {
     const bool isCopy = record.unicodeOnDisk() && !record.hfsNameLocked();
-    record.setUnicodeOnDisk(isCopy && KeepsNameInHeader(record));
-    const bool fromSource = isCopy && !record.sourceName().empty() && !KeepsNameInHeader(record);
+    record.setUnicodeOnDisk(isCopy && HasNameInContainer(record));
+    const bool fromSource = isCopy && !record.sourceName().empty() && !HasNameInContainer(record);
     const std::u16string name = NarrowToWide(fromSource ? record.sourceName() : record.hfsName());
     return CutName(PcToMacName(name).bytes, kHfsNameLimit);
 }
 
 }  // namespace
+
+bool HasNameInContainer(const ProjectRecord& record) {
+    return record.macBinary() || record.binHex();
+}
+
+bool IsNamedByDisk(const ProjectRecord& record, bool isHfsPlus) {
+    if (record.hfsNameLocked())
+        return false;
+    if (record.unicodeOnDisk() || record.coding() == ForkCoding::NamedStreams)
+        return true;
+    // A project that was made when an 8.3 name was all that the record could hold.
+    return record.shortNameFlag() && !HasNameInContainer(record) &&
+           (isHfsPlus || record.hfsName() == record.sourceName());
+}
 
 NarrowName MacNameInHfsPlusProject(std::string_view macName) {
     std::u16string wide = MacNameToWide(macName);

@@ -63,6 +63,11 @@ struct NarrowName {
 };
 [[nodiscard]] NarrowName MacNameInHfsPlusProject(std::string_view macName);
 
+/// A container names its file, whatever it is called on the disk.
+[[nodiscard]] bool HasNameInContainer(const ProjectRecord& record);
+/// Whether the HFS name of a record is a copy to work with: what it stands for is on the disk.
+[[nodiscard]] bool IsNamedByDisk(const ProjectRecord& record, bool isHfsPlus);
+
 /// Makes all HFS names anew after the project became an HFS+ one: from the source names, and by
 /// mapping from MacRoman for the label and for names that did not come from the source name.
 void RedoNamesForHfsPlus(ProjectFile& project);

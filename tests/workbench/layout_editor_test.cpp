@@ -172,6 +172,24 @@ shows => .!Background
     EXPECT_EQ(project.childrenOf(kRootFolder).size(), 7u);
 }
 
+// Such names are on the disc as they are on the PC, though the project knows shorter ones alone.
+TEST_F(LayoutEditor, NamesOfAllAlphabetsAreFoundAgain) {
+    play(R"(
+file 日本.txt => a
+file 海:.jpg => b
+folder 北
+0 new disc.vlpr --label Disc --hfsplus
+0! add disc.vlpr 日本.txt
+0 dsstore disc.vlpr --background 海:.jpg --place 日本.txt=33,44 --output 北/a
+0 dsstore disc.vlpr --icon-size 32 --place 日本.txt=55,66
+0 dsstore --show disc.DS_Store => 55,66  日本.txt
+shows => Background: 海:.jpg
+0 build disc.vlpr -o disc.iso
+0 ls disc.iso .!Background --as hfs => 海:.jpg
+0 ls disc.iso --as hfs == .!Background\n.DS_Store\n日本.txt\n
+)");
+}
+
 // What bytes say of a picture's size is no reason to make room for it.
 TEST_F(LayoutEditor, PicturesAreReadWithinBounds) {
     class Nothing : public Progress {

@@ -72,7 +72,7 @@ ItemPane::ItemPane(DsStoreLayout& layout, Language language, QWidget* owner)
     note_->setTextFormat(Qt::PlainText);
     note_->setWordWrap(true);
     note_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    note_->setFixedWidth(note_->fontMetrics().averageCharWidth() * kNoteWidth);
+    note_->setMinimumWidth(note_->fontMetrics().averageCharWidth() * kNoteWidth);
     auto* const buttons = new QHBoxLayout;
     const auto addButton = [&](const char* name, int caption, auto run) {
         auto* const button = new QPushButton(Words(caption, language), this);

@@ -164,13 +164,17 @@ QComboBox* TDS_Store::newSizeList(const char* name, int caption, std::span<const
 }
 
 QBoxLayout* TDS_Store::newSizes() {
-    auto* const line = new QHBoxLayout;
-    const auto add = [&](int caption, QWidget* field) {
-        line->addWidget(new QLabel(window_.text(caption), this));
-        line->addWidget(field);
+    auto* const sizes = new QHBoxLayout;
+    const auto add = [&](QHBoxLayout& line, int caption, QWidget* field) {
+        line.addWidget(new QLabel(window_.text(caption), this));
+        line.addWidget(field);
     };
-    add(kTextIconSize,
+    add(*sizes, kTextIconSize,
         newSizeList("TailleIcones", kTextIconSize, kIconSizes, &DsStoreLayout::iconSize));
+    sizes->addSpacing(fontMetrics().averageCharWidth() * 2);
+    add(*sizes, kTextTextSize,
+        newSizeList("TailleTexte", kTextTextSize, kTextSizes, &DsStoreLayout::textSize));
+    sizes->addStretch(1);
     auto* const spacing = new QSlider(Qt::Horizontal, this);
     spacing->setObjectName(QStringLiteral("Espacement"));
     spacing->setAccessibleName(window_.text(kTextSpacing));
@@ -182,11 +186,13 @@ QBoxLayout* TDS_Store::newSizes() {
         layout().spacing = static_cast<std::size_t>(value);
         placeAnew();
     });
-    add(kTextSpacing, spacing);
-    add(kTextTextSize,
-        newSizeList("TailleTexte", kTextTextSize, kTextSizes, &DsStoreLayout::textSize));
-    line->setStretchFactor(spacing, 1);
-    return line;
+    auto* const both = new QVBoxLayout;
+    both->addLayout(sizes);
+    auto* const room = new QHBoxLayout;
+    add(*room, kTextSpacing, spacing);
+    room->setStretchFactor(spacing, 1);
+    both->addLayout(room);
+    return both;
 }
 
 void TDS_Store::makeIconList() {
