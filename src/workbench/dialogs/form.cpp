@@ -59,24 +59,26 @@ void FormDialog::addFact(int caption, const QString& value) {
 }
 
 void FormDialog::addFact(const QString& caption, const QString& value) {
-    QWidget* shown = nullptr;
+    QWidget* const shown = newFact(value);
+    form_->addRow(caption, shown);
+    shown->setAccessibleName(caption + u' ' + value);
+}
+
+QWidget* FormDialog::newFact(const QString& value) {
     if (fontMetrics().horizontalAdvance(value) <=
         fontMetrics().averageCharWidth() * kMostFactCharacters) {
         auto* const label = new QLabel(value, this);
         label->setTextFormat(Qt::PlainText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-        shown = label;
-    } else {
-        // A path can be wider than the screen.
-        auto* const line = new QLineEdit(value, this);
-        line->setReadOnly(true);
-        line->setMinimumWidth(fontMetrics().averageCharWidth() * kMostFactCharacters);
-        line->setToolTip(value);
-        line->setCursorPosition(0);
-        shown = line;
+        return label;
     }
-    form_->addRow(caption, shown);
-    shown->setAccessibleName(caption + u' ' + value);
+    // A path can be wider than the screen.
+    auto* const line = new QLineEdit(value, this);
+    line->setReadOnly(true);
+    line->setMinimumWidth(fontMetrics().averageCharWidth() * kMostFactCharacters);
+    line->setToolTip(value);
+    line->setCursorPosition(0);
+    return line;
 }
 
 void FormDialog::addMegabytes(int caption, std::uint64_t discSectors) {

@@ -27,6 +27,8 @@ class FormDialog : public QDialog {
     /// A row with a text to be read.
     void addFact(int caption, const QString& value);
     void addFact(const QString& caption, const QString& value);
+    /// The widget of such a row: a text that fits is a label, a longer one can be gone through.
+    [[nodiscard]] QWidget* newFact(const QString& value);
     /// A size with one digit behind the point, as the language has it.
     void addMegabytes(int caption, std::uint64_t discSectors);
     /// A text below the rows above it, as wide as they are.

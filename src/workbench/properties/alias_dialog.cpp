@@ -1,7 +1,7 @@
 #include "workbench/properties/alias_dialog.hpp"
 
-#include <QLineEdit>
 #include <QPushButton>
+#include <QWidget>
 #include <utility>
 
 #include "containers/alias_record.hpp"
@@ -46,15 +46,15 @@ class AliasDialog final : public FormDialog {
                 QWidget* owner)
         : FormDialog("alias", Words(kTextTitle, language), language, owner) {
         const QString path = ToQString(Printable(alias.macPath));
-        auto* const pathField = newFact("AccessPath", ShownPath(path));
+        auto* const pathField = newNamedFact("AccessPath", ShownPath(path));
         pathField->setToolTip(path);
         addIdleButton(pathField, kTextAccessPath, "Browse", kTextBrowse);
-        addIdleButton(newFact("TargetFile", ToQString(Printable(alias.targetName))),
+        addIdleButton(newNamedFact("TargetFile", ToQString(Printable(alias.targetName))),
                       kTextTargetFile, "Align", kTextAlign);
         addRow(words(kTextTargetFolder),
-               newFact("TargetFolder", ToQString(Printable(alias.parentName))));
+               newNamedFact("TargetFolder", ToQString(Printable(alias.parentName))));
         addRow(words(kTextTargetVolume),
-               newFact("TargetVolume", ToQString(Printable(alias.volumeName))));
+               newNamedFact("TargetVolume", ToQString(Printable(alias.volumeName))));
         addTarget(target);
         for (const Reason& problem : {alias.problem, target.problem})
             if (problem)
@@ -64,13 +64,10 @@ class AliasDialog final : public FormDialog {
     }
 
   private:
-    QLineEdit* newFact(const char* name, const QString& value) {
-        auto* const field = new QLineEdit(value, this);
-        field->setObjectName(QLatin1String(name));
-        field->setReadOnly(true);
-        field->setMinimumWidth(fontMetrics().averageCharWidth() * kFactCharacters);
-        field->setCursorPosition(0);
-        return field;
+    QWidget* newNamedFact(const char* name, const QString& value) {
+        QWidget* const fact = newFact(value);
+        fact->setObjectName(QLatin1String(name));
+        return fact;
     }
 
     // What would change the record has its place and no use.
@@ -88,15 +85,14 @@ class AliasDialog final : public FormDialog {
             return;
         }
         const std::string path = target.path.empty() ? "/" : target.path;
-        auto* const button = addRowWithButton(
-            Words(Sentence::kAliasHere, language()), newFact("Here", ToQString(Printable(path))),
-            "GoThere", Words(Sentence::kAliasGoThere, language()));
+        auto* const button =
+            addRowWithButton(Words(Sentence::kAliasHere, language()),
+                             newNamedFact("Here", ToQString(Printable(path))), "GoThere",
+                             Words(Sentence::kAliasGoThere, language()));
         button->setDefault(true);
         button->setFocus();
         connect(button, &QPushButton::clicked, this, [this] { done(kGoThere); });
     }
-
-    static constexpr int kFactCharacters = 40;
 };
 
 }  // namespace
