@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 #include "containers/alias_record.hpp"
 #include "containers/hfs_plus_name.hpp"
@@ -25,19 +26,14 @@ void PutName(std::string_view name, std::uint8_t& length, std::array<char, Size>
     std::copy(name.begin(), name.end(), place.begin());
 }
 
-template <typename Record>
-void Append(std::vector<std::uint8_t>& bytes, const Record& record) {
-    const auto* const start = reinterpret_cast<const std::uint8_t*>(&record);
-    bytes.insert(bytes.end(), start, start + sizeof record);
-}
-
 void AppendEntry(std::vector<std::uint8_t>& bytes, AliasTag tag, std::string_view data) {
     AliasEntry entry;
     entry.tag = static_cast<std::uint16_t>(tag);
     entry.length = static_cast<std::uint16_t>(data.size());
-    Append(bytes, entry);
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    bytes.resize(bytes.size() + data.size() % 2);
+    const std::size_t at = bytes.size();
+    bytes.resize(at + sizeof entry + data.size() + data.size() % 2);
+    std::memcpy(bytes.data() + at, &entry, sizeof entry);
+    std::copy(data.begin(), data.end(), bytes.data() + at + sizeof entry);
 }
 
 std::string BigEndianNumber(std::uint32_t value) {
@@ -66,8 +62,9 @@ std::string WideName(std::string_view utf8) {
 std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
     const std::string volume = WideToMacName(Utf8ToWide(file.volume));
     const std::string name = WideToMacName(Utf8ToWide(file.name));
-    std::vector<std::uint8_t> entries;
-    const auto put = [&](AliasTag tag, std::string_view data) { AppendEntry(entries, tag, data); };
+    AliasHead head;
+    std::vector<std::uint8_t> alias(sizeof head);
+    const auto put = [&](AliasTag tag, std::string_view data) { AppendEntry(alias, tag, data); };
     put(AliasTag::ParentName, file.folder);
     put(AliasTag::ParentNumbers, BigEndianNumber(file.folderNumber));
     put(AliasTag::MacPath, volume + ":" + file.folder + ":" + name);
@@ -76,8 +73,7 @@ std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
     put(AliasTag::PosixPath, "/" + file.folder + "/" + file.name);
     put(AliasTag::MountPoint, "/Volumes/" + file.volume);
     put(AliasTag::End, {});
-    AliasHead head;
-    head.recordSize = static_cast<std::uint16_t>(sizeof head + entries.size());
+    head.recordSize = static_cast<std::uint16_t>(alias.size());
     head.version = kAliasVersion;
     PutName(volume, head.volumeNameLength, head.volumeName);
     head.volumeCreated = file.now;
@@ -92,9 +88,7 @@ std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
     head.levelsFrom = kAliasLevelsUnknown;
     head.levelsTo = kAliasLevelsUnknown;
     head.volumeAttributes = kVolumeAttributes;
-    std::vector<std::uint8_t> alias;
-    Append(alias, head);
-    alias.insert(alias.end(), entries.begin(), entries.end());
+    std::memcpy(alias.data(), &head, sizeof head);
     return alias;
 }
 
