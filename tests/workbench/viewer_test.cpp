@@ -139,15 +139,28 @@ TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
 0 put disk.hfs rsrc
 0 swap disk.hfs rsrc
 )");
+    std::filesystem::create_directory("all");
     plays(R"(
 > open $PWD/disk.hfs
 > rows rsrc
-> menu Aff1 | give Arb | keys Right | keys Down | give SBin | file one.res | give SHex | file one.hex | cancel
+> menu Aff1 | give Arb | keys Right | keys Down | give SBin | file one.res | give SHex | file one.hex | give SVue | file one.txt | give TVue | file all | close | give Ress | give SVue | cancel
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
 ! Binary Resource Saving
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
 ! Hexadecimal Resource Saving
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Save Picture or Text
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! Save All Resources
+! Resources saved in $PWD/all: 1
+! rsrc (Resource, length: 75 bytes)[Vellmark]
+! SVue is off
+> rows
+> menu Aff1 | read PanneauSecteur | give Att1 | cancel
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+= 0
+! Att1 is off
+> rows rsrc
 > menu Aff1 | give Act1 | close | give Image | give Act1 | close | give Go1 | set Secteur=2 | press OK | give Act1 | press Go2 | give Act1 | press go_poscat1 | read PanneauSecteur | give Act1 | press AffTree | press go_racine | read PanneauSecteur | give Act1 | close | give Reculer | give Reculer | read PanneauSecteur | cancel
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
 ! Unable to identify the sector.
@@ -170,6 +183,8 @@ TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
 = 98
 )");
     EXPECT_EQ(test::Bytes("one.res"), "hello");
+    EXPECT_EQ(test::Bytes("one.txt"), "hello");
+    EXPECT_EQ(test::Bytes("all/TEXT 0x0080.txt"), "hello");
     EXPECT_EQ(test::Bytes("one.hex").substr(0, 25), "00000000  68 65 6c 6c 6f ");
 }
 

@@ -60,7 +60,7 @@ constexpr CommandRow kRows[] = {
     {"RSig", 2059, 2259, "", kProjects, ReplaceSignature, kNeedsQuiet, ReplaceSignatureOfFiles},
     {"MPC1", 2049, 2249, "", "V", CopyOut, kNeedsAnything | kNeedsQuiet, CopySelectedOut},
     {"PCM1", 2050, 2250, "", "V", CopyIn, kNeedsQuiet, CopyFilesIn},
-    {"Aff1", 2052, 2252, "", "V", ShowContents, kNeedsItem | kNeedsQuiet, vellmark::ShowContents},
+    {"Aff1", 2052, 2252, "", "V", ShowContents, kNeedsQuiet, vellmark::ShowContents},
     {"SAll", 2057, 2257, "Ctrl+A", kAll, {}, 0, SelectAll},
     {"Inv", 2058, 2258, "", kAll, {}, 0, InvertSelection},
     // Special
@@ -137,7 +137,7 @@ constexpr CommandRow kRows[] = {
     {"CPC1", 2049, 2249, "", "V", CopyOut, kNeedsAnything | kNeedsQuiet, CopySelectedOut},
     {"SuppPart", 2046, 2246, "", "V", Delete, kNeedsItem | kNeedsQuiet, DeleteSelected},
     {"RenPart", 2047, 2247, "", "V", Rename, kNeedsItem | kNeedsQuiet, RenameSelected},
-    {"AffPart", 2052, 2252, "", "V", ShowContents, kNeedsItem | kNeedsQuiet, vellmark::ShowContents},
+    {"AffPart", 2052, 2252, "", "V", ShowContents, kNeedsQuiet, vellmark::ShowContents},
     {"AttrPart", 2053, 2253, "", "V", Properties, kNeedsItem | kNeedsQuiet, ShowItemProperties},
     {"DrPart", 2055, 2255, "", "V", Drop, kNeedsPaste | kNeedsQuiet, Paste},
     {"MdPart1", 2051, 2251, "", "V", MakeFolder, kNeedsQuiet, MakeNewFolder},

@@ -12,8 +12,11 @@ constexpr int kTextNullLength = 1409;
 
 }  // namespace
 
-// One selected item after the other: folders are opened as a double click does it.
+// One selected item after the other: folders are opened as a double click does it. With nothing
+// selected, or the volume itself, the image.
 void ShowContents(TVellmark& window) {
+    if (!window.selection().hasItem())
+        return ViewImage(window);
     for (const CatalogItem& item : SelectedVolumeItems(window)) {
         if (item.isFolder)
             window.showFolder(static_cast<std::int32_t>(item.id));

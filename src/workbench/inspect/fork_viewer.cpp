@@ -104,7 +104,9 @@ void TMacDump::makeFileMenu() {
     image.setStatusTip(Words(Sentence::kWholeImageHint, language()));
     add(ViewedFork::Image, image);
     menu.addSeparator();
-    addCommand(menu, {"Att1", 3003, 3103, {}, "properties"}, [this] { showProperties(); });
+    addCommand(menu, {"Att1", 3003, 3103, {}, "properties"}, [this] {
+        showProperties();
+    }).setEnabled(file_.firstFork() != ViewedFork::None);
     ofPages_.push_back(
         &addCommand(menu, {"Imp1", 3005, 3105, QKeySequence(QStringLiteral("Ctrl+Alt+P")), "print"},
                     [this] { print(); }));
@@ -185,9 +187,11 @@ void TMacDump::makeOptionMenu() {
 
 int TMacDump::view() {
     const ViewedFork first = file_.firstFork();
-    if (first == ViewedFork::None)
-        return kNoMore;
-    showFork(first);
+    return first == ViewedFork::None ? kNoMore : viewFrom(first);
+}
+
+int TMacDump::viewFrom(ViewedFork fork) {
+    showFork(fork);
     return exec();
 }
 
@@ -255,6 +259,10 @@ void TMacDump::saveSegment() {
 
 int ViewForks(TVellmark& window, const CatalogItem& file) {
     return TMacDump(window, file).view();
+}
+
+void ViewImage(TVellmark& window) {
+    (void)TMacDump(window, {}).viewFrom(ViewedFork::Image);
 }
 
 }  // namespace vellmark

@@ -28,10 +28,13 @@ class TMacDump final : public WorkDialog {
     static constexpr int kNextFile = 0;
     static constexpr int kNoMore = 2;
 
+    /// An item without forks stands for none: then there is the image alone.
     TMacDump(TVellmark& window, const CatalogItem& item);
 
     /// Shows the file until the person has seen enough of it.
     int view();
+    /// The same, of what there is the given fork first.
+    int viewFrom(ViewedFork fork);
     void reject() override;
 
   protected:
@@ -111,5 +114,7 @@ class TMacDump final : public WorkDialog {
 
 /// Shows the forks of a file; how the viewer ended.
 int ViewForks(TVellmark& window, const CatalogItem& file);
+/// Shows the image of the open volume.
+void ViewImage(TVellmark& window);
 
 }  // namespace vellmark

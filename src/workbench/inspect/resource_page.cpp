@@ -171,7 +171,7 @@ void ResourcePage::save(ResourceForm form) {
 }
 
 void ResourcePage::saveAll(ResourceForm form) {
-    SaveAllResources({window_, this, look_, *fork_, tree_, style_}, commands_.last()->text(), form);
+    SaveAllResources({window_, this, look_, *fork_, tree_, style_}, form);
 }
 
 }  // namespace vellmark

@@ -85,10 +85,10 @@ void SaveResource(const ResourceSaving& saving, const ResourceType& type, const 
                 });
 }
 
-void SaveAllResources(const ResourceSaving& saving, const QString& title, ResourceForm form) {
+void SaveAllResources(const ResourceSaving& saving, ResourceForm form) {
     TVellmark& window = saving.window;
     const QString chosen = QFileDialog::getExistingDirectory(
-        saving.owner, title,
+        saving.owner, Words(Sentence::kSaveAllResources, window.language()),
         QFile::decodeName(
             KeptFolder(window.state().store, setting::kCopyFolder, ToPath(QDir::homePath()))
                 .c_str()));

@@ -20,6 +20,6 @@ struct ResourceSaving {
 void SaveResource(const ResourceSaving& saving, const ResourceType& type, const Resource& resource,
                   ResourceForm form);
 /// Asks for a folder and saves all of them there, a file for each.
-void SaveAllResources(const ResourceSaving& saving, const QString& title, ResourceForm form);
+void SaveAllResources(const ResourceSaving& saving, ResourceForm form);
 
 }  // namespace vellmark

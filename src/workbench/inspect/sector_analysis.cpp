@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTreeWidget>
@@ -61,6 +62,7 @@ class AnalysisForm final : public FormDialog {
                                           static_cast<qsizetype>(analysis.form.size())));
         tabs_ = new QTabWidget(this);
         tabs_->setAccessibleName(windowTitle());
+        tabs_->setUsesScrollButtons(false);
         for (const AnalysedPage& page : analysis.pages)
             addPage(page);
         // One page needs no tab.
@@ -244,6 +246,17 @@ class AnalysisForm final : public FormDialog {
     std::optional<SectorLink> chosen_;
 };
 
+// Beside the page, where the screen has room: its bytes are marked there.
+void PlaceBeside(QWidget& form, const QWidget& page) {
+    const QRect screen = page.screen()->availableGeometry();
+    const QRect taken = page.frameGeometry();
+    const int width = form.sizeHint().width();
+    if (taken.right() + width < screen.right())
+        form.move(taken.right() + 1, taken.top());
+    else if (taken.left() - width > screen.left())
+        form.move(taken.left() - width, taken.top());
+}
+
 }  // namespace
 
 void TMacDump::analyse(StructureCode as) {
@@ -272,6 +285,7 @@ void TMacDump::analyse(StructureCode as) {
 
 std::optional<SectorLink> ShowAnalysis(const AnalysisScene& scene, const Analysis& analysis) {
     AnalysisForm form(scene, analysis);
+    PlaceBeside(form, *scene.owner);
     (void)form.exec();
     scene.mark({});
     return form.chosen();
