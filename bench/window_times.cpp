@@ -1,6 +1,8 @@
 // Times the window beside a person: `start` ends when it has painted itself and shows what is open;
 // `work PROJECT FOLDER` opens a project, shows one of its folders, sorts it by each column and
-// looks at it through the other views, and prints a line for each: a name, a blank, milliseconds.
+// looks at it through the other views; `pages IMAGE` turns pages of the image of a volume. Both
+// print a line for each: a name, a blank, milliseconds.
+#include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QHeaderView>
@@ -14,6 +16,7 @@
 #include "session/program.hpp"
 #include "session/session_state.hpp"
 #include "workbench/commands/handlers.hpp"
+#include "workbench/inspect/fork_viewer.hpp"
 #include "workbench/main_window/main_window.hpp"
 
 namespace vellmark {
@@ -51,15 +54,26 @@ void Work(TVellmark& window, const char* project, const char* folder) {
     std::cout << "rows " << window.rowCount() << '\n';
 }
 
+void Pages(TVellmark& window, const char* image) {
+    window.openPath(image);
+    TMacDump viewer(window, {});
+    QTimer::singleShot(0, &viewer, [&] {
+        for (const char* name : {"Fin", "Hom", "Prec"})
+            Time(name, [&] { viewer.findChild<QAction*>(QLatin1String(name))->trigger(); });
+        viewer.reject();
+    });
+    (void)viewer.viewFrom(ViewedFork::Image);
+}
+
 int Run(int argc, char** argv, CommandContext& context) {
     const QApplication application(argc, argv);
-    const bool works = argc == 4 && std::string_view(argv[1]) == "work";
+    const std::string_view what = argc > 2 ? argv[1] : "start";
     return RunInSession({}, context, [&](CommandContext& running) {
         TVellmark window(running);
         window.show();
         window.start({});
-        if (works) {
-            Work(window, argv[2], argv[3]);
+        if (what == "work" || what == "pages") {
+            what == "work" ? Work(window, argv[2], argv[3]) : Pages(window, argv[2]);
             return 0;
         }
         QTimer::singleShot(0, &window, [] { QApplication::quit(); });

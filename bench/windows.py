@@ -5,19 +5,21 @@ import statistics
 import subprocess
 import sys
 
+import inspection
 import trees
 from measure import Contender, ROUNDS, race, run_once, verdict
 
 RECORD_BYTES = 756
 FOLDERS, IN_FOLDERS, IN_ONE = 300, 30_000, 20_000
 ONE = "one"
-START_SECONDS, START_RATIO, STEP_MS, MEMORY_MIB = 0.4, 3, 100, 80
+START_SECONDS, START_RATIO, STEP_MS, PAGE_MS, MEMORY_MIB = 0.4, 3, 100, 20, 80
 STEPS = {"open": "the project opened, its file read", "again": "shown again, as after a change",
          "folder": "the folder shown", "column0": "sorted by name", "column1": "by type",
          "column2": "by data", "column3": "by resources", "column4": "by creation",
          "column5": "by modification", "column6": "by signature", "select": "all selected",
          "resort": "sorted with all selected", "hfs": "HFS view", "iso": "ISO view",
          "hybrid": "hybrid view"}
+PAGES = {"Fin": "the last page", "Hom": "the first page again", "Prec": "the previous one"}
 
 
 def environment(place):
@@ -54,27 +56,42 @@ def project_of(vellmark, place):
     return project
 
 
+def median_times(steps, words, place):
+    """{step: median ms} of what a program prints in a process of each round, and its peak KiB."""
+    times, peak = {name: [] for name in steps}, 0
+    command = Contender("steps", lambda *_: words)
+    for _ in range(ROUNDS):
+        peak = max(peak, run_once(command, place, place / "none")[2])
+        said = subprocess.run(words, check=True, capture_output=True, text=True).stdout
+        for name, value in (line.split() for line in said.splitlines()):
+            if name in times:
+                times[name].append(float(value))
+    return {name: statistics.median(each) for name, each in times.items()}, peak
+
+
+def print_times(steps, times, limit, unlimited=()):
+    print("| | median ms |")
+    print("|---|---:|")
+    for name, words in steps.items():
+        late = name not in unlimited and times[name] > limit
+        print(f"| {words} | {times[name]:.1f}{' **missed**' if late else ''} |")
+
+
+def pages(programs, vellmark, place):
+    """A person who turns to pages far from each other."""
+    image, _ = inspection.volume(vellmark, place)
+    times, _ = median_times(PAGES, [programs / "window_times", "pages", image], place)
+    print("\n### Pages of an image of 800 MB\n")
+    print_times(PAGES, times, PAGE_MS)
+    print(f"\n- each at most {PAGE_MS} ms")
+
+
 def work(programs, vellmark, place):
     """What a person waits for, in one process each round."""
     project = project_of(vellmark, place)
-    times = {name: [] for name in STEPS}
-    output = place / "none"
-    command = Contender("work", lambda *_: [programs / "window_times", "work", project, ONE])
-    peak = 0
-    for _ in range(ROUNDS):
-        peak = max(peak, run_once(command, place, output)[2])
-        said = subprocess.run(command.command(), check=True, capture_output=True, text=True).stdout
-        for line in said.splitlines():
-            name, value = line.split()
-            if name in times:
-                times[name].append(float(value))
+    times, peak = median_times(STEPS, [programs / "window_times", "work", project, ONE], place)
     print(f"\n### A project of {IN_FOLDERS + IN_ONE:,} files, a folder of {IN_ONE:,}\n")
-    print("| | median ms |")
-    print("|---|---:|")
-    for name, words in STEPS.items():
-        late = name != "open" and statistics.median(times[name]) > STEP_MS
-        print(f"| {words} | {statistics.median(times[name]):.1f}"
-              f"{' **missed**' if late else ''} |")
+    print_times(STEPS, times, STEP_MS, {"open"})
     limit = MEMORY_MIB + 2 * project.stat().st_size / (1 << 20)
     print(f"\n- each at most {STEP_MS} ms after the file is read; "
           f"peak memory {verdict(peak / 1024, limit)} MiB")
@@ -87,3 +104,4 @@ def run(vellmark, place):
     programs = vellmark.parent / "bench"
     start(programs, place)
     work(programs, vellmark, place)
+    pages(programs, vellmark, place)
