@@ -143,7 +143,7 @@ TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
     plays(R"(
 > open $PWD/disk.hfs
 > rows rsrc
-> menu Aff1 | give Arb | keys Right | keys Down | give SBin | file one.res | give SHex | file one.hex | give SVue | file one.txt | give TVue | file all | close | give Ress | give SVue | cancel
+> menu Aff1 | give Arb | keys Down | give SBin | file one.res | give SHex | file one.hex | give SVue | file one.txt | give TVue | file all | close | give Ress | give SVue | cancel
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
 ! Binary Resource Saving
 ! rsrc (Resource, length: 75 bytes)[Vellmark]

@@ -135,6 +135,7 @@ void ResourcePage::fillTree() {
         types << item;
     }
     list_->addTopLevelItems(types);
+    list_->expandToDepth(0);
     if (!types.isEmpty())
         list_->setCurrentItem(types.first());
 }
