@@ -1,10 +1,13 @@
 #include "layout/finder_layout.hpp"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <utility>
 
+#include "layout/binary_plist.hpp"
 #include "support/endian.hpp"
 
 namespace vellmark {
@@ -12,6 +15,7 @@ namespace vellmark {
 namespace {
 
 constexpr std::u16string_view kFolderItself = u".";
+constexpr int kMostCoordinate = 32767;
 
 // --- The grid.
 
@@ -167,6 +171,68 @@ void TakeWindow(const StoreRecord& record, StoredLayout& stored) {
     }
 }
 
+// --- What newer systems say in lists of entries.
+
+template <std::size_t kCount>
+bool TakeNearest(const std::array<int, kCount>& values, const PlistValue* entry,
+                 std::size_t& index) {
+    const auto number = entry ? entry->number() : std::nullopt;
+    if (!number)
+        return false;
+    const auto away = [&number](int value) { return std::abs(value - *number); };
+    const auto nearest = std::min_element(
+        values.begin(), values.end(), [&](int one, int other) { return away(one) < away(other); });
+    index = static_cast<std::size_t>(nearest - values.begin());
+    return away(*nearest) == 0;
+}
+
+// `{{200, 120}, {640, 420}}`: the second counts from the bottom of a screen whose height nobody
+// knows, so the window stands at the top where it stands by default.
+void TakeBounds(const PlistValue* entry, DsStoreLayout& layout) {
+    const std::string* const text = entry ? entry->text() : nullptr;
+    std::array<int, 4> numbers{};
+    std::size_t at = 0;
+    for (int& number : numbers) {
+        at = text ? text->find_first_of("-0123456789", at) : std::string::npos;
+        if (at == std::string::npos)
+            return;
+        const char* const end = text->data() + text->size();
+        const auto [next, error] = std::from_chars(text->data() + at, end, number);
+        if (error != std::errc() || std::abs(number) > kMostCoordinate)
+            return;
+        // What stands behind a decimal point is not another number.
+        at = text->find_first_of(",}", static_cast<std::size_t>(next - text->data()));
+    }
+    layout.left = numbers[0];
+    layout.setWidth(numbers[2]);
+    layout.setHeight(numbers[3]);
+}
+
+void TakeIconView(const PlistValue& list, StoredLayout& stored) {
+    DsStoreLayout& layout = stored.layout;
+    if (!stored.hasIcons) {
+        const bool isSize = TakeNearest(kIconSizes, list.entry("iconSize"), layout.iconSize);
+        const bool isRoom = TakeNearest(kSpacings, list.entry("gridSpacing"), layout.spacing);
+        stored.hasIcons = isSize && isRoom;
+    }
+    if (!stored.hasTexts)
+        stored.hasTexts = TakeNearest(kTextSizes, list.entry("textSize"), layout.textSize);
+    const PlistValue* const alias = list.entry("backgroundImageAlias");
+    if (stored.background.empty() && alias && alias->bytes())
+        stored.background = *alias->bytes();
+}
+
+// They count where the older records are missing.
+void TakeList(const StoreRecord& record, StoredLayout& stored) {
+    if (record.name != kFolderItself || (record.id != "bwsp" && record.id != "icvp"))
+        return;
+    const auto list = ReadBinaryPlist(record.value);
+    if (list && record.id == "icvp")
+        TakeIconView(*list, stored);
+    else if (list && !stored.hasWindow)
+        TakeBounds(list->entry("WindowBounds"), stored.layout);
+}
+
 }  // namespace
 
 IconGrid GridOf(std::size_t textSize, std::size_t iconSize, std::size_t spacing) {
@@ -238,6 +304,8 @@ StoredLayout LayoutOf(std::span<const StoreRecord> records) {
             stored.layout.items.back().isFolder = true;
         }
     }
+    for (const StoreRecord& record : records)
+        TakeList(record, stored);
     return stored;
 }
 

@@ -61,13 +61,14 @@ void SwapItems(DsStoreLayout& layout, std::size_t one, std::size_t other);
 [[nodiscard]] std::vector<StoreRecord> RecordsOf(const DsStoreLayout& layout,
                                                  std::span<const std::uint8_t> background);
 
-/// What records say of a layout; what they do not say is as it is by default.
+/// What records say of a layout; what they do not say is as it is by default. Of what newer systems
+/// say the nearest is taken.
 struct StoredLayout {
     DsStoreLayout layout;
     std::vector<std::uint8_t> background;  ///< alias of the picture, none for none
     bool hasWindow = false;                ///< the edges were there
-    bool hasIcons = false;                 ///< the size of icons and their spacing
-    bool hasTexts = false;                 ///< the size of texts
+    bool hasIcons = false;                 ///< the size of icons and their spacing, exactly
+    bool hasTexts = false;                 ///< the size of texts, exactly
 };
 [[nodiscard]] StoredLayout LayoutOf(std::span<const StoreRecord> records);
 

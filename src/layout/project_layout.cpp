@@ -30,16 +30,17 @@ std::string HfsNameOf(const ProjectFile& project, const ProjectRecord& record) {
 }
 
 // The name that the item will have on the disc, which the record may only have a copy of.
-std::u16string CatalogNameOf(const ProjectRecord& record) {
+std::u16string CatalogNameOf(const ProjectRecord& record, PcPathResolver& resolver) {
     if (IsNamedByDisk(record, true) && !HasNameInContainer(record)) {
-        const std::string path = PcPathResolver().resolve(record.accessPath(), record.sourceName());
+        const std::string path = resolver.resolve(record.accessPath(), record.sourceName());
         if (!path.empty())
             return PcToHfsPlusName(Utf8ToWide(path.substr(path.find_last_of('/') + 1))).units;
     }
     return AnsiToHfsPlusName(ReplaceChars(record.hfsName(), kMacForbiddenChars));
 }
 std::string ShownCatalogName(const ProjectRecord& record) {
-    return WideToUtf8(HfsPlusNameToWide(CatalogNameOf(record)));
+    PcPathResolver resolver;
+    return WideToUtf8(HfsPlusNameToWide(CatalogNameOf(record, resolver)));
 }
 
 const ProjectRecord* ItemNamed(const ProjectFile& project, std::int32_t folder,
@@ -60,9 +61,10 @@ std::string PathOnPc(const ProjectRecord& record) {
 
 std::vector<PlacedItem> ItemsOfRoot(const ProjectFile& project) {
     std::vector<PlacedItem> items;
+    PcPathResolver resolver;
     for (const ProjectRecord& record : project.childrenOf(kRootFolder))
         if (record.isIn(ProjectView::Hfs) && !HfsNameOf(project, record).starts_with('.'))
-            items.push_back({CatalogNameOf(record), record.isFolder(), 0, 0});
+            items.push_back({CatalogNameOf(record, resolver), record.isFolder(), 0, 0});
     return items;
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "layout/background_alias.hpp"
+#include "layout/binary_plist.hpp"
 #include "layout/finder_layout.hpp"
 
 namespace vellmark {
@@ -239,6 +240,67 @@ TEST(Layout, GridsKeepTheirRules) {
     for (std::size_t i = 0; i < 3; ++i)
         EXPECT_EQ(std::pair(narrow.items[i].x, narrow.items[i].y),
                   std::pair(95, 51 + 132 * static_cast<int>(i)));
+}
+
+Bytes FromDigits(std::string_view digits) {
+    Bytes bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2)
+        bytes.push_back(
+            static_cast<std::uint8_t>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16)));
+    return bytes;
+}
+
+// Lists that Python's plistlib wrote.
+TEST(Layout, NewerStoresAreReadFromTheirLists) {
+    const Bytes window = FromDigits(
+        "62706c6973743030d30102030405065b53686f77536964656261725c5369646562617257696474685c57696e64"
+        "6f"
+        "77426f756e64730810c05f10187b7b3230302c203132307d2c207b3634302c203432307d7d080f1b2835363800"
+        "00"
+        "000000000101000000000000000700000000000000000000000000000053");
+    const Bytes icons = FromDigits(
+        "62706c6973743030d90102030405060708090a0b0c0d0e0f10151659617272616e676542795f10146261636b67"
+        "72"
+        "6f756e64496d616765416c6961735e6261636b67726f756e64547970655b6772696453706163696e675869636f"
+        "6e"
+        "53697a655d6c6162656c4f6e426f74746f6d546c697374587465787453697a655178546e6f6e654f1014010101"
+        "01"
+        "01010101010101010101010101010101100223404600000000000023405200000000000009a411121314100113"
+        "ff"
+        "fffffffffffffe12000111706200e965e52340280000000000008004081b253c4b57606e737c7e839a9ca5aeaf"
+        "b4"
+        "b6bfc4c9d200000000000001010000000000000017000000000000000000000000000000d4");
+    EXPECT_EQ(
+        PlistText(*ReadBinaryPlist(icons)),
+        "{arrangeBy: none, backgroundImageAlias: <20>, backgroundType: 2, gridSpacing: 44, "
+        "iconSize: 72, labelOnBottom: true, list: [1, -2, 70000, \u00e9\u65e5], textSize: 12, "
+        "x: -}");
+    std::vector<StoreRecord> records = {{u".", "bwsp", "blob", window},
+                                        {u".", "icvp", "blob", icons}};
+    const StoredLayout stored = LayoutOf(records);
+    const DsStoreLayout& layout = stored.layout;
+    EXPECT_EQ(std::tuple(layout.left, layout.top, layout.right, layout.bottom),
+              std::tuple(200, 100, 840, 520));
+    EXPECT_EQ(std::tuple(layout.iconSize, layout.spacing, layout.textSize), std::tuple(3u, 3u, 1u));
+    EXPECT_EQ(std::tuple(stored.hasWindow, stored.hasIcons, stored.hasTexts),
+              std::tuple(false, false, true));
+    EXPECT_EQ(stored.background, Bytes(20, 1));
+    for (const StoreRecord& old : RecordsOf(DsStoreLayout(), {}))
+        records.push_back(old);
+    EXPECT_EQ(LayoutOf(records).layout.right, 450) << "the older records count";
+    std::mt19937 random(5);
+    for (int round = 0; round < 2000; ++round) {
+        Bytes bytes = round % 2 == 0 ? window : icons;
+        for (int i = 0; i < 1 + round % 4; ++i)
+            bytes[random() % bytes.size()] = static_cast<std::uint8_t>(random());
+        if (round % 7 == 0)
+            bytes.resize(random() % bytes.size());
+        (void)ReadBinaryPlist(bytes);
+    }
+    // A list of itself, twice on each level.
+    EXPECT_FALSE(ReadBinaryPlist(FromDigits(
+        "62706c6973743030a200000800000000000001010000000000000001000000000000000000000000000000"
+        "0b")));
 }
 
 TEST(Layout, AliasesNameThePicture) {

@@ -148,10 +148,13 @@ TEST_F(LayoutEditor, GoesIntoTheRootWithItsPicture) {
 ! $PWD/sea.jpg is needed as it is: the layout goes into another file.
 ! Creating a .DS_Store file in the project root
 ! Saving the .DS_Store file
-> menu dsstor | read Fond | read Icones | set Droite=700 | cancel
+> menu dsstor | read Fond | read Icones | set Droite=700 | press OK | file out/.DS_Store | no | cancel
 ! Creating a .DS_Store file in the project root
 = $PWD/sea.jpg
 = Sub,95,51 a.txt,279,222 b.txt,95,183
+! Saving the .DS_Store file
+! File/$PWD/out/.DS_Store/exists already on the medium./Do you want to overwrite it?
+! Creating a .DS_Store file in the project root
 > close
 )");
     play(R"(

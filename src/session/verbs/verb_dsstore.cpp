@@ -5,6 +5,7 @@
 
 #include "containers/hfs_plus_name.hpp"
 #include "layout/background_alias.hpp"
+#include "layout/binary_plist.hpp"
 #include "layout/project_layout.hpp"
 #include "project/project_properties.hpp"
 #include "session/file_modes.hpp"
@@ -72,6 +73,30 @@ std::optional<std::vector<int>> NumbersOf(std::string_view text) {
 
 // --- What a file says.
 
+// The entries of a list as newer systems keep them; of bytes their number.
+struct JsonOf {
+    nlohmann::ordered_json operator()(const PlistValue::Bytes& bytes) const {
+        return {{"sizeBytes", bytes.size()}};
+    }
+    nlohmann::ordered_json operator()(const PlistValue::List& list) const {
+        auto json = nlohmann::ordered_json::array();
+        for (const PlistValue& each : list)
+            json.push_back(std::visit(*this, each.value));
+        return json;
+    }
+    nlohmann::ordered_json operator()(const PlistValue::Entries& entries) const {
+        auto json = nlohmann::ordered_json::object();
+        for (const auto& [name, each] : entries)
+            json[name] = std::visit(*this, each.value);
+        return json;
+    }
+    nlohmann::ordered_json operator()(std::monostate) const { return nullptr; }
+    template <typename Plain>
+    nlohmann::ordered_json operator()(const Plain& value) const {
+        return value;
+    }
+};
+
 void PutJson(const std::vector<StoreRecord>& records, CommandContext& context) {
     const StoredLayout stored = LayoutOf(records);
     const DsStoreLayout& layout = stored.layout;
@@ -94,11 +119,14 @@ void PutJson(const std::vector<StoreRecord>& records, CommandContext& context) {
     for (const PlacedItem& item : layout.items)
         json["icons"].push_back({{"name", ShownName(item.name)}, {"x", item.x}, {"y", item.y}});
     json["records"] = nlohmann::ordered_json::array();
-    for (const StoreRecord& record : records)
+    for (const StoreRecord& record : records) {
         json["records"].push_back({{"name", ShownName(record.name)},
                                    {"id", record.id},
                                    {"type", record.type},
                                    {"sizeBytes", record.value.size()}});
+        if (const auto list = ReadBinaryPlist(record.value))
+            json["records"].back()["list"] = std::visit(JsonOf(), list->value);
+    }
     context.output << JsonText(json) << '\n';
 }
 
@@ -119,9 +147,12 @@ void PutText(const std::vector<StoreRecord>& records, CommandContext& context) {
         line(Reason(Sentence::kStoreBackground, Printable(FileOfAlias(stored.background))));
     for (const PlacedItem& item : layout.items)
         line(Reason(Sentence::kStoreIcon, item.x, item.y, ShownName(item.name)));
-    for (const StoreRecord& record : records)
+    for (const StoreRecord& record : records) {
         line(Reason(Sentence::kStoreRecord, Printable(record.id), Printable(record.type),
                     record.value.size(), ShownName(record.name)));
+        if (const auto list = ReadBinaryPlist(record.value))
+            context.output << "  " << PlistText(*list) << '\n';
+    }
 }
 
 int Show(const LayoutOptions& options, CommandContext& context) {

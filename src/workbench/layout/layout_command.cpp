@@ -95,7 +95,7 @@ std::optional<std::string> AskTarget(TVellmark& window, const ProjectLayout& lay
             messages.showMessage(Reason(Sentence::kStoreReplacesSource, Printable(path)));
             return std::nullopt;
         }
-    if (!AreSameFile(path, layout.file) && PcFactsOf(path).kind != PcKind::Missing &&
+    if (PcFactsOf(path).kind != PcKind::Missing &&
         !messages.askYesNo(Reason::Told(kTextOverwrite, Printable(path))))
         return std::nullopt;
     if (!MayMakeFile(path, true, messages))
