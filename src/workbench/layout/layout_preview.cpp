@@ -25,13 +25,17 @@ constexpr int kNameGap = 1;
 
 enum Grip : unsigned { kLeft = 1, kRight = 2, kTop = 4, kBottom = 8, kWhole = 16 };
 
+struct Side {
+    int at;
+    unsigned grip;
+};
 // Of two edges the nearer one.
-unsigned EdgeAt(int at, int low, int high, unsigned lowGrip, unsigned highGrip) {
-    const int toLow = std::abs(at - low);
-    const int toHigh = std::abs(at - high);
+unsigned EdgeAt(int at, const Side& low, const Side& high) {
+    const int toLow = std::abs(at - low.at);
+    const int toHigh = std::abs(at - high.at);
     if (std::min(toLow, toHigh) > kGripPixels)
         return 0;
-    return toHigh < toLow ? highGrip : lowGrip;
+    return toHigh < toLow ? high.grip : low.grip;
 }
 
 unsigned GripAt(const QPoint& at, const QRect& window) {
@@ -40,8 +44,9 @@ unsigned GripAt(const QPoint& at, const QRect& window) {
         window.normalized().adjusted(-kGripPixels, -kGripPixels, kGripPixels + 1, kGripPixels + 1);
     if (!reach.contains(at))
         return 0;
-    const unsigned edges = EdgeAt(at.x(), window.x(), window.x() + window.width(), kLeft, kRight) |
-                           EdgeAt(at.y(), window.y(), window.y() + window.height(), kTop, kBottom);
+    const unsigned edges =
+        EdgeAt(at.x(), {window.x(), kLeft}, {window.x() + window.width(), kRight}) |
+        EdgeAt(at.y(), {window.y(), kTop}, {window.y() + window.height(), kBottom});
     return edges != 0 ? edges : kWhole;
 }
 
@@ -133,9 +138,7 @@ void LayoutPreview::paintWindow(QPainter& painter, const QRect& window) {
     painter.setClipRect(shown);
     if (window.isValid()) {
         paintPicture(painter, window.topLeft());
-        painter.setPen(Qt::black);
-        for (const PlacedItem& item : layout_.items)
-            paintIcon(painter, item, window);
+        paintIcons(painter, window);
     }
     painter.restore();
     painter.setPen(QColor(0x60, 0x60, 0x60));
@@ -164,26 +167,27 @@ void LayoutPreview::paintPicture(QPainter& painter, const QPoint& corner) {
     painter.drawPixmap(corner, drawn_);
 }
 
-void LayoutPreview::paintIcon(QPainter& painter, const PlacedItem& item,
-                              const QRect& window) const {
+void LayoutPreview::paintIcons(QPainter& painter, const QRect& window) const {
     const int size = kIconSizes[layout_.iconSize] / kScale;
-    const IconGrid grid = GridOf(layout_.textSize, layout_.iconSize, layout_.spacing);
-    const QPoint middle = window.topLeft() + QPoint(item.x, item.y) / kScale;
-    QRect icon(0, 0, size, size);
-    icon.moveCenter(middle);
+    const int width = GridOf(layout_.textSize, layout_.iconSize, layout_.spacing).stepX / kScale;
     QFont letters = font();
     letters.setPixelSize(std::max(kLeastText, kTextSizes[layout_.textSize] / kScale));
     const QFontMetrics metrics(letters);
-    const int width = grid.stepX / kScale;
-    const QRect name(middle.x() - width / 2, icon.bottom() + kNameGap, width, metrics.height());
-    // Of thousands of icons few are in the window.
-    if (!icon.united(name).intersects(window))
-        return;
-    const ItemPicture picture{item.isFolder ? Picture::Folder : Picture::File};
-    icons_.icon(picture).paint(&painter, icon);
     painter.setFont(letters);
-    painter.drawText(name, Qt::AlignHCenter | Qt::AlignTop,
-                     metrics.elidedText(ShownName(item), Qt::ElideRight, width));
+    painter.setPen(Qt::black);
+    for (const PlacedItem& item : layout_.items) {
+        const QPoint middle = window.topLeft() + QPoint(item.x, item.y) / kScale;
+        QRect icon(0, 0, size, size);
+        icon.moveCenter(middle);
+        const QRect name(middle.x() - width / 2, icon.bottom() + kNameGap, width, metrics.height());
+        // Of thousands of icons few are in the window.
+        if (!icon.united(name).intersects(window))
+            continue;
+        const ItemPicture picture{item.isFolder ? Picture::Folder : Picture::File};
+        icons_.icon(picture).paint(&painter, icon);
+        painter.drawText(name, Qt::AlignHCenter | Qt::AlignTop,
+                         metrics.elidedText(ShownName(item), Qt::ElideRight, width));
+    }
 }
 
 void LayoutPreview::mousePressEvent(QMouseEvent* event) {

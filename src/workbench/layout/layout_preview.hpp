@@ -40,7 +40,7 @@ class LayoutPreview final : public QWidget {
     [[nodiscard]] QRect window() const;
     void paintWindow(QPainter& painter, const QRect& window);
     void paintPicture(QPainter& painter, const QPoint& corner);
-    void paintIcon(QPainter& painter, const PlacedItem& item, const QRect& window) const;
+    void paintIcons(QPainter& painter, const QRect& window) const;
 
     const DsStoreLayout& layout_;
     std::optional<BackgroundPicture> picture_;
