@@ -87,7 +87,7 @@ TEST_F(LayoutEditor, GeometryPlacesAnewAndOrderSwapsNames) {
     makeProject("--label Disc --hfsplus");
     plays(R"(
 > open $PWD/disc.vlpr
-> menu dsstor | select 2 | check Modifier | read Note | set PosVert=300 | set PosHoriz=77 | check Sauver | read Note | read Icones | check Monter | read Nom | read Icones | set PosVert=9 | check Cacher | read Icones | set Largeur=100 | read Droite | read Icones | set Hauteur=55 | read Bas | set Gauche=700 | read Largeur | set Espacement= | keys Home | read Icones | cancel
+> menu dsstor | set Icones= | select 2 | keys Return | read Note | set PosVert=300 | set PosHoriz=77 | check Sauver | read Note | read Icones | check Monter | read Nom | read Icones | set PosVert=9 | check Cacher | read Icones | set Largeur=100 | read Droite | read Icones | set Hauteur=55 | read Bas | set Gauche=700 | read Largeur | set Espacement= | keys Home | read Icones | cancel
 ! Creating a .DS_Store file in the project root
 = Save the settings by clicking the "Save" or "Hide Pane" button.
 = Load another file or folder by double clicking another item in the left list./Close the right pane by clicking the "Hide Pane" button.

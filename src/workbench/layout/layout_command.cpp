@@ -2,6 +2,7 @@
 // was edited.
 #include <QDir>
 #include <QFileDialog>
+#include <utility>
 
 #include "compiler/automatic_label.hpp"
 #include "project/project_properties.hpp"
@@ -53,9 +54,10 @@ bool BecomesHfsPlus(TVellmark& window) {
     return !refusal && ProjectOf(window) != nullptr;
 }
 
-EditedLayout Read(TVellmark& window) {
+// Nothing after a message.
+std::optional<EditedLayout> Read(TVellmark& window) {
     EditedLayout edited;
-    window.runJob(JobKind::Work, [&](Progress& progress) {
+    const bool isDone = window.runJob(JobKind::Work, [&](Progress& progress) {
         edited.project = LayoutOfProject(*ProjectOf(window), window.messages());
         if (edited.project.background.empty())
             return;
@@ -65,7 +67,7 @@ EditedLayout Read(TVellmark& window) {
         else
             edited.pictureProblem = picture.error();
     });
-    return edited;
+    return isDone ? std::optional(std::move(edited)) : std::nullopt;
 }
 
 // Where the layout is kept on the PC: where it is, else beside the project.
@@ -127,11 +129,13 @@ void ShowLayoutEditor(TVellmark& window) {
     }
     if (!BecomesHfsPlus(window))
         return;
-    EditedLayout edited = Read(window);
-    TDS_Store editor(window, edited);
+    std::optional<EditedLayout> edited = Read(window);
+    if (!edited)
+        return;
+    TDS_Store editor(window, *edited);
     while (editor.exec() == QDialog::Accepted) {
-        const auto path = AskTarget(window, edited.project);
-        if (path && (Keep(window, edited.project, *path) || !ProjectOf(window)))
+        const auto path = AskTarget(window, edited->project);
+        if (path && (Keep(window, edited->project, *path) || !ProjectOf(window)))
             break;
     }
 }

@@ -216,6 +216,7 @@ void TDS_Store::makeIconList() {
         list_->setColumnWidth(column, character * kPlaceWidth);
     list_->setMinimumWidth(character * (kNameWidth + 2 * kPlaceWidth));
     list_->setCurrentIndex(rows_->index(0, 0));
+    list_->installEventFilter(this);
     connect(list_, &QTreeView::activated, this, [this] { editItem(); });
     connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this] { updateButtons(); });
@@ -250,11 +251,15 @@ void TDS_Store::addOkAndCancel(QBoxLayout& column) {
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
-// The list hands on the key by which it opens an item.
-void TDS_Store::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (!isReturn || !list_->hasFocus())
-        QDialog::keyPressEvent(event);
+// The list would hand on the key by which it opens an item, and OK has the same.
+bool TDS_Store::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != list_ || event->type() != QEvent::KeyPress)
+        return QDialog::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key != Qt::Key_Return && key != Qt::Key_Enter)
+        return false;
+    editItem();
+    return true;
 }
 
 // What was typed there is not lost because the pane is still open.

@@ -40,7 +40,7 @@ class TDS_Store final : public QDialog {
     void accept() override;
 
   protected:
-    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     enum Edge { Left, Top, Right, Bottom, Width, Height, Edges };
