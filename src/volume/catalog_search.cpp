@@ -56,9 +56,9 @@ SearchHit HitOf(const VolumeContext& volume, CatalogRecordType type, ConstByteSp
     return {KeyParent(key), NameOfKey(volume, key), type == CatalogRecordType::Folder};
 }
 
-std::array<char, 8>& SignatureIn(const VolumeContext& volume, ByteSpan data) {
-    return volume.isHfsPlus ? RecordIn<HfsPlusFileRecord>(data).finderInfo.signature
-                            : RecordIn<HfsFileRecord>(data).finderInfo.signature;
+FileFinderInfo& FinderInfoIn(const VolumeContext& volume, ByteSpan data) {
+    return volume.isHfsPlus ? RecordIn<HfsPlusFileRecord>(data).finderInfo
+                            : RecordIn<HfsFileRecord>(data).finderInfo;
 }
 
 // What a person typed as the search of the format: wildcards of HFS are sought in small letters.
@@ -73,6 +73,17 @@ CatalogName SearchName(const VolumeContext& volume, std::string_view pattern) {
     if (search.hfs.find('*') != std::string::npos)
         search.hfs = FoldMacRomanLower(search.hfs);
     return search;
+}
+
+// The files for which that holds of what the Finder keeps of them.
+template <typename Holds>
+TreeResult FindFiles(VolumeContext& volume, std::vector<SearchHit>& hits, std::size_t most,
+                     Holds holds) {
+    return ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
+        if (type == CatalogRecordType::File && holds(FinderInfoIn(volume, data)))
+            hits.push_back(HitOf(volume, type, key));
+        return hits.size() >= most ? Visit::Stop : Visit::GoOn;
+    });
 }
 
 bool Matches(std::string_view wanted, const std::array<char, 8>& signature) {
@@ -102,11 +113,14 @@ TreeResult FindByName(VolumeContext& volume, std::string_view pattern, std::vect
 
 TreeResult FindBySignature(VolumeContext& volume, std::string_view signature,
                            std::vector<SearchHit>& hits, std::size_t most) {
-    return ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
-        if (type == CatalogRecordType::File && Matches(signature, SignatureIn(volume, data)))
-            hits.push_back(HitOf(volume, type, key));
-        return hits.size() >= most ? Visit::Stop : Visit::GoOn;
+    return FindFiles(volume, hits, most, [&](const FileFinderInfo& info) {
+        return Matches(signature, info.signature);
     });
+}
+
+TreeResult FindAliases(VolumeContext& volume, std::vector<SearchHit>& hits, std::size_t most) {
+    return FindFiles(volume, hits, most,
+                     [](const FileFinderInfo& info) { return (info.flags & kFinderAlias) != 0; });
 }
 
 TreeResult ReplaceSignature(WritableVolume& volume, const std::array<char, 8>& oldSignature,
@@ -114,20 +128,20 @@ TreeResult ReplaceSignature(WritableVolume& volume, const std::array<char, 8>& o
                             const std::function<bool(const SearchHit&)>& agrees) {
     replaced = {};
     VolumeChange change(volume);
-    return change.end(
-        ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key, ByteSpan data) {
-            if (type != CatalogRecordType::File || SignatureIn(volume, data) != oldSignature)
-                return Visit::GoOn;
-            if (RefuseChange(volume) != EditResult::Done) {
-                replaced.refused.push_back(HitOf(volume, type, key));
-                return Visit::GoOn;
-            }
-            if (agrees && !agrees(HitOf(volume, type, key)))
-                return Visit::GoOn;
-            SignatureIn(volume, data) = newSignature;
-            ++replaced.count;
-            return Visit::Changed;
-        }));
+    return change.end(ForEachItem(volume, [&](CatalogRecordType type, ConstByteSpan key,
+                                              ByteSpan data) {
+        if (type != CatalogRecordType::File || FinderInfoIn(volume, data).signature != oldSignature)
+            return Visit::GoOn;
+        if (RefuseChange(volume) != EditResult::Done) {
+            replaced.refused.push_back(HitOf(volume, type, key));
+            return Visit::GoOn;
+        }
+        if (agrees && !agrees(HitOf(volume, type, key)))
+            return Visit::GoOn;
+        FinderInfoIn(volume, data).signature = newSignature;
+        ++replaced.count;
+        return Visit::Changed;
+    }));
 }
 
 std::string PathOf(VolumeContext& volume, const SearchHit& hit) {

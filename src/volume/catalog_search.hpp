@@ -34,6 +34,10 @@ struct SearchHit {
                                          std::vector<SearchHit>& hits,
                                          std::size_t most = kMostHits);
 
+/// Every file that the Finder takes for an alias.
+[[nodiscard]] TreeResult FindAliases(VolumeContext& volume, std::vector<SearchHit>& hits,
+                                     std::size_t most = kMostHits);
+
 /// What became of the files of a signature.
 struct Replaced {
     std::size_t count = 0;           ///< of those that have the new one

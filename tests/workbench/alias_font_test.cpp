@@ -69,6 +69,9 @@ TEST_F(WindowForks, AnAliasShowsItsTargetAndLeadsThere) {
 = )" + cut + R"(
 = What it points at is not on this volume any more.
 ! File Properties
+> menu Rech1 | page 2 | press Rechercher | pick 3
+! Locate file
+! Select a file
 > rows near
 >> menu Prop1 | press EditAlias | read AccessPath | read TargetFile | read TargetVolume | read Here | press GoThere
 ! File Properties
@@ -85,6 +88,14 @@ disk.hfs [Vellmark]
         EXPECT_EQ(selected(), "Caf\u00e9 1:2 ");
         closeWindow();
     }
+    play("0 format empty.hfs -s 2M --label Empty");
+    plays(R"(
+> open $PWD/empty.hfs
+> menu Rech1 | page 2 | press Rechercher | close | cancel
+! Locate file
+! Unsuccessful search./No alias found.
+! Locate file
+)");
 }
 
 TEST_F(WindowForks, FontsAreAskedAboutOnceOrEachTime) {

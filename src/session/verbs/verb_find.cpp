@@ -21,6 +21,7 @@ namespace vellmark {
 namespace {
 
 constexpr std::size_t kSignatureLetters = 8;
+constexpr int kTextNoAlias = 1192;
 
 struct FindOptions {
     std::string image;
@@ -28,6 +29,7 @@ struct FindOptions {
     std::string pattern;
     std::string signature;
     std::string view = "hybrid";
+    bool alias = false;
     bool all = false;
     bool json = false;
 };
@@ -37,6 +39,8 @@ std::size_t MostHits(const FindOptions& options) {
 }
 
 TreeResult Search(VolumeContext& volume, const FindOptions& options, std::vector<SearchHit>& hits) {
+    if (options.alias)
+        return FindAliases(volume, hits, MostHits(options));
     if (options.signature.empty())
         return FindByName(volume, options.pattern, hits, MostHits(options));
     const std::string signature =
@@ -99,13 +103,19 @@ int FindInProject(const FindOptions& options, CommandContext& context) {
 }
 
 int Find(const FindOptions& options, CommandContext& context) {
-    if (options.pattern.empty() == options.signature.empty())
+    if ((options.pattern.empty() ? 0 : 1) + (options.signature.empty() ? 0 : 1) +
+            (options.alias ? 1 : 0) !=
+        1)
         return UsageError(context, "find", Sentence::kNameOrSignature);
     if (!options.signature.empty() && !TypedMacLetters(options.signature, kSignatureLetters))
         return UsageError(context, "find",
                           Reason(Sentence::kNoSignature, Printable(options.signature)));
     const FileMode mode = FileModeOf(options.image);
-    if (mode == FileMode::Project || mode == FileMode::IsoPlus)
+    const bool isProject = mode == FileMode::Project || mode == FileMode::IsoPlus;
+    if (isProject && options.alias)
+        return UsageError(context, "find",
+                          Reason(Sentence::kAliasesInVolumes, Printable(options.image)));
+    if (isProject)
         return FindInProject(options, context);
     ReadRun run(context, false);
     if (!run.open({options.image, options.partition}))
@@ -114,6 +124,8 @@ int Find(const FindOptions& options, CommandContext& context) {
     const TreeResult result = Search(run.volume(), options, hits);
     Print(run.volume(), options, hits, context);
     TellEnd(options, hits.size(), run.terminal.messages);
+    if (options.alias && hits.empty() && result == TreeResult::Done)
+        run.terminal.messages.showTimedMessage(Reason::Told(kTextNoAlias));
     if (const Reason problem = CatalogProblem(result, Sentence::kPlaceBehindHits))
         run.problem(problem);
     return run.finish();
@@ -125,6 +137,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     AddPartitionNumber(arguments, options->partition);
     arguments.add("NAME", options->pattern, Sentence::kHelpFindName);
     arguments.add("-s,--signature", options->signature, Sentence::kHelpFindSignature);
+    arguments.flag("--alias", options->alias, Sentence::kHelpFindAlias);
     arguments.add("--view", options->view, Sentence::kHelpFindView)
         .oneOf({"iso", "hybrid", "hfs"})
         .showDefault();

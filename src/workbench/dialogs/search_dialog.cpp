@@ -1,5 +1,6 @@
 #include "workbench/dialogs/search_dialog.hpp"
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTabBar>
@@ -22,6 +23,7 @@ namespace {
 
 constexpr int kTextCancel = 1002;
 constexpr int kTextNotFound = 1173;
+constexpr int kTextNoAlias = 1192;
 constexpr int kTextSelect = 1196;
 constexpr int kTextLocate = 1241;
 constexpr int kTextSearch = 1242;
@@ -44,9 +46,11 @@ struct Hits {
     }
 };
 
+enum class SearchBy { Name, Signature, Alias };
+
 struct Sought {
+    SearchBy by = SearchBy::Name;
     std::string text;  ///< as it was typed
-    bool isSignature = false;
 };
 
 std::string SignatureBytes(const std::string& text) {
@@ -59,7 +63,7 @@ Hits SearchProject(TVellmark& window, const Sought& sought) {
     hits.most = kMostProjectHits;
     window.runJob(JobKind::Work, [&](Progress&) {
         const std::vector<std::int32_t> found =
-            sought.isSignature
+            sought.by == SearchBy::Signature
                 ? FindItemsBySignature(project, SignatureBytes(sought.text), hits.most + 1)
                 : FindItemsByName(project, Utf8ToNarrow(sought.text),
                                   window.documents().shownView(), hits.most + 1);
@@ -71,16 +75,26 @@ Hits SearchProject(TVellmark& window, const Sought& sought) {
     return hits;
 }
 
+TreeResult FindInVolume(VolumeContext& volume, const Sought& sought, std::vector<SearchHit>& found,
+                        std::size_t most) {
+    switch (sought.by) {
+        case SearchBy::Name:
+            return FindByName(volume, sought.text, found, most);
+        case SearchBy::Signature:
+            return FindBySignature(volume, SignatureBytes(sought.text), found, most);
+        case SearchBy::Alias:
+            break;
+    }
+    return FindAliases(volume, found, most);
+}
+
 Hits SearchVolume(TVellmark& window, const Sought& sought) {
     Hits hits;
     hits.most = kMostHits;
     window.runJob(JobKind::Work, [&](Progress&) {
         VolumeContext& volume = window.documents().partition->volume();
         std::vector<SearchHit> found;
-        const TreeResult result =
-            sought.isSignature
-                ? FindBySignature(volume, SignatureBytes(sought.text), found, hits.most + 1)
-                : FindByName(volume, sought.text, found, hits.most + 1);
+        const TreeResult result = FindInVolume(volume, sought, found, hits.most + 1);
         if (const Reason problem = CatalogProblem(result, Sentence::kPlaceInRootFolder))
             window.messages().showMessage(problem);
         for (const SearchHit& hit : found) {
@@ -109,9 +123,11 @@ class TRechFich final : public FormDialog {
         name_ = addPage(kTextByName, "RechNom", 0);
         signature_ = addPage(kTextBySignature, "RechSign", kMostSignature);
         addTableButton();
+        if (!window.documents().projectOfMode())
+            addAliasPage();
         addWide(pages_);
         pages_->setAccessibleName(words(kTextLocate));
-        // Both pages can be seen at once.
+        // All pages can be seen at once.
         pages_->setMinimumWidth(pages_->tabBar()->sizeHint().width() + fontMetrics().height());
         search_ = addButton("Rechercher", words(kTextSearch), Accepted);
         search_->setDefault(true);
@@ -122,10 +138,12 @@ class TRechFich final : public FormDialog {
     }
 
     [[nodiscard]] Sought sought() const {
-        return {field()->text().toStdString(), field() == signature_};
+        const auto by = static_cast<SearchBy>(pages_->currentIndex());
+        return {by, by == SearchBy::Alias ? std::string() : field(by)->text().toStdString()};
     }
 
   private:
+    // In the order of `SearchBy`.
     QLineEdit* addPage(int caption, const char* name, int most) {
         auto* page = new QWidget(pages_);
         auto* field = new QLineEdit(page);
@@ -152,13 +170,22 @@ class TRechFich final : public FormDialog {
         });
     }
 
-    [[nodiscard]] QLineEdit* field() const {
-        return pages_->currentIndex() == 0 ? name_ : signature_;
+    void addAliasPage() {
+        auto* const page = new QWidget(pages_);
+        auto* const note = new QLabel(Words(Sentence::kSearchAliasesNote, language()), page);
+        note->setWordWrap(true);
+        (new QVBoxLayout(page))->addWidget(note);
+        pages_->addTab(page, Words(Sentence::kSearchAliases, language()));
+    }
+
+    [[nodiscard]] QLineEdit* field(SearchBy by) const {
+        return by == SearchBy::Name ? name_ : signature_;
     }
 
     void update() {
+        const auto by = static_cast<SearchBy>(pages_->currentIndex());
         if (search_)
-            search_->setEnabled(!field()->text().isEmpty());
+            search_->setEnabled(by == SearchBy::Alias || !field(by)->text().isEmpty());
     }
 
     TVellmark& window_;
@@ -177,7 +204,9 @@ std::optional<FoundItem> AskForItem(TVellmark& window) {
         const Hits hits = window.documents().projectOfMode() ? SearchProject(window, sought)
                                                              : SearchVolume(window, sought);
         if (hits.items.empty()) {
-            window.messages().showMessage(Reason::Told(kTextNotFound, sought.text));
+            window.messages().showMessage(sought.by == SearchBy::Alias
+                                              ? Reason::Told(kTextNoAlias)
+                                              : Reason::Told(kTextNotFound, sought.text));
             continue;
         }
         if (hits.hasMore())
