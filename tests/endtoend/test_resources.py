@@ -3,9 +3,11 @@
 import json
 import subprocess
 
+import judges
 from program import Case
 from resource_fork import resource_fork
 
+TRUE_TYPE = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf"
 PICT_FILE_HEAD = 512  # bytes in front of a picture that is a file
 
 
@@ -42,3 +44,13 @@ class Resources(Case):
         self.assertEqual([row.get("picture", row.get("texts")) for row in listed],
                          [{"width": 61, "height": 40}, {"width": 9, "height": 3},
                           {"width": 301, "height": 9}, ["Héllo", ""], None])
+
+    def test_of_another_program_are_listed(self):
+        judges.fontforge(TRUE_TYPE, self.work / "Mono.suit")
+        for arguments in (("format", "f.hfs", "--size", "2M", "--label", "F"),
+                          ("put", "f.hfs", "Mono.suit", "--containers", "yes", "--fonts", "no")):
+            self.assertEqual(self.vellmark(*arguments).returncode, 0, arguments)
+        self.vellmark("resources", "f.hfs", "Mono", "--save", "fonts")
+        font, family = sorted((self.work / "fonts").iterdir(), reverse=True)
+        self.assertTrue(family.name.startswith("FOND"))
+        self.assertEqual(judges.font_facts(font), judges.font_facts(TRUE_TYPE))
