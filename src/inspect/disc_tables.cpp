@@ -45,10 +45,7 @@ void TitleOfDescriptor(const SectorScene& scene, Analysis& analysis) {
 }
 
 std::vector<std::uint8_t> ReadHere(const SectorScene& scene, std::uint32_t wanted) {
-    std::vector<std::uint8_t> bytes(std::clamp<std::uint32_t>(wanted, kIsoSectorBytes, kMostBytes));
-    bytes.resize(std::max<std::size_t>(
-        scene.inspected.source->readAt(scene.sector * kSectorBytes, bytes), kSectorBytes));
-    return bytes;
+    return scene.readOn(std::clamp<std::uint32_t>(wanted, kIsoSectorBytes, kMostBytes));
 }
 
 // The tree whose descriptor leads to the scene's sector, by the places that `named` finds in it.

@@ -2,6 +2,7 @@
 // their trees lie, the blocks of its partition map and of its disc.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>

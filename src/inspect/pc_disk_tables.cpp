@@ -68,10 +68,13 @@ void AddMbrList(const SectorScene& scene, Analysis& analysis) {
         const auto entry = scene.at<MbrEntry>(offset);
         if (entry.firstSector == 0)
             break;
-        list.rows.push_back({{PartitionTypeText(entry.type, scene.language),
-                              BothBases(entry.firstSector), BothBases(entry.sectorCount)},
-                             {static_cast<std::uint32_t>(offset), sizeof entry},
-                             SectorLink{"position", entry.firstSector, StructureCode::Unknown}});
+        list.rows.push_back(
+            {{PartitionTypeText(entry.type, scene.language), BothBases(entry.firstSector),
+              BothBases(entry.sectorCount)},
+             {static_cast<std::uint32_t>(offset), sizeof entry},
+             SectorLink{"position", entry.firstSector,
+                        entry.type == kMbrTypeProtective ? StructureCode::GptHeader
+                                                         : StructureCode::Unknown}});
     }
     analysis.pages[0].list = std::move(list);
 }
@@ -102,7 +105,8 @@ std::optional<std::uint64_t> RootSector(const SectorScene& scene) {
         const std::uint32_t cluster = scene.at<Fat32>(0).rootCluster;
         sector += std::uint64_t{cluster - std::min(cluster, kFirstCluster)} * fat.sectorsPerCluster;
     }
-    return scene.imageSector + sector * std::max<std::uint32_t>(1, fat.sectorBytes / kSectorBytes);
+    return scene.inspected.imageSector(
+        scene.sector + sector * std::max<std::uint32_t>(1, fat.sectorBytes / kSectorBytes));
 }
 
 constexpr std::array<Caption, 2> kBootPages = {3300, 3301};
@@ -229,7 +233,8 @@ void AddEntries(const SectorScene& scene, Analysis& analysis) {
         AddFields(scene, analysis, kEntryRows, offset, analysis.pages.size() - 1);
         for (AnalysedField& field : analysis.pages.back().fields)
             for (SectorLink& link : field.links)
-                link.name += fmt::format("{}{}", i + 1, field.key == "lastSector" ? "_last" : "");
+                link.name = fmt::format("{}{}{}", i == 0 ? "lba" : "lab", i + 1,
+                                        field.key == "lastSector" ? "_last" : "");
         analysis.pages.back().fields.push_back(ClearTextOf(scene, offset));
     }
 }

@@ -80,12 +80,16 @@ struct Rectangle {
 // Where a row or column that is drawn comes from.
 class Scale {
   public:
-    Scale(int to, int toLength, int from, int fromLength)
-        : to_(to), toLength_(toLength), from_(from), fromLength_(fromLength) {}
-    std::int64_t operator()(int at) const { return from_ + (at - to_) * fromLength_ / toLength_; }
+    struct Side {
+        std::int64_t start, length;
+    };
+    Scale(Side to, Side from) : to_(to), from_(from) {}
+    std::int64_t operator()(int at) const {
+        return from_.start + (at - to_.start) * from_.length / to_.length;
+    }
 
   private:
-    std::int64_t to_, toLength_, from_, fromLength_;
+    Side to_, from_;
 };
 
 class PictureReader {
@@ -251,8 +255,8 @@ class PictureReader {
         if (!spend(std::uint64_t{static_cast<unsigned>(seen.width())} *
                    static_cast<unsigned>(seen.height())))
             return false;
-        const Scale rows(to.top, to.height(), from.top - bounds.top, from.height());
-        const Scale columns(to.left, to.width(), from.left - bounds.left, from.width());
+        const Scale rows({to.top, to.height()}, {from.top - bounds.top, from.height()});
+        const Scale columns({to.left, to.width()}, {from.left - bounds.left, from.width()});
         for (int y = seen.top; y < seen.bottom; ++y) {
             const std::int64_t row = rows(y);
             if (row < 0 || row >= bounds.height())

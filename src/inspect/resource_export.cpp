@@ -23,12 +23,17 @@ std::string_view ResourceExport::extensionOf(const ResourceType& type,
 // One that no other resource of the run has.
 std::string ResourceExport::newPath(PcTargets& targets, const ResourceType& type,
                                     const Resource& resource) const {
-    const std::string_view extension = extensionOf(type, resource);
-    const std::string stem = fmt::format("{} 0x{:04x}", ResourceTypeName(type), resource.id);
-    std::string name = SafePcName(fmt::format("{}.{}", stem, extension));
-    for (unsigned number = 2; !targets.claimName(name); ++number)
-        name = SafePcName(fmt::format("{} {}.{}", stem, number, extension));
+    std::string name = fileName(type, resource);
+    for (unsigned turn = 2; !targets.claimName(name); ++turn)
+        name = fileName(type, resource, turn);
     return targets.folder() + "/" + name;
+}
+
+std::string ResourceExport::fileName(const ResourceType& type, const Resource& resource,
+                                     unsigned turn) const {
+    return SafePcName(fmt::format("{} 0x{:04x}{}.{}", ResourceTypeName(type), resource.id,
+                                  turn == 1 ? "" : fmt::format(" {}", turn),
+                                  extensionOf(type, resource)));
 }
 
 Reason ResourceExport::save(PcTargets& targets, const ResourceType& type, const Resource& resource,
@@ -38,7 +43,7 @@ Reason ResourceExport::save(PcTargets& targets, const ResourceType& type, const 
         return Reason(Sentence::kNamedReason, Printable(path), reason);
     };
     if (const Reason refusal = targets.refusalOf(path))
-        return named(refusal);
+        return refusal;
     const bool replaces = PcTargets::exists(path);
     if (replaces && !mayReplace_)
         return Reason(Sentence::kTargetExists, Printable(path));

@@ -38,11 +38,13 @@ class ResourceExport {
     /// the sink's to tell.
     [[nodiscard]] Reason fill(ByteSink& file, const ResourceType& type, const Resource& resource,
                               Progress& progress) const;
-    /// The extension of such a file, without its full stop.
-    [[nodiscard]] std::string_view extensionOf(const ResourceType& type,
-                                               const Resource& resource) const;
+    /// The name of such a file; `turn` counts those that would have the same from 1 on.
+    [[nodiscard]] std::string fileName(const ResourceType& type, const Resource& resource,
+                                       unsigned turn = 1) const;
 
   private:
+    [[nodiscard]] std::string_view extensionOf(const ResourceType& type,
+                                               const Resource& resource) const;
     [[nodiscard]] std::string newPath(PcTargets& targets, const ResourceType& type,
                                       const Resource& resource) const;
 

@@ -19,9 +19,10 @@ struct ResourcePicture {
 };
 
 /// The picture in a resource of one of the types `ICON`, `ICN#`, `ics#`, `icl4`, `icl8`, `ics4`,
-/// `ics8` and `cicn`; nothing for another type and for bytes that do not hold one. Icons of `icl`
-/// and `ics` with colours keep their mask in a resource of another type: `mask` is that of `ICN#`
-/// or `ics#` with the same id, empty for none.
+/// `ics8`, `cicn` and `PICT` (as far as inspect/quickdraw_picture.hpp draws it); nothing for
+/// another type and for bytes that do not hold one. Icons of `icl` and `ics` with colours keep
+/// their mask in a resource of another type: `mask` is that of `ICN#` or `ics#` with the same id,
+/// empty for none.
 [[nodiscard]] std::optional<ResourcePicture> DecodePicture(std::string_view type,
                                                            std::span<const std::uint8_t> bytes,
                                                            std::span<const std::uint8_t> mask = {});

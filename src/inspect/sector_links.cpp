@@ -31,7 +31,7 @@ std::uint64_t EmbeddedStart(const SectorScene& scene, std::uint64_t block) {
 }
 
 // A node of the tree that the scene's node belongs to. A header that no volume names is taken for
-// the first node of a tree in one piece.
+// the first node of a tree that goes on behind it in what is inspected.
 std::optional<std::uint64_t> NodeOfTree(const SectorScene& scene, StructureCode code,
                                         std::uint64_t number) {
     const NodeAt here = scene.image.nodeAt(scene.imageSector);
@@ -41,7 +41,7 @@ std::optional<std::uint64_t> NodeOfTree(const SectorScene& scene, StructureCode 
     if (code != StructureCode::TreeHeader)
         return std::nullopt;
     const auto header = scene.at<TreeHeaderRecord>(kNodeDescriptorSize);
-    return scene.imageSector + number * header.nodeSize / kSectorBytes;
+    return scene.inspected.imageSector(scene.sector + number * header.nodeSize / kSectorBytes);
 }
 
 std::vector<SectorLink> BlockLinks(const SectorScene& scene, StructureCode code,

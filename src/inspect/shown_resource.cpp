@@ -2,7 +2,6 @@
 
 #include <png.h>
 
-#include <algorithm>
 #include <new>
 
 #include "inspect/resource_texts.hpp"
@@ -11,8 +10,9 @@ namespace vellmark {
 
 namespace {
 
-/// Larger ones are looked at as bytes.
+/// Larger ones are looked at as bytes; of texts that would be more than a person reads.
 constexpr std::uint32_t kMostShown = 8 << 20;
+constexpr std::uint32_t kMostText = 1 << 20;
 
 std::vector<std::uint8_t> ContentsOf(ByteSource& fork, const Resource& resource) {
     SliceSource contents = resource.contents(fork);
@@ -43,7 +43,7 @@ ShownResource ShowResource(ByteSource& fork, const ResourceTree& tree, const Res
             icon && icon->isWhole && icon->length <= kMostShown)
             mask = ContentsOf(fork, *icon);
     shown.picture = DecodePicture(letters, bytes, mask);
-    if (!shown.picture)
+    if (!shown.picture && bytes.size() <= kMostText)
         shown.texts = DecodeTexts(letters, bytes).value_or(std::vector<std::string>{});
     return shown;
 }

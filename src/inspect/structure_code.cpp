@@ -90,6 +90,10 @@ StructureCode IdentifySector(Bytes bytes, std::uint64_t sector) {
     return StructureCode::Unknown;
 }
 
+Reason TitleOf(StructureCode code) {
+    return TableOf(code).title.reason();
+}
+
 std::optional<StructureCode> StructureNamed(std::string_view name) {
     unsigned number = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);

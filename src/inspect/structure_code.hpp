@@ -6,6 +6,8 @@
 #include <span>
 #include <string_view>
 
+#include "support/reason.hpp"
+
 namespace vellmark {
 
 /// The numbers are those by which a structure can be asked for.
@@ -36,6 +38,9 @@ inline constexpr unsigned kStructureCodes = 18;
 /// GUID tables are never found, only asked for. Fewer than 512 bytes are `Unknown`.
 [[nodiscard]] StructureCode IdentifySector(std::span<const std::uint8_t> bytes,
                                            std::uint64_t sector);
+
+/// What a structure that is known is called.
+[[nodiscard]] Reason TitleOf(StructureCode code);
 
 /// The code of a number from 1 on, or of the name of a form, without regard to case; nothing for
 /// another.

@@ -2,6 +2,7 @@
 // turns into an `Analysis`.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -34,6 +35,13 @@ struct SectorScene {
         if (offset <= bytes.size() && sizeof field <= bytes.size() - offset)
             std::memcpy(&field, bytes.data() + offset, sizeof field);
         return field;
+    }
+    /// So many bytes from the start of the sector, as far as they are there; a sector at least.
+    [[nodiscard]] std::vector<std::uint8_t> readOn(std::size_t count) const {
+        std::vector<std::uint8_t> read(count);
+        read.resize(std::max<std::size_t>(inspected.source->readAt(sector * kSectorBytes, read),
+                                          kSectorBytes));
+        return read;
     }
     [[nodiscard]] std::string word(int text) const { return std::string(Text(text, language)); }
 };

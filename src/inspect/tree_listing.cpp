@@ -11,8 +11,6 @@
 namespace vellmark {
 namespace {
 
-constexpr std::uint32_t kLargestNode = 32768;
-
 Reason KindWords(std::uint8_t kind) {
     switch (static_cast<NodeKind>(kind)) {
         case NodeKind::Index:

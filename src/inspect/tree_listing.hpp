@@ -2,6 +2,7 @@
 // listing ends whatever the links say.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,9 @@ struct ListedNode {
 
     /// `Node 3: leaf [00000002]`, with the key of the first record.
     [[nodiscard]] Reason line() const;
+    /// Blanks in front of the line. Nodes chained one under the other are not indented without end.
+    [[nodiscard]] std::size_t indent() const { return 2 * std::min(depth, kMostIndented); }
+    static constexpr std::uint32_t kMostIndented = 16;
 };
 
 class TreeListing {

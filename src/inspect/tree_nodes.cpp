@@ -10,7 +10,6 @@
 namespace vellmark {
 namespace {
 
-constexpr std::uint32_t kLargestNode = 32768;
 /// Shortest key of an HFS catalog, without its length; keys of HFS+ have a 0 to 2 there.
 constexpr std::uint8_t kShortestHfsKey = 6;
 /// Key of an extents tree of HFS, without its length.
@@ -41,20 +40,13 @@ bool HasOffsets(ConstByteSpan node) {
     return OffsetOf(node, count) <= node.size() - 2 * (count + 1);
 }
 
-std::vector<std::uint8_t> ReadHere(const SectorScene& scene, std::size_t size) {
-    std::vector<std::uint8_t> bytes(size);
-    bytes.resize(std::max<std::size_t>(
-        scene.inspected.source->readAt(scene.sector * kSectorBytes, bytes), kSectorBytes));
-    return bytes;
-}
-
 // The smallest size with offsets of records at its end.
 std::vector<std::uint8_t> ReadBySize(const SectorScene& scene) {
     const auto header = scene.at<TreeHeaderRecord>(kNodeDescriptorSize);
     if (scene.at<NodeDescriptor>(0).kind == static_cast<std::uint8_t>(NodeKind::Header) &&
         header.nodeSize >= kSectorBytes && header.nodeSize <= kLargestNode)
-        return ReadHere(scene, header.nodeSize);
-    const std::vector<std::uint8_t> most = ReadHere(scene, kLargestNode);
+        return scene.readOn(header.nodeSize);
+    const std::vector<std::uint8_t> most = scene.readOn(kLargestNode);
     for (std::size_t size = kSectorBytes; size <= most.size(); size *= 2)
         if (const ConstByteSpan node = ConstByteSpan(most).first(size); HasOffsets(node))
             return {node.begin(), node.end()};

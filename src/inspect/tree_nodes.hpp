@@ -12,6 +12,8 @@
 
 namespace vellmark {
 
+inline constexpr std::uint32_t kLargestNode = 32768;  ///< bytes
+
 /// One record of a node, within its bytes.
 struct NodeRecord {
     std::uint32_t offset = 0;

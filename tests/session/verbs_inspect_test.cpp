@@ -62,9 +62,12 @@ shows => \n00000592  64 64 64 64 64 64 64 64  6e 65 65 64 6c 65 00 00  ddddddddn
 1 dump v.img --search-hex 123 => 123 is no row of bytes
 2 dump v.img --search a --search-hex 61 => not both
 2 dump v.img --count some => some is no number of sectors
+0 dump v.img Forks --raw --count 0 ==
 0 dump v.img Forks --raw --count 9
 )");
     EXPECT_EQ(out_, Bytes("Forks"));
+    play("0 dump v.img Forks --raw --search needle");
+    EXPECT_EQ(out_, Bytes("Forks").substr(512));
     // The sector of the image that a page of a fork names holds the same bytes.
     play("0 dump v.img Forks -s 1");
     const std::string placed = out_.substr(out_.find("sector ") + 7);
@@ -121,6 +124,7 @@ has 'out/ab_c 0x0081.hex' 1 => 00000000  73 65 63 6f 6e 64
 0 resources v.img Forks ==
 1 resources v.img fork --type none => fork has no such resource
 2 resources v.img '' =>
+2 resources v.img fork --hex => --hex goes with --save
 2 resources v.img fork --id 65536 => 65536 is no number of a resource
 0 put v.img bad -q
 1! resources v.img bad --fork data => does not lie within the fork (300 bytes)

@@ -81,6 +81,8 @@ Json AnalysisJson(const Analysis& analysis) {
     }
     for (const SectorLink& link : analysis.links)
         json["links"].push_back(LinkJson(link));
+    if (analysis.problem)
+        json["problem"] = analysis.problem.words(kScriptLanguage);
     return json;
 }
 
@@ -171,7 +173,7 @@ void PutTree(InspectRun& inspect, TreeListing& listing, bool json) {
             run.failed = run.failed || node.problem;
             const std::string line =
                 json ? fmt::format("{}\n    {}", isFirst ? "" : ",", JsonText(NodeJson(node), 4))
-                     : fmt::format("{:{}}{}\n", "", 2 * node.depth,
+                     : fmt::format("{:{}}{}\n", "", node.indent(),
                                    run.terminal.messages.words(node.line()));
             isFirst = false;
             goesOn = goesOn && run.put(line);

@@ -1,5 +1,3 @@
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <memory>
 
@@ -76,10 +74,12 @@ std::optional<std::uint64_t> SectorOfMatch(InspectRun& inspect, const DumpOption
     terminal.progress.clear();
     switch (found.end) {
         case SearchEnd::Found:
-            (void)inspect.run.put(
-                terminal.messages.words(Reason(Sentence::kFoundAtByte,
-                                               NumberText(found.offset, options.style().base))) +
-                "\n");
+            // Bytes as they are have no line of words among them.
+            if (!options.raw)
+                (void)inspect.run.put(
+                    terminal.messages.words(Reason(
+                        Sentence::kFoundAtByte, NumberText(found.offset, options.style().base))) +
+                    "\n");
             return found.offset / kSectorBytes;
         case SearchEnd::NotFound:
             inspect.run.problem(Reason::Joined(
@@ -146,6 +146,8 @@ int Dump(const DumpOptions& options, CommandContext& context) {
     if (!end)
         return kExitFailed;
     if (options.raw) {
+        if (*end == *first)
+            return inspect.run.exitStatus();
         DumpSink sink(inspect.run);
         Progress silent;
         if (SaveSegment(*inspect.bytes.source,

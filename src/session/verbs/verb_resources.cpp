@@ -136,6 +136,8 @@ int Resources(const ResourcesOptions& options, CommandContext& context) {
         return UsageError(context, kName, Sentence::kGetPathIsEmpty);
     if (options.hexadecimal && options.shown)
         return UsageError(context, kName, Sentence::kHexOrShown);
+    if (options.hexadecimal && options.folder.empty())
+        return UsageError(context, kName, Sentence::kHexNeedsSave);
     const StopSignals signals;
     InspectRun inspect(context);
     if (!inspect.open(options.inspect, true))
