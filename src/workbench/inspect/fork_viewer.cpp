@@ -1,7 +1,6 @@
 #include "workbench/inspect/fork_viewer.hpp"
 
 #include <QActionGroup>
-#include <QApplication>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QLayout>
@@ -152,8 +151,17 @@ void TMacDump::makeActionMenu() {
         &addCommand(menu, {"co1", 3023, 3123, QKeySequence(QStringLiteral("Ctrl+C")), "copy"},
                     [this] { page_->copyAll(); }));
     ofPages_.push_back(&addCommand(
-        menu, {"Act1", 3021, 3121, QKeySequence(QStringLiteral("Ctrl+Return")), "properties"},
+        menu, {"Act1", 3021, 3121, QKeySequence(QStringLiteral("Ctrl+Return")), "report"},
         [this] { analyse(StructureCode::Unknown); }));
+    QMenu* const as = menu.addMenu(Words(Sentence::kAnalyseAs, language()));
+    as->menuAction()->setStatusTip(Words(Sentence::kAnalyseAsHint, language()));
+    ofPages_.push_back(as->menuAction());
+    for (unsigned code = 1; code < kStructureCodes; ++code) {
+        const auto structure = static_cast<StructureCode>(code);
+        QAction* const action = as->addAction(Words(TitleOf(structure), language()));
+        action->setObjectName(QStringLiteral("Comme%1").arg(code));
+        connect(action, &QAction::triggered, this, [this, structure] { analyse(structure); });
+    }
     ofPages_.push_back(
         &addCommand(menu, {"Act2", 3022, 3122, {}, "save"}, [this] { saveSegment(); }));
     menu.addSeparator();

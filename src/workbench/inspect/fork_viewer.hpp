@@ -49,6 +49,8 @@ class TMacDump final : public WorkDialog {
     void makeOptionMenu();
 
     // fork_viewer_pages.cpp
+    /// Shows a page of the fork, which the caller goes to.
+    void turnTo(ViewedFork fork);
     void showFork(ViewedFork fork);
     void showTree();
     void beginFork(ViewedFork fork);

@@ -34,21 +34,24 @@ void TMacDump::beginFork(ViewedFork fork) {
     showTitle();
 }
 
-void TMacDump::showFork(ViewedFork fork) {
+void TMacDump::turnTo(ViewedFork fork) {
     beginFork(fork);
     forks_[static_cast<std::size_t>(fork)]->setChecked(true);
     pages_->setCurrentWidget(page_);
-    goTo(0);
     page_->setFocus();
+}
+
+void TMacDump::showFork(ViewedFork fork) {
+    turnTo(fork);
+    goTo(0);
 }
 
 void TMacDump::showTree() {
     beginFork(ViewedFork::Resource);
     pages_->setCurrentWidget(resources_);
-    const Reason problem = resources_->showFork(bytes().source);
-    showHint(problem ? Words(problem, language()) : QString());
-    for (QLabel* const panel : panels_)
-        panel->clear();
+    resources_->showFork(bytes().source);
+    showHint(QString());
+    showPanels();
     updateCommands();
 }
 
@@ -86,7 +89,13 @@ void TMacDump::redraw() {
         showPage(*current_);
 }
 
+// A tree of resources is at no sector.
 void TMacDump::showPanels() {
+    if (pages_->currentWidget() != page_) {
+        for (QLabel* const panel : panels_)
+            panel->clear();
+        return;
+    }
     const auto inImage = bytes().imageSector(current());
     panels_[0]->setText(number(current()));
     panels_[1]->setText(inImage ? number(*inImage) : QString());
@@ -124,13 +133,11 @@ void TMacDump::goToPrevious() {
 }
 
 void TMacDump::travel(bool back) {
-    const ViewedPlace place = trail_.go(back);
-    if (place.fork != fork_ || pages_->currentWidget() != page_) {
-        // It goes to a sector of its own, which this journey is not to remember.
-        const SectorTrail trail = trail_;
-        showFork(place.fork);
-        trail_ = trail;
-    }
+    // From the tree the way back leads to the page that it was opened from.
+    const bool isPage = pages_->currentWidget() == page_;
+    const ViewedPlace place = back && !isPage ? trail_.here() : trail_.go(back);
+    if (place.fork != fork_ || !isPage)
+        turnTo(place.fork);
     previous_ = std::exchange(current_, place.sector);
     showPage(place.sector);
 }
@@ -140,7 +147,7 @@ void TMacDump::updateCommands() {
     for (QAction* const each : ofPages_)
         each->setEnabled(isPage);
     again_->setEnabled(isPage && canSearchAgain_);
-    back_->setEnabled(trail_.hasBack());
+    back_->setEnabled(trail_.hasBack() || (!isPage && !trail_.isEmpty()));
     forward_->setEnabled(trail_.hasForward());
 }
 

@@ -29,6 +29,7 @@ bool TMacDump::look(std::uint64_t sector, const std::function<void(Progress& pro
     watch.start(kShowMs);
     const bool isDone = window_.runJob(JobKind::Look, work);
     showHint(QString());
+    showPanels();
     return isDone;
 }
 

@@ -6,6 +6,7 @@
 #include <QTextBlock>
 #include <QWheelEvent>
 #include <algorithm>
+#include <cstdlib>
 
 #include "workbench/messages/words.hpp"
 

@@ -1,8 +1,10 @@
 #include "workbench/inspect/resource_page.hpp"
 
 #include <QAction>
+#include <QLabel>
 #include <QMenu>
 #include <QTreeWidget>
+#include <QVBoxLayout>
 
 #include "support/sentences.hpp"
 #include "workbench/inspect/resource_look.hpp"
@@ -28,17 +30,26 @@ ResourcePage::ResourcePage(TVellmark& window, RunLook look, QWidget* owner)
       window_(window),
       look_(std::move(look)),
       list_(new QTreeWidget(this)),
+      note_(new QLabel(this)),
       shown_(new ResourceLook(window.language(), this)),
       dump_(new PageView("OctetsRessource", this)) {
     auto* const upper = new QSplitter(Qt::Horizontal, this);
     upper->setChildrenCollapsible(false);
-    upper->addWidget(list_);
+    auto* const left = new QWidget(upper);
+    auto* const column = new QVBoxLayout(left);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(list_, 1);
+    column->addWidget(note_);
     upper->addWidget(shown_);
     insertWidget(0, upper);
     list_->setObjectName(QStringLiteral("Ressources"));
     list_->setAccessibleName(window.text(kTextTree));
     list_->setHeaderHidden(true);
     list_->setUniformRowHeights(true);
+    note_->setObjectName(QStringLiteral("Remarque"));
+    note_->setTextFormat(Qt::PlainText);
+    note_->setWordWrap(true);
+    note_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     dump_->setAccessibleName(Words(Sentence::kPageOfBytes, window.language()));
     setChildrenCollapsible(false);
     setStretchFactor(1, 1);
@@ -115,13 +126,12 @@ void ResourcePage::setStyle(PageStyle style) {
     showSelected();
 }
 
-Reason ResourcePage::showFork(std::shared_ptr<ByteSource> fork) {
+void ResourcePage::showFork(std::shared_ptr<ByteSource> fork) {
     fork_ = std::move(fork);
     tree_ = WalkResourceMap(*fork_, ResourceBaseOffset(*fork_));
     fillTree();
     showSelected();
     list_->setFocus();
-    return tree_.problem;
 }
 
 void ResourcePage::fillTree() {
@@ -162,8 +172,19 @@ void ResourcePage::showSelected() {
         hasLook_ = !shown.isEmpty();
         shown_->show(shown);
     }
+    showNote(resource);
     dump_->showLines(DumpLines(0, bytes, style_), 0, style_.base);
     enableCommands();
+}
+
+void ResourcePage::showNote(const Resource* resource) {
+    std::vector<Reason> notes = {tree_.problem};
+    if (resource && !resource->isWhole)
+        notes.emplace_back(Sentence::kContentsCutShort);
+    if (resource && resource->length + Resource::kLengthBytes > kMostShown)
+        notes.emplace_back(Sentence::kFirstBytesShown, kMostShown);
+    note_->setText(Words(Reason::Joined(std::move(notes), "\n"), window_.language()));
+    note_->setVisible(!note_->text().isEmpty());
 }
 
 void ResourcePage::save(ResourceForm form) {

@@ -11,6 +11,7 @@
 #include "workbench/inspect/segment_dialog.hpp"
 
 class QAction;
+class QLabel;
 class QTreeWidget;
 
 namespace vellmark {
@@ -24,8 +25,8 @@ class ResourcePage final : public QSplitter {
 
     void setPoints(int points);
     void setStyle(PageStyle style);
-    /// Shows the tree of a fork; what is wrong with its map is returned.
-    [[nodiscard]] Reason showFork(std::shared_ptr<ByteSource> fork);
+    /// Shows the tree of a fork.
+    void showFork(std::shared_ptr<ByteSource> fork);
 
     /// As large as a page by itself.
     [[nodiscard]] QSize sizeHint() const override { return dump_->sizeHint(); }
@@ -46,6 +47,7 @@ class ResourcePage final : public QSplitter {
     void makeCommands();
     void fillTree();
     void showSelected();
+    void showNote(const Resource* resource);
     void enableCommands();
     void save(ResourceForm form);
     void saveAll(ResourceForm form);
@@ -57,6 +59,7 @@ class ResourcePage final : public QSplitter {
     std::shared_ptr<ByteSource> fork_;
     ResourceTree tree_;
     QTreeWidget* list_;
+    QLabel* note_;  // what is wrong with the map, and what of the resource is not shown
     ResourceLook* shown_;
     PageView* dump_;
     QList<QAction*> commands_;  // one for each form, then the one for all

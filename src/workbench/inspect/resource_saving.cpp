@@ -73,16 +73,14 @@ void SaveResource(const ResourceSaving& saving, const ResourceType& type, const 
                   ResourceForm form) {
     const ResourceExport files(saving.fork, saving.tree, form, saving.style);
     const auto [title, filter] = DialogOf(form, saving.window.language());
-    const std::string_view extension = files.extensionOf(type, resource);
-    SaveBytesAs(saving.window, title, filter,
-                QStringLiteral("%1.%2")
-                    .arg(resource.id)
-                    .arg(QLatin1String(extension.data(), static_cast<qsizetype>(extension.size()))),
-                saving.owner, saving.look, [&](ByteSink& file, Progress& progress) {
-                    const Reason problem = files.fill(file, type, resource, progress);
-                    return problem || resource.isWhole ? problem
-                                                       : Reason(Sentence::kContentsCutShort);
-                });
+    const bool isSaved =
+        SaveBytesAs(saving.window, title, filter, ToQString(files.fileName(type, resource)),
+                    saving.owner, saving.look, [&](ByteSink& file, Progress& progress) {
+                        return files.fill(file, type, resource, progress);
+                    });
+    // What there is of it was saved all the same.
+    if (isSaved && !resource.isWhole)
+        saving.window.messages().showMessage(Sentence::kContentsCutShort);
 }
 
 void SaveAllResources(const ResourceSaving& saving, ResourceForm form) {

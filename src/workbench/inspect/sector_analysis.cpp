@@ -200,11 +200,13 @@ class AnalysisForm final : public FormDialog {
         connect(list, &QPushButton::clicked, this, [this, list] {
             list->setEnabled(false);
             listTree();
+            list->setEnabled(true);
         });
     }
 
     // The form is closed to the person meanwhile; Esc asks whether to stop.
     void listTree() {
+        nodes_->clear();
         nodes_->show();
         Reason problem;
         scene_.window.runJob(JobKind::Look, [&](Progress& progress) {
@@ -227,11 +229,10 @@ class AnalysisForm final : public FormDialog {
     void addNodes(const std::vector<ListedNode>& nodes) {
         QList<QTreeWidgetItem*> rows;
         for (const ListedNode& node : nodes) {
-            QString line(static_cast<qsizetype>(node.depth) * 2, u' ');
-            line += Words(node.line(), language());
-            if (node.problem)
-                line += u' ' + Words(node.problem, language());
-            rows << new QTreeWidgetItem({line});
+            const QString line = Words(node.line(), language());
+            rows << new QTreeWidgetItem(
+                {QString(static_cast<qsizetype>(node.indent()), u' ') + line});
+            rows.back()->setToolTip(0, line);
             if (node.sector)
                 rows.back()->setData(0, Qt::UserRole,
                                      QVariant::fromValue<qulonglong>(*node.sector));
@@ -270,14 +271,10 @@ void TMacDump::analyse(StructureCode as) {
     if (!link)
         return;
     // The way leads to a sector of the image, wherever it began.
-    if (fork_ != ViewedFork::Image) {
-        // That its first sector is shown on the way is no step of the journey.
-        const SectorTrail trail = trail_;
-        showFork(ViewedFork::Image);
-        trail_ = trail;
-    }
-    if (link->sector > last_)
+    if (link->sector > LastSector(*file_.bytes(ViewedFork::Image).source))
         return window_.messages().showMessage(Reason(Sentence::kSectorNotThere, link->sector));
+    if (fork_ != ViewedFork::Image)
+        turnTo(ViewedFork::Image);
     goTo(link->sector);
     if (link->as != StructureCode::Unknown)
         analyse(link->as);

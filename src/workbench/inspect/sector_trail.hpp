@@ -31,6 +31,9 @@ class SectorTrail {
         else
             places_[at_] = to;
     }
+    [[nodiscard]] bool isEmpty() const { return places_.empty(); }
+    /// The place itself, when there is one.
+    [[nodiscard]] ViewedPlace here() const { return places_[at_]; }
     [[nodiscard]] bool hasBack() const { return at_ > 0; }
     [[nodiscard]] bool hasForward() const { return at_ + 1 < places_.size(); }
     /// The place before or behind, which there is.

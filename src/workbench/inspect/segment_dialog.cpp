@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -151,7 +152,7 @@ class SegmentDialog final : public FormDialog {
 
 }  // namespace
 
-void SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
+bool SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
                  const QString& proposal, QWidget* owner, const RunLook& look,
                  const std::function<Reason(ByteSink& file, Progress& progress)>& fill) {
     const std::string folder =
@@ -160,25 +161,30 @@ void SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
         QFileDialog::getSaveFileName(owner, title, QFile::decodeName(folder.c_str()) + proposal,
                                      filter, nullptr, QFileDialog::DontConfirmOverwrite);
     if (chosen.isEmpty())
-        return;
-    const std::string path = ToPath(chosen);
+        return false;
+    const QString extension = QFileInfo(proposal).suffix();
+    const bool isBare = QFileInfo(chosen).suffix().isEmpty() && !extension.isEmpty();
+    const std::string path = ToPath(isBare ? chosen + u'.' + extension : chosen);
     PcTargets targets(window.documents().path());
     if (const Reason refusal = targets.refusalOf(path)) {
         window.messages().showMessage(refusal);
-        return;
+        return false;
     }
     const bool replaces = PcTargets::exists(path);
     if (replaces && !window.messages().askYesNo(Reason::Told(kTextOverwrite, Printable(path))))
-        return;
+        return false;
     PcWriting writing;
     (void)look([&](Progress& progress) {
         writing = targets.write({path, "", replaces, {}},
                                 [&](PcFile& file, PcFile*) { return fill(file, progress); });
     });
-    if (writing.problem || writing.error != 0)
+    if (writing.problem)
         window.messages().showMessage(
-            Reason(Sentence::kCannotBeWritten, Printable(path),
-                   writing.problem ? writing.problem : Reason(SystemError{writing.error})));
+            Reason(Sentence::kNamedReason, Printable(path), writing.problem));
+    else if (writing.error != 0)
+        window.messages().showMessage(Reason(Sentence::kCannotBeWritten, Printable(path),
+                                             Reason(SystemError{writing.error})));
+    return !writing.problem && writing.error == 0;
 }
 
 void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner,
@@ -189,9 +195,12 @@ void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner,
     const DataSegment segment = dialog.segment();
     if (dialog.prints()) {
         MemoryBytes text;
+        SegmentEnd end = SegmentEnd::Stopped;
         (void)look([&](Progress& progress) {
-            (void)SaveSegmentAsText(job.source, segment, job.style, text, progress);
+            end = SaveSegmentAsText(job.source, segment, job.style, text, progress);
         });
+        if (end == SegmentEnd::Stopped)
+            return;
         PrintLines(job.heading,
                    QString::fromUtf8(reinterpret_cast<const char*>(text.bytes().data()),
                                      static_cast<qsizetype>(text.bytes().size()))
@@ -199,7 +208,7 @@ void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner,
                    job.points, owner);
         return;
     }
-    SaveBytesAs(
+    (void)SaveBytesAs(
         window, window.text(kTextSave), DialogFilter(Text(kTextFilter, window.language())),
         QString(), owner, look, [&](ByteSink& file, Progress& progress) {
             return ProblemOf(dialog.isHexadecimal()

@@ -30,8 +30,9 @@ using RunLook = std::function<bool(const std::function<void(Progress& progress)>
 void SaveDataSegment(TVellmark& window, const SegmentJob& job, QWidget* owner, const RunLook& look);
 
 /// Asks for the name of a file and fills it: not the image that is open, an older one after a
-/// question, whole or not at all. `fill` says what went wrong, or nothing.
-void SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
+/// question, whole or not at all. A name without an extension gets that of the proposal. `fill`
+/// says what went wrong, or nothing. True when the file is there.
+bool SaveBytesAs(TVellmark& window, const QString& title, const QString& filter,
                  const QString& proposal, QWidget* owner, const RunLook& look,
                  const std::function<Reason(ByteSink& file, Progress& progress)>& fill);
 
