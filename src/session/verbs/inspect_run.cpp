@@ -23,12 +23,13 @@ const FoundEntry& Preferred(const std::vector<FoundEntry>& found) {
 
 }  // namespace
 
-void AddInspectOptions(OptionSet& arguments, InspectOptions& options, const Reason& path) {
+Option AddInspectOptions(OptionSet& arguments, InspectOptions& options, const Reason& path) {
     arguments.add(option::kImage, options.view.image).required();
-    arguments.add("PATH", options.path, path);
+    const Option place = arguments.add("PATH", options.path, path);
     arguments.add(option::kPartition, options.view.partition);
     arguments.add("--fork", options.fork, Sentence::kHelpFork)
         .oneOf({"data", std::string(kResource)});
+    return place;
 }
 
 std::optional<std::uint64_t> TypedNumber(const std::string& typed) {
@@ -37,8 +38,13 @@ std::optional<std::uint64_t> TypedNumber(const std::string& typed) {
 }
 
 bool InspectRun::open(const InspectOptions& options, bool resourceByDefault) {
-    if (options.path.empty())
+    if (!options.hasPath)
         return openWhole(options);
+    // What a shell makes of a variable that is not set is no file.
+    if (options.path.empty()) {
+        run.problem(Sentence::kGetPathIsEmpty);
+        return false;
+    }
     return openFork(options, options.fork.empty() ? resourceByDefault : options.fork == kResource);
 }
 

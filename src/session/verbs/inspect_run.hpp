@@ -14,13 +14,15 @@ namespace vellmark {
 
 struct InspectOptions {
     ViewOptions view;
-    std::string path;  ///< empty: the whole image
-    std::string fork;  ///< `data` or `resource`; empty: as the verb has it
+    std::string path;
+    bool hasPath = true;  ///< without one it is the whole image
+    std::string fork;     ///< `data` or `resource`; empty: as the verb has it
     std::string sector = "0";
 };
 
-/// Declares IMAGE, PATH, `--partition` and `--fork`.
-void AddInspectOptions(OptionSet& arguments, InspectOptions& options, const Reason& path);
+/// Declares IMAGE, PATH, `--partition` and `--fork`; gives back PATH.
+[[nodiscard]] Option AddInspectOptions(OptionSet& arguments, InspectOptions& options,
+                                       const Reason& path);
 
 struct InspectRun {
     explicit InspectRun(CommandContext& context, bool quiet = true) : run(context, quiet) {}

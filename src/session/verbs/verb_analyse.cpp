@@ -227,12 +227,15 @@ int Analyse(const AnalyseOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<AnalyseOptions>();
-    AddInspectOptions(arguments, options->inspect, Sentence::kHelpInspectPath);
+    const Option path = AddInspectOptions(arguments, options->inspect, Sentence::kHelpInspectPath);
     arguments.add("-s,--sector", options->inspect.sector, Sentence::kHelpSector).showDefault();
     arguments.add("-a,--as", options->structure, Sentence::kHelpStructure);
     arguments.flag("-t,--tree", options->tree, Sentence::kHelpListTree);
     arguments.flag(option::kJson, options->json);
-    run = [options](CommandContext& context) { return Analyse(*options, context); };
+    run = [options, path](CommandContext& context) {
+        options->inspect.hasPath = path.wasGiven();
+        return Analyse(*options, context);
+    };
 }
 
 }  // namespace

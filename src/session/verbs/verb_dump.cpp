@@ -26,7 +26,8 @@ struct DumpOptions {
     bool atStarts = false;
     bool raw = false;
 
-    [[nodiscard]] bool searches() const { return !text.empty() || !digits.empty(); }
+    bool searches = false;
+
     [[nodiscard]] PageStyle style() const {
         return {base == "16" ? kHexadecimal : kDecimal, table == "dos" ? CharTable::Dos
                                                         : table == "windows"
@@ -107,7 +108,7 @@ bool PutPage(InspectRun& inspect, std::uint64_t sector, const DumpOptions& optio
     const auto placed = inspect.bytes.imageSector(sector);
     std::string text =
         inspect.run.terminal.messages.words(
-            placed && !options.inspect.path.empty()
+            placed && options.inspect.hasPath
                 ? Reason(Sentence::kPageOfFork, NumberText(sector, style.base),
                          NumberText(page.offset(), style.base), NumberText(*placed, style.base))
                 : Reason(Sentence::kPageOfImage, NumberText(sector, style.base),
@@ -140,7 +141,7 @@ int Dump(const DumpOptions& options, CommandContext& context) {
     if (!inspect.open(options.inspect, false))
         return kExitFailed;
     auto first = inspect.sectorOf(options.inspect.sector);
-    if (first && options.searches())
+    if (first && options.searches)
         first = SectorOfMatch(inspect, options, *first);
     const auto end = first ? EndOf(inspect, options, *first) : std::nullopt;
     if (!end)
@@ -164,18 +165,22 @@ int Dump(const DumpOptions& options, CommandContext& context) {
 
 void SetUp(OptionSet& arguments, RunVerb& run) {
     const auto options = std::make_shared<DumpOptions>();
-    AddInspectOptions(arguments, options->inspect, Sentence::kHelpInspectPath);
+    const Option path = AddInspectOptions(arguments, options->inspect, Sentence::kHelpInspectPath);
     arguments.add("-s,--sector", options->inspect.sector, Sentence::kHelpSector).showDefault();
     arguments.add("-n,--count", options->count, Sentence::kHelpSectorCount).showDefault();
     arguments.add("--base", options->base, Sentence::kHelpBase).oneOf({"10", "16"}).showDefault();
     arguments.add("--table", options->table, Sentence::kHelpTable)
         .oneOf({"mac", "windows", "dos"})
         .showDefault();
-    arguments.add("--search", options->text, Sentence::kHelpSearchText);
-    arguments.add("--search-hex", options->digits, Sentence::kHelpSearchHex);
+    const Option text = arguments.add("--search", options->text, Sentence::kHelpSearchText);
+    const Option digits = arguments.add("--search-hex", options->digits, Sentence::kHelpSearchHex);
     arguments.flag("--at-start", options->atStarts, Sentence::kHelpAtStart);
     arguments.flag("--raw", options->raw, Sentence::kHelpRaw);
-    run = [options](CommandContext& context) { return Dump(*options, context); };
+    run = [options, path, text, digits](CommandContext& context) {
+        options->inspect.hasPath = path.wasGiven();
+        options->searches = text.wasGiven() || digits.wasGiven();
+        return Dump(*options, context);
+    };
 }
 
 }  // namespace
