@@ -8,6 +8,7 @@
 
 #include "containers/names.hpp"
 #include "containers/resource_fork.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/sentences.hpp"
 
@@ -40,7 +41,8 @@ std::string UnicodeName(std::span<const std::uint8_t> bytes) {
     // The count is within the entry, which may have more.
     if (bytes.size() >= 2)
         wide.resize(std::min<std::size_t>(wide.size(), bytes[0] << 8U | bytes[1]));
-    return ShownAliasName(WideToUtf8(wide));
+    // The Macintosh keeps it in letters and marks.
+    return ShownAliasName(WideToUtf8(ComposeName(wide)));
 }
 
 void TakeEntry(AliasRecord& alias, AliasTag tag, const std::vector<std::uint8_t>& bytes) {

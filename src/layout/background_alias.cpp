@@ -8,7 +8,6 @@
 #include "containers/hfs_plus_name.hpp"
 #include "containers/names.hpp"
 #include "support/byte_source.hpp"
-#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 
 namespace vellmark {
@@ -95,7 +94,7 @@ std::vector<std::uint8_t> BackgroundAlias(const BackgroundFile& file) {
 std::string FileOfAlias(std::span<const std::uint8_t> alias) {
     MemoryBytes bytes({alias.begin(), alias.end()});
     const auto record = ReadAliasRecord(bytes);
-    return record ? WideToUtf8(ComposeName(Utf8ToWide(record->targetName))) : std::string();
+    return record ? record->targetName : std::string();
 }
 
 }  // namespace vellmark

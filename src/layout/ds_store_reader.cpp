@@ -46,7 +46,7 @@ class Cursor {
         const auto four = take(4);
         return four ? std::optional(std::string(four->begin(), four->end())) : std::nullopt;
     }
-    [[nodiscard]] bool isAtEnd() const { return bytes_.empty(); }
+    [[nodiscard]] std::size_t left() const { return bytes_.size(); }
 
   private:
     Bytes bytes_;
@@ -106,6 +106,7 @@ class StoreReader {
     /// The one node that the word about the tree leads to, whatever the allocator says.
     [[nodiscard]] bool readOneNode() {
         records_.clear();
+        taken_ = 0;
         const std::uint32_t place = numberAt(kTreePlace);
         // The low half of the count of records.
         if (place < kBase + 2 || place - 2 >= bytes_.size())
@@ -171,8 +172,11 @@ class StoreReader {
 
     bool takeRecords(Cursor& cursor, std::uint32_t count) {
         for (std::uint32_t i = 0; i < count; ++i) {
+            const std::size_t before = cursor.left();
             auto record = TakeRecord(cursor);
-            if (!record)
+            taken_ += before - cursor.left();
+            // More than there is: nodes that share their bytes make records without end.
+            if (!record || taken_ > bytes_.size())
                 return false;
             records_.push_back(std::move(*record));
         }
@@ -181,7 +185,9 @@ class StoreReader {
     }
 
     bool walk(std::uint32_t node, std::size_t depth) {
-        if (depth > kMostDepth || !seen_.insert(node).second)
+        // Several numbers may stand for one place.
+        if (depth > kMostDepth || node >= addresses_.size() ||
+            !seen_.insert(addresses_[node] & ~kSizeBits).second)
             return false;
         Cursor cursor(block(node));
         const auto last = cursor.number();
@@ -200,7 +206,8 @@ class StoreReader {
 
     Bytes bytes_;
     std::vector<std::uint32_t> addresses_;
-    std::set<std::uint32_t> seen_;
+    std::set<std::uint32_t> seen_;  ///< places of nodes
+    std::size_t taken_ = 0;         ///< bytes of all records
     std::vector<StoreRecord> records_;
     std::optional<Cursor> uncounted_;
 };

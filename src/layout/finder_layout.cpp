@@ -71,6 +71,10 @@ int At16(const Bytes& bytes, std::size_t place) {
     std::memcpy(&value, bytes.data() + place, sizeof value);
     return value;
 }
+// A window may reach beyond the upper and left edges of the screen.
+int Edge(const Bytes& bytes, std::size_t place) {
+    return static_cast<std::int16_t>(At16(bytes, place));
+}
 int At32(const Bytes& bytes, std::size_t place) {
     be32 value;
     std::memcpy(&value, bytes.data() + place, sizeof value);
@@ -143,29 +147,46 @@ Bytes IconPlace(const PlacedItem& item) {
     return bytes;
 }
 
-// The index of a value; one that is not there leaves what was.
+// The index of a value; one that is not there leaves what was, and is told.
 template <std::size_t kCount>
-void TakeIndex(const std::array<int, kCount>& values, int value, std::size_t& index) {
+bool TakeIndex(const std::array<int, kCount>& values, int value, std::size_t& index) {
     const auto found = std::find(values.begin(), values.end(), value);
-    if (found != values.end())
-        index = static_cast<std::size_t>(found - values.begin());
+    if (found == values.end())
+        return false;
+    index = static_cast<std::size_t>(found - values.begin());
+    return true;
 }
 
-void TakeWindow(const StoreRecord& record, StoredLayout& stored) {
+// Sizes are multiples of 16; one between two counts as the smaller.
+bool TakeIconSize(int size, std::size_t& index) {
+    const int step = (size >> 4) - 1;
+    if (step < 0 || step >= static_cast<int>(kIconSizes.size()))
+        return false;
+    index = static_cast<std::size_t>(step);
+    return kIconSizes[index] == size;
+}
+
+/// What the older records speak of, in whatever words; only for the rest the newer ones count.
+struct OlderRecords {
+    bool icons = false;
+    bool texts = false;
+};
+
+void TakeFolder(const StoreRecord& record, StoredLayout& stored, OlderRecords& older) {
     DsStoreLayout& layout = stored.layout;
     if (record.id == "fwi0" && record.value.size() >= 8) {
-        layout.top = At16(record.value, 0);
-        layout.left = At16(record.value, 2);
-        layout.bottom = At16(record.value, 4);
-        layout.right = At16(record.value, 6);
+        layout.top = Edge(record.value, 0);
+        layout.left = Edge(record.value, 2);
+        layout.bottom = Edge(record.value, 4);
+        layout.right = Edge(record.value, 6);
         stored.hasWindow = true;
     } else if (record.id == "icvo" && record.value.size() >= kIconOptionsBytes - 2) {
-        TakeIndex(kIconSizes, At16(record.value, kIconSizePlace), layout.iconSize);
-        TakeIndex(kSpacings, At32(record.value, kSpacingPlace), layout.spacing);
-        stored.hasIcons = true;
+        stored.hasIconSize = TakeIconSize(At16(record.value, kIconSizePlace), layout.iconSize);
+        stored.hasSpacing = TakeIndex(kSpacings, At32(record.value, kSpacingPlace), layout.spacing);
+        older.icons = true;
     } else if (record.id == "icvt" && record.value.size() >= 4) {
-        TakeIndex(kTextSizes, At32(record.value, 0), layout.textSize);
-        stored.hasTexts = true;
+        stored.hasTexts = TakeIndex(kTextSizes, At32(record.value, 0), layout.textSize);
+        older.texts = true;
     } else if (record.id == "pict") {
         stored.background = record.value;
     }
@@ -198,24 +219,26 @@ void TakeBounds(const PlistValue* entry, DsStoreLayout& layout) {
             return;
         const char* const end = text->data() + text->size();
         const auto [next, error] = std::from_chars(text->data() + at, end, number);
-        if (error != std::errc() || std::abs(number) > kMostCoordinate)
+        if (error != std::errc() || number < -kMostCoordinate || number > kMostCoordinate)
             return;
         // What stands behind a decimal point is not another number.
         at = text->find_first_of(",}", static_cast<std::size_t>(next - text->data()));
     }
+    // Further out than edges can be.
+    if (numbers[0] + numbers[2] > kMostCoordinate || layout.top + numbers[3] > kMostCoordinate)
+        return;
     layout.left = numbers[0];
     layout.setWidth(numbers[2]);
     layout.setHeight(numbers[3]);
 }
 
-void TakeIconView(const PlistValue& list, StoredLayout& stored) {
+void TakeIconView(const PlistValue& list, StoredLayout& stored, const OlderRecords& older) {
     DsStoreLayout& layout = stored.layout;
-    if (!stored.hasIcons) {
-        const bool isSize = TakeNearest(kIconSizes, list.entry("iconSize"), layout.iconSize);
-        const bool isRoom = TakeNearest(kSpacings, list.entry("gridSpacing"), layout.spacing);
-        stored.hasIcons = isSize && isRoom;
+    if (!older.icons) {
+        stored.hasIconSize = TakeNearest(kIconSizes, list.entry("iconSize"), layout.iconSize);
+        stored.hasSpacing = TakeNearest(kSpacings, list.entry("gridSpacing"), layout.spacing);
     }
-    if (!stored.hasTexts)
+    if (!older.texts)
         stored.hasTexts = TakeNearest(kTextSizes, list.entry("textSize"), layout.textSize);
     const PlistValue* const alias = list.entry("backgroundImageAlias");
     if (stored.background.empty() && alias && alias->bytes())
@@ -223,12 +246,12 @@ void TakeIconView(const PlistValue& list, StoredLayout& stored) {
 }
 
 // They count where the older records are missing.
-void TakeList(const StoreRecord& record, StoredLayout& stored) {
+void TakeList(const StoreRecord& record, StoredLayout& stored, const OlderRecords& older) {
     if (record.name != kFolderItself || (record.id != "bwsp" && record.id != "icvp"))
         return;
     const auto list = ReadBinaryPlist(record.value);
     if (list && record.id == "icvp")
-        TakeIconView(*list, stored);
+        TakeIconView(*list, stored, older);
     else if (list && !stored.hasWindow)
         TakeBounds(list->entry("WindowBounds"), stored.layout);
 }
@@ -293,9 +316,10 @@ std::vector<StoreRecord> RecordsOf(const DsStoreLayout& layout,
 
 StoredLayout LayoutOf(std::span<const StoreRecord> records) {
     StoredLayout stored;
+    OlderRecords older;
     for (const StoreRecord& record : records) {
         if (record.name == kFolderItself) {
-            TakeWindow(record, stored);
+            TakeFolder(record, stored, older);
         } else if (record.id == "Iloc" && record.value.size() >= kIconPlaceBytes / 2) {
             stored.layout.items.push_back(
                 {record.name, false, At32(record.value, 0), At32(record.value, 4)});
@@ -305,7 +329,7 @@ StoredLayout LayoutOf(std::span<const StoreRecord> records) {
         }
     }
     for (const StoreRecord& record : records)
-        TakeList(record, stored);
+        TakeList(record, stored, older);
     return stored;
 }
 

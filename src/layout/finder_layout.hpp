@@ -67,7 +67,8 @@ struct StoredLayout {
     DsStoreLayout layout;
     std::vector<std::uint8_t> background;  ///< alias of the picture, none for none
     bool hasWindow = false;                ///< the edges were there
-    bool hasIcons = false;                 ///< the size of icons and their spacing, exactly
+    bool hasIconSize = false;              ///< the size of icons was there, exactly
+    bool hasSpacing = false;               ///< their spacing, exactly
     bool hasTexts = false;                 ///< the size of texts, exactly
 };
 [[nodiscard]] StoredLayout LayoutOf(std::span<const StoreRecord> records);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <map>
+#include <string_view>
 
 #include "containers/hfs_plus_name.hpp"
 #include "containers/names.hpp"
@@ -14,6 +16,7 @@
 #include "project/pc_sources.hpp"
 #include "project/project_properties.hpp"
 #include "project/view_names.hpp"
+#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -24,6 +27,8 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextNotValid = 1538;
+constexpr std::array<std::u16string_view, 6> kPictureExtensions = {u".JPG", u".JPEG", u".PNG",
+                                                                   u".TIF", u".TIFF", u".BMP"};
 
 std::string HfsNameOf(const ProjectFile& project, const ProjectRecord& record) {
     return ShownItemName(project, record, ProjectView::Hfs);
@@ -130,6 +135,16 @@ bool NameStore(ProjectFile& project, const std::string& path, Messages& messages
     return true;
 }
 
+// Nothing else can be a picture, and of other things none is included, or many are.
+Reason RefuseOtherThanFile(const std::string& path) {
+    const PcFacts facts = PcFactsOf(path);
+    if (facts.kind == PcKind::Missing)
+        return Reason(Sentence::kCannotBeOpened, Printable(path), SystemError{ENOENT});
+    if (facts.kind != PcKind::File)
+        return Reason(Sentence::kPictureNoFile, Printable(path));
+    return {};
+}
+
 // The picture in its folder, and the alias that leads to it; empty without a picture.
 std::optional<std::vector<std::uint8_t>> IncludeBackground(ProjectFile& project,
                                                            const std::string& path,
@@ -137,6 +152,10 @@ std::optional<std::vector<std::uint8_t>> IncludeBackground(ProjectFile& project,
     if (path.empty())
         return std::vector<std::uint8_t>();
     const std::string folder(kBackgroundFolderName);
+    if (const Reason refusal = RefuseOtherThanFile(path)) {
+        ports.messages.showMessage(refusal);
+        return std::nullopt;
+    }
     if (!Include(project, path, folder, ports))
         return std::nullopt;
     const auto& pictures = project.childrenOf(kBackgroundFolder);
@@ -175,7 +194,11 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
     const std::string path = PathOnPc(*file);
     const auto records = ReadStoreFile(path);
     if (!records) {
-        messages.showMessage(Reason::Told(kTextNotValid));
+        const Sentence said = records.error().sentence();
+        if (said == Sentence::kNoStore || said == Sentence::kStoreDamaged)
+            messages.showMessage(Reason::Told(kTextNotValid));
+        else
+            FileOpenError(messages, path, records.error());
         return now;
     }
     StoredLayout stored = LayoutOf(*records);
@@ -192,6 +215,18 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
             now.background = PathOnPc(picture);
     }
     return now;
+}
+
+Reason BackgroundRefusal(const std::string& path) {
+    if (Reason refusal = RefuseOtherThanFile(path))
+        return refusal;
+    const std::u16string name = FoldCase(Utf8ToWide(path));
+    if (std::none_of(kPictureExtensions.begin(), kPictureExtensions.end(),
+                     [&](std::u16string_view each) { return name.ends_with(each); }))
+        return Reason(Sentence::kPictureOfNoKind, Printable(path));
+    if (PcFactsOf(path).sizeBytes == 0)
+        return Reason(Sentence::kNamedReason, Printable(path), Sentence::kIsEmpty);
+    return {};
 }
 
 bool SetLayout(ProjectFile& project, const ProjectLayout& wanted, const std::string& path,

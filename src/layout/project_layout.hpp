@@ -27,6 +27,10 @@ struct ProjectLayout {
 /// Reads a store of the PC; the reason when that fails.
 [[nodiscard]] Result<std::vector<StoreRecord>> ReadStoreFile(const std::string& path);
 
+/// Why a file cannot become the picture behind the icons, by its kind, its name and its size; none
+/// when it can.
+[[nodiscard]] Reason BackgroundRefusal(const std::string& path);
+
 /// Gives the root a layout: writes its file to `path`, which may be there already, and includes it
 /// and the picture, in a folder of its own, in the HFS view alone; older ones of them go. The
 /// project is one of HFS+. False after a message: the project should not be saved.

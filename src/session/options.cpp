@@ -40,7 +40,11 @@ Option OptionSet::add(std::string_view name, std::string& value, const Reason& h
 }
 
 Option OptionSet::add(std::string_view name, std::vector<std::string>& values, const Reason& help) {
-    return addValue(name, values, help, Sentence::kHelpText);
+    const Option option = addValue(name, values, help, Sentence::kHelpText);
+    // What stands behind the value of an option is an argument by its place.
+    if (name.starts_with('-'))
+        app_.get_option(std::string(name))->allow_extra_args(false);
+    return option;
 }
 
 Option OptionSet::add(std::string_view name, std::optional<unsigned>& value, const Reason& help) {

@@ -72,6 +72,7 @@ class OptionSet {
 
     /// `-o,--output` for an option, `IMAGE` for an argument by its place.
     Option add(std::string_view name, std::string& value, const Reason& help);
+    /// An option of several values is given once for each.
     Option add(std::string_view name, std::vector<std::string>& values, const Reason& help);
     Option add(std::string_view name, std::optional<unsigned>& value, const Reason& help);
     Option flag(std::string_view name, bool& value, const Reason& help);

@@ -188,6 +188,11 @@ void TerminalMessages::itemSkipped(std::string_view item, std::string_view reaso
     showMessage(words(Reason(Sentence::kItemSkipped, item, reason)));
 }
 
+void TerminalMessages::itemNoted(std::string_view item, std::string_view reason) {
+    ++skipped_;
+    showMessage(words(Reason(Sentence::kNamed, item, reason)));
+}
+
 void TerminalMessages::nameChanged(std::string_view item, std::string_view given) {
     changedNames_.push_back(std::string(item) + ": " + std::string(given));
 }

@@ -89,6 +89,7 @@ class TerminalMessages final : public Messages {
 
     using Messages::askYesNo;
     using Messages::askYesNoRemember;
+    using Messages::itemNoted;
     using Messages::itemSkipped;
     using Messages::logMessage;
     using Messages::showError;
@@ -99,6 +100,7 @@ class TerminalMessages final : public Messages {
     void showTimedMessage(std::string_view text) override;
     void logMessage(std::string_view text) override;
     void itemSkipped(std::string_view item, std::string_view reason) override;
+    void itemNoted(std::string_view item, std::string_view reason) override;
     [[nodiscard]] bool askYesNo(std::string_view question) override;
     [[nodiscard]] Answer askYesNoRemember(std::string_view question) override;
     [[nodiscard]] TruncationAnswer askTruncation(TruncatedName kind, std::string_view fullName,

@@ -55,6 +55,10 @@ class Messages {
     }
     /// A message about one item that was left out while the rest of the command goes on.
     virtual void itemSkipped(std::string_view item, std::string_view reason) = 0;
+    /// The same about one that is there, but not as it was meant to be.
+    virtual void itemNoted(std::string_view item, std::string_view reason) {
+        itemSkipped(item, reason);
+    }
     /// An item got names that are not its own: shortened, with characters replaced, or with digits.
     /// `given` lists which, and where: `HFS "A very long na.txt", Joliet "..."`. Both are fit for a
     /// terminal.
@@ -96,6 +100,7 @@ class Messages {
     void showTimedMessage(const Reason& reason) { showTimedMessage(words(reason)); }
     void showError(const Reason& reason) { showError(words(reason)); }
     void logMessage(const Reason& reason) { logMessage(words(reason)); }
+    void itemNoted(std::string_view item, const Reason& reason) { itemNoted(item, words(reason)); }
     void itemSkipped(std::string_view item, const Reason& reason) {
         itemSkipped(item, words(reason));
     }

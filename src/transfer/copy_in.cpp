@@ -154,7 +154,8 @@ std::optional<CopyInResult> FileImport::openSource(PcFile file) {
 
 // The file itself is copied, which is named all the same.
 void FileImport::tellPlain(const Reason& wrong) {
-    (void)LeaveOut(batch_, path_, Reason(Sentence::kCopiedAsPlain, wrong));
+    ++batch_.itemsLeftOut;
+    batch_.messages.itemNoted(Printable(path_), Reason(Sentence::kCopiedAsPlain, wrong));
 }
 
 bool FileImport::acceptsDamage() {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -63,6 +64,7 @@ struct CopyOut {
     std::string namedTarget;  ///< a target whose name a person chose; empty for none
     PcTargets targets;
     HardLinks links;
+    std::map<std::string, unsigned> fontNumbers;  ///< the last one in names made of each target
     RememberedAnswer replaceAnswer;
     RememberedAnswer fontAnswer;
     bool hidesEmptyForks = false;  ///< files without the wanted fork are not named any more

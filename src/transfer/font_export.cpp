@@ -56,6 +56,7 @@ class FontExport {
         : batch_(batch),
           item_(item),
           path_(path),
+          own_(target),
           folder_(target.substr(0, target.rfind('/') + 1)),
           given_(GivenName(batch, target)),
           fork_(fork),
@@ -102,7 +103,12 @@ class FontExport {
         return folder_ + given_ + end +
                std::string(givenEnd_.empty() || extension == kMetrics ? extension : givenEnd_);
     }
-    [[nodiscard]] std::string freeTarget(const std::string& name);
+    [[nodiscard]] bool claim(const std::string& target) {
+        const bool isOwn = target == own_ && !std::exchange(isOwnUsed_, true);
+        return isOwn || batch_.targets.claim(target);
+    }
+    template <typename IsTaken>
+    [[nodiscard]] unsigned freeNumber(const std::string& target, const IsTaken& isTaken);
     [[nodiscard]] End takePrinterFont();
     [[nodiscard]] End takeSuitcase();
     [[nodiscard]] End takeTrueType(ByteSource& font);
@@ -112,9 +118,11 @@ class FontExport {
     CopyOut& batch_;
     const CatalogItem& item_;
     const std::string& path_;
+    std::string own_;       ///< the target of the file itself, claimed for it
     std::string folder_;    ///< with `/` at its end, or empty
     std::string given_;     ///< the name that a person chose; empty for none
     std::string givenEnd_;  ///< its extension, if it is that of the font
+    bool isOwnUsed_ = false;
     bool isGivenUsed_ = false;
     ByteSource& fork_;
     ResourceTree tree_;
@@ -151,6 +159,19 @@ FontExport::End FontExport::write(const std::string& target, ByteSource& font,
     return *end == CopyOutResult::LeftOut ? End() : *end;
 }
 
+// Of two fonts with one name both are kept.
+template <typename IsTaken>
+unsigned FontExport::freeNumber(const std::string& target, const IsTaken& isTaken) {
+    // A name that was chosen is not given up for another.
+    if (!given_.empty() && !std::exchange(isGivenUsed_, true))
+        return 1;
+    unsigned& last = batch_.fontNumbers[target];
+    do
+        ++last;
+    while (isTaken(last));
+    return last;
+}
+
 FontExport::End FontExport::takePrinterFont() {
     Result<std::optional<PiecedSource>> pfb = PfbOf(fork_, tree_);
     if (!pfb) {
@@ -168,24 +189,18 @@ FontExport::End FontExport::takePrinterFont() {
         return std::nullopt;
     }
     const std::optional<std::vector<std::uint8_t>> metrics = PfmOf(text, name);
-    const std::string companion = metrics ? targetOf(name, kMetrics) : std::string{};
-    return write(targetOf(name, kPrinterFile), **pfb, companion,
-                 metrics ? *metrics : std::vector<std::uint8_t>{});
-}
-
-// Of two fonts with one name both are kept.
-std::string FontExport::freeTarget(const std::string& name) {
-    const auto isTaken = [&](const std::string& target) {
-        return PcTargets::exists(target) && (batch_.options.existing != ExistingFiles::Replace ||
-                                             batch_.targets.refusalOf(target));
+    // What was there before is no other font of this batch.
+    const auto isGone = [&](const std::string& target) {
+        return batch_.targets.refusalOf(target).sentence() == Sentence::kPcTargetSameName ||
+               !claim(target);
     };
-    std::string target = targetOf(name, kTrueTypeFile);
-    // One that was chosen is not given up for another.
-    if (!given_.empty() && !std::exchange(isGivenUsed_, true))
-        return target;
-    for (unsigned number = 2; isTaken(target) || !batch_.targets.claim(target); ++number)
-        target = targetOf(name, kTrueTypeFile, number);
-    return target;
+    const unsigned number = freeNumber(targetOf(name, kPrinterFile), [&](unsigned each) {
+        return isGone(targetOf(name, kPrinterFile, each)) ||
+               (metrics && isGone(targetOf(name, kMetrics, each)));
+    });
+    const std::string companion = metrics ? targetOf(name, kMetrics, number) : std::string{};
+    return write(targetOf(name, kPrinterFile, number), **pfb, companion,
+                 metrics ? *metrics : std::vector<std::uint8_t>{});
 }
 
 FontExport::End FontExport::takeTrueType(ByteSource& font) {
@@ -195,7 +210,15 @@ FontExport::End FontExport::takeTrueType(ByteSource& font) {
         return std::nullopt;
     }
     const std::uint64_t leftOut = batch_.itemsLeftOut;
-    const End end = write(freeTarget(name), font, {}, {});
+    const auto isTaken = [&](unsigned each) {
+        const std::string target = targetOf(name, kTrueTypeFile, each);
+        const bool stays =
+            PcTargets::exists(target) &&
+            (batch_.options.existing != ExistingFiles::Replace || batch_.targets.refusalOf(target));
+        return stays || !claim(target);
+    };
+    const unsigned number = freeNumber(targetOf(name, kTrueTypeFile), isTaken);
+    const End end = write(targetOf(name, kTrueTypeFile, number), font, {}, {});
     // Where the chosen name is not to be had, the others of its file do not come without it.
     const bool isRefused = !given_.empty() && batch_.itemsLeftOut > leftOut;
     return !end && isRefused ? CopyOutResult::LeftOut : end;

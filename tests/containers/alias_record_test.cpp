@@ -55,13 +55,13 @@ TEST(AliasRecordTest, ReadsTheHeadAndTheEntries) {
     EXPECT_EQ(alias->targetId, 23U);
     EXPECT_FALSE(alias->isFolder);
 
-    // Names that MacRoman has not; the count of the second one lies.
+    // Names that MacRoman has not, in letters and marks; the count of the second one lies.
     MemoryBytes unicode(Head() + Entry(14, Be(2, 2) + Be(0x263A, 2) + Be('/', 2)) +
-                        Entry(15, Be(0xFFFF, 2) + Be(0x3B1, 2)));
+                        Entry(15, Be(0xFFFF, 2) + Be('E', 2) + Be(0x301, 2) + Be(0x3B1, 2)));
     const Result<AliasRecord> wide = ReadAliasRecord(unicode);
     ASSERT_TRUE(wide);
     EXPECT_EQ(wide->targetName, "☺:");
-    EXPECT_EQ(wide->volumeName, "α");
+    EXPECT_EQ(wide->volumeName, "Éα");
     EXPECT_FALSE(wide->problem);
 }
 

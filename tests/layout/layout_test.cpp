@@ -220,6 +220,62 @@ TEST(Layout, DamagedStoresEnd) {
     }
 }
 
+// A few bytes never become records without end: nodes at one place, and nodes within each other.
+TEST(Layout, NodesThatShareTheirBytesAreRefused) {
+    Bytes bytes = StoreBytes(RecordsOf(LayoutWith(300), {}));
+    const std::size_t first = 4 + At(bytes, 8) + 8 + 4 * 2;
+    std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(first), 4,
+                bytes.begin() + static_cast<std::ptrdiff_t>(first) + 4);
+    EXPECT_FALSE(ReadStore(bytes));
+
+    constexpr std::uint32_t kNodes = 200;
+    const auto put = [&](std::size_t at, std::uint32_t value) {
+        for (std::size_t i = 0; i < 4; ++i)
+            bytes[at + i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
+    };
+    bytes.assign(4 + 0x4000 + 32 * (kNodes + 1), 0);
+    std::copy_n("\0\0\0\1Bud1\0\0\x10\0\0\0\x08\0\0\0\x10", 19, bytes.begin());
+    put(4 + 0x1000, kNodes + 2);
+    std::copy_n("\0\0\0\1\4DSDB\0\0\0", 12, bytes.begin() + 4 + 0x1000 + 8 + 1024);
+    put(4 + 0x1000 + 8, 0x2000 | 13);
+    put(4 + 0x2000, 1);
+    put(4 + 0x1000 + 8 + 4, 0x3000 | 12);
+    put(4 + 0x3000, kNodes + 1);
+    put(4 + 0x3004, kNodes - 1);
+    for (std::uint32_t i = 0; i < kNodes; ++i) {
+        put(4 + 0x1000 + 8 + 4 * (i + 2), (0x4000 + 32 * i) | 14);
+        const std::size_t node = 4 + 0x4000 + 32 * i;
+        put(node + 4, kNodes - i);
+        std::copy_n("\0\0\0\1\0aIlocblob\0\0\0\x0E", 18, bytes.begin() + node + 8);
+        if (i + 1 < kNodes) {
+            put(4 + 0x3008 + 19 * i, i + 2);
+            std::copy_n(
+                "\0\0\0\1\0btext"
+                "bool\1",
+                15, bytes.begin() + 4 + 0x3008 + 19 * i + 4);
+        }
+    }
+    EXPECT_FALSE(ReadStore(bytes));
+}
+
+// What no list of sizes has is near something for the editor, but is nothing that the file says.
+TEST(Layout, TellsOnlyWhatTheFileSays) {
+    std::vector<StoreRecord> records = RecordsOf(DsStoreLayout(), {});
+    for (StoreRecord& record : records) {
+        if (record.id == "fwi0")
+            std::copy_n("\xFF\xEC\xFF\xFE", 4, record.value.begin());
+        else if (record.id == "icvo")
+            record.value[5] = 72;
+        else if (record.id == "icvt")
+            record.value[3] = 13;
+    }
+    const StoredLayout stored = LayoutOf(records);
+    EXPECT_EQ(std::tuple(stored.layout.top, stored.layout.left), std::tuple(-20, -2));
+    EXPECT_EQ(std::tuple(stored.hasWindow, stored.hasIconSize, stored.hasSpacing, stored.hasTexts),
+              std::tuple(true, false, true, false));
+    EXPECT_EQ(kIconSizes[stored.layout.iconSize], 64);
+}
+
 TEST(Layout, GridsKeepTheirRules) {
     const std::array<int, 4> widest = {160, 180, 200, 240};
     const std::array<int, 4> lastStarts = {84, 94, 104, 124};
@@ -282,8 +338,8 @@ TEST(Layout, NewerStoresAreReadFromTheirLists) {
     EXPECT_EQ(std::tuple(layout.left, layout.top, layout.right, layout.bottom),
               std::tuple(200, 100, 840, 520));
     EXPECT_EQ(std::tuple(layout.iconSize, layout.spacing, layout.textSize), std::tuple(3u, 3u, 1u));
-    EXPECT_EQ(std::tuple(stored.hasWindow, stored.hasIcons, stored.hasTexts),
-              std::tuple(false, false, true));
+    EXPECT_EQ(std::tuple(stored.hasWindow, stored.hasIconSize, stored.hasSpacing, stored.hasTexts),
+              std::tuple(false, false, true, true));
     EXPECT_EQ(stored.background, Bytes(20, 1));
     for (const StoreRecord& old : RecordsOf(DsStoreLayout(), {}))
         records.push_back(old);

@@ -56,6 +56,25 @@ none out/P.pfm
     EXPECT_EQ(Bytes("named/P.PFB"), Bytes("out/P.pfb"));
 }
 
+TEST_F(FontVerbs, TwoPrinterFontsOfOneNameAreBothKept) {
+    const auto fork = [](const char* weight) {
+        return ForkOf("POST", {Be(0x100, 2) + "%!\n/FontName /P def\n/FontBBox {0 0 9 9} def\n" +
+                                   "/Weight (" + weight + ") def\n",
+                               Be(0x500, 2)});
+    };
+    put("P.pfb", "LWFN", fork("One"));
+    put("Other", "LWFN", fork("Two"));
+    play(R"(
+folder out
+0 get v.img P.pfb Other --fonts yes -o out
+has out/P.pfb 1 => One
+has out/P.pfm 1 => PostScript
+has out/P-2.pfb 1 => Two
+has out/P-2.pfm 1 => PostScript
+)");
+    EXPECT_EQ(disk("out").size(), 4U);
+}
+
 TEST_F(FontVerbs, GetAsksWhereSomebodyCanAnswer) {
     const std::string font = test::PrinterFontFork("P");
     put("First", "LWFN", font);
@@ -135,6 +154,7 @@ TEST_F(FontVerbs, PutTakesFontsThatCannotBeConvertedAsTheyAre) {
         play("3! put v.img " + name + " --fonts yes -q\nsays => " + name +
              ": It is copied as a plain file. => font");
         play("folder out\n0 get v.img " + name + " --fonts yes -o out");
+        EXPECT_EQ(test::CountIn(err_, "skipped"), 0U) << err_;
         EXPECT_EQ(Bytes("out/" + name), bytes) << name;
     }
     Write("asked.ttf", TrueType("Asked", ""));

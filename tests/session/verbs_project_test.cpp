@@ -288,7 +288,24 @@ shows => 10,20 to 310,420
 shows => 48 pixels
 shows => 10 points
 shows => sea.jpg
-0 build disc.vlpr -o disc.iso
+file a:b.txt => c
+file picture.txt => text
+file none.jpg =>
+0 add disc.vlpr a:b.txt
+0 dsstore --background '' --place=A:B.TXT=30,40 disc.vlpr
+0 dsstore --show disc.DS_Store
+shows => 30,40  a/b.txt
+1 dsstore --background=none.jpg disc.vlpr => none.jpg: it is empty
+1 dsstore --background=Sub disc.vlpr => Sub is no regular file.
+1 dsstore --background=picture.txt disc.vlpr => picture by its extension
+1 dsstore disc.vlpr --force -o disc.vlpr => is needed as it is
+file disc.DS_Store => damaged
+1! dsstore disc.vlpr --place a.txt=1,2 => not valid
+0! dsstore disc.vlpr --place a.txt=1,2 --background sea.jpg --place a/b.txt=3,4 --force
+0 dsstore --show disc.DS_Store
+shows => 1,2  a.txt
+shows => 3,4  a/b.txt
+0! build disc.vlpr -o disc.iso
 0 get disc.iso .!Background/sea.jpg -o - == picture
 0 ls --as hfs --json disc.iso => "id": 17
 0 get disc.iso .DS_Store -o out

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "containers/hfs_plus_name.hpp"
+#include "containers/name_order.hpp"
 #include "layout/background_alias.hpp"
 #include "layout/binary_plist.hpp"
 #include "layout/project_layout.hpp"
@@ -36,12 +37,13 @@ struct LayoutOptions {
     std::vector<std::string> background;  ///< the last one counts, "" for none
     std::vector<std::string> places;
     std::string target;
+    bool force = false;
     bool json = false;
     bool quiet = false;
 
     [[nodiscard]] bool changes() const {
         return !window.empty() || !iconSize.empty() || !textSize.empty() || !spacing.empty() ||
-               !background.empty() || !places.empty() || !target.empty();
+               !background.empty() || !places.empty() || !target.empty() || force;
     }
 };
 
@@ -108,10 +110,10 @@ void PutJson(const std::vector<StoreRecord>& records, CommandContext& context) {
                           {"top", layout.top},
                           {"right", layout.right},
                           {"bottom", layout.bottom}};
-    if (stored.hasIcons) {
+    if (stored.hasIconSize)
         json["iconSize"] = kIconSizes[layout.iconSize];
+    if (stored.hasSpacing)
         json["spacing"] = layout.spacing;
-    }
     if (stored.hasTexts)
         json["textSize"] = kTextSizes[layout.textSize];
     json["background"] = FileOfAlias(stored.background);
@@ -139,8 +141,10 @@ void PutText(const std::vector<StoreRecord>& records, CommandContext& context) {
     if (stored.hasWindow)
         line(Reason(Sentence::kStoreWindow, layout.left, layout.top, layout.right, layout.bottom,
                     layout.width(), layout.height()));
-    if (stored.hasIcons)
-        line(Reason(Sentence::kStoreIcons, kIconSizes[layout.iconSize], layout.spacing));
+    if (stored.hasIconSize)
+        line(Reason(Sentence::kStoreIconSize, kIconSizes[layout.iconSize]));
+    if (stored.hasSpacing)
+        line(Reason(Sentence::kStoreSpacing, layout.spacing));
     if (stored.hasTexts)
         line(Reason(Sentence::kStoreTexts, kTextSizes[layout.textSize]));
     if (!stored.background.empty())
@@ -209,6 +213,21 @@ Reason TakeGeometry(const LayoutOptions& options, DsStoreLayout& layout) {
     return {};
 }
 
+// By its name as the Macintosh has it, or as listings and the PC do, with a colon for a slash;
+// without regard to case where none is just so.
+PlacedItem* FindIcon(DsStoreLayout& layout, const std::string& typed) {
+    std::u16string name = WideToHfsPlusName(Utf8ToWide(typed));
+    std::replace(name.begin(), name.end(), u':', u'/');
+    const auto same = [&](const PlacedItem& each) { return each.name == name; };
+    const auto alike = [&](const PlacedItem& each) {
+        return CompareHfsPlusNames(each.name, name) == 0;
+    };
+    auto item = std::find_if(layout.items.begin(), layout.items.end(), same);
+    if (item == layout.items.end())
+        item = std::find_if(layout.items.begin(), layout.items.end(), alike);
+    return item == layout.items.end() ? nullptr : &*item;
+}
+
 Reason TakePlaces(const LayoutOptions& options, DsStoreLayout& layout) {
     for (const std::string& place : options.places) {
         const std::size_t sign = place.rfind('=');
@@ -216,10 +235,8 @@ Reason TakePlaces(const LayoutOptions& options, DsStoreLayout& layout) {
             sign == place.npos ? std::nullopt : NumbersOf(std::string_view(place).substr(sign + 1));
         if (!numbers || numbers->size() != 2)
             return Reason(Sentence::kNoIconPlace, Printable(place));
-        const std::u16string name = WideToHfsPlusName(Utf8ToWide(place.substr(0, sign)));
-        const auto item = std::find_if(layout.items.begin(), layout.items.end(),
-                                       [&](const PlacedItem& each) { return each.name == name; });
-        if (item == layout.items.end())
+        PlacedItem* const item = FindIcon(layout, place.substr(0, sign));
+        if (!item)
             return Reason(Sentence::kNoIconToPlace, Printable(place.substr(0, sign)));
         item->x = numbers->front();
         item->y = numbers->back();
@@ -247,12 +264,15 @@ int LayOut(const LayoutOptions& options, CommandContext& context) {
     Reason refusal = TakeGeometry(options, wanted.layout);
     if (!refusal)
         refusal = TakePlaces(options, wanted.layout);
+    if (!options.background.empty()) {
+        wanted.background = options.background.back();
+        if (!refusal && !wanted.background.empty())
+            refusal = BackgroundRefusal(wanted.background);
+    }
     if (refusal) {
         messages.showMessage(refusal);
         return kExitFailed;
     }
-    if (!options.background.empty())
-        wanted.background = options.background.back();
     std::error_code ignored;
     const std::string target =
         std::filesystem::absolute(options.target.empty()
@@ -260,8 +280,13 @@ int LayOut(const LayoutOptions& options, CommandContext& context) {
                                       : options.target,
                                   ignored)
             .string();
-    // Nothing but an older layout gives way.
-    if (!MayMakeFile(target, ReadStoreFile(target).has_value(), messages))
+    for (const std::string& needed : {project->path(), wanted.background})
+        if (AreSameFile(target, needed)) {
+            messages.showMessage(Reason(Sentence::kStoreReplacesSource, Printable(target)));
+            return kExitFailed;
+        }
+    // Nothing but an older layout gives way unasked.
+    if (!MayMakeFile(target, options.force || ReadStoreFile(target).has_value(), messages))
         return kExitFailed;
     if (!SetLayout(*project, wanted, target, {messages, terminal.progress, context.clock}) ||
         !SaveWithBackup(*project, context, messages))
@@ -291,6 +316,7 @@ void SetUp(OptionSet& arguments, RunVerb& run) {
     arguments.add("--background", options->background, Sentence::kHelpBackground);
     arguments.add("--place", options->places, Sentence::kHelpPlace);
     arguments.add("-o,--output", options->target, Sentence::kHelpStoreTarget);
+    arguments.flag(option::kForceFile, options->force);
     arguments.flag(option::kJson, options->json);
     arguments.flag(option::kQuiet, options->quiet);
     run = [options](CommandContext& context) { return Run(*options, context); };
