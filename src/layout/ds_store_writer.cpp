@@ -231,20 +231,8 @@ void PutRemains(std::vector<std::uint8_t>& bytes) {
     }
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> StoreBytes(std::vector<StoreRecord> records) {
-    std::stable_sort(records.begin(), records.end(),
-                     [](const StoreRecord& a, const StoreRecord& b) {
-                         const int order = CompareHfsPlusNames(a.name, b.name);
-                         return order != 0 ? order < 0 : a.id < b.id;
-                     });
-    RecordList all;
-    all.reserve(records.size());
-    for (const StoreRecord& record : records)
-        all.push_back(RecordBytes(record));
-    const TreeMaker tree(std::move(all));
-
+// The allocator's block, that of the tree's head, and the nodes.
+std::vector<Block> BlocksOf(const TreeMaker& tree) {
     std::vector<Block> blocks = {{kAllocatorPlace, kAllocatorOrder}, {kTreePlace, kTreeOrder}};
     for (std::size_t i = 0; i < tree.nodes().size(); ++i)
         blocks.push_back(
@@ -259,6 +247,23 @@ std::vector<std::uint8_t> StoreBytes(std::vector<StoreRecord> records) {
         const auto nodesEnd = static_cast<std::uint32_t>(blocks.back().end());
         blocks.front() = {(nodesEnd + size - 1) / size * size, order};
     }
+    return blocks;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> StoreBytes(std::vector<StoreRecord> records) {
+    std::stable_sort(records.begin(), records.end(),
+                     [](const StoreRecord& a, const StoreRecord& b) {
+                         const int order = CompareHfsPlusNames(a.name, b.name);
+                         return order != 0 ? order < 0 : a.id < b.id;
+                     });
+    RecordList all;
+    all.reserve(records.size());
+    for (const StoreRecord& record : records)
+        all.push_back(RecordBytes(record));
+    const TreeMaker tree(std::move(all));
+    const std::vector<Block> blocks = BlocksOf(tree);
     std::vector<Block> used = blocks;
     used.push_back({0, kHeaderOrder});
     const std::vector<std::uint8_t> allocator = AllocatorBytes(blocks, used);

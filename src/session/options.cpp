@@ -4,6 +4,19 @@
 
 namespace vellmark {
 
+namespace {
+
+// No argument of a program holds one.
+constexpr char kNoList = '\0';
+
+}  // namespace
+
+std::string ParserArgument(std::string given) {
+    if (given.starts_with('[') && given.ends_with(']'))
+        given += kNoList;
+    return given;
+}
+
 Option& Option::required() {
     option_->required();
     return *this;
@@ -32,6 +45,11 @@ template <typename Value>
 Option OptionSet::addValue(std::string_view name, Value& value, const Reason& help, Sentence type) {
     CLI::Option* option = app_.add_option(std::string(name), value, help.words(language_));
     option->type_name(std::string(SentenceText(type, language_)));
+    option->transform([](std::string given) {
+        if (given.ends_with(kNoList))
+            given.pop_back();
+        return given;
+    });
     return Option(option);
 }
 

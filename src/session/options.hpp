@@ -64,6 +64,10 @@ inline constexpr SharedOption kQuietRemarks{"-q,--quiet", Sentence::kHelpQuietRe
 inline constexpr SharedOption kQuietResult{"-q,--quiet", Sentence::kHelpQuietResult};
 }  // namespace option
 
+/// An argument for the parser, which would take the name `[a]` for a list of the one name `a`: the
+/// options of a set have it as it was given.
+[[nodiscard]] std::string ParserArgument(std::string given);
+
 /// The options of one verb, with their help in the language of the person. The values that they
 /// fill must live until the verb has run.
 class OptionSet {

@@ -54,6 +54,11 @@ TEST_F(VolumeVerbs, AttributesAndSearchesAreOfTheItemsThatAreNamed) {
 0 attr v.img Old --created 1990-01-02T03:04:00Z --modified 1991-05-06T07:08:00Z
 0 attr v.img Old/Drafts/notes => TEXT => R*ch => invisible => 1999-12-31 23:59 => locked    yes
 0 attr v.img Old => 1990-01-02 03:04 => 1991-05-06 07:08
+0 mkdir v.img [Old]
+0 attr v.img --set invisible [Old]
+0 find v.img [Old] == [Old]/\n
+0 rm v.img [Old]
+0 ls v.img => Old
 2 attr v.img Old --created 2026-02-31 => 2026-02-31
 2 attr v.img Old --created yesterday => yesterday
 0 swap v.img Old/Drafts/plan.txt

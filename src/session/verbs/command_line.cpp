@@ -5,8 +5,10 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "session/options.hpp"
 #include "session/session_state.hpp"
 #include "session/verbs/parser_words.hpp"
 #include "session/verbs/verbs.hpp"
@@ -182,7 +184,9 @@ int RunVerbs(std::span<const std::string> given, CommandContext& context) {
     ReplaceHelpVerb(arguments);
     try {
         // The parser wants the last argument first.
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        std::vector<std::string> parsed(arguments.size());
+        std::transform(arguments.rbegin(), arguments.rend(), parsed.begin(), ParserArgument);
+        app.parse(std::move(parsed));
     } catch (const CLI::Success& wanted) {
         return app.exit(wanted, context.output, context.errors);
     } catch (const CLI::ParseError& error) {
