@@ -156,10 +156,14 @@ TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
 ! rsrc (Resource, length: 75 bytes)[Vellmark]
 ! SVue is off
 > rows
-> menu Aff1 | read PanneauSecteur | give Att1 | cancel
+> menu Aff1 | give Att1 | give Comme16 | press go_racine | press MessFermer | press MessFermer | read PanneauSecteur | cancel
+! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
+! Att1 is off
+! EFI/GPT-style Partition
+! GUID Partition Entries
+! EFI/GPT-style Partition
 ! disk.hfs (Whole Image, length: 1108480 bytes)[Vellmark]
 = 0
-! Att1 is off
 > rows rsrc
 > menu Aff1 | give Act1 | close | give Image | give Act1 | close | give Go1 | set Secteur=2 | press OK | give Act1 | press Go2 | give Act1 | press go_poscat1 | read PanneauSecteur | give Act1 | press AffTree | press go_racine | read PanneauSecteur | give Act1 | close | give Reculer | give Reculer | read PanneauSecteur | cancel
 ! rsrc (Resource, length: 75 bytes)[Vellmark]

@@ -152,7 +152,7 @@ void TMacDump::makeActionMenu() {
                     [this] { page_->copyAll(); }));
     ofPages_.push_back(&addCommand(
         menu, {"Act1", 3021, 3121, QKeySequence(QStringLiteral("Ctrl+Return")), "report"},
-        [this] { analyse(StructureCode::Unknown); }));
+        [this] { (void)analyse(StructureCode::Unknown); }));
     QMenu* const as = menu.addMenu(Words(Sentence::kAnalyseAs, language()));
     as->menuAction()->setStatusTip(Words(Sentence::kAnalyseAsHint, language()));
     ofPages_.push_back(as->menuAction());
@@ -160,7 +160,7 @@ void TMacDump::makeActionMenu() {
         const auto structure = static_cast<StructureCode>(code);
         QAction* const action = as->addAction(Words(TitleOf(structure), language()));
         action->setObjectName(QStringLiteral("Comme%1").arg(code));
-        connect(action, &QAction::triggered, this, [this, structure] { analyse(structure); });
+        connect(action, &QAction::triggered, this, [this, structure] { (void)analyse(structure); });
     }
     ofPages_.push_back(
         &addCommand(menu, {"Act2", 3022, 3122, {}, "save"}, [this] { saveSegment(); }));

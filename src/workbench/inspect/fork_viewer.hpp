@@ -76,8 +76,9 @@ class TMacDump final : public WorkDialog {
     /// it did not run.
     bool look(std::uint64_t sector, const std::function<void(Progress& progress)>& work);
 
-    /// Shows what the sector holds, and goes where the person goes from there.
-    void analyse(StructureCode as);
+    /// Shows what the sector holds, and goes where the person goes from there; whether that was
+    /// anywhere.
+    bool analyse(StructureCode as);
     void showProperties();
     void print();
     void saveSegment();

@@ -260,24 +260,33 @@ void PlaceBeside(QWidget& form, const QWidget& page) {
 
 }  // namespace
 
-void TMacDump::analyse(StructureCode as) {
+bool TMacDump::analyse(StructureCode as) {
     const auto found = AnalyseSector(file_.surroundings(), bytes(), {current(), as, language()});
-    if (!found)
-        return window_.messages().showMessage(found.error());
+    if (!found) {
+        window_.messages().showMessage(found.error());
+        return false;
+    }
     const auto link =
         ShowAnalysis({window_, file_.surroundings(), bytes(), current(), this,
                       [this](ByteRange bytes) { page_->mark(bytes.offset, bytes.length); }},
                      *found);
     if (!link)
-        return;
+        return false;
     // The way leads to a sector of the image, wherever it began.
-    if (link->sector > LastSector(*file_.bytes(ViewedFork::Image).source))
-        return window_.messages().showMessage(Reason(Sentence::kSectorNotThere, link->sector));
+    if (link->sector > LastSector(*file_.bytes(ViewedFork::Image).source)) {
+        window_.messages().showMessage(Reason(Sentence::kSectorNotThere, link->sector));
+        return false;
+    }
     if (fork_ != ViewedFork::Image)
         turnTo(ViewedFork::Image);
     goTo(link->sector);
-    if (link->as != StructureCode::Unknown)
-        analyse(link->as);
+    if (link->as == StructureCode::Unknown || analyse(link->as))
+        return true;
+    // The entries of a GUID table are looked at from their header, which comes again behind them.
+    if (link->as != StructureCode::GptEntries)
+        return true;
+    travel(true);
+    return analyse(as);
 }
 
 std::optional<SectorLink> ShowAnalysis(const AnalysisScene& scene, const Analysis& analysis) {
