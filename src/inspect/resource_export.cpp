@@ -42,7 +42,7 @@ Reason ResourceExport::save(PcTargets& targets, const ResourceType& type, const 
     const auto named = [&](const Reason& reason) {
         return Reason(Sentence::kNamedReason, Printable(path), reason);
     };
-    if (const Reason refusal = targets.refusalOf(path))
+    if (Reason refusal = targets.refusalOf(path))
         return refusal;
     const bool replaces = PcTargets::exists(path);
     if (replaces && !mayReplace_)
