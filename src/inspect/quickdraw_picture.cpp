@@ -195,7 +195,7 @@ class PictureReader {
         const auto from = TakeRecord<PixelBounds>(rest_);
         const auto to = TakeRecord<PixelBounds>(rest_);
         const auto mode = TakeRecord<be16>(rest_);
-        if (!source || !mode || (*mode != kCopy && *mode != kDitherCopy))
+        if (!source || !from || !to || !mode || (*mode != kCopy && *mode != kDitherCopy))
             return false;
         const Rectangle clip = clip_;
         if (code % 2 != 0 && !takeRegion())
