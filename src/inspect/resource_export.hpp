@@ -2,6 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <string>
 
 #include "inspect/fork_page.hpp"
 #include "inspect/shown_resource.hpp"
@@ -38,21 +40,24 @@ class ResourceExport {
     /// the sink's to tell.
     [[nodiscard]] Reason fill(ByteSink& file, const ResourceType& type, const Resource& resource,
                               Progress& progress) const;
-    /// The name of such a file; `turn` counts those that would have the same from 1 on.
-    [[nodiscard]] std::string fileName(const ResourceType& type, const Resource& resource,
-                                       unsigned turn = 1) const;
+    /// The name of such a file.
+    [[nodiscard]] std::string fileName(const ResourceType& type, const Resource& resource) const;
 
   private:
-    [[nodiscard]] std::string_view extensionOf(const ResourceType& type,
-                                               const Resource& resource) const;
-    [[nodiscard]] std::string newPath(PcTargets& targets, const ResourceType& type,
-                                      const Resource& resource) const;
+    /// What is saved of it in place of its bytes; nothing for the other forms.
+    [[nodiscard]] ShownResource look(const ResourceType& type, const Resource& resource) const;
+    [[nodiscard]] std::string_view extensionOf(const ShownResource& shown) const;
+    [[nodiscard]] std::string newPath(PcTargets& targets, const std::string& stem,
+                                      std::string_view extension);
+    [[nodiscard]] Reason write(ByteSink& file, const Resource& resource, const ShownResource& shown,
+                               Progress& progress) const;
 
     ByteSource& fork_;
     const ResourceTree& tree_;
     ResourceForm form_;
     PageStyle style_;
     std::function<bool(const std::string& path)> mayReplace_;
+    std::map<std::string, unsigned> turns_;  // the last number of files that would have that name
 };
 
 }  // namespace vellmark

@@ -113,7 +113,11 @@ TEST_F(InspectVerbs, AnalyseShowsStructuresInWordsAndAsJson) {
 
 TEST_F(InspectVerbs, ResourcesAreListedAndSaved) {
     Write("bad", ResourceFork().substr(0, 300));
+    Write("twins", test::ForkOf("ab/c", {"one", "two"}));
     play(R"(
+0 put v.img twins -q
+0 resources v.img twins --fork data --save out
+holds 'out/ab_c 0x01f5 2.bin' => two
 0 resources v.img fork == ab/c\n  id=0x0080, lg=5\n  id=0x0081, lg=6\n
 0 resources v.img fork --id 0x81 == ab/c\n  id=0x0081, lg=6\n
 0 resources v.img fork --save out

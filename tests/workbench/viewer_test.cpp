@@ -1,4 +1,5 @@
 // A person looks into files of a volume, and into the image around them.
+#include "session/mac_forks.hpp"
 #include "workbench/window_bench.hpp"
 
 namespace vellmark {
@@ -125,15 +126,8 @@ TEST_F(WindowScripts, SearchesAForkAndKeepsPiecesOfIt) {
               "00000512  64 65 72 78 78 78 78 78  78 78 78 78 78 78 78 78  derxxxxxxxxxxxxx");
 }
 
-// A resource fork of one text; the forks change places on the volume.
-std::string OneResource() {
-    const std::string header("\0\0\0\x10\0\0\0\x19\0\0\0\x09\0\0\0\x32", 16);
-    const std::string map("\0\x1C\0\x32\0\0TEXT\0\0\0\x0A\0\x80\xFF\xFF\0\0\0\0\0\0\0\0", 26);
-    return header + std::string("\0\0\0\5hello", 9) + header + std::string(8, '\0') + map;
-}
-
 TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
-    test::Write("rsrc", OneResource());
+    test::Write("rsrc", test::ForkOf("TEXT", {"hello"}));
     play(R"(
 0 format disk.hfs --size 1M --label Disk
 0 put disk.hfs rsrc
@@ -188,7 +182,7 @@ TEST_F(WindowScripts, SavesResourcesAndFollowsStructures) {
 )");
     EXPECT_EQ(test::Bytes("one.res"), "hello");
     EXPECT_EQ(test::Bytes("one.txt"), "hello");
-    EXPECT_EQ(test::Bytes("all/TEXT 0x0080.txt"), "hello");
+    EXPECT_EQ(test::Bytes("all/TEXT 0x01f5.txt"), "hello");
     EXPECT_EQ(test::Bytes("one.hex").substr(0, 25), "00000000  68 65 6c 6c 6f ");
 }
 
