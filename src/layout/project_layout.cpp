@@ -10,13 +10,13 @@
 #include "containers/names.hpp"
 #include "containers/pc_name.hpp"
 #include "layout/background_alias.hpp"
+#include "layout/picture_format.hpp"
 #include "project/include_contents.hpp"
 #include "project/item_deletion.hpp"
 #include "project/item_names.hpp"
 #include "project/pc_sources.hpp"
 #include "project/project_properties.hpp"
 #include "project/view_names.hpp"
-#include "support/canonical_form.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/pc_folder.hpp"
@@ -27,8 +27,6 @@ namespace vellmark {
 namespace {
 
 constexpr int kTextNotValid = 1538;
-constexpr std::array<std::u16string_view, 6> kPictureExtensions = {u".JPG", u".JPEG", u".PNG",
-                                                                   u".TIF", u".TIFF", u".BMP"};
 
 std::string HfsNameOf(const ProjectFile& project, const ProjectRecord& record) {
     return ShownItemName(project, record, ProjectView::Hfs);
@@ -220,9 +218,7 @@ ProjectLayout LayoutOfProject(const ProjectFile& project, Messages& messages) {
 Reason BackgroundRefusal(const std::string& path) {
     if (Reason refusal = RefuseOtherThanFile(path))
         return refusal;
-    const std::u16string name = FoldCase(Utf8ToWide(path));
-    if (std::none_of(kPictureExtensions.begin(), kPictureExtensions.end(),
-                     [&](std::u16string_view each) { return name.ends_with(each); }))
+    if (!PictureFormatOf(path))
         return Reason(Sentence::kPictureOfNoKind, Printable(path));
     if (PcFactsOf(path).sizeBytes == 0)
         return Reason(Sentence::kNamedReason, Printable(path), Sentence::kIsEmpty);

@@ -2,16 +2,13 @@
 
 #include <QBuffer>
 #include <QImageReader>
-#include <QString>
-#include <algorithm>
-#include <array>
 #include <vector>
 
+#include "layout/picture_format.hpp"
 #include "support/encoding.hpp"
 #include "support/pc_file.hpp"
 #include "support/sentences.hpp"
 #include "workbench/layout/jpeg_reader.hpp"
-#include "workbench/messages/words.hpp"
 
 namespace vellmark {
 
@@ -21,22 +18,12 @@ namespace {
 constexpr std::uint64_t kMostBytes = 256u << 20;
 constexpr std::int64_t kMostPixels = 64 << 20;
 
-struct Kind {
-    const char* extension;
-    const char* format;  // as the toolkit calls it, "" for JPEG
+struct Format {
+    const char* reader;  // as the toolkit calls it, "" for JPEG
     const char* name;
 };
-constexpr Kind kKinds[] = {{".jpg", "", "JPEG"},      {".jpeg", "", "JPEG"},
-                           {".png", "png", "PNG"},    {".tif", "tiff", "TIFF"},
-                           {".tiff", "tiff", "TIFF"}, {".bmp", "bmp", "BMP"}};
-
-const Kind* KindOf(const std::string& path) {
-    const QString name = ToQString(path).toLower();
-    for (const Kind& kind : kKinds)
-        if (name.endsWith(QLatin1String(kind.extension)))
-            return &kind;
-    return nullptr;
-}
+// By `PictureFormat`.
+constexpr Format kFormats[] = {{"", "JPEG"}, {"png", "PNG"}, {"tiff", "TIFF"}, {"bmp", "BMP"}};
 
 Result<std::vector<std::uint8_t>> BytesOf(const std::string& path) {
     PcFile file(path, PcFile::Mode::Read);
@@ -52,13 +39,13 @@ Result<std::vector<std::uint8_t>> BytesOf(const std::string& path) {
 }
 
 std::optional<BackgroundPicture> ReadByToolkit(const std::vector<std::uint8_t>& bytes,
-                                               const Kind& kind) {
+                                               const Format& format) {
     const QByteArray data = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()),
                                                     static_cast<qsizetype>(bytes.size()));
     QBuffer buffer;
     buffer.setData(data);
     (void)buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer, kind.format);
+    QImageReader reader(&buffer, format.reader);
     reader.setDecideFormatFromContent(false);
     // Known before anything is made ready for its pixels.
     const QSize size = reader.size();
@@ -74,19 +61,20 @@ std::optional<BackgroundPicture> ReadByToolkit(const std::vector<std::uint8_t>& 
 }  // namespace
 
 Result<BackgroundPicture> ReadBackground(const std::string& path, Progress& progress) {
-    const Kind* const kind = KindOf(path);
-    if (!kind)
+    const std::optional<PictureFormat> known = PictureFormatOf(path);
+    if (!known)
         return Failed(Sentence::kPictureOfNoKind, Printable(path));
-    const bool isJpeg = *kind->format == '\0';
-    if (!isJpeg && !QImageReader::supportedImageFormats().contains(kind->format))
-        return Failed(Sentence::kPictureNotSupported, Printable(path), kind->name);
+    const Format& format = kFormats[static_cast<std::size_t>(*known)];
+    const bool isJpeg = *known == PictureFormat::Jpeg;
+    if (!isJpeg && !QImageReader::supportedImageFormats().contains(format.reader))
+        return Failed(Sentence::kPictureNotSupported, Printable(path), format.name);
     const auto bytes = BytesOf(path);
     if (!bytes)
         return Failed(bytes.error());
     const auto picture =
-        isJpeg ? ReadJpeg(*bytes, kMostPixels, progress) : ReadByToolkit(*bytes, *kind);
+        isJpeg ? ReadJpeg(*bytes, kMostPixels, progress) : ReadByToolkit(*bytes, format);
     if (!picture)
-        return progress.mayGoOn() ? Failed(Sentence::kPictureDamaged, Printable(path), kind->name)
+        return progress.mayGoOn() ? Failed(Sentence::kPictureDamaged, Printable(path), format.name)
                                   : Failed(Sentence::kStoppedAsWished);
     return *picture;
 }
