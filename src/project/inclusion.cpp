@@ -344,8 +344,10 @@ void Inclusion::addFile(FolderBatch& batch, ProjectRecord& record, const PcItem&
     if (source.isCustomIconFile)
         PlaceCustomIcon(project_, record, batch.names());
     finish(batch, record, item, where, ContainerNameIn(source, project_.header().isHfsPlus()));
-    if (source.damage && !(options_.buildTellsForks && source.coding != ForkCoding::None))
-        skip(path, Reason(Sentence::kTakenAsPlain, source.damage));
+    if (source.damage && !(options_.buildTellsForks && source.coding != ForkCoding::None)) {
+        messages_.itemNoted(Printable(path), Reason(Sentence::kTakenAsPlain, source.damage));
+        ++result_.skipped;
+    }
     ++result_.files;
 }
 
